@@ -1,0 +1,60 @@
+# SPDX-License-Identifier: MIT
+# How Tessel builds its targets: one place for warnings, sanitizers, visibility, SONAME and install rules.
+
+# Warnings and definitions that hold for all of our own code.
+add_library(tessel_warnings INTERFACE)
+target_compile_options(tessel_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  $<$<BOOL:${TESSEL_WERROR}>:-Werror>)
+target_compile_definitions(tessel_warnings INTERFACE
+  QT_NO_KEYWORDS QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+
+if(TESSEL_SANITIZE STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(TESSEL_SANITIZE STREQUAL "thread")
+  # GCC warns that TSan does not see stand-alone fences; Qt's headers use them.
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -Wno-tsan)
+  add_link_options(-fsanitize=thread)
+elseif(NOT TESSEL_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it takes nothing, address or thread")
+endif()
+
+# tessel_library(NAME EXPORT MACRO_PREFIX SOURCES ... HEADERS ... PUBLIC ... PRIVATE ...)
+# A shared library with a SONAME, hidden visibility and its export macro; alias tessel::NAME.
+function(tessel_library name)
+  cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(tessel::${name} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    AUTOMOC ON)
+  target_compile_definitions(${name} PRIVATE ${ARG_EXPORT}_LIBRARY)
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:tessel_warnings>)
+  install(TARGETS ${name} EXPORT TesselTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
+
+# tessel_test(tst_subject SOURCES ... LIBRARIES ... [TIMEOUT seconds] [LABELS ...])
+# One Qt Test program under CTest. The source defaults to tst_subject.cpp.
+function(tessel_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  if(NOT ARG_SOURCES)
+    set(ARG_SOURCES ${name}.cpp)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} Qt5::Core Qt5::Test tessel_warnings)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
+    ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
