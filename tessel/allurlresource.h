@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_ALLURLRESOURCE_H
+#define TESSEL_ALLURLRESOURCE_H
+
+#include <tessel/tesselexport.h>
+
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+#include <initializer_list>
+
+/// The one place that knows the device API's paths: route key to path.
+///
+/// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`) stay in
+/// it for the transport to expand. The table is complete from construction on and never changes, so that lookups
+/// need no lock and may come from any thread; only the first getInstance() has to come from one thread at a time.
+class TESSEL_EXPORT AllUrlResource : public QObject
+{
+    Q_OBJECT
+public:
+    static const QString Device_Hwinfo;
+    static const QString Device_System;
+    static const QString Device_AllScreens;
+    static const QString Device_Mult_AllScreens;
+
+    /// The table, created on first use and never deleted.
+    static AllUrlResource* getInstance();
+    /// The whole table, implicitly shared.
+    QMap<QString, QString> getMapAllUrl();
+    /// The path of @p key; empty when the table does not hold it.
+    static QString getUrl(const QString& key);
+
+private:
+    struct Route;
+
+    explicit AllUrlResource(QObject* parent = nullptr);
+    ~AllUrlResource() override;
+
+    void initHwInfo();
+    void initPipes();
+    void initCorrectionop();
+    void initOutPuts();
+    void initCabinets();
+    void initInputs();
+    void initScreens();
+    void initFactoryop();
+    void initCapability();
+    void initHwScreen();
+    void initMonitor();
+    void initSelfTestop();
+    void initAlgorithm();
+
+    /// Inserts @p routes in order, each path behind @p prefix; a key that stands twice keeps its last path.
+    void insertAll(const QString& prefix, std::initializer_list<Route> routes);
+
+    QMap<QString, QString> m_mapAllUrl;
+    static AllUrlResource* m_pInstance;
+};
+
+#endif
