@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+//
+// The form of an operation that returns a promise. request.md tells when to use it.
+#ifndef TESSEL_PROMISEREQUEST_H
+#define TESSEL_PROMISEREQUEST_H
+
+#include <tessel/records/variantmapresponse.h>
+#include <tessel/request.h>
+
+#include <zephserializer/jsonserializer.h>
+
+#include <QtPromise>
+
+#include <memory>
+
+namespace Tessel {
+
+/// Reads a reply into one of the envelope records. @return `false` when the body is no JSON object.
+template <class Response>
+bool readResponse(const HttpJsonPackage& package, Response& response)
+{
+    Zeph::Serialize::JsonSerializer serializer;
+    serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
+    return serializer.load(package.getReceiveData(), &response, QString());
+}
+
+/// A request whose outcome is a promise. Its package lives on the heap until the promise settled.
+///
+/// The reply is handled on the thread that called, which needs an event loop. Dropping the promise stops nothing.
+/// Only here does the reply's `code` count, and only if the handler looks at it.
+class PromiseRequest : public PackageFiller<PromiseRequest>
+{
+public:
+    using Verb = bool (HttpProxy::*)(const QString&, HttpJsonPackage*);
+
+    explicit PromiseRequest(const char* routeKey)
+        : m_package(std::make_unique<HttpJsonPackage>(nullptr))
+    {
+        m_package->setUrl(routePath(routeKey));
+    }
+
+    /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing, when
+    /// device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is no JSON or its
+    /// `code` is not zero.
+    template <class Record>
+    QtPromise::QPromise<Record> getRecord(const QString& deviceKey)
+    {
+        return guarded<Record>(&HttpProxy::get, deviceKey, [](const HttpJsonPackage& reply, const auto& resolve,
+                                                              const auto& reject) {
+            VariantMapResponse response;
+            if (!succeeded(reply) || !readResponse(reply, response) || response.code != 0)
+                return reject();
+            Record record;
+            record.deserialize(response.data, Zeph::Serialize::NoAttribute);
+            resolve(record);
+        });
+    }
+
+    /// Sends, and lets @p settle(reply, resolve, reject) decide. Tests nothing first: an empty device or path goes to
+    /// the transport.
+    template <class T, class Settle>
+    QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
+    {
+        HttpJsonPackage* package = m_package.release();
+        return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve,
+                                          const QtPromise::QPromiseReject<T>& reject) {
+                   QObject::connect(
+                       package, &HttpJsonPackage::readyRead, package,
+                       [resolve, reject, settle](HttpJsonPackage* reply) { settle(*reply, resolve, reject); },
+                       Qt::DirectConnection);
+                   (HttpProxy::getInstance()->*verb)(deviceKey, package);
+               }}
+            .finally([package] { package->deleteLater(); });
+    }
+
+    /// The same behind the test of empty arguments.
+    template <class T, class Settle>
+    QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
+    {
+        if (deviceKey.isEmpty() || m_package->getUrl().isEmpty())
+            return QtPromise::QPromise<T>::reject("arguments error");
+        return promise<T>(verb, deviceKey, settle);
+    }
+
+private:
+    friend class PackageFiller<PromiseRequest>;
+    HttpJsonPackage& packageToFill() { return *m_package; }
+
+    std::unique_ptr<HttpJsonPackage> m_package;
+};
+
+} // namespace Tessel
+
+#endif

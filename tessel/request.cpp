@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/request.h>
+
+#include <tessel/allurlresource.h>
+
+#include <QDebug>
+
+namespace Tessel {
+
+namespace {
+
+void logSystemError(const CallSite& site, const char* message)
+{
+    qDebug() << "System Error: LogInfo:[FILE:" << site.file << ", LINE" << site.line << ", FUNC" << site.function
+             << "]"
+             << "->" << message;
+}
+
+} // namespace
+
+QString routePath(const char* routeKey)
+{
+    return AllUrlResource::getUrl(QLatin1String(routeKey));
+}
+
+bool instancesReady(const CallSite& site, const char* tableMessage)
+{
+    return instancesReady(site, tableMessage, AllUrlResource::getInstance(), HttpProxy::getInstance());
+}
+
+bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable, const void* proxy)
+{
+    if (!routeTable) {
+        logSystemError(site, tableMessage);
+        return false;
+    }
+    if (!proxy) {
+        logSystemError(site, "pHttpInstance is nullptr! error occurred");
+        return false;
+    }
+    return true;
+}
+
+} // namespace Tessel

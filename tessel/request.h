@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: MIT
+//
+// The forms in which an operation talks to a device. request.md tells which one to use when.
+#ifndef TESSEL_REQUEST_H
+#define TESSEL_REQUEST_H
+
+#include <communicator/httpproxy.h>
+
+#include <QMutex>
+
+#include <memory>
+
+namespace Tessel {
+
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Krelm::Communicator::HttpDevice::HttpMutilPartPackage;
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
+/// The path of @p routeKey, looked up at every call; empty when the table does not hold the key.
+QString routePath(const char* routeKey);
+
+/// An output that takes the elements of the reply's array as parsed instead of flattened.
+struct AsParsed
+{
+    QList<QVariant>& list;
+};
+inline AsParsed asParsed(QList<QVariant>& list)
+{
+    return {list};
+}
+
+/// What an output takes of a reply: its type names the decoder. Empty containers after a failure.
+inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
+{
+    out = package.getRoutesJsonMap();
+}
+inline void decode(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    out = package.getRoutesJsonDataListMap();
+}
+inline void decode(const HttpJsonPackage& package, const AsParsed& out)
+{
+    out.list = package.getJsonDataListMap();
+}
+/// The reply's headers.
+inline void decode(const HttpJsonPackage& package, QMap<QString, QString>& out)
+{
+    out = package.responseHeader();
+}
+/// The reply's HTTP status.
+inline void decode(const HttpJsonPackage& package, int& out)
+{
+    out = package.replyStatus;
+}
+
+inline bool succeeded(const HttpJsonPackage& package)
+{
+    return package.getSimpleState() == 0;
+}
+
+/// Fills a package, in the order in which the calls stand. Base of all requests.
+template <class Self>
+class PackageFiller
+{
+public:
+    Self& placeHolder(const char* name, const QString& value)
+    {
+        package().addPlaceHolders(QLatin1String(name), value);
+        return self();
+    }
+    Self& parameter(const char* name, const QString& value)
+    {
+        package().addParameters(QLatin1String(name), value);
+        return self();
+    }
+    Self& parameters(const QMap<QString, QString>& values)
+    {
+        package().setParameters(values);
+        return self();
+    }
+    Self& headers(const QMap<QString, QString>& values)
+    {
+        package().setRequestHeader(values);
+        return self();
+    }
+    Self& body(const QMap<QString, QVariant>& map)
+    {
+        package().setRequestWithJsonObj(QVariant(map));
+        return self();
+    }
+    Self& body(const QList<QVariant>& list)
+    {
+        package().setRequestWithJsonObj(QVariant(list));
+        return self();
+    }
+    /// Raw bytes, sent as they are.
+    Self& data(const QByteArray& bytes)
+    {
+        package().setRequestData(bytes);
+        return self();
+    }
+    Self& expectedTime(int milliseconds)
+    {
+        package().setExpectedTime(milliseconds);
+        return self();
+    }
+    /// Marks a request of a long-running device task.
+    Self& daemon()
+    {
+        package().setDaemonFlag(true);
+        return self();
+    }
+
+private:
+    friend Self;
+    PackageFiller() = default;
+    Self& self() { return static_cast<Self&>(*this); }
+    HttpJsonPackage& package() { return self().packageToFill(); }
+};
+
+/// A request whose package lives on the stack: blocking, or fire and forget.
+///
+/// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also after a
+/// failure, which empties them; the result is whether the transport's state is zero. The device's `code` does not
+/// count.
+class Request : public PackageFiller<Request>
+{
+public:
+    explicit Request(const char* routeKey) { m_package.setUrl(routePath(routeKey)); }
+
+    template <class... Outputs>
+    bool get(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->getSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+    template <class... Outputs>
+    bool put(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->putSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+    template <class... Outputs>
+    bool post(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->postSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+    template <class... Outputs>
+    bool del(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->delSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+
+    /// Stores the reply's body in the file @p path.
+    bool download(const QString& deviceKey, const QString& path)
+    {
+        m_package.fileDownloadPath = path;
+        HttpProxy::getInstance()->getFileDownloadSync(deviceKey, &m_package);
+        return succeeded(m_package);
+    }
+
+    /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure the
+    /// cache stays as it was. @p mutex, if given, guards the cache and is held for the store only.
+    template <class Entry>
+    bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex = nullptr)
+    {
+        HttpProxy::getInstance()->getSync(deviceKey, &m_package);
+        if (!succeeded(m_package))
+            return false;
+        const QMutexLocker lock(mutex);
+        decode(m_package, cache[deviceKey]);
+        return true;
+    }
+
+    /// Fire and forget: hands the request over and reports a package that has had no reply, so the outputs come back
+    /// empty and the result is what a fresh package says.
+    template <class... Outputs>
+    bool firePut(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->put(deviceKey, &m_package);
+        return take(outputs...);
+    }
+    template <class... Outputs>
+    bool firePost(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->post(deviceKey, &m_package);
+        return take(outputs...);
+    }
+
+    /// Fills the outputs from the package as it is, then tests its state.
+    template <class... Outputs>
+    bool take(Outputs&&... outputs)
+    {
+        (decode(m_package, outputs), ...);
+        return succeeded(m_package);
+    }
+
+private:
+    friend class PackageFiller<Request>;
+    HttpJsonPackage& packageToFill() { return m_package; }
+
+    HttpJsonPackage m_package{nullptr};
+};
+
+/// A blocking request with a multipart body; outputs and result as Request's.
+class MultipartRequest : public PackageFiller<MultipartRequest>
+{
+public:
+    MultipartRequest(const char* routeKey, const QMap<QString, QVariant>& parts)
+    {
+        m_package.setUrl(routePath(routeKey));
+        m_package.setHttpMultiPartData(parts);
+    }
+
+    template <class... Outputs>
+    bool put(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->putMutilPartSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+    /// The same through the plain blocking verb.
+    template <class... Outputs>
+    bool putPlain(const QString& deviceKey, Outputs&&... outputs)
+    {
+        HttpProxy::getInstance()->putSync(deviceKey, &m_package);
+        return take(outputs...);
+    }
+
+private:
+    friend class PackageFiller<MultipartRequest>;
+    HttpJsonPackage& packageToFill() { return m_package; }
+
+    template <class... Outputs>
+    bool take(Outputs&&... outputs)
+    {
+        (decode(m_package, outputs), ...);
+        return succeeded(m_package);
+    }
+
+    HttpMutilPartPackage m_package{nullptr};
+};
+
+/// A request that returns at once and is answered later; its package lives on the heap until it was answered.
+///
+/// The handlers run on the thread that called, which needs an event loop.
+class PendingRequest : public PackageFiller<PendingRequest>
+{
+public:
+    explicit PendingRequest(const char* routeKey)
+        : m_package(std::make_unique<HttpJsonPackage>(nullptr))
+    {
+        m_package->setUrl(routePath(routeKey));
+    }
+
+    /// GETs into @p cache: on success the device's entry is replaced, on failure the cache stays as it was. Then
+    /// @p handled is called with whether it was replaced.
+    template <class Entry, class Handled>
+    void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, Handled handled)
+    {
+        HttpJsonPackage* package = m_package.release();
+        HttpProxy::getInstance()->get(deviceKey, package);
+        whenAnswered(package, package, [&cache, deviceKey, handled](const HttpJsonPackage& reply) {
+            const bool stored = succeeded(reply);
+            if (stored)
+                decode(reply, cache[deviceKey]);
+            handled(stored);
+        });
+    }
+
+    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then. Returns
+    /// whether the request was started.
+    template <class Answered>
+    bool put(const QString& deviceKey, const QObject* context, Answered answered)
+    {
+        HttpJsonPackage* package = m_package.release();
+        const bool started = HttpProxy::getInstance()->put(deviceKey, package);
+        whenAnswered(package, context, answered);
+        return started;
+    }
+
+    /// PUTs, and calls @p stored once the device said yes; never after a failure. Otherwise as put().
+    template <class Stored>
+    bool writeThrough(const QString& deviceKey, const QObject* context, Stored stored)
+    {
+        return put(deviceKey, context, [stored](const HttpJsonPackage& reply) {
+            if (succeeded(reply))
+                stored();
+        });
+    }
+
+private:
+    friend class PackageFiller<PendingRequest>;
+    HttpJsonPackage& packageToFill() { return *m_package; }
+
+    // Connecting after the start is safe: the transport never answers from inside the starting call.
+    template <class Answered>
+    static void whenAnswered(HttpJsonPackage* package, const QObject* context, Answered answered)
+    {
+        QObject::connect(package, &HttpJsonPackage::readyRead, context, [answered](HttpJsonPackage* reply) {
+            answered(*reply);
+            reply->deleteLater();
+        });
+    }
+
+    std::unique_ptr<HttpJsonPackage> m_package;
+};
+
+/// Whether @p cache may answer for the device. @p force asks for a fetch whatever the cache holds; an operator with a
+/// watch flag passes `force || !m_isWatch`. @p mutex, if given, guards the cache.
+template <class Entry>
+bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool force, QMutex* mutex = nullptr)
+{
+    if (force)
+        return false;
+    const QMutexLocker lock(mutex);
+    return cache.contains(deviceKey);
+}
+
+/// Hands out what a read-through left in the cache: @p loaded is its result, and @p out stays as it was on `false`.
+template <class Entry>
+bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
+{
+    if (loaded)
+        out = cache.value(deviceKey);
+    return loaded;
+}
+
+/// Where a guarded operation stands, for the system-error line.
+struct CallSite
+{
+    CallSite(const char* file_, const char* function_, int line_ = __builtin_LINE())
+        : file(file_)
+        , function(function_)
+        , line(line_)
+    {}
+    const char* file;
+    const char* function;
+    int line;
+};
+
+/// The test of the guarded operations: whether route table and proxy are there. Writes the system-error line of the
+/// first that is missing; for the route table with @p tableMessage.
+bool instancesReady(const CallSite& site, const char* tableMessage);
+/// The same on given instances.
+bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable, const void* proxy);
+
+} // namespace Tessel
+
+#endif

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "operationrow.h"
+
+#include "recordingengine.h"
+
+#include <tessel/allurlresource.h>
+
+#include <QtTest>
+
+namespace {
+
+const QByteArray sampleMap = R"({"code":0,"message":"ok","data":{"a":1,"b":{"c":"x"}}})";
+const QByteArray sampleList = R"({"code":7,"message":"odd","data":[{"a":{"b":1}},{"a":{"b":2}}]})";
+
+Outputs usedOutputs()
+{
+    Outputs outputs;
+    outputs.map.insert(QStringLiteral("stale"), 1);
+    outputs.list.append(QStringLiteral("stale"));
+    return outputs;
+}
+
+QVariant nested(int b)
+{
+    return QVariantMap{{QStringLiteral("a"), QVariantMap{{QStringLiteral("b"), qlonglong(b)}}}};
+}
+
+QVariant flat(int b)
+{
+    return QVariantMap{{QStringLiteral("a.b"), qlonglong(b)}};
+}
+
+void compareRequest(const RecordingEngine::Request& sent, const OperationRow& row)
+{
+    QCOMPARE(sent.deviceKey, sampleDevice);
+    QCOMPARE(sent.path, AllUrlResource::getUrl(QLatin1String(row.routeKey)));
+    QCOMPARE(static_cast<int>(sent.method), static_cast<int>(row.method));
+    QCOMPARE(sent.body, row.body);
+    QCOMPARE(sent.placeHolders, row.placeHolders);
+    QCOMPARE(sent.parameters, row.parameters);
+    QCOMPARE(sent.expectedTime, row.expectedTime);
+    QCOMPARE(sent.daemon, row.daemon);
+    for (auto header = row.headers.begin(); header != row.headers.end(); ++header)
+        QCOMPARE(sent.headers.value(header.key()), header.value());
+}
+
+} // namespace
+
+void checkBlockingOperation(const OperationRow& row)
+{
+    RecordingEngine* engine = RecordingEngine::install();
+    const bool isList = row.decoder == Decoder::FlatList || row.decoder == Decoder::ParsedList;
+    engine->answer(RecordingEngine::reply(isList ? sampleList : sampleMap));
+
+    Outputs outputs = usedOutputs();
+    QVERIFY2(row.call(outputs), "a reply, whatever its code, counts as success");
+    QCOMPARE(engine->count(), 1);
+    compareRequest(engine->last(), row);
+    switch (row.decoder) {
+    case Decoder::None:
+        break;
+    case Decoder::Map:
+        QCOMPARE(outputs.map, (QMap<QString, QVariant>{{QStringLiteral("a"), qlonglong(1)},
+                                                       {QStringLiteral("b.c"), QStringLiteral("x")}}));
+        break;
+    case Decoder::FlatList:
+        QCOMPARE(outputs.list, (QList<QVariant>{flat(1), flat(2)}));
+        break;
+    case Decoder::ParsedList:
+        QCOMPARE(outputs.list, (QList<QVariant>{nested(1), nested(2)}));
+        break;
+    }
+
+    engine->answer(RecordingEngine::failure());
+    outputs = usedOutputs();
+    QVERIFY2(!row.call(outputs), "a failed exchange is a failure");
+    if (row.decoder == Decoder::Map)
+        QVERIFY(outputs.map.isEmpty());
+    if (isList)
+        QVERIFY(outputs.list.isEmpty());
+}

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_OPERATIONROW_H
+#define TESTS_OPERATIONROW_H
+
+#include <communicator/httpengine.h>
+
+#include <QList>
+#include <QMap>
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+
+/// The device that the rows' calls name.
+inline const QString sampleDevice = QStringLiteral("wall");
+
+/// What a row's call may hand to its operation as outputs. Filled before the call, so that a row sees what happened
+/// to earlier content.
+struct Outputs
+{
+    QMap<QString, QVariant> map;
+    QList<QVariant> list;
+};
+
+/// Which decoder fills the output.
+enum class Decoder { None, Map, FlatList, ParsedList };
+
+/// What one operation sends and what it makes of the reply.
+struct OperationRow
+{
+    const char* name;     ///< class and operation, with the overload behind a blank where there are several
+    const char* routeKey; ///< looked up in the table; may be absent there
+    Krelm::Communicator::HttpDevice::HttpMethod method;
+    Decoder decoder;
+    std::function<bool(Outputs&)> call; ///< calls the operation on sampleDevice
+    QByteArray body = {};               ///< as it goes out
+    QMap<QString, QString> placeHolders = {};
+    QMap<QString, QString> parameters = {};
+    int expectedTime = 10000; ///< the transport's default unless the operation sets one
+    QMap<QString, QString> headers = {};
+    bool daemon = false;
+};
+
+Q_DECLARE_METATYPE(OperationRow)
+
+/// Calls a blocking operation against a recording engine and checks, with Qt Test's comparisons, that it
+/// - sends exactly one request, as the row says;
+/// - on success returns `true` and replaces its output by what its decoder gives;
+/// - counts a device's non-zero `code` as success;
+/// - on failure returns `false` and empties its output.
+void checkBlockingOperation(const OperationRow& row);
+
+#endif

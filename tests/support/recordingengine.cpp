@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "recordingengine.h"
+
+#include <communicator/httpproxy.h>
+
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
+RecordingEngine::RecordingEngine()
+{
+    answer(data("{}"));
+}
+
+RecordingEngine::~RecordingEngine()
+{
+    for (const Pending& pending : m_held)
+        pending.done(failure(State::Aborted));
+}
+
+RecordingEngine* RecordingEngine::install()
+{
+    auto engine = std::make_unique<RecordingEngine>();
+    RecordingEngine* installed = engine.get();
+    HttpProxy::getInstance()->setEngine(std::move(engine));
+    return installed;
+}
+
+RecordingEngine::Reply RecordingEngine::reply(const QByteArray& body)
+{
+    Reply reply;
+    reply.status = 200;
+    reply.body = body;
+    return reply;
+}
+
+RecordingEngine::Reply RecordingEngine::data(const QByteArray& data)
+{
+    return reply(R"({"code":0,"message":"ok","data":)" + data + "}");
+}
+
+RecordingEngine::Reply RecordingEngine::failure(State state)
+{
+    Reply reply;
+    reply.state = state;
+    return reply;
+}
+
+void RecordingEngine::answer(const Answer& answer)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_answer = answer;
+}
+
+void RecordingEngine::answer(const Reply& reply)
+{
+    answer([reply](const Request&) { return reply; });
+}
+
+void RecordingEngine::hold()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_hold = true;
+}
+
+bool RecordingEngine::release()
+{
+    if (held() == 0)
+        return false;
+    answerOldestLater();
+    return true;
+}
+
+int RecordingEngine::held() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<int>(m_held.size());
+}
+
+std::vector<RecordingEngine::Request> RecordingEngine::requests() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_requests;
+}
+
+int RecordingEngine::count() const
+{
+    return static_cast<int>(requests().size());
+}
+
+RecordingEngine::Request RecordingEngine::last() const
+{
+    const std::vector<Request> all = requests();
+    return all.empty() ? Request() : all.back();
+}
+
+void RecordingEngine::forget()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_requests.clear();
+}
+
+RecordingEngine::Reply RecordingEngine::exchange(const Request& request)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_requests.push_back(request);
+    }
+    return answerTo(request);
+}
+
+bool RecordingEngine::start(const Request& request, std::function<void(const Reply&)> done)
+{
+    bool hold = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_requests.push_back(request);
+        m_held.push_back({request, std::move(done)});
+        hold = m_hold;
+    }
+    if (!hold)
+        answerOldestLater();
+    return true;
+}
+
+RecordingEngine::Reply RecordingEngine::answerTo(const Request& request) const
+{
+    Answer answer;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        answer = m_answer;
+    }
+    return answer(request);
+}
+
+void RecordingEngine::answerOldestLater()
+{
+    QMetaObject::invokeMethod(&m_home, [this] { answerOldest(); }, Qt::QueuedConnection);
+}
+
+void RecordingEngine::answerOldest()
+{
+    Pending pending;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_held.empty())
+            return;
+        pending = std::move(m_held.front());
+        m_held.pop_front();
+    }
+    pending.done(answerTo(pending.request));
+}

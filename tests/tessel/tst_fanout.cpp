@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+#include <recordingengine.h>
+
+#include <tessel/fanout.h>
+
+#include <QTimer>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpMethod;
+using Tessel::GroupRequest;
+using Tessel::putToDevices;
+
+using Map = QMap<QString, QVariant>;
+using List = QList<QVariant>;
+
+namespace {
+
+const QString device = QStringLiteral("wall");
+
+const char* routeOf(const QString& deviceKey)
+{
+    return deviceKey == QLatin1String("new") ? "HwScreen_MultDrawCorrectRegion" : "HwScreen_DrawCorrectRegion";
+}
+
+} // namespace
+
+class TestFanOut : public QObject
+{
+    Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void allRequestsAreOutBeforeTheFirstReplyIsAwaited()
+    {
+        m_engine->hold();
+        int outTogether = 0;
+        QTimer::singleShot(0, this, [&] {
+            outTogether = m_engine->held();
+            while (m_engine->held() > 0) {
+                m_engine->release();
+                QCoreApplication::processEvents();
+            }
+        });
+        List results;
+        QVERIFY(GroupRequest("Device_OneEDID").get(device, {"1", "2", "3"}, results));
+        QCOMPARE(outTogether, 3);
+    }
+
+    void aGroupReadAppendsEachReplyWithItsId()
+    {
+        m_engine->answer([](const RecordingEngine::Request& request) {
+            return RecordingEngine::data(R"({"edid":")" + request.placeHolders.value("id").toUtf8() + R"(x"})");
+        });
+        List results{"earlier"};
+        QVERIFY(GroupRequest("Device_OneEDID").get(device, {"1", "2"}, results));
+        QCOMPARE(results, (List{"earlier", Map{{"edid", "1x"}, {"id", "1"}}, Map{{"edid", "2x"}, {"id", "2"}}}));
+    }
+
+    void oneFailureFailsTheCallAndLeavesTheOthersReplies()
+    {
+        m_engine->answer([](const RecordingEngine::Request& request) {
+            return request.placeHolders.value("id") == "1" ? RecordingEngine::failure()
+                                                           : RecordingEngine::data(R"({"edid":"y"})");
+        });
+        List results;
+        QVERIFY(!GroupRequest("Device_OneEDID").get(device, {"1", "2"}, results));
+        QCOMPARE(results, (List{Map{{"edid", "y"}, {"id", "2"}}}));
+    }
+
+    void aGroupWriteSendsTheBodyToEachId()
+    {
+        QVERIFY(GroupRequest("Device_Hue").body(Map{{"hue", 7}}).put(device, {"1", "2"}));
+        QCOMPARE(m_engine->count(), 2);
+        QStringList ids;
+        for (const RecordingEngine::Request& sent : m_engine->requests()) {
+            QCOMPARE(int(sent.method), int(HttpMethod::Put));
+            QCOMPARE(sent.body, QByteArray(R"({"hue":7})"));
+            ids << sent.placeHolders.value("id");
+        }
+        QCOMPARE(ids, (QStringList{"1", "2"}));
+    }
+
+    void anEmptyGroupWaitsUntilSomethingElseQuitsTheLoop()
+    {
+        bool quit = false;
+        QTimer::singleShot(0, this, [&] {
+            quit = true;
+            QCoreApplication::quit();
+        });
+        List results;
+        QVERIFY(GroupRequest("Device_OneEDID").get(device, {}, results));
+        QVERIFY(quit);
+        QCOMPARE(m_engine->count(), 0);
+    }
+
+    void otherEventsOfTheThreadAreDeliveredDuringTheWait()
+    {
+        m_engine->hold();
+        bool delivered = false;
+        QTimer::singleShot(0, this, [&] {
+            delivered = true;
+            m_engine->release();
+        });
+        QVERIFY(GroupRequest("Device_Hue").put(device, {"1"}));
+        QVERIFY(delivered);
+    }
+
+    void aBatchSendsEachItemToItsOwnDeviceAndRoute()
+    {
+        const std::vector<Map> items{{{"devKey", "old"}, {"x", 1}}, {{"devKey", "new"}, {"x", 2}}, {{"x", 3}}};
+        QVERIFY(putToDevices("f", items, routeOf, 20000));
+        const auto sent = m_engine->requests();
+        QCOMPARE(sent.size(), std::size_t(3));
+        QCOMPARE(sent[0].deviceKey, QString("old"));
+        QCOMPARE(sent[0].path, QString("/api/v1/device/hwscreen/correction/drawregion"));
+        QCOMPARE(sent[0].body, QByteArray(R"({"devKey":"old","x":1})"));
+        QCOMPARE(sent[1].deviceKey, QString("new"));
+        QCOMPARE(sent[1].path, QString("/api/v1/screen/hwscreen/correction/drawregion"));
+        QCOMPARE(sent[2].deviceKey, QString());
+        for (const auto& request : sent)
+            QCOMPARE(request.expectedTime, 20000);
+    }
+
+    void oneFailedDeviceFailsTheBatch()
+    {
+        m_engine->answer([](const RecordingEngine::Request& request) {
+            return request.deviceKey == "old" ? RecordingEngine::failure() : RecordingEngine::data("{}");
+        });
+        QVERIFY(!putToDevices("f", {{{"devKey", "old"}}, {{"devKey", "new"}}}, routeOf, 20000));
+    }
+
+    void theTimerFailsTheWholeBatch()
+    {
+        m_engine->hold();
+        QTimer::singleShot(0, this, [this] { m_engine->release(); });
+        QVERIFY2(!putToDevices("f", {{{"devKey", "old"}}, {{"devKey", "new"}}}, routeOf, 50),
+                 "one device answered, the other was silent");
+        QCOMPARE(m_engine->held(), 1);
+    }
+
+    void anEmptyBatchLogsAndSendsNothing()
+    {
+        QTest::ignoreMessage(QtCriticalMsg,
+                             "ScreenInfo::setMultPixelImage System error! trigger is nullptr");
+        QVERIFY(!putToDevices("ScreenInfo::setMultPixelImage", {}, routeOf, 20000));
+        QCOMPARE(m_engine->count(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFanOut)
+#include "tst_fanout.moc"

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include <recordingengine.h>
+
+#include <tessel/request.h>
+
+#include <QPointer>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpMethod;
+using Tessel::HttpJsonPackage;
+using Tessel::PendingRequest;
+
+using Map = QMap<QString, QVariant>;
+
+namespace {
+
+const QString device = QStringLiteral("wall");
+
+} // namespace
+
+class TestPendingRequest : public QObject
+{
+    Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void aRefreshStoresAndThenTells()
+    {
+        QMap<QString, Map> cache;
+        int handled = 0;
+        m_engine->answer(RecordingEngine::data(R"({"a":1})"));
+        PendingRequest("Device_Hwinfo").refresh(device, cache, [&](bool stored) {
+            QVERIFY(stored);
+            QCOMPARE(cache.value(device), (Map{{"a", qlonglong(1)}}));
+            ++handled;
+        });
+        QCOMPARE(handled, 0);
+        QTRY_COMPARE(handled, 1);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
+        QCOMPARE(m_engine->last().path, QString("/api/v1/device/hw"));
+    }
+
+    void aFailedRefreshLeavesTheCacheAndTellsSo()
+    {
+        QMap<QString, Map> cache{{device, Map{{"old", 1}}}};
+        int failures = 0;
+        m_engine->answer(RecordingEngine::failure());
+        PendingRequest("Device_Hwinfo").refresh(device, cache, [&](bool stored) { failures += stored ? 0 : 1; });
+        QTRY_COMPARE(failures, 1);
+        QCOMPARE(cache.value(device), (Map{{"old", 1}}));
+    }
+
+    void aRefreshInFlightDoesNotTouchTheCache()
+    {
+        QMap<QString, Map> cache{{device, Map{{"old", 1}}}};
+        bool handled = false;
+        m_engine->hold();
+        PendingRequest("Device_Hwinfo").refresh(device, cache, [&](bool) { handled = true; });
+        QCoreApplication::processEvents();
+        QVERIFY(!handled);
+        QCOMPARE(cache.value(device), (Map{{"old", 1}}));
+        QVERIFY(m_engine->release());
+        QTRY_VERIFY(handled);
+    }
+
+    void aWriteThroughStoresOnlyWhatTheDeviceAccepted_data()
+    {
+        QTest::addColumn<bool>("accepted");
+        QTest::newRow("accepted") << true;
+        QTest::newRow("refused") << false;
+    }
+    void aWriteThroughStoresOnlyWhatTheDeviceAccepted()
+    {
+        QFETCH(bool, accepted);
+        if (!accepted)
+            m_engine->answer(RecordingEngine::failure(RecordingEngine::State::HttpFailure));
+        bool stored = false;
+        QVERIFY2(PendingRequest("ScreenXbit").placeHolder("id", "1").body(Map{{"enable", true}}).writeThrough(
+                     device, this, [&] { stored = true; }),
+                 "the result says that the request was started");
+        QVERIFY(!stored);
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(stored, accepted);
+        QCOMPARE(m_engine->last().body, QByteArray(R"({"enable":true})"));
+    }
+
+    void thePackageIsReleasedOnceItWasAnswered()
+    {
+        QPointer<const QObject> package;
+        PendingRequest("ScreenXbit").put(device, this, [&](const HttpJsonPackage& reply) { package = &reply; });
+        QTRY_VERIFY(m_engine->held() == 0);
+        QTRY_VERIFY(package.isNull());
+    }
+
+    void anAnswerAfterTheContextIsGoneCallsNobody()
+    {
+        m_engine->hold();
+        auto context = std::make_unique<QObject>();
+        bool called = false;
+        PendingRequest("ScreenXbit").put(device, context.get(), [&](const HttpJsonPackage&) { called = true; });
+        context.reset();
+        QVERIFY(m_engine->release());
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QVERIFY(!called);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPendingRequest)
+#include "tst_pendingrequest.moc"

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include <recordingengine.h>
+
+#include <tessel/promiserequest.h>
+#include <tessel/records/deviceinfo.h>
+
+#include <QPointer>
+#include <QThread>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpMethod;
+using QtPromise::QPromise;
+using Tessel::DeviceInfo;
+using Tessel::HttpJsonPackage;
+using Tessel::HttpProxy;
+using Tessel::PromiseRequest;
+
+namespace {
+
+const QString device = QStringLiteral("wall");
+
+enum class Outcome { Pending, Fulfilled, ArgumentsError, Undefined, Other };
+
+template <class T>
+Outcome outcomeOf(const QPromise<T>& promise)
+{
+    Outcome outcome = Outcome::Pending;
+    promise.then([&](const T&) { outcome = Outcome::Fulfilled; })
+        .fail([&](const char* text) {
+            outcome = QByteArray(text) == "arguments error" ? Outcome::ArgumentsError : Outcome::Other;
+        })
+        .fail([&](const QtPromise::QPromiseUndefinedException&) { outcome = Outcome::Undefined; })
+        .fail([&] { outcome = Outcome::Other; })
+        .wait();
+    return outcome;
+}
+
+} // namespace
+
+class TestPromiseRequest : public QObject
+{
+    Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void aRecordIsFilledFromTheReplysData()
+    {
+        m_engine->answer(RecordingEngine::data(
+            R"({"name":"MX","customName":"Lobby","mac":"00:11:22:33:44:55","ip":"10.0.0.9","more":{"a":1}})"));
+        DeviceInfo info;
+        PromiseRequest("Device_Hwinfo")
+            .getRecord<DeviceInfo>(device)
+            .then([&](const DeviceInfo& got) { info = got; })
+            .wait();
+        QCOMPARE(info.name, QString("MX"));
+        QCOMPARE(info.customName, QString("Lobby"));
+        QCOMPARE(info.mac, QString("00:11:22:33:44:55"));
+        QCOMPARE(info.ip, QString("10.0.0.9"));
+        QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
+    }
+
+    void emptyArgumentsRejectAndSendNothing_data()
+    {
+        QTest::addColumn<QByteArray>("routeKey");
+        QTest::addColumn<QString>("deviceKey");
+        QTest::newRow("no device") << QByteArray("Device_Hwinfo") << QString();
+        QTest::newRow("no route") << QByteArray("Algorithm_RGBLight") << device;
+    }
+    void emptyArgumentsRejectAndSendNothing()
+    {
+        QFETCH(QByteArray, routeKey);
+        QFETCH(QString, deviceKey);
+        const QPromise<DeviceInfo> promise = PromiseRequest(routeKey).getRecord<DeviceInfo>(deviceKey);
+        QVERIFY(promise.isRejected());
+        QVERIFY(outcomeOf(promise) == Outcome::ArgumentsError);
+        QCOMPARE(m_engine->count(), 0);
+    }
+
+    void everyOtherFailureRejectsAsUndefined_data()
+    {
+        QTest::addColumn<bool>("exchanged");
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("unreachable") << false << QByteArray();
+        QTest::newRow("non-zero code") << true << QByteArray(R"({"code":1,"message":"x","data":{}})");
+        QTest::newRow("no JSON") << true << QByteArray("<html>");
+        QTest::newRow("empty") << true << QByteArray();
+        QTest::newRow("cut in half") << true << QByteArray(R"({"code":0,"data":{"name":)");
+    }
+    void everyOtherFailureRejectsAsUndefined()
+    {
+        QFETCH(bool, exchanged);
+        QFETCH(QByteArray, body);
+        m_engine->answer(exchanged ? RecordingEngine::reply(body) : RecordingEngine::failure());
+        const auto promise = PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device);
+        QVERIFY(promise.isPending());
+        QVERIFY(outcomeOf(promise) == Outcome::Undefined);
+    }
+
+    void thePackageIsReleasedOnBothOutcomes_data()
+    {
+        QTest::addColumn<bool>("success");
+        QTest::newRow("fulfilled") << true;
+        QTest::newRow("rejected") << false;
+    }
+    void thePackageIsReleasedOnBothOutcomes()
+    {
+        QFETCH(bool, success);
+        QPointer<const QObject> package;
+        const auto promise = PromiseRequest("Device_Hwinfo")
+                                 .promise<int>(&HttpProxy::get, device,
+                                               [&](const HttpJsonPackage& reply, const auto& resolve,
+                                                   const auto& reject) {
+                                                   package = &reply;
+                                                   if (success)
+                                                       resolve(1);
+                                                   else
+                                                       reject(2);
+                                               });
+        promise.wait();
+        QVERIFY(success ? promise.isFulfilled() : promise.isRejected());
+        QTRY_VERIFY(package.isNull());
+    }
+
+    void droppingThePromiseDoesNotStopTheRequest()
+    {
+        bool handled = false;
+        PromiseRequest("Device_Hwinfo")
+            .promise<int>(&HttpProxy::put, device,
+                          [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
+                              handled = true;
+                              resolve(1);
+                          });
+        QTRY_VERIFY(handled);
+    }
+
+    void theUnguardedFormSendsEvenWithEmptyArguments()
+    {
+        const auto promise
+            = PromiseRequest("Algorithm_RGBLight")
+                  .promise<bool>(&HttpProxy::get, QString(),
+                                 [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(true); });
+        promise.wait();
+        QVERIFY(promise.isFulfilled());
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void continuationsRunOnTheThreadThatAttachedThem()
+    {
+        QThread* ranOn = nullptr;
+        PromiseRequest("Device_Hwinfo")
+            .getRecord<DeviceInfo>(device)
+            .then([&](const DeviceInfo&) { ranOn = QThread::currentThread(); })
+            .wait();
+        QCOMPARE(ranOn, QThread::currentThread());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPromiseRequest)
+#include "tst_promiserequest.moc"

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: MIT
+#include <recordingengine.h>
+
+#include <tessel/request.h>
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpMethod;
+using Tessel::asParsed;
+using Tessel::cached;
+using Tessel::CallSite;
+using Tessel::copyEntry;
+using Tessel::instancesReady;
+using Tessel::MultipartRequest;
+using Tessel::Request;
+
+using Map = QMap<QString, QVariant>;
+using List = QList<QVariant>;
+
+namespace {
+
+const QString device = QStringLiteral("wall");
+
+} // namespace
+
+class TestRequest : public QObject
+{
+    Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void aVerbSendsOneRequestOfItsKind_data()
+    {
+        QTest::addColumn<int>("verb");
+        QTest::newRow("get") << int(HttpMethod::Get);
+        QTest::newRow("put") << int(HttpMethod::Put);
+        QTest::newRow("post") << int(HttpMethod::Post);
+        QTest::newRow("delete") << int(HttpMethod::Delete);
+    }
+    void aVerbSendsOneRequestOfItsKind()
+    {
+        QFETCH(int, verb);
+        Map out;
+        Request request("Device_lock");
+        switch (static_cast<HttpMethod>(verb)) {
+        case HttpMethod::Get:
+            QVERIFY(request.get(device, out));
+            break;
+        case HttpMethod::Put:
+            QVERIFY(request.put(device, out));
+            break;
+        case HttpMethod::Post:
+            QVERIFY(request.post(device, out));
+            break;
+        case HttpMethod::Delete:
+            QVERIFY(request.del(device, out));
+            break;
+        }
+        QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(int(m_engine->last().method), verb);
+        QCOMPARE(m_engine->last().path, QString("/api/v1/device/hw/lock"));
+        QCOMPARE(m_engine->last().deviceKey, device);
+    }
+
+    void whatIsFilledReachesTheEngineAsItIs()
+    {
+        QVERIFY(Request("Device_OneEDID")
+                    .placeHolder("id", "a/b")
+                    .parameter("first", "1 2")
+                    .headers({{"content-Type", "application/json"}})
+                    .body(Map{{"k", 1}})
+                    .expectedTime(20000)
+                    .daemon()
+                    .put(device));
+        const RecordingEngine::Request sent = m_engine->last();
+        QCOMPARE(sent.path, QString("/api/v1/device/input/{id}/edid"));
+        QCOMPARE(sent.placeHolders, (QMap<QString, QString>{{"id", "a/b"}}));
+        QCOMPARE(sent.parameters, (QMap<QString, QString>{{"first", "1 2"}}));
+        QCOMPARE(sent.headers.value("content-Type"), QString("application/json"));
+        QCOMPARE(sent.body, QByteArray(R"({"k":1})"));
+        QCOMPARE(sent.expectedTime, 20000);
+        QVERIFY(sent.daemon);
+        QVERIFY(!sent.multipart);
+    }
+
+    void parametersReplaceWhatStoodBefore()
+    {
+        QVERIFY(Request("Device_System").parameter("old", "1").parameters({{"new", "2"}}).put(device));
+        QCOMPARE(m_engine->last().parameters, (QMap<QString, QString>{{"new", "2"}}));
+    }
+
+    void aListBodyIsAJsonArray()
+    {
+        QVERIFY(Request("Device_BackInfo").body(List{1, "x"}).put(device));
+        QCOMPARE(m_engine->last().body, QByteArray(R"([1,"x"])"));
+    }
+
+    void rawDataGoesOutAsItIs()
+    {
+        const QByteArray bytes("\x00\x01{\xff", 4);
+        QVERIFY(Request("Device_HwUpdate").data(bytes).put(device));
+        QCOMPARE(m_engine->last().body, bytes);
+    }
+
+    void anAbsentRouteKeyGoesOutWithAnEmptyPath()
+    {
+        m_engine->answer(RecordingEngine::failure(RecordingEngine::State::InvalidRequest));
+        Map out{{"stale", 1}};
+        QVERIFY(!Request("Algorithm_RGBLight").get(device, out));
+        QVERIFY(m_engine->last().path.isEmpty());
+        QCOMPARE(m_engine->count(), 1);
+        QVERIFY(out.isEmpty());
+    }
+
+    void anUnsetTimeLimitIsTheTransportsDefault()
+    {
+        QVERIFY(Request("Device_Hwinfo").get(device));
+        QCOMPARE(m_engine->last().expectedTime, 10000);
+    }
+
+    void aFailureEmptiesEveryOutput()
+    {
+        m_engine->answer(RecordingEngine::failure());
+        Map map{{"stale", 1}};
+        List list{1};
+        List parsed{1};
+        QVERIFY(!Request("Device_Hwinfo").get(device, map));
+        QVERIFY(!Request("Device_Hwinfo").get(device, list));
+        QVERIFY(!Request("Device_Hwinfo").get(device, asParsed(parsed)));
+        QVERIFY(map.isEmpty());
+        QVERIFY(list.isEmpty());
+        QVERIFY(parsed.isEmpty());
+    }
+
+    void aNonZeroCodeCountsAsSuccess()
+    {
+        m_engine->answer(RecordingEngine::reply(R"({"code":5,"message":"no","data":{"a":1}})"));
+        Map out;
+        QVERIFY(Request("Device_Hwinfo").body(Map()).put(device, out));
+        QCOMPARE(out, (Map{{"a", qlonglong(1)}}));
+    }
+
+    void asParsedLeavesElementsNested()
+    {
+        m_engine->answer(RecordingEngine::data(R"([{"a":{"b":1}}])"));
+        List flat;
+        List parsed;
+        QVERIFY(Request("Device_RvCards").get(device, flat));
+        QVERIFY(Request("Device_RvCards").get(device, asParsed(parsed)));
+        QCOMPARE(flat, (List{Map{{"a.b", qlonglong(1)}}}));
+        QCOMPARE(parsed, (List{Map{{"a", Map{{"b", qlonglong(1)}}}}}));
+    }
+
+    void theTypeOfAnOutputNamesWhatItTakes()
+    {
+        RecordingEngine::Reply reply = RecordingEngine::data(R"({"a":1})");
+        reply.status = 202;
+        reply.headers = {{"x-image", "7"}};
+        m_engine->answer(reply);
+        Map map;
+        QMap<QString, QString> headers;
+        int status = 0;
+        QVERIFY(Request("Device_Hwinfo").get(device, map, headers, status));
+        QCOMPARE(map, (Map{{"a", qlonglong(1)}}));
+        QCOMPARE(headers.value("x-image"), QString("7"));
+        QCOMPARE(status, 202);
+    }
+
+    void aBodySetAfterTheSendIsNotSent()
+    {
+        Request request("Device_lock");
+        QVERIFY(request.put(device));
+        Map out;
+        QVERIFY(request.body(Map{{"a", 1}}).take(out));
+        QVERIFY(m_engine->last().body.isEmpty());
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void fireAndForgetReportsAPackageWithoutReply()
+    {
+        m_engine->hold();
+        Map out{{"stale", 1}};
+        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).firePut(device, out));
+        QVERIFY(out.isEmpty());
+        QCOMPARE(m_engine->held(), 1);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
+        QCOMPARE(m_engine->last().body, QByteArray(R"({"name":"x"})"));
+
+        QVERIFY(Request("Device_AllScreens").body(Map()).firePost(device, out));
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Post));
+    }
+
+    void aStackPackageMayDieBeforeItsReply()
+    {
+        m_engine->hold();
+        QVERIFY(Request("ScreenUpdateName").firePut(device));
+        QVERIFY(m_engine->release());
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+    }
+
+    void multipartCarriesTheCallersParts_data()
+    {
+        QTest::addColumn<bool>("plain");
+        QTest::newRow("multipart verb") << false;
+        QTest::newRow("plain verb") << true;
+    }
+    void multipartCarriesTheCallersParts()
+    {
+        QFETCH(bool, plain);
+        const Map parts{{"file", QByteArray("abc")}, {"name", "x"}};
+        Map out;
+        MultipartRequest request("ScreenPrestoreImageApplay", parts);
+        request.placeHolder("id", "2").expectedTime(30000);
+        QVERIFY(plain ? request.putPlain(device, out) : request.put(device, out));
+        QVERIFY(m_engine->last().multipart);
+        QCOMPARE(m_engine->last().parts, parts);
+        QCOMPARE(m_engine->last().expectedTime, 30000);
+        QCOMPARE(m_engine->last().placeHolders.value("id"), QString("2"));
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
+    }
+
+    void aDownloadNamesItsDestination()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath("card.bin");
+        QVERIFY(Request("Device_RvCardFirmware").placeHolder("id", "1").placeHolder("type", "3").download(device, path));
+        QCOMPARE(m_engine->last().downloadPath, path);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!Request("Device_RvCardFirmware").download(device, path));
+    }
+
+    void fetchReplacesTheEntryOnSuccessAndLeavesItOnFailure()
+    {
+        QMap<QString, Map> cache{{device, Map{{"old", 1}}}, {"other", Map{{"kept", 1}}}};
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!Request("Device_Hwinfo").fetch(device, cache));
+        QCOMPARE(cache.value(device), (Map{{"old", 1}}));
+        m_engine->answer(RecordingEngine::data(R"({"new":2})"));
+        QVERIFY(Request("Device_Hwinfo").fetch(device, cache));
+        QCOMPARE(cache.value(device), (Map{{"new", qlonglong(2)}}));
+        QCOMPARE(cache.value("other"), (Map{{"kept", 1}}));
+    }
+
+    void aFailedFetchCreatesNoEntry()
+    {
+        QMap<QString, List> cache;
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!Request("Device_AllInputs").fetch(device, cache));
+        QVERIFY(cache.isEmpty());
+    }
+
+    void fetchHoldsNoLockDuringTheRequest()
+    {
+        QMap<QString, Map> cache;
+        QMutex mutex;
+        bool wasFree = false;
+        m_engine->answer([&](const RecordingEngine::Request&) {
+            wasFree = mutex.tryLock();
+            if (wasFree)
+                mutex.unlock();
+            return RecordingEngine::data(R"({"a":1})");
+        });
+        QVERIFY(Request("Device_Pipes").fetch(device, cache, &mutex));
+        QVERIFY(wasFree);
+        QVERIFY(cached(cache, device, false, &mutex));
+    }
+
+    void theCacheAnswersUnlessForced()
+    {
+        const QMap<QString, Map> cache{{device, Map()}};
+        QVERIFY2(cached(cache, device, false), "an entry counts even if it is empty");
+        QVERIFY(!cached(cache, device, true));
+        QVERIFY(!cached(cache, QString("other"), false));
+        QCOMPARE(m_engine->count(), 0);
+    }
+
+    void copyEntryLeavesTheOutputWhenNothingWasLoaded()
+    {
+        const QMap<QString, Map> cache{{device, Map{{"a", 1}}}};
+        Map out{{"mine", 2}};
+        QVERIFY(!copyEntry(false, cache, device, out));
+        QCOMPARE(out, (Map{{"mine", 2}}));
+        QVERIFY(copyEntry(true, cache, device, out));
+        QCOMPARE(out, (Map{{"a", 1}}));
+    }
+
+    void theGuardPassesWhenBothInstancesAreThere()
+    {
+        QVERIFY(instancesReady(CallSite("tessel/cabinetinfooperator", "CabinetInfoOperator::berTestPattern"),
+                               "pInstance is nullptr!"));
+    }
+
+    void theGuardLogsWhichInstanceIsMissing()
+    {
+        const int something = 0;
+        const CallSite site("tessel/cabinetinfooperator", "CabinetInfoOperator::berTestPattern", 17);
+        const QByteArray head = "System Error: LogInfo:[FILE: tessel/cabinetinfooperator , LINE 17 , FUNC "
+                                "CabinetInfoOperator::berTestPattern ] -> ";
+        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr!");
+        QVERIFY(!instancesReady(site, "pInstance is nullptr!", nullptr, &something));
+        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr! error occurred");
+        QVERIFY(!instancesReady(site, "pInstance is nullptr! error occurred", nullptr, nullptr));
+        QTest::ignoreMessage(QtDebugMsg, head + "pHttpInstance is nullptr! error occurred");
+        QVERIFY(!instancesReady(site, "pInstance is nullptr!", &something, nullptr));
+    }
+
+    void aCallSiteKnowsItsLine()
+    {
+        const CallSite site("file", "function");
+        QCOMPARE(site.line, __LINE__ - 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRequest)
+#include "tst_request.moc"
