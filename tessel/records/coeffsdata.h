@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_RECORDS_COEFFSDATA_H
+#define TESSEL_RECORDS_COEFFSDATA_H
+
+#include <tessel/tesselexport.h>
+
+#include <zephserializer/serializable.h>
+
+#include <QByteArray>
+#include <QRect>
+
+/// One block of correction coefficients. A value: one object is used by one thread at a time.
+class TESSEL_EXPORT CoeffsData : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(QRect rect MEMBER rect)
+    Q_PROPERTY(QByteArray data MEMBER data)
+public:
+    CoeffsData();
+    CoeffsData(const CoeffsData& other);
+    CoeffsData(CoeffsData&& other) noexcept;
+    CoeffsData& operator=(const CoeffsData& other);
+    CoeffsData& operator=(CoeffsData&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~CoeffsData() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    QRect rect;      ///< region the block applies to
+    QByteArray data; ///< coefficient bytes
+};
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_RECORDS_DEVICEINFO_H
+#define TESSEL_RECORDS_DEVICEINFO_H
+
+#include <tessel/tesselexport.h>
+
+#include <zephserializer/serializable.h>
+
+#include <QString>
+
+namespace Tessel {
+
+/// The identity of a device. A value: one object is used by one thread at a time.
+class TESSEL_EXPORT DeviceInfo : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(QString name MEMBER name)
+    Q_PROPERTY(QString customName MEMBER customName)
+    Q_PROPERTY(QString mac MEMBER mac)
+    Q_PROPERTY(QString ip MEMBER ip)
+public:
+    DeviceInfo();
+    DeviceInfo(const DeviceInfo& other);
+    DeviceInfo(DeviceInfo&& other) noexcept;
+    DeviceInfo& operator=(const DeviceInfo& other);
+    DeviceInfo& operator=(DeviceInfo&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~DeviceInfo() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    QString name;       ///< name given by the maker
+    QString customName; ///< name given by the user
+    QString mac;        ///< MAC address
+    QString ip;         ///< IP address
+
+private:
+    // Part of the layout; nothing reads or fills it.
+    QString m_reserved;
+};
+
+} // namespace Tessel
+
+#endif

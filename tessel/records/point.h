@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_RECORDS_POINT_H
+#define TESSEL_RECORDS_POINT_H
+
+#include <tessel/tesselexport.h>
+
+#include <zephserializer/serializable.h>
+
+namespace Tessel {
+
+/// A position in pixels. Its integers are unset until assigned or deserialized. A value: one object is used
+/// by one thread at a time.
+class TESSEL_EXPORT Point : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(int x MEMBER x)
+    Q_PROPERTY(int y MEMBER y)
+public:
+    Point();
+    Point(const Point& other);
+    Point(Point&& other) noexcept;
+    Point& operator=(const Point& other);
+    Point& operator=(Point&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~Point() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    int x; ///< pixels to the right
+    int y; ///< pixels down
+};
+
+} // namespace Tessel
+
+#endif

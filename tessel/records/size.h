@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_RECORDS_SIZE_H
+#define TESSEL_RECORDS_SIZE_H
+
+#include <tessel/tesselexport.h>
+
+#include <zephserializer/serializable.h>
+
+namespace Tessel {
+
+/// An extent in pixels. Its integers are unset until assigned or deserialized. A value: one object is used by
+/// one thread at a time.
+class TESSEL_EXPORT Size : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(int width MEMBER width)
+    Q_PROPERTY(int height MEMBER height)
+public:
+    Size();
+    Size(const Size& other);
+    Size(Size&& other) noexcept;
+    Size& operator=(const Size& other);
+    Size& operator=(Size&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~Size() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    int width;  ///< pixels
+    int height; ///< pixels
+};
+
+} // namespace Tessel
+
+#endif

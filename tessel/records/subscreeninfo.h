@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_RECORDS_SUBSCREENINFO_H
+#define TESSEL_RECORDS_SUBSCREENINFO_H
+
+#include <tessel/records/cabinetinfo.h>
+#include <tessel/records/point.h>
+#include <tessel/records/size.h>
+#include <tessel/tesselexport.h>
+
+#include <zephserializer/serializable.h>
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+namespace Tessel {
+
+/// A part of a screen: the input it shows, its place and its cabinets. A value: one object is used by one
+/// thread at a time.
+class TESSEL_EXPORT SubScreenInfo : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(QString subScreenID MEMBER subScreenID)
+    Q_PROPERTY(QString inputID MEMBER inputID)
+    Q_PROPERTY(QVariant postion READ _getpostionpostion WRITE _setpostionpostion)
+    Q_PROPERTY(QVariant size READ _getsizesize WRITE _setsizesize)
+    Q_PROPERTY(QVariant cabinets READ _getcabinetscabinets WRITE _setcabinetscabinets)
+public:
+    SubScreenInfo();
+    SubScreenInfo(const SubScreenInfo& other);
+    SubScreenInfo(SubScreenInfo&& other) noexcept;
+    SubScreenInfo& operator=(const SubScreenInfo& other);
+    SubScreenInfo& operator=(SubScreenInfo&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~SubScreenInfo() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    QString subScreenID;         ///< sub-screen id
+    QString inputID;             ///< id of the input that is shown
+    Point postion;               ///< upper left corner
+    Size size;                   ///< extent
+    QList<CabinetInfo> cabinets; ///< cabinets of the sub-screen
+
+private:
+    QVariant _getpostionpostion() const;
+    void _setpostionpostion(const QVariant& value);
+    QVariant _getsizesize() const;
+    void _setsizesize(const QVariant& value);
+    QVariant _getcabinetscabinets() const;
+    void _setcabinetscabinets(const QVariant& value);
+};
+
+} // namespace Tessel
+
+#endif
