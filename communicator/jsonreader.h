@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_JSONREADER_H
+#define COMMUNICATOR_JSONREADER_H
+
+#include <communicator/communicatorexport.h>
+
+#include <QByteArray>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+/// Reads JSON texts (RFC 8259) straight into Qt containers. Internal to the transport.
+///
+/// All operations are safe on any bytes and may be called from any thread. They deliver all or nothing: a
+/// text that is cut off, followed by anything but white space, not UTF-8 or nested deeper than `MaximumDepth`
+/// gives no result.
+///
+/// Values: an integer is a `qlonglong`, or a `qulonglong` above that range, or a `double` beyond 64 bits; a
+/// number with a fraction or an exponent is a `double` (2.0 stays one); a number too large for a `double`
+/// makes the text invalid; `null` is `QVariant::fromValue(nullptr)`, as QJsonDocument has it. Of members with
+/// the same key the last one counts. A byte-order mark in front is skipped. An escaped surrogate without its
+/// partner is kept as it is in the QString.
+///
+/// Flattened: a member of a nested object stands under its key path with dots, an empty nested object is one
+/// entry holding an empty QVariantMap, an array is one entry holding a QVariantList with its elements as
+/// parsed. Dots that are part of a key are taken as they are; where two members share a path, the later one
+/// in the text counts.
+namespace Krelm::Communicator::Json {
+
+/// How many levels of arrays and objects a text may nest.
+constexpr int MaximumDepth = 256;
+
+/// Whether the whole of @p text is one JSON value.
+COMMUNICATOR_EXPORT bool isComplete(const QByteArray& text);
+
+/// Reads the members of the object that @p text is. @return whether it is one; otherwise @p out is empty.
+COMMUNICATOR_EXPORT bool readObject(const QByteArray& text, QMap<QString, QVariant>& out);
+
+/// As readObject(), flattened.
+COMMUNICATOR_EXPORT bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out);
+
+/// The object that the top-level member `data` of @p reply holds, flattened; empty when there is none.
+COMMUNICATOR_EXPORT QMap<QString, QVariant> dataFlattened(const QByteArray& reply);
+
+/// The elements of the array that the top-level member `data` of @p reply holds, each object among them
+/// flattened; empty when there is none.
+COMMUNICATOR_EXPORT QList<QVariant> dataListFlattened(const QByteArray& reply);
+
+/// As dataListFlattened(), with the elements as parsed.
+COMMUNICATOR_EXPORT QList<QVariant> dataList(const QByteArray& reply);
+
+} // namespace Krelm::Communicator::Json
+
+#endif

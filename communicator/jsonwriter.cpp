@@ -1,0 +1,324 @@
+// SPDX-License-Identifier: MIT
+#include <communicator/jsonwriter.h>
+
+#include <QCborArray>
+#include <QCborMap>
+#include <QCborValue>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QStringList>
+#include <QUrl>
+#include <QUuid>
+#include <QVector>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace Krelm::Communicator::Json {
+
+namespace {
+
+constexpr int MaximumDepth = 1024;
+constexpr int InitialCapacity = 512;
+// Longer than any number: a double in its shortest form, a 64-bit integer.
+constexpr int NumberLength = 32;
+// 2^64: integral doubles below it are written without an exponent.
+constexpr double IntegralLimit = 18446744073709551616.0;
+
+class Writer
+{
+public:
+    Writer() { m_out.resize(InitialCapacity); }
+
+    bool value(const QVariant& value, int depth = 0);
+
+    QByteArray take()
+    {
+        m_out.resize(m_size);
+        if (m_out.capacity() > m_size + m_size / 8)
+            m_out.squeeze();
+        return std::move(m_out);
+    }
+
+private:
+    // Room for @p length more bytes.
+    char* room(int length)
+    {
+        if (m_out.size() - m_size < length)
+            m_out.resize(std::max(m_size + length, m_out.size() + m_out.size() / 2));
+        return m_out.data() + m_size;
+    }
+    void put(char c)
+    {
+        *room(1) = c;
+        ++m_size;
+    }
+    void literal(const char* text, int length)
+    {
+        std::memcpy(room(length), text, std::size_t(length));
+        m_size += length;
+    }
+    void null() { literal("null", 4); }
+    template <typename Number>
+    void number(Number value)
+    {
+        char* const at = room(NumberLength);
+        m_size += int(std::to_chars(at, at + NumberLength, value).ptr - at);
+    }
+    void number(double value);
+    void string(const QString& text);
+    template <typename List>
+    bool list(const List& list, int depth);
+    bool map(const QVariantMap& map, int depth);
+    bool hash(const QVariantHash& hash, int depth);
+    bool member(bool first, const QString& key, const QVariant& value, int depth);
+
+    QByteArray m_out;
+    int m_size = 0;
+};
+
+void Writer::number(double value)
+{
+    if (!std::isfinite(value)) {
+        null();
+        return;
+    }
+    char* const at = room(NumberLength);
+    const bool integral = std::fabs(value) < IntegralLimit && std::trunc(value) == value;
+    const std::to_chars_result result =
+        integral ? std::to_chars(at, at + NumberLength, value, std::chars_format::fixed)
+                 : std::to_chars(at, at + NumberLength, value);
+    m_size += int(result.ptr - at);
+}
+
+char* putEscape(char* at, char letter)
+{
+    *at++ = '\\';
+    *at++ = letter;
+    return at;
+}
+
+char* putUnicodeEscape(char* at, ushort unit)
+{
+    static constexpr char Digits[] = "0123456789abcdef";
+    at = putEscape(at, 'u');
+    for (int shift = 12; shift >= 0; shift -= 4)
+        *at++ = Digits[unit >> shift & 0xf];
+    return at;
+}
+
+char* putAscii(char* at, char c)
+{
+    switch (c) {
+    case '"':
+    case '\\':
+        return putEscape(at, c);
+    case '\b':
+        return putEscape(at, 'b');
+    case '\f':
+        return putEscape(at, 'f');
+    case '\n':
+        return putEscape(at, 'n');
+    case '\r':
+        return putEscape(at, 'r');
+    case '\t':
+        return putEscape(at, 't');
+    default:
+        if (c < ' ')
+            return putUnicodeEscape(at, ushort(c));
+        *at++ = c;
+        return at;
+    }
+}
+
+void Writer::string(const QString& text)
+{
+    // The longest form of a UTF-16 unit is its escape of six bytes.
+    constexpr int Longest = 6;
+    constexpr int Chunk = 1024;
+
+    put('"');
+    const ushort* unit = text.utf16();
+    const ushort* const end = unit + text.size();
+    while (unit != end) {
+        const ushort* const stop = unit + std::min<qptrdiff>(Chunk, end - unit);
+        char* const start = room(Longest * int(stop - unit + 1));
+        char* at = start;
+        while (unit < stop) {
+            const ushort u = *unit++;
+            if (u >= ' ' && u < 0x80 && u != '"' && u != '\\') {
+                *at++ = char(u);
+            } else if (u < 0x80) {
+                at = putAscii(at, char(u));
+            } else if (u < 0x800) {
+                *at++ = char(0xc0 | u >> 6);
+                *at++ = char(0x80 | (u & 0x3f));
+            } else if (!QChar::isSurrogate(u)) {
+                *at++ = char(0xe0 | u >> 12);
+                *at++ = char(0x80 | (u >> 6 & 0x3f));
+                *at++ = char(0x80 | (u & 0x3f));
+            } else if (QChar::isHighSurrogate(u) && unit != end && QChar::isLowSurrogate(*unit)) {
+                const uint point = QChar::surrogateToUcs4(u, *unit++);
+                *at++ = char(0xf0 | point >> 18);
+                *at++ = char(0x80 | (point >> 12 & 0x3f));
+                *at++ = char(0x80 | (point >> 6 & 0x3f));
+                *at++ = char(0x80 | (point & 0x3f));
+            } else {
+                at = putUnicodeEscape(at, u);
+            }
+        }
+        m_size += int(at - start);
+    }
+    put('"');
+}
+
+template <typename List>
+bool Writer::list(const List& list, int depth)
+{
+    if (depth > MaximumDepth)
+        return false;
+    put('[');
+    bool first = true;
+    for (const auto& element : list) {
+        if (!first)
+            put(',');
+        first = false;
+        if constexpr (std::is_same_v<List, QStringList>)
+            string(element);
+        else if (!value(element, depth))
+            return false;
+    }
+    put(']');
+    return true;
+}
+
+bool Writer::member(bool first, const QString& key, const QVariant& member, int depth)
+{
+    if (!first)
+        put(',');
+    string(key);
+    put(':');
+    return value(member, depth);
+}
+
+bool Writer::map(const QVariantMap& map, int depth)
+{
+    if (depth > MaximumDepth)
+        return false;
+    put('{');
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        if (!member(it == map.cbegin(), it.key(), it.value(), depth))
+            return false;
+    }
+    put('}');
+    return true;
+}
+
+bool Writer::hash(const QVariantHash& hash, int depth)
+{
+    if (depth > MaximumDepth)
+        return false;
+    QVector<QVariantHash::const_iterator> members;
+    members.reserve(hash.size());
+    for (auto it = hash.cbegin(); it != hash.cend(); ++it)
+        members.append(it);
+    std::sort(members.begin(), members.end(), [](auto left, auto right) { return left.key() < right.key(); });
+    put('{');
+    for (int i = 0; i < members.size(); ++i) {
+        if (!member(i == 0, members.at(i).key(), members.at(i).value(), depth))
+            return false;
+    }
+    put('}');
+    return true;
+}
+
+template <typename T>
+const T& held(const QVariant& value)
+{
+    return *static_cast<const T*>(value.constData());
+}
+
+bool Writer::value(const QVariant& value, int depth)
+{
+    switch (value.userType()) {
+    case QMetaType::UnknownType:
+    case QMetaType::Nullptr:
+        null();
+        return true;
+    case QMetaType::Bool:
+        held<bool>(value) ? literal("true", 4) : literal("false", 5);
+        return true;
+    case QMetaType::Int:
+        number(held<int>(value));
+        return true;
+    case QMetaType::UInt:
+        number(held<uint>(value));
+        return true;
+    case QMetaType::LongLong:
+        number(held<qlonglong>(value));
+        return true;
+    case QMetaType::ULongLong:
+        number(held<qulonglong>(value));
+        return true;
+    case QMetaType::Float:
+        number(double(held<float>(value)));
+        return true;
+    case QMetaType::Double:
+        number(held<double>(value));
+        return true;
+    case QMetaType::QString:
+        string(held<QString>(value));
+        return true;
+    case QMetaType::QStringList:
+        return list(held<QStringList>(value), depth + 1);
+    case QMetaType::QVariantList:
+        return list(held<QVariantList>(value), depth + 1);
+    case QMetaType::QVariantMap:
+        return map(held<QVariantMap>(value), depth + 1);
+    case QMetaType::QVariantHash:
+        return hash(held<QVariantHash>(value), depth + 1);
+    case QMetaType::QUrl:
+        string(held<QUrl>(value).toString(QUrl::FullyEncoded));
+        return true;
+    case QMetaType::QUuid:
+        string(held<QUuid>(value).toString(QUuid::WithoutBraces));
+        return true;
+    case QMetaType::QJsonValue:
+        return this->value(held<QJsonValue>(value).toVariant(), depth);
+    case QMetaType::QJsonObject:
+        return map(held<QJsonObject>(value).toVariantMap(), depth + 1);
+    case QMetaType::QJsonArray:
+        return list(held<QJsonArray>(value).toVariantList(), depth + 1);
+    case QMetaType::QJsonDocument:
+        return this->value(held<QJsonDocument>(value).toVariant(), depth);
+    case QMetaType::QCborValue:
+        return this->value(held<QCborValue>(value).toJsonValue().toVariant(), depth);
+    case QMetaType::QCborArray:
+        return list(held<QCborArray>(value).toJsonArray().toVariantList(), depth + 1);
+    case QMetaType::QCborMap:
+        return map(held<QCborMap>(value).toJsonObject().toVariantMap(), depth + 1);
+    default: {
+        // Dates, byte arrays and the like have a text form; what has none, and an empty one, is null.
+        const QString text = value.toString();
+        if (text.isEmpty())
+            null();
+        else
+            string(text);
+        return true;
+    }
+    }
+}
+
+} // namespace
+
+QByteArray write(const QVariant& value)
+{
+    Writer writer;
+    return writer.value(value) ? writer.take() : QByteArray();
+}
+
+} // namespace Krelm::Communicator::Json
