@@ -12,9 +12,9 @@ namespace {
 
 constexpr std::size_t InitialSlots = 256;
 constexpr std::size_t RetainedKeys = 4096;
-constexpr std::size_t RetainedLength = 256 * 1024;
+constexpr std::size_t RetainedLength = std::size_t(256) * 1024;
 // Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.
-constexpr std::size_t BaseNameLimit = 64 * 1024;
+constexpr std::size_t BaseNameLimit = std::size_t(64) * 1024;
 constexpr std::size_t NameLimitPerByte = 16;
 
 __extension__ using Wide = unsigned __int128;

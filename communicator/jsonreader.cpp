@@ -7,7 +7,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <optional>
 
 namespace ondemand = simdjson::ondemand;
 
@@ -16,7 +15,7 @@ namespace Krelm::Communicator::Json {
 namespace {
 
 // What a thread keeps for its next text: the parser's buffers for texts up to this size, so many entries.
-constexpr std::size_t RetainedCapacity = 256 * 1024;
+constexpr std::size_t RetainedCapacity = std::size_t(256) * 1024;
 constexpr std::size_t RetainedEntries = 4096;
 
 // A token reaches to the start of the next one; behind the last one it is empty.
@@ -155,8 +154,8 @@ public:
     }
 
     // Hands each member's key and value to @p read.
-    template <typename Object, typename Read>
-    static bool eachMember(Object&& object, Read read)
+    template <typename Read>
+    static bool eachMember(simdjson::simdjson_result<ondemand::object> object, Read read)
     {
         if (object.error())
             return false;
@@ -168,14 +167,14 @@ public:
         return true;
     }
 
-    template <typename Array, typename Read>
-    static bool eachElement(Array&& array, Read read)
+    template <typename Read>
+    static bool eachElement(simdjson::simdjson_result<ondemand::array> array, Read read)
     {
         if (array.error())
             return false;
         for (auto element : array) {
             ondemand::value value;
-            if (std::move(element).get(value) || !read(value))
+            if (element.get(value) || !read(value))
                 return false;
         }
         return true;
@@ -187,7 +186,7 @@ public:
     {
         const std::size_t first = m_entries.size();
         Object current{m_keys.start(), scope == KeyTable::FlatRoot, false};
-        if (!members(std::move(object), scope, current, depth))
+        if (!members(object, scope, current, depth))
             return false;
         out = m_keys.take(scope, m_entries, first, current.repeated);
         return true;
@@ -196,7 +195,7 @@ public:
     bool list(simdjson::simdjson_result<ondemand::array> array, KeyTable::Id scope, QVariantList& out,
               int depth)
     {
-        return depth <= MaximumDepth && eachElement(std::move(array), [&](ondemand::value element) {
+        return depth <= MaximumDepth && eachElement(array, [&](ondemand::value element) {
                    out.append(QVariant());
                    return value(element, scope, out.last(), depth);
                });
@@ -243,27 +242,23 @@ private:
 template <typename Read>
 bool Reader::parse(const QByteArray& text, Read read)
 {
-    std::string_view view(text.constData(), std::size_t(text.size()));
+    // The parser reads past the end. An array that was filled piece by piece often has the room.
+    QByteArray padded = text;
+    if (padded.capacity() - padded.size() < int(simdjson::SIMDJSON_PADDING))
+        padded.reserve(padded.size() + int(simdjson::SIMDJSON_PADDING));
+    std::string_view view(padded.constData(), std::size_t(padded.size()));
     if (view.substr(0, 3) == "\xEF\xBB\xBF")
         view.remove_prefix(3);
-    // The parser reads past the end. An array that was filled piece by piece often has the room.
-    std::optional<simdjson::padded_string> copy;
-    simdjson::padded_string_view padded(view, view.size() + simdjson::SIMDJSON_PADDING);
-    if (text.capacity() - text.size() < int(simdjson::SIMDJSON_PADDING)) {
-        copy.emplace(view);
-        padded = *copy;
-    }
-    m_end = padded.data() + padded.length();
+    m_end = view.data() + view.size();
     ondemand::document document;
-    return !m_parser.iterate(padded).get(document) && read(document);
+    return !m_parser.iterate(view, view.size() + simdjson::SIMDJSON_PADDING).get(document) && read(document);
 }
 
 bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, Object& current,
                      int depth)
 {
     KeyTable::Id key = 0;
-    return depth <= MaximumDepth &&
-           eachMember(std::move(object), [&](const char* raw, ondemand::value value) {
+    return depth <= MaximumDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
                key = m_keys.find(scope, key, raw, m_end);
                if (key == 0)
                    return false;
@@ -348,8 +343,7 @@ bool Reader::skip(ondemand::value value, int depth)
 
 bool Reader::skip(simdjson::simdjson_result<ondemand::object> object, int depth)
 {
-    return depth <= MaximumDepth &&
-           eachMember(std::move(object), [&](const char* key, ondemand::value member) {
+    return depth <= MaximumDepth && eachMember(object, [&](const char* key, ondemand::value member) {
                return isWellEscaped(keyText(key)) && skip(member, depth);
            });
 }
@@ -357,7 +351,7 @@ bool Reader::skip(simdjson::simdjson_result<ondemand::object> object, int depth)
 bool Reader::skip(simdjson::simdjson_result<ondemand::array> array, int depth)
 {
     return depth <= MaximumDepth &&
-           eachElement(std::move(array), [&](ondemand::value element) { return skip(element, depth); });
+           eachElement(array, [&](ondemand::value element) { return skip(element, depth); });
 }
 
 bool Reader::skip(ondemand::document& document)

@@ -4,12 +4,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QtTest>
 
-#include <cmath>
+#include <nlohmann/json.hpp>
+
 #include <limits>
 #include <thread>
+#include <vector>
 
 namespace Json = Krelm::Communicator::Json;
 
@@ -60,28 +61,34 @@ QByteArray nestedObjects(int levels)
     return QByteArray("{\"k\":").repeated(levels - 1) + "{}" + QByteArray(levels - 1, '}');
 }
 
-// Whether the two decoders should agree: QJsonDocument knows integers and doubles by value only, accepts
-// things that RFC 8259 forbids, and nests differently deep.
-QVariant asDocumentHasIt(const QVariant& value)
+// What another parser read, in our types. QJsonDocument is no judge here: it leaks memory on some duplicate
+// keys.
+QVariant toVariant(const nlohmann::json& value)
 {
-    switch (value.userType()) {
-    case QMetaType::QVariantMap: {
-        QVariantMap map = value.toMap();
-        for (QVariant& member : map)
-            member = asDocumentHasIt(member);
+    switch (value.type()) {
+    case nlohmann::json::value_t::object: {
+        QVariantMap map;
+        for (const auto& member : value.items())
+            map.insert(QString::fromStdString(member.key()), toVariant(member.value()));
         return map;
     }
-    case QMetaType::QVariantList: {
-        QVariantList list = value.toList();
-        for (QVariant& element : list)
-            element = asDocumentHasIt(element);
+    case nlohmann::json::value_t::array: {
+        QVariantList list;
+        for (const nlohmann::json& element : value)
+            list.append(toVariant(element));
         return list;
     }
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return value.toDouble();
+    case nlohmann::json::value_t::string:
+        return QString::fromStdString(value.get<std::string>());
+    case nlohmann::json::value_t::boolean:
+        return value.get<bool>();
+    case nlohmann::json::value_t::number_integer:
+    case nlohmann::json::value_t::number_unsigned:
+        return value.get<qlonglong>();
+    case nlohmann::json::value_t::number_float:
+        return value.get<double>();
     default:
-        return value;
+        return Null;
     }
 }
 
@@ -709,7 +716,7 @@ private Q_SLOTS:
             QCOMPARE(count, 200);
     }
 
-    void damagedTextsAreReadAsTheDocumentReadsThem()
+    void damagedTextsAreReadAsOthersReadThem()
     {
         const QByteArrayList originals{
             reply("[{\"a\":{\"b\":1.5,\"c\":[true,null,false]},\"d\":\"x\\u00e9\\\"y\",\"e\":-12},2,\"z\"]"),
@@ -738,28 +745,24 @@ private Q_SLOTS:
                     text.insert(at, text.mid(int(random.bounded(text.size())), int(random.bounded(12))));
                 }
             }
-            const QJsonDocument document = QJsonDocument::fromJson(text);
             const bool complete = Json::isComplete(text);
+            // A lone surrogate is the one thing that we read and others do not.
+            if (!text.contains("\\ud"))
+                QVERIFY2(complete == nlohmann::json::accept(text.cbegin(), text.cend()), text.constData());
             QVariantMap plain;
             const bool isObject = Json::readObject(text, plain);
             QVariantMap flat;
             QCOMPARE(Json::readFlattened(text, flat), isObject);
-            QVERIFY(complete || !isObject);
             Json::dataFlattened(text);
             Json::dataList(text);
             Json::dataListFlattened(text);
-            if (complete && !document.isNull()) {
-                ++accepted;
-                if (isObject)
-                    QCOMPARE(asDocumentHasIt(plain), asDocumentHasIt(document.object().toVariantMap()));
+            if (!complete) {
+                QVERIFY(!isObject);
+                continue;
             }
-            // What the document accepts and we do not is an escape or a number against RFC 8259.
-            if (!document.isNull() && !complete)
-                QVERIFY2(text.contains('\\') || hasOddNumber(text) || hasControl(text), text.constData());
-            // A scalar alone, the other way around.
-            if (document.isNull() && complete)
-                QVERIFY2(!text.trimmed().startsWith('{') && !text.trimmed().startsWith('['),
-                         text.constData());
+            ++accepted;
+            if (isObject && !text.contains("\\ud"))
+                QCOMPARE(QVariant(plain), toVariant(nlohmann::json::parse(text.cbegin(), text.cend())));
         }
         QVERIFY(accepted > 5000);
     }
@@ -776,16 +779,6 @@ private Q_SLOTS:
             QVERIFY(!Json::readObject(text, out) || complete);
             Json::dataListFlattened(reply(text));
         }
-    }
-
-private:
-    static bool hasControl(const QByteArray& text)
-    {
-        return std::any_of(text.cbegin(), text.cend(), [](char c) { return c >= 0 && c < ' '; });
-    }
-    static bool hasOddNumber(const QByteArray& text)
-    {
-        return QString::fromLatin1(text).contains(QRegularExpression(QStringLiteral(R"([-.eE+]|\b0\d)")));
     }
 };
 
