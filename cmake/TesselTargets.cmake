@@ -31,6 +31,7 @@ function(tessel_library name)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
+    INSTALL_RPATH "$ORIGIN"
     AUTOMOC ON)
   target_compile_definitions(${name} PRIVATE ${ARG_EXPORT}_LIBRARY)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)

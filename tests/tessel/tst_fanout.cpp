@@ -93,6 +93,9 @@ private Q_SLOTS:
         QVERIFY(GroupRequest("Device_OneEDID").get(device, {}, results));
         QVERIFY(quit);
         QCOMPARE(m_engine->count(), 0);
+        // quit() holds for every later loop until the application's own one ran.
+        QTimer::singleShot(0, this, [] { QCoreApplication::quit(); });
+        QCoreApplication::exec();
     }
 
     void otherEventsOfTheThreadAreDeliveredDuringTheWait()
