@@ -15,16 +15,23 @@
 /// The device that the rows' calls name.
 inline const QString sampleDevice = QStringLiteral("wall");
 
-/// What a row's call may hand to its operation as outputs. Filled before the call, so that a row sees what happened
-/// to earlier content.
+/// What a row's call may hand to its operation as outputs. Filled before the call, so that a row sees what
+/// happened to earlier content.
 struct Outputs
 {
     QMap<QString, QVariant> map;
     QList<QVariant> list;
 };
 
-/// Which decoder fills the output.
+/// Which decoder fills the output. None: the operation has no output, or leaves it as it was.
 enum class Decoder { None, Map, FlatList, ParsedList };
+
+/// What becomes of a failed exchange.
+enum class OnFailure {
+    EmptyOutput, ///< `false`, output emptied
+    KeepOutput,  ///< `false`, output as it was
+    Unnoticed    ///< `true`, output as it was: the operation does not look
+};
 
 /// What one operation sends and what it makes of the reply.
 struct OperationRow
@@ -40,15 +47,18 @@ struct OperationRow
     int expectedTime = 10000; ///< the transport's default unless the operation sets one
     QMap<QString, QString> headers = {};
     bool daemon = false;
+    QMap<QString, QVariant> parts = {}; ///< of a multipart body; without any the body is not multipart
+    QString downloadPath = {};
+    OnFailure onFailure = OnFailure::EmptyOutput;
 };
 
 Q_DECLARE_METATYPE(OperationRow)
 
-/// Calls a blocking operation against a recording engine and checks, with Qt Test's comparisons, that it
+/// Calls an operation against a recording engine and checks, with Qt Test's comparisons, that it
 /// - sends exactly one request, as the row says;
 /// - on success returns `true` and replaces its output by what its decoder gives;
 /// - counts a device's non-zero `code` as success;
-/// - on failure returns `false` and empties its output.
+/// - on failure returns `false` and empties its output, unless the row says otherwise.
 void checkBlockingOperation(const OperationRow& row);
 
 #endif
