@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_SCREENINFO_H
+#define TESSEL_SCREENINFO_H
+
+#include <tessel/records/screensinfo.h>
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QVariant>
+#include <QtPromise>
+
+/// The screens of a device: their list, their display properties, and the pictures put on them.
+///
+/// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
+/// are the device's: they pass through unread unless an operation says otherwise. An operation returns
+/// whether the device answered; an output is replaced, by an empty one on failure.
+///
+/// Cache. The screen list and the screen tags of a device stay until it logs out. The properties of a screen
+/// stay for the life of the process, a logout included. A read with `force` asks the device whatever the
+/// cache holds, and on failure leaves cache and output as they were. Of the properties, only a forced read
+/// and the writes that say so renew the cached value.
+///
+/// Events. While watching, a device's "screensInfo" and "screensTagInfo" events renew list and tags in the
+/// background; "screenName" is passed on. While not watching, events are dropped and the screen list is
+/// always read from the device.
+///
+/// Threads. Caches belong to the thread of the first getInstance(), on which the handlers run and every
+/// operation has to be called. Blocking operations hold no lock while they wait.
+class TESSEL_EXPORT ScreenInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static ScreenInfo* getInstance();
+
+    /// Acts on events and answers the screen list from the cache again; what was missed is not caught up.
+    void startWatch();
+    /// Drops events from now on; the caches keep what they hold.
+    void shutDownWatch();
+
+    /// Makes sure that the screen list of the device is loaded.
+    bool getScreens(const QString& deviceKey, bool force);
+    /// The same, then adds the screens to @p out by their id: with @p perScreen each element of the lists in
+    /// the device's reply, otherwise the reply as a whole. What @p out holds besides stays.
+    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
+                    bool perScreen);
+    /// Reads a typed screen, past the cache. Rejects with the text "arguments error" when @p deviceKey is
+    /// empty, with QPromiseUndefinedException when the device did not answer well.
+    QtPromise::QPromise<Tessel::ScreensInfo> getScreens2(const QString& deviceKey);
+    /// Posts @p body to the screens. Does not wait: `true` and an empty @p reply say that nothing was
+    /// answered yet.
+    bool postScreens(const QString& deviceKey, QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Reads the screen tags into @p reply and the cache, both empty on failure.
+    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Writes the screen tags. Does not wait: always `true`, @p reply stays as it was.
+    bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+
+Q_SIGNALS:
+    /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
+    void signal_screenDataChanged(const QString& deviceKey);
+    /// An event renewed the device's screen tags. On this object's thread, after the cache was replaced.
+    void signal_screenTagChanged(const QString& deviceKey);
+    /// A device told the new @p name of its screen, never empty; nothing is cached. On this object's thread.
+    void signal_screenNameChanged(const QString& deviceKey, const QString& name);
+    /// Never raised.
+    void needGetAllInputsInfo();
+
+private:
+    explicit ScreenInfo(QObject* parent = nullptr);
+    ~ScreenInfo() override;
+
+    void onDeviceLogout(const QString& deviceKey);
+    void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
+
+    bool m_isWatch = true;
+    QMutex m_mutex; // held while a read stores properties
+    QMap<QString, QMap<QString, QVariant>> m_screens;
+    QMap<QString, QMap<QString, QVariant>> m_screenTags;
+    // Held while the property cache is asked and while an accepted write stores into it: not the mutex of the
+    // reads, so that a test and a store may overlap. Wanted so; neither is held across a request, and never
+    // both.
+    QMutex m_propertyMutex;
+    // device, screen, cache key
+    QMap<QString, QMap<QString, QMap<QString, QVariant>>> m_screenProperties;
+
+    static ScreenInfo* m_pInstance;
+};
+
+#endif
