@@ -12,6 +12,12 @@
 #include <QVariant>
 #include <QtPromise>
 
+#include <initializer_list>
+
+namespace Tessel {
+struct ScreenProperty;
+}
+
 /// The screens of a device: their list, their display properties, and the pictures put on them.
 ///
 /// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
@@ -58,6 +64,64 @@ public:
     bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
 
+    /// Reads the 18-bit switch into `enable` (`bool`).
+    bool get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                  bool force);
+    /// Reads the colour gamut into `gamut` (`uint`).
+    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                         bool force);
+    /// Reads the low-latency switch into `enable` (`bool`).
+    bool getLowLatency(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                       bool force);
+    /// Reads the uniform-display switch into `enable` (`bool`).
+    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                           bool force);
+    /// Reads the HDR switch into `enable` (`bool`).
+    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                          QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR mode into `mode` (`int`).
+    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the HLG mode into `hlgMode` (`int`).
+    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR peak brightness into `peakBrightness` (`int`).
+    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                           QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR illuminance into `illuminance` (`int`).
+    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR low-gray compensation into `lowGray` (`int`).
+    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D switch into `enable` (`bool`).
+    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                     QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D source mode into `sourceMode` (`int`).
+    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                         QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D eye priority into `eyePriority` (`int`).
+    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                          QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D depth of field into `fieldDepth` (`int`).
+    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                         QMap<QString, QVariant>& out, bool force);
+    /// Reads the offset of the right eye into `rightEyeOffset.x` and `rightEyeOffset.y` (`int`); always from
+    /// the device.
+    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& out, bool force);
+    /// Reads the colour temperature; @p map goes out as the body and comes back as the reply. The flag is
+    /// ignored.
+    bool getColorTemperature(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map,
+                             bool);
+    /// Reads the colour space of the LEDs.
+    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
+                                 QMap<QString, QVariant>& reply);
+    /// Reads the mode of the extended bit depth. Not reentrant.
+    bool getXbitMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Not in use: `false`, and nothing happens.
+    bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
+
 Q_SIGNALS:
     /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
     void signal_screenDataChanged(const QString& deviceKey);
@@ -71,6 +135,35 @@ Q_SIGNALS:
 private:
     explicit ScreenInfo(QObject* parent = nullptr);
     ~ScreenInfo() override;
+
+    // Make sure that a property is cached; for the twins above, which hand it out.
+    bool get18bit(const QString& deviceKey, const QString& screenId, bool force);
+    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force);
+    bool getLowLatency(const QString& deviceKey, const QString& screenId, bool force);
+    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHdrMode(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHlgtype(const QString& deviceKey, const QString& screenId, bool force);
+    bool getMaxoflight(const QString& deviceKey, const QString& screenId, bool force);
+    bool getIlluminance(const QString& deviceKey, const QString& screenId, bool force);
+    bool getLowgray(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force);
+    bool getFineGray(const QString& deviceKey, const QString& screenId, bool force);
+
+    // The form of the above: ask the cache unless forced, else fetch and store.
+    bool readProperty(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
+                      const QString& screenId, bool force);
+    bool knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
+                         const QString& screenId, bool force);
+    bool fetchProperties(const char* routeKey, std::initializer_list<Tessel::ScreenProperty> properties,
+                         const QString& deviceKey, const QString& screenId);
+    // The form of the twins: replaces the output by the cached values under their own names.
+    bool handOut(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
+                 const QString& screenId, QMap<QString, QVariant>& out);
 
     void onDeviceLogout(const QString& deviceKey);
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
