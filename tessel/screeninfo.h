@@ -9,6 +9,7 @@
 #include <QMap>
 #include <QMutex>
 #include <QObject>
+#include <QStringList>
 #include <QVariant>
 #include <QtPromise>
 
@@ -122,6 +123,45 @@ public:
     /// Not in use: `false`, and nothing happens.
     bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
 
+    /// Reads the brightness into `brightness` (`uint`), unscaled. Without cabinets: `true` and 0, nothing is
+    /// sent.
+    bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                       bool force);
+    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the newer protocol, and
+    /// sends @p params. Does not wait; renews the cache once the device agreed. Without cabinets: `true`,
+    /// nothing is sent.
+    /// @return whether the request was started.
+    bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
+                       int brightness);
+    /// Reads the brightness mode.
+    bool getBrightnessMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Sets the brightness mode. Does not wait: `true` and an empty @p reply say that nothing was answered
+    /// yet.
+    bool setBrightnessMode(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Reads the brightness of the colours; @p map goes out as the body and comes back as the reply.
+    bool getBrightnessRgb(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map);
+    /// Sets the brightness of the colours.
+    bool setBrightnessRgb(const QString& deviceKey, const QString& screenId,
+                          const QMap<QString, QVariant>& body);
+    /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); one the device
+    /// lacks is 0.
+    bool getSingleGamma(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                        bool force);
+    /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and renews the cache.
+    bool setOneGamma(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Reads the gamma table.
+    bool getGammaAllList(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Sets the gamma table.
+    bool setGammaTable(const QString& deviceKey, const QString& screenId,
+                       const QMap<QString, QVariant>& body);
+    /// Reads the gamma curve that the six members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
+    /// `qualityMode` and `gammaMode` of @p params describe; one that is missing goes out empty.
+    bool getGammaCurve(const QString& deviceKey, const QString& screenId, QMap<QString, QString> params,
+                       QList<QVariant>& out);
+    /// Reads the gray scale.
+    bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+
 Q_SIGNALS:
     /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
     void signal_screenDataChanged(const QString& deviceKey);
@@ -153,6 +193,8 @@ private:
     bool getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force);
     bool getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force);
     bool getFineGray(const QString& deviceKey, const QString& screenId, bool force);
+    bool getBrightness(const QString& deviceKey, const QString& screenId, bool force);
+    bool getGamma(const QString& deviceKey, const QString& screenId, bool force);
 
     // The form of the above: ask the cache unless forced, else fetch and store.
     bool readProperty(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
@@ -164,6 +206,9 @@ private:
     // The form of the twins: replaces the output by the cached values under their own names.
     bool handOut(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
                  const QString& screenId, QMap<QString, QVariant>& out);
+    // Writes without waiting, and caches the property of the body once the device agreed.
+    bool writeThrough(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
+                      const QString& screenId, const QMap<QString, QVariant>& body);
 
     void onDeviceLogout(const QString& deviceKey);
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
