@@ -15,7 +15,7 @@ namespace {
 using Start = bool (HttpProxy::*)(const QString&, HttpJsonPackage*);
 using Succeeded = std::function<void(const HttpJsonPackage&, const QString& id)>;
 
-bool exchangeAll(Start start, const char* routeKey, const QVariant& body, const QString& deviceKey,
+bool exchangeAll(Start start, const QString& path, const QVariant& body, const QString& deviceKey,
                  const QStringList& ids, const Succeeded& onSuccess)
 {
     QEventLoop loop;
@@ -30,7 +30,7 @@ bool exchangeAll(Start start, const char* routeKey, const QVariant& body, const 
     for (const QString& id : ids) {
         const QPointer<HttpJsonPackage> package = new HttpJsonPackage(nullptr);
         packages.push_back(package);
-        package->setUrl(routePath(routeKey));
+        package->setUrl(path);
         if (body.isValid())
             package->setRequestWithJsonObj(body);
         package->addPlaceHolders(QStringLiteral("id"), id);
@@ -64,7 +64,11 @@ bool exchangeAll(Start start, const char* routeKey, const QVariant& body, const 
 } // namespace
 
 GroupRequest::GroupRequest(const char* routeKey)
-    : m_routeKey(routeKey)
+    : m_path(routePath(routeKey))
+{}
+
+GroupRequest::GroupRequest(const QString& routeKey)
+    : m_path(routePath(routeKey))
 {}
 
 GroupRequest& GroupRequest::body(const QMap<QString, QVariant>& map)
@@ -75,7 +79,7 @@ GroupRequest& GroupRequest::body(const QMap<QString, QVariant>& map)
 
 bool GroupRequest::get(const QString& deviceKey, const QStringList& ids, QList<QVariant>& results)
 {
-    return exchangeAll(&HttpProxy::get, m_routeKey, m_body, deviceKey, ids,
+    return exchangeAll(&HttpProxy::get, m_path, m_body, deviceKey, ids,
                        [&results](const HttpJsonPackage& reply, const QString& id) {
                            QMap<QString, QVariant> map = reply.getRoutesJsonMap();
                            map.insert(QStringLiteral("id"), id);
@@ -85,7 +89,7 @@ bool GroupRequest::get(const QString& deviceKey, const QStringList& ids, QList<Q
 
 bool GroupRequest::put(const QString& deviceKey, const QStringList& ids)
 {
-    return exchangeAll(&HttpProxy::put, m_routeKey, m_body, deviceKey, ids,
+    return exchangeAll(&HttpProxy::put, m_path, m_body, deviceKey, ids,
                        [](const HttpJsonPackage&, const QString&) {});
 }
 

@@ -21,11 +21,13 @@ namespace Tessel {
 /// the loop.
 ///
 /// Each request has a timer of its expected time, which a reply does not cancel: one that fires while other replies
-/// are out counts its package a second time and fails the call. Kept so.
+/// are out counts its package a second time and fails the call. Kept so. The call may thus return before the slowest
+/// reply, which is then dropped.
 class GroupRequest
 {
 public:
     explicit GroupRequest(const char* routeKey);
+    explicit GroupRequest(const QString& routeKey);
 
     /// The body that each request carries.
     GroupRequest& body(const QMap<QString, QVariant>& map);
@@ -37,7 +39,7 @@ public:
     bool put(const QString& deviceKey, const QStringList& ids);
 
 private:
-    const char* m_routeKey;
+    QString m_path;
     QVariant m_body;
 };
 

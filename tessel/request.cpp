@@ -20,7 +20,25 @@ void logSystemError(const CallSite& site, const char* message)
 
 QString routePath(const char* routeKey)
 {
-    return AllUrlResource::getUrl(QLatin1String(routeKey));
+    return routePath(QString(QLatin1String(routeKey)));
+}
+
+QString routePath(const QString& routeKey)
+{
+    return AllUrlResource::getUrl(routeKey);
+}
+
+bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
+{
+    const QVariant wanted(id);
+    for (const QVariant& element : list) {
+        QMap<QString, QVariant> map = element.toMap();
+        if (wanted == map.value(QStringLiteral("id"))) {
+            out = std::move(map);
+            return true;
+        }
+    }
+    return false;
 }
 
 bool instancesReady(const CallSite& site, const char* tableMessage)

@@ -18,6 +18,7 @@ using Krelm::Communicator::HttpDevice::HttpProxy;
 
 /// The path of @p routeKey, looked up at every call; empty when the table does not hold the key.
 QString routePath(const char* routeKey);
+QString routePath(const QString& routeKey);
 
 /// An output that takes the elements of the reply's array as parsed instead of flattened.
 struct AsParsed
@@ -127,6 +128,7 @@ class Request : public PackageFiller<Request>
 {
 public:
     explicit Request(const char* routeKey) { m_package.setUrl(routePath(routeKey)); }
+    explicit Request(const QString& routeKey) { m_package.setUrl(routePath(routeKey)); }
 
     template <class... Outputs>
     bool get(const QString& deviceKey, Outputs&&... outputs)
@@ -166,11 +168,18 @@ public:
     template <class Entry>
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex = nullptr)
     {
+        return fetch(deviceKey, cache, mutex, [] {});
+    }
+    /// The same; calls @p stored after the store, with the mutex still held.
+    template <class Entry, class Stored>
+    bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex, Stored stored)
+    {
         HttpProxy::getInstance()->getSync(deviceKey, &m_package);
         if (!succeeded(m_package))
             return false;
         const QMutexLocker lock(mutex);
         decode(m_package, cache[deviceKey]);
+        stored();
         return true;
     }
 
@@ -269,6 +278,16 @@ public:
         });
     }
 
+    /// GETs, and gives the answered package, whatever its state, to @p takeOver, which owns it from then on.
+    template <class TakeOver>
+    void get(const QString& deviceKey, TakeOver takeOver)
+    {
+        HttpJsonPackage* package = m_package.release();
+        HttpProxy::getInstance()->get(deviceKey, package);
+        QObject::connect(package, &HttpJsonPackage::readyRead, package,
+                         [takeOver](HttpJsonPackage* reply) { takeOver(reply); });
+    }
+
     /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then. Returns
     /// whether the request was started.
     template <class Answered>
@@ -326,6 +345,10 @@ bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& de
         out = cache.value(deviceKey);
     return loaded;
 }
+
+/// Hands out the first element of @p list whose member `id` equals @p id, a number as its text. @return whether there
+/// is one; @p out stays as it was on `false`.
+bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out);
 
 /// Where a guarded operation stands, for the system-error line.
 struct CallSite

@@ -3,6 +3,7 @@
 
 #include <tessel/fanout.h>
 
+#include <QThread>
 #include <QTimer>
 #include <QtTest>
 
@@ -85,12 +86,20 @@ private Q_SLOTS:
     void anEmptyGroupWaitsUntilSomethingElseQuitsTheLoop()
     {
         bool quit = false;
-        QTimer::singleShot(0, this, [&] {
-            quit = true;
-            QCoreApplication::quit();
-        });
+        bool ok = false;
         List results;
-        QVERIFY(GroupRequest("Device_OneEDID").get(device, {}, results));
+        // On a thread of its own, whose loops quit() ends without ending those of the program.
+        const std::unique_ptr<QThread> caller(QThread::create([&] {
+            QObject home;
+            QTimer::singleShot(0, &home, [&] {
+                quit = true;
+                QThread::currentThread()->quit();
+            });
+            ok = GroupRequest("Device_OneEDID").get(device, {}, results);
+        }));
+        caller->start();
+        QVERIFY(caller->wait(60000));
+        QVERIFY(ok);
         QVERIFY(quit);
         QCOMPARE(m_engine->count(), 0);
     }

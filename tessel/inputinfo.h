@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_INPUTINFO_H
+#define TESSEL_INPUTINFO_H
+
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QStringList>
+#include <QVariant>
+
+/// The inputs of a device: their list, picture adjustments, signal state, EDID and backup source.
+///
+/// The list of inputs is cached per device. An event "change" of "inputsInfo" refreshes it and raises
+/// signal_sendDataChanged(); a logout drops it; a failed read or refresh leaves it. Writes do not touch it.
+///
+/// Operations block their caller and return whether the device answered; unless told otherwise an output is
+/// replaced, by an empty one on failure. getAllInputsInfo() belongs on the object's thread, that of the first
+/// getInstance(); the other operations may run on any thread.
+///
+/// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
+/// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing is left to end that
+/// loop: the call returns only when something else quits it. An input that was answered still runs into its
+/// time limit while others are awaited, and then fails the call.
+class TESSEL_EXPORT InputInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static InputInfo* getInstance();
+
+    /// Acts on events and answers reads from the cache; the state after construction.
+    void startWatch();
+    /// Ignores events and sends every read to the device. Keeps the cache.
+    void shutDownWatch();
+
+    /// Loads the list of the device's inputs into the cache unless it is there; with @p force in any case.
+    bool getAllInputsInfo(const QString& deviceKey, bool force);
+    /// The same; @p result becomes a copy of the cached list, and stays as it was on failure.
+    bool getAllInputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
+
+    /// The signal state of an input.
+    bool getSignal(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The HD mode of an input.
+    bool getHdMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The backup source of an input.
+    bool getBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The EDID of an input.
+    bool getEDID(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The hue of an input.
+    bool getHue(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The contrast of an input.
+    bool getContrast(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The saturation of an input.
+    bool getSaturation(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The black level of an input.
+    bool getBlackLevel(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The bit depth of an input's video source.
+    bool getVideoSourceBitDepth(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+
+    /// Sets the HD mode of an input.
+    bool setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                   QMap<QString, QVariant>& result);
+    /// Sets the backup source of an input.
+    bool setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                   QMap<QString, QVariant>& result);
+    /// Sets the EDID of an input.
+    bool setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                 QMap<QString, QVariant>& result);
+    /// Sets the hue of an input.
+    bool setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                QMap<QString, QVariant>& result);
+    /// Sets the contrast of an input.
+    bool setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                     QMap<QString, QVariant>& result);
+    /// Sets the saturation of an input.
+    bool setSaturation(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                       QMap<QString, QVariant>& result);
+    /// Sets the black level of an input.
+    bool setBlackLevel(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                       QMap<QString, QVariant>& result);
+    /// Sets the bit depth of an input's video source.
+    bool setVideoSourceBitDepth(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+
+    /// Clears the backup source of an input.
+    bool clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The backup sources of all inputs.
+    bool getAllInputBackup(const QString& deviceKey, QList<QVariant>& result);
+
+    /// Reads the EDIDs of several inputs in parallel; appends to @p result one map for each input that
+    /// answered, in the order of the replies, its member `id` set to the input's id. @return whether all
+    /// answered well and in time.
+    bool getEDIDs(const QString& deviceKey, const QStringList& ids, QList<QVariant>& result);
+    /// Sets the hue of several inputs in parallel, to all the same; leaves @p result as it is.
+    /// @return whether all answered well and in time.
+    bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
+                QList<QVariant>& result);
+    /// Sets the contrast of several inputs in parallel, to all the same; leaves @p result as it is.
+    /// @return whether all answered well and in time.
+    bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
+                     QList<QVariant>& result);
+    /// Sets the saturation of several inputs in parallel, to all the same; leaves @p result as it is.
+    /// @return whether all answered well and in time.
+    bool setSaturation(const QString& deviceKey, const QStringList& ids,
+                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
+    /// Sets the black level of several inputs in parallel, to all the same; leaves @p result as it is.
+    /// @return whether all answered well and in time.
+    bool setBlackLevel(const QString& deviceKey, const QStringList& ids,
+                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
+
+Q_SIGNALS:
+    /// An event's refresh stored a new list of inputs: once per such refresh, on this object's thread, never
+    /// from a read. @p changeInputId is what the latest event named, also when an earlier event's refresh
+    /// raises it.
+    void signal_sendDataChanged(QString deviceKey, unsigned short changeInputId);
+    /// Never raised.
+    void needGetAllInputsInfo();
+
+private:
+    explicit InputInfo(QObject* parent = nullptr);
+    ~InputInfo() override;
+
+    void onLogout(const QString& deviceKey);
+    void onEvent(const QByteArray& data, const QString& deviceKey);
+    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
+                      QList<QVariant>& result, const QString& routeKey);
+
+    bool m_isWatch = true;
+    unsigned short m_changeInputId = 255; // of the latest accepted event
+    QMutex m_mutex;                       // locked by nothing: all access comes from the object's thread
+    QMap<QString, QList<QVariant>> m_inputsInfo; // by device key
+
+    static InputInfo* m_pInstance;
+};
+
+#endif

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/monitorinfo.h>
+
+#include <tessel/deviceevents.h>
+#include <tessel/request.h>
+
+#include <QDebug>
+
+#include <cstdlib>
+
+using Tessel::HttpJsonPackage;
+using Tessel::PendingRequest;
+using Tessel::Request;
+
+namespace UrlResource {
+
+MonitorInfo* MonitorInfo::m_pInstance = nullptr;
+
+// Listens a second time, which is wanted: every event is heard twice.
+MonitorInfo* MonitorInfo::getInstance()
+{
+    if (!m_pInstance) {
+        m_pInstance = new MonitorInfo(nullptr);
+        if (!m_pInstance->init()) {
+            qFatal("error init MonitorInfo ");
+            std::exit(-1);
+        }
+    }
+    return m_pInstance;
+}
+
+MonitorInfo::MonitorInfo(QObject* parent)
+    : QObject(parent)
+{
+    init();
+}
+
+MonitorInfo::~MonitorInfo() = default;
+
+bool MonitorInfo::init()
+{
+    Tessel::listenToEvents(this, &MonitorInfo::slot_onDeviceAutoReport);
+    return true;
+}
+
+bool MonitorInfo::getMonitorData(const QString& deviceKey, std::function<void(HttpJsonPackage*)> callback)
+{
+    PendingRequest("MonitorData").get(deviceKey, std::move(callback));
+    return true;
+}
+
+// The path's placeholder stays unfilled, which is wanted.
+bool MonitorInfo::getMonitorHistory(const QString& deviceKey, const QString& /*id*/, qint64 startTime,
+                                    qint64 endTime, QList<QVariant>& result)
+{
+    return Request("MonitorHistory")
+        .parameter("starttime", QString::number(startTime, 10))
+        .parameter("endtime", QString::number(endTime, 10))
+        .get(deviceKey, result);
+}
+
+// The times are not sent, which is wanted.
+bool MonitorInfo::getMonitorLogs(const QString& deviceKey, qint64 /*startTime*/, qint64 /*endTime*/,
+                                 QMap<QString, QVariant>& result)
+{
+    return Request("MonitorLog").get(deviceKey, result);
+}
+
+bool MonitorInfo::getMonitorState(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    return Request("MonitorState").get(deviceKey, result);
+}
+
+void MonitorInfo::slot_onDeviceAutoReport(const QByteArray& data, const QString& deviceKey)
+{
+    const QMap<QString, QVariant> event = Tessel::envelopeEvent(data);
+    if (!Tessel::eventSays(event, "eventSender", "monitor"))
+        return;
+    const QString type = Tessel::eventText(event, "eventType");
+    const QVariant payload = event.value(QStringLiteral("eventData"));
+    if (type == QLatin1String("fanSpeed"))
+        Q_EMIT signal_tqWarningReport(deviceKey, payload, 0);
+    else if (type == QLatin1String("temperature"))
+        Q_EMIT signal_tqWarningReport(deviceKey, payload, 2);
+    else if (type == QLatin1String("voltage"))
+        Q_EMIT signal_tqWarningReport(deviceKey, payload, 1);
+    else if (type == QLatin1String("outputChange"))
+        Q_EMIT signal_tqOutputStateChanged(deviceKey, payload);
+    else if (type == QLatin1String("cabinet"))
+        Q_EMIT signal_cabinetWarningReport(deviceKey, payload);
+    else
+        qCritical() << "error eventType " << type;
+}
+
+} // namespace UrlResource

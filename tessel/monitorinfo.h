@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_MONITORINFO_H
+#define TESSEL_MONITORINFO_H
+
+#include <tessel/tesselexport.h>
+
+#include <communicator/httpjsonpackage.h>
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QVariant>
+
+#include <functional>
+
+namespace UrlResource {
+
+/// The monitoring service of a device: reads, and signals for pushed warnings.
+///
+/// No cache. Events of the sender "monitor" raise signals on the object's thread, that of the first
+/// getInstance(). Every event is heard twice, so each signal is raised twice per event: listeners have to
+/// bear that.
+///
+/// Unless told otherwise operations block their caller, may run on any thread, and return whether the device
+/// answered; an output is replaced, by an empty one on failure.
+class TESSEL_EXPORT MonitorInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static MonitorInfo* getInstance();
+
+    /// Reads the monitoring data without blocking. @p callback is called once with the answered package, on
+    /// the calling thread, which needs an event loop; for failures as well, which the package's state tells.
+    /// It owns the package and has to call its deleteLater(). An empty one throws `std::bad_function_call`
+    /// when the reply comes.
+    /// @return always `true`.
+    bool getMonitorData(const QString& deviceKey,
+                        std::function<void(Krelm::Communicator::HttpDevice::HttpJsonPackage*)> callback);
+    /// The monitoring history between two times, in the device's unit. @p id is not used: the placeholder of
+    /// the path goes out unfilled.
+    bool getMonitorHistory(const QString& deviceKey, const QString& id, qint64 startTime, qint64 endTime,
+                           QList<QVariant>& result);
+    /// The monitoring logs. The times are not used.
+    bool getMonitorLogs(const QString& deviceKey, qint64 startTime, qint64 endTime,
+                        QMap<QString, QVariant>& result);
+    /// The state of the monitoring service.
+    bool getMonitorState(const QString& deviceKey, QMap<QString, QVariant>& result);
+
+Q_SIGNALS:
+    /// Event "outputChange": the state of an output changed. @p var is the event's payload as parsed.
+    void signal_tqOutputStateChanged(const QString& deviceKey, const QVariant& var);
+    /// A warning of the controller. @p type is 0 for "fanSpeed", 1 for "voltage", 2 for "temperature"; @p var
+    /// is the event's payload as parsed.
+    void signal_tqWarningReport(const QString& deviceKey, const QVariant& var, int type);
+    /// Event "cabinet": a warning of a cabinet. @p var is the event's payload as parsed.
+    void signal_cabinetWarningReport(const QString& deviceKey, const QVariant& var);
+
+public Q_SLOTS:
+    /// Reads a pushed event and raises its signal. Other senders' events are ignored; an unknown type of this
+    /// sender is logged as critical.
+    void slot_onDeviceAutoReport(const QByteArray& data, const QString& deviceKey);
+
+private:
+    explicit MonitorInfo(QObject* parent = nullptr);
+    ~MonitorInfo() override;
+
+    bool init();
+
+    static MonitorInfo* m_pInstance;
+};
+
+} // namespace UrlResource
+
+#endif

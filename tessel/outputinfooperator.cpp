@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/outputinfooperator.h>
+
+#include <tessel/deviceevents.h>
+#include <tessel/request.h>
+
+using Tessel::cached;
+using Tessel::copyElement;
+using Tessel::copyEntry;
+using Tessel::PendingRequest;
+using Tessel::Request;
+
+OutputInfoOperator* OutputInfoOperator::m_pInstance = nullptr;
+
+OutputInfoOperator* OutputInfoOperator::getInstance()
+{
+    if (!m_pInstance)
+        m_pInstance = new OutputInfoOperator(nullptr);
+    return m_pInstance;
+}
+
+OutputInfoOperator::OutputInfoOperator(QObject* parent)
+    : QObject(parent)
+{
+    Tessel::listenToDevices(this, &OutputInfoOperator::onLogout, &OutputInfoOperator::onEvent);
+}
+
+OutputInfoOperator::~OutputInfoOperator() = default;
+
+void OutputInfoOperator::onLogout(const QString& deviceKey)
+{
+    m_outputsInfo.remove(deviceKey);
+}
+
+void OutputInfoOperator::onEvent(const QByteArray& data, const QString& deviceKey)
+{
+    if (!m_isWatch)
+        return;
+    const QMap<QString, QVariant> event = Tessel::changeEvent(data);
+    if (Tessel::eventSays(event, "dataType", "change") &&
+        Tessel::eventSays(event, "changeTag", "outputsInfo")) {
+        // No signal follows, which is wanted.
+        PendingRequest("Device_AllOutputsInfo").refresh(deviceKey, m_outputsInfo, [](bool) {});
+    }
+}
+
+void OutputInfoOperator::startWatch()
+{
+    m_isWatch = true;
+}
+
+void OutputInfoOperator::shutDownWatch()
+{
+    m_isWatch = false;
+}
+
+bool OutputInfoOperator::getAllOutputsInfo(const QString& deviceKey, bool force)
+{
+    return cached(m_outputsInfo, deviceKey, force || !m_isWatch) ||
+           Request("Device_AllOutputsInfo").fetch(deviceKey, m_outputsInfo);
+}
+
+bool OutputInfoOperator::getAllOutputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force)
+{
+    return copyEntry(getAllOutputsInfo(deviceKey, force), m_outputsInfo, deviceKey, result);
+}
+
+// The record's member is "id", although the paths say "outputid".
+bool OutputInfoOperator::getOutputInfo(const QString& deviceKey, const QString& id,
+                                       QMap<QString, QVariant>& result)
+{
+    return getAllOutputsInfo(deviceKey, false) && copyElement(m_outputsInfo.value(deviceKey), id, result);
+}
+
+bool OutputInfoOperator::setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& list,
+                                           QMap<QString, QVariant>& result)
+{
+    return Request("Device_AllOutputsInfo").body(list).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& params,
+                                                  QMap<QString, QVariant>& result)
+{
+    return Request("Device_AllOutputsPipeMapping").body(params).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setOutputInfo(const QString& deviceKey, const QString& id,
+                                       QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_OutputInfo").placeHolder("outputid", id).body(params).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setOutputEnable(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_OutputEnable").placeHolder("outputid", id).body(params).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setOutputResolution(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_OutputResolution").placeHolder("outputid", id).body(params).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setOutputOffset(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_OutputOffset").placeHolder("outputid", id).body(params).put(deviceKey, result);
+}
+
+bool OutputInfoOperator::setOutputPipeMapping(const QString& deviceKey, const QString& id,
+                                              QMap<QString, QVariant>& params,
+                                              QMap<QString, QVariant>& result)
+{
+    return Request("Device_OutputPipeMapping")
+        .placeHolder("outputid", id)
+        .body(params)
+        .put(deviceKey, result);
+}

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_PIPEINFO_H
+#define TESSEL_PIPEINFO_H
+
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QVariant>
+
+/// The pipelines of a device, each one video path from an input through its image processing to its place on
+/// the output: their list and their settings.
+///
+/// The list of pipelines is cached per device and stays after a logout. An event "Change" of "PipeLineInfo"
+/// reads it anew, blocking the object's thread for the exchange; there is no switch that turns events off. A
+/// failed read leaves the cache. Writes do not touch it: they show once the device reported its change.
+///
+/// Operations block their caller and return whether the device answered; unless told otherwise an output is
+/// replaced, by an empty one on failure. Writes concern one pipeline unless told otherwise, and may run on
+/// any thread. The reads that copy out of the cached list belong on the object's thread, that of the first
+/// getInstance().
+class TESSEL_EXPORT PipeInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static PipeInfo* getInstance();
+
+    /// Loads the list of the device's pipelines into the cache unless it is there; with @p force in any case.
+    /// May run on any thread.
+    bool getDevicePipes(const QString& deviceKey, bool force);
+    /// The same; @p result becomes a copy of the cached list, and stays as it was on failure.
+    bool getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force);
+    /// The first pipeline of the list whose member `id` equals @p id. @return whether there is one; @p result
+    /// stays as it was on `false`.
+    bool getDeviceOnePipe(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The image handling parameters of a pipeline.
+    bool getDeviceOnePipeHandleParameters(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& result);
+    /// The ids of the screens grouped on a pipeline, as parsed.
+    bool getDeviceOnePipeGroupScreenIds(const QString& deviceKey, const QString& id, QList<QVariant>& result);
+    /// The relative points of the screens grouped on a pipeline, as parsed.
+    bool getDeviceOnePipeGroupScreenRelativePoint(const QString& deviceKey, const QString& id,
+                                                  QList<QVariant>& result);
+    /// The grouped screens of a device, as parsed. No route leads there: the request goes out without a path
+    /// and fails.
+    bool getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result);
+
+    /// Writes the records of all pipelines.
+    bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& list,
+                        QMap<QString, QVariant>& result);
+    /// Sets the delay time of the 3D signal, for the whole device.
+    bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey,
+                                               const QMap<QString, QVariant>& params,
+                                               QMap<QString, QVariant>& result);
+    /// Writes the whole record of a pipeline.
+    bool putDeviceOnePipe(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                          QMap<QString, QVariant>& result);
+    /// Chooses the input of a pipeline.
+    bool putDeviceOnePipeInputId(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the mirror mode.
+    bool putDeviceOnePipeMirrorMode(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the type of image handling.
+    bool putDeviceOnePipeImageHandleType(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Writes the 3D settings.
+    bool putDeviceOnePipethreeD(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Switches 3D on or off.
+    bool putDeviceOnePipethreeDSwitch(const QString& deviceKey, const QString& id,
+                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the 3D type, on the path of the 3D source mode.
+    bool putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the 3D source mode. No route leads there: the request goes out without a path and fails.
+    bool putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets which eye comes first in 3D.
+    bool putDeviceOnePipethreeDEyepriority(const QString& deviceKey, const QString& id,
+                                           const QMap<QString, QVariant>& params,
+                                           QMap<QString, QVariant>& result);
+    /// Sets the 3D source adjustment, on the path of the field depth.
+    bool putDeviceOnePipethreeDSourcenadj(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets the start position of the right eye's picture.
+    bool putDeviceOnePipethreeDStartposition(const QString& deviceKey, const QString& id,
+                                             const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result);
+    /// Sets the 3D field depth.
+    bool putDeviceOnePipethreeDDepthField(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Switches HDR on or off.
+    bool putDeviceOnePipeHDRSwitch(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the HDR mode.
+    bool putDeviceOnePipeHdrparamHdrmode(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Sets the HLG type of HDR.
+    bool putDeviceOnePipeHdrparamHlgtype(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Sets the HDR maximum of light.
+    bool putDeviceOnePipeHdrparamMaxoflight(const QString& deviceKey, const QString& id,
+                                            const QMap<QString, QVariant>& params,
+                                            QMap<QString, QVariant>& result);
+    /// Sets the HDR illuminance.
+    bool putDeviceOnePipeHdrparamIlluminance(const QString& deviceKey, const QString& id,
+                                             const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result);
+    /// Sets the HDR low gray.
+    bool putDeviceOnePipeHdrparamLowgray(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Sets the brightness.
+    bool putDeviceOnePipeBrightness(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the colour temperature.
+    bool putDeviceOnePipeColorTemperature(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets the gamma.
+    bool putDeviceOnePipeGamma(const QString& deviceKey, const QString& id,
+                               const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets 18-bit processing.
+    bool putDeviceOnePipe18bitPlus(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the seam adjustment.
+    bool putDeviceOnePipeSeamAdjustment(const QString& deviceKey, const QString& id,
+                                        const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Sets the colour adjustment.
+    bool putDeviceOnePipeColorAdjust(const QString& deviceKey, const QString& id,
+                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets low latency.
+    bool putDeviceOnePipeLowLatency(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the image stored in advance.
+    bool putDeviceOnePipePrestoreImage(const QString& deviceKey, const QString& id,
+                                       const QMap<QString, QVariant>& params,
+                                       QMap<QString, QVariant>& result);
+    /// Sets the position of the image stored in advance.
+    bool putDeviceOnePipePrestoreImagePos(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets the region of the image stored in advance.
+    bool putDeviceOnePipePrestoreImageRegion(const QString& deviceKey, const QString& id,
+                                             const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result);
+    /// Switches the start image on or off.
+    bool putDeviceOnePipeStartImageSwitch(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets how long the start image stays.
+    bool putDeviceOnePipeStartImageTime(const QString& deviceKey, const QString& id,
+                                        const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Sets what shows while the cable is disconnected.
+    bool putDeviceOnePipeCableDisconnect(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Sets what shows while there is no DVI signal.
+    bool putDeviceOnePipeDVINoSignal(const QString& deviceKey, const QString& id,
+                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Switches zoom on or off.
+    bool putDeviceOnePipeZoomSwitch(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Switches the global screen on or off.
+    bool putDeviceOnePipeGlobalScreenSwitch(const QString& deviceKey, const QString& id,
+                                            const QMap<QString, QVariant>& params,
+                                            QMap<QString, QVariant>& result);
+    /// Sets the position of the part that is cut out of the input.
+    bool putDeviceOnePipeInterceptionPosition(const QString& deviceKey, const QString& id,
+                                              const QMap<QString, QVariant>& params,
+                                              QMap<QString, QVariant>& result);
+    /// Sets the size of the part that is cut out of the input.
+    bool putDeviceOnePipeInterceptionSize(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets the zoom mode.
+    bool putDeviceOnePipeZoomMode(const QString& deviceKey, const QString& id,
+                                  const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the position of the display area.
+    bool putDeviceOnePipeDisplayAreaPosition(const QString& deviceKey, const QString& id,
+                                             const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result);
+    /// Sets the size of the display area.
+    bool putDeviceOnePipeDisplayAreaSize(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+
+Q_SIGNALS:
+    /// A read or an event stored a list, changed or not. Raised on the reading thread with the cache's lock
+    /// held: a slot connected directly that calls getDevicePipes() or getDeviceOnePipe() would wait for
+    /// itself for ever.
+    void signal_sendDataChanged();
+
+private:
+    explicit PipeInfo(QObject* parent = nullptr);
+    ~PipeInfo() override;
+
+    void onEvent(const QByteArray& data, const QString& deviceKey);
+
+    QMutex m_mutex; // guards m_pipesInfo in getDevicePipes, never across a request
+    QMap<QString, QList<QVariant>> m_pipesInfo; // by device key
+
+    static PipeInfo* m_pInstance;
+};
+
+#endif
