@@ -162,6 +162,212 @@ public:
     /// Reads the gray scale.
     bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
 
+    /// Sets the 18-bit switch from member `enable`. Does not wait; renews the cache once the device agreed.
+    /// @return whether the request was started.
+    bool set18bit(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Sets the low-latency switch from member `enable`. Does not wait; renews the cache once the device
+    /// agreed.
+    /// @return whether the request was started.
+    bool setLowLatency(const QString& deviceKey, const QString& screenId,
+                       const QMap<QString, QVariant>& body);
+    /// Sets the uniform-display switch from member `enable`. Does not wait; renews the cache once the device
+    /// agreed.
+    /// @return whether the request was started.
+    bool setUniformDisplay(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body);
+    /// Sets the colour gamut from member `gamut`. Does not wait; renews the cache once the device agreed; @p
+    /// reply stays as it was. @return whether the request was started.
+    bool setGamut(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body,
+                  QMap<QString, QVariant>& reply);
+
+    /// @name HDR and 3D, on one screen and on several at once
+    /// The cached properties stay as they were. On several screens the requests run in parallel, `false` says
+    /// that any of them failed, and `results` is left as it was. Other events of the thread are delivered
+    /// meanwhile, so operators may be re-entered. Without ids the call waits until something else quits its
+    /// event loop.
+    /// @{
+    /// Sets the HDR switch.
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the HDR switch of the screens @p ids.
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR mode.
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HDR mode of the screens @p ids.
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HLG mode.
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HLG mode of the screens @p ids.
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR peak brightness.
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                           const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& reply);
+    /// Sets the HDR peak brightness of the screens @p ids.
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
+                                           const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR illuminance.
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
+    /// Sets the HDR illuminance of the screens @p ids.
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR low-gray compensation.
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HDR low-gray compensation of the screens @p ids.
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D switch.
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D switch of the screens @p ids.
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
+                                     const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D source mode.
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D source mode of the screens @p ids.
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D eye priority.
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the 3D eye priority of the screens @p ids.
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the offset of the right eye.
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
+    /// Sets the offset of the right eye of the screens @p ids.
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D depth of field.
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D depth of field of the screens @p ids.
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// @}
+
+    /// Sets what the screen shows when a cable is unplugged.
+    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Adjusts the seams between cabinets.
+    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Chooses the input of the screen.
+    bool putScreenSetInput(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Initialises the colour space of the LEDs.
+    bool setColorSpaceInit(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Returns from colour space measuring to the normal display.
+    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& reply);
+    /// Demonstrates a gamut.
+    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Shows a colour.
+    bool setScreenColor(const QString& deviceKey, const QString& screenId,
+                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Changes a source colour to a target colour.
+    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Switches the protection of skin tones.
+    bool setSkinProtect(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
+    /// Switches the image of the tolerance.
+    bool setToleranceToggle(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the colour correction.
+    bool setColorCorrection(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the colour correction of white and black.
+    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+                                      QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Resets the colour correction.
+    bool resetColorCorrection(const QString& deviceKey, const QString& screenId,
+                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Resets the colour replacement.
+    bool resetColorpReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Triggers the colour correction.
+    bool triggerColorCorrection(const QString& deviceKey, const QString& screenId,
+                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Triggers the colour replacement.
+    bool triggerColorReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Saves the colour temperature. Does not wait: `true` and an empty @p reply say that
+    /// nothing was answered yet.
+    bool saveColorTemperature(const QString& deviceKey, const QString& screenId,
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the colour temperature. Does not wait: `true` says that nothing was answered yet.
+    bool setColorTemperature(const QString& deviceKey, const QString& screenId,
+                             const QMap<QString, QVariant>& body);
+
+    /// @name On the device as a whole
+    /// Those that do not wait return `true` and an empty reply, which say that nothing was answered yet.
+    /// Those that have no path send a request without one, which does nothing.
+    /// @{
+    /// Writes the data of a colour switch; does not wait.
+    bool putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Returns to the normal display; does not wait.
+    bool putNormalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Names a screen; does not wait.
+    bool putScreenName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Shows or hides lines; does not wait.
+    bool putShowlineState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Adjusts the colour; does not wait, has no path.
+    bool setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                    QMap<QString, QVariant>& reply);
+    /// Shows the normal picture; does not wait, has no path.
+    bool setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Puts a mouse mark on the screen; does not wait, has no path.
+    bool setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Enters the hardware mode; does not wait, has no path.
+    bool setScreemHWMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Sets the state of lines; does not wait, has no path.
+    bool setScreenLineState(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the state of regions; does not wait, has no path.
+    bool setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// Clears the chosen lines; has no path.
+    bool setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Shows or hides the chosen lines; has no path.
+    bool setIsShowLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// @}
+
+    /// Sets the mode of the extended bit depth.
+    bool setXbitMode(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Not in use: `false`, and nothing happens.
+    bool setFineGray(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Uploads a NICC file as it is; an empty @p screenId is not sent.
+    bool uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data);
+    /// Asks whether the device tells its NICC state; the state itself and @p params are not looked at. An
+    /// empty @p screenId is not sent.
+    bool getNiccState(const QString& deviceKey, const QString& screenId,
+                      const QMap<QString, QVariant>& params);
+
 Q_SIGNALS:
     /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
     void signal_screenDataChanged(const QString& deviceKey);
@@ -206,6 +412,9 @@ private:
     // The form of the twins: replaces the output by the cached values under their own names.
     bool handOut(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
                  const QString& screenId, QMap<QString, QVariant>& out);
+    // One PUT per screen, in parallel; the results stay as they were.
+    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                      QList<QVariant>& results, const QString& routeKey);
     // Writes without waiting, and caches the property of the body once the device agreed.
     bool writeThrough(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
                       const QString& screenId, const QMap<QString, QVariant>& body);
