@@ -14,6 +14,11 @@
 #include <QtPromise>
 
 #include <initializer_list>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+class HttpJsonPackage;
+}
 
 namespace Tessel {
 struct ScreenProperty;
@@ -367,6 +372,77 @@ public:
     /// empty @p screenId is not sent.
     bool getNiccState(const QString& deviceKey, const QString& screenId,
                       const QMap<QString, QVariant>& params);
+
+    /// Sets the boot image; has no path.
+    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+                                  const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the position of the boot image; has no path.
+    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the region of the boot image; has no path.
+    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets how long the boot image stays.
+    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Previews the boot image.
+    bool putBootImagePreview(const QString& deviceKey, const QString& screenId,
+                             QMap<QString, QVariant>& reply);
+    /// Sets the prestored image.
+    bool putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Uploads a prestored image as the multipart fields @p parts and applies it to all.
+    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+                                    const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& reply);
+
+    /// Shows a solid colour. Takes up to 10 s.
+    bool putScreenSolid(const QString& deviceKey, const QString& screenId,
+                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Shows the solid colour of the colour space.
+    bool setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
+                            QMap<QString, QVariant>& reply);
+    /// Shows a test pattern of the sender.
+    bool putDeviceTestMode(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Ends the test pattern of the sender.
+    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+                                  QMap<QString, QVariant>& reply);
+    /// Shows a test pattern of the receivers.
+    bool putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+
+    /// Draws pixels for a correction. Takes up to 20 s.
+    bool setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Enters or leaves the drawing of correction images. Takes up to 10 s.
+    bool setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Fills a @p package of the application's own for setPixelImageMode(): path, body and time limit for the
+    /// device that the package names. Sends nothing; the application does.
+    void getPixelImageMode(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
+                           const QMap<QString, QVariant>& body);
+    /// Draws a checkerboard for a correction. Takes up to 20 s.
+    bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// The same with the response's headers, their names in lower case; by the single-screen route on every
+    /// device.
+    bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply, QMap<QString, QString>& headers);
+    /// Draws a rectangle for a correction. Takes up to 20 s.
+    bool setRectangularImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Clears the correction image.
+    bool setCorrectClearImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// Draws pixels for a correction on several devices at once: each of @p items goes, as a body, to the
+    /// device that its member `devKey` names. Other events of the thread but the user's input are delivered
+    /// meanwhile. @p reply stays as it was. @return whether all answered well within 20 s; without items
+    /// `false` and a critical log line.
+    bool setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items, QMap<QString, QVariant>& reply);
+    /// The same with checkerboards.
+    bool setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
+                                  QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <deviceside.h>
 #include <operationrow.h>
+#include <protocolrow.h>
 #include <recordingengine.h>
 
 #include <tessel/cabinetinfooperator.h>
@@ -32,8 +33,6 @@ Map gammas(double r, double g, double b)
 }
 
 } // namespace
-
-Q_DECLARE_METATYPE(std::function<void(const QString&)>)
 
 class TestScreenInfoBrightness : public QObject
 {
@@ -199,65 +198,40 @@ private Q_SLOTS:
 
     void theProtocolChoosesTheRoute_data()
     {
-        QTest::addColumn<std::function<void(const QString&)>>("call");
-        QTest::addColumn<QString>("single");
-        QTest::addColumn<QString>("multi");
-        const auto row = [](const char* name, const std::function<void(const QString&)>& call,
-                            const char* single, const char* multi) {
-            QTest::newRow(name) << call << QString("/api/v1" + QString(single))
-                                << QString("/api/v1" + QString(multi));
+        QTest::addColumn<ProtocolRow>("row");
+        const ProtocolRow rows[] = {
+            {"ScreenInfo::getBrightness", "ScreenBrightness", "MulitScreenBrightness",
+             [](const QString& device) {
+                 Map out;
+                 screenInfo()->getBrightness(device, screen, out, true);
+             }},
+            {"ScreenInfo::setBrightness", "ScreenBrightness", "MulitScreenBrightness",
+             [](const QString& device) {
+                 Map params;
+                 screenInfo()->setBrightness(device, screen, params, 1);
+             }},
+            {"ScreenInfo::getSingleGamma", "ScreenGamma", "MuliScreenGamma",
+             [](const QString& device) {
+                 Map out;
+                 screenInfo()->getSingleGamma(device, screen, out, true);
+             }},
+            {"ScreenInfo::setOneGamma", "ScreenGamma", "MuliScreenGamma",
+             [](const QString& device) { screenInfo()->setOneGamma(device, screen, {}); }},
+            {"ScreenInfo::getGammaAllList", "ScreenGammaTable", "MultScreenGammaTable",
+             [](const QString& device) {
+                 Map out;
+                 screenInfo()->getGammaAllList(device, screen, out);
+             }},
+            {"ScreenInfo::setGammaTable", "ScreenGammaTable", "MultScreenGammaTable",
+             [](const QString& device) { screenInfo()->setGammaTable(device, screen, {}); }},
         };
-        row(
-            "ScreenInfo::getBrightness",
-            [](const QString& device) {
-                Map out;
-                screenInfo()->getBrightness(device, screen, out, true);
-            },
-            "/device/screen/{id}/brightness", "/screen/brightness");
-        row(
-            "ScreenInfo::setBrightness",
-            [](const QString& device) {
-                Map params;
-                screenInfo()->setBrightness(device, screen, params, 1);
-            },
-            "/device/screen/{id}/brightness", "/screen/brightness");
-        row(
-            "ScreenInfo::getSingleGamma",
-            [](const QString& device) {
-                Map out;
-                screenInfo()->getSingleGamma(device, screen, out, true);
-            },
-            "/device/screen/{id}/gamma", "/screen/{id}/gamma");
-        row(
-            "ScreenInfo::setOneGamma",
-            [](const QString& device) { screenInfo()->setOneGamma(device, screen, {}); },
-            "/device/screen/{id}/gamma", "/screen/{id}/gamma");
-        row(
-            "ScreenInfo::getGammaAllList",
-            [](const QString& device) {
-                Map out;
-                screenInfo()->getGammaAllList(device, screen, out);
-            },
-            "/device/screen/{id}/gammatable", "/screen/{id}/gammatable");
-        row(
-            "ScreenInfo::setGammaTable",
-            [](const QString& device) { screenInfo()->setGammaTable(device, screen, {}); },
-            "/device/screen/{id}/gammatable", "/screen/{id}/gammatable");
+        for (const ProtocolRow& row : rows)
+            QTest::newRow(row.name) << row;
     }
     void theProtocolChoosesTheRoute()
     {
-        QFETCH(std::function<void(const QString&)>, call);
-        QFETCH(QString, single);
-        QFETCH(QString, multi);
-        giveCabinets(m_device);
-        call(m_device);
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(m_engine->last().path, single);
-        speakNewerProtocol();
-        call(m_device);
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(m_engine->last().path, multi);
-        QCOMPARE(m_engine->last().placeHolders, id);
+        QFETCH(ProtocolRow, row);
+        checkRouteByProtocol(row);
     }
 
     // Brightness
