@@ -53,9 +53,10 @@ public:
     void addParameters(const QString& name, const QString& value);
     /// Replaces all query parameters.
     void setParameters(const QMap<QString, QString>& parameters);
-    /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json.
+    /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json unless the
+    /// request headers give one. A body that nests too deep to be written makes the request end with `InvalidRequest`.
     void setRequestWithJsonObj(const QVariant& body);
-    /// Sets the request body to raw bytes, sent as they are.
+    /// Sets the request body to raw bytes, sent as they are; without a content type unless the request headers give one.
     void setRequestData(const QByteArray& data);
     /// Replaces the request headers. Names go out as they are written.
     void setRequestHeader(const QMap<QString, QString>& headers);
