@@ -74,8 +74,8 @@ struct Pending
     std::unique_ptr<Resolve> resolve;
     std::unique_ptr<Reject> reject;
     QtPromise::QPromise<T> promise = QtPromise::QPromise<T>([this](const Resolve& r, const Reject& j) {
-        resolve.reset(new Resolve(r));
-        reject.reset(new Reject(j));
+        resolve = std::make_unique<Resolve>(r);
+        reject = std::make_unique<Reject>(j);
     });
 };
 

@@ -182,9 +182,8 @@ private Q_SLOTS:
     void aSharedPointerIsHeldOnce()
     {
         const auto value = std::make_shared<int>(1);
-        const std::weak_ptr<int> weak = value;
         {
-            const auto promise = QPromise<std::shared_ptr<int>>::resolve(value);
+            auto promise = QPromise<std::shared_ptr<int>>::resolve(value);
             QCOMPARE(value.use_count(), 2L);
             const auto adopted = QPromise<void>::resolve().then([&] { return promise; }).finally([] {});
             QVERIFY(settles(adopted));

@@ -145,7 +145,7 @@ private Q_SLOTS:
         Emitter emitter;
         int received = 0;
         const QPromiseConnections connections;
-        const QPromiseConnections copy = connections;
+        const QPromiseConnections copy = connections; // NOLINT(performance-unnecessary-copy-initialization)
         QCOMPARE(connections.count(), 0);
         connections << QObject::connect(&emitter, &Emitter::nothing, [&] { ++received; });
         copy << QObject::connect(&emitter, &Emitter::text, [&] { ++received; });

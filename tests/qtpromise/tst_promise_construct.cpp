@@ -131,7 +131,7 @@ private Q_SLOTS:
         int received = 0;
         std::unique_ptr<QPromiseResolve<int>> resolve;
         QPromise<int>([&](const QPromiseResolve<int>& r) {
-            resolve.reset(new QPromiseResolve<int>(r));
+            resolve = std::make_unique<QPromiseResolve<int>>(r);
         }).then([&](int value) { received = value; });
         (*resolve)(8);
         QCoreApplication::sendPostedEvents();

@@ -125,7 +125,7 @@ private Q_SLOTS:
         interface.reportStarted();
         std::unique_ptr<QPromise<int>> promise;
         const std::unique_ptr<QThread> worker(QThread::create(
-            [&] { promise.reset(new QPromise<int>(QtPromise::resolve(interface.future()))); }));
+            [&] { promise = std::make_unique<QPromise<int>>(QtPromise::resolve(interface.future())); }));
         worker->start();
         QVERIFY(worker->wait(20000));
         const int value = 1;

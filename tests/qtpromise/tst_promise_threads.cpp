@@ -92,8 +92,9 @@ private Q_SLOTS:
         Pending<int> pending;
         bool ran = false;
         std::unique_ptr<QPromise<void>> chained;
-        const std::unique_ptr<QThread> worker(QThread::create(
-            [&] { chained.reset(new QPromise<void>(pending.promise.then([&](int) { ran = true; }))); }));
+        const std::unique_ptr<QThread> worker(QThread::create([&] {
+            chained = std::make_unique<QPromise<void>>(pending.promise.then([&](int) { ran = true; }));
+        }));
         worker->start();
         QVERIFY(worker->wait(20000));
         (*pending.resolve)(1);
@@ -240,8 +241,8 @@ private Q_SLOTS:
             QSemaphore armed;
             std::unique_ptr<QPromise<int>> output;
             const std::unique_ptr<QThread> worker(QThread::create([&] {
-                output.reset(
-                    new QPromise<int>(QPromise<int>(pending.promise).timeout(600000, QString("late"))));
+                output = std::make_unique<QPromise<int>>(
+                    QPromise<int>(pending.promise).timeout(600000, QString("late")));
                 armed.release();
             }));
             worker->start();
@@ -282,10 +283,10 @@ private Q_SLOTS:
     {
         for (int round = 0; round < 50; ++round) {
             Pending<QString> pending;
-            std::unique_ptr<QPromise<QString>> handle(new QPromise<QString>(std::move(pending.promise)));
+            auto handle = std::make_unique<QPromise<QString>>(std::move(pending.promise));
             const auto read = handle->then([](const QString& value) { return value.size(); });
             const auto failed = QPromise<QString>::reject(QString("reason %1").arg(round));
-            std::unique_ptr<QPromise<QString>> reason(new QPromise<QString>(failed));
+            auto reason = std::make_unique<QPromise<QString>>(failed);
             std::thread ending([&] {
                 (*pending.resolve)(QString("value %1").arg(round));
                 handle.reset();
