@@ -15,10 +15,12 @@
 
 namespace Tessel {
 
-/// Reads a reply into one of the envelope records. @return `false` when the body is no JSON object.
+/// Reads a reply into one of the envelope records; a code that the reply lacks reads as zero. @return `false` when the
+/// body is no JSON object.
 template <class Response>
 bool readResponse(const HttpJsonPackage& package, Response& response)
 {
+    response.code = 0;
     Zeph::Serialize::JsonSerializer serializer;
     serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
     return serializer.load(package.getReceiveData(), &response, QString());
@@ -73,7 +75,34 @@ public:
             .finally([package] { package->deleteLater(); });
     }
 
-    /// The same behind the test of empty arguments.
+    /// Sends, and fulfils with what @p convert makes of the reply, whatever its state; rejects only when sending throws.
+    /// Tests nothing first. @p started is called once the request was handed over. The package is released as soon as
+    /// the reply was handled.
+    template <class T, class Convert, class Started>
+    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert, Started started)
+    {
+        return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve) {
+            (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
+            started();
+            // Connecting after the start is safe: the transport never answers from inside the starting call.
+            QObject::connect(
+                m_package.get(), &HttpJsonPackage::readyRead, m_package.get(),
+                [resolve, convert](HttpJsonPackage* reply) {
+                    resolve(convert(*reply));
+                    reply->deleteLater();
+                },
+                Qt::DirectConnection);
+            m_package.release();
+        }};
+    }
+    template <class T, class Convert>
+    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert)
+    {
+        return answer<T>(verb, deviceKey, convert, [] {});
+    }
+
+    /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending nothing, when device
+    /// or path is empty.
     template <class T, class Settle>
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
     {

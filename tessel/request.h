@@ -94,6 +94,11 @@ public:
         package().setRequestWithJsonObj(QVariant(list));
         return self();
     }
+    Self& body(const QVariant& value)
+    {
+        package().setRequestWithJsonObj(value);
+        return self();
+    }
     /// Raw bytes, sent as they are.
     Self& data(const QByteArray& bytes)
     {

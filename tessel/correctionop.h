@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_CORRECTIONOP_H
+#define TESSEL_CORRECTIONOP_H
+
+#include <tessel/records/coeffsdata.h>
+#include <tessel/tesselexport.h>
+
+#include <communicator/httpjsonpackage.h>
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QStringList>
+#include <QVariant>
+#include <QtPromise>
+
+/// Correction coefficients of cabinets: their upload, storage and display, and how screens and cabinets use
+/// them.
+///
+/// No cache, no events. One call is one request; nothing is split, retried or looked into.
+///
+/// Operations that return `bool` block their caller and may run on any thread. They return whether the device
+/// answered, whatever its `code`; an output is replaced, by an empty one on failure. Where nothing is said
+/// the transport's default time limit holds.
+///
+/// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
+/// loop. Dropping the promise does not stop the request. Their rules of failure differ, as told with each.
+class TESSEL_EXPORT Correctionop : public QObject
+{
+    Q_OBJECT
+public:
+    static Correctionop* getInstance();
+
+    // Upload of coefficient tables. A table is a list that goes out as one JSON array in one PUT.
+
+    /// Uploads the plain coefficients of many cabinets. The promise is fulfilled with whether the exchange
+    /// succeeded; the device's `code` does not count, and a failure does not reject it. So for all of this
+    /// name.
+    QtPromise::QPromise<bool> uploadCoefficientAsync(const QString& deviceKey, const QList<QVariant>& data);
+    /// Uploads the multilayer coefficients of many cabinets.
+    QtPromise::QPromise<bool> uploadMultilayerCoefficientAsync(const QString& deviceKey,
+                                                               const QList<QVariant>& data);
+    /// Uploads the adaptive coefficients of many cabinets.
+    QtPromise::QPromise<bool> uploadAdaptiveCoefficientAsync(const QString& deviceKey,
+                                                             const QList<QVariant>& data);
+    /// Uploads the dynamic coefficients of many cabinets.
+    QtPromise::QPromise<bool> uploadDynamicCoefficientAsync(const QString& deviceKey,
+                                                            const QList<QVariant>& data);
+    /// Uploads the lowgray coefficients of many cabinets.
+    QtPromise::QPromise<bool> uploadLowGrayCoefficientAsync(const QString& deviceKey,
+                                                            const QList<QVariant>& data);
+
+    /// Uploads the plain coefficients of one cabinet. The promise is fulfilled with the reply's data, with an
+    /// empty map after a failure, which does not reject it. So for all of this name.
+    QtPromise::QPromise<QMap<QString, QVariant>>
+    uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
+    /// Uploads the multilayer coefficients of one cabinet.
+    QtPromise::QPromise<QMap<QString, QVariant>>
+    uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
+    /// Uploads the dynamic coefficients of one cabinet. No route leads there: the request goes out without a
+    /// path and fails.
+    QtPromise::QPromise<QMap<QString, QVariant>>
+    uploadDynamicCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
+    /// Uploads the lowgray coefficients of one cabinet. Goes to the route of all cabinets.
+    QtPromise::QPromise<QMap<QString, QVariant>>
+    uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
+    /// The same, waiting for the reply while the thread's events are processed, so operators may be
+    /// re-entered meanwhile.
+    /// @return `true` also when the exchange failed, which shows in an empty @p result; `false` only when
+    /// sending threw.
+    bool uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
+                           QMap<QString, QVariant>& result);
+    /// The same, waiting for the reply: multilayer coefficients of one cabinet.
+    bool uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
+                                     const QList<QVariant>& data, QMap<QString, QVariant>& result);
+    /// The same, waiting for the reply: dynamic coefficients of one cabinet.
+    bool uploadDynamicCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
+                                  QMap<QString, QVariant>& result);
+    /// The same, waiting for the reply: lowgray coefficients of one cabinet.
+    bool uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
+                                  QMap<QString, QVariant>& result);
+
+    /// Sends an upload without cabinets or coefficients: both lists are ignored, and no body goes out.
+    /// Rejects with the text "arguments error", sending nothing, when the device is empty; with
+    /// QPromiseUndefinedException when the exchange failed, the reply is no JSON or its `code` is not zero.
+    QtPromise::QPromise<void> uploadCoefficient(const QString& deviceKey, const QList<QString>& cids,
+                                                const QList<CoeffsData>& data);
+    /// Makes cabinets load their coefficients. Rejects as the operation above.
+    QtPromise::QPromise<void> loadCabinetCoeffs(const QString& deviceKey, const QStringList& cids);
+    /// Clears the coefficients of cabinets. Fulfilled in every case.
+    QtPromise::QPromise<void> clearCabinetCoeffs(const QString& deviceKey, const QStringList& cids);
+    /// Sends a PUT to the route of all cabinets' coefficients, ignoring @p cids. Fulfilled with an empty list
+    /// in every case.
+    QtPromise::QPromise<QList<CoeffsData>> downloadCoefficient(const QString& deviceKey,
+                                                               const QList<QString>& cids);
+
+    /// Reads the plain coefficients back, of all cabinets: the path has no place for @p cid.
+    bool loadCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
+    /// Reads the multilayer coefficients of a cabinet back.
+    bool loadMultilayerCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
+    /// The same: the adaptive coefficients have no route of their own.
+    bool loadAdaptiveCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
+
+    /// Fills @p package as saveCabinetsCoeffcient() does and sends nothing; the caller owns it and sends it.
+    void getsaveCabinetsCoeffcient(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
+                                   const QMap<QString, QVariant>& params);
+    /// The same for saveCabinetsLowgrayCoeffcient().
+    void getsaveCabinetsLowgrayCoeffcient(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
+                                          const QMap<QString, QVariant>& params);
+    /// The same for saveCabinetsMultilayerCoeffcient().
+    void getsaveCabinetsMultilayerCoeffcient(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
+                                             const QMap<QString, QVariant>& params);
+
+    // Storage and display of coefficients.
+
+    /// Saves the coefficients; may take six minutes.
+    bool saveCabinetsCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                QMap<QString, QVariant>& result);
+    /// Saves the multilayer coefficients; may take six minutes.
+    bool saveCabinetsMultilayerCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Saves the lowgray coefficients; may take six minutes.
+    bool saveCabinetsLowgrayCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                       QMap<QString, QVariant>& result);
+    /// Saves the adaptive coefficients; may take six minutes.
+    bool saveCabinetsAdapCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                    QMap<QString, QVariant>& result);
+    /// Saves the factory coefficients; may take 30 seconds.
+    bool saveCabinetsFactoryCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Saves the module coefficients, on the path that shows them.
+    bool saveCabinetsModuleCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                       QMap<QString, QVariant>& result);
+    /// Applies the lowgray coefficients; may take a minute.
+    bool applyCabinetsLowgrayCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Clears the lowgray coefficients; may take three seconds.
+    bool clearCabinetsLowgrayCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result);
+    /// Clears the multilayer coefficients; may take three seconds.
+    bool clearCabinetsMultilayerCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                            QMap<QString, QVariant>& result);
+    /// Clears the user's coefficients; may take three seconds.
+    bool clearCabinetsUserCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                      QMap<QString, QVariant>& result);
+    /// Shows the coefficients.
+    bool showCabinetsCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                 QMap<QString, QVariant>& result);
+    /// Shows the factory coefficients.
+    bool showCabinetsFactoryCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Shows the module coefficients.
+    bool showCabinetsModuleCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                       QMap<QString, QVariant>& result);
+    /// Sets the parameters of multilayer coefficients; may take six seconds.
+    bool setCabinetsMultilayerParameter(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// The same in the second version.
+    bool setCabinetsMultilayerParameterV2(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                          QMap<QString, QVariant>& result);
+    /// Sets the parameters of adaptive coefficients, in the second version; may take six seconds.
+    bool setCabinetsAdaptiveParameterV2(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result);
+    /// Sets the parameters of dynamic coefficients; may take six seconds.
+    bool setCabinetsDynamicParameter(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                     QMap<QString, QVariant>& result);
+    /// Shows a solid colour on cabinets; may take as many milliseconds as the member `timeout` of @p params
+    /// says, which goes out as well, and 30 seconds at least.
+    bool setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                             QMap<QString, QVariant>& result);
+
+    /// Adjusts the coefficients of lines.
+    bool adjustLineCoefficient(const QString& deviceKey, const QList<QVariant>& list,
+                               QMap<QString, QVariant>& result);
+    /// Adjusts the coefficients of regions, in RGB.
+    bool adjustRegionRGBCoefficient(const QString& deviceKey, const QList<QVariant>& list,
+                                    QMap<QString, QVariant>& result);
+    /// Adjusts the coefficients of regions, in HSL.
+    bool adjustRegionHSLCoefficient(const QString& deviceKey, const QList<QVariant>& list,
+                                    QMap<QString, QVariant>& result);
+    /// Sends the same request as adjustRegionRGBCoefficient().
+    bool saveEffect(const QString& deviceKey, const QList<QVariant>& list, QMap<QString, QVariant>& result);
+
+    /// Saves the coefficients of one cabinet.
+    bool setCorrectCoffcient(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// Tests the flash of a cabinet. No route leads there: the request goes out without a path and fails.
+    bool flashTest(const QString& deviceKey, const QString& cid, const QVariant& body,
+                   QMap<QString, QVariant>& result);
+    /// Reads the check codes of a cabinet's flash; may take 45 seconds. Ignores @p params.
+    bool getFlashCheckCode(const QString& deviceKey, const QString& cid,
+                           const QMap<QString, QVariant>& params, QList<QVariant>& result);
+    /// Sends the same request without waiting. Fulfilled with an empty map in every case: only the blocking
+    /// form delivers.
+    QtPromise::QPromise<QMap<QString, QVariant>> getFlashCheckCode(const QString& deviceKey,
+                                                                   const QString& cid);
+
+    // Correction state.
+
+    /// The effect mode of a cabinet, in `mode`; may take six seconds.
+    bool getCabinetEffectMode(const QString& deviceKey, const QString& cid, QMap<QString, QVariant>& result);
+    /// The effect mode of a screen, in `mode`; may take six seconds.
+    bool getScreenEffectMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// Whether correction is on at a cabinet, in `enable`.
+    bool getCorrectEnable(const QString& deviceKey, const QString& cid, QMap<QString, QVariant>& result);
+    /// The correction action of a screen.
+    bool getCorrectAction(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// The colour-management mode of a cabinet.
+    bool getCorrectColorManageMode(const QString& deviceKey, const QString& cid,
+                                   QMap<QString, QVariant>& result);
+    /// The NICC measurement of a cabinet.
+    bool getCorrectNiccMeasure(const QString& deviceKey, const QString& cid, QMap<QString, QVariant>& result);
+    /// The colour coefficient adjustment of a screen.
+    bool getScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
+                                   QMap<QString, QVariant>& result);
+    /// The NICC data of a cabinet.
+    bool getCorrectNicc(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
+    /// The NICC data of a screen. @p status becomes the HTTP status of the reply, 0 without one.
+    bool getScreenCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result,
+                              int& status);
+
+    /// Switches correction on or off.
+    bool setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                          QMap<QString, QVariant>& result);
+    /// Sets the correction thresholds.
+    bool setCorrectThreshold(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                             QMap<QString, QVariant>& result);
+    /// Sets gray-level gathering.
+    bool setCorrectGrayGather(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                              QMap<QString, QVariant>& result);
+    /// Sets the gray level per colour.
+    bool setCorrectGrayRGB(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                           QMap<QString, QVariant>& result);
+    /// Sets the gray coefficients.
+    bool setGrayCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                            QMap<QString, QVariant>& result);
+    /// Shows a gray level.
+    bool setGrayDisplay(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                        QMap<QString, QVariant>& result);
+    /// Sets the NICC data.
+    bool setCorrectNicc(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                        QMap<QString, QVariant>& result);
+    /// Sets the NICC measurement.
+    bool setCorrectNiccMeasure(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                               QMap<QString, QVariant>& result);
+    /// Sets the colour-management mode.
+    bool setCorrectColorManageMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                   QMap<QString, QVariant>& result);
+
+    /// Sets the effect mode of a cabinet.
+    bool setCabinetEffectMode(const QString& deviceKey, const QString& cid,
+                              const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the effect mode of the cabinets that @p params names; may take six seconds.
+    bool setCabinetEffectMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                              QMap<QString, QVariant>& result);
+    /// Sets the correction effect of the cabinets that @p params names; may take six seconds.
+    bool setCabinetCorrectEffect(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                 QMap<QString, QVariant>& result);
+    /// Sets the effect mode of a screen; may take six seconds.
+    bool setScreenEffectMode(const QString& deviceKey, const QString& id,
+                             const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the correction action of a screen.
+    bool setCorrectAction(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                          QMap<QString, QVariant>& result);
+    /// Sets the colour coefficient adjustment of a screen.
+    bool setScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+    /// Sets the bit depth extension of a screen.
+    bool setScreenXBit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
+                       QMap<QString, QVariant>& result);
+    /// Switches the automatic brightness limit of a screen on or off.
+    bool setScreenABLEnable(const QString& deviceKey, const QString& id,
+                            const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+
+    /// The effect mode of a cabinet, 0 when the reply has none. Rejects with the text "arguments error",
+    /// sending nothing, when the device is empty; with QPromiseUndefinedException when the exchange failed,
+    /// the reply is no JSON or its `code` is not zero.
+    QtPromise::QPromise<int> getCabinetEffectMode(const QString& deviceKey, const QString& cid);
+    /// The effect mode of a screen, 0 when the reply has none, 1 when the exchange failed. Never rejects.
+    /// Ignores @p id: the placeholder of the path goes out unfilled.
+    QtPromise::QPromise<int> getScreenEffectMode(const QString& deviceKey, const QString& id);
+    /// Whether correction is on at a cabinet; `false` also after any failure. Never rejects.
+    QtPromise::QPromise<bool> getCorrectEnable(const QString& deviceKey, const QString& cid);
+    /// Sets the effect mode of a cabinet; fulfilled with whether the exchange succeeded. Rejects with the
+    /// text "arguments error", sending nothing, when device or cabinet is empty.
+    QtPromise::QPromise<bool> setCabinetEffectMode(const QString& deviceKey, const QString& cid, int mode);
+    /// Sets the effect mode of a screen; fulfilled with whether the exchange succeeded. Tests nothing and
+    /// never rejects.
+    QtPromise::QPromise<bool> setScreenEffectMode(const QString& deviceKey, const QString& id, int mode);
+
+    /// Does nothing but write a warning; fulfilled with `false`.
+    QtPromise::QPromise<bool> setAction(const QString& deviceKey, const QString& id,
+                                        const QMap<QString, QVariant>& params);
+    /// Does nothing; fulfilled with `false`.
+    QtPromise::QPromise<bool> setCorrectEnable(const QString& deviceKey, const QStringList& cids,
+                                               bool enable);
+    /// Does nothing; `false`, with @p result left as it is.
+    bool setScreenCorrectionMode(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+
+private:
+    explicit Correctionop(QObject* parent = nullptr);
+    ~Correctionop() override;
+
+    bool setData(const QString& deviceKey, const QString& routeKey, const QMap<QString, QVariant>& params,
+                 QMap<QString, QVariant>& result);
+
+    static Correctionop* m_pInstance;
+};
+
+#endif

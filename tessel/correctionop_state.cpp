@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+//
+// How screens and cabinets use their coefficients.
+#include <tessel/correctionop.h>
+
+#include <tessel/promiserequest.h>
+
+#include <QDebug>
+
+using Tessel::HttpJsonPackage;
+using Tessel::HttpProxy;
+using Tessel::PromiseRequest;
+using Tessel::readResponse;
+using Tessel::Request;
+using Tessel::succeeded;
+using Tessel::VariantMapResponse;
+
+namespace {
+
+QMap<QString, QVariant> modeBody(int mode)
+{
+    return {{QStringLiteral("mode"), mode}};
+}
+
+const auto settleByState = [](const HttpJsonPackage& reply, const auto& resolve, const auto&) {
+    resolve(succeeded(reply));
+};
+
+} // namespace
+
+bool Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& cid,
+                                        QMap<QString, QVariant>& result)
+{
+    return Request("Device_GetCabinetsCorrect")
+        .placeHolder("cid", cid)
+        .expectedTime(6000)
+        .get(deviceKey, result);
+}
+
+bool Correctionop::getScreenEffectMode(const QString& deviceKey, const QString& id,
+                                       QMap<QString, QVariant>& result)
+{
+    return Request("Device_ScreenEffectMode").placeHolder("id", id).expectedTime(6000).get(deviceKey, result);
+}
+
+bool Correctionop::getCorrectEnable(const QString& deviceKey, const QString& cid,
+                                    QMap<QString, QVariant>& result)
+{
+    return Request("Device_GetCorrectionEnable").placeHolder("cid", cid).get(deviceKey, result);
+}
+
+bool Correctionop::getCorrectAction(const QString& deviceKey, const QString& id,
+                                    QMap<QString, QVariant>& result)
+{
+    return Request("Device_CorrectionAction").placeHolder("id", id).get(deviceKey, result);
+}
+
+bool Correctionop::getCorrectColorManageMode(const QString& deviceKey, const QString& cid,
+                                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_GetCorrectionColorManageMode").placeHolder("cid", cid).get(deviceKey, result);
+}
+
+bool Correctionop::getCorrectNiccMeasure(const QString& deviceKey, const QString& cid,
+                                         QMap<QString, QVariant>& result)
+{
+    return Request("Device_GetCorrectionNiccMeasure").placeHolder("cid", cid).get(deviceKey, result);
+}
+
+bool Correctionop::getScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_ScreenCorrColorMode").placeHolder("id", id).get(deviceKey, result);
+}
+
+bool Correctionop::getCorrectNicc(const QString& deviceKey, const QString& cid, QList<QVariant>& result)
+{
+    return Request("Device_GetCorrectionNiccData").placeHolder("cid", cid).get(deviceKey, result);
+}
+
+bool Correctionop::getScreenCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result,
+                                        int& status)
+{
+    return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, status);
+}
+
+bool Correctionop::setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                    QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionEnable"), params, result);
+}
+
+bool Correctionop::setCorrectThreshold(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                       QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionThreshold"), params, result);
+}
+
+bool Correctionop::setCorrectGrayGather(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayGather"), params, result);
+}
+
+bool Correctionop::setCorrectGrayRGB(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                     QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayRGB"), params, result);
+}
+
+bool Correctionop::setGrayCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                      QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayCoeff"), params, result);
+}
+
+bool Correctionop::setGrayDisplay(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                  QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayDisplay"), params, result);
+}
+
+bool Correctionop::setCorrectNicc(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                  QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccData"), params, result);
+}
+
+bool Correctionop::setCorrectNiccMeasure(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                         QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccMeasure"), params, result);
+}
+
+bool Correctionop::setCorrectColorManageMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result)
+{
+    return setData(deviceKey, QStringLiteral("Device_CorrectionColorManageMode"), params, result);
+}
+
+bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& cid,
+                                        const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result)
+{
+    return Request("Device_SetCabinetCorrect").placeHolder("cid", cid).body(params).put(deviceKey, result);
+}
+
+bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                        QMap<QString, QVariant>& result)
+{
+    return Request("Device_SetCabinetsCorrect").body(params).expectedTime(6000).put(deviceKey, result);
+}
+
+bool Correctionop::setCabinetCorrectEffect(const QString& deviceKey, const QMap<QString, QVariant>& params,
+                                           QMap<QString, QVariant>& result)
+{
+    return Request("Device_SetCabinetCorrectEffect").body(params).expectedTime(6000).put(deviceKey, result);
+}
+
+bool Correctionop::setScreenEffectMode(const QString& deviceKey, const QString& id,
+                                       const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_ScreenEffectMode")
+        .placeHolder("id", id)
+        .body(params)
+        .expectedTime(6000)
+        .put(deviceKey, result);
+}
+
+bool Correctionop::setCorrectAction(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_CorrectionAction").placeHolder("id", id).body(params).put(deviceKey, result);
+}
+
+bool Correctionop::setScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
+                                             const QMap<QString, QVariant>& params,
+                                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_ScreenCorrColorMode").placeHolder("id", id).body(params).put(deviceKey, result);
+}
+
+bool Correctionop::setScreenXBit(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_setScreensXBit").placeHolder("id", id).body(params).put(deviceKey, result);
+}
+
+bool Correctionop::setScreenABLEnable(const QString& deviceKey, const QString& id,
+                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request("Device_setScreensABL").placeHolder("id", id).body(params).put(deviceKey, result);
+}
+
+QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& cid)
+{
+    return PromiseRequest("Device_SetCabinetCorrect")
+        .placeHolder("cid", cid)
+        .guarded<int>(&HttpProxy::get, deviceKey,
+                      [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
+                          VariantMapResponse response;
+                          if (!succeeded(reply) || !readResponse(reply, response) || response.code != 0)
+                              return reject();
+                          resolve(response.data.value(QStringLiteral("mode")).toInt());
+                      });
+}
+
+// Never rejects and leaves the path's placeholder unfilled, which is wanted.
+QtPromise::QPromise<int> Correctionop::getScreenEffectMode(const QString& deviceKey, const QString& /*id*/)
+{
+    return PromiseRequest("Device_ScreenEffectMode")
+        .promise<int>(
+            &HttpProxy::get, deviceKey, [](const HttpJsonPackage& reply, const auto& resolve, const auto&) {
+                resolve(succeeded(reply) ? reply.getRoutesJsonMap().value(QStringLiteral("mode")).toInt()
+                                         : 1);
+            });
+}
+
+// Never rejects, which is wanted.
+QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKey, const QString& cid)
+{
+    return PromiseRequest("Device_GetCorrectionEnable")
+        .placeHolder("cid", cid)
+        .promise<bool>(&HttpProxy::get, deviceKey,
+                       [](const HttpJsonPackage& reply, const auto& resolve, const auto&) {
+                           VariantMapResponse response;
+                           if (succeeded(reply))
+                               readResponse(reply, response);
+                           resolve(succeeded(reply) && response.code == 0 &&
+                                   response.data.value(QStringLiteral("enable")).toBool());
+                       });
+}
+
+QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& cid,
+                                                             int mode)
+{
+    if (cid.isEmpty())
+        return QtPromise::QPromise<bool>::reject("arguments error");
+    return PromiseRequest("Device_SetCabinetCorrect")
+        .placeHolder("cid", cid)
+        .body(modeBody(mode))
+        .guarded<bool>(&HttpProxy::put, deviceKey, settleByState);
+}
+
+QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& deviceKey, const QString& id,
+                                                            int mode)
+{
+    return PromiseRequest("Device_ScreenEffectMode")
+        .placeHolder("id", id)
+        .body(modeBody(mode))
+        .promise<bool>(&HttpProxy::put, deviceKey, settleByState);
+}
+
+QtPromise::QPromise<bool> Correctionop::setAction(const QString& /*deviceKey*/, const QString& /*id*/,
+                                                  const QMap<QString, QVariant>& /*params*/)
+{
+    qWarning("Unimplemented code.");
+    return QtPromise::QPromise<bool>::resolve(false);
+}
+
+QtPromise::QPromise<bool> Correctionop::setCorrectEnable(const QString& /*deviceKey*/,
+                                                         const QStringList& /*cids*/, bool /*enable*/)
+{
+    return QtPromise::QPromise<bool>::resolve(false);
+}
+
+bool Correctionop::setScreenCorrectionMode(const QString& /*deviceKey*/, const QString& /*id*/,
+                                           const QMap<QString, QVariant>& /*params*/,
+                                           QMap<QString, QVariant>& /*result*/)
+{
+    return false;
+}
+
+bool Correctionop::setData(const QString& deviceKey, const QString& routeKey,
+                           const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+{
+    return Request(routeKey).body(params).put(deviceKey, result);
+}
