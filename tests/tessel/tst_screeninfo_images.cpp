@@ -305,7 +305,8 @@ private Q_SLOTS:
     {
         QFETCH(const Batch*, batch);
         bool turned = false;
-        QTimer::singleShot(0, this, [&] { turned = true; });
+        QObject home;
+        QTimer::singleShot(0, &home, [&] { turned = true; });
         QTest::ignoreMessage(QtCriticalMsg, batch->name + QByteArray(" System error! trigger is nullptr"));
         QVERIFY(!write(batch, {}));
         QVERIFY2(!turned, "no event loop ran");
