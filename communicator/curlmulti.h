@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_CURLMULTI_H
+#define COMMUNICATOR_CURLMULTI_H
+
+#include "communicator/ioloop.h"
+
+#include <curl/curl.h>
+#include <functional>
+#include <optional>
+#include <unordered_map>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// Drives any number of libcurl transfers on an IoLoop, with a connection cache of its own. Used on the
+/// loop's thread only.
+class CurlMulti
+{
+public:
+    using Finished = std::function<void(CURLcode)>;
+
+    /// @p keptConnections bounds the connections kept for later transfers.
+    CurlMulti(IoLoop& loop, long keptConnections);
+    /// No transfer may be left.
+    ~CurlMulti();
+
+    /// Starts a transfer; @p finished is called once, later, and the handle is free again by then.
+    void add(CURL* easy, Finished finished);
+    /// Breaks a transfer off; its `finished` is not called. Not to be called from a callback of that
+    /// transfer.
+    void remove(CURL* easy);
+
+    /// How libcurl's callbacks return control to the loop; only for calls such as curl_easy_pause() that may
+    /// end a transfer.
+    void settleFinished();
+
+private:
+    static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
+    static int onTimer(CURLM* multi, long milliseconds, void* self);
+    void act(curl_socket_t socket, int events);
+    void actOnTimer();
+
+    IoLoop& m_loop;
+    CURLM* m_multi;
+    std::optional<IoLoop::TimerId> m_timer;
+    std::unordered_map<CURL*, Finished> m_transfers;
+    Q_DISABLE_COPY_MOVE(CurlMulti)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_EXCHANGEOBSERVER_H
+#define COMMUNICATOR_EXCHANGEOBSERVER_H
+
+#include <communicator/ihttpversiontrigger.h>
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// One finished exchange of the built-in transport. Headers, bodies and logins are no part of it.
+struct COMMUNICATOR_EXPORT ExchangeRecord
+{
+    QString deviceKey; ///< what could be a login in it is masked
+    QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
+    QByteArray path;   ///< expanded and encoded, with the query
+    int status = 0;    ///< HTTP status, 0 when none came
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< outcome
+    qint64 milliseconds = 0;  ///< from the call to the outcome
+    qint64 bytesSent = 0;     ///< of the body
+    qint64 bytesReceived = 0; ///< of the body
+};
+
+/// Has @p observer called for every exchange that ends from now on; an empty function removes the one that is
+/// set. There is one observer at most. It is called on the thread that performed the exchange, so it must be
+/// quick and may be called from several threads at once; a call that had begun may outlast its removal. May
+/// be called from any thread.
+COMMUNICATOR_EXPORT void setExchangeObserver(std::function<void(const ExchangeRecord&)> observer);
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/httpjsonpackage_p.h"
+
+#include "communicator/jsonreader.h"
+#include "communicator/jsonwriter.h"
+#include "communicator/pendingreply.h"
+#include "communicator/transferlimits.h"
+
+#include <atomic>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+quint64 nextNumber()
+{
+    static std::atomic<quint64> last{0};
+    return ++last;
+}
+
+} // namespace
+
+HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
+{
+    const Private& p = *package->d;
+    HttpRequest request;
+    request.path = p.path;
+    request.placeHolders = p.placeHolderValues;
+    request.parameters = p.queryParameters;
+    request.headers = p.requestHeaders;
+    request.body = p.body;
+    request.expectedTime = p.expectedMilliseconds;
+    request.daemon = p.daemon;
+    if (p.bodyIsJson) {
+        bool typed = false;
+        for (auto it = request.headers.cbegin(); it != request.headers.cend() && !typed; ++it) {
+            typed = it.key().compare(QLatin1String("content-type"), Qt::CaseInsensitive) == 0;
+        }
+        if (!typed) {
+            request.headers.insert(QStringLiteral("Content-Type"), QStringLiteral("application/json"));
+        }
+    }
+    return request;
+}
+
+std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
+{
+    std::shared_ptr<PendingReply>& pending = package->d->pending;
+    if (pending) {
+        pending->detach();
+    }
+    pending = std::make_shared<PendingReply>(package);
+    return pending;
+}
+
+HttpJsonPackage::HttpJsonPackage(QObject* parent)
+    : QObject(parent)
+    , d(std::make_unique<Private>(nextNumber()))
+{
+    d->expectedMilliseconds = DefaultExpectedTime;
+}
+
+HttpJsonPackage::~HttpJsonPackage()
+{
+    if (d->pending) {
+        d->pending->detach();
+    }
+}
+
+QByteArray HttpJsonPackage::getReceiveData() const
+{
+    return d->received;
+}
+
+void HttpJsonPackage::setReceiveData(const QByteArray& data)
+{
+    d->received = data;
+}
+
+QString HttpJsonPackage::getIdentity() const
+{
+    return QStringLiteral("package-%1").arg(d->number);
+}
+
+QString HttpJsonPackage::getUrl() const
+{
+    return d->path;
+}
+
+QString HttpJsonPackage::requestHeader(const QString& key) const
+{
+    return d->requestHeaders.value(key);
+}
+
+QMap<QString, QString> HttpJsonPackage::requestHeader() const
+{
+    return d->requestHeaders;
+}
+
+QString HttpJsonPackage::parameters(const QString& key) const
+{
+    return d->queryParameters.value(key);
+}
+
+QMap<QString, QString> HttpJsonPackage::parameters() const
+{
+    return d->queryParameters;
+}
+
+QString HttpJsonPackage::placeHolders(const QString& key) const
+{
+    return d->placeHolderValues.value(key);
+}
+
+QMap<QString, QString> HttpJsonPackage::placeHolders() const
+{
+    return d->placeHolderValues;
+}
+
+void HttpJsonPackage::setResponseHeader(const QMap<QString, QString>& headers)
+{
+    bool lower = true;
+    for (auto it = headers.cbegin(); it != headers.cend() && lower; ++it) {
+        lower = it.key().isLower();
+    }
+    if (lower) {
+        d->responseHeaders = headers;
+        return;
+    }
+    d->responseHeaders.clear();
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
+        addResponseHeader(it.key(), it.value());
+    }
+}
+
+void HttpJsonPackage::addResponseHeader(const QString& name, const QString& value)
+{
+    d->responseHeaders.insert(name.toLower(), value);
+}
+
+QString HttpJsonPackage::responseHeader(const QString& key) const
+{
+    return d->responseHeaders.value(key.toLower());
+}
+
+QMap<QString, QString> HttpJsonPackage::responseHeader() const
+{
+    return d->responseHeaders;
+}
+
+QByteArray HttpJsonPackage::requestData() const
+{
+    return d->body;
+}
+
+void HttpJsonPackage::setExpectedTime(int milliseconds)
+{
+    d->expectedMilliseconds = milliseconds;
+}
+
+int HttpJsonPackage::expectedTime() const
+{
+    return d->expectedMilliseconds;
+}
+
+IHttpVersionTrigger::HttpSimpleState HttpJsonPackage::getSimpleState() const
+{
+    return d->state;
+}
+
+void HttpJsonPackage::setSimpleState(HttpSimpleState state)
+{
+    d->state = state;
+}
+
+void HttpJsonPackage::setUrl(const QString& path)
+{
+    d->path = path;
+}
+
+void HttpJsonPackage::addPlaceHolders(const QString& name, const QString& value)
+{
+    d->placeHolderValues.insert(name, value);
+}
+
+void HttpJsonPackage::addParameters(const QString& name, const QString& value)
+{
+    d->queryParameters.insert(name, value);
+}
+
+void HttpJsonPackage::setParameters(const QMap<QString, QString>& parameters)
+{
+    d->queryParameters = parameters;
+}
+
+void HttpJsonPackage::setRequestWithJsonObj(const QVariant& body)
+{
+    d->body = Json::write(body);
+    d->bodyIsJson = true;
+}
+
+void HttpJsonPackage::setRequestData(const QByteArray& data)
+{
+    d->body = data;
+    d->bodyIsJson = false;
+}
+
+void HttpJsonPackage::setRequestHeader(const QMap<QString, QString>& headers)
+{
+    d->requestHeaders = headers;
+}
+
+void HttpJsonPackage::setDaemonFlag(bool daemon)
+{
+    d->daemon = daemon;
+}
+
+bool HttpJsonPackage::daemonFlag() const
+{
+    return d->daemon;
+}
+
+QString HttpJsonPackage::getDevkey() const
+{
+    return d->deviceKey;
+}
+
+void HttpJsonPackage::setDevkey(const QString& deviceKey)
+{
+    d->deviceKey = deviceKey;
+}
+
+QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
+{
+    return d->state == Success ? Json::dataFlattened(d->received) : QMap<QString, QVariant>();
+}
+
+QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
+{
+    return d->state == Success ? Json::dataListFlattened(d->received) : QList<QVariant>();
+}
+
+QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
+{
+    return d->state == Success ? Json::dataList(d->received) : QList<QVariant>();
+}
+
+} // namespace Krelm::Communicator::HttpDevice

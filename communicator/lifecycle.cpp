@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/lifecycle.h"
+
+#include <QCoreApplication>
+
+#include <atomic>
+#include <curl/curl.h>
+
+namespace Krelm::Communicator::HttpDevice::Lifecycle {
+
+namespace {
+
+std::atomic<bool> closed{false};
+std::atomic<void (*)()> stopTransport{nullptr};
+
+void close()
+{
+    closed = true;
+    if (void (*stop)() = stopTransport.load()) {
+        stop();
+    }
+}
+
+void open()
+{
+    closed = false;
+    qAddPostRoutine(close);
+}
+
+// Covers programs that end without destroying a QCoreApplication, or that never had one.
+struct ClosedAtExit
+{
+    ~ClosedAtExit() { close(); }
+};
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(open)
+
+bool isClosed()
+{
+    return closed;
+}
+
+void onClose(void (*stop)())
+{
+    // The TLS library releases its tables in an exit handler of its own, registered by this call. Exit
+    // handlers run in reverse order, so the guard must come second: the transport then stops while TLS still
+    // works.
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    stopTransport = stop;
+    static const ClosedAtExit guard;
+}
+
+} // namespace Krelm::Communicator::HttpDevice::Lifecycle

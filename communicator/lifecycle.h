@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_LIFECYCLE_H
+#define COMMUNICATOR_LIFECYCLE_H
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// When the transport may run. It is open from the start, closes when the QCoreApplication goes or, without
+/// one, when the process ends, and opens again with the next QCoreApplication. While it is closed nothing is
+/// sent and nothing is called. May be used from any thread.
+namespace Lifecycle {
+
+/// Whether nothing may be sent or called any more.
+bool isClosed();
+
+/// Has @p stop called on each closing, after isClosed() turned true. To be called once.
+void onClose(void (*stop)());
+
+} // namespace Lifecycle
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

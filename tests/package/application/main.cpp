@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+//
+// An application as it sees an installed library: the same include paths as in the source tree.
+#include <communicator/deviceendpoint.h>
+#include <communicator/exchangeobserver.h>
+#include <communicator/httpengine.h>
+#include <communicator/httpjsonpackage.h>
+#include <communicator/httpmutilpartpackage.h>
+#include <communicator/httpproxy.h>
+#include <communicator/ihttpversiontrigger.h>
+#include <communicator/ipackagetrigger.h>
+#include <communicator/jsonutil.h>
+#include <tessel/allurlresource.h>
+#include <tessel/capability.h>
+#include <tessel/debuginfo.h>
+#include <tessel/devicemanager.h>
+#include <tessel/records/cabinetinfo.h>
+#include <tessel/records/coeffsdata.h>
+#include <tessel/records/deviceinfo.h>
+#include <tessel/records/point.h>
+#include <tessel/records/screensinfo.h>
+#include <tessel/records/size.h>
+#include <tessel/records/subscreeninfo.h>
+#include <zephserializer/abstractserializer.h>
+#include <zephserializer/attribute.h>
+#include <zephserializer/jsonserializer.h>
+#include <zephserializer/serializable.h>
+
+#include <QCoreApplication>
+#include <QtPromise>
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication app(argc, argv);
+    QList<QVariant> result{1};
+    const bool reached = Capability::getInstance()->getAllChipType(QStringLiteral("no such device"), result);
+    const bool known = AllUrlResource::getUrl(QStringLiteral("Device_Hwinfo")) == AllUrlResource::Device_Hwinfo;
+    const auto promise = QtPromise::resolve(Tessel::DeviceInfo());
+    return !reached && result.isEmpty() && known && promise.isFulfilled() ? 0 : 1;
+}
