@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: MIT
+#include <simulator/simulator.h>
+
+#include <simulator/httpserver.h>
+#include <simulator/iothreads_p.h>
+
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+
+namespace Tessel::Simulator {
+namespace {
+
+std::string_view view(const QByteArray& bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+QStringList numbers(std::size_t count)
+{
+    QStringList ids;
+    for (std::size_t i = 1; i <= count; ++i)
+        ids.append(QString::number(i));
+    return ids;
+}
+
+QString hostText(const QString& bindAddress)
+{
+    if (bindAddress == QLatin1String("0.0.0.0"))
+        return QStringLiteral("127.0.0.1");
+    if (bindAddress == QLatin1String("::"))
+        return QStringLiteral("[::1]");
+    return bindAddress.contains(QLatin1Char(':')) ? QLatin1Char('[') + bindAddress + QLatin1Char(']')
+                                                  : bindAddress;
+}
+
+} // namespace
+
+class Simulator::Private
+{
+public:
+    Private(const Options& wanted, std::shared_ptr<IoThreads> shared)
+        : device(wanted)
+        , threads(std::move(shared))
+    {}
+
+    Device device;
+    std::shared_ptr<IoThreads> threads; ///< null until started when it has its own
+    std::unique_ptr<HttpServer> server; ///< touched by start() and stop() only
+    std::atomic<quint16> port{0};       ///< 0: not running
+    mutable std::mutex mutex;           ///< guards error
+    QString error;
+};
+
+Simulator::Simulator(const Options& options)
+    : Simulator(options, nullptr)
+{}
+
+Simulator::Simulator(const Options& options, std::shared_ptr<IoThreads> threads)
+    : d(std::make_unique<Private>(options, std::move(threads)))
+{
+    RouteTable::instance();
+}
+
+Simulator::~Simulator()
+{
+    stop();
+}
+
+bool Simulator::start()
+{
+    if (d->server)
+        return true;
+    QString error;
+    try {
+        if (!d->threads)
+            d->threads = std::make_shared<IoThreads>();
+        d->server = std::make_unique<HttpServer>(d->threads->d().context, d->device);
+        d->port = d->server->port();
+    } catch (const std::exception& failure) {
+        const Options& wanted = d->device.options();
+        error = QStringLiteral("cannot listen on %1 port %2: %3")
+                    .arg(wanted.bindAddress, QString::number(wanted.port),
+                         QString::fromLocal8Bit(failure.what()));
+    }
+    const std::lock_guard lock(d->mutex);
+    d->error = error;
+    return error.isEmpty();
+}
+
+void Simulator::stop()
+{
+    d->port = 0;
+    d->server.reset();
+}
+
+bool Simulator::isRunning() const
+{
+    return d->port != 0;
+}
+
+QString Simulator::errorString() const
+{
+    const std::lock_guard lock(d->mutex);
+    return d->error;
+}
+
+QString Simulator::address() const
+{
+    const quint16 now = d->port;
+    return now == 0 ? QString()
+                    : hostText(d->device.options().bindAddress) + QLatin1Char(':') + QString::number(now);
+}
+
+QString Simulator::baseUrl() const
+{
+    const QString now = address();
+    return now.isEmpty() ? now : QLatin1String("http://") + now;
+}
+
+quint16 Simulator::port() const
+{
+    return d->port;
+}
+
+Options Simulator::options() const
+{
+    return d->device.options();
+}
+
+quint64 Simulator::pushEvent(const QByteArray& event)
+{
+    return d->device.events().publish(view(event));
+}
+
+int Simulator::eventStreams() const
+{
+    return d->device.events().streams();
+}
+
+bool Simulator::waitForEventStreams(int count, int milliseconds) const
+{
+    return d->device.events().waitForStreams(count, std::chrono::milliseconds(milliseconds));
+}
+
+void Simulator::disconnectStreams()
+{
+    d->device.disconnectStreams();
+}
+
+void Simulator::logoutDevice()
+{
+    d->device.logout();
+}
+
+void Simulator::loginDevice()
+{
+    d->device.login();
+}
+
+void Simulator::addFault(const Fault& fault)
+{
+    d->device.faults().add(fault);
+}
+
+void Simulator::clearFaults()
+{
+    d->device.faults().clear();
+}
+
+QByteArray Simulator::value(const QString& path) const
+{
+    const SharedText text = d->device.read(path.toStdString());
+    return text ? QByteArray::fromStdString(nlohmann::json::parse(*text).at("data").dump()) : QByteArray();
+}
+
+bool Simulator::setValue(const QString& path, const QByteArray& json)
+{
+    return d->device.write(path.toStdString(), view(json));
+}
+
+quint64 Simulator::requestCount() const
+{
+    return d->device.requests().counts().requests;
+}
+
+quint64 Simulator::requestCount(const QString& path) const
+{
+    return d->device.requests().count(path.toStdString());
+}
+
+int Simulator::requestsInFlight() const
+{
+    return d->device.requests().counts().inFlight;
+}
+
+int Simulator::peakRequestsInFlight() const
+{
+    return d->device.requests().counts().peakInFlight;
+}
+
+QList<RequestRecord> Simulator::requests() const
+{
+    QList<RequestRecord> records;
+    for (const auto& entry : d->device.requests().entries()) {
+        RequestRecord record;
+        record.method = QByteArray::fromStdString(entry.method);
+        record.path = QString::fromStdString(entry.path);
+        record.query = QByteArray::fromStdString(entry.query);
+        record.contentType = QByteArray::fromStdString(entry.contentType);
+        record.body = QByteArray::fromStdString(entry.body);
+        record.bodySize = static_cast<qint64>(entry.bodySize);
+        record.status = entry.status;
+        records.append(record);
+    }
+    return records;
+}
+
+void Simulator::resetCounts()
+{
+    d->device.requests().reset();
+}
+
+void Simulator::reset()
+{
+    d->device.reset();
+}
+
+QStringList Simulator::screenIds() const
+{
+    return numbers(d->device.wall().screens());
+}
+
+QStringList Simulator::cabinetIds() const
+{
+    return numbers(d->device.wall().cabinets());
+}
+
+} // namespace Tessel::Simulator
