@@ -210,8 +210,8 @@ bool ArgumentFiles::read(const QString& text, QByteArray& content, QString& prob
         return true;
     }
     QFile file(text.mid(1));
-    const bool open = text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
-                                                 : file.open(QIODevice::ReadOnly);
+    const bool open =
+        text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     content = open ? file.readAll() : QByteArray();
     if (!open || file.error() != QFileDevice::NoError) {
         problem = QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString());
@@ -282,7 +282,8 @@ BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QS
     if (best)
         return best->call;
 
-    // The fault that a person most likely made: in the only overload that takes as many arguments, if there is one.
+    // The fault that a person most likely made: in the only overload that takes as many arguments, if there
+    // is one.
     const auto takesAsMany = [](const Fit& one) { return one.rightCount; };
     const auto near = std::find_if(fits.begin(), fits.end(), takesAsMany);
     BoundCall none;

@@ -29,8 +29,9 @@ private:
 /// How a value of @p type is written, for usage lines.
 QString placeholderOf(ValueType type);
 
-/// The value that @p text stands for; invalid when it stands for none, and @p problem says what was expected and
-/// what came. Types written as JSON or bytes also take `@file` and `-`; texts and numbers stand for themselves.
+/// The value that @p text stands for; invalid when it stands for none, and @p problem says what was expected
+/// and what came. Types written as JSON or bytes also take `@file` and `-`; texts and numbers stand for
+/// themselves.
 QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem);
 
 /// An operation together with one value per parameter, that of the device still open.
@@ -41,8 +42,8 @@ struct BoundCall
     QString problem; ///< why they do not fit
 };
 
-/// Fits @p texts, positional or `name=value`, to the one of @p overloads that takes them. Where several do, one whose
-/// types say more than text wins, then the one with more outputs.
+/// Fits @p texts, positional or `name=value`, to the one of @p overloads that takes them. Where several do,
+/// one whose types say more than text wins, then the one with more outputs.
 BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
                         ArgumentFiles& files);
 

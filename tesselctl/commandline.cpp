@@ -3,6 +3,8 @@
 
 #include "commands/commands.h"
 #include "console.h"
+#include "printable.h"
+#include "suggestion.h"
 
 #include <CLI/CLI.hpp>
 
@@ -59,14 +61,15 @@ One line per event: time, device, payload. With --json one object per line with 
 devices), device and payload. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
 standard error.)";
 
-// CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front keeps
-// them as they are until takeText() removes it.
+// CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
+// keeps them as they are until takeText() removes it.
 const char mark = '\x1f';
 
 std::string marked(const std::string& argument)
 {
     const bool list = !argument.empty() && argument.front() == '[';
-    const bool negative = argument.size() > 1 && argument[0] == '-' && argument[1] >= '0' && argument[1] <= '9';
+    const bool negative =
+        argument.size() > 1 && argument[0] == '-' && argument[1] >= '0' && argument[1] <= '9';
     return list || negative ? mark + argument : argument;
 }
 
@@ -133,20 +136,23 @@ void addGlobalOptions(CLI::App& app, Words& words)
         ->type_name("KIND")
         ->group("Login");
     app.add_option("--user", words.user, "user for basic and digest")->type_name("NAME")->group("Login");
-    CLI::Option* const variable =
-        app.add_option("--secret-env", words.secretVariable, "environment variable that holds password or token")
-            ->type_name("VARIABLE")
-            ->group("Login");
+    CLI::Option* const variable = app.add_option("--secret-env", words.secretVariable,
+                                                 "environment variable that holds password or token")
+                                      ->type_name("VARIABLE")
+                                      ->group("Login");
     app.add_option("--secret-file", words.secretFile, "file whose first line is password or token")
         ->type_name("FILE")
         ->excludes(variable)
         ->group("Login");
 
-    app.add_option("--ca-file", words.caFile, "PEM file of the authorities to trust")->type_name("FILE")->group("TLS");
+    app.add_option("--ca-file", words.caFile, "PEM file of the authorities to trust")
+        ->type_name("FILE")
+        ->group("TLS");
     app.add_option("--pinned-key", words.pinnedKey, "sha256//BASE64 of the device's public key")
         ->type_name("HASH")
         ->group("TLS");
-    app.add_flag("--insecure", words.insecure, "accept any certificate, on a closed network only")->group("TLS");
+    app.add_flag("--insecure", words.insecure, "accept any certificate, on a closed network only")
+        ->group("TLS");
 }
 
 /// A command of the command line, and what runs it.
@@ -159,7 +165,8 @@ struct Command
 std::vector<Command> addCommands(CLI::App& app, Words& words)
 {
     CLI::App* const call = app.add_subcommand("call", "call an operation on every device");
-    call->add_option("OPERATION", words.operation, "Class::operation, or operation where one class alone has it")
+    call->add_option("OPERATION", words.operation,
+                     "Class::operation, or operation where one class alone has it")
         ->required();
     call->add_option("ARGUMENTS", words.arguments, "its arguments, value or name=value")->type_name("");
     call->footer(callFooter);
@@ -171,13 +178,16 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
     routes->add_option("FILTER", words.filter, "only those that contain this");
 
     CLI::App* const watch = app.add_subcommand("watch", "print what the devices push");
-    watch->add_option("--count", words.count, "end after so many events")->check(CLI::PositiveNumber)->type_name("N");
+    watch->add_option("--count", words.count, "end after so many events")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
     watch->add_option("--seconds", words.seconds, "end after so many seconds")
         ->check(CLI::Range(1, 1'000'000))
         ->type_name("N");
     watch->footer(watchFooter);
 
-    CLI::App* const demo = app.add_subcommand("demo", "show the library at work on two simulated controllers");
+    CLI::App* const demo =
+        app.add_subcommand("demo", "show the library at work on two simulated controllers");
 
     return {
         {call,
@@ -188,16 +198,22 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
          [&words](const Settings& settings, Console& console) {
              return runOperations(settings, takeText(words.filter), console);
          }},
-        {routes,
-         [&words](const Settings& settings, Console& console) {
-             return runRoutes(settings, takeText(words.filter), console);
-         }},
+        {routes, [&words](const Settings& settings,
+                          Console& console) { return runRoutes(settings, takeText(words.filter), console); }},
         {watch,
          [&words](const Settings& settings, Console& console) {
              return runWatch(settings, words.count, words.seconds, console);
          }},
         {demo, [](const Settings& /*settings*/, Console& console) { return runDemo(console); }},
     };
+}
+
+QString unknownCommand(const CLI::App& app, const QString& word)
+{
+    QStringList names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App* /*command*/) { return true; }))
+        names << QString::fromStdString(command->get_name());
+    return QStringLiteral("\"%1\" is no command").arg(printable(word)) + didYouMean(word, names);
 }
 
 ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& console)
@@ -208,7 +224,11 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& cons
         console.data(QString::fromStdString(text.str()));
         return Done;
     }
-    console.complain(QString::fromUtf8(error.what()));
+    const std::vector<std::string> unknown = app.remaining();
+    if (app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-')
+        console.complain(unknownCommand(app, takeText(unknown.front())));
+    else
+        console.complain(printable(QString::fromUtf8(error.what())));
     console.remark(QStringLiteral("\"tesselctl --help\" tells more"));
     return Usage;
 }
@@ -217,8 +237,8 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& cons
 
 int runCommandLine(int argc, char** argv)
 {
-    // A reader that closes a pipe is noticed where it is written to, and a device that closes a connection must not
-    // end the process.
+    // A reader that closes a pipe is noticed where it is written to, and a device that closes a connection
+    // must not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     Console console;
     Words words;

@@ -34,7 +34,8 @@ void Console::remark(const QString& line)
 
 bool Console::hasColour(std::FILE* stream)
 {
-    return isatty(fileno(stream)) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
+    return isatty(fileno(stream)) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
+           qgetenv("TERM") != "dumb";
 }
 
 } // namespace TesselCtl

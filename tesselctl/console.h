@@ -14,8 +14,8 @@ namespace TesselCtl {
 class Console
 {
 public:
-    /// Writes @p text at once. Once a write failed, because the reader has gone or the disk is full, nothing more is
-    /// written.
+    /// Writes @p text at once. Once a write failed, because the reader has gone or the disk is full, nothing
+    /// more is written.
     void data(const QString& text);
     /// Writes "tesselctl: ", @p message and a line end on standard error.
     void complain(const QString& message);
@@ -24,8 +24,8 @@ public:
     /// Whether data was lost. The reason was told unless a reader simply closed a pipe.
     bool dataLost() const { return m_lost; }
 
-    /// Whether @p stream shows colour: a terminal, unless the environment variable NO_COLOR is set (no-color.org) or
-    /// TERM is "dumb".
+    /// Whether @p stream shows colour: a terminal, unless the environment variable NO_COLOR is set
+    /// (no-color.org) or TERM is "dumb".
     static bool hasColour(std::FILE* stream);
 
 private:

@@ -18,7 +18,8 @@ namespace {
 QString faultOfLogin(const DeviceSettings& settings)
 {
     const bool named = settings.login == QLatin1String("basic") || settings.login == QLatin1String("digest");
-    if (settings.login.isEmpty() && !(settings.user + settings.secretVariable + settings.secretFile).isEmpty())
+    if (settings.login.isEmpty() &&
+        !(settings.user + settings.secretVariable + settings.secretFile).isEmpty())
         return QStringLiteral("a user or secret needs --login");
     if (named && settings.user.isEmpty())
         return QStringLiteral("--login %1 needs --user").arg(settings.login);
@@ -60,7 +61,8 @@ std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem
             problem = QStringLiteral("a device's address holds no login; say --login and --user");
         else if (name.isEmpty() || endpoint.address.isEmpty())
             problem = QStringLiteral("\"%1\" is neither ADDRESS nor NAME=ADDRESS").arg(printable(text));
-        else if (std::any_of(devices.begin(), devices.end(), [&](const Device& one) { return one.name == name; }))
+        else if (std::any_of(devices.begin(), devices.end(),
+                             [&](const Device& one) { return one.name == name; }))
             problem = QStringLiteral("device %1 is given twice").arg(printable(name));
         devices.push_back({name, endpoint});
     }
@@ -81,7 +83,8 @@ bool addDevices(const std::vector<Device>& devices, QString& problem)
 {
     for (const Device& device : devices) {
         if (!HttpProxy::getInstance()->addDevice(device.name, device.endpoint)) {
-            problem = QStringLiteral("device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
+            problem = QStringLiteral(
+                          "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
                           .arg(printable(device.name));
             return false;
         }

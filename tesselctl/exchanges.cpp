@@ -35,7 +35,8 @@ ExitCode exitCodeOf(IHttpVersionTrigger::HttpSimpleState state)
     }
 }
 
-// What the reply's envelope says of a refusal, such as `code 7, "no such screen"`; empty when it says nothing.
+// What the reply's envelope says of a refusal, such as `code 7, "no such screen"`; empty when it says
+// nothing.
 QString refusalIn(const QByteArray& reply)
 {
     QMap<QString, QVariant> envelope;
@@ -45,8 +46,8 @@ QString refusalIn(const QByteArray& reply)
     const QString message = envelope.value(QStringLiteral("message")).toString();
     if (code == 0)
         return {};
-    return QStringLiteral("code %1").arg(code)
-           + (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)));
+    return QStringLiteral("code %1").arg(code) +
+           (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)));
 }
 
 } // namespace
@@ -98,7 +99,8 @@ QString traceLine(const Exchanges::Record& record)
     const QString status = record.status != 0 ? QString::number(record.status) : QStringLiteral("---");
     return QStringLiteral("%1  %2 %3  %4  %5 ms  %6 sent  %7 received")
         .arg(printable(record.deviceKey), QString::fromLatin1(record.verb).leftJustified(4),
-             record.path.isEmpty() ? QStringLiteral("(no path)") : printable(QString::fromUtf8(record.path)), status)
+             record.path.isEmpty() ? QStringLiteral("(no path)") : printable(QString::fromUtf8(record.path)),
+             status)
         .arg(record.milliseconds)
         .arg(humanSize(record.bytesSent), humanSize(record.bytesReceived));
 }
@@ -107,7 +109,8 @@ Outcome outcomeOf(const Exchanges::Record& record)
 {
     const QString refusal = refusalIn(record.reply);
     if (record.state == IHttpVersionTrigger::Success)
-        return refusal.isEmpty() ? Outcome() : Outcome{Refused, QStringLiteral("the device refused: ") + refusal};
+        return refusal.isEmpty() ? Outcome()
+                                 : Outcome{Refused, QStringLiteral("the device refused: ") + refusal};
     if (record.state == IHttpVersionTrigger::HttpFailure) {
         const QString status = QStringLiteral("the device refused: HTTP status %1").arg(record.status);
         return {Refused, refusal.isEmpty() ? status : status + QStringLiteral(", ") + refusal};

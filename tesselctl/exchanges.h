@@ -33,8 +33,8 @@ public:
 
     /// Forgets the exchanges so far: the next call begins.
     void begin();
-    /// How the call that began last ended, going by its last exchange and, when that was well and @p succeeded is
-    /// false, by the last one that failed.
+    /// How the call that began last ended, going by its last exchange and, when that was well and @p
+    /// succeeded is false, by the last one that failed.
     Outcome outcome(bool succeeded) const;
 
 private:

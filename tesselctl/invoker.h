@@ -28,7 +28,8 @@ template <class Argument>
 using Stored = std::decay_t<Argument>;
 
 template <class Argument>
-constexpr bool isOutput = std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
+constexpr bool isOutput =
+    std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
 
 /// An output whose name in the row begins with "inout " is read as well.
 template <class Argument>
@@ -73,16 +74,16 @@ Invoker invoker(QObject* (*instance)(), Returned (QObject::*method)(Arguments...
     };
 }
 
-/// A row: the operation's name, the operation, and the names of its parameters in the order of the signature. Types
-/// and directions follow from the signature; `qOverload<...>` picks one of several. The first parameter is named
-/// "deviceKey" wherever the operation takes one.
+/// A row: the operation's name, the operation, and the names of its parameters in the order of the signature.
+/// Types and directions follow from the signature; `qOverload<...>` picks one of several. The first parameter
+/// is named "deviceKey" wherever the operation takes one.
 template <class Class, class Returned, class... Arguments, std::size_t Count>
-Operation operation(const char* name, Returned (Class::*method)(Arguments...), const char* const (&names)[Count])
+Operation operation(const char* name, Returned (Class::*method)(Arguments...),
+                    const char* const (&names)[Count])
 {
     static_assert(Count == sizeof...(Arguments), "one name per parameter");
     const char* const* next = names;
-    return {QString::fromLatin1(Class::staticMetaObject.className()),
-            QString::fromLatin1(name),
+    return {QString::fromLatin1(Class::staticMetaObject.className()), QString::fromLatin1(name),
             std::vector<Parameter>{parameter<Arguments>(*next++)...},
             invoker([]() -> QObject* { return Class::getInstance(); },
                     static_cast<Returned (QObject::*)(Arguments...)>(method))};

@@ -122,9 +122,10 @@ bool parseJson(const QByteArray& text, QVariant& value, QString& problem)
 
 QByteArray toJson(const QVariant& value, bool indented)
 {
-    const std::string text = fromVariant(value).dump(indented ? 2 : -1, ' ', false, json::error_handler_t::replace);
-    // The writer escapes what RFC 8259 asks for, which leaves control characters beyond U+007E to a terminal. Line
-    // feeds are its own.
+    const std::string text =
+        fromVariant(value).dump(indented ? 2 : -1, ' ', false, json::error_handler_t::replace);
+    // The writer escapes what RFC 8259 asks for, which leaves control characters beyond U+007E to a terminal.
+    // Line feeds are its own.
     return printableLines(textOf(text)).toUtf8();
 }
 

@@ -39,7 +39,8 @@ QString Operation::usage() const
 {
     QString text = qualifiedName();
     for (const std::size_t index : written())
-        text += QLatin1Char(' ') + parameters[index].name + QLatin1Char('=') + placeholderOf(parameters[index].type);
+        text += QLatin1Char(' ') + parameters[index].name + QLatin1Char('=') +
+                placeholderOf(parameters[index].type);
     QString arrow = QStringLiteral("  ->  ");
     for (const QString& output : outputNames()) {
         text += arrow + output;

@@ -28,8 +28,9 @@ struct Parameter
 struct CallResult
 {
     bool succeeded = false;
-    QString reason;       ///< why a promise was rejected
-    QVariantList outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
+    QString reason; ///< why a promise was rejected
+    QVariantList
+        outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };
 
 /// Calls an operation with one value per parameter; those of pure outputs are ignored.

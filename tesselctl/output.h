@@ -12,8 +12,8 @@ namespace TesselCtl {
 /// Lines of columns under each other, the last column as long as it is.
 QString aligned(const QList<QStringList>& rows);
 
-/// @p value for people, every line ended: a map as aligned lines of key and value, a list of flat maps with the same
-/// keys as a table, a list of plain values as lines, anything else as JSON.
+/// @p value for people, every line ended: a map as aligned lines of key and value, a list of flat maps with
+/// the same keys as a table, a list of plain values as lines, anything else as JSON.
 QString humanText(const QVariant& value);
 
 /// One line for a value inside something else: plain values as they are, maps and lists as JSON.

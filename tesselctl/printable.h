@@ -6,8 +6,9 @@
 
 namespace TesselCtl {
 
-/// @p text with everything that could steer a terminal or hide from its reader (control and format characters, line
-/// separators) written as JSON writes it: `\n`, `\u001b`. So whatever a device sends stays one harmless line.
+/// @p text with everything that could steer a terminal or hide from its reader (control and format
+/// characters, line separators) written as JSON writes it: `\n`, `\u001b`. So whatever a device sends stays
+/// one harmless line.
 QString printable(const QString& text);
 
 /// The same, but line feeds stay.

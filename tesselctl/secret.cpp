@@ -36,8 +36,8 @@ QString fromTerminal(QString& problem)
 {
     QFile terminal(QStringLiteral("/dev/tty"));
     termios shown{};
-    if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered)
-        || tcgetattr(terminal.handle(), &shown) != 0) {
+    if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
+        tcgetattr(terminal.handle(), &shown) != 0) {
         problem = QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file");
         return {};
     }
@@ -63,8 +63,9 @@ QString readSecret(const QString& variable, const QString& file, QString& proble
     else
         secret = fromTerminal(problem);
     if (secret.isEmpty() && problem.isEmpty())
-        problem = variable.isEmpty() ? QStringLiteral("the secret is empty")
-                                     : QStringLiteral("the environment variable %1 is empty").arg(printable(variable));
+        problem = variable.isEmpty()
+                      ? QStringLiteral("the secret is empty")
+                      : QStringLiteral("the environment variable %1 is empty").arg(printable(variable));
     return secret;
 }
 

@@ -60,8 +60,8 @@ QString didYouMean(const QString& wrong, const QStringList& known)
         return {};
     const QString last = names.takeLast();
     const QString others = names.join(QStringLiteral(", "));
-    return QStringLiteral("; did you mean ") + (names.isEmpty() ? last : others + QStringLiteral(" or ") + last)
-           + QLatin1Char('?');
+    return QStringLiteral("; did you mean ") +
+           (names.isEmpty() ? last : others + QStringLiteral(" or ") + last) + QLatin1Char('?');
 }
 
 } // namespace TesselCtl

@@ -15,7 +15,19 @@
 namespace TesselCtl {
 
 /// How an argument is written on the command line.
-enum class ValueType { Text, Integer, LongInteger, Boolean, Bytes, Map, List, TextMap, TextList, MapList, MapOfMaps };
+enum class ValueType {
+    Text,
+    Integer,
+    LongInteger,
+    Boolean,
+    Bytes,
+    Map,
+    List,
+    TextMap,
+    TextList,
+    MapList,
+    MapOfMaps
+};
 
 /// The type of an argument; its pointer only names it.
 ValueType valueType(const QString*);

@@ -30,7 +30,8 @@ QVariant resultOf(const Operation& operation, const QVariantList& outputs)
 
 QString textOf(const QVariant& result)
 {
-    return result.userType() == QMetaType::Bool && result.toBool() ? QStringLiteral("ok\n") : humanText(result);
+    return result.userType() == QMetaType::Bool && result.toBool() ? QStringLiteral("ok\n")
+                                                                   : humanText(result);
 }
 
 class Caller
@@ -46,8 +47,8 @@ public:
         })
     {}
 
-    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label stands before the output of
-    /// one of several.
+    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label stands before the
+    /// output of one of several.
     void callOn(const QString& device, bool label)
     {
         QVariantList values = m_call.values;
@@ -90,7 +91,8 @@ private:
 
 } // namespace
 
-ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments, Console& console)
+ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments,
+                 Console& console)
 {
     const Lookup found = findOperation(allOperations(), operation);
     if (found.operations.empty()) {

@@ -14,10 +14,12 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
     QVariantList list;
     QList<QStringList> rows;
     for (auto route = routes.begin(); route != routes.end(); ++route) {
-        if (!route.key().contains(filter, Qt::CaseInsensitive) && !route.value().contains(filter, Qt::CaseInsensitive))
+        if (!route.key().contains(filter, Qt::CaseInsensitive) &&
+            !route.value().contains(filter, Qt::CaseInsensitive))
             continue;
         rows << QStringList{route.key(), route.value()};
-        list.append(QVariantMap{{QStringLiteral("key"), route.key()}, {QStringLiteral("path"), route.value()}});
+        list.append(
+            QVariantMap{{QStringLiteral("key"), route.key()}, {QStringLiteral("path"), route.value()}});
     }
     console.data(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
     if (list.isEmpty())

@@ -62,7 +62,8 @@ private:
         if (devices == m_devices)
             return;
         m_devices = devices;
-        print(QStringLiteral("devices"), {}, QStringLiteral("devices: ") + printable(devices.join(QStringLiteral(", "))),
+        print(QStringLiteral("devices"), {},
+              QStringLiteral("devices: ") + printable(devices.join(QStringLiteral(", "))),
               QVariantList(devices.begin(), devices.end()));
     }
 
@@ -79,7 +80,8 @@ private:
             m_console.data(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
         } else {
             const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
-            m_console.data(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text + QLatin1Char('\n'));
+            m_console.data(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
+                           QLatin1Char('\n'));
         }
         if (m_console.dataLost())
             QCoreApplication::quit();
@@ -116,7 +118,8 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
         return Usage;
     }
     if (seconds > 0)
-        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(), &QCoreApplication::quit);
+        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
+                           &QCoreApplication::quit);
     QCoreApplication::exec();
     return Done;
 }
