@@ -150,6 +150,7 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     m_error[0] = '\0';
     m_sent = false;
     m_resendRefused = false;
+    m_reader.reset();
     m_fault = faultOfRequest(request);
     if (!m_fault.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
@@ -157,7 +158,7 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     if (m_device != device) {
         bind(std::move(device));
     }
-    if (!m_reader.begin(request.downloadPath)) {
+    if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
         m_fault = m_reader.reason();
         return IHttpVersionTrigger::FileFailure;
     }

@@ -150,6 +150,12 @@ int MisbehavingServer::connections() const
     return m_accepted;
 }
 
+int MisbehavingServer::open() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_open;
+}
+
 int MisbehavingServer::mostOpen() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

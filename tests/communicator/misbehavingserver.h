@@ -67,6 +67,8 @@ public:
     /// Waits until @p count requests came whole. @return whether they did within ten seconds.
     bool waitForDeliveries(int count) const;
     int connections() const;
+    /// The number of connections that are open.
+    int open() const;
     /// The largest number of connections that were open at a time.
     int mostOpen() const;
 
