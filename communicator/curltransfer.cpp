@@ -307,6 +307,7 @@ HttpReply CurlTransfer::finish(IHttpVersionTrigger::HttpSimpleState outcome, con
     summary.status = reply.status;
     summary.state = reply.state;
     summary.bytesReceived = m_reader.received();
+    summary.reply = reply.body;
     summary.reason = m_reader.reason().isEmpty() ? reason : m_reader.reason();
     if (summary.reason.isEmpty()) {
         summary.reason = m_fault;
