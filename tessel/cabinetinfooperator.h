@@ -45,6 +45,67 @@ public:
     /// answer; the list is empty when the reply cannot be read.
     QtPromise::QPromise<QList<Tessel::CabinetInfo>> getAllCabinets(const QString& deviceKey);
 
+    // Reads of the cabinet whose "id" is given.
+
+    /// The family name.
+    bool getCabFamilyName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The manufacturer's name.
+    bool getCabMFRSName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The point spacing.
+    bool getCabPointSpace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The short name.
+    bool getCabShortName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The limits of the effect adjustment.
+    bool getCabinetBrightnessRange(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The fine-gray configuration.
+    bool getCabinetFineGrayConfig(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The custom gamma.
+    bool getCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                    QMap<QString, QVariant>& out);
+    /// The brightness per colour.
+    bool getCabinetRGBBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's name.
+    bool getCabinetRecvName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's rate.
+    bool getCabinetRecvRate(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's colour temperature.
+    bool getCabinetRvColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The serial number.
+    bool getCabinetSN(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The cabinet type.
+    bool getCabinetType(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// Whether XBit is enabled.
+    bool getCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's configuration.
+    bool getConfigFile(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+
+    // Reads of a property of all cabinets.
+
+    /// The manufacturers' names of all cabinets, as parsed.
+    bool getAllCabMFRSName(const QString& deviceKey, QList<QVariant>& out);
+    /// The short names of all cabinets, as parsed.
+    bool getAllCabShortName(const QString& deviceKey, QList<QVariant>& out);
+    /// The chips of all cabinets, as parsed.
+    bool getAllCabinetChip(const QString& deviceKey, QList<QVariant>& out);
+    /// The types of all cabinets, as parsed.
+    bool getAllCabinetType(const QString& deviceKey, QList<QVariant>& out);
+    /// The receiving cards of all cabinets, flattened.
+    bool getAllCabinetsRxs(const QString& deviceKey, QList<QVariant>& out);
+    /// All flags, as parsed.
+    bool getCabAllFlags(const QString& deviceKey, QList<QVariant>& out);
+    /// The base information of all cabinets, as parsed.
+    bool getCabinetsBaseInfo(const QString& deviceKey, QList<QVariant>& out);
+
+    /// The receiving cards of one cabinet, flattened.
+    bool getCabinetRxs(const QString& deviceKey, const QString& id, QList<QVariant>& out);
+    /// The gamma table of one cabinet, empty when the reply lacks one; @p parameters go out as the query.
+    bool getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
+                                  const QMap<QString, QString>& parameters, QList<QVariant>& out);
+    /// Appends the cabinets whose "outputID" is @p portId to what @p out holds; a cabinet without one is at
+    /// port 0. Answered from the cache where getAllCabinetsInfo() is, and from its thread. A failure appends
+    /// nothing.
+    void getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out);
+
     /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
     /// parsed, and not cached. To be called from the thread of the first getInstance().
     bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
