@@ -106,6 +106,199 @@ public:
     /// nothing.
     void getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out);
 
+    // Writes. With an id they go to that cabinet; without one the body names the cabinets. The device's API
+    // says what a body holds. `data` takes the settings to the device and comes back as its reply.
+
+    /// Sets the brightness, without waiting: always `true`, and @p out stays as it was.
+    bool setCabSingleBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultBrightness(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the gamma.
+    bool setCabSingleGamma(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultGamma(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& out);
+    /// Sets the beacon.
+    bool setCabSingleBeacon(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultBeacon(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// Sets the indicator light.
+    bool setCabSingleLightState(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultLightState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the colour temperature.
+    bool setCabSingleColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the receiving card's colour temperature.
+    bool setCabRvSingleColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabRvMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Switches custom gamma.
+    bool setEnableSingleCustomGamma(const QString& deviceKey, const QString& id,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setEnableMultCustomGamma(const QString& deviceKey, const QList<QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Sets the custom gamma.
+    bool setCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetGammaCustomValue(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& out);
+    /// Sets the RGB gain.
+    bool setSingleCabinetRgbGain(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetRgbGain(const QString& deviceKey, const QList<QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the 18-bit mode.
+    bool setSingleCabinet18bitMode(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinet18bitMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out);
+    /// Sets whether it is solid.
+    bool setSingleCabinetSolid(const QString& deviceKey, const QString& id,
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the physical size.
+    bool setSingleCabinetPhySize(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetPhySize(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the weight.
+    bool setSingleCabinetWeight(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetWeight(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the power.
+    bool setSingleCabinetPower(const QString& deviceKey, const QString& id,
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetPower(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the voltage.
+    bool setSingleCabinetVoltage(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetVoltage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the family name.
+    bool setSglCabFamilyName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabFamilyName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the manufacturer's name.
+    bool setSglCabMFRSName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabMFRSName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Sets the short name.
+    bool setSglShortName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiShortName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// Sets the cabinet type.
+    bool setSglCabinetType(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetType(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Sets the point spacing.
+    bool setSglPointSpace(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiPointSpace(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the fine gray.
+    bool setSingleCabFineGray(const QString& deviceKey, const QString& id,
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabFineGray(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the correction.
+    bool setSingleCabCorrection(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabCorrection(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the brightness per colour.
+    bool setCabinetRGBBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same for several cabinets.
+    bool setCabinetsRGBBrightness(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit mode.
+    bool setCabinetXBitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same for several cabinets.
+    bool setCabinetsXBitMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+
+    /// Switches XBit; goes to the path of all cabinets.
+    bool setCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXbitEnable(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit phase per colour; goes to the path of all cabinets.
+    bool setCabinetXBitRGBPhase(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitRGBPhase(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit gray scale; goes to the path of all cabinets.
+    bool setCabinetXBitGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitGrayScale(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit jitter mode; goes to the path of all cabinets.
+    bool setCabinetXBitJitterMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitJitterMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit high-low mode; goes to the path of all cabinets.
+    bool setCabinetXBitHighLowMode(const QString& deviceKey, const QString& id,
+                                   QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitHighLowMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+
+    /// Sets the flags; the path is that of all cabinets.
+    bool setCabinetFlag(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// Sets the serial-number flags.
+    bool setCabinetSnflags(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the flags of modules.
+    bool setModuleflags(const QString& deviceKey, const QList<QVariant>& body, QMap<QString, QVariant>& out);
+    /// Sets all parameters of the light.
+    bool setCabinetLightAllParam(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// Sets the receiving cards' configuration.
+    bool setMutiConfigFile(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the configuration through the route of several cabinets; @p id is ignored.
+    bool setSingleConfigFile(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabinetInfo(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabinetPixelSize(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Returns `true` at once and logs the outcome as a number at critical level. Fails: no device has a
+    /// route for it. The calling thread needs an event loop.
+    bool setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body);
+
     /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
     /// parsed, and not cached. To be called from the thread of the first getInstance().
     bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
