@@ -299,6 +299,34 @@ public:
     /// route for it. The calling thread needs an event loop.
     bool setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body);
 
+    // Detection of communication errors and their rate. With an id for that cabinet; without one the body
+    // names them.
+
+    /// Switches the detection on or off.
+    bool communicationErrorDetectSwitcher(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool communicationErrorDetectSwitcher(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& out);
+    /// Shows the test image that the measurement runs on.
+    bool berTestPattern(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool berTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// The detection time.
+    bool getDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
+                                     QMap<QString, QVariant>& out);
+    /// Sets the detection time.
+    bool setDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setDetecteErrorRateTimeData(const QString& deviceKey, const QList<QVariant>& body,
+                                     QMap<QString, QVariant>& out);
+    /// The errors between two times, in the format of the device.
+    bool getCommunicationErrorData(const QString& deviceKey, const QString& id, const QString& beginTime,
+                                   const QString& endTime, QMap<QString, QVariant>& out);
+
     /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
     /// parsed, and not cached. To be called from the thread of the first getInstance().
     bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
