@@ -327,9 +327,31 @@ public:
     bool getCommunicationErrorData(const QString& deviceKey, const QString& id, const QString& beginTime,
                                    const QString& endTime, QMap<QString, QVariant>& out);
 
+    // The receiving cards as a whole, and what the modules store.
+
     /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
     /// parsed, and not cached. To be called from the thread of the first getInstance().
     bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
+    /// How far a firmware update is.
+    bool getRvCardsUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& out);
+    /// Uploads firmware; takes up to five minutes.
+    bool putRvCardsUpdate(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                          QMap<QString, QVariant>& out);
+    /// Has the cards load the firmware.
+    bool putRvCardsUpdateLoad(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                              QMap<QString, QVariant>& out);
+    /// Stores the firmware of a card in the file @p path. Always `true`: the file alone tells whether it
+    /// came.
+    bool getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path);
+    /// Clears the coefficients of modules, within @p waitTime + 30000 ms.
+    bool clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out, int waitTime);
+    /// Shows the stored coefficients of modules, within @p waitTime + 30000 ms.
+    bool reloadModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out, int waitTime);
+    /// Saves the coefficients of modules, within @p waitTime + 300000 ms.
+    bool saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out, int waitTime);
 
 Q_SIGNALS:
     /// The device's cabinets were fetched because they changed, well or not: the application reads anew. Once
