@@ -353,6 +353,64 @@ public:
     bool saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& out, int waitTime);
 
+    // Images and patterns that a cabinet holds. With an id for that cabinet; without one the body names them.
+
+    /// Sets how long the boot image shows.
+    bool setSingleBootImageTime(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiBootImageTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Previews the boot image.
+    bool setSingleBootImagePreview(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiBootImagePreview(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Sets how the prestored image is used.
+    bool setSingleCabPrestoreImage(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Previews the prestored image.
+    bool setSinglePreviewImagePreview(const QString& deviceKey, const QString& id,
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiPreviewImagePreview(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& out);
+    /// Sets what is shown while the cable is disconnected.
+    bool setSingleAbnormalDisconnected(const QString& deviceKey, const QString& id,
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiAbnormalDisconnected(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& out);
+
+    /// Sets the regions of boot images.
+    bool setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setBootImagePos(const QString& deviceKey, const QList<QVariant>& body, QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
+                                QMap<QString, QVariant>& out);
+
+    /// Uploads a prestored image.
+    bool setSinglePrestoreImage(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& out);
+    /// The same for the cabinets that the part "id" lists, within 3000 ms for each of them.
+    bool setMultiPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                               QMap<QString, QVariant>& out);
+
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
+                        const QString& bgColor);
+    /// Shows a test pattern on several cabinets.
+    bool setMutiTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+
 Q_SIGNALS:
     /// The device's cabinets were fetched because they changed, well or not: the application reads anew. Once
     /// per "cabinetsChange" event, on this object's thread.
