@@ -59,6 +59,105 @@ public:
     /// The device's capability version. @p force asks the device, otherwise the result is its last answer.
     Correction::EnumScreenVer getCapabilityProtoc(const QString& deviceKey, bool force);
 
+    /// Changes the description, such as the custom name.
+    bool putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& result);
+    /// Changes the system's state; @p parameters go out as the query.
+    bool putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                         QMap<QString, QVariant>& result);
+    /// Sends custom data.
+    bool putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result);
+    /// The delay of the 3D signal.
+    bool getHWInfoSignalDelayTime(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Sets the delay of the 3D signal.
+    bool putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result);
+    /// The custom data; @p parameters go out as the query.
+    bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                             QMap<QString, QVariant>& result);
+    /// The hot-backup relations.
+    bool getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result);
+    /// Sets the hot-backup relations.
+    bool putHWInfoHotBackupInfo(const QString& deviceKey, const QList<QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Sets the additional video delay.
+    bool putHWInfoIncreaseVideoDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& result);
+    /// Sets the synchronisation.
+    bool putHWInfoSyncinfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& result);
+    /// Sets the frequency of the synchronisation.
+    bool putHWInfoFrequency(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& result);
+    /// Synchronises to an input.
+    bool putHWInfoInput(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Synchronises to the external input.
+    bool putHWInfoExternalInput(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Renames the device.
+    bool putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& result);
+    /// Uploads a background image.
+    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Switches the background image.
+    bool putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& result);
+    /// Switches the mapping display.
+    bool putHWInfoMapping(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& result);
+    /// Controls what the screens show.
+    bool putHWInfoScreenControl(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Sets what is shown without a signal.
+    bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& result);
+    /// Uploads firmware; takes up to five minutes.
+    bool putHWInfoUpdate(const QString& deviceKey, const QByteArray& data, QMap<QString, QVariant>& result);
+    /// How far a firmware update is; may be asked while the upload runs.
+    bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Enters the hardware mode.
+    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Sets the high-definition mode.
+    bool putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& result);
+    /// Sends a version; @p parameters go out as the query.
+    bool postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+    /// Shows a test pattern.
+    bool putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result);
+    /// Sets the log level.
+    bool putLogLevel(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                     QMap<QString, QVariant>& result);
+    /// Sets how long logs are kept.
+    bool putLogReserve(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& result);
+    /// Locks the device. @p body is not sent.
+    bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+    /// Unlocks the device.
+    bool unLock(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                   QMap<QString, QVariant>& result);
+
 Q_SIGNALS:
     /// A description was replaced because of an event; whose, is not told. Once per successful refresh, on
     /// this object's thread.

@@ -78,7 +78,7 @@ private Q_SLOTS:
         OperationRow rows[] = {
             {"CabinetInfoOperator::getAllCabinetsInfo", "Device_AllCabinetsInfo", HttpMethod::Get,
              Decoder::None, [](Outputs&) { return cabinets()->getAllCabinetsInfo(sampleDevice, true); }},
-            {"CabinetInfoOperator::getAllCabinetsInfo (output)", "Device_AllCabinetsInfo", HttpMethod::Get,
+            {"CabinetInfoOperator::getAllCabinetsInfo (overload)", "Device_AllCabinetsInfo", HttpMethod::Get,
              Decoder::FlatList,
              [](Outputs& out) { return cabinets()->getAllCabinetsInfo(sampleDevice, out.list, true); }},
             {"CabinetInfoOperator::getAllCabinets", "Device_AllCabinetsInfo", HttpMethod::Get, Decoder::None,

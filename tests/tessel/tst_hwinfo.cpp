@@ -55,7 +55,7 @@ private Q_SLOTS:
         OperationRow rows[] = {
             {"HWInfo::getHWInfo", "Device_Hwinfo", HttpMethod::Get, Decoder::None,
              [](Outputs&) { return hwInfo()->getHWInfo(sampleDevice, true); }},
-            {"HWInfo::getHWInfo (output)", "Device_Hwinfo", HttpMethod::Get, Decoder::Map,
+            {"HWInfo::getHWInfo (overload)", "Device_Hwinfo", HttpMethod::Get, Decoder::Map,
              [](Outputs& out) { return hwInfo()->getHWInfo(sampleDevice, out.map, true); }},
             {"HWInfo::getHWInfo2", "Device_Hwinfo", HttpMethod::Get, Decoder::None,
              [](Outputs&) { return hwInfo()->getHWInfo2(sampleDevice).wait().isFulfilled(); }},

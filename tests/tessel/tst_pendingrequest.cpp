@@ -4,6 +4,7 @@
 #include <tessel/request.h>
 
 #include <QPointer>
+#include <QThread>
 #include <QtTest>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
@@ -93,6 +94,30 @@ private Q_SLOTS:
         PendingRequest("ScreenXbit").put(device, this, [&](const HttpJsonPackage& reply) { package = &reply; });
         QTRY_VERIFY(m_engine->held() == 0);
         QTRY_VERIFY(package.isNull());
+    }
+
+    void aPutWithoutAContextHandlesEveryReplyOnceOnTheThreadThatCalled_data()
+    {
+        QTest::addColumn<bool>("success");
+        QTest::newRow("success") << true;
+        QTest::newRow("failure") << false;
+    }
+    void aPutWithoutAContextHandlesEveryReplyOnceOnTheThreadThatCalled()
+    {
+        QFETCH(bool, success);
+        m_engine->answer(success ? RecordingEngine::data("{}") : RecordingEngine::failure());
+        QPointer<const QObject> package;
+        QList<QThread*> handledOn;
+        PendingRequest("ScreenXbit").body(Map{{"a", 1}}).put(device, [&](const HttpJsonPackage& reply) {
+            package = &reply;
+            handledOn << QThread::currentThread();
+        });
+        QVERIFY(handledOn.isEmpty());
+        QTRY_VERIFY(!handledOn.isEmpty());
+        QTRY_VERIFY(package.isNull());
+        QCOMPARE(handledOn, QList<QThread*>{QThread::currentThread()});
+        QCOMPARE(m_engine->last().body, QByteArray(R"({"a":1})"));
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
     }
 
     void anAnswerAfterTheContextIsGoneCallsNobody()
