@@ -164,14 +164,13 @@ bool ScreenInfo::setGammaTable(const QString& deviceKey, const QString& screenId
     return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): part of the public signature
 bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QString> params, QList<QVariant>& out)
 {
     Request request("ScreenGammaCurve");
     request.placeHolder("id", screenId);
     for (const char* name : {"gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode", "gammaMode"})
-        request.parameter(name, params.value(QLatin1String(name)));
+        request.parameter(name, params.take(QLatin1String(name)));
     return request.get(deviceKey, out);
 }
 

@@ -17,7 +17,7 @@ using Tessel::xbit;
 
 namespace {
 
-// These the cache alone knows: their writes renew nothing.
+// The writes of these renew nothing in the cache.
 constexpr ScreenProperty hdrSwitch{"enable", readAs<bool>, "hdrSwitch"};
 constexpr ScreenProperty hdrMode{"mode", readAs<int>, "hdrMode"};
 constexpr ScreenProperty hlgMode{"hlgMode", readAs<int>, "hlgMode"};

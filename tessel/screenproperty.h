@@ -13,7 +13,7 @@ struct ScreenProperty
 {
     const char* name;                  ///< in the device's bodies, and in what a caller is handed
     QVariant (*read)(const QVariant&); ///< gives the value its type; an absent one reads as zero
-    const char* cacheKey;              ///< in the property cache, where several devices' names would meet
+    const char* cacheKey;              ///< in the property cache, where a device's own names would collide
 };
 
 template <class T>
