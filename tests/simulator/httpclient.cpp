@@ -104,7 +104,7 @@ QByteArray HttpClient::readUntil(const QByteArray& end)
             return std::exchange(m_buffer, {});
         at = m_buffer.indexOf(end);
     }
-    const QByteArray result = m_buffer.left(at + end.size());
+    QByteArray result = m_buffer.left(at + end.size());
     m_buffer.remove(0, at + end.size());
     return result;
 }
