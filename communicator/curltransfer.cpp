@@ -150,6 +150,7 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     m_error[0] = '\0';
     m_sent = false;
     m_resendRefused = false;
+    m_reader.reset();
     m_fault = faultOfRequest(request);
     if (!m_fault.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
@@ -157,7 +158,7 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     if (m_device != device) {
         bind(std::move(device));
     }
-    if (!m_reader.begin(request.downloadPath)) {
+    if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
         m_fault = m_reader.reason();
         return IHttpVersionTrigger::FileFailure;
     }
@@ -306,6 +307,7 @@ HttpReply CurlTransfer::finish(IHttpVersionTrigger::HttpSimpleState outcome, con
     summary.status = reply.status;
     summary.state = reply.state;
     summary.bytesReceived = m_reader.received();
+    summary.reply = reply.body;
     summary.reason = m_reader.reason().isEmpty() ? reason : m_reader.reason();
     if (summary.reason.isEmpty()) {
         summary.reason = m_fault;

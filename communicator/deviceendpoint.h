@@ -20,8 +20,9 @@ struct COMMUNICATOR_EXPORT DeviceEndpoint
     QString user;              ///< for Basic and Digest
     QString secret;            ///< password or token; never logged
     QString caFile;            ///< PEM file of the authorities to trust for this device; empty: the system's
-    QString pinnedKey;         ///< `sha256//` and the base64 of the public key's hash; empty: none
-    bool verifyTls = true;     ///< `false` accepts any certificate: for commissioning on a closed network only
+    QString pinnedKey; ///< `sha256//` and the base64 of the public key's hash; empty: none. Without a caFile
+                       ///< it alone says which device is meant, else both must agree
+    bool verifyTls = true; ///< `false` accepts any certificate: for commissioning on a closed network only
 };
 
 } // namespace Krelm::Communicator::HttpDevice

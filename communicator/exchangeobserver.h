@@ -11,7 +11,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// One finished exchange of the built-in transport. Headers, bodies and logins are no part of it.
+/// One finished exchange of the built-in transport. Headers, request bodies and logins are no part of it.
 struct COMMUNICATOR_EXPORT ExchangeRecord
 {
     QString deviceKey; ///< what could be a login in it is masked
@@ -22,6 +22,8 @@ struct COMMUNICATOR_EXPORT ExchangeRecord
     qint64 milliseconds = 0;  ///< from the call to the outcome
     qint64 bytesSent = 0;     ///< of the body
     qint64 bytesReceived = 0; ///< of the body
+    QString reason;           ///< why it failed, without a secret; empty after a success
+    QByteArray reply;         ///< the body that came, shared and not copied; empty for a download
 };
 
 /// Has @p observer called for every exchange that ends from now on; an empty function removes the one that is

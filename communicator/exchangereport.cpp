@@ -87,6 +87,8 @@ void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
                               .count();
     record.bytesSent = summary.bytesSent;
     record.bytesReceived = summary.bytesReceived;
+    record.reason = summary.reason;
+    record.reply = summary.reply;
     if (failed) {
         qCWarning(httpLog, "%s %s %s: %s", record.verb.constData(), qPrintable(record.deviceKey),
                   record.path.isEmpty() ? "(no path)" : record.path.constData(), qPrintable(summary.reason));

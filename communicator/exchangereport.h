@@ -21,6 +21,7 @@ struct ExchangeSummary
     QString reason; ///< why it failed, without a secret
     qint64 bytesSent = 0;
     qint64 bytesReceived = 0;
+    QByteArray reply;
 };
 
 /// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in

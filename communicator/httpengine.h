@@ -37,21 +37,22 @@ struct COMMUNICATOR_EXPORT HttpRequest
 struct COMMUNICATOR_EXPORT HttpReply
 {
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< zero is success
-    int status = 0;                                                           ///< HTTP status, 0 when none came
-    QByteArray body;                                                          ///< empty after a failed exchange without a reply
-    QMap<QString, QString> headers;                                           ///< names in lower case
+    int status = 0;                 ///< HTTP status, 0 when none came
+    QByteArray body;                ///< empty after a failed exchange without a reply
+    QMap<QString, QString> headers; ///< names in lower case
 };
 
-/// The network behind HttpProxy. An engine knows nothing of packages, and may be replaced by one that records and
-/// answers in process or by another transport.
+/// The network behind HttpProxy. An engine knows nothing of packages, and may be replaced by one that records
+/// and answers in process or by another transport.
 class COMMUNICATOR_EXPORT HttpEngine
 {
 public:
     virtual ~HttpEngine();
-    /// Performs the exchange on the caller's thread and returns when it ended. Called from any number of threads.
+    /// Performs the exchange on the caller's thread and returns when it ended. Called from any number of
+    /// threads.
     virtual HttpReply exchange(const HttpRequest& request) = 0;
-    /// Starts the exchange and returns at once; @p done is called exactly once, later, from any thread and never from
-    /// inside this call. @return whether it was started; `done` is called in either case.
+    /// Starts the exchange and returns at once; @p done is called exactly once, later, from any thread and
+    /// never from inside this call. @return whether it was started; `done` is called in either case.
     virtual bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) = 0;
 };
 

@@ -43,6 +43,11 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
     return request;
 }
 
+bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
+{
+    return package->d->bodyIsJson && package->d->body.isEmpty();
+}
+
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
 {
     std::shared_ptr<PendingReply>& pending = package->d->pending;

@@ -17,6 +17,8 @@ class HttpJsonPackage::Private
 public:
     /// The package as the value that an engine takes; the body is shared, not copied.
     static HttpRequest request(const HttpJsonPackage* package);
+    /// Whether the package was given a JSON body that could not be written.
+    static bool lacksBody(const HttpJsonPackage* package);
     /// The package's next reply: what was pending before is dropped.
     static std::shared_ptr<PendingReply> newPending(HttpJsonPackage* package);
 

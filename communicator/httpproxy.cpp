@@ -4,6 +4,8 @@
 #include "communicator/curlengine.h"
 #include "communicator/deviceendpoint.h"
 #include "communicator/deviceregistry.h"
+#include "communicator/eventchannels.h"
+#include "communicator/exchangereport.h"
 #include "communicator/httpjsonpackage_p.h"
 #include "communicator/ioloop.h"
 #include "communicator/lifecycle.h"
@@ -18,6 +20,15 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+namespace {
+
+QString unwritableBody()
+{
+    return QStringLiteral("the body cannot be written as JSON");
+}
+
+} // namespace
+
 class HttpProxy::Private
 {
 public:
@@ -26,7 +37,9 @@ public:
     /// The engine that serves requests now; null while the transport is closed.
     std::shared_ptr<HttpEngine> engine();
     void setEngine(std::shared_ptr<HttpEngine> next);
-    void abort(const QString& deviceKey);
+    void setEvents(bool wanted);
+    bool addDevice(const QString& deviceKey, const DeviceEndpoint& endpoint);
+    bool removeDevice(const QString& deviceKey);
     void stop();
 
     void exchange(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package,
@@ -35,26 +48,37 @@ public:
     void deliverNotices();
 
     const std::shared_ptr<DeviceRegistry> registry = std::make_shared<DeviceRegistry>();
-    NoticeQueue notices;
 
 private:
+    void abort(const QString& deviceKey);
+    std::shared_ptr<EventChannels> channels();
     static HttpRequest makeRequest(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package);
     std::shared_ptr<IoLoop> loop();
 
     HttpProxy* const m_proxy;
-    std::mutex m_mutex; ///< guards the three below
+    NoticeQueue m_notices;
+    std::mutex
+        m_deviceMutex;  ///< held while a device changes, so that streams and notices see the changes in order
+    std::mutex m_mutex; ///< guards all below
     std::shared_ptr<IoLoop> m_loop;
-    std::shared_ptr<CurlEngine> m_builtIn; ///< null when none runs
-    std::shared_ptr<HttpEngine> m_engine;  ///< null: the built-in one, not created yet
+    std::shared_ptr<CurlEngine> m_builtIn;     ///< null when none runs
+    std::shared_ptr<HttpEngine> m_engine;      ///< null: the built-in one, not created yet
+    std::shared_ptr<EventChannels> m_channels; ///< null while no events are wanted
 };
 
 HttpProxy::Private::Private(HttpProxy* proxy)
-    : notices([proxy] {
+    : m_proxy(proxy)
+    , m_notices([proxy] {
         QMetaObject::invokeMethod(
             proxy, [proxy] { proxy->d->deliverNotices(); }, Qt::QueuedConnection);
     })
-    , m_proxy(proxy)
-{}
+{
+    m_notices.onDelivered([this] {
+        if (const std::shared_ptr<EventChannels> open = channels()) {
+            open->resume();
+        }
+    });
+}
 
 // With m_mutex held.
 std::shared_ptr<IoLoop> HttpProxy::Private::loop()
@@ -105,10 +129,12 @@ void HttpProxy::Private::stop()
 {
     std::shared_ptr<CurlEngine> builtIn;
     std::shared_ptr<IoLoop> stopped;
+    std::shared_ptr<EventChannels> closed;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         builtIn.swap(m_builtIn);
         stopped.swap(m_loop);
+        closed.swap(m_channels);
         if (builtIn) {
             m_engine.reset();
         }
@@ -116,9 +142,74 @@ void HttpProxy::Private::stop()
     if (builtIn) {
         builtIn->stop();
     }
+    closed.reset();
     if (stopped) {
         stopped->stop();
     }
+    m_notices.clear();
+}
+
+std::shared_ptr<EventChannels> HttpProxy::Private::channels()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_channels;
+}
+
+void HttpProxy::Private::setEvents(bool wanted)
+{
+    const std::lock_guard<std::mutex> devicesLock(m_deviceMutex);
+    std::shared_ptr<EventChannels> open;
+    std::shared_ptr<EventChannels> closed; // its end waits for the loop, which must not find the lock taken
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (wanted && !m_channels && !Lifecycle::isClosed()) {
+            open = m_channels = std::make_shared<EventChannels>(loop(), m_notices);
+        } else if (!wanted) {
+            closed.swap(m_channels);
+        }
+    }
+    if (open) {
+        for (const std::shared_ptr<const Device>& device : registry->devices()) {
+            open->open(device, {});
+        }
+    }
+}
+
+bool HttpProxy::Private::addDevice(const QString& deviceKey, const DeviceEndpoint& endpoint)
+{
+    const std::lock_guard<std::mutex> lock(m_deviceMutex);
+    QString reason;
+    const DeviceRegistry::Change change = registry->add(deviceKey, endpoint, reason);
+    if (change == DeviceRegistry::Change::Refused) {
+        qCWarning(httpLog, "device %s refused: %s", qPrintable(printableKey(deviceKey)), qPrintable(reason));
+        return false;
+    }
+    std::vector<Notice> announced;
+    if (change == DeviceRegistry::Change::Added) {
+        announced.emplace_back();
+    }
+    if (const std::shared_ptr<EventChannels> open = channels()) {
+        open->open(registry->find(deviceKey), std::move(announced));
+    } else {
+        m_notices.push(announced);
+    }
+    return true;
+}
+
+bool HttpProxy::Private::removeDevice(const QString& deviceKey)
+{
+    const std::lock_guard<std::mutex> lock(m_deviceMutex);
+    if (!registry->remove(deviceKey)) {
+        return false;
+    }
+    abort(deviceKey);
+    std::vector<Notice> announced{{Notice::Kind::Logout, deviceKey, {}, nullptr}, {}};
+    if (const std::shared_ptr<EventChannels> open = channels()) {
+        open->close(deviceKey, std::move(announced));
+    } else {
+        m_notices.push(announced);
+    }
+    return true;
 }
 
 HttpRequest HttpProxy::Private::makeRequest(HttpMethod method, const QString& deviceKey,
@@ -142,20 +233,20 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
         return;
     }
     HttpRequest request = makeRequest(method, deviceKey, package);
-    HttpReply reply;
-    const std::shared_ptr<HttpEngine> current = engine();
+    const auto now = std::chrono::steady_clock::now();
     if (download) {
         request.downloadPath = package->fileDownloadPath;
     }
-    if (download && request.downloadPath.isEmpty()) {
-        qCWarning(httpLog, "GET %s: a download without a destination", qPrintable(printableKey(deviceKey)));
-        reply.state = IHttpVersionTrigger::FileFailure;
-    } else if (current) {
-        reply = current->exchange(request);
+    if (HttpJsonPackage::Private::lacksBody(package)) {
+        putReply(package, refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(), now));
+    } else if (download && request.downloadPath.isEmpty()) {
+        const QString reason = QStringLiteral("the download has no destination");
+        putReply(package, refuse(request, IHttpVersionTrigger::FileFailure, reason, now));
+    } else if (const std::shared_ptr<HttpEngine> current = engine()) {
+        putReply(package, current->exchange(request));
     } else {
-        reply.state = IHttpVersionTrigger::Aborted;
+        putReply(package, refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), now));
     }
-    putReply(package, reply);
 }
 
 bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package)
@@ -165,13 +256,21 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     }
     const HttpRequest request = makeRequest(method, deviceKey, package);
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
+    if (HttpJsonPackage::Private::lacksBody(package)) {
+        promise->settle(refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(),
+                               std::chrono::steady_clock::now()));
+        return false;
+    }
     const std::shared_ptr<HttpEngine> current = engine();
     return current && current->start(request, [promise](const HttpReply& reply) { promise->settle(reply); });
 }
 
 void HttpProxy::Private::deliverNotices()
 {
-    notices.deliver([this](const Notice& notice) {
+    m_notices.deliver([this](const Notice& notice) {
+        if (Lifecycle::isClosed()) {
+            return;
+        }
         switch (notice.kind) {
         case Notice::Kind::DevicesChanged:
             Q_EMIT m_proxy->deviceChanged();
@@ -212,7 +311,7 @@ HttpProxy::~HttpProxy() = default;
 
 void HttpProxy::initialize(bool events)
 {
-    Q_UNUSED(events)
+    d->setEvents(events);
 }
 
 void HttpProxy::getSync(const QString& deviceKey, HttpJsonPackage* package)
@@ -267,29 +366,12 @@ void HttpProxy::putMultSync(const QString& deviceKey, HttpJsonPackage* package)
 
 bool HttpProxy::addDevice(const QString& deviceKey, const DeviceEndpoint& endpoint)
 {
-    QString reason;
-    switch (d->registry->add(deviceKey, endpoint, reason)) {
-    case DeviceRegistry::Change::Refused:
-        qCWarning(httpLog, "device %s refused: %s", qPrintable(printableKey(deviceKey)), qPrintable(reason));
-        return false;
-    case DeviceRegistry::Change::Added:
-        d->notices.push(Notice{});
-        break;
-    case DeviceRegistry::Change::Replaced:
-        break;
-    }
-    return true;
+    return d->addDevice(deviceKey, endpoint);
 }
 
 bool HttpProxy::removeDevice(const QString& deviceKey)
 {
-    if (!d->registry->remove(deviceKey)) {
-        return false;
-    }
-    d->abort(deviceKey);
-    d->notices.push({Notice::Kind::Logout, deviceKey, {}, nullptr});
-    d->notices.push(Notice{});
-    return true;
+    return d->removeDevice(deviceKey);
 }
 
 QStringList HttpProxy::devices() const

@@ -70,7 +70,7 @@ void IoLoop::run(const std::function<void()>& task)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     const bool here = m_threadId == std::this_thread::get_id();
-    const bool running = m_started && !m_stopping;
+    const bool running = !m_stopping;
     lock.unlock();
     if (here) {
         task();

@@ -35,7 +35,7 @@ public:
     /// stopped.
     void post(std::function<void()> task);
     /// As post(), and returns when @p task has run. Runs it at once on the loop's own thread, and on the
-    /// caller's when the loop's thread has not started or has ended.
+    /// caller's when the loop has stopped.
     void run(const std::function<void()>& task);
     /// Ends the thread after the tasks posted so far; returns when it has ended.
     void stop();

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/jsonreader.h>
 
-#include <QVarLengthArray>
+#include <communicator/jsonkeys.h>
 
 #include <simdjson.h>
 
-#include <cstring>
-#include <string_view>
+#include <charconv>
+#include <cmath>
 
 namespace ondemand = simdjson::ondemand;
 
@@ -14,297 +14,442 @@ namespace Krelm::Communicator::Json {
 
 namespace {
 
-// The parser's buffers are kept for the thread's next text unless this one was larger.
-constexpr std::size_t RetainedCapacity = 256 * 1024;
+// What a thread keeps for its next text: the parser's buffers for texts up to this size, so many entries.
+constexpr std::size_t RetainedCapacity = std::size_t(256) * 1024;
+constexpr std::size_t RetainedEntries = 4096;
 
-bool readHex(const char* digits, char16_t& out)
+// A token reaches to the start of the next one; behind the last one it is empty.
+char start(std::string_view token)
 {
-    unsigned value = 0;
-    for (int i = 0; i < 4; ++i) {
-        const char c = digits[i];
-        unsigned digit = 0;
-        if (c >= '0' && c <= '9')
-            digit = unsigned(c - '0');
-        else if (c >= 'a' && c <= 'f')
-            digit = unsigned(c - 'a') + 10;
-        else if (c >= 'A' && c <= 'F')
-            digit = unsigned(c - 'A') + 10;
-        else
+    return token.empty() ? '\0' : token.front();
+}
+
+// What is between the quotes of a string's token.
+std::string_view content(std::string_view token)
+{
+    return token.substr(1, token.rfind('"') - 1);
+}
+
+std::string_view withoutSpaceBehind(std::string_view token)
+{
+    return token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
+}
+
+// Moves @p p behind a run of digits. @return whether there was one.
+bool skipDigits(const char*& p, const char* end)
+{
+    const char* const first = p;
+    while (p != end && *p >= '0' && *p <= '9')
+        ++p;
+    return p != first;
+}
+
+bool readReal(std::string_view token, QVariant& out)
+{
+    double number = 0;
+    const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
+    if (result.ec == std::errc::result_out_of_range) {
+        // Too large, or so small that it is zero.
+        number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble();
+        if (!std::isfinite(number))
             return false;
-        value = value << 4 | digit;
     }
-    out = char16_t(value);
+    out = number;
     return true;
 }
 
-// The text between the quotes; the parser has checked that it is UTF-8 without bare control characters.
-bool decode(std::string_view raw, QString& out)
+// The parser's own numbers are not used: it rounds some of those with many digits wrongly.
+bool readNumber(std::string_view token, QVariant& out)
 {
-    QVarLengthArray<char16_t, 512> units;
-    const char* p = raw.data();
-    const char* const end = p + raw.size();
-    while (p != end) {
-        const auto c = static_cast<unsigned char>(*p++);
-        if (c == '\\') {
-            if (p == end)
-                return false;
-            char16_t unit = 0;
-            switch (*p++) {
-            case '"':
-                unit = '"';
-                break;
-            case '\\':
-                unit = '\\';
-                break;
-            case '/':
-                unit = '/';
-                break;
-            case 'b':
-                unit = '\b';
-                break;
-            case 'f':
-                unit = '\f';
-                break;
-            case 'n':
-                unit = '\n';
-                break;
-            case 'r':
-                unit = '\r';
-                break;
-            case 't':
-                unit = '\t';
-                break;
-            case 'u':
-                if (end - p < 4 || !readHex(p, unit))
-                    return false;
-                p += 4;
-                break;
-            default:
-                return false;
-            }
-            units.append(unit);
-        } else if (c < 0x80) {
-            units.append(c);
-        } else {
-            const int extra = c >= 0xf0 ? 3 : c >= 0xe0 ? 2 : 1;
-            char32_t point = c & (0x3fU >> extra);
-            for (int i = 0; i < extra; ++i)
-                point = point << 6 | (static_cast<unsigned char>(*p++) & 0x3fU);
-            if (QChar::requiresSurrogates(point)) {
-                units.append(QChar::highSurrogate(point));
-                units.append(QChar::lowSurrogate(point));
-            } else {
-                units.append(char16_t(point));
-            }
+    token = withoutSpaceBehind(token);
+    const char* p = token.data();
+    const char* const end = p + token.size();
+    const bool negative = p != end && *p == '-';
+    p += negative ? 1 : 0;
+    const char* const digits = p;
+    if (!skipDigits(p, end) || (*digits == '0' && p - digits > 1))
+        return false;
+    if (p == end) {
+        qlonglong number = 0;
+        if (std::from_chars(token.data(), end, number).ec == std::errc()) {
+            out = number;
+            return true;
         }
+        qulonglong large = 0;
+        if (!negative && std::from_chars(token.data(), end, large).ec == std::errc()) {
+            out = large;
+            return true;
+        }
+        return readReal(token, out);
     }
-    out = QString(reinterpret_cast<const QChar*>(units.constData()), units.size());
-    return true;
+    if (*p == '.' && !skipDigits(++p, end))
+        return false;
+    if (p != end && (*p == 'e' || *p == 'E')) {
+        ++p;
+        if (p != end && (*p == '+' || *p == '-'))
+            ++p;
+        if (!skipDigits(p, end))
+            return false;
+    }
+    return p == end && readReal(token, out);
 }
 
-// A token reaches to the start of the next one.
-bool decodeToken(std::string_view token, QString& out)
+// A number, `true`, `false` or `null`.
+bool readAtom(std::string_view token, QVariant& out)
 {
-    return decode(token.substr(1, token.rfind('"') - 1), out);
+    switch (start(token)) {
+    case 't':
+        out = true;
+        return withoutSpaceBehind(token) == "true";
+    case 'f':
+        out = false;
+        return withoutSpaceBehind(token) == "false";
+    case 'n':
+        out = QVariant::fromValue(nullptr);
+        return withoutSpaceBehind(token) == "null";
+    default:
+        return readNumber(token, out);
+    }
 }
 
-bool decodeKey(const char* key, QString& out)
+bool isWellEscaped(std::string_view raw)
+{
+    QString string;
+    return raw.find('\\') == std::string_view::npos || decodeString(raw, string);
+}
+
+std::string_view keyText(const char* key)
 {
     const char* end = key;
     while (*end != '"')
         end += *end == '\\' ? 2 : 1;
-    return decode(std::string_view(key, std::size_t(end - key)), out);
+    return {key, std::size_t(end - key)};
 }
 
-template <typename Value>
-bool readNumber(Value&& value, QVariant& out)
+// The parser checks the brackets' balance, strings' ends and UTF-8 at once, everything else on the way.
+// Keys and strings are taken raw: the parser would reject lone surrogates.
+class Reader
 {
-    ondemand::number number;
-    if (!value.get_number().get(number)) {
-        switch (number.get_number_type()) {
-        case ondemand::number_type::signed_integer:
-            out = qlonglong(number.get_int64());
-            return true;
-        case ondemand::number_type::unsigned_integer:
-            out = qulonglong(number.get_uint64());
-            return true;
-        case ondemand::number_type::floating_point_number:
-            out = number.get_double();
-            return true;
+public:
+    // The reader of this thread, and with it what it learned from earlier texts.
+    static Reader& instance()
+    {
+        static thread_local Reader reader;
+        return reader;
+    }
+
+    // Hands the document to @p read. @return whether that succeeds.
+    template <typename Read>
+    bool document(const QByteArray& text, Read read)
+    {
+        m_keys.begin(std::size_t(text.size()));
+        const bool complete = parse(text, read);
+        m_entries.clear();
+        if (m_entries.capacity() > RetainedEntries)
+            m_entries.shrink_to_fit();
+        m_keys.end();
+        if (m_parser.capacity() > RetainedCapacity)
+            m_parser = ondemand::parser();
+        return complete;
+    }
+
+    // Hands each member's key and value to @p read.
+    template <typename Read>
+    static bool eachMember(simdjson::simdjson_result<ondemand::object> object, Read read)
+    {
+        if (object.error())
+            return false;
+        for (auto member : object) {
+            ondemand::field field;
+            if (std::move(member).get(field) || !read(field.key().raw(), field.value()))
+                return false;
         }
+        return true;
     }
-    double large = 0;
-    if (value.get_double().get(large))
-        return false;
-    out = large;
-    return true;
+
+    template <typename Read>
+    static bool eachElement(simdjson::simdjson_result<ondemand::array> array, Read read)
+    {
+        if (array.error())
+            return false;
+        for (auto element : array) {
+            ondemand::value value;
+            if (element.get(value) || !read(value))
+                return false;
+        }
+        return true;
+    }
+
+    // An object as parsed, or flattened in the scope of a flattened one.
+    bool object(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, QVariantMap& out,
+                int depth)
+    {
+        const std::size_t first = m_entries.size();
+        Object current{m_keys.start(), scope == KeyTable::FlatRoot, false};
+        if (!members(object, scope, current, depth))
+            return false;
+        out = m_keys.take(scope, m_entries, first, current.repeated);
+        return true;
+    }
+
+    bool list(simdjson::simdjson_result<ondemand::array> array, KeyTable::Id scope, QVariantList& out,
+              int depth)
+    {
+        return depth <= MaximumDepth && eachElement(array, [&](ondemand::value element) {
+                   out.append(QVariant());
+                   return value(element, scope, out.last(), depth);
+               });
+    }
+
+    // A value below @p depth levels; objects in it are in @p scope.
+    bool value(ondemand::value value, KeyTable::Id scope, QVariant& out, int depth);
+
+    // Reads a value, or the whole document, for its validity alone.
+    bool skip(ondemand::value value, int depth);
+    bool skip(ondemand::document& document);
+
+    // Whether nothing follows what was read.
+    static bool isAtEnd(ondemand::document& document)
+    {
+        return document.current_location().error() == simdjson::OUT_OF_BOUNDS;
+    }
+
+    // Whether @p key is "data", however it is escaped.
+    static bool isData(const char* key);
+
+private:
+    struct Object
+    {
+        std::uint64_t number;
+        bool flat;
+        bool repeated; // some key stands in it more than once
+    };
+
+    bool skip(simdjson::simdjson_result<ondemand::object> object, int depth);
+    bool skip(simdjson::simdjson_result<ondemand::array> array, int depth);
+    template <typename Read>
+    bool parse(const QByteArray& text, Read read);
+    bool members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, Object& current,
+                 int depth);
+
+    ondemand::parser m_parser;
+    KeyTable m_keys;
+    // The members of the objects being read, the innermost's last.
+    std::vector<KeyTable::Entry> m_entries;
+    const char* m_end = nullptr;
+};
+
+template <typename Read>
+bool Reader::parse(const QByteArray& text, Read read)
+{
+    // The parser reads past the end. An array that was filled piece by piece often has the room.
+    QByteArray padded = text;
+    if (padded.capacity() - padded.size() < int(simdjson::SIMDJSON_PADDING))
+        padded.reserve(padded.size() + int(simdjson::SIMDJSON_PADDING));
+    std::string_view view(padded.constData(), std::size_t(padded.size()));
+    if (view.substr(0, 3) == "\xEF\xBB\xBF")
+        view.remove_prefix(3);
+    m_end = view.data() + view.size();
+    ondemand::document document;
+    return !m_parser.iterate(view, view.size() + simdjson::SIMDJSON_PADDING).get(document) && read(document);
 }
 
-template <typename Value>
-bool readValue(Value&& value, QVariant& out, int depth);
-
-bool readMembers(simdjson::simdjson_result<ondemand::object> object, QVariantMap& out, int depth)
+bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, Object& current,
+                     int depth)
 {
-    if (depth > MaximumDepth || object.error())
-        return false;
-    for (auto member : object) {
-        ondemand::field field;
-        QString key;
-        QVariant value;
-        if (std::move(member).get(field) || !decodeKey(field.key().raw(), key) ||
-            !readValue(field.value(), value, depth))
-            return false;
-        out.insert(key, value);
-    }
-    return true;
+    KeyTable::Id key = 0;
+    return depth <= MaximumDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
+               key = m_keys.find(scope, key, raw, m_end);
+               if (key == 0)
+                   return false;
+               if (m_keys.occurs(key, current.number, m_entries.size()))
+                   current.repeated = true;
+               QVariant read;
+               if (current.flat) {
+                   const char opening = start(value.raw_json_token());
+                   if (opening == '{') {
+                       const std::size_t before = m_entries.size();
+                       if (!members(value.get_object(), key, current, depth + 1))
+                           return false;
+                       if (m_entries.size() == before)
+                           m_entries.push_back({key, QVariantMap()});
+                       return true;
+                   }
+                   if (!this->value(value, opening == '[' ? m_keys.elementScope(key) : key, read, depth))
+                       return false;
+               } else if (!this->value(value, key, read, depth)) {
+                   return false;
+               }
+               m_entries.push_back({key, std::move(read)});
+               return true;
+           });
 }
 
-bool readElements(simdjson::simdjson_result<ondemand::array> array, QVariantList& out, int depth)
+bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int depth)
 {
-    if (depth > MaximumDepth || array.error())
-        return false;
-    for (auto element : array) {
-        ondemand::value value;
-        if (std::move(element).get(value))
-            return false;
-        out.append(QVariant());
-        if (!readValue(value, out.last(), depth))
-            return false;
-    }
-    return true;
-}
-
-template <typename Value>
-bool readValue(Value&& value, QVariant& out, int depth)
-{
-    std::string_view token;
-    if (simdjson::simdjson_result<std::string_view>(value.raw_json_token()).get(token) || token.empty())
-        return false;
-    switch (token.front()) {
+    const std::string_view token = value.raw_json_token();
+    switch (start(token)) {
     case '{': {
         QVariantMap map;
-        if (!readMembers(value.get_object(), map, depth + 1))
+        if (!object(value.get_object(), scope, map, depth + 1))
             return false;
         out = map;
         return true;
     }
     case '[': {
-        QVariantList list;
-        if (!readElements(value.get_array(), list, depth + 1))
+        QVariantList elements;
+        // Only objects that stand in the outermost list are flattened.
+        const KeyTable::Id inner = scope == KeyTable::FlatRoot ? KeyTable::PlainRoot : scope;
+        if (!list(value.get_array(), inner, elements, depth + 1))
             return false;
-        out = list;
+        out = elements;
         return true;
     }
     case '"': {
         QString string;
-        simdjson::simdjson_result<ondemand::raw_json_string> raw = value.get_raw_json_string();
-        if (raw.error() || !decodeToken(token, string))
+        if (value.get_raw_json_string().error() || !decodeString(content(token), string))
             return false;
         out = string;
         return true;
     }
-    case 't':
-    case 'f': {
-        bool flag = false;
-        if (value.get_bool().get(flag))
-            return false;
-        out = flag;
-        return true;
-    }
-    case 'n': {
-        bool null = false;
-        if (simdjson::simdjson_result<bool>(value.is_null()).get(null) || !null)
-            return false;
-        out = QVariant::fromValue(nullptr);
-        return true;
-    }
     default:
-        return readNumber(value, out);
+        // The iteration passes over it.
+        return readAtom(token, out);
     }
 }
 
-bool read(const QByteArray& text, QVariant& out)
+bool Reader::isData(const char* key)
 {
-    static thread_local ondemand::parser parser;
-    std::string_view view(text.constData(), std::size_t(text.size()));
-    if (view.substr(0, 3) == "\xEF\xBB\xBF")
-        view.remove_prefix(3);
-    const simdjson::padded_string padded(view);
-    ondemand::document document;
-    const bool complete = !parser.iterate(padded).get(document) && readValue(document, out, 0) &&
-                          document.current_location().error() == simdjson::OUT_OF_BOUNDS;
-    if (parser.capacity() > RetainedCapacity)
-        parser = ondemand::parser();
+    QString string;
+    return decodeString(keyText(key), string) && string == QLatin1String("data");
+}
+
+bool Reader::skip(ondemand::value value, int depth)
+{
+    const std::string_view token = value.raw_json_token();
+    switch (start(token)) {
+    case '{':
+        return skip(value.get_object(), depth + 1);
+    case '[':
+        return skip(value.get_array(), depth + 1);
+    case '"':
+        return !value.get_raw_json_string().error() && isWellEscaped(content(token));
+    default: {
+        QVariant atom;
+        return readAtom(token, atom);
+    }
+    }
+}
+
+bool Reader::skip(simdjson::simdjson_result<ondemand::object> object, int depth)
+{
+    return depth <= MaximumDepth && eachMember(object, [&](const char* key, ondemand::value member) {
+               return isWellEscaped(keyText(key)) && skip(member, depth);
+           });
+}
+
+bool Reader::skip(simdjson::simdjson_result<ondemand::array> array, int depth)
+{
+    return depth <= MaximumDepth &&
+           eachElement(array, [&](ondemand::value element) { return skip(element, depth); });
+}
+
+bool Reader::skip(ondemand::document& document)
+{
+    std::string_view token;
+    if (document.raw_json_token().get(token))
+        return false;
+    switch (start(token)) {
+    case '{':
+        return skip(document.get_object(), 1) && isAtEnd(document);
+    case '[':
+        return skip(document.get_array(), 1) && isAtEnd(document);
+    default: {
+        // It is the whole text if it reaches to its end.
+        QVariant atom;
+        const bool valid = start(token) == '"' ? isWellEscaped(content(token)) : readAtom(token, atom);
+        return valid && token.data() + token.size() == m_end;
+    }
+    }
+}
+
+// Hands the value of the last member `data` to @p read, which replaces what it read before.
+template <typename Read>
+bool readData(const QByteArray& reply, Read read)
+{
+    Reader& reader = Reader::instance();
+    return reader.document(reply, [&](ondemand::document& document) {
+        return Reader::eachMember(document.get_object(),
+                                  [&](const char* key, ondemand::value value) {
+                                      return Reader::isData(key)
+                                                 ? read(reader, value)
+                                                 : isWellEscaped(keyText(key)) && reader.skip(value, 1);
+                                  }) &&
+               Reader::isAtEnd(document);
+    });
+}
+
+bool readMembers(const QByteArray& text, KeyTable::Id scope, QVariantMap& out)
+{
+    Reader& reader = Reader::instance();
+    QVariantMap members;
+    const bool complete = reader.document(text, [&](ondemand::document& document) {
+        return reader.object(document.get_object(), scope, members, 1) && Reader::isAtEnd(document);
+    });
+    out = complete ? members : QVariantMap();
     return complete;
 }
 
-void flatten(const QVariantMap& members, const QString& prefix, QVariantMap& out)
+QVariantList readDataList(const QByteArray& reply, KeyTable::Id scope)
 {
-    for (auto it = members.cbegin(); it != members.cend(); ++it) {
-        if (it.value().userType() == QMetaType::QVariantMap && !it.value().toMap().isEmpty())
-            flatten(it.value().toMap(), prefix + it.key() + QLatin1Char('.'), out);
-        else
-            out.insert(prefix + it.key(), it.value());
-    }
-}
-
-QVariant data(const QByteArray& reply)
-{
-    QVariantMap members;
-    readObject(reply, members);
-    return members.value(QStringLiteral("data"));
+    QVariantList list;
+    const bool complete = readData(reply, [&](Reader& reader, ondemand::value value) {
+        list.clear();
+        if (start(value.raw_json_token()) != '[')
+            return reader.skip(value, 1);
+        return reader.list(value.get_array(), scope, list, 2);
+    });
+    return complete ? list : QVariantList();
 }
 
 } // namespace
 
 bool isComplete(const QByteArray& text)
 {
-    QVariant value;
-    return read(text, value);
+    Reader& reader = Reader::instance();
+    return reader.document(text, [&](ondemand::document& document) { return reader.skip(document); });
 }
 
 bool readObject(const QByteArray& text, QMap<QString, QVariant>& out)
 {
-    QVariant value;
-    out.clear();
-    if (!read(text, value) || value.userType() != QMetaType::QVariantMap)
-        return false;
-    out = value.toMap();
-    return true;
+    return readMembers(text, KeyTable::PlainRoot, out);
 }
 
 bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out)
 {
-    QVariantMap members;
-    const bool complete = readObject(text, members);
-    out.clear();
-    flatten(members, QString(), out);
-    return complete;
+    return readMembers(text, KeyTable::FlatRoot, out);
 }
 
 QMap<QString, QVariant> dataFlattened(const QByteArray& reply)
 {
-    QVariantMap out;
-    flatten(data(reply).toMap(), QString(), out);
-    return out;
+    QVariantMap map;
+    const bool complete = readData(reply, [&](Reader& reader, ondemand::value value) {
+        map.clear();
+        if (start(value.raw_json_token()) != '{')
+            return reader.skip(value, 1);
+        return reader.object(value.get_object(), KeyTable::FlatRoot, map, 2);
+    });
+    return complete ? map : QVariantMap();
 }
 
 QList<QVariant> dataListFlattened(const QByteArray& reply)
 {
-    QVariantList list = data(reply).toList();
-    for (QVariant& element : list) {
-        if (element.userType() == QMetaType::QVariantMap) {
-            QVariantMap members;
-            flatten(element.toMap(), QString(), members);
-            element = members;
-        }
-    }
-    return list;
+    return readDataList(reply, KeyTable::FlatRoot);
 }
 
 QList<QVariant> dataList(const QByteArray& reply)
 {
-    return data(reply).toList();
+    return readDataList(reply, KeyTable::PlainRoot);
 }
 
 } // namespace Krelm::Communicator::Json

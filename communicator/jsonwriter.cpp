@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
+#include <QLocale>
 #include <QStringList>
 #include <QUrl>
 #include <QUuid>
@@ -26,8 +27,10 @@ constexpr int MaximumDepth = 1024;
 constexpr int InitialCapacity = 512;
 // Longer than any number: a double in its shortest form, a 64-bit integer.
 constexpr int NumberLength = 32;
-// 2^64: integral doubles below it are written without an exponent.
+// Integral doubles are written without an exponent up to 2^64. Up to 2^53 their digits are those of the
+// integer.
 constexpr double IntegralLimit = 18446744073709551616.0;
+constexpr double ExactLimit = 9007199254740992.0;
 
 class Writer
 {
@@ -83,16 +86,18 @@ private:
 
 void Writer::number(double value)
 {
+    const double size = std::fabs(value);
     if (!std::isfinite(value)) {
         null();
-        return;
+    } else if (size > IntegralLimit || std::trunc(value) != value) {
+        char* const at = room(NumberLength);
+        m_size += int(std::to_chars(at, at + NumberLength, value).ptr - at);
+    } else if (size <= ExactLimit) {
+        number(qlonglong(value));
+    } else {
+        const QByteArray digits = QByteArray::number(value, 'f', QLocale::FloatingPointShortest);
+        literal(digits.constData(), digits.size());
     }
-    char* const at = room(NumberLength);
-    const bool integral = std::fabs(value) < IntegralLimit && std::trunc(value) == value;
-    const std::to_chars_result result =
-        integral ? std::to_chars(at, at + NumberLength, value, std::chars_format::fixed)
-                 : std::to_chars(at, at + NumberLength, value);
-    m_size += int(result.ptr - at);
 }
 
 char* putEscape(char* at, char letter)

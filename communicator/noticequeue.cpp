@@ -42,6 +42,13 @@ void NoticeQueue::push(std::vector<Notice>& batch)
     }
 }
 
+void NoticeQueue::clear()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_waiting.clear();
+    m_wakeUpSent = false;
+}
+
 bool NoticeQueue::nextBatch()
 {
     m_batch.clear();

@@ -58,6 +58,8 @@ public:
     /// Hands what waits to @p receive, in order, even when that calls deliver() from inside. To be called on
     /// one thread only.
     void deliver(const std::function<void(const Notice&)>& receive);
+    /// Drops what waits. From any thread.
+    void clear();
     /// Sets what is called, on the delivering thread, after a batch was delivered. Before the first push.
     void onDelivered(std::function<void()> delivered) { m_delivered = std::move(delivered); }
 

@@ -20,7 +20,7 @@ ReplyReader::ReplyReader(const TransferLimits& limits)
     : m_limits(limits)
 {}
 
-bool ReplyReader::begin(const QString& downloadPath)
+void ReplyReader::reset()
 {
     m_file.reset();
     m_refusal = IHttpVersionTrigger::Success;
@@ -35,10 +35,11 @@ bool ReplyReader::begin(const QString& downloadPath)
     m_headers.clear();
     m_body.clear();
     m_received = 0;
-    if (downloadPath.isEmpty()) {
-        return true;
-    }
-    m_file = std::make_unique<QSaveFile>(downloadPath);
+}
+
+bool ReplyReader::storeIn(const QString& path)
+{
+    m_file = std::make_unique<QSaveFile>(path);
     if (!m_file->open(QIODevice::WriteOnly)) {
         m_reason = QStringLiteral("the destination cannot be written: ") + m_file->errorString();
         m_file.reset();

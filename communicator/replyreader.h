@@ -18,9 +18,11 @@ class ReplyReader
 public:
     explicit ReplyReader(const TransferLimits& limits);
 
-    /// Forgets the last reply and expects the next one. @p downloadPath names the file that takes the body of
-    /// a 2xx reply, empty: memory does. @return whether that file can be written; see reason().
-    bool begin(const QString& downloadPath);
+    /// Forgets the last reply and expects the next one, in memory.
+    void reset();
+    /// After reset(): has the body of a 2xx reply stored in the file @p path. @return whether that can be
+    /// written; see reason().
+    bool storeIn(const QString& path);
     /// Takes one header line, a status line, a blank line or a trailer. @return whether to go on.
     bool headerLine(const char* line, qint64 size);
     /// Takes a piece of the body. @return whether to go on.

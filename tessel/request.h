@@ -304,6 +304,15 @@ public:
         return started;
     }
 
+    /// The same, directly on the thread that emits the reply.
+    template <class Answered>
+    void put(const QString& deviceKey, Answered answered)
+    {
+        HttpJsonPackage* package = m_package.release();
+        HttpProxy::getInstance()->put(deviceKey, package);
+        whenAnswered(package, package, answered, Qt::DirectConnection);
+    }
+
     /// PUTs, and calls @p stored once the device said yes; never after a failure. Otherwise as put().
     template <class Stored>
     bool writeThrough(const QString& deviceKey, const QObject* context, Stored stored)
@@ -320,12 +329,16 @@ private:
 
     // Connecting after the start is safe: the transport never answers from inside the starting call.
     template <class Answered>
-    static void whenAnswered(HttpJsonPackage* package, const QObject* context, Answered answered)
+    static void whenAnswered(HttpJsonPackage* package, const QObject* context, Answered answered,
+                             Qt::ConnectionType type = Qt::AutoConnection)
     {
-        QObject::connect(package, &HttpJsonPackage::readyRead, context, [answered](HttpJsonPackage* reply) {
-            answered(*reply);
-            reply->deleteLater();
-        });
+        QObject::connect(
+            package, &HttpJsonPackage::readyRead, context,
+            [answered](HttpJsonPackage* reply) {
+                answered(*reply);
+                reply->deleteLater();
+            },
+            type);
     }
 
     std::unique_ptr<HttpJsonPackage> m_package;

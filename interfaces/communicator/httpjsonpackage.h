@@ -14,9 +14,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// One request to a device and its reply.
 ///
-/// A package is filled, sent once, answered, read and destroyed; it is never sent again. It belongs to the thread
-/// that owns it, and all of its operations are called there. It may be destroyed at any time, also while its
-/// request is in flight: the reply is then dropped.
+/// A package is filled, sent once, answered, read and destroyed; it is never sent again. It belongs to the
+/// thread that owns it, and all of its operations are called there. It may be destroyed at any time, also
+/// while its request is in flight: the reply is then dropped.
 class COMMUNICATOR_EXPORT HttpJsonPackage : public QObject, public IHttpVersionTrigger
 {
     Q_OBJECT
@@ -46,21 +46,24 @@ public:
 
     /// Sets the path from the route table, placeholders such as `{id}` unexpanded; may be empty.
     void setUrl(const QString& path);
-    /// `{name}` in the path is replaced by @p value, percent-encoded as one segment. A name that the path lacks is
-    /// ignored.
+    /// `{name}` in the path is replaced by @p value, percent-encoded as one segment. A name that the path
+    /// lacks is ignored.
     void addPlaceHolders(const QString& name, const QString& value);
     /// Adds or replaces one query parameter. The value is kept as it is and percent-encoded on the wire.
     void addParameters(const QString& name, const QString& value);
     /// Replaces all query parameters.
     void setParameters(const QMap<QString, QString>& parameters);
-    /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json.
+    /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json
+    /// unless the request headers give one. A body that nests too deep to be written makes the request end
+    /// with `InvalidRequest`.
     void setRequestWithJsonObj(const QVariant& body);
-    /// Sets the request body to raw bytes, sent as they are.
+    /// Sets the request body to raw bytes, sent as they are; without a content type unless the request
+    /// headers give one.
     void setRequestData(const QByteArray& data);
     /// Replaces the request headers. Names go out as they are written.
     void setRequestHeader(const QMap<QString, QString>& headers);
-    /// Marks a request of a long-running device task: it travels on connections of its own, so that neither it nor
-    /// normal traffic waits for the other.
+    /// Marks a request of a long-running device task: it travels on connections of its own, so that neither
+    /// it nor normal traffic waits for the other.
     void setDaemonFlag(bool daemon);
     /// Whether setDaemonFlag(true) was called.
     bool daemonFlag() const;
@@ -69,12 +72,12 @@ public:
     /// Stores the device's key. For the transport only.
     void setDevkey(const QString& deviceKey);
 
-    /// The reply's `data` object, flattened: a member of a nested object stands under a key path with dots, an array
-    /// stays one entry holding a QList<QVariant>, an empty nested object one entry holding an empty map. Empty when
-    /// the exchange failed, the body is no JSON, or `data` is no object.
+    /// The reply's `data` object, flattened: a member of a nested object stands under a key path with dots,
+    /// an array stays one entry holding a QList<QVariant>, an empty nested object one entry holding an empty
+    /// map. Empty when the exchange failed, the body is no JSON, or `data` is no object.
     QMap<QString, QVariant> getRoutesJsonMap() const;
-    /// The elements of the reply's `data` array, each object among them flattened as by getRoutesJsonMap(). Empty
-    /// when the exchange failed, the body is no JSON, or `data` is no array.
+    /// The elements of the reply's `data` array, each object among them flattened as by getRoutesJsonMap().
+    /// Empty when the exchange failed, the body is no JSON, or `data` is no array.
     QList<QVariant> getRoutesJsonDataListMap() const;
     /// The elements of the reply's `data` array as parsed. Empty as for getRoutesJsonDataListMap().
     QList<QVariant> getJsonDataListMap() const;
@@ -85,9 +88,9 @@ public:
     int replyStatus = 0;
 
 Q_SIGNALS:
-    /// The exchange ended, well or not: once per non-blocking request, on the thread that owns the package, from its
-    /// event loop and never from inside the call that started the request. State, body and headers are set before.
-    /// Blocking requests do not raise it.
+    /// The exchange ended, well or not: once per non-blocking request, on the thread that owns the package,
+    /// from its event loop and never from inside the call that started the request. State, body and headers
+    /// are set before. Blocking requests do not raise it.
     void readyRead(Krelm::Communicator::HttpDevice::HttpJsonPackage* package);
 
 private:

@@ -14,8 +14,10 @@ public:
     explicit HttpMutilPartPackage(QObject* parent);
     ~HttpMutilPartPackage() override;
 
-    /// Sets the parts, by field name. A QByteArray goes out as a binary part, a QUrl of a local file as that file,
-    /// streamed with its name, a QString as text, everything else as a JSON part.
+    /// Sets the parts, by field name. A QByteArray goes out as a binary part, a QUrl of a local file as that
+    /// file, streamed with its name, a QString as text, everything else as a JSON part. A file that cannot be
+    /// read ends the request with `FileFailure` before anything is sent. A content type among the request
+    /// headers is left out.
     void setHttpMultiPartData(const QMap<QString, QVariant>& parts);
     /// The parts as they were set.
     QMap<QString, QVariant> httpMultiPartData() const;

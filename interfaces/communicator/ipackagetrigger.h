@@ -19,8 +19,8 @@ class COMMUNICATOR_EXPORT IPackageTrigger
 public:
     virtual ~IPackageTrigger();
 
-    /// The raw reply body, also that of a whole reply with a failure status; empty before the reply and when none came
-    /// whole.
+    /// The raw reply body, also that of a whole reply with a failure status; empty before the reply and when
+    /// none came whole.
     virtual QByteArray getReceiveData() const = 0;
     /// Stores the raw reply body. For the transport only.
     virtual void setReceiveData(const QByteArray& data) = 0;

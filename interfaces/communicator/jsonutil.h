@@ -10,8 +10,9 @@
 
 /// Reads the JSON text of a pushed event. Stateless; may be called from any thread.
 ///
-/// Numbers become `qlonglong`, `qulonglong` or `double` as the text requires; of a duplicate key the last one counts.
-/// Both operations empty @p out first and leave it empty on failure: no JSON, no object at the top, nested too deep.
+/// Numbers become `qlonglong`, `qulonglong` or `double` as the text requires; of a duplicate key the last one
+/// counts. Both operations empty @p out first and leave it empty on failure: no JSON, no object at the top,
+/// nested too deep.
 class COMMUNICATOR_EXPORT JsonUtil
 {
 public:

@@ -144,10 +144,22 @@ bool MisbehavingServer::waitForDeliveries(int count) const
                               [this, count] { return static_cast<int>(m_received.size()) >= count; });
 }
 
+bool MisbehavingServer::waitForAnswers(int count) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, std::chrono::seconds(10), [this, count] { return m_answered >= count; });
+}
+
 int MisbehavingServer::connections() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_accepted;
+}
+
+int MisbehavingServer::open() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_open;
 }
 
 int MisbehavingServer::mostOpen() const
@@ -201,9 +213,16 @@ void MisbehavingServer::serve(Connection& connection, int number)
             {
                 const std::lock_guard<std::mutex> lock(m_mutex);
                 m_received.push_back(request);
+                mode = m_mode;
                 m_changed.notify_all();
             }
-            if (!answer(socket, request, ++ofConnection)) {
+            const bool more = answer(mode, socket, request, ++ofConnection);
+            {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                ++m_answered;
+                m_changed.notify_all();
+            }
+            if (!more) {
                 break;
             }
         }
@@ -281,14 +300,12 @@ bool MisbehavingServer::flood(int socket, const QByteArray& start, const QByteAr
 }
 
 // Returns whether the connection takes another request.
-bool MisbehavingServer::answer(int socket, const Received& request, int ofConnection)
+bool MisbehavingServer::answer(Mode mode, int socket, const Received& request, int ofConnection)
 {
-    Mode mode{};
     QByteArray body;
     QByteArray raw;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        mode = m_mode;
         body = m_body;
         raw = m_raw;
     }

@@ -66,7 +66,11 @@ public:
     int deliveries() const;
     /// Waits until @p count requests came whole. @return whether they did within ten seconds.
     bool waitForDeliveries(int count) const;
+    /// Waits until @p count requests were answered. @return as above.
+    bool waitForAnswers(int count) const;
     int connections() const;
+    /// The number of connections that are open.
+    int open() const;
     /// The largest number of connections that were open at a time.
     int mostOpen() const;
 
@@ -81,7 +85,7 @@ private:
     void accept();
     void serve(Connection& connection, int number);
     bool readRequest(int socket, QByteArray& buffer, Received& request) const;
-    bool answer(int socket, const Received& request, int ofConnection);
+    bool answer(Mode mode, int socket, const Received& request, int ofConnection);
     bool pause(int milliseconds) const;
     bool flood(int socket, const QByteArray& start, const QByteArray& more) const;
 
@@ -97,6 +101,7 @@ private:
     std::list<std::vector<QByteArray>> m_scripts;
     std::list<Connection> m_connections;
     std::vector<Received> m_received;
+    int m_answered = 0;
     int m_accepted = 0;
     int m_open = 0;
     int m_mostOpen = 0;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/curlengine.h"
+#include "communicator/exchangeobserver.h"
+#include "communicator/exchangereport.h"
 #include "communicator/ioloop.h"
 #include "misbehavingserver.h"
 
@@ -9,9 +11,13 @@
 #include <QUrl>
 #include <QtTest>
 
+#include <csignal>
 #include <future>
+#include <mutex>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Krelm::Communicator::HttpDevice;
@@ -155,6 +161,112 @@ private Q_SLOTS:
         QVERIFY(reply.state == State::Broken || reply.state == State::Unreachable);
     }
 
+    void aKeyThatIsNoAddressSendsNothing_data();
+    void aKeyThatIsNoAddressSendsNothing();
+    void whatCannotBeSentIsRefusedBeforeAnythingLeaves_data();
+    void whatCannotBeSentIsRefusedBeforeAnythingLeaves();
+
+    void connectionsAreKept_data() { bothWays(); }
+    void connectionsAreKept()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server;
+        Bench bench;
+        for (int i = 0; i < 5; ++i) {
+            QCOMPARE(bench.ask(request(server.address(), HttpMethod::Put, "{}"), blocking).state,
+                     State::Success);
+        }
+        QCOMPARE(server.deliveries(), 5);
+        QCOMPARE(server.connections(), 1);
+    }
+
+    void daemonRequestsTravelOnConnectionsOfTheirOwn_data() { bothWays(); }
+    void daemonRequestsTravelOnConnectionsOfTheirOwn()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server;
+        Bench bench;
+        HttpRequest daemon = request(server.address());
+        daemon.daemon = true;
+        for (int i = 0; i < 3; ++i) {
+            QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Success);
+            QCOMPARE(bench.ask(daemon, blocking).state, State::Success);
+        }
+        QCOMPARE(server.connections(), 2);
+    }
+
+    void aDaemonRequestDoesNotWaitForNormalTraffic();
+    void aWriteIsNeverSentTwice_data();
+    void aWriteIsNeverSentTwice();
+
+    void aReadIsRetriedOnAStaleConnection_data() { bothWays(); }
+    void aReadIsRetriedOnAStaleConnection()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server(Mode::AnswerOnceThenDrop);
+        Bench bench;
+        QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Success);
+        QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Success);
+        QCOMPARE(server.deliveries(), 3);
+    }
+
+    void aConnectionThatDiedWhileIdleIsReplaced_data() { bothWays(); }
+    void aConnectionThatDiedWhileIdleIsReplaced()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server;
+        Bench bench;
+        QCOMPARE(bench.ask(request(server.address(), HttpMethod::Put, "{}"), blocking).state, State::Success);
+        server.dropConnections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(bench.ask(request(server.address(), HttpMethod::Put, "{}"), blocking).state, State::Success);
+        QCOMPARE(server.deliveries(), 2);
+    }
+
+    void requestsGoOutAsTheyWereMade_data();
+    void requestsGoOutAsTheyWereMade();
+
+    void aLargeBodyGoesOutWholeAndAtOnce_data() { bothWays(); }
+    void aLargeBodyGoesOutWholeAndAtOnce()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server;
+        Bench bench;
+        const QByteArray body(8 << 20, 'b');
+        QCOMPARE(bench.ask(request(server.address(), HttpMethod::Put, body), blocking).state, State::Success);
+        const auto received = server.received();
+        QCOMPARE(received[0].body, body);
+        QVERIFY(!received[0].headers.contains("expect"));
+    }
+
+    void aShapeDoesNotLeakIntoTheNextRequest();
+    void multipartValuesBecomePartsOfTheirKind_data() { bothWays(); }
+    void multipartValuesBecomePartsOfTheirKind();
+    void aMissingFilePartSendsNothing_data() { bothWays(); }
+    void aMissingFilePartSendsNothing();
+
+    void aDownloadAppearsUnderItsName_data() { bothWays(); }
+    void aDownloadAppearsUnderItsName();
+    void aFailedDownloadLeavesTheOldFile_data();
+    void aFailedDownloadLeavesTheOldFile();
+    void aDownloadThatCannotBeWrittenFails();
+    void aFullDiskFailsTheDownload();
+
+    void theLoginGoesOutAsItsKindDemands_data();
+    void theLoginGoesOutAsItsKindDemands();
+    void proxyVariablesOfTheEnvironmentAreIgnored();
+    void theLimitHoldsWhileARequestWaitsForAConnection();
+    void aStalledDeviceDoesNotHoldUpAnother();
+    void removingADeviceAbortsWhatIsInFlight_data() { bothWays(); }
+    void removingADeviceAbortsWhatIsInFlight();
+    void stoppingTheEngineAbortsWhatIsInFlight_data() { bothWays(); }
+    void stoppingTheEngineAbortsWhatIsInFlight();
+    void aStoppedEngineSendsNothing_data() { bothWays(); }
+    void aStoppedEngineSendsNothing();
+    void noLimitStandsForTenSeconds();
+    void eachFailureIsOneLineWithoutSecrets();
+    void theObserverLearnsWhatHappened();
+
     void everyFaultEndsInItsState_data();
     void everyFaultEndsInItsState();
     void everyReplyTextEndsInItsState_data();
@@ -281,6 +393,616 @@ void EngineTest::everyReplyTextEndsInItsState()
     QCOMPARE(reply.status, status);
     QCOMPARE(reply.body, body);
     QCOMPARE(server.deliveries(), 1);
+}
+
+void EngineTest::aKeyThatIsNoAddressSendsNothing_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("blocking");
+    const char* const keys[] = {
+        "", "user:pw@127.0.0.1:80", "127.0.0.1:80/path", "http://", "ftp://127.0.0.1", "a b", "127.0.0.1:0"};
+    for (const char* key : keys) {
+        QTest::addRow("'%s', blocking", key) << QString::fromLatin1(key) << true;
+        QTest::addRow("'%s', non-blocking", key) << QString::fromLatin1(key) << false;
+    }
+}
+
+void EngineTest::aKeyThatIsNoAddressSendsNothing()
+{
+    QFETCH(QString, key);
+    QFETCH(bool, blocking);
+    Bench bench;
+    const HttpReply reply = bench.ask(request(key), blocking);
+    QCOMPARE(reply.state, State::InvalidRequest);
+    QCOMPARE(reply.status, 0);
+}
+
+void EngineTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("placeHolder");
+    QTest::addColumn<QString>("header");
+    QTest::addColumn<QString>("value");
+    for (const bool blocking : {true, false}) {
+        const char* const way = blocking ? "blocking" : "non-blocking";
+        const auto row = [&](const char* name, const QString& path, const QString& placeHolder,
+                             const QString& header, const QString& value) {
+            QTest::addRow("%s, %s", name, way) << blocking << path << placeHolder << header << value;
+        };
+        const QString path = QStringLiteral("/x/{id}");
+        const QString plain = QStringLiteral("1");
+        const QString name = QStringLiteral("X-A");
+        row("empty path", {}, plain, name, plain);
+        row("line end in a placeholder", path, QStringLiteral("1\r\nX: y"), name, plain);
+        row("NUL in a placeholder", path, QString(QChar(0)), name, plain);
+        row("line end in a header", path, plain, name, QStringLiteral("a\r\nX-B: c"));
+        row("line end in a header's name", path, plain, QStringLiteral("X\r\nY"), plain);
+        row("colon in a header's name", path, plain, QStringLiteral("X:Y"), plain);
+        row("empty header name", path, plain, QString(), plain);
+        row("length of the caller's own", path, plain, QStringLiteral("content-Length"), plain);
+    }
+}
+
+void EngineTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves()
+{
+    QFETCH(bool, blocking);
+    QFETCH(QString, path);
+    QFETCH(QString, placeHolder);
+    QFETCH(QString, header);
+    QFETCH(QString, value);
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.path = path;
+    asked.placeHolders.insert(QStringLiteral("id"), placeHolder);
+    asked.headers.insert(header, value);
+    QCOMPARE(bench.ask(asked, blocking).state, State::InvalidRequest);
+    QCOMPARE(server.connections(), 0);
+    QCOMPARE(bench.engine.start(asked, [](const HttpReply&) {}), false);
+}
+
+void EngineTest::aDaemonRequestDoesNotWaitForNormalTraffic()
+{
+    MisbehavingServer server(Mode::Stall);
+    Bench bench;
+    std::atomic<int> settled{0};
+    for (int i = 0; i < 100; ++i) {
+        bench.engine.start(request(server.address()), [&](const HttpReply&) { ++settled; });
+    }
+    QVERIFY(server.waitForDeliveries(16));
+    server.setMode(Mode::Answer);
+    HttpRequest daemon = request(server.address());
+    daemon.daemon = true;
+    QCOMPARE(bench.ask(daemon, false).state, State::Success);
+    QCOMPARE(settled.load(), 0);
+    bench.engine.stop();
+    QCOMPARE(settled.load(), 100);
+}
+
+void EngineTest::aWriteIsNeverSentTwice_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<int>("method");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("multipart");
+    for (const bool blocking : {true, false}) {
+        const char* const way = blocking ? "blocking" : "non-blocking";
+        QTest::addRow("PUT, %s", way) << blocking << int(HttpMethod::Put) << QByteArray("{}") << false;
+        QTest::addRow("PUT without a body, %s", way)
+            << blocking << int(HttpMethod::Put) << QByteArray() << false;
+        QTest::addRow("large PUT, %s", way)
+            << blocking << int(HttpMethod::Put) << QByteArray(1 << 20, 'x') << false;
+        QTest::addRow("POST, %s", way) << blocking << int(HttpMethod::Post) << QByteArray("{}") << false;
+        QTest::addRow("POST without a body, %s", way)
+            << blocking << int(HttpMethod::Post) << QByteArray() << false;
+        QTest::addRow("DELETE, %s", way) << blocking << int(HttpMethod::Delete) << QByteArray() << false;
+        QTest::addRow("DELETE with a body, %s", way)
+            << blocking << int(HttpMethod::Delete) << QByteArray("{}") << false;
+        QTest::addRow("multipart PUT, %s", way) << blocking << int(HttpMethod::Put) << QByteArray() << true;
+    }
+}
+
+void EngineTest::aWriteIsNeverSentTwice()
+{
+    QFETCH(bool, blocking);
+    QFETCH(int, method);
+    QFETCH(QByteArray, body);
+    QFETCH(bool, multipart);
+    MisbehavingServer server(Mode::AnswerOnceThenDrop);
+    Bench bench;
+    HttpRequest asked = request(server.address(), static_cast<HttpMethod>(method), body);
+    asked.multipart = multipart;
+    asked.parts.insert(QStringLiteral("a"), QByteArray("bytes"));
+    QCOMPARE(bench.ask(asked, blocking).state, State::Success);
+    QCOMPARE(bench.ask(asked, blocking).state, State::Broken);
+    QCOMPARE(server.deliveries(), 2);
+    QCOMPARE(bench.ask(asked, blocking).state, State::Success);
+    QCOMPARE(server.deliveries(), 3);
+}
+
+void EngineTest::requestsGoOutAsTheyWereMade_data()
+{
+    QTest::addColumn<int>("method");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("header");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QByteArray>("verb");
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QByteArray>("absent");
+    const QString none;
+    QTest::newRow("GET") << int(HttpMethod::Get) << QByteArray() << none << none << QByteArray("GET")
+                         << QByteArray("\r\nHost: 127.0.0.1") << QByteArray("Content-Length");
+    QTest::newRow("GET with a body") << int(HttpMethod::Get) << QByteArray("{\"a\":1}") << none << none
+                                     << QByteArray("GET") << QByteArray("\r\nContent-Length: 7\r\n")
+                                     << QByteArray("Content-Type");
+    QTest::newRow("PUT without a body")
+        << int(HttpMethod::Put) << QByteArray() << none << none << QByteArray("PUT")
+        << QByteArray("\r\nContent-Length: 0\r\n") << QByteArray("Content-Type");
+    QTest::newRow("POST without a body")
+        << int(HttpMethod::Post) << QByteArray() << none << none << QByteArray("POST")
+        << QByteArray("\r\nContent-Length: 0\r\n") << QByteArray("Content-Type");
+    QTest::newRow("raw PUT has no type")
+        << int(HttpMethod::Put) << QByteArray("raw") << none << none << QByteArray("PUT")
+        << QByteArray("\r\nContent-Length: 3\r\n") << QByteArray("Content-Type");
+    QTest::newRow("a header's spelling")
+        << int(HttpMethod::Put) << QByteArray("{}") << QStringLiteral("content-Type")
+        << QStringLiteral("application/json") << QByteArray("PUT")
+        << QByteArray("\r\ncontent-Type: application/json\r\n") << QByteArray("Content-Type");
+    QTest::newRow("a header without a value")
+        << int(HttpMethod::Get) << QByteArray() << QStringLiteral("X-Empty") << QString() << QByteArray("GET")
+        << QByteArray("\r\nX-Empty:\r\n") << QByteArray("Content-Type");
+    QTest::newRow("DELETE") << int(HttpMethod::Delete) << QByteArray() << none << none << QByteArray("DELETE")
+                            << QByteArray("\r\nHost: ") << QByteArray("Content-Type");
+}
+
+void EngineTest::requestsGoOutAsTheyWereMade()
+{
+    QFETCH(int, method);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, header);
+    QFETCH(QString, value);
+    QFETCH(QByteArray, verb);
+    QFETCH(QByteArray, line);
+    QFETCH(QByteArray, absent);
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), static_cast<HttpMethod>(method), body);
+    if (!header.isEmpty()) {
+        asked.headers.insert(header, value);
+    }
+    QCOMPARE(bench.ask(asked, true).state, State::Success);
+    const auto received = server.received();
+    QCOMPARE(received[0].method, verb);
+    QCOMPARE(received[0].body, body);
+    QVERIFY2(received[0].head.contains(line), received[0].head.constData());
+    QVERIFY2(!received[0].head.contains(absent), received[0].head.constData());
+    QVERIFY2(!received[0].head.contains("Expect"), received[0].head.constData());
+}
+
+void EngineTest::aShapeDoesNotLeakIntoTheNextRequest()
+{
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest multipart = request(server.address(), HttpMethod::Put);
+    multipart.multipart = true;
+    multipart.parts.insert(QStringLiteral("a"), QStringLiteral("b"));
+    HttpRequest typed = request(server.address(), HttpMethod::Put, "{}");
+    typed.headers.insert(QStringLiteral("Content-Type"), QStringLiteral("application/json"));
+    const HttpRequest plain = request(server.address());
+    const HttpRequest erase = request(server.address(), HttpMethod::Delete);
+    for (const HttpRequest& asked : {multipart, typed, plain, erase, multipart, plain, typed, erase}) {
+        QCOMPARE(bench.ask(asked, true).state, State::Success);
+    }
+    const auto received = server.received();
+    QCOMPARE(server.connections(), 1);
+    for (const size_t index : {size_t(2), size_t(5)}) {
+        QCOMPARE(received[index].method, QByteArray("GET"));
+        QVERIFY(!received[index].headers.contains("content-type"));
+        QVERIFY(received[index].body.isEmpty());
+    }
+    for (const size_t index : {size_t(1), size_t(6)}) {
+        QCOMPARE(received[index].method, QByteArray("PUT"));
+        QCOMPARE(received[index].headers.value("content-type"), QByteArray("application/json"));
+        QCOMPARE(received[index].body, QByteArray("{}"));
+    }
+    QVERIFY(received[4].headers.value("content-type").startsWith("multipart/form-data; boundary="));
+    QCOMPARE(received[3].method, QByteArray("DELETE"));
+}
+
+void EngineTest::multipartValuesBecomePartsOfTheirKind()
+{
+    QFETCH(bool, blocking);
+    QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("pattern.bin"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    const QByteArray content(200000, 'f');
+    file.write(content);
+    file.close();
+
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), HttpMethod::Put);
+    asked.multipart = true;
+    QByteArray bytes("\0\r\n--\xff", 6);
+    asked.parts = {{QStringLiteral("binary"), bytes},
+                   {QStringLiteral("file"), QUrl::fromLocalFile(path)},
+                   {QStringLiteral("json"), QVariantMap{{QStringLiteral("k"), 1}}},
+                   {QStringLiteral("number"), 7},
+                   {QStringLiteral("text"), QStringLiteral("gr\u00fc\u00df")}};
+    // The boundary is the transport's to name.
+    asked.headers.insert(QStringLiteral("content-Type"), QStringLiteral("application/json"));
+    QCOMPARE(bench.ask(asked, blocking).state, State::Success);
+    const auto received = server.received();
+    const QByteArray type = received[0].headers.value("content-type");
+    QVERIFY2(type.startsWith("multipart/form-data; boundary="), type.constData());
+    const QByteArray boundary = "--" + type.mid(type.indexOf('=') + 1);
+    const auto part = [&](const QByteArray& name) {
+        const int at = received[0].body.indexOf("name=\"" + name + "\"");
+        const int end = received[0].body.indexOf("\r\n" + boundary, at);
+        return at < 0 ? QByteArray() : received[0].body.mid(at, end - at);
+    };
+    QVERIFY(part("binary").contains("Content-Type: application/octet-stream"));
+    QVERIFY(part("binary").endsWith("\r\n\r\n" + bytes));
+    QVERIFY(part("file").startsWith("name=\"file\"; filename=\"pattern.bin\""));
+    QVERIFY(part("file").endsWith("\r\n\r\n" + content));
+    QVERIFY(part("json").contains("Content-Type: application/json"));
+    QVERIFY(part("json").endsWith("\r\n\r\n{\"k\":1}"));
+    QVERIFY(part("number").endsWith("\r\n\r\n7"));
+    QVERIFY(part("text").contains("Content-Type: text/plain"));
+    QVERIFY(part("text").endsWith("\r\n\r\ngr\xc3\xbc\xc3\x9f"));
+}
+
+void EngineTest::aMissingFilePartSendsNothing()
+{
+    QFETCH(bool, blocking);
+    QTemporaryDir directory;
+    MisbehavingServer server;
+    Bench bench;
+    const QUrl urls[] = {QUrl::fromLocalFile(directory.filePath(QStringLiteral("absent"))),
+                         QUrl::fromLocalFile(directory.path()), QUrl(QStringLiteral("http://127.0.0.1/x")),
+                         QUrl()};
+    for (const QUrl& url : urls) {
+        HttpRequest asked = request(server.address(), HttpMethod::Put);
+        asked.multipart = true;
+        asked.parts.insert(QStringLiteral("file"), url);
+        QCOMPARE(bench.ask(asked, blocking).state, State::FileFailure);
+    }
+    QCOMPARE(server.connections(), 0);
+    QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Success);
+}
+
+namespace {
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+}
+
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+}
+
+} // namespace
+
+void EngineTest::aDownloadAppearsUnderItsName()
+{
+    QFETCH(bool, blocking);
+    QTemporaryDir directory;
+    const QByteArray content(300000, 'd');
+    MisbehavingServer server(Mode::Answer, content);
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    writeFile(asked.downloadPath, "old");
+    const HttpReply reply = bench.ask(asked, blocking);
+    QCOMPARE(reply.state, State::Success);
+    QVERIFY(reply.body.isEmpty());
+    QCOMPARE(contentOf(asked.downloadPath), content);
+    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void EngineTest::aFailedDownloadLeavesTheOldFile_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("state");
+    QTest::newRow("not found") << QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 2\r\n\r\n{}")
+                               << int(State::HttpFailure);
+    QTest::newRow("cut") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabc")
+                         << int(State::Broken);
+    QTest::newRow("close-delimited") << QByteArray("HTTP/1.1 200 OK\r\n\r\n{}") << int(State::Broken);
+    QTest::newRow("too large") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n")
+                               << int(State::LimitExceeded);
+}
+
+void EngineTest::aFailedDownloadLeavesTheOldFile()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, state);
+    QTemporaryDir directory;
+    MisbehavingServer server(Mode::Raw);
+    server.setRaw(text);
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    writeFile(asked.downloadPath, "old");
+    QCOMPARE(int(bench.ask(asked, true).state), state);
+    QCOMPARE(contentOf(asked.downloadPath), QByteArray("old"));
+    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void EngineTest::aDownloadThatCannotBeWrittenFails()
+{
+    QTemporaryDir directory;
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    for (const QString& path :
+         {directory.filePath(QStringLiteral("absent/firmware.bin")), directory.path()}) {
+        asked.downloadPath = path;
+        QCOMPARE(bench.ask(asked, true).state, State::FileFailure);
+    }
+    QCOMPARE(server.connections(), 0);
+}
+
+void EngineTest::aFullDiskFailsTheDownload()
+{
+    QTemporaryDir directory;
+    MisbehavingServer server(Mode::Answer, QByteArray(1 << 20, 'd'));
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    // A bound on the size of files stands for the disk: writing beyond it fails.
+    rlimit before{};
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit small = before;
+    small.rlim_cur = 100000;
+    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const HttpReply reply = bench.ask(asked, true);
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    QCOMPARE(reply.state, State::FileFailure);
+    QVERIFY(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());
+}
+
+void EngineTest::theLoginGoesOutAsItsKindDemands_data()
+{
+    QTest::addColumn<int>("login");
+    QTest::addColumn<int>("method");
+    QTest::addColumn<QByteArray>("start");
+    QTest::newRow("none") << int(DeviceEndpoint::Login::None) << int(HttpMethod::Get) << QByteArray();
+    QTest::newRow("basic") << int(DeviceEndpoint::Login::Basic) << int(HttpMethod::Get)
+                           << QByteArray("Basic YWRtaW46c2VjcmV0");
+    QTest::newRow("bearer") << int(DeviceEndpoint::Login::Bearer) << int(HttpMethod::Get)
+                            << QByteArray("Bearer secret");
+    QTest::newRow("digest") << int(DeviceEndpoint::Login::Digest) << int(HttpMethod::Get)
+                            << QByteArray("Digest username=\"admin\"");
+    QTest::newRow("digest, with a body") << int(DeviceEndpoint::Login::Digest) << int(HttpMethod::Put)
+                                         << QByteArray("Digest username=\"admin\"");
+}
+
+void EngineTest::theLoginGoesOutAsItsKindDemands()
+{
+    QFETCH(int, login);
+    QFETCH(int, method);
+    QFETCH(QByteArray, start);
+    MisbehavingServer server(start.startsWith("Digest") ? Mode::Digest : Mode::Answer);
+    Bench bench;
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    endpoint.login = static_cast<DeviceEndpoint::Login>(login);
+    endpoint.user = QStringLiteral("admin");
+    endpoint.secret = QStringLiteral("secret");
+    bench.add(QStringLiteral("wall"), endpoint);
+    const QByteArray body = method == int(HttpMethod::Put) ? QByteArray("{\"b\":2}") : QByteArray();
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(
+            bench.ask(request(QStringLiteral("wall"), static_cast<HttpMethod>(method), body), true).state,
+            State::Success);
+        const auto received = server.received();
+        QCOMPARE(received.back().headers.value("authorization").left(start.size()), start);
+        QCOMPARE(received.back().body, body);
+    }
+}
+
+void EngineTest::proxyVariablesOfTheEnvironmentAreIgnored()
+{
+    const QByteArray nowhere = "http://127.0.0.1:" + QByteArray::number(closedPort());
+    qputenv("http_proxy", nowhere);
+    qputenv("all_proxy", nowhere);
+    MisbehavingServer server;
+    Bench bench;
+    const HttpReply reply = bench.ask(request(server.address()), true);
+    qunsetenv("http_proxy");
+    qunsetenv("all_proxy");
+    QCOMPARE(reply.state, State::Success);
+}
+
+void EngineTest::theLimitHoldsWhileARequestWaitsForAConnection()
+{
+    MisbehavingServer server(Mode::Stall);
+    Bench bench;
+    constexpr int count = 3000;
+    std::atomic<int> timedOut{0};
+    std::atomic<int> settled{0};
+    HttpRequest asked = request(server.address(), HttpMethod::Put, "{}");
+    asked.expectedTime = 700;
+    for (int i = 0; i < count; ++i) {
+        QVERIFY(bench.engine.start(asked, [&](const HttpReply& reply) {
+            timedOut += reply.state == State::TimedOut ? 1 : 0;
+            ++settled;
+        }));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(settled.load(), count, 30000);
+    QCOMPARE(timedOut.load(), count);
+    QVERIFY2(server.mostOpen() <= 32, qPrintable(QString::number(server.mostOpen())));
+}
+
+void EngineTest::aStalledDeviceDoesNotHoldUpAnother()
+{
+    MisbehavingServer stalled(Mode::Stall);
+    MisbehavingServer well;
+    Bench bench;
+    std::atomic<int> settled{0};
+    for (int i = 0; i < 500; ++i) {
+        bench.engine.start(request(stalled.address()), [&](const HttpReply&) { ++settled; });
+    }
+    std::thread blocked([&] { bench.engine.exchange(request(stalled.address())); });
+    QVERIFY(stalled.waitForDeliveries(17));
+    QCOMPARE(bench.ask(request(well.address()), false).state, State::Success);
+    QCOMPARE(bench.ask(request(well.address()), true).state, State::Success);
+    QCOMPARE(settled.load(), 0);
+    bench.engine.stop();
+    blocked.join();
+}
+
+void EngineTest::removingADeviceAbortsWhatIsInFlight()
+{
+    QFETCH(bool, blocking);
+    MisbehavingServer server(Mode::Stall);
+    Bench bench;
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    bench.add(QStringLiteral("wall"), endpoint);
+    HttpReply reply;
+    std::thread asking([&] { reply = bench.ask(request(QStringLiteral("wall")), blocking); });
+    const bool delivered = server.waitForDeliveries(1);
+    bench.engine.abort(QStringLiteral("wall"));
+    asking.join();
+    QVERIFY(delivered);
+    QCOMPARE(reply.state, State::Aborted);
+}
+
+void EngineTest::stoppingTheEngineAbortsWhatIsInFlight()
+{
+    QFETCH(bool, blocking);
+    MisbehavingServer server(Mode::Stall);
+    Bench bench;
+    HttpReply reply;
+    std::thread asking([&] { reply = bench.ask(request(server.address()), blocking); });
+    const bool delivered = server.waitForDeliveries(1);
+    bench.engine.stop();
+    asking.join();
+    QVERIFY(delivered);
+    QCOMPARE(reply.state, State::Aborted);
+}
+
+void EngineTest::aStoppedEngineSendsNothing()
+{
+    QFETCH(bool, blocking);
+    MisbehavingServer server;
+    Bench bench;
+    bench.engine.stop();
+    QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Aborted);
+    QCOMPARE(server.connections(), 0);
+}
+
+void EngineTest::noLimitStandsForTenSeconds()
+{
+    HttpRequest asked;
+    for (const int limit : {0, -1}) {
+        asked.expectedTime = limit;
+        QCOMPARE(timeLimit(asked).count(), 10000);
+    }
+    asked.expectedTime = 3000;
+    QCOMPARE(timeLimit(asked).count(), 3000);
+}
+
+namespace {
+
+std::mutex logMutex;
+QStringList logLines;
+
+void collectLog(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (type == QtWarningMsg && qstrncmp(context.category, "tessel.", 7) == 0) {
+        const std::lock_guard<std::mutex> lock(logMutex);
+        logLines.append(text);
+    }
+}
+
+} // namespace
+
+void EngineTest::eachFailureIsOneLineWithoutSecrets()
+{
+    MisbehavingServer server(Mode::Raw);
+    server.setRaw("HTTP/1.1 500 Oops\r\nContent-Length: 0\r\n\r\n");
+    Bench bench;
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    endpoint.login = DeviceEndpoint::Login::Basic;
+    endpoint.user = QStringLiteral("admin");
+    endpoint.secret = QStringLiteral("hunter2");
+    bench.add(QStringLiteral("wall"), endpoint);
+
+    QLoggingCategory::setFilterRules(QString());
+    const QtMessageHandler before = qInstallMessageHandler(collectLog);
+    logLines.clear();
+    HttpRequest failing = request(QStringLiteral("wall"), HttpMethod::Put, "{}");
+    failing.headers.insert(QStringLiteral("X-Token"), QStringLiteral("hunter2"));
+    for (const bool blocking : {true, false}) {
+        bench.ask(failing, blocking);
+        bench.ask(request(QStringLiteral("admin:hunter2@host")), blocking);
+        HttpRequest pathless = request(QStringLiteral("wall"));
+        pathless.path.clear();
+        bench.ask(pathless, blocking);
+    }
+    server.setMode(Mode::Answer);
+    bench.ask(request(QStringLiteral("wall")), true);
+    qInstallMessageHandler(before);
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+
+    QCOMPARE(logLines.size(), 6);
+    for (int i = 0; i < 6; i += 3) {
+        QVERIFY2(logLines[i].startsWith(QLatin1String("PUT wall /api/v1/x: ")), qPrintable(logLines[i]));
+        QVERIFY2(logLines[i].contains(QLatin1String("500")), qPrintable(logLines[i]));
+        QVERIFY2(logLines[i + 1].startsWith(QLatin1String("GET ***@host /api/v1/x: ")),
+                 qPrintable(logLines[i + 1]));
+        QVERIFY2(logLines[i + 2].contains(QLatin1String("there is no path")), qPrintable(logLines[i + 2]));
+    }
+    QVERIFY(!logLines.join(QLatin1Char('\n')).contains(QLatin1String("hunter2")));
+}
+
+void EngineTest::theObserverLearnsWhatHappened()
+{
+    MisbehavingServer server;
+    Bench bench;
+    std::mutex mutex;
+    std::vector<ExchangeRecord> records;
+    setExchangeObserver([&](const ExchangeRecord& record) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        records.push_back(record);
+    });
+    HttpRequest asked = request(server.address(), HttpMethod::Put, "{}");
+    asked.path = QStringLiteral("/api/v1/x/{id}");
+    asked.placeHolders.insert(QStringLiteral("id"), QStringLiteral("a b"));
+    asked.parameters.insert(QStringLiteral("q"), QStringLiteral("1"));
+    bench.ask(asked, true);
+    bench.ask(asked, false);
+    asked.path.clear();
+    bench.ask(asked, true);
+    setExchangeObserver({});
+    bench.ask(asked, true);
+    QCOMPARE(records.size(), size_t(3));
+    for (int i = 0; i < 2; ++i) {
+        const ExchangeRecord& record = records[size_t(i)];
+        QCOMPARE(record.deviceKey, server.address());
+        QCOMPARE(record.verb, QByteArray("PUT"));
+        QCOMPARE(record.path, QByteArray("/api/v1/x/a%20b?q=1"));
+        QCOMPARE(record.status, 200);
+        QCOMPARE(record.state, State::Success);
+        QCOMPARE(record.bytesSent, qint64(2));
+        QCOMPARE(record.bytesReceived, qint64(goodBody.size()));
+    }
+    QCOMPARE(records[2].state, State::InvalidRequest);
+    QCOMPARE(records[2].bytesSent, qint64(0));
 }
 
 QTEST_GUILESS_MAIN(EngineTest)

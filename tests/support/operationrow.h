@@ -61,4 +61,10 @@ Q_DECLARE_METATYPE(OperationRow)
 /// - on failure returns `false` and empties its output, unless the row says otherwise.
 void checkBlockingOperation(const OperationRow& row);
 
+/// Calls an operation that does not wait and checks that it
+/// - sends exactly one request, as the row says;
+/// - returns `true` while the request is unanswered;
+/// - has emptied its output by then, if it has one, and leaves it so whatever the answer is.
+void checkUnansweredOperation(const OperationRow& row);
+
 #endif

@@ -4,6 +4,7 @@
 #include <tessel/request.h>
 
 #include <QPointer>
+#include <QThread>
 #include <QtTest>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
@@ -112,6 +113,30 @@ private Q_SLOTS:
         QTRY_VERIFY(package);
         QCOMPARE(Tessel::succeeded(*package), success);
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
+    }
+
+    void aPutWithoutAContextHandlesEveryReplyOnceOnTheThreadThatCalled_data()
+    {
+        QTest::addColumn<bool>("success");
+        QTest::newRow("success") << true;
+        QTest::newRow("failure") << false;
+    }
+    void aPutWithoutAContextHandlesEveryReplyOnceOnTheThreadThatCalled()
+    {
+        QFETCH(bool, success);
+        m_engine->answer(success ? RecordingEngine::data("{}") : RecordingEngine::failure());
+        QPointer<const QObject> package;
+        QList<QThread*> handledOn;
+        PendingRequest("ScreenXbit").body(Map{{"a", 1}}).put(device, [&](const HttpJsonPackage& reply) {
+            package = &reply;
+            handledOn << QThread::currentThread();
+        });
+        QVERIFY(handledOn.isEmpty());
+        QTRY_VERIFY(!handledOn.isEmpty());
+        QTRY_VERIFY(package.isNull());
+        QCOMPARE(handledOn, QList<QThread*>{QThread::currentThread()});
+        QCOMPARE(m_engine->last().body, QByteArray(R"({"a":1})"));
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
     }
 
     void anAnswerAfterTheContextIsGoneCallsNobody()

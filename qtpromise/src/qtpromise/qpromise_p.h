@@ -372,11 +372,11 @@ public:
         return outcome;
     }
 
-    static Outcome rejected(Reason reason)
+    static Outcome rejected(const Reason& reason)
     {
         Outcome outcome;
         outcome.m_state = State::Rejected;
-        outcome.m_reason = std::move(reason);
+        outcome.m_reason = reason;
         return outcome;
     }
 

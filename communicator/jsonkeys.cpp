@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: MIT
+#include <communicator/jsonkeys.h>
+
+#include <QRandomGenerator>
+#include <QVarLengthArray>
+
+#include <algorithm>
+
+namespace Krelm::Communicator::Json {
+
+namespace {
+
+constexpr std::size_t InitialSlots = 256;
+constexpr std::size_t RetainedKeys = 4096;
+constexpr std::size_t RetainedLength = std::size_t(256) * 1024;
+// Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.
+constexpr std::size_t BaseNameLimit = std::size_t(64) * 1024;
+constexpr std::size_t NameLimitPerByte = 16;
+
+__extension__ using Wide = unsigned __int128;
+
+std::uint64_t fold(std::uint64_t a, std::uint64_t b)
+{
+    const Wide product = Wide(a) * b;
+    return std::uint64_t(product) ^ std::uint64_t(product >> 64);
+}
+
+bool readHex(const char* digits, char16_t& out)
+{
+    unsigned value = 0;
+    for (int i = 0; i < 4; ++i) {
+        const char c = digits[i];
+        unsigned digit = 0;
+        if (c >= '0' && c <= '9')
+            digit = unsigned(c - '0');
+        else if (c >= 'a' && c <= 'f')
+            digit = unsigned(c - 'a') + 10;
+        else if (c >= 'A' && c <= 'F')
+            digit = unsigned(c - 'A') + 10;
+        else
+            return false;
+        value = value << 4 | digit;
+    }
+    out = char16_t(value);
+    return true;
+}
+
+// The escape behind a backslash; moves @p p behind it.
+bool readEscape(const char*& p, const char* end, char16_t& out)
+{
+    if (p == end)
+        return false;
+    switch (*p++) {
+    case '"':
+        out = '"';
+        return true;
+    case '\\':
+        out = '\\';
+        return true;
+    case '/':
+        out = '/';
+        return true;
+    case 'b':
+        out = '\b';
+        return true;
+    case 'f':
+        out = '\f';
+        return true;
+    case 'n':
+        out = '\n';
+        return true;
+    case 'r':
+        out = '\r';
+        return true;
+    case 't':
+        out = '\t';
+        return true;
+    case 'u':
+        if (end - p < 4 || !readHex(p, out))
+            return false;
+        p += 4;
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Whether @p raw is ASCII without a backslash.
+bool isVerbatim(std::string_view raw)
+{
+    constexpr std::uint64_t Low = 0x0101010101010101U;
+    constexpr std::uint64_t High = 0x8080808080808080U;
+    constexpr std::uint64_t Backslashes = Low * '\\';
+    std::uint64_t found = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= raw.size(); i += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, raw.data() + i, 8);
+        // The high bit of a byte is set by the byte itself, or by a byte that was a backslash.
+        const std::uint64_t difference = word ^ Backslashes;
+        found |= word | ((difference - Low) & ~difference);
+    }
+    for (; i < raw.size(); ++i)
+        found |= raw[i] == '\\' ? High : static_cast<unsigned char>(raw[i]);
+    return (found & High) == 0;
+}
+
+} // namespace
+
+bool decodeString(std::string_view raw, QString& out)
+{
+    if (isVerbatim(raw)) {
+        out = QString::fromLatin1(raw.data(), int(raw.size()));
+        return true;
+    }
+    // The parser has checked that the text is UTF-8, but not its escapes.
+    QVarLengthArray<char16_t, 512> units;
+    const char* p = raw.data();
+    const char* const end = p + raw.size();
+    while (p != end) {
+        const auto c = static_cast<unsigned char>(*p++);
+        if (c == '\\') {
+            char16_t unit = 0;
+            if (!readEscape(p, end, unit))
+                return false;
+            units.append(unit);
+        } else if (c < 0x80) {
+            units.append(c);
+        } else {
+            const int extra = c >= 0xf0 ? 3 : c >= 0xe0 ? 2 : 1;
+            char32_t point = c & (0x3fU >> extra);
+            for (int i = 0; i < extra; ++i)
+                point = point << 6 | (static_cast<unsigned char>(*p++) & 0x3fU);
+            if (QChar::requiresSurrogates(point)) {
+                units.append(QChar::highSurrogate(point));
+                units.append(QChar::lowSurrogate(point));
+            } else {
+                units.append(char16_t(point));
+            }
+        }
+    }
+    out = QString(reinterpret_cast<const QChar*>(units.constData()), units.size());
+    return true;
+}
+
+KeyTable::KeyTable()
+    : m_nodes(3)
+    , m_slots(InitialSlots)
+    , m_secret(QRandomGenerator::global()->generate64() | 1)
+{
+    m_nodes[FlatRoot].flat = true;
+}
+
+void KeyTable::begin(std::size_t size)
+{
+    m_nameLimit = m_nameLength + BaseNameLimit + NameLimitPerByte * size;
+}
+
+void KeyTable::end()
+{
+    if (m_nodes.size() > RetainedKeys || m_raw.size() + m_nameLength > RetainedLength)
+        *this = KeyTable();
+}
+
+KeyTable::Id KeyTable::elementScope(Id key)
+{
+    if (m_nodes[key].elements == 0) {
+        m_nodes[key].elements = Id(m_nodes.size());
+        m_nodes.emplace_back();
+    }
+    return m_nodes[key].elements;
+}
+
+// Keys come from the network: the secret keeps a device from choosing keys that collide.
+std::uint32_t KeyTable::hash(Id scope, std::string_view raw) const
+{
+    std::uint64_t state = fold(m_secret ^ scope, 0x9e3779b97f4a7c15U ^ raw.size());
+    while (raw.size() >= 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, raw.data(), 8);
+        state = fold(state ^ word, m_secret);
+        raw.remove_prefix(8);
+    }
+    std::uint64_t rest = 0;
+    std::memcpy(&rest, raw.data(), raw.size());
+    state = fold(state ^ rest, m_secret);
+    return std::uint32_t(state ^ state >> 32);
+}
+
+KeyTable::Id KeyTable::search(Id scope, const char* raw)
+{
+    const char* close = raw;
+    bool plain = true;
+    while (*close != '"') {
+        plain = plain && *close != '\\';
+        close += *close == '\\' ? 2 : 1;
+    }
+    std::string_view text(raw, std::size_t(close - raw));
+    QByteArray canonical;
+    if (!plain) {
+        // However a key is escaped, it is the same key. One with a lone surrogate has no UTF-8; its UTF-16
+        // behind a byte that UTF-8 never has stands for it.
+        QString key;
+        if (!decodeString(text, key))
+            return 0;
+        if (key.isValidUtf16())
+            canonical = key.toUtf8();
+        else
+            canonical =
+                '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()), key.size() * 2);
+        text = std::string_view(canonical.constData(), std::size_t(canonical.size()));
+    }
+
+    const std::uint32_t code = hash(scope, text);
+    std::size_t slot = code & (m_slots.size() - 1);
+    for (; m_slots[slot] != 0; slot = (slot + 1) & (m_slots.size() - 1)) {
+        const Node& node = m_nodes[m_slots[slot]];
+        if (node.hash == code && node.scope == scope &&
+            text == std::string_view(m_raw.data() + node.rawAt, node.rawSize))
+            return m_slots[slot];
+    }
+
+    Node node;
+    if (!decodeString(std::string_view(raw, std::size_t(close - raw)), node.name))
+        return 0;
+    node.flat = m_nodes[scope].flat;
+    const QString path = node.flat && scope != FlatRoot ? m_nodes[scope].name + QLatin1Char('.') : QString();
+    m_nameLength += std::size_t(path.size()) + std::size_t(node.name.size());
+    if (m_nameLength > m_nameLimit)
+        return 0;
+    node.name.prepend(path);
+    node.rawAt = m_raw.size();
+    node.rawSize = std::uint32_t(text.size());
+    node.hash = code;
+    node.scope = scope;
+    node.plain = plain;
+    m_raw.append(text);
+    const Id added = Id(m_nodes.size());
+    m_nodes.push_back(std::move(node));
+    m_slots[slot] = added;
+    if (m_nodes.size() * 2 > m_slots.size())
+        grow();
+    return added;
+}
+
+void KeyTable::grow()
+{
+    std::vector<Id> slots(m_slots.size() * 2);
+    for (const Id id : m_slots) {
+        if (id == 0)
+            continue;
+        std::size_t slot = m_nodes[id].hash & (slots.size() - 1);
+        while (slots[slot] != 0)
+            slot = (slot + 1) & (slots.size() - 1);
+        slots[slot] = id;
+    }
+    m_slots.swap(slots);
+}
+
+// A key's values count from its last occurrence on, and so do those of every key within it.
+bool KeyTable::isValid(Id key, std::uint64_t object, std::size_t position) const
+{
+    for (; m_nodes[key].object == object; key = m_nodes[key].scope) {
+        if (position < m_nodes[key].validFrom)
+            return false;
+    }
+    return true;
+}
+
+KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, std::size_t first)
+{
+    if (m_nodes[scope].shape == 0) {
+        m_shapes.emplace_back();
+        m_nodes[scope].shape = std::uint32_t(m_shapes.size());
+    }
+    Shape& shape = m_shapes[m_nodes[scope].shape - 1];
+    const auto begin = entries.cbegin() + std::ptrdiff_t(first);
+    const auto sameKey = [](const Entry& entry, Id key) { return entry.key == key; };
+    if (std::equal(begin, entries.cend(), shape.keys.cbegin(), shape.keys.cend(), sameKey)) {
+        if (shape.blank.isEmpty()) {
+            for (const std::uint32_t i : shape.order)
+                shape.blank.insert(shape.blank.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
+        }
+        return shape;
+    }
+
+    shape.blank.clear();
+    shape.keys.clear();
+    shape.order.clear();
+    for (auto it = begin; it != entries.cend(); ++it) {
+        shape.order.push_back(std::uint32_t(shape.keys.size()));
+        shape.keys.push_back(it->key);
+    }
+    const auto name = [&](std::uint32_t i) -> const QString& { return m_nodes[shape.keys[i]].name; };
+    std::sort(shape.order.begin(), shape.order.end(), [&](std::uint32_t left, std::uint32_t right) {
+        const int order = name(left).compare(name(right));
+        return order != 0 ? order < 0 : left > right;
+    });
+    const auto sameName = [&](std::uint32_t left, std::uint32_t right) { return name(left) == name(right); };
+    shape.order.erase(std::unique(shape.order.begin(), shape.order.end(), sameName), shape.order.end());
+    return shape;
+}
+
+QVariantMap KeyTable::take(Id scope, std::vector<Entry>& entries, std::size_t first, bool repeated)
+{
+    const auto begin = entries.begin() + std::ptrdiff_t(first);
+    if (repeated) {
+        const std::uint64_t object = m_nodes[entries.back().key].object;
+        std::size_t kept = first;
+        for (std::size_t i = first; i < entries.size(); ++i) {
+            if (isValid(entries[i].key, object, i))
+                std::swap(entries[kept++], entries[i]);
+        }
+        entries.erase(entries.begin() + std::ptrdiff_t(kept), entries.end());
+    }
+    QVariantMap map;
+    if (first != entries.size()) {
+        const Shape& shape = shapeOf(scope, entries, first);
+        if (!shape.blank.isEmpty()) {
+            map = shape.blank;
+            auto value = map.begin();
+            for (const std::uint32_t i : shape.order)
+                (value++)->swap(begin[std::ptrdiff_t(i)].value);
+        } else {
+            for (const std::uint32_t i : shape.order) {
+                const auto value = map.insert(map.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
+                value->swap(begin[std::ptrdiff_t(i)].value);
+            }
+        }
+        entries.erase(entries.begin() + std::ptrdiff_t(first), entries.end());
+    }
+    return map;
+}
+
+} // namespace Krelm::Communicator::Json

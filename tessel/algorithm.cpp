@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/algorithm.h>
+
+#include <tessel/request.h>
+
+using Tessel::Request;
+
+Algorithm* Algorithm::m_pInstance = nullptr;
+
+Algorithm* Algorithm::getInstance()
+{
+    if (!m_pInstance)
+        m_pInstance = new Algorithm(nullptr);
+    return m_pInstance;
+}
+
+Algorithm::Algorithm(QObject* parent)
+    : QObject(parent)
+{}
+
+Algorithm::~Algorithm() = default;
+
+bool Algorithm::getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
+                            QMap<QString, QVariant>& reply)
+{
+    return Request("Algorithm_RGBLight").parameters(params).get(deviceKey, reply);
+}
+
+bool Algorithm::getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& params,
+                                   QMap<QString, QVariant>& reply)
+{
+    return Request("Algorithm_WhiteLightCoord").parameters(params).get(deviceKey, reply);
+}
+
+bool Algorithm::getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& params,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("Algorithm_colorTemperature").parameters(params).get(deviceKey, reply);
+}

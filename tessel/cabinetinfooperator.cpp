@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/cabinetinfooperator.h>
+
+#include <tessel/deviceevents.h>
+#include <tessel/promiserequest.h>
+#include <tessel/records/cabinetsresponse.h>
+#include <tessel/request.h>
+
+#include <QDebug>
+#include <QTime>
+
+using Tessel::cached;
+using Tessel::copyEntry;
+using Tessel::envelopeEvent;
+using Tessel::eventSays;
+using Tessel::HttpJsonPackage;
+using Tessel::HttpProxy;
+using Tessel::PendingRequest;
+using Tessel::PromiseRequest;
+using Tessel::readResponse;
+using Tessel::Request;
+using Tessel::succeeded;
+
+CabinetInfoOperator* CabinetInfoOperator::m_pInstance = nullptr;
+
+CabinetInfoOperator* CabinetInfoOperator::getInstance()
+{
+    if (!m_pInstance)
+        m_pInstance = new CabinetInfoOperator(nullptr);
+    return m_pInstance;
+}
+
+CabinetInfoOperator::CabinetInfoOperator(QObject* parent)
+    : QObject(parent)
+{
+    Tessel::listenToDevices(this, &CabinetInfoOperator::forgetDevice, &CabinetInfoOperator::handleEvent);
+}
+
+CabinetInfoOperator::~CabinetInfoOperator() = default;
+
+void CabinetInfoOperator::startWatch()
+{
+    m_isWatch = true;
+}
+
+void CabinetInfoOperator::shutDownWatch()
+{
+    m_isWatch = false;
+}
+
+bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, bool force)
+{
+    return cached(m_cabinetsInfo, deviceKey, force || !m_isWatch) ||
+           Request("Device_AllCabinetsInfo")
+               .parameter("subpixel", QStringLiteral("1"))
+               .expectedTime(30000)
+               .fetch(deviceKey, m_cabinetsInfo);
+}
+
+bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& out, bool force)
+{
+    return copyEntry(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& out)
+{
+    if (!getAllCabinetsInfo(deviceKey, false))
+        return false;
+    const QList<QVariant> cabinets = m_cabinetsInfo.value(deviceKey);
+    for (const QVariant& element : cabinets) {
+        const QMap<QString, QVariant> cabinet = element.toMap();
+        if (cabinet.value(QStringLiteral("id")).toString() == id) {
+            out = cabinet;
+            return true;
+        }
+    }
+    return false;
+}
+
+// Looks neither at its arguments nor at the reply's code: what cannot be read is an empty list.
+QtPromise::QPromise<QList<Tessel::CabinetInfo>> CabinetInfoOperator::getAllCabinets(const QString& deviceKey)
+{
+    return PromiseRequest("Device_AllCabinetsInfo")
+        .promise<QList<Tessel::CabinetInfo>>(
+            &HttpProxy::get, deviceKey,
+            [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
+                if (!succeeded(reply))
+                    return reject();
+                Tessel::CabinetsResponse response;
+                readResponse(reply, response);
+                resolve(response.data);
+            });
+}
+
+// The receiving cards stay: getRvCardsList() goes on answering from the last ones.
+void CabinetInfoOperator::forgetDevice(const QString& deviceKey)
+{
+    qDebug() << __func__ << "..CabinetInfoOperator deviceLogout.." << QTime::currentTime();
+    m_cabinetsInfo.remove(deviceKey);
+}
+
+void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& deviceKey)
+{
+    if (!m_isWatch)
+        return;
+    const QMap<QString, QVariant> event = envelopeEvent(data);
+    if (!eventSays(event, "eventSender", "cabinet"))
+        return;
+    qDebug() << "CabinetInfoOperator:" << QString::fromUtf8(data) << "m_isWatch:" << m_isWatch;
+    // Unlike a read, a refresh asks without "subpixel". Kept so.
+    if (eventSays(event, "eventType", "cabinetsChange")) {
+        // Tells of a failed fetch as well: the data may have moved all the same.
+        PendingRequest("Device_AllCabinetsInfo").refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool) {
+            Q_EMIT signal_sendDataChanged(deviceKey);
+        });
+        PendingRequest("Device_RvCards").refresh(deviceKey, m_rvCardsInfo, [this, deviceKey](bool stored) {
+            if (stored)
+                Q_EMIT signal_rvCardsInfoChanged(deviceKey);
+        });
+    } else if (eventSays(event, "eventType", "allFlags")) {
+        PendingRequest("Device_AllCabinetsInfo")
+            .refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool stored) {
+                if (stored)
+                    Q_EMIT signal_sendCountChanged(deviceKey);
+            });
+    }
+}

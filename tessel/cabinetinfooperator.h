@@ -1,0 +1,440 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_CABINETINFOOPERATOR_H
+#define TESSEL_CABINETINFOOPERATOR_H
+
+#include <tessel/records/cabinetinfo.h>
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QVariant>
+
+#include <QtPromise>
+
+/// The cabinets of a device and their receiving cards.
+///
+/// Caches two lists per device. That of the cabinets is filled by reads and events and dropped at a logout;
+/// that of the receiving cards is filled by events alone and kept for good. A pushed "cabinetsChange" fetches
+/// both anew, "allFlags" the cabinets; while the watch is off events are ignored and every read of the
+/// cabinets goes to the device. Everything else goes to the device each time.
+///
+/// Operations block their caller unless told otherwise. Those on the two lists belong to the thread of the
+/// first getInstance(), which needs an event loop for the events; all others may run on any thread. They
+/// return whether the device answered, whatever it said; an output is replaced, by an empty one on failure,
+/// unless told otherwise.
+class TESSEL_EXPORT CabinetInfoOperator : public QObject
+{
+    Q_OBJECT
+public:
+    static CabinetInfoOperator* getInstance();
+
+    /// Reacts to events and answers from the cache, as from the start.
+    void startWatch();
+    /// Ignores events and asks the device for the cabinets at every read. What is cached stays.
+    void shutDownWatch();
+
+    /// Sees to it that the cabinets are cached. @p force fetches them even if they are.
+    bool getAllCabinetsInfo(const QString& deviceKey, bool force);
+    /// The cabinets. @p out stays as it was on `false`.
+    bool getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& out, bool force);
+    /// The first cabinet whose "id" is @p id. @p out stays as it was on `false`, also when there is none.
+    bool getCabinetInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The typed cabinets, past the cache. Rejects with QPromiseUndefinedException when the device did not
+    /// answer; the list is empty when the reply cannot be read.
+    QtPromise::QPromise<QList<Tessel::CabinetInfo>> getAllCabinets(const QString& deviceKey);
+
+    // Reads of the cabinet whose "id" is given.
+
+    /// The family name.
+    bool getCabFamilyName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The manufacturer's name.
+    bool getCabMFRSName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The point spacing.
+    bool getCabPointSpace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The short name.
+    bool getCabShortName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The limits of the effect adjustment.
+    bool getCabinetBrightnessRange(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The fine-gray configuration.
+    bool getCabinetFineGrayConfig(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The custom gamma.
+    bool getCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                    QMap<QString, QVariant>& out);
+    /// The brightness per colour.
+    bool getCabinetRGBBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's name.
+    bool getCabinetRecvName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's rate.
+    bool getCabinetRecvRate(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's colour temperature.
+    bool getCabinetRvColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The serial number.
+    bool getCabinetSN(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The cabinet type.
+    bool getCabinetType(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// Whether XBit is enabled.
+    bool getCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The receiving card's configuration.
+    bool getConfigFile(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+
+    // Reads of a property of all cabinets.
+
+    /// The manufacturers' names of all cabinets, as parsed.
+    bool getAllCabMFRSName(const QString& deviceKey, QList<QVariant>& out);
+    /// The short names of all cabinets, as parsed.
+    bool getAllCabShortName(const QString& deviceKey, QList<QVariant>& out);
+    /// The chips of all cabinets, as parsed.
+    bool getAllCabinetChip(const QString& deviceKey, QList<QVariant>& out);
+    /// The types of all cabinets, as parsed.
+    bool getAllCabinetType(const QString& deviceKey, QList<QVariant>& out);
+    /// The receiving cards of all cabinets, flattened.
+    bool getAllCabinetsRxs(const QString& deviceKey, QList<QVariant>& out);
+    /// All flags, as parsed.
+    bool getCabAllFlags(const QString& deviceKey, QList<QVariant>& out);
+    /// The base information of all cabinets, as parsed.
+    bool getCabinetsBaseInfo(const QString& deviceKey, QList<QVariant>& out);
+
+    /// The receiving cards of one cabinet, flattened.
+    bool getCabinetRxs(const QString& deviceKey, const QString& id, QList<QVariant>& out);
+    /// The gamma table of one cabinet, empty when the reply lacks one; @p parameters go out as the query.
+    bool getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
+                                  const QMap<QString, QString>& parameters, QList<QVariant>& out);
+    /// Appends the cabinets whose "outputID" is @p portId to what @p out holds; a cabinet without one is at
+    /// port 0. Answered from the cache where getAllCabinetsInfo() is, and from its thread. A failure appends
+    /// nothing.
+    void getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out);
+
+    // Writes. With an id they go to that cabinet; without one the body names the cabinets. The device's API
+    // says what a body holds. `data` takes the settings to the device and comes back as its reply.
+
+    /// Sets the brightness, without waiting: always `true`, and @p out stays as it was.
+    bool setCabSingleBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultBrightness(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the gamma.
+    bool setCabSingleGamma(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultGamma(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& out);
+    /// Sets the beacon.
+    bool setCabSingleBeacon(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultBeacon(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// Sets the indicator light.
+    bool setCabSingleLightState(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultLightState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the colour temperature.
+    bool setCabSingleColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the receiving card's colour temperature.
+    bool setCabRvSingleColorTemp(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setCabRvMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Switches custom gamma.
+    bool setEnableSingleCustomGamma(const QString& deviceKey, const QString& id,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setEnableMultCustomGamma(const QString& deviceKey, const QList<QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Sets the custom gamma.
+    bool setCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetGammaCustomValue(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& out);
+    /// Sets the RGB gain.
+    bool setSingleCabinetRgbGain(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetRgbGain(const QString& deviceKey, const QList<QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the 18-bit mode.
+    bool setSingleCabinet18bitMode(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinet18bitMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out);
+    /// Sets whether it is solid.
+    bool setSingleCabinetSolid(const QString& deviceKey, const QString& id,
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the physical size.
+    bool setSingleCabinetPhySize(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetPhySize(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the weight.
+    bool setSingleCabinetWeight(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetWeight(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the power.
+    bool setSingleCabinetPower(const QString& deviceKey, const QString& id,
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetPower(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the voltage.
+    bool setSingleCabinetVoltage(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetVoltage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the family name.
+    bool setSglCabFamilyName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabFamilyName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& out);
+    /// Sets the manufacturer's name.
+    bool setSglCabMFRSName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabMFRSName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Sets the short name.
+    bool setSglShortName(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiShortName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// Sets the cabinet type.
+    bool setSglCabinetType(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiCabinetType(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Sets the point spacing.
+    bool setSglPointSpace(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMutiPointSpace(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the fine gray.
+    bool setSingleCabFineGray(const QString& deviceKey, const QString& id,
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabFineGray(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Sets the correction.
+    bool setSingleCabCorrection(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabCorrection(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Sets the brightness per colour.
+    bool setCabinetRGBBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same for several cabinets.
+    bool setCabinetsRGBBrightness(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit mode.
+    bool setCabinetXBitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same for several cabinets.
+    bool setCabinetsXBitMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+
+    /// Switches XBit; goes to the path of all cabinets.
+    bool setCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXbitEnable(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit phase per colour; goes to the path of all cabinets.
+    bool setCabinetXBitRGBPhase(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitRGBPhase(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit gray scale; goes to the path of all cabinets.
+    bool setCabinetXBitGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitGrayScale(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit jitter mode; goes to the path of all cabinets.
+    bool setCabinetXBitJitterMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitJitterMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+    /// Sets the XBit high-low mode; goes to the path of all cabinets.
+    bool setCabinetXBitHighLowMode(const QString& deviceKey, const QString& id,
+                                   QMap<QString, QVariant>& data);
+    /// The same; goes to the path of one cabinet with its id left open.
+    bool setCabinetXBitHighLowMode(const QString& deviceKey, QMap<QString, QVariant>& data);
+
+    /// Sets the flags; the path is that of all cabinets.
+    bool setCabinetFlag(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// Sets the serial-number flags.
+    bool setCabinetSnflags(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the flags of modules.
+    bool setModuleflags(const QString& deviceKey, const QList<QVariant>& body, QMap<QString, QVariant>& out);
+    /// Sets all parameters of the light.
+    bool setCabinetLightAllParam(const QString& deviceKey, const QString& id,
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// Sets the receiving cards' configuration.
+    bool setMutiConfigFile(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& out);
+    /// Sets the configuration through the route of several cabinets; @p id is ignored.
+    bool setSingleConfigFile(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabinetInfo(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabinetPixelSize(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& out);
+    /// Returns `true` at once and logs the outcome as a number at critical level. Fails: no device has a
+    /// route for it. The calling thread needs an event loop.
+    bool setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body);
+
+    // Detection of communication errors and their rate. With an id for that cabinet; without one the body
+    // names them.
+
+    /// Switches the detection on or off.
+    bool communicationErrorDetectSwitcher(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool communicationErrorDetectSwitcher(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& out);
+    /// Shows the test image that the measurement runs on.
+    bool berTestPattern(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool berTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& out);
+    /// The detection time.
+    bool getDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
+                                     QMap<QString, QVariant>& out);
+    /// Sets the detection time.
+    bool setDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setDetecteErrorRateTimeData(const QString& deviceKey, const QList<QVariant>& body,
+                                     QMap<QString, QVariant>& out);
+    /// The errors between two times, in the format of the device.
+    bool getCommunicationErrorData(const QString& deviceKey, const QString& id, const QString& beginTime,
+                                   const QString& endTime, QMap<QString, QVariant>& out);
+
+    // The receiving cards as a whole, and what the modules store.
+
+    /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
+    /// parsed, and not cached. To be called from the thread of the first getInstance().
+    bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
+    /// How far a firmware update is.
+    bool getRvCardsUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& out);
+    /// Uploads firmware; takes up to five minutes.
+    bool putRvCardsUpdate(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                          QMap<QString, QVariant>& out);
+    /// Has the cards load the firmware.
+    bool putRvCardsUpdateLoad(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                              QMap<QString, QVariant>& out);
+    /// Stores the firmware of a card in the file @p path. Always `true`: the file alone tells whether it
+    /// came.
+    bool getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path);
+    /// Clears the coefficients of modules, within @p waitTime + 30000 ms.
+    bool clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& out, int waitTime);
+    /// Shows the stored coefficients of modules, within @p waitTime + 30000 ms.
+    bool reloadModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& out, int waitTime);
+    /// Saves the coefficients of modules, within @p waitTime + 300000 ms.
+    bool saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out, int waitTime);
+
+    // Images and patterns that a cabinet holds. With an id for that cabinet; without one the body names them.
+
+    /// Sets how long the boot image shows.
+    bool setSingleBootImageTime(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiBootImageTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& out);
+    /// Previews the boot image.
+    bool setSingleBootImagePreview(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiBootImagePreview(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Sets how the prestored image is used.
+    bool setSingleCabPrestoreImage(const QString& deviceKey, const QString& id,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiCabPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& out);
+    /// Previews the prestored image.
+    bool setSinglePreviewImagePreview(const QString& deviceKey, const QString& id,
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiPreviewImagePreview(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& out);
+    /// Sets what is shown while the cable is disconnected.
+    bool setSingleAbnormalDisconnected(const QString& deviceKey, const QString& id,
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
+    /// The same for several cabinets.
+    bool setMultiAbnormalDisconnected(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& out);
+
+    /// Sets the regions of boot images.
+    bool setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setBootImagePos(const QString& deviceKey, const QList<QVariant>& body, QMap<QString, QVariant>& out);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
+                                QMap<QString, QVariant>& out);
+
+    /// Uploads a prestored image.
+    bool setSinglePrestoreImage(const QString& deviceKey, const QString& id,
+                                const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& out);
+    /// The same for the cabinets that the part "id" lists, within 3000 ms for each of them.
+    bool setMultiPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                               QMap<QString, QVariant>& out);
+
+    /// Fails: no device has a route for it, so its path is empty.
+    bool setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
+                        const QString& bgColor);
+    /// Shows a test pattern on several cabinets.
+    bool setMutiTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& out);
+
+Q_SIGNALS:
+    /// The device's cabinets were fetched because they changed, well or not: the application reads anew. Once
+    /// per "cabinetsChange" event, on this object's thread.
+    void signal_sendDataChanged(const QString& key);
+    /// The device's receiving cards were replaced. Once per "cabinetsChange" event whose fetch succeeded, on
+    /// this object's thread.
+    void signal_rvCardsInfoChanged(const QString& key);
+    /// The device's cabinets were replaced because their flags changed. Once per "allFlags" event whose fetch
+    /// succeeded, on this object's thread.
+    void signal_sendCountChanged(const QString& key);
+
+private:
+    explicit CabinetInfoOperator(QObject* parent = nullptr);
+    ~CabinetInfoOperator() override;
+
+    void forgetDevice(const QString& deviceKey);
+    void handleEvent(const QByteArray& data, const QString& deviceKey);
+
+    bool m_isWatch = true;
+    QMutex m_mutex; // nothing locks it: all access to the caches is on the home thread
+    QMap<QString, QList<QVariant>> m_cabinetsInfo;
+    QMap<QString, QList<QVariant>> m_rvCardsInfo;
+
+    static CabinetInfoOperator* m_pInstance;
+};
+
+#endif

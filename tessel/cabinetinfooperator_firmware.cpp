@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+//
+// The receiving cards as a whole: their list, their firmware, and what the modules store.
+#include <tessel/cabinetinfooperator.h>
+
+#include <tessel/request.h>
+
+#include <QDebug>
+
+using Tessel::asParsed;
+using Tessel::copyEntry;
+using Tessel::MultipartRequest;
+using Tessel::Request;
+
+// Neither looks at the watch flag nor fills the cache: only an event does that, flattened. Kept so.
+bool CabinetInfoOperator::getRvCardsList(const QString& deviceKey, QList<QVariant>& out)
+{
+    return copyEntry(m_rvCardsInfo.contains(deviceKey), m_rvCardsInfo, deviceKey, out) ||
+           Request("Device_RvCards").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getRvCardsUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& out)
+{
+    return Request("Device_RvCardUpdateProg").get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::putRvCardsUpdate(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                                           QMap<QString, QVariant>& out)
+{
+    return MultipartRequest("Device_RvCardUpdate", parts).expectedTime(300000).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::putRvCardsUpdateLoad(const QString& deviceKey, const QMap<QString, QVariant>& parts,
+                                               QMap<QString, QVariant>& out)
+{
+    return MultipartRequest("Device_RvCardUpdateLoad", parts).expectedTime(30000).put(deviceKey, out);
+}
+
+// Whether anything was stored is not looked at. Kept so.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed.
+bool CabinetInfoOperator::getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path)
+{
+    Request("Device_RvCardFirmware")
+        .placeHolder("id", id)
+        .placeHolder("type", QString::number(type))
+        .expectedTime(30000)
+        .download(deviceKey, path);
+    return true;
+}
+
+bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& out, int waitTime)
+{
+    return Request("Device_ClearModuleCoefficient")
+        .body(body)
+        .expectedTime(waitTime + 30000)
+        .put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::reloadModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out, int waitTime)
+{
+    return Request("Device_ShowModuleCoefficient")
+        .body(body)
+        .expectedTime(waitTime + 30000)
+        .put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out, int waitTime)
+{
+    qDebug() << "waittime :" << QString::number(waitTime);
+    return Request("Device_SaveModuleCoefficient")
+        .body(body)
+        .expectedTime(waitTime + 300000)
+        .put(deviceKey, out);
+}

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+//
+// Images and patterns that a cabinet holds.
+#include <tessel/cabinetinfooperator.h>
+
+#include <tessel/request.h>
+
+using Tessel::MultipartRequest;
+using Tessel::Request;
+
+bool CabinetInfoOperator::setSingleBootImageTime(const QString& deviceKey, const QString& id,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabBootImageTime").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiBootImageTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabBootImageTime").body(body).put(deviceKey, out);
+}
+
+// Alone among the writes it sends no body.
+bool CabinetInfoOperator::setSingleBootImagePreview(const QString& deviceKey, const QString& id,
+                                                    QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabBootImagePreview").placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiBootImagePreview(const QString& deviceKey,
+                                                   const QMap<QString, QVariant>& body,
+                                                   QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabBootImagePreview").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabPrestoreImage(const QString& deviceKey, const QString& id,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabPrestoreImage").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiCabPrestoreImage(const QString& deviceKey,
+                                                   const QMap<QString, QVariant>& body,
+                                                   QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabPrestoreImage").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSinglePreviewImagePreview(const QString& deviceKey, const QString& id,
+                                                       const QMap<QString, QVariant>& body,
+                                                       QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabPrestoreimagePreview")
+        .body(body)
+        .placeHolder("id", id)
+        .put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiPreviewImagePreview(const QString& deviceKey,
+                                                      const QMap<QString, QVariant>& body,
+                                                      QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabPrestoreimagePreview").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleAbnormalDisconnected(const QString& deviceKey, const QString& id,
+                                                        const QMap<QString, QVariant>& body,
+                                                        QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabAbnormalDisconnected")
+        .body(body)
+        .placeHolder("id", id)
+        .put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiAbnormalDisconnected(const QString& deviceKey,
+                                                       const QMap<QString, QVariant>& body,
+                                                       QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabAbnormalDisconnected").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabBootImageRegion").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabBootCustomImage").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setBootImagePos(const QString& deviceKey, const QList<QVariant>& body,
+                                          QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabBootImagePos").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
+                                                 QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabBootRestoreImage").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSinglePrestoreImage(const QString& deviceKey, const QString& id,
+                                                 const QMap<QString, QVariant>& parts,
+                                                 QMap<QString, QVariant>& out)
+{
+    return MultipartRequest("Device_Single_Prestoreimage", parts)
+        .placeHolder("id", id)
+        .expectedTime(3000)
+        .put(deviceKey, out);
+}
+
+// Without a list of cabinets the limit is 0: there is no floor. Kept so.
+bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
+                                                const QMap<QString, QVariant>& parts,
+                                                QMap<QString, QVariant>& out)
+{
+    const int cabinets = parts.value(QStringLiteral("id")).toList().size();
+    return MultipartRequest("Device_Multi_Prestoreimage", parts)
+        .expectedTime(cabinets * 3000)
+        .put(deviceKey, out);
+}
+
+// Uses the key of the pixel size, not that of the test image. Kept so.
+bool CabinetInfoOperator::setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
+                                         const QString& bgColor)
+{
+    const QMap<QString, QVariant> colors{{QStringLiteral("fbColor"), fbColor},
+                                         {QStringLiteral("bgColor"), bgColor}};
+    return Request("Device_CabinetPixelSize").body(colors).placeHolder("id", id).put(deviceKey);
+}
+
+bool CabinetInfoOperator::setMutiTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_TestImage").body(body).put(deviceKey, out);
+}

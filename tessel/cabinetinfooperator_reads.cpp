@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+//
+// Reads of single properties.
+#include <tessel/cabinetinfooperator.h>
+
+#include <tessel/request.h>
+
+using Tessel::asParsed;
+using Tessel::Request;
+
+bool CabinetInfoOperator::getCabFamilyName(const QString& deviceKey, const QString& id,
+                                           QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabFamilyName").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabMFRSName(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabmfrsName").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabPointSpace(const QString& deviceKey, const QString& id,
+                                           QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabPointSpace").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabShortName(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabShortName").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetBrightnessRange(const QString& deviceKey, const QString& id,
+                                                    QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetBrightnessRange").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetFineGrayConfig(const QString& deviceKey, const QString& id,
+                                                   QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetFineGrayConfig").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                                     QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetGammaCustomValue")
+        .placeHolder("id", id)
+        .expectedTime(10000)
+        .get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetRGBBrightness(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetRGBBrightness").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetRecvName(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabRecvName").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetRecvRate(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabRecvRate").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetRvColorTemp(const QString& deviceKey, const QString& id,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetRvSingleColorTemp").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetSN(const QString& deviceKey, const QString& id,
+                                       QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabSN").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetType(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabType").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetXbitEnable(const QString& deviceKey, const QString& id,
+                                               QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetGetXBitEnable").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getConfigFile(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetConfigfile")
+        .placeHolder("id", id)
+        .expectedTime(20000)
+        .get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getAllCabMFRSName(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_S_AllCabmfrsName").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getAllCabShortName(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_M_CabShortName").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getAllCabinetChip(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_S_AllCabChip").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getAllCabinetType(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_S_AllCabType").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getAllCabinetsRxs(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_RxsInfo").get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabAllFlags(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_CabinetsAllFlags").get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getCabinetsBaseInfo(const QString& deviceKey, QList<QVariant>& out)
+{
+    return Request("Device_M_CabinetBaseInfo").expectedTime(6000).get(deviceKey, asParsed(out));
+}
+
+bool CabinetInfoOperator::getCabinetRxs(const QString& deviceKey, const QString& id, QList<QVariant>& out)
+{
+    return Request("Device_CabinetRecvCards").placeHolder("id", id).get(deviceKey, out);
+}
+
+bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
+                                                   const QMap<QString, QString>& parameters,
+                                                   QList<QVariant>& out)
+{
+    QMap<QString, QVariant> reply;
+    const bool answered = Request("Device_CabinetGammaCurveInfo")
+                              .parameters(parameters)
+                              .placeHolder("id", id)
+                              .get(deviceKey, reply);
+    out = reply.value(QStringLiteral("gammaTable")).toList();
+    return answered;
+}
+
+void CabinetInfoOperator::getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out)
+{
+    QList<QVariant> cabinets;
+    getAllCabinetsInfo(deviceKey, cabinets, false);
+    for (const QVariant& cabinet : qAsConst(cabinets)) {
+        if (cabinet.toMap().value(QStringLiteral("outputID")).toInt() == portId)
+            out.append(cabinet);
+    }
+}

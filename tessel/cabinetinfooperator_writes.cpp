@@ -1,0 +1,434 @@
+// SPDX-License-Identifier: MIT
+//
+// Writes of settings, for one cabinet or several.
+#include <tessel/cabinetinfooperator.h>
+
+#include <tessel/request.h>
+
+#include <QDebug>
+
+using Tessel::HttpJsonPackage;
+using Tessel::PendingRequest;
+using Tessel::Request;
+
+// This pair does not even look at the package it sent, and never writes its output. Kept so.
+bool CabinetInfoOperator::setCabSingleBrightness(const QString& deviceKey, const QString& id,
+                                                 QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& /*out*/)
+{
+    Request("Device_CabinetSingleBrightness").body(body).placeHolder("id", id).firePut(deviceKey);
+    return true;
+}
+
+bool CabinetInfoOperator::setCabMultBrightness(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& /*out*/)
+{
+    Request("Device_CabinetMultBrightness").body(body).firePut(deviceKey);
+    return true;
+}
+
+bool CabinetInfoOperator::setCabSingleGamma(const QString& deviceKey, const QString& id,
+                                            QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetSingleGamma").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabMultGamma(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetMultGamma").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabSingleBeacon(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetSingleBeacon").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabMultBeacon(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetMultBeacon").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabSingleLightState(const QString& deviceKey, const QString& id,
+                                                 QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabSingleLightState").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabMultLightState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabMultLightState").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabSingleColorTemp(const QString& deviceKey, const QString& id,
+                                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetSingleColorTemp").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetMultColorTemp").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabRvSingleColorTemp(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetRvSingleColorTemp").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabRvMultColorTemp(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetRvMultColorTemp").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setEnableSingleCustomGamma(const QString& deviceKey, const QString& id,
+                                                     QMap<QString, QVariant>& body,
+                                                     QMap<QString, QVariant>& out)
+{
+    return Request("Device_IsCustomGammaSingal").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setEnableMultCustomGamma(const QString& deviceKey, const QList<QVariant>& body,
+                                                   QMap<QString, QVariant>& out)
+{
+    return Request("Device_IsCustomGammaMult").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetGammaCustomValue(const QString& deviceKey, const QString& id,
+                                                     const QMap<QString, QVariant>& body,
+                                                     QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetGammaCustomValue").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetGammaCustomValue(const QString& deviceKey,
+                                                         const QMap<QString, QVariant>& body,
+                                                         QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetGammaCustomValue").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetRgbGain(const QString& deviceKey, const QString& id,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetRgbGain").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetRgbGain(const QString& deviceKey, const QList<QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetRgbGain").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinet18bitMode(const QString& deviceKey, const QString& id,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_Cabinet18bitMode").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinet18bitMode(const QString& deviceKey,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_Cabinet18bitMode").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetSolid(const QString& deviceKey, const QString& id,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetSolid").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetSolid").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetPhySize(const QString& deviceKey, const QString& id,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetPhySize").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetPhySize(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetPhySize").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetWeight(const QString& deviceKey, const QString& id,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetWeight").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetWeight(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetWeight").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetPower(const QString& deviceKey, const QString& id,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetPower").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetPower(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetPower").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabinetVoltage(const QString& deviceKey, const QString& id,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabinetVoltage").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetVoltage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetVoltage").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSglCabFamilyName(const QString& deviceKey, const QString& id,
+                                              const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabFamilyName").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabFamilyName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabFamilyName").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSglCabMFRSName(const QString& deviceKey, const QString& id,
+                                            const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabmfrsName").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabMFRSName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabmfrsName").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSglShortName(const QString& deviceKey, const QString& id,
+                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabShortName").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiShortName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabShortName").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSglCabinetType(const QString& deviceKey, const QString& id,
+                                            const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabType").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiCabinetType(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabType").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSglPointSpace(const QString& deviceKey, const QString& id,
+                                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_S_CabPointSpace").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiPointSpace(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabPointSpace").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabFineGray(const QString& deviceKey, const QString& id,
+                                               const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabFineGray").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiCabFineGray(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabFineGray").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setSingleCabCorrection(const QString& deviceKey, const QString& id,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& out)
+{
+    return Request("Device_Single_CabCorrection").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMultiCabCorrection(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& out)
+{
+    return Request("Device_Multi_CabCorrection").body(body).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetRGBBrightness(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetRGBBrightness").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetsRGBBrightness(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsRGBBrightness").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitMode(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetXBitMode").body(data).placeHolder("cid", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetsXBitMode(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsXBitMode").body(data).put(deviceKey, data);
+}
+
+// The routes of the five XBit settings below are bound crosswise: with an id to the path of all cabinets,
+// without one to the path whose {id} then stays unfilled. Kept so.
+bool CabinetInfoOperator::setCabinetXbitEnable(const QString& deviceKey, const QString& id,
+                                               QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsSetXBitEnable").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXbitEnable(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetSetXBitEnable").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitRGBPhase(const QString& deviceKey, const QString& id,
+                                                 QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetXBitRGBPhase").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitRGBPhase(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsXBitRGBPhase").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitGrayScale(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetXBitGrayScale").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitGrayScale(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsXBitGrayScale").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitJitterMode(const QString& deviceKey, const QString& id,
+                                                   QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetXBitJitterMode").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitJitterMode(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsXBitJitterMode").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitHighLowMode(const QString& deviceKey, const QString& id,
+                                                    QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetXBitHighLowMode").body(data).placeHolder("id", id).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetXBitHighLowMode(const QString& deviceKey, QMap<QString, QVariant>& data)
+{
+    return Request("Device_CabinetsXBitHighLowMode").body(data).put(deviceKey, data);
+}
+
+bool CabinetInfoOperator::setCabinetFlag(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetsFlags").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetSnflags(const QString& deviceKey, const QList<QVariant>& body,
+                                            QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetsFlags").body(body).expectedTime(10000).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setModuleflags(const QString& deviceKey, const QList<QVariant>& body,
+                                         QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_Moduleflags").body(body).expectedTime(10000).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetLightAllParam(const QString& deviceKey, const QString& id,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetLightAllParam").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setMutiConfigFile(const QString& deviceKey, const QList<QVariant>& body,
+                                            QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetConfigfile").body(body).expectedTime(10000).put(deviceKey, out);
+}
+
+// The multiple route, without a placeholder. Kept so.
+bool CabinetInfoOperator::setSingleConfigFile(const QString& deviceKey, const QString& /*id*/,
+                                              const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_M_CabinetConfigfile").body(body).expectedTime(120000).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetInfo(const QString& deviceKey, const QString& id,
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetInfo").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+bool CabinetInfoOperator::setCabinetPixelSize(const QString& deviceKey, const QString& id,
+                                              const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& out)
+{
+    return Request("Device_CabinetPixelSize").body(body).placeHolder("id", id).put(deviceKey, out);
+}
+
+// The outcome is logged at critical level even when it is a success. Kept so.
+bool CabinetInfoOperator::setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body)
+{
+    PendingRequest("Device_CabinetBrightness").body(body).put(deviceKey, [](const HttpJsonPackage& reply) {
+        qCritical() << static_cast<int>(reply.getSimpleState());
+    });
+    return true;
+}

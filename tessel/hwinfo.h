@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_HWINFO_H
+#define TESSEL_HWINFO_H
+
+#include <tessel/records/deviceinfo.h>
+#include <tessel/tesselexport.h>
+
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QSet>
+#include <QVariant>
+
+#include <QtPromise>
+
+namespace Correction {
+
+/// What is known of a device's capability version.
+enum EnumScreenVer {
+    UnknownVersion = 0, ///< the request failed, or the device was never asked
+    EarlierThanV3 = 1,  ///< a version other than "V3.0", also an absent one
+    V3 = 2              ///< version "V3.0"
+};
+
+} // namespace Correction
+
+/// The device as a whole: its description, what protocol it speaks, and its settings.
+///
+/// Caches each device's description, flattened to key paths, from the first successful fetch until the device
+/// logs out. A pushed "hwInfo" change fetches it anew; while the watch is off events are ignored and every
+/// read goes to the device. The answers of the two version checks outlast a logout.
+///
+/// Operations block their caller. Those on the description and the versions belong to the thread of the first
+/// getInstance(), which needs an event loop for the events; the settings may run on any thread. They return
+/// whether the device answered.
+class TESSEL_EXPORT HWInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static HWInfo* getInstance();
+
+    /// Reacts to events and answers from the cache, as from the start.
+    void startWatch();
+    /// Ignores events and asks the device at every read. What is cached stays.
+    void shutDownWatch();
+
+    /// Sees to it that the description is cached. @p force fetches it even if it is.
+    bool getHWInfo(const QString& deviceKey, bool force);
+    /// The description. @p out stays as it was on `false`.
+    bool getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force);
+    /// The typed description, past the cache. Rejects with the text "arguments error" when the device's key
+    /// is empty, with QPromiseUndefinedException when the device did not answer well.
+    QtPromise::QPromise<Tessel::DeviceInfo> getHWInfo2(const QString& deviceKey);
+    /// Whether the cached description names a device type, whichever it is. Sends nothing.
+    bool getHWDeviceType(const QString& deviceKey);
+    /// Whether the device speaks the protocol with several screens. @p force asks the device, otherwise the
+    /// result is whether it ever said so; a failure does not take that back.
+    bool getHwProtoc(const QString& deviceKey, bool force);
+    /// The device's capability version. @p force asks the device, otherwise the result is its last answer.
+    Correction::EnumScreenVer getCapabilityProtoc(const QString& deviceKey, bool force);
+
+    /// Changes the description, such as the custom name.
+    bool putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& result);
+    /// Changes the system's state; @p parameters go out as the query.
+    bool putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                         QMap<QString, QVariant>& result);
+    /// Sends custom data.
+    bool putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result);
+    /// The delay of the 3D signal.
+    bool getHWInfoSignalDelayTime(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Sets the delay of the 3D signal.
+    bool putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result);
+    /// The custom data; @p parameters go out as the query.
+    bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                             QMap<QString, QVariant>& result);
+    /// The hot-backup relations.
+    bool getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result);
+    /// Sets the hot-backup relations.
+    bool putHWInfoHotBackupInfo(const QString& deviceKey, const QList<QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Sets the additional video delay.
+    bool putHWInfoIncreaseVideoDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& result);
+    /// Sets the synchronisation.
+    bool putHWInfoSyncinfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& result);
+    /// Sets the frequency of the synchronisation.
+    bool putHWInfoFrequency(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& result);
+    /// Synchronises to an input.
+    bool putHWInfoInput(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Synchronises to the external input.
+    bool putHWInfoExternalInput(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Renames the device.
+    bool putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& result);
+    /// Uploads a background image.
+    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Switches the background image.
+    bool putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& result);
+    /// Switches the mapping display.
+    bool putHWInfoMapping(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& result);
+    /// Controls what the screens show.
+    bool putHWInfoScreenControl(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Sets what is shown without a signal.
+    bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& result);
+    /// Uploads firmware; takes up to five minutes.
+    bool putHWInfoUpdate(const QString& deviceKey, const QByteArray& data, QMap<QString, QVariant>& result);
+    /// How far a firmware update is; may be asked while the upload runs.
+    bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Enters the hardware mode.
+    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& result);
+    /// Sets the high-definition mode.
+    bool putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& result);
+    /// Sends a version; @p parameters go out as the query.
+    bool postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+    /// Shows a test pattern.
+    bool putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result);
+    /// Sets the log level.
+    bool putLogLevel(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                     QMap<QString, QVariant>& result);
+    /// Sets how long logs are kept.
+    bool putLogReserve(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& result);
+    /// Locks the device. @p body is not sent.
+    bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+    /// Unlocks the device.
+    bool unLock(const QString& deviceKey, QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& result);
+    /// Fails: no device has a route for it, so its path is empty.
+    bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                   QMap<QString, QVariant>& result);
+
+Q_SIGNALS:
+    /// A description was replaced because of an event; whose, is not told. Once per successful refresh, on
+    /// this object's thread.
+    void signal_sendDataChanged();
+    /// The user gave the device another name. The cached description keeps the old one until its next
+    /// refresh. Once per event, on this object's thread.
+    void signal_customNameChanged(const QString& deviceKey, const QString& name);
+
+private:
+    explicit HWInfo(QObject* parent = nullptr);
+    ~HWInfo() override;
+
+    void forgetDevice(const QString& deviceKey);
+    void handleEvent(const QByteArray& data, const QString& deviceKey);
+
+    bool m_isWatch = true;
+    QMutex m_mutex; // nothing locks it: all access to the caches is on the home thread
+    QMap<QString, QMap<QString, QVariant>> m_hwInfo;
+    QSet<QString> m_hwProtoc;
+    QMap<QString, QString> m_capabilityVersion;
+
+    static HWInfo* m_pInstance;
+};
+
+#endif

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+//
+// Settings and actions of the device as a whole.
+#include <tessel/hwinfo.h>
+
+#include <tessel/request.h>
+
+using Tessel::MultipartRequest;
+using Tessel::Request;
+
+bool HWInfo::putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& result)
+{
+    return Request("Device_Hwinfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_System").parameters(parameters).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& result)
+{
+    return Request("Device_Customemit").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::getHWInfoSignalDelayTime(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    return Request("Device_PipeThreeDSingaldelaytime").get(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& result)
+{
+    return Request("Device_PipeThreeDSingaldelaytime").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                                 QMap<QString, QVariant>& result)
+{
+    return Request("Device_Customdata").parameters(parameters).get(deviceKey, result);
+}
+
+bool HWInfo::getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result)
+{
+    return Request("Device_BackInfo").get(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoHotBackupInfo(const QString& deviceKey, const QList<QVariant>& body,
+                                    QMap<QString, QVariant>& result)
+{
+    return Request("Device_BackInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoIncreaseVideoDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                         QMap<QString, QVariant>& result)
+{
+    return Request("Device_IncreaseVideoDelay").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoSyncinfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& result)
+{
+    return Request("Device_SyncInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoFrequency(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& result)
+{
+    return Request("Device_SyncInfoFrequency").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoInput(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& result)
+{
+    return Request("Device_SyncInfoInput").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoExternalInput(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    return Request("Device_SyncInfoExternalInput").put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_Rename").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& result)
+{
+    return MultipartRequest("Device_BackGroundPicture", body).expectedTime(10000).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result)
+{
+    return Request("Device_BackGroundPictureToggle").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoMapping(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& result)
+{
+    return Request("Device_Mapping").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoScreenControl(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>& result)
+{
+    return Request("Device_Sreencontrol").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& result)
+{
+    return Request("Device_NoSignalImage").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& result)
+{
+    return Request("Device_NoSignalCustomImage").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoUpdate(const QString& deviceKey, const QByteArray& data,
+                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_HwUpdate").data(data).expectedTime(300000).daemon().put(deviceKey, result);
+}
+
+bool HWInfo::getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    return Request("Device_HwUpdateProgress").expectedTime(3000).daemon().get(deviceKey, result);
+}
+
+// The path of this route ends in a blank. Kept so.
+bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& result)
+{
+    return MultipartRequest("Device_EnterHwMode", body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& result)
+{
+    return Request("Device_HDMode").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result)
+{
+    return Request("Device_Version").parameters(parameters).body(body).post(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& result)
+{
+    return Request("Device_TestModePattern").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putLogLevel(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& result)
+{
+    return Request("Device_LogLevel").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putLogReserve(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& result)
+{
+    return Request("Device_LogReserve").body(body).put(deviceKey, result);
+}
+
+// The request goes out before its body is set, so the device gets none. Kept so.
+bool HWInfo::lock(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                  QMap<QString, QVariant>& result)
+{
+    Request request("Device_lock");
+    request.put(deviceKey);
+    return request.body(body).take(result);
+}
+
+bool HWInfo::unLock(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    return Request("Device_lock").del(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& result)
+{
+    return Request("Device_AutoBackInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& result)
+{
+    return Request("Device_AutoRestoreInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& result)
+{
+    return Request("Device_ManualBackInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>& result)
+{
+    return Request("Device_ManualRestoreInfo").body(body).put(deviceKey, result);
+}
+
+bool HWInfo::putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                       QMap<QString, QVariant>& result)
+{
+    return Request("Device_PortAutoToggle").body(body).put(deviceKey, result);
+}

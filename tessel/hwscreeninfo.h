@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_HWSCREENINFO_H
+#define TESSEL_HWSCREENINFO_H
+
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QVariant>
+
+/// Draws marks on the LED screen itself: for the adjustment of edge brightness, and for correction.
+///
+/// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
+/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) belong to the thread of HWInfo, the
+/// others may run on any thread. The first getInstance() comes from one thread at a time. They return whether
+/// the device answered; the reply is replaced, by an empty one on failure. Bodies are the device's and pass
+/// through unread.
+class TESSEL_EXPORT HwScreenInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static HwScreenInfo* getInstance();
+
+    /// Edge brightness: switches the drawing.
+    bool setEdgeSwitch(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Edge brightness: changes the background.
+    bool setEdgeChangeBK(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Edge brightness: draws lines.
+    bool setEdgeDrawLine(const QString& deviceKey, const QList<QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Edge brightness: draws sections of lines.
+    bool setEdgeDrawSectionLine(const QString& deviceKey, const QList<QVariant>& body,
+                                QMap<QString, QVariant>& reply);
+    /// Edge brightness: draws rectangles.
+    bool setEdgeDrawRect(const QString& deviceKey, const QList<QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Edge brightness: draws a mouse mark.
+    bool setEdgeDrawMouse(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Edge brightness: clears what was drawn.
+    bool setEdgeClearImage(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Edge brightness: brings what was drawn onto the screen.
+    bool setUpdateScreen(const QString& deviceKey, QMap<QString, QVariant>& reply);
+
+    /// Correction: switches the drawing.
+    bool setCorrectSwitch(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Correction: changes the background.
+    bool setCorrectChangeBK(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Correction: draws a region.
+    bool setCorrectDrawRegion(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// Correction: draws an identifying number.
+    bool setCorrectDrawId(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Correction: clears what was drawn.
+    bool setCorrectClearImage(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Correction: shows the video source.
+    bool setDisplayVedioSource(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& reply);
+
+private:
+    explicit HwScreenInfo(QObject* parent = nullptr);
+    ~HwScreenInfo() override;
+
+    QMap<QString, QVariant> m_reserved; // used by nothing
+
+    static HwScreenInfo* m_pInstance;
+};
+
+#endif

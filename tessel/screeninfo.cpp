@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+#include <tessel/screeninfo.h>
+
+#include <tessel/deviceevents.h>
+#include <tessel/hwinfo.h>
+#include <tessel/promiserequest.h>
+
+#include <QDebug>
+
+using Tessel::cached;
+using Tessel::eventSays;
+using Tessel::eventText;
+using Tessel::PendingRequest;
+using Tessel::PromiseRequest;
+using Tessel::Request;
+
+namespace {
+
+// The route that an explicit load takes; events and the typed read keep to the single form on every device.
+const char* screensRoute(const QString& deviceKey)
+{
+    if (!HWInfo::getInstance()->getHwProtoc(deviceKey, false))
+        return "Device_AllScreens";
+    // Applications look for this very line.
+    qDebug() << "------------xxxx---------------------";
+    return "Device_Mult_AllScreens";
+}
+
+} // namespace
+
+ScreenInfo* ScreenInfo::m_pInstance = nullptr;
+
+ScreenInfo* ScreenInfo::getInstance()
+{
+    if (!m_pInstance)
+        m_pInstance = new ScreenInfo(nullptr);
+    return m_pInstance;
+}
+
+ScreenInfo::ScreenInfo(QObject* parent)
+    : QObject(parent)
+{
+    Tessel::listenToDevices(this, &ScreenInfo::onDeviceLogout, &ScreenInfo::onDeviceEvent);
+}
+
+ScreenInfo::~ScreenInfo() = default;
+
+void ScreenInfo::startWatch()
+{
+    m_isWatch = true;
+}
+
+void ScreenInfo::shutDownWatch()
+{
+    m_isWatch = false;
+}
+
+bool ScreenInfo::getScreens(const QString& deviceKey, bool force)
+{
+    return cached(m_screens, deviceKey, force || !m_isWatch) ||
+           Request(screensRoute(deviceKey))
+               .parameter("subpixel", QStringLiteral("1"))
+               .parameter("PageCorrection", QStringLiteral("1"))
+               .expectedTime(30000)
+               .fetch(deviceKey, m_screens);
+}
+
+bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
+                            bool perScreen)
+{
+    if (!getScreens(deviceKey, force))
+        return false;
+    const auto screenId = QStringLiteral("screenID");
+    const QMap<QString, QVariant> screens = m_screens.value(deviceKey);
+    if (!perScreen) {
+        out[screens.value(screenId).toString()] = screens;
+        return true;
+    }
+    for (const QVariant& value : screens) {
+        for (const QVariant& element : value.toList()) {
+            const QMap<QString, QVariant> screen = element.toMap();
+            out[screen.value(screenId).toString()] = screen;
+        }
+    }
+    return true;
+}
+
+QtPromise::QPromise<Tessel::ScreensInfo> ScreenInfo::getScreens2(const QString& deviceKey)
+{
+    return PromiseRequest("Device_AllScreens").getRecord<Tessel::ScreensInfo>(deviceKey);
+}
+
+bool ScreenInfo::postScreens(const QString& deviceKey, QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply)
+{
+    return Request("Device_AllScreens").body(body).firePost(deviceKey, reply);
+}
+
+// Unlike the reads through the cache, a failure empties the cached tags too.
+bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply)
+{
+    const bool answered = Request("ScreenHwScreenTag").get(deviceKey, reply);
+    m_screenTags[deviceKey] = reply;
+    return answered;
+}
+
+bool ScreenInfo::putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>&)
+{
+    Request("ScreenHwScreenTag").body(body).firePut(deviceKey);
+    return true;
+}
+
+// The properties stay: a device that logs in again finds them still cached.
+void ScreenInfo::onDeviceLogout(const QString& deviceKey)
+{
+    m_screens.remove(deviceKey);
+    m_screenTags.remove(deviceKey);
+}
+
+void ScreenInfo::onDeviceEvent(const QByteArray& data, const QString& deviceKey)
+{
+    if (!m_isWatch)
+        return;
+    const QMap<QString, QVariant> event = Tessel::changeEvent(data);
+    if (eventSays(event, "dataType", "change")) {
+        if (eventSays(event, "changeTag", "screensInfo")) {
+            PendingRequest("Device_AllScreens").refresh(deviceKey, m_screens, [this, deviceKey](bool stored) {
+                if (stored)
+                    Q_EMIT signal_screenDataChanged(deviceKey);
+            });
+        } else if (eventSays(event, "changeTag", "screensTagInfo")) {
+            PendingRequest("ScreenHwScreenTag")
+                .refresh(deviceKey, m_screenTags, [this, deviceKey](bool stored) {
+                    if (stored)
+                        Q_EMIT signal_screenTagChanged(deviceKey);
+                });
+        }
+    } else if (eventSays(event, "dataType", "screenName")) {
+        const QString name = eventText(event, "name");
+        if (!name.isEmpty())
+            Q_EMIT signal_screenNameChanged(deviceKey, name);
+    }
+}

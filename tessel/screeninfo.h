@@ -1,0 +1,515 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_SCREENINFO_H
+#define TESSEL_SCREENINFO_H
+
+#include <tessel/records/screensinfo.h>
+#include <tessel/tesselexport.h>
+
+#include <QList>
+#include <QMap>
+#include <QMutex>
+#include <QObject>
+#include <QStringList>
+#include <QVariant>
+#include <QtPromise>
+
+#include <initializer_list>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+class HttpJsonPackage;
+}
+
+namespace Tessel {
+struct ScreenProperty;
+}
+
+/// The screens of a device: their list, their display properties, and the pictures put on them.
+///
+/// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
+/// are the device's: they pass through unread unless an operation says otherwise. An operation returns
+/// whether the device answered; an output is replaced, by an empty one on failure.
+///
+/// Cache. The screen list and the screen tags of a device stay until it logs out. The properties of a screen
+/// stay for the life of the process, a logout included. A read with `force` asks the device whatever the
+/// cache holds, and on failure leaves cache and output as they were. Of the properties, only a forced read
+/// and the writes that say so renew the cached value.
+///
+/// Events. While watching, a device's "screensInfo" and "screensTagInfo" events renew list and tags in the
+/// background; "screenName" is passed on. While not watching, events are dropped and the screen list is
+/// always read from the device.
+///
+/// Threads. Caches belong to the thread of the first getInstance(), on which the handlers run and every
+/// operation has to be called. Blocking operations hold no lock while they wait.
+class TESSEL_EXPORT ScreenInfo : public QObject
+{
+    Q_OBJECT
+public:
+    static ScreenInfo* getInstance();
+
+    /// Acts on events and answers the screen list from the cache again; what was missed is not caught up.
+    void startWatch();
+    /// Drops events from now on; the caches keep what they hold.
+    void shutDownWatch();
+
+    /// Makes sure that the screen list of the device is loaded.
+    bool getScreens(const QString& deviceKey, bool force);
+    /// The same, then adds the screens to @p out by their id: with @p perScreen each element of the lists in
+    /// the device's reply, otherwise the reply as a whole. What @p out holds besides stays.
+    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
+                    bool perScreen);
+    /// Reads a typed screen, past the cache. Rejects with the text "arguments error" when @p deviceKey is
+    /// empty, with QPromiseUndefinedException when the device did not answer well.
+    QtPromise::QPromise<Tessel::ScreensInfo> getScreens2(const QString& deviceKey);
+    /// Posts @p body to the screens. Does not wait: `true` and an empty @p reply say that nothing was
+    /// answered yet.
+    bool postScreens(const QString& deviceKey, QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Reads the screen tags into @p reply and the cache, both empty on failure.
+    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Writes the screen tags. Does not wait: always `true`, @p reply stays as it was.
+    bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+
+    /// Reads the 18-bit switch into `enable` (`bool`).
+    bool get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                  bool force);
+    /// Reads the colour gamut into `gamut` (`uint`).
+    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                         bool force);
+    /// Reads the low-latency switch into `enable` (`bool`).
+    bool getLowLatency(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                       bool force);
+    /// Reads the uniform-display switch into `enable` (`bool`).
+    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                           bool force);
+    /// Reads the HDR switch into `enable` (`bool`).
+    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                          QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR mode into `mode` (`int`).
+    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the HLG mode into `hlgMode` (`int`).
+    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR peak brightness into `peakBrightness` (`int`).
+    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                           QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR illuminance into `illuminance` (`int`).
+    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& out, bool force);
+    /// Reads the HDR low-gray compensation into `lowGray` (`int`).
+    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D switch into `enable` (`bool`).
+    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                     QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D source mode into `sourceMode` (`int`).
+    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                         QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D eye priority into `eyePriority` (`int`).
+    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                          QMap<QString, QVariant>& out, bool force);
+    /// Reads the 3D depth of field into `fieldDepth` (`int`).
+    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                         QMap<QString, QVariant>& out, bool force);
+    /// Reads the offset of the right eye into `rightEyeOffset.x` and `rightEyeOffset.y` (`int`); always from
+    /// the device.
+    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& out, bool force);
+    /// Reads the colour temperature; @p map goes out as the body and comes back as the reply. The flag is
+    /// ignored.
+    bool getColorTemperature(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map,
+                             bool);
+    /// Reads the colour space of the LEDs.
+    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
+                                 QMap<QString, QVariant>& reply);
+    /// Reads the mode of the extended bit depth. Not reentrant.
+    bool getXbitMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Not in use: `false`, and nothing happens.
+    bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
+
+    /// Reads the brightness into `brightness` (`uint`), unscaled. Without cabinets: `true` and 0, nothing is
+    /// sent.
+    bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                       bool force);
+    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the newer protocol, and
+    /// sends @p params. Does not wait; renews the cache once the device agreed. Without cabinets: `true`,
+    /// nothing is sent.
+    /// @return whether the request was started.
+    bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
+                       int brightness);
+    /// Reads the brightness mode.
+    bool getBrightnessMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Sets the brightness mode. Does not wait: `true` and an empty @p reply say that nothing was answered
+    /// yet.
+    bool setBrightnessMode(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Reads the brightness of the colours; @p map goes out as the body and comes back as the reply.
+    bool getBrightnessRgb(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map);
+    /// Sets the brightness of the colours.
+    bool setBrightnessRgb(const QString& deviceKey, const QString& screenId,
+                          const QMap<QString, QVariant>& body);
+    /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); one the device
+    /// lacks is 0.
+    bool getSingleGamma(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                        bool force);
+    /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and renews the cache.
+    bool setOneGamma(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Reads the gamma table.
+    bool getGammaAllList(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    /// Sets the gamma table.
+    bool setGammaTable(const QString& deviceKey, const QString& screenId,
+                       const QMap<QString, QVariant>& body);
+    /// Reads the gamma curve that the six members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
+    /// `qualityMode` and `gammaMode` of @p params describe; one that is missing goes out empty.
+    bool getGammaCurve(const QString& deviceKey, const QString& screenId, QMap<QString, QString> params,
+                       QList<QVariant>& out);
+    /// Reads the gray scale.
+    bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+
+    /// Sets the 18-bit switch from member `enable`. Does not wait; renews the cache once the device agreed.
+    /// @return whether the request was started.
+    bool set18bit(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Sets the low-latency switch from member `enable`. Does not wait; renews the cache once the device
+    /// agreed.
+    /// @return whether the request was started.
+    bool setLowLatency(const QString& deviceKey, const QString& screenId,
+                       const QMap<QString, QVariant>& body);
+    /// Sets the uniform-display switch from member `enable`. Does not wait; renews the cache once the device
+    /// agreed.
+    /// @return whether the request was started.
+    bool setUniformDisplay(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body);
+    /// Sets the colour gamut from member `gamut`. Does not wait; renews the cache once the device agreed; @p
+    /// reply stays as it was. @return whether the request was started.
+    bool setGamut(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body,
+                  QMap<QString, QVariant>& reply);
+
+    /// @name HDR and 3D, on one screen and on several at once
+    /// The cached properties stay as they were. On several screens the requests run in parallel, `false` says
+    /// that any of them failed, and `results` is left as it was. Other events of the thread are delivered
+    /// meanwhile, so operators may be re-entered. Without ids the call waits until something else quits its
+    /// event loop.
+    /// @{
+    /// Sets the HDR switch.
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the HDR switch of the screens @p ids.
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR mode.
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HDR mode of the screens @p ids.
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HLG mode.
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HLG mode of the screens @p ids.
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR peak brightness.
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                           const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& reply);
+    /// Sets the HDR peak brightness of the screens @p ids.
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
+                                           const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR illuminance.
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
+    /// Sets the HDR illuminance of the screens @p ids.
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the HDR low-gray compensation.
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HDR low-gray compensation of the screens @p ids.
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D switch.
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D switch of the screens @p ids.
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
+                                     const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D source mode.
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D source mode of the screens @p ids.
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D eye priority.
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the 3D eye priority of the screens @p ids.
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the offset of the right eye.
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
+    /// Sets the offset of the right eye of the screens @p ids.
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// Sets the 3D depth of field.
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D depth of field of the screens @p ids.
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+    /// @}
+
+    /// Sets what the screen shows when a cable is unplugged.
+    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Adjusts the seams between cabinets.
+    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Chooses the input of the screen.
+    bool putScreenSetInput(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Initialises the colour space of the LEDs.
+    bool setColorSpaceInit(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Returns from colour space measuring to the normal display.
+    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& reply);
+    /// Demonstrates a gamut.
+    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Shows a colour.
+    bool setScreenColor(const QString& deviceKey, const QString& screenId,
+                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Changes a source colour to a target colour.
+    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Switches the protection of skin tones.
+    bool setSkinProtect(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
+    /// Switches the image of the tolerance.
+    bool setToleranceToggle(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the colour correction.
+    bool setColorCorrection(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the colour correction of white and black.
+    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+                                      QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Resets the colour correction.
+    bool resetColorCorrection(const QString& deviceKey, const QString& screenId,
+                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Resets the colour replacement.
+    bool resetColorpReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Triggers the colour correction.
+    bool triggerColorCorrection(const QString& deviceKey, const QString& screenId,
+                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Triggers the colour replacement.
+    bool triggerColorReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Saves the colour temperature. Does not wait: `true` and an empty @p reply say that
+    /// nothing was answered yet.
+    bool saveColorTemperature(const QString& deviceKey, const QString& screenId,
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the colour temperature. Does not wait: `true` says that nothing was answered yet.
+    bool setColorTemperature(const QString& deviceKey, const QString& screenId,
+                             const QMap<QString, QVariant>& body);
+
+    /// @name On the device as a whole
+    /// Those that do not wait return `true` and an empty reply, which say that nothing was answered yet.
+    /// Those that have no path send a request without one, which does nothing.
+    /// @{
+    /// Writes the data of a colour switch; does not wait.
+    bool putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Returns to the normal display; does not wait.
+    bool putNormalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Names a screen; does not wait.
+    bool putScreenName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Shows or hides lines; does not wait.
+    bool putShowlineState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Adjusts the colour; does not wait, has no path.
+    bool setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                    QMap<QString, QVariant>& reply);
+    /// Shows the normal picture; does not wait, has no path.
+    bool setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Puts a mouse mark on the screen; does not wait, has no path.
+    bool setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
+    /// Enters the hardware mode; does not wait, has no path.
+    bool setScreemHWMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Sets the state of lines; does not wait, has no path.
+    bool setScreenLineState(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// Sets the state of regions; does not wait, has no path.
+    bool setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// Clears the chosen lines; has no path.
+    bool setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Shows or hides the chosen lines; has no path.
+    bool setIsShowLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+    /// @}
+
+    /// Sets the mode of the extended bit depth.
+    bool setXbitMode(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Not in use: `false`, and nothing happens.
+    bool setFineGray(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Uploads a NICC file as it is; an empty @p screenId is not sent.
+    bool uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data);
+    /// Asks whether the device tells its NICC state; the state itself and @p params are not looked at. An
+    /// empty @p screenId is not sent.
+    bool getNiccState(const QString& deviceKey, const QString& screenId,
+                      const QMap<QString, QVariant>& params);
+
+    /// Sets the boot image; has no path.
+    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+                                  const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the position of the boot image; has no path.
+    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the region of the boot image; has no path.
+    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets how long the boot image stays.
+    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Previews the boot image.
+    bool putBootImagePreview(const QString& deviceKey, const QString& screenId,
+                             QMap<QString, QVariant>& reply);
+    /// Sets the prestored image.
+    bool putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Uploads a prestored image as the multipart fields @p parts and applies it to all.
+    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+                                    const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& reply);
+
+    /// Shows a solid colour. Takes up to 10 s.
+    bool putScreenSolid(const QString& deviceKey, const QString& screenId,
+                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Shows the solid colour of the colour space.
+    bool setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
+                            QMap<QString, QVariant>& reply);
+    /// Shows a test pattern of the sender.
+    bool putDeviceTestMode(const QString& deviceKey, const QString& screenId,
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Ends the test pattern of the sender.
+    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+                                  QMap<QString, QVariant>& reply);
+    /// Shows a test pattern of the receivers.
+    bool putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply);
+
+    /// Draws pixels for a correction. Takes up to 20 s.
+    bool setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Enters or leaves the drawing of correction images. Takes up to 10 s.
+    bool setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Fills a @p package of the application's own for setPixelImageMode(): path, body and time limit for the
+    /// device that the package names. Sends nothing; the application does.
+    void getPixelImageMode(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
+                           const QMap<QString, QVariant>& body);
+    /// Draws a checkerboard for a correction. Takes up to 20 s.
+    bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// The same with the response's headers, their names in lower case; by the single-screen route on every
+    /// device.
+    bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply, QMap<QString, QString>& headers);
+    /// Draws a rectangle for a correction. Takes up to 20 s.
+    bool setRectangularImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Clears the correction image.
+    bool setCorrectClearImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
+    /// Draws pixels for a correction on several devices at once: each of @p items goes, as a body, to the
+    /// device that its member `devKey` names. Other events of the thread but the user's input are delivered
+    /// meanwhile. @p reply stays as it was. @return whether all answered well within 20 s; without items
+    /// `false` and a critical log line.
+    bool setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items, QMap<QString, QVariant>& reply);
+    /// The same with checkerboards.
+    bool setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
+                                  QMap<QString, QVariant>& reply);
+
+Q_SIGNALS:
+    /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
+    void signal_screenDataChanged(const QString& deviceKey);
+    /// An event renewed the device's screen tags. On this object's thread, after the cache was replaced.
+    void signal_screenTagChanged(const QString& deviceKey);
+    /// A device told the new @p name of its screen, never empty; nothing is cached. On this object's thread.
+    void signal_screenNameChanged(const QString& deviceKey, const QString& name);
+    /// Never raised.
+    void needGetAllInputsInfo();
+
+private:
+    explicit ScreenInfo(QObject* parent = nullptr);
+    ~ScreenInfo() override;
+
+    // Make sure that a property is cached; for the twins above, which hand it out.
+    bool get18bit(const QString& deviceKey, const QString& screenId, bool force);
+    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force);
+    bool getLowLatency(const QString& deviceKey, const QString& screenId, bool force);
+    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHdrMode(const QString& deviceKey, const QString& screenId, bool force);
+    bool getHlgtype(const QString& deviceKey, const QString& screenId, bool force);
+    bool getMaxoflight(const QString& deviceKey, const QString& screenId, bool force);
+    bool getIlluminance(const QString& deviceKey, const QString& screenId, bool force);
+    bool getLowgray(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force);
+    bool getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force);
+    bool getFineGray(const QString& deviceKey, const QString& screenId, bool force);
+    bool getBrightness(const QString& deviceKey, const QString& screenId, bool force);
+    bool getGamma(const QString& deviceKey, const QString& screenId, bool force);
+
+    // The form of the above: ask the cache unless forced, else fetch and store.
+    bool readProperty(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
+                      const QString& screenId, bool force);
+    bool knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
+                         const QString& screenId, bool force);
+    bool fetchProperties(const char* routeKey, std::initializer_list<Tessel::ScreenProperty> properties,
+                         const QString& deviceKey, const QString& screenId);
+    // The form of the twins: replaces the output by the cached values under their own names.
+    bool handOut(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
+                 const QString& screenId, QMap<QString, QVariant>& out);
+    // One PUT per screen, in parallel; the results stay as they were.
+    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                      QList<QVariant>& results, const QString& routeKey);
+    // Writes without waiting, and caches the property of the body once the device agreed.
+    bool writeThrough(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
+                      const QString& screenId, const QMap<QString, QVariant>& body);
+
+    void onDeviceLogout(const QString& deviceKey);
+    void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
+
+    bool m_isWatch = true;
+    QMutex m_mutex; // held while a read stores properties
+    QMap<QString, QMap<QString, QVariant>> m_screens;
+    QMap<QString, QMap<QString, QVariant>> m_screenTags;
+    // Held while the property cache is asked and while an accepted write stores into it: not the mutex of the
+    // reads, so that a test and a store may overlap. Wanted so; neither is held across a request, and never
+    // both.
+    QMutex m_propertyMutex;
+    // device, screen, cache key
+    QMap<QString, QMap<QString, QMap<QString, QVariant>>> m_screenProperties;
+
+    static ScreenInfo* m_pInstance;
+};
+
+#endif

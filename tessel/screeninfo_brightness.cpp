@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+//
+// ScreenInfo: brightness and gamma.
+#include <tessel/cabinetinfooperator.h>
+#include <tessel/request.h>
+#include <tessel/routebyprotocol.h>
+#include <tessel/screeninfo.h>
+#include <tessel/screenproperty.h>
+
+#include <QDebug>
+
+using Tessel::readAs;
+using Tessel::Request;
+using Tessel::routeByProtocol;
+using Tessel::ScreenProperty;
+
+namespace {
+
+constexpr ScreenProperty brightnessProperty{"brightness", readAs<uint>, "brightness"};
+
+// A gamma on the wire is {"type": channel, "gamma": value}; the cache has a key per channel.
+constexpr const char* gammaChannels[] = {"gamma.0", "gamma.1", "gamma.2"};
+constexpr int allGammaChannels = 3; // on a write alone
+constexpr ScreenProperty rGamma{"rGamma", readAs<double>, gammaChannels[0]};
+constexpr ScreenProperty gGamma{"gGamma", readAs<double>, gammaChannels[1]};
+constexpr ScreenProperty bGamma{"bGamma", readAs<double>, gammaChannels[2]};
+
+const char* gammaRoute(const QString& deviceKey)
+{
+    return routeByProtocol(deviceKey, "ScreenGamma", "MuliScreenGamma");
+}
+
+const char* gammaTableRoute(const QString& deviceKey)
+{
+    return routeByProtocol(deviceKey, "ScreenGammaTable", "MultScreenGammaTable");
+}
+
+// A screen without cabinets has no brightness. The line names the write for the read as well.
+bool hasCabinets(const QString& deviceKey)
+{
+    QList<QVariant> cabinets;
+    CabinetInfoOperator::getInstance()->getAllCabinetsInfo(deviceKey, cabinets, false);
+    if (cabinets.isEmpty())
+        qDebug() << "setBrightness cabinet empty:" << deviceKey;
+    return !cabinets.isEmpty();
+}
+
+int gammaType(const QMap<QString, QVariant>& gamma)
+{
+    return gamma.value(QStringLiteral("type")).toInt();
+}
+
+double gammaValue(const QMap<QString, QVariant>& gamma)
+{
+    return gamma.value(QStringLiteral("gamma")).toDouble();
+}
+
+} // namespace
+
+// Without cabinets the read is well and stores nothing.
+bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return knowsProperties({brightnessProperty.cacheKey}, deviceKey, screenId, force) ||
+           !hasCabinets(deviceKey) ||
+           fetchProperties(routeByProtocol(deviceKey, "ScreenBrightness", "MulitScreenBrightness"),
+                           {brightnessProperty}, deviceKey, screenId);
+}
+
+bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId,
+                               QMap<QString, QVariant>& out, bool force)
+{
+    return getBrightness(deviceKey, screenId, force) &&
+           handOut({brightnessProperty}, deviceKey, screenId, out);
+}
+
+// The newer protocol takes the integral quotient by 255, which no read multiplies back. Wanted.
+bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& screenId,
+                               QMap<QString, QVariant>& params, int brightness)
+{
+    if (!hasCabinets(deviceKey))
+        return true;
+    const bool multi = HWInfo::getInstance()->getHwProtoc(deviceKey, false);
+    params[QLatin1String(brightnessProperty.name)] = multi ? brightness / 255 : brightness;
+    return writeThrough(multi ? "MulitScreenBrightness" : "ScreenBrightness", brightnessProperty, deviceKey,
+                        screenId, params);
+}
+
+bool ScreenInfo::getBrightnessMode(const QString& deviceKey, const QString& screenId,
+                                   QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenBrightnessMode").placeHolder("id", screenId).get(deviceKey, reply);
+}
+
+bool ScreenInfo::setBrightnessMode(const QString& deviceKey, const QString& screenId,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenBrightnessMode").placeHolder("id", screenId).body(body).firePut(deviceKey, reply);
+}
+
+// What `map` holds goes out as the body of the GET.
+bool ScreenInfo::getBrightnessRgb(const QString& deviceKey, const QString& screenId,
+                                  QMap<QString, QVariant>& map)
+{
+    return Request("ScreenRgbBrightness").placeHolder("id", screenId).body(map).get(deviceKey, map);
+}
+
+bool ScreenInfo::setBrightnessRgb(const QString& deviceKey, const QString& screenId,
+                                  const QMap<QString, QVariant>& body)
+{
+    return Request("ScreenRgbBrightness").placeHolder("id", screenId).body(body).put(deviceKey);
+}
+
+bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, bool force)
+{
+    if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, screenId, force))
+        return true;
+    QList<QVariant> gammas;
+    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).get(deviceKey, gammas))
+        return false;
+    const QMutexLocker lock(&m_mutex);
+    for (const QVariant& element : qAsConst(gammas)) {
+        const QMap<QString, QVariant> gamma = element.toMap();
+        const int type = gammaType(gamma);
+        if (type >= 0 && type < allGammaChannels)
+            m_screenProperties[deviceKey][screenId][QLatin1String(gammaChannels[type])] = gammaValue(gamma);
+    }
+    return true;
+}
+
+bool ScreenInfo::getSingleGamma(const QString& deviceKey, const QString& screenId,
+                                QMap<QString, QVariant>& out, bool force)
+{
+    return getGamma(deviceKey, screenId, force) &&
+           handOut({rGamma, gGamma, bGamma}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,
+                             const QMap<QString, QVariant>& body)
+{
+    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey))
+        return false;
+    const QMutexLocker lock(&m_propertyMutex);
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    const int type = gammaType(body);
+    if (type == allGammaChannels) {
+        for (const char* channel : gammaChannels)
+            known[QLatin1String(channel)] = gammaValue(body);
+    } else {
+        // Whatever the type is: nothing reads the others.
+        known[QStringLiteral("gamma.%1").arg(type)] = gammaValue(body);
+    }
+    return true;
+}
+
+bool ScreenInfo::getGammaAllList(const QString& deviceKey, const QString& screenId,
+                                 QMap<QString, QVariant>& reply)
+{
+    return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).get(deviceKey, reply);
+}
+
+bool ScreenInfo::setGammaTable(const QString& deviceKey, const QString& screenId,
+                               const QMap<QString, QVariant>& body)
+{
+    return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey);
+}
+
+bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& screenId,
+                               QMap<QString, QString> params, QList<QVariant>& out)
+{
+    Request request("ScreenGammaCurve");
+    request.placeHolder("id", screenId);
+    for (const char* name : {"gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode", "gammaMode"})
+        request.parameter(name, params.take(QLatin1String(name)));
+    return request.get(deviceKey, out);
+}
+
+bool ScreenInfo::getGrayScale(const QString& deviceKey, const QString& screenId,
+                              QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenGrayScale").placeHolder("id", screenId).get(deviceKey, reply);
+}

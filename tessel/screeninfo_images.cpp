@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+//
+// ScreenInfo: images and test patterns.
+#include <tessel/fanout.h>
+#include <tessel/request.h>
+#include <tessel/routebyprotocol.h>
+#include <tessel/screeninfo.h>
+
+#include <QDebug>
+
+using Tessel::HttpJsonPackage;
+using Tessel::MultipartRequest;
+using Tessel::putToDevices;
+using Tessel::Request;
+using Tessel::routeByProtocol;
+using Tessel::routePath;
+
+namespace {
+
+const char* pixelRoute(const QString& deviceKey)
+{
+    return routeByProtocol(deviceKey, "HwScreen_DrawCorrectRegion", "HwScreen_MultDrawCorrectRegion");
+}
+
+const char* modeRoute(const QString& deviceKey)
+{
+    return routeByProtocol(deviceKey, "HwScreen_CorrectSwitch", "HwScreen_MultCorrectSwitch");
+}
+
+const char* checkerBoardRoute(const QString& deviceKey)
+{
+    return routeByProtocol(deviceKey, "HwScreen_DrawCheckerBoardRegion",
+                           "HwScreen_MultDrawCheckerBoardRegion");
+}
+
+} // namespace
+
+// The table lacks the three keys of the boot image itself. Wanted.
+bool ScreenInfo::putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenImagePos").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenImageRegion").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenBootTimeSpan").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putBootImagePreview(const QString& deviceKey, const QString& screenId,
+                                     QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenBootImagePreview").placeHolder("id", screenId).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenPrestoreImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+// The one multipart body that goes out through the plain verb.
+bool ScreenInfo::putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+                                            const QMap<QString, QVariant>& parts,
+                                            QMap<QString, QVariant>& reply)
+{
+    qDebug() << "putPrestoreImageApplyToAll" << parts;
+    return MultipartRequest("ScreenPrestoreImageApplay", parts)
+        .placeHolder("id", screenId)
+        .putPlain(deviceKey, reply);
+}
+
+bool ScreenInfo::putScreenSolid(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSolid")
+        .placeHolder("id", screenId)
+        .body(body)
+        .expectedTime(10000)
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSolid")
+        .placeHolder("id", screenId)
+        .parameter("type", QStringLiteral("1"))
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceTestMode(const QString& deviceKey, const QString& screenId,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("SenderTestMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+                                          QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenTxTestPatternDisable").placeHolder("id", screenId).put(deviceKey, reply);
+}
+
+// The path's place for an id stays unfilled. Wanted.
+bool ScreenInfo::putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("ReceiveTestMode").body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& reply)
+{
+    return Request(pixelRoute(deviceKey)).body(body).expectedTime(20000).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                   QMap<QString, QVariant>& reply)
+{
+    return Request(modeRoute(deviceKey)).body(body).expectedTime(10000).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& reply)
+{
+    return Request(checkerBoardRoute(deviceKey)).body(body).expectedTime(20000).put(deviceKey, reply);
+}
+
+// Keeps to the single form on every device, as do the two below.
+bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& reply, QMap<QString, QString>& headers)
+{
+    return Request("HwScreen_DrawCheckerBoardRegion")
+        .body(body)
+        .expectedTime(20000)
+        .put(deviceKey, reply, headers);
+}
+
+bool ScreenInfo::setRectangularImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& reply)
+{
+    return Request("HwScreen_DraRectangularRegion").body(body).expectedTime(20000).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setCorrectClearImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& reply)
+{
+    return Request("HwScreen_CorrectClear").body(body).put(deviceKey, reply);
+}
+
+void ScreenInfo::getPixelImageMode(HttpJsonPackage* package, const QMap<QString, QVariant>& body)
+{
+    package->setUrl(routePath(modeRoute(package->getDevkey())));
+    package->setRequestWithJsonObj(QVariant(body));
+    package->setExpectedTime(10000);
+}
+
+bool ScreenInfo::setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items,
+                                   QMap<QString, QVariant>&)
+{
+    return putToDevices("ScreenInfo::setMultPixelImage", items, pixelRoute, 20000);
+}
+
+bool ScreenInfo::setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
+                                          QMap<QString, QVariant>&)
+{
+    return putToDevices("ScreenInfo::setMultCheckerBoardImage", items, checkerBoardRoute, 20000);
+}

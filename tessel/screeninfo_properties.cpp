@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: MIT
+//
+// ScreenInfo: reads of a screen's properties.
+#include <tessel/request.h>
+#include <tessel/screeninfo.h>
+#include <tessel/screenproperty.h>
+
+#include <algorithm>
+
+using Tessel::gamut;
+using Tessel::lowLatency;
+using Tessel::readAs;
+using Tessel::Request;
+using Tessel::ScreenProperty;
+using Tessel::uniformDisplay;
+using Tessel::xbit;
+
+namespace {
+
+// The writes of these renew nothing in the cache.
+constexpr ScreenProperty hdrSwitch{"enable", readAs<bool>, "hdrSwitch"};
+constexpr ScreenProperty hdrMode{"mode", readAs<int>, "hdrMode"};
+constexpr ScreenProperty hlgMode{"hlgMode", readAs<int>, "hlgMode"};
+constexpr ScreenProperty maxoflight{"peakBrightness", readAs<int>, "maxoflight"};
+constexpr ScreenProperty illuminance{"illuminance", readAs<int>, "illuminance"};
+constexpr ScreenProperty lowgray{"lowGray", readAs<int>, "lowGray"};
+constexpr ScreenProperty threeDSwitch{"enable", readAs<bool>, "threeDSwitch"};
+constexpr ScreenProperty threeDSourceMode{"sourceMode", readAs<int>, "threeDSourceMode"};
+constexpr ScreenProperty threeDEyepriority{"eyePriority", readAs<int>, "threeDEyepriority"};
+constexpr ScreenProperty threeDDepthField{"fieldDepth", readAs<int>, "threeDDepthField"};
+constexpr ScreenProperty threeDStartpositionX{"rightEyeOffset.x", readAs<int>, "threeDStartpositionX"};
+constexpr ScreenProperty threeDStartpositionY{"rightEyeOffset.y", readAs<int>, "threeDStartpositionY"};
+
+} // namespace
+
+bool ScreenInfo::get18bit(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenXbit", xbit, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenGamut", gamut, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenLowLatency", lowLatency, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenUniformDisplay", uniformDisplay, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHDRSwitch", hdrSwitch, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getHdrMode(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHDRType", hdrMode, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getHlgtype(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHLGMode", hlgMode, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getMaxoflight(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHDRPeakBrightness", maxoflight, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getIlluminance(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHDRIlluminance", illuminance, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getLowgray(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenHDRLowgray", lowgray, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("Screen3DSwitch", threeDSwitch, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("ScreenSourceMode", threeDSourceMode, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("Screen3DEyepriority", threeDEyepriority, deviceKey, screenId, force);
+}
+
+bool ScreenInfo::getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return readProperty("Screen3DFieldDepth", threeDDepthField, deviceKey, screenId, force);
+}
+
+// Asks the cache for a key that nothing stores, so the device answers every time. Wanted.
+bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force)
+{
+    return knowsProperties({"threeDStartposition"}, deviceKey, screenId, force) ||
+           fetchProperties("Screen3DRighteyeOffset", {threeDStartpositionX, threeDStartpositionY}, deviceKey,
+                           screenId);
+}
+
+bool ScreenInfo::get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+                          bool force)
+{
+    return get18bit(deviceKey, screenId, force) && handOut({xbit}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& screenId,
+                                 QMap<QString, QVariant>& out, bool force)
+{
+    return getCurrentGamut(deviceKey, screenId, force) && handOut({gamut}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& screenId,
+                               QMap<QString, QVariant>& out, bool force)
+{
+    return getLowLatency(deviceKey, screenId, force) && handOut({lowLatency}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& screenId,
+                                   QMap<QString, QVariant>& out, bool force)
+{
+    return getUniformDisplay(deviceKey, screenId, force) &&
+           handOut({uniformDisplay}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                                  QMap<QString, QVariant>& out, bool force)
+{
+    return getHdrSwitch(deviceKey, screenId, force) && handOut({hdrSwitch}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                                QMap<QString, QVariant>& out, bool force)
+{
+    return getHdrMode(deviceKey, screenId, force) && handOut({hdrMode}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                                QMap<QString, QVariant>& out, bool force)
+{
+    return getHlgtype(deviceKey, screenId, force) && handOut({hlgMode}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                                   QMap<QString, QVariant>& out, bool force)
+{
+    return getMaxoflight(deviceKey, screenId, force) && handOut({maxoflight}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                                    QMap<QString, QVariant>& out, bool force)
+{
+    return getIlluminance(deviceKey, screenId, force) && handOut({illuminance}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                                QMap<QString, QVariant>& out, bool force)
+{
+    return getLowgray(deviceKey, screenId, force) && handOut({lowgray}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                             QMap<QString, QVariant>& out, bool force)
+{
+    return getThreeDSwitch(deviceKey, screenId, force) && handOut({threeDSwitch}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                                 QMap<QString, QVariant>& out, bool force)
+{
+    return getThreeDSourceMode(deviceKey, screenId, force) &&
+           handOut({threeDSourceMode}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                                  QMap<QString, QVariant>& out, bool force)
+{
+    return getThreeDEyepriority(deviceKey, screenId, force) &&
+           handOut({threeDEyepriority}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                                 QMap<QString, QVariant>& out, bool force)
+{
+    return getThreeDDepthField(deviceKey, screenId, force) &&
+           handOut({threeDDepthField}, deviceKey, screenId, out);
+}
+
+bool ScreenInfo::getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                                    QMap<QString, QVariant>& out, bool force)
+{
+    return getThreeDStartposition(deviceKey, screenId, force) &&
+           handOut({threeDStartpositionX, threeDStartpositionY}, deviceKey, screenId, out);
+}
+
+// What `map` holds goes out as the body of the GET.
+bool ScreenInfo::getColorTemperature(const QString& deviceKey, const QString& screenId,
+                                     QMap<QString, QVariant>& map, bool)
+{
+    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(map).get(deviceKey, map);
+}
+
+// The path has no place for the id, which is named all the same.
+bool ScreenInfo::getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
+                                         QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenColorSpaceInfo").placeHolder("id", screenId).get(deviceKey, reply);
+}
+
+// The latest request stays alive until the next call. Wanted.
+bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& screenId,
+                             QMap<QString, QVariant>& reply)
+{
+    static Request* retained = nullptr;
+    delete retained;
+    retained = new Request("ScreenXbitMode");
+    return retained->placeHolder("id", screenId).get(deviceKey, reply);
+}
+
+// Fine gray is not in use: its route stands in the table, and nothing asks it.
+bool ScreenInfo::getFineGray(const QString&, const QString&, bool)
+{
+    return false;
+}
+
+bool ScreenInfo::getFineGray(const QString&, const QString&, QMap<QString, QVariant>&, bool)
+{
+    return false;
+}
+
+bool ScreenInfo::readProperty(const char* routeKey, const ScreenProperty& property, const QString& deviceKey,
+                              const QString& screenId, bool force)
+{
+    return knowsProperties({property.cacheKey}, deviceKey, screenId, force) ||
+           fetchProperties(routeKey, {property}, deviceKey, screenId);
+}
+
+bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
+                                 const QString& screenId, bool force)
+{
+    if (force)
+        return false;
+    const QMutexLocker lock(&m_propertyMutex);
+    const QMap<QString, QVariant> known = m_screenProperties.value(deviceKey).value(screenId);
+    return std::all_of(cacheKeys.begin(), cacheKeys.end(),
+                       [&known](const char* key) { return known.contains(QLatin1String(key)); });
+}
+
+bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<ScreenProperty> properties,
+                                 const QString& deviceKey, const QString& screenId)
+{
+    QMap<QString, QVariant> reply;
+    if (!Request(routeKey).placeHolder("id", screenId).get(deviceKey, reply))
+        return false;
+    const QMutexLocker lock(&m_mutex);
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    for (const ScreenProperty& property : properties)
+        known[QLatin1String(property.cacheKey)] = property.read(reply.value(QLatin1String(property.name)));
+    return true;
+}
+
+bool ScreenInfo::handOut(std::initializer_list<ScreenProperty> properties, const QString& deviceKey,
+                         const QString& screenId, QMap<QString, QVariant>& out)
+{
+    // A property that is not cached becomes one without value, and counts as cached from then on. Wanted.
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    QMap<QString, QVariant> values;
+    for (const ScreenProperty& property : properties)
+        values.insert(QLatin1String(property.name), property.read(known[QLatin1String(property.cacheKey)]));
+    out = values;
+    return true;
+}

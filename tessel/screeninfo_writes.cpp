@@ -1,0 +1,447 @@
+// SPDX-License-Identifier: MIT
+//
+// ScreenInfo: writes of display and colour parameters.
+#include <tessel/fanout.h>
+#include <tessel/request.h>
+#include <tessel/screeninfo.h>
+#include <tessel/screenproperty.h>
+
+using Tessel::gamut;
+using Tessel::GroupRequest;
+using Tessel::lowLatency;
+using Tessel::PendingRequest;
+using Tessel::Request;
+using Tessel::ScreenProperty;
+using Tessel::uniformDisplay;
+using Tessel::xbit;
+
+namespace {
+
+// Names the screen in the query, where the path has no place for it.
+void nameScreen(Request& request, const QString& screenId)
+{
+    if (!screenId.isEmpty())
+        request.parameter("id", screenId);
+}
+
+} // namespace
+
+bool ScreenInfo::set18bit(const QString& deviceKey, const QString& screenId,
+                          const QMap<QString, QVariant>& body)
+{
+    return writeThrough("ScreenXbit", xbit, deviceKey, screenId, body);
+}
+
+bool ScreenInfo::setLowLatency(const QString& deviceKey, const QString& screenId,
+                               const QMap<QString, QVariant>& body)
+{
+    return writeThrough("ScreenLowLatency", lowLatency, deviceKey, screenId, body);
+}
+
+bool ScreenInfo::setUniformDisplay(const QString& deviceKey, const QString& screenId,
+                                   const QMap<QString, QVariant>& body)
+{
+    return writeThrough("ScreenUniformDisplay", uniformDisplay, deviceKey, screenId, body);
+}
+
+bool ScreenInfo::setGamut(const QString& deviceKey, const QString& screenId,
+                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>&)
+{
+    return writeThrough("ScreenGamut", gamut, deviceKey, screenId, body);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHDRSwitch").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRSwitch"));
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHDRType").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRType"));
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHLGMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHLGMode"));
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+                                                   const QMap<QString, QVariant>& body,
+                                                   QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHDRPeakBrightness").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
+                                                   const QMap<QString, QVariant>& body,
+                                                   QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRPeakBrightness"));
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHDRIlluminance").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRIlluminance"));
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenHDRLowgray").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRLowgray"));
+}
+
+bool ScreenInfo::putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply)
+{
+    return Request("Screen3DSwitch").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
+                                             const QMap<QString, QVariant>& body, QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DSwitch"));
+}
+
+bool ScreenInfo::putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSourceMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenSourceMode"));
+}
+
+bool ScreenInfo::putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& reply)
+{
+    return Request("Screen3DEyepriority").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
+                                                  const QMap<QString, QVariant>& body,
+                                                  QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DEyepriority"));
+}
+
+bool ScreenInfo::putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QMap<QString, QVariant>& reply)
+{
+    return Request("Screen3DRighteyeOffset").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
+                                                    const QMap<QString, QVariant>& body,
+                                                    QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DRighteyeOffset"));
+}
+
+bool ScreenInfo::putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QMap<QString, QVariant>& reply)
+{
+    return Request("Screen3DFieldDepth").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
+                                                 const QMap<QString, QVariant>& body,
+                                                 QList<QVariant>& results)
+{
+    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DFieldDepth"));
+}
+
+bool ScreenInfo::putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+                                                const QMap<QString, QVariant>& body,
+                                                QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenCabledisconnect").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+                                               const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSeamAdjustment").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::putScreenSetInput(const QString& deviceKey, const QString& screenId,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSetInput").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+// Four paths here have no place for the id, which is named all the same: colour space, demonstration, colour.
+bool ScreenInfo::setColorSpaceInit(const QString& deviceKey, const QString& screenId,
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenColorSpaceInit").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenColorSpaceRecover").placeHolder("id", screenId).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenDemoGamut").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setScreenColor(const QString& deviceKey, const QString& screenId,
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenColor").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+                                            QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_SwitchColorFromSrcToTarget")
+        .placeHolder("id", screenId)
+        .body(body)
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::setSkinProtect(const QString& deviceKey, const QString& screenId,
+                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_SkinProtect").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setToleranceToggle(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ToleranceImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setColorCorrection(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ColorCorrection").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+                                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_WhiteBlackColorCorrection")
+        .placeHolder("id", screenId)
+        .body(body)
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::resetColorCorrection(const QString& deviceKey, const QString& screenId,
+                                      QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ResetColorCorrection")
+        .placeHolder("id", screenId)
+        .body(body)
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::resetColorpReplace(const QString& deviceKey, const QString& screenId,
+                                    QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ResetColorReplace").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::triggerColorCorrection(const QString& deviceKey, const QString& screenId,
+                                        QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ColorCorrecttionTrigger")
+        .placeHolder("id", screenId)
+        .body(body)
+        .put(deviceKey, reply);
+}
+
+bool ScreenInfo::triggerColorReplace(const QString& deviceKey, const QString& screenId,
+                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("Device_ColorReplaceTrigger").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::saveColorTemperature(const QString& deviceKey, const QString& screenId,
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenSaveColorTemperature")
+        .placeHolder("id", screenId)
+        .body(body)
+        .firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setColorTemperature(const QString& deviceKey, const QString& screenId,
+                                     const QMap<QString, QVariant>& body)
+{
+    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(body).firePut(deviceKey);
+}
+
+bool ScreenInfo::putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenColorsWitchData").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::putNormalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenNormalDisplay").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::putScreenName(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                               QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenUpdateName").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::putShowlineState(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply)
+{
+    return Request("ScreenShowlineState").body(body).firePut(deviceKey, reply);
+}
+
+// The table lacks the keys that start with "Screen_". Wanted.
+bool ScreenInfo::setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_AdjustSceenColor").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_NomalShow").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_MouseToScreen").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setScreemHWMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                 QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_EnterHwMode").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setScreenLineState(const QString& deviceKey, const QList<QVariant>& body,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_SetLineState").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
+                                      QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_SetRegionState").body(body).firePut(deviceKey, reply);
+}
+
+bool ScreenInfo::setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                                   QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_ClearChooseState").body(body).put(deviceKey, reply);
+}
+
+bool ScreenInfo::setIsShowLinestate(const QString& deviceKey, const QList<QVariant>& body,
+                                    QMap<QString, QVariant>& reply)
+{
+    return Request("Screen_IsShowHWState").body(body).put(deviceKey, reply);
+}
+
+// The request is never released: one stays allocated per call. Wanted.
+bool ScreenInfo::setXbitMode(const QString& deviceKey, const QString& screenId,
+                             const QMap<QString, QVariant>& body)
+{
+    return (new Request("ScreenXbitMode"))->placeHolder("id", screenId).body(body).put(deviceKey);
+}
+
+bool ScreenInfo::setFineGray(const QString&, const QString&, const QMap<QString, QVariant>&)
+{
+    return false;
+}
+
+bool ScreenInfo::uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data)
+{
+    Request request("ScreenNiccFile");
+    nameScreen(request, screenId);
+    return request.data(data).put(deviceKey);
+}
+
+bool ScreenInfo::getNiccState(const QString& deviceKey, const QString& screenId,
+                              const QMap<QString, QVariant>&)
+{
+    Request request("ScreenNiccState");
+    nameScreen(request, screenId);
+    return request.get(deviceKey);
+}
+
+bool ScreenInfo::putGroupSync(const QString& deviceKey, const QStringList& ids,
+                              const QMap<QString, QVariant>& body, QList<QVariant>&, const QString& routeKey)
+{
+    return GroupRequest(routeKey).body(body).put(deviceKey, ids);
+}
+
+// What the cache takes is what was asked for, once the device accepted it.
+bool ScreenInfo::writeThrough(const char* routeKey, const ScreenProperty& property, const QString& deviceKey,
+                              const QString& screenId, const QMap<QString, QVariant>& body)
+{
+    return PendingRequest(routeKey)
+        .placeHolder("id", screenId)
+        .body(body)
+        .writeThrough(deviceKey, this, [this, property, deviceKey, screenId, body] {
+            const QMutexLocker lock(&m_propertyMutex);
+            m_screenProperties[deviceKey][screenId][QLatin1String(property.cacheKey)] =
+                property.read(body.value(QLatin1String(property.name)));
+        });
+}

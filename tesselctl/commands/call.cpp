@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "commands.h"
+
+#include "tesselctl/arguments.h"
+#include "tesselctl/exchanges.h"
+#include "tesselctl/jsontext.h"
+#include "tesselctl/operationlist.h"
+#include "tesselctl/output.h"
+#include "tesselctl/printable.h"
+
+namespace TesselCtl {
+
+namespace {
+
+// One output stands for itself, several stand under their names, none leaves the bare yes.
+QVariant resultOf(const Operation& operation, const QVariantList& outputs)
+{
+    const std::vector<QString> names = operation.outputNames();
+    if (outputs.isEmpty())
+        return true;
+    if (outputs.size() == 1)
+        return outputs.first();
+    QVariantMap named;
+    for (int i = 0; i < outputs.size(); ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        named.insert(index < names.size() ? names[index] : QStringLiteral("value"), outputs[i]);
+    }
+    return named;
+}
+
+QString textOf(const QVariant& result)
+{
+    return result.userType() == QMetaType::Bool && result.toBool() ? QStringLiteral("ok\n")
+                                                                   : humanText(result);
+}
+
+class Caller
+{
+public:
+    Caller(const Settings& settings, const BoundCall& call, Console& console)
+        : m_settings(settings)
+        , m_call(call)
+        , m_console(console)
+        , m_exchanges([&settings, &console](const Exchanges::Record& record) {
+            if (settings.trace)
+                console.remark(traceLine(record));
+        })
+    {}
+
+    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label stands before the
+    /// output of one of several.
+    void callOn(const QString& device, bool label)
+    {
+        QVariantList values = m_call.values;
+        if (m_call.operation->takesDevice())
+            values[0] = device;
+        m_exchanges.begin();
+        const CallResult called = m_call.operation->invoke(values);
+        Outcome outcome = m_exchanges.outcome(called.succeeded);
+        if (outcome.code == Failed && !called.reason.isEmpty())
+            outcome.reason = printable(called.reason);
+        const QVariant result = called.succeeded ? resultOf(*m_call.operation, called.outputs) : QVariant();
+        m_results.insert(device, result);
+
+        if (called.succeeded && !m_settings.json)
+            m_console.data((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
+        else if (called.succeeded && !label)
+            m_console.data(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
+        if (outcome.code != Done)
+            m_console.complain(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
+        if (m_exitCode == Done)
+            m_exitCode = outcome.code;
+    }
+
+    void printAll()
+    {
+        if (m_settings.json)
+            m_console.data(QString::fromUtf8(toJson(m_results, true)) + QLatin1Char('\n'));
+    }
+
+    ExitCode exitCode() const { return m_exitCode; }
+
+private:
+    const Settings& m_settings;
+    const BoundCall& m_call;
+    Console& m_console;
+    Exchanges m_exchanges;
+    QVariantMap m_results; ///< by device, null where the call failed
+    ExitCode m_exitCode = Done;
+};
+
+} // namespace
+
+ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments,
+                 Console& console)
+{
+    const Lookup found = findOperation(allOperations(), operation);
+    if (found.operations.empty()) {
+        console.complain(printable(found.problem));
+        return Usage;
+    }
+    ArgumentFiles files;
+    const BoundCall call = bindArguments(found.operations, arguments, files);
+    if (!call.operation) {
+        console.complain(call.problem);
+        return Usage;
+    }
+    QString problem;
+    const std::vector<Device> devices = readDevices(settings.devices, problem);
+    if (!problem.isEmpty() || !addDevices(devices, problem)) {
+        console.complain(problem);
+        return Usage;
+    }
+
+    Caller caller(settings, call, console);
+    const bool several = devices.size() > 1;
+    for (const Device& device : devices)
+        caller.callOn(device.name, several);
+    if (several)
+        caller.printAll();
+    return caller.exitCode();
+}
+
+} // namespace TesselCtl

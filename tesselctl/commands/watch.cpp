@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+#include "commands.h"
+
+#include "tesselctl/exchanges.h"
+#include "tesselctl/jsontext.h"
+#include "tesselctl/printable.h"
+#include "tesselctl/terminationsignal.h"
+
+#include <communicator/httpproxy.h>
+#include <tessel/devicemanager.h>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QLoggingCategory>
+#include <QTimer>
+
+namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
+namespace {
+
+/// Prints what comes, line by line, and ends the event loop when enough came or nobody reads any more.
+class Watcher : public QObject
+{
+public:
+    Watcher(bool json, int count, Console& console)
+        : m_json(json)
+        , m_remaining(count)
+        , m_limited(count > 0)
+        , m_console(console)
+    {
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        connect(proxy, &HttpProxy::deviceAutoReportData, this, &Watcher::onEvent);
+        connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
+        connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
+    }
+
+private:
+    void onEvent(const QByteArray& data, const QString& deviceKey)
+    {
+        if (m_limited && m_remaining == 0)
+            return;
+        QVariant payload;
+        QString problem;
+        if (m_json && !parseJson(data, payload, problem))
+            payload = QString::fromUtf8(data);
+        print(QStringLiteral("event"), deviceKey, printable(QString::fromUtf8(data)), payload);
+        if (m_limited && --m_remaining == 0)
+            QCoreApplication::quit();
+    }
+
+    void onLogout(const QString& deviceKey)
+    {
+        print(QStringLiteral("logout"), deviceKey, QStringLiteral("device gone"), {});
+    }
+
+    void onDevices()
+    {
+        // One notice comes per device that is added; the list is worth a line when it differs.
+        const QStringList devices = HttpProxy::getInstance()->devices();
+        if (devices == m_devices)
+            return;
+        m_devices = devices;
+        print(QStringLiteral("devices"), {},
+              QStringLiteral("devices: ") + printable(devices.join(QStringLiteral(", "))),
+              QVariantList(devices.begin(), devices.end()));
+    }
+
+    void print(const QString& kind, const QString& deviceKey, const QString& text, const QVariant& payload)
+    {
+        const QDateTime now = QDateTime::currentDateTime();
+        const QString time = m_json ? now.toUTC().toString(Qt::ISODateWithMs)
+                                    : now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        if (m_json) {
+            const QVariantMap line{{QStringLiteral("time"), time},
+                                   {QStringLiteral("kind"), kind},
+                                   {QStringLiteral("device"), deviceKey.isNull() ? QVariant() : deviceKey},
+                                   {QStringLiteral("payload"), payload}};
+            m_console.data(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
+        } else {
+            const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
+            m_console.data(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
+                           QLatin1Char('\n'));
+        }
+        if (m_console.dataLost())
+            QCoreApplication::quit();
+    }
+
+    const bool m_json;
+    int m_remaining;
+    const bool m_limited;
+    Console& m_console;
+    QStringList m_devices;
+};
+
+} // namespace
+
+ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console)
+{
+    QString problem;
+    const std::vector<Device> devices = readDevices(settings.devices, problem);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
+        return Usage;
+    }
+    const TerminationSignal stop([] { QCoreApplication::quit(); });
+    // The transport tells what its streams do in this category, on standard error.
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.http=false\ntessel.events.debug=false"));
+    const Exchanges exchanges([&settings, &console](const Exchanges::Record& record) {
+        if (settings.trace)
+            console.remark(traceLine(record));
+    });
+    const Watcher watcher(settings.json, count, console);
+    DeviceManager::getInstance()->initManager();
+    if (!addDevices(devices, problem)) {
+        console.complain(problem);
+        return Usage;
+    }
+    if (seconds > 0)
+        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
+                           &QCoreApplication::quit);
+    QCoreApplication::exec();
+    return Done;
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_DEVICES_H
+#define TESSELCTL_DEVICES_H
+
+#include <communicator/deviceendpoint.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace TesselCtl {
+
+/// What the command line says of devices. Where a secret stands, never the secret.
+struct DeviceSettings
+{
+    QStringList devices;    ///< `address` or `name=address`
+    QString login;          ///< empty, `basic`, `digest` or `bearer`
+    QString user;           ///< for basic and digest
+    QString secretVariable; ///< environment variable that holds password or token
+    QString secretFile;     ///< file whose first line is password or token
+    QString caFile;         ///< see DeviceEndpoint
+    QString pinnedKey;      ///< see DeviceEndpoint
+    bool insecure = false;  ///< accept any certificate
+};
+
+/// A device under the name that output and trace use.
+struct Device
+{
+    QString name; ///< the key in the transport
+    Krelm::Communicator::HttpDevice::DeviceEndpoint endpoint;
+};
+
+/// Reads the devices, asking for the secret on the terminal where nothing else gives it. @return none when
+/// the settings are wrong, and @p problem says why.
+std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem);
+
+/// Makes the devices known to the transport. @return whether it took them all; otherwise @p problem says
+/// which not.
+bool addDevices(const std::vector<Device>& devices, QString& problem);
+
+} // namespace TesselCtl
+
+#endif

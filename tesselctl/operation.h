@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_OPERATION_H
+#define TESSELCTL_OPERATION_H
+
+#include "value.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <vector>
+
+class QObject;
+
+namespace TesselCtl {
+
+/// One parameter of an operation.
+struct Parameter
+{
+    enum Direction { In, Out, InOut };
+
+    QString name;
+    ValueType type;
+    Direction direction;
+};
+
+/// What a call left behind.
+struct CallResult
+{
+    bool succeeded = false;
+    QString reason; ///< why a promise was rejected
+    QVariantList
+        outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
+};
+
+/// Calls an operation with one value per parameter; those of pure outputs are ignored.
+using Invoker = std::function<CallResult(const QVariantList& values)>;
+
+/// One operation of the library that can be called by name.
+struct Operation
+{
+    QString className; ///< as C++ spells it, `UrlResource::MonitorInfo`
+    QString name;      ///< of the operation alone
+    std::vector<Parameter> parameters;
+    Invoker invoke;
+
+    /// `Capability::getAllChipType`
+    QString qualifiedName() const;
+    /// Whether the first parameter names the device.
+    bool takesDevice() const;
+    /// The indexes of the parameters that a user writes: inputs other than the device.
+    std::vector<std::size_t> written() const;
+    /// Names of what CallResult::outputs holds, a promise's value left out.
+    std::vector<QString> outputNames() const;
+    /// How it is called: `DebugInfo::getParameters body={...}  ->  result`
+    QString usage() const;
+};
+
+} // namespace TesselCtl
+
+#endif

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+//
+// For rows whose operation returns a promise: include it before the first such row.
+#ifndef TESSELCTL_PROMISERESULT_H
+#define TESSELCTL_PROMISERESULT_H
+
+#include "invoker.h"
+
+#include <zephserializer/serializable.h>
+
+#include <QtPromise>
+
+#include <exception>
+
+namespace TesselCtl {
+
+/// The result made of a record's properties.
+inline QVariant toVariant(const Zeph::Serialize::Serializable& record)
+{
+    return record.serialize(Zeph::Serialize::NoAttribute);
+}
+
+template <class Record>
+QVariant toVariant(const QList<Record>& records)
+{
+    QVariantList list;
+    for (const Record& record : records)
+        list.append(toVariant(record));
+    return list;
+}
+
+/// A promise is waited for: the thread's event loop runs meanwhile.
+template <class Value>
+struct ReturnValue<QtPromise::QPromise<Value>>
+{
+    static CallResult result(const QtPromise::QPromise<Value>& promise)
+    {
+        CallResult result;
+        const auto rejected = [&result] { result.reason = reasonOfRejection(); };
+        if constexpr (std::is_void_v<Value>) {
+            promise.then([&result] { result.succeeded = true; }, rejected).wait();
+        } else {
+            promise
+                .then(
+                    [&result](const Value& value) {
+                        result.succeeded = true;
+                        result.outputs.append(toVariant(value));
+                    },
+                    rejected)
+                .wait();
+        }
+        return result;
+    }
+
+private:
+    /// Of the exception in flight. Reasons other than a text or an exception say nothing.
+    static QString reasonOfRejection()
+    {
+        try {
+            throw;
+        } catch (const char* text) {
+            return QString::fromUtf8(text);
+        } catch (const QString& text) {
+            return text;
+        } catch (const QtPromise::QPromiseUndefinedException&) {
+            return {};
+        } catch (const std::exception& error) {
+            return QString::fromUtf8(error.what());
+        } catch (...) {
+            return {};
+        }
+    }
+};
+
+} // namespace TesselCtl
+
+#endif

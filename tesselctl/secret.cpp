@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "secret.h"
+
+#include "printable.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace TesselCtl {
+
+namespace {
+
+QString firstLine(const QByteArray& text)
+{
+    QByteArray line = text.left(text.indexOf('\n'));
+    if (line.endsWith('\r'))
+        line.chop(1);
+    return QString::fromUtf8(line);
+}
+
+QString fromFile(const QString& name, QString& problem)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        problem = QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString());
+        return {};
+    }
+    const int limit = 64 * 1024;
+    return firstLine(file.read(limit));
+}
+
+QString fromTerminal(QString& problem)
+{
+    QFile terminal(QStringLiteral("/dev/tty"));
+    termios shown{};
+    if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
+        tcgetattr(terminal.handle(), &shown) != 0) {
+        problem = QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file");
+        return {};
+    }
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    terminal.write("Password or token: ");
+    tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
+    const QByteArray line = terminal.readLine();
+    tcsetattr(terminal.handle(), TCSAFLUSH, &shown);
+    terminal.write("\n");
+    return firstLine(line);
+}
+
+} // namespace
+
+QString readSecret(const QString& variable, const QString& file, QString& problem)
+{
+    QString secret;
+    if (!variable.isEmpty())
+        secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
+    else if (!file.isEmpty())
+        secret = fromFile(file, problem);
+    else
+        secret = fromTerminal(problem);
+    if (secret.isEmpty() && problem.isEmpty())
+        problem = variable.isEmpty()
+                      ? QStringLiteral("the secret is empty")
+                      : QStringLiteral("the environment variable %1 is empty").arg(printable(variable));
+    return secret;
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "value.h"
+
+#include <QStringList>
+
+namespace TesselCtl {
+
+ValueType valueType(const QString* /*type*/)
+{
+    return ValueType::Text;
+}
+
+ValueType valueType(const int* /*type*/)
+{
+    return ValueType::Integer;
+}
+
+ValueType valueType(const qint64* /*type*/)
+{
+    return ValueType::LongInteger;
+}
+
+ValueType valueType(const bool* /*type*/)
+{
+    return ValueType::Boolean;
+}
+
+ValueType valueType(const QByteArray* /*type*/)
+{
+    return ValueType::Bytes;
+}
+
+ValueType valueType(const QMap<QString, QVariant>* /*type*/)
+{
+    return ValueType::Map;
+}
+
+ValueType valueType(const QList<QVariant>* /*type*/)
+{
+    return ValueType::List;
+}
+
+ValueType valueType(const QMap<QString, QString>* /*type*/)
+{
+    return ValueType::TextMap;
+}
+
+ValueType valueType(const QList<QString>* /*type*/)
+{
+    return ValueType::TextList;
+}
+
+ValueType valueType(const std::vector<QMap<QString, QVariant>>* /*type*/)
+{
+    return ValueType::MapList;
+}
+
+ValueType valueType(const QMap<QString, QMap<QString, QVariant>>* /*type*/)
+{
+    return ValueType::MapOfMaps;
+}
+
+void fromVariant(const QVariant& value, QString& out)
+{
+    out = value.toString();
+}
+
+void fromVariant(const QVariant& value, int& out)
+{
+    out = value.toInt();
+}
+
+void fromVariant(const QVariant& value, qint64& out)
+{
+    out = value.toLongLong();
+}
+
+void fromVariant(const QVariant& value, bool& out)
+{
+    out = value.toBool();
+}
+
+void fromVariant(const QVariant& value, QByteArray& out)
+{
+    out = value.toByteArray();
+}
+
+void fromVariant(const QVariant& value, QMap<QString, QVariant>& out)
+{
+    out = value.toMap();
+}
+
+void fromVariant(const QVariant& value, QList<QVariant>& out)
+{
+    out = value.toList();
+}
+
+void fromVariant(const QVariant& value, QMap<QString, QString>& out)
+{
+    const QVariantMap map = value.toMap();
+    for (auto member = map.begin(); member != map.end(); ++member)
+        out.insert(member.key(), member.value().toString());
+}
+
+void fromVariant(const QVariant& value, QList<QString>& out)
+{
+    const QVariantList list = value.toList();
+    for (const QVariant& element : list)
+        out.append(element.toString());
+}
+
+void fromVariant(const QVariant& value, std::vector<QMap<QString, QVariant>>& out)
+{
+    const QVariantList list = value.toList();
+    for (const QVariant& element : list)
+        out.push_back(element.toMap());
+}
+
+void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out)
+{
+    const QVariantMap map = value.toMap();
+    for (auto member = map.begin(); member != map.end(); ++member)
+        out.insert(member.key(), member.value().toMap());
+}
+
+QVariant toVariant(const QString& value)
+{
+    return value;
+}
+
+QVariant toVariant(int value)
+{
+    return value;
+}
+
+QVariant toVariant(qint64 value)
+{
+    return value;
+}
+
+QVariant toVariant(bool value)
+{
+    return value;
+}
+
+QVariant toVariant(const QByteArray& value)
+{
+    return value;
+}
+
+QVariant toVariant(const QMap<QString, QVariant>& value)
+{
+    return value;
+}
+
+QVariant toVariant(const QList<QVariant>& value)
+{
+    return value;
+}
+
+QVariant toVariant(const QMap<QString, QString>& value)
+{
+    QVariantMap map;
+    for (auto member = value.begin(); member != value.end(); ++member)
+        map.insert(member.key(), member.value());
+    return map;
+}
+
+QVariant toVariant(const QList<QString>& value)
+{
+    QVariantList list;
+    for (const QString& element : value)
+        list.append(element);
+    return list;
+}
+
+QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value)
+{
+    QVariantList list;
+    for (const QMap<QString, QVariant>& element : value)
+        list.append(QVariant(element));
+    return list;
+}
+
+QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value)
+{
+    QVariantMap map;
+    for (auto member = value.begin(); member != value.end(); ++member)
+        map.insert(member.key(), member.value());
+    return map;
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+// Ends with requests in flight, in the way that the first argument names; the second is the address of a
+// server that never answers, the third of one that does. Prints what happened.
+#include "communicator/deviceendpoint.h"
+
+#include <communicator/httpproxy.h>
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QThread>
+#include <QTimer>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace Krelm::Communicator::HttpDevice;
+
+namespace {
+
+std::atomic<bool> leaving{false};
+
+struct Requests
+{
+    std::vector<std::unique_ptr<HttpJsonPackage>> packages;
+
+    void start(const QString& address)
+    {
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        for (int i = 0; i < 100; ++i) {
+            packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
+            HttpJsonPackage* const package = packages.back().get();
+            package->setUrl(QStringLiteral("/x"));
+            package->setRequestWithJsonObj(QVariantMap{{QStringLiteral("a"), i}});
+            QObject::connect(
+                package, &HttpJsonPackage::readyRead, package,
+                [] { std::puts(leaving ? "called after the end" : "called"); }, Qt::DirectConnection);
+            if (!proxy->put(address, package)) {
+                std::puts("not started");
+            }
+        }
+    }
+};
+
+int blockingState(const QString& address)
+{
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/x"));
+    HttpProxy::getInstance()->getSync(address, &package);
+    return package.getSimpleState();
+}
+
+void streamEvents(const QString& address)
+{
+    DeviceEndpoint endpoint;
+    endpoint.address = address;
+    HttpProxy::getInstance()->addDevice(QStringLiteral("wall"), endpoint);
+    HttpProxy::getInstance()->initialize(true);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 4) {
+        return 2;
+    }
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+    const QByteArray way = argv[1];
+    const QString stalled = QString::fromLatin1(argv[2]);
+    const QString well = QString::fromLatin1(argv[3]);
+    // Outlives the application on purpose.
+    static Requests requests;
+
+    if (way == "without an application") {
+        std::printf("state %d\n", blockingState(well));
+        requests.start(stalled);
+        return 0;
+    }
+    if (way == "blocked threads") {
+        std::vector<std::thread> threads;
+        std::atomic<int> aborted{0};
+        {
+            QCoreApplication application(argc, argv);
+            std::atomic<int> running{0};
+            HttpProxy::getInstance();
+            for (int i = 0; i < 8; ++i) {
+                threads.emplace_back([&, stalled] {
+                    ++running;
+                    aborted += blockingState(stalled) == IHttpVersionTrigger::Aborted ? 1 : 0;
+                });
+            }
+            while (running < 8) {
+                std::this_thread::yield();
+            }
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        std::printf("aborted %d\n", aborted.load());
+        return 0;
+    }
+    if (way == "a second application") {
+        {
+            QCoreApplication application(argc, argv);
+            requests.start(stalled);
+        }
+        std::printf("between %d\n", blockingState(well));
+        QCoreApplication application(argc, argv);
+        std::printf("state %d\n", blockingState(well));
+        Requests again;
+        again.start(well);
+        int answered = 0;
+        for (const auto& package : again.packages) {
+            QObject::connect(package.get(), &HttpJsonPackage::readyRead, &application, [&] {
+                if (++answered == 100) {
+                    application.quit();
+                }
+            });
+        }
+        application.exec();
+        return 0;
+    }
+
+    QCoreApplication application(argc, argv);
+    streamEvents(stalled);
+    requests.start(stalled);
+    QThread thread;
+    QObject inThread;
+    inThread.moveToThread(&thread);
+    thread.start();
+    QTimer::singleShot(0, &inThread, [stalled] {
+        static Requests elsewhere;
+        elsewhere.start(stalled);
+    });
+    QTimer::singleShot(100, &application, [&] {
+        if (way == "exit") {
+            thread.quit();
+            thread.wait();
+            leaving = true;
+            std::exit(0);
+        }
+        application.quit();
+    });
+    application.exec();
+    thread.quit();
+    thread.wait();
+    leaving = true;
+    return 0;
+}

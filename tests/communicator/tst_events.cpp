@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/eventchannels.h"
+#include "misbehavingserver.h"
+
+#include <QEventLoop>
+#include <QLoggingCategory>
+#include <QtTest>
+
+using namespace Krelm::Communicator::HttpDevice;
+using namespace std::chrono_literals;
+using Mode = MisbehavingServer::Mode;
+
+namespace {
+
+const QByteArray head = QByteArrayLiteral("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
+
+EventTimings quickTimings()
+{
+    EventTimings timings;
+    timings.connect = 5s;
+    timings.firstDelay = 20ms;
+    timings.longestDelay = 100ms;
+    timings.loginDelay = 1h;
+    timings.stableAfter = 1h;
+    timings.silence = 1h;
+    timings.goneAfter = 1h;
+    return timings;
+}
+
+/// The channels, and what they told this thread.
+struct Listening : QObject
+{
+    explicit Listening(const EventTimings& timings = quickTimings())
+        : channels(loop, queue, timings)
+    {
+        queue.onDelivered([this] { channels.resume(); });
+    }
+
+    void deliver()
+    {
+        ++wakeUps;
+        queue.deliver([this](const Notice& notice) {
+            notices.append(notice);
+            if (notice.kind == Notice::Kind::Event) {
+                events.append(notice.data);
+            }
+            if (receive) {
+                receive(notice);
+            }
+        });
+    }
+    void open(const QString& key, const QString& address, DeviceEndpoint endpoint = {})
+    {
+        QString reason;
+        endpoint.address = address;
+        registry.add(key, endpoint, reason);
+        channels.open(registry.find(key), {});
+    }
+    int count(Notice::Kind kind) const
+    {
+        return static_cast<int>(std::count_if(notices.cbegin(), notices.cend(),
+                                              [kind](const Notice& notice) { return notice.kind == kind; }));
+    }
+
+    DeviceRegistry registry;
+    std::shared_ptr<IoLoop> loop = std::make_shared<IoLoop>();
+    int wakeUps = 0;
+    QList<QByteArray> events;
+    QList<Notice> notices;
+    std::function<void(const Notice&)> receive;
+    NoticeQueue queue{[this] {
+        QMetaObject::invokeMethod(
+            this, [this] { deliver(); }, Qt::QueuedConnection);
+    }};
+    EventChannels channels;
+};
+
+const QString wall = QStringLiteral("wall");
+
+} // namespace
+
+class EventsTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
+
+    void eventsArriveInOrderWithTheirDevice()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: {\"a\":1}\n\nda", "ta: {\"a\":2}\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 2);
+        QCOMPARE(listening.events, (QList<QByteArray>{"{\"a\":1}", "{\"a\":2}"}));
+        QCOMPARE(listening.notices[0].deviceKey, wall);
+        const auto received = server.received();
+        QCOMPARE(received[0].target, QByteArray("/api/v1/events"));
+        QCOMPARE(received[0].headers.value("accept"), QByteArray("text/event-stream"));
+        QVERIFY(!received[0].headers.contains("last-event-id"));
+    }
+
+    void aBrokenStreamIsResumedBehindTheLastEvent()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: 41\ndata: a\n\nid: 42\ndata: b\n\nid: 43\ndata: cut"});
+        server.addScript({head, "id: 43\ndata: c\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 2);
+        server.dropConnections();
+        QTRY_COMPARE(listening.events.size(), 3);
+        QCOMPARE(listening.events.last(), QByteArray("c"));
+        QCOMPARE(server.received().at(1).headers.value("last-event-id"), QByteArray("42"));
+    }
+
+    void whatIsNoStreamIsTriedAgain_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("closes") << QByteArray();
+        QTest::newRow("not found") << QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+        QTest::newRow("another type") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}");
+        QTest::newRow("no content") << QByteArray("HTTP/1.1 204 No Content\r\n\r\n");
+        QTest::newRow("no HTTP") << QByteArray("hello\r\n");
+        QTest::newRow("cut head") << QByteArray("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n");
+        QTest::newRow("huge head") << QByteArray("HTTP/1.1 200 OK\r\n" + QByteArray(70000, 'x') +
+                                                 ": 1\r\n\r\n");
+        QTest::newRow("huge body") << QByteArray("HTTP/1.1 500 Oops\r\n\r\n" + QByteArray(1 << 20, 'x'));
+        QTest::newRow("huge event") << QByteArray(head + "data: " + QByteArray(2 << 20, 'x') + "\n\n");
+    }
+    void whatIsNoStreamIsTriedAgain()
+    {
+        QFETCH(QByteArray, reply);
+        MisbehavingServer server(Mode::Raw);
+        server.setRaw(reply);
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(3));
+        server.setMode(Mode::Scripted);
+        server.addScript({head, "data: a\n\n"});
+        server.addScript({head, "data: a\n\n"});
+        QTRY_COMPARE(listening.events.value(0), QByteArray("a"));
+    }
+
+    void aRefusedLoginIsNotRepeatedSoon()
+    {
+        MisbehavingServer server(Mode::RawKeepAlive);
+        server.setRaw("HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n");
+        MisbehavingServer other(Mode::Raw);
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(1));
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to come back
+        QCOMPARE(server.deliveries(), 1);
+    }
+
+    void aDigestLoginOpensTheStream()
+    {
+        MisbehavingServer server(Mode::Digest, "{}");
+        Listening listening;
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Digest;
+        endpoint.user = QStringLiteral("admin");
+        endpoint.secret = QStringLiteral("secret");
+        listening.open(wall, server.address(), endpoint);
+        QVERIFY(server.waitForDeliveries(2));
+        QVERIFY(server.received().at(1).headers.value("authorization").startsWith("Digest "));
+    }
+
+    void aSilentStreamIsReplaced()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head});
+        server.addScript({head, "data: a\n\n"});
+        EventTimings timings = quickTimings();
+        timings.silence = 100ms;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+    }
+
+    void aDeviceThatStaysAwayIsLoggedOutOnce()
+    {
+        quint16 port = 0;
+        {
+            const MisbehavingServer server;
+            port = server.port();
+        }
+        EventTimings timings = quickTimings();
+        timings.goneAfter = 100ms;
+        Listening listening(timings);
+        MisbehavingServer other(Mode::Raw);
+        listening.open(wall, QStringLiteral("127.0.0.1:%1").arg(port));
+        QTRY_COMPARE(listening.count(Notice::Kind::Logout), 1);
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5));
+        QCoreApplication::processEvents();
+        QCOMPARE(std::count_if(listening.notices.cbegin(), listening.notices.cend(),
+                               [](const Notice& notice) { return notice.deviceKey == wall; }),
+                 1);
+    }
+
+    void aFullQueuePausesTheStreamAndLosesNothing()
+    {
+        constexpr int count = 200000;
+        QByteArray text;
+        for (int i = 0; i < count; ++i) {
+            text += "data: " + QByteArray::number(i) + "\n\n";
+        }
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, text});
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(1));
+        // Nothing is delivered while the loop turns: the stream must stop, not the queue grow.
+        for (int i = 0; i < 200; ++i) {
+            listening.loop->run([] {});
+        }
+        QCoreApplication::processEvents();
+        QVERIFY2(listening.events.size() < 8192, qPrintable(QString::number(listening.events.size())));
+        QTRY_COMPARE_WITH_TIMEOUT(listening.events.size(), count, 60000);
+        for (int i = 0; i < count; ++i) {
+            QCOMPARE(listening.events[i].toInt(), i);
+        }
+        QVERIFY2(listening.wakeUps < count / 10, qPrintable(QString::number(listening.wakeUps)));
+    }
+
+    void orderHoldsWhenAReceiverRunsAnEventLoop()
+    {
+        QByteArray text;
+        for (int i = 0; i < 2000; ++i) {
+            text += "data: " + QByteArray::number(i) + "\n\n";
+        }
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, text});
+        Listening listening;
+        int depth = 0;
+        listening.receive = [&](const Notice&) {
+            if (depth < 3) {
+                ++depth;
+                QCoreApplication::processEvents();
+                --depth;
+            }
+        };
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 2000);
+        for (int i = 0; i < 2000; ++i) {
+            QCOMPARE(listening.events[i].toInt(), i);
+        }
+    }
+
+    void noEventFollowsTheDevicesRemoval()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: a\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        listening.channels.close(wall, {{Notice::Kind::Logout, wall, {}, nullptr}});
+        QTRY_COMPARE(listening.count(Notice::Kind::Logout), 1);
+        server.broadcast("data: b\n\n");
+        QTRY_COMPARE(server.open(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.events.size(), 1);
+        QCOMPARE(listening.notices.last().kind, Notice::Kind::Logout);
+    }
+
+    void manyDevicesStreamAtOnce()
+    {
+        constexpr int count = 100;
+        MisbehavingServer server(Mode::Scripted);
+        for (int i = 0; i < count; ++i) {
+            server.addScript({head});
+        }
+        Listening listening;
+        for (int i = 0; i < count; ++i) {
+            listening.open(QString::number(i), server.address());
+        }
+        QVERIFY(server.waitForAnswers(count));
+        server.broadcast("data: a\n\n");
+        QTRY_COMPARE(listening.events.size(), count);
+    }
+};
+
+QTEST_GUILESS_MAIN(EventsTest)
+#include "tst_events.moc"

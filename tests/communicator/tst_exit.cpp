@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
+
+#include <QProcess>
+#include <QtTest>
+
+using Mode = MisbehavingServer::Mode;
+
+class ExitTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void aProcessEndsCleanlyWithRequestsInFlight_data();
+    void aProcessEndsCleanlyWithRequestsInFlight();
+};
+
+void ExitTest::aProcessEndsCleanlyWithRequestsInFlight_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::addColumn<QByteArray>("output");
+    QTest::newRow("the application returns") << QStringLiteral("return") << QByteArray();
+    QTest::newRow("a handler calls exit") << QStringLiteral("exit") << QByteArray();
+    QTest::newRow("there never was an application")
+        << QStringLiteral("without an application") << QByteArray("state 0\n");
+    QTest::newRow("threads are blocked") << QStringLiteral("blocked threads") << QByteArray("aborted 8\n");
+    QByteArray called;
+    for (int i = 0; i < 100; ++i) {
+        called += "called\n";
+    }
+    QTest::newRow("another application follows")
+        << QStringLiteral("a second application") << QByteArray("between 10\nstate 0\n" + called);
+}
+
+void ExitTest::aProcessEndsCleanlyWithRequestsInFlight()
+{
+    QFETCH(QString, way);
+    QFETCH(QByteArray, output);
+    MisbehavingServer stalled(Mode::Stall);
+    MisbehavingServer well;
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral(EXITINFLIGHT), {way, stalled.address(), well.address()});
+    QVERIFY(process.waitForStarted());
+    if (!process.waitForFinished(30000)) {
+        process.kill();
+        process.waitForFinished();
+        QFAIL("the process hangs");
+    }
+    const QByteArray text = process.readAll();
+    QVERIFY2(process.exitStatus() == QProcess::NormalExit, text.constData());
+    QVERIFY2(process.exitCode() == 0, text.constData());
+    QCOMPARE(text, output);
+}
+
+QTEST_GUILESS_MAIN(ExitTest)
+#include "tst_exit.moc"

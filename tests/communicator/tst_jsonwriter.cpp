@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: MIT
+#include <communicator/jsonreader.h>
+#include <communicator/jsonwriter.h>
+
+#include <QCborArray>
+#include <QCborMap>
+#include <QCborValue>
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRandomGenerator>
+#include <QRect>
+#include <QUrl>
+#include <QUuid>
+#include <QtTest>
+
+#include <cstring>
+#include <limits>
+
+namespace Json = Krelm::Communicator::Json;
+
+namespace {
+
+QByteArray documentText(const QVariant& value)
+{
+    const QByteArray text =
+        QJsonDocument(QJsonArray{QJsonValue::fromVariant(value)}).toJson(QJsonDocument::Compact);
+    return text.mid(1, text.size() - 2);
+}
+
+} // namespace
+
+class TestJsonWriter : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyTypeBecomesWhatTheDocumentMakesOfIt_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("invalid") << QVariant();
+        QTest::newRow("nullptr") << QVariant::fromValue(nullptr);
+        QTest::newRow("true") << QVariant(true);
+        QTest::newRow("false") << QVariant(false);
+        QTest::newRow("int") << QVariant(-42);
+        QTest::newRow("least int") << QVariant(std::numeric_limits<int>::min());
+        QTest::newRow("uint") << QVariant(4294967295U);
+        QTest::newRow("qlonglong") << QVariant(-9007199254740992LL);
+        QTest::newRow("qulonglong") << QVariant(9007199254740992ULL);
+        QTest::newRow("long") << QVariant::fromValue(5L);
+        QTest::newRow("ulong") << QVariant::fromValue(5UL);
+        QTest::newRow("short") << QVariant::fromValue(short(5));
+        QTest::newRow("ushort") << QVariant::fromValue(ushort(5));
+        QTest::newRow("char") << QVariant::fromValue('c');
+        QTest::newRow("uchar") << QVariant::fromValue(uchar(65));
+        QTest::newRow("QChar") << QVariant(QChar('c'));
+        QTest::newRow("float") << QVariant(0.1F);
+        QTest::newRow("float NaN") << QVariant(std::numeric_limits<float>::quiet_NaN());
+        QTest::newRow("double") << QVariant(0.1);
+        QTest::newRow("integral double") << QVariant(2.0);
+        QTest::newRow("large integral double") << QVariant(1e18);
+        QTest::newRow("largest integral double without exponent") << QVariant(18446744073709549568.0);
+        QTest::newRow("2^64") << QVariant(18446744073709551616.0);
+        QTest::newRow("1e23") << QVariant(1e23);
+        QTest::newRow("tiny double") << QVariant(5e-324);
+        QTest::newRow("largest double") << QVariant(std::numeric_limits<double>::max());
+        QTest::newRow("zero") << QVariant(0.0);
+        QTest::newRow("minus zero") << QVariant(-0.0);
+        QTest::newRow("NaN") << QVariant(std::numeric_limits<double>::quiet_NaN());
+        QTest::newRow("infinity") << QVariant(std::numeric_limits<double>::infinity());
+        QTest::newRow("minus infinity") << QVariant(-std::numeric_limits<double>::infinity());
+        QTest::newRow("QString") << QVariant(QStringLiteral("text"));
+        QTest::newRow("empty QString") << QVariant(QStringLiteral(""));
+        QTest::newRow("null QString") << QVariant(QString());
+        QTest::newRow("QLatin1String") << QVariant(QLatin1String("latin"));
+        QTest::newRow("QStringList") << QVariant(QStringList{"a", "", "b\"c"});
+        QTest::newRow("empty QStringList") << QVariant(QStringList());
+        QTest::newRow("QVariantList") << QVariant(QVariantList{1, "a", QVariant(), true, 2.5});
+        QTest::newRow("empty QVariantList") << QVariant(QVariantList());
+        QTest::newRow("QVariantMap") << QVariant(
+            QVariantMap{{"b", 1}, {"a", 2}, {"", 3}, {"\u00e9", 4}, {"B", 5}});
+        QTest::newRow("empty QVariantMap") << QVariant(QVariantMap());
+        QTest::newRow("QVariantHash")
+            << QVariant(QVariantHash{{"b", 1}, {"a", 2}, {"c", QVariantHash{{"d", 3}}}});
+        QTest::newRow("empty QVariantHash") << QVariant(QVariantHash());
+        QTest::newRow("nested") << QVariant(
+            QVariantMap{{"l", QVariantList{QVariantMap{{"m", QVariantList{}}}}}});
+        QTest::newRow("QByteArray") << QVariant(QByteArray("bytes"));
+        QTest::newRow("empty QByteArray") << QVariant(QByteArray());
+        QTest::newRow("QUrl") << QVariant(QUrl("http://host/a b?q=\u00e9"));
+        QTest::newRow("empty QUrl") << QVariant(QUrl());
+        QTest::newRow("QUuid") << QVariant(QUuid("{67c8770b-44f1-410a-ab9a-f9b5446f13ee}"));
+        QTest::newRow("null QUuid") << QVariant(QUuid());
+        QTest::newRow("QDate") << QVariant(QDate(2024, 2, 29));
+        QTest::newRow("invalid QDate") << QVariant(QDate());
+        QTest::newRow("QTime") << QVariant(QTime(1, 2, 3, 4));
+        QTest::newRow("QDateTime") << QVariant(QDateTime(QDate(2024, 2, 29), QTime(1, 2), Qt::UTC));
+        QTest::newRow("QRect") << QVariant(QRect(1, 2, 3, 4));
+        QTest::newRow("QJsonValue") << QVariant(QJsonValue(1.5));
+        QTest::newRow("null QJsonValue") << QVariant(QJsonValue());
+        QTest::newRow("undefined QJsonValue") << QVariant(QJsonValue(QJsonValue::Undefined));
+        QTest::newRow("QJsonObject") << QVariant(QJsonObject{{"a", 1}, {"b", QJsonValue()}});
+        QTest::newRow("QJsonArray") << QVariant(QJsonArray{1, "a", QJsonObject{{"a", true}}});
+        QTest::newRow("QJsonDocument of an object") << QVariant(QJsonDocument(QJsonObject{{"a", 1}}));
+        QTest::newRow("QJsonDocument of an array") << QVariant(QJsonDocument(QJsonArray{1}));
+        QTest::newRow("QCborValue") << QVariant::fromValue(QCborValue(5));
+        QTest::newRow("QCborValue bytes") << QVariant::fromValue(QCborValue(QByteArray("bytes")));
+        QTest::newRow("QCborArray") << QVariant::fromValue(QCborArray{1, "a"});
+        QTest::newRow("QCborMap") << QVariant::fromValue(QCborMap{{"a", 1}, {2, "b"}});
+    }
+    void everyTypeBecomesWhatTheDocumentMakesOfIt()
+    {
+        QFETCH(QVariant, value);
+        QCOMPARE(Json::write(value), documentText(value));
+    }
+
+    void stringsAreEscapedAsInTheDocument_data()
+    {
+        QTest::addColumn<QString>("text");
+        for (ushort unit = 0; unit < 0xa0; ++unit)
+            QTest::addRow("U+%04x", unit) << QString(QChar(unit));
+        QTest::newRow("two bytes") << QString::fromUtf8("\u0080\u07ff");
+        QTest::newRow("three bytes") << QString::fromUtf8("\u0800\u5c4f\uffff\ufeff\u2028");
+        QTest::newRow("four bytes") << QString::fromUtf8("\U00010000\U0010ffff");
+        QTest::newRow("lone high surrogate") << QString(QChar(0xd800)) + "a";
+        QTest::newRow("lone low surrogate") << QString(QChar(0xdc00)) + "a";
+        QTest::newRow("high surrogate at the end") << QString("a") + QChar(0xdbff);
+        QTest::newRow("high, high, low") << QString() + QChar(0xd800) + QChar(0xd800) + QChar(0xdc00);
+        QTest::newRow("NUL within") << QString("a") + QChar(0) + "b";
+    }
+    void stringsAreEscapedAsInTheDocument()
+    {
+        QFETCH(QString, text);
+        QCOMPARE(Json::write(text), documentText(text));
+        const QVariantMap key{{text, 1}};
+        QCOMPARE(Json::write(key), documentText(key));
+    }
+
+    void longStringsKeepTheirPairsTogether_data()
+    {
+        QTest::addColumn<int>("ahead");
+        for (int ahead = 1020; ahead <= 1028; ++ahead)
+            QTest::addRow("%d units ahead", ahead) << ahead;
+    }
+    void longStringsKeepTheirPairsTogether()
+    {
+        QFETCH(int, ahead);
+        const QString text =
+            QString(ahead, 'x') + QString::fromUtf8("\U0001f4fa\U0001f4fa") + QString(5000, '\x01');
+        QCOMPARE(Json::write(text), documentText(text));
+    }
+
+    void integersAreExact_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("2^53 + 1") << QVariant(9007199254740993LL) << QByteArray("9007199254740993");
+        QTest::newRow("largest") << QVariant(std::numeric_limits<qlonglong>::max())
+                                 << QByteArray("9223372036854775807");
+        QTest::newRow("least") << QVariant(std::numeric_limits<qlonglong>::min())
+                               << QByteArray("-9223372036854775808");
+        QTest::newRow("largest unsigned")
+            << QVariant(std::numeric_limits<qulonglong>::max()) << QByteArray("18446744073709551615");
+    }
+    void integersAreExact()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(QByteArray, expected);
+        QCOMPARE(Json::write(value), expected);
+    }
+
+    void doublesKeepEveryBit()
+    {
+        QRandomGenerator random(20240229);
+        for (int i = 0; i < 20000; ++i) {
+            const quint64 bits = random.generate64();
+            double value = 0;
+            std::memcpy(&value, &bits, sizeof value);
+            if (!qIsFinite(value))
+                continue;
+            const QByteArray text = Json::write(value);
+            QVERIFY2(Json::isComplete(text), text.constData());
+            QVERIFY2(text.toDouble() == value, text.constData());
+            QVERIFY2(text.size() <= documentText(value).size(), text.constData());
+        }
+    }
+
+    void whatIsWrittenReadsBack()
+    {
+        const QVariantMap value{{"text", QString::fromUtf8("\"\\\n\u5c4f")},
+                                {"lone", QString(QChar(0xd800)) + "z"},
+                                {"list", QVariantList{1LL, 2.5, true, QVariant::fromValue(nullptr)}},
+                                {"map", QVariantMap{{"", QVariantMap()}}},
+                                {"large", 18446744073709551615ULL}};
+        QVariantMap read;
+        QVERIFY(Json::readObject(Json::write(value), read));
+        QCOMPARE(read, value);
+    }
+
+    void aLargeValueComesOutWhole()
+    {
+        QVariantList list;
+        for (int i = 0; i < 20000; ++i)
+            list.append(QVariantMap{{"id", QString::number(i)}, {"value", i * 0.5}});
+        QCOMPARE(Json::write(list), documentText(list));
+    }
+
+    void nestingTooDeepGivesNoText()
+    {
+        QVariant value = 1;
+        for (int i = 0; i < 1024; ++i)
+            value = i % 2 == 0 ? QVariant(QVariantList{value}) : QVariant(QVariantMap{{"k", value}});
+        QVERIFY(!Json::write(value).isEmpty());
+        QVERIFY(Json::write(QVariantList{value}).isEmpty());
+        QVERIFY(Json::write(QVariantMap{{"k", value}}).isEmpty());
+        QVERIFY(Json::write(QVariantHash{{"k", value}}).isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestJsonWriter)
+#include "tst_jsonwriter.moc"

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+#include <communicator/httpjsonpackage.h>
+#include <communicator/httpmutilpartpackage.h>
+
+#include <QSet>
+#include <QUrl>
+#include <QtTest>
+
+using namespace Krelm::Communicator::HttpDevice;
+using Headers = QMap<QString, QString>;
+
+class PackageTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void aFreshPackageReportsSuccessAndHoldsNothing()
+    {
+        const HttpJsonPackage package(nullptr);
+        QCOMPARE(int(package.getSimpleState()), 0);
+        QCOMPARE(package.expectedTime(), 10000);
+        QCOMPARE(package.replyStatus, 0);
+        QVERIFY(package.getReceiveData().isNull());
+        QVERIFY(package.getUrl().isEmpty());
+        QVERIFY(package.getDevkey().isEmpty());
+        QVERIFY(package.fileDownloadPath.isEmpty());
+        QVERIFY(!package.daemonFlag());
+        QVERIFY(package.requestHeader().isEmpty() && package.parameters().isEmpty() &&
+                package.placeHolders().isEmpty());
+        QVERIFY(package.getRoutesJsonMap().isEmpty());
+        QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
+        QVERIFY(package.getJsonDataListMap().isEmpty());
+    }
+
+    void whatIsSetIsReadBack()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/x/{id}"));
+        package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("a b"));
+        package.addParameters(QStringLiteral("q"), QStringLiteral("&="));
+        package.setRequestHeader({{QStringLiteral("content-Type"), QStringLiteral("application/json")}});
+        package.setRequestData(QByteArray("\0raw", 4));
+        package.setExpectedTime(3000);
+        package.setDaemonFlag(true);
+        package.fileDownloadPath = QStringLiteral("/tmp/x");
+        QCOMPARE(package.getUrl(), QStringLiteral("/x/{id}"));
+        QCOMPARE(package.placeHolders(QStringLiteral("id")), QStringLiteral("a b"));
+        QCOMPARE(package.placeHolders().size(), 1);
+        QCOMPARE(package.parameters(QStringLiteral("q")), QStringLiteral("&="));
+        QCOMPARE(package.requestHeader(QStringLiteral("content-Type")), QStringLiteral("application/json"));
+        QVERIFY(package.requestHeader(QStringLiteral("Content-Type")).isEmpty());
+        QCOMPARE(package.requestHeader().size(), 1);
+        QCOMPARE(package.requestData(), QByteArray("\0raw", 4));
+        QCOMPARE(package.expectedTime(), 3000);
+        QVERIFY(package.daemonFlag());
+    }
+
+    void settingParametersReplacesThem()
+    {
+        HttpJsonPackage package(nullptr);
+        package.addParameters(QStringLiteral("a"), QStringLiteral("1"));
+        package.setParameters({{QStringLiteral("b"), QStringLiteral("2")}});
+        QCOMPARE(package.parameters(), (Headers{{QStringLiteral("b"), QStringLiteral("2")}}));
+    }
+
+    void aVariantBecomesCompactJsonAtOnce()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setRequestWithJsonObj(
+            QVariantMap{{QStringLiteral("a"), QVariantList{1, QStringLiteral("x")}}});
+        QCOMPARE(package.requestData(), QByteArray("{\"a\":[1,\"x\"]}"));
+        package.setRequestWithJsonObj(QVariantList{});
+        QCOMPARE(package.requestData(), QByteArray("[]"));
+    }
+
+    void responseHeadersAreFoundWithoutRegardToCase()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setResponseHeader({{QStringLiteral("Content-Type"), QStringLiteral("a")}});
+        package.addResponseHeader(QStringLiteral("X-Other"), QStringLiteral("b"));
+        QCOMPARE(package.responseHeader(QStringLiteral("CONTENT-TYPE")), QStringLiteral("a"));
+        QCOMPARE(package.responseHeader(QStringLiteral("x-other")), QStringLiteral("b"));
+        QCOMPARE(package.responseHeader().keys(),
+                 QStringList({QStringLiteral("content-type"), QStringLiteral("x-other")}));
+    }
+
+    void identitiesAreUnique()
+    {
+        QSet<QString> identities;
+        for (int i = 0; i < 100; ++i) {
+            const HttpJsonPackage package(nullptr);
+            QCOMPARE(package.getIdentity(), package.getIdentity());
+            identities.insert(package.getIdentity());
+        }
+        QCOMPARE(identities.size(), 100);
+    }
+
+    void aNestedMemberIsReachedByAKeyPath()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData("{\"code\":0,\"data\":{\"capability\":{\"deviceType\":1},\"list\":[1,2]}}");
+        const QMap<QString, QVariant> map = package.getRoutesJsonMap();
+        QCOMPARE(map.value(QStringLiteral("capability.deviceType")).toInt(), 1);
+        QCOMPARE(map.value(QStringLiteral("list")).toList().size(), 2);
+    }
+
+    void listsAreDecodedFlattenedAndAsParsed()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData("{\"data\":[{\"a\":{\"b\":1}},5]}");
+        QCOMPARE(package.getRoutesJsonDataListMap().at(0).toMap().value(QStringLiteral("a.b")).toInt(), 1);
+        QCOMPARE(package.getJsonDataListMap().at(0).toMap().value(QStringLiteral("a")).toMap().size(), 1);
+        QCOMPARE(package.getJsonDataListMap().at(1).toInt(), 5);
+    }
+
+    void decodersAreEmptyAfterAFailure()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData("{\"data\":{\"a\":1}}");
+        package.setSimpleState(IHttpVersionTrigger::HttpFailure);
+        QVERIFY(package.getRoutesJsonMap().isEmpty());
+        package.setReceiveData("{\"data\":[1]}");
+        QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
+        QVERIFY(package.getJsonDataListMap().isEmpty());
+        QCOMPARE(package.getReceiveData(), QByteArray("{\"data\":[1]}"));
+    }
+
+    void decodersAreEmptyOnTheWrongShape_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        for (const char* body :
+             {"", "hello", "[]", "{}", "{\"data\":null}", "{\"data\":1}", "{\"data\":{\"a\":1}", "null"}) {
+            QTest::newRow(*body == '\0' ? "nothing" : body) << QByteArray(body);
+        }
+    }
+    void decodersAreEmptyOnTheWrongShape()
+    {
+        QFETCH(QByteArray, body);
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData(body);
+        QVERIFY(package.getRoutesJsonMap().isEmpty());
+        QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
+        QVERIFY(package.getJsonDataListMap().isEmpty());
+    }
+
+    void aMultipartPackageKeepsItsPartsAsTheyAre()
+    {
+        HttpMutilPartPackage package(nullptr);
+        const QMap<QString, QVariant> parts{{QStringLiteral("a"), QByteArray("b")},
+                                            {QStringLiteral("f"), QUrl(QStringLiteral("file:///x"))}};
+        package.setHttpMultiPartData(parts);
+        QCOMPARE(package.httpMultiPartData(), parts);
+        package.setUrl(QStringLiteral("/x"));
+        QCOMPARE(package.getUrl(), QStringLiteral("/x"));
+    }
+};
+
+QTEST_GUILESS_MAIN(PackageTest)
+#include "tst_package.moc"

@@ -1,0 +1,500 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/deviceendpoint.h"
+#include "recordingengine.h"
+
+#include <communicator/httpproxy.h>
+
+#include <QLoggingCategory>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+#include <future>
+#include <thread>
+
+using namespace Krelm::Communicator::HttpDevice;
+using State = IHttpVersionTrigger;
+using Start = RecordingEngine::Start;
+
+using Call = std::function<void(HttpProxy*, HttpMutilPartPackage*)>;
+Q_DECLARE_METATYPE(DeviceEndpoint)
+Q_DECLARE_METATYPE(Call)
+
+class ProxyTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
+    void cleanup()
+    {
+        m_proxy->setEngine(nullptr);
+        for (const QString& key : m_proxy->devices()) {
+            m_proxy->removeDevice(key);
+        }
+        QCoreApplication::processEvents();
+    }
+
+    void theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst();
+    void eachOperationSendsItsVerb_data();
+    void eachOperationSendsItsVerb();
+    void everythingReachesTheEngineAsItWasSet();
+    void anEmptyPathReachesTheEngine();
+    void aJsonBodyIsTypedUnlessTheCallerDid();
+    void aJsonBodyThatCannotBeWrittenIsNotSent();
+    void putSyncOfAMultipartPackageSendsItsParts();
+    void aDownloadNamesItsDestination();
+    void aDownloadWithoutADestinationSendsNothing();
+    void theReplyStandsInThePackageOnReturn();
+    void blockingRequestsRaiseNoReadyRead();
+    void aNullPackageIsIgnored();
+
+    void readyReadComesOnceAndNeverFromInside_data();
+    void readyReadComesOnceAndNeverFromInside();
+    void readyReadCanBeConnectedAfterTheCall();
+    void readyReadComesOnThePackagesThread();
+    void readyReadMayDeleteThePackage();
+    void aPackageThatIsGoneIsNotAnswered();
+    void aStackPackageMayGoRightAfterThePut();
+    void replacingTheEngineAbortsWhatIsInFlight();
+    void nullRestoresTheBuiltInEngine();
+
+    void addingADeviceIsAnnouncedLater();
+    void invalidDevicesAreRefused_data();
+    void invalidDevicesAreRefused();
+    void removingADeviceIsAnnouncedLater();
+    void devicesWorkWithAForeignEngine();
+
+private:
+    std::shared_ptr<RecordingEngine::Log> install(Start start = Start::AnswersLater)
+    {
+        auto log = std::make_shared<RecordingEngine::Log>();
+        m_proxy->setEngine(std::make_unique<RecordingEngine>(log, start));
+        return log;
+    }
+
+    HttpProxy* m_proxy = nullptr;
+};
+
+void ProxyTest::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
+{
+    std::thread([this] { m_proxy = HttpProxy::getInstance(); }).join();
+    QVERIFY(m_proxy != nullptr);
+    QCOMPARE(m_proxy->thread(), QCoreApplication::instance()->thread());
+    QCOMPARE(HttpProxy::getInstance(), m_proxy);
+}
+
+void ProxyTest::eachOperationSendsItsVerb_data()
+{
+    QTest::addColumn<Call>("call");
+    QTest::addColumn<int>("method");
+    const QString key = QStringLiteral("wall");
+    const auto row = [](const char* name, const Call& call, HttpMethod method) {
+        QTest::newRow(name) << call << int(method);
+    };
+    row(
+        "getSync", [key](auto* proxy, auto* package) { proxy->getSync(key, package); }, HttpMethod::Get);
+    row(
+        "putSync", [key](auto* proxy, auto* package) { proxy->putSync(key, package); }, HttpMethod::Put);
+    row(
+        "postSync", [key](auto* proxy, auto* package) { proxy->postSync(key, package); }, HttpMethod::Post);
+    row(
+        "delSync", [key](auto* proxy, auto* package) { proxy->delSync(key, package); }, HttpMethod::Delete);
+    row(
+        "putMutilPartSync", [key](auto* proxy, auto* package) { proxy->putMutilPartSync(key, package); },
+        HttpMethod::Put);
+    row(
+        "get", [key](auto* proxy, auto* package) { QVERIFY(proxy->get(key, package)); }, HttpMethod::Get);
+    row(
+        "put", [key](auto* proxy, auto* package) { QVERIFY(proxy->put(key, package)); }, HttpMethod::Put);
+    row(
+        "post", [key](auto* proxy, auto* package) { QVERIFY(proxy->post(key, package)); }, HttpMethod::Post);
+    row(
+        "putMultSync", [key](auto* proxy, auto* package) { proxy->putMultSync(key, package); },
+        HttpMethod::Put);
+}
+
+void ProxyTest::eachOperationSendsItsVerb()
+{
+    QFETCH(Call, call);
+    QFETCH(int, method);
+    const auto log = install();
+    HttpMutilPartPackage package(nullptr);
+    call(m_proxy, &package);
+    QCOMPARE(log->requests.size(), size_t(1));
+    QCOMPARE(int(log->requests[0].method), method);
+    QCOMPARE(log->requests[0].deviceKey, QStringLiteral("wall"));
+    QCOMPARE(package.getDevkey(), QStringLiteral("wall"));
+}
+
+void ProxyTest::everythingReachesTheEngineAsItWasSet()
+{
+    const auto log = install();
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/x/{id} "));
+    package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("a/b"));
+    package.addParameters(QStringLiteral("q"), QStringLiteral("1 2"));
+    package.setRequestHeader({{QStringLiteral("X-A"), QStringLiteral("b")}});
+    package.setRequestData("raw");
+    package.setExpectedTime(-5);
+    package.setDaemonFlag(true);
+    m_proxy->putSync(QStringLiteral("any key"), &package);
+    const HttpRequest& request = log->requests.at(0);
+    QCOMPARE(request.deviceKey, QStringLiteral("any key"));
+    QCOMPARE(request.path, QStringLiteral("/x/{id} "));
+    QCOMPARE(request.placeHolders, package.placeHolders());
+    QCOMPARE(request.parameters, package.parameters());
+    QCOMPARE(request.headers, package.requestHeader());
+    QCOMPARE(request.body, QByteArray("raw"));
+    QCOMPARE(request.expectedTime, -5);
+    QVERIFY(request.daemon);
+    QVERIFY(!request.multipart);
+    QVERIFY(request.downloadPath.isEmpty());
+}
+
+void ProxyTest::anEmptyPathReachesTheEngine()
+{
+    const auto log = install();
+    HttpJsonPackage package(nullptr);
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QCOMPARE(log->requests.size(), size_t(1));
+    QVERIFY(log->requests[0].path.isEmpty());
+    QCOMPARE(log->requests[0].expectedTime, 10000);
+}
+
+void ProxyTest::aJsonBodyIsTypedUnlessTheCallerDid()
+{
+    const auto log = install();
+    const QString json = QStringLiteral("application/json");
+    HttpJsonPackage untyped(nullptr);
+    untyped.setRequestWithJsonObj(QVariantMap());
+    m_proxy->putSync(QStringLiteral("wall"), &untyped);
+    QCOMPARE(log->requests.at(0).headers, (QMap<QString, QString>{{QStringLiteral("Content-Type"), json}}));
+    QVERIFY(untyped.requestHeader().isEmpty());
+    HttpJsonPackage typed(nullptr);
+    typed.setRequestWithJsonObj(QVariantMap());
+    typed.setRequestHeader({{QStringLiteral("content-Type"), json}});
+    m_proxy->putSync(QStringLiteral("wall"), &typed);
+    QCOMPARE(log->requests.at(1).headers, typed.requestHeader());
+    HttpJsonPackage raw(nullptr);
+    raw.setRequestWithJsonObj(QVariantMap());
+    raw.setRequestData("raw");
+    m_proxy->putSync(QStringLiteral("wall"), &raw);
+    QVERIFY(log->requests.at(2).headers.isEmpty());
+}
+
+void ProxyTest::aJsonBodyThatCannotBeWrittenIsNotSent()
+{
+    const auto log = install();
+    QVariant deep = 1;
+    for (int i = 0; i < 2000; ++i) {
+        deep = QVariantList{deep};
+    }
+    HttpJsonPackage package(nullptr);
+    package.setRequestWithJsonObj(deep);
+    m_proxy->putSync(QStringLiteral("wall"), &package);
+    QCOMPARE(package.getSimpleState(), State::InvalidRequest);
+    QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
+    QVERIFY(!m_proxy->put(QStringLiteral("wall"), &package));
+    QVERIFY(spy.wait());
+    QCOMPARE(package.getSimpleState(), State::InvalidRequest);
+    QVERIFY(log->requests.empty());
+}
+
+void ProxyTest::putSyncOfAMultipartPackageSendsItsParts()
+{
+    const auto log = install();
+    HttpMutilPartPackage package(nullptr);
+    package.setHttpMultiPartData({{QStringLiteral("a"), QByteArray("b")}});
+    m_proxy->putSync(QStringLiteral("wall"), &package);
+    m_proxy->putMutilPartSync(QStringLiteral("wall"), &package);
+    for (const HttpRequest& request : log->requests) {
+        QVERIFY(request.multipart);
+        QCOMPARE(request.parts, package.httpMultiPartData());
+    }
+    QCOMPARE(log->requests.size(), size_t(2));
+}
+
+void ProxyTest::aDownloadNamesItsDestination()
+{
+    const auto log = install();
+    HttpJsonPackage package(nullptr);
+    package.fileDownloadPath = QStringLiteral("/tmp/firmware");
+    m_proxy->getFileDownloadSync(QStringLiteral("wall"), &package);
+    QCOMPARE(log->requests.at(0).downloadPath, QStringLiteral("/tmp/firmware"));
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QVERIFY(log->requests.at(1).downloadPath.isEmpty());
+}
+
+void ProxyTest::aDownloadWithoutADestinationSendsNothing()
+{
+    const auto log = install();
+    HttpJsonPackage package(nullptr);
+    m_proxy->getFileDownloadSync(QStringLiteral("wall"), &package);
+    QCOMPARE(package.getSimpleState(), State::FileFailure);
+    QVERIFY(log->requests.empty());
+}
+
+void ProxyTest::theReplyStandsInThePackageOnReturn()
+{
+    const auto log = install();
+    log->reply.state = State::HttpFailure;
+    log->reply.status = 404;
+    log->reply.body = "{\"data\":{\"a\":1}}";
+    log->reply.headers.insert(QStringLiteral("x-a"), QStringLiteral("b"));
+    HttpJsonPackage package(nullptr);
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QCOMPARE(package.getSimpleState(), State::HttpFailure);
+    QCOMPARE(package.replyStatus, 404);
+    QCOMPARE(package.getReceiveData(), log->reply.body);
+    QCOMPARE(package.responseHeader(QStringLiteral("X-A")), QStringLiteral("b"));
+    QVERIFY(package.getRoutesJsonMap().isEmpty());
+}
+
+void ProxyTest::blockingRequestsRaiseNoReadyRead()
+{
+    install();
+    HttpJsonPackage package(nullptr);
+    QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QCoreApplication::processEvents();
+    QCOMPARE(spy.count(), 0);
+}
+
+void ProxyTest::aNullPackageIsIgnored()
+{
+    const auto log = install();
+    m_proxy->getSync(QStringLiteral("wall"), nullptr);
+    QVERIFY(!m_proxy->get(QStringLiteral("wall"), nullptr));
+    QVERIFY(log->requests.empty());
+}
+
+void ProxyTest::readyReadComesOnceAndNeverFromInside_data()
+{
+    QTest::addColumn<int>("start");
+    QTest::addColumn<bool>("started");
+    QTest::addColumn<int>("state");
+    QTest::newRow("answered early") << int(Start::AnswersEarly) << true << int(State::TimedOut);
+    QTest::newRow("answered later") << int(Start::AnswersLater) << true << int(State::TimedOut);
+    QTest::newRow("answered twice") << int(Start::AnswersTwice) << true << int(State::TimedOut);
+    QTest::newRow("refused") << int(Start::Refuses) << false << int(State::TimedOut);
+    QTest::newRow("dropped") << int(Start::Drops) << false << int(State::Aborted);
+}
+
+void ProxyTest::readyReadComesOnceAndNeverFromInside()
+{
+    QFETCH(int, start);
+    QFETCH(bool, started);
+    QFETCH(int, state);
+    const auto log = install(static_cast<Start>(start));
+    log->reply.state = State::TimedOut;
+    HttpJsonPackage package(nullptr);
+    int calls = 0;
+    int stateAtCall = -1;
+    connect(
+        &package, &HttpJsonPackage::readyRead, &package,
+        [&](HttpJsonPackage* ready) {
+            ++calls;
+            QCOMPARE(ready, &package);
+            stateAtCall = ready->getSimpleState();
+        },
+        Qt::DirectConnection);
+    QCOMPARE(m_proxy->get(QStringLiteral("wall"), &package), started);
+    QCOMPARE(calls, 0);
+    if (!log->pending.empty()) {
+        log->pending[0](log->reply);
+        QCOMPARE(calls, 0);
+    }
+    QTRY_COMPARE(calls, 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(calls, 1);
+    QCOMPARE(stateAtCall, state);
+}
+
+void ProxyTest::readyReadCanBeConnectedAfterTheCall()
+{
+    install(Start::AnswersEarly);
+    HttpJsonPackage package(nullptr);
+    m_proxy->get(QStringLiteral("wall"), &package);
+    QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
+    QVERIFY(spy.wait());
+}
+
+void ProxyTest::readyReadComesOnThePackagesThread()
+{
+    const auto log = install();
+    QThread thread;
+    thread.start();
+    auto* const package = new HttpJsonPackage(nullptr);
+    package->moveToThread(&thread);
+    std::promise<QThread*> emitted;
+    connect(
+        package, &HttpJsonPackage::readyRead, package,
+        [&emitted](HttpJsonPackage* ready) {
+            emitted.set_value(QThread::currentThread());
+            ready->deleteLater();
+        },
+        Qt::DirectConnection);
+    QMetaObject::invokeMethod(
+        package, [this, package] { m_proxy->get(QStringLiteral("wall"), package); },
+        Qt::BlockingQueuedConnection);
+    log->pending[0]({});
+    auto future = emitted.get_future();
+    QCOMPARE(future.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    QCOMPARE(future.get(), &thread);
+    thread.quit();
+    thread.wait();
+}
+
+void ProxyTest::readyReadMayDeleteThePackage()
+{
+    install(Start::AnswersEarly);
+    QPointer<HttpJsonPackage> package = new HttpJsonPackage(nullptr);
+    connect(package, &HttpJsonPackage::readyRead, [](HttpJsonPackage* ready) { delete ready; });
+    m_proxy->get(QStringLiteral("wall"), package);
+    QTRY_VERIFY(package.isNull());
+}
+
+void ProxyTest::aPackageThatIsGoneIsNotAnswered()
+{
+    const auto log = install();
+    auto package = std::make_unique<HttpJsonPackage>(nullptr);
+    m_proxy->get(QStringLiteral("wall"), package.get());
+    package.reset();
+    log->pending[0]({});
+    auto answered = std::make_unique<HttpJsonPackage>(nullptr);
+    m_proxy->get(QStringLiteral("wall"), answered.get());
+    log->pending[1]({});
+    answered.reset();
+    QCoreApplication::processEvents();
+}
+
+void ProxyTest::aStackPackageMayGoRightAfterThePut()
+{
+    const auto log = install();
+    bool started = false;
+    int state = -1;
+    {
+        HttpJsonPackage package(nullptr);
+        package.setRequestWithJsonObj(QVariantMap{{QStringLiteral("a"), 1}});
+        started = m_proxy->put(QStringLiteral("wall"), &package);
+        state = package.getSimpleState();
+    }
+    QVERIFY(started);
+    QCOMPARE(state, 0);
+    QCOMPARE(log->requests.at(0).body, QByteArray("{\"a\":1}"));
+    log->pending[0]({});
+    QCoreApplication::processEvents();
+}
+
+void ProxyTest::replacingTheEngineAbortsWhatIsInFlight()
+{
+    const auto log = install();
+    HttpJsonPackage package(nullptr);
+    QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
+    m_proxy->get(QStringLiteral("wall"), &package);
+    const auto next = install();
+    QVERIFY(!log->alive);
+    QVERIFY(spy.wait());
+    QCOMPARE(package.getSimpleState(), State::Aborted);
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QCOMPARE(next->requests.size(), size_t(1));
+}
+
+void ProxyTest::nullRestoresTheBuiltInEngine()
+{
+    const auto log = install();
+    m_proxy->setEngine(nullptr);
+    QVERIFY(!log->alive);
+    HttpJsonPackage package(nullptr);
+    m_proxy->getSync(QStringLiteral("wall"), &package);
+    QCOMPARE(package.getSimpleState(), State::InvalidRequest);
+    QVERIFY(log->requests.empty());
+    QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
+    QVERIFY(!m_proxy->get(QStringLiteral("wall"), &package));
+    QCOMPARE(spy.count(), 0);
+    QVERIFY(spy.wait());
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(package.getSimpleState(), State::InvalidRequest);
+}
+
+void ProxyTest::addingADeviceIsAnnouncedLater()
+{
+    QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("127.0.0.1:1");
+    QVERIFY(m_proxy->addDevice(QStringLiteral("b"), endpoint));
+    QVERIFY(m_proxy->addDevice(QStringLiteral("a"), endpoint));
+    QCOMPARE(changed.count(), 0);
+    QCOMPARE(m_proxy->devices(), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
+    QTRY_COMPARE(changed.count(), 2);
+    endpoint.address = QStringLiteral("127.0.0.1:2");
+    QVERIFY(m_proxy->addDevice(QStringLiteral("a"), endpoint));
+    QCoreApplication::processEvents();
+    QCOMPARE(changed.count(), 2);
+}
+
+void ProxyTest::invalidDevicesAreRefused_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<DeviceEndpoint>("endpoint");
+    const auto row = [](const char* name, const QString& key, DeviceEndpoint::Login login,
+                        const QString& address, const QString& user, const QString& secret) {
+        DeviceEndpoint endpoint;
+        endpoint.address = address;
+        endpoint.login = login;
+        endpoint.user = user;
+        endpoint.secret = secret;
+        QTest::newRow(name) << key << endpoint;
+    };
+    using Login = DeviceEndpoint::Login;
+    const QString address = QStringLiteral("127.0.0.1:1");
+    const QString key = QStringLiteral("wall");
+    row("no key", {}, Login::None, address, {}, {});
+    row("line end in the key", QStringLiteral("a\nb"), Login::None, address, {}, {});
+    row("no address", key, Login::None, {}, {}, {});
+    row("login in the address", key, Login::None, QStringLiteral("http://a:b@127.0.0.1"), {}, {});
+    row("path in the address", key, Login::None, QStringLiteral("http://127.0.0.1/x"), {}, {});
+    row("colon in the user", key, Login::Basic, address, QStringLiteral("a:b"), {});
+    row("no token", key, Login::Bearer, address, {}, {});
+    row("line end in the token", key, Login::Bearer, address, {}, QStringLiteral("a\r\nX: y"));
+}
+
+void ProxyTest::invalidDevicesAreRefused()
+{
+    QFETCH(QString, key);
+    QFETCH(DeviceEndpoint, endpoint);
+    QVERIFY(!m_proxy->addDevice(key, endpoint));
+    QVERIFY(m_proxy->devices().isEmpty());
+}
+
+void ProxyTest::removingADeviceIsAnnouncedLater()
+{
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("127.0.0.1:1");
+    m_proxy->addDevice(QStringLiteral("wall"), endpoint);
+    QCoreApplication::processEvents();
+    QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
+    QSignalSpy logout(m_proxy, &HttpProxy::deviceLogout);
+    QVERIFY(m_proxy->removeDevice(QStringLiteral("wall")));
+    QVERIFY(!m_proxy->removeDevice(QStringLiteral("wall")));
+    QCOMPARE(logout.count(), 0);
+    QTRY_COMPARE(logout.count(), 1);
+    QCOMPARE(logout.at(0).at(0).toString(), QStringLiteral("wall"));
+    QTRY_COMPARE(changed.count(), 1);
+    QVERIFY(m_proxy->devices().isEmpty());
+}
+
+void ProxyTest::devicesWorkWithAForeignEngine()
+{
+    install();
+    QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("127.0.0.1:1");
+    QVERIFY(m_proxy->addDevice(QStringLiteral("wall"), endpoint));
+    QCOMPARE(m_proxy->devices(), QStringList{QStringLiteral("wall")});
+    QTRY_COMPARE(changed.count(), 1);
+    QVERIFY(m_proxy->removeDevice(QStringLiteral("wall")));
+}
+
+QTEST_GUILESS_MAIN(ProxyTest)
+#include "tst_proxy.moc"

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
+#include "recordingengine.h"
+
+#include "communicator/deviceendpoint.h"
+
+#include <communicator/httpproxy.h>
+
+#include <QLoggingCategory>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+#include <thread>
+
+using namespace Krelm::Communicator::HttpDevice;
+using State = IHttpVersionTrigger;
+using Mode = MisbehavingServer::Mode;
+
+class ThreadsTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
+    void cleanup() { HttpProxy::getInstance()->setEngine(nullptr); }
+
+    void manyThreadsBlockOnSeveralDevicesAtOnce();
+    void aPackageMayGoAtAnyMomentOfItsExchange();
+    void packagesOfManyThreadsAreAnsweredOnTheirOwn();
+    void theEngineMayBeReplacedWhileRequestsRun();
+    void devicesMayComeAndGoWhileRequestsRun();
+    void thousandsOfRequestsAllSettle();
+};
+
+void ThreadsTest::manyThreadsBlockOnSeveralDevicesAtOnce()
+{
+    MisbehavingServer servers[4];
+    std::atomic<int> good{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 32; ++i) {
+        threads.emplace_back([&, i] {
+            const QString key = servers[i % 4].address();
+            for (int k = 0; k < 50; ++k) {
+                HttpJsonPackage package(nullptr);
+                package.setUrl(QStringLiteral("/api/v1/x"));
+                if (k % 3 == 0) {
+                    package.setRequestWithJsonObj(QVariantMap{{QStringLiteral("k"), k}});
+                    HttpProxy::getInstance()->putSync(key, &package);
+                } else {
+                    HttpProxy::getInstance()->getSync(key, &package);
+                }
+                good += package.getSimpleState() == State::Success && package.getRoutesJsonMap().size() == 1
+                            ? 1
+                            : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(good.load(), 32 * 50);
+    for (const MisbehavingServer& server : servers) {
+        QCOMPARE(server.deliveries(), 8 * 50);
+    }
+}
+
+void ThreadsTest::aPackageMayGoAtAnyMomentOfItsExchange()
+{
+    MisbehavingServer server;
+    int answered = 0;
+    for (int i = 0; i < 2000; ++i) {
+        auto package = std::make_unique<HttpJsonPackage>(nullptr);
+        package->setUrl(QStringLiteral("/api/v1/x"));
+        connect(package.get(), &HttpJsonPackage::readyRead, this, [&] { ++answered; });
+        HttpProxy::getInstance()->get(server.address(), package.get());
+        for (int spin = 0; spin < i % 40; ++spin) {
+            QCoreApplication::processEvents();
+        }
+        if (i % 3 == 0) {
+            QSignalSpy spy(package.get(), &HttpJsonPackage::readyRead);
+            if (i % 2 == 0) {
+                spy.wait(1);
+            }
+        }
+    }
+    QVERIFY(answered <= 2000);
+}
+
+void ThreadsTest::packagesOfManyThreadsAreAnsweredOnTheirOwn()
+{
+    MisbehavingServer server;
+    std::atomic<int> answered{0};
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back(QThread::create([&] {
+            QEventLoop loop;
+            int left = 50;
+            for (int k = 0; k < 50; ++k) {
+                auto* const package = new HttpJsonPackage(nullptr);
+                package->setUrl(QStringLiteral("/api/v1/x"));
+                connect(
+                    package, &HttpJsonPackage::readyRead, package,
+                    [&, thread = QThread::currentThread()](HttpJsonPackage* ready) {
+                        answered +=
+                            QThread::currentThread() == thread && ready->getRoutesJsonMap().size() == 1 ? 1
+                                                                                                        : 0;
+                        ready->deleteLater();
+                        if (--left == 0) {
+                            loop.quit();
+                        }
+                    },
+                    Qt::DirectConnection);
+                HttpProxy::getInstance()->get(server.address(), package);
+            }
+            loop.exec();
+        }));
+        threads.back()->start();
+    }
+    for (const auto& thread : threads) {
+        QVERIFY(thread->wait(30000));
+    }
+    QCOMPARE(answered.load(), 8 * 50);
+}
+
+void ThreadsTest::theEngineMayBeReplacedWhileRequestsRun()
+{
+    MisbehavingServer server;
+    std::vector<std::unique_ptr<HttpJsonPackage>> packages;
+    int answered = 0;
+    auto log = std::make_shared<RecordingEngine::Log>();
+    for (int i = 0; i < 200; ++i) {
+        packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
+        packages.back()->setUrl(QStringLiteral("/api/v1/x"));
+        connect(packages.back().get(), &HttpJsonPackage::readyRead, this, [&] { ++answered; });
+        HttpProxy::getInstance()->get(server.address(), packages.back().get());
+        if (i % 20 == 10) {
+            HttpProxy::getInstance()->setEngine(
+                std::make_unique<RecordingEngine>(log, RecordingEngine::Start::AnswersLater));
+        } else if (i % 20 == 0) {
+            HttpProxy::getInstance()->setEngine(nullptr);
+        }
+    }
+    HttpProxy::getInstance()->setEngine(nullptr);
+    QTRY_COMPARE(answered, 200);
+}
+
+void ThreadsTest::devicesMayComeAndGoWhileRequestsRun()
+{
+    MisbehavingServer server;
+    std::atomic<bool> going{true};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (going) {
+                HttpJsonPackage package(nullptr);
+                package.setUrl(QStringLiteral("/api/v1/x"));
+                HttpProxy::getInstance()->getSync(QStringLiteral("the wall"), &package);
+                const auto state = package.getSimpleState();
+                // A key with a blank is no address: the device is known, aborted, or not known.
+                wrong += state != State::Success && state != State::Aborted && state != State::InvalidRequest
+                             ? 1
+                             : 0;
+            }
+        });
+    }
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    for (int i = 0; i < 300; ++i) {
+        HttpProxy::getInstance()->addDevice(QStringLiteral("the wall"), endpoint);
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        HttpProxy::getInstance()->getSync(QStringLiteral("the wall"), &package);
+        wrong += package.getSimpleState() == State::Success ? 0 : 1;
+        HttpProxy::getInstance()->removeDevice(QStringLiteral("the wall"));
+    }
+    going = false;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(wrong.load(), 0);
+}
+
+void ThreadsTest::thousandsOfRequestsAllSettle()
+{
+    MisbehavingServer servers[3];
+    std::vector<std::unique_ptr<HttpJsonPackage>> packages;
+    int good = 0;
+    int answered = 0;
+    for (int i = 0; i < 3000; ++i) {
+        packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
+        HttpJsonPackage* const package = packages.back().get();
+        package->setUrl(QStringLiteral("/api/v1/x"));
+        package->setExpectedTime(60000);
+        connect(package, &HttpJsonPackage::readyRead, this, [&](HttpJsonPackage* ready) {
+            ++answered;
+            good += ready->getSimpleState() == State::Success ? 1 : 0;
+        });
+        HttpProxy::getInstance()->putMultSync(servers[i % 3].address(), package);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(answered, 3000, 60000);
+    QCOMPARE(good, 3000);
+}
+
+QTEST_GUILESS_MAIN(ThreadsTest)
+#include "tst_threads.moc"

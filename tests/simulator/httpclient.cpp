@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include "httpclient.h"
+
+#include <QJsonDocument>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+
+QJsonObject HttpReply::envelope() const
+{
+    return QJsonDocument::fromJson(body).object();
+}
+
+bool HttpReply::isEnvelope() const
+{
+    const QJsonObject object = envelope();
+    const QJsonValue payload = object.value(QStringLiteral("data"));
+    return headers.value("content-type") == "application/json" &&
+           object.value(QStringLiteral("code")).isDouble() &&
+           object.value(QStringLiteral("message")).isString() && (payload.isObject() || payload.isArray());
+}
+
+int HttpReply::code() const
+{
+    return envelope().value(QStringLiteral("code")).toInt(-1);
+}
+
+QJsonValue HttpReply::data() const
+{
+    return envelope().value(QStringLiteral("data"));
+}
+
+HttpClient::HttpClient(quint16 port)
+{
+    m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const timeval limit{60, 0};
+    const int on = 1;
+    ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    ::setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        ::close(m_socket);
+        m_socket = -1;
+    }
+}
+
+HttpClient::~HttpClient()
+{
+    if (m_socket >= 0)
+        ::close(m_socket);
+}
+
+HttpReply HttpClient::request(const QByteArray& method, const QByteArray& target, const QByteArray& body,
+                              const QByteArray& extraHeaders)
+{
+    QByteArray text = method + ' ' + target + " HTTP/1.1\r\nHost: test\r\n" + extraHeaders;
+    if (!body.isEmpty()) {
+        if (!extraHeaders.toLower().contains("content-type"))
+            text += "Content-Type: application/json\r\n";
+        text += "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
+    }
+    send(text + "\r\n" + body);
+    return readReply(method == "HEAD");
+}
+
+bool HttpClient::send(const QByteArray& bytes)
+{
+    qsizetype sent = 0;
+    while (sent < bytes.size()) {
+        const auto count = ::send(m_socket, bytes.constData() + sent,
+                                  static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        if (count <= 0)
+            return false;
+        sent += count;
+    }
+    return true;
+}
+
+bool HttpClient::fill()
+{
+    std::array<char, 65536> chunk{};
+    const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
+    if (count <= 0)
+        return false;
+    m_buffer.append(chunk.data(), static_cast<int>(count));
+    return true;
+}
+
+QByteArray HttpClient::readUntil(const QByteArray& end)
+{
+    int at = m_buffer.indexOf(end);
+    while (at < 0) {
+        if (!fill())
+            return std::exchange(m_buffer, {});
+        at = m_buffer.indexOf(end);
+    }
+    QByteArray result = m_buffer.left(at + end.size());
+    m_buffer.remove(0, at + end.size());
+    return result;
+}
+
+HttpReply HttpClient::readReply(bool headOnly)
+{
+    HttpReply reply;
+    const QByteArray head = readUntil("\r\n\r\n");
+    if (!head.endsWith("\r\n\r\n"))
+        return reply;
+    const QList<QByteArray> lines = head.trimmed().split('\n');
+    reply.status = lines.first().split(' ').value(1).toInt();
+    for (const QByteArray& line : lines.mid(1)) {
+        const int colon = line.indexOf(':');
+        reply.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
+    }
+    const int size = headOnly ? 0 : reply.headers.value("content-length").toInt();
+    while (m_buffer.size() < size && fill()) {
+    }
+    reply.whole = m_buffer.size() >= size;
+    reply.body = m_buffer.left(size);
+    m_buffer.remove(0, size);
+    return reply;
+}
+
+bool HttpClient::endsSoon()
+{
+    std::array<char, 65536> chunk{};
+    for (;;) {
+        const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
+        if (count == 0 || (count < 0 && errno == ECONNRESET))
+            return true;
+        if (count < 0)
+            return false;
+    }
+}
+
+QJsonObject EventReader::Event::object() const
+{
+    return QJsonDocument::fromJson(data).object();
+}
+
+EventReader::EventReader(quint16 port, const QByteArray& lastId)
+    : m_client(port)
+{
+    m_client.send("GET /api/v1/events HTTP/1.1\r\nHost: test\r\n" +
+                  (lastId.isEmpty() ? QByteArray() : "Last-Event-ID: " + lastId + "\r\n") + "\r\n");
+    const QByteArray head = m_client.readUntil("\r\n\r\n");
+    m_open = head.startsWith("HTTP/1.1 200 ") && head.contains("text/event-stream");
+}
+
+EventReader::Event EventReader::next()
+{
+    Event event;
+    for (;;) {
+        const QByteArray text = m_client.readUntil("\n");
+        if (text.isEmpty())
+            return {};
+        if (text.startsWith("id: "))
+            event.id = text.mid(4).trimmed().toULongLong();
+        else if (text.startsWith("data: "))
+            event.data += (event.data.isEmpty() ? "" : "\n") + text.mid(6).chopped(1);
+        else if (text == "\n" && event.id != 0)
+            return event;
+    }
+}

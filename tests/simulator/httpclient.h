@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_SIMULATOR_HTTPCLIENT_H
+#define TESTS_SIMULATOR_HTTPCLIENT_H
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QMap>
+#include <QString>
+
+/// A reply as the client read it.
+struct HttpReply
+{
+    int status = 0;                       ///< 0: the connection ended, or nothing came in time
+    QMap<QByteArray, QByteArray> headers; ///< names in lower case
+    QByteArray body;
+    bool whole = false; ///< as many bytes came as the head promised
+
+    QJsonObject envelope() const;
+    bool isEnvelope() const;
+    int code() const;
+    QJsonValue data() const;
+    QJsonObject object() const { return data().toObject(); }
+    QJsonArray list() const { return data().toArray(); }
+};
+
+/// A blocking HTTP/1.1 client on one socket, on purpose without any library. Every wait ends after ten
+/// seconds.
+class HttpClient
+{
+public:
+    explicit HttpClient(quint16 port);
+    ~HttpClient();
+    Q_DISABLE_COPY(HttpClient)
+
+    bool isConnected() const { return m_socket >= 0; }
+    /// Sends a request and reads its reply.
+    HttpReply request(const QByteArray& method, const QByteArray& target, const QByteArray& body = {},
+                      const QByteArray& extraHeaders = {});
+    HttpReply get(const QByteArray& target) { return request("GET", target); }
+    HttpReply put(const QByteArray& target, const QByteArray& body) { return request("PUT", target, body); }
+
+    /// Sends @p bytes as they are. @return whether all went out.
+    bool send(const QByteArray& bytes);
+    HttpReply readReply(bool headOnly = false);
+    /// Reads up to and including @p end; what came when the connection ended first.
+    QByteArray readUntil(const QByteArray& end);
+    /// Whether the server ends the connection, whatever it still sends.
+    bool endsSoon();
+
+private:
+    bool fill();
+
+    int m_socket = -1;
+    QByteArray m_buffer;
+};
+
+/// One reader of the event stream.
+class EventReader
+{
+public:
+    struct Event
+    {
+        quint64 id = 0; ///< 0: the stream ended, or nothing came in time
+        QByteArray data;
+        QJsonObject object() const;
+    };
+
+    explicit EventReader(quint16 port, const QByteArray& lastId = {});
+
+    bool isOpen() const { return m_open; }
+    Event next();
+    /// Whether the stream ends.
+    bool endsSoon() { return m_client.endsSoon(); }
+    /// The next line as it came.
+    QByteArray line() { return m_client.readUntil("\n"); }
+
+private:
+    HttpClient m_client;
+    bool m_open = false;
+};
+
+#endif

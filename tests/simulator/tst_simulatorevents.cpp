@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: MIT
+#include "httpclient.h"
+
+#include <simulator/simulator.h>
+
+#include <QJsonDocument>
+#include <QtTest>
+
+#include <memory>
+#include <vector>
+
+using namespace Tessel::Simulator;
+
+class tst_SimulatorEvents : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Simulator> m_simulator;
+
+    void restart(const Options& options)
+    {
+        m_simulator = std::make_unique<Simulator>(options);
+        QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
+    }
+
+private Q_SLOTS:
+    void init() { restart({}); }
+
+    void aWritePushesItsEvents_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QList<QByteArray>>("events");
+        const auto row = [](const char* path, const char* body, const QList<QByteArray>& events) {
+            QTest::newRow((QByteArray(path) + ' ' + body).constData())
+                << QByteArray(path) << QByteArray(body) << events;
+        };
+        const QByteArray hwInfo = R"({"dataType":"change","changeTag":"hwInfo"})";
+        const QByteArray screens = R"({"dataType":"change","changeTag":"screensInfo"})";
+        const QByteArray outputs = R"({"dataType":"change","changeTag":"outputsInfo"})";
+        const QByteArray pipes = R"({"DataType":"Change","ChangeTag":"PipeLineInfo"})";
+        row("/device/hw/customname", R"({"name":"Arena"})",
+            {R"({"dataType":"customNameChange","name":"Arena"})", hwInfo});
+        row("/device/hw/customname", R"({"customName":"B"})",
+            {R"({"dataType":"customNameChange","name":"B"})", hwInfo});
+        row("/device/hw", R"({"displayMode":2})", {hwInfo});
+        row("/device/hw/mapping", R"({"enable":true})", {hwInfo});
+        row("/device/screen/1/brightness", R"({"brightness":1})", {screens});
+        row("/screen/brightness", R"({"brightness":1})", {screens});
+        row("/device/screen/name", R"({"screenID":"1","name":"N"})",
+            {R"({"dataType":"screenName","name":"N"})", screens});
+        row("/device/screen/enable", R"({"tags":[]})",
+            {R"({"dataType":"change","changeTag":"screensTagInfo"})"});
+        row("/device/cabinet/7/weight", R"({"weight":1})",
+            {R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{"ids":["7"]}})"});
+        row("/device/cabinet/brightness", R"({"ids":["1","2"],"brightness":1})",
+            {R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{"ids":["1","2"]}})"});
+        row("/device/cabinet/brightness", R"({"brightness":1})",
+            {R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{}})"});
+        row("/device/factoryop/cabinets/1/struct", R"({"scan":1})",
+            {R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{"ids":["1"]}})"});
+        for (const char* path : {"/device/cabinet/cabinetflags", "/device/cabinet/moduleflags",
+                                 "/device/cabinet/recvcardflags", "/device/cabinet/flags"})
+            row(path, R"([{"id":"9","flag":1}])",
+                {R"({"eventSender":"cabinet","eventType":"allFlags","eventData":{"ids":["9"]}})"});
+        row("/device/input/3/hue", R"({"hue":5})",
+            {R"({"dataType":"change","changeTag":"inputsInfo","changeInputId":3})"});
+        row("/device/output/2/enable", R"({"enable":false})", {outputs});
+        row("/device/output", R"([{"id":2,"enable":false}])", {outputs});
+        row("/device/output/pipelinemapping", R"({"1":1})", {outputs});
+        row("/device/pipeline/1/inputid", R"({"inputId":2})", {pipes});
+        row("/device/pipeline", R"([{"id":1,"name":"x"}])", {pipes});
+        row("/device/channel/1/hue", R"({"hue":2})", {pipes});
+        // A write that changes nothing, and one that no list shows.
+        row("/device/cabinet/7/weight", R"({"weight":7500})", {});
+        row("/device/screen/1/brightness", R"({"brightness":80})", {});
+        row("/device/correctionop/cabinets/1/effectmode", R"({"mode":2})", {});
+        row("/device/log/level", R"({"level":0})", {});
+    }
+
+    void aWritePushesItsEvents()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, body);
+        QFETCH(QList<QByteArray>, events);
+        EventReader reader(m_simulator->port());
+        QVERIFY(reader.isOpen());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        QCOMPARE(HttpClient(m_simulator->port()).put("/api/v1" + path, body).status, 200);
+        m_simulator->pushEvent("{\"last\":1}");
+        for (const QByteArray& event : events)
+            QCOMPARE(reader.next().object(), QJsonDocument::fromJson(event).object());
+        QCOMPARE(reader.next().data, QByteArray("{\"last\":1}"));
+    }
+
+    void aWriteInsideTheProcessPushesToo()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        QVERIFY(m_simulator->setValue(QStringLiteral("/api/v1/device/input/2/hue"), "{\"hue\":7}"));
+        QCOMPARE(m_simulator->value(QStringLiteral("/api/v1/device/input/2/hue")), QByteArray("{\"hue\":7}"));
+        QCOMPARE(reader.next().object().value(QStringLiteral("changeInputId")).toInt(), 2);
+        QVERIFY(!m_simulator->setValue(QStringLiteral("/api/v1/device/input/2/hue"), "no JSON"));
+        QVERIFY(!m_simulator->setValue(QStringLiteral("nowhere"), "{}"));
+        QVERIFY(m_simulator->value(QStringLiteral("/api/v1/nowhere")).isEmpty());
+    }
+
+    void idsIncreaseByOne()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        for (quint64 id = 1; id <= 5; ++id)
+            QCOMPARE(m_simulator->pushEvent("{}"), id);
+        for (quint64 id = 1; id <= 5; ++id)
+            QCOMPARE(reader.next().id, id);
+    }
+
+    void anEventOfSeveralLinesArrivesWhole()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        m_simulator->pushEvent("{\n\"a\":1\r\n}");
+        QCOMPARE(reader.next().data, QByteArray("{\n\"a\":1\n}"));
+    }
+
+    void aStreamResumesBehindItsLastEvent_data()
+    {
+        QTest::addColumn<QByteArray>("lastId");
+        QTest::addColumn<quint64>("next");
+        QTest::newRow("some") << QByteArray("7") << quint64(8);
+        QTest::newRow("all that is kept") << QByteArray("0") << quint64(6);
+        QTest::newRow("older than the history") << QByteArray("2") << quint64(6);
+        QTest::newRow("nothing missed") << QByteArray("10") << quint64(11);
+        QTest::newRow("another life") << QByteArray("5000") << quint64(6);
+        QTest::newRow("not told") << QByteArray() << quint64(11);
+        QTest::newRow("no number") << QByteArray("abc") << quint64(11);
+        QTest::newRow("beyond numbers") << QByteArray("99999999999999999999999") << quint64(11);
+    }
+
+    void aStreamResumesBehindItsLastEvent()
+    {
+        QFETCH(QByteArray, lastId);
+        QFETCH(quint64, next);
+        Options options;
+        options.eventHistory = 5;
+        restart(options);
+        for (int i = 0; i < 10; ++i)
+            m_simulator->pushEvent("{}");
+        EventReader reader(m_simulator->port(), lastId);
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        m_simulator->pushEvent("{}");
+        for (quint64 id = next; id <= 11; ++id)
+            QCOMPARE(reader.next().id, id);
+    }
+
+    void aSilentStreamHearsAHeartbeat()
+    {
+        Options options;
+        options.heartbeatInterval = 20;
+        restart(options);
+        EventReader reader(m_simulator->port());
+        for (int i = 0; i < 4; ++i) {
+            const QByteArray line = reader.line();
+            QVERIFY(line == ":\n" || line == "\n");
+        }
+    }
+
+    void twoHundredStreamsHearEveryEventInOrder()
+    {
+        std::vector<std::unique_ptr<EventReader>> readers;
+        for (int i = 0; i < 200; ++i)
+            readers.push_back(std::make_unique<EventReader>(m_simulator->port()));
+        QVERIFY(m_simulator->waitForEventStreams(200));
+        for (int i = 0; i < 100; ++i)
+            m_simulator->pushEvent("{\"n\":" + QByteArray::number(i) + "}");
+        for (const auto& reader : readers) {
+            for (quint64 id = 1; id <= 100; ++id)
+                QCOMPARE(reader->next().id, id);
+        }
+    }
+
+    void requestsAreServedBesideStreams()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        QCOMPARE(HttpClient(m_simulator->port()).get("/api/v1/device/hw").status, 200);
+        QCOMPARE(m_simulator->requestCount(QStringLiteral("/api/v1/events")), quint64(1));
+        QTRY_COMPARE(m_simulator->requestsInFlight(), 0);
+    }
+
+    void disconnectedStreamsEndAndMayComeBack()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        m_simulator->pushEvent("{}");
+        m_simulator->disconnectStreams();
+        QVERIFY(reader.endsSoon());
+        QTRY_COMPARE(m_simulator->eventStreams(), 0);
+        QCOMPARE(EventReader(m_simulator->port(), "0").next().id, quint64(1));
+    }
+
+    void aLoggedOutDeviceRefusesEverythingUntilItIsBack()
+    {
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        HttpClient idle(m_simulator->port());
+        QCOMPARE(idle.get("/api/v1/device/hw").status, 200);
+        m_simulator->logoutDevice();
+        QVERIFY(reader.endsSoon());
+        QVERIFY(idle.endsSoon());
+        QCOMPARE(HttpClient(m_simulator->port()).get("/api/v1/device/hw").status, 0);
+        QVERIFY(!EventReader(m_simulator->port()).isOpen());
+        m_simulator->loginDevice();
+        QCOMPARE(HttpClient(m_simulator->port()).get("/api/v1/device/hw").status, 200);
+    }
+
+    void aClientThatGoesIsForgotten()
+    {
+        {
+            EventReader reader(m_simulator->port());
+            QVERIFY(m_simulator->waitForEventStreams(1));
+        }
+        QTRY_COMPARE(m_simulator->eventStreams(), 0);
+    }
+
+    void aClientThatDoesNotReadLosesItsStreamOnly()
+    {
+        EventReader lazy(m_simulator->port());
+        EventReader quick(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(2));
+        const QByteArray large = '"' + QByteArray(1 << 20, 'x') + '"';
+        for (quint64 id = 1; id <= 80; ++id) {
+            m_simulator->pushEvent(large);
+            QCOMPARE(quick.next().id, id);
+        }
+        QTRY_COMPARE(m_simulator->eventStreams(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SimulatorEvents)
+#include "tst_simulatorevents.moc"

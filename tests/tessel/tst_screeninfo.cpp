@@ -1,0 +1,565 @@
+// SPDX-License-Identifier: MIT
+#include <deviceside.h>
+#include <operationrow.h>
+#include <recordingengine.h>
+
+#include <tessel/hwinfo.h>
+#include <tessel/screeninfo.h>
+
+#include <QSignalSpy>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpMethod;
+
+using Map = QMap<QString, QVariant>;
+using Screens = QMap<QString, Map>;
+
+namespace {
+
+const QByteArray screensChanged = R"({"dataType":"change","changeTag":"screensInfo"})";
+const QByteArray tagsChanged = R"({"dataType":"change","changeTag":"screensTagInfo"})";
+const QByteArray nameChanged = R"({"dataType":"screenName","name":"Lobby"})";
+
+const QString singleScreens = QStringLiteral("/api/v1/device/screen");
+const QString multiScreens = QStringLiteral("/api/v1/screen");
+
+ScreenInfo* screenInfo()
+{
+    return ScreenInfo::getInstance();
+}
+
+} // namespace
+
+class TestScreenInfo : public QObject
+{
+    Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+    QString m_device;
+
+    // The reply that the cache holds.
+    Map cachedScreens()
+    {
+        Screens out;
+        screenInfo()->getScreens(m_device, out, false, false);
+        return out.isEmpty() ? Map() : out.first();
+    }
+
+    void speakNewerProtocol()
+    {
+        HWInfo::getInstance()->getHwProtoc(m_device, true);
+        m_engine->forget();
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_engine = RecordingEngine::install();
+        m_device = DeviceSide::fresh();
+        screenInfo()->startWatch();
+    }
+
+    void operationsSendAndReturnAsTold_data()
+    {
+        QTest::addColumn<OperationRow>("row");
+        const OperationRow rows[] = {
+            {"ScreenInfo::getScreens",
+             "Device_AllScreens",
+             HttpMethod::Get,
+             Decoder::None,
+             [](Outputs&) { return screenInfo()->getScreens(sampleDevice, true); },
+             {},
+             {},
+             {{"PageCorrection", "1"}, {"subpixel", "1"}},
+             30000},
+            {"ScreenInfo::getScreens (overload)",
+             "Device_AllScreens",
+             HttpMethod::Get,
+             Decoder::None,
+             [](Outputs&) {
+                 Screens out;
+                 return screenInfo()->getScreens(sampleDevice, out, true, true);
+             },
+             {},
+             {},
+             {{"PageCorrection", "1"}, {"subpixel", "1"}},
+             30000},
+            {"ScreenInfo::getScreens2", "Device_AllScreens", HttpMethod::Get, Decoder::None,
+             [](Outputs&) { return screenInfo()->getScreens2(sampleDevice).wait().isFulfilled(); }},
+            {"ScreenInfo::getHWInfoScreenTag", "ScreenHwScreenTag", HttpMethod::Get, Decoder::Map,
+             [](Outputs& out) { return screenInfo()->getHWInfoScreenTag(sampleDevice, out.map); }},
+        };
+        for (const OperationRow& row : rows)
+            QTest::newRow(row.name) << row;
+    }
+    void operationsSendAndReturnAsTold()
+    {
+        QFETCH(OperationRow, row);
+        checkBlockingOperation(row);
+    }
+
+    void operationsThatDoNotWaitSendAndReturnAsTold_data()
+    {
+        QTest::addColumn<OperationRow>("row");
+        const OperationRow rows[] = {
+            {"ScreenInfo::postScreens", "Device_AllScreens", HttpMethod::Post, Decoder::Map,
+             [](Outputs& out) {
+                 Map body{{"name", "wall"}};
+                 return screenInfo()->postScreens(sampleDevice, body, out.map);
+             },
+             R"({"name":"wall"})"},
+            {"ScreenInfo::putHWInfoScreenTag", "ScreenHwScreenTag", HttpMethod::Put, Decoder::None,
+             [](Outputs& out) {
+                 return screenInfo()->putHWInfoScreenTag(sampleDevice, {{"enable", true}}, out.map);
+             },
+             R"({"enable":true})"},
+        };
+        for (const OperationRow& row : rows)
+            QTest::newRow(row.name) << row;
+    }
+    void operationsThatDoNotWaitSendAndReturnAsTold()
+    {
+        QFETCH(OperationRow, row);
+        checkUnansweredOperation(row);
+    }
+
+    // The screen list and its cache
+
+    void theSecondReadIsAnsweredFromTheCache()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"screenID":"7","size":{"width":3}})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(cachedScreens(), (Map{{"screenID", "7"}, {"size.width", qlonglong(3)}}));
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void withTheWatchOffEveryReadGoesToTheDevice()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        screenInfo()->shutDownWatch();
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 3);
+        screenInfo()->startWatch();
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 3);
+    }
+
+    void aForcedReadAlwaysAsksTheDevice()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"a":1,"b":2})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        m_engine->answer(RecordingEngine::data(R"({"b":3})"));
+        QVERIFY(screenInfo()->getScreens(m_device, true));
+        QCOMPARE(m_engine->count(), 2);
+        QCOMPARE(cachedScreens(), (Map{{"b", qlonglong(3)}}));
+    }
+
+    void aFailedForcedReadLeavesTheEarlierEntryAndTheOutput()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"a":1})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!screenInfo()->getScreens(m_device, true));
+        Screens out{{"kept", Map()}};
+        QVERIFY(!screenInfo()->getScreens(m_device, out, true, true));
+        QCOMPARE(out, (Screens{{"kept", Map()}}));
+        QCOMPARE(cachedScreens(), (Map{{"a", qlonglong(1)}}));
+        QCOMPARE(m_engine->count(), 3);
+    }
+
+    void aFailedReadIsTriedAgain()
+    {
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!screenInfo()->getScreens(m_device, false));
+        QVERIFY(!screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void anEmptyListCountsAsCached()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void devicesHaveEntriesOfTheirOwn()
+    {
+        m_engine->answer([](const RecordingEngine::Request& request) {
+            return RecordingEngine::data(R"({"device":")" + request.deviceKey.toUtf8() + R"("})");
+        });
+        const QString other = DeviceSide::fresh();
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QVERIFY(screenInfo()->getScreens(other, false));
+        DeviceSide::logOut(other);
+        QCOMPARE(cachedScreens().value("device").toString(), m_device);
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void theNewerProtocolHasItsOwnRouteAndTracesEachLoad()
+    {
+        speakNewerProtocol();
+        for (int load = 1; load <= 2; ++load) {
+            QTest::ignoreMessage(QtDebugMsg, "------------xxxx---------------------");
+            QVERIFY(screenInfo()->getScreens(m_device, true));
+            QCOMPARE(m_engine->count(), load);
+            QCOMPARE(m_engine->last().path, multiScreens);
+        }
+        QCOMPARE(m_engine->last().expectedTime, 30000);
+        QCOMPARE(m_engine->last().parameters.value("subpixel"), QString("1"));
+    }
+
+    void eventsAndTheTypedReadKeepToTheSingleRouteOnEveryDevice()
+    {
+        speakNewerProtocol();
+        DeviceSide::push(m_device, screensChanged);
+        QCOMPARE(m_engine->last().path, singleScreens);
+        screenInfo()->getScreens2(m_device).wait();
+        QCOMPARE(m_engine->count(), 2);
+        QCOMPARE(m_engine->last().path, singleScreens);
+    }
+
+    // Handing out
+
+    void aReplyWithAnIdIsHandedOutUnderIt()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"screenID":7,"name":"wall"})"));
+        Screens out{{"earlier", Map{{"kept", 1}}}, {"7", Map{{"stale", 1}}}};
+        QVERIFY(screenInfo()->getScreens(m_device, out, false, false));
+        QCOMPARE(out, (Screens{{"7", Map{{"screenID", qlonglong(7)}, {"name", "wall"}}},
+                               {"earlier", Map{{"kept", 1}}}}));
+    }
+
+    void aReplyWithoutAnIdIsHandedOutUnderTheEmptyKey()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"name":"wall","list":[{"screenID":"1"}]})"));
+        Screens out;
+        QVERIFY(screenInfo()->getScreens(m_device, out, false, false));
+        QCOMPARE(out.size(), 1);
+        QCOMPARE(out.value("").value("name").toString(), QString("wall"));
+        QCOMPARE(out.value("").value("list").toList().size(), 1);
+    }
+
+    void perScreenTheElementsOfAllListsAreHandedOutUnderTheirIds()
+    {
+        m_engine->answer(RecordingEngine::data(
+            R"({"b":[{"screenID":"1","from":"b"},{"screenID":"3","from":"b"}],)"
+            R"("a":[{"screenID":"1","from":"a"},{"screenID":2,"from":"a"}],"screenID":"9"})"));
+        Screens out{{"earlier", Map{{"kept", 1}}}};
+        QVERIFY(screenInfo()->getScreens(m_device, out, false, true));
+        QCOMPARE(out.keys(), (QStringList{"1", "2", "3", "earlier"}));
+        QCOMPARE(out.value("1").value("from").toString(), QString("b"));
+        QCOMPARE(out.value("2").value("from").toString(), QString("a"));
+    }
+
+    void ofTwoElementsWithOneIdTheLaterWins()
+    {
+        m_engine->answer(RecordingEngine::data(
+            R"({"screens":[{"screenID":"1","n":1},{"screenID":"1","n":2},"no screen",{"n":3}]})"));
+        Screens out;
+        QVERIFY(screenInfo()->getScreens(m_device, out, false, true));
+        QCOMPARE(out.keys(), (QStringList{"", "1"}));
+        QCOMPARE(out.value("1").value("n").toInt(), 2);
+        QCOMPARE(out.value("").value("n").toInt(), 3);
+    }
+
+    void perScreenAReplyWithoutListsAddsNothing()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"screenID":"7","size":{"width":3}})"));
+        Screens out{{"earlier", Map{{"kept", 1}}}};
+        QVERIFY(screenInfo()->getScreens(m_device, out, false, true));
+        QCOMPARE(out, (Screens{{"earlier", Map{{"kept", 1}}}}));
+    }
+
+    // The typed read
+
+    void theTypedReadNeitherUsesNorFillsTheCache()
+    {
+        m_engine->answer(
+            RecordingEngine::data(R"({"screenUUID":"u","screenName":"Lobby","screenTime":"t"})"));
+        Tessel::ScreensInfo info;
+        screenInfo()->getScreens2(m_device).then([&](const Tessel::ScreensInfo& got) { info = got; }).wait();
+        QCOMPARE(info.screenUUID, QString("u"));
+        QCOMPARE(info.screenName, QString("Lobby"));
+        QVERIFY(m_engine->last().parameters.isEmpty());
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 2);
+        screenInfo()->getScreens2(m_device).wait();
+        QCOMPARE(m_engine->count(), 3);
+    }
+
+    void theTypedReadOfNoDeviceIsRejectedAndSendsNothing()
+    {
+        QByteArray reason;
+        const auto promise = screenInfo()->getScreens2(QString());
+        QVERIFY(promise.isRejected());
+        promise.then([](const Tessel::ScreensInfo&) {}).fail([&](const char* text) { reason = text; }).wait();
+        QCOMPARE(reason, QByteArray("arguments error"));
+        QCOMPARE(m_engine->count(), 0);
+    }
+
+    void theTypedReadIsRejectedByWhatIsNoGoodReply_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("a code") << QByteArray(R"({"code":1,"message":"x","data":{}})");
+        QTest::newRow("no JSON") << QByteArray("screen");
+    }
+    void theTypedReadIsRejectedByWhatIsNoGoodReply()
+    {
+        QFETCH(QByteArray, reply);
+        m_engine->answer(RecordingEngine::reply(reply));
+        bool undefined = false;
+        screenInfo()
+            ->getScreens2(m_device)
+            .then([](const Tessel::ScreensInfo&) {})
+            .fail([&](const QtPromise::QPromiseUndefinedException&) { undefined = true; })
+            .wait();
+        QVERIFY(undefined);
+    }
+
+    // Tags
+
+    void theTagsOfAnUnreachableDeviceAreEmpty()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"tag":1})"));
+        Map reply;
+        QVERIFY(screenInfo()->getHWInfoScreenTag(m_device, reply));
+        QCOMPARE(reply, (Map{{"tag", qlonglong(1)}}));
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!screenInfo()->getHWInfoScreenTag(m_device, reply));
+        QVERIFY(reply.isEmpty());
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void postScreensLeavesTheCacheAlone()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"a":1})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        Map body{{"a", 2}};
+        Map reply;
+        QVERIFY(screenInfo()->postScreens(m_device, body, reply));
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCOMPARE(cachedScreens(), (Map{{"a", qlonglong(1)}}));
+        QCOMPARE(body, (Map{{"a", 2}}));
+    }
+
+    // Events
+
+    void aScreensChangeFetchesThePlainListAnewAndTells()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"name":"old","gone":1})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        m_engine->answer(RecordingEngine::data(R"({"name":"new"})"));
+        QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        DeviceSide::push(m_device, screensChanged);
+        QCOMPARE(changed.size(), 0);
+        QTRY_COMPARE(changed.size(), 1);
+        QCOMPARE(changed.first(), (QList<QVariant>{m_device}));
+        QCOMPARE(m_engine->count(), 2);
+        const RecordingEngine::Request sent = m_engine->last();
+        QCOMPARE(sent.path, singleScreens);
+        QCOMPARE(sent.deviceKey, m_device);
+        QVERIFY(sent.parameters.isEmpty());
+        QCOMPARE(sent.expectedTime, 10000);
+        QCOMPARE(cachedScreens(), (Map{{"name", "new"}}));
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void aScreensChangeOfAnUnknownDeviceCreatesItsEntry()
+    {
+        QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        DeviceSide::push(m_device, screensChanged);
+        QTRY_COMPARE(changed.size(), 1);
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void aTagsChangeFetchesTheTagsAndTells()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
+        m_engine->answer(RecordingEngine::data(R"({"tag":1})"));
+        DeviceSide::push(m_device, tagsChanged);
+        QTRY_COMPARE(tags.size(), 1);
+        QCOMPARE(tags.first(), (QList<QVariant>{m_device}));
+        QCOMPARE(screens.size(), 0);
+        QCOMPARE(m_engine->count(), 2);
+        QCOMPARE(m_engine->last().path, QString("/api/v1/device/screen/enable"));
+        QCOMPARE(cachedScreens(), (Map{{"name", "old"}}));
+    }
+
+    void aFailedRefreshKeepsTheEntryAndStaysSilent_data()
+    {
+        QTest::addColumn<QByteArray>("event");
+        QTest::newRow("screens") << screensChanged;
+        QTest::newRow("tags") << tagsChanged;
+    }
+    void aFailedRefreshKeepsTheEntryAndStaysSilent()
+    {
+        QFETCH(QByteArray, event);
+        m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        m_engine->answer(RecordingEngine::failure());
+        QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
+        DeviceSide::push(m_device, event);
+        QCOMPARE(m_engine->count(), 2);
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(screens.size() + tags.size(), 0);
+        QCOMPARE(cachedScreens(), (Map{{"name", "old"}}));
+    }
+
+    void aScreenNameIsPassedOnAndNotCached()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
+        DeviceSide::push(m_device, nameChanged);
+        QCOMPARE(named.size(), 1);
+        QCOMPARE(named.first(), (QList<QVariant>{m_device, "Lobby"}));
+        QCOMPARE(cachedScreens(), (Map{{"name", "old"}}));
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    void anEmptyScreenNameRaisesNoSignal()
+    {
+        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
+        DeviceSide::push(m_device, R"({"dataType":"screenName","name":""})");
+        QCOMPARE(named.size(), 0);
+    }
+
+    void aChangeWithoutATagSendsNothing()
+    {
+        DeviceSide::push(m_device, R"({"dataType":"change"})");
+        QCOMPARE(m_engine->count(), 0);
+    }
+
+    void everyOtherEventIsIgnored_data()
+    {
+        QTest::addColumn<QByteArray>("event");
+        QTest::newRow("another tag") << QByteArray(R"({"dataType":"change","changeTag":"inputsInfo"})");
+        QTest::newRow("a tag that is an object")
+            << QByteArray(R"({"dataType":"change","changeTag":{"screensInfo":1}})");
+        QTest::newRow("a tag that is a list")
+            << QByteArray(R"({"dataType":"change","changeTag":["screensInfo"]})");
+        QTest::newRow("a change with a name") << QByteArray(R"({"dataType":"change","name":"Lobby"})");
+        QTest::newRow("another case") << QByteArray(R"({"dataType":"Change","changeTag":"screensInfo"})");
+        QTest::newRow("another member") << QByteArray(R"({"DataType":"change","ChangeTag":"screensInfo"})");
+        QTest::newRow("no type") << QByteArray(R"({"changeTag":"screensInfo","name":"Lobby"})");
+        QTest::newRow("a type that is a number") << QByteArray(R"({"dataType":1,"changeTag":"screensInfo"})");
+        QTest::newRow("no name") << QByteArray(R"({"dataType":"screenName"})");
+        QTest::newRow("a name that is an object")
+            << QByteArray(R"({"dataType":"screenName","name":{"a":"b"}})");
+        QTest::newRow("an envelope") << QByteArray(R"({"eventSender":"screen","eventType":"screensInfo"})");
+        QTest::newRow("no JSON") << QByteArray(R"({"dataType":"change","changeTag":"screensInfo")");
+        QTest::newRow("an array") << QByteArray(R"([{"dataType":"change","changeTag":"screensInfo"}])");
+        QTest::newRow("nothing") << QByteArray();
+    }
+    void everyOtherEventIsIgnored()
+    {
+        QFETCH(QByteArray, event);
+        QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
+        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
+        DeviceSide::push(m_device, event);
+        QCOMPARE(m_engine->count(), 0);
+        QCOMPARE(screens.size() + tags.size() + named.size(), 0);
+    }
+
+    void eventsAreLostWhileNotWatching()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        screenInfo()->shutDownWatch();
+        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
+        DeviceSide::push(m_device, screensChanged);
+        DeviceSide::push(m_device, tagsChanged);
+        DeviceSide::push(m_device, nameChanged);
+        screenInfo()->startWatch();
+        QCoreApplication::processEvents();
+        QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(named.size(), 0);
+    }
+
+    void anEventFromAForeignThreadIsHandledOnTheHomeThread()
+    {
+        QThread* heardOn = nullptr;
+        const auto connection = connect(
+            screenInfo(), &ScreenInfo::signal_screenDataChanged, this,
+            [&] { heardOn = QThread::currentThread(); }, Qt::DirectConnection);
+        DeviceSide::pushFromForeignThread(m_device, screensChanged);
+        QTRY_COMPARE(heardOn, QThread::currentThread());
+        disconnect(connection);
+    }
+
+    void anEventDuringAReadIsHandledAfterIt()
+    {
+        m_engine->answer([&](const RecordingEngine::Request& request) {
+            if (m_engine->count() == 1)
+                DeviceSide::pushFromForeignThread(request.deviceKey, screensChanged);
+            return RecordingEngine::data(R"({"request":)" + QByteArray::number(m_engine->count()) + "}");
+        });
+        QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(cachedScreens(), (Map{{"request", qlonglong(1)}}));
+        QCOMPARE(m_engine->count(), 1);
+        QTRY_COMPARE(changed.size(), 1);
+        QCOMPARE(cachedScreens(), (Map{{"request", qlonglong(2)}}));
+    }
+
+    // Logout
+
+    void aLogoutForgetsTheScreenList()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        DeviceSide::logOut(m_device);
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void aLogoutForgetsWithTheWatchOffAsWell()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        screenInfo()->shutDownWatch();
+        DeviceSide::logOut(m_device);
+        screenInfo()->startWatch();
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void aLogoutOfADeviceThatIsNotCachedChangesNothing()
+    {
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        DeviceSide::logOut(DeviceSide::fresh());
+        QVERIFY(screenInfo()->getScreens(m_device, false));
+        QCOMPARE(m_engine->count(), 1);
+    }
+
+    // The object
+
+    void theMetaObjectDeclaresTheFourSignalsInOrder()
+    {
+        const QMetaObject& meta = ScreenInfo::staticMetaObject;
+        QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+        QList<QByteArray> signatures;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            signatures << meta.method(i).methodSignature();
+        QCOMPARE(signatures,
+                 (QList<QByteArray>{"signal_screenDataChanged(QString)", "signal_screenTagChanged(QString)",
+                                    "signal_screenNameChanged(QString,QString)", "needGetAllInputsInfo()"}));
+        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    }
+
+    void oneInstanceListensOnce()
+    {
+        QCOMPARE(ScreenInfo::getInstance(), ScreenInfo::getInstance());
+        DeviceSide::push(m_device, screensChanged);
+        QCOMPARE(m_engine->count(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestScreenInfo)
+#include "tst_screeninfo.moc"

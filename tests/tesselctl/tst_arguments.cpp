@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/arguments.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace TesselCtl;
+
+Q_DECLARE_METATYPE(ValueType)
+
+class TestArguments : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void textBecomesATypedValue_data();
+    void textBecomesATypedValue();
+    void textOfTheWrongKindIsRefused_data();
+    void textOfTheWrongKindIsRefused();
+    void aFileStandsForItsContent();
+    void aMissingFileIsNamed();
+    void everyTypeHasAPlaceholder();
+    void argumentsStandInOrder();
+    void argumentsMayCarryTheirNames();
+    void aTextWithAnEqualsSignIsNoName();
+    void aWrongArgumentIsNamedWithWhatWasExpectedAndWhatCame();
+    void missingAndExtraArgumentsAreNamed();
+    void anArgumentGivenTwiceIsRefused();
+    void theDeviceIsNoArgument();
+    void overloadsAreToldApartByTheirCount();
+    void overloadsAreToldApartByTheirKind();
+    void ofEqualOverloadsTheOneWithAnOutputIsTaken();
+    void theFaultOfTheOverloadWithTheRightCountIsTold();
+
+private:
+    ArgumentFiles m_files;
+};
+
+namespace {
+
+Parameter in(const char* name, ValueType type)
+{
+    return {name, type, Parameter::In};
+}
+
+Parameter out(const char* name, ValueType type)
+{
+    return {name, type, Parameter::Out};
+}
+
+Operation operation(std::vector<Parameter> parameters)
+{
+    parameters.insert(parameters.begin(), in("deviceKey", ValueType::Text));
+    return {"Class", "operation", std::move(parameters), {}};
+}
+
+QVariantMap map(const char* key, const QVariant& value)
+{
+    return {{key, value}};
+}
+
+} // namespace
+
+void TestArguments::textBecomesATypedValue_data()
+{
+    QTest::addColumn<ValueType>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QVariant>("value");
+    const auto row = [](const char* name, ValueType type, const char* text, const QVariant& value) {
+        QTest::newRow(name) << type << QString(text) << value;
+    };
+    row("text", ValueType::Text, "hall", "hall");
+    row("text that looks like a number", ValueType::Text, "007", "007");
+    row("text that looks like a file", ValueType::Text, "@home", "@home");
+    row("empty text", ValueType::Text, "", "");
+    row("integer", ValueType::Integer, "-42", -42);
+    row("long integer", ValueType::LongInteger, "9007199254740993", qlonglong(9007199254740993));
+    row("true", ValueType::Boolean, "true", true);
+    row("one", ValueType::Boolean, "1", true);
+    row("false", ValueType::Boolean, "false", false);
+    row("bytes", ValueType::Bytes, "abc", QByteArray("abc"));
+    row("map", ValueType::Map, R"({"a":1})", map("a", qlonglong(1)));
+    row("empty map", ValueType::Map, "{}", QVariantMap());
+    row("nested map", ValueType::Map, R"({"a":{"b":[true,null]}})",
+        map("a", map("b", QVariantList{true, QVariant::fromValue(nullptr)})));
+    row("integer beyond 2^53", ValueType::Map, R"({"a":9007199254740993})",
+        map("a", qlonglong(9007199254740993)));
+    row("integer beyond 2^63", ValueType::Map, R"({"a":18446744073709551615})",
+        map("a", qulonglong(18446744073709551615ULL)));
+    row("fraction", ValueType::Map, R"({"a":2.5})", map("a", 2.5));
+    row("list", ValueType::List, R"([1,"x"])", QVariantList{qlonglong(1), "x"});
+    row("text map", ValueType::TextMap, R"({"a":"x"})", map("a", "x"));
+    row("text list as JSON", ValueType::TextList, R"(["a,b","c"])", QVariantList{"a,b", "c"});
+    row("text list as words", ValueType::TextList, "1,2,3", QVariantList{"1", "2", "3"});
+    row("list of maps", ValueType::MapList, R"([{"a":1}])", QVariantList{map("a", qlonglong(1))});
+    row("map of maps", ValueType::MapOfMaps, R"({"s":{"a":1}})", map("s", map("a", qlonglong(1))));
+}
+
+void TestArguments::textBecomesATypedValue()
+{
+    QFETCH(ValueType, type);
+    QFETCH(QString, text);
+    QFETCH(QVariant, value);
+    QString problem;
+    const QVariant converted = valueFromText(type, text, m_files, problem);
+    QCOMPARE(problem, QString());
+    QCOMPARE(converted, value);
+    QCOMPARE(converted.userType(), value.userType());
+}
+
+void TestArguments::textOfTheWrongKindIsRefused_data()
+{
+    QTest::addColumn<ValueType>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char* name, ValueType type, const QString& text, const char* expected) {
+        QTest::newRow(name) << type << text << QString(expected);
+    };
+    row("word for an integer", ValueType::Integer, "three", "an integer");
+    row("fraction for an integer", ValueType::Integer, "2.5", "an integer");
+    row("integer beyond 32 bits", ValueType::Integer, "2147483648", "32 bits");
+    row("integer beyond 64 bits", ValueType::LongInteger, "9223372036854775808", "an integer");
+    row("word for a boolean", ValueType::Boolean, "maybe", "true or false");
+    row("list for a map", ValueType::Map, "[1]", "a JSON object");
+    row("word for a map", ValueType::Map, "brightness", "a JSON object");
+    row("broken map", ValueType::Map, R"({"a":)", "parse error");
+    row("two maps", ValueType::Map, "{} {}", "parse error");
+    row("map for a list", ValueType::List, "{}", "a JSON array");
+    row("nested text map", ValueType::TextMap, R"({"a":{}})", "object of texts");
+    row("list of lists", ValueType::MapList, "[[]]", "array of objects");
+    row("map of words", ValueType::MapOfMaps, R"({"a":1})", "object of objects");
+    row("too deep", ValueType::List, QString(2000, '[') + QString(2000, ']'), "levels deep");
+}
+
+void TestArguments::textOfTheWrongKindIsRefused()
+{
+    QFETCH(ValueType, type);
+    QFETCH(QString, text);
+    QFETCH(QString, expected);
+    QString problem;
+    const QVariant converted = valueFromText(type, text, m_files, problem);
+    QVERIFY(!converted.isValid());
+    QVERIFY2(problem.contains(expected), qPrintable(problem));
+    QVERIFY2(problem.size() < 250, "what came is abridged");
+}
+
+void TestArguments::aFileStandsForItsContent()
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath("body.json"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({"a":1})");
+    file.close();
+    QString problem;
+    QCOMPARE(valueFromText(ValueType::Map, "@" + file.fileName(), m_files, problem),
+             QVariant(map("a", qlonglong(1))));
+    QCOMPARE(valueFromText(ValueType::Bytes, "@" + file.fileName(), m_files, problem),
+             QVariant(QByteArray(R"({"a":1})")));
+    QCOMPARE(problem, QString());
+}
+
+void TestArguments::aMissingFileIsNamed()
+{
+    QString problem;
+    QVERIFY(!valueFromText(ValueType::Map, "@/does/not/exist", m_files, problem).isValid());
+    QVERIFY2(problem.contains("/does/not/exist"), qPrintable(problem));
+}
+
+void TestArguments::everyTypeHasAPlaceholder()
+{
+    for (int type = 0; type <= static_cast<int>(ValueType::MapOfMaps); ++type)
+        QVERIFY(!placeholderOf(static_cast<ValueType>(type)).isEmpty());
+}
+
+void TestArguments::argumentsStandInOrder()
+{
+    const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
+    const BoundCall call = bindArguments({&one}, {"7", "3"}, m_files);
+    QCOMPARE(call.problem, QString());
+    QCOMPARE(call.values, (QVariantList{QVariant(), "7", 3}));
+}
+
+void TestArguments::argumentsMayCarryTheirNames()
+{
+    const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
+    QCOMPARE(bindArguments({&one}, {"count=3", "id=7"}, m_files).values, (QVariantList{QVariant(), "7", 3}));
+    QCOMPARE(bindArguments({&one}, {"count=3", "7"}, m_files).values, (QVariantList{QVariant(), "7", 3}));
+}
+
+void TestArguments::aTextWithAnEqualsSignIsNoName()
+{
+    const Operation one = operation({in("name", ValueType::Text)});
+    QCOMPARE(bindArguments({&one}, {"a=b"}, m_files).values, (QVariantList{QVariant(), "a=b"}));
+    QCOMPARE(bindArguments({&one}, {"name=a=b"}, m_files).values, (QVariantList{QVariant(), "a=b"}));
+}
+
+void TestArguments::aWrongArgumentIsNamedWithWhatWasExpectedAndWhatCame()
+{
+    const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
+    const QString problem = bindArguments({&one}, {"7", "many"}, m_files).problem;
+    QVERIFY2(problem.contains("argument count"), qPrintable(problem));
+    QVERIFY2(problem.contains("an integer"), qPrintable(problem));
+    QVERIFY2(problem.contains("\"many\""), qPrintable(problem));
+    QVERIFY2(problem.contains(one.usage()), qPrintable(problem));
+}
+
+void TestArguments::missingAndExtraArgumentsAreNamed()
+{
+    const Operation one = operation({in("id", ValueType::Text)});
+    QVERIFY(bindArguments({&one}, {}, m_files).problem.contains("id is missing"));
+    QVERIFY(bindArguments({&one}, {"1", "2"}, m_files).problem.contains("too many: \"2\""));
+    QCOMPARE(bindArguments({&one}, {}, m_files).operation, nullptr);
+}
+
+void TestArguments::anArgumentGivenTwiceIsRefused()
+{
+    const Operation one = operation({in("id", ValueType::Text)});
+    QVERIFY(bindArguments({&one}, {"id=1", "id=2"}, m_files).problem.contains("id is given twice"));
+}
+
+void TestArguments::theDeviceIsNoArgument()
+{
+    const Operation one = operation({out("result", ValueType::Map)});
+    const BoundCall call = bindArguments({&one}, {}, m_files);
+    QCOMPARE(call.operation, &one);
+    QCOMPARE(call.values.size(), 2);
+    QVERIFY(bindArguments({&one}, {"deviceKey=wall"}, m_files).problem.contains("too many"));
+}
+
+void TestArguments::overloadsAreToldApartByTheirCount()
+{
+    const Operation one = operation({in("id", ValueType::Text)});
+    const Operation two = operation({in("id", ValueType::Text), in("name", ValueType::Text)});
+    QCOMPARE(bindArguments({&one, &two}, {"1"}, m_files).operation, &one);
+    QCOMPARE(bindArguments({&one, &two}, {"1", "x"}, m_files).operation, &two);
+}
+
+void TestArguments::overloadsAreToldApartByTheirKind()
+{
+    const Operation text = operation({in("id", ValueType::Text)});
+    const Operation body = operation({in("body", ValueType::Map)});
+    const Operation list = operation({in("body", ValueType::List)});
+    const std::vector<const Operation*> all{&text, &body, &list};
+    QCOMPARE(bindArguments(all, {"1"}, m_files).operation, &text);
+    QCOMPARE(bindArguments(all, {"{}"}, m_files).operation, &body);
+    QCOMPARE(bindArguments(all, {"[]"}, m_files).operation, &list);
+    QCOMPARE(bindArguments(all, {"id={}"}, m_files).operation, &text);
+}
+
+void TestArguments::ofEqualOverloadsTheOneWithAnOutputIsTaken()
+{
+    const Operation silent = operation({in("force", ValueType::Boolean)});
+    const Operation telling = operation({out("result", ValueType::Map), in("force", ValueType::Boolean)});
+    QCOMPARE(bindArguments({&silent, &telling}, {"true"}, m_files).operation, &telling);
+}
+
+void TestArguments::theFaultOfTheOverloadWithTheRightCountIsTold()
+{
+    const Operation one = operation({in("count", ValueType::Integer)});
+    const Operation two = operation({in("id", ValueType::Text), in("name", ValueType::Text)});
+    const QString problem = bindArguments({&one, &two}, {"many"}, m_files).problem;
+    QVERIFY2(problem.startsWith("argument count"), qPrintable(problem));
+    const QString none = bindArguments({&one, &two}, {}, m_files).problem;
+    QVERIFY2(none.contains(one.usage()) && none.contains(two.usage()), qPrintable(none));
+}
+
+QTEST_GUILESS_MAIN(TestArguments)
+#include "tst_arguments.moc"
