@@ -180,15 +180,16 @@ private Q_SLOTS:
     void anAnswerIsRejectedOnlyWhenSendingThrows()
     {
         HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
-        const auto promise
-            = PromiseRequest("Device_Hwinfo").answer<bool>(&HttpProxy::put, device, Tessel::succeeded);
+        const auto promise =
+            PromiseRequest("Device_Hwinfo").answer<bool>(&HttpProxy::put, device, Tessel::succeeded);
         QVERIFY(promise.isRejected());
     }
 
     void aReplyWithoutACodeReadsAsCodeZero()
     {
         m_engine->answer(RecordingEngine::reply(R"({"data":{"name":"MX"}})"));
-        QVERIFY(outcomeOf(PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device)) == Outcome::Fulfilled);
+        QVERIFY(outcomeOf(PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device)) ==
+                Outcome::Fulfilled);
     }
 
     void continuationsRunOnTheThreadThatAttachedThem()
