@@ -139,7 +139,7 @@ QString expectedOutcome(Form form, Situation situation)
 {
     const bool failed = situation == Situation::Unreachable || situation == Situation::TimedOut;
     const bool noData = failed || situation == Situation::NoJson;
-    const QString map = noData ? "{}" : R"({"a":1})";
+    QString map = noData ? "{}" : R"({"a":1})";
     if (situation == Situation::SendingThrows)
         return form == Form::Blocking ? R"(false {"kept":1})" : "rejected: no start";
     switch (form) {

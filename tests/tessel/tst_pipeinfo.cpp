@@ -10,6 +10,8 @@
 #include <QThread>
 #include <QtTest>
 
+#include <array>
+
 using Krelm::Communicator::HttpDevice::HttpMethod;
 
 using Map = QMap<QString, QVariant>;
@@ -319,9 +321,9 @@ private Q_SLOTS:
     void readsFromManyThreadsDoNotDisturbEachOther()
     {
         answerList("[1]");
-        std::vector<std::unique_ptr<QThread>> readers;
-        for (int i = 0; i < 4; ++i) {
-            readers.emplace_back(QThread::create([this, i] {
+        std::array<std::unique_ptr<QThread>, 4> readers;
+        for (std::size_t i = 0; i < readers.size(); ++i) {
+            readers.at(i).reset(QThread::create([this, i] {
                 for (int j = 0; j < 50; ++j)
                     pipes()->getDevicePipes(m_device + QString::number(j), i % 2 == 0);
             }));
