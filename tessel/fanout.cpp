@@ -26,15 +26,16 @@ bool exchangeAll(Start start, const QString& path, const QVariant& body, const Q
             loop.quit();
     };
 
-    std::vector<QPointer<HttpJsonPackage>> packages;
+    std::vector<QPointer<HttpJsonPackage>> packages; // null once a package is gone
     for (const QString& id : ids) {
-        const QPointer<HttpJsonPackage> package = new HttpJsonPackage(nullptr);
-        packages.push_back(package);
+        auto* package = new HttpJsonPackage(nullptr);
+        const std::size_t position = packages.size();
+        packages.emplace_back(package);
         package->setUrl(path);
         if (body.isValid())
             package->setRequestWithJsonObj(body);
         package->addPlaceHolders(QStringLiteral("id"), id);
-        QObject::connect(package.data(), &HttpJsonPackage::readyRead, &loop, [&, id](HttpJsonPackage* reply) {
+        QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&, id](HttpJsonPackage* reply) {
             if (succeeded(*reply))
                 onSuccess(*reply, id);
             else
@@ -42,10 +43,10 @@ bool exchangeAll(Start start, const QString& path, const QVariant& body, const Q
             reply->deleteLater();
             countDown();
         });
-        QTimer::singleShot(package->expectedTime(), &loop, [&ok, package, countDown] {
+        QTimer::singleShot(package->expectedTime(), &loop, [&ok, &packages, position, countDown] {
             ok = false;
-            if (package)
-                package->deleteLater();
+            if (HttpJsonPackage* late = packages[position])
+                late->deleteLater();
             countDown();
         });
         (HttpProxy::getInstance()->*start)(deviceKey, package);

@@ -85,14 +85,14 @@ public:
             (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
             started();
             // Connecting after the start is safe: the transport never answers from inside the starting call.
+            HttpJsonPackage* const sent = m_package.release();
             QObject::connect(
-                m_package.get(), &HttpJsonPackage::readyRead, m_package.get(),
+                sent, &HttpJsonPackage::readyRead, sent,
                 [resolve, convert](HttpJsonPackage* reply) {
                     resolve(convert(*reply));
                     reply->deleteLater();
                 },
                 Qt::DirectConnection);
-            m_package.release();
         }};
     }
     template <class T, class Convert>

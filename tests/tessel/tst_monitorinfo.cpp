@@ -25,6 +25,19 @@ MonitorInfo* monitor()
     return MonitorInfo::getInstance();
 }
 
+// Takes the package that an event was delivered to.
+class PackageFinder : public QObject
+{
+public:
+    bool eventFilter(QObject* receiver, QEvent*) override
+    {
+        if (auto* found = qobject_cast<HttpJsonPackage*>(receiver); found && !package)
+            package.reset(found);
+        return false;
+    }
+    std::unique_ptr<HttpJsonPackage> package;
+};
+
 } // namespace
 
 class TestMonitorInfo : public QObject
@@ -137,6 +150,8 @@ private Q_SLOTS:
 
     void getMonitorDataWithoutACallbackThrowsWhenTheReplyComes()
     {
+        PackageFinder finder;
+        QCoreApplication::instance()->installEventFilter(&finder);
         QVERIFY(monitor()->getMonitorData(m_device, {}));
         // Not from an event loop, which is no place to throw through.
         const auto deliver = [this] {
@@ -145,6 +160,7 @@ private Q_SLOTS:
             QCoreApplication::sendPostedEvents();
         };
         QVERIFY_EXCEPTION_THROWN(deliver(), std::bad_function_call);
+        QVERIFY2(finder.package, "nobody took the package");
     }
 
     // Events

@@ -96,6 +96,25 @@ private Q_SLOTS:
         QTRY_VERIFY(package.isNull());
     }
 
+    void aPackageMayBeGivenToItsCaller_data()
+    {
+        QTest::addColumn<bool>("success");
+        QTest::newRow("success") << true;
+        QTest::newRow("failure") << false;
+    }
+    void aPackageMayBeGivenToItsCaller()
+    {
+        QFETCH(bool, success);
+        if (!success)
+            m_engine->answer(RecordingEngine::failure());
+        std::unique_ptr<HttpJsonPackage> package;
+        PendingRequest("MonitorData").get(device, [&](HttpJsonPackage* reply) { package.reset(reply); });
+        QVERIFY(!package);
+        QTRY_VERIFY(package);
+        QCOMPARE(Tessel::succeeded(*package), success);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
+    }
+
     void aPutWithoutAContextHandlesEveryReplyOnceOnTheThreadThatCalled_data()
     {
         QTest::addColumn<bool>("success");

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <promiseoutcome.h>
 #include <recordingengine.h>
 
 #include <tessel/promiserequest.h>
@@ -145,6 +146,49 @@ private Q_SLOTS:
         promise.wait();
         QVERIFY(promise.isFulfilled());
         QCOMPARE(m_engine->count(), 1);
+    }
+
+    void anAnswerIsFulfilledWhateverTheState_data()
+    {
+        QTest::addColumn<bool>("success");
+        QTest::newRow("success") << true;
+        QTest::newRow("failure") << false;
+    }
+    void anAnswerIsFulfilledWhateverTheState()
+    {
+        QFETCH(bool, success);
+        if (!success)
+            m_engine->answer(RecordingEngine::failure());
+        QPointer<const QObject> package;
+        bool started = false;
+        bool outcome = !success;
+        const auto promise = PromiseRequest("Device_Hwinfo")
+                                 .answer<bool>(
+                                     &HttpProxy::put, device,
+                                     [&](const HttpJsonPackage& reply) {
+                                         package = &reply;
+                                         return Tessel::succeeded(reply);
+                                     },
+                                     [&] { started = m_engine->count() == 1; });
+        QVERIFY(started);
+        QVERIFY(promise.isPending());
+        promise.then([&](bool value) { outcome = value; }).wait();
+        QCOMPARE(outcome, success);
+        QTRY_VERIFY(package.isNull());
+    }
+
+    void anAnswerIsRejectedOnlyWhenSendingThrows()
+    {
+        HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+        const auto promise
+            = PromiseRequest("Device_Hwinfo").answer<bool>(&HttpProxy::put, device, Tessel::succeeded);
+        QVERIFY(promise.isRejected());
+    }
+
+    void aReplyWithoutACodeReadsAsCodeZero()
+    {
+        m_engine->answer(RecordingEngine::reply(R"({"data":{"name":"MX"}})"));
+        QVERIFY(outcomeOf(PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device)) == Outcome::Fulfilled);
     }
 
     void continuationsRunOnTheThreadThatAttachedThem()

@@ -10,6 +10,7 @@ using Krelm::Communicator::HttpDevice::HttpMethod;
 using Tessel::asParsed;
 using Tessel::cached;
 using Tessel::CallSite;
+using Tessel::copyElement;
 using Tessel::copyEntry;
 using Tessel::instancesReady;
 using Tessel::MultipartRequest;
@@ -268,6 +269,48 @@ private Q_SLOTS:
         QVERIFY(Request("Device_Pipes").fetch(device, cache, &mutex));
         QVERIFY(wasFree);
         QVERIFY(cached(cache, device, false, &mutex));
+    }
+
+    void fetchTellsOfAStoreWithTheLockHeldAndOfNoFailure()
+    {
+        QMap<QString, Map> cache;
+        QMutex mutex;
+        int stores = 0;
+        const auto stored = [&] {
+            ++stores;
+            QVERIFY(cache.contains(device));
+            QVERIFY(!mutex.tryLock());
+        };
+        QVERIFY(Request("Device_Pipes").fetch(device, cache, &mutex, stored));
+        QCOMPARE(stores, 1);
+        m_engine->answer(RecordingEngine::failure());
+        QVERIFY(!Request("Device_Pipes").fetch(device, cache, &mutex, stored));
+        QCOMPARE(stores, 1);
+        QVERIFY(mutex.tryLock());
+        mutex.unlock();
+    }
+
+    void theRouteKeyMayBeAText()
+    {
+        QVERIFY(Request(QString("Device_Pipes")).get(device));
+        QCOMPARE(m_engine->last().path, Tessel::routePath("Device_Pipes"));
+        QVERIFY(!m_engine->last().path.isEmpty());
+    }
+
+    void anyValueMayBeABody()
+    {
+        QVERIFY(Request("Device_Hwinfo").body(QVariant("text")).put(device));
+        QCOMPARE(m_engine->last().body, QByteArray("\"text\""));
+    }
+
+    void copyElementTakesTheFirstWithTheIdOrLeavesTheOutput()
+    {
+        const List list{"7", Map{{"id", "6"}}, Map{{"id", 7}, {"n", 1}}, Map{{"id", "7"}, {"n", 2}}};
+        Map out{{"kept", 1}};
+        QVERIFY(!copyElement(list, "8", out));
+        QCOMPARE(out, (Map{{"kept", 1}}));
+        QVERIFY(copyElement(list, "7", out));
+        QCOMPARE(out, (Map{{"id", 7}, {"n", 1}}));
     }
 
     void theCacheAnswersUnlessForced()
