@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// A blocking GET of a 1 KB reply over keep-alive on loopback: the library against a hand-written socket client that
-// does not decode (the floor), a bare libcurl handle with QJsonDocument, and QNetworkAccessManager with a nested event
-// loop and QJsonDocument. All talk to the same server in a process of its own.
+// A blocking GET of a 1 KB reply over keep-alive on loopback: the library against a hand-written socket
+// client that does not decode (the floor), a bare libcurl handle with QJsonDocument, and
+// QNetworkAccessManager with a nested event loop and QJsonDocument. All talk to the same server in a process
+// of its own.
 #include "interleaved.h"
 #include "serverprocess.h"
 
@@ -71,8 +72,8 @@ class RawSocket
 public:
     RawSocket(const std::string& host, int port)
         : m_socket(socket(AF_INET, SOCK_STREAM, 0))
-        , m_request("GET " + path.toStdString() + " HTTP/1.1\r\nHost: " + host + ":" + std::to_string(port)
-                    + "\r\n\r\n")
+        , m_request("GET " + path.toStdString() + " HTTP/1.1\r\nHost: " + host + ":" + std::to_string(port) +
+                    "\r\n\r\n")
     {
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -185,8 +186,8 @@ int main(int argc, char** argv)
     QList<QVariant> result;
 
     // All that decode see the same thirteen chips.
-    if (!Capability::getInstance()->getAllChipType(deviceKey, result) || result.size() != 13
-        || result != curl.get() || result != getByManager(manager, url))
+    if (!Capability::getInstance()->getAllChipType(deviceKey, result) || result.size() != 13 ||
+        result != curl.get() || result != getByManager(manager, url))
         fail("the comparison of the replies");
 
     const auto figures = measureInterleaved(
@@ -200,7 +201,8 @@ int main(int argc, char** argv)
          {"QNetworkAccessManager, QJsonDocument", [&] { result = getByManager(manager, url); }}},
         rounds, 250);
 
-    std::printf("Blocking GET of a 1 KB reply, keep-alive, loopback; %d calls each, interleaved\n", rounds * 250);
+    std::printf("Blocking GET of a 1 KB reply, keep-alive, loopback; %d calls each, interleaved\n",
+                rounds * 250);
     printFigures(figures);
     const double library = figures[1].median;
     std::printf("library / raw socket %.2f (wanted: at most 2.2), / bare libcurl %.2f (below 1), "

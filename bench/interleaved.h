@@ -22,8 +22,8 @@ struct Figures
     double cpu = 0; ///< processor time of the whole process
 };
 
-/// Calls the variants in turn, a batch of each per round, so that a change of the machine's mood hits all alike. One
-/// round before is not counted.
+/// Calls the variants in turn, a batch of each per round, so that a change of the machine's mood hits all
+/// alike. One round before is not counted.
 std::vector<Figures> measureInterleaved(const std::vector<Variant>& variants, int rounds, int batch);
 
 /// Prints a line per variant, with its median as a ratio to the first one's.

@@ -12,9 +12,10 @@
 class ServerProcess
 {
 public:
-    /// Calls @p serve in the child; it starts the server, hands its address to @p ready, and returns when that
-    /// returns. ready() returns once the parent is done.
-    explicit ServerProcess(const std::function<void(const std::function<void(const std::string&)>& ready)>& serve);
+    /// Calls @p serve in the child; it starts the server, hands its address to @p ready, and returns when
+    /// that returns. ready() returns once the parent is done.
+    explicit ServerProcess(
+        const std::function<void(const std::function<void(const std::string&)>& ready)>& serve);
     ~ServerProcess();
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;

@@ -12,9 +12,10 @@
 
 /// The one place that knows the device API's paths: route key to path.
 ///
-/// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`) stay in
-/// it for the transport to expand. The table is complete from construction on and never changes, so that lookups
-/// need no lock and may come from any thread; only the first getInstance() has to come from one thread at a time.
+/// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`)
+/// stay in it for the transport to expand. The table is complete from construction on and never changes, so
+/// that lookups need no lock and may come from any thread; only the first getInstance() has to come from one
+/// thread at a time.
 class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT

@@ -21,7 +21,8 @@ DebugInfo::DebugInfo(QObject* parent)
 DebugInfo::~DebugInfo() = default;
 
 // A PUT in spite of its name: the body says what to read.
-bool DebugInfo::getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body, QList<QVariant>& result)
+bool DebugInfo::getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                              QList<QVariant>& result)
 {
     return Request("SelfTest_CabReadPara").body(body).put(deviceKey, result);
 }

@@ -11,8 +11,9 @@
 
 /// Reads, sends and clears the self-test parameters of a cabinet's receiving equipment.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread; the first getInstance() comes from
-/// one thread at a time. They return whether the device answered; an output is replaced, by an empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread; the first getInstance()
+/// comes from one thread at a time. They return whether the device answered; an output is replaced, by an
+/// empty one on failure.
 class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT
@@ -20,9 +21,11 @@ public:
     static DebugInfo* getInstance();
 
     /// Reads the parameters that @p body names.
-    bool getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body, QList<QVariant>& result);
+    bool getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& result);
     /// Sends the parameters in @p body.
-    bool sendParameters(const QString& deviceKey, const QMap<QString, QVariant>& body, QList<QVariant>& result);
+    bool sendParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                        QList<QVariant>& result);
     /// Clears the key parameters.
     bool clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& result);
 

@@ -12,10 +12,11 @@
 
 namespace Tessel {
 
-/// Connects an operator to pushed events. The connections are automatic, so the handlers run on the operator's
-/// thread, whichever thread the transport emits on.
+/// Connects an operator to pushed events. The connections are automatic, so the handlers run on the
+/// operator's thread, whichever thread the transport emits on.
 template <class Operator>
-void listenToEvents(Operator* listener, void (Operator::*event)(const QByteArray& data, const QString& deviceKey))
+void listenToEvents(Operator* listener,
+                    void (Operator::*event)(const QByteArray& data, const QString& deviceKey))
 {
     using Krelm::Communicator::HttpDevice::HttpProxy;
     QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, listener, event);

@@ -16,13 +16,13 @@ namespace Tessel {
 
 /// One request per id to one device.
 ///
-/// The nested loop delivers other events of the thread, so operators may be re-entered during the wait. An empty
-/// list of ids enters the loop all the same, with nothing left to end it: the call returns when something else quits
-/// the loop.
+/// The nested loop delivers other events of the thread, so operators may be re-entered during the wait. An
+/// empty list of ids enters the loop all the same, with nothing left to end it: the call returns when
+/// something else quits the loop.
 ///
-/// Each request has a timer of its expected time, which a reply does not cancel: one that fires while other replies
-/// are out counts its package a second time and fails the call. Kept so. The call may thus return before the slowest
-/// reply, which is then dropped.
+/// Each request has a timer of its expected time, which a reply does not cancel: one that fires while other
+/// replies are out counts its package a second time and fails the call. Kept so. The call may thus return
+/// before the slowest reply, which is then dropped.
 class GroupRequest
 {
 public:
@@ -32,7 +32,8 @@ public:
     /// The body that each request carries.
     GroupRequest& body(const QMap<QString, QVariant>& map);
 
-    /// GETs; appends each successful reply's map, with the id as member `id`, to @p results in the order of arrival.
+    /// GETs; appends each successful reply's map, with the id as member `id`, to @p results in the order of
+    /// arrival.
     /// @return whether all were answered well and in time.
     bool get(const QString& deviceKey, const QStringList& ids, QList<QVariant>& results);
     /// PUTs; the replies are dropped. @return as get().
@@ -43,10 +44,11 @@ private:
     QVariant m_body;
 };
 
-/// One PUT per item, each to the device that its member `devKey` names, with the item as its body, the route that
-/// @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User input waits
-/// meanwhile. @return whether every device answered well in time; without items `false`, with a critical log line
-/// that names @p function.
+/// One PUT per item, each to the device that its member `devKey` names, with the item as its body, the route
+/// that
+/// @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User input
+/// waits meanwhile. @return whether every device answered well in time; without items `false`, with a
+/// critical log line that names @p function.
 bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant>>& items,
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime);
 

@@ -15,8 +15,8 @@
 
 namespace Tessel {
 
-/// Reads a reply into one of the envelope records; a code that the reply lacks reads as zero. @return `false` when the
-/// body is no JSON object.
+/// Reads a reply into one of the envelope records; a code that the reply lacks reads as zero. @return `false`
+/// when the body is no JSON object.
 template <class Response>
 bool readResponse(const HttpJsonPackage& package, Response& response)
 {
@@ -28,8 +28,8 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
 
 /// A request whose outcome is a promise. Its package lives on the heap until the promise settled.
 ///
-/// The reply is handled on the thread that called, which needs an event loop. Dropping the promise stops nothing.
-/// Only here does the reply's `code` count, and only if the handler looks at it.
+/// The reply is handled on the thread that called, which needs an event loop. Dropping the promise stops
+/// nothing. Only here does the reply's `code` count, and only if the handler looks at it.
 class PromiseRequest : public PackageFiller<PromiseRequest>
 {
 public:
@@ -41,43 +41,44 @@ public:
         m_package->setUrl(routePath(routeKey));
     }
 
-    /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing, when
-    /// device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is no JSON or its
-    /// `code` is not zero.
+    /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing,
+    /// when device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is
+    /// no JSON or its `code` is not zero.
     template <class Record>
     QtPromise::QPromise<Record> getRecord(const QString& deviceKey)
     {
-        return guarded<Record>(&HttpProxy::get, deviceKey, [](const HttpJsonPackage& reply, const auto& resolve,
-                                                              const auto& reject) {
-            VariantMapResponse response;
-            if (!succeeded(reply) || !readResponse(reply, response) || response.code != 0)
-                return reject();
-            Record record;
-            record.deserialize(response.data, Zeph::Serialize::NoAttribute);
-            resolve(record);
-        });
+        return guarded<Record>(&HttpProxy::get, deviceKey,
+                               [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
+                                   VariantMapResponse response;
+                                   if (!succeeded(reply) || !readResponse(reply, response) ||
+                                       response.code != 0)
+                                       return reject();
+                                   Record record;
+                                   record.deserialize(response.data, Zeph::Serialize::NoAttribute);
+                                   resolve(record);
+                               });
     }
 
-    /// Sends, and lets @p settle(reply, resolve, reject) decide. Tests nothing first: an empty device or path goes to
-    /// the transport.
+    /// Sends, and lets @p settle(reply, resolve, reject) decide. Tests nothing first: an empty device or path
+    /// goes to the transport.
     template <class T, class Settle>
     QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
     {
         HttpJsonPackage* package = m_package.release();
-        return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve,
-                                          const QtPromise::QPromiseReject<T>& reject) {
-                   QObject::connect(
-                       package, &HttpJsonPackage::readyRead, package,
-                       [resolve, reject, settle](HttpJsonPackage* reply) { settle(*reply, resolve, reject); },
-                       Qt::DirectConnection);
-                   (HttpProxy::getInstance()->*verb)(deviceKey, package);
-               }}
+        return QtPromise::QPromise<T>{
+            [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
+                QObject::connect(
+                    package, &HttpJsonPackage::readyRead, package,
+                    [resolve, reject, settle](HttpJsonPackage* reply) { settle(*reply, resolve, reject); },
+                    Qt::DirectConnection);
+                (HttpProxy::getInstance()->*verb)(deviceKey, package);
+            }}
             .finally([package] { package->deleteLater(); });
     }
 
-    /// Sends, and fulfils with what @p convert makes of the reply, whatever its state; rejects only when sending throws.
-    /// Tests nothing first. @p started is called once the request was handed over. The package is released as soon as
-    /// the reply was handled.
+    /// Sends, and fulfils with what @p convert makes of the reply, whatever its state; rejects only when
+    /// sending throws. Tests nothing first. @p started is called once the request was handed over. The
+    /// package is released as soon as the reply was handled.
     template <class T, class Convert, class Started>
     QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert, Started started)
     {
@@ -101,8 +102,8 @@ public:
         return answer<T>(verb, deviceKey, convert, [] {});
     }
 
-    /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending nothing, when device
-    /// or path is empty.
+    /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending
+    /// nothing, when device or path is empty.
     template <class T, class Settle>
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
     {

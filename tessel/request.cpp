@@ -11,8 +11,8 @@ namespace {
 
 void logSystemError(const CallSite& site, const char* message)
 {
-    qDebug() << "System Error: LogInfo:[FILE:" << site.file << ", LINE" << site.line << ", FUNC" << site.function
-             << "]"
+    qDebug() << "System Error: LogInfo:[FILE:" << site.file << ", LINE" << site.line << ", FUNC"
+             << site.function << "]"
              << "->" << message;
 }
 

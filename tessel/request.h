@@ -126,9 +126,9 @@ private:
 
 /// A request whose package lives on the stack: blocking, or fire and forget.
 ///
-/// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also after a
-/// failure, which empties them; the result is whether the transport's state is zero. The device's `code` does not
-/// count.
+/// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also
+/// after a failure, which empties them; the result is whether the transport's state is zero. The device's
+/// `code` does not count.
 class Request : public PackageFiller<Request>
 {
 public:
@@ -168,8 +168,8 @@ public:
         return succeeded(m_package);
     }
 
-    /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure the
-    /// cache stays as it was. @p mutex, if given, guards the cache and is held for the store only.
+    /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure
+    /// the cache stays as it was. @p mutex, if given, guards the cache and is held for the store only.
     template <class Entry>
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex = nullptr)
     {
@@ -188,8 +188,8 @@ public:
         return true;
     }
 
-    /// Fire and forget: hands the request over and reports a package that has had no reply, so the outputs come back
-    /// empty and the result is what a fresh package says.
+    /// Fire and forget: hands the request over and reports a package that has had no reply, so the outputs
+    /// come back empty and the result is what a fresh package says.
     template <class... Outputs>
     bool firePut(const QString& deviceKey, Outputs&&... outputs)
     {
@@ -268,7 +268,8 @@ public:
         m_package->setUrl(routePath(routeKey));
     }
 
-    /// GETs into @p cache: on success the device's entry is replaced, on failure the cache stays as it was. Then
+    /// GETs into @p cache: on success the device's entry is replaced, on failure the cache stays as it was.
+    /// Then
     /// @p handled is called with whether it was replaced.
     template <class Entry, class Handled>
     void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, Handled handled)
@@ -293,8 +294,8 @@ public:
                          [takeOver](HttpJsonPackage* reply) { takeOver(reply); });
     }
 
-    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then. Returns
-    /// whether the request was started.
+    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then.
+    /// Returns whether the request was started.
     template <class Answered>
     bool put(const QString& deviceKey, const QObject* context, Answered answered)
     {
@@ -344,8 +345,8 @@ private:
     std::unique_ptr<HttpJsonPackage> m_package;
 };
 
-/// Whether @p cache may answer for the device. @p force asks for a fetch whatever the cache holds; an operator with a
-/// watch flag passes `force || !m_isWatch`. @p mutex, if given, guards the cache.
+/// Whether @p cache may answer for the device. @p force asks for a fetch whatever the cache holds; an
+/// operator with a watch flag passes `force || !m_isWatch`. @p mutex, if given, guards the cache.
 template <class Entry>
 bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool force, QMutex* mutex = nullptr)
 {
@@ -355,7 +356,8 @@ bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool fo
     return cache.contains(deviceKey);
 }
 
-/// Hands out what a read-through left in the cache: @p loaded is its result, and @p out stays as it was on `false`.
+/// Hands out what a read-through left in the cache: @p loaded is its result, and @p out stays as it was on
+/// `false`.
 template <class Entry>
 bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
 {
@@ -364,8 +366,8 @@ bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& de
     return loaded;
 }
 
-/// Hands out the first element of @p list whose member `id` equals @p id, a number as its text. @return whether there
-/// is one; @p out stays as it was on `false`.
+/// Hands out the first element of @p list whose member `id` equals @p id, a number as its text. @return
+/// whether there is one; @p out stays as it was on `false`.
 bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out);
 
 /// Where a guarded operation stands, for the system-error line.
@@ -381,11 +383,12 @@ struct CallSite
     int line;
 };
 
-/// The test of the guarded operations: whether route table and proxy are there. Writes the system-error line of the
-/// first that is missing; for the route table with @p tableMessage.
+/// The test of the guarded operations: whether route table and proxy are there. Writes the system-error line
+/// of the first that is missing; for the route table with @p tableMessage.
 bool instancesReady(const CallSite& site, const char* tableMessage);
 /// The same on given instances.
-bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable, const void* proxy);
+bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable,
+                    const void* proxy);
 
 } // namespace Tessel
 

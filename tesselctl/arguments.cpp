@@ -271,6 +271,7 @@ BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QS
                         ArgumentFiles& files)
 {
     std::vector<Fit> fits;
+    fits.reserve(overloads.size());
     for (const Operation* operation : overloads)
         fits.push_back(fit(*operation, texts, files));
 

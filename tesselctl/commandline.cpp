@@ -264,7 +264,8 @@ int runCommandLine(int argc, char** argv)
 
     int qtArgc = 1;
     const QCoreApplication application(qtArgc, argv);
-    // Diagnostics are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
+    // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
+    qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
     ExitCode code = Failed;
     for (const Command& command : commands) {

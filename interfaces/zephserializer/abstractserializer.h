@@ -26,7 +26,8 @@ public:
     /// The flags as they were set; none at first.
     QFlags<Attribute> attribute() const;
     /// Parses @p bytes and deserializes them into @p target; with a @p name, the member of that name.
-    /// @return `false`, with @p target as it was, when the bytes are no valid document or hold no such member.
+    /// @return `false`, with @p target as it was, when the bytes are no valid document or hold no such
+    /// member.
     bool load(const QByteArray& bytes, Serializable* target, const QString& name) const;
 
 protected:

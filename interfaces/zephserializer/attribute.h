@@ -6,8 +6,8 @@
 
 namespace Zeph::Serialize {
 
-/// Flags that travel with a serialisation. Two values are in use: none, and 32 on a serializer that reads replies.
-/// The open serializer wraps nested records the same way under all of them.
+/// Flags that travel with a serialisation. Two values are in use: none, and 32 on a serializer that reads
+/// replies. The open serializer wraps nested records the same way under all of them.
 enum Attribute {
     NoAttribute = 0,    ///< as it comes
     ReplyAttribute = 32 ///< the bytes are a device's reply

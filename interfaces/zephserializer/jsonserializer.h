@@ -6,7 +6,8 @@
 
 namespace Zeph::Serialize {
 
-/// Reads a record from a JSON object: members match properties by name (RFC 8259). Threads as AbstractSerializer.
+/// Reads a record from a JSON object: members match properties by name (RFC 8259). Threads as
+/// AbstractSerializer.
 class ZEPHSERIALIZER_EXPORT JsonSerializer : public AbstractSerializer
 {
 public:

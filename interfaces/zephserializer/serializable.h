@@ -14,8 +14,8 @@ namespace Zeph::Serialize {
 
 /// Base of every record: walks the properties of the record's meta-object.
 ///
-/// A record is a value without shared state; one object is used by one thread at a time. The order of the virtual
-/// operations is part of the binary interface and does not change.
+/// A record is a value without shared state; one object is used by one thread at a time. The order of the
+/// virtual operations is part of the binary interface and does not change.
 class ZEPHSERIALIZER_EXPORT Serializable
 {
     Q_GADGET
@@ -32,8 +32,8 @@ public:
 
     /// One entry per property of the record: name and value.
     QMap<QString, QVariant> serialize(QFlags<Attribute> attribute) const;
-    /// Sets each property that @p map has a key for; the others keep their value. A value that does not convert to
-    /// the property's type leaves the property as it is.
+    /// Sets each property that @p map has a key for; the others keep their value. A value that does not
+    /// convert to the property's type leaves the property as it is.
     void deserialize(const QMap<QString, QVariant>& map, QFlags<Attribute> attribute);
     /// The flags of the serialize() or deserialize() that runs now, for nested records.
     QFlags<Attribute> attribute() const;

@@ -41,8 +41,8 @@ public:
         : m_settings(settings)
         , m_call(call)
         , m_console(console)
-        , m_exchanges([&settings, &console](const Exchanges::Record& record) {
-            if (settings.trace)
+        , m_exchanges([trace = settings.trace, &console](const Exchanges::Record& record) {
+            if (trace)
                 console.remark(traceLine(record));
         })
     {}

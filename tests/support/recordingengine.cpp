@@ -133,7 +133,8 @@ RecordingEngine::Reply RecordingEngine::answerTo(const Request& request) const
 
 void RecordingEngine::answerOldestLater()
 {
-    QMetaObject::invokeMethod(&m_home, [this] { answerOldest(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &m_home, [this] { answerOldest(); }, Qt::QueuedConnection);
 }
 
 void RecordingEngine::answerOldest()

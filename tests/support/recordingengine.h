@@ -13,9 +13,9 @@
 
 /// Records what goes out and answers in process.
 ///
-/// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread that
-/// created the engine, or wait for release() while hold() is on. install() puts one behind the proxy; the proxy owns
-/// it until the next engine is set.
+/// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread
+/// that created the engine, or wait for release() while hold() is on. install() puts one behind the proxy;
+/// the proxy owns it until the next engine is set.
 class RecordingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
 {
 public:

@@ -52,7 +52,8 @@ const SharedPath sharedPaths[] = {
      {"Device_DetecteSetErrorRateTime", "Device_Single_DetecteErrorRateTime"}},
     {"/api/v1/device/cabinet/mfrsname", {"Device_S_AllCabmfrsName", "Device_M_CabmfrsName"}},
     {"/api/v1/device/cabinet/cabtype", {"Device_M_CabType", "Device_S_AllCabType"}},
-    {"/api/v1/device/cabinet/{id}/xbitenable", {"Device_CabinetGetXBitEnable", "Device_CabinetSetXBitEnable"}},
+    {"/api/v1/device/cabinet/{id}/xbitenable",
+     {"Device_CabinetGetXBitEnable", "Device_CabinetSetXBitEnable"}},
     {"/api/v1/device/correctionop/cabinets/{cid}/effectmode",
      {"Device_SetCabinetCorrect", "Device_GetCabinetsCorrect"}},
     {"/api/v1/device/correctionop/cabinets/clearcoefficient",
@@ -111,7 +112,8 @@ private Q_SLOTS:
 
     void aKeyInsertedTwiceKeepsItsLastPath()
     {
-        QCOMPARE(AllUrlResource::getUrl("ChannelHDRSwitch"), QString("/api/v1/device/channel/{id}/hdr/lowgray"));
+        QCOMPARE(AllUrlResource::getUrl("ChannelHDRSwitch"),
+                 QString("/api/v1/device/channel/{id}/hdr/lowgray"));
         QCOMPARE(AllUrlResource::getUrl("Device_SyncInfo"), QString("/api/v1/device/hw/syncinfo"));
     }
 

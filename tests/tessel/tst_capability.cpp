@@ -19,7 +19,9 @@ private Q_SLOTS:
             {"Capability::getAllChipType", "Capability_AllChipType", HttpMethod::Get, Decoder::FlatList,
              [](Outputs& out) { return Capability::getInstance()->getAllChipType(sampleDevice, out.list); }},
             {"Capability::getRowDecodeType", "Capability_RowDecodeType", HttpMethod::Get, Decoder::FlatList,
-             [](Outputs& out) { return Capability::getInstance()->getRowDecodeType(sampleDevice, out.list); }},
+             [](Outputs& out) {
+                 return Capability::getInstance()->getRowDecodeType(sampleDevice, out.list);
+             }},
         };
         for (const OperationRow& row : rows)
             QTest::newRow(row.name) << row;
@@ -50,10 +52,7 @@ private Q_SLOTS:
         QCOMPARE(result.at(2).toMap(), (QVariantMap{{"type", qlonglong(2)}}));
     }
 
-    void twoCallsGiveTheSameInstance()
-    {
-        QCOMPARE(Capability::getInstance(), Capability::getInstance());
-    }
+    void twoCallsGiveTheSameInstance() { QCOMPARE(Capability::getInstance(), Capability::getInstance()); }
 };
 
 QTEST_GUILESS_MAIN(TestCapability)

@@ -29,7 +29,9 @@ private Q_SLOTS:
              },
              json},
             {"DebugInfo::clearKeyParameters", "SelfTest_CabClearKeyPara", HttpMethod::Put, Decoder::Map,
-             [](Outputs& out) { return DebugInfo::getInstance()->clearKeyParameters(sampleDevice, out.map); }},
+             [](Outputs& out) {
+                 return DebugInfo::getInstance()->clearKeyParameters(sampleDevice, out.map);
+             }},
         };
         for (const OperationRow& row : rows)
             QTest::newRow(row.name) << row;
@@ -57,10 +59,7 @@ private Q_SLOTS:
         QCOMPARE(static_cast<int>(engine->last().method), static_cast<int>(HttpMethod::Put));
     }
 
-    void twoCallsGiveTheSameInstance()
-    {
-        QCOMPARE(DebugInfo::getInstance(), DebugInfo::getInstance());
-    }
+    void twoCallsGiveTheSameInstance() { QCOMPARE(DebugInfo::getInstance(), DebugInfo::getInstance()); }
 };
 
 QTEST_GUILESS_MAIN(TestDebugInfo)

@@ -20,7 +20,8 @@ const QString device = QStringLiteral("wall");
 
 const char* routeOf(const QString& deviceKey)
 {
-    return deviceKey == QLatin1String("new") ? "HwScreen_MultDrawCorrectRegion" : "HwScreen_DrawCorrectRegion";
+    return deviceKey == QLatin1String("new") ? "HwScreen_MultDrawCorrectRegion"
+                                             : "HwScreen_DrawCorrectRegion";
 }
 
 } // namespace
@@ -52,11 +53,13 @@ private Q_SLOTS:
     void aGroupReadAppendsEachReplyWithItsId()
     {
         m_engine->answer([](const RecordingEngine::Request& request) {
-            return RecordingEngine::data(R"({"edid":")" + request.placeHolders.value("id").toUtf8() + R"(x"})");
+            return RecordingEngine::data(R"({"edid":")" + request.placeHolders.value("id").toUtf8() +
+                                         R"(x"})");
         });
         List results{"earlier"};
         QVERIFY(GroupRequest("Device_OneEDID").get(device, {"1", "2"}, results));
-        QCOMPARE(results, (List{"earlier", Map{{"edid", "1x"}, {"id", "1"}}, Map{{"edid", "2x"}, {"id", "2"}}}));
+        QCOMPARE(results,
+                 (List{"earlier", Map{{"edid", "1x"}, {"id", "1"}}, Map{{"edid", "2x"}, {"id", "2"}}}));
     }
 
     void oneFailureFailsTheCallAndLeavesTheOthersReplies()
@@ -118,7 +121,8 @@ private Q_SLOTS:
 
     void aBatchSendsEachItemToItsOwnDeviceAndRoute()
     {
-        const std::vector<Map> items{{{"devKey", "old"}, {"x", 1}}, {{"devKey", "new"}, {"x", 2}}, {{"x", 3}}};
+        const std::vector<Map> items{
+            {{"devKey", "old"}, {"x", 1}}, {{"devKey", "new"}, {"x", 2}}, {{"x", 3}}};
         QVERIFY(putToDevices("f", items, routeOf, 20000));
         const auto sent = m_engine->requests();
         QCOMPARE(sent.size(), std::size_t(3));
@@ -151,8 +155,7 @@ private Q_SLOTS:
 
     void anEmptyBatchLogsAndSendsNothing()
     {
-        QTest::ignoreMessage(QtCriticalMsg,
-                             "ScreenInfo::setMultPixelImage System error! trigger is nullptr");
+        QTest::ignoreMessage(QtCriticalMsg, "ScreenInfo::setMultPixelImage System error! trigger is nullptr");
         QVERIFY(!putToDevices("ScreenInfo::setMultPixelImage", {}, routeOf, 20000));
         QCOMPARE(m_engine->count(), 0);
     }

@@ -19,7 +19,8 @@ struct Include
 QStringList sourcesBelow(const QString& directory)
 {
     QStringList files;
-    QDirIterator it(root + '/' + directory, {"*.h", "*.cpp", "*.inl"}, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator it(root + '/' + directory, {"*.h", "*.cpp", "*.inl"}, QDir::Files,
+                    QDirIterator::Subdirectories);
     while (it.hasNext())
         files << QDir(root).relativeFilePath(it.next());
     return files;
@@ -78,14 +79,16 @@ private Q_SLOTS:
             if (declaredInInterfaces(include.header))
                 module = "interfaces";
             const bool ours = include.header.contains('/') && modules.contains(module);
-            QVERIFY2(!ours || mayKnow.contains(module), qPrintable(include.file + " includes " + include.header));
+            QVERIFY2(!ours || mayKnow.contains(module),
+                     qPrintable(include.file + " includes " + include.header));
         }
     }
 
     void theLibraryOpensNothingAndStartsNoThread()
     {
         static const QRegularExpression forbidden(
-            "\\b(QFile|QSaveFile|QTcpSocket|QUdpSocket|QProcess|QThreadPool|QtConcurrent|std::thread|std::async|"
+            "\\b(QFile|QSaveFile|QTcpSocket|QUdpSocket|QProcess|QThreadPool|QtConcurrent|std::thread|std::"
+            "async|"
             "fopen|ifstream|ofstream|getenv|qgetenv|qEnvironmentVariable)\\b");
         for (const QString& file : sourcesBelow("tessel")) {
             const auto match = forbidden.match(textOf(file));

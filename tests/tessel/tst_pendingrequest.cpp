@@ -48,7 +48,9 @@ private Q_SLOTS:
         QMap<QString, Map> cache{{device, Map{{"old", 1}}}};
         int failures = 0;
         m_engine->answer(RecordingEngine::failure());
-        PendingRequest("Device_Hwinfo").refresh(device, cache, [&](bool stored) { failures += stored ? 0 : 1; });
+        PendingRequest("Device_Hwinfo").refresh(device, cache, [&](bool stored) {
+            failures += stored ? 0 : 1;
+        });
         QTRY_COMPARE(failures, 1);
         QCOMPARE(cache.value(device), (Map{{"old", 1}}));
     }
@@ -78,8 +80,10 @@ private Q_SLOTS:
         if (!accepted)
             m_engine->answer(RecordingEngine::failure(RecordingEngine::State::HttpFailure));
         bool stored = false;
-        QVERIFY2(PendingRequest("ScreenXbit").placeHolder("id", "1").body(Map{{"enable", true}}).writeThrough(
-                     device, this, [&] { stored = true; }),
+        QVERIFY2(PendingRequest("ScreenXbit")
+                     .placeHolder("id", "1")
+                     .body(Map{{"enable", true}})
+                     .writeThrough(device, this, [&] { stored = true; }),
                  "the result says that the request was started");
         QVERIFY(!stored);
         QTRY_COMPARE(m_engine->held(), 0);
@@ -91,7 +95,9 @@ private Q_SLOTS:
     void thePackageIsReleasedOnceItWasAnswered()
     {
         QPointer<const QObject> package;
-        PendingRequest("ScreenXbit").put(device, this, [&](const HttpJsonPackage& reply) { package = &reply; });
+        PendingRequest("ScreenXbit").put(device, this, [&](const HttpJsonPackage& reply) {
+            package = &reply;
+        });
         QTRY_VERIFY(m_engine->held() == 0);
         QTRY_VERIFY(package.isNull());
     }
@@ -144,7 +150,9 @@ private Q_SLOTS:
         m_engine->hold();
         auto context = std::make_unique<QObject>();
         bool called = false;
-        PendingRequest("ScreenXbit").put(device, context.get(), [&](const HttpJsonPackage&) { called = true; });
+        PendingRequest("ScreenXbit").put(device, context.get(), [&](const HttpJsonPackage&) {
+            called = true;
+        });
         context.reset();
         QVERIFY(m_engine->release());
         QTRY_COMPARE(m_engine->held(), 0);

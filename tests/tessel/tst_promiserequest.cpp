@@ -110,16 +110,16 @@ private Q_SLOTS:
     {
         QFETCH(bool, success);
         QPointer<const QObject> package;
-        const auto promise = PromiseRequest("Device_Hwinfo")
-                                 .promise<int>(&HttpProxy::get, device,
-                                               [&](const HttpJsonPackage& reply, const auto& resolve,
-                                                   const auto& reject) {
-                                                   package = &reply;
-                                                   if (success)
-                                                       resolve(1);
-                                                   else
-                                                       reject(2);
-                                               });
+        const auto promise =
+            PromiseRequest("Device_Hwinfo")
+                .promise<int>(&HttpProxy::get, device,
+                              [&](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
+                                  package = &reply;
+                                  if (success)
+                                      resolve(1);
+                                  else
+                                      reject(2);
+                              });
         promise.wait();
         QVERIFY(success ? promise.isFulfilled() : promise.isRejected());
         QTRY_VERIFY(package.isNull());
@@ -139,10 +139,11 @@ private Q_SLOTS:
 
     void theUnguardedFormSendsEvenWithEmptyArguments()
     {
-        const auto promise
-            = PromiseRequest("Algorithm_RGBLight")
-                  .promise<bool>(&HttpProxy::get, QString(),
-                                 [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(true); });
+        const auto promise = PromiseRequest("Algorithm_RGBLight")
+                                 .promise<bool>(&HttpProxy::get, QString(),
+                                                [](const HttpJsonPackage&, const auto& resolve, const auto&) {
+                                                    resolve(true);
+                                                });
         promise.wait();
         QVERIFY(promise.isFulfilled());
         QCOMPARE(m_engine->count(), 1);

@@ -228,7 +228,10 @@ private Q_SLOTS:
     {
         const QTemporaryDir dir;
         const QString path = dir.filePath("card.bin");
-        QVERIFY(Request("Device_RvCardFirmware").placeHolder("id", "1").placeHolder("type", "3").download(device, path));
+        QVERIFY(Request("Device_RvCardFirmware")
+                    .placeHolder("id", "1")
+                    .placeHolder("type", "3")
+                    .download(device, path));
         QCOMPARE(m_engine->last().downloadPath, path);
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
         m_engine->answer(RecordingEngine::failure());

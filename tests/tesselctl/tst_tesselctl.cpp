@@ -497,6 +497,7 @@ void TestTesselctl::watchPrintsPushedEvents()
     QVERIFY2(lines[0].endsWith("  -  devices: wall"), lines[0]);
     QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"hwInfo"})"), lines[1]);
     QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u001b[2J"})"), lines[2]);
+    QVERIFY2(run.err.contains("tesselctl: wall: streaming\n"), run.err);
 }
 
 void TestTesselctl::watchPrintsJsonLines()

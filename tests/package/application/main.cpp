@@ -34,7 +34,8 @@ int main(int argc, char** argv)
     const QCoreApplication app(argc, argv);
     QList<QVariant> result{1};
     const bool reached = Capability::getInstance()->getAllChipType(QStringLiteral("no such device"), result);
-    const bool known = AllUrlResource::getUrl(QStringLiteral("Device_Hwinfo")) == AllUrlResource::Device_Hwinfo;
+    const bool known =
+        AllUrlResource::getUrl(QStringLiteral("Device_Hwinfo")) == AllUrlResource::Device_Hwinfo;
     const auto promise = QtPromise::resolve(Tessel::DeviceInfo());
     return !reached && result.isEmpty() && known && promise.isFulfilled() ? 0 : 1;
 }
