@@ -18,7 +18,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// The event stream of one device: opens it when its supervisor says so, reads events from it, hands them to
 /// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
-class EventStream : private EventSupervisor::Listener
+class EventStream final : private EventSupervisor::Listener
 {
 public:
     /// @p paused counts the streams that wait for the queue.

@@ -69,7 +69,7 @@ HttpReply HandlePool::exchange(const HttpRequest& request, const std::shared_ptr
                                std::chrono::steady_clock::time_point started)
 {
     const Sessions::iterator entry = acquire(device, request.daemon);
-    const HttpReply reply = entry->session.perform(request, device, started);
+    HttpReply reply = entry->session.perform(request, device, started);
     release(entry);
     return reply;
 }
