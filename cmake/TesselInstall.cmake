@@ -11,6 +11,8 @@ install(DIRECTORY tessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING 
   PATTERN "promiserequest.h" EXCLUDE
   PATTERN "fanout.h" EXCLUDE
   PATTERN "deviceevents.h" EXCLUDE
+  PATTERN "routebyprotocol.h" EXCLUDE
+  PATTERN "screenproperty.h" EXCLUDE
   PATTERN "nested.h" EXCLUDE
   PATTERN "*response.h" EXCLUDE)
 
