@@ -440,8 +440,8 @@ bool ScreenInfo::writeThrough(const char* routeKey, const ScreenProperty& proper
         .placeHolder("id", screenId)
         .body(body)
         .writeThrough(deviceKey, this, [this, property, deviceKey, screenId, body] {
+            const QVariant value = property.read(body.value(QLatin1String(property.name)));
             const QMutexLocker lock(&m_propertyMutex);
-            m_screenProperties[deviceKey][screenId][QLatin1String(property.cacheKey)] =
-                property.read(body.value(QLatin1String(property.name)));
+            m_screenProperties[deviceKey][screenId].insert(QLatin1String(property.cacheKey), value);
         });
 }

@@ -95,7 +95,8 @@ quint16 closedPort()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), size);
+    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), size) != 0)
+        return 0;
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
     ::close(socket);
     return ntohs(address.sin_port);
