@@ -48,6 +48,10 @@ Arguments stand in the order of the operation's signature or carry its names, na
 lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
 standard input. The device is no argument, it comes from --device.
 
+Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl operations". Operations that do
+not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
+which protocol it speaks, since their paths depend on it.
+
 An operation without a result prints ok, with --json true. With several devices --json prints one object with the
 results by device, null where the call failed.
 
@@ -266,7 +270,7 @@ int runCommandLine(int argc, char** argv)
     const QCoreApplication application(qtArgc, argv);
     // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
-    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     ExitCode code = Failed;
     for (const Command& command : commands) {
         if (command.parser->parsed())

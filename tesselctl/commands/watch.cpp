@@ -106,7 +106,8 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     }
     const TerminationSignal stop([] { QCoreApplication::quit(); });
     // The transport tells what its streams do in this category, on standard error.
-    QLoggingCategory::setFilterRules(QStringLiteral("tessel.http=false\ntessel.events.info=true"));
+    QLoggingCategory::setFilterRules(
+        QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
     const Exchanges exchanges([trace = settings.trace, &console](const Exchanges::Record& record) {
         if (trace)
             console.remark(traceLine(record));

@@ -11,7 +11,10 @@
 #include <csignal>
 
 using Tessel::Simulator::Fault;
+using Tessel::Simulator::Protocol;
 using Tessel::Simulator::Simulator;
+
+Q_DECLARE_METATYPE(Protocol)
 
 namespace {
 
@@ -105,6 +108,14 @@ private Q_SLOTS:
     void globalOptionsStandBeforeOrBehindTheCommand();
     void aBodyIsSentAsGiven_data();
     void aBodyIsSentAsGiven();
+    void anOperationThatDoesNotWaitIsWaitedFor();
+    void theFailureOfAnOperationThatDoesNotWaitIsTold();
+    void screensAreAddressedInTheDevicesProtocol_data();
+    void screensAreAddressedInTheDevicesProtocol();
+    void anOverloadIsPickedByItsNumber();
+    void coefficientsAreReadAsBlocks();
+    void aPackageThatAnOperationFillsIsSent();
+    void aCallbackIsWaitedFor();
     void aClosedPortEndsWithThree();
     void aBrokenReplyEndsWithThree();
     void silenceEndsWithFour();
@@ -269,6 +280,90 @@ void TestTesselctl::aBodyIsSentAsGiven()
     QCOMPARE(m_simulator->requests().first().method, QByteArray("PUT"));
 }
 
+void TestTesselctl::anOperationThatDoesNotWaitIsWaitedFor()
+{
+    const Run run = ::run({"--trace", "--device", address(), "call", "setCabSingleBrightness", "1", "{}"});
+    QVERIFY2(run.code == 0, run.err);
+    QVERIFY2(run.err.contains("PUT  /api/v1/device/cabinet/1/brightness  200"), run.err);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+}
+
+void TestTesselctl::theFailureOfAnOperationThatDoesNotWaitIsTold()
+{
+    const Run gone = run({"--device", closedAddress(), "call", "setCabSingleBrightness", "1", "{}"});
+    QCOMPARE(gone.code, 3);
+    QCOMPARE(gone.out, QByteArray());
+
+    Fault refusal;
+    refusal.path = "/api/v1/device/cabinet/1/brightness";
+    refusal.status = 200;
+    refusal.code = 7;
+    m_simulator->addFault(refusal);
+    QCOMPARE(run({"--device", address(), "call", "setCabSingleBrightness", "1", "{}"}).code, 5);
+}
+
+void TestTesselctl::screensAreAddressedInTheDevicesProtocol_data()
+{
+    QTest::addColumn<Protocol>("protocol");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("one screen") << Protocol::SingleScreen << "/api/v1/device/screen";
+    QTest::newRow("several screens") << Protocol::MultiScreen << "/api/v1/screen";
+}
+
+void TestTesselctl::screensAreAddressedInTheDevicesProtocol()
+{
+    QFETCH(Protocol, protocol);
+    QFETCH(QString, path);
+    Tessel::Simulator::Options options;
+    options.protocol = protocol;
+    Simulator device(options);
+    QVERIFY(device.start());
+    const Run run = ::run({"--trace", "--device", device.address(), "call", "getScreens", "true"});
+    QVERIFY2(run.code == 0, run.err);
+    const QList<QByteArray> lines = run.err.trimmed().split('\n');
+    QCOMPARE(lines.size(), 2);
+    QVERIFY2(lines[0].contains("GET  /api/protocol/version"), run.err);
+    QVERIFY2(lines[1].contains(" " + path.toUtf8() + "?"), run.err);
+}
+
+void TestTesselctl::anOverloadIsPickedByItsNumber()
+{
+    const Run silent = run({"--device", address(), "call", "HWInfo::getHWInfo#1", "true"});
+    QCOMPARE(silent.out, QByteArray("ok\n"));
+    const Run telling = run({"--device", address(), "call", "HWInfo::getHWInfo#2", "true"});
+    QVERIFY2(telling.out.contains("customName"), telling.out);
+    const Run none = run({"--device", address(), "call", "HWInfo::getHWInfo#3", "true"});
+    QCOMPARE(none.code, 2);
+    QVERIFY2(none.err.contains("has no overload 3"), none.err);
+}
+
+void TestTesselctl::coefficientsAreReadAsBlocks()
+{
+    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "cids=1,2"};
+    const Run sent = run(call + QStringList{R"(data=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
+    QVERIFY2(sent.code == 0, sent.err);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+    QCOMPARE(run(call + QStringList{R"(data=[{"rect":[0,0,2],"data":"AAEC"}])"}).code, 2);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+}
+
+void TestTesselctl::aPackageThatAnOperationFillsIsSent()
+{
+    const Run run =
+        ::run({"--device", address(), "call", "getsaveCabinetsCoeffcient", R"({"cabinetIds":[1]})"});
+    QVERIFY2(run.code == 0, run.err);
+    QCOMPARE(m_simulator->requests().size(), 1);
+    QCOMPARE(m_simulator->requests().first().method, QByteArray("PUT"));
+    QCOMPARE(m_simulator->requests().first().body, QByteArray(R"({"cabinetIds":[1]})"));
+}
+
+void TestTesselctl::aCallbackIsWaitedFor()
+{
+    const Run run = ::run({"--json", "--device", address(), "call", "getMonitorData"});
+    QVERIFY2(run.code == 0, run.err);
+    QVERIFY(run.json().object().contains("fanSpeed"));
+}
+
 void TestTesselctl::aClosedPortEndsWithThree()
 {
     const Run run = ::run({"--device", "wall=" + closedAddress(), "call", "getAllChipType"});
@@ -291,11 +386,12 @@ void TestTesselctl::aBrokenReplyEndsWithThree()
 
 void TestTesselctl::silenceEndsWithFour()
 {
-    Fault stall = fault(0, 0);
+    Fault stall;
+    stall.path = "/api/v1/device/hw/updateprogress"; // its limit is the shortest one
     stall.cut = Fault::Cut::Stall;
     stall.times = -1;
     m_simulator->addFault(stall);
-    const Run run = ::run({"--device", address(), "call", "getAllChipType"});
+    const Run run = ::run({"--device", address(), "call", "getHWInfoUpdateProgress"});
     QCOMPARE(run.code, 4);
     QCOMPARE(run.out, QByteArray());
     QVERIFY2(run.err.contains("ms"), run.err);
