@@ -44,11 +44,11 @@ Exit codes:
 With several devices: the code of the first that failed.)";
 
 const char* const callFooter = R"(
-Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl operations"
+Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl ops"
 lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
 standard input. The device is no argument, it comes from --device.
 
-Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl operations". Operations that do
+Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl ops". Operations that do
 not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
 which protocol it speaks, since their paths depend on it.
 
@@ -175,8 +175,8 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
     call->add_option("ARGUMENTS", words.arguments, "its arguments, value or name=value")->type_name("");
     call->footer(callFooter);
 
-    CLI::App* const operations = app.add_subcommand("operations", "list the operations and their arguments");
-    operations->add_option("FILTER", words.filter, "only those that contain this");
+    CLI::App* const ops = app.add_subcommand("ops", "list the operations: arguments, verb and path");
+    ops->add_option("FILTER", words.filter, "only those that contain this");
 
     CLI::App* const routes = app.add_subcommand("routes", "list the device API's routes: key and path");
     routes->add_option("FILTER", words.filter, "only those that contain this");
@@ -198,10 +198,8 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
          [&words](const Settings& settings, Console& console) {
              return runCall(settings, takeText(words.operation), takeTexts(words.arguments), console);
          }},
-        {operations,
-         [&words](const Settings& settings, Console& console) {
-             return runOperations(settings, takeText(words.filter), console);
-         }},
+        {ops, [&words](const Settings& settings,
+                       Console& console) { return runOps(settings, takeText(words.filter), console); }},
         {routes, [&words](const Settings& settings,
                           Console& console) { return runRoutes(settings, takeText(words.filter), console); }},
         {watch,

@@ -23,8 +23,9 @@ struct Settings
 ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments,
                  Console& console);
 
-/// Lists the operations whose usage line holds @p filter, upper and lower case being the same.
-ExitCode runOperations(const Settings& settings, const QString& filter, Console& console);
+/// Lists the operations, with what they take and what they send, whose lines hold @p filter, upper and lower
+/// case being the same.
+ExitCode runOps(const Settings& settings, const QString& filter, Console& console);
 
 /// Lists the routes whose key or path holds @p filter, upper and lower case being the same.
 ExitCode runRoutes(const Settings& settings, const QString& filter, Console& console);

@@ -260,8 +260,8 @@ private:
     bool finish()
     {
         m_page.line(QString());
-        m_page.line(QStringLiteral(
-            "All steps succeeded. Next: tesselctl --help, tesselctl operations, tesselctl routes."));
+        m_page.line(
+            QStringLiteral("All steps succeeded. Next: tesselctl --help, tesselctl ops, tesselctl routes."));
         return true;
     }
 

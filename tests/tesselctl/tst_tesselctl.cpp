@@ -132,7 +132,10 @@ private Q_SLOTS:
     void aReaderThatLeavesEndsItQuietly();
     void aFullDiskIsTold();
     void routesAreListed();
-    void operationsAreListed();
+    void operationsAreListedWithWhatTheySend();
+    void operationsAreListedForBothProtocols();
+    void overloadsAreListedWithTheirNumbers();
+    void operationsAreListedAsJson();
     void watchPrintsPushedEvents();
     void watchPrintsJsonLines();
     void watchEndsOnASignal_data();
@@ -567,14 +570,50 @@ void TestTesselctl::routesAreListed()
     QVERIFY(!none.err.isEmpty());
 }
 
-void TestTesselctl::operationsAreListed()
+void TestTesselctl::operationsAreListedWithWhatTheySend()
 {
-    const Run text = run({"operations", "debuginfo"});
+    const Run text = run({"ops", "debuginfo::getparameters"});
     QCOMPARE(text.code, 0);
-    QVERIFY2(text.out.contains("DebugInfo::getParameters body={...}  ->  result\n"), text.out);
-    QVERIFY(!text.out.contains("Capability"));
-    const Run json = run({"operations", "--json"});
-    QVERIFY(json.json().array().size() >= 5);
+    QCOMPARE(text.out, QByteArray("DebugInfo::getParameters body={...}  ->  result\n"
+                                  "    PUT /api/v1/device/cabinet/selftest/read\n"));
+    const Run byPath = run({"ops", "selftest/read"});
+    QCOMPARE(byPath.out, text.out);
+    const Run none = run({"ops", "no such thing"});
+    QCOMPARE(none.out, QByteArray());
+    QVERIFY2(none.err.contains("no operation matches"), none.err);
+}
+
+void TestTesselctl::operationsAreListedForBothProtocols()
+{
+    const Run run = ::run({"ops", "ScreenInfo::getBrightness screenId"});
+    QVERIFY2(run.out.contains("GET /api/v1/device/screen/{id}/brightness  (older protocol)\n"), run.out);
+    QVERIFY2(run.out.contains("GET /api/v1/screen/brightness  (newer protocol)\n"), run.out);
+}
+
+void TestTesselctl::overloadsAreListedWithTheirNumbers()
+{
+    const QByteArray out = run({"ops", "HWInfo::getHWInfo#"}).out;
+    QVERIFY2(out.startsWith("HWInfo::getHWInfo#1 force=true|false\n"), out);
+    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  out\n"), out);
+}
+
+void TestTesselctl::operationsAreListedAsJson()
+{
+    const Run run = ::run({"ops", "--json"});
+    QCOMPARE(run.code, 0);
+    QCOMPARE(run.err, QByteArray());
+    QVERIFY(run.json().array().size() > 500);
+    const QJsonArray one = ::run({"ops", "--json", "DebugInfo::getParameters"}).json().array();
+    QCOMPARE(one.size(), 1);
+    const QJsonObject object = one.first().toObject();
+    QCOMPARE(object.value("operation").toString(), QString("DebugInfo::getParameters"));
+    const QJsonArray parameters = object.value("parameters").toArray();
+    QCOMPARE(parameters.size(), 3);
+    QCOMPARE(parameters[1].toObject(),
+             (QJsonObject{{"name", "body"}, {"type", "{...}"}, {"direction", "in"}}));
+    const QJsonObject request{{"verb", "PUT"}, {"path", "/api/v1/device/cabinet/selftest/read"}};
+    QCOMPARE(object.value("olderProtocol").toArray(), QJsonArray{request});
+    QCOMPARE(object.value("newerProtocol").toArray(), QJsonArray{request});
 }
 
 void TestTesselctl::watchPrintsPushedEvents()
