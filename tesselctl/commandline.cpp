@@ -61,8 +61,9 @@ Examples:
   echo '{"cabinetId":1}' | tesselctl --device 192.168.0.10 call getParameters -)";
 
 const char* const watchFooter = R"(
-One line per event: time, device, payload. With --json one object per line with time, kind (event, logout or
-devices), device and payload. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
+One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device
+where the signal tells it, Class::signal, its other arguments. With --json one object per line with time, kind
+(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
 standard error.)";
 
 // CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
@@ -181,7 +182,8 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
     CLI::App* const routes = app.add_subcommand("routes", "list the device API's routes: key and path");
     routes->add_option("FILTER", words.filter, "only those that contain this");
 
-    CLI::App* const watch = app.add_subcommand("watch", "print what the devices push");
+    CLI::App* const watch =
+        app.add_subcommand("watch", "print what the devices push and the signals of the operators");
     watch->add_option("--count", words.count, "end after so many events")
         ->check(CLI::PositiveNumber)
         ->type_name("N");

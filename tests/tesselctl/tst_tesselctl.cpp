@@ -63,7 +63,23 @@ public:
         return run;
     }
 
+    /// Everything on standard output so far.
+    QByteArray out()
+    {
+        m_out += process.readAllStandardOutput();
+        return m_out;
+    }
+    /// Whether a line with @p text came, as a whole.
+    bool printed(const QByteArray& text)
+    {
+        const int at = out().indexOf(text);
+        return at >= 0 && m_out.indexOf('\n', at) >= 0;
+    }
+
     QProcess process;
+
+private:
+    QByteArray m_out;
 };
 
 Run run(const QStringList& arguments, const QByteArray& input = {}, const QStringList& environment = {})
@@ -138,6 +154,8 @@ private Q_SLOTS:
     void operationsAreListedAsJson();
     void watchPrintsPushedEvents();
     void watchPrintsJsonLines();
+    void watchPrintsTheSignalsOfOperators();
+    void watchPrintsSignalsAsJson();
     void watchEndsOnASignal_data();
     void watchEndsOnASignal();
     void watchEndsAfterItsTime();
@@ -620,7 +638,7 @@ void TestTesselctl::watchPrintsPushedEvents()
 {
     Program program({"--device", "wall=" + address(), "watch", "--count", "2"});
     QVERIFY(m_simulator->waitForEventStreams(1, 30000));
-    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"hwInfo"})");
+    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"nothing"})");
     m_simulator->pushEvent("{\"name\":\"\x1b[2J\"}");
     const Run run = program.finish();
     QCOMPARE(run.code, 0);
@@ -630,7 +648,7 @@ void TestTesselctl::watchPrintsPushedEvents()
     for (const QByteArray& line : lines)
         QVERIFY2(time.match(line).hasMatch(), line);
     QVERIFY2(lines[0].endsWith("  -  devices: wall"), lines[0]);
-    QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"hwInfo"})"), lines[1]);
+    QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"nothing"})"), lines[1]);
     QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u001b[2J"})"), lines[2]);
     QVERIFY2(run.err.contains("tesselctl: wall: streaming\n"), run.err);
 }
@@ -655,6 +673,37 @@ void TestTesselctl::watchPrintsJsonLines()
     QVERIFY(events[0].value("payload").toObject().value("a").isArray());
     QVERIFY(run.out.contains("9007199254740993"));
     QCOMPARE(events[1].value("payload").toString(), QString("no JSON"));
+}
+
+void TestTesselctl::watchPrintsTheSignalsOfOperators()
+{
+    Program program({"--device", "wall=" + address(), "watch"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent(R"({"dataType":"customNameChange","name":"North"})");
+    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"hwInfo"})");
+    QTRY_VERIFY_WITH_TIMEOUT(program.printed("  -  HWInfo::signal_sendDataChanged"), 30000);
+    const QByteArray out = program.out();
+    const int event = out.indexOf(R"(  wall  {"dataType":"customNameChange","name":"North"})");
+    const int signal = out.indexOf("  wall  HWInfo::signal_customNameChanged  {\"name\":\"North\"}\n");
+    QVERIFY2(event >= 0 && signal > event, out);
+}
+
+void TestTesselctl::watchPrintsSignalsAsJson()
+{
+    Program program({"--json", "--device", "wall=" + address(), "watch"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent(R"({"dataType":"customNameChange","name":"North"})");
+    QTRY_VERIFY_WITH_TIMEOUT(program.printed("signal_customNameChanged"), 30000);
+    QJsonObject caught;
+    for (const QByteArray& line : program.out().split('\n')) {
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        if (object.value("signal").toString() == "HWInfo::signal_customNameChanged")
+            caught = object;
+    }
+    QCOMPARE(caught.value("kind").toString(), QString("signal"));
+    QCOMPARE(caught.value("device").toString(), QString("wall"));
+    QCOMPARE(caught.value("payload").toObject(), (QJsonObject{{"name", "North"}}));
+    QVERIFY(caught.contains("time"));
 }
 
 void TestTesselctl::watchEndsOnASignal_data()
