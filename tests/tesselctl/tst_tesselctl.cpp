@@ -733,8 +733,10 @@ void TestTesselctl::theDemoSucceedsWithoutColour()
     QVERIFY2(run.code == 0, run.err);
     QVERIFY(!run.out.contains('\x1b'));
     for (const char* part :
-         {"initManager", "/api/v1/device/capability/chips", "getRowDecodeType",
-          "/api/v1/device/cabinet/selftest/send", "/api/v1/device/hw  200", "pushed", "All steps succeeded"})
+         {"initManager", "/api/v1/device/capability/chips", "/api/v1/device/cabinet/selftest/read",
+          "older protocol, screens: 1\n", "newer protocol, screens: 1, 2\n", "/api/v1/device/hw  200",
+          "no request: the cache answered", "pushed", "info[\"customName\"] is \"North stand\"",
+          "/api/v1/device/screen/1/brightness  200", "/api/v1/screen/brightness  200", "All steps succeeded"})
         QVERIFY2(run.out.contains(part), part);
 }
 
