@@ -32,6 +32,11 @@ struct COMMUNICATOR_EXPORT ExchangeRecord
 /// be called from any thread.
 COMMUNICATOR_EXPORT void setExchangeObserver(std::function<void(const ExchangeRecord&)> observer);
 
+/// How many exchanges began in this process, blocking or not. Of the built-in transport, each is told to the
+/// observer once, when it ends.
+/// May be called from any thread.
+COMMUNICATOR_EXPORT quint64 exchangesBegun();
+
 } // namespace Krelm::Communicator::HttpDevice
 
 #endif

@@ -15,6 +15,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+std::atomic<quint64> begun{0};
+
 using Observer = std::function<void(const ExchangeRecord&)>;
 
 // Never destroyed: exchanges may end while the process does.
@@ -50,6 +52,16 @@ void setExchangeObserver(std::function<void(const ExchangeRecord&)> observer)
     const std::lock_guard<std::mutex> lock(slot.mutex);
     slot.set = next != nullptr;
     slot.observer.swap(next);
+}
+
+void countExchange()
+{
+    ++begun;
+}
+
+quint64 exchangesBegun()
+{
+    return begun;
 }
 
 const char* verbOf(HttpMethod method)

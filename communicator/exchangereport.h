@@ -24,6 +24,9 @@ struct ExchangeSummary
     QByteArray reply;
 };
 
+/// Counts an exchange that begins and that reportExchange() will tell of. May be called from any thread.
+void countExchange();
+
 /// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in
 /// any case. May be called from any thread; says nothing once the transport is closed.
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);

@@ -237,6 +237,7 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     if (download) {
         request.downloadPath = package->fileDownloadPath;
     }
+    countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         putReply(package, refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(), now));
     } else if (download && request.downloadPath.isEmpty()) {
@@ -256,6 +257,7 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     }
     const HttpRequest request = makeRequest(method, deviceKey, package);
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
+    countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(),
                                std::chrono::steady_clock::now()));

@@ -37,6 +37,10 @@ QString expectationOf(ValueType type)
         return QStringLiteral("a JSON array of texts, or words with commas between them");
     case ValueType::MapList:
         return QStringLiteral("a JSON array of objects");
+    case ValueType::Coefficients:
+        return QStringLiteral("a JSON array of blocks with rect and data");
+    case ValueType::AnyValue:
+        return QStringLiteral("JSON");
     case ValueType::MapOfMaps:
         return QStringLiteral("a JSON object of objects");
     }
@@ -64,6 +68,13 @@ bool allOf(const Container& container, bool (*predicate)(const QVariant&))
     return std::all_of(container.begin(), container.end(), predicate);
 }
 
+bool isCoefficients(const QVariant& value)
+{
+    const QVariantMap block = value.toMap();
+    const QVariant rect = block.value(QStringLiteral("rect"));
+    return isList(rect) && rect.toList().size() == 4 && isPlain(block.value(QStringLiteral("data")));
+}
+
 bool hasShape(const QVariant& value, ValueType type)
 {
     switch (type) {
@@ -77,6 +88,10 @@ bool hasShape(const QVariant& value, ValueType type)
         return isList(value) && allOf(value.toList(), isPlain);
     case ValueType::MapList:
         return isList(value) && allOf(value.toList(), isMap);
+    case ValueType::Coefficients:
+        return isList(value) && allOf(value.toList(), isCoefficients);
+    case ValueType::AnyValue:
+        return true;
     case ValueType::MapOfMaps:
         return isMap(value) && allOf(value.toMap(), isMap);
     default:
@@ -163,6 +178,14 @@ std::map<std::size_t, QString> assign(const Operation& operation, const QStringL
     return assigned;
 }
 
+// A single word is a list of words only where nothing else takes it.
+bool saysMoreThanText(ValueType type, const QString& text)
+{
+    const bool bareWord = !ArgumentFiles::isFile(text) && !text.startsWith(QLatin1Char('[')) &&
+                          !text.contains(QLatin1Char(','));
+    return type != ValueType::Text && !(type == ValueType::TextList && bareWord);
+}
+
 struct Fit
 {
     BoundCall call;
@@ -189,7 +212,7 @@ Fit fit(const Operation& operation, const QStringList& texts, ArgumentFiles& fil
             return fit;
         }
         fit.call.values[static_cast<int>(index)] = value;
-        fit.merit.first += parameter.type == ValueType::Text ? 0 : 1;
+        fit.merit.first += saysMoreThanText(parameter.type, text) ? 1 : 0;
     }
     fit.call.operation = &operation;
     return fit;
@@ -243,6 +266,10 @@ QString placeholderOf(ValueType type)
         return QStringLiteral("WORD,WORD,...");
     case ValueType::MapList:
         return QStringLiteral("[{...},...]");
+    case ValueType::Coefficients:
+        return QStringLiteral("[{\"rect\":[X,Y,WIDTH,HEIGHT],\"data\":\"BASE64\"},...]");
+    case ValueType::AnyValue:
+        return QStringLiteral("JSON");
     case ValueType::MapOfMaps:
         return QStringLiteral("{\"name\":{...},...}");
     }

@@ -44,9 +44,13 @@ Exit codes:
 With several devices: the code of the first that failed.)";
 
 const char* const callFooter = R"(
-Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl operations"
+Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl ops"
 lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
 standard input. The device is no argument, it comes from --device.
+
+Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl ops". Operations that do
+not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
+which protocol it speaks, since their paths depend on it.
 
 An operation without a result prints ok, with --json true. With several devices --json prints one object with the
 results by device, null where the call failed.
@@ -57,8 +61,9 @@ Examples:
   echo '{"cabinetId":1}' | tesselctl --device 192.168.0.10 call getParameters -)";
 
 const char* const watchFooter = R"(
-One line per event: time, device, payload. With --json one object per line with time, kind (event, logout or
-devices), device and payload. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
+One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device
+where the signal tells it, Class::signal, its other arguments. With --json one object per line with time, kind
+(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
 standard error.)";
 
 // CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
@@ -171,13 +176,14 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
     call->add_option("ARGUMENTS", words.arguments, "its arguments, value or name=value")->type_name("");
     call->footer(callFooter);
 
-    CLI::App* const operations = app.add_subcommand("operations", "list the operations and their arguments");
-    operations->add_option("FILTER", words.filter, "only those that contain this");
+    CLI::App* const ops = app.add_subcommand("ops", "list the operations: arguments, verb and path");
+    ops->add_option("FILTER", words.filter, "only those that contain this");
 
     CLI::App* const routes = app.add_subcommand("routes", "list the device API's routes: key and path");
     routes->add_option("FILTER", words.filter, "only those that contain this");
 
-    CLI::App* const watch = app.add_subcommand("watch", "print what the devices push");
+    CLI::App* const watch =
+        app.add_subcommand("watch", "print what the devices push and the signals of the operators");
     watch->add_option("--count", words.count, "end after so many events")
         ->check(CLI::PositiveNumber)
         ->type_name("N");
@@ -194,10 +200,8 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
          [&words](const Settings& settings, Console& console) {
              return runCall(settings, takeText(words.operation), takeTexts(words.arguments), console);
          }},
-        {operations,
-         [&words](const Settings& settings, Console& console) {
-             return runOperations(settings, takeText(words.filter), console);
-         }},
+        {ops, [&words](const Settings& settings,
+                       Console& console) { return runOps(settings, takeText(words.filter), console); }},
         {routes, [&words](const Settings& settings,
                           Console& console) { return runRoutes(settings, takeText(words.filter), console); }},
         {watch,
@@ -266,7 +270,7 @@ int runCommandLine(int argc, char** argv)
     const QCoreApplication application(qtArgc, argv);
     // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
-    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     ExitCode code = Failed;
     for (const Command& command : commands) {
         if (command.parser->parsed())

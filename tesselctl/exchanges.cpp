@@ -6,11 +6,15 @@
 
 #include <communicator/jsonutil.h>
 
+#include <QCoreApplication>
+
+#include <condition_variable>
 #include <mutex>
 #include <vector>
 
 namespace TesselCtl {
 
+using Krelm::Communicator::HttpDevice::exchangesBegun;
 using Krelm::Communicator::HttpDevice::IHttpVersionTrigger;
 using Krelm::Communicator::HttpDevice::setExchangeObserver;
 
@@ -56,6 +60,7 @@ struct Exchanges::State
 {
     std::mutex mutex; // guards the records
     std::vector<Record> records;
+    std::condition_variable ended; // with every record
 };
 
 Exchanges::Exchanges(std::function<void(const Record&)> shown)
@@ -66,6 +71,7 @@ Exchanges::Exchanges(std::function<void(const Record&)> shown)
             shown(record);
         const std::lock_guard<std::mutex> lock(state->mutex);
         state->records.push_back(record);
+        state->ended.notify_all();
     });
 }
 
@@ -78,6 +84,23 @@ void Exchanges::begin()
 {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     m_state->records.clear();
+    m_begunBefore = exchangesBegun();
+}
+
+void Exchanges::waitForAll()
+{
+    const auto allEnded = [this] { return m_state->records.size() >= exchangesBegun() - m_begunBefore; };
+    for (bool done = false; !done;) {
+        {
+            std::unique_lock<std::mutex> lock(m_state->mutex);
+            m_state->ended.wait(lock, allEnded);
+        }
+        // A reply may have operators ask for more.
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        const std::lock_guard<std::mutex> lock(m_state->mutex);
+        done = allEnded();
+    }
 }
 
 Outcome Exchanges::outcome(bool succeeded) const

@@ -33,12 +33,16 @@ public:
 
     /// Forgets the exchanges so far: the next call begins.
     void begin();
+    /// Waits until every exchange since begin() ended, also those that their operation did not wait for and
+    /// those that began meanwhile. What the thread's event loop has to deliver is delivered.
+    void waitForAll();
     /// How the call that began last ended, going by its last exchange and, when that was well and @p
     /// succeeded is false, by the last one that failed.
     Outcome outcome(bool succeeded) const;
 
 private:
     struct State;
+    quint64 m_begunBefore = 0;      // exchanges of earlier calls
     std::shared_ptr<State> m_state; // shared with the observer, which may outlast this object for a moment
     Q_DISABLE_COPY_MOVE(Exchanges)
 };

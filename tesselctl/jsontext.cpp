@@ -79,9 +79,11 @@ json fromVariant(const QVariant& value)
     }
     case QMetaType::Bool:
         return value.toBool();
+    case QMetaType::Short:
     case QMetaType::Int:
     case QMetaType::LongLong:
         return value.toLongLong();
+    case QMetaType::UShort:
     case QMetaType::UInt:
     case QMetaType::ULongLong:
         return value.toULongLong();

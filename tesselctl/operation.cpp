@@ -15,6 +15,11 @@ bool Operation::takesDevice() const
     return !parameters.empty() && parameters.front().name == QLatin1String("deviceKey");
 }
 
+bool Operation::choosesByProtocol() const
+{
+    return className == QLatin1String("ScreenInfo") || className == QLatin1String("HwScreenInfo");
+}
+
 std::vector<std::size_t> Operation::written() const
 {
     std::vector<std::size_t> indexes;

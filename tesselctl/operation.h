@@ -48,6 +48,8 @@ struct Operation
     QString qualifiedName() const;
     /// Whether the first parameter names the device.
     bool takesDevice() const;
+    /// Whether its class chooses paths by what HWInfo knows of the device's protocol.
+    bool choosesByProtocol() const;
     /// The indexes of the parameters that a user writes: inputs other than the device.
     std::vector<std::size_t> written() const;
     /// Names of what CallResult::outputs holds, a promise's value left out.

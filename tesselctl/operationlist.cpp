@@ -13,7 +13,12 @@ const Operations& allOperations()
 {
     static const Operations all = [] {
         Operations operations;
-        for (Operations (*const ofClass)() : {capabilityOperations, debugInfoOperations}) {
+        for (Operations (*const ofClass)() :
+             {algorithmOperations, cabinetInfoOperatorOperations, capabilityOperations,
+              correctionopOperations, debugInfoOperations, factoryOpOperations, hwInfoOperations,
+              hwScreenInfoOperations, inputInfoOperations, monitorInfoOperations,
+              outputInfoOperatorOperations, pipeInfoOperations, rvCardDisplayEffectOperations,
+              screenInfoOperations}) {
             Operations some = ofClass();
             operations.insert(operations.end(), std::make_move_iterator(some.begin()),
                               std::make_move_iterator(some.end()));
@@ -23,8 +28,23 @@ const Operations& allOperations()
     return all;
 }
 
-Lookup findOperation(const Operations& operations, const QString& name)
+namespace {
+
+// Cuts the number of an overload off; 0 when there is none.
+int takeOverload(QString& name)
 {
+    const int hash = name.lastIndexOf(QLatin1Char('#'));
+    const int number = hash < 0 ? 0 : name.mid(hash + 1).toInt();
+    if (number > 0)
+        name.truncate(hash);
+    return number;
+}
+
+} // namespace
+
+Lookup findOperation(const Operations& operations, QString name)
+{
+    const int overload = takeOverload(name);
     const QString suffix = QStringLiteral("::") + name;
     Lookup found;
     QStringList qualified;
@@ -45,6 +65,11 @@ Lookup findOperation(const Operations& operations, const QString& name)
         found.operations.clear();
         found.problem = QStringLiteral("\"%1\" is an operation of several classes: %2")
                             .arg(name, qualified.join(QStringLiteral(", ")));
+    } else if (overload > static_cast<int>(found.operations.size())) {
+        found.problem = QStringLiteral("%1 has no overload %2").arg(qualified.first()).arg(overload);
+        found.operations.clear();
+    } else if (overload > 0) {
+        found.operations = {found.operations[static_cast<std::size_t>(overload - 1)]};
     }
     return found;
 }

@@ -13,8 +13,20 @@ namespace TesselCtl {
 using Operations = std::vector<Operation>;
 
 /// One function per class, each in operations/<class>.cpp.
+Operations algorithmOperations();
+Operations cabinetInfoOperatorOperations();
 Operations capabilityOperations();
+Operations correctionopOperations();
 Operations debugInfoOperations();
+Operations factoryOpOperations();
+Operations hwInfoOperations();
+Operations hwScreenInfoOperations();
+Operations inputInfoOperations();
+Operations monitorInfoOperations();
+Operations outputInfoOperatorOperations();
+Operations pipeInfoOperations();
+Operations rvCardDisplayEffectOperations();
+Operations screenInfoOperations();
 
 /// Every operation that can be called, class by class, overloads side by side. Built on the first call.
 const Operations& allOperations();
@@ -26,8 +38,8 @@ struct Lookup
     QString problem;                          ///< why, with the nearest names
 };
 
-/// Finds @p name: qualified, or short where one class alone has it.
-Lookup findOperation(const Operations& operations, const QString& name);
+/// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.
+Lookup findOperation(const Operations& operations, QString name);
 
 } // namespace TesselCtl
 

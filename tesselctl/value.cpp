@@ -5,6 +5,21 @@
 
 namespace TesselCtl {
 
+namespace {
+
+// A block of coefficients is written {"rect":[x,y,width,height],"data":"base64"}.
+QString rectKey()
+{
+    return QStringLiteral("rect");
+}
+
+QString dataKey()
+{
+    return QStringLiteral("data");
+}
+
+} // namespace
+
 ValueType valueType(const QString* /*type*/)
 {
     return ValueType::Text;
@@ -53,6 +68,16 @@ ValueType valueType(const QList<QString>* /*type*/)
 ValueType valueType(const std::vector<QMap<QString, QVariant>>* /*type*/)
 {
     return ValueType::MapList;
+}
+
+ValueType valueType(const QVariant* /*type*/)
+{
+    return ValueType::AnyValue;
+}
+
+ValueType valueType(const QList<CoeffsData>* /*type*/)
+{
+    return ValueType::Coefficients;
 }
 
 ValueType valueType(const QMap<QString, QMap<QString, QVariant>>* /*type*/)
@@ -114,6 +139,25 @@ void fromVariant(const QVariant& value, std::vector<QMap<QString, QVariant>>& ou
     const QVariantList list = value.toList();
     for (const QVariant& element : list)
         out.push_back(element.toMap());
+}
+
+void fromVariant(const QVariant& value, QVariant& out)
+{
+    out = value;
+}
+
+void fromVariant(const QVariant& value, QList<CoeffsData>& out)
+{
+    const QVariantList list = value.toList();
+    for (const QVariant& element : list) {
+        const QVariantMap block = element.toMap();
+        const QVariantList rect = block.value(rectKey()).toList();
+        CoeffsData coefficients;
+        coefficients.rect =
+            QRect(rect.value(0).toInt(), rect.value(1).toInt(), rect.value(2).toInt(), rect.value(3).toInt());
+        coefficients.data = QByteArray::fromBase64(block.value(dataKey()).toByteArray());
+        out.append(coefficients);
+    }
 }
 
 void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out)
@@ -179,6 +223,17 @@ QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value)
     QVariantList list;
     for (const QMap<QString, QVariant>& element : value)
         list.append(QVariant(element));
+    return list;
+}
+
+QVariant toVariant(const QList<CoeffsData>& value)
+{
+    QVariantList list;
+    for (const CoeffsData& block : value) {
+        const QRect& rect = block.rect;
+        list.append(QVariantMap{{rectKey(), QVariantList{rect.x(), rect.y(), rect.width(), rect.height()}},
+                                {dataKey(), QString::fromLatin1(block.data.toBase64())}});
+    }
     return list;
 }
 

@@ -2,6 +2,8 @@
 #ifndef TESSELCTL_VALUE_H
 #define TESSELCTL_VALUE_H
 
+#include <tessel/records/coeffsdata.h>
+
 #include <QByteArray>
 #include <QList>
 #include <QMap>
@@ -26,6 +28,8 @@ enum class ValueType {
     TextMap,
     TextList,
     MapList,
+    Coefficients,
+    AnyValue,
     MapOfMaps
 };
 
@@ -40,6 +44,8 @@ ValueType valueType(const QList<QVariant>*);
 ValueType valueType(const QMap<QString, QString>*);
 ValueType valueType(const QList<QString>*);
 ValueType valueType(const std::vector<QMap<QString, QVariant>>*);
+ValueType valueType(const QVariant*);
+ValueType valueType(const QList<CoeffsData>*);
 ValueType valueType(const QMap<QString, QMap<QString, QVariant>>*);
 
 /// Takes the argument out of @p value; an invalid one gives an empty argument.
@@ -53,6 +59,8 @@ void fromVariant(const QVariant& value, QList<QVariant>& out);
 void fromVariant(const QVariant& value, QMap<QString, QString>& out);
 void fromVariant(const QVariant& value, QList<QString>& out);
 void fromVariant(const QVariant& value, std::vector<QMap<QString, QVariant>>& out);
+void fromVariant(const QVariant& value, QVariant& out);
+void fromVariant(const QVariant& value, QList<CoeffsData>& out);
 void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out);
 
 /// The result made of nothing but variant maps, variant lists and plain values.
@@ -66,6 +74,7 @@ QVariant toVariant(const QList<QVariant>& value);
 QVariant toVariant(const QMap<QString, QString>& value);
 QVariant toVariant(const QList<QString>& value);
 QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value);
+QVariant toVariant(const QList<CoeffsData>& value);
 QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value);
 
 } // namespace TesselCtl

@@ -8,6 +8,8 @@
 #include "tesselctl/output.h"
 #include "tesselctl/printable.h"
 
+#include <tessel/hwinfo.h>
+
 namespace TesselCtl {
 
 namespace {
@@ -54,17 +56,22 @@ public:
         QVariantList values = m_call.values;
         if (m_call.operation->takesDevice())
             values[0] = device;
+        if (m_call.operation->choosesByProtocol())
+            HWInfo::getInstance()->getHwProtoc(device, true);
         m_exchanges.begin();
         const CallResult called = m_call.operation->invoke(values);
+        m_exchanges.waitForAll();
         Outcome outcome = m_exchanges.outcome(called.succeeded);
         if (outcome.code == Failed && !called.reason.isEmpty())
             outcome.reason = printable(called.reason);
-        const QVariant result = called.succeeded ? resultOf(*m_call.operation, called.outputs) : QVariant();
+        // One that did not wait says yes even when no reply came.
+        const bool answered = called.succeeded && (outcome.code == Done || outcome.code == Refused);
+        const QVariant result = answered ? resultOf(*m_call.operation, called.outputs) : QVariant();
         m_results.insert(device, result);
 
-        if (called.succeeded && !m_settings.json)
+        if (answered && !m_settings.json)
             m_console.data((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
-        else if (called.succeeded && !label)
+        else if (answered && !label)
             m_console.data(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
         if (outcome.code != Done)
             m_console.complain(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));

@@ -23,14 +23,15 @@ struct Settings
 ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments,
                  Console& console);
 
-/// Lists the operations whose usage line holds @p filter, upper and lower case being the same.
-ExitCode runOperations(const Settings& settings, const QString& filter, Console& console);
+/// Lists the operations, with what they take and what they send, whose lines hold @p filter, upper and lower
+/// case being the same.
+ExitCode runOps(const Settings& settings, const QString& filter, Console& console);
 
 /// Lists the routes whose key or path holds @p filter, upper and lower case being the same.
 ExitCode runRoutes(const Settings& settings, const QString& filter, Console& console);
 
-/// Prints what the devices push until a signal comes, @p count events came or @p seconds passed; 0 is no
-/// limit.
+/// Prints what the devices push and every signal that an operator raises, until SIGINT or SIGTERM comes, @p
+/// count events came or @p seconds passed; 0 is no limit.
 ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console);
 
 /// Shows the library at work on two simulated controllers.

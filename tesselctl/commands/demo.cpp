@@ -11,8 +11,8 @@
 #include <tessel/capability.h>
 #include <tessel/debuginfo.h>
 #include <tessel/devicemanager.h>
-#include <tessel/records/deviceinfo.h>
-#include <zephserializer/jsonserializer.h>
+#include <tessel/hwinfo.h>
+#include <tessel/screeninfo.h>
 
 #include <QtPromise>
 
@@ -26,34 +26,12 @@
 namespace TesselCtl {
 
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
-using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Krelm::Communicator::HttpDevice::exchangesBegun;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 using Tessel::Simulator::Protocol;
 using Tessel::Simulator::Simulator;
 
 namespace {
-
-/// Reads the identity of a device without waiting for it: the way of an application to a typed record.
-QtPromise::QPromise<Tessel::DeviceInfo> readDeviceInfo(const QString& deviceKey)
-{
-    auto* const package = new HttpJsonPackage(nullptr);
-    package->setUrl(AllUrlResource::Device_Hwinfo);
-    return QtPromise::QPromise<Tessel::DeviceInfo>{
-        [&](const QtPromise::QPromiseResolve<Tessel::DeviceInfo>& resolve,
-            const QtPromise::QPromiseReject<Tessel::DeviceInfo>& reject) {
-            QObject::connect(package, &HttpJsonPackage::readyRead, package,
-                             [resolve, reject](HttpJsonPackage* reply) {
-                                 Tessel::DeviceInfo info;
-                                 const Zeph::Serialize::JsonSerializer serializer;
-                                 const bool whole =
-                                     reply->getSimpleState() == 0 &&
-                                     serializer.load(reply->getReceiveData(), &info, QStringLiteral("data"));
-                                 whole ? resolve(info) : reject();
-                             });
-            HttpProxy::getInstance()->get(deviceKey, package);
-        }}
-        .finally([package] { package->deleteLater(); });
-}
 
 /// Writes the demonstration: headings, the calls as they stand in a program, the exchanges under them, what
 /// came.
@@ -117,8 +95,9 @@ public:
     {
         m_page.line(
             QStringLiteral("Tessel: the library between an application and the controllers of an LED wall"));
-        return startControllers() && startTransport() && readCapabilities() && testReceivingCards() &&
-               loadRecords() && receiveEvent() && finish();
+        return startControllers() && startTransport() && readCapability() && testReceivingCards() &&
+               loadScreens() && loadRecords() && answerFromCache() && followEvent() && setBrightness() &&
+               finish();
     }
 
 private:
@@ -151,6 +130,13 @@ private:
     {
         m_page.heading(QStringLiteral("The transport starts and learns where they are"));
         m_page.call(QStringLiteral("DeviceManager::getInstance()->initManager();"));
+        // Before any operator listens, so that an event stands before the signals that it causes.
+        QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &m_context,
+                         [this](const QByteArray& data, const QString& deviceKey) {
+                             if (m_showsEvents)
+                                 m_page.result(deviceKey + QStringLiteral(" pushed ") +
+                                               printable(QString::fromUtf8(data)));
+                         });
         DeviceManager::getInstance()->initManager();
         for (const Controller& device : m_devices) {
             m_page.call(QStringLiteral("HttpProxy::getInstance()->addDevice(\"%1\", {\"%2\"});")
@@ -163,24 +149,15 @@ private:
         return true;
     }
 
-    bool readCapabilities()
+    bool readCapability()
     {
-        m_page.heading(QStringLiteral("What chips do they know? One call, one request"));
-        for (const Controller& device : m_devices) {
-            QList<QVariant> chips;
-            m_page.call(
-                QStringLiteral("Capability::getInstance()->getAllChipType(\"%1\", chips);").arg(device.name));
-            if (!Capability::getInstance()->getAllChipType(device.name, chips) || chips.isEmpty())
-                return failed(device.name);
-            m_page.result(humanText(chips));
-
-            QList<QVariant> decoders;
-            m_page.call(QStringLiteral("Capability::getInstance()->getRowDecodeType(\"%1\", decoders);")
-                            .arg(device.name));
-            if (!Capability::getInstance()->getRowDecodeType(device.name, decoders) || decoders.isEmpty())
-                return failed(device.name);
-            m_page.result(humanText(decoders));
-        }
+        m_page.heading(QStringLiteral("What chips does it know? One call, one request"));
+        const QString device = m_devices.front().name;
+        QList<QVariant> chips;
+        m_page.call(QStringLiteral("Capability::getInstance()->getAllChipType(\"%1\", chips);").arg(device));
+        if (!Capability::getInstance()->getAllChipType(device, chips) || chips.isEmpty())
+            return failed(device);
+        m_page.result(humanText(chips));
         return true;
     }
 
@@ -196,15 +173,28 @@ private:
         if (!DebugInfo::getInstance()->getParameters(device, what, parameters))
             return failed(device);
         m_page.result(humanText(parameters));
+        return true;
+    }
 
-        const QMap<QString, QVariant> change{{QStringLiteral("cabinetId"), 1}, {QStringLiteral("mode"), 2}};
-        QList<QVariant> outcome;
-        m_page.call(QStringLiteral("DebugInfo::getInstance()->sendParameters(\"%1\", {{\"cabinetId\", 1}, "
-                                   "{\"mode\", 2}}, outcome);")
-                        .arg(device));
-        if (!DebugInfo::getInstance()->sendParameters(device, change, outcome))
-            return failed(device);
-        m_page.result(humanText(outcome));
+    bool loadScreens()
+    {
+        m_page.heading(QStringLiteral("Screens: asked once, the library speaks each device's protocol"));
+        for (const Controller& device : m_devices) {
+            m_page.call(QStringLiteral("HWInfo::getInstance()->getHwProtoc(\"%1\", true);").arg(device.name));
+            const bool newer = HWInfo::getInstance()->getHwProtoc(device.name, true);
+            if (newer != (device.simulator->options().protocol == Protocol::MultiScreen))
+                return failed(device.name, QStringLiteral("the other protocol was expected"));
+            QMap<QString, QMap<QString, QVariant>> screens;
+            m_page.call(QStringLiteral("ScreenInfo::getInstance()->getScreens(\"%1\", screens, false, %2);")
+                            .arg(device.name, newer ? QStringLiteral("true") : QStringLiteral("false")));
+            if (!ScreenInfo::getInstance()->getScreens(device.name, screens, false, newer) ||
+                screens.isEmpty())
+                return failed(device.name);
+            m_page.result(QStringLiteral("%1 protocol, screens: %2")
+                              .arg(newer ? QStringLiteral("newer") : QStringLiteral("older"),
+                                   printable(screens.keys().join(QStringLiteral(", ")))));
+            m_screens.insert(device.name, screens.firstKey());
+        }
         return true;
     }
 
@@ -215,10 +205,11 @@ private:
         QVector<QtPromise::QPromise<void>> promises;
         bool whole = true;
         for (const Controller& device : m_devices) {
-            m_page.call(
-                QStringLiteral("readDeviceInfo(\"%1\").then([](const Tessel::DeviceInfo& info) { ... });")
-                    .arg(device.name));
-            promises << readDeviceInfo(device.name)
+            m_page.call(QStringLiteral("HWInfo::getInstance()->getHWInfo2(\"%1\").then("
+                                       "[](const Tessel::DeviceInfo& info) { ... });")
+                            .arg(device.name));
+            promises << HWInfo::getInstance()
+                            ->getHWInfo2(device.name)
                             .then(
                                 [this, name = device.name](const Tessel::DeviceInfo& info) {
                                     m_page.result(QStringLiteral("%1 is \"%2\", a %3, at %4 (%5)")
@@ -232,36 +223,114 @@ private:
         return whole || failed(QStringLiteral("a record"), QStringLiteral("could not be loaded"));
     }
 
-    bool receiveEvent()
+    bool answerFromCache()
     {
-        m_page.heading(QStringLiteral("A controller speaks up: somebody gave it another name"));
-        m_page.call(
-            QStringLiteral("connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, ...);"));
+        m_page.heading(QStringLiteral("A cache: the second read sends nothing"));
+        return readName() && readNameFromCache();
+    }
+
+    bool followEvent()
+    {
+        m_page.heading(QStringLiteral("A cache that follows its device: it is renamed, and says so"));
         const Controller& arena = m_devices.back();
-        QEventLoop loop;
-        bool received = false;
-        QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &loop,
-                         [&](const QByteArray& data, const QString& deviceKey) {
-                             m_page.result(deviceKey + QStringLiteral(" pushed ") +
-                                           printable(QString::fromUtf8(data)));
-                             received = true;
-                             loop.quit();
-                         });
         const int patience = 5000;
         if (!arena.simulator->waitForEventStreams(1, patience))
             return failed(arena.name, QStringLiteral("no event stream"));
+        m_page.call(QStringLiteral("connect(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged, ...);"));
+        HWInfo* const info = HWInfo::getInstance();
+        QEventLoop loop;
+        bool refreshed = false;
+        QObject::connect(info, &HWInfo::signal_customNameChanged, &loop,
+                         [&](const QString& deviceKey, const QString& name) {
+                             m_page.result(
+                                 QStringLiteral("HWInfo raises signal_customNameChanged(\"%1\", \"%2\")")
+                                     .arg(deviceKey, printable(name)));
+                         });
+        QObject::connect(info, &HWInfo::signal_sendDataChanged, &loop, [&] {
+            m_page.result(QStringLiteral("HWInfo raises signal_sendDataChanged()"));
+            refreshed = true;
+            loop.quit();
+        });
+        QMap<QString, QVariant> reply;
+        m_page.call(QStringLiteral("HWInfo::getInstance()->putHWInfoRename(\"%1\", "
+                                   "{{\"customName\", \"North stand\"}}, reply);")
+                        .arg(arena.name));
+        if (!info->putHWInfoRename(arena.name,
+                                   {{QStringLiteral("customName"), QStringLiteral("North stand")}}, reply))
+            return failed(arena.name);
         QTimer::singleShot(patience, &loop, &QEventLoop::quit);
-        arena.simulator->setValue(AllUrlResource::getUrl(QStringLiteral("Device_Rename")),
-                                  R"({"customName":"North stand"})");
+        m_showsEvents = true;
         loop.exec();
-        return received || failed(arena.name, QStringLiteral("no event came"));
+        m_showsEvents = false;
+        if (!refreshed)
+            return failed(arena.name, QStringLiteral("no event came"));
+        return readNameFromCache() && (m_name == QLatin1String("North stand") ||
+                                       failed(arena.name, QStringLiteral("the cache is stale")));
+    }
+
+    bool setBrightness()
+    {
+        m_page.heading(QStringLiteral("Brightness, written and read back by both protocols"));
+        return writeBrightness(m_devices.front().name, 50, 50) &&
+               writeBrightness(m_devices.back().name, 12750, 50) && noteTheQuotient();
+    }
+
+    bool noteTheQuotient()
+    {
+        m_page.result(QStringLiteral("the newer protocol is sent the quotient by 255, and reads give that"));
+        return true;
+    }
+
+    /// Writes @p brightness, and expects to read @p expected.
+    bool writeBrightness(const QString& device, int brightness, int expected)
+    {
+        const QString screen = m_screens.value(device);
+        ScreenInfo* const screens = ScreenInfo::getInstance();
+        QMap<QString, QVariant> params;
+        m_page.call(QStringLiteral("ScreenInfo::getInstance()->setBrightness(\"%1\", \"%2\", params, %3);")
+                        .arg(device, screen)
+                        .arg(brightness));
+        if (!screens->setBrightness(device, screen, params, brightness))
+            return failed(device);
+        m_exchanges.waitForAll(); // a write does not wait
+        QMap<QString, QVariant> read;
+        m_page.call(QStringLiteral("ScreenInfo::getInstance()->getBrightness(\"%1\", \"%2\", read, true);")
+                        .arg(device, screen));
+        if (!screens->getBrightness(device, screen, read, true))
+            return failed(device);
+        m_page.result(humanText(read));
+        return read.value(QStringLiteral("brightness")).toInt() == expected ||
+               failed(device, QStringLiteral("another brightness was expected"));
+    }
+
+    bool readName()
+    {
+        const QString device = m_devices.back().name;
+        QMap<QString, QVariant> info;
+        m_page.call(QStringLiteral("HWInfo::getInstance()->getHWInfo(\"%1\", info, false);").arg(device));
+        if (!HWInfo::getInstance()->getHWInfo(device, info, false))
+            return failed(device);
+        m_name = info.value(QStringLiteral("customName")).toString();
+        m_page.result(QStringLiteral("info[\"customName\"] is \"%1\"").arg(printable(m_name)));
+        return true;
+    }
+
+    bool readNameFromCache()
+    {
+        const quint64 before = exchangesBegun();
+        if (!readName())
+            return false;
+        if (exchangesBegun() != before)
+            return failed(m_devices.back().name, QStringLiteral("a request where the cache should answer"));
+        m_page.result(QStringLiteral("no request: the cache answered"));
+        return true;
     }
 
     bool finish()
     {
         m_page.line(QString());
-        m_page.line(QStringLiteral(
-            "All steps succeeded. Next: tesselctl --help, tesselctl operations, tesselctl routes."));
+        m_page.line(
+            QStringLiteral("All steps succeeded. Next: tesselctl --help, tesselctl ops, tesselctl routes."));
         return true;
     }
 
@@ -282,7 +351,11 @@ private:
     Console& m_console;
     Page m_page;
     Exchanges m_exchanges;
+    QObject m_context; // of what this object listens to
+    bool m_showsEvents = false;
     std::vector<Controller> m_devices;
+    QMap<QString, QString> m_screens; ///< the first screen of each device
+    QString m_name;                   ///< what the latest read of a description said
 };
 
 } // namespace

@@ -3,7 +3,9 @@
 
 #include "tesselctl/exchanges.h"
 #include "tesselctl/jsontext.h"
+#include "tesselctl/operators.h"
 #include "tesselctl/printable.h"
+#include "tesselctl/signalcatcher.h"
 #include "tesselctl/terminationsignal.h"
 
 #include <communicator/httpproxy.h>
@@ -29,11 +31,15 @@ public:
         , m_remaining(count)
         , m_limited(count > 0)
         , m_console(console)
+        , m_catcher([this](const CaughtSignal& caught) { onSignal(caught); })
     {
         HttpProxy* const proxy = HttpProxy::getInstance();
         connect(proxy, &HttpProxy::deviceAutoReportData, this, &Watcher::onEvent);
         connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
+        // After the connections above, so that an event stands before the signals that it causes.
+        for (const QObject* one : allOperators())
+            m_catcher.hear(one);
     }
 
 private:
@@ -55,6 +61,14 @@ private:
         print(QStringLiteral("logout"), deviceKey, QStringLiteral("device gone"), {});
     }
 
+    void onSignal(const CaughtSignal& caught)
+    {
+        QString text = caught.name;
+        if (!caught.payload.isEmpty())
+            text += QStringLiteral("  ") + printable(QString::fromUtf8(toJson(caught.payload, false)));
+        print(QStringLiteral("signal"), caught.deviceKey, text, caught.payload, caught.name);
+    }
+
     void onDevices()
     {
         // One notice comes per device that is added; the list is worth a line when it differs.
@@ -67,16 +81,19 @@ private:
               QVariantList(devices.begin(), devices.end()));
     }
 
-    void print(const QString& kind, const QString& deviceKey, const QString& text, const QVariant& payload)
+    void print(const QString& kind, const QString& deviceKey, const QString& text, const QVariant& payload,
+               const QString& signal = {})
     {
         const QDateTime now = QDateTime::currentDateTime();
         const QString time = m_json ? now.toUTC().toString(Qt::ISODateWithMs)
                                     : now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
         if (m_json) {
-            const QVariantMap line{{QStringLiteral("time"), time},
-                                   {QStringLiteral("kind"), kind},
-                                   {QStringLiteral("device"), deviceKey.isNull() ? QVariant() : deviceKey},
-                                   {QStringLiteral("payload"), payload}};
+            QVariantMap line{{QStringLiteral("time"), time},
+                             {QStringLiteral("kind"), kind},
+                             {QStringLiteral("device"), deviceKey.isNull() ? QVariant() : deviceKey},
+                             {QStringLiteral("payload"), payload}};
+            if (!signal.isEmpty())
+                line.insert(QStringLiteral("signal"), signal);
             m_console.data(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
         } else {
             const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
@@ -92,6 +109,7 @@ private:
     const bool m_limited;
     Console& m_console;
     QStringList m_devices;
+    SignalCatcher m_catcher;
 };
 
 } // namespace
@@ -106,7 +124,8 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     }
     const TerminationSignal stop([] { QCoreApplication::quit(); });
     // The transport tells what its streams do in this category, on standard error.
-    QLoggingCategory::setFilterRules(QStringLiteral("tessel.http=false\ntessel.events.info=true"));
+    QLoggingCategory::setFilterRules(
+        QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
     const Exchanges exchanges([trace = settings.trace, &console](const Exchanges::Record& record) {
         if (trace)
             console.remark(traceLine(record));

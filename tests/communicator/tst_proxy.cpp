@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/deviceendpoint.h"
+#include "communicator/exchangeobserver.h"
 #include "recordingengine.h"
 
 #include <communicator/httpproxy.h>
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst();
     void eachOperationSendsItsVerb_data();
     void eachOperationSendsItsVerb();
+    void everyOperationIsCountedOnce_data() { eachOperationSendsItsVerb_data(); }
+    void everyOperationIsCountedOnce();
     void everythingReachesTheEngineAsItWasSet();
     void anEmptyPathReachesTheEngine();
     void aJsonBodyIsTypedUnlessTheCallerDid();
@@ -124,6 +127,16 @@ void ProxyTest::eachOperationSendsItsVerb()
     QCOMPARE(int(log->requests[0].method), method);
     QCOMPARE(log->requests[0].deviceKey, QStringLiteral("wall"));
     QCOMPARE(package.getDevkey(), QStringLiteral("wall"));
+}
+
+void ProxyTest::everyOperationIsCountedOnce()
+{
+    QFETCH(Call, call);
+    const auto log = install();
+    const quint64 before = exchangesBegun();
+    HttpMutilPartPackage package(nullptr);
+    call(m_proxy, &package);
+    QCOMPARE(exchangesBegun() - before, quint64(1));
 }
 
 void ProxyTest::everythingReachesTheEngineAsItWasSet()

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void theDeviceIsNoArgument();
     void overloadsAreToldApartByTheirCount();
     void overloadsAreToldApartByTheirKind();
+    void aSingleWordIsNoListOfWordsWhereATextIsTaken();
     void ofEqualOverloadsTheOneWithAnOutputIsTaken();
     void theFaultOfTheOverloadWithTheRightCountIsTold();
 
@@ -244,6 +245,15 @@ void TestArguments::overloadsAreToldApartByTheirKind()
     QCOMPARE(bindArguments(all, {"{}"}, m_files).operation, &body);
     QCOMPARE(bindArguments(all, {"[]"}, m_files).operation, &list);
     QCOMPARE(bindArguments(all, {"id={}"}, m_files).operation, &text);
+}
+
+void TestArguments::aSingleWordIsNoListOfWordsWhereATextIsTaken()
+{
+    const Operation one = operation({in("id", ValueType::Text)});
+    const Operation several = operation({in("ids", ValueType::TextList)});
+    QCOMPARE(bindArguments({&one, &several}, {"7"}, m_files).operation, &one);
+    QCOMPARE(bindArguments({&one, &several}, {"7,8"}, m_files).operation, &several);
+    QCOMPARE(bindArguments({&one, &several}, {R"(["7"])"}, m_files).operation, &several);
 }
 
 void TestArguments::ofEqualOverloadsTheOneWithAnOutputIsTaken()

@@ -59,6 +59,7 @@ public:
         items.insert("device", deviceKey);
         return true;
     }
+    void append(const QString& deviceKey, QList<QVariant>& result) { result.append(deviceKey); }
     bool get(const QString& deviceKey, bool force)
     {
         Q_UNUSED(deviceKey)
@@ -107,6 +108,12 @@ private:
     }
 };
 
+bool standIn(const QString& deviceKey, QString& result)
+{
+    result = deviceKey.toUpper();
+    return true;
+}
+
 class TestOperation : public QObject
 {
     Q_OBJECT
@@ -117,6 +124,9 @@ private Q_SLOTS:
     void everyInputTypeArrives();
     void everyOutputTypeComesBack();
     void anInOutParameterIsWrittenAndReturned();
+    void anOutputThatIsOnlyReadIsAnInput();
+    void anOperationThatSaysNothingSucceeds();
+    void aFunctionStandsInForAnOperation();
     void anOverloadIsPickedByItsSignature();
     void aPromiseOfARecordIsWaitedFor();
     void aPromiseOfRecordsIsAListOfMaps();
@@ -208,6 +218,29 @@ void TestOperation::anInOutParameterIsWrittenAndReturned()
     QCOMPARE(row.outputNames(), std::vector<QString>{"items"});
     QCOMPARE(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs,
              (QVariantList{QVariantMap{{"a", 1}, {"device", "wall"}}}));
+}
+
+void TestOperation::anOutputThatIsOnlyReadIsAnInput()
+{
+    const Operation row = operation("change", &Operator::change, {"deviceKey", "in items"});
+    QCOMPARE(row.written(), std::vector<std::size_t>{1});
+    QVERIFY(row.outputNames().empty());
+    QVERIFY(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs.isEmpty());
+}
+
+void TestOperation::anOperationThatSaysNothingSucceeds()
+{
+    const CallResult result =
+        operation("append", &Operator::append, {"deviceKey", "result"}).invoke({"wall", QVariant()});
+    QVERIFY(result.succeeded);
+    QCOMPARE(result.outputs, (QVariantList{QVariantList{"wall"}}));
+}
+
+void TestOperation::aFunctionStandsInForAnOperation()
+{
+    const Operation row = operation<Operator>("other", &standIn, {"deviceKey", "result"});
+    QCOMPARE(row.qualifiedName(), QString("Operator::other"));
+    QCOMPARE(row.invoke({"wall", QVariant()}).outputs, QVariantList{"WALL"});
 }
 
 void TestOperation::anOverloadIsPickedByItsSignature()

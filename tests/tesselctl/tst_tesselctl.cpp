@@ -11,7 +11,10 @@
 #include <csignal>
 
 using Tessel::Simulator::Fault;
+using Tessel::Simulator::Protocol;
 using Tessel::Simulator::Simulator;
+
+Q_DECLARE_METATYPE(Protocol)
 
 namespace {
 
@@ -60,7 +63,23 @@ public:
         return run;
     }
 
+    /// Everything on standard output so far.
+    QByteArray out()
+    {
+        m_out += process.readAllStandardOutput();
+        return m_out;
+    }
+    /// Whether a line with @p text came, as a whole.
+    bool printed(const QByteArray& text)
+    {
+        const int at = out().indexOf(text);
+        return at >= 0 && m_out.indexOf('\n', at) >= 0;
+    }
+
     QProcess process;
+
+private:
+    QByteArray m_out;
 };
 
 Run run(const QStringList& arguments, const QByteArray& input = {}, const QStringList& environment = {})
@@ -105,6 +124,14 @@ private Q_SLOTS:
     void globalOptionsStandBeforeOrBehindTheCommand();
     void aBodyIsSentAsGiven_data();
     void aBodyIsSentAsGiven();
+    void anOperationThatDoesNotWaitIsWaitedFor();
+    void theFailureOfAnOperationThatDoesNotWaitIsTold();
+    void screensAreAddressedInTheDevicesProtocol_data();
+    void screensAreAddressedInTheDevicesProtocol();
+    void anOverloadIsPickedByItsNumber();
+    void coefficientsAreReadAsBlocks();
+    void aPackageThatAnOperationFillsIsSent();
+    void aCallbackIsWaitedFor();
     void aClosedPortEndsWithThree();
     void aBrokenReplyEndsWithThree();
     void silenceEndsWithFour();
@@ -121,9 +148,14 @@ private Q_SLOTS:
     void aReaderThatLeavesEndsItQuietly();
     void aFullDiskIsTold();
     void routesAreListed();
-    void operationsAreListed();
+    void operationsAreListedWithWhatTheySend();
+    void operationsAreListedForBothProtocols();
+    void overloadsAreListedWithTheirNumbers();
+    void operationsAreListedAsJson();
     void watchPrintsPushedEvents();
     void watchPrintsJsonLines();
+    void watchPrintsTheSignalsOfOperators();
+    void watchPrintsSignalsAsJson();
     void watchEndsOnASignal_data();
     void watchEndsOnASignal();
     void watchEndsAfterItsTime();
@@ -269,6 +301,90 @@ void TestTesselctl::aBodyIsSentAsGiven()
     QCOMPARE(m_simulator->requests().first().method, QByteArray("PUT"));
 }
 
+void TestTesselctl::anOperationThatDoesNotWaitIsWaitedFor()
+{
+    const Run run = ::run({"--trace", "--device", address(), "call", "setCabSingleBrightness", "1", "{}"});
+    QVERIFY2(run.code == 0, run.err);
+    QVERIFY2(run.err.contains("PUT  /api/v1/device/cabinet/1/brightness  200"), run.err);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+}
+
+void TestTesselctl::theFailureOfAnOperationThatDoesNotWaitIsTold()
+{
+    const Run gone = run({"--device", closedAddress(), "call", "setCabSingleBrightness", "1", "{}"});
+    QCOMPARE(gone.code, 3);
+    QCOMPARE(gone.out, QByteArray());
+
+    Fault refusal;
+    refusal.path = "/api/v1/device/cabinet/1/brightness";
+    refusal.status = 200;
+    refusal.code = 7;
+    m_simulator->addFault(refusal);
+    QCOMPARE(run({"--device", address(), "call", "setCabSingleBrightness", "1", "{}"}).code, 5);
+}
+
+void TestTesselctl::screensAreAddressedInTheDevicesProtocol_data()
+{
+    QTest::addColumn<Protocol>("protocol");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("one screen") << Protocol::SingleScreen << "/api/v1/device/screen";
+    QTest::newRow("several screens") << Protocol::MultiScreen << "/api/v1/screen";
+}
+
+void TestTesselctl::screensAreAddressedInTheDevicesProtocol()
+{
+    QFETCH(Protocol, protocol);
+    QFETCH(QString, path);
+    Tessel::Simulator::Options options;
+    options.protocol = protocol;
+    Simulator device(options);
+    QVERIFY(device.start());
+    const Run run = ::run({"--trace", "--device", device.address(), "call", "getScreens", "true"});
+    QVERIFY2(run.code == 0, run.err);
+    const QList<QByteArray> lines = run.err.trimmed().split('\n');
+    QCOMPARE(lines.size(), 2);
+    QVERIFY2(lines[0].contains("GET  /api/protocol/version"), run.err);
+    QVERIFY2(lines[1].contains(" " + path.toUtf8() + "?"), run.err);
+}
+
+void TestTesselctl::anOverloadIsPickedByItsNumber()
+{
+    const Run silent = run({"--device", address(), "call", "HWInfo::getHWInfo#1", "true"});
+    QCOMPARE(silent.out, QByteArray("ok\n"));
+    const Run telling = run({"--device", address(), "call", "HWInfo::getHWInfo#2", "true"});
+    QVERIFY2(telling.out.contains("customName"), telling.out);
+    const Run none = run({"--device", address(), "call", "HWInfo::getHWInfo#3", "true"});
+    QCOMPARE(none.code, 2);
+    QVERIFY2(none.err.contains("has no overload 3"), none.err);
+}
+
+void TestTesselctl::coefficientsAreReadAsBlocks()
+{
+    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "cids=1,2"};
+    const Run sent = run(call + QStringList{R"(data=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
+    QVERIFY2(sent.code == 0, sent.err);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+    QCOMPARE(run(call + QStringList{R"(data=[{"rect":[0,0,2],"data":"AAEC"}])"}).code, 2);
+    QCOMPARE(m_simulator->requestCount(), quint64(1));
+}
+
+void TestTesselctl::aPackageThatAnOperationFillsIsSent()
+{
+    const Run run =
+        ::run({"--device", address(), "call", "getsaveCabinetsCoeffcient", R"({"cabinetIds":[1]})"});
+    QVERIFY2(run.code == 0, run.err);
+    QCOMPARE(m_simulator->requests().size(), 1);
+    QCOMPARE(m_simulator->requests().first().method, QByteArray("PUT"));
+    QCOMPARE(m_simulator->requests().first().body, QByteArray(R"({"cabinetIds":[1]})"));
+}
+
+void TestTesselctl::aCallbackIsWaitedFor()
+{
+    const Run run = ::run({"--json", "--device", address(), "call", "getMonitorData"});
+    QVERIFY2(run.code == 0, run.err);
+    QVERIFY(run.json().object().contains("fanSpeed"));
+}
+
 void TestTesselctl::aClosedPortEndsWithThree()
 {
     const Run run = ::run({"--device", "wall=" + closedAddress(), "call", "getAllChipType"});
@@ -291,11 +407,12 @@ void TestTesselctl::aBrokenReplyEndsWithThree()
 
 void TestTesselctl::silenceEndsWithFour()
 {
-    Fault stall = fault(0, 0);
+    Fault stall;
+    stall.path = "/api/v1/device/hw/updateprogress"; // its limit is the shortest one
     stall.cut = Fault::Cut::Stall;
     stall.times = -1;
     m_simulator->addFault(stall);
-    const Run run = ::run({"--device", address(), "call", "getAllChipType"});
+    const Run run = ::run({"--device", address(), "call", "getHWInfoUpdateProgress"});
     QCOMPARE(run.code, 4);
     QCOMPARE(run.out, QByteArray());
     QVERIFY2(run.err.contains("ms"), run.err);
@@ -471,21 +588,57 @@ void TestTesselctl::routesAreListed()
     QVERIFY(!none.err.isEmpty());
 }
 
-void TestTesselctl::operationsAreListed()
+void TestTesselctl::operationsAreListedWithWhatTheySend()
 {
-    const Run text = run({"operations", "debuginfo"});
+    const Run text = run({"ops", "debuginfo::getparameters"});
     QCOMPARE(text.code, 0);
-    QVERIFY2(text.out.contains("DebugInfo::getParameters body={...}  ->  result\n"), text.out);
-    QVERIFY(!text.out.contains("Capability"));
-    const Run json = run({"operations", "--json"});
-    QVERIFY(json.json().array().size() >= 5);
+    QCOMPARE(text.out, QByteArray("DebugInfo::getParameters body={...}  ->  result\n"
+                                  "    PUT /api/v1/device/cabinet/selftest/read\n"));
+    const Run byPath = run({"ops", "selftest/read"});
+    QCOMPARE(byPath.out, text.out);
+    const Run none = run({"ops", "no such thing"});
+    QCOMPARE(none.out, QByteArray());
+    QVERIFY2(none.err.contains("no operation matches"), none.err);
+}
+
+void TestTesselctl::operationsAreListedForBothProtocols()
+{
+    const Run run = ::run({"ops", "ScreenInfo::getBrightness screenId"});
+    QVERIFY2(run.out.contains("GET /api/v1/device/screen/{id}/brightness  (older protocol)\n"), run.out);
+    QVERIFY2(run.out.contains("GET /api/v1/screen/brightness  (newer protocol)\n"), run.out);
+}
+
+void TestTesselctl::overloadsAreListedWithTheirNumbers()
+{
+    const QByteArray out = run({"ops", "HWInfo::getHWInfo#"}).out;
+    QVERIFY2(out.startsWith("HWInfo::getHWInfo#1 force=true|false\n"), out);
+    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  out\n"), out);
+}
+
+void TestTesselctl::operationsAreListedAsJson()
+{
+    const Run run = ::run({"ops", "--json"});
+    QCOMPARE(run.code, 0);
+    QCOMPARE(run.err, QByteArray());
+    QVERIFY(run.json().array().size() > 500);
+    const QJsonArray one = ::run({"ops", "--json", "DebugInfo::getParameters"}).json().array();
+    QCOMPARE(one.size(), 1);
+    const QJsonObject object = one.first().toObject();
+    QCOMPARE(object.value("operation").toString(), QString("DebugInfo::getParameters"));
+    const QJsonArray parameters = object.value("parameters").toArray();
+    QCOMPARE(parameters.size(), 3);
+    QCOMPARE(parameters[1].toObject(),
+             (QJsonObject{{"name", "body"}, {"type", "{...}"}, {"direction", "in"}}));
+    const QJsonObject request{{"verb", "PUT"}, {"path", "/api/v1/device/cabinet/selftest/read"}};
+    QCOMPARE(object.value("olderProtocol").toArray(), QJsonArray{request});
+    QCOMPARE(object.value("newerProtocol").toArray(), QJsonArray{request});
 }
 
 void TestTesselctl::watchPrintsPushedEvents()
 {
     Program program({"--device", "wall=" + address(), "watch", "--count", "2"});
     QVERIFY(m_simulator->waitForEventStreams(1, 30000));
-    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"hwInfo"})");
+    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"nothing"})");
     m_simulator->pushEvent("{\"name\":\"\x1b[2J\"}");
     const Run run = program.finish();
     QCOMPARE(run.code, 0);
@@ -495,7 +648,7 @@ void TestTesselctl::watchPrintsPushedEvents()
     for (const QByteArray& line : lines)
         QVERIFY2(time.match(line).hasMatch(), line);
     QVERIFY2(lines[0].endsWith("  -  devices: wall"), lines[0]);
-    QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"hwInfo"})"), lines[1]);
+    QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"nothing"})"), lines[1]);
     QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u001b[2J"})"), lines[2]);
     QVERIFY2(run.err.contains("tesselctl: wall: streaming\n"), run.err);
 }
@@ -520,6 +673,37 @@ void TestTesselctl::watchPrintsJsonLines()
     QVERIFY(events[0].value("payload").toObject().value("a").isArray());
     QVERIFY(run.out.contains("9007199254740993"));
     QCOMPARE(events[1].value("payload").toString(), QString("no JSON"));
+}
+
+void TestTesselctl::watchPrintsTheSignalsOfOperators()
+{
+    Program program({"--device", "wall=" + address(), "watch"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent(R"({"dataType":"customNameChange","name":"North"})");
+    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"hwInfo"})");
+    QTRY_VERIFY_WITH_TIMEOUT(program.printed("  -  HWInfo::signal_sendDataChanged"), 30000);
+    const QByteArray out = program.out();
+    const int event = out.indexOf(R"(  wall  {"dataType":"customNameChange","name":"North"})");
+    const int signal = out.indexOf("  wall  HWInfo::signal_customNameChanged  {\"name\":\"North\"}\n");
+    QVERIFY2(event >= 0 && signal > event, out);
+}
+
+void TestTesselctl::watchPrintsSignalsAsJson()
+{
+    Program program({"--json", "--device", "wall=" + address(), "watch"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent(R"({"dataType":"customNameChange","name":"North"})");
+    QTRY_VERIFY_WITH_TIMEOUT(program.printed("signal_customNameChanged"), 30000);
+    QJsonObject caught;
+    for (const QByteArray& line : program.out().split('\n')) {
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        if (object.value("signal").toString() == "HWInfo::signal_customNameChanged")
+            caught = object;
+    }
+    QCOMPARE(caught.value("kind").toString(), QString("signal"));
+    QCOMPARE(caught.value("device").toString(), QString("wall"));
+    QCOMPARE(caught.value("payload").toObject(), (QJsonObject{{"name", "North"}}));
+    QVERIFY(caught.contains("time"));
 }
 
 void TestTesselctl::watchEndsOnASignal_data()
@@ -549,8 +733,10 @@ void TestTesselctl::theDemoSucceedsWithoutColour()
     QVERIFY2(run.code == 0, run.err);
     QVERIFY(!run.out.contains('\x1b'));
     for (const char* part :
-         {"initManager", "/api/v1/device/capability/chips", "getRowDecodeType",
-          "/api/v1/device/cabinet/selftest/send", "/api/v1/device/hw  200", "pushed", "All steps succeeded"})
+         {"initManager", "/api/v1/device/capability/chips", "/api/v1/device/cabinet/selftest/read",
+          "older protocol, screens: 1\n", "newer protocol, screens: 1, 2\n", "/api/v1/device/hw  200",
+          "no request: the cache answered", "pushed", "info[\"customName\"] is \"North stand\"",
+          "/api/v1/device/screen/1/brightness  200", "/api/v1/screen/brightness  200", "All steps succeeded"})
         QVERIFY2(run.out.contains(part), part);
 }
 

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "commands.h"
+
+#include "tesselctl/arguments.h"
+#include "tesselctl/jsontext.h"
+#include "tesselctl/operationlist.h"
+#include "tesselctl/requestprobe.h"
+
+#include <QHash>
+#include <QLoggingCategory>
+
+namespace TesselCtl {
+
+namespace {
+
+/// An operation as the list shows it.
+struct Entry
+{
+    const Operation& operation;
+    QString name;         ///< with its number where it is one of several overloads
+    ProbedRequests older; ///< what it sends to a device of the older protocol
+    ProbedRequests newer; ///< and to one of the newer
+};
+
+QString linesOf(const ProbedRequests& requests, const QString& remark)
+{
+    QString lines;
+    for (const ProbedRequest& request : requests)
+        lines += QStringLiteral("    %1 %2%3\n")
+                     .arg(request.verb, request.path.isEmpty() ? QStringLiteral("(no path)") : request.path,
+                          remark);
+    return lines.isEmpty() ? QStringLiteral("    sends nothing%1\n").arg(remark) : lines;
+}
+
+QString textOf(const Entry& entry)
+{
+    const QString arguments = entry.operation.usage().mid(entry.operation.qualifiedName().size());
+    QString text = entry.name + arguments + QLatin1Char('\n');
+    if (entry.older == entry.newer)
+        return text + linesOf(entry.older, {});
+    return text + linesOf(entry.older, QStringLiteral("  (older protocol)")) +
+           linesOf(entry.newer, QStringLiteral("  (newer protocol)"));
+}
+
+QVariantList listOf(const ProbedRequests& requests)
+{
+    QVariantList list;
+    for (const ProbedRequest& request : requests)
+        list.append(
+            QVariantMap{{QStringLiteral("verb"), request.verb}, {QStringLiteral("path"), request.path}});
+    return list;
+}
+
+QVariantMap objectOf(const Entry& entry)
+{
+    const QString directions[] = {QStringLiteral("in"), QStringLiteral("out"), QStringLiteral("inout")};
+    QVariantList parameters;
+    for (const Parameter& parameter : entry.operation.parameters)
+        parameters.append(QVariantMap{{QStringLiteral("name"), parameter.name},
+                                      {QStringLiteral("type"), placeholderOf(parameter.type)},
+                                      {QStringLiteral("direction"), directions[parameter.direction]}});
+    return {{QStringLiteral("operation"), entry.name},
+            {QStringLiteral("usage"), entry.operation.usage()},
+            {QStringLiteral("parameters"), parameters},
+            {QStringLiteral("olderProtocol"), listOf(entry.older)},
+            {QStringLiteral("newerProtocol"), listOf(entry.newer)}};
+}
+
+} // namespace
+
+ExitCode runOps(const Settings& settings, const QString& filter, Console& console)
+{
+    QHash<QString, int> overloads;
+    for (const Operation& operation : allOperations())
+        ++overloads[operation.qualifiedName()];
+
+    QVariantList list;
+    QString lines;
+    QHash<QString, int> seen;
+    // What operations say of sample arguments is nothing to anybody.
+    QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
+    RequestProbe probe;
+    for (const Operation& operation : allOperations()) {
+        QString name = operation.qualifiedName();
+        const int number = ++seen[name];
+        if (overloads.value(name) > 1)
+            name += QStringLiteral("#%1").arg(number);
+        Entry entry{operation, name, probe.requestsOf(operation, false), {}};
+        entry.newer = operation.choosesByProtocol() ? probe.requestsOf(operation, true) : entry.older;
+        const QString text = textOf(entry);
+        if (!text.contains(filter, Qt::CaseInsensitive))
+            continue;
+        lines += text;
+        list.append(objectOf(entry));
+    }
+    console.data(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
+    if (list.isEmpty())
+        console.complain(QStringLiteral("no operation matches"));
+    return Done;
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+//
+// For rows whose operation fills a package that the application sends.
+#ifndef TESSELCTL_FILLEDPACKAGE_H
+#define TESSELCTL_FILLEDPACKAGE_H
+
+#include <communicator/httpproxy.h>
+
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+namespace TesselCtl {
+
+/// Has @p fill fill a package for the device and sends it, as an application does.
+template <class Class, void (Class::*fill)(Krelm::Communicator::HttpDevice::HttpJsonPackage*,
+                                           const QMap<QString, QVariant>&)>
+bool putFilled(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result)
+{
+    using namespace Krelm::Communicator::HttpDevice;
+    HttpJsonPackage package(nullptr);
+    package.setDevkey(deviceKey);
+    (Class::getInstance()->*fill)(&package, body);
+    HttpProxy::getInstance()->putSync(deviceKey, &package);
+    result = package.getRoutesJsonMap();
+    return package.getSimpleState() == 0;
+}
+
+} // namespace TesselCtl
+
+#endif

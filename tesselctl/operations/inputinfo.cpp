@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/invoker.h"
+#include "tesselctl/operationlist.h"
+
+#include <tessel/inputinfo.h>
+
+namespace TesselCtl {
+
+Operations inputInfoOperations()
+{
+    using C = InputInfo;
+    return {
+        operation("getAllInputsInfo", qOverload<const QString&, bool>(&C::getAllInputsInfo),
+                  {"deviceKey", "force"}),
+        operation("getAllInputsInfo", qOverload<const QString&, QList<QVariant>&, bool>(&C::getAllInputsInfo),
+                  {"deviceKey", "result", "force"}),
+        operation("getSignal", &C::getSignal, {"deviceKey", "id", "result"}),
+        operation("getHdMode", &C::getHdMode, {"deviceKey", "id", "result"}),
+        operation("getBackup", &C::getBackup, {"deviceKey", "id", "result"}),
+        operation("getEDID", &C::getEDID, {"deviceKey", "id", "result"}),
+        operation("getHue", &C::getHue, {"deviceKey", "id", "result"}),
+        operation("getContrast", &C::getContrast, {"deviceKey", "id", "result"}),
+        operation("getSaturation", &C::getSaturation, {"deviceKey", "id", "result"}),
+        operation("getBlackLevel", &C::getBlackLevel, {"deviceKey", "id", "result"}),
+        operation("getVideoSourceBitDepth", &C::getVideoSourceBitDepth, {"deviceKey", "id", "result"}),
+        operation("setHdMode", &C::setHdMode, {"deviceKey", "id", "params", "result"}),
+        operation("setBackup", &C::setBackup, {"deviceKey", "id", "params", "result"}),
+        operation("setEDID", &C::setEDID, {"deviceKey", "id", "params", "result"}),
+        operation("setHue",
+                  qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
+                            QMap<QString, QVariant>&>(&C::setHue),
+                  {"deviceKey", "id", "params", "result"}),
+        operation("setContrast",
+                  qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
+                            QMap<QString, QVariant>&>(&C::setContrast),
+                  {"deviceKey", "id", "params", "result"}),
+        operation("setSaturation",
+                  qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
+                            QMap<QString, QVariant>&>(&C::setSaturation),
+                  {"deviceKey", "id", "params", "result"}),
+        operation("setBlackLevel",
+                  qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
+                            QMap<QString, QVariant>&>(&C::setBlackLevel),
+                  {"deviceKey", "id", "params", "result"}),
+        operation("setVideoSourceBitDepth", &C::setVideoSourceBitDepth,
+                  {"deviceKey", "id", "params", "result"}),
+        operation("clearInputBackup", &C::clearInputBackup, {"deviceKey", "id", "result"}),
+        operation("getAllInputBackup", &C::getAllInputBackup, {"deviceKey", "result"}),
+        operation("getEDIDs", &C::getEDIDs, {"deviceKey", "ids", "result"}),
+        operation(
+            "setHue",
+            qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
+                &C::setHue),
+            {"deviceKey", "ids", "params", "result"}),
+        operation(
+            "setContrast",
+            qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
+                &C::setContrast),
+            {"deviceKey", "ids", "params", "result"}),
+        operation(
+            "setSaturation",
+            qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
+                &C::setSaturation),
+            {"deviceKey", "ids", "params", "result"}),
+        operation(
+            "setBlackLevel",
+            qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
+                &C::setBlackLevel),
+            {"deviceKey", "ids", "params", "result"}),
+    };
+}
+
+} // namespace TesselCtl

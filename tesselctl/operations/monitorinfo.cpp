@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/invoker.h"
+#include "tesselctl/operationlist.h"
+
+#include <tessel/monitorinfo.h>
+
+#include <QEventLoop>
+
+namespace TesselCtl {
+
+namespace {
+
+/// Waits for the callback.
+bool monitorData(const QString& deviceKey, QMap<QString, QVariant>& result)
+{
+    QEventLoop loop;
+    bool succeeded = false;
+    UrlResource::MonitorInfo::getInstance()->getMonitorData(
+        deviceKey, [&](Krelm::Communicator::HttpDevice::HttpJsonPackage* package) {
+            succeeded = package->getSimpleState() == 0;
+            result = package->getRoutesJsonMap();
+            package->deleteLater();
+            loop.quit();
+        });
+    loop.exec();
+    return succeeded;
+}
+
+} // namespace
+
+Operations monitorInfoOperations()
+{
+    using C = UrlResource::MonitorInfo;
+    return {
+        operation<C>("getMonitorData", &monitorData, {"deviceKey", "result"}),
+        operation("getMonitorHistory", &C::getMonitorHistory,
+                  {"deviceKey", "id", "startTime", "endTime", "result"}),
+        operation("getMonitorLogs", &C::getMonitorLogs, {"deviceKey", "startTime", "endTime", "result"}),
+        operation("getMonitorState", &C::getMonitorState, {"deviceKey", "result"}),
+    };
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_REQUESTPROBE_H
+#define TESSELCTL_REQUESTPROBE_H
+
+#include "operation.h"
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+namespace TesselCtl {
+
+/// A request as an operation makes it, placeholders unexpanded; the path is empty where no route leads.
+struct ProbedRequest
+{
+    QString verb;
+    QString path;
+};
+
+inline bool operator==(const ProbedRequest& left, const ProbedRequest& right)
+{
+    return left.verb == right.verb && left.path == right.path;
+}
+
+using ProbedRequests = std::vector<ProbedRequest>;
+
+/// Learns what operations send by calling them. While it exists the transport answers in process, so nothing
+/// reaches a device. One at a time, on the application's thread.
+class RequestProbe
+{
+public:
+    RequestProbe();
+    ~RequestProbe();
+
+    /// What @p operation sends, with sample arguments, to a device of which nothing is cached; @p newer tells
+    /// whether that speaks the newer protocol. Each request once.
+    ProbedRequests requestsOf(const Operation& operation, bool newer);
+
+private:
+    class Engine;
+
+    Engine* m_engine; // the proxy owns it
+    int m_devices = 0;
+    Q_DISABLE_COPY_MOVE(RequestProbe)
+};
+
+} // namespace TesselCtl
+
+#endif

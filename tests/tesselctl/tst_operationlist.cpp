@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+//
+// The list of operations against the headers of the library: neither has what the other lacks.
+#include "tesselctl/operationlist.h"
+#include "tesselctl/requestprobe.h"
+
+#include <QDir>
+#include <QMap>
+#include <QRegularExpression>
+#include <QtTest>
+
+using namespace TesselCtl;
+
+namespace {
+
+/// Public functions that are no rows.
+const QStringList notCallable{
+    // They switch how this process answers later calls, and tesselctl ends with the call.
+    "CabinetInfoOperator::startWatch",
+    "CabinetInfoOperator::shutDownWatch",
+    "HWInfo::startWatch",
+    "HWInfo::shutDownWatch",
+    "InputInfo::startWatch",
+    "InputInfo::shutDownWatch",
+    "OutputInfoOperator::startWatch",
+    "OutputInfoOperator::shutDownWatch",
+    "ScreenInfo::startWatch",
+    "ScreenInfo::shutDownWatch",
+    // What a pushed event enters by.
+    "UrlResource::MonitorInfo::slot_onDeviceAutoReport",
+    // Not about a device: watch starts the transport, routes lists the route table.
+    "DeviceManager::initManager",
+    "AllUrlResource::getMapAllUrl",
+    "AllUrlResource::getUrl",
+};
+
+QString withoutComments(QString source)
+{
+    static const QRegularExpression line("//[^\n]*");
+    static const QRegularExpression block(R"(/\*.*?\*/)", QRegularExpression::DotMatchesEverythingOption);
+    return source.remove(line).remove(block);
+}
+
+/// What stands between the brace at @p open and the one that closes it.
+QString bracedText(const QString& source, int open)
+{
+    int depth = 0;
+    for (int i = open; i < source.size(); ++i) {
+        depth += source[i] == '{' ? 1 : 0;
+        depth -= source[i] == '}' ? 1 : 0;
+        if (depth == 0)
+            return source.mid(open + 1, i - open - 1);
+    }
+    return {};
+}
+
+/// The names of the public functions of a class, once per overload, signals and getInstance() left out.
+QStringList publicFunctions(const QString& body)
+{
+    static const QRegularExpression section(
+        R"(\b(public Q_SLOTS|public|private|protected|Q_SIGNALS)\s*:(?!:))");
+    static const QRegularExpression declaration(
+        R"(^\s*(?:Q_OBJECT\s+)?[\w:<>,&\s]+?[\s>](\w+)\s*\([^()]*(?:\([^()]*\)[^()]*)*\)\s*$)");
+    QStringList names;
+    QRegularExpressionMatchIterator sections = section.globalMatch(body);
+    while (sections.hasNext()) {
+        const QRegularExpressionMatch from = sections.next();
+        if (!from.captured(1).startsWith("public"))
+            continue;
+        const int end = sections.hasNext() ? sections.peekNext().capturedStart() : body.size();
+        const QString text = body.mid(from.capturedEnd(), end - from.capturedEnd());
+        for (const QString& statement : text.split(';')) {
+            const QRegularExpressionMatch match = declaration.match(statement);
+            if (match.hasMatch() && match.captured(1) != "getInstance")
+                names << match.captured(1);
+        }
+    }
+    return names;
+}
+
+/// How many public overloads each function of the library's classes has, by its qualified name.
+QMap<QString, int> functionsOfTheHeaders()
+{
+    static const QRegularExpression head(R"(class TESSEL_EXPORT (\w+) : public QObject\s*\{)");
+    QMap<QString, int> functions;
+    const QDir directory(TESSEL_SOURCE_DIR "/tessel");
+    for (const QString& name : directory.entryList({"*.h"}, QDir::Files)) {
+        QFile file(directory.filePath(name));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QString source = withoutComments(QString::fromUtf8(file.readAll()));
+        const QString space = source.contains("namespace UrlResource") ? "UrlResource::" : "";
+        QRegularExpressionMatchIterator classes = head.globalMatch(source);
+        while (classes.hasNext()) {
+            const QRegularExpressionMatch one = classes.next();
+            for (const QString& function : publicFunctions(bracedText(source, one.capturedEnd() - 1)))
+                ++functions[space + one.captured(1) + "::" + function];
+        }
+    }
+    return functions;
+}
+
+QMap<QString, int> rowsOfTheList()
+{
+    QMap<QString, int> rows;
+    for (const Operation& operation : allOperations())
+        ++rows[operation.qualifiedName()];
+    return rows;
+}
+
+} // namespace
+
+class TestOperationList : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void everyPublicFunctionHasItsRows();
+    void everyRowHasItsFunction();
+    void whatIsNotCallableIsDeclared();
+    void everyOperationIsProbedWithoutWaiting();
+    void aProbeTellsWhatIsSent();
+    void aProbeIsNotAnsweredByACache();
+};
+
+void TestOperationList::everyPublicFunctionHasItsRows()
+{
+    const QMap<QString, int> functions = functionsOfTheHeaders();
+    QVERIFY(functions.size() > 500);
+    const QMap<QString, int> rows = rowsOfTheList();
+    QStringList missing;
+    for (auto function = functions.begin(); function != functions.end(); ++function) {
+        const int expected = notCallable.contains(function.key()) ? 0 : function.value();
+        if (rows.value(function.key()) != expected)
+            missing << QString("%1: %2 rows, %3 overloads")
+                           .arg(function.key())
+                           .arg(rows.value(function.key()))
+                           .arg(expected);
+    }
+    QVERIFY2(missing.isEmpty(), qPrintable(missing.join('\n')));
+}
+
+void TestOperationList::everyRowHasItsFunction()
+{
+    const QMap<QString, int> functions = functionsOfTheHeaders();
+    for (const Operation& operation : allOperations())
+        QVERIFY2(functions.contains(operation.qualifiedName()), qPrintable(operation.qualifiedName()));
+}
+
+void TestOperationList::whatIsNotCallableIsDeclared()
+{
+    const QMap<QString, int> functions = functionsOfTheHeaders();
+    for (const QString& name : notCallable)
+        QVERIFY2(functions.contains(name), qPrintable(name));
+}
+
+void TestOperationList::everyOperationIsProbedWithoutWaiting()
+{
+    RequestProbe probe;
+    int silent = 0;
+    for (const Operation& operation : allOperations()) {
+        for (const bool newer : {false, true})
+            silent += probe.requestsOf(operation, newer).empty() ? 1 : 0;
+    }
+    // Those that send nothing at all: twice six.
+    QCOMPARE(silent, 12);
+}
+
+void TestOperationList::aProbeTellsWhatIsSent()
+{
+    RequestProbe probe;
+    const auto sent = [&probe](const char* name, bool newer) {
+        const Lookup found = findOperation(allOperations(), name);
+        return found.operations.empty() ? ProbedRequests() : probe.requestsOf(*found.operations[0], newer);
+    };
+    QVERIFY(sent("getAllChipType", false) == (ProbedRequests{{"GET", "/api/v1/device/capability/chips"}}));
+    QVERIFY(sent("setCabSingleBrightness", false) ==
+            (ProbedRequests{{"PUT", "/api/v1/device/cabinet/{id}/brightness"}}));
+    QVERIFY(sent("getPixelImageMode", false) ==
+            (ProbedRequests{{"PUT", "/api/v1/device/hwscreen/correction"}}));
+    QVERIFY(sent("getPixelImageMode", true) ==
+            (ProbedRequests{{"PUT", "/api/v1/screen/hwscreen/correction"}}));
+    QVERIFY(sent("getHWDeviceType", false).empty());
+}
+
+void TestOperationList::aProbeIsNotAnsweredByACache()
+{
+    RequestProbe probe;
+    const Operation& operation = *findOperation(allOperations(), "getOutputInfo").operations.at(0);
+    QVERIFY(!probe.requestsOf(operation, false).empty());
+    QVERIFY(probe.requestsOf(operation, false) == probe.requestsOf(operation, true));
+}
+
+QTEST_GUILESS_MAIN(TestOperationList)
+#include "tst_operationlist.moc"
