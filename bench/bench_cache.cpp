@@ -14,6 +14,7 @@
 #include <tessel/screeninfo.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -67,6 +68,19 @@ void loadCabinets()
     require(CabinetInfoOperator::getInstance()->getAllCabinetsInfo(deviceKey, true), "the load");
 }
 
+/// What @p load takes when the cache holds an earlier list. In a process of its own: what one side frees
+/// would otherwise slow down the other's allocations.
+double reloadMilliseconds(const std::function<void()>& load)
+{
+    return measuredApart([&load] {
+        load();
+        QElapsedTimer clock;
+        clock.start();
+        load();
+        return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+    });
+}
+
 template <class Read>
 auto repeated(Read read)
 {
@@ -94,11 +108,19 @@ int main(int argc, char** argv)
 
     // A cache keeps what it decoded: so does the other side here.
     QMap<QString, QVariantList> otherCache;
-    const double ourPeak = addedPeak([&] {
+    const auto load = [&] {
         answerWith(reply);
         loadCabinets();
-    });
-    const double otherPeak = addedPeak([&] { otherCache[deviceKey] = documentList(reply); });
+    };
+    const auto otherLoad = [&] { otherCache[deviceKey] = documentList(reply); };
+    const double ourPeak = addedPeak(load);
+    const double otherPeak = addedPeak(otherLoad);
+    std::vector<double> times;
+    std::vector<double> otherTimes;
+    for (int i = 0; i < rounds; ++i) {
+        times.push_back(reloadMilliseconds(load));
+        otherTimes.push_back(reloadMilliseconds(otherLoad));
+    }
 
     const QCoreApplication app(argc, argv);
     answerWith(R"({"code":0,"message":"ok","data":{"mode":2}})");
@@ -133,13 +155,10 @@ int main(int argc, char** argv)
                                     })}},
                                   rounds, 20));
 
-    const auto loads = measureInterleaved(
-        {{"QJsonDocument", [&] { otherCache[deviceKey] = documentList(reply); }}, {"library", loadCabinets}},
-        rounds, 1);
     std::printf(
         "reply of %.1f MB into the cache: %.1f ms, QJsonDocument %.1f ms: %.1f times as fast (wanted: "
         "at least 4)\n",
-        reply.size() / 1e6, loads[1].median / 1e3, loads[0].median / 1e3, loads[0].median / loads[1].median);
+        reply.size() / 1e6, median(times), median(otherTimes), median(otherTimes) / median(times));
     std::printf("its peak memory: %.1f MiB, QJsonDocument %.1f MiB, ratio %.2f (wanted: at most 0.5)\n",
                 ourPeak, otherPeak, ourPeak / otherPeak);
     return 0;

@@ -5,6 +5,7 @@
 // that each event asks for. Only CabinetInfoOperator listens, since every operator reads every event. Its
 // debug lines are dropped. All servers are processes of their own.
 // Usage: bench_events [bulk events]
+#include "interleaved.h"
 #include "serverprocess.h"
 
 #include <communicator/deviceendpoint.h>
@@ -151,12 +152,6 @@ double processorSeconds()
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 /// What the events of one opening of the streams took, from the first one's handler on.
