@@ -51,6 +51,12 @@ std::vector<Figures> measureInterleaved(const std::vector<Variant>& variants, in
     return figures;
 }
 
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return percentile(values, 0.5);
+}
+
 void printFigures(const std::vector<Figures>& figures)
 {
     std::printf("%-44s %10s %10s %10s %7s\n", "", "median us", "p99 us", "CPU us", "ratio");

@@ -26,6 +26,9 @@ struct Figures
 /// alike. One round before is not counted.
 std::vector<Figures> measureInterleaved(const std::vector<Variant>& variants, int rounds, int batch);
 
+/// The middle one of @p values.
+double median(std::vector<double> values);
+
 /// Prints a line per variant, with its median as a ratio to the first one's.
 void printFigures(const std::vector<Figures>& figures);
 

@@ -128,6 +128,7 @@ void CurlTransfer::bind(std::shared_ptr<const Device> device)
     m_shape = Shape::None;
     curl_slist_free_all(m_headerLines);
     m_headerLines = nullptr;
+    m_headersShape = Shape::None;
     setTransportOptions(m_easy);
     setDeviceOptions(m_easy, *m_device);
     curl_easy_setopt(m_easy, CURLOPT_ERRORBUFFER, m_error.data());
@@ -215,13 +216,13 @@ void CurlTransfer::setShape(Shape shape)
 
 void CurlTransfer::setHeaders()
 {
-    if (m_headerLines != nullptr && m_headersShape == m_shape && m_request->headers == m_headers) {
+    if (m_headersShape == m_shape && m_request->headers == m_headers) {
         return;
     }
     m_headers = m_request->headers;
     m_headersShape = m_shape;
     // Waiting for "100 Continue" stalls an upload by a second on servers that ignore it.
-    curl_slist* lines = curl_slist_append(nullptr, "Expect:");
+    curl_slist* lines = m_shape == Shape::Plain ? nullptr : curl_slist_append(nullptr, "Expect:");
     bool typed = false;
     for (auto it = m_headers.cbegin(); it != m_headers.cend(); ++it) {
         if (it.key().compare(QLatin1String("content-type"), Qt::CaseInsensitive) == 0) {

@@ -6,6 +6,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <cstddef>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -13,6 +14,22 @@ namespace {
 
 // A length that a reply merely claims reserves no more than this.
 constexpr qint64 MaximumReserve = 1 << 20;
+// Room behind the text, which spares the JSON reader a copy.
+constexpr qint64 Padding = 64;
+
+// @p text without the blanks around it.
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view Blanks = " \t\n\v\f\r";
+    const std::size_t first = text.find_first_not_of(Blanks);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(Blanks) + 1 - first);
+}
+
+bool isNamed(std::string_view name, std::string_view wanted)
+{
+    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
+}
 
 } // namespace
 
@@ -72,15 +89,15 @@ bool ReplyReader::headerLine(const char* line, qint64 size)
     while (size > 0 && (line[size - 1] == '\n' || line[size - 1] == '\r')) {
         --size;
     }
-    const QByteArray text = QByteArray::fromRawData(line, static_cast<int>(size));
-    if (text.startsWith("HTTP/")) {
+    const std::string_view text(line, static_cast<std::size_t>(size));
+    if (text.substr(0, 5) == "HTTP/") {
         statusLine(text);
         return true;
     }
     if (m_headComplete) {
         return true; // a trailer
     }
-    if (text.isEmpty()) {
+    if (text.empty()) {
         m_headComplete = true;
         if (m_length > bodyLimit()) {
             m_refusal = fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large"));
@@ -88,15 +105,16 @@ bool ReplyReader::headerLine(const char* line, qint64 size)
         }
         return true;
     }
-    return field(text);
+    field(text);
+    return true;
 }
 
-void ReplyReader::statusLine(const QByteArray& line)
+void ReplyReader::statusLine(std::string_view line)
 {
-    const int blank = line.indexOf(' ');
-    m_status = blank < 0
-                   ? 0
-                   : QByteArray(line.constData() + blank + 1, std::min(3, line.size() - blank - 1)).toInt();
+    const std::size_t blank = line.find(' ');
+    const std::string_view code =
+        blank == std::string_view::npos ? std::string_view() : line.substr(blank + 1, 3);
+    m_status = QByteArray(code.data(), static_cast<int>(code.size())).toInt();
     m_finalStatus = m_status >= 200;
     m_headComplete = false;
     m_length = -1;
@@ -104,26 +122,25 @@ void ReplyReader::statusLine(const QByteArray& line)
     m_headers.clear();
 }
 
-bool ReplyReader::field(const QByteArray& line)
+void ReplyReader::field(std::string_view line)
 {
-    const int colon = line.indexOf(':');
-    if (colon <= 0) {
-        return true;
+    const std::size_t colon = line.find(':');
+    if (colon == 0 || colon == std::string_view::npos) {
+        return;
     }
-    const QByteArray name = QByteArray(line.constData(), colon).trimmed().toLower();
-    const QByteArray value = QByteArray(line.constData() + colon + 1, line.size() - colon - 1).trimmed();
-    if (name == "content-length") {
+    const std::string_view name = trimmed(line.substr(0, colon));
+    const std::string_view value = trimmed(line.substr(colon + 1));
+    if (isNamed(name, "content-length")) {
         bool isNumber = false;
-        m_length = value.toLongLong(&isNumber);
+        m_length = QByteArray(value.data(), static_cast<int>(value.size())).toLongLong(&isNumber);
         m_length = isNumber ? m_length : -1;
-    } else if (name == "transfer-encoding") {
-        m_chunked = value.toLower().endsWith("chunked");
+    } else if (isNamed(name, "transfer-encoding")) {
+        m_chunked = value.size() >= 7 && isNamed(value.substr(value.size() - 7), "chunked");
     }
-    QString& entry = m_headers[QString::fromLatin1(name)];
+    QString& entry = m_headers[QString::fromLatin1(name.data(), static_cast<int>(name.size())).toLower()];
+    const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
     // Lines of one name are one list (RFC 9110, 5.3).
-    entry =
-        entry.isNull() ? QString::fromUtf8(value) : entry + QLatin1String(", ") + QString::fromUtf8(value);
-    return true;
+    entry = entry.isNull() ? text : entry + QLatin1String(", ") + text;
 }
 
 bool ReplyReader::takeFinalStatus()
@@ -146,8 +163,8 @@ bool ReplyReader::bodyBytes(const char* bytes, qint64 size)
         }
         return true;
     }
-    if (m_body.isEmpty() && m_length > size) {
-        m_body.reserve(static_cast<int>(std::min(m_length, MaximumReserve)));
+    if (m_body.isEmpty()) {
+        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), MaximumReserve) + Padding));
     }
     m_body.append(bytes, static_cast<int>(size));
     return true;

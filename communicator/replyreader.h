@@ -8,6 +8,7 @@
 #include <QSaveFile>
 
 #include <memory>
+#include <string_view>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -43,8 +44,8 @@ private:
     IHttpVersionTrigger::HttpSimpleState judge(IHttpVersionTrigger::HttpSimpleState exchange);
     IHttpVersionTrigger::HttpSimpleState fail(IHttpVersionTrigger::HttpSimpleState state,
                                               const QString& reason);
-    void statusLine(const QByteArray& line);
-    bool field(const QByteArray& line);
+    void statusLine(std::string_view line);
+    void field(std::string_view line);
     bool hasSuccessStatus() const { return m_status >= 200 && m_status < 300; }
     qint64 bodyLimit() const;
 

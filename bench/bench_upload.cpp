@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+//
+// Upload of coefficients to simulated devices in a process of their own: the encoding of a whole list of
+// about 64 MiB against QJsonDocument, the memory that its upload takes, and many uploads of single cabinets
+// in flight at once. Usage: bench_upload [rounds of the encoding]
+#include "interleaved.h"
+#include "peakmemory.h"
+#include "serverprocess.h"
+
+#include <communicator/exchangeobserver.h>
+#include <communicator/jsonwriter.h>
+#include <simulator/iothreads.h>
+#include <simulator/simulator.h>
+#include <tessel/correctionop.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QJsonDocument>
+#include <QTimer>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+using Krelm::Communicator::HttpDevice::ExchangeRecord;
+using Krelm::Communicator::HttpDevice::setExchangeObserver;
+using Krelm::Communicator::Json::write;
+using Tessel::Simulator::IoThreads;
+using Tessel::Simulator::Options;
+using Tessel::Simulator::Simulator;
+
+namespace {
+
+constexpr int Devices = 100;
+constexpr int Cabinets = 1000; // of the first device
+constexpr int WholeList = 200000;
+constexpr int CabinetList = 200; // of one cabinet, about 64 KiB
+constexpr double MiB = 1 << 20;
+
+QList<QVariant> coefficients(int count)
+{
+    QList<QVariant> list;
+    list.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        QList<QVariant> matrix;
+        for (int k = 0; k < 9; ++k)
+            matrix.append((k % 4 == 0 ? 0.9 : 0.01) + (i * 9 + k) % 8191 * 1e-5);
+        list.append(QVariantMap{
+            {QStringLiteral("cabinetId"), 100000 + i / 16},
+            {QStringLiteral("module"), i % 16},
+            {QStringLiteral("layer"), i % 3},
+            {QStringLiteral("enable"), true},
+            {QStringLiteral("width"), 128},
+            {QStringLiteral("height"), 128},
+            {QStringLiteral("gamut"), QStringLiteral("BT.709")},
+            {QStringLiteral("source"), QStringLiteral("camera calibration 2026-03-01")},
+            {QStringLiteral("checksum"), QString::number(0x9e3779b9U * uint(i), 16)},
+            {QStringLiteral("comment"), QStringLiteral("measured after four hours of warming up")},
+            {QStringLiteral("matrix"), matrix}});
+    }
+    return list;
+}
+
+void serve(const std::function<void(const std::string&)>& ready)
+{
+    const auto threads = std::make_shared<IoThreads>(1);
+    std::vector<std::unique_ptr<Simulator>> fleet;
+    std::string addresses;
+    for (int i = 0; i < Devices; ++i) {
+        Options options;
+        options.requestLog = 0;
+        options.cabinets = i == 0 ? Cabinets : 16;
+        fleet.push_back(std::make_unique<Simulator>(options, threads));
+        if (!fleet.back()->start())
+            return;
+        addresses += fleet.back()->address().toStdString() + ' ';
+    }
+    ready(addresses);
+}
+
+/// Counts the exchanges that went well.
+std::atomic<int> succeeded{0};
+
+/// Runs an event loop until all promises that @p start makes have settled. @return seconds; negative when
+/// some did not settle.
+template <class Start>
+double untilSettled(int count, Start start)
+{
+    QEventLoop loop;
+    int settled = 0;
+    succeeded = 0;
+    setExchangeObserver([](const ExchangeRecord& record) { succeeded += record.state == 0 ? 1 : 0; });
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < count; ++i) {
+        start(i).finally([&] {
+            if (++settled == count)
+                loop.quit();
+        });
+    }
+    QTimer::singleShot(120000, &loop, [&] { loop.exit(1); });
+    const bool all = loop.exec() == 0;
+    setExchangeObserver(nullptr);
+    return all ? static_cast<double>(clock.nsecsElapsed()) / 1e9 : -1;
+}
+
+/// In a process of its own: what @p start's uploads of @p data add to the peak, in MiB.
+template <class Start>
+double uploadApart(int& argc, char** argv, int entries, int count, Start start)
+{
+    return measuredApart([&] {
+        const QCoreApplication app(argc, argv);
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        const QList<QVariant> data = coefficients(entries);
+        // The first use of the transport and its libraries takes some memory once, whatever is sent.
+        const double fresh = residentPeak();
+        const QList<QVariant> small = coefficients(1);
+        untilSettled(1, [&](int i) { return start(i, small); });
+        const double before = residentPeak();
+        std::printf("  first use of the transport: %.1f MiB\n", before - fresh);
+        const double seconds = untilSettled(count, [&](int i) { return start(i, data); });
+        std::printf("  %d of %d uploads succeeded, all settled: %s, %.2f s\n", succeeded.load(), count,
+                    seconds < 0 ? "no" : "yes", seconds);
+        return residentPeak() - before;
+    });
+}
+
+double textSize(int entries)
+{
+    return measuredApart([&] { return write(coefficients(entries)).size() / MiB; });
+}
+
+void measureEncoding(int rounds)
+{
+    const QVariant value(coefficients(WholeList));
+    const auto figures =
+        measureInterleaved({{"", [&] { write(value); }},
+                            {"", [&] { QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact); }}},
+                           rounds, 1);
+    const double megabytes = write(value).size() / 1e6;
+    std::printf("encoding of %.1f MB: %.0f MB/s, QJsonDocument %.0f MB/s: %.1f times as fast (wanted: at "
+                "least 5)\n",
+                megabytes, megabytes / figures[0].median * 1e6, megabytes / figures[1].median * 1e6,
+                figures[1].median / figures[0].median);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int rounds = argc > 1 ? std::atoi(argv[1]) : 5;
+    const ServerProcess server(serve);
+    const QStringList keys =
+        QString::fromStdString(server.address()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (keys.size() != Devices) {
+        std::fprintf(stderr, "bench_upload: the server did not start\n");
+        return 1;
+    }
+
+    Correctionop* const correction = Correctionop::getInstance();
+    const double whole = textSize(WholeList);
+    const double part = textSize(CabinetList);
+    std::printf("whole list of %.1f MiB\n", whole);
+    const double wholePeak = uploadApart(argc, argv, WholeList, 1, [&](int, const QList<QVariant>& data) {
+        return correction->uploadCoefficientAsync(keys.first(), data);
+    });
+    std::printf("  peak beyond the variants: %.1f MiB, %.2f times the text (wanted: at most 1.1)\n",
+                wholePeak, wholePeak / whole);
+
+    std::printf("1,000 uploads of %.0f KiB at once to one device\n", part * 1024);
+    const double onePeak =
+        uploadApart(argc, argv, CabinetList, Cabinets, [&](int i, const QList<QVariant>& data) {
+            return correction->uploadCoefficient(keys.first(), QString::number(i + 1), data);
+        });
+    std::printf("  peak: %.1f MiB for %.1f MiB of text\n", onePeak, Cabinets * part);
+
+    std::printf("10 uploads of %.0f KiB at once to each of %d devices\n", part * 1024, Devices);
+    const double manyPeak =
+        uploadApart(argc, argv, CabinetList, 10 * Devices, [&](int i, const QList<QVariant>& data) {
+            return correction->uploadCoefficient(keys[i % Devices], QString::number(i / Devices + 1), data);
+        });
+    std::printf("  peak: %.1f MiB for %.1f MiB of text\n", manyPeak, 10 * Devices * part);
+
+    measureEncoding(rounds);
+    return 0;
+}
