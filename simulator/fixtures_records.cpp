@@ -98,10 +98,11 @@ json cabinet(const Wall& wall, std::size_t index)
 json input(const Wall& wall, std::size_t index)
 {
     static constexpr const char* types[] = {"HDMI", "DP", "SDI", "DVI"};
+    const char* const type = types[index % std::size(types)];
     const bool connected = index == 0 || wall.multiScreen();
     return {{"id", index + 1},
-            {"name", std::string(types[index]) + " " + std::to_string(index + 1)},
-            {"type", types[index]},
+            {"name", std::string(type) + " " + std::to_string(index + 1)},
+            {"type", type},
             {"connected", connected},
             {"resolution", {{"width", connected ? 3840 : 0}, {"height", connected ? 2160 : 0}}},
             {"frameRate", connected ? 60 : 0}};
