@@ -244,6 +244,8 @@ private Q_SLOTS:
         QSignalSpy renamed(HWInfo::getInstance(), &HWInfo::signal_customNameChanged);
         QSignalSpy screenRenamed(ScreenInfo::getInstance(), &ScreenInfo::signal_screenNameChanged);
         QSignalSpy inputChanged(InputInfo::getInstance(), &InputInfo::signal_sendDataChanged);
+        QSignalSpy refreshed(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged);
+        QSignalSpy screensRefreshed(ScreenInfo::getInstance(), &ScreenInfo::signal_screenDataChanged);
         QVERIFY(device.simulator.setValue("/api/v1/device/hw/customname", R"({"customName":"North"})"));
         QVERIFY(device.simulator.setValue("/api/v1/device/screen/name", R"({"screenName":"Rear"})"));
         QVERIFY(device.simulator.setValue("/api/v1/device/input", R"([{"id":3,"name":"Camera"}])"));
@@ -253,6 +255,9 @@ private Q_SLOTS:
         QCOMPARE(screenRenamed[0][1].toString(), QStringLiteral("Rear"));
         QTRY_COMPARE(inputChanged.size(), 1);
         QCOMPARE(inputChanged[0][1].toUInt(), 3U);
+        // Later tests count these.
+        QTRY_COMPARE(refreshed.size(), 1);
+        QTRY_COMPARE(screensRefreshed.size(), 1);
     }
 
     void anOperationOfTheApplicationComesBackAsAnEvent()
@@ -386,6 +391,7 @@ private Q_SLOTS:
         slow.path = QStringLiteral("/api/v1/device/hw");
         slow.delay = 300;
         device.simulator.addFault(slow);
+        QSignalSpy changed(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged);
         const std::unique_ptr<QThread> user(QThread::create([&device] {
             QDeadlineTimer deadline(10000);
             while (device.requests("Device_Hwinfo") == 0 && !deadline.hasExpired())
@@ -397,7 +403,8 @@ private Q_SLOTS:
         user->wait();
         // The blocking read is one, the refresh that its event brings the other.
         QTRY_COMPARE(device.requests("Device_Hwinfo"), 2);
-        QTRY_COMPARE(hwInfo(device.key).value("customName").toString(), QStringLiteral("North"));
+        QTRY_COMPARE(changed.size(), 1);
+        QCOMPARE(hwInfo(device.key).value("customName").toString(), QStringLiteral("North"));
     }
 
     void aBurstOfChangesEndsWithTheLastOne()
