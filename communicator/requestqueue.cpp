@@ -9,7 +9,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr size_t MaximumPerDevice = 16;
+// As many as a group of inputs has, so that it lasts no longer than its slowest reply.
+constexpr size_t MaximumPerDevice = 64;
 constexpr size_t MaximumIdleTransfers = 64;
 
 } // namespace

@@ -58,7 +58,7 @@ bool SseReader::feed(const char* bytes, std::size_t size)
     while (position != end) {
         const char* const lineEnd = std::min(feedAt, returnAt);
         if (static_cast<std::size_t>(m_partial.size() + (lineEnd - position)) > m_maximumBytes) {
-            return false;
+            return tooLarge();
         }
         if (lineEnd == end) {
             m_partial.append(position, static_cast<int>(end - position));
@@ -124,11 +124,18 @@ bool SseReader::line(const char* begin, const char* end)
     return true;
 }
 
+// Passed over, lest a device that resumes the stream behind the last event sends this one for ever.
+bool SseReader::tooLarge()
+{
+    m_lastEventId = m_id;
+    return false;
+}
+
 bool SseReader::data(const char* begin, const char* end)
 {
     const auto size = static_cast<std::size_t>(end - begin);
     if (static_cast<std::size_t>(m_data.size()) + size + 1 > m_maximumBytes) {
-        return false;
+        return tooLarge();
     }
     if (m_hasData) {
         m_data += '\n';

@@ -35,6 +35,7 @@ public:
 private:
     bool line(const char* begin, const char* end);
     bool data(const char* begin, const char* end);
+    bool tooLarge();
     void retry(const char* begin, const char* end);
     void dispatch();
 

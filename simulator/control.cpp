@@ -79,6 +79,15 @@ Reply pushEvent(Device& device, const std::string& body)
     return done({{"id", device.events().publish(body)}});
 }
 
+Reply warn(Device& device, const std::string& body)
+{
+    const json warning = parseJson(body);
+    if (!warning.is_object() || !warning.contains("eventType") || !warning["eventType"].is_string())
+        return Device::failure(400, "a warning has an eventType");
+    const auto id = device.warn(warning["eventType"], warning.value("eventData", json()));
+    return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
+}
+
 Reply disconnect(Device& device, const std::string& /*body*/)
 {
     device.disconnectStreams();
@@ -178,17 +187,12 @@ Reply clearFaults(Device& device, const std::string& /*body*/)
 }
 
 constexpr Action actions[] = {
-    {Method::Get, "/sim", describe},
-    {Method::Get, "/sim/counts", counts},
-    {Method::Get, "/sim/requests", requests},
-    {Method::Post, "/sim/events", pushEvent},
-    {Method::Post, "/sim/disconnect", disconnect},
-    {Method::Post, "/sim/logout", logout},
-    {Method::Post, "/sim/login", login},
-    {Method::Post, "/sim/reset", reset},
-    {Method::Get, "/sim/faults", listFaults},
-    {Method::Post, "/sim/faults", addFaults},
-    {Method::Delete, "/sim/faults", clearFaults},
+    {Method::Get, "/sim", describe},          {Method::Get, "/sim/counts", counts},
+    {Method::Get, "/sim/requests", requests}, {Method::Post, "/sim/events", pushEvent},
+    {Method::Post, "/sim/warnings", warn},    {Method::Post, "/sim/disconnect", disconnect},
+    {Method::Post, "/sim/logout", logout},    {Method::Post, "/sim/login", login},
+    {Method::Post, "/sim/reset", reset},      {Method::Get, "/sim/faults", listFaults},
+    {Method::Post, "/sim/faults", addFaults}, {Method::Delete, "/sim/faults", clearFaults},
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <simulator/changeevents.h>
 #include <simulator/control.h>
+#include <simulator/fixtures.h>
 #include <simulator/jsontools.h>
 
 #include <algorithm>
@@ -200,14 +201,47 @@ Reply Device::respond(Exchange& exchange, std::string body, std::uint64_t bodySi
         reply.contentType = "text/event-stream";
         return reply;
     }
-    if (verbOf(exchange.method) == Get)
-        return get(exchange.match);
+    if (verbOf(exchange.method) == Get) {
+        Reply reply = get(exchange.match);
+        moveOn(*route);
+        return reply;
+    }
     return put(exchange, std::move(body), bodySize);
 }
 
 bool Device::serves(const Route* route) const
 {
     return route && (!route->multiScreenOnly || wall().multiScreen());
+}
+
+// What a client watches by reading again and again proceeds from one reading to the next.
+void Device::moveOn(const Route& route)
+{
+    if (Fixtures::moves(route.property)) {
+        m_store.measure();
+        return;
+    }
+    const bool isProgress =
+        route.property == "/device/hw/updateprogress" || route.property == "/device/cabinet/rvupdateprogress";
+    if (!isProgress)
+        return;
+    constexpr int stride = 25;
+    json update = parseJson(*read(route.pattern))["data"];
+    if (update["state"] != "running")
+        return;
+    const int progress = std::min(100, update["progress"].get<int>() + stride);
+    storeAt(route.pattern.c_str(), {},
+            {{"progress", progress}, {"state", progress == 100 ? "done" : "running"}});
+}
+
+std::uint64_t Device::warn(const std::string& eventType, const json& data)
+{
+    const json warned = Fixtures::warning(eventType, wall(), m_store.measure());
+    if (warned.is_null())
+        return 0;
+    const json event = {
+        {"eventSender", "monitor"}, {"eventType", eventType}, {"eventData", data.is_null() ? warned : data}};
+    return m_events.publish(event.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 Reply Device::get(const RouteTable::Match& match)
@@ -257,7 +291,7 @@ Reply Device::store(const RouteTable::Match& match, json body)
         renameMember(body, "name", "screenName");
     const auto written = m_store.write(route, idOf(match), body);
     if (written.status == ResourceStore::Written::Status::Done)
-        storeSideEffects(match);
+        storeSideEffects(match, written);
     return outcome(route, written, body);
 }
 
@@ -288,18 +322,30 @@ Reply Device::outcome(const Route& route, const ResourceStore::Written& written,
     return success(selfTest ? successEnvelope(R"([{"id":"1","result":0}])") : successEnvelope());
 }
 
-void Device::storeSideEffects(const RouteTable::Match& match)
+void Device::storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written)
 {
     const auto& property = match.route->property;
-    static const json done = {{"progress", 100}, {"state", "done"}};
+    static const json begun = {{"progress", 0}, {"state", "running"}};
     if (property == "/device/hw/update")
-        storeAt("/api/v1/device/hw/updateprogress", {}, done);
+        storeAt("/api/v1/device/hw/updateprogress", {}, begun);
     else if (property == "/device/cabinet/rvupdate" || property == "/device/cabinet/rvupdateload")
-        storeAt("/api/v1/device/cabinet/rvupdateprogress", {}, done);
+        storeAt("/api/v1/device/cabinet/rvupdateprogress", {}, begun);
+    else if (property == "/device/correctionop/cabinets/clearcoefficient")
+        clearCoefficients("/api/v1/device/correctionop/cabinets/{cid}/coefficientv2", written);
+    else if (property == "/device/correctionop/cabinets/multilayer/clear")
+        clearCoefficients("/api/v1/device/correctionop/cabinets/multilayer/{cid}/coefficient", written);
     else if (property == "/device/input/backup/reset")
         storeAt("/api/v1/device/input/{id}/backup", idOf(match), {{"backupInputId", 0}, {"enable", false}});
     else if (property == "/device/screen/txtestpattern/disable")
         storeAt("/api/v1/device/screen/{id}/txtestpattern", idOf(match), {{"enable", false}});
+}
+
+void Device::clearCoefficients(const char* path, const ResourceStore::Written& written)
+{
+    const auto clear = [&](const std::string& id) { storeAt(path, id, json::array()); };
+    std::for_each(written.ids.cbegin(), written.ids.cend(), clear);
+    for (std::size_t i = 1; written.all && i <= wall().cabinets(); ++i)
+        clear(std::to_string(i));
 }
 
 void Device::storeAt(const char* path, const std::string& id, const json& body)

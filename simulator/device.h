@@ -79,6 +79,9 @@ public:
     /// Serves it. @p body is the whole one or its beginning, as the exchange asked; @p bodySize counts all of
     /// it.
     Reply respond(Exchange& exchange, std::string body, std::uint64_t bodySize);
+    /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
+    /// when that is null. @return the event's id; 0 when the controller does not warn of that.
+    std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
     /// Logs a served request. @p status is 0 when no reply went out.
     void log(const Exchange& exchange, std::string body, std::uint64_t bodySize, int status);
 
@@ -108,12 +111,14 @@ public:
 
 private:
     bool serves(const Route* route) const;
+    void moveOn(const Route& route);
     Reply get(const RouteTable::Match& match);
     Reply put(const Exchange& exchange, std::string body, std::uint64_t bodySize);
     Reply store(const RouteTable::Match& match, nlohmann::json body);
     Reply storeText(const RouteTable::Match& match, std::string text);
     Reply outcome(const Route& route, const ResourceStore::Written& written, const nlohmann::json& body);
-    void storeSideEffects(const RouteTable::Match& match);
+    void storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written);
+    void clearCoefficients(const char* path, const ResourceStore::Written& written);
     void storeAt(const char* path, const std::string& id, const nlohmann::json& body);
 
     const Options m_options;

@@ -23,7 +23,15 @@ bool isGenerated(const std::string& property);
 
 /// The starting value of a property or value, such as "/device/screen/brightness". @p index counts the
 /// instances of its family, 0 for a value of the device. What no table knows is an empty object.
-nlohmann::json value(const std::string& property, const Wall& wall, std::size_t index);
+/// What is measured follows from @p step.
+nlohmann::json value(const std::string& property, const Wall& wall, std::size_t index, std::size_t step);
+
+/// Whether a value differs from step to step.
+bool moves(const std::string& property);
+
+/// What a controller tells with a warning: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet";
+/// null for what it does not warn of.
+nlohmann::json warning(const std::string& eventType, const Wall& wall, std::size_t step);
 
 /// The plain starting value of @p property, the same for every wall and instance.
 const nlohmann::json& plainValue(const std::string& property);

@@ -12,7 +12,7 @@ namespace {
 using nlohmann::json;
 
 // What Wall::vary() tells apart.
-enum Varied : std::uint32_t { SerialNumber = 1, Temperature, Voltage, Power, BitErrors };
+enum Varied : std::uint32_t { SerialNumber = 1, Temperature, Voltage, Power, BitErrors, FanSpeed };
 
 std::string format(const char* pattern, unsigned a, unsigned b)
 {
@@ -98,10 +98,11 @@ json cabinet(const Wall& wall, std::size_t index)
 json input(const Wall& wall, std::size_t index)
 {
     static constexpr const char* types[] = {"HDMI", "DP", "SDI", "DVI"};
+    const char* const type = types[index % std::size(types)];
     const bool connected = index == 0 || wall.multiScreen();
     return {{"id", index + 1},
-            {"name", std::string(types[index]) + " " + std::to_string(index + 1)},
-            {"type", types[index]},
+            {"name", std::string(type) + " " + std::to_string(index + 1)},
+            {"type", type},
             {"connected", connected},
             {"resolution", {{"width", connected ? 3840 : 0}, {"height", connected ? 2160 : 0}}},
             {"frameRate", connected ? 60 : 0}};
@@ -131,30 +132,63 @@ json pipeline(const Wall& wall, std::size_t index)
             {"hdr", {{"enable", false}, {"mode", 0}}}};
 }
 
-json monitorData(const Wall& wall)
+// What is measured differs from step to step, and is the same again for the same seed and step.
+int measured(const Wall& wall, std::uint32_t what, std::size_t index, std::size_t step, int low, int high)
+{
+    constexpr std::size_t stride = 20000003; // beyond all indexes
+    return wall.vary(what, index + step * stride, low, high);
+}
+
+constexpr std::size_t deviceIndex = 1000000; // beyond the indexes of cabinets and cards
+constexpr std::int64_t startTime = 1715670000;
+constexpr std::int64_t stepSeconds = 3600;
+
+json fanSpeeds(const Wall& wall, std::size_t step)
+{
+    return {2400 + 10 * measured(wall, FanSpeed, 0, step, 0, 9),
+            2400 + 10 * measured(wall, FanSpeed, 1, step, 0, 9)};
+}
+
+json cabinetMeasures(const Wall& wall, std::size_t index, std::size_t step)
+{
+    return {{"id", std::to_string(index + 1)},
+            {"temperature", measured(wall, Temperature, index, step, 34, 46)},
+            {"voltage", 4.8 + measured(wall, Voltage, index, step, 0, 4) / 10.0},
+            {"online", true}};
+}
+
+json monitorData(const Wall& wall, std::size_t step)
 {
     json cabinets = json::array();
-    for (std::size_t i = 0; i < wall.cabinets(); ++i) {
-        cabinets.push_back({{"id", std::to_string(i + 1)},
-                            {"temperature", wall.vary(Temperature, i, 34, 46)},
-                            {"voltage", 4.8 + wall.vary(Voltage, i, 0, 4) / 10.0},
-                            {"online", true}});
-    }
-    return {{"temperature", wall.vary(Temperature, 1000000, 38, 47)},
-            {"fanSpeed", {2400, 2430}},
+    for (std::size_t i = 0; i < wall.cabinets(); ++i)
+        cabinets.push_back(cabinetMeasures(wall, i, step));
+    return {{"time", startTime + static_cast<std::int64_t>(step) * stepSeconds},
+            {"temperature", measured(wall, Temperature, deviceIndex, step, 38, 47)},
+            {"fanSpeed", fanSpeeds(wall, step)},
             {"voltage", {{"core", 1.0}, {"io", 3.3}, {"supply", 12.1}}},
             {"cabinets", cabinets}};
 }
 
-json monitorHistory(const Wall& wall, std::size_t index)
+json monitorHistory(const Wall& wall, std::size_t index, std::size_t step)
 {
     json samples = json::array();
-    for (int hour = 0; hour < 24; ++hour) {
-        samples.push_back({{"time", 1715670000 + hour * 3600},
-                           {"temperature", wall.vary(Temperature + 16,
-                                                     index * 24 + static_cast<std::size_t>(hour), 33, 46)}});
+    for (std::size_t hour = 0; hour < 24; ++hour) {
+        samples.push_back({{"time", startTime + static_cast<std::int64_t>(step + hour) * stepSeconds},
+                           {"temperature", wall.vary(Temperature + 16, index * 24 + step + hour, 33, 46)}});
     }
     return samples;
+}
+
+json monitorLogs(std::size_t step)
+{
+    constexpr std::size_t kept = 50;
+    json logs = json::array();
+    for (std::size_t i = step < kept ? 0 : step - kept + 1; i <= step; ++i) {
+        logs.push_back({{"time", startTime + static_cast<std::int64_t>(i) * stepSeconds},
+                        {"level", 1},
+                        {"text", i == 0 ? std::string("Started") : "Measured " + std::to_string(i)}});
+    }
+    return {{"logs", std::move(logs)}};
 }
 
 json allReceivingCards(const Wall& wall)
@@ -226,6 +260,7 @@ bool isGenerated(const std::string& property)
     static constexpr const char* generated[] = {
         "/api/capability/version", "/device/cabinet/rx",       "/device/cabinet/rxs",
         "/device/monitor/data",    "/device/cabinet/baseinfo", "/device/monitor/cabinet/history",
+        "/device/monitor/logs",
     };
     for (const char* name : generated) {
         if (property == name)
@@ -234,7 +269,37 @@ bool isGenerated(const std::string& property)
     return false;
 }
 
-json value(const std::string& property, const Wall& wall, std::size_t index)
+bool moves(const std::string& property)
+{
+    return property == "/device/monitor/data" || property == "/device/monitor/cabinet/history" ||
+           property == "/device/monitor/logs";
+}
+
+json warning(const std::string& eventType, const Wall& wall, std::size_t step)
+{
+    if (eventType == "fanSpeed")
+        return {{"fan", 1}, {"fanSpeed", fanSpeeds(wall, step).front()}, {"limit", 1200}};
+    if (eventType == "temperature")
+        return {{"temperature", measured(wall, Temperature, deviceIndex, step, 71, 80)}, {"limit", 70}};
+    if (eventType == "voltage")
+        return {{"name", "supply"},
+                {"voltage", measured(wall, Voltage, deviceIndex, step, 90, 105) / 10.0},
+                {"limit", 11.0}};
+    if (eventType == "outputChange") {
+        const auto id = measured(wall, Power, deviceIndex, step, 1, static_cast<int>(wall.outputs()));
+        return {{"id", id}, {"linked", false}};
+    }
+    if (eventType == "cabinet" && wall.cabinets() > 0) {
+        const auto last = static_cast<int>(wall.cabinets()) - 1;
+        json data = cabinetMeasures(
+            wall, static_cast<std::size_t>(measured(wall, Power, deviceIndex, step, 0, last)), step);
+        data["temperature"] = measured(wall, Temperature, deviceIndex, step, 71, 80);
+        return data;
+    }
+    return nullptr;
+}
+
+json value(const std::string& property, const Wall& wall, std::size_t index, std::size_t step)
 {
     if (property == "/api/capability/version")
         return {{"CapabilityVersion", wall.multiScreen() ? "V3.0" : "V2.0"}};
@@ -243,9 +308,11 @@ json value(const std::string& property, const Wall& wall, std::size_t index)
     if (property == "/device/cabinet/rxs")
         return receivingCards(wall, index);
     if (property == "/device/monitor/data")
-        return monitorData(wall);
+        return monitorData(wall, step);
     if (property == "/device/monitor/cabinet/history")
-        return monitorHistory(wall, index);
+        return monitorHistory(wall, index, step);
+    if (property == "/device/monitor/logs")
+        return monitorLogs(step);
     if (property == "/device/cabinet/baseinfo")
         return baseInfo(cabinet(wall, index));
     return plainValue(property);

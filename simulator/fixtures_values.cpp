@@ -53,7 +53,6 @@ constexpr PlainValue plainValues[] = {
          {"id": 3, "name": "Chip 1065", "channels": 48, "grayBits": 14}])"},
     {"/device/capability/decodechips",
      R"([{"id": 1, "name": "Decoder 138", "rows": 8}, {"id": 2, "name": "Decoder 5958", "rows": 32}])"},
-    {"/device/monitor/logs", R"({"logs": [{"time": 1715670000, "level": 1, "text": "Started"}]})"},
     {"/device/monitor/state", R"({"state": 0, "offlineCabinets": 0, "warnings": 0})"},
 
     // Screens

@@ -39,6 +39,7 @@ void declare(CLI::App& app, Arguments& arguments)
     app.add_option("--cabinets", options.cabinets, "Cabinets")->check(CLI::Range(0, 10000));
     app.add_option("--receiving-cards", options.receivingCards, "Receiving cards per cabinet")
         ->check(CLI::Range(1, 16));
+    app.add_option("--inputs", options.inputs, "Video inputs")->check(CLI::Range(1, 256));
     app.add_option("--seed", options.seed, "Serial numbers, temperatures and the like follow from it");
     app.add_option("--name", arguments.name, "Model name");
     app.add_option("--custom-name", arguments.customName, "Name that the user of the device gave");

@@ -20,6 +20,7 @@ struct Options
     int screens = -1;       ///< usually 1 or 2; an older controller has one, whatever stands here
     int cabinets = -1;      ///< usually 16 or 240; at most 10000; 0 is a controller without cabinets
     int receivingCards = 1; ///< receiving cards per cabinet, 1 to 16
+    int inputs = -1;        ///< usually 2 or 4; 1 to 256
     quint32 seed = 1;       ///< serial numbers, temperatures and the like follow from it
     QString name;           ///< model name; empty: the one of the kind
     QString customName;     ///< the name its user gave; empty: a default

@@ -109,6 +109,13 @@ void ResourceStore::reset()
         replies.clear();
     m_replyBytes = 0;
     m_keptBytes = 0;
+    m_step = 0;
+}
+
+std::size_t ResourceStore::measure()
+{
+    const std::lock_guard lock(m_mutex);
+    return ++m_step;
 }
 
 std::optional<std::size_t> ResourceStore::indexOf(Family family, const std::string& id) const
@@ -144,6 +151,8 @@ SharedText ResourceStore::read(const Route& route, const std::string& id)
     if (!hasInstance(route, id))
         return nullptr;
     auto reply = successEnvelope(readText(route, id));
+    if (Fixtures::moves(route.property))
+        return reply;
     if (replies.size() >= maxReplies || m_replyBytes + reply->size() > maxReplyBytes) {
         for (auto& other : m_replies)
             other.clear();
@@ -199,9 +208,9 @@ json ResourceStore::current(const Route& route, const std::string& id)
     } else if (toAll) {
         value = values->second.all->data;
     } else if (route.scope == Scope::Value && route.property == "/device/cabinet/rxs") {
-        value = Fixtures::value("/device/cabinet/rx", m_wall, 0);
+        value = Fixtures::value("/device/cabinet/rx", m_wall, 0, m_step);
     } else {
-        value = Fixtures::value(route.property, m_wall, index);
+        value = Fixtures::value(route.property, m_wall, index, m_step);
     }
     if (found && value.is_object())
         value.update(sharedMembers(value, records(route.family).record(index)));

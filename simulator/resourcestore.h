@@ -51,6 +51,8 @@ public:
     Written write(const Route& route, const std::string& id, const nlohmann::json& body);
     /// Keeps @p text as it is: what is too large to be worth taking apart.
     Written writeText(const Route& route, const std::string& id, std::string text);
+    /// Measures anew: temperatures and the like move on by one step. @return the step.
+    std::size_t measure();
     /// Back to the starting content.
     void reset();
 
@@ -102,6 +104,7 @@ private:
     std::array<std::unordered_map<std::string, SharedText>, familyCount> m_replies;
     std::size_t m_replyBytes = 0;
     std::size_t m_keptBytes = 0;
+    std::size_t m_step = 0; ///< how often it was measured anew
 };
 
 } // namespace Tessel::Simulator

@@ -3,6 +3,7 @@
 
 #include <simulator/httpserver.h>
 #include <simulator/iothreads_p.h>
+#include <simulator/jsontools.h>
 
 #include <nlohmann/json.hpp>
 
@@ -131,6 +132,12 @@ Options Simulator::options() const
 quint64 Simulator::pushEvent(const QByteArray& event)
 {
     return d->device.events().publish(view(event));
+}
+
+quint64 Simulator::pushWarning(const QString& eventType, const QByteArray& data)
+{
+    const auto told = data.isEmpty() ? nlohmann::json() : parseJson(view(data));
+    return told.is_discarded() ? 0 : d->device.warn(eventType.toStdString(), told);
 }
 
 int Simulator::eventStreams() const

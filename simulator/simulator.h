@@ -63,6 +63,10 @@ public:
 
     /// Pushes @p event, sent as it is, to all streams and into the history. @return its id.
     quint64 pushEvent(const QByteArray& event);
+    /// Pushes a warning of the monitoring: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet".
+    /// @p data is what it tells as JSON; empty: what was measured. @return the event's id; 0 when the
+    /// controller does not warn of that or @p data is no JSON.
+    quint64 pushWarning(const QString& eventType, const QByteArray& data = {});
     /// Number of open event streams.
     int eventStreams() const;
     /// Waits until at least @p count streams are open. @return whether they are.

@@ -26,7 +26,7 @@ public:
     std::size_t screens() const { return m_screens; }
     std::size_t cabinets() const { return m_cabinets; }
     std::size_t cardsPerCabinet() const { return m_cards; }
-    std::size_t inputs() const { return m_multiScreen ? 4 : 2; }
+    std::size_t inputs() const { return m_inputs; }
     std::size_t outputs() const { return m_outputs; }
     std::size_t pipelines() const { return m_multiScreen ? 4 : 1; }
 
@@ -51,6 +51,7 @@ private:
     std::size_t m_screens;
     std::size_t m_cabinets;
     std::size_t m_cards;
+    std::size_t m_inputs;
     std::size_t m_outputs;
     std::uint32_t m_seed;
     std::string m_name;

@@ -376,15 +376,16 @@ private Q_SLOTS:
         QCOMPARE(client.request("PUT", "/api/v1/device/hw/update", bytes, binary).status, 200);
         QCOMPARE(client.get("/api/v1/device/hw/update").object().value(QStringLiteral("size")).toInt(),
                  bytes.size());
-        QCOMPARE(
-            client.get("/api/v1/device/hw/updateprogress").object().value(QStringLiteral("progress")).toInt(),
-            100);
         const QByteArray form = "--b\r\nContent-Disposition: form-data; name=\"id\"\r\n\r\n1\r\n--b--\r\n";
         QCOMPARE(client
                      .request("PUT", "/api/v1/device/cabinet/1/prestoreimage/image", form,
                               "Content-Type: multipart/form-data; boundary=b\r\n")
                      .status,
                  200);
+        const auto image = client.get("/api/v1/device/cabinet/1/prestoreimage/image").object();
+        QCOMPARE(image.value(QStringLiteral("size")).toInt(), form.size());
+        QCOMPARE(image.value(QStringLiteral("contentType")).toString(),
+                 QStringLiteral("multipart/form-data; boundary=b"));
         QCOMPARE(client.request("PUT", "/api/v1/device/cabinet/1/weight", bytes, binary).status, 415);
         QCOMPARE(m_simulator->requests().first().bodySize, qint64(bytes.size()));
     }

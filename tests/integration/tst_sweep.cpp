@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include "simulateddevice.h"
+
+#include <simulator/routetable.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Krelm::Communicator::HttpDevice::HttpProxy;
+namespace Sim = Tessel::Simulator;
+
+namespace {
+
+struct VerbCall
+{
+    Sim::Verb verb;
+    const char* name;
+    void (HttpProxy::*send)(const QString& deviceKey, HttpJsonPackage* package);
+};
+constexpr VerbCall verbCalls[] = {
+    {Sim::Get, "GET", &HttpProxy::getSync},
+    {Sim::Put, "PUT", &HttpProxy::putSync},
+    {Sim::Post, "POST", &HttpProxy::postSync},
+    {Sim::Delete, "DELETE", &HttpProxy::delSync},
+};
+
+/// Routes whose GET an operation reads as a list.
+constexpr const char* listRoutes[] = {
+    "Capability_AllChipType",
+    "Capability_RowDecodeType",
+    "Device_AllCabinetsInfo",
+    "Device_AllInputBackup",
+    "Device_AllInputs",
+    "Device_AllOutputsInfo",
+    "Device_BackInfo",
+    "Device_CabinetRecvCards",
+    "Device_CabinetsAllFlags",
+    "Device_Correction_flashcheckcode",
+    "Device_GetCabinetCoefficients",
+    "Device_GetCabinetMultilayerCoefficients",
+    "Device_GetCorrectionNiccData",
+    "Device_GroupScreenInfo",
+    "Device_M_CabShortName",
+    "Device_M_CabinetBaseInfo",
+    "Device_PipeGroupScreenIds",
+    "Device_PipeGroupScreenRelativePoint",
+    "Device_Pipes",
+    "Device_RvCards",
+    "Device_RxsInfo",
+    "Device_S_AllCabChip",
+    "Device_S_AllCabType",
+    "Device_S_AllCabmfrsName",
+    "MonitorHistory",
+    "ScreenGammaCurve",
+};
+
+/// Routes whose GET brings bytes rather than an envelope.
+bool bringsBytes(const Sim::Route& route)
+{
+    return route.scope == Sim::Scope::Firmware;
+}
+
+bool isListRoute(const QString& key)
+{
+    return std::any_of(std::begin(listRoutes), std::end(listRoutes),
+                       [&key](const char* route) { return key == QLatin1String(route); });
+}
+
+void send(const VerbCall& call, const QString& deviceKey, const QString& path, HttpJsonPackage& package)
+{
+    package.setUrl(path);
+    for (const char* placeHolder : {"id", "cid", "outputid"})
+        package.addPlaceHolders(QLatin1String(placeHolder), QStringLiteral("1"));
+    package.addPlaceHolders(QStringLiteral("type"), QStringLiteral("3"));
+    if (call.verb == Sim::Put || call.verb == Sim::Post)
+        package.setRequestWithJsonObj(QVariantMap{{QStringLiteral("probe"), 1}});
+    (HttpProxy::getInstance()->*call.send)(deviceKey, &package);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(const Tessel::Simulator::Route*)
+
+class TestSweepIntegration : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_device.start()); }
+
+    void init() { m_device.simulator.reset(); }
+
+    void everyRouteAnswersEachOfItsVerbs_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<unsigned>("verbs");
+        QTest::addColumn<bool>("bytes");
+        const auto urls = AllUrlResource::getInstance()->getMapAllUrl();
+        QCOMPARE(urls.size(), 427);
+        for (const Sim::Route& route : Sim::RouteTable::instance().routes()) {
+            for (const std::string& key : route.keys)
+                QTest::newRow(key.c_str())
+                    << QString::fromStdString(route.pattern) << route.verbs << bringsBytes(route);
+        }
+    }
+    void everyRouteAnswersEachOfItsVerbs()
+    {
+        QFETCH(QString, path);
+        QFETCH(unsigned, verbs);
+        QFETCH(bool, bytes);
+        const QString key = QString::fromLatin1(QTest::currentDataTag());
+        QCOMPARE(path, AllUrlResource::getUrl(key));
+        ++m_routes;
+        for (const VerbCall& call : verbCalls) {
+            if (!(verbs & call.verb))
+                continue;
+            ++m_exchanges;
+            HttpJsonPackage package(nullptr);
+            send(call, m_device.key, path, package);
+            QVERIFY2(package.getSimpleState() == HttpJsonPackage::Success, call.name);
+            QCOMPARE(package.replyStatus, 200);
+            if (bytes) {
+                QVERIFY(!package.getReceiveData().isEmpty());
+                continue;
+            }
+            const QJsonDocument envelope = QJsonDocument::fromJson(package.getReceiveData());
+            QVERIFY(envelope.isObject());
+            QCOMPARE(envelope["code"].toInt(-1), 0);
+            QVERIFY(envelope["message"].isString());
+            QVERIFY(envelope.object().contains("data"));
+            if (call.verb == Sim::Get)
+                checkShape(key, envelope["data"], package);
+        }
+    }
+
+    void cleanupTestCase()
+    {
+        qInfo("%d routes, %d exchanges, each answered", m_routes, m_exchanges);
+        QCOMPARE(m_routes == 427 || m_routes == 1, true);
+    }
+
+private:
+    static void checkShape(const QString& key, const QJsonValue& data, const HttpJsonPackage& package)
+    {
+        if (isListRoute(key)) {
+            QVERIFY(data.isArray());
+            QVERIFY(!package.getJsonDataListMap().isEmpty());
+        }
+        if (data.isArray()) {
+            QCOMPARE(package.getJsonDataListMap().size(), data.toArray().size());
+            QCOMPARE(package.getRoutesJsonDataListMap().size(), data.toArray().size());
+            QVERIFY(package.getRoutesJsonMap().isEmpty());
+        } else {
+            QVERIFY(data.isObject());
+            QVERIFY(package.getRoutesJsonMap().size() >= data.toObject().size());
+            QVERIFY(package.getJsonDataListMap().isEmpty());
+        }
+    }
+
+    SimulatedDevice m_device;
+    int m_routes = 0;
+    int m_exchanges = 0;
+};
+
+QTEST_GUILESS_MAIN(TestSweepIntegration)
+#include "tst_sweep.moc"
