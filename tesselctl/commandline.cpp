@@ -61,6 +61,18 @@ One line per event: time, device, payload. With --json one object per line with 
 devices), device and payload. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
 standard error.)";
 
+const char* const monitorFooter = R"(
+On a terminal a table that stays in its place, elsewhere a line per reading: time, device, fans, temperature,
+voltage and, as ranges, what its parts measure. Warnings that a device pushes stand above the table, with a bell,
+or are lines of their own. With --json one object per line with time, kind (reading or warning), device and data
+or payload. SIGINT and SIGTERM end it with exit code 0; after --count it ends with the code of the first device
+whose last reading failed.
+
+Examples:
+  tesselctl --device 192.168.0.10 monitor
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 monitor --interval 10
+  tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
+
 // CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
 // keeps them as they are until takeText() removes it.
 const char mark = '\x1f';
@@ -105,6 +117,7 @@ struct Words
     std::string filter;
     int count = 0;
     int seconds = 0;
+    double interval = 2;
 };
 
 Settings settingsOf(const Words& words)
@@ -162,6 +175,23 @@ struct Command
     std::function<ExitCode(const Settings&, Console&)> run;
 };
 
+Command monitorCommand(CLI::App& app, Words& words)
+{
+    CLI::App* const monitor =
+        app.add_subcommand("monitor", "show fans, temperatures and voltages live, and warnings");
+    monitor->add_option("--interval", words.interval, "time between readings")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    monitor->add_option("--count", words.count, "end after so many readings of each device")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    monitor->footer(monitorFooter);
+    return {monitor, [&words](const Settings& settings, Console& console) {
+                return runMonitor(settings, static_cast<int>(words.interval * 1000), words.count, console);
+            }};
+}
+
 std::vector<Command> addCommands(CLI::App& app, Words& words)
 {
     CLI::App* const call = app.add_subcommand("call", "call an operation on every device");
@@ -204,6 +234,7 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
          [&words](const Settings& settings, Console& console) {
              return runWatch(settings, words.count, words.seconds, console);
          }},
+        monitorCommand(app, words),
         {demo, [](const Settings& /*settings*/, Console& console) { return runDemo(console); }},
     };
 }

@@ -33,6 +33,10 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
 /// limit.
 ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console);
 
+/// Shows what the devices measure, every @p interval milliseconds, and what they warn of, until a signal
+/// comes or, with a @p count above 0, every device was read so often.
+ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console);
+
 /// Shows the library at work on two simulated controllers.
 ExitCode runDemo(Console& console);
 
