@@ -269,7 +269,7 @@ QStringList cabinetsOf(const Words& words)
 
 void addKind(CLI::App* command, Words& words)
 {
-    command->add_option("--kind", words.kind, "plain, multilayer, adaptive, dynamic or lowgray")
+    command->add_option("--kind", words.kind, "which coefficients")
         ->check(CLI::IsMember({"plain", "multilayer", "adaptive", "dynamic", "lowgray"}))
         ->type_name("KIND")
         ->capture_default_str();

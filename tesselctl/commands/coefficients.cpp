@@ -19,6 +19,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QSaveFile>
 
 #include <algorithm>
@@ -304,6 +305,13 @@ QString cabinetText(const QString& cabinet)
                              : QStringLiteral("cabinet ") + printable(cabinet);
 }
 
+QString uploadedText(const QStringList& cabinets)
+{
+    if (cabinets.size() == 1)
+        return cabinetText(cabinets.first()) + QStringLiteral(" uploaded");
+    return QStringLiteral("%1 cabinets uploaded").arg(cabinets.size());
+}
+
 void tellFailures(const QString& device, const Result& result, const QString& resume, Console& console)
 {
     QStringList cabinets = result.failed.keys();
@@ -417,6 +425,8 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
     if (devices.empty())
         return Usage;
 
+    // The library tells on which threads its uploads run.
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const Kind& kind = kindOf(upload.kind);
     Uploader uploader(kind, jobsFor(kind, devices, tables), upload.parallel, settings.trace, console);
     running = &uploader;
@@ -438,11 +448,8 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
                                    {QStringLiteral("failed"), failed},
                                    {QStringLiteral("resume"), resume.isEmpty() ? QVariant() : resume}});
         if (!settings.json && !result.uploaded.isEmpty())
-            console.data(result.uploaded == QStringList(QString())
-                             ? QStringLiteral("%1: uploaded\n").arg(printable(device.name))
-                             : QStringLiteral("%1: %2 cabinets uploaded\n")
-                                   .arg(printable(device.name))
-                                   .arg(result.uploaded.size()));
+            console.data(
+                QStringLiteral("%1: %2\n").arg(printable(device.name), uploadedText(result.uploaded)));
     }
     if (settings.json)
         console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));

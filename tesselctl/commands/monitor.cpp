@@ -186,13 +186,14 @@ private:
     void repaint(const QStringList& above)
     {
         QList<QStringList> rows{QStringList{QStringLiteral("device")} + monitorColumns()};
+        QStringList problems;
         for (const Reading& reading : m_readings) {
-            QStringList row = QStringList{printable(reading.device)} + monitorCells(reading.data);
+            const QString device = printable(reading.device);
+            rows << QStringList{device} + monitorCells(reading.data);
             if (reading.outcome.code != Done)
-                row = QStringList{printable(reading.device), reading.outcome.reason};
-            rows << row;
+                problems << device + QStringLiteral(": ") + reading.outcome.reason;
         }
-        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + problems;
         lines << QStringLiteral("as of ") + now() + QStringLiteral("; Ctrl-C ends");
         print(repainted(m_painted, above, lines, terminalColumns(stdout)));
         m_painted = lines.size();

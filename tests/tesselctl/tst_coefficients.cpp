@@ -194,6 +194,7 @@ private Q_SLOTS:
         m_simulator->addFault(answer(path, 200, R"({"code":0})"));
         const Run run = upload({"f.json", "--kind", kind});
         QVERIFY2(run.code == 0, run.err);
+        QVERIFY2(!run.err.contains("thread id"), run.err);
         QCOMPARE(bodies(), (QMap<QString, QByteArray>{{path, R"([{"cid":1},{"cid":2}])"}}));
     }
 
@@ -203,7 +204,7 @@ private Q_SLOTS:
         m_simulator->addFault(answer(plainList, 200, R"({"code":0})"));
         const Run run = upload({"f.json"});
         QVERIFY2(run.code == 0, run.err);
-        QCOMPARE(run.out, QByteArray("wall: uploaded\n"));
+        QCOMPARE(run.out, QByteArray("wall: all cabinets uploaded\n"));
         QCOMPARE(bodies(), (QMap<QString, QByteArray>{{plainList, "[1]"}}));
     }
 
@@ -262,7 +263,7 @@ private Q_SLOTS:
         m_simulator->addFault(answer(plain.arg(10), 200, R"({"code":7,"message":"busy"})"));
         const Run run = upload({"tab les"});
         QCOMPARE(run.code, 5);
-        QCOMPARE(run.out, QByteArray("wall: 1 cabinets uploaded\n"));
+        QCOMPARE(run.out, QByteArray("wall: cabinet 1 uploaded\n"));
         QVERIFY2(run.err.contains("wall: cabinet 2: the device refused: HTTP status 500"), run.err);
         QVERIFY2(run.err.contains("wall: cabinet 10: the device refused: code 7, \"busy\""), run.err);
         QVERIFY2(run.err.contains("2 of 3 cabinets of wall failed"), run.err);
