@@ -89,17 +89,6 @@ QString pathOf(const char* routeKey, const QString& cabinet = {})
     return AllUrlResource::getUrl(QLatin1String(routeKey)).replace(QStringLiteral("{cid}"), cabinet);
 }
 
-/// The devices, known to the transport; none when the command line is wrong, which then was told.
-std::vector<Device> startDevices(const Settings& settings, Console& console)
-{
-    QString problem;
-    const std::vector<Device> devices = readDevices(settings.devices, problem);
-    if (problem.isEmpty() && addDevices(devices, problem))
-        return devices;
-    console.complain(problem);
-    return {};
-}
-
 /// One request: a table of one cabinet, or those of all in one list.
 struct Job
 {
@@ -333,7 +322,7 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 ExitCode act(const Settings& settings, Action action, const char* routeKey, const QStringList& cabinets,
              Console& console)
 {
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
     ExchangeLedger ledger(settings.trace, console);
@@ -421,7 +410,7 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
         if (running)
             running->stop();
     });
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
 
@@ -477,7 +466,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         console.complain(problem);
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
     const QString fault = faultOfDestination(path, directory, cabinets);

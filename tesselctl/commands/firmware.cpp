@@ -77,17 +77,6 @@ Map formOf(const QStringList& fields, QString& problem)
     return form;
 }
 
-/// The devices, known to the transport; none when the command line is wrong, which then was told.
-std::vector<Device> startDevices(const Settings& settings, Console& console)
-{
-    QString problem;
-    const std::vector<Device> devices = readDevices(settings.devices, problem);
-    if (problem.isEmpty() && addDevices(devices, problem))
-        return devices;
-    console.complain(problem);
-    return {};
-}
-
 /// The update of one device: its steps, and its progress beside them.
 class Updater
 {
@@ -216,7 +205,7 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
         console.complain(problem);
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
     ExchangeLedger ledger(settings.trace, console);
@@ -239,7 +228,7 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
 
 ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console)
 {
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
     ExchangeLedger ledger(settings.trace, console);
@@ -269,7 +258,7 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
         console.complain(QStringLiteral("firmware is downloaded from one device at a time"));
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings, console);
+    const std::vector<Device> devices = startDevices(settings.devices, console);
     if (devices.empty())
         return Usage;
     const QString device = devices.front().name;
