@@ -16,6 +16,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace TesselCtl {
@@ -66,6 +67,74 @@ where the signal tells it, Class::signal, its other arguments. With --json one o
 (event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
 standard error.)";
 
+const char* const monitorFooter = R"(
+On a terminal a table that stays in its place, elsewhere a line per reading: time, device, fans, temperature,
+voltage and, as ranges, what its parts measure. Warnings that a device pushes stand above the table, with a bell,
+or are lines of their own. With --json one object per line with time, kind (reading or warning), device and data
+or payload. SIGINT and SIGTERM end it with exit code 0; after --count it ends with the code of the first device
+whose last reading failed.
+
+Examples:
+  tesselctl --device 192.168.0.10 monitor
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 monitor --interval 10
+  tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
+
+const char* const coefficientsFooter = R"(
+Kinds: plain, multilayer, adaptive, dynamic, lowgray.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients upload tables/ --kind multilayer
+  tesselctl --device 192.168.0.10 coefficients upload tables/ --cabinets 3,7
+  tesselctl --device 192.168.0.10 coefficients download tables/ --kind multilayer --cabinets 3,7
+  tesselctl --device 192.168.0.10 coefficients save --cabinets 3,7
+  tesselctl --device 192.168.0.10 coefficients clear --cabinets 3,7 --kind lowgray)";
+
+const char* const uploadFooter = R"(
+PATH is a directory with a file CABINET.json for each cabinet, which holds one JSON array; or a file with a JSON
+object of cabinet and array; or a file with one JSON array, which goes to the device as it is. All files are
+tested before anything is sent.
+
+Plain and multilayer tables go cabinet by cabinet. Adaptive, dynamic and lowgray ones go as one list, the tables
+of all cabinets one after the other, because the device's paths for them name no cabinet.
+
+A device that cannot be reached three times in a row gets no further tables. Cabinets that failed are told at the
+end, with the command that uploads just those; after SIGINT or SIGTERM too.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients upload tables/
+  tesselctl --device 192.168.0.10 coefficients upload wall.json --kind multilayer --parallel 8
+  tesselctl --device wall=192.168.0.10 --json coefficients upload wall.json | jq .wall.failed)";
+
+const char* const downloadFooter = R"(
+PATH is a directory, which ends in a slash or is there, and gets a file CABINET.json for each cabinet; or a file,
+which gets a JSON object of cabinet and table, and only when all could be read. What "upload" reads is what
+"download" writes.
+
+Plain tables come as one list of the whole device, into a file. Multilayer and adaptive ones come by cabinet and
+need --cabinets. Devices give the other kinds not back.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients download wall.json
+  tesselctl --device 192.168.0.10 coefficients download tables/ --kind multilayer --cabinets 3,7)";
+
+const char* const firmwareFooter = R"(
+Examples:
+  tesselctl --device 192.168.0.10 firmware update card.bin
+  tesselctl --device 192.168.0.10 firmware update controller.bin --controller
+  tesselctl --device 192.168.0.10 firmware progress
+  tesselctl --device 192.168.0.10 firmware download card.bin --id 3 --type 1)";
+
+const char* const updateFooter = R"(
+Sends the firmware of the receiving cards, has the cards load it and waits until the device tells that the update
+is done. Several devices are updated one after the other. What the parts of the form are called is between you and
+the device: the file's is --part, --field adds others; the request to load carries the file's name under --part
+and the same fields.
+
+Examples:
+  tesselctl --device 192.168.0.10 firmware update card.bin
+  tesselctl --device 192.168.0.10 firmware update card.bin --part firmware --field type=1
+  tesselctl --device 192.168.0.10 firmware update controller.bin --controller)";
+
 // CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
 // keeps them as they are until takeText() removes it.
 const char mark = '\x1f';
@@ -110,6 +179,17 @@ struct Words
     std::string filter;
     int count = 0;
     int seconds = 0;
+    double interval = 2;
+    std::string path;
+    std::string kind = "plain";
+    std::string cabinets;
+    int parallel = 4;
+    std::string part = "file";
+    std::vector<std::string> fields;
+    std::string id;
+    int type = 0;
+    bool controller = false;
+    bool uploadOnly = false;
 };
 
 Settings settingsOf(const Words& words)
@@ -167,6 +247,155 @@ struct Command
     std::function<ExitCode(const Settings&, Console&)> run;
 };
 
+Command monitorCommand(CLI::App& app, Words& words)
+{
+    CLI::App* const monitor =
+        app.add_subcommand("monitor", "show fans, temperatures and voltages live, and warnings");
+    monitor->add_option("--interval", words.interval, "time between readings")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    monitor->add_option("--count", words.count, "end after so many readings of each device")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    monitor->footer(monitorFooter);
+    return {monitor, [&words](const Settings& settings, Console& console) {
+                return runMonitor(settings, static_cast<int>(words.interval * 1000), words.count, console);
+            }};
+}
+
+// The names in "3,7,12", each once.
+QStringList cabinetsOf(const Words& words)
+{
+    QStringList cabinets = takeText(words.cabinets).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    cabinets.removeDuplicates();
+    return cabinets;
+}
+
+void addKind(CLI::App* command, Words& words)
+{
+    command->add_option("--kind", words.kind, "which coefficients")
+        ->check(CLI::IsMember({"plain", "multilayer", "adaptive", "dynamic", "lowgray"}))
+        ->type_name("KIND")
+        ->capture_default_str();
+}
+
+CLI::Option* addCabinets(CLI::App* command, Words& words, const char* description)
+{
+    return command->add_option("--cabinets", words.cabinets, description)->type_name("ID,ID...");
+}
+
+std::vector<Command> coefficientCommands(CLI::App& app, Words& words)
+{
+    CLI::App* const coefficients =
+        app.add_subcommand("coefficients", "upload, download, save and clear coefficients");
+    coefficients->require_subcommand(1);
+    coefficients->footer(coefficientsFooter);
+
+    CLI::App* const upload = coefficients->add_subcommand("upload", "upload tables from files");
+    upload->add_option("PATH", words.path, "file or directory")->required()->type_name("");
+    addKind(upload, words);
+    addCabinets(upload, words, "only these; otherwise all that are there");
+    upload->add_option("--parallel", words.parallel, "requests under way at once")
+        ->check(CLI::Range(1, 16))
+        ->type_name("N")
+        ->capture_default_str();
+    upload->footer(uploadFooter);
+
+    CLI::App* const download = coefficients->add_subcommand("download", "write tables into files");
+    download->add_option("PATH", words.path, "file or directory")->required()->type_name("");
+    addKind(download, words);
+    addCabinets(download, words, "those to read");
+    download->footer(downloadFooter);
+
+    CLI::App* const save =
+        coefficients->add_subcommand("save", "have cabinets keep what they show; takes minutes");
+    addKind(save, words);
+    addCabinets(save, words, "those that save")->required();
+    save->footer("\nExamples:\n  tesselctl --device 192.168.0.10 coefficients save --cabinets 3,7");
+
+    CLI::App* const clear = coefficients->add_subcommand("clear", "have cabinets drop their coefficients");
+    addKind(clear, words);
+    addCabinets(clear, words, "those that clear")->required();
+    clear->footer("\nExamples:\n  tesselctl --device 192.168.0.10 coefficients clear --cabinets 3,7");
+
+    return {
+        {upload,
+         [&words](const Settings& settings, Console& console) {
+             const CoefficientUpload what{takeText(words.path), takeText(words.kind), cabinetsOf(words),
+                                          words.parallel};
+             return runCoefficientUpload(settings, what, console);
+         }},
+        {download,
+         [&words](const Settings& settings, Console& console) {
+             return runCoefficientDownload(settings, takeText(words.path), takeText(words.kind),
+                                           cabinetsOf(words), console);
+         }},
+        {save,
+         [&words](const Settings& settings, Console& console) {
+             return runCoefficientSave(settings, takeText(words.kind), cabinetsOf(words), console);
+         }},
+        {clear,
+         [&words](const Settings& settings, Console& console) {
+             return runCoefficientClear(settings, takeText(words.kind), cabinetsOf(words), console);
+         }},
+    };
+}
+
+std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
+{
+    CLI::App* const firmware =
+        app.add_subcommand("firmware", "update and read the firmware of receiving cards and controllers");
+    firmware->require_subcommand(1);
+    firmware->footer(firmwareFooter);
+
+    CLI::App* const update = firmware->add_subcommand("update", "send firmware and wait until it is in use");
+    update->add_option("FILE", words.path, "the firmware")->required()->type_name("");
+    update->add_flag("--controller", words.controller, "for the controller, not for its receiving cards");
+    update->add_option("--part", words.part, "name of the file's part in the form")
+        ->type_name("NAME")
+        ->capture_default_str();
+    update->add_option("--field", words.fields, "a further part of the form; repeatable")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    update->add_flag("--upload-only", words.uploadOnly, "do not have the cards load it");
+    update->footer(updateFooter);
+
+    CLI::App* const progress = firmware->add_subcommand("progress", "print how far an update is");
+    progress->add_flag("--controller", words.controller, "of the controller, not of its receiving cards");
+    progress->footer("\nExamples:\n  tesselctl --device 192.168.0.10 firmware progress --controller");
+
+    CLI::App* const download =
+        firmware->add_subcommand("download", "read the firmware of a receiving card into a file");
+    download->add_option("FILE", words.path, "where to; it stays as it was when this fails")
+        ->required()
+        ->type_name("");
+    download->add_option("--id", words.id, "the receiving card")->required()->type_name("ID");
+    download->add_option("--type", words.type, "which of its firmwares")
+        ->type_name("N")
+        ->capture_default_str();
+    download->footer(
+        "\nExamples:\n  tesselctl --device 192.168.0.10 firmware download card.bin --id 3 --type 1");
+
+    return {
+        {update,
+         [&words](const Settings& settings, Console& console) {
+             const FirmwareUpdate what{takeText(words.path), words.controller, takeText(words.part),
+                                       takeTexts(words.fields), words.uploadOnly};
+             return runFirmwareUpdate(settings, what, console);
+         }},
+        {progress,
+         [&words](const Settings& settings, Console& console) {
+             return runFirmwareProgress(settings, words.controller, console);
+         }},
+        {download,
+         [&words](const Settings& settings, Console& console) {
+             return runFirmwareDownload(settings, takeText(words.path), takeText(words.id), words.type,
+                                        console);
+         }},
+    };
+}
+
 std::vector<Command> addCommands(CLI::App& app, Words& words)
 {
     CLI::App* const call = app.add_subcommand("call", "call an operation on every device");
@@ -208,6 +437,7 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
          [&words](const Settings& settings, Console& console) {
              return runWatch(settings, words.count, words.seconds, console);
          }},
+        monitorCommand(app, words),
         {demo, [](const Settings& /*settings*/, Console& console) { return runDemo(console); }},
     };
 }
@@ -253,7 +483,11 @@ int runCommandLine(int argc, char** argv)
     app.fallthrough();
     app.footer(footer);
     addGlobalOptions(app, words);
-    const std::vector<Command> commands = addCommands(app, words);
+    std::vector<Command> commands = addCommands(app, words);
+    for (Command& command : coefficientCommands(app, words))
+        commands.push_back(std::move(command));
+    for (Command& command : firmwareCommands(app, words))
+        commands.push_back(std::move(command));
 
     try {
         std::vector<std::string> arguments(argv + 1, argv + argc);

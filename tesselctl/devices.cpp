@@ -92,4 +92,14 @@ bool addDevices(const std::vector<Device>& devices, QString& problem)
     return true;
 }
 
+std::vector<Device> startDevices(const DeviceSettings& settings, Console& console)
+{
+    QString problem;
+    std::vector<Device> devices = readDevices(settings, problem);
+    if (problem.isEmpty() && addDevices(devices, problem))
+        return devices;
+    console.complain(problem);
+    return {};
+}
+
 } // namespace TesselCtl

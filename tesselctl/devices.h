@@ -2,6 +2,8 @@
 #ifndef TESSELCTL_DEVICES_H
 #define TESSELCTL_DEVICES_H
 
+#include "console.h"
+
 #include <communicator/deviceendpoint.h>
 
 #include <QString>
@@ -38,6 +40,9 @@ std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem
 /// Makes the devices known to the transport. @return whether it took them all; otherwise @p problem says
 /// which not.
 bool addDevices(const std::vector<Device>& devices, QString& problem);
+
+/// Does both. @return none when the settings are wrong, which @p console then told.
+std::vector<Device> startDevices(const DeviceSettings& settings, Console& console);
 
 } // namespace TesselCtl
 

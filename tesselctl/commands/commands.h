@@ -34,6 +34,57 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
 /// count events came or @p seconds passed; 0 is no limit.
 ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console);
 
+/// Shows what the devices measure, every @p interval milliseconds, and what they warn of, until a signal
+/// comes or, with a @p count above 0, every device was read so often.
+ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console);
+
+/// Coefficients on their way to a device.
+struct CoefficientUpload
+{
+    QString path;         ///< file or directory
+    QString kind;         ///< plain, multilayer, adaptive, dynamic or lowgray
+    QStringList cabinets; ///< those to upload; empty: all that are there
+    int parallel = 4;     ///< requests under way at once
+};
+
+/// Uploads coefficients to every device and tells which cabinets failed and how to go on with those.
+ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console);
+
+/// Reads coefficients of @p kind from one device into the file @p path, or into one file per cabinet where it
+/// is a directory. What a failure would cut short stays as it was.
+ExitCode runCoefficientDownload(const Settings& settings, const QString& path, const QString& kind,
+                                const QStringList& cabinets, Console& console);
+
+/// Has every device save the coefficients of @p kind that @p cabinets show.
+ExitCode runCoefficientSave(const Settings& settings, const QString& kind, const QStringList& cabinets,
+                            Console& console);
+
+/// Has every device clear the coefficients of @p kind of @p cabinets.
+ExitCode runCoefficientClear(const Settings& settings, const QString& kind, const QStringList& cabinets,
+                             Console& console);
+
+/// Firmware on its way to a device.
+struct FirmwareUpdate
+{
+    QString file;
+    bool controller = false;               ///< for the controller itself, not for its receiving cards
+    QString part = QStringLiteral("file"); ///< name of the file's part in the form that receiving cards take
+    QStringList fields;                    ///< NAME=VALUE: further parts of that form
+    bool uploadOnly = false;               ///< the cards get the file and do not load it yet
+};
+
+/// Updates the firmware of every device, one after the other, and waits until the device says that it is
+/// done.
+ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& update, Console& console);
+
+/// Prints how far the update of every device is.
+ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console);
+
+/// Reads the firmware @p type of the receiving card @p id of one device into the file @p path, which stays as
+/// it was when that fails.
+ExitCode runFirmwareDownload(const Settings& settings, const QString& path, const QString& id, int type,
+                             Console& console);
+
 /// Shows the library at work on two simulated controllers.
 ExitCode runDemo(Console& console);
 

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+#include "commands.h"
+
+#include "tesselctl/exchangeledger.h"
+#include "tesselctl/jsontext.h"
+#include "tesselctl/monitortext.h"
+#include "tesselctl/output.h"
+#include "tesselctl/printable.h"
+#include "tesselctl/terminal.h"
+#include "tesselctl/terminationsignal.h"
+
+#include <communicator/httpjsonpackage.h>
+#include <tessel/allurlresource.h>
+#include <tessel/devicemanager.h>
+#include <tessel/monitorinfo.h>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QTimer>
+
+#include <algorithm>
+#include <utility>
+
+namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using UrlResource::MonitorInfo;
+
+namespace {
+
+/// What a device pushed on its own account.
+struct Warning
+{
+    QString device;
+    QString type;
+    QVariant payload;
+
+    bool operator==(const Warning& other) const
+    {
+        return device == other.device && type == other.type && payload == other.payload;
+    }
+};
+
+/// Reads the devices in turn with a timer and tells what they say: in a table that stays in its place on a
+/// terminal, in lines elsewhere.
+class Monitor : public QObject
+{
+public:
+    Monitor(const Settings& settings, const std::vector<Device>& devices, int interval, int count,
+            Console& console)
+        : m_json(settings.json)
+        , m_inPlace(!settings.json && isTerminal(stdout))
+        , m_count(count)
+        , m_console(console)
+        , m_ledger(settings.trace, console)
+    {
+        for (const Device& device : devices)
+            m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}});
+        const MonitorInfo* const monitor = MonitorInfo::getInstance();
+        connect(monitor, &MonitorInfo::signal_tqWarningReport, this,
+                [this](const QString& device, const QVariant& payload, int type) {
+                    const QStringList types{QStringLiteral("fanSpeed"), QStringLiteral("voltage"),
+                                            QStringLiteral("temperature")};
+                    onWarning({device, types.value(type), payload});
+                });
+        connect(monitor, &MonitorInfo::signal_tqOutputStateChanged, this,
+                [this](const QString& device, const QVariant& payload) {
+                    onWarning({device, QStringLiteral("output"), payload});
+                });
+        connect(monitor, &MonitorInfo::signal_cabinetWarningReport, this,
+                [this](const QString& device, const QVariant& payload) {
+                    onWarning({device, QStringLiteral("cabinet"), payload});
+                });
+        connect(&m_timer, &QTimer::timeout, this, &Monitor::readAll);
+        m_timer.start(interval);
+        QTimer::singleShot(0, this, &Monitor::readAll);
+    }
+
+    /// That of the first device whose latest reading failed.
+    ExitCode exitCode() const
+    {
+        const auto failed = std::find_if(m_readings.begin(), m_readings.end(),
+                                         [](const Reading& reading) { return reading.outcome.code != Done; });
+        return failed == m_readings.end() ? Done : failed->outcome.code;
+    }
+
+private:
+    struct Reading
+    {
+        QString device;
+        QVariantMap data; ///< the latest that came
+        Outcome outcome;  ///< of the latest attempt
+        int attempts = 0;
+        bool underWay = false;
+    };
+
+    void readAll()
+    {
+        for (Reading& reading : m_readings) {
+            const bool enough = m_count > 0 && reading.attempts == m_count;
+            if (reading.underWay || enough)
+                continue;
+            reading.underWay = true;
+            MonitorInfo::getInstance()->getMonitorData(reading.device,
+                                                       [this, &reading](HttpJsonPackage* package) {
+                                                           package->deleteLater();
+                                                           onReading(reading, package->getReceiveData());
+                                                       });
+        }
+    }
+
+    void onReading(Reading& reading, const QByteArray& reply)
+    {
+        reading.underWay = false;
+        ++reading.attempts;
+        reading.outcome =
+            m_ledger.takeOutcome(reading.device, AllUrlResource::getUrl(QStringLiteral("MonitorData")));
+        QVariant envelope;
+        QString problem;
+        if (reading.outcome.code == Done && parseJson(reply, envelope, problem))
+            reading.data = envelope.toMap().value(QStringLiteral("data")).toMap();
+        else if (reading.outcome.code == Done)
+            reading.outcome = {Failed, QStringLiteral("the reply is no JSON: ") + printable(problem)};
+        tell(reading);
+        const bool all = std::all_of(m_readings.begin(), m_readings.end(),
+                                     [this](const Reading& one) { return one.attempts == m_count; });
+        if (m_count > 0 && all) {
+            m_timer.stop();
+            QCoreApplication::quit();
+        }
+    }
+
+    void tell(const Reading& reading)
+    {
+        const bool failed = reading.outcome.code != Done;
+        if (m_inPlace) {
+            repaint({});
+        } else if (m_json) {
+            printJson(QStringLiteral("reading"), reading.device,
+                      {{QStringLiteral("data"), failed ? QVariant() : QVariant(reading.data)},
+                       {QStringLiteral("problem"), failed ? reading.outcome.reason : QVariant()}});
+        } else if (failed) {
+            m_console.complain(
+                QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.reason));
+        } else {
+            const QStringList columns = monitorColumns();
+            const QStringList cells = monitorCells(reading.data);
+            QStringList words{now(), printable(reading.device)};
+            for (int i = 0; i < columns.size(); ++i)
+                words << columns[i] + QLatin1Char(' ') + cells[i];
+            print(words.join(QStringLiteral("  ")) + QLatin1Char('\n'));
+        }
+    }
+
+    // A warning is signalled twice, one right after the other; it is told once, when both have come.
+    void onWarning(const Warning& warning)
+    {
+        if (m_warnings.contains(warning))
+            return;
+        m_warnings << warning;
+        if (m_warnings.size() == 1)
+            QTimer::singleShot(0, this, &Monitor::tellWarnings);
+    }
+
+    void tellWarnings()
+    {
+        QStringList lines;
+        for (const Warning& warning : std::exchange(m_warnings, {})) {
+            if (m_json) {
+                printJson(
+                    QStringLiteral("warning"), warning.device,
+                    {{QStringLiteral("type"), warning.type}, {QStringLiteral("payload"), warning.payload}});
+                continue;
+            }
+            lines << QStringLiteral("%1  %2  warning %3: %4")
+                         .arg(now(), printable(warning.device), warning.type, humanWord(warning.payload));
+        }
+        if (m_inPlace) {
+            print(QStringLiteral("\a"));
+            repaint(lines);
+        } else if (!lines.isEmpty()) {
+            print(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+        }
+    }
+
+    void repaint(const QStringList& above)
+    {
+        QList<QStringList> rows{QStringList{QStringLiteral("device")} + monitorColumns()};
+        QStringList problems;
+        for (const Reading& reading : m_readings) {
+            const QString device = printable(reading.device);
+            rows << QStringList{device} + monitorCells(reading.data);
+            if (reading.outcome.code != Done)
+                problems << device + QStringLiteral(": ") + reading.outcome.reason;
+        }
+        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + problems;
+        lines << QStringLiteral("as of ") + now() + QStringLiteral("; Ctrl-C ends");
+        print(repainted(m_painted, above, lines, terminalColumns(stdout)));
+        m_painted = lines.size();
+    }
+
+    void printJson(const QString& kind, const QString& device, QVariantMap line)
+    {
+        line.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
+        line.insert(QStringLiteral("kind"), kind);
+        line.insert(QStringLiteral("device"), device);
+        print(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
+    }
+
+    void print(const QString& text)
+    {
+        m_console.data(text);
+        if (m_console.dataLost())
+            QCoreApplication::quit();
+    }
+
+    static QString now()
+    {
+        return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    }
+
+    const bool m_json;
+    const bool m_inPlace;
+    const int m_count;
+    Console& m_console;
+    ExchangeLedger m_ledger;
+    QTimer m_timer;
+    std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
+    QList<Warning> m_warnings;       // signalled and not yet told
+    int m_painted = 0;               // lines of the table on the terminal
+};
+
+} // namespace
+
+ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console)
+{
+    QString problem;
+    const std::vector<Device> devices = readDevices(settings.devices, problem);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
+        return Usage;
+    }
+    bool ended = false;
+    const TerminationSignal stop([&ended] {
+        ended = true;
+        QCoreApplication::quit();
+    });
+    DeviceManager::getInstance()->initManager();
+    if (!addDevices(devices, problem)) {
+        console.complain(problem);
+        return Usage;
+    }
+    const Monitor monitor(settings, devices, interval, count, console);
+    QCoreApplication::exec();
+    return ended ? Done : monitor.exitCode();
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: MIT
+#include "program.h"
+
+#include <simulator/simulator.h>
+#include <tesselctl/updateprogress.h>
+
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Tessel::Simulator::Fault;
+using Tessel::Simulator::RequestRecord;
+using Tessel::Simulator::Simulator;
+
+namespace {
+
+const QString updatePath = "/api/v1/device/cabinet/rvupdate";
+const QString loadPath = "/api/v1/device/cabinet/rvupdateload";
+const QString progressPath = "/api/v1/device/cabinet/rvupdateprogress";
+const QString controllerPath = "/api/v1/device/hw/update";
+const QString controllerProgressPath = "/api/v1/device/hw/updateprogress";
+const QString firmwarePath = "/api/v1/device/cabinet/rvfirmware/3/1";
+
+Fault answer(const QString& path, int status, const QByteArray& body = {}, int times = -1)
+{
+    Fault fault;
+    fault.path = path;
+    fault.status = status;
+    fault.body = body;
+    fault.times = times;
+    return fault;
+}
+
+Fault stall(const QString& path)
+{
+    Fault fault;
+    fault.path = path;
+    fault.cut = Fault::Cut::Stall;
+    return fault;
+}
+
+} // namespace
+
+class TestFirmware : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_simulator = std::make_unique<Simulator>();
+        QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
+    }
+
+    void progressIsReadFromAReply_data()
+    {
+        QTest::addColumn<QVariantMap>("reply");
+        QTest::addColumn<double>("share");
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<bool>("failed");
+        QTest::newRow("nothing") << QVariantMap() << -1.0 << QString() << false;
+        QTest::newRow("progress") << QVariantMap{{"progress", 25}, {"state", "writing"}} << 0.25 << "writing"
+                                  << false;
+        QTest::newRow("percent") << QVariantMap{{"percent", "50"}, {"status", 3}} << 0.5 << QString()
+                                 << false;
+        QTest::newRow("beyond") << QVariantMap{{"progress", 1e9}} << 1.0 << QString() << false;
+        QTest::newRow("below") << QVariantMap{{"progress", -4}} << -1.0 << QString() << false;
+        QTest::newRow("no number") << QVariantMap{{"progress", "x"}} << -1.0 << QString() << false;
+        QTest::newRow("failed") << QVariantMap{{"progress", 10}, {"state", "Failed"}} << 0.1 << "Failed"
+                                << true;
+        QTest::newRow("a steering word")
+            << QVariantMap{{"state", "\x1b[2J"}} << -1.0 << "\\u001b[2J" << false;
+    }
+    void progressIsReadFromAReply()
+    {
+        QFETCH(QVariantMap, reply);
+        const TesselCtl::UpdateProgress progress = TesselCtl::updateProgressOf(reply);
+        QTEST(progress.share, "share");
+        QTEST(progress.state, "state");
+        QTEST(progress.failed, "failed");
+    }
+
+    void cardsGetTheFileAndLoadIt()
+    {
+        write("card.bin", "IMAGE\n");
+        const Run run = firmware({"update", path("card.bin"), "--field", "type=1"});
+        QVERIFY2(run.code == 0, run.err);
+        QCOMPARE(run.out, QByteArray("wall: ok\n"));
+        QVERIFY2(run.err.contains("wall: 100 %, done"), run.err);
+        QVERIFY(!run.err.contains('\r') && !run.err.contains('\x1b'));
+        const QByteArray update = bodyOf(updatePath);
+        QVERIFY2(update.contains("name=\"file\"; filename=\"card.bin\"") && update.contains("IMAGE\n"),
+                 update);
+        QVERIFY2(update.contains("name=\"type\""), update);
+        const QByteArray load = bodyOf(loadPath);
+        QVERIFY2(load.contains("name=\"file\"") && load.contains("\r\n\r\ncard.bin\r\n"), load);
+        QVERIFY2(load.contains("name=\"type\"") && !load.contains("IMAGE"), load);
+    }
+
+    void loadingCanBeLeftOut()
+    {
+        write("card.bin", "IMAGE");
+        const Run run = firmware({"update", path("card.bin"), "--upload-only", "--part", "fw"});
+        QVERIFY2(run.code == 0, run.err);
+        QVERIFY(bodyOf(updatePath).contains("name=\"fw\""));
+        QCOMPARE(m_simulator->requestCount(loadPath), quint64(0));
+    }
+
+    void aControllerGetsTheBytesAsTheyAre()
+    {
+        const QByteArray image = QByteArray("\0\x01\xff{}", 5).repeated(4000);
+        write("controller.bin", image);
+        const Run run = firmware({"update", path("controller.bin"), "--controller", "--json"});
+        QVERIFY2(run.code == 0, run.err);
+        QCOMPARE(run.json().object().value("wall").toBool(), true);
+        QCOMPARE(bodyOf(controllerPath), image);
+        QVERIFY(m_simulator->requestCount(controllerProgressPath) >= 1);
+    }
+
+    void itWaitsUntilTheDeviceIsDone()
+    {
+        write("card.bin", "IMAGE");
+        m_simulator->addFault(
+            answer(progressPath, 200, R"({"code":0,"data":{"progress":42,"state":"writing"}})", 2));
+        const Run run = firmware({"update", path("card.bin")});
+        QVERIFY2(run.code == 0, run.err);
+        QVERIFY2(run.err.contains("wall: 40 %, writing"), run.err);
+        QVERIFY2(run.err.contains("wall: 100 %, done"), run.err);
+        QCOMPARE(m_simulator->requestCount(progressPath), quint64(3));
+    }
+
+    void progressIsReadWhileTheFileIsSent_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("slow");
+        QTest::addColumn<QString>("progress");
+        QTest::newRow("cards") << QStringList() << updatePath << progressPath;
+        QTest::newRow("controller") << QStringList{"--controller"} << controllerPath
+                                    << controllerProgressPath;
+    }
+    void progressIsReadWhileTheFileIsSent()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QString, slow);
+        QFETCH(QString, progress);
+        write("image.bin", "IMAGE");
+        m_simulator->addFault(stall(slow));
+        Program program(device() + QStringList{"firmware", "update", path("image.bin")} + options);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            m_simulator->requestCount(slow) == 1 && m_simulator->requestCount(progress) >= 2, 30000);
+    }
+
+    void aDeviceThatTellsNoProgressIsDoneWhenItAnswered()
+    {
+        write("card.bin", "IMAGE");
+        m_simulator->addFault(answer(progressPath, 200, R"({"code":0,"data":{}})"));
+        QCOMPARE(firmware({"update", path("card.bin")}).code, 0);
+    }
+
+    void aFailureIsTold_data()
+    {
+        QTest::addColumn<QString>("failing");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QByteArray>("told");
+        QTest::newRow("the file is refused")
+            << updatePath << 500 << QByteArray() << 5 << QByteArray("HTTP status 500");
+        QTest::newRow("loading is refused")
+            << loadPath << 200 << QByteArray(R"({"code":7})") << 5 << QByteArray("code 7");
+        QTest::newRow("the update fails")
+            << progressPath << 200 << QByteArray(R"({"code":0,"data":{"progress":10,"state":"failed"}})") << 1
+            << QByteArray("the device says: failed");
+        QTest::newRow("progress is refused")
+            << progressPath << 404 << QByteArray() << 5 << QByteArray("HTTP status 404");
+    }
+    void aFailureIsTold()
+    {
+        QFETCH(QString, failing);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, code);
+        QFETCH(QByteArray, told);
+        write("card.bin", "IMAGE");
+        m_simulator->addFault(answer(failing, status, body));
+        const Run run = firmware({"update", path("card.bin")});
+        QCOMPARE(run.code, code);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains(told), run.err);
+    }
+
+    void aFileThatCannotBeSentEndsWithTwo_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QByteArray>("told");
+        QTest::newRow("missing") << "nothing" << QStringList() << QByteArray("nothing: No such file");
+        QTest::newRow("a directory") << "." << QStringList() << QByteArray("is a directory");
+        QTest::newRow("empty") << "empty" << QStringList() << QByteArray("empty: is empty");
+        QTest::newRow("a wrong field") << "full" << QStringList{"--field", "x"} << QByteArray("NAME=VALUE");
+        QTest::newRow("a form for a controller")
+            << "full" << QStringList{"--controller", "--field", "a=b"} << QByteArray("without a form");
+    }
+    void aFileThatCannotBeSentEndsWithTwo()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, options);
+        QFETCH(QByteArray, told);
+        write("empty", "");
+        write("full", "IMAGE");
+        const Run run = firmware(QStringList{"update", path(name)} + options);
+        QCOMPARE(run.code, 2);
+        QVERIFY2(run.err.contains(told), run.err);
+        QCOMPARE(m_simulator->requestCount(), quint64(0));
+    }
+
+    void progressIsPrinted()
+    {
+        m_simulator->addFault(answer(progressPath, 200, R"({"code":0,"data":{"progress":42}})"));
+        QCOMPARE(firmware({"progress"}).out, QByteArray("wall:\nprogress  42\n"));
+        const Run controller = firmware({"progress", "--controller", "--json"});
+        QCOMPARE(controller.code, 0);
+        QVERIFY(controller.json().object().value("wall").toObject().contains("progress"));
+        QCOMPARE(m_simulator->requestCount(controllerProgressPath), quint64(1));
+
+        const Run gone = run({"--device", "wall=" + closedAddress(), "firmware", "progress"});
+        QCOMPARE(gone.code, 3);
+        QVERIFY(gone.err.startsWith("tesselctl: wall: "));
+    }
+
+    void aDownloadReplacesTheFile()
+    {
+        write("card.bin", "old");
+        const Run run = download("card.bin");
+        QVERIFY2(run.code == 0, run.err);
+        QCOMPARE(run.out, path("card.bin").toUtf8() + ": 65.5 kB\n");
+        const QByteArray image = read("card.bin");
+        QVERIFY(image.startsWith("FIRMWARE 3 1\n"));
+        QCOMPARE(image.size(), 65536);
+    }
+
+    void aFailedDownloadLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("truncated");
+        QTest::addColumn<int>("code");
+        QTest::newRow("HTTP error") << 500 << false << 5;
+        QTest::newRow("cut") << 0 << true << 3;
+    }
+    void aFailedDownloadLeavesTheOldFile()
+    {
+        QFETCH(int, status);
+        QFETCH(bool, truncated);
+        QFETCH(int, code);
+        Fault fault = answer(firmwarePath, status);
+        fault.cut = truncated ? Fault::Cut::Truncate : Fault::Cut::None;
+        m_simulator->addFault(fault);
+        write("card.bin", "old");
+        const Run run = download("card.bin");
+        QCOMPARE(run.code, code);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains("card.bin stays as it was"),
+                 run.err);
+        QCOMPARE(read("card.bin"), QByteArray("old"));
+        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList{"card.bin"});
+    }
+
+    void aDestinationThatCannotBeWrittenIsTold()
+    {
+        const Run run = download("no/such/directory/card.bin");
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("destination cannot be written"), run.err);
+        QCOMPARE(m_simulator->requestCount(), quint64(0));
+    }
+
+    void twoDevicesGiveNoFile()
+    {
+        const Run run = firmware({"download", path("f"), "--id", "3", "--device", "other=h:1"});
+        QCOMPARE(run.code, 2);
+        QVERIFY(run.err.contains("one device"));
+    }
+
+    void theHelpHasExamples_data()
+    {
+        QTest::addColumn<QStringList>("command");
+        QTest::newRow("firmware") << QStringList{"firmware"};
+        for (const char* command : {"update", "progress", "download"})
+            QTest::newRow(command) << QStringList{"firmware", command};
+    }
+    void theHelpHasExamples()
+    {
+        QFETCH(QStringList, command);
+        const Run run = ::run(command + QStringList{"--help"});
+        QCOMPARE(run.code, 0);
+        QVERIFY(run.out.contains("Examples:"));
+    }
+
+private:
+    QString path(const QString& name) const { return m_directory->path() + '/' + name; }
+    void write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), qint64(content.size()));
+    }
+    QByteArray read(const QString& name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    QStringList device() const { return {"--device", "wall=" + m_simulator->address()}; }
+    Run firmware(const QStringList& arguments) const
+    {
+        return run(device() + QStringList{"firmware"} + arguments);
+    }
+    Run download(const QString& name) const
+    {
+        return firmware({"download", path(name), "--id", "3", "--type", "1"});
+    }
+    QByteArray bodyOf(const QString& requestPath) const
+    {
+        for (const RequestRecord& request : m_simulator->requests()) {
+            if (request.path == requestPath && request.method != "GET")
+                return request.body;
+        }
+        return {};
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<Simulator> m_simulator;
+};
+
+QTEST_GUILESS_MAIN(TestFirmware)
+#include "tst_firmware.moc"
