@@ -2,7 +2,7 @@
 # Sourced by ./demo, ./test and .ci/run: installs the Debian packages that are missing, and says so.
 
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
-  libboost-dev nlohmann-json3-dev libcli11-dev)
+  libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 style_packages=(git clang-format clang-tidy)
 
 # install_missing PACKAGE...

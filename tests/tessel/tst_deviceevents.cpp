@@ -16,7 +16,7 @@ public:
         heard << "logout " + deviceKey;
         thread = QThread::currentThread();
     }
-    void event(const QByteArray& data, const QString& deviceKey)
+    void hear(const QByteArray& data, const QString& deviceKey)
     {
         heard << deviceKey + ' ' + data;
         thread = QThread::currentThread();
@@ -34,7 +34,7 @@ private Q_SLOTS:
     void aListenerHearsLogoutsAndEventsOfEveryDevice()
     {
         Listener listener;
-        Tessel::listenToDevices(&listener, &Listener::logout, &Listener::event);
+        Tessel::listenToDevices(&listener, &Listener::logout, &Listener::hear);
         Q_EMIT HttpProxy::getInstance()->deviceAutoReportData("{}", "a");
         Q_EMIT HttpProxy::getInstance()->deviceLogout("b");
         QCOMPARE(listener.heard, (QStringList{"a {}", "logout b"}));
@@ -43,7 +43,7 @@ private Q_SLOTS:
     void anEventOnlyListenerHearsNoLogout()
     {
         Listener listener;
-        Tessel::listenToEvents(&listener, &Listener::event);
+        Tessel::listenToEvents(&listener, &Listener::hear);
         Q_EMIT HttpProxy::getInstance()->deviceLogout("b");
         Q_EMIT HttpProxy::getInstance()->deviceAutoReportData("{}", "a");
         QCOMPARE(listener.heard, (QStringList{"a {}"}));
@@ -52,7 +52,7 @@ private Q_SLOTS:
     void handlersRunOnTheListenersThreadWhoeverEmits()
     {
         Listener listener;
-        Tessel::listenToDevices(&listener, &Listener::logout, &Listener::event);
+        Tessel::listenToDevices(&listener, &Listener::logout, &Listener::hear);
         std::unique_ptr<QThread> foreign(QThread::create([] {
             Q_EMIT HttpProxy::getInstance()->deviceAutoReportData("{}", "a");
             Q_EMIT HttpProxy::getInstance()->deviceLogout("a");
