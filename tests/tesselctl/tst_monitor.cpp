@@ -92,7 +92,7 @@ private Q_SLOTS:
         QCOMPARE(run.err, QByteArray());
         QCOMPARE(run.out.count('\n'), 3);
         const QRegularExpression line(
-            R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d  wall  fans 2400, 2430  temperature \d+  voltage core )");
+            R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d  wall  fans \d+, \d+  temperature \d+  voltage core )");
         for (const QByteArray& text : run.out.trimmed().split('\n'))
             QVERIFY2(line.match(text).hasMatch(), text);
         QVERIFY(!run.out.contains('\x1b') && !run.out.contains('\a'));
