@@ -151,13 +151,19 @@ private:
 
     bool readCapability()
     {
-        m_page.heading(QStringLiteral("What chips does it know? One call, one request"));
+        m_page.heading(QStringLiteral("What chips does it know? A call is a request"));
         const QString device = m_devices.front().name;
         QList<QVariant> chips;
         m_page.call(QStringLiteral("Capability::getInstance()->getAllChipType(\"%1\", chips);").arg(device));
         if (!Capability::getInstance()->getAllChipType(device, chips) || chips.isEmpty())
             return failed(device);
         m_page.result(humanText(chips));
+        QList<QVariant> decoders;
+        m_page.call(
+            QStringLiteral("Capability::getInstance()->getRowDecodeType(\"%1\", decoders);").arg(device));
+        if (!Capability::getInstance()->getRowDecodeType(device, decoders) || decoders.isEmpty())
+            return failed(device);
+        m_page.result(humanText(decoders));
         return true;
     }
 
@@ -173,6 +179,14 @@ private:
         if (!DebugInfo::getInstance()->getParameters(device, what, parameters))
             return failed(device);
         m_page.result(humanText(parameters));
+        const QMap<QString, QVariant> change{{QStringLiteral("cabinetId"), 1}, {QStringLiteral("mode"), 2}};
+        QList<QVariant> outcome;
+        m_page.call(QStringLiteral("DebugInfo::getInstance()->sendParameters(\"%1\", {{\"cabinetId\", 1}, "
+                                   "{\"mode\", 2}}, outcome);")
+                        .arg(device));
+        if (!DebugInfo::getInstance()->sendParameters(device, change, outcome))
+            return failed(device);
+        m_page.result(humanText(outcome));
         return true;
     }
 
