@@ -138,8 +138,7 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
 
 QStringList keysOf(const ServerProcess& server)
 {
-    const QStringList keys =
-        QString::fromStdString(server.address()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    QStringList keys = QString::fromStdString(server.address()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (keys.isEmpty()) {
         std::fprintf(stderr, "bench_events: a server did not start\n");
         std::exit(1);

@@ -442,6 +442,7 @@ bool ScreenInfo::writeThrough(const char* routeKey, const ScreenProperty& proper
         .writeThrough(deviceKey, this, [this, property, deviceKey, screenId, body] {
             const QVariant value = property.read(body.value(QLatin1String(property.name)));
             const QMutexLocker lock(&m_propertyMutex);
+            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the analyser loses the lambda's `this`.
             m_screenProperties[deviceKey][screenId].insert(QLatin1String(property.cacheKey), value);
         });
 }

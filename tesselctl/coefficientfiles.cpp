@@ -179,7 +179,7 @@ QByteArray contentOf(const QString& path, QString& problem)
         problem = QStringLiteral("%1: larger than 1 GiB").arg(printable(path));
     if (!problem.isEmpty())
         return {};
-    const QByteArray content = file.readAll();
+    QByteArray content = file.readAll();
     if (file.error() != QFileDevice::NoError)
         problem = QStringLiteral("%1: %2").arg(printable(path), file.errorString());
     return content;

@@ -79,6 +79,16 @@ HttpReply wellDone()
 
 } // namespace
 
+QVariantList sampleArguments(const Operation& operation, const QString& device)
+{
+    QVariantList values;
+    for (const Parameter& parameter : operation.parameters)
+        values.append(sampleOf(parameter.type, device));
+    if (operation.takesDevice())
+        values[0] = device;
+    return values;
+}
+
 /// Records what comes and answers it well: blocking requests at once, others from the event loop.
 class RequestProbe::Engine : public HttpEngine
 {
@@ -136,12 +146,7 @@ ProbedRequests RequestProbe::requestsOf(const Operation& operation, bool newer)
     if (newer)
         HWInfo::getInstance()->getHwProtoc(device, true);
     m_engine->take();
-    QVariantList values;
-    for (const Parameter& parameter : operation.parameters)
-        values.append(sampleOf(parameter.type, device));
-    if (operation.takesDevice())
-        values[0] = device;
-    operation.invoke(values);
+    operation.invoke(sampleArguments(operation, device));
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
     return m_engine->take();

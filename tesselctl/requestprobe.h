@@ -25,6 +25,9 @@ inline bool operator==(const ProbedRequest& left, const ProbedRequest& right)
 
 using ProbedRequests = std::vector<ProbedRequest>;
 
+/// Arguments with which @p operation can be called on @p device: nothing is empty, and ids are "1".
+QVariantList sampleArguments(const Operation& operation, const QString& device);
+
 /// Learns what operations send by calling them. While it exists the transport answers in process, so nothing
 /// reaches a device. One at a time, on the application's thread.
 class RequestProbe

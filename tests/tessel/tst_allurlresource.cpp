@@ -1,43 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "absentroutekeys.h"
+
 #include <tessel/allurlresource.h>
 
 #include <QtTest>
 
 namespace {
-
-// Keys that operators look up and that the table lacks, for good.
-const char* const absentKeys[] = {
-    "Algorithm_RGBLight",
-    "Algorithm_WhiteLightCoord",
-    "Algorithm_colorTemperature",
-    "Device_AutoBackInfo",
-    "Device_AutoRestoreInfo",
-    "Device_ManualBackInfo",
-    "Device_ManualRestoreInfo",
-    "Device_NoSignalCustomImage",
-    "Device_PortAutoToggle",
-    "Device_CabBootCustomImage",
-    "Device_CabBootImagePos",
-    "Device_CabBootRestoreImage",
-    "Device_CabinetBrightness",
-    "Device_CabinetInfo",
-    "Device_CabinetPixelSize",
-    "Device_Correction_screenCorrectAction",
-    "Device_PutCabinetDynamicCoefficients",
-    "Device_GroupScreenInfo",
-    "Device_PipeThreeDSourcemode",
-    "ScreenImage",
-    "ScreenImagePos",
-    "ScreenImageRegion",
-    "Screen_AdjustSceenColor",
-    "Screen_ClearChooseState",
-    "Screen_EnterHwMode",
-    "Screen_IsShowHWState",
-    "Screen_MouseToScreen",
-    "Screen_NomalShow",
-    "Screen_SetLineState",
-    "Screen_SetRegionState",
-};
 
 struct SharedPath
 {
@@ -137,7 +105,7 @@ private Q_SLOTS:
     void anAbsentKeyYieldsAnEmptyPath_data()
     {
         QTest::addColumn<QString>("key");
-        for (const char* key : absentKeys)
+        for (const char* key : absentRouteKeys)
             QTest::newRow(key) << QString(key);
         QTest::newRow("empty") << QString();
         QTest::newRow("another case") << QString("device_hwinfo");

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QMap>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -117,6 +118,8 @@ private Q_SLOTS:
     void everyPublicFunctionHasItsRows();
     void everyRowHasItsFunction();
     void whatIsNotCallableIsDeclared();
+    void everyPublicFunctionIsExported();
+    void everyPublicFunctionIsTested();
     void everyOperationIsProbedWithoutWaiting();
     void aProbeTellsWhatIsSent();
     void aProbeIsNotAnsweredByACache();
@@ -151,6 +154,39 @@ void TestOperationList::whatIsNotCallableIsDeclared()
     const QMap<QString, int> functions = functionsOfTheHeaders();
     for (const QString& name : notCallable)
         QVERIFY2(functions.contains(name), qPrintable(name));
+}
+
+void TestOperationList::everyPublicFunctionIsExported()
+{
+    QProcess nm;
+    nm.start("nm", {"-DC", "--defined-only", TESSEL_LIBRARY_FILE});
+    QVERIFY(nm.waitForFinished(60000));
+    QMap<QString, int> exported;
+    static const QRegularExpression symbol(R"( [TW] ((?:\w+::)+\w+)\()");
+    for (const QString& line : QString::fromUtf8(nm.readAllStandardOutput()).split('\n')) {
+        const QRegularExpressionMatch match = symbol.match(line);
+        if (match.hasMatch())
+            ++exported[match.captured(1)];
+    }
+    const QMap<QString, int> functions = functionsOfTheHeaders();
+    for (auto function = functions.begin(); function != functions.end(); ++function)
+        QVERIFY2(exported.value(function.key()) >= function.value(), qPrintable(function.key()));
+}
+
+void TestOperationList::everyPublicFunctionIsTested()
+{
+    QString tests;
+    const QDir directory(TESSEL_SOURCE_DIR "/tests/tessel");
+    for (const QString& name : directory.entryList({"*.cpp", "*.h"}, QDir::Files)) {
+        QFile file(directory.filePath(name));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        tests += QString::fromUtf8(file.readAll());
+    }
+    const QMap<QString, int> functions = functionsOfTheHeaders();
+    for (const QString& function : functions.keys()) {
+        const QString call = "\\b" + function.section("::", -1) + "\\b";
+        QVERIFY2(tests.contains(QRegularExpression(call)), qPrintable(function));
+    }
 }
 
 void TestOperationList::everyOperationIsProbedWithoutWaiting()
