@@ -102,4 +102,11 @@ std::vector<Device> startDevices(const DeviceSettings& settings, Console& consol
     return {};
 }
 
+void forgetDevices()
+{
+    HttpProxy* const proxy = HttpProxy::getInstance();
+    for (const QString& device : proxy->devices())
+        proxy->removeDevice(device);
+}
+
 } // namespace TesselCtl

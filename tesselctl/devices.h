@@ -44,6 +44,9 @@ bool addDevices(const std::vector<Device>& devices, QString& problem);
 /// Does both. @return none when the settings are wrong, which @p console then told.
 std::vector<Device> startDevices(const DeviceSettings& settings, Console& console);
 
+/// Makes the transport forget all devices: what is under way ends soon, as aborted.
+void forgetDevices();
+
 } // namespace TesselCtl
 
 #endif

@@ -143,11 +143,12 @@ public:
         m_transfer.milliseconds = m_clock.elapsed();
     }
 
-    /// Sends nothing more and waits for nothing; what was not told done counts as failed.
+    /// Sends nothing more and gives up what is under way; what was not told done counts as failed.
     void stop()
     {
         m_stopped = true;
-        m_loop.quit();
+        forgetDevices();
+        quitWhenIdle();
     }
 
     Result resultOf(const QString& device) const
@@ -205,10 +206,15 @@ private:
     void ended(const Job& job)
     {
         --m_underWay;
-        if (m_stopped)
-            return;
-        settle(job, m_ledger.takeOutcome(job.device, job.path));
-        beginSome();
+        if (!m_stopped) {
+            settle(job, m_ledger.takeOutcome(job.device, job.path));
+            beginSome();
+        }
+        quitWhenIdle();
+    }
+
+    void quitWhenIdle()
+    {
         if (m_underWay == 0)
             m_loop.quit();
     }
@@ -355,7 +361,7 @@ Outcome load(const Kind& kind, const QString& device, const QString& cabinet, Ex
     const auto record = ledger.take(device, pathOf(kind.loadRoute, cabinet));
     if (!record)
         return {Failed, QStringLiteral("no request was made")};
-    const Outcome outcome = outcomeOf(*record);
+    Outcome outcome = outcomeOf(*record);
     if (outcome.code != Done)
         return outcome;
     QVariant envelope;

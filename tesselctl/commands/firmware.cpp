@@ -92,7 +92,7 @@ public:
 
     Outcome run()
     {
-        const Outcome outcome = m_update.controller ? updateController() : updateCards();
+        Outcome outcome = m_update.controller ? updateController() : updateCards();
         m_bar.clear();
         return outcome;
     }

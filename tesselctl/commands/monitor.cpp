@@ -76,6 +76,18 @@ public:
         QTimer::singleShot(0, this, &Monitor::readAll);
     }
 
+    /// Reads nothing more and gives up what is under way, untold.
+    void end()
+    {
+        m_ending = true;
+        m_timer.stop();
+        forgetDevices();
+        const auto underWay = [](const Reading& reading) { return reading.underWay; };
+        while (std::any_of(m_readings.begin(), m_readings.end(), underWay))
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
     /// That of the first device whose latest reading failed.
     ExitCode exitCode() const
     {
@@ -104,14 +116,15 @@ private:
             MonitorInfo::getInstance()->getMonitorData(reading.device,
                                                        [this, &reading](HttpJsonPackage* package) {
                                                            package->deleteLater();
-                                                           onReading(reading, package->getReceiveData());
+                                                           reading.underWay = false;
+                                                           if (!m_ending)
+                                                               onReading(reading, package->getReceiveData());
                                                        });
         }
     }
 
     void onReading(Reading& reading, const QByteArray& reply)
     {
-        reading.underWay = false;
         ++reading.attempts;
         reading.outcome =
             m_ledger.takeOutcome(reading.device, AllUrlResource::getUrl(QStringLiteral("MonitorData")));
@@ -227,7 +240,8 @@ private:
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
     QList<Warning> m_warnings;       // signalled and not yet told
-    int m_painted = 0;               // lines of the table on the terminal
+    bool m_ending = false;
+    int m_painted = 0; // lines of the table on the terminal
 };
 
 } // namespace
@@ -250,8 +264,9 @@ ExitCode runMonitor(const Settings& settings, int interval, int count, Console& 
         console.complain(problem);
         return Usage;
     }
-    const Monitor monitor(settings, devices, interval, count, console);
+    Monitor monitor(settings, devices, interval, count, console);
     QCoreApplication::exec();
+    monitor.end();
     return ended ? Done : monitor.exitCode();
 }
 
