@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/collection.h>
 
+#include <simulator/addressing.h>
 #include <simulator/jsontools.h>
 
 #include <algorithm>
-#include <charconv>
 
 namespace Tessel::Simulator {
 
@@ -26,12 +26,7 @@ bool Collection::fits(const json& written, const json& patch) const
 
 std::optional<std::size_t> Collection::indexOf(std::string_view id) const
 {
-    std::size_t number = 0;
-    const auto [end, error] = std::from_chars(id.data(), id.data() + id.size(), number);
-    if (error != std::errc() || end != id.data() + id.size() || id.front() == '0' || number < 1 ||
-        number > m_count)
-        return std::nullopt;
-    return number - 1;
+    return indexOfId(id, m_count);
 }
 
 json Collection::record(std::size_t index) const

@@ -74,6 +74,11 @@ Reply requests(Device& device, const std::string& /*body*/)
     return done(list);
 }
 
+Reply coefficients(Device& device, const std::string& /*body*/)
+{
+    return done(device.coefficients().summary());
+}
+
 Reply pushEvent(Device& device, const std::string& body)
 {
     return done({{"id", device.events().publish(body)}});
@@ -187,12 +192,19 @@ Reply clearFaults(Device& device, const std::string& /*body*/)
 }
 
 constexpr Action actions[] = {
-    {Method::Get, "/sim", describe},          {Method::Get, "/sim/counts", counts},
-    {Method::Get, "/sim/requests", requests}, {Method::Post, "/sim/events", pushEvent},
-    {Method::Post, "/sim/warnings", warn},    {Method::Post, "/sim/disconnect", disconnect},
-    {Method::Post, "/sim/logout", logout},    {Method::Post, "/sim/login", login},
-    {Method::Post, "/sim/reset", reset},      {Method::Get, "/sim/faults", listFaults},
-    {Method::Post, "/sim/faults", addFaults}, {Method::Delete, "/sim/faults", clearFaults},
+    {Method::Get, "/sim", describe},
+    {Method::Get, "/sim/counts", counts},
+    {Method::Get, "/sim/requests", requests},
+    {Method::Post, "/sim/events", pushEvent},
+    {Method::Post, "/sim/warnings", warn},
+    {Method::Post, "/sim/disconnect", disconnect},
+    {Method::Post, "/sim/logout", logout},
+    {Method::Post, "/sim/login", login},
+    {Method::Post, "/sim/reset", reset},
+    {Method::Get, "/sim/faults", listFaults},
+    {Method::Post, "/sim/faults", addFaults},
+    {Method::Delete, "/sim/faults", clearFaults},
+    {Method::Get, "/sim/coefficients", coefficients},
 };
 
 } // namespace

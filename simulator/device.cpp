@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/device.h>
 
+#include <simulator/addressing.h>
 #include <simulator/changeevents.h>
 #include <simulator/control.h>
 #include <simulator/fixtures.h>
@@ -132,6 +133,7 @@ Device::Exchange::~Exchange()
 Device::Device(const Options& options)
     : m_options(options)
     , m_store(Wall(options))
+    , m_coefficients(m_store.wall(), options.coefficientLimit)
     , m_events(static_cast<std::size_t>(std::max(0, options.eventHistory)))
     , m_log(std::make_shared<RequestLog>(static_cast<std::size_t>(std::max(0, options.requestLog))))
 {}
@@ -165,6 +167,9 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
     if (method == Method::Get && path == eventPath && (!exchange.fault || exchange.fault->status == 0))
         exchange.kind = Exchange::Kind::EventStream;
     const Route* route = exchange.match.route;
+    exchange.delay = std::chrono::milliseconds(exchange.fault ? exchange.fault->delay : 0);
+    if (route && verbOf(method) == Put && CoefficientStore::isSave(*route))
+        exchange.delay = std::max(exchange.delay, std::chrono::milliseconds(m_options.saveTime));
     exchange.keepsBody = route && (verbOf(method) & route->verbs & ~Verbs(Get)) != 0 && !bringsFile(exchange);
     return exchange;
 }
@@ -248,7 +253,8 @@ Reply Device::get(const RouteTable::Match& match)
 {
     if (match.route->scope == Scope::Firmware)
         return firmware(match);
-    auto text = m_store.read(*match.route, idOf(match));
+    auto text = CoefficientStore::kindAt(*match.route) ? m_coefficients.read(*match.route, idOf(match))
+                                                       : m_store.read(*match.route, idOf(match));
     return text ? success(std::move(text)) : failure(404, "no such instance: " + idOf(match));
 }
 
@@ -263,23 +269,45 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
             return failure(415, "this resource takes JSON");
         return store(match, {{"size", bodySize}, {"contentType", validText(exchange.contentType)}});
     }
+    if (bodySize == 0 && CoefficientStore::kindAt(route))
+        return success(successEnvelope());
     if (bodySize == 0) {
         json parameters = json::object();
         for (const auto& [name, value] : parseQuery(exchange.target->query))
             parameters[validText(name)] = validText(value);
         return store(match, std::move(parameters));
     }
+    return storeJson(match, std::move(body));
+}
+
+Reply Device::storeJson(const RouteTable::Match& match, std::string text)
+{
+    const Route& route = *match.route;
     const bool list =
         route.scope == Scope::Plural || route.scope == Scope::Collection || route.scope == Scope::Instance;
-    if (body.size() > (list ? maxListBytes : maxValueBytes)) {
-        if (!isJson(body))
+    const bool coefficients = CoefficientStore::kindAt(route).has_value();
+    if (coefficients || text.size() > (list ? maxListBytes : maxValueBytes)) {
+        if (!isJson(text))
             return failure(400, "the body is no JSON");
-        return storeText(match, std::move(body));
+        return coefficients ? storeCoefficients(match, text) : storeText(match, std::move(text));
     }
-    json value = parseJson(body);
+    json value = parseJson(text);
     if (value.is_discarded())
         return failure(400, "the body is no JSON");
     return store(match, std::move(value));
+}
+
+Reply Device::storeCoefficients(const RouteTable::Match& match, std::string_view text)
+{
+    switch (m_coefficients.upload(*match.route, idOf(match), text)) {
+    case CoefficientStore::Taken::NoCabinet:
+        return failure(404, "no such cabinet: " + idOf(match));
+    case CoefficientStore::Taken::NoSpace:
+        return failure(507, "the controller keeps no more");
+    case CoefficientStore::Taken::Done:
+        break;
+    }
+    return success(successEnvelope());
 }
 
 Reply Device::store(const RouteTable::Match& match, json body)
@@ -330,22 +358,29 @@ void Device::storeSideEffects(const RouteTable::Match& match, const ResourceStor
         storeAt("/api/v1/device/hw/updateprogress", {}, begun);
     else if (property == "/device/cabinet/rvupdate" || property == "/device/cabinet/rvupdateload")
         storeAt("/api/v1/device/cabinet/rvupdateprogress", {}, begun);
-    else if (property == "/device/correctionop/cabinets/clearcoefficient")
-        clearCoefficients("/api/v1/device/correctionop/cabinets/{cid}/coefficientv2", written);
-    else if (property == "/device/correctionop/cabinets/multilayer/clear")
-        clearCoefficients("/api/v1/device/correctionop/cabinets/multilayer/{cid}/coefficient", written);
     else if (property == "/device/input/backup/reset")
         storeAt("/api/v1/device/input/{id}/backup", idOf(match), {{"backupInputId", 0}, {"enable", false}});
     else if (property == "/device/screen/txtestpattern/disable")
         storeAt("/api/v1/device/screen/{id}/txtestpattern", idOf(match), {{"enable", false}});
+    else
+        m_coefficients.act(*match.route, cabinetsMeant(match, written));
 }
 
-void Device::clearCoefficients(const char* path, const ResourceStore::Written& written)
+// The cabinets that a write was for: those of the screen in its path, or those that its body names.
+std::vector<std::string> Device::cabinetsMeant(const RouteTable::Match& match,
+                                               const ResourceStore::Written& written) const
 {
-    const auto clear = [&](const std::string& id) { storeAt(path, id, json::array()); };
-    std::for_each(written.ids.cbegin(), written.ids.cend(), clear);
-    for (std::size_t i = 1; written.all && i <= wall().cabinets(); ++i)
-        clear(std::to_string(i));
+    std::pair<std::size_t, std::size_t> range{0, written.all ? wall().cabinets() : 0};
+    if (match.route->family == Family::Screen) {
+        const auto screen = indexOfId(idOf(match), wall().screens());
+        range = screen ? wall().cabinetsOf(*screen) : range;
+    } else if (!written.all) {
+        return written.ids;
+    }
+    std::vector<std::string> cabinets;
+    for (std::size_t index = range.first; index < range.second; ++index)
+        cabinets.push_back(std::to_string(index + 1));
+    return cabinets;
 }
 
 void Device::storeAt(const char* path, const std::string& id, const json& body)
@@ -390,8 +425,7 @@ SharedText Device::read(const std::string& path)
 bool Device::write(const std::string& path, std::string_view text)
 {
     const auto match = RouteTable::instance().match(splitPath(path));
-    json body = parseJson(text);
-    return serves(match.route) && !body.is_discarded() && store(match, std::move(body)).status == 200;
+    return serves(match.route) && storeJson(match, std::string(text)).status == 200;
 }
 
 void Device::logout()
@@ -418,6 +452,7 @@ void Device::setConnections(Connections* connections)
 void Device::reset()
 {
     m_store.reset();
+    m_coefficients.reset();
     m_faults.clear();
     m_log->reset();
     login();

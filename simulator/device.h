@@ -2,6 +2,7 @@
 #ifndef SIMULATOR_DEVICE_H
 #define SIMULATOR_DEVICE_H
 
+#include <simulator/coefficientstore.h>
 #include <simulator/eventhub.h>
 #include <simulator/faultscripts.h>
 #include <simulator/requestlog.h>
@@ -10,6 +11,7 @@
 #include <simulator/target.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,7 +62,8 @@ public:
         std::optional<Target> target; ///< nothing: the request target is malformed
         RouteTable::Match match;
         std::optional<Fault> fault;
-        bool keepsBody = false; ///< the whole body is needed, not just its beginning and its size
+        std::chrono::milliseconds delay{0}; ///< before the reply
+        bool keepsBody = false;             ///< the whole body is needed, not just its beginning and its size
 
         /// Ends the count of the request in flight with the exchange.
         std::shared_ptr<RequestLog> inFlight;
@@ -103,6 +106,7 @@ public:
     EventHub& events() { return m_events; }
     FaultScripts& faults() { return m_faults; }
     RequestLog& requests() { return *m_log; }
+    CoefficientStore& coefficients() { return m_coefficients; }
     const Wall& wall() const { return m_store.wall(); }
     const Options& options() const { return m_options; }
     bool loggedOut() const { return m_loggedOut; }
@@ -114,15 +118,19 @@ private:
     void moveOn(const Route& route);
     Reply get(const RouteTable::Match& match);
     Reply put(const Exchange& exchange, std::string body, std::uint64_t bodySize);
+    Reply storeJson(const RouteTable::Match& match, std::string text);
+    Reply storeCoefficients(const RouteTable::Match& match, std::string_view text);
     Reply store(const RouteTable::Match& match, nlohmann::json body);
     Reply storeText(const RouteTable::Match& match, std::string text);
     Reply outcome(const Route& route, const ResourceStore::Written& written, const nlohmann::json& body);
     void storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written);
-    void clearCoefficients(const char* path, const ResourceStore::Written& written);
+    std::vector<std::string> cabinetsMeant(const RouteTable::Match& match,
+                                           const ResourceStore::Written& written) const;
     void storeAt(const char* path, const std::string& id, const nlohmann::json& body);
 
     const Options m_options;
     ResourceStore m_store;
+    CoefficientStore m_coefficients;
     EventHub m_events;
     FaultScripts m_faults;
     std::shared_ptr<RequestLog> m_log;

@@ -163,7 +163,6 @@ constexpr PlainValue plainValues[] = {
     {"/device/correctionop/cabinets/niccmeasures", R"({"red": 0.0, "green": 0.0, "blue": 0.0})"},
     {"/device/correctionop/cabinets/flashlinkstate",
      R"([{"module": 0, "checkCode": "5A3C", "linked": true}])"},
-    {"/device/correctionop/cabinets/multilayer/coefficient", R"([{"layer": 0, "coefficient": ""}])"},
     {"/device/factoryop/cabinets/struct", R"({"width": 192, "height": 192, "scan": 32, "dataGroups": 24})"},
     {"/device/factoryop/cabinets/struct/flash", R"({"rows": 2, "columns": 4})"},
     {"/device/factoryop/cabinets/struct/module", R"({"width": 96, "height": 48, "count": 8})"},

@@ -230,8 +230,8 @@ private:
             waitForEnd();
             return;
         }
-        if (fault && fault->delay > 0) {
-            m_delay.expires_after(std::chrono::milliseconds(fault->delay));
+        if (m_exchange->delay.count() > 0) {
+            m_delay.expires_after(m_exchange->delay);
             m_delay.async_wait([self = shared()](error_code error) {
                 if (!error)
                     self->serve();

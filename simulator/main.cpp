@@ -57,6 +57,8 @@ void declare(CLI::App& app, Arguments& arguments)
     app.add_option("--heartbeat", options.heartbeatInterval,
                    "Milliseconds between comments on silent event streams")
         ->check(CLI::Range(10, 3600000));
+    app.add_option("--save-time", options.saveTime, "Milliseconds that saving coefficients takes")
+        ->check(CLI::Range(0, 3600000));
     app.add_flag("--control", options.control, "Serve the control interface under /sim/");
 }
 

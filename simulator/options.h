@@ -29,13 +29,15 @@ struct Options
     quint16 port = 0;                                  ///< 0: a free one
     bool control = false;                              ///< serve the control interface under /sim/
 
-    int heartbeatInterval = 15000;          ///< milliseconds between comments on silent event streams
-    int eventHistory = 1000;                ///< events kept for streams that resume with Last-Event-ID
-    qint64 bodyLimit = 256LL * 1024 * 1024; ///< bytes of one request body; larger ones answer 413
-    int headerLimit = 32 * 1024;            ///< bytes of one request head; larger ones answer 431
-    int idleTimeout = 120000;               ///< milliseconds after which a silent connection is closed
-    int maxConnections = 4096;              ///< open connections; further ones are closed at once
-    int requestLog = 1000;                  ///< requests kept for Simulator::requests(); 0: none
+    int saveTime = 0;                              ///< milliseconds that saving coefficients takes
+    int heartbeatInterval = 15000;                 ///< milliseconds between comments on silent event streams
+    int eventHistory = 1000;                       ///< events kept for streams that resume with Last-Event-ID
+    qint64 bodyLimit = 256LL * 1024 * 1024;        ///< bytes of one request body; larger ones answer 413
+    qint64 coefficientLimit = 512LL * 1024 * 1024; ///< bytes of coefficients kept; more answer 507
+    int headerLimit = 32 * 1024;                   ///< bytes of one request head; larger ones answer 431
+    int idleTimeout = 120000;                      ///< milliseconds after which a silent connection is closed
+    int maxConnections = 4096;                     ///< open connections; further ones are closed at once
+    int requestLog = 1000;                         ///< requests kept for Simulator::requests(); 0: none
 };
 
 } // namespace Tessel::Simulator

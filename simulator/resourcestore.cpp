@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/resourcestore.h>
 
+#include <simulator/addressing.h>
 #include <simulator/fixtures.h>
 #include <simulator/jsontools.h>
 
@@ -14,33 +15,6 @@ using nlohmann::json;
 constexpr std::size_t maxKeptBytes = 512U << 20;
 constexpr std::size_t maxReplyBytes = 256U << 20;
 constexpr std::size_t maxReplies = 8192;
-
-// Members by which a body names the instances that it is meant for, one or a list.
-constexpr const char* idMembers[] = {
-    "id",       "ids",       "cid",      "cids",      "cabinetId", "cabinetID", "cabinetIds", "cabinetIDs",
-    "screenID", "screenIDs", "screenId", "screenIds", "inputId",   "inputID",   "outputId",   "outputID",
-};
-
-// Of these the body of a cabinet or a pipeline is a member, not the address.
-bool isAddress(Family family, std::string_view member)
-{
-    const bool input = member.substr(0, 5) == "input";
-    const bool output = member.substr(0, 6) == "output";
-    const bool screen = member.substr(0, 6) == "screen";
-    return (!input || family == Family::Input) && (!output || family == Family::Output) &&
-           (!screen || family == Family::Screen);
-}
-
-// "{id}": a client sent the path with its placeholder unfilled. It is kept as an instance of its own.
-bool isPlaceholder(const std::string& id)
-{
-    return id.size() > 1 && id.front() == '{' && id.back() == '}';
-}
-
-std::string idText(const json& id)
-{
-    return id.is_string() ? id.get<std::string>() : id.is_number_integer() ? id.dump() : std::string();
-}
 
 json sharedMembers(const json& record, const json& body)
 {
@@ -470,17 +444,9 @@ std::optional<ResourceStore::Addressed> ResourceStore::addressed(Family family, 
             add(ids);
         }
     };
-    const auto addressMember = [&](const json& object) -> const char* {
-        for (const char* member : idMembers) {
-            if (object.is_object() && object.contains(member) && isAddress(family, member))
-                return member;
-        }
-        return nullptr;
-    };
-
     if (body.is_object()) {
         const char* const listMember = family == Family::Screen ? "screens" : "cabinets";
-        if (const char* member = addressMember(body))
+        if (const char* member = addressMember(family, body))
             address(body, member);
         else if (body.contains(listMember) && body[listMember].is_array())
             return addressed(family, body[listMember]);
@@ -488,7 +454,7 @@ std::optional<ResourceStore::Addressed> ResourceStore::addressed(Family family, 
             result.all = true;
     } else if (body.is_array()) {
         for (const auto& element : body) {
-            const char* member = addressMember(element);
+            const char* member = addressMember(family, element);
             if (!member || result.instances.size() > limit)
                 return std::nullopt;
             address(element, member);

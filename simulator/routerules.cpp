@@ -135,7 +135,7 @@ void applyRouteRules(Route& route)
 {
     const std::string path = withoutPrefix(route.pattern);
     route.property = withoutPlaceholders(path);
-    // What is uploaded for one cabinet is read back in the list of all.
+    // What is uploaded for one cabinet stands in the list of all.
     if (route.property == "/device/correctionop/cabinets/coefficientv2")
         route.property = "/device/correctionop/cabinets/chroma/coefficient";
     route.multiScreenOnly = route.pattern == "/api/protocol/version" ||

@@ -186,6 +186,21 @@ bool Simulator::setValue(const QString& path, const QByteArray& json)
     return d->device.write(path.toStdString(), view(json));
 }
 
+QByteArray Simulator::coefficients(const QString& cabinet, CoefficientKind kind, CoefficientBank bank) const
+{
+    return QByteArray::fromStdString(d->device.coefficients().table(cabinet.toStdString(), kind, bank));
+}
+
+CoefficientBank Simulator::shownCoefficients(const QString& cabinet) const
+{
+    return d->device.coefficients().shown(cabinet.toStdString());
+}
+
+CoefficientCounts Simulator::coefficientCounts(CoefficientKind kind) const
+{
+    return d->device.coefficients().counts(kind);
+}
+
 quint64 Simulator::requestCount() const
 {
     return d->device.requests().counts().requests;
@@ -226,6 +241,7 @@ QList<RequestRecord> Simulator::requests() const
 void Simulator::resetCounts()
 {
     d->device.requests().reset();
+    d->device.coefficients().resetCounts();
 }
 
 void Simulator::reset()

@@ -2,6 +2,7 @@
 #ifndef SIMULATOR_SIMULATOR_H
 #define SIMULATOR_SIMULATOR_H
 
+#include <simulator/coefficients.h>
 #include <simulator/fault.h>
 #include <simulator/options.h>
 
@@ -89,6 +90,14 @@ public:
     /// Writes a resource as PUT on @p path would, event included. @return whether it was taken.
     bool setValue(const QString& path, const QByteArray& json);
 
+    /// The coefficients of a cabinet as the text that was uploaded; empty when there is no such cabinet.
+    QByteArray coefficients(const QString& cabinet, CoefficientKind kind,
+                            CoefficientBank bank = CoefficientBank::Loaded) const;
+    /// Whose coefficients a cabinet shows: the loaded ones until it is told otherwise.
+    CoefficientBank shownCoefficients(const QString& cabinet) const;
+    /// What came in uploads of @p kind.
+    CoefficientCounts coefficientCounts(CoefficientKind kind) const;
+
     /// Requests whose head came whole, those of the control interface left out.
     quint64 requestCount() const;
     /// The same for one decoded path.
@@ -98,7 +107,7 @@ public:
     int peakRequestsInFlight() const;
     /// The latest requests, oldest first, as many as Options::requestLog keeps.
     QList<RequestRecord> requests() const;
-    /// Forgets counts, peak and log.
+    /// Forgets counts, those of coefficients too, peak and log.
     void resetCounts();
     /// Back to the starting content: state, faults, counts, login. Streams stay open, event ids go on.
     void reset();

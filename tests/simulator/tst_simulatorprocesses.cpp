@@ -3,7 +3,6 @@
 
 #include <simulator/simulator.h>
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
@@ -40,10 +39,6 @@ private:
     HttpReply put(const QByteArray& path, const QByteArray& body) const
     {
         return HttpClient(m_simulator->port()).put("/api/v1" + path, body);
-    }
-    QJsonArray coefficients() const
-    {
-        return get("/device/correctionop/cabinets/chroma/coefficient").data().toArray();
     }
 
 private Q_SLOTS:
@@ -175,38 +170,6 @@ private Q_SLOTS:
         options.cabinets = 0;
         Simulator bare(options);
         QCOMPARE(bare.pushWarning(QStringLiteral("cabinet")), quint64(0));
-    }
-
-    void coefficientsOfACabinetAreReadBackInTheListOfAll()
-    {
-        QCOMPARE(put("/device/correctionop/cabinets/2/coefficientv2", R"([{"c":"AAAA"}])").status, 200);
-        const QJsonObject second = coefficients().at(1).toObject();
-        QCOMPARE(second.value(QStringLiteral("id")).toString(), QStringLiteral("2"));
-        QCOMPARE(second.value(QStringLiteral("value")).toArray().size(), 1);
-    }
-
-    void clearedCoefficientsAreGone_data()
-    {
-        QTest::addColumn<QByteArray>("upload");
-        QTest::addColumn<QByteArray>("clear");
-        QTest::newRow("plain") << QByteArray("/device/correctionop/cabinets/2/coefficientv2")
-                               << QByteArray("/device/correctionop/cabinets/clearcoefficient");
-        QTest::newRow("multilayer") << QByteArray("/device/correctionop/cabinets/multilayer/2/coefficient")
-                                    << QByteArray("/device/correctionop/cabinets/multilayer/clear");
-    }
-    void clearedCoefficientsAreGone()
-    {
-        QFETCH(QByteArray, upload);
-        QFETCH(QByteArray, clear);
-        const QByteArray body = R"([{"c":"AAAA"}])";
-        const QByteArray third = QByteArray(upload).replace("/2/", "/3/");
-        QCOMPARE(put(upload, body).status, 200);
-        QCOMPARE(put(third, body).status, 200);
-        QCOMPARE(put(clear, R"({"cids":["2"],"mode":1})").status, 200);
-        QCOMPARE(get(upload).data().toArray().size(), 0);
-        QCOMPARE(get(third).data().toArray().size(), 1);
-        QCOMPARE(put(clear, R"({"mode":2})").status, 200);
-        QCOMPARE(get(third).data().toArray().size(), 0);
     }
 };
 
