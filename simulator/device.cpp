@@ -6,9 +6,10 @@
 #include <simulator/control.h>
 #include <simulator/fixtures.h>
 #include <simulator/jsontools.h>
+#include <simulator/multipartform.h>
+#include <simulator/texttools.h>
 
 #include <algorithm>
-#include <cctype>
 
 namespace Tessel::Simulator {
 namespace {
@@ -46,13 +47,6 @@ std::string allowed(Verbs verbs)
     text += (verbs & Post) ? "POST, " : "";
     text += (verbs & Delete) ? "DELETE, " : "";
     return text + "OPTIONS";
-}
-
-bool startsWithNoCase(std::string_view text, std::string_view prefix)
-{
-    return text.size() >= prefix.size() &&
-           std::equal(prefix.begin(), prefix.end(), text.begin(),
-                      [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
 }
 
 bool isFileType(std::string_view contentType)
@@ -112,14 +106,27 @@ Reply faultReply(const Fault& fault)
     return reply;
 }
 
-Reply firmware(const RouteTable::Match& match)
+// What a client learns of a file that it sent: of a form that is the part which is a file.
+json described(std::string_view contentType, std::uint64_t size)
 {
-    std::string image = "FIRMWARE " + match.values[0] + " " + match.values[1] + "\n";
-    image.resize(64U << 10, '\x5a');
-    Reply reply;
-    reply.contentType = "application/octet-stream";
-    reply.body = std::make_shared<const std::string>(std::move(image));
-    return reply;
+    return {{"size", size}, {"contentType", validText(std::string(contentType))}};
+}
+
+json described(const std::vector<FormPart>& parts)
+{
+    json all = json::array();
+    json whole = json::object();
+    for (const auto& part : parts) {
+        json told = described(part.contentType, part.content.size());
+        told["name"] = validText(part.name);
+        if (!part.fileName.empty()) {
+            told["fileName"] = validText(part.fileName);
+            whole = told;
+        }
+        all.push_back(std::move(told));
+    }
+    whole["parts"] = std::move(all);
+    return whole;
 }
 
 } // namespace
@@ -170,7 +177,8 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
     exchange.delay = std::chrono::milliseconds(exchange.fault ? exchange.fault->delay : 0);
     if (route && verbOf(method) == Put && CoefficientStore::isSave(*route))
         exchange.delay = std::max(exchange.delay, std::chrono::milliseconds(m_options.saveTime));
-    exchange.keepsBody = route && (verbOf(method) & route->verbs & ~Verbs(Get)) != 0 && !bringsFile(exchange);
+    exchange.keepsBody = route && (verbOf(method) & route->verbs & ~Verbs(Get)) != 0 &&
+                         (!bringsFile(exchange) || (route->takesFiles && isMultipartForm(contentType)));
     return exchange;
 }
 
@@ -251,8 +259,11 @@ std::uint64_t Device::warn(const std::string& eventType, const json& data)
 
 Reply Device::get(const RouteTable::Match& match)
 {
-    if (match.route->scope == Scope::Firmware)
-        return firmware(match);
+    if (match.route->scope == Scope::Firmware) {
+        Reply reply = success(m_cardFirmware.read(match.values[0], match.values[1]));
+        reply.contentType = "application/octet-stream";
+        return reply;
+    }
     auto text = CoefficientStore::kindAt(*match.route) ? m_coefficients.read(*match.route, idOf(match))
                                                        : m_store.read(*match.route, idOf(match));
     return text ? success(std::move(text)) : failure(404, "no such instance: " + idOf(match));
@@ -264,11 +275,8 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
     const Route& route = *match.route;
     if (route.property == "/device/hw/lock")
         return store(match, {{"locked", exchange.method == Method::Put}});
-    if (bodySize > 0 && bringsFile(exchange)) {
-        if (!route.takesFiles)
-            return failure(415, "this resource takes JSON");
-        return store(match, {{"size", bodySize}, {"contentType", validText(exchange.contentType)}});
-    }
+    if (bodySize > 0 && bringsFile(exchange))
+        return putFile(exchange, body, bodySize);
     if (bodySize == 0 && CoefficientStore::kindAt(route))
         return success(successEnvelope());
     if (bodySize == 0) {
@@ -278,6 +286,25 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
         return store(match, std::move(parameters));
     }
     return storeJson(match, std::move(body));
+}
+
+Reply Device::putFile(const Exchange& exchange, std::string_view body, std::uint64_t bodySize)
+{
+    const auto& match = exchange.match;
+    if (!match.route->takesFiles)
+        return failure(415, "this resource takes JSON");
+    if (!isMultipartForm(exchange.contentType))
+        return store(match, described(exchange.contentType, bodySize));
+    const auto parts = formParts(exchange.contentType, body);
+    if (!parts)
+        return failure(400, "the body is no multipart form");
+    if (match.route->property == "/device/cabinet/rvupdate") {
+        for (const auto& part : *parts) {
+            if (!part.fileName.empty())
+                m_cardFirmware.upload(part.content);
+        }
+    }
+    return store(match, described(*parts));
 }
 
 Reply Device::storeJson(const RouteTable::Match& match, std::string text)
@@ -353,6 +380,8 @@ Reply Device::outcome(const Route& route, const ResourceStore::Written& written,
 void Device::storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written)
 {
     const auto& property = match.route->property;
+    if (property == "/device/cabinet/rvupdateload")
+        m_cardFirmware.load();
     static const json begun = {{"progress", 0}, {"state", "running"}};
     if (property == "/device/hw/update")
         storeAt("/api/v1/device/hw/updateprogress", {}, begun);
@@ -453,6 +482,7 @@ void Device::reset()
 {
     m_store.reset();
     m_coefficients.reset();
+    m_cardFirmware.reset();
     m_faults.clear();
     m_log->reset();
     login();

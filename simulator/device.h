@@ -2,6 +2,7 @@
 #ifndef SIMULATOR_DEVICE_H
 #define SIMULATOR_DEVICE_H
 
+#include <simulator/cardfirmware.h>
 #include <simulator/coefficientstore.h>
 #include <simulator/eventhub.h>
 #include <simulator/faultscripts.h>
@@ -118,6 +119,7 @@ private:
     void moveOn(const Route& route);
     Reply get(const RouteTable::Match& match);
     Reply put(const Exchange& exchange, std::string body, std::uint64_t bodySize);
+    Reply putFile(const Exchange& exchange, std::string_view body, std::uint64_t bodySize);
     Reply storeJson(const RouteTable::Match& match, std::string text);
     Reply storeCoefficients(const RouteTable::Match& match, std::string_view text);
     Reply store(const RouteTable::Match& match, nlohmann::json body);
@@ -131,6 +133,7 @@ private:
     const Options m_options;
     ResourceStore m_store;
     CoefficientStore m_coefficients;
+    CardFirmware m_cardFirmware;
     EventHub m_events;
     FaultScripts m_faults;
     std::shared_ptr<RequestLog> m_log;

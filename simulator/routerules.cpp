@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/routerules.h>
 
+#include <simulator/texttools.h>
+
 #include <algorithm>
 #include <string_view>
 
@@ -78,11 +80,6 @@ constexpr std::string_view deviceValues[] = {
     "/device/cabinet/rvupdate", "/device/cabinet/rvupdateload", "/device/cabinet/rvupdateprogress",
     "/device/cabinet/rxs",      "/device/cabinet/rx",           "/device/output/pipelinemapping",
 };
-
-bool startsWith(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
 
 bool isBelow(std::string_view path, std::string_view prefix)
 {

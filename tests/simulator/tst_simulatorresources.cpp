@@ -376,18 +376,81 @@ private Q_SLOTS:
         QCOMPARE(client.request("PUT", "/api/v1/device/hw/update", bytes, binary).status, 200);
         QCOMPARE(client.get("/api/v1/device/hw/update").object().value(QStringLiteral("size")).toInt(),
                  bytes.size());
-        const QByteArray form = "--b\r\nContent-Disposition: form-data; name=\"id\"\r\n\r\n1\r\n--b--\r\n";
-        QCOMPARE(client
-                     .request("PUT", "/api/v1/device/cabinet/1/prestoreimage/image", form,
-                              "Content-Type: multipart/form-data; boundary=b\r\n")
-                     .status,
-                 200);
-        const auto image = client.get("/api/v1/device/cabinet/1/prestoreimage/image").object();
-        QCOMPARE(image.value(QStringLiteral("size")).toInt(), form.size());
-        QCOMPARE(image.value(QStringLiteral("contentType")).toString(),
-                 QStringLiteral("multipart/form-data; boundary=b"));
         QCOMPARE(client.request("PUT", "/api/v1/device/cabinet/1/weight", bytes, binary).status, 415);
         QCOMPARE(m_simulator->requests().first().bodySize, qint64(bytes.size()));
+    }
+
+    void aFormTellsSizeAndTypeOfItsFile()
+    {
+        const QByteArray path = "/api/v1/device/cabinet/1/prestoreimage/image";
+        const QByteArray pixels = QByteArray(70000, '\0') + "\r\n--\r\n-";
+        const QByteArray form =
+            "preamble\r\n--b\r\nContent-Disposition: form-data; name=\"id\"\r\n\r\n1\r\n"
+            "--b \r\nContent-Type: image/png\r\n"
+            "content-disposition: form-data; name=image; filename=\"a \\\"b\\\";c.png\"\r\n"
+            "\r\n" +
+            pixels + "\r\n--b\r\n\r\n\r\n--b--\r\n";
+        HttpClient client(m_simulator->port());
+        QCOMPARE(
+            client.request("PUT", path, form, "Content-Type: multipart/form-data; boundary=b\r\n").status,
+            200);
+        const auto image = client.get(path).object();
+        QCOMPARE(image.value("size").toInt(), pixels.size());
+        QCOMPARE(image.value("contentType").toString(), QStringLiteral("image/png"));
+        QCOMPARE(image.value("fileName").toString(), QStringLiteral("a \"b\";c.png"));
+        QStringList parts;
+        for (const auto& part : image.value("parts").toArray())
+            parts << part.toObject().value("name").toString() + ' ' +
+                         QString::number(part.toObject().value("size").toInt());
+        QCOMPARE(parts, (QStringList{"id 1", "image " + QString::number(pixels.size()), " 0"}));
+    }
+
+    void whatIsNoFormIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("boundary");
+        QTest::addColumn<QByteArray>("body");
+        const QByteArray part = "--b\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n1";
+        QTest::newRow("no boundary") << QByteArray() << part + "\r\n--b--\r\n";
+        QTest::newRow("long boundary") << QByteArray(71, 'b') << part + "\r\n--b--\r\n";
+        QTest::newRow("another boundary") << QByteArray("c") << part + "\r\n--b--\r\n";
+        QTest::newRow("cut in the content") << QByteArray("b") << part;
+        QTest::newRow("cut in the head") << QByteArray("b") << QByteArray("--b\r\nContent-Disposition: form");
+        QTest::newRow("cut behind a delimiter") << QByteArray("b") << part + "\r\n--b";
+        QTest::newRow("thousands of parts")
+            << QByteArray("b") << QByteArray("--b\r\n\r\n\r\n").repeated(100000) + "--b--";
+        QTest::newRow("bytes") << QByteArray("b") << QByteArray(1000, '\xff');
+    }
+    void whatIsNoFormIsRefused()
+    {
+        QFETCH(QByteArray, boundary);
+        QFETCH(QByteArray, body);
+        const QByteArray path = "/api/v1/device/cabinet/1/prestoreimage/image";
+        const QByteArray before = get("/device/cabinet/1/prestoreimage/image").body;
+        HttpClient client(m_simulator->port());
+        QCOMPARE(client
+                     .request("PUT", path, body,
+                              "Content-Type: multipart/form-data; boundary=" + boundary + "\r\n")
+                     .status,
+                 400);
+        QCOMPARE(client.get(path).body, before);
+    }
+
+    void loadedFirmwareIsReadBackAsItWasUploaded()
+    {
+        const QByteArray firmware = "/api/v1/device/cabinet/rvfirmware/1/3";
+        const QByteArray image = QByteArray("\0\r\n\xff{", 5).repeated(20000);
+        const QByteArray form =
+            "--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"card.bin\"\r\n\r\n" + image +
+            "\r\n--b--\r\n";
+        HttpClient client(m_simulator->port());
+        const QByteArray delivered = client.get(firmware).body;
+        const QByteArray type = "Content-Type: multipart/form-data; boundary=\"b\"\r\n";
+        QCOMPARE(client.request("PUT", "/api/v1/device/cabinet/rvupdate", form, type).status, 200);
+        QCOMPARE(client.get(firmware).body, delivered);
+        QCOMPARE(client.put("/api/v1/device/cabinet/rvupdateload", "{}").status, 200);
+        QCOMPARE(client.get(firmware).body, image);
+        m_simulator->reset();
+        QCOMPARE(client.get(firmware).body, delivered);
     }
 
     void firmwareIsDownloadedAsBytes()

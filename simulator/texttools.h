@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_TEXTTOOLS_H
+#define SIMULATOR_TEXTTOOLS_H
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+namespace Tessel::Simulator {
+
+inline bool startsWith(std::string_view text, std::string_view prefix)
+{
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+/// The same with capitals in @p text taken as small ones.
+inline bool startsWithNoCase(std::string_view text, std::string_view lowerPrefix)
+{
+    return text.size() >= lowerPrefix.size() &&
+           std::equal(lowerPrefix.begin(), lowerPrefix.end(), text.begin(),
+                      [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
+}
+
+} // namespace Tessel::Simulator
+
+#endif
