@@ -21,77 +21,7 @@ private Q_SLOTS:
         cabinets()->startWatch();
     }
 
-    void operationsSendAndReturnAsTold_data()
-    {
-        QTest::addColumn<OperationRow>("row");
-        QList<OperationRow> rows{
-            singleRead("CabinetInfoOperator::getCabFamilyName", "Device_S_CabFamilyName",
-                       &Operator::getCabFamilyName),
-            singleRead("CabinetInfoOperator::getCabMFRSName", "Device_S_CabmfrsName",
-                       &Operator::getCabMFRSName),
-            singleRead("CabinetInfoOperator::getCabPointSpace", "Device_S_CabPointSpace",
-                       &Operator::getCabPointSpace),
-            singleRead("CabinetInfoOperator::getCabShortName", "Device_S_CabShortName",
-                       &Operator::getCabShortName),
-            singleRead("CabinetInfoOperator::getCabinetBrightnessRange", "Device_CabinetBrightnessRange",
-                       &Operator::getCabinetBrightnessRange),
-            singleRead("CabinetInfoOperator::getCabinetFineGrayConfig", "Device_CabinetFineGrayConfig",
-                       &Operator::getCabinetFineGrayConfig),
-            within(10000,
-                   singleRead("CabinetInfoOperator::getCabinetGammaCustomValue",
-                              "Device_S_CabinetGammaCustomValue", &Operator::getCabinetGammaCustomValue)),
-            singleRead("CabinetInfoOperator::getCabinetRGBBrightness", "Device_CabinetRGBBrightness",
-                       &Operator::getCabinetRGBBrightness),
-            singleRead("CabinetInfoOperator::getCabinetRecvName", "Device_S_CabRecvName",
-                       &Operator::getCabinetRecvName),
-            singleRead("CabinetInfoOperator::getCabinetRecvRate", "Device_S_CabRecvRate",
-                       &Operator::getCabinetRecvRate),
-            singleRead("CabinetInfoOperator::getCabinetRvColorTemp", "Device_CabinetRvSingleColorTemp",
-                       &Operator::getCabinetRvColorTemp),
-            singleRead("CabinetInfoOperator::getCabinetSN", "Device_S_CabSN", &Operator::getCabinetSN),
-            singleRead("CabinetInfoOperator::getCabinetType", "Device_S_CabType", &Operator::getCabinetType),
-            singleRead("CabinetInfoOperator::getCabinetXbitEnable", "Device_CabinetGetXBitEnable",
-                       &Operator::getCabinetXbitEnable),
-            within(20000, singleRead("CabinetInfoOperator::getConfigFile", "Device_S_CabinetConfigfile",
-                                     &Operator::getConfigFile)),
-            listRead("CabinetInfoOperator::getAllCabMFRSName", "Device_S_AllCabmfrsName", Decoder::ParsedList,
-                     &Operator::getAllCabMFRSName),
-            listRead("CabinetInfoOperator::getAllCabShortName", "Device_M_CabShortName", Decoder::ParsedList,
-                     &Operator::getAllCabShortName),
-            listRead("CabinetInfoOperator::getAllCabinetChip", "Device_S_AllCabChip", Decoder::ParsedList,
-                     &Operator::getAllCabinetChip),
-            listRead("CabinetInfoOperator::getAllCabinetType", "Device_S_AllCabType", Decoder::ParsedList,
-                     &Operator::getAllCabinetType),
-            listRead("CabinetInfoOperator::getAllCabinetsRxs", "Device_RxsInfo", Decoder::FlatList,
-                     &Operator::getAllCabinetsRxs),
-            listRead("CabinetInfoOperator::getCabAllFlags", "Device_CabinetsAllFlags", Decoder::ParsedList,
-                     &Operator::getCabAllFlags),
-            within(6000, listRead("CabinetInfoOperator::getCabinetsBaseInfo", "Device_M_CabinetBaseInfo",
-                                  Decoder::ParsedList, &Operator::getCabinetsBaseInfo)),
-        };
-        rows << OperationRow{
-            "CabinetInfoOperator::getCabinetRxs",
-            "Device_CabinetRecvCards",
-            HttpMethod::Get,
-            Decoder::FlatList,
-            [](Outputs& out) { return cabinets()->getCabinetRxs(sampleDevice, cabinet, out.list); },
-            {},
-            {{"id", cabinet}}};
-        rows << OperationRow{
-            "CabinetInfoOperator::getCabinetGammaCurveInfo",
-            "Device_CabinetGammaCurveInfo",
-            HttpMethod::Get,
-            Decoder::None,
-            [](Outputs&) {
-                List table;
-                return cabinets()->getCabinetGammaCurveInfo(sampleDevice, cabinet, {{"color", "red"}}, table);
-            },
-            {},
-            {{"id", cabinet}},
-            {{"color", "red"}}};
-        for (const OperationRow& row : qAsConst(rows))
-            QTest::newRow(row.name) << row;
-    }
+    void operationsSendAndReturnAsTold_data() { addRows(); }
     void operationsSendAndReturnAsTold()
     {
         QFETCH(OperationRow, row);
@@ -208,22 +138,94 @@ private Q_SLOTS:
         QVERIFY(m_engine->last().parameters.isEmpty());
     }
 
+    void readsLeaveTheCacheAlone_data() { addRows(); }
     void readsLeaveTheCacheAlone()
     {
-        const QString device = DeviceSide::fresh();
+        QFETCH(OperationRow, row);
         m_engine->answer(RecordingEngine::data(R"([{"id":"old"}])"));
-        QVERIFY(cabinets()->getAllCabinetsInfo(device, false));
+        QVERIFY(cabinets()->getAllCabinetsInfo(sampleDevice, true));
         m_engine->answer(RecordingEngine::data(R"([{"id":"new"}])"));
+        Outputs outputs;
+        QVERIFY(row.call(outputs));
         List out;
-        Map map;
-        QVERIFY(cabinets()->getCabinetsBaseInfo(device, out));
-        QVERIFY(cabinets()->getAllCabinetsRxs(device, out));
-        QVERIFY(cabinets()->getCabinetSN(device, "old", map));
-        QVERIFY(cabinets()->getAllCabinetsInfo(device, out, false));
+        QVERIFY(cabinets()->getAllCabinetsInfo(sampleDevice, out, false));
         QCOMPARE(idsOf(out), QStringList{"old"});
+        QCOMPARE(m_engine->count(), 2);
     }
 
 private:
+    static void addRows()
+    {
+        QTest::addColumn<OperationRow>("row");
+        QList<OperationRow> rows{
+            singleRead("CabinetInfoOperator::getCabFamilyName", "Device_S_CabFamilyName",
+                       &Operator::getCabFamilyName),
+            singleRead("CabinetInfoOperator::getCabMFRSName", "Device_S_CabmfrsName",
+                       &Operator::getCabMFRSName),
+            singleRead("CabinetInfoOperator::getCabPointSpace", "Device_S_CabPointSpace",
+                       &Operator::getCabPointSpace),
+            singleRead("CabinetInfoOperator::getCabShortName", "Device_S_CabShortName",
+                       &Operator::getCabShortName),
+            singleRead("CabinetInfoOperator::getCabinetBrightnessRange", "Device_CabinetBrightnessRange",
+                       &Operator::getCabinetBrightnessRange),
+            singleRead("CabinetInfoOperator::getCabinetFineGrayConfig", "Device_CabinetFineGrayConfig",
+                       &Operator::getCabinetFineGrayConfig),
+            within(10000,
+                   singleRead("CabinetInfoOperator::getCabinetGammaCustomValue",
+                              "Device_S_CabinetGammaCustomValue", &Operator::getCabinetGammaCustomValue)),
+            singleRead("CabinetInfoOperator::getCabinetRGBBrightness", "Device_CabinetRGBBrightness",
+                       &Operator::getCabinetRGBBrightness),
+            singleRead("CabinetInfoOperator::getCabinetRecvName", "Device_S_CabRecvName",
+                       &Operator::getCabinetRecvName),
+            singleRead("CabinetInfoOperator::getCabinetRecvRate", "Device_S_CabRecvRate",
+                       &Operator::getCabinetRecvRate),
+            singleRead("CabinetInfoOperator::getCabinetRvColorTemp", "Device_CabinetRvSingleColorTemp",
+                       &Operator::getCabinetRvColorTemp),
+            singleRead("CabinetInfoOperator::getCabinetSN", "Device_S_CabSN", &Operator::getCabinetSN),
+            singleRead("CabinetInfoOperator::getCabinetType", "Device_S_CabType", &Operator::getCabinetType),
+            singleRead("CabinetInfoOperator::getCabinetXbitEnable", "Device_CabinetGetXBitEnable",
+                       &Operator::getCabinetXbitEnable),
+            within(20000, singleRead("CabinetInfoOperator::getConfigFile", "Device_S_CabinetConfigfile",
+                                     &Operator::getConfigFile)),
+            listRead("CabinetInfoOperator::getAllCabMFRSName", "Device_S_AllCabmfrsName", Decoder::ParsedList,
+                     &Operator::getAllCabMFRSName),
+            listRead("CabinetInfoOperator::getAllCabShortName", "Device_M_CabShortName", Decoder::ParsedList,
+                     &Operator::getAllCabShortName),
+            listRead("CabinetInfoOperator::getAllCabinetChip", "Device_S_AllCabChip", Decoder::ParsedList,
+                     &Operator::getAllCabinetChip),
+            listRead("CabinetInfoOperator::getAllCabinetType", "Device_S_AllCabType", Decoder::ParsedList,
+                     &Operator::getAllCabinetType),
+            listRead("CabinetInfoOperator::getAllCabinetsRxs", "Device_RxsInfo", Decoder::FlatList,
+                     &Operator::getAllCabinetsRxs),
+            listRead("CabinetInfoOperator::getCabAllFlags", "Device_CabinetsAllFlags", Decoder::ParsedList,
+                     &Operator::getCabAllFlags),
+            within(6000, listRead("CabinetInfoOperator::getCabinetsBaseInfo", "Device_M_CabinetBaseInfo",
+                                  Decoder::ParsedList, &Operator::getCabinetsBaseInfo)),
+        };
+        rows << OperationRow{
+            "CabinetInfoOperator::getCabinetRxs",
+            "Device_CabinetRecvCards",
+            HttpMethod::Get,
+            Decoder::FlatList,
+            [](Outputs& out) { return cabinets()->getCabinetRxs(sampleDevice, cabinet, out.list); },
+            {},
+            {{"id", cabinet}}};
+        rows << OperationRow{
+            "CabinetInfoOperator::getCabinetGammaCurveInfo",
+            "Device_CabinetGammaCurveInfo",
+            HttpMethod::Get,
+            Decoder::None,
+            [](Outputs&) {
+                List table;
+                return cabinets()->getCabinetGammaCurveInfo(sampleDevice, cabinet, {{"color", "red"}}, table);
+            },
+            {},
+            {{"id", cabinet}},
+            {{"color", "red"}}};
+        for (const OperationRow& row : qAsConst(rows))
+            QTest::newRow(row.name) << row;
+    }
+
     static QStringList idsOf(const List& list)
     {
         QStringList ids;
