@@ -117,12 +117,18 @@ private Q_SLOTS:
         QCOMPARE(m_engine->last().expectedTime, limitOfSave);
     }
 
-    void savingTracesTheWaitTime()
+    void savingAloneTracesTheWaitTime()
     {
         Map body = settings;
         Map out;
-        QTest::ignoreMessage(QtDebugMsg, "waittime : \"1000\"");
-        QVERIFY(cabinets()->saveModuleCoefficient(sampleDevice, body, out, 1000));
+        lines().clear();
+        const QtMessageHandler earlier = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { lines() << text; });
+        cabinets()->clearModuleCoefficient(sampleDevice, body, out, 1000);
+        cabinets()->reloadModuleCoefficient(sampleDevice, body, out, 1000);
+        cabinets()->saveModuleCoefficient(sampleDevice, body, out, 1000);
+        qInstallMessageHandler(earlier);
+        QCOMPARE(lines(), QStringList{"waittime : \"1000\""});
     }
 
     void reloadingUsesTheRouteThatShows()
@@ -135,6 +141,12 @@ private Q_SLOTS:
     }
 
 private:
+    static QStringList& lines()
+    {
+        static QStringList lines;
+        return lines;
+    }
+
     using Coefficient = Operation<Map&, Map&, int>;
     static OperationRow coefficient(const char* name, const char* routeKey, int limit, Coefficient op)
     {
