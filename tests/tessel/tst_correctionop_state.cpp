@@ -132,18 +132,7 @@ class TestCorrectionopState : public QObject
     Q_OBJECT
     RecordingEngine* m_engine = nullptr;
 
-    void addPromiseForms()
-    {
-        QTest::addColumn<PromiseForm>("form");
-        for (const PromiseForm& form : promiseForms())
-            QTest::newRow(form.name) << form;
-    }
-    void answerText(const QByteArray& body) { m_engine->answer(RecordingEngine::reply(body)); }
-
-private Q_SLOTS:
-    void init() { m_engine = RecordingEngine::install(); }
-
-    void operationsSendAndReturnAsTold_data()
+    static void addRows()
     {
         QTest::addColumn<OperationRow>("row");
         using Forms = OperationForms<Correctionop>;
@@ -209,10 +198,38 @@ private Q_SLOTS:
         for (const OperationRow& row : rows)
             QTest::newRow(row.name) << row;
     }
+
+    void addPromiseForms()
+    {
+        QTest::addColumn<PromiseForm>("form");
+        for (const PromiseForm& form : promiseForms())
+            QTest::newRow(form.name) << form;
+    }
+    void answerText(const QByteArray& body) { m_engine->answer(RecordingEngine::reply(body)); }
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void operationsSendAndReturnAsTold_data() { addRows(); }
     void operationsSendAndReturnAsTold()
     {
         QFETCH(OperationRow, row);
         checkBlockingOperation(row);
+    }
+
+    void aCodeOfTheDeviceIsNoFailure_data() { addRows(); }
+    void aCodeOfTheDeviceIsNoFailure()
+    {
+        QFETCH(OperationRow, row);
+        const bool isMap = row.decoder == Decoder::Map;
+        m_engine->answer(RecordingEngine::reply(isMap ? R"({"code":9,"data":{"a":1}})"
+                                                      : R"({"code":9,"data":[{"a":1}]})"));
+        Outputs out;
+        QVERIFY(row.call(out));
+        if (isMap)
+            QCOMPARE(out.map, (Map{{"a", qlonglong(1)}}));
+        else if (row.decoder == Decoder::FlatList)
+            QCOMPARE(out.list, (List{Map{{"a", qlonglong(1)}}}));
     }
 
     void promiseFormsSendOneRequestAsTold_data() { addPromiseForms(); }

@@ -25,10 +25,7 @@ class TestCorrectionopStorage : public QObject
     Q_OBJECT
     RecordingEngine* m_engine = nullptr;
 
-private Q_SLOTS:
-    void init() { m_engine = RecordingEngine::install(); }
-
-    void operationsSendAndReturnAsTold_data()
+    static void addRows()
     {
         QTest::addColumn<OperationRow>("row");
         using Forms = OperationForms<Correctionop>;
@@ -116,10 +113,30 @@ private Q_SLOTS:
         for (const OperationRow& row : rows)
             QTest::newRow(row.name) << row;
     }
+
+private Q_SLOTS:
+    void init() { m_engine = RecordingEngine::install(); }
+
+    void operationsSendAndReturnAsTold_data() { addRows(); }
     void operationsSendAndReturnAsTold()
     {
         QFETCH(OperationRow, row);
         checkBlockingOperation(row);
+    }
+
+    void aCodeOfTheDeviceIsNoFailure_data() { addRows(); }
+    void aCodeOfTheDeviceIsNoFailure()
+    {
+        QFETCH(OperationRow, row);
+        const bool isMap = row.decoder == Decoder::Map;
+        m_engine->answer(RecordingEngine::reply(isMap ? R"({"code":9,"data":{"a":1}})"
+                                                      : R"({"code":9,"data":[{"a":1}]})"));
+        Outputs out;
+        QVERIFY(row.call(out));
+        if (isMap)
+            QCOMPARE(out.map, (Map{{"a", qlonglong(1)}}));
+        else if (row.decoder == Decoder::FlatList)
+            QCOMPARE(out.list, (List{Map{{"a", qlonglong(1)}}}));
     }
 
     void setMutiCabinetSolidWaitsAsLongAsItsBodySaysAndThirtySecondsAtLeast_data()
