@@ -493,6 +493,14 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 2);
     }
 
+    void theMetaObjectAddsNothing()
+    {
+        const QMetaObject& meta = Correctionop::staticMetaObject;
+        QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+        QCOMPARE(meta.methodCount(), meta.methodOffset());
+        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    }
+
     void twoCallsGiveTheSameInstance() { QCOMPARE(Correctionop::getInstance(), correction()); }
 };
 

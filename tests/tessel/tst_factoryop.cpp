@@ -143,6 +143,14 @@ private Q_SLOTS:
         QVERIFY(m_engine->last().placeHolders.isEmpty());
     }
 
+    void theMetaObjectAddsNothing()
+    {
+        const QMetaObject& meta = FactoryOp::staticMetaObject;
+        QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+        QCOMPARE(meta.methodCount(), meta.methodOffset());
+        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    }
+
     void twoCallsGiveTheSameInstance() { QCOMPARE(FactoryOp::getInstance(), factory()); }
 };
 

@@ -43,6 +43,14 @@ private Q_SLOTS:
         QCOMPARE(gain, (Map{{"gain.r", qlonglong(7)}}));
     }
 
+    void theMetaObjectAddsNothing()
+    {
+        const QMetaObject& meta = RvCardDisplayEffect::staticMetaObject;
+        QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+        QCOMPARE(meta.methodCount(), meta.methodOffset());
+        QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    }
+
     void twoCallsGiveTheSameInstance()
     {
         QCOMPARE(RvCardDisplayEffect::getInstance(), RvCardDisplayEffect::getInstance());
