@@ -20,6 +20,7 @@ Algorithm::Algorithm(QObject* parent)
 
 Algorithm::~Algorithm() = default;
 
+// The route table has none of the three keys: what fills them in is never run. Kept so.
 bool Algorithm::getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
                             QMap<QString, QVariant>& reply)
 {

@@ -57,6 +57,7 @@ bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<
         .put(deviceKey, out);
 }
 
+// The route that shows: reloading has none of its own.
 bool CabinetInfoOperator::reloadModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& out, int waitTime)
 {

@@ -89,6 +89,7 @@ bool CabinetInfoOperator::setBootImageRegion(const QString& deviceKey, const QLi
     return Request("Device_CabBootImageRegion").body(body).put(deviceKey, out);
 }
 
+// The route table has no key of the three below. Kept so.
 bool CabinetInfoOperator::setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
                                              QMap<QString, QVariant>& out)
 {

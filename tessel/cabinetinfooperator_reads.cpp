@@ -109,6 +109,7 @@ bool CabinetInfoOperator::getAllCabMFRSName(const QString& deviceKey, QList<QVar
     return Request("Device_S_AllCabmfrsName").get(deviceKey, asParsed(out));
 }
 
+// The key of the write: reading has none of its own.
 bool CabinetInfoOperator::getAllCabShortName(const QString& deviceKey, QList<QVariant>& out)
 {
     return Request("Device_M_CabShortName").get(deviceKey, asParsed(out));

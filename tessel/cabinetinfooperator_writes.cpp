@@ -304,6 +304,7 @@ bool CabinetInfoOperator::setCabinetsRGBBrightness(const QString& deviceKey, QMa
     return Request("Device_CabinetsRGBBrightness").body(data).put(deviceKey, data);
 }
 
+// The one path here whose placeholder is "cid".
 bool CabinetInfoOperator::setCabinetXBitMode(const QString& deviceKey, const QString& id,
                                              QMap<QString, QVariant>& data)
 {
@@ -372,6 +373,7 @@ bool CabinetInfoOperator::setCabinetXBitHighLowMode(const QString& deviceKey, QM
     return Request("Device_CabinetsXBitHighLowMode").body(data).put(deviceKey, data);
 }
 
+// The path has no place for the id, which is named all the same. Kept so.
 bool CabinetInfoOperator::setCabinetFlag(const QString& deviceKey, const QString& id,
                                          QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {
@@ -411,6 +413,7 @@ bool CabinetInfoOperator::setSingleConfigFile(const QString& deviceKey, const QS
     return Request("Device_M_CabinetConfigfile").body(body).expectedTime(120000).put(deviceKey, out);
 }
 
+// The route table has none of the keys below. Kept so.
 bool CabinetInfoOperator::setCabinetInfo(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {

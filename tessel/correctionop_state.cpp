@@ -242,6 +242,7 @@ QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& devi
         .guarded<bool>(&HttpProxy::put, deviceKey, settleByState);
 }
 
+// Tests nothing, unlike its neighbour, which is wanted.
 QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& deviceKey, const QString& id,
                                                             int mode)
 {
@@ -251,6 +252,7 @@ QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& devic
         .promise<bool>(&HttpProxy::put, deviceKey, settleByState);
 }
 
+// This and the two below do nothing, which is wanted.
 QtPromise::QPromise<bool> Correctionop::setAction(const QString& /*deviceKey*/, const QString& /*id*/,
                                                   const QMap<QString, QVariant>& /*params*/)
 {

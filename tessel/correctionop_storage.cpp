@@ -38,6 +38,7 @@ bool Correctionop::saveCabinetsLowgrayCoeffcient(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
+// The key leads to the path of the receiving cards, which is wanted.
 bool Correctionop::saveCabinetsAdapCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                               QMap<QString, QVariant>& result)
 {
@@ -57,6 +58,7 @@ bool Correctionop::saveCabinetsFactoryCoefficient(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
+// The key leads to the path that shows, which is wanted.
 bool Correctionop::saveCabinetsModuleCoefficient(const QString& deviceKey,
                                                  const QMap<QString, QVariant>& params,
                                                  QMap<QString, QVariant>& result)

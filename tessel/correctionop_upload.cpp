@@ -202,6 +202,7 @@ QtPromise::QPromise<QList<CoeffsData>> Correctionop::downloadCoefficient(const Q
             [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(QList<CoeffsData>()); });
 }
 
+// The path has no place for the cabinet, which is wanted.
 bool Correctionop::loadCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result)
 {
     return Request("Device_GetCabinetCoefficients")

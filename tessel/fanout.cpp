@@ -98,6 +98,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime)
 {
     if (items.empty()) {
+        // The text speaks of a trigger, though it is the list that is empty. Kept so.
         qCritical() << function << "System error! trigger is nullptr";
         return false;
     }

@@ -119,6 +119,7 @@ bool HWInfo::putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap
     return Request("Device_NoSignalImage").body(body).put(deviceKey, result);
 }
 
+// The route table has no such key. Kept so.
 bool HWInfo::putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey,
                                                   const QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& result)
@@ -188,6 +189,7 @@ bool HWInfo::unLock(const QString& deviceKey, QMap<QString, QVariant>& result)
     return Request("Device_lock").del(deviceKey, result);
 }
 
+// The route table has none of the keys below. Kept so.
 bool HWInfo::putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& result)
 {

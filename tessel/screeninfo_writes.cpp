@@ -406,6 +406,7 @@ bool ScreenInfo::setXbitMode(const QString& deviceKey, const QString& screenId,
     return (new Request("ScreenXbitMode"))->placeHolder("id", screenId).body(body).put(deviceKey);
 }
 
+// Does nothing, as its read. Wanted.
 bool ScreenInfo::setFineGray(const QString&, const QString&, const QMap<QString, QVariant>&)
 {
     return false;
