@@ -136,6 +136,13 @@ bool ScreenInfo::setPixelImageMode(const QString& deviceKey, const QMap<QString,
     return Request(modeRoute(deviceKey)).body(body).expectedTime(10000).put(deviceKey, reply);
 }
 
+void ScreenInfo::getPixelImageMode(HttpJsonPackage* package, const QMap<QString, QVariant>& body)
+{
+    package->setUrl(routePath(modeRoute(package->getDevkey())));
+    package->setRequestWithJsonObj(QVariant(body));
+    package->setExpectedTime(10000);
+}
+
 bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                       QMap<QString, QVariant>& reply)
 {
@@ -162,13 +169,6 @@ bool ScreenInfo::setCorrectClearImage(const QString& deviceKey, const QMap<QStri
                                       QMap<QString, QVariant>& reply)
 {
     return Request("HwScreen_CorrectClear").body(body).put(deviceKey, reply);
-}
-
-void ScreenInfo::getPixelImageMode(HttpJsonPackage* package, const QMap<QString, QVariant>& body)
-{
-    package->setUrl(routePath(modeRoute(package->getDevkey())));
-    package->setRequestWithJsonObj(QVariant(body));
-    package->setExpectedTime(10000);
 }
 
 bool ScreenInfo::setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items,
