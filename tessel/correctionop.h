@@ -19,9 +19,9 @@
 ///
 /// No cache, no events. One call is one request; nothing is split, retried or looked into.
 ///
-/// Operations that return `bool` block their caller and may run on any thread. They return whether the device
-/// answered, whatever its `code`; an output is replaced, by an empty one on failure. Where nothing is said
-/// the transport's default time limit holds.
+/// Operations that return `bool` block their caller and may run on any thread; the first getInstance() comes
+/// from one thread at a time. They return whether the device answered, whatever its `code`; an output is
+/// replaced, by an empty one on failure. Where nothing is said the transport's default time limit holds.
 ///
 /// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
 /// loop. Dropping the promise does not stop the request. Their rules of failure differ, as told with each.
@@ -64,19 +64,21 @@ public:
     /// Uploads the lowgray coefficients of one cabinet. Goes to the route of all cabinets.
     QtPromise::QPromise<QMap<QString, QVariant>>
     uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
-    /// The same, waiting for the reply while the thread's events are processed, so operators may be
-    /// re-entered meanwhile.
+    /// Uploads the plain coefficients of one cabinet and waits for the reply while the thread's events are
+    /// processed, so operators may be re-entered meanwhile. So for all of this name.
     /// @return `true` also when the exchange failed, which shows in an empty @p result; `false` only when
     /// sending threw.
     bool uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
                            QMap<QString, QVariant>& result);
-    /// The same, waiting for the reply: multilayer coefficients of one cabinet.
+    /// Uploads the multilayer coefficients of one cabinet and waits for the reply.
     bool uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
                                      const QList<QVariant>& data, QMap<QString, QVariant>& result);
-    /// The same, waiting for the reply: dynamic coefficients of one cabinet.
+    /// Uploads the dynamic coefficients of one cabinet and waits for the reply. Goes out without a path, as
+    /// above.
     bool uploadDynamicCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
                                   QMap<QString, QVariant>& result);
-    /// The same, waiting for the reply: lowgray coefficients of one cabinet.
+    /// Uploads the lowgray coefficients of one cabinet and waits for the reply. Goes to the route of all
+    /// cabinets, as above.
     bool uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
                                   QMap<QString, QVariant>& result);
 
