@@ -246,6 +246,7 @@ private Q_SLOTS:
         QCOMPARE(sent.placeHolders, form.placeHolders);
         QCOMPARE(sent.body, form.body);
         QCOMPARE(sent.expectedTime, 10000);
+        QCOMPARE(sent.daemon, false);
         QVERIFY(sent.parameters.isEmpty());
     }
 

@@ -209,6 +209,7 @@ private Q_SLOTS:
         QCOMPARE(sent.body, transfer.body);
         QCOMPARE(sent.multipart, false);
         QCOMPARE(sent.expectedTime, 10000);
+        QCOMPARE(sent.daemon, false);
         QCOMPARE(sent.placeHolders,
                  (transfer.cid ? QMap<QString, QString>{{"cid", sampleId}} : QMap<QString, QString>()));
         QVERIFY(sent.parameters.isEmpty());

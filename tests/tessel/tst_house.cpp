@@ -108,6 +108,23 @@ private Q_SLOTS:
         }
     }
 
+    void onlyFourOperationsSetAHeader()
+    {
+        static const QRegularExpression header("\\.headers\\(|\\bsetRequestHeader\\b");
+        QStringList setters;
+        for (const QString& file : sourcesBelow("tessel")) {
+            if (file == "tessel/request.h")
+                continue;
+            auto match = header.globalMatch(textOf(file));
+            for (; match.hasNext(); match.next())
+                setters << file;
+        }
+        QCOMPARE(setters, (QStringList{"tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp"}));
+    }
+
     void everySourceNamesItsLicence()
     {
         for (const char* directory : {"interfaces", "tessel", "communicator", "zephserializer", "qtpromise",
