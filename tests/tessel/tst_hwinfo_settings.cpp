@@ -5,7 +5,11 @@
 
 #include <tessel/hwinfo.h>
 
+#include <QSemaphore>
+#include <QThread>
 #include <QtTest>
+
+#include <memory>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
 
@@ -225,6 +229,33 @@ private Q_SLOTS:
         Map result;
         QVERIFY(hwInfo()->putHWInfoUpdate(sampleDevice, firmware, result));
         QCOMPARE(m_engine->last().body, firmware);
+    }
+
+    void theProgressMayBeAskedFromAnotherThreadWhileTheUploadRuns()
+    {
+        QSemaphore uploading;
+        QSemaphore asked;
+        m_engine->answer([&](const RecordingEngine::Request& request) {
+            if (request.method == HttpMethod::Get)
+                return RecordingEngine::data(R"({"progress":40})");
+            uploading.release();
+            return asked.tryAcquire(1, 60000) ? RecordingEngine::data(R"({"done":true})")
+                                              : RecordingEngine::failure();
+        });
+        bool uploaded = false;
+        Map uploadResult;
+        HWInfo* const operations = hwInfo();
+        const std::unique_ptr<QThread> uploader(QThread::create(
+            [&] { uploaded = operations->putHWInfoUpdate(sampleDevice, "firmware", uploadResult); }));
+        uploader->start();
+        QVERIFY(uploading.tryAcquire(1, 60000));
+        Map progress;
+        QVERIFY(operations->getHWInfoUpdateProgress(sampleDevice, progress));
+        QCOMPARE(progress, (Map{{"progress", qlonglong(40)}}));
+        asked.release();
+        QVERIFY(uploader->wait(60000));
+        QVERIFY(uploaded);
+        QCOMPARE(uploadResult, (Map{{"done", true}}));
     }
 
     void getHWInfoHotBackupInfoEmptiesTheListOnFailure()
