@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <deviceside.h>
 #include <operationforms.h>
 #include <operationrow.h>
@@ -352,13 +354,18 @@ private Q_SLOTS:
         QFETCH(const Batch*, batch);
         m_engine->hold();
         int fired = 0;
-        QTimer::singleShot(0, this, [&] {
-            m_engine->release();
-            QTRY_COMPARE(m_engine->held(), 1);
-            fired = fireSingleShots(20000, 2);
+        bool ok = true;
+        const int left = objectsLeftBy([&] {
+            QTimer::singleShot(0, this, [&] {
+                m_engine->release();
+                QTRY_COMPARE(m_engine->held(), 1);
+                fired = fireSingleShots(20000, 2);
+            });
+            ok = write(batch, {Map{{"devKey", m_device}}, Map{{"devKey", DeviceSide::fresh()}}});
         });
-        QVERIFY(!write(batch, {Map{{"devKey", m_device}}, Map{{"devKey", DeviceSide::fresh()}}}));
+        QVERIFY(!ok);
         QCOMPARE(fired, 1);
+        QVERIFY2(left == 0, "the packages went with the call");
         // The late reply comes to a package that is gone.
         QVERIFY(m_engine->release());
         QTRY_COMPARE(m_engine->held(), 0);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <deviceside.h>
 #include <operationforms.h>
 #include <operationrow.h>
@@ -14,17 +16,12 @@
 #include <QTimer>
 #include <QtTest>
 
-#include <atomic>
-
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
 using Forms = OperationForms<ScreenInfo>;
-
-// Qt's table of hooks for debuggers, among them those that see every QObject come and go.
-extern Q_CORE_EXPORT quintptr qtHookData[];
 
 namespace {
 
@@ -176,23 +173,6 @@ public:
         return false;
     }
 };
-
-std::atomic<int> livingObjects{0};
-
-// How many of the QObjects that @p call makes outlive it.
-template <class Call>
-int objectsLeftBy(Call call)
-{
-    constexpr int created = 3;
-    constexpr int destroyed = 4;
-    livingObjects = 0;
-    qtHookData[created] = reinterpret_cast<quintptr>(+[](QObject*) { ++livingObjects; });
-    qtHookData[destroyed] = reinterpret_cast<quintptr>(+[](QObject*) { --livingObjects; });
-    call();
-    qtHookData[created] = 0;
-    qtHookData[destroyed] = 0;
-    return livingObjects;
-}
 
 } // namespace
 

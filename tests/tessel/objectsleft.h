@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_OBJECTSLEFT_H
+#define TESTS_OBJECTSLEFT_H
+
+#include <QObject>
+
+#include <atomic>
+
+// Qt's table of hooks for debuggers, among them those that see every QObject come and go.
+extern Q_CORE_EXPORT quintptr qtHookData[];
+
+inline std::atomic<int> livingObjects{0};
+
+/// How many of the QObjects that @p call makes outlive it.
+template <class Call>
+int objectsLeftBy(Call call)
+{
+    constexpr int created = 3;
+    constexpr int destroyed = 4;
+    livingObjects = 0;
+    qtHookData[created] = reinterpret_cast<quintptr>(+[](QObject*) { ++livingObjects; });
+    qtHookData[destroyed] = reinterpret_cast<quintptr>(+[](QObject*) { --livingObjects; });
+    call();
+    qtHookData[created] = 0;
+    qtHookData[destroyed] = 0;
+    return livingObjects;
+}
+
+#endif
