@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "program.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QtTest>
+
+namespace {
+
+QString textOf(const QString& name)
+{
+    QFile file(QStringLiteral(TESSEL_SOURCE_DIR "/") + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QStringList matchesIn(const QString& text, const QString& pattern)
+{
+    QStringList found;
+    for (auto it = QRegularExpression(pattern).globalMatch(text); it.hasNext();)
+        found << it.next().captured(1);
+    found.removeDuplicates();
+    return found;
+}
+
+QString helpOf(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments + QStringList{"--help"});
+    process.waitForFinished(60000);
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+/// The names that stand in a help text under @p title.
+QStringList listedIn(const QString& help, const QString& title)
+{
+    const int begin = help.indexOf('\n' + title + ":\n");
+    const QString list = begin < 0 ? QString() : help.mid(begin, help.indexOf("\n\n", begin + 1) - begin);
+    return matchesIn(list, QStringLiteral("\\n  ([a-z]+) "));
+}
+
+QStringList optionsIn(const QString& help)
+{
+    QStringList options = matchesIn(help, QStringLiteral("\\n  (?:-[a-z], ?)?(--[a-z-]+)"));
+    options.removeAll("--help");
+    options.removeAll("--version");
+    return options;
+}
+
+} // namespace
+
+/// What the documents tell of the programs is what the programs do.
+class TestDocuments : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void everySubcommandAndItsOptionsAreDocumented()
+    {
+        const QString page = textOf("docs/commandline.md");
+        QList<QStringList> commands{{}};
+        int options = 0;
+        for (int i = 0; i < commands.size(); ++i) {
+            const QStringList command = commands[i];
+            const QString help = helpOf(TESSELCTL_PROGRAM, command);
+            QVERIFY2(help.contains("Usage: tesselctl"), qPrintable(command.join(' ')));
+            for (const QString& option : optionsIn(help)) {
+                QVERIFY2(page.contains('`' + option + '`'), qPrintable(command.join(' ') + ' ' + option));
+                ++options;
+            }
+            for (const QString& subcommand : listedIn(help, "Subcommands")) {
+                QVERIFY2(page.contains(QRegularExpression("[`| |\\\\]" + subcommand + "\\b")),
+                         qPrintable(subcommand));
+                commands << command + QStringList{subcommand};
+            }
+        }
+        QVERIFY(commands.size() > 14 && options > 20);
+    }
+
+    void whatIsDocumentedExists()
+    {
+        QString helps = helpOf(TESSELCTL_PROGRAM, {});
+        for (const QString& command : listedIn(helps, "Subcommands")) {
+            const QString help = helpOf(TESSELCTL_PROGRAM, {command});
+            helps += help;
+            for (const QString& subcommand : listedIn(help, "Subcommands"))
+                helps += helpOf(TESSELCTL_PROGRAM, {command, subcommand});
+        }
+        for (const QString& option : matchesIn(textOf("docs/commandline.md"), "`(--[a-z-]+)`"))
+            QVERIFY2(optionsIn(helps).contains(option) || option == "--help", qPrintable(option));
+
+        QStringList offered = optionsIn(helpOf(TESSEL_SIM, {}));
+        QStringList documented = matchesIn(textOf("docs/simulator.md"), "`(--[a-z-]+)");
+        QVERIFY(offered.size() > 10);
+        offered.sort();
+        documented.sort();
+        QCOMPARE(documented, offered);
+    }
+
+    void everyPathOfTheControlInterfaceIsDocumented()
+    {
+        const QString source = textOf("simulator/control.cpp");
+        const QString page = textOf("docs/simulator.md");
+        const QStringList paths = matchesIn(source, "Method::\\w+, \"(/sim[a-z/]*)\"");
+        QVERIFY(paths.size() > 9);
+        for (const QString& path : paths)
+            QVERIFY2(page.contains(QRegularExpression("(GET|POST|DELETE) " + path + "`")), qPrintable(path));
+        for (const QString& path : matchesIn(page, "(?:GET|POST|DELETE) (/sim[a-z/]*)`"))
+            QVERIFY2(paths.contains(path), qPrintable(path));
+    }
+
+    void filesThatTheDocumentsNameExist_data()
+    {
+        QTest::addColumn<QString>("document");
+        for (const char* name : {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md",
+                                 "docs/transport.md", "bench/README.md", "examples/README.md"})
+            QTest::newRow(name) << name;
+    }
+    void filesThatTheDocumentsNameExist()
+    {
+        QFETCH(QString, document);
+        const QString page = textOf(document);
+        QVERIFY(!page.isEmpty());
+        const QString folder = QFileInfo(document).path() + '/';
+        for (const QString& link : matchesIn(page, "\\]\\(([^):#]+)\\)"))
+            QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + folder + link), qPrintable(link));
+        for (const QString& path : matchesIn(page, "`((?!build/)(?:[a-z]+/)+(?:[a-z_]+\\.(?:h|cpp|md))?)`"))
+            QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + path), qPrintable(path));
+    }
+
+    void theCommandsOfTheDocumentsAreUnderstood()
+    {
+        // Against an address where nobody listens, all but the command line itself fails.
+        const QString address = closedAddress();
+        int commands = 0;
+        for (const char* name : {"README.md", "docs/commandline.md", "docs/simulator.md"}) {
+            for (QString line : matchesIn(textOf(name), "\\n(tesselctl [^\\n]*)")) {
+                line.replace(QRegularExpression("=(192\\.168\\.0\\.10|127\\.0\\.0\\.1:8080)"), '=' + address);
+                if (line.contains('@') || line.contains("watch") || line.contains("monitor"))
+                    continue;
+                const Run ran = run(line.split(' ').mid(1));
+                QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
+                ++commands;
+            }
+        }
+        QVERIFY(commands >= 4);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDocuments)
+#include "tst_documents.moc"
