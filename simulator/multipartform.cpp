@@ -19,29 +19,36 @@ std::string_view trimmed(std::string_view text)
                               : text.substr(first, text.find_last_not_of(" \t") + 1 - first);
 }
 
+// Reads the value, quoted or not, that begins at @p at, which moves behind it.
+std::string readValue(std::string_view header, std::size_t& at)
+{
+    if (header.substr(at, 1) != "\"") {
+        const auto begin = at;
+        at = std::min(header.find(';', begin), header.size());
+        return std::string(trimmed(header.substr(begin, at - begin)));
+    }
+    std::string value;
+    for (++at; at < header.size() && header[at] != '"'; ++at) {
+        if (header[at] == '\\' && at + 1 < header.size())
+            ++at;
+        value += header[at];
+    }
+    return value;
+}
+
 // The value of the parameter @p name in a header such as `form-data; name="a"; filename="b"`.
 std::string parameter(std::string_view header, std::string_view name)
 {
-    std::size_t at = header.find(';');
-    while (at != header.npos) {
-        header = trimmed(header.substr(at + 1));
-        const bool found = startsWithNoCase(header, name) && header.substr(name.size(), 1) == "=";
-        const std::size_t begin = found ? name.size() + 1 : std::min(header.find('='), header.size() - 1) + 1;
-        std::string value;
-        std::size_t end = begin;
-        if (header.substr(begin, 1) == "\"") {
-            for (end = begin + 1; end < header.size() && header[end] != '"'; ++end) {
-                if (header[end] == '\\' && end + 1 < header.size())
-                    ++end;
-                value += header[end];
-            }
-        } else {
-            end = std::min(header.find(';', begin), header.size());
-            value = trimmed(header.substr(begin, end - begin));
-        }
-        if (found)
+    std::size_t at = 0;
+    while (at != header.npos && (at = header.find(';', at)) != header.npos) {
+        const auto begin = std::min(header.find_first_not_of(" \t", at + 1), header.size());
+        at = header.find_first_of("=;", begin);
+        if (at == header.npos || header[at] == ';')
+            continue;
+        const bool named = at - begin == name.size() && startsWithNoCase(header.substr(begin), name);
+        std::string value = readValue(header, ++at);
+        if (named)
             return value;
-        at = header.find(';', end);
     }
     return {};
 }
@@ -73,13 +80,14 @@ std::optional<std::vector<FormPart>> formParts(std::string_view contentType, std
     if (boundary.empty() || boundary.size() > 70) // RFC 2046, 5.1.1
         return std::nullopt;
     const std::string delimiter = "\r\n--" + boundary;
-    // The first delimiter may begin the body.
-    auto at =
-        startsWith(body, std::string_view(delimiter).substr(2)) ? delimiter.size() - 2 : body.find(delimiter);
-    if (at == body.npos)
-        return std::nullopt;
-    if (at != delimiter.size() - 2)
-        at += delimiter.size();
+    std::size_t at = delimiter.size() - lineEnd.size();
+    // Without a preamble the line break of the first delimiter is missing.
+    if (body.substr(0, at) != std::string_view(delimiter).substr(lineEnd.size())) {
+        const auto first = body.find(delimiter);
+        if (first == body.npos)
+            return std::nullopt;
+        at = first + delimiter.size();
+    }
     std::vector<FormPart> parts;
     while (!startsWith(body.substr(at), "--")) {
         at = body.find(lineEnd, at);

@@ -385,9 +385,9 @@ private Q_SLOTS:
         const QByteArray path = "/api/v1/device/cabinet/1/prestoreimage/image";
         const QByteArray pixels = QByteArray(70000, '\0') + "\r\n--\r\n-";
         const QByteArray form =
-            "preamble\r\n--b\r\nContent-Disposition: form-data; name=\"id\"\r\n\r\n1\r\n"
+            "pre\r\n--b\r\nContent-Disposition: form-data; name=\"id\"\r\n\r\n1\r\n"
             "--b \r\nContent-Type: image/png\r\n"
-            "content-disposition: form-data; name=image; filename=\"a \\\"b\\\";c.png\"\r\n"
+            "content-disposition: form-data; x; ; names=\"y\"; name=image; filename=\"a \\\"b\\\";c.png\"\r\n"
             "\r\n" +
             pixels + "\r\n--b\r\n\r\n\r\n--b--\r\n";
         HttpClient client(m_simulator->port());
