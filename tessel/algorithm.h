@@ -20,6 +20,7 @@ class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static Algorithm* getInstance();
 
     /// Calculates RGB light values from @p params.

@@ -28,6 +28,7 @@ class TESSEL_EXPORT CabinetInfoOperator : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static CabinetInfoOperator* getInstance();
 
     /// Reacts to events and answers from the cache, as from the start.

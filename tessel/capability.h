@@ -17,6 +17,7 @@ class TESSEL_EXPORT Capability : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static Capability* getInstance();
 
     /// The driver chips that the device knows.

@@ -29,6 +29,7 @@ class TESSEL_EXPORT Correctionop : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static Correctionop* getInstance();
 
     // Upload of coefficient tables. A table is a list that goes out as one JSON array in one PUT.

@@ -18,6 +18,7 @@ class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static DebugInfo* getInstance();
 
     /// Reads the parameters that @p body names.

@@ -13,6 +13,7 @@ class TESSEL_EXPORT DeviceManager : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static DeviceManager* getInstance();
 
     /// Starts the transport with the push channel of every device.

@@ -19,6 +19,7 @@ class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static FactoryOp* getInstance();
 
     // Cabinet structure.

@@ -37,6 +37,7 @@ class TESSEL_EXPORT HWInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static HWInfo* getInstance();
 
     /// Reacts to events and answers from the cache, as from the start.

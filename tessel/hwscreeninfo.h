@@ -20,6 +20,7 @@ class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static HwScreenInfo* getInstance();
 
     /// Edge brightness: switches the drawing.

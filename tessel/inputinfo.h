@@ -28,6 +28,7 @@ class TESSEL_EXPORT InputInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static InputInfo* getInstance();
 
     /// Acts on events and answers reads from the cache; the state after construction.

@@ -27,6 +27,7 @@ class TESSEL_EXPORT MonitorInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static MonitorInfo* getInstance();
 
     /// Reads the monitoring data without blocking. @p callback is called once with the answered package, on

@@ -23,6 +23,7 @@ class TESSEL_EXPORT OutputInfoOperator : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static OutputInfoOperator* getInstance();
 
     /// Acts on events and answers reads from the cache; the state after construction.

@@ -25,6 +25,7 @@ class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static PipeInfo* getInstance();
 
     /// Loads the list of the device's pipelines into the cache unless it is there; with @p force in any case.

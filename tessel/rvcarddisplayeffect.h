@@ -16,6 +16,7 @@ class TESSEL_EXPORT RvCardDisplayEffect : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static RvCardDisplayEffect* getInstance();
 
     /// The display gain data of a cabinet. @return whether the device answered; @p result is replaced, by an

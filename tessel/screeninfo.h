@@ -45,6 +45,7 @@ class TESSEL_EXPORT ScreenInfo : public QObject
 {
     Q_OBJECT
 public:
+    /// The one of the process, created on first use and never deleted.
     static ScreenInfo* getInstance();
 
     /// Acts on events and answers the screen list from the cache again; what was missed is not caught up.
