@@ -3,6 +3,9 @@
 #include <operationrow.h>
 #include <protocolrow.h>
 #include <recordingengine.h>
+#include <refusingengine.h>
+
+#include <communicator/httpproxy.h>
 
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/hwinfo.h>
@@ -381,6 +384,19 @@ private Q_SLOTS:
         Map params;
         QVERIFY2(screenInfo()->setBrightness(m_device, screen, params, 300), "it was started");
         QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(cachedBrightness(), 200U);
+    }
+
+    void aBrightnessThatIsNotStartedSaysSoAndLeavesTheCache()
+    {
+        giveCabinets(m_device);
+        m_engine->answer(RecordingEngine::data(R"({"brightness":200})"));
+        QCOMPARE(cachedBrightness(), 200U);
+        Krelm::Communicator::HttpDevice::HttpProxy::getInstance()->setEngine(
+            std::make_unique<RefusingEngine>());
+        Map params;
+        QVERIFY(!screenInfo()->setBrightness(m_device, screen, params, 300));
         QCoreApplication::processEvents();
         QCOMPARE(cachedBrightness(), 200U);
     }

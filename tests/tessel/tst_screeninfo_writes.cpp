@@ -5,6 +5,7 @@
 #include <operationforms.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <refusingengine.h>
 #include <singleshots.h>
 
 #include <communicator/httpproxy.h>
@@ -157,21 +158,6 @@ const EffectProperty effectProperties[] = {
     {"3D depth of field", &ScreenInfo::putDeviceScreenthreeDDepthField,
      &ScreenInfo::putDeviceScreenthreeDDepthField, &ScreenInfo::getDeviceScreenthreeDDepthField, "fieldDepth",
      3, 4},
-};
-
-// An engine that starts nothing.
-class RefusingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
-{
-public:
-    using Request = Krelm::Communicator::HttpDevice::HttpRequest;
-    using Reply = Krelm::Communicator::HttpDevice::HttpReply;
-
-    Reply exchange(const Request&) override { return RecordingEngine::failure(); }
-    bool start(const Request&, std::function<void(const Reply&)> done) override
-    {
-        QTimer::singleShot(0, [done] { done(RecordingEngine::failure()); });
-        return false;
-    }
 };
 
 } // namespace
