@@ -117,23 +117,51 @@ public:
         return self();
     }
 
-private:
-    friend Self;
+protected:
     PackageFiller() = default;
+
+private:
     Self& self() { return static_cast<Self&>(*this); }
     HttpJsonPackage& package() { return self().packageToFill(); }
 };
 
-/// A request whose package lives on the stack: blocking, or fire and forget.
+/// A request whose package lives on the stack. Base of those that hold their outcome on return.
+template <class Self, class Package>
+class StackRequest : public PackageFiller<Self>
+{
+public:
+    /// Fills the outputs from the package as it is, then tests its state.
+    template <class... Outputs>
+    bool take(Outputs&&... outputs)
+    {
+        (decode(m_package, outputs), ...);
+        return succeeded(m_package);
+    }
+
+protected:
+    explicit StackRequest(const QString& path) { m_package.setUrl(path); }
+
+    Package m_package{nullptr};
+
+private:
+    friend class PackageFiller<Self>;
+    HttpJsonPackage& packageToFill() { return m_package; }
+};
+
+/// A blocking request, or one to fire and forget.
 ///
 /// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also
 /// after a failure, which empties them; the result is whether the transport's state is zero. The device's
 /// `code` does not count.
-class Request : public PackageFiller<Request>
+class Request : public StackRequest<Request, HttpJsonPackage>
 {
 public:
-    explicit Request(const char* routeKey) { m_package.setUrl(routePath(routeKey)); }
-    explicit Request(const QString& routeKey) { m_package.setUrl(routePath(routeKey)); }
+    explicit Request(const char* routeKey)
+        : StackRequest(routePath(routeKey))
+    {}
+    explicit Request(const QString& routeKey)
+        : StackRequest(routePath(routeKey))
+    {}
 
     template <class... Outputs>
     bool get(const QString& deviceKey, Outputs&&... outputs)
@@ -202,29 +230,15 @@ public:
         HttpProxy::getInstance()->post(deviceKey, &m_package);
         return take(outputs...);
     }
-
-    /// Fills the outputs from the package as it is, then tests its state.
-    template <class... Outputs>
-    bool take(Outputs&&... outputs)
-    {
-        (decode(m_package, outputs), ...);
-        return succeeded(m_package);
-    }
-
-private:
-    friend class PackageFiller<Request>;
-    HttpJsonPackage& packageToFill() { return m_package; }
-
-    HttpJsonPackage m_package{nullptr};
 };
 
 /// A blocking request with a multipart body; outputs and result as Request's.
-class MultipartRequest : public PackageFiller<MultipartRequest>
+class MultipartRequest : public StackRequest<MultipartRequest, HttpMutilPartPackage>
 {
 public:
     MultipartRequest(const char* routeKey, const QMap<QString, QVariant>& parts)
+        : StackRequest(routePath(routeKey))
     {
-        m_package.setUrl(routePath(routeKey));
         m_package.setHttpMultiPartData(parts);
     }
 
@@ -241,19 +255,6 @@ public:
         HttpProxy::getInstance()->putSync(deviceKey, &m_package);
         return take(outputs...);
     }
-
-private:
-    friend class PackageFiller<MultipartRequest>;
-    HttpJsonPackage& packageToFill() { return m_package; }
-
-    template <class... Outputs>
-    bool take(Outputs&&... outputs)
-    {
-        (decode(m_package, outputs), ...);
-        return succeeded(m_package);
-    }
-
-    HttpMutilPartPackage m_package{nullptr};
 };
 
 /// A request that returns at once and is answered later; its package lives on the heap until it was answered.
