@@ -12,6 +12,7 @@
 #include "communicator/logging.h"
 #include "communicator/noticequeue.h"
 #include "communicator/pendingreply.h"
+#include "communicator/postedcall.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -68,10 +69,7 @@ private:
 
 HttpProxy::Private::Private(HttpProxy* proxy)
     : m_proxy(proxy)
-    , m_notices([proxy] {
-        QMetaObject::invokeMethod(
-            proxy, [proxy] { proxy->d->deliverNotices(); }, Qt::QueuedConnection);
-    })
+    , m_notices([proxy] { postCall(proxy, [proxy] { proxy->d->deliverNotices(); }); })
 {
     m_notices.onDelivered([this] {
         if (const std::shared_ptr<EventChannels> open = channels()) {

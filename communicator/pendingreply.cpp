@@ -2,10 +2,9 @@
 #include "communicator/pendingreply.h"
 
 #include "communicator/lifecycle.h"
+#include "communicator/postedcall.h"
 
 #include <communicator/httpjsonpackage.h>
-
-#include <QMetaObject>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -37,16 +36,13 @@ void PendingReply::settle(const HttpReply& reply)
     m_reply = reply;
     // Posted under the lock: the package's destructor waits in detach() until its event queue holds the call,
     // and then removes it.
-    QMetaObject::invokeMethod(
-        m_package,
-        [package = m_package, self = shared_from_this()] {
-            HttpReply settled;
-            if (self->take(settled)) {
-                putReply(package, settled);
-                Q_EMIT package->readyRead(package);
-            }
-        },
-        Qt::QueuedConnection);
+    postCall(m_package, [package = m_package, self = shared_from_this()] {
+        HttpReply settled;
+        if (self->take(settled)) {
+            putReply(package, settled);
+            Q_EMIT package->readyRead(package);
+        }
+    });
 }
 
 bool PendingReply::take(HttpReply& reply)

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -23,6 +24,7 @@ using namespace Krelm::Communicator::HttpDevice;
 namespace {
 
 std::atomic<bool> leaving{false};
+std::mutex starting; // held while requests are started
 
 struct Requests
 {
@@ -30,6 +32,7 @@ struct Requests
 
     void start(const QString& address)
     {
+        const std::lock_guard<std::mutex> lock(starting);
         HttpProxy* const proxy = HttpProxy::getInstance();
         for (int i = 0; i < 100; ++i) {
             packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
@@ -45,6 +48,16 @@ struct Requests
         }
     }
 };
+
+// The lock makes what the thread started visible here: the thread sanitizer does not see what QThread::wait()
+// synchronises.
+void leave(QThread& thread)
+{
+    thread.quit();
+    thread.wait();
+    const std::lock_guard<std::mutex> lock(starting);
+    leaving = true;
+}
 
 int blockingState(const QString& address)
 {
@@ -139,16 +152,12 @@ int main(int argc, char** argv)
     });
     QTimer::singleShot(100, &application, [&] {
         if (way == "exit") {
-            thread.quit();
-            thread.wait();
-            leaving = true;
+            leave(thread);
             std::exit(0);
         }
         application.quit();
     });
     application.exec();
-    thread.quit();
-    thread.wait();
-    leaving = true;
+    leave(thread);
     return 0;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/eventchannels.h"
+#include "communicator/postedcall.h"
 #include "misbehavingserver.h"
 
 #include <QEventLoop>
@@ -68,10 +69,7 @@ struct Listening : QObject
     QList<QByteArray> events;
     QList<Notice> notices;
     std::function<void(const Notice&)> receive;
-    NoticeQueue queue{[this] {
-        QMetaObject::invokeMethod(
-            this, [this] { deliver(); }, Qt::QueuedConnection);
-    }};
+    NoticeQueue queue{[this] { postCall(this, [this] { deliver(); }); }};
     EventChannels channels;
 };
 

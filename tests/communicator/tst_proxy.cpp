@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/deviceendpoint.h"
 #include "communicator/exchangeobserver.h"
+#include "communicator/postedcall.h"
 #include "recordingengine.h"
 
 #include <communicator/httpproxy.h>
@@ -347,9 +348,12 @@ void ProxyTest::readyReadComesOnThePackagesThread()
             ready->deleteLater();
         },
         Qt::DirectConnection);
-    QMetaObject::invokeMethod(
-        package, [this, package] { m_proxy->get(QStringLiteral("wall"), package); },
-        Qt::BlockingQueuedConnection);
+    std::promise<void> started;
+    postCall(package, [&, package] {
+        m_proxy->get(QStringLiteral("wall"), package);
+        started.set_value();
+    });
+    started.get_future().wait();
     log->pending[0]({});
     auto future = emitted.get_future();
     QCOMPARE(future.wait_for(std::chrono::seconds(10)), std::future_status::ready);

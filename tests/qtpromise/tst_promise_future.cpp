@@ -6,6 +6,7 @@
 #include <QUnhandledException>
 #include <QtConcurrent>
 
+#include <future>
 #include <stdexcept>
 
 using namespace QtPromise;
@@ -123,15 +124,15 @@ private Q_SLOTS:
     {
         QFutureInterface<int> interface;
         interface.reportStarted();
-        std::unique_ptr<QPromise<int>> promise;
-        const std::unique_ptr<QThread> worker(QThread::create(
-            [&] { promise = std::make_unique<QPromise<int>>(QtPromise::resolve(interface.future())); }));
+        std::promise<QPromise<int>> handedOver;
+        const std::unique_ptr<QThread> worker(
+            QThread::create([&] { handedOver.set_value(QtPromise::resolve(interface.future())); }));
         worker->start();
         QVERIFY(worker->wait(20000));
         const int value = 1;
         interface.reportFinished(&value);
         QCoreApplication::sendPostedEvents();
-        QVERIFY(promise->isPending());
+        QVERIFY(handedOver.get_future().get().isPending());
     }
 };
 

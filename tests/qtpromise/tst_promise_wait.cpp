@@ -158,7 +158,7 @@ private Q_SLOTS:
     void waitOnAQThreadEnds()
     {
         Pending<int> pending;
-        bool fulfilled = false;
+        std::atomic<bool> fulfilled{false};
         const std::unique_ptr<QThread> thread(
             QThread::create([&] { fulfilled = QPromise<int>(pending.promise).wait().isFulfilled(); }));
         thread->start();
