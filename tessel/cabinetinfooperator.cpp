@@ -10,6 +10,7 @@
 #include <QTime>
 
 using Tessel::cached;
+using Tessel::copyElementWhere;
 using Tessel::copyEntry;
 using Tessel::envelopeEvent;
 using Tessel::eventSays;
@@ -65,17 +66,9 @@ bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVa
 bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString& id,
                                          QMap<QString, QVariant>& out)
 {
-    if (!getAllCabinetsInfo(deviceKey, false))
-        return false;
-    const QList<QVariant> cabinets = m_cabinetsInfo.value(deviceKey);
-    for (const QVariant& element : cabinets) {
-        const QMap<QString, QVariant> cabinet = element.toMap();
-        if (cabinet.value(QStringLiteral("id")).toString() == id) {
-            out = cabinet;
-            return true;
-        }
-    }
-    return false;
+    const auto reads = [&id](const QVariant& found) { return found.toString() == id; };
+    return getAllCabinetsInfo(deviceKey, false) &&
+           copyElementWhere(m_cabinetsInfo.value(deviceKey), reads, out);
 }
 
 // Looks neither at its arguments nor at the reply's code: what cannot be read is an empty list.

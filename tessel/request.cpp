@@ -30,15 +30,8 @@ QString routePath(const QString& routeKey)
 
 bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
 {
-    const QVariant wanted(id);
-    for (const QVariant& element : list) {
-        QMap<QString, QVariant> map = element.toMap();
-        if (wanted == map.value(QStringLiteral("id"))) {
-            out = std::move(map);
-            return true;
-        }
-    }
-    return false;
+    return copyElementWhere(
+        list, [wanted = QVariant(id)](const QVariant& found) { return wanted == found; }, out);
 }
 
 bool instancesReady(const CallSite& site, const char* tableMessage)

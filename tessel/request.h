@@ -9,6 +9,7 @@
 #include <QMutex>
 
 #include <memory>
+#include <utility>
 
 namespace Tessel {
 
@@ -367,8 +368,22 @@ bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& de
     return loaded;
 }
 
-/// Hands out the first element of @p list whose member `id` equals @p id, a number as its text. @return
-/// whether there is one; @p out stays as it was on `false`.
+/// Hands out the first element of @p list whose member `id` @p matches accepts. @return whether there is one;
+/// @p out stays as it was on `false`.
+template <class Matches>
+bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString, QVariant>& out)
+{
+    for (const QVariant& element : list) {
+        QMap<QString, QVariant> map = element.toMap();
+        if (matches(map.value(QStringLiteral("id")))) {
+            out = std::move(map);
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The same for the element whose `id` equals @p id, a number as its text. One without `id` equals none.
 bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out);
 
 /// Where a guarded operation stands, for the system-error line.

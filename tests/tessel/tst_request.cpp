@@ -314,6 +314,7 @@ private Q_SLOTS:
         QCOMPARE(out, (Map{{"kept", 1}}));
         QVERIFY(copyElement(list, "7", out));
         QCOMPARE(out, (Map{{"id", 7}, {"n", 1}}));
+        QVERIFY2(!copyElement({Map{{"n", 3}}}, QString(), out), "an absent id is no empty one");
     }
 
     void theCacheAnswersUnlessForced()
