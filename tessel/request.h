@@ -296,14 +296,15 @@ public:
                          [takeOver](HttpJsonPackage* reply) { takeOver(reply); });
     }
 
-    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then.
-    /// Returns whether the request was started.
+    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then: the
+    /// package goes with it. Returns whether the request was started.
     template <class Answered>
     bool put(const QString& deviceKey, const QObject* context, Answered answered)
     {
         HttpJsonPackage* package = m_package.release();
         const bool started = HttpProxy::getInstance()->put(deviceKey, package);
         whenAnswered(package, context, answered);
+        QObject::connect(context, &QObject::destroyed, package, &QObject::deleteLater);
         return started;
     }
 

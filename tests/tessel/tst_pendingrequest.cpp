@@ -17,6 +17,20 @@ namespace {
 
 const QString device = QStringLiteral("wall");
 
+// Counts the packages that end by deleteLater().
+class ReleasedPackages : public QObject
+{
+public:
+    ReleasedPackages() { QCoreApplication::instance()->installEventFilter(this); }
+    bool eventFilter(QObject* receiver, QEvent* event) override
+    {
+        if (event->type() == QEvent::DeferredDelete && qobject_cast<HttpJsonPackage*>(receiver))
+            ++count;
+        return false;
+    }
+    int count = 0;
+};
+
 } // namespace
 
 class TestPendingRequest : public QObject
@@ -158,6 +172,31 @@ private Q_SLOTS:
         QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
         QVERIFY(!called);
+    }
+
+    void aPackageWhoseContextIsGoneIsReleased_data()
+    {
+        QTest::addColumn<bool>("answered");
+        QTest::newRow("before the reply") << false;
+        QTest::newRow("between the reply and its handler") << true;
+    }
+    void aPackageWhoseContextIsGoneIsReleased()
+    {
+        QFETCH(bool, answered);
+        m_engine->hold();
+        ReleasedPackages released;
+        QThread contextThread; // never started: what is posted to the context waits
+        auto context = std::make_unique<QObject>();
+        context->moveToThread(&contextThread);
+        PendingRequest("ScreenXbit").put(device, context.get(), [](const HttpJsonPackage&) {});
+        if (answered) {
+            QVERIFY(m_engine->release());
+            QTRY_COMPARE(m_engine->held(), 0);
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(released.count, 0);
+        context.reset();
+        QTRY_COMPARE(released.count, 1);
     }
 };
 
