@@ -19,6 +19,7 @@
 #include <condition_variable>
 #include <exception>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -413,6 +414,29 @@ private:
     Reason m_reason;
 };
 
+/// Releases `object`; one that is released from inside another waits until that one is gone. So promises that
+/// keep each other alive in a long chain do not end inside each other.
+inline void releaseInTurn(std::shared_ptr<void> object)
+{
+    static thread_local std::vector<std::shared_ptr<void>>* current = nullptr;
+    if (current) {
+        current->push_back(std::move(object));
+        return;
+    }
+    std::vector<std::shared_ptr<void>> waiting;
+    current = &waiting;
+    object.reset();
+    while (!waiting.empty()) {
+        object = std::move(waiting.back());
+        waiting.pop_back();
+        object.reset();
+    }
+    current = nullptr;
+}
+
+template <typename T>
+class Settler;
+
 /// What all handles of a promise share. Every member may be called from any thread.
 ///
 /// An outcome is written once, under the mutex, and never changes after that. Whoever finds the promise
@@ -425,6 +449,11 @@ public:
     using Observer = std::function<void(const Outcome<T>&)>;
 
     PromiseState() = default;
+    ~PromiseState()
+    {
+        if (!m_listeners.empty())
+            releaseInTurn(std::make_shared<std::vector<Listener>>(std::move(m_listeners)));
+    }
     PromiseState(const PromiseState&) = delete;
     PromiseState& operator=(const PromiseState&) = delete;
 
@@ -437,16 +466,19 @@ public:
     /// Calls `observer` once, when the promise settles: at once if it has.
     void observe(Observer observer)
     {
-        Outcome<T> outcome;
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_outcome.isPending()) {
-                m_observers.push_back(std::move(observer));
-                return;
-            }
-            outcome = m_outcome;
-        }
-        observer(outcome);
+        Listener listener{std::move(observer), nullptr};
+        const Outcome<T> outcome = keepWhilePending(listener);
+        if (!outcome.isPending())
+            listener.observer(outcome);
+    }
+
+    /// Settles `follower` as this promise settles: at once if it has.
+    void lead(std::shared_ptr<Settler<T>> follower)
+    {
+        Listener listener{nullptr, std::move(follower)};
+        const Outcome<T> outcome = keepWhilePending(listener);
+        if (!outcome.isPending())
+            listener.follower->settle(outcome);
     }
 
     /// As observe(), but calls `handler` on the thread that is the current one now, never from inside this
@@ -463,20 +495,55 @@ public:
     /// Only a Settler calls this, and only once.
     void settle(const Outcome<T>& outcome)
     {
-        std::vector<Observer> observers;
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_outcome = outcome;
-            observers.swap(m_observers);
+        // The last is the next. A follower's listeners come before what stands behind the follower, as if it
+        // settled in a call from here; such calls within calls would exhaust the stack in a long chain.
+        std::vector<Listener> waiting;
+        const auto settleOne = [&](PromiseState& state) {
+            std::vector<Listener> listeners = state.take(outcome);
+            waiting.insert(waiting.end(), std::make_move_iterator(listeners.rbegin()),
+                           std::make_move_iterator(listeners.rend()));
+        };
+        settleOne(*this);
+        while (!waiting.empty()) {
+            const Listener next = std::move(waiting.back());
+            waiting.pop_back();
+            if (!next.follower)
+                next.observer(outcome);
+            else if (const auto state = next.follower->claim())
+                settleOne(*state);
         }
-        for (const Observer& observer : observers)
-            observer(outcome);
     }
 
 private:
+    /// An observer, or the settler of a promise that settles as this one does.
+    struct Listener
+    {
+        Observer observer;
+        std::shared_ptr<Settler<T>> follower;
+    };
+
+    /// Moves `listener` in if the promise is pending. Gives the outcome.
+    Outcome<T> keepWhilePending(Listener& listener)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_outcome.isPending())
+            m_listeners.push_back(std::move(listener));
+        return m_outcome;
+    }
+
+    /// Stores the outcome and hands the listeners out.
+    std::vector<Listener> take(const Outcome<T>& outcome)
+    {
+        std::vector<Listener> listeners;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_outcome = outcome;
+        listeners.swap(m_listeners);
+        return listeners;
+    }
+
     mutable std::mutex m_mutex;
     Outcome<T> m_outcome;              // guarded by m_mutex
-    std::vector<Observer> m_observers; // guarded by m_mutex
+    std::vector<Listener> m_listeners; // guarded by m_mutex
 };
 
 /// The one right to settle a promise, shared by all copies of its resolvers. It keeps the state alive until
@@ -497,11 +564,16 @@ public:
     template <typename Make>
     void settleWith(Make&& make)
     {
+        if (const std::shared_ptr<PromiseState<T>> state = claim())
+            state->settle(outcomeOf(make));
+    }
+
+    /// The promise to settle, for the first caller; null for a later one. Only the first touches m_state.
+    std::shared_ptr<PromiseState<T>> claim()
+    {
         if (m_used.exchange(true))
-            return;
-        // Only the winner touches m_state from here on.
-        const std::shared_ptr<PromiseState<T>> state = std::move(m_state);
-        state->settle(outcomeOf(make));
+            return nullptr;
+        return std::move(m_state);
     }
 
     void settle(const Outcome<T>& outcome)
@@ -629,8 +701,7 @@ struct SettleWithResult<T, QtPromise::QPromise<T>>
     static void of(const SettlerPtr<T>& settler, F& call)
     {
         const QtPromise::QPromise<T> promise = call();
-        PromiseAccess::state(promise)->observe(
-            [settler](const Outcome<T>& outcome) { settler->settle(outcome); });
+        PromiseAccess::state(promise)->lead(settler);
     }
 };
 
