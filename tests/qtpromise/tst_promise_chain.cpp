@@ -8,7 +8,7 @@ using namespace QtPromise;
 
 namespace {
 
-const int links = 100000;
+const int links = 50000;
 
 /// Ends with `innermost`, through as many promises that each adopt the one before.
 QPromise<int> adoptedManyTimes(const QPromise<int>& innermost)
