@@ -2,7 +2,8 @@
 #include "communicator/deviceendpoint.h"
 #include "communicator/exchangeobserver.h"
 #include "communicator/postedcall.h"
-#include "recordingengine.h"
+
+#include <recordingengine.h>
 
 #include <communicator/httpproxy.h>
 
@@ -16,7 +17,7 @@
 
 using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
-using Start = RecordingEngine::Start;
+using Done = RecordingEngine::Done;
 
 using Call = std::function<void(HttpProxy*, HttpMutilPartPackage*)>;
 Q_DECLARE_METATYPE(DeviceEndpoint)
@@ -30,6 +31,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_proxy->setEngine(nullptr);
+        m_pending.clear();
         for (const QString& key : m_proxy->devices()) {
             m_proxy->removeDevice(key);
         }
@@ -69,14 +71,27 @@ private Q_SLOTS:
     void devicesWorkWithAForeignEngine();
 
 private:
-    std::shared_ptr<RecordingEngine::Log> install(Start start = Start::AnswersLater)
+    /// An engine that answers what it starts when the test calls m_pending.
+    RecordingEngine* install()
     {
-        auto log = std::make_shared<RecordingEngine::Log>();
-        m_proxy->setEngine(std::make_unique<RecordingEngine>(log, start));
-        return log;
+        RecordingEngine* const engine = RecordingEngine::install();
+        engine->startWith([this](const HttpRequest&, const Done& done) {
+            m_pending.push_back(done);
+            return true;
+        });
+        return engine;
+    }
+    /// An engine that answers from inside the starting call.
+    static void installAnsweringEarly()
+    {
+        RecordingEngine::install()->startWith([](const HttpRequest&, const Done& done) {
+            done({});
+            return true;
+        });
     }
 
     HttpProxy* m_proxy = nullptr;
+    std::vector<Done> m_pending; ///< what the engine of install() has not answered yet
 };
 
 void ProxyTest::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
@@ -121,19 +136,19 @@ void ProxyTest::eachOperationSendsItsVerb()
 {
     QFETCH(Call, call);
     QFETCH(int, method);
-    const auto log = install();
+    const auto* const engine = install();
     HttpMutilPartPackage package(nullptr);
     call(m_proxy, &package);
-    QCOMPARE(log->requests.size(), size_t(1));
-    QCOMPARE(int(log->requests[0].method), method);
-    QCOMPARE(log->requests[0].deviceKey, QStringLiteral("wall"));
+    QCOMPARE(engine->requests().size(), size_t(1));
+    QCOMPARE(int(engine->requests()[0].method), method);
+    QCOMPARE(engine->requests()[0].deviceKey, QStringLiteral("wall"));
     QCOMPARE(package.getDevkey(), QStringLiteral("wall"));
 }
 
 void ProxyTest::everyOperationIsCountedOnce()
 {
     QFETCH(Call, call);
-    const auto log = install();
+    install();
     const quint64 before = exchangesBegun();
     HttpMutilPartPackage package(nullptr);
     call(m_proxy, &package);
@@ -142,7 +157,7 @@ void ProxyTest::everyOperationIsCountedOnce()
 
 void ProxyTest::everythingReachesTheEngineAsItWasSet()
 {
-    const auto log = install();
+    const auto* const engine = install();
     HttpJsonPackage package(nullptr);
     package.setUrl(QStringLiteral("/x/{id} "));
     package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("a/b"));
@@ -152,7 +167,7 @@ void ProxyTest::everythingReachesTheEngineAsItWasSet()
     package.setExpectedTime(-5);
     package.setDaemonFlag(true);
     m_proxy->putSync(QStringLiteral("any key"), &package);
-    const HttpRequest& request = log->requests.at(0);
+    const HttpRequest request = engine->requests().at(0);
     QCOMPARE(request.deviceKey, QStringLiteral("any key"));
     QCOMPARE(request.path, QStringLiteral("/x/{id} "));
     QCOMPARE(request.placeHolders, package.placeHolders());
@@ -167,38 +182,39 @@ void ProxyTest::everythingReachesTheEngineAsItWasSet()
 
 void ProxyTest::anEmptyPathReachesTheEngine()
 {
-    const auto log = install();
+    const auto* const engine = install();
     HttpJsonPackage package(nullptr);
     m_proxy->getSync(QStringLiteral("wall"), &package);
-    QCOMPARE(log->requests.size(), size_t(1));
-    QVERIFY(log->requests[0].path.isEmpty());
-    QCOMPARE(log->requests[0].expectedTime, 10000);
+    QCOMPARE(engine->requests().size(), size_t(1));
+    QVERIFY(engine->requests()[0].path.isEmpty());
+    QCOMPARE(engine->requests()[0].expectedTime, 10000);
 }
 
 void ProxyTest::aJsonBodyIsTypedUnlessTheCallerDid()
 {
-    const auto log = install();
+    const auto* const engine = install();
     const QString json = QStringLiteral("application/json");
     HttpJsonPackage untyped(nullptr);
     untyped.setRequestWithJsonObj(QVariantMap());
     m_proxy->putSync(QStringLiteral("wall"), &untyped);
-    QCOMPARE(log->requests.at(0).headers, (QMap<QString, QString>{{QStringLiteral("Content-Type"), json}}));
+    QCOMPARE(engine->requests().at(0).headers,
+             (QMap<QString, QString>{{QStringLiteral("Content-Type"), json}}));
     QVERIFY(untyped.requestHeader().isEmpty());
     HttpJsonPackage typed(nullptr);
     typed.setRequestWithJsonObj(QVariantMap());
     typed.setRequestHeader({{QStringLiteral("content-Type"), json}});
     m_proxy->putSync(QStringLiteral("wall"), &typed);
-    QCOMPARE(log->requests.at(1).headers, typed.requestHeader());
+    QCOMPARE(engine->requests().at(1).headers, typed.requestHeader());
     HttpJsonPackage raw(nullptr);
     raw.setRequestWithJsonObj(QVariantMap());
     raw.setRequestData("raw");
     m_proxy->putSync(QStringLiteral("wall"), &raw);
-    QVERIFY(log->requests.at(2).headers.isEmpty());
+    QVERIFY(engine->requests().at(2).headers.isEmpty());
 }
 
 void ProxyTest::aJsonBodyThatCannotBeWrittenIsNotSent()
 {
-    const auto log = install();
+    const auto* const engine = install();
     QVariant deep = 1;
     for (int i = 0; i < 2000; ++i) {
         deep = QVariantList{deep};
@@ -211,55 +227,57 @@ void ProxyTest::aJsonBodyThatCannotBeWrittenIsNotSent()
     QVERIFY(!m_proxy->put(QStringLiteral("wall"), &package));
     QVERIFY(spy.wait());
     QCOMPARE(package.getSimpleState(), State::InvalidRequest);
-    QVERIFY(log->requests.empty());
+    QVERIFY(engine->requests().empty());
 }
 
 void ProxyTest::putSyncOfAMultipartPackageSendsItsParts()
 {
-    const auto log = install();
+    const auto* const engine = install();
     HttpMutilPartPackage package(nullptr);
     package.setHttpMultiPartData({{QStringLiteral("a"), QByteArray("b")}});
     m_proxy->putSync(QStringLiteral("wall"), &package);
     m_proxy->putMutilPartSync(QStringLiteral("wall"), &package);
-    for (const HttpRequest& request : log->requests) {
+    for (const HttpRequest& request : engine->requests()) {
         QVERIFY(request.multipart);
         QCOMPARE(request.parts, package.httpMultiPartData());
     }
-    QCOMPARE(log->requests.size(), size_t(2));
+    QCOMPARE(engine->requests().size(), size_t(2));
 }
 
 void ProxyTest::aDownloadNamesItsDestination()
 {
-    const auto log = install();
+    const auto* const engine = install();
     HttpJsonPackage package(nullptr);
     package.fileDownloadPath = QStringLiteral("/tmp/firmware");
     m_proxy->getFileDownloadSync(QStringLiteral("wall"), &package);
-    QCOMPARE(log->requests.at(0).downloadPath, QStringLiteral("/tmp/firmware"));
+    QCOMPARE(engine->requests().at(0).downloadPath, QStringLiteral("/tmp/firmware"));
     m_proxy->getSync(QStringLiteral("wall"), &package);
-    QVERIFY(log->requests.at(1).downloadPath.isEmpty());
+    QVERIFY(engine->requests().at(1).downloadPath.isEmpty());
 }
 
 void ProxyTest::aDownloadWithoutADestinationSendsNothing()
 {
-    const auto log = install();
+    const auto* const engine = install();
     HttpJsonPackage package(nullptr);
     m_proxy->getFileDownloadSync(QStringLiteral("wall"), &package);
     QCOMPARE(package.getSimpleState(), State::FileFailure);
-    QVERIFY(log->requests.empty());
+    QVERIFY(engine->requests().empty());
 }
 
 void ProxyTest::theReplyStandsInThePackageOnReturn()
 {
-    const auto log = install();
-    log->reply.state = State::HttpFailure;
-    log->reply.status = 404;
-    log->reply.body = "{\"data\":{\"a\":1}}";
-    log->reply.headers.insert(QStringLiteral("x-a"), QStringLiteral("b"));
+    RecordingEngine* const engine = RecordingEngine::install();
+    HttpReply reply;
+    reply.state = State::HttpFailure;
+    reply.status = 404;
+    reply.body = "{\"data\":{\"a\":1}}";
+    reply.headers.insert(QStringLiteral("x-a"), QStringLiteral("b"));
+    engine->answer(reply);
     HttpJsonPackage package(nullptr);
     m_proxy->getSync(QStringLiteral("wall"), &package);
     QCOMPARE(package.getSimpleState(), State::HttpFailure);
     QCOMPARE(package.replyStatus, 404);
-    QCOMPARE(package.getReceiveData(), log->reply.body);
+    QCOMPARE(package.getReceiveData(), reply.body);
     QCOMPARE(package.responseHeader(QStringLiteral("X-A")), QStringLiteral("b"));
     QVERIFY(package.getRoutesJsonMap().isEmpty());
 }
@@ -276,31 +294,41 @@ void ProxyTest::blockingRequestsRaiseNoReadyRead()
 
 void ProxyTest::aNullPackageIsIgnored()
 {
-    const auto log = install();
+    const auto* const engine = install();
     m_proxy->getSync(QStringLiteral("wall"), nullptr);
     QVERIFY(!m_proxy->get(QStringLiteral("wall"), nullptr));
-    QVERIFY(log->requests.empty());
+    QVERIFY(engine->requests().empty());
 }
 
 void ProxyTest::readyReadComesOnceAndNeverFromInside_data()
 {
-    QTest::addColumn<int>("start");
+    QTest::addColumn<int>("answersAtOnce");
+    QTest::addColumn<bool>("isKept");
     QTest::addColumn<bool>("started");
     QTest::addColumn<int>("state");
-    QTest::newRow("answered early") << int(Start::AnswersEarly) << true << int(State::TimedOut);
-    QTest::newRow("answered later") << int(Start::AnswersLater) << true << int(State::TimedOut);
-    QTest::newRow("answered twice") << int(Start::AnswersTwice) << true << int(State::TimedOut);
-    QTest::newRow("refused") << int(Start::Refuses) << false << int(State::TimedOut);
-    QTest::newRow("dropped") << int(Start::Drops) << false << int(State::Aborted);
+    QTest::newRow("answered early") << 1 << false << true << int(State::TimedOut);
+    QTest::newRow("answered later") << 0 << true << true << int(State::TimedOut);
+    QTest::newRow("answered twice") << 2 << false << true << int(State::TimedOut);
+    QTest::newRow("refused") << 1 << false << false << int(State::TimedOut);
+    QTest::newRow("dropped") << 0 << false << false << int(State::Aborted);
 }
 
 void ProxyTest::readyReadComesOnceAndNeverFromInside()
 {
-    QFETCH(int, start);
+    QFETCH(int, answersAtOnce);
+    QFETCH(bool, isKept);
     QFETCH(bool, started);
     QFETCH(int, state);
-    const auto log = install(static_cast<Start>(start));
-    log->reply.state = State::TimedOut;
+    const HttpReply reply = RecordingEngine::failure(State::TimedOut);
+    RecordingEngine::install()->startWith([&](const HttpRequest&, const Done& done) {
+        for (int i = 0; i < answersAtOnce; ++i) {
+            done(reply);
+        }
+        if (isKept) {
+            m_pending.push_back(done);
+        }
+        return started;
+    });
     HttpJsonPackage package(nullptr);
     int calls = 0;
     int stateAtCall = -1;
@@ -314,8 +342,8 @@ void ProxyTest::readyReadComesOnceAndNeverFromInside()
         Qt::DirectConnection);
     QCOMPARE(m_proxy->get(QStringLiteral("wall"), &package), started);
     QCOMPARE(calls, 0);
-    if (!log->pending.empty()) {
-        log->pending[0](log->reply);
+    if (isKept) {
+        m_pending.at(0)(reply);
         QCOMPARE(calls, 0);
     }
     QTRY_COMPARE(calls, 1);
@@ -326,7 +354,7 @@ void ProxyTest::readyReadComesOnceAndNeverFromInside()
 
 void ProxyTest::readyReadCanBeConnectedAfterTheCall()
 {
-    install(Start::AnswersEarly);
+    installAnsweringEarly();
     HttpJsonPackage package(nullptr);
     m_proxy->get(QStringLiteral("wall"), &package);
     QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
@@ -335,7 +363,7 @@ void ProxyTest::readyReadCanBeConnectedAfterTheCall()
 
 void ProxyTest::readyReadComesOnThePackagesThread()
 {
-    const auto log = install();
+    install();
     QThread thread;
     thread.start();
     auto* const package = new HttpJsonPackage(nullptr);
@@ -354,7 +382,7 @@ void ProxyTest::readyReadComesOnThePackagesThread()
         started.set_value();
     });
     started.get_future().wait();
-    log->pending[0]({});
+    m_pending.at(0)({});
     auto future = emitted.get_future();
     QCOMPARE(future.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     QCOMPARE(future.get(), &thread);
@@ -364,7 +392,7 @@ void ProxyTest::readyReadComesOnThePackagesThread()
 
 void ProxyTest::readyReadMayDeleteThePackage()
 {
-    install(Start::AnswersEarly);
+    installAnsweringEarly();
     QPointer<HttpJsonPackage> package = new HttpJsonPackage(nullptr);
     connect(package, &HttpJsonPackage::readyRead, [](HttpJsonPackage* ready) { delete ready; });
     m_proxy->get(QStringLiteral("wall"), package);
@@ -373,21 +401,21 @@ void ProxyTest::readyReadMayDeleteThePackage()
 
 void ProxyTest::aPackageThatIsGoneIsNotAnswered()
 {
-    const auto log = install();
+    install();
     auto package = std::make_unique<HttpJsonPackage>(nullptr);
     m_proxy->get(QStringLiteral("wall"), package.get());
     package.reset();
-    log->pending[0]({});
+    m_pending.at(0)({});
     auto answered = std::make_unique<HttpJsonPackage>(nullptr);
     m_proxy->get(QStringLiteral("wall"), answered.get());
-    log->pending[1]({});
+    m_pending.at(1)({});
     answered.reset();
     QCoreApplication::processEvents();
 }
 
 void ProxyTest::aStackPackageMayGoRightAfterThePut()
 {
-    const auto log = install();
+    const auto* const engine = install();
     bool started = false;
     int state = -1;
     {
@@ -398,34 +426,42 @@ void ProxyTest::aStackPackageMayGoRightAfterThePut()
     }
     QVERIFY(started);
     QCOMPARE(state, 0);
-    QCOMPARE(log->requests.at(0).body, QByteArray("{\"a\":1}"));
-    log->pending[0]({});
+    QCOMPARE(engine->requests().at(0).body, QByteArray("{\"a\":1}"));
+    m_pending.at(0)({});
     QCoreApplication::processEvents();
 }
 
 void ProxyTest::replacingTheEngineAbortsWhatIsInFlight()
 {
-    const auto log = install();
+    const auto sharedWithEngine = std::make_shared<int>();
+    RecordingEngine* const engine = RecordingEngine::install();
+    engine->hold();
+    engine->answer([sharedWithEngine](const HttpRequest&) { return HttpReply(); });
     HttpJsonPackage package(nullptr);
     QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
     m_proxy->get(QStringLiteral("wall"), &package);
-    const auto next = install();
-    QVERIFY(!log->alive);
+    QCOMPARE(engine->held(), 1);
+    const auto* const next = install();
+    QCOMPARE(sharedWithEngine.use_count(), 1L);
     QVERIFY(spy.wait());
     QCOMPARE(package.getSimpleState(), State::Aborted);
     m_proxy->getSync(QStringLiteral("wall"), &package);
-    QCOMPARE(next->requests.size(), size_t(1));
+    QCOMPARE(next->requests().size(), size_t(1));
 }
 
 void ProxyTest::nullRestoresTheBuiltInEngine()
 {
-    const auto log = install();
+    const auto asked = std::make_shared<int>(0);
+    RecordingEngine::install()->answer([asked](const HttpRequest&) {
+        ++*asked;
+        return HttpReply();
+    });
     m_proxy->setEngine(nullptr);
-    QVERIFY(!log->alive);
+    QCOMPARE(asked.use_count(), 1L);
     HttpJsonPackage package(nullptr);
     m_proxy->getSync(QStringLiteral("wall"), &package);
     QCOMPARE(package.getSimpleState(), State::InvalidRequest);
-    QVERIFY(log->requests.empty());
+    QCOMPARE(*asked, 0);
     QSignalSpy spy(&package, &HttpJsonPackage::readyRead);
     QVERIFY(!m_proxy->get(QStringLiteral("wall"), &package));
     QCOMPARE(spy.count(), 0);

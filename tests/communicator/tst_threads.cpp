@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "misbehavingserver.h"
-#include "recordingengine.h"
 
 #include "communicator/deviceendpoint.h"
+
+#include <recordingengine.h>
 
 #include <communicator/httpproxy.h>
 
@@ -127,15 +128,13 @@ void ThreadsTest::theEngineMayBeReplacedWhileRequestsRun()
     MisbehavingServer server;
     std::vector<std::unique_ptr<HttpJsonPackage>> packages;
     int answered = 0;
-    auto log = std::make_shared<RecordingEngine::Log>();
     for (int i = 0; i < 200; ++i) {
         packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
         packages.back()->setUrl(QStringLiteral("/api/v1/x"));
         connect(packages.back().get(), &HttpJsonPackage::readyRead, this, [&] { ++answered; });
         HttpProxy::getInstance()->get(server.address(), packages.back().get());
         if (i % 20 == 10) {
-            HttpProxy::getInstance()->setEngine(
-                std::make_unique<RecordingEngine>(log, RecordingEngine::Start::AnswersLater));
+            RecordingEngine::install()->hold();
         } else if (i % 20 == 0) {
             HttpProxy::getInstance()->setEngine(nullptr);
         }

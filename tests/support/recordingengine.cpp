@@ -10,12 +10,6 @@ RecordingEngine::RecordingEngine()
     answer(data("{}"));
 }
 
-RecordingEngine::~RecordingEngine()
-{
-    for (const Pending& pending : m_held)
-        pending.done(failure(State::Aborted));
-}
-
 RecordingEngine* RecordingEngine::install()
 {
     auto engine = std::make_unique<RecordingEngine>();
@@ -53,6 +47,12 @@ void RecordingEngine::answer(const Answer& answer)
 void RecordingEngine::answer(const Reply& reply)
 {
     answer([reply](const Request&) { return reply; });
+}
+
+void RecordingEngine::startWith(const Start& start)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_start = start;
 }
 
 void RecordingEngine::hold()
@@ -107,15 +107,20 @@ RecordingEngine::Reply RecordingEngine::exchange(const Request& request)
     return answerTo(request);
 }
 
-bool RecordingEngine::start(const Request& request, std::function<void(const Reply&)> done)
+bool RecordingEngine::start(const Request& request, Done done)
 {
+    Start start;
     bool hold = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_requests.push_back(request);
-        m_held.push_back({request, std::move(done)});
+        start = m_start;
         hold = m_hold;
+        if (!start)
+            m_held.push_back({request, done});
     }
+    if (start)
+        return start(request, done);
     if (!hold)
         answerOldestLater();
     return true;

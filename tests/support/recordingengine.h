@@ -14,8 +14,9 @@
 /// Records what goes out and answers in process.
 ///
 /// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread
-/// that created the engine, or wait for release() while hold() is on. install() puts one behind the proxy;
-/// the proxy owns it until the next engine is set.
+/// that created the engine, or wait for release() while hold() is on, or do as startWith() says. What is not
+/// answered when the engine goes is dropped. install() puts one behind the proxy; the proxy owns it until the
+/// next engine is set.
 class RecordingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
 {
 public:
@@ -23,9 +24,10 @@ public:
     using Reply = Krelm::Communicator::HttpDevice::HttpReply;
     using State = Krelm::Communicator::HttpDevice::IHttpVersionTrigger::HttpSimpleState;
     using Answer = std::function<Reply(const Request&)>;
+    using Done = std::function<void(const Reply&)>;
+    using Start = std::function<bool(const Request&, const Done&)>;
 
     RecordingEngine();
-    ~RecordingEngine() override;
 
     /// A new engine behind the proxy.
     static RecordingEngine* install();
@@ -40,6 +42,9 @@ public:
     /// What every request is answered from now on; at first data("{}").
     void answer(const Answer& answer);
     void answer(const Reply& reply);
+
+    /// What start() does from now on, apart from recording the request.
+    void startWith(const Start& start);
 
     /// Keeps non-blocking requests unanswered from now on.
     void hold();
@@ -56,13 +61,13 @@ public:
     void forget();
 
     Reply exchange(const Request& request) override;
-    bool start(const Request& request, std::function<void(const Reply&)> done) override;
+    bool start(const Request& request, Done done) override;
 
 private:
     struct Pending
     {
         Request request;
-        std::function<void(const Reply&)> done;
+        Done done;
     };
     Reply answerTo(const Request& request) const;
     void answerOldestLater();
@@ -72,6 +77,7 @@ private:
     std::vector<Request> m_requests;
     std::deque<Pending> m_held;
     bool m_hold = false;
+    Start m_start; // null: answers later
     Answer m_answer;
     QObject m_home; // its thread's event loop answers non-blocking requests
 };
