@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <deviceside.h>
+#include <cachedlisttest.h>
 #include <operationforms.h>
-#include <recordingengine.h>
 #include <singleshots.h>
 
 #include <tessel/allurlresource.h>
@@ -37,29 +36,23 @@ using Group = bool (InputInfo::*)(const QString&, const QStringList&, const Map&
 
 Q_DECLARE_METATYPE(Group)
 
-class TestInputInfo : public QObject
+class TestInputInfo : public CachedListTest
 {
     Q_OBJECT
-    RecordingEngine* m_engine = nullptr;
-    QString m_device;
 
-    List cachedList()
-    {
-        List list;
-        inputs()->getAllInputsInfo(m_device, list, false);
-        return list;
-    }
-    void answerName(const char* name)
-    {
-        m_engine->answer(RecordingEngine::data("[{\"name\":\"" + QByteArray(name) + "\"}]"));
-    }
-    void push(const QByteArray& event) { DeviceSide::push(m_device, event); }
+    void answerName(const char* name) { answerList("[{\"name\":\"" + QByteArray(name) + "\"}]"); }
+
+public:
+    TestInputInfo()
+        : CachedListTest([](const QString& deviceKey, List& list) {
+            return inputs()->getAllInputsInfo(deviceKey, list, false);
+        })
+    {}
 
 private Q_SLOTS:
     void init()
     {
-        m_engine = RecordingEngine::install();
-        m_device = DeviceSide::fresh();
+        beginWithAFreshDevice();
         fireAllSingleShots(10000);
     }
 

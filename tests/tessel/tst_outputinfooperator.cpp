@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <deviceside.h>
+#include <cachedlisttest.h>
 #include <operationforms.h>
-#include <recordingengine.h>
 
 #include <tessel/allurlresource.h>
 #include <tessel/outputinfooperator.h>
@@ -40,27 +39,19 @@ OperationRow setter(const char* name, const char* routeKey, Setter operation)
 
 } // namespace
 
-class TestOutputInfoOperator : public QObject
+class TestOutputInfoOperator : public CachedListTest
 {
     Q_OBJECT
-    RecordingEngine* m_engine = nullptr;
-    QString m_device;
 
-    List cachedList()
-    {
-        List list;
-        outputs()->getAllOutputsInfo(m_device, list, false);
-        return list;
-    }
-    void answerList(const QByteArray& list) { m_engine->answer(RecordingEngine::data(list)); }
-    void push(const QByteArray& event) { DeviceSide::push(m_device, event); }
+public:
+    TestOutputInfoOperator()
+        : CachedListTest([](const QString& deviceKey, List& list) {
+            return outputs()->getAllOutputsInfo(deviceKey, list, false);
+        })
+    {}
 
 private Q_SLOTS:
-    void init()
-    {
-        m_engine = RecordingEngine::install();
-        m_device = DeviceSide::fresh();
-    }
+    void init() { beginWithAFreshDevice(); }
 
     void twoCallsGiveTheSameInstance() { QCOMPARE(OutputInfoOperator::getInstance(), outputs()); }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <deviceside.h>
+#include <cachedlisttest.h>
 #include <operationforms.h>
-#include <recordingengine.h>
 
 #include <tessel/allurlresource.h>
 #include <tessel/pipeinfo.h>
@@ -28,27 +27,19 @@ PipeInfo* pipes()
 
 } // namespace
 
-class TestPipeInfo : public QObject
+class TestPipeInfo : public CachedListTest
 {
     Q_OBJECT
-    RecordingEngine* m_engine = nullptr;
-    QString m_device;
 
-    List cachedList()
-    {
-        List list;
-        pipes()->getDevicePipes(m_device, list, false);
-        return list;
-    }
-    void answerList(const QByteArray& list) { m_engine->answer(RecordingEngine::data(list)); }
-    void push(const QByteArray& event) { DeviceSide::push(m_device, event); }
+public:
+    TestPipeInfo()
+        : CachedListTest([](const QString& deviceKey, List& list) {
+            return pipes()->getDevicePipes(deviceKey, list, false);
+        })
+    {}
 
 private Q_SLOTS:
-    void init()
-    {
-        m_engine = RecordingEngine::install();
-        m_device = DeviceSide::fresh();
-    }
+    void init() { beginWithAFreshDevice(); }
 
     void twoCallsGiveTheSameInstance() { QCOMPARE(PipeInfo::getInstance(), pipes()); }
 
