@@ -2,7 +2,6 @@
 #include "communicator/curltransfer.h"
 
 #include "communicator/curlstate.h"
-#include "communicator/exchangereport.h"
 #include "communicator/requesturl.h"
 
 #include <QFile>
@@ -129,6 +128,7 @@ void CurlTransfer::bind(std::shared_ptr<const Device> device)
     curl_slist_free_all(m_headerLines);
     m_headerLines = nullptr;
     m_headersShape = Shape::None;
+    m_tellsProgress = false;
     setTransportOptions(m_easy);
     setDeviceOptions(m_easy, *m_device);
     curl_easy_setopt(m_easy, CURLOPT_ERRORBUFFER, m_error.data());
@@ -138,6 +138,8 @@ void CurlTransfer::bind(std::shared_ptr<const Device> device)
     curl_easy_setopt(m_easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(m_easy, CURLOPT_PREREQFUNCTION, &CurlTransfer::onSend);
     curl_easy_setopt(m_easy, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(m_easy, CURLOPT_XFERINFOFUNCTION, &CurlTransfer::onProgress); // while m_tellsProgress
+    curl_easy_setopt(m_easy, CURLOPT_XFERINFODATA, this);
 }
 
 IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& request,
@@ -151,6 +153,7 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     m_error[0] = '\0';
     m_sent = false;
     m_resendRefused = false;
+    m_sizes = {};
     m_reader.reset();
     m_fault = faultOfRequest(request);
     if (!m_fault.isEmpty()) {
@@ -158,6 +161,11 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
     }
     if (m_device != device) {
         bind(std::move(device));
+    }
+    const bool observed = isProgressObserved();
+    if (observed != m_tellsProgress) {
+        curl_easy_setopt(m_easy, CURLOPT_NOPROGRESS, observed ? 0L : 1L);
+        m_tellsProgress = observed;
     }
     if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
         m_fault = m_reader.reason();
@@ -273,6 +281,19 @@ int CurlTransfer::onSend(void* self, char* /*remoteAddress*/, char* /*localAddre
     }
     transfer->m_sent = true;
     return CURL_PREREQFUNC_OK;
+}
+
+// libcurl calls this many times a second, also when nothing moved, and knows no size as 0.
+int CurlTransfer::onProgress(void* self, curl_off_t toReceive, curl_off_t received, curl_off_t toSend,
+                             curl_off_t sent)
+{
+    auto* const transfer = static_cast<CurlTransfer*>(self);
+    const TransferSizes sizes{sent, toSend > 0 ? toSend : -1, received, toReceive > 0 ? toReceive : -1};
+    if (transfer->m_sent && !(sizes == transfer->m_sizes)) {
+        transfer->m_sizes = sizes;
+        reportProgress(*transfer->m_request, transfer->m_target, sizes);
+    }
+    return 0;
 }
 
 HttpReply CurlTransfer::finish(CURLcode code)

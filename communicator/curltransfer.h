@@ -3,6 +3,7 @@
 #define COMMUNICATOR_CURLTRANSFER_H
 
 #include "communicator/deviceregistry.h"
+#include "communicator/exchangereport.h"
 #include "communicator/httpengine.h"
 #include "communicator/multipartbody.h"
 #include "communicator/replyreader.h"
@@ -52,6 +53,8 @@ private:
     static size_t onHeader(char* line, size_t size, size_t count, void* self);
     static size_t onBody(char* bytes, size_t size, size_t count, void* self);
     static int onSend(void* self, char* remoteAddress, char* localAddress, int remotePort, int localPort);
+    static int onProgress(void* self, curl_off_t toReceive, curl_off_t received, curl_off_t toSend,
+                          curl_off_t sent);
 
     void bind(std::shared_ptr<const Device> device);
     void setShape(Shape shape);
@@ -70,8 +73,10 @@ private:
     bool m_sent = false;          ///< the request may have left
     bool m_resendRefused = false; ///< libcurl wanted to send it a second time
     std::optional<MultipartBody> m_multipart;
+    TransferSizes m_sizes; ///< reported last
 
     QByteArray m_url; ///< as set on the handle, like all below
+    bool m_tellsProgress = false;
     Shape m_shape = Shape::None;
     HttpMethod m_method = HttpMethod::Get;
     curl_slist* m_headerLines = nullptr;

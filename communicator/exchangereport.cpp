@@ -17,41 +17,59 @@ namespace {
 
 std::atomic<quint64> begun{0};
 
-using Observer = std::function<void(const ExchangeRecord&)>;
-
-// Never destroyed: exchanges may end while the process does.
-struct ObserverSlot
+/// Holds the one observer that wants @p Record.
+template <class Record>
+class ObserverSlot
 {
-    std::atomic<bool> set{false};
-    std::mutex mutex; ///< guards observer
-    std::shared_ptr<const Observer> observer;
+public:
+    using Observer = std::function<void(const Record&)>;
+
+    bool isSet() const { return m_set; }
+    void set(Observer observer)
+    {
+        auto next = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_set = next != nullptr;
+        m_observer.swap(next);
+    }
+    std::shared_ptr<const Observer> current()
+    {
+        if (!m_set) {
+            return nullptr;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_observer;
+    }
+
+private:
+    std::atomic<bool> m_set{false};
+    std::mutex m_mutex; ///< guards m_observer
+    std::shared_ptr<const Observer> m_observer;
 };
 
-ObserverSlot& observerSlot()
+// Never destroyed: exchanges may end while the process does.
+ObserverSlot<ExchangeRecord>& exchangeObserver()
 {
-    static auto* const slot = new ObserverSlot;
+    static auto* const slot = new ObserverSlot<ExchangeRecord>;
     return *slot;
 }
 
-std::shared_ptr<const Observer> currentObserver()
+ObserverSlot<ExchangeProgress>& progressObserver()
 {
-    ObserverSlot& slot = observerSlot();
-    if (!slot.set) {
-        return nullptr;
-    }
-    const std::lock_guard<std::mutex> lock(slot.mutex);
-    return slot.observer;
+    static auto* const slot = new ObserverSlot<ExchangeProgress>;
+    return *slot;
 }
 
 } // namespace
 
 void setExchangeObserver(std::function<void(const ExchangeRecord&)> observer)
 {
-    ObserverSlot& slot = observerSlot();
-    auto next = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
-    const std::lock_guard<std::mutex> lock(slot.mutex);
-    slot.set = next != nullptr;
-    slot.observer.swap(next);
+    exchangeObserver().set(std::move(observer));
+}
+
+void setProgressObserver(std::function<void(const ExchangeProgress&)> observer)
+{
+    progressObserver().set(std::move(observer));
 }
 
 void countExchange()
@@ -82,7 +100,7 @@ const char* verbOf(HttpMethod method)
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
 {
     const bool failed = summary.state != IHttpVersionTrigger::Success;
-    const std::shared_ptr<const Observer> observer = currentObserver();
+    const auto observer = exchangeObserver().current();
     if ((!failed && !observer && !httpLog().isInfoEnabled()) || Lifecycle::isClosed()) {
         return;
     }
@@ -111,6 +129,28 @@ void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
     if (observer) {
         (*observer)(record);
     }
+}
+
+bool isProgressObserved()
+{
+    return progressObserver().isSet();
+}
+
+void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes)
+{
+    const auto observer = progressObserver().current();
+    if (!observer || Lifecycle::isClosed()) {
+        return;
+    }
+    ExchangeProgress progress;
+    progress.deviceKey = printableKey(request.deviceKey);
+    progress.verb = verbOf(request.method);
+    progress.path = target;
+    progress.bytesSent = sizes.sent;
+    progress.bytesToSend = sizes.toSend;
+    progress.bytesReceived = sizes.received;
+    progress.bytesToReceive = sizes.toReceive;
+    (*observer)(progress);
 }
 
 HttpReply refuse(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,

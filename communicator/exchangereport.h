@@ -24,12 +24,35 @@ struct ExchangeSummary
     QByteArray reply;
 };
 
+/// How much of an exchange's bodies travelled.
+struct TransferSizes
+{
+    qint64 sent = 0;
+    qint64 toSend = -1; ///< -1: not known
+    qint64 received = 0;
+    qint64 toReceive = -1; ///< -1: not known
+
+    bool operator==(const TransferSizes& other) const
+    {
+        return sent == other.sent && toSend == other.toSend && received == other.received &&
+               toReceive == other.toReceive;
+    }
+};
+
 /// Counts an exchange that begins and that reportExchange() will tell of. May be called from any thread.
 void countExchange();
 
 /// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in
 /// any case. May be called from any thread; says nothing once the transport is closed.
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);
+
+/// Whether somebody wants to hear of exchanges under way. May be called from any thread; costs next to
+/// nothing.
+bool isProgressObserved();
+
+/// Tells the observer of an exchange under way. May be called from any thread; says nothing once the
+/// transport is closed.
+void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
 
 /// The reply to a request of which nothing is sent; reports it.
 HttpReply refuse(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
