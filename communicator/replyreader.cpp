@@ -3,8 +3,6 @@
 
 #include "communicator/jsonreader.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <cstddef>
 
@@ -56,9 +54,9 @@ void ReplyReader::reset()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<QSaveFile>(path);
-    if (!m_file->open(QIODevice::WriteOnly)) {
-        m_reason = QStringLiteral("the destination cannot be written: ") + m_file->errorString();
+    m_file = std::make_unique<WholeFile>(path);
+    if (!m_file->open()) {
+        failFile();
         m_file.reset();
         return false;
     }
@@ -75,6 +73,12 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::Http
 {
     m_reason = reason;
     return state;
+}
+
+IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
+{
+    return fail(IHttpVersionTrigger::FileFailure,
+                QStringLiteral("the destination cannot be written: ") + m_file->reason());
 }
 
 bool ReplyReader::headerLine(const char* line, qint64 size)
@@ -156,9 +160,8 @@ bool ReplyReader::bodyBytes(const char* bytes, qint64 size)
     }
     m_received += size;
     if (m_file && hasSuccessStatus()) {
-        if (m_file->write(bytes, size) != size) {
-            m_refusal = fail(IHttpVersionTrigger::FileFailure,
-                             QStringLiteral("the destination cannot be written: ") + m_file->errorString());
+        if (!m_file->write(bytes, size)) {
+            m_refusal = failFile();
             return false;
         }
         return true;
@@ -193,8 +196,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
         return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
     }
     if (m_file && !m_file->commit()) {
-        return fail(IHttpVersionTrigger::FileFailure,
-                    QStringLiteral("the destination cannot be written: ") + m_file->errorString());
+        return failFile();
     }
     return IHttpVersionTrigger::Success;
 }

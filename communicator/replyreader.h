@@ -4,8 +4,7 @@
 
 #include "communicator/httpengine.h"
 #include "communicator/transferlimits.h"
-
-#include <QSaveFile>
+#include "communicator/wholefile.h"
 
 #include <memory>
 #include <string_view>
@@ -42,6 +41,7 @@ public:
 
 private:
     IHttpVersionTrigger::HttpSimpleState judge(IHttpVersionTrigger::HttpSimpleState exchange);
+    IHttpVersionTrigger::HttpSimpleState failFile();
     IHttpVersionTrigger::HttpSimpleState fail(IHttpVersionTrigger::HttpSimpleState state,
                                               const QString& reason);
     void statusLine(std::string_view line);
@@ -50,7 +50,7 @@ private:
     qint64 bodyLimit() const;
 
     const TransferLimits m_limits;
-    std::unique_ptr<QSaveFile> m_file;
+    std::unique_ptr<WholeFile> m_file;
     IHttpVersionTrigger::HttpSimpleState m_refusal =
         IHttpVersionTrigger::Success; ///< why reading was broken off
     QString m_reason;

@@ -11,14 +11,33 @@
 #include <QUrl>
 #include <QtTest>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <future>
 #include <mutex>
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
+
+namespace {
+
+std::atomic<bool> synchronizingFails{false};
+
+} // namespace
+
+// Takes the place of the system's: a quota on a network's disk shows only here.
+extern "C" int fsync(int descriptor)
+{
+    if (synchronizingFails) {
+        errno = EDQUOT;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
 
 using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
@@ -251,7 +270,10 @@ private Q_SLOTS:
     void aFailedDownloadLeavesTheOldFile_data();
     void aFailedDownloadLeavesTheOldFile();
     void aDownloadThatCannotBeWrittenFails();
+    void aFullDiskFailsTheDownload_data();
     void aFullDiskFailsTheDownload();
+    void aDiskThatRefusesToKeepADownloadFailsIt_data() { bothWays(); }
+    void aDiskThatRefusesToKeepADownloadFailsIt();
 
     void theLoginGoesOutAsItsKindDemands_data();
     void theLoginGoesOutAsItsKindDemands();
@@ -759,25 +781,69 @@ void EngineTest::aDownloadThatCannotBeWrittenFails()
     QCOMPARE(server.connections(), 0);
 }
 
+void EngineTest::aFullDiskFailsTheDownload_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("room");
+    for (const bool blocking : {true, false}) {
+        const char* const way = blocking ? "blocking" : "non-blocking";
+        QTest::addRow("within a large file, %s", way) << blocking << (1 << 20) << 100000;
+        QTest::addRow("at the end of a large file, %s", way) << blocking << 300000 << 299999;
+        QTest::addRow("a file that a buffer holds, %s", way) << blocking << 5000 << 100;
+        QTest::addRow("no room at all, %s", way) << blocking << 5000 << 0;
+    }
+}
+
 void EngineTest::aFullDiskFailsTheDownload()
 {
+    QFETCH(bool, blocking);
+    QFETCH(int, size);
+    QFETCH(int, room);
     QTemporaryDir directory;
-    MisbehavingServer server(Mode::Answer, QByteArray(1 << 20, 'd'));
+    MisbehavingServer server(Mode::Answer, QByteArray(size, 'd'));
     Bench bench;
     HttpRequest asked = request(server.address());
     asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    writeFile(asked.downloadPath, "old");
+    QString reason;
+    setExchangeObserver([&](const ExchangeRecord& record) { reason = record.reason; });
     // A bound on the size of files stands for the disk: writing beyond it fails.
     rlimit before{};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     rlimit small = before;
-    small.rlim_cur = 100000;
+    small.rlim_cur = static_cast<rlim_t>(room);
     auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
     QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const HttpReply reply = bench.ask(asked, true);
+    const HttpReply reply = bench.ask(asked, blocking);
     setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
+    setExchangeObserver({});
     QCOMPARE(reply.state, State::FileFailure);
-    QVERIFY(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());
+    QVERIFY2(reason.startsWith(QLatin1String("the destination cannot be written: ")) &&
+                 reason.contains(QLatin1String("too large")),
+             qPrintable(reason));
+    QCOMPARE(contentOf(asked.downloadPath), QByteArray("old"));
+    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void EngineTest::aDiskThatRefusesToKeepADownloadFailsIt()
+{
+    QFETCH(bool, blocking);
+    QTemporaryDir directory;
+    MisbehavingServer server(Mode::Answer, "new");
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    writeFile(asked.downloadPath, "old");
+    synchronizingFails = true;
+    const HttpReply reply = bench.ask(asked, blocking);
+    synchronizingFails = false;
+    QCOMPARE(reply.state, State::FileFailure);
+    QCOMPARE(contentOf(asked.downloadPath), QByteArray("old"));
+    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    QCOMPARE(bench.ask(asked, blocking).state, State::Success);
+    QCOMPARE(contentOf(asked.downloadPath), QByteArray("new"));
 }
 
 void EngineTest::theLoginGoesOutAsItsKindDemands_data()
