@@ -191,9 +191,9 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::setBody()
     const bool carriesBody = m_request->method == HttpMethod::Put || m_request->method == HttpMethod::Post;
     if (m_request->multipart) {
         m_multipart.emplace(m_easy, m_request->parts);
-        if (!m_multipart->fault().isEmpty()) {
+        if (m_multipart->state() != IHttpVersionTrigger::Success) {
             m_fault = m_multipart->fault();
-            return IHttpVersionTrigger::FileFailure;
+            return m_multipart->state();
         }
         setShape(Shape::Multipart);
         curl_easy_setopt(m_easy, CURLOPT_MIMEPOST, m_multipart->mime());

@@ -29,7 +29,7 @@ MultipartBody::MultipartBody(CURL* easy, const QMap<QString, QVariant>& parts)
             addFile(part, *it);
             break;
         default:
-            addBytes(part, Json::write(*it), "application/json");
+            addJson(part, *it);
             break;
         }
     }
@@ -48,6 +48,16 @@ void MultipartBody::addBytes(curl_mimepart* part, const QByteArray& bytes, const
     curl_mime_type(part, type);
 }
 
+void MultipartBody::addJson(curl_mimepart* part, const QVariant& value)
+{
+    const QByteArray text = Json::write(value);
+    if (text.isEmpty()) {
+        m_fault = QStringLiteral("a part nests too deep to be written as JSON");
+        m_state = IHttpVersionTrigger::InvalidRequest;
+    }
+    addBytes(part, text, "application/json");
+}
+
 void MultipartBody::addFile(curl_mimepart* part, const QVariant& url)
 {
     const QString path = url.toUrl().toLocalFile();
@@ -56,6 +66,7 @@ void MultipartBody::addFile(curl_mimepart* part, const QVariant& url)
         curl_mime_filedata(part, QFile::encodeName(path).constData()) != CURLE_OK) {
         m_fault = QStringLiteral("cannot read the file ") +
                   (path.isEmpty() ? QStringLiteral("of a part that names no local file") : path);
+        m_state = IHttpVersionTrigger::FileFailure;
     }
 }
 

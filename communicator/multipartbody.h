@@ -2,6 +2,8 @@
 #ifndef COMMUNICATOR_MULTIPARTBODY_H
 #define COMMUNICATOR_MULTIPARTBODY_H
 
+#include <communicator/ihttpversiontrigger.h>
+
 #include <QByteArray>
 #include <QMap>
 #include <QString>
@@ -24,6 +26,8 @@ public:
     curl_mime* mime() const { return m_mime; }
     /// Why there is no such body, such as a file that cannot be read; empty when all is well.
     const QString& fault() const { return m_fault; }
+    /// What an exchange with such a body ends with.
+    IHttpVersionTrigger::HttpSimpleState state() const { return m_state; }
 
 private:
     /// Bytes that libcurl reads piece by piece.
@@ -36,11 +40,13 @@ private:
     static int seek(void* source, curl_off_t offset, int origin);
 
     void addBytes(curl_mimepart* part, const QByteArray& bytes, const char* type);
+    void addJson(curl_mimepart* part, const QVariant& value);
     void addFile(curl_mimepart* part, const QVariant& url);
 
     curl_mime* m_mime;
     std::deque<Source> m_sources; ///< addresses are stable
     QString m_fault;
+    IHttpVersionTrigger::HttpSimpleState m_state = IHttpVersionTrigger::Success;
     Q_DISABLE_COPY_MOVE(MultipartBody)
 };
 

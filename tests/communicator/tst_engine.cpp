@@ -5,10 +5,19 @@
 #include "communicator/ioloop.h"
 #include "misbehavingserver.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QPointF>
+#include <QRegularExpression>
+#include <QSize>
 #include <QTemporaryDir>
 #include <QUrl>
+#include <QUuid>
 #include <QtTest>
 
 #include <atomic>
@@ -19,6 +28,7 @@
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -262,6 +272,12 @@ private Q_SLOTS:
     void aShapeDoesNotLeakIntoTheNextRequest();
     void multipartValuesBecomePartsOfTheirKind_data() { bothWays(); }
     void multipartValuesBecomePartsOfTheirKind();
+    void valuesOfOtherTypesBecomeJsonParts_data();
+    void valuesOfOtherTypesBecomeJsonParts();
+    void aPartThatIsNoJsonSendsNothing_data() { bothWays(); }
+    void aPartThatIsNoJsonSendsNothing();
+    void aFileThatCannotBeReadIsTold_data();
+    void aFileThatCannotBeReadIsTold();
     void aMissingFilePartSendsNothing_data() { bothWays(); }
     void aMissingFilePartSendsNothing();
 
@@ -640,6 +656,20 @@ void EngineTest::aShapeDoesNotLeakIntoTheNextRequest()
     QCOMPARE(received[3].method, QByteArray("DELETE"));
 }
 
+namespace {
+
+/// The part @p name of a form that came: its head from the name on, and its content.
+QByteArray partOf(const MisbehavingServer::Received& received, const QByteArray& name)
+{
+    const QByteArray type = received.headers.value("content-type");
+    const QByteArray boundary = "--" + type.mid(type.indexOf('=') + 1);
+    const int at = received.body.indexOf("name=\"" + name + "\"");
+    const int end = received.body.indexOf("\r\n" + boundary, at);
+    return at < 0 ? QByteArray() : received.body.mid(at, end - at);
+}
+
+} // namespace
+
 void EngineTest::multipartValuesBecomePartsOfTheirKind()
 {
     QFETCH(bool, blocking);
@@ -667,12 +697,7 @@ void EngineTest::multipartValuesBecomePartsOfTheirKind()
     const auto received = server.received();
     const QByteArray type = received[0].headers.value("content-type");
     QVERIFY2(type.startsWith("multipart/form-data; boundary="), type.constData());
-    const QByteArray boundary = "--" + type.mid(type.indexOf('=') + 1);
-    const auto part = [&](const QByteArray& name) {
-        const int at = received[0].body.indexOf("name=\"" + name + "\"");
-        const int end = received[0].body.indexOf("\r\n" + boundary, at);
-        return at < 0 ? QByteArray() : received[0].body.mid(at, end - at);
-    };
+    const auto part = [&](const QByteArray& name) { return partOf(received[0], name); };
     QVERIFY(part("binary").contains("Content-Type: application/octet-stream"));
     QVERIFY(part("binary").endsWith("\r\n\r\n" + bytes));
     QVERIFY(part("file").startsWith("name=\"file\"; filename=\"pattern.bin\""));
@@ -682,6 +707,130 @@ void EngineTest::multipartValuesBecomePartsOfTheirKind()
     QVERIFY(part("number").endsWith("\r\n\r\n7"));
     QVERIFY(part("text").contains("Content-Type: text/plain"));
     QVERIFY(part("text").endsWith("\r\n\r\ngr\xc3\xbc\xc3\x9f"));
+}
+
+void EngineTest::valuesOfOtherTypesBecomeJsonParts_data()
+{
+    QTest::addColumn<QVariant>("value");
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(1000000000, Qt::UTC);
+    const QVariantMap map{{QStringLiteral("k"), QVariantList{1, QStringLiteral("x")}}};
+    const QVariant values[] = {
+        QVariant(),
+        QVariant(QString()), // a null text is a text
+        true,
+        -7,
+        7U,
+        QVariant::fromValue(short(-3)),
+        QVariant::fromValue(ushort(3)),
+        QVariant::fromValue(char(65)),
+        QVariant::fromValue(long(5)),
+        QVariant::fromValue(ulong(5)),
+        qlonglong(-9007199254740991),
+        qulonglong(9007199254740991),
+        1.5F,
+        0.1,
+        QVariant::fromValue(nullptr),
+        QChar(u'x'),
+        QStringList{QStringLiteral("a"), QStringLiteral("b")},
+        QVariantList{1, QVariantList{2}, map},
+        map,
+        QVariantHash{{QStringLiteral("h"), true}},
+        QDate(2020, 2, 29),
+        QTime(12, 30),
+        time,
+        QUuid(QStringLiteral("{67c8770b-44f1-410a-ab9a-f9b5446f13ee}")),
+        QJsonValue(5),
+        QJsonObject{{QStringLiteral("o"), 1}},
+        QJsonArray{1, 2},
+        QVariant::fromValue(QJsonDocument(QJsonArray{3})),
+        QRegularExpression(QStringLiteral("a")),
+        QSize(1, 2),
+        QPointF(1, 2),
+        QVariant::fromValue(QByteArrayList{"a"}),
+        QLocale(QLocale::C),
+    };
+    int row = 0;
+    for (const QVariant& value : values) {
+        QTest::addRow("%d %s", row++, value.typeName() != nullptr ? value.typeName() : "invalid") << value;
+    }
+}
+
+void EngineTest::valuesOfOtherTypesBecomeJsonParts()
+{
+    QFETCH(QVariant, value);
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), HttpMethod::Put);
+    asked.multipart = true;
+    asked.parts.insert(QStringLiteral("p"), value);
+    QCOMPARE(bench.ask(asked, true).state, State::Success);
+    const QByteArray part = partOf(server.received().at(0), "p");
+    if (value.userType() == QMetaType::QString) {
+        QVERIFY2(part.contains("Content-Type: text/plain") && part.endsWith("\r\n\r\n"), part.constData());
+        return;
+    }
+    QByteArray expected =
+        QJsonDocument(QJsonArray{QJsonValue::fromVariant(value)}).toJson(QJsonDocument::Compact).mid(1);
+    expected.chop(1);
+    QVERIFY2(part.contains("Content-Type: application/json"), part.constData());
+    QCOMPARE(part.mid(part.indexOf("\r\n\r\n") + 4), expected);
+}
+
+void EngineTest::aPartThatIsNoJsonSendsNothing()
+{
+    QFETCH(bool, blocking);
+    QVariant nested;
+    for (int i = 0; i < 2000; ++i) {
+        nested = QVariantList{nested};
+    }
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), HttpMethod::Put);
+    asked.multipart = true;
+    asked.parts.insert(QStringLiteral("p"), nested);
+    QCOMPARE(bench.ask(asked, blocking).state, State::InvalidRequest);
+    QCOMPARE(server.connections(), 0);
+}
+
+void EngineTest::aFileThatCannotBeReadIsTold_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<QString>("name");
+    for (const bool blocking : {true, false}) {
+        for (const char* name : {"absent", "directory", "fifo", "socket", "forbidden"}) {
+            QTest::addRow("%s, %s", name, blocking ? "blocking" : "non-blocking")
+                << blocking << QString::fromLatin1(name);
+        }
+    }
+}
+
+// One that waits for a writer would never end.
+void EngineTest::aFileThatCannotBeReadIsTold()
+{
+    QFETCH(bool, blocking);
+    QFETCH(QString, name);
+    if (name == QLatin1String("forbidden") && ::geteuid() == 0) {
+        QSKIP("nothing is forbidden to root");
+    }
+    QTemporaryDir directory;
+    const QString path = directory.filePath(name);
+    QVERIFY(QDir(directory.path()).mkdir(QStringLiteral("directory")));
+    QCOMPARE(::mkfifo(qPrintable(directory.filePath(QStringLiteral("fifo"))), 0600), 0);
+    QCOMPARE(::mknod(qPrintable(directory.filePath(QStringLiteral("socket"))), S_IFSOCK | 0600, 0), 0);
+    QFile forbidden(directory.filePath(QStringLiteral("forbidden")));
+    QVERIFY(forbidden.open(QIODevice::WriteOnly) && forbidden.setPermissions({}));
+    QString reason;
+    setExchangeObserver([&](const ExchangeRecord& record) { reason = record.reason; });
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), HttpMethod::Put);
+    asked.multipart = true;
+    asked.parts.insert(QStringLiteral("file"), QUrl::fromLocalFile(path));
+    const HttpReply reply = bench.ask(asked, blocking);
+    setExchangeObserver({});
+    QCOMPARE(reply.state, State::FileFailure);
+    QVERIFY2(reason.contains(path), qPrintable(reason));
+    QCOMPARE(server.connections(), 0);
 }
 
 void EngineTest::aMissingFilePartSendsNothing()
