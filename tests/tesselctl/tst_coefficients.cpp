@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "program.h"
+#include "walltest.h"
 
-#include <simulator/simulator.h>
 #include <tesselctl/coefficientfiles.h>
 #include <tesselctl/progressbar.h>
 #include <tesselctl/resumecommand.h>
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <csignal>
 
 using namespace TesselCtl;
 using Tessel::Simulator::Fault;
 using Tessel::Simulator::RequestRecord;
-using Tessel::Simulator::Simulator;
 
 namespace {
 
@@ -36,16 +30,11 @@ Fault answer(const QString& path, int status, const QByteArray& body = {})
 
 } // namespace
 
-class TestCoefficients : public QObject
+class TestCoefficients : public WallTest
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init()
-    {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_simulator = std::make_unique<Simulator>();
-        QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
-    }
+    void init() { startWall(); }
 
     // Files
 
@@ -323,7 +312,7 @@ private Q_SLOTS:
         Program program({"--device", "wall=" + m_simulator->address(), "coefficients", "upload",
                          path("f.json"), "--parallel", "1"});
         QTRY_VERIFY_WITH_TIMEOUT(m_simulator->requestCount() == 2, 30000);
-        ::kill(static_cast<pid_t>(program.process.processId()), SIGINT);
+        program.send(SIGINT);
         const Run run = program.finish();
         QCOMPARE(run.code, 1);
         QVERIFY2(run.err.contains("wall: cabinet 2: interrupted"), run.err);
@@ -495,24 +484,10 @@ private Q_SLOTS:
     }
 
 private:
-    QString path(const QString& name) const { return m_directory->path() + '/' + name; }
-    void write(const QString& name, const QByteArray& text) const
-    {
-        QVERIFY(QDir().mkpath(QFileInfo(path(name)).path()));
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(text), qint64(text.size()));
-    }
-    QByteArray read(const QString& name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
     Run command(const QString& name, QStringList arguments) const
     {
         arguments[0] = path(arguments[0]);
-        return run(QStringList{"--device", "wall=" + m_simulator->address(), "coefficients", name} +
-                   arguments);
+        return run(device() + QStringList{"coefficients", name} + arguments);
     }
     Run upload(const QStringList& arguments) const { return command("upload", arguments); }
     Run download(const QStringList& arguments) const { return command("download", arguments); }
@@ -523,9 +498,6 @@ private:
             found.insert(request.path, request.body);
         return found;
     }
-
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<Simulator> m_simulator;
 };
 
 QTEST_GUILESS_MAIN(TestCoefficients)

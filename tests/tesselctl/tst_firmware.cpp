@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "program.h"
+#include "walltest.h"
 
-#include <simulator/simulator.h>
 #include <tesselctl/updateprogress.h>
 
 #include <QJsonObject>
-#include <QTemporaryDir>
-#include <QtTest>
 
 using Tessel::Simulator::Fault;
 using Tessel::Simulator::RequestRecord;
-using Tessel::Simulator::Simulator;
 
 namespace {
 
@@ -41,16 +37,11 @@ Fault stall(const QString& path)
 
 } // namespace
 
-class TestFirmware : public QObject
+class TestFirmware : public WallTest
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init()
-    {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_simulator = std::make_unique<Simulator>();
-        QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
-    }
+    void init() { startWall(); }
 
     void progressIsReadFromAReply_data()
     {
@@ -263,7 +254,7 @@ private Q_SLOTS:
         QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains("card.bin stays as it was"),
                  run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
-        QCOMPARE(QDir(m_directory->path()).entryList(QDir::Files), QStringList{"card.bin"});
+        QCOMPARE(files(), QStringList{"card.bin"});
     }
 
     void aDestinationThatCannotBeWrittenIsTold()
@@ -297,19 +288,6 @@ private Q_SLOTS:
     }
 
 private:
-    QString path(const QString& name) const { return m_directory->path() + '/' + name; }
-    void write(const QString& name, const QByteArray& content) const
-    {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(content), qint64(content.size()));
-    }
-    QByteArray read(const QString& name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-    QStringList device() const { return {"--device", "wall=" + m_simulator->address()}; }
     Run firmware(const QStringList& arguments) const
     {
         return run(device() + QStringList{"firmware"} + arguments);
@@ -326,9 +304,6 @@ private:
         }
         return {};
     }
-
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<Simulator> m_simulator;
 };
 
 QTEST_GUILESS_MAIN(TestFirmware)

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "program.h"
+
 #include <simulator/simulator.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,84 +20,6 @@ Q_DECLARE_METATYPE(Protocol)
 namespace {
 
 const QString chipPath = "/api/v1/device/capability/chips";
-
-struct Run
-{
-    int code = -1;
-    QByteArray out;
-    QByteArray err;
-
-    QJsonDocument json() const
-    {
-        QJsonParseError error{};
-        const QJsonDocument document = QJsonDocument::fromJson(out, &error);
-        return error.error == QJsonParseError::NoError ? document : QJsonDocument();
-    }
-};
-
-/// A running tesselctl; killed when it outlives its test.
-class Program
-{
-public:
-    explicit Program(const QStringList& arguments, const QStringList& environment = {})
-    {
-        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-        for (const QString& entry : environment)
-            variables.insert(entry.section('=', 0, 0), entry.section('=', 1));
-        process.setProcessEnvironment(variables);
-        process.start(TESSELCTL_PROGRAM, arguments);
-    }
-    ~Program()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-
-    Run finish()
-    {
-        Run run;
-        const int patience = 60000;
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
-            run.code = process.exitCode();
-        run.out = process.readAllStandardOutput();
-        run.err = process.readAllStandardError();
-        return run;
-    }
-
-    /// Everything on standard output so far.
-    QByteArray out()
-    {
-        m_out += process.readAllStandardOutput();
-        return m_out;
-    }
-    /// Whether a line with @p text came, as a whole.
-    bool printed(const QByteArray& text)
-    {
-        const int at = out().indexOf(text);
-        return at >= 0 && m_out.indexOf('\n', at) >= 0;
-    }
-
-    QProcess process;
-
-private:
-    QByteArray m_out;
-};
-
-Run run(const QStringList& arguments, const QByteArray& input = {}, const QStringList& environment = {})
-{
-    Program program(arguments, environment);
-    program.process.write(input);
-    program.process.closeWriteChannel();
-    return program.finish();
-}
-
-/// An address where nobody listens.
-QString closedAddress()
-{
-    Simulator gone;
-    gone.start();
-    return gone.address();
-}
 
 Fault fault(int status, int code)
 {
@@ -718,7 +641,7 @@ void TestTesselctl::watchEndsOnASignal()
     QFETCH(int, signal);
     Program program({"--device", address(), "watch"});
     QVERIFY(m_simulator->waitForEventStreams(1, 30000));
-    ::kill(static_cast<pid_t>(program.process.processId()), signal);
+    program.send(signal);
     QCOMPARE(program.finish().code, 0);
 }
 

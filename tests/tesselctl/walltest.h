@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_TESSELCTL_WALLTEST_H
+#define TESTS_TESSELCTL_WALLTEST_H
+
+#include "program.h"
+
+#include <simulator/simulator.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+/// A test of commands that move files from and to a wall: a controller in software and a directory, both
+/// new for each test function that calls startWall().
+class WallTest : public QObject
+{
+protected:
+    void startWall()
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_simulator = std::make_unique<Tessel::Simulator::Simulator>();
+        QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
+    }
+
+    /// The options that name the wall "wall".
+    QStringList device() const { return {"--device", "wall=" + m_simulator->address()}; }
+
+    QString path(const QString& name) const { return m_directory->filePath(name); }
+    void write(const QString& name, const QByteArray& content) const
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(path(name)).path()));
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), qint64(content.size()));
+    }
+    QByteArray read(const QString& name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    /// All files in the directory, hidden ones too.
+    QStringList files() const
+    {
+        return QDir(m_directory->path()).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    }
+
+    /// Runs the program on the wall where no file may grow beyond @p kibibytes, as on a disk that fills up.
+    Run runOnFullDisk(const QStringList& arguments, int kibibytes) const
+    {
+        QProcess shell;
+        shell.start(
+            "bash",
+            QStringList{"-c", QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"").arg(kibibytes),
+                        TESSELCTL_PROGRAM} +
+                device() + arguments);
+        shell.waitForFinished(60000);
+        return {shell.exitStatus() == QProcess::NormalExit ? shell.exitCode() : -1,
+                shell.readAllStandardOutput(), shell.readAllStandardError()};
+    }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<Tessel::Simulator::Simulator> m_simulator;
+};
+
+#endif
