@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "secret.h"
 
+#include "blockedsignals.h"
 #include "printable.h"
 
 #include <QFile>
 
-#include <fcntl.h>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -32,6 +35,15 @@ QString fromFile(const QString& name, QString& problem)
     return firstLine(file.read(limit));
 }
 
+/// Waits until @p terminal can be read. @return 0, or the signal that came instead.
+int signalWhileWaiting(const QFile& terminal, const BlockedSignals& signals)
+{
+    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+    while (::poll(awaited, 2, -1) < 0 && errno == EINTR) {
+    }
+    return signals.take();
+}
+
 QString fromTerminal(QString& problem)
 {
     QFile terminal(QStringLiteral("/dev/tty"));
@@ -43,11 +55,23 @@ QString fromTerminal(QString& problem)
     }
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    terminal.write("Password or token: ");
-    tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
-    const QByteArray line = terminal.readLine();
-    tcsetattr(terminal.handle(), TCSAFLUSH, &shown);
-    terminal.write("\n");
+    QByteArray line;
+    int signal = 0;
+    {
+        // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
+        const BlockedSignals signals;
+        terminal.write("Password or token: ");
+        tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
+        signal = signalWhileWaiting(terminal, signals);
+        if (signal == 0)
+            line = terminal.readLine();
+        tcsetattr(terminal.handle(), TCSAFLUSH, &shown);
+        terminal.write("\n");
+    }
+    if (signal != 0) {
+        ::raise(signal);
+        problem = QStringLiteral("interrupted");
+    }
     return firstLine(line);
 }
 

@@ -2,27 +2,25 @@
 #ifndef TESSELCTL_TERMINATIONSIGNAL_H
 #define TESSELCTL_TERMINATIONSIGNAL_H
 
+#include "blockedsignals.h"
+
 #include <QSocketNotifier>
 
-#include <csignal>
 #include <functional>
-#include <memory>
 
 namespace TesselCtl {
 
 /// Turns SIGINT and SIGTERM into a call from the event loop while it exists.
 ///
-/// To be created before other threads are: they inherit that the two signals are blocked.
+/// To be created before other threads are, see BlockedSignals.
 class TerminationSignal
 {
 public:
     explicit TerminationSignal(std::function<void()> received);
-    ~TerminationSignal();
 
 private:
-    sigset_t m_before{};
-    int m_descriptor;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    const BlockedSignals m_signals;
+    QSocketNotifier m_notifier;
     Q_DISABLE_COPY_MOVE(TerminationSignal)
 };
 
