@@ -32,7 +32,8 @@ Examples:
   tesselctl --device https://wall.local --login digest --user admin --secret-file pw call getAllChipType
   tesselctl --device wall=192.168.0.10 watch --json | jq .payload
 
-Data goes to standard output, everything else to standard error. Passwords and tokens are read from an
+Data goes to standard output, everything else to standard error. Colour is for terminals alone, and the environment
+variable NO_COLOR turns it off. Passwords and tokens are read from an
 environment variable, a file or the terminal, never from the command line.
 
 Exit codes:
@@ -108,7 +109,7 @@ Examples:
 const char* const downloadFooter = R"(
 PATH is a directory, which ends in a slash or is there, and gets a file CABINET.json for each cabinet; or a file,
 which gets a JSON object of cabinet and table, and only when all could be read. What "upload" reads is what
-"download" writes.
+"download" writes. SIGINT and SIGTERM end it with exit code 1; a file is written whole or stays as it was.
 
 Plain tables come as one list of the whole device, into a file. Multilayer and adaptive ones come by cabinet and
 need --cabinets. Devices give the other kinds not back.
@@ -128,12 +129,28 @@ const char* const updateFooter = R"(
 Sends the firmware of the receiving cards, has the cards load it and waits until the device tells that the update
 is done. Several devices are updated one after the other. What the parts of the form are called is between you and
 the device: the file's is --part, --field adds others; the request to load carries the file's name under --part
-and the same fields.
+and the same fields. SIGINT and SIGTERM end it with exit code 1; what the device has, it keeps.
 
 Examples:
   tesselctl --device 192.168.0.10 firmware update card.bin
   tesselctl --device 192.168.0.10 firmware update card.bin --part firmware --field type=1
   tesselctl --device 192.168.0.10 firmware update controller.bin --controller)";
+
+const char* const progressFooter = R"(
+Without --follow the device's reply is printed. With it the progress is shown until the update ended: exit code 0
+when it is done, 1 when it failed, the device tells no progress or a signal came, 4 when it got no further for two
+minutes.
+
+Examples:
+  tesselctl --device 192.168.0.10 firmware progress --controller
+  tesselctl --device 192.168.0.10 firmware progress --follow)";
+
+const char* const firmwareDownloadFooter = R"(
+The file gets its name when it is whole. After a failure, SIGINT or SIGTERM an earlier one is as it was, and
+nothing else is left behind.
+
+Examples:
+  tesselctl --device 192.168.0.10 firmware download card.bin --id 3 --type 1)";
 
 // CLI11 splits arguments in brackets at their commas and takes negative numbers for options; a mark in front
 // keeps them as they are until takeText() removes it.
@@ -190,6 +207,7 @@ struct Words
     int type = 0;
     bool controller = false;
     bool uploadOnly = false;
+    bool follow = false;
 };
 
 Settings settingsOf(const Words& words)
@@ -363,7 +381,8 @@ std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
 
     CLI::App* const progress = firmware->add_subcommand("progress", "print how far an update is");
     progress->add_flag("--controller", words.controller, "of the controller, not of its receiving cards");
-    progress->footer("\nExamples:\n  tesselctl --device 192.168.0.10 firmware progress --controller");
+    progress->add_flag("--follow", words.follow, "show it until the update ended");
+    progress->footer(progressFooter);
 
     CLI::App* const download =
         firmware->add_subcommand("download", "read the firmware of a receiving card into a file");
@@ -374,8 +393,7 @@ std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
     download->add_option("--type", words.type, "which of its firmwares")
         ->type_name("N")
         ->capture_default_str();
-    download->footer(
-        "\nExamples:\n  tesselctl --device 192.168.0.10 firmware download card.bin --id 3 --type 1");
+    download->footer(firmwareDownloadFooter);
 
     return {
         {update,
@@ -386,7 +404,8 @@ std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
          }},
         {progress,
          [&words](const Settings& settings, Console& console) {
-             return runFirmwareProgress(settings, words.controller, console);
+             return words.follow ? runFirmwareFollow(settings, words.controller, console)
+                                 : runFirmwareProgress(settings, words.controller, console);
          }},
         {download,
          [&words](const Settings& settings, Console& console) {

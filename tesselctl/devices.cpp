@@ -39,9 +39,9 @@ DeviceEndpoint::Login loginOf(const QString& name)
 
 } // namespace
 
-std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem)
+std::vector<Device> readDevices(const DeviceSettings& settings, Console& console)
 {
-    problem = faultOfLogin(settings);
+    QString problem = faultOfLogin(settings);
     if (problem.isEmpty() && settings.devices.isEmpty())
         problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
     DeviceEndpoint endpoint;
@@ -66,40 +66,30 @@ std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem
             problem = QStringLiteral("device %1 is given twice").arg(printable(name));
         devices.push_back({name, endpoint});
     }
-    if (!problem.isEmpty())
+    QString secret;
+    if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None)
+        secret = readSecret(settings.secretVariable, settings.secretFile, problem);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
         return {};
-    if (endpoint.login == DeviceEndpoint::Login::None)
-        return devices;
-
-    const QString secret = readSecret(settings.secretVariable, settings.secretFile, problem);
-    if (!problem.isEmpty())
-        return {};
+    }
     for (Device& device : devices)
         device.endpoint.secret = secret;
     return devices;
 }
 
-bool addDevices(const std::vector<Device>& devices, QString& problem)
+bool addDevices(const std::vector<Device>& devices, Console& console)
 {
     for (const Device& device : devices) {
         if (!HttpProxy::getInstance()->addDevice(device.name, device.endpoint)) {
-            problem = QStringLiteral(
-                          "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
-                          .arg(printable(device.name));
+            console.complain(
+                QStringLiteral(
+                    "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
+                    .arg(printable(device.name)));
             return false;
         }
     }
     return true;
-}
-
-std::vector<Device> startDevices(const DeviceSettings& settings, Console& console)
-{
-    QString problem;
-    std::vector<Device> devices = readDevices(settings, problem);
-    if (problem.isEmpty() && addDevices(devices, problem))
-        return devices;
-    console.complain(problem);
-    return {};
 }
 
 void forgetDevices()

@@ -34,17 +34,14 @@ struct Device
 };
 
 /// Reads the devices, asking for the secret on the terminal where nothing else gives it. @return none when
-/// the settings are wrong, and @p problem says why.
-std::vector<Device> readDevices(const DeviceSettings& settings, QString& problem);
+/// the settings are wrong, which @p console then told.
+std::vector<Device> readDevices(const DeviceSettings& settings, Console& console);
 
-/// Makes the devices known to the transport. @return whether it took them all; otherwise @p problem says
-/// which not.
-bool addDevices(const std::vector<Device>& devices, QString& problem);
+/// Makes the devices known to the transport. @return whether it took them all; @p console told which not.
+bool addDevices(const std::vector<Device>& devices, Console& console);
 
-/// Does both. @return none when the settings are wrong, which @p console then told.
-std::vector<Device> startDevices(const DeviceSettings& settings, Console& console);
-
-/// Makes the transport forget all devices: what is under way ends soon, as aborted.
+/// Makes the transport forget all devices: what is under way ends soon, as aborted. May be called from any
+/// thread.
 void forgetDevices();
 
 } // namespace TesselCtl

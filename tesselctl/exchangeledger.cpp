@@ -1,37 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "exchangeledger.h"
 
-#include <QUrl>
+#include "exchangekey.h"
 
 #include <map>
 #include <mutex>
-#include <utility>
 
 namespace TesselCtl {
 
 using Krelm::Communicator::HttpDevice::setExchangeObserver;
 
-namespace {
-
-using Key = std::pair<QString, QString>;
-
-// Records mask what stands before an @ in a device's key and its control characters.
-Key keyOf(const QString& device, const QString& path)
-{
-    QString name = device.mid(device.lastIndexOf(QLatin1Char('@')) + 1);
-    for (QChar& character : name) {
-        if (character.category() == QChar::Other_Control)
-            character = QLatin1Char('?');
-    }
-    return {name, path};
-}
-
-} // namespace
-
 struct ExchangeLedger::State
 {
     std::mutex mutex; // guards the records
-    std::map<Key, Exchanges::Record> records;
+    std::map<ExchangeKey, Exchanges::Record> records;
 };
 
 ExchangeLedger::ExchangeLedger(bool trace, Console& console)
@@ -40,7 +22,7 @@ ExchangeLedger::ExchangeLedger(bool trace, Console& console)
     setExchangeObserver([state = m_state, trace, &console](const Exchanges::Record& record) {
         if (trace)
             console.remark(traceLine(record));
-        const Key key = keyOf(record.deviceKey, QUrl::fromPercentEncoding(record.path));
+        const ExchangeKey key = exchangeKey(record.deviceKey, record.path);
         const std::lock_guard<std::mutex> lock(state->mutex);
         state->records[key] = record;
     });
@@ -54,7 +36,7 @@ ExchangeLedger::~ExchangeLedger()
 std::optional<Exchanges::Record> ExchangeLedger::take(const QString& device, const QString& path)
 {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
-    const auto found = m_state->records.find(keyOf(device, path));
+    const auto found = m_state->records.find(exchangeKey(device, path));
     if (found == m_state->records.end())
         return std::nullopt;
     const Exchanges::Record record = found->second;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <future>
 
 namespace TesselCtl {
 
@@ -37,10 +38,14 @@ QString durationText(qint64 seconds)
 
 QString transferText(const Transfer& transfer)
 {
-    QString text = QStringLiteral("%1 of %2 %3, %4 of %5")
-                       .arg(transfer.parts)
-                       .arg(transfer.partsInAll)
-                       .arg(transfer.partName, humanSize(transfer.bytes), humanSize(transfer.bytesInAll));
+    QString text = humanSize(transfer.bytes);
+    if (transfer.bytesInAll >= 0)
+        text += QStringLiteral(" of ") + humanSize(transfer.bytesInAll);
+    if (!transfer.partName.isEmpty())
+        text = QStringLiteral("%1 of %2 %3, %4")
+                   .arg(transfer.parts)
+                   .arg(transfer.partsInAll)
+                   .arg(transfer.partName, text);
     if (transfer.bytes <= 0 || transfer.milliseconds <= 0)
         return text;
     const double rate =
@@ -55,6 +60,8 @@ QString transferText(const Transfer& transfer)
 
 QString progressLine(const QString& label, double share, const QString& details, int columns)
 {
+    if (share < 0)
+        return cutToColumns(printable(label) + QStringLiteral("  ") + details, columns);
     const int width = 20;
     const double known = std::clamp(share, 0.0, 1.0);
     const int filled = static_cast<int>(known * width);
@@ -84,17 +91,26 @@ void ProgressBar::show(double share, const QString& details)
                         progressLine(m_label, share, details, terminalColumns(stderr) - 1));
         return;
     }
-    const int tenths = static_cast<int>(std::clamp(share, 0.0, 1.0) * 10);
+    const int tenths = share < 0 ? -1 : static_cast<int>(std::min(share, 1.0) * 10);
     if (tenths == m_tenths)
         return;
     m_tenths = tenths;
-    m_console.remark(QStringLiteral("%1: %2 %, %3").arg(printable(m_label)).arg(tenths * 10).arg(details));
+    const QString percent = tenths < 0 ? QString() : QStringLiteral("%1 %, ").arg(tenths * 10);
+    m_console.remark(printable(m_label) + QStringLiteral(": ") + percent + details);
 }
 
 void ProgressBar::clear()
 {
     if (m_inPlace)
         writeToTerminal(QStringLiteral("\r\x1b[K"));
+}
+
+void workAndShow(const std::function<void()>& work, const std::function<void()>& meanwhile)
+{
+    std::future<void> done = std::async(std::launch::async, work);
+    while (done.wait_for(redrawInterval) != std::future_status::ready)
+        meanwhile();
+    done.get();
 }
 
 } // namespace TesselCtl

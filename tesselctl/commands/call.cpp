@@ -112,12 +112,9 @@ ExitCode runCall(const Settings& settings, const QString& operation, const QStri
         console.complain(call.problem);
         return Usage;
     }
-    QString problem;
-    const std::vector<Device> devices = readDevices(settings.devices, problem);
-    if (!problem.isEmpty() || !addDevices(devices, problem)) {
-        console.complain(problem);
+    const std::vector<Device> devices = readDevices(settings.devices, console);
+    if (devices.empty() || !addDevices(devices, console))
         return Usage;
-    }
 
     Caller caller(settings, call, console);
     const bool several = devices.size() > 1;

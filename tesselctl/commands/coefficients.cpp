@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "commands.h"
+#include "devicerun.h"
 
 #include "tesselctl/coefficientfiles.h"
 #include "tesselctl/exchangeledger.h"
+#include "tesselctl/exchangemeter.h"
 #include "tesselctl/jsontext.h"
 #include "tesselctl/output.h"
 #include "tesselctl/printable.h"
@@ -10,6 +12,7 @@
 #include "tesselctl/resumecommand.h"
 #include "tesselctl/terminationsignal.h"
 
+#include <communicator/wholefile.h>
 #include <tessel/allurlresource.h>
 #include <tessel/correctionop.h>
 
@@ -20,13 +23,15 @@
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QSaveFile>
+#include <QTimer>
 
 #include <algorithm>
-#include <memory>
+#include <set>
 #include <utility>
 
 namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::WholeFile;
 
 namespace {
 
@@ -121,7 +126,7 @@ public:
     Uploader(const Kind& kind, std::vector<Job> jobs, int parallel, bool trace, Console& console)
         : m_kind(kind)
         , m_jobs(std::move(jobs))
-        , m_parallel(parallel)
+        , m_parallel(static_cast<std::size_t>(parallel))
         , m_ledger(trace, console)
         , m_bar(QStringLiteral("upload"), console)
     {
@@ -137,8 +142,12 @@ public:
         m_clock.start();
         showProgress();
         beginSome();
-        if (m_underWay > 0)
+        QTimer redraw;
+        QObject::connect(&redraw, &QTimer::timeout, &redraw, [this] { showProgress(); });
+        redraw.start(redrawInterval);
+        if (!m_underWay.empty())
             m_loop.exec();
+        redraw.stop();
         m_bar.clear();
         m_transfer.milliseconds = m_clock.elapsed();
     }
@@ -173,7 +182,7 @@ private:
 
     void beginSome()
     {
-        while (m_underWay < m_parallel && m_next < m_jobs.size() && !m_stopped)
+        while (m_underWay.size() < m_parallel && m_next < m_jobs.size() && !m_stopped)
             begin(m_jobs[m_next++]);
     }
 
@@ -193,7 +202,7 @@ private:
             }
             elements += value.toList();
         }
-        ++m_underWay;
+        m_underWay.insert(&job);
         const auto done = [this, &job] { ended(job); };
         auto* const correction = Correctionop::getInstance();
         if (job.wholeList)
@@ -205,7 +214,7 @@ private:
 
     void ended(const Job& job)
     {
-        --m_underWay;
+        m_underWay.erase(&job);
         if (!m_stopped) {
             settle(job, m_ledger.takeOutcome(job.device, job.path));
             beginSome();
@@ -215,7 +224,7 @@ private:
 
     void quitWhenIdle()
     {
-        if (m_underWay == 0)
+        if (m_underWay.empty())
             m_loop.quit();
     }
 
@@ -241,20 +250,35 @@ private:
 
     void showProgress()
     {
-        m_transfer.milliseconds = m_clock.elapsed();
-        m_bar.show(shareOf(m_transfer.bytes, m_transfer.bytesInAll), transferText(m_transfer));
+        Transfer transfer = m_transfer;
+        transfer.milliseconds = m_clock.elapsed();
+        for (const Job* job : m_underWay)
+            transfer.bytes += bytesOnTheWay(*job);
+        m_bar.show(shareOf(transfer.bytes, transfer.bytesInAll), transferText(transfer));
+    }
+
+    // As the file has them; they travel without its blanks. The last one counts when the device took the
+    // table.
+    qint64 bytesOnTheWay(const Job& job) const
+    {
+        const auto progress = m_meter.progress(job.device, job.path);
+        if (!progress || progress->bytesToSend <= 0)
+            return 0;
+        const double share = shareOf(progress->bytesSent, progress->bytesToSend);
+        return static_cast<qint64>(share * static_cast<double>(job.bytes() - 1));
     }
 
     const Kind& m_kind;
     const std::vector<Job> m_jobs;
-    const int m_parallel;
+    const std::size_t m_parallel;
     ExchangeLedger m_ledger;
+    const ExchangeMeter m_meter;
     ProgressBar m_bar;
     QEventLoop m_loop;
     QElapsedTimer m_clock;
     Transfer m_transfer;
     std::size_t m_next = 0;
-    int m_underWay = 0;
+    std::set<const Job*> m_underWay;
     bool m_stopped = false;
     QMap<QString, Result> m_results;
     ExitCode m_exitCode = Done;
@@ -328,67 +352,105 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 ExitCode act(const Settings& settings, Action action, const char* routeKey, const QStringList& cabinets,
              Console& console)
 {
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
-        return Usage;
-    ExchangeLedger ledger(settings.trace, console);
-    ExitCode code = Done;
-    QVariantMap results;
-    for (const Device& device : devices) {
+    DeviceRun run(settings, console);
+    return run.forEach([&](const QString& device) {
         Map result;
-        (Correctionop::getInstance()->*action)(device.name, {{QStringLiteral("cids"), cabinets}}, result);
-        const Outcome outcome = ledger.takeOutcome(device.name, pathOf(routeKey));
-        results.insert(device.name, outcome.code == Done);
-        if (outcome.code != Done)
-            console.complain(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
-        else if (!settings.json)
-            console.data(printable(device.name) + QStringLiteral(": ok\n"));
-        if (code == Done)
-            code = outcome.code;
-    }
-    if (settings.json)
-        console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
-    return code;
+        (Correctionop::getInstance()->*action)(device, {{QStringLiteral("cids"), cabinets}}, result);
+        return run.ledger().takeOutcome(device, pathOf(routeKey));
+    });
 }
 
-/// Reads the table of a cabinet, or the one of the whole device. The text is that of the device: the
-/// library's lists are flattened and would not go back the way they came.
-Outcome load(const Kind& kind, const QString& device, const QString& cabinet, ExchangeLedger& ledger,
-             QVariant& table)
+/// Reads tables from one device and shows how far that is.
+class Loader
 {
-    List elements;
-    (Correctionop::getInstance()->*kind.load)(device, cabinet, elements);
-    const auto record = ledger.take(device, pathOf(kind.loadRoute, cabinet));
-    if (!record)
-        return {Failed, QStringLiteral("no request was made")};
-    Outcome outcome = outcomeOf(*record);
-    if (outcome.code != Done)
-        return outcome;
-    QVariant envelope;
-    QString problem;
-    parseJson(record->reply, envelope, problem);
-    table = envelope.toMap().value(QStringLiteral("data"));
-    if (table.userType() != QMetaType::QVariantList)
-        return {Failed, QStringLiteral("the device sent no table")};
-    return {};
-}
+public:
+    Loader(const Kind& kind, DeviceRun& run, int tables, Console& console)
+        : m_kind(kind)
+        , m_run(run)
+        , m_device(run.devices().front().name)
+        , m_bar(QStringLiteral("download"), console)
+    {
+        m_transfer.partName = QStringLiteral("tables");
+        m_transfer.partsInAll = tables;
+        m_clock.start();
+    }
+
+    /// Reads the table of a cabinet, or the one of the whole device. The text is that of the device: the
+    /// library's lists are flattened and would not go back the way they came.
+    Outcome load(const QString& cabinet, QVariant& table)
+    {
+        if (m_run.interruption().happened())
+            return m_run.settled({Failed, {}});
+        const QString path = pathOf(m_kind.loadRoute, cabinet);
+        List elements;
+        showProgress({});
+        auto* const correction = Correctionop::getInstance();
+        workAndShow([&] { (correction->*m_kind.load)(m_device, cabinet, elements); },
+                    [&] { showProgress(m_run.meter().progress(m_device, path)); });
+        const auto record = m_run.ledger().take(m_device, path);
+        if (!record)
+            return {Failed, QStringLiteral("no request was made")};
+        m_transfer.bytes += record->bytesReceived;
+        m_transfer.parts += 1;
+        showProgress({});
+        const Outcome outcome = m_run.settled(outcomeOf(*record));
+        if (outcome.code != Done)
+            return outcome;
+        QVariant envelope;
+        QString problem;
+        parseJson(record->reply, envelope, problem);
+        table = envelope.toMap().value(QStringLiteral("data"));
+        if (table.userType() != QMetaType::QVariantList)
+            return {Failed, QStringLiteral("the device sent no table")};
+        return {};
+    }
+
+    /// Makes room for other lines.
+    void clearBar() { m_bar.clear(); }
+
+private:
+    // What a device has to tell is known while it sends the last table.
+    void showProgress(const std::optional<ExchangeMeter::Progress>& current)
+    {
+        Transfer transfer = m_transfer;
+        transfer.milliseconds = m_clock.elapsed();
+        transfer.bytesInAll = -1;
+        double parts = transfer.parts;
+        if (current) {
+            transfer.bytes += current->bytesReceived;
+            const bool last = transfer.parts + 1 == transfer.partsInAll;
+            if (current->bytesToReceive > 0) {
+                parts += shareOf(current->bytesReceived, current->bytesToReceive);
+                transfer.bytesInAll = last ? m_transfer.bytes + current->bytesToReceive : -1;
+            }
+        }
+        m_bar.show(parts / transfer.partsInAll, transferText(transfer));
+    }
+
+    const Kind& m_kind;
+    DeviceRun& m_run;
+    const QString m_device;
+    ProgressBar m_bar;
+    QElapsedTimer m_clock;
+    Transfer m_transfer;
+};
 
 /// Writes @p value into @p path, which stays as it was when that fails.
 Outcome store(const QString& path, const QVariant& value)
 {
-    QSaveFile file(path);
+    WholeFile file(path);
     const QByteArray text = toJson(value, false) + '\n';
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
+    if (file.open() && file.write(text.constData(), text.size()) && file.commit())
         return {};
-    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.reason())};
 }
 
 /// Why @p path cannot be written to; empty when it can.
 QString faultOfDestination(const QString& path, bool directory, const QStringList& cabinets)
 {
     if (!directory) {
-        QSaveFile file(path);
-        return file.open(QIODevice::WriteOnly) ? QString() : file.errorString();
+        WholeFile file(path);
+        return file.open() ? QString() : file.reason();
     }
     for (const QString& cabinet : cabinets) {
         if (cabinet.contains(QLatin1Char('/')))
@@ -411,13 +473,15 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
         console.complain(problem);
         return Usage;
     }
+    const std::vector<Device> devices = readDevices(settings.devices, console);
+    if (devices.empty())
+        return Usage;
     Uploader* running = nullptr;
     const TerminationSignal stop([&] {
         if (running)
             running->stop();
     });
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
+    if (!addDevices(devices, console))
         return Usage;
 
     // The library tells on which threads its uploads run.
@@ -472,8 +536,8 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         console.complain(problem);
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
+    DeviceRun run(settings, console);
+    if (run.devices().empty())
         return Usage;
     const QString fault = faultOfDestination(path, directory, cabinets);
     if (!fault.isEmpty()) {
@@ -481,37 +545,34 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         return Failed;
     }
 
-    const QString device = devices.front().name;
-    ExchangeLedger ledger(settings.trace, console);
-    ProgressBar bar(QStringLiteral("download"), console);
+    const QString device = run.devices().front().name;
     const QStringList names = perCabinet ? cabinets : QStringList(QString());
+    Loader loader(kind, run, names.size(), console);
     QVariantMap tables;
     ExitCode code = Done;
-    for (int i = 0; i < names.size(); ++i) {
-        bar.show(shareOf(i, names.size()), QStringLiteral("%1 of %2 tables").arg(i).arg(names.size()));
+    for (const QString& name : names) {
         QVariant table;
-        Outcome outcome = load(kind, device, names[i], ledger, table);
+        Outcome outcome = loader.load(name, table);
         if (outcome.code == Done && directory)
-            outcome = store(QDir(path).filePath(names[i] + QStringLiteral(".json")), table);
+            outcome = store(QDir(path).filePath(name + QStringLiteral(".json")), table);
         else if (outcome.code == Done)
-            tables.insert(names[i], table);
+            tables.insert(name, table);
         if (outcome.code == Done)
             continue;
-        bar.clear();
+        loader.clearBar();
         console.complain(
-            QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(names[i]), outcome.reason));
+            QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
         if (code == Done)
             code = outcome.code;
     }
-    bar.show(1, QStringLiteral("%1 of %1 tables").arg(names.size()));
-    bar.clear();
+    loader.clearBar();
     if (code == Done && !directory) {
         const Outcome stored = store(path, perCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
         if (code != Done)
             console.complain(stored.reason);
     }
-    if (code != Done && !directory)
+    if (code != Done && !directory && QFileInfo::exists(path))
         console.remark(QStringLiteral("%1 stays as it was").arg(printable(path)));
     return code;
 }

@@ -80,6 +80,10 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
 /// Prints how far the update of every device is.
 ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console);
 
+/// Shows how far the update of every device is until it ended, one device after the other. @return how the
+/// first that failed did.
+ExitCode runFirmwareFollow(const Settings& settings, bool controller, Console& console);
+
 /// Reads the firmware @p type of the receiving card @p id of one device into the file @p path, which stays as
 /// it was when that fails.
 ExitCode runFirmwareDownload(const Settings& settings, const QString& path, const QString& id, int type,

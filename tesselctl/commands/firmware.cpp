@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "commands.h"
+#include "devicerun.h"
 
 #include "tesselctl/exchangeledger.h"
 #include "tesselctl/jsontext.h"
@@ -19,8 +20,6 @@
 
 #include <chrono>
 #include <functional>
-#include <future>
-#include <thread>
 
 namespace TesselCtl {
 
@@ -77,25 +76,80 @@ Map formOf(const QStringList& fields, QString& problem)
     return form;
 }
 
+/// How far a device is with an update, as it tells.
+class UpdateWatch
+{
+public:
+    UpdateWatch(const QString& device, bool controller, DeviceRun& run, ProgressBar& bar)
+        : m_device(device)
+        , m_controller(controller)
+        , m_run(run)
+        , m_bar(bar)
+    {}
+
+    /// Reads how far it is and shows what came. @return how the reading ended.
+    Outcome look()
+    {
+        Map reply;
+        readProgress(m_device, m_controller, reply);
+        const Outcome outcome = m_run.ledger().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
+        m_latest = updateProgressOf(reply);
+        if (m_latest.share >= 0)
+            m_bar.show(m_latest.share, m_latest.state);
+        return outcome;
+    }
+
+    /// Waits until the update ended; @p silence is how it ends when the device tells no progress.
+    Outcome waitUntilDone(const Outcome& silence)
+    {
+        QElapsedTimer still;
+        still.start();
+        double reached = -1;
+        Outcome outcome;
+        do {
+            outcome = look();
+            if (m_latest.failed)
+                return {Failed, QStringLiteral("the device says: ") + m_latest.state};
+            if (outcome.code == Done && m_latest.share < 0)
+                return silence;
+            if (outcome.code == Refused || m_latest.share >= 1)
+                return outcome;
+            if (m_latest.share > reached) {
+                reached = m_latest.share;
+                still.restart();
+            }
+            if (still.hasExpired(patience)) {
+                const QString stopped =
+                    QStringLiteral("the update got no further for %1").arg(durationText(patience / 1000));
+                return outcome.code == Done ? Outcome{TimedOut, stopped} : outcome;
+            }
+        } while (m_run.interruption().pause(pollInterval));
+        return {Failed, {}};
+    }
+
+private:
+    const QString m_device;
+    const bool m_controller;
+    DeviceRun& m_run;
+    ProgressBar& m_bar;
+    UpdateProgress m_latest;
+};
+
 /// The update of one device: its steps, and its progress beside them.
 class Updater
 {
 public:
-    Updater(const QString& device, const FirmwareUpdate& update, const Map& form, ExchangeLedger& ledger,
+    Updater(const QString& device, const FirmwareUpdate& update, const Map& form, DeviceRun& run,
             Console& console)
         : m_device(device)
         , m_update(update)
         , m_form(form)
-        , m_ledger(ledger)
+        , m_run(run)
         , m_bar(device, console)
+        , m_watch(device, update.controller, run, m_bar)
     {}
 
-    Outcome run()
-    {
-        Outcome outcome = m_update.controller ? updateController() : updateCards();
-        m_bar.clear();
-        return outcome;
-    }
+    Outcome update() { return m_update.controller ? updateController() : updateCards(); }
 
 private:
     Outcome updateController()
@@ -104,92 +158,99 @@ private:
         if (!file.open(QIODevice::ReadOnly))
             return {Failed, file.errorString()};
         const QByteArray image = file.readAll();
-        const Outcome sent = step("Device_HwUpdate", [this, image] {
+        auto* const controller = HWInfo::getInstance();
+        const Outcome sent = step("Device_HwUpdate", [this, controller, image] {
             Map reply;
-            HWInfo::getInstance()->putHWInfoUpdate(m_device, image, reply);
+            controller->putHWInfoUpdate(m_device, image, reply);
         });
-        return sent.code == Done ? waitUntilDone() : sent;
+        return sent.code == Done ? m_watch.waitUntilDone(toldNothing()) : sent;
     }
 
     Outcome updateCards()
     {
+        auto* const cards = CabinetInfoOperator::getInstance();
         Map parts = m_form;
         parts.insert(m_update.part, QUrl::fromLocalFile(QFileInfo(m_update.file).absoluteFilePath()));
-        Outcome outcome = step("Device_RvCardUpdate", [this, parts] {
+        Outcome outcome = step("Device_RvCardUpdate", [this, cards, parts] {
             Map reply;
-            CabinetInfoOperator::getInstance()->putRvCardsUpdate(m_device, parts, reply);
+            cards->putRvCardsUpdate(m_device, parts, reply);
         });
         if (outcome.code != Done || m_update.uploadOnly)
             return outcome;
         parts = m_form;
         parts.insert(m_update.part, QFileInfo(m_update.file).fileName());
-        outcome = step("Device_RvCardUpdateLoad", [this, parts] {
+        outcome = step("Device_RvCardUpdateLoad", [this, cards, parts] {
             Map reply;
-            CabinetInfoOperator::getInstance()->putRvCardsUpdateLoad(m_device, parts, reply);
+            cards->putRvCardsUpdateLoad(m_device, parts, reply);
         });
-        return outcome.code == Done ? waitUntilDone() : outcome;
-    }
-
-    /// Sends on a thread of its own, since that takes minutes, and shows meanwhile what the device says.
-    Outcome step(const char* routeKey, const std::function<void()>& send)
-    {
-        m_bar.show(0, QStringLiteral("sending"));
-        std::future<void> sent = std::async(std::launch::async, send);
-        while (sent.wait_for(pollInterval) != std::future_status::ready) {
-            const UpdateProgress progress = poll();
-            if (progress.share >= 0)
-                show(progress);
-        }
-        sent.get();
-        return m_ledger.takeOutcome(m_device, pathOf(routeKey));
+        return outcome.code == Done ? m_watch.waitUntilDone(toldNothing()) : outcome;
     }
 
     /// A device that tells no progress has done what it was told when it answered.
-    Outcome waitUntilDone()
+    static Outcome toldNothing() { return {}; }
+
+    /// Sends, and shows meanwhile the bytes on their way; and once they are all there what the device says,
+    /// which may take minutes to answer.
+    Outcome step(const char* routeKey, const std::function<void()>& send)
     {
-        QElapsedTimer still;
-        still.start();
-        double reached = -1;
-        while (!still.hasExpired(patience)) {
-            const UpdateProgress progress = poll();
-            if (progress.failed)
-                return {Failed, QStringLiteral("the device says: ") + progress.state};
-            if (m_polled.code == Done && progress.share < 0)
-                return {};
-            if (m_polled.code == Done)
-                show(progress);
-            if (m_polled.code == Refused)
-                return m_polled;
-            if (progress.share >= 1)
-                return {};
-            if (progress.share > reached) {
-                reached = progress.share;
-                still.restart();
+        if (m_run.interruption().happened())
+            return {Failed, {}};
+        const QString path = pathOf(routeKey);
+        QElapsedTimer begun;
+        begun.start();
+        QElapsedTimer looked;
+        looked.start();
+        m_bar.show(0, QStringLiteral("sending"));
+        workAndShow(send, [&] {
+            const auto progress = m_run.meter().progress(m_device, path);
+            if (progress && progress->bytesSent < progress->bytesToSend) {
+                const Transfer transfer{progress->bytesSent, progress->bytesToSend, 0, 0, {},
+                                        begun.elapsed()};
+                m_bar.show(shareOf(transfer.bytes, transfer.bytesInAll),
+                           QStringLiteral("sending, ") + transferText(transfer));
+            } else if (looked.hasExpired(pollInterval.count())) {
+                m_watch.look();
+                looked.restart();
             }
-            std::this_thread::sleep_for(pollInterval);
-        }
-        const QString stopped =
-            QStringLiteral("the update got no further for %1").arg(durationText(patience / 1000));
-        return m_polled.code == Done ? Outcome{TimedOut, stopped} : m_polled;
+        });
+        return m_run.ledger().takeOutcome(m_device, path);
     }
-
-    UpdateProgress poll()
-    {
-        Map reply;
-        readProgress(m_device, m_update.controller, reply);
-        m_polled = m_ledger.takeOutcome(m_device, pathOf(progressRoute(m_update.controller)));
-        return updateProgressOf(reply);
-    }
-
-    void show(const UpdateProgress& progress) { m_bar.show(progress.share, progress.state); }
 
     const QString m_device;
     const FirmwareUpdate& m_update;
     const Map& m_form;
-    ExchangeLedger& m_ledger;
+    DeviceRun& m_run;
     ProgressBar m_bar;
-    Outcome m_polled; ///< how the latest reading of the progress ended
+    UpdateWatch m_watch;
 };
+
+/// Has the transport put the firmware into the file @p path, which takes its place only when it is whole.
+Outcome download(const QString& device, const QString& id, int type, const QString& path,
+                 const QString& route, DeviceRun& run, Console& console)
+{
+    QElapsedTimer begun;
+    begun.start();
+    ProgressBar bar(QStringLiteral("download"), console);
+    auto* const cards = CabinetInfoOperator::getInstance();
+    // It tells no failure; the exchange does.
+    workAndShow([&] { cards->getRvCardFirmware(device, id, type, path); },
+                [&] {
+                    const auto progress = run.meter().progress(device, route);
+                    if (!progress)
+                        return;
+                    const qint64 all = progress->bytesToReceive;
+                    const Transfer transfer{progress->bytesReceived, all, 0, 0, {}, begun.elapsed()};
+                    bar.show(all < 0 ? -1 : shareOf(transfer.bytes, all), transferText(transfer));
+                });
+    const auto record = run.ledger().take(device, route);
+    if (!record)
+        return {Failed, QStringLiteral("no request was made")};
+    Outcome outcome = run.settled(outcomeOf(*record));
+    using State = Krelm::Communicator::HttpDevice::IHttpVersionTrigger;
+    if (record->state == State::FileFailure)
+        outcome.reason = QStringLiteral("%1: %2").arg(printable(path), outcome.reason);
+    return outcome;
+}
 
 } // namespace
 
@@ -205,50 +266,32 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
         console.complain(problem);
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
-        return Usage;
-    ExchangeLedger ledger(settings.trace, console);
-    QVariantMap results;
-    ExitCode code = Done;
-    for (const Device& device : devices) {
-        const Outcome outcome = Updater(device.name, update, form, ledger, console).run();
-        results.insert(device.name, outcome.code == Done);
-        if (outcome.code != Done)
-            console.complain(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
-        else if (!settings.json)
-            console.data(printable(device.name) + QStringLiteral(": ok\n"));
-        if (code == Done)
-            code = outcome.code;
-    }
-    if (settings.json)
-        console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
-    return code;
+    DeviceRun run(settings, console);
+    return run.forEach(
+        [&](const QString& device) { return Updater(device, update, form, run, console).update(); });
 }
 
 ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console)
 {
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
-        return Usage;
-    ExchangeLedger ledger(settings.trace, console);
-    QVariantMap results;
-    ExitCode code = Done;
-    for (const Device& device : devices) {
-        Map reply;
-        readProgress(device.name, controller, reply);
-        const Outcome outcome = ledger.takeOutcome(device.name, pathOf(progressRoute(controller)));
-        results.insert(device.name, outcome.code == Done ? QVariant(reply) : QVariant());
-        if (outcome.code != Done)
-            console.complain(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
-        else if (!settings.json)
-            console.data(printable(device.name) + QStringLiteral(":\n") + humanText(reply));
-        if (code == Done)
-            code = outcome.code;
-    }
-    if (settings.json)
-        console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
-    return code;
+    DeviceRun run(settings, console);
+    return run.forEach(
+        [&](const QString& device) -> DeviceRun::Result {
+            Map reply;
+            readProgress(device, controller, reply);
+            const Outcome outcome = run.ledger().takeOutcome(device, pathOf(progressRoute(controller)));
+            return {outcome, reply, QStringLiteral(":\n") + humanText(reply)};
+        },
+        QVariant());
+}
+
+ExitCode runFirmwareFollow(const Settings& settings, bool controller, Console& console)
+{
+    DeviceRun run(settings, console);
+    return run.forEach([&](const QString& device) {
+        ProgressBar bar(device, console);
+        return UpdateWatch(device, controller, run, bar)
+            .waitUntilDone({Failed, QStringLiteral("the device tells no progress")});
+    });
 }
 
 ExitCode runFirmwareDownload(const Settings& settings, const QString& path, const QString& id, int type,
@@ -258,16 +301,13 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
         console.complain(QStringLiteral("firmware is downloaded from one device at a time"));
         return Usage;
     }
-    const std::vector<Device> devices = startDevices(settings.devices, console);
-    if (devices.empty())
+    DeviceRun run(settings, console);
+    if (run.devices().empty())
         return Usage;
-    const QString device = devices.front().name;
-    ExchangeLedger ledger(settings.trace, console);
-    // It tells no failure; the exchange does. The transport puts the file in its place only when it is whole.
-    CabinetInfoOperator::getInstance()->getRvCardFirmware(device, id, type, path);
+    const QString device = run.devices().front().name;
     QString route = pathOf("Device_RvCardFirmware");
     route.replace(QStringLiteral("{type}"), QString::number(type)).replace(QStringLiteral("{id}"), id);
-    const Outcome outcome = ledger.takeOutcome(device, route);
+    const Outcome outcome = download(device, id, type, path, route, run, console);
     if (outcome.code != Done) {
         console.complain(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
         if (QFileInfo::exists(path))

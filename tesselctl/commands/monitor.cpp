@@ -248,22 +248,17 @@ private:
 
 ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console)
 {
-    QString problem;
-    const std::vector<Device> devices = readDevices(settings.devices, problem);
-    if (!problem.isEmpty()) {
-        console.complain(problem);
+    const std::vector<Device> devices = readDevices(settings.devices, console);
+    if (devices.empty())
         return Usage;
-    }
     bool ended = false;
     const TerminationSignal stop([&ended] {
         ended = true;
         QCoreApplication::quit();
     });
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, problem)) {
-        console.complain(problem);
+    if (!addDevices(devices, console))
         return Usage;
-    }
     Monitor monitor(settings, devices, interval, count, console);
     QCoreApplication::exec();
     monitor.end();

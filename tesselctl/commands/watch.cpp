@@ -116,12 +116,9 @@ private:
 
 ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console)
 {
-    QString problem;
-    const std::vector<Device> devices = readDevices(settings.devices, problem);
-    if (!problem.isEmpty()) {
-        console.complain(problem);
+    const std::vector<Device> devices = readDevices(settings.devices, console);
+    if (devices.empty())
         return Usage;
-    }
     const TerminationSignal stop([] { QCoreApplication::quit(); });
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
@@ -132,10 +129,8 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     });
     const Watcher watcher(settings.json, count, console);
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, problem)) {
-        console.complain(problem);
+    if (!addDevices(devices, console))
         return Usage;
-    }
     if (seconds > 0)
         QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
                            &QCoreApplication::quit);
