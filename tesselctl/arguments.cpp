@@ -3,8 +3,11 @@
 
 #include "jsontext.h"
 #include "printable.h"
+#include "sourcefile.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QUrl>
 #include <QVariant>
 
 #include <algorithm>
@@ -31,6 +34,8 @@ QString expectationOf(ValueType type)
         return QStringLiteral("a JSON object");
     case ValueType::List:
         return QStringLiteral("a JSON array");
+    case ValueType::Parts:
+        return QStringLiteral("a JSON object of the form's parts");
     case ValueType::TextMap:
         return QStringLiteral("a JSON object of texts");
     case ValueType::TextList:
@@ -79,6 +84,7 @@ bool hasShape(const QVariant& value, ValueType type)
 {
     switch (type) {
     case ValueType::Map:
+    case ValueType::Parts:
         return isMap(value);
     case ValueType::List:
         return isList(value);
@@ -136,6 +142,26 @@ QVariant jsonValue(ValueType type, const QString& text, const QByteArray& conten
     if (!parseJson(content, value, detail))
         return refuse(type, text, problem, detail);
     return hasShape(value, type) ? value : refuse(type, text, problem);
+}
+
+// A part whose text is @FILE is that file; @@ stands for an @ that begins a text.
+QVariant formOf(QVariantMap parts, QString& problem)
+{
+    for (QVariant& part : parts) {
+        const QString text = part.toString();
+        if (part.userType() != QMetaType::QString || !text.startsWith(QLatin1Char('@')))
+            continue;
+        const QString path = text.mid(1);
+        if (path.startsWith(QLatin1Char('@'))) {
+            part = path;
+            continue;
+        }
+        const QString fault = faultOfSource(path);
+        if (!fault.isEmpty())
+            problem = QStringLiteral("%1: %2").arg(printable(path), fault);
+        part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    }
+    return parts;
 }
 
 QVariant words(const QString& text)
@@ -260,6 +286,8 @@ QString placeholderOf(ValueType type)
         return QStringLiteral("{...}");
     case ValueType::List:
         return QStringLiteral("[...]");
+    case ValueType::Parts:
+        return QStringLiteral("{\"name\":\"@FILE\",...}");
     case ValueType::TextMap:
         return QStringLiteral("{\"name\":\"text\",...}");
     case ValueType::TextList:
@@ -291,7 +319,8 @@ QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files
         return content;
     if (type == ValueType::TextList && !fromFile && !text.startsWith(QLatin1Char('[')))
         return words(text);
-    return jsonValue(type, text, content, problem);
+    const QVariant value = jsonValue(type, text, content, problem);
+    return type == ValueType::Parts && problem.isEmpty() ? formOf(value.toMap(), problem) : value;
 }
 
 BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,

@@ -50,6 +50,9 @@ Arguments stand in the order of the operation's signature or carry its names, na
 lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
 standard input. The device is no argument, it comes from --device.
 
+In the object of a form's parts a text "@FILE" is a file to send, "@@..." a text that begins with an @; other texts
+go as they are, everything else as JSON.
+
 Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl ops". Operations that do
 not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
 which protocol it speaks, since their paths depend on it.
@@ -60,6 +63,7 @@ results by device, null where the call failed.
 Examples:
   tesselctl --device 192.168.0.10 call Capability::getAllChipType
   tesselctl --device 192.168.0.10 call sendParameters body=@parameters.json
+  tesselctl --device 192.168.0.10 call setSinglePrestoreImage id=3 parts='{"image":"@picture.png"}'
   echo '{"cabinetId":1}' | tesselctl --device 192.168.0.10 call getParameters -)";
 
 const char* const watchFooter = R"(

@@ -39,7 +39,7 @@ constexpr bool isOutput =
     std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
 
 /// An output whose name in the row begins with "inout " is read as well; one whose name begins with "in " is
-/// read only, whatever its type allows.
+/// read only, whatever its type allows. A map whose name begins with "form " holds the parts of a form.
 template <class Argument>
 Parameter parameter(const char* name)
 {
@@ -47,6 +47,9 @@ Parameter parameter(const char* name)
     const QString text = QString::fromLatin1(name);
     const QString in = QStringLiteral("in ");
     const QString inout = QStringLiteral("inout ");
+    const QString form = QStringLiteral("form ");
+    if (text.startsWith(form))
+        return {text.mid(form.size()), ValueType::Parts, Parameter::In};
     if (!isOutput<Argument>)
         return {text, type, Parameter::In};
     if (text.startsWith(in))

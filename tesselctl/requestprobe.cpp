@@ -52,6 +52,7 @@ QVariant sampleOf(ValueType type, const QString& device)
     case ValueType::Bytes:
         return one.toUtf8();
     case ValueType::Map:
+    case ValueType::Parts:
     case ValueType::TextMap:
     case ValueType::AnyValue:
         return QVariantMap{{QStringLiteral("id"), one}};
@@ -116,7 +117,7 @@ public:
 private:
     void record(const HttpRequest& request)
     {
-        const ProbedRequest probed{verbOf(request.method), request.path};
+        const ProbedRequest probed{verbOf(request.method), request.path, request.multipart};
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (std::find(m_requests.begin(), m_requests.end(), probed) == m_requests.end())
             m_requests.push_back(probed);
@@ -141,8 +142,9 @@ RequestProbe::~RequestProbe()
 
 ProbedRequests RequestProbe::requestsOf(const Operation& operation, bool newer)
 {
-    // A device of its own, so that no cache answers.
-    const QString device = QStringLiteral("probe%1").arg(++m_devices);
+    // A device of its own, so that no cache answers, nor one that an earlier probe filled.
+    static int devices = 0;
+    const QString device = QStringLiteral("probe%1").arg(++devices);
     if (newer)
         HWInfo::getInstance()->getHwProtoc(device, true);
     m_engine->take();

@@ -16,11 +16,12 @@ struct ProbedRequest
 {
     QString verb;
     QString path;
+    bool isForm = false; ///< its body is multipart
 };
 
 inline bool operator==(const ProbedRequest& left, const ProbedRequest& right)
 {
-    return left.verb == right.verb && left.path == right.path;
+    return left.verb == right.verb && left.path == right.path && left.isForm == right.isForm;
 }
 
 using ProbedRequests = std::vector<ProbedRequest>;
@@ -44,7 +45,6 @@ private:
     class Engine;
 
     Engine* m_engine; // the proxy owns it
-    int m_devices = 0;
     Q_DISABLE_COPY_MOVE(RequestProbe)
 };
 

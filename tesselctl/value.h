@@ -24,6 +24,7 @@ enum class ValueType {
     Boolean,
     Bytes,
     Map,
+    Parts, ///< a map of the parts of a form, some of which are files
     List,
     TextMap,
     TextList,

@@ -7,6 +7,7 @@
 #include "tesselctl/output.h"
 #include "tesselctl/printable.h"
 #include "tesselctl/progressbar.h"
+#include "tesselctl/sourcefile.h"
 #include "tesselctl/updateprogress.h"
 
 #include <tessel/allurlresource.h>
@@ -49,17 +50,16 @@ bool readProgress(const QString& device, bool controller, Map& reply)
                       : CabinetInfoOperator::getInstance()->getRvCardsUpdateProgress(device, reply);
 }
 
-/// Why @p path cannot be sent; empty when it can.
-QString faultOfSource(const QString& path)
+/// Why @p path cannot be sent as firmware; empty when it can.
+QString faultOfImage(const QString& path)
 {
-    QFile file(path);
-    if (QFileInfo(path).isDir())
-        return QStringLiteral("is a directory");
-    if (!file.open(QIODevice::ReadOnly))
-        return file.errorString();
-    if (file.size() > sizeLimit)
+    const QString fault = faultOfSource(path);
+    const qint64 size = QFileInfo(path).size();
+    if (!fault.isEmpty())
+        return fault;
+    if (size > sizeLimit)
         return QStringLiteral("is larger than 1 GiB");
-    return file.size() == 0 ? QStringLiteral("is empty") : QString();
+    return size == 0 ? QStringLiteral("is empty") : QString();
 }
 
 /// The further parts of the form; @p problem says which of @p fields is none.
@@ -256,7 +256,7 @@ Outcome download(const QString& device, const QString& id, int type, const QStri
 
 ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& update, Console& console)
 {
-    QString problem = faultOfSource(update.file);
+    QString problem = faultOfImage(update.file);
     if (!problem.isEmpty())
         problem = QStringLiteral("%1: %2").arg(printable(update.file), problem);
     const Map form = formOf(update.fields, problem);

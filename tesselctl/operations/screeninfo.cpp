@@ -241,7 +241,7 @@ Operations screenInfoOperations()
         operation("putScreenPreStoreImage", &C::putScreenPreStoreImage,
                   {"deviceKey", "screenId", "body", "reply"}),
         operation("putPrestoreImageApplyToAll", &C::putPrestoreImageApplyToAll,
-                  {"deviceKey", "screenId", "parts", "reply"}),
+                  {"deviceKey", "screenId", "form parts", "reply"}),
         operation("putScreenSolid", &C::putScreenSolid, {"deviceKey", "screenId", "body", "reply"}),
         operation("setColorSpaceSolid", &C::setColorSpaceSolid, {"deviceKey", "screenId", "reply"}),
         operation("putDeviceTestMode", &C::putDeviceTestMode, {"deviceKey", "screenId", "body", "reply"}),

@@ -121,6 +121,7 @@ private Q_SLOTS:
     void everyPublicFunctionIsExported();
     void everyPublicFunctionIsTested();
     void everyOperationIsProbedWithoutWaiting();
+    void formsAreWrittenWhereFormsAreSent();
     void aProbeTellsWhatIsSent();
     void aProbeIsNotAnsweredByACache();
 };
@@ -199,6 +200,23 @@ void TestOperationList::everyOperationIsProbedWithoutWaiting()
     }
     // Those that send nothing at all: twice six.
     QCOMPARE(silent, 12);
+}
+
+void TestOperationList::formsAreWrittenWhereFormsAreSent()
+{
+    RequestProbe probe;
+    int forms = 0;
+    for (const Operation& operation : allOperations()) {
+        const bool takes =
+            std::any_of(operation.parameters.begin(), operation.parameters.end(),
+                        [](const Parameter& parameter) { return parameter.type == ValueType::Parts; });
+        const ProbedRequests requests = probe.requestsOf(operation, true);
+        const bool sends = std::any_of(requests.begin(), requests.end(),
+                                       [](const ProbedRequest& request) { return request.isForm; });
+        QVERIFY2(takes == sends, qPrintable(operation.qualifiedName()));
+        forms += takes ? 1 : 0;
+    }
+    QCOMPARE(forms, 7);
 }
 
 void TestOperationList::aProbeTellsWhatIsSent()

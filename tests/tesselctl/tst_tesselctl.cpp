@@ -10,6 +10,8 @@
 #include <QtTest>
 
 #include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using Tessel::Simulator::Fault;
 using Tessel::Simulator::Protocol;
@@ -47,6 +49,9 @@ private Q_SLOTS:
     void globalOptionsStandBeforeOrBehindTheCommand();
     void aBodyIsSentAsGiven_data();
     void aBodyIsSentAsGiven();
+    void aFormIsSentInPartsOfTheirKind();
+    void anImageThatCannotBeReadSendsNothing_data();
+    void anImageThatCannotBeReadSendsNothing();
     void anOperationThatDoesNotWaitIsWaitedFor();
     void theFailureOfAnOperationThatDoesNotWaitIsTold();
     void screensAreAddressedInTheDevicesProtocol_data();
@@ -222,6 +227,64 @@ void TestTesselctl::aBodyIsSentAsGiven()
     QCOMPARE(m_simulator->requests().size(), 1);
     QCOMPARE(m_simulator->requests().first().body, body);
     QCOMPARE(m_simulator->requests().first().method, QByteArray("PUT"));
+}
+
+void TestTesselctl::aFormIsSentInPartsOfTheirKind()
+{
+    const QTemporaryDir directory;
+    QFile image(directory.filePath("picture.png"));
+    QVERIFY(image.open(QIODevice::WriteOnly));
+    image.write("PNG\r\n\xff");
+    image.close();
+    const Run run =
+        ::run({"--device", address(), "call", "setSinglePrestoreImage", "id=3",
+               QStringLiteral(R"(parts={"image":"@%1","name":"@@north","cabinets":["1",2],"gray":true})")
+                   .arg(image.fileName())});
+    QVERIFY2(run.code == 0, run.err);
+    QCOMPARE(m_simulator->requests().size(), 1);
+    const auto request = m_simulator->requests().first();
+    QCOMPARE(request.path, QString("/api/v1/device/cabinet/3/prestoreimage/image"));
+    QVERIFY2(request.body.contains("name=\"image\"; filename=\"picture.png\""), request.body);
+    QVERIFY2(request.body.contains("\r\n\r\nPNG\r\n\xff\r\n--"), request.body);
+    QVERIFY2(request.body.contains("\r\n\r\n@north\r\n--"), request.body);
+    QVERIFY2(request.body.contains("\r\n\r\n[\"1\",2]\r\n--"), request.body);
+    QVERIFY2(request.body.contains("\r\n\r\ntrue\r\n--"), request.body);
+}
+
+void TestTesselctl::anImageThatCannotBeReadSendsNothing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("missing") << "nothing" << QByteArray("No such file or directory");
+    QTest::newRow("a directory") << "." << QByteArray("is a directory");
+    QTest::newRow("a pipe that nobody fills") << "pipe" << QByteArray("is no regular file");
+    QTest::newRow("a socket") << "socket" << QByteArray("is no regular file");
+    QTest::newRow("forbidden") << "forbidden" << QByteArray("Permission denied");
+}
+
+void TestTesselctl::anImageThatCannotBeReadSendsNothing()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, reason);
+    if (name == "forbidden" && ::geteuid() == 0)
+        QSKIP("nothing is forbidden to root");
+    const QTemporaryDir directory;
+    QCOMPARE(::mkfifo(qPrintable(directory.filePath("pipe")), 0600), 0);
+    QCOMPARE(::mknod(qPrintable(directory.filePath("socket")), S_IFSOCK | 0600, 0), 0);
+    QFile forbidden(directory.filePath("forbidden"));
+    QVERIFY(forbidden.open(QIODevice::WriteOnly) && forbidden.setPermissions({}));
+    const QString path = directory.filePath(name);
+    const QStringList calls[] = {
+        {"call", "setSinglePrestoreImage", "id=3", QStringLiteral(R"(parts={"image":"@%1"})").arg(path)},
+        {"call", "putDeviceImage", QStringLiteral(R"(body={"image":"@%1"})").arg(path)},
+        {"firmware", "update", path}};
+    for (const QStringList& call : calls) {
+        const Run run = ::run(QStringList{"--device", address()} + call);
+        QCOMPARE(run.code, 2);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains(path.toUtf8() + ": " + reason), run.err);
+    }
+    QCOMPARE(m_simulator->requestCount(), quint64(0));
 }
 
 void TestTesselctl::anOperationThatDoesNotWaitIsWaitedFor()
