@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/wholefile.h"
 
+#include <QFileInfo>
+
 #include <cerrno>
 #include <unistd.h>
 
@@ -18,6 +20,11 @@ bool WholeFile::fail(const QString& reason)
 
 bool WholeFile::open()
 {
+    // A file in place of a device or a pipe would take it away from everybody else.
+    const QFileInfo earlier(m_file.fileName());
+    if (earlier.exists() && !earlier.isFile() && !earlier.isDir()) {
+        return fail(QStringLiteral("is no regular file"));
+    }
     return m_file.open(QIODevice::WriteOnly) || fail(m_file.errorString());
 }
 

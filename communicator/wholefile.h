@@ -19,7 +19,7 @@ class COMMUNICATOR_EXPORT WholeFile
 public:
     explicit WholeFile(const QString& path);
 
-    /// Begins. @return whether the file can be written where it is to be; see reason().
+    /// Begins. @return whether a regular file can be written where it is to be; see reason().
     bool open();
     /// Adds @p size bytes. @return whether the disk took them; see reason().
     bool write(const char* bytes, qint64 size);

@@ -922,12 +922,18 @@ void EngineTest::aDownloadThatCannotBeWrittenFails()
     MisbehavingServer server;
     Bench bench;
     HttpRequest asked = request(server.address());
+    const QString pipe = directory.filePath(QStringLiteral("pipe"));
+    QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
+    const QString link = directory.filePath(QStringLiteral("link"));
+    QVERIFY(QFile::link(pipe, link));
     for (const QString& path :
-         {directory.filePath(QStringLiteral("absent/firmware.bin")), directory.path()}) {
+         {directory.filePath(QStringLiteral("absent/firmware.bin")), directory.path(), pipe, link}) {
         asked.downloadPath = path;
         QCOMPARE(bench.ask(asked, true).state, State::FileFailure);
+        QCOMPARE(bench.ask(asked, false).state, State::FileFailure);
     }
     QCOMPARE(server.connections(), 0);
+    QVERIFY(!QFileInfo(pipe).isFile() && QFileInfo(link).isSymLink());
 }
 
 void EngineTest::aFullDiskFailsTheDownload_data()
