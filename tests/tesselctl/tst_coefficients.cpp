@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
 #include "walltest.h"
 
 #include <tesselctl/coefficientfiles.h>
@@ -113,6 +114,10 @@ private Q_SLOTS:
         QTest::newRow("bar") << progressLine("a", 0.5, "x", 80) << "a  [##########----------]  50 %  x";
         QTest::newRow("never done too early")
             << progressLine("a", 0.999, "x", 80) << "a  [###################-]  99 %  x";
+        QTest::newRow("no parts") << transferText({2000, 4000, 0, 0, {}, 1000})
+                                  << "2.0 kB of 4.0 kB, 2.0 kB/s, 1 s left";
+        QTest::newRow("an unknown size") << transferText({2000, -1, 0, 0, {}, 1000}) << "2.0 kB, 2.0 kB/s";
+        QTest::newRow("an unknown share") << progressLine("a", -1, "x", 80) << "a  x";
         QTest::newRow("beyond") << progressLine("a", 7, "x", 80) << "a  [####################] 100 %  x";
         QTest::newRow("narrow") << progressLine("a", 0, "x", 6) << "a  [--";
         QTest::newRow("a steering label")
@@ -319,7 +324,98 @@ private Q_SLOTS:
         QVERIFY2(run.err.trimmed().endsWith("--cabinets 2"), run.err);
     }
 
+    void theBytesOfOneListAreToldOnTheirWay()
+    {
+        // Takes what its system buffers and then nothing more.
+        const MisbehavingServer server(MisbehavingServer::Mode::Silent);
+        write("f.json", "[" + QByteArray("1234567,").repeated(2 << 20) + "0]");
+        Program program({"--device", "wall=" + server.address(), "coefficients", "upload", path("f.json")});
+        QVERIFY(
+            tells(program,
+                  R"(upload: [1-9]0 %, 0 of 1 cabinets, [\d.]+ .?B of 16\.8 MB, [\d.]+ .?B/s, \d+ s left)"));
+        program.send(SIGTERM);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(!run.err.contains("100 %"), run.err);
+        QVERIFY2(run.err.contains("wall: all cabinets: interrupted"), run.err);
+    }
+
     // Download
+
+    void theBytesOfADownloadAreTold()
+    {
+        MisbehavingServer server(MisbehavingServer::Mode::Scripted);
+        const QByteArray reply = R"({"code":0,"data":[)" + QByteArray("1234567,").repeated(12500) + "0]}";
+        server.addScript(
+            {"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(reply.size()) + "\r\n\r\n",
+             reply.left(60000)});
+        Program program({"--device", "wall=" + server.address(), "coefficients", "download", path("f.json")});
+        QVERIFY(tells(program,
+                      R"(download: 50 %, 0 of 1 tables, 60\.0 kB of 100\.0 kB, [\d.]+ .?B/s, \d+ s left)"));
+        server.broadcast(reply.mid(60000));
+        const Run run = program.finish();
+        QVERIFY2(run.code == 0, run.err);
+        QVERIFY2(run.err.contains("download: 100 %, 1 of 1 tables, 100.0 kB"), run.err);
+        QVERIFY(read("f.json").startsWith("[1234567,"));
+    }
+
+    void aSignalEndsADownloadAndLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGTERM") << SIGTERM;
+    }
+    void aSignalEndsADownloadAndLeavesTheOldFile()
+    {
+        QFETCH(int, signal);
+        write("f.json", "old");
+        m_simulator->addFault(answer(multilayer.arg(1), 200, R"({"code":0,"data":[1]})"));
+        Fault stall;
+        stall.path = multilayer.arg(2);
+        stall.cut = Fault::Cut::Stall;
+        m_simulator->addFault(stall);
+        Program program(device() + QStringList{"coefficients", "download", path("f.json"), "--kind",
+                                               "multilayer", "--cabinets", "1,2,3"});
+        QTRY_VERIFY_WITH_TIMEOUT(m_simulator->requestCount(stall.path) == 1, 30000);
+        program.send(signal);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("wall: cabinet 2: interrupted\n"), run.err);
+        QVERIFY2(run.err.contains("wall: cabinet 3: interrupted\n"), run.err);
+        QVERIFY2(run.err.contains("f.json stays as it was"), run.err);
+        QCOMPARE(read("f.json"), QByteArray("old"));
+        QCOMPARE(files(), QStringList{"f.json"});
+        QCOMPARE(m_simulator->requestCount(multilayer.arg(3)), quint64(0));
+    }
+
+    void aFullDiskLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<int>("kibibytes");
+        QTest::newRow("no room") << 100 << 0;
+        QTest::newRow("little room") << 100000 << 8;
+        QTest::newRow("not enough for the end") << 65500 << 63;
+    }
+    void aFullDiskLeavesTheOldFile()
+    {
+        QFETCH(int, bytes);
+        QFETCH(int, kibibytes);
+        const QString cabinet = multilayer.arg(1);
+        m_simulator->addFault(
+            answer(cabinet, 200, "{\"code\":0,\"data\":[\"" + QByteArray(bytes, 'x') + "\"]}"));
+        for (const QString& destination : {QStringLiteral("f.json"), QStringLiteral("t/")}) {
+            const QString name = destination.endsWith('/') ? destination + "1.json" : destination;
+            write(name, "old");
+            const Run run = runOnFullDisk(
+                {"coefficients", "download", path(destination), "--kind", "multilayer", "--cabinets", "1"},
+                kibibytes);
+            QCOMPARE(run.code, 1);
+            QVERIFY2(run.err.contains(path(name).toUtf8() + ": File too large\n"), run.err);
+            QCOMPARE(read(name), QByteArray("old"));
+        }
+        QCOMPARE(files(), QStringList{"f.json"});
+        QCOMPARE(QDir(path("t")).entryList(QDir::Files | QDir::Hidden), QStringList{"1.json"});
+    }
 
     void whatIsDownloadedCanBeUploaded()
     {

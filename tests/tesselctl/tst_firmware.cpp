@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
 #include "walltest.h"
 
 #include <tesselctl/updateprogress.h>
 
 #include <QJsonObject>
 
+#include <sys/stat.h>
+
 using Tessel::Simulator::Fault;
 using Tessel::Simulator::RequestRecord;
+using Tessel::Simulator::Simulator;
 
 namespace {
 
@@ -142,6 +146,55 @@ private Q_SLOTS:
             m_simulator->requestCount(slow) == 1 && m_simulator->requestCount(progress) >= 2, 30000);
     }
 
+    void theBytesOfAnImageAreToldOnTheirWay_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("cards") << QStringList();
+        QTest::newRow("controller") << QStringList{"--controller"};
+    }
+    void theBytesOfAnImageAreToldOnTheirWay()
+    {
+        QFETCH(QStringList, options);
+        // Takes what its system buffers and then nothing more.
+        const MisbehavingServer server(MisbehavingServer::Mode::Silent);
+        write("image.bin", QByteArray(16 << 20, 'i'));
+        Program program(
+            QStringList{"--device", "wall=" + server.address(), "firmware", "update", path("image.bin")} +
+            options);
+        QVERIFY(
+            tells(program, R"(wall: [1-9]0 %, sending, [\d.]+ .?B of 16\.8 MB, [\d.]+ .?B/s, \d+ s left)"));
+        program.send(SIGINT);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
+    }
+
+    void aSignalEndsAnUpdate_data()
+    {
+        QTest::addColumn<QString>("slow");
+        QTest::newRow("while the device takes the file") << updatePath;
+        QTest::newRow("while the cards load it") << loadPath;
+        QTest::newRow("while it is written") << progressPath;
+    }
+    void aSignalEndsAnUpdate()
+    {
+        QFETCH(QString, slow);
+        write("card.bin", "IMAGE");
+        m_simulator->addFault(stall(slow));
+        Simulator other;
+        QVERIFY(other.start());
+        Program program(device() + QStringList{"--device", "other=" + other.address(), "firmware", "update",
+                                               path("card.bin"), "--json"});
+        QTRY_VERIFY_WITH_TIMEOUT(m_simulator->requestCount(slow) == 1, 30000);
+        program.send(SIGTERM);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
+        QVERIFY2(run.err.contains("tesselctl: other: interrupted\n"), run.err);
+        QCOMPARE(run.json().object(), (QJsonObject{{"wall", false}, {"other", false}}));
+        QCOMPARE(other.requestCount(), quint64(0));
+    }
+
     void aDeviceThatTellsNoProgressIsDoneWhenItAnswered()
     {
         write("card.bin", "IMAGE");
@@ -220,6 +273,65 @@ private Q_SLOTS:
         QVERIFY(gone.err.startsWith("tesselctl: wall: "));
     }
 
+    void progressIsFollowedToTheEnd()
+    {
+        for (const QString& path : {progressPath, controllerProgressPath}) {
+            m_simulator->addFault(
+                answer(path, 200, R"({"code":0,"data":{"progress":42,"state":"writing"}})", 2));
+            m_simulator->addFault(answer(path, 200, R"({"code":0,"data":{"progress":100,"state":"done"}})"));
+        }
+        const Run run = firmware({"progress", "--follow"});
+        QVERIFY2(run.code == 0, run.err);
+        QCOMPARE(run.out, QByteArray("wall: ok\n"));
+        QCOMPARE(run.err, QByteArray("wall: 40 %, writing\nwall: 100 %, done\n"));
+        QCOMPARE(m_simulator->requestCount(progressPath), quint64(3));
+
+        const Run controller = firmware({"progress", "--follow", "--controller", "--json"});
+        QCOMPARE(controller.code, 0);
+        QCOMPARE(controller.json().object(), (QJsonObject{{"wall", true}}));
+        QCOMPARE(m_simulator->requestCount(controllerProgressPath), quint64(3));
+    }
+
+    void theExitCodeTellsHowAFollowedUpdateEnded_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QByteArray>("told");
+        QTest::newRow("failed") << 200 << QByteArray(R"({"code":0,"data":{"progress":60,"state":"failed"}})")
+                                << 1 << QByteArray("the device says: failed");
+        QTest::newRow("tells nothing") << 200 << QByteArray(R"({"code":0,"data":{}})") << 1
+                                       << QByteArray("the device tells no progress");
+        QTest::newRow("refused") << 404 << QByteArray() << 5 << QByteArray("HTTP status 404");
+    }
+    void theExitCodeTellsHowAFollowedUpdateEnded()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, code);
+        QFETCH(QByteArray, told);
+        Fault later = answer(progressPath, status, body);
+        later.after = 1;
+        m_simulator->addFault(later);
+        const Run run = firmware({"progress", "--follow"});
+        QCOMPARE(run.code, code);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains(told), run.err);
+        QCOMPARE(m_simulator->requestCount(progressPath), quint64(2));
+    }
+
+    void aSignalEndsTheFollowing()
+    {
+        m_simulator->addFault(
+            answer(progressPath, 200, R"({"code":0,"data":{"progress":42,"state":"writing"}})"));
+        Program program(device() + QStringList{"firmware", "progress", "--follow"});
+        QVERIFY(tells(program, "wall: 40 %, writing"));
+        program.send(SIGINT);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
+    }
+
     void aDownloadReplacesTheFile()
     {
         write("card.bin", "old");
@@ -257,12 +369,101 @@ private Q_SLOTS:
         QCOMPARE(files(), QStringList{"card.bin"});
     }
 
+    void theBytesOfADownloadAreTold_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("known size") << QByteArray("Content-Length: 200000\r\n\r\n")
+                                    << R"(download: 50 %, 100\.0 kB of 200\.0 kB, [\d.]+ .?B/s, \d+ s left)";
+        QTest::newRow("unknown size") << QByteArray("Transfer-Encoding: chunked\r\n\r\n186a0\r\n")
+                                      << R"(download: [\d.]+ kB, [\d.]+ .?B/s\n)";
+    }
+    void theBytesOfADownloadAreTold()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(QString, told);
+        MisbehavingServer server(MisbehavingServer::Mode::Scripted);
+        server.addScript({"HTTP/1.1 200 OK\r\n" + head, QByteArray(100000, 'd')});
+        Program program(
+            {"--device", "wall=" + server.address(), "firmware", "download", path("card.bin"), "--id", "3"});
+        QVERIFY(tells(program, told));
+        if (head.startsWith("Content-Length"))
+            server.broadcast(QByteArray(100000, 'd'));
+        else
+            server.broadcast("\r\n0\r\n\r\n");
+        const Run run = program.finish();
+        QVERIFY2(run.code == 0, run.err);
+        QCOMPARE(read("card.bin").size(), head.startsWith("Content-Length") ? 200000 : 100000);
+    }
+
+    void aSignalEndsADownloadAndLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGTERM") << SIGTERM;
+    }
+    void aSignalEndsADownloadAndLeavesTheOldFile()
+    {
+        QFETCH(int, signal);
+        MisbehavingServer server(MisbehavingServer::Mode::Scripted);
+        server.addScript({"HTTP/1.1 200 OK\r\nContent-Length: 200000\r\n\r\n", QByteArray(100000, 'd')});
+        write("card.bin", "old");
+        Program program(
+            {"--device", "wall=" + server.address(), "firmware", "download", path("card.bin"), "--id", "3"});
+        QVERIFY(tells(program, "download: 50 %"));
+        program.send(signal);
+        const Run run = program.finish();
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
+        QVERIFY2(run.err.contains("card.bin stays as it was"), run.err);
+        QCOMPARE(read("card.bin"), QByteArray("old"));
+        QCOMPARE(files(), QStringList{"card.bin"});
+    }
+
+    void aFullDiskLeavesTheOldFile_data()
+    {
+        QTest::addColumn<int>("kibibytes");
+        QTest::newRow("no room") << 0;
+        QTest::newRow("little room") << 8;
+        QTest::newRow("not enough for the end") << 63;
+    }
+    void aFullDiskLeavesTheOldFile()
+    {
+        QFETCH(int, kibibytes);
+        write("card.bin", "old");
+        const QStringList arguments{"firmware", "download", path("card.bin"), "--id", "3", "--type", "1"};
+        const Run run = runOnFullDisk(arguments, kibibytes);
+        QCOMPARE(run.code, 1);
+        QCOMPARE(run.out, QByteArray());
+        QVERIFY2(run.err.contains("card.bin: the destination cannot be written: File too large\n"), run.err);
+        QVERIFY2(run.err.contains("card.bin stays as it was"), run.err);
+        QCOMPARE(read("card.bin"), QByteArray("old"));
+        QCOMPARE(files(), QStringList{"card.bin"});
+        // The image needs as much, and no more.
+        QCOMPARE(runOnFullDisk(arguments, 64).code, 0);
+        QCOMPARE(read("card.bin").size(), 65536);
+    }
+
+    void aDestinationThatCannotBeWrittenIsTold_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("no such directory") << "no/such/directory/card.bin";
+        QTest::newRow("a directory") << "directory";
+        QTest::newRow("below a file") << "file/card.bin";
+        QTest::newRow("a pipe") << "pipe";
+    }
     void aDestinationThatCannotBeWrittenIsTold()
     {
-        const Run run = download("no/such/directory/card.bin");
+        QFETCH(QString, name);
+        write("directory/x", "");
+        write("file", "old");
+        QCOMPARE(::mkfifo(qPrintable(path("pipe")), 0600), 0);
+        const QStringList before = files();
+        const Run run = download(name);
         QCOMPARE(run.code, 1);
-        QVERIFY2(run.err.contains("destination cannot be written"), run.err);
+        QVERIFY2(run.err.contains(path(name).toUtf8() + ": the destination cannot be written: "), run.err);
         QCOMPARE(m_simulator->requestCount(), quint64(0));
+        QCOMPARE(files(), before);
     }
 
     void twoDevicesGiveNoFile()

@@ -6,8 +6,10 @@
 
 #include <simulator/simulator.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -41,6 +43,21 @@ protected:
         QFile file(path(name));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
+    /// Runs until standard error holds what @p pattern matches, or until the program ends or a minute passed.
+    static bool tells(Program& program, const QString& pattern)
+    {
+        const QRegularExpression expected(pattern);
+        const QDeadlineTimer patience(60000);
+        QByteArray told;
+        program.process.setReadChannel(QProcess::StandardError);
+        do {
+            told += program.process.readAllStandardError();
+            if (expected.match(QString::fromUtf8(told)).hasMatch())
+                return true;
+        } while (program.process.waitForReadyRead(static_cast<int>(patience.remainingTime())));
+        return false;
+    }
+
     /// All files in the directory, hidden ones too.
     QStringList files() const
     {
