@@ -23,6 +23,9 @@ QString faultOfLogin(const DeviceSettings& settings)
         return QStringLiteral("a user or secret needs --login");
     if (named && settings.user.isEmpty())
         return QStringLiteral("--login %1 needs --user").arg(settings.login);
+    // The first colon ends the user name (RFC 7617, 2).
+    if (settings.login == QLatin1String("basic") && settings.user.contains(QLatin1Char(':')))
+        return QStringLiteral("a --user for basic holds no colon");
     if (!named && !settings.user.isEmpty())
         return QStringLiteral("--login %1 takes no --user").arg(settings.login);
     return {};
@@ -42,6 +45,9 @@ DeviceEndpoint::Login loginOf(const QString& name)
 std::vector<Device> readDevices(const DeviceSettings& settings, Console& console)
 {
     QString problem = faultOfLogin(settings);
+    if (problem.isEmpty() && !settings.pinnedKey.isEmpty() &&
+        !settings.pinnedKey.startsWith(QLatin1String("sha256//")))
+        problem = QStringLiteral("--pinned-key reads sha256//BASE64");
     if (problem.isEmpty() && settings.devices.isEmpty())
         problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
     DeviceEndpoint endpoint;

@@ -87,6 +87,7 @@ ProgressBar::~ProgressBar()
 void ProgressBar::show(double share, const QString& details)
 {
     if (m_inPlace) {
+        m_painted = true;
         writeToTerminal(QStringLiteral("\r\x1b[K") +
                         progressLine(m_label, share, details, terminalColumns(stderr) - 1));
         return;
@@ -101,8 +102,9 @@ void ProgressBar::show(double share, const QString& details)
 
 void ProgressBar::clear()
 {
-    if (m_inPlace)
+    if (m_painted)
         writeToTerminal(QStringLiteral("\r\x1b[K"));
+    m_painted = false;
 }
 
 void workAndShow(const std::function<void()>& work, const std::function<void()>& meanwhile)

@@ -55,6 +55,7 @@ private:
     const QString m_label;
     const bool m_inPlace;
     Console& m_console;
+    bool m_painted = false;      // stands on the terminal
     std::optional<int> m_tenths; // told last, elsewhere than on a terminal
     Q_DISABLE_COPY_MOVE(ProgressBar)
 };

@@ -60,8 +60,8 @@ QString fromTerminal(QString& problem)
     {
         // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
         const BlockedSignals signals;
-        terminal.write("Password or token: ");
         tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
+        terminal.write("Password or token: ");
         signal = signalWhileWaiting(terminal, signals);
         if (signal == 0)
             line = terminal.readLine();

@@ -146,6 +146,10 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
     row("device twice", {"--device", "a=h:1", "--device", "a=h:2", "call", "getAllChipType"}, "twice");
     row("unknown login", call + QStringList{"getAllChipType", "--login", "guess"}, "--login");
     row("login without user", call + QStringList{"getAllChipType", "--login", "basic"}, "needs --user");
+    row("user with a colon", call + QStringList{"getAllChipType", "--login", "basic", "--user", "a:b"},
+        "holds no colon");
+    row("pinned key of another kind", call + QStringList{"getAllChipType", "--pinned-key", "md5//x"},
+        "sha256//BASE64");
     row("token with user", call + QStringList{"getAllChipType", "--login", "bearer", "--user", "x"},
         "takes no --user");
     row("user without login", call + QStringList{"getAllChipType", "--user", "x"}, "needs --login");
