@@ -528,10 +528,13 @@ int runCommandLine(int argc, char** argv)
     // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
+    const Settings settings = settingsOf(words);
+    if (settings.trace)
+        console.expectTrace();
     ExitCode code = Failed;
     for (const Command& command : commands) {
         if (command.parser->parsed())
-            code = command.run(settingsOf(words), console);
+            code = command.run(settings, console);
     }
     return console.dataLost() ? Failed : code;
 }

@@ -21,6 +21,9 @@ public:
     void complain(const QString& message);
     /// Writes @p line and a line end on standard error.
     void remark(const QString& line);
+    /// Says that lines may come at any time, from a trace: nothing can stay in its place among them.
+    void expectTrace() { m_traced = true; }
+    bool isTraced() const { return m_traced; }
     /// Whether data was lost. The reason was told unless a reader simply closed a pipe.
     bool dataLost() const { return m_lost; }
 
@@ -30,6 +33,7 @@ public:
 
 private:
     std::atomic<bool> m_lost{false};
+    std::atomic<bool> m_traced{false};
 };
 
 } // namespace TesselCtl

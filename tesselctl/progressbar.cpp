@@ -75,7 +75,7 @@ QString progressLine(const QString& label, double share, const QString& details,
 
 ProgressBar::ProgressBar(const QString& label, Console& console)
     : m_label(label)
-    , m_inPlace(isTerminal(stderr))
+    , m_inPlace(isTerminal(stderr) && !console.isTraced())
     , m_console(console)
 {}
 

@@ -37,8 +37,8 @@ QString durationText(qint64 seconds);
 /// known, which is below 0.
 QString progressLine(const QString& label, double share, const QString& details, int columns);
 
-/// Shows on standard error how far something is: a bar that stays in its place on a terminal; elsewhere a
-/// line at the start, at the end and for every tenth on the way.
+/// Shows on standard error how far something is: a bar that stays in its place on a terminal; elsewhere, and
+/// among the lines of a trace, a line at the start, at the end and for every tenth on the way.
 class ProgressBar
 {
 public:

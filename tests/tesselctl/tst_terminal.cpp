@@ -56,10 +56,19 @@ private Q_SLOTS:
             QVERIFY2(line.size() < 45, line);
     }
 
-    void aTerminalThatCannotGoBackGetsLines()
+    void linesComeWhereNothingCanStayInItsPlace_data()
     {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QStringList>("environment");
+        QTest::newRow("a terminal that cannot go back") << QStringList() << QStringList{"TERM=dumb"};
+        QTest::newRow("among the lines of a trace") << QStringList{"--trace"} << QStringList();
+    }
+    void linesComeWhereNothingCanStayInItsPlace()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QStringList, environment);
         HalfSent sender;
-        TerminalProgram program(downloadFrom(sender.server), {"TERM=dumb"});
+        TerminalProgram program(downloadFrom(sender.server) + options, environment);
         QVERIFY2(program.shows(R"(download: 50 %, 100\.0 kB of 200\.0 kB, .*\n)"), program.shown());
         sender.server.broadcast(half);
         QCOMPARE(program.finish(), 0);
