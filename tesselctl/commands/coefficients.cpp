@@ -393,7 +393,7 @@ public:
         m_transfer.bytes += record->bytesReceived;
         m_transfer.parts += 1;
         showProgress({});
-        const Outcome outcome = m_run.settled(outcomeOf(*record));
+        Outcome outcome = m_run.settled(outcomeOf(*record));
         if (outcome.code != Done)
             return outcome;
         QVariant envelope;

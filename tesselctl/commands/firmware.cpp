@@ -53,7 +53,7 @@ bool readProgress(const QString& device, bool controller, Map& reply)
 /// Why @p path cannot be sent as firmware; empty when it can.
 QString faultOfImage(const QString& path)
 {
-    const QString fault = faultOfSource(path);
+    QString fault = faultOfSource(path);
     const qint64 size = QFileInfo(path).size();
     if (!fault.isEmpty())
         return fault;
@@ -92,7 +92,7 @@ public:
     {
         Map reply;
         readProgress(m_device, m_controller, reply);
-        const Outcome outcome = m_run.ledger().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
+        Outcome outcome = m_run.ledger().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
         m_latest = updateProgressOf(reply);
         if (m_latest.share >= 0)
             m_bar.show(m_latest.share, m_latest.state);
