@@ -1330,12 +1330,12 @@ void EngineTest::aDownloadIsToldWhileItComes()
     QTRY_VERIFY_WITH_TIMEOUT(reached(half.size()), 30000);
     server.broadcast(half);
     QCOMPARE(reply.get().state, State::Success);
-    QVERIFY(reached(2 * half.size()));
+    QVERIFY(reached(qint64(2) * half.size()));
     for (const ExchangeProgress& progress : log.told()) {
         QCOMPARE(progress.verb, QByteArray("GET"));
         QCOMPARE(progress.bytesSent, qint64(0));
         QCOMPARE(progress.bytesToSend, qint64(-1));
-        QCOMPARE(progress.bytesToReceive, qint64(2 * half.size()));
+        QCOMPARE(progress.bytesToReceive, qint64(2) * half.size());
     }
 }
 
