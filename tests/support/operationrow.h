@@ -50,14 +50,22 @@ struct OperationRow
     QMap<QString, QVariant> parts = {}; ///< of a multipart body; without any the body is not multipart
     QString downloadPath = {};
     OnFailure onFailure = OnFailure::EmptyOutput;
+    bool codeFails = false; ///< a device's non-zero `code` is a failure too
 };
+
+/// The row of an operation that takes a device's non-zero `code` for a failure.
+inline OperationRow failingOnCode(OperationRow row)
+{
+    row.codeFails = true;
+    return row;
+}
 
 Q_DECLARE_METATYPE(OperationRow)
 
 /// Calls an operation against a recording engine and checks, with Qt Test's comparisons, that it
 /// - sends exactly one request, as the row says;
 /// - on success returns `true` and replaces its output by what its decoder gives;
-/// - counts a device's non-zero `code` as success;
+/// - counts a device's non-zero `code` as success, unless the row says otherwise;
 /// - on failure returns `false` and empties its output, unless the row says otherwise.
 void checkBlockingOperation(const OperationRow& row);
 

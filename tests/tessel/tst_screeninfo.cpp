@@ -83,8 +83,9 @@ private Q_SLOTS:
              {},
              {{"PageCorrection", "1"}, {"subpixel", "1"}},
              30000},
-            {"ScreenInfo::getScreens2", "Device_AllScreens", HttpMethod::Get, Decoder::None,
-             [](Outputs&) { return screenInfo()->getScreens2(sampleDevice).wait().isFulfilled(); }},
+            failingOnCode(
+                {"ScreenInfo::getScreens2", "Device_AllScreens", HttpMethod::Get, Decoder::None,
+                 [](Outputs&) { return screenInfo()->getScreens2(sampleDevice).wait().isFulfilled(); }}),
             {"ScreenInfo::getHWInfoScreenTag", "ScreenHwScreenTag", HttpMethod::Get, Decoder::Map,
              [](Outputs& out) { return screenInfo()->getHWInfoScreenTag(sampleDevice, out.map); }},
         };
