@@ -45,9 +45,8 @@ private:
 };
 
 /// One PUT per item, each to the device that its member `devKey` names, with the item as its body, the route
-/// that
-/// @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User input
-/// waits meanwhile. @return whether every device answered well in time; without items `false`, with a
+/// that @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User
+/// input waits meanwhile. @return whether every device answered well in time; without items `false`, with a
 /// critical log line that names @p function.
 bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant>>& items,
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime);

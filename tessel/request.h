@@ -260,7 +260,8 @@ public:
 
 /// A request that returns at once and is answered later; its package lives on the heap until it was answered.
 ///
-/// The handlers run on the thread that called, which needs an event loop.
+/// The handlers run on the thread that called, which needs an event loop, unless they are said to run
+/// elsewhere.
 class PendingRequest : public PackageFiller<PendingRequest>
 {
 public:
@@ -271,8 +272,7 @@ public:
     }
 
     /// GETs into @p cache: on success the device's entry is replaced, on failure the cache stays as it was.
-    /// Then
-    /// @p handled is called with whether it was replaced.
+    /// Then @p handled is called with whether it was replaced.
     template <class Entry, class Handled>
     void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, Handled handled)
     {

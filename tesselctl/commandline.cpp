@@ -33,8 +33,8 @@ Examples:
   tesselctl --device wall=192.168.0.10 watch --json | jq .payload
 
 Data goes to standard output, everything else to standard error. Colour is for terminals alone, and the environment
-variable NO_COLOR turns it off. Passwords and tokens are read from an
-environment variable, a file or the terminal, never from the command line.
+variable NO_COLOR turns it off. Passwords and tokens are read from an environment variable, a file or the terminal,
+never from the command line.
 
 Exit codes:
   0  done
@@ -69,8 +69,12 @@ Examples:
 const char* const watchFooter = R"(
 One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device
 where the signal tells it, Class::signal, its other arguments. With --json one object per line with time, kind
-(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit code 0. What the event streams do goes to
-standard error.)";
+(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit
+code 0. What the event streams do goes to standard error.
+
+Examples:
+  tesselctl --device 192.168.0.10 watch
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 --json watch --seconds 60 | jq .payload)";
 
 const char* const monitorFooter = R"(
 On a terminal a table that stays in its place, elsewhere a line per reading: time, device, fans, temperature,
@@ -116,7 +120,7 @@ which gets a JSON object of cabinet and table, and only when all could be read. 
 "download" writes. SIGINT and SIGTERM end it with exit code 1; a file is written whole or stays as it was.
 
 Plain tables come as one list of the whole device, into a file. Multilayer and adaptive ones come by cabinet and
-need --cabinets. Devices give the other kinds not back.
+need --cabinets. Devices do not give the other kinds back.
 
 Examples:
   tesselctl --device 192.168.0.10 coefficients download wall.json
@@ -430,9 +434,11 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
 
     CLI::App* const ops = app.add_subcommand("ops", "list the operations: arguments, verb and path");
     ops->add_option("FILTER", words.filter, "only those that contain this");
+    ops->footer("\nExamples:\n  tesselctl ops brightness\n  tesselctl --json ops | jq .");
 
     CLI::App* const routes = app.add_subcommand("routes", "list the device API's routes: key and path");
     routes->add_option("FILTER", words.filter, "only those that contain this");
+    routes->footer("\nExamples:\n  tesselctl routes chips\n  tesselctl routes /device/cabinet");
 
     CLI::App* const watch =
         app.add_subcommand("watch", "print what the devices push and the signals of the operators");
@@ -446,6 +452,7 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
 
     CLI::App* const demo =
         app.add_subcommand("demo", "show the library at work on two simulated controllers");
+    demo->footer("\nIt needs no device. Exit code 0 when every step succeeded.");
 
     return {
         {call,
