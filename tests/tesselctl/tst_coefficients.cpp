@@ -10,6 +10,8 @@
 #include <QJsonObject>
 
 using namespace TesselCtl;
+using Tessel::Simulator::CoefficientBank;
+using Tessel::Simulator::CoefficientKind;
 using Tessel::Simulator::Fault;
 using Tessel::Simulator::RequestRecord;
 
@@ -552,6 +554,37 @@ private Q_SLOTS:
         run = ::run(arguments + QStringList{"--json"});
         QCOMPARE(run.code, 5);
         QCOMPARE(run.json().object().value("wall").toBool(true), false);
+    }
+
+    void cabinetsHoldWhatWasUploadedSavedAndCleared_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("kindOfWall");
+        QTest::newRow("plain") << "plain" << int(CoefficientKind::Plain);
+        QTest::newRow("multilayer") << "multilayer" << int(CoefficientKind::Multilayer);
+        QTest::newRow("lowgray") << "lowgray" << int(CoefficientKind::LowGray);
+    }
+    void cabinetsHoldWhatWasUploadedSavedAndCleared()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, kindOfWall);
+        const QByteArray second = R"([{"c":[0.5,-1e-07,9007199254740993],"cid":"2"}])";
+        const QByteArray third = R"([{"c":"AAAA","cid":"3"},{"c":"BBBB","cid":"3"}])";
+        write("f.json", "{\"2\": " + second + ",\n\"3\":" + third + "}");
+        const auto held = [&](const char* cabinet, CoefficientBank bank) {
+            return m_simulator->coefficients(cabinet, static_cast<CoefficientKind>(kindOfWall), bank);
+        };
+        const QByteArray delivered = held("3", CoefficientBank::Saved);
+        QCOMPARE(upload({"f.json", "--kind", kind}).code, 0);
+        QCOMPARE(held("2", CoefficientBank::Loaded), second);
+        QCOMPARE(held("3", CoefficientBank::Loaded), third);
+        const QStringList command = device() + QStringList{"coefficients"};
+        QCOMPARE(run(command + QStringList{"save", "--kind", kind, "--cabinets", "2"}).code, 0);
+        QCOMPARE(held("2", CoefficientBank::Saved), second);
+        QCOMPARE(held("3", CoefficientBank::Saved), delivered);
+        QCOMPARE(run(command + QStringList{"clear", "--kind", kind, "--cabinets", "2,3"}).code, 0);
+        QCOMPARE(held("2", CoefficientBank::Saved), QByteArray("[]"));
+        QCOMPARE(held("3", CoefficientBank::Loaded), QByteArray("[]"));
     }
 
     void whatADeviceDoesNotDoEndsWithTwo()

@@ -343,6 +343,15 @@ private Q_SLOTS:
         QCOMPARE(image.size(), 65536);
     }
 
+    void whatWasLoadedIsDownloadedToTheByte()
+    {
+        const QByteArray image = QByteArray("\0\r\n--\xff{}", 8).repeated(30000);
+        write("sent.bin", image);
+        QCOMPARE(firmware({"update", path("sent.bin")}).code, 0);
+        QCOMPARE(download("read.bin").code, 0);
+        QVERIFY(read("read.bin") == image);
+    }
+
     void aFailedDownloadLeavesTheOldFile_data()
     {
         QTest::addColumn<int>("status");

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include "coefficientkind.h"
+#include "commands.h"
+#include "devicerun.h"
+
+#include "tesselctl/jsontext.h"
+#include "tesselctl/printable.h"
+#include "tesselctl/progressbar.h"
+
+#include <communicator/wholefile.h>
+#include <tessel/allurlresource.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::WholeFile;
+
+namespace {
+
+using List = QList<QVariant>;
+
+/// Reads tables from one device and shows how far that is.
+class Loader
+{
+public:
+    Loader(const CoefficientKind& kind, DeviceRun& run, int tables, Console& console)
+        : m_kind(kind)
+        , m_run(run)
+        , m_device(run.devices().front().name)
+        , m_bar(QStringLiteral("download"), console)
+    {
+        m_transfer.partName = QStringLiteral("tables");
+        m_transfer.partsInAll = tables;
+        m_clock.start();
+    }
+
+    /// Reads the table of a cabinet, or the one of the whole device. The text is that of the device: the
+    /// library's lists are flattened and would not go back the way they came.
+    Outcome load(const QString& cabinet, QVariant& table)
+    {
+        if (m_run.interruption().happened())
+            return m_run.settled({Failed, {}});
+        const QString path = coefficientPath(m_kind.loadRoute, cabinet);
+        List elements;
+        showProgress({});
+        auto* const correction = Correctionop::getInstance();
+        workAndShow([&] { (correction->*m_kind.load)(m_device, cabinet, elements); },
+                    [&] { showProgress(m_run.meter().progress(m_device, path)); });
+        const auto record = m_run.ledger().take(m_device, path);
+        if (!record)
+            return {Failed, QStringLiteral("no request was made")};
+        m_transfer.bytes += record->bytesReceived;
+        m_transfer.parts += 1;
+        showProgress({});
+        Outcome outcome = m_run.settled(outcomeOf(*record));
+        if (outcome.code != Done)
+            return outcome;
+        QVariant envelope;
+        QString problem;
+        parseJson(record->reply, envelope, problem);
+        table = envelope.toMap().value(QStringLiteral("data"));
+        if (table.userType() != QMetaType::QVariantList)
+            return {Failed, QStringLiteral("the device sent no table")};
+        return {};
+    }
+
+    /// Makes room for other lines.
+    void clearBar() { m_bar.clear(); }
+
+private:
+    // What a device has to tell is known while it sends the last table.
+    void showProgress(const std::optional<ExchangeMeter::Progress>& current)
+    {
+        Transfer transfer = m_transfer;
+        transfer.milliseconds = m_clock.elapsed();
+        transfer.bytesInAll = -1;
+        double parts = transfer.parts;
+        if (current) {
+            transfer.bytes += current->bytesReceived;
+            const bool last = transfer.parts + 1 == transfer.partsInAll;
+            if (current->bytesToReceive > 0) {
+                parts += shareOf(current->bytesReceived, current->bytesToReceive);
+                transfer.bytesInAll = last ? m_transfer.bytes + current->bytesToReceive : -1;
+            }
+        }
+        m_bar.show(parts / transfer.partsInAll, transferText(transfer));
+    }
+
+    const CoefficientKind& m_kind;
+    DeviceRun& m_run;
+    const QString m_device;
+    ProgressBar m_bar;
+    QElapsedTimer m_clock;
+    Transfer m_transfer;
+};
+
+/// Writes @p value into @p path, which stays as it was when that fails.
+Outcome store(const QString& path, const QVariant& value)
+{
+    WholeFile file(path);
+    const QByteArray text = toJson(value, false) + '\n';
+    if (file.open() && file.write(text.constData(), text.size()) && file.commit())
+        return {};
+    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.reason())};
+}
+
+/// Why @p path cannot be written to; empty when it can.
+QString faultOfDestination(const QString& path, bool directory, const QStringList& cabinets)
+{
+    if (!directory) {
+        WholeFile file(path);
+        return file.open() ? QString() : file.reason();
+    }
+    for (const QString& cabinet : cabinets) {
+        if (cabinet.contains(QLatin1Char('/')))
+            return QStringLiteral("cabinet %1 gives no file name").arg(printable(cabinet));
+    }
+    if (!QDir().mkpath(path))
+        return QStringLiteral("the directory cannot be made");
+    return QFileInfo(path).isWritable() ? QString() : QStringLiteral("the directory cannot be written");
+}
+
+} // namespace
+
+ExitCode runCoefficientDownload(const Settings& settings, const QString& path, const QString& kindName,
+                                const QStringList& cabinets, Console& console)
+{
+    const CoefficientKind& kind = coefficientKind(kindName);
+    const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
+    const bool perCabinet =
+        kind.load && AllUrlResource::getUrl(QLatin1String(kind.loadRoute)).contains(QStringLiteral("{cid}"));
+    QString problem;
+    if (!kind.load)
+        problem = QStringLiteral("devices do not give %1 coefficients back").arg(kindName);
+    else if (settings.devices.devices.size() > 1)
+        problem = QStringLiteral("coefficients are downloaded from one device at a time");
+    else if (perCabinet && cabinets.isEmpty())
+        problem = QStringLiteral("%1 coefficients are read by cabinet; say --cabinets").arg(kindName);
+    else if (!perCabinet && (directory || !cabinets.isEmpty()))
+        problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
+                      .arg(kindName);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
+        return Usage;
+    }
+    DeviceRun run(settings, console);
+    if (run.devices().empty())
+        return Usage;
+    const QString fault = faultOfDestination(path, directory, cabinets);
+    if (!fault.isEmpty()) {
+        console.complain(QStringLiteral("%1: %2").arg(printable(path), fault));
+        return Failed;
+    }
+
+    const QString device = run.devices().front().name;
+    const QStringList names = perCabinet ? cabinets : QStringList(QString());
+    Loader loader(kind, run, names.size(), console);
+    QVariantMap tables;
+    ExitCode code = Done;
+    for (const QString& name : names) {
+        QVariant table;
+        Outcome outcome = loader.load(name, table);
+        if (outcome.code == Done && directory)
+            outcome = store(QDir(path).filePath(name + QStringLiteral(".json")), table);
+        else if (outcome.code == Done)
+            tables.insert(name, table);
+        if (outcome.code == Done)
+            continue;
+        loader.clearBar();
+        console.complain(
+            QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
+        if (code == Done)
+            code = outcome.code;
+    }
+    loader.clearBar();
+    if (code == Done && !directory) {
+        const Outcome stored = store(path, perCabinet ? QVariant(tables) : tables.first());
+        code = stored.code;
+        if (code != Done)
+            console.complain(stored.reason);
+    }
+    if (code != Done && !directory && QFileInfo::exists(path))
+        console.remark(QStringLiteral("%1 stays as it was").arg(printable(path)));
+    return code;
+}
+
+} // namespace TesselCtl

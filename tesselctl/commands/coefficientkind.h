@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_COEFFICIENTKIND_H
+#define TESSELCTL_COEFFICIENTKIND_H
+
+#include <tessel/correctionop.h>
+
+#include <QtPromise>
+
+namespace TesselCtl {
+
+/// What the library has for a kind of coefficients; null where it has nothing.
+struct CoefficientKind
+{
+    using Map = QMap<QString, QVariant>;
+    using List = QList<QVariant>;
+    using Upload = QtPromise::QPromise<bool> (Correctionop::*)(const QString&, const List&);
+    using CabinetUpload = QtPromise::QPromise<Map> (Correctionop::*)(const QString&, const QString&,
+                                                                     const List&);
+    using Load = bool (Correctionop::*)(const QString&, const QString&, List&);
+    using Action = bool (Correctionop::*)(const QString&, const Map&, Map&);
+
+    const char* name;
+    Upload upload;
+    const char* uploadRoute;
+    // One cabinet by itself. The dynamic and low-gray forms have no path that names the cabinet, so these two
+    // go as one list.
+    CabinetUpload uploadCabinet;
+    const char* uploadCabinetRoute;
+    Load load;
+    const char* loadRoute;
+    Action save;
+    const char* saveRoute;
+    Action clear;
+    const char* clearRoute;
+};
+
+/// The kind called @p name, which is one of those that the command line lets through.
+const CoefficientKind& coefficientKind(const QString& name);
+
+/// The path of @p routeKey with @p cabinet in the place of its placeholder.
+QString coefficientPath(const char* routeKey, const QString& cabinet = {});
+
+/// `cabinet 3`, or `all cabinets` for an empty id.
+QString cabinetText(const QString& cabinet);
+
+} // namespace TesselCtl
+
+#endif

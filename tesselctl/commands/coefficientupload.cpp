@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: MIT
+#include "coefficientkind.h"
+#include "commands.h"
+
+#include "tesselctl/coefficientfiles.h"
+#include "tesselctl/exchangeledger.h"
+#include "tesselctl/exchangemeter.h"
+#include "tesselctl/jsontext.h"
+#include "tesselctl/output.h"
+#include "tesselctl/printable.h"
+#include "tesselctl/progressbar.h"
+#include "tesselctl/resumecommand.h"
+#include "tesselctl/terminationsignal.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QSet>
+#include <QTimer>
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace TesselCtl {
+
+namespace {
+
+using Map = QMap<QString, QVariant>;
+using List = QList<QVariant>;
+
+/// One request: a table of one cabinet, or those of all in one list.
+struct Job
+{
+    QString device;
+    std::vector<const CoefficientTable*> tables;
+    QString path;
+    bool wholeList = false;
+
+    qint64 bytes() const
+    {
+        qint64 sum = 0;
+        for (const CoefficientTable* table : tables)
+            sum += table->text.size();
+        return sum;
+    }
+};
+
+/// What became of the cabinets of a device.
+struct Result
+{
+    QStringList uploaded;
+    QMap<QString, QString> failed; ///< with the reason
+    int lostInARow = 0;            ///< requests that found no device
+};
+
+/// Sends the jobs, a few at a time, and counts what came of them.
+class Uploader
+{
+public:
+    Uploader(const CoefficientKind& kind, std::vector<Job> jobs, int parallel, bool trace, Console& console)
+        : m_kind(kind)
+        , m_jobs(std::move(jobs))
+        , m_parallel(static_cast<std::size_t>(parallel))
+        , m_ledger(trace, console)
+        , m_bar(QStringLiteral("upload"), console)
+    {
+        m_transfer.partName = QStringLiteral("cabinets");
+        for (const Job& job : m_jobs) {
+            m_transfer.bytesInAll += job.bytes();
+            m_transfer.partsInAll += static_cast<int>(job.tables.size());
+        }
+    }
+
+    void run()
+    {
+        m_clock.start();
+        showProgress();
+        beginSome();
+        QTimer redraw;
+        QObject::connect(&redraw, &QTimer::timeout, &redraw, [this] { showProgress(); });
+        redraw.start(redrawInterval);
+        if (!m_underWay.empty())
+            m_loop.exec();
+        redraw.stop();
+        m_bar.clear();
+        m_transfer.milliseconds = m_clock.elapsed();
+    }
+
+    /// Sends nothing more and gives up what is under way; what was not told done counts as failed.
+    void stop()
+    {
+        m_stopped = true;
+        forgetDevices();
+        quitWhenIdle();
+    }
+
+    Result resultOf(const QString& device) const
+    {
+        Result result = m_results.value(device);
+        const QSet<QString> uploaded(result.uploaded.begin(), result.uploaded.end());
+        for (const Job& job : m_jobs) {
+            if (job.device != device)
+                continue;
+            for (const CoefficientTable* table : job.tables) {
+                if (!uploaded.contains(table->cabinet) && !result.failed.contains(table->cabinet))
+                    result.failed.insert(table->cabinet, QStringLiteral("interrupted"));
+            }
+        }
+        return result;
+    }
+    ExitCode exitCode() const { return m_exitCode == Done && m_stopped ? Failed : m_exitCode; }
+    const Transfer& transfer() const { return m_transfer; }
+
+private:
+    // A device that is away so often in a row is not asked again: each try may take its whole time limit.
+    static constexpr int patience = 3;
+
+    void beginSome()
+    {
+        while (m_underWay.size() < m_parallel && m_next < m_jobs.size() && !m_stopped)
+            begin(m_jobs[m_next++]);
+    }
+
+    void begin(const Job& job)
+    {
+        if (m_results[job.device].lostInARow >= patience) {
+            settle(job, {Unreachable, QStringLiteral("not sent, the device does not answer")});
+            return;
+        }
+        List elements;
+        for (const CoefficientTable* table : job.tables) {
+            QVariant value;
+            QString problem;
+            if (!parseJson(table->text, value, problem)) {
+                settle(job, {Failed, printable(problem)});
+                return;
+            }
+            elements += value.toList();
+        }
+        m_underWay.insert(&job);
+        const auto done = [this, &job] { ended(job); };
+        auto* const correction = Correctionop::getInstance();
+        if (job.wholeList)
+            (correction->*m_kind.upload)(job.device, elements).then([done](bool) { done(); }, done);
+        else
+            (correction->*m_kind.uploadCabinet)(job.device, job.tables.front()->cabinet, elements)
+                .then([done](const Map&) { done(); }, done);
+    }
+
+    void ended(const Job& job)
+    {
+        m_underWay.erase(&job);
+        if (!m_stopped) {
+            settle(job, m_ledger.takeOutcome(job.device, job.path));
+            beginSome();
+        }
+        quitWhenIdle();
+    }
+
+    void quitWhenIdle()
+    {
+        if (m_underWay.empty())
+            m_loop.quit();
+    }
+
+    void settle(const Job& job, const Outcome& outcome)
+    {
+        Result& result = m_results[job.device];
+        const bool lost = outcome.code == Unreachable || outcome.code == TimedOut;
+        result.lostInARow = lost ? result.lostInARow + 1 : 0;
+        for (const CoefficientTable* table : job.tables) {
+            if (outcome.code == Done)
+                result.uploaded << table->cabinet;
+            else
+                result.failed.insert(table->cabinet, outcome.reason);
+        }
+        if (m_exitCode == Done)
+            m_exitCode = outcome.code;
+        if (outcome.code == Done) {
+            m_transfer.bytes += job.bytes();
+            m_transfer.parts += static_cast<int>(job.tables.size());
+        }
+        showProgress();
+    }
+
+    void showProgress()
+    {
+        Transfer transfer = m_transfer;
+        transfer.milliseconds = m_clock.elapsed();
+        for (const Job* job : m_underWay)
+            transfer.bytes += bytesOnTheWay(*job);
+        m_bar.show(shareOf(transfer.bytes, transfer.bytesInAll), transferText(transfer));
+    }
+
+    // As the file has them; they travel without its blanks. The last one counts when the device took the
+    // table.
+    qint64 bytesOnTheWay(const Job& job) const
+    {
+        const auto progress = m_meter.progress(job.device, job.path);
+        if (!progress || progress->bytesToSend <= 0)
+            return 0;
+        const double share = shareOf(progress->bytesSent, progress->bytesToSend);
+        return static_cast<qint64>(share * static_cast<double>(job.bytes() - 1));
+    }
+
+    const CoefficientKind& m_kind;
+    const std::vector<Job> m_jobs;
+    const std::size_t m_parallel;
+    ExchangeLedger m_ledger;
+    const ExchangeMeter m_meter;
+    ProgressBar m_bar;
+    QEventLoop m_loop;
+    QElapsedTimer m_clock;
+    Transfer m_transfer;
+    std::size_t m_next = 0;
+    std::set<const Job*> m_underWay;
+    bool m_stopped = false;
+    QMap<QString, Result> m_results;
+    ExitCode m_exitCode = Done;
+};
+
+std::vector<Job> jobsFor(const CoefficientKind& kind, const std::vector<Device>& devices,
+                         const std::vector<CoefficientTable>& tables)
+{
+    const bool perCabinet = kind.uploadCabinet && !tables.front().cabinet.isEmpty();
+    std::vector<Job> jobs;
+    for (const Device& device : devices) {
+        Job whole{device.name, {}, coefficientPath(kind.uploadRoute), true};
+        for (const CoefficientTable& table : tables) {
+            if (perCabinet)
+                jobs.push_back(
+                    {device.name, {&table}, coefficientPath(kind.uploadCabinetRoute, table.cabinet), false});
+            else
+                whole.tables.push_back(&table);
+        }
+        if (!perCabinet)
+            jobs.push_back(whole);
+    }
+    return jobs;
+}
+
+QString resumeOf(const Settings& settings, const CoefficientUpload& upload, const QString& device,
+                 QStringList cabinets)
+{
+    QStringList command{QStringLiteral("coefficients"), QStringLiteral("upload"),
+                        QFileInfo(upload.path).absoluteFilePath(), QStringLiteral("--kind"), upload.kind};
+    if (upload.parallel != CoefficientUpload().parallel)
+        command << QStringLiteral("--parallel") << QString::number(upload.parallel);
+    cabinets.removeAll(QString());
+    std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
+    if (!cabinets.isEmpty())
+        command << QStringLiteral("--cabinets") << cabinets.join(QLatin1Char(','));
+    return resumeCommand(settings, device, command);
+}
+
+QString uploadedText(const QStringList& cabinets)
+{
+    if (cabinets.size() == 1)
+        return cabinetText(cabinets.first()) + QStringLiteral(" uploaded");
+    return QStringLiteral("%1 cabinets uploaded").arg(cabinets.size());
+}
+
+void tellFailures(const QString& device, const Result& result, const QString& resume, Console& console)
+{
+    QStringList cabinets = result.failed.keys();
+    std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
+    for (const QString& cabinet : std::as_const(cabinets))
+        console.complain(QStringLiteral("%1: %2: %3")
+                             .arg(printable(device), cabinetText(cabinet), result.failed.value(cabinet)));
+    const int all = cabinets.size() + result.uploaded.size();
+    if (all > 1)
+        console.remark(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
+                           .arg(cabinets.size())
+                           .arg(all)
+                           .arg(printable(device)));
+    else
+        console.remark(QStringLiteral("to upload again:"));
+    console.remark(QStringLiteral("  ") + resume);
+}
+
+} // namespace
+
+ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
+{
+    QString problem;
+    std::vector<CoefficientTable> tables = readCoefficients(upload.path, problem);
+    if (problem.isEmpty())
+        keepCabinets(tables, upload.cabinets, problem);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
+        return Usage;
+    }
+    const std::vector<Device> devices = readDevices(settings.devices, console);
+    if (devices.empty())
+        return Usage;
+    Uploader* running = nullptr;
+    const TerminationSignal stop([&] {
+        if (running)
+            running->stop();
+    });
+    if (!addDevices(devices, console))
+        return Usage;
+
+    // The library tells on which threads its uploads run.
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
+    const CoefficientKind& kind = coefficientKind(upload.kind);
+    Uploader uploader(kind, jobsFor(kind, devices, tables), upload.parallel, settings.trace, console);
+    running = &uploader;
+    uploader.run();
+    QVariantMap results;
+    for (const Device& device : devices) {
+        const Result result = uploader.resultOf(device.name);
+        QString resume;
+        if (!result.failed.isEmpty()) {
+            resume = resumeOf(settings, upload, device.name, result.failed.keys());
+            tellFailures(device.name, result, resume, console);
+        }
+        QVariantMap failed;
+        for (auto cabinet = result.failed.begin(); cabinet != result.failed.end(); ++cabinet)
+            failed.insert(cabinet.key(), cabinet.value());
+        results.insert(device.name,
+                       QVariantMap{{QStringLiteral("uploaded"),
+                                    QVariantList(result.uploaded.begin(), result.uploaded.end())},
+                                   {QStringLiteral("failed"), failed},
+                                   {QStringLiteral("resume"), resume.isEmpty() ? QVariant() : resume}});
+        if (!settings.json && !result.uploaded.isEmpty())
+            console.data(
+                QStringLiteral("%1: %2\n").arg(printable(device.name), uploadedText(result.uploaded)));
+    }
+    if (settings.json)
+        console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
+    return uploader.exitCode();
+}
+
+} // namespace TesselCtl
