@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <sys/socket.h>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -39,10 +40,17 @@ bool isFraming(const QString& name)
            name.compare(QLatin1String("transfer-encoding"), Qt::CaseInsensitive) == 0;
 }
 
+// As libcurl does it, except that programs which the process starts do not inherit the connection.
+curl_socket_t openSocket(void* /*self*/, curlsocktype /*purpose*/, curl_sockaddr* address)
+{
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 } // namespace
 
 void setTransportOptions(CURL* easy)
 {
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
     curl_easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));

@@ -162,12 +162,6 @@ int MisbehavingServer::open() const
     return m_open;
 }
 
-int MisbehavingServer::mostOpen() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_mostOpen;
-}
-
 void MisbehavingServer::accept()
 {
     while (true) {
@@ -185,7 +179,7 @@ void MisbehavingServer::accept()
         Connection& connection = m_connections.back();
         connection.socket = socket;
         const int number = ++m_accepted;
-        m_mostOpen = std::max(m_mostOpen, ++m_open);
+        ++m_open;
         connection.thread = std::thread([this, &connection, number] { serve(connection, number); });
     }
 }

@@ -71,8 +71,6 @@ public:
     int connections() const;
     /// The number of connections that are open.
     int open() const;
-    /// The largest number of connections that were open at a time.
-    int mostOpen() const;
 
 private:
     struct Connection
@@ -104,7 +102,6 @@ private:
     int m_answered = 0;
     int m_accepted = 0;
     int m_open = 0;
-    int m_mostOpen = 0;
     Q_DISABLE_COPY_MOVE(MisbehavingServer)
 };
 
