@@ -2,6 +2,7 @@
 #include "communicator/curlmulti.h"
 
 #include <sys/epoll.h>
+#include <utility>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -22,8 +23,10 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
 CurlMulti::~CurlMulti()
 {
     curl_multi_cleanup(m_multi);
-    if (m_timer) {
-        m_loop.stopTimer(*m_timer);
+    for (const auto& timer : {m_timer, m_nudge}) {
+        if (timer) {
+            m_loop.stopTimer(*timer);
+        }
     }
 }
 
@@ -40,11 +43,14 @@ void CurlMulti::remove(CURL* easy)
     }
 }
 
-int CurlMulti::onSocket(CURL* /*easy*/, curl_socket_t socket, int what, void* self, void* /*socketData*/)
+int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* /*socketData*/)
 {
     auto* const multi = static_cast<CurlMulti*>(self);
     if (what == CURL_POLL_REMOVE) {
-        multi->m_loop.unwatch(socket);
+        // Only an attempt to connect that libcurl gives up is closed before it is taken out here.
+        if (!multi->m_loop.unwatch(socket)) {
+            multi->nudge(easy);
+        }
         return 0;
     }
     const bool in = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
@@ -57,6 +63,28 @@ int CurlMulti::onSocket(CURL* /*easy*/, curl_socket_t socket, int what, void* se
                                                    (failed ? CURL_CSELECT_ERR : 0));
                         });
     return 0;
+}
+
+// After an attempt to connect that failed libcurl goes on with the name's next address when it looks at the
+// transfer again, and sets no timer for that: left alone, it looks when the time limit has passed.
+void CurlMulti::nudge(CURL* easy)
+{
+    m_stalled.push_back(easy);
+    if (!m_nudge) {
+        m_nudge = m_loop.startTimer(IoLoop::Clock::now(), [this] { nudgeStalled(); });
+    }
+}
+
+void CurlMulti::nudgeStalled()
+{
+    m_nudge.reset();
+    for (CURL* const easy : std::exchange(m_stalled, {})) {
+        if (m_transfers.find(easy) != m_transfers.end()) {
+            curl_easy_pause(easy, CURLPAUSE_ALL);
+            curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
+    settleFinished();
 }
 
 int CurlMulti::onTimer(CURLM* /*multi*/, long milliseconds, void* self)

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -36,6 +37,8 @@ public:
 private:
     static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int onTimer(CURLM* multi, long milliseconds, void* self);
+    void nudge(CURL* easy);
+    void nudgeStalled();
     void act(curl_socket_t socket, int events);
     void actOnTimer();
 
@@ -43,6 +46,8 @@ private:
     CURLM* m_multi;
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
+    std::optional<IoLoop::TimerId> m_nudge;
+    std::vector<CURL*> m_stalled; ///< to be nudged; what has ended since is left alone
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };
 

@@ -118,11 +118,9 @@ void IoLoop::watch(int descriptor, std::uint32_t events, Watcher watcher)
     m_watchers[descriptor] = std::move(watcher);
 }
 
-void IoLoop::unwatch(int descriptor)
+bool IoLoop::unwatch(int descriptor)
 {
-    if (m_watchers.erase(descriptor) > 0) {
-        epoll_ctl(m_epoll, EPOLL_CTL_DEL, descriptor, nullptr);
-    }
+    return m_watchers.erase(descriptor) > 0 && epoll_ctl(m_epoll, EPOLL_CTL_DEL, descriptor, nullptr) == 0;
 }
 
 IoLoop::TimerId IoLoop::startTimer(Clock::time_point when, std::function<void()> task)

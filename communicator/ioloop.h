@@ -42,7 +42,8 @@ public:
 
     /// Watches @p descriptor for @p events, or for others than before. A watcher stays until unwatch().
     void watch(int descriptor, std::uint32_t events, Watcher watcher);
-    void unwatch(int descriptor);
+    /// @return whether it was watched to this moment: what was closed in between was not.
+    bool unwatch(int descriptor);
 
     /// Has @p task run once at @p when.
     TimerId startTimer(Clock::time_point when, std::function<void()> task);
