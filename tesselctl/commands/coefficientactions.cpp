@@ -7,9 +7,14 @@ namespace TesselCtl {
 
 namespace {
 
-ExitCode act(const Settings& settings, CoefficientKind::Action action, const char* routeKey,
-             const QStringList& cabinets, Console& console)
+/// Has the devices do what @p verb names; @p action is null where they do not for this kind.
+ExitCode act(const Settings& settings, const char* verb, const QString& kind, CoefficientKind::Action action,
+             const char* routeKey, const QStringList& cabinets, Console& console)
 {
+    if (!action) {
+        console.complain(QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), kind));
+        return Usage;
+    }
     DeviceRun run(settings, console);
     return run.forEach([&](const QString& device) {
         CoefficientKind::Map result;
@@ -24,20 +29,14 @@ ExitCode runCoefficientSave(const Settings& settings, const QString& kindName, c
                             Console& console)
 {
     const CoefficientKind& kind = coefficientKind(kindName);
-    if (kind.save)
-        return act(settings, kind.save, kind.saveRoute, cabinets, console);
-    console.complain(QStringLiteral("devices do not save %1 coefficients").arg(kindName));
-    return Usage;
+    return act(settings, "save", kindName, kind.save, kind.saveRoute, cabinets, console);
 }
 
 ExitCode runCoefficientClear(const Settings& settings, const QString& kindName, const QStringList& cabinets,
                              Console& console)
 {
     const CoefficientKind& kind = coefficientKind(kindName);
-    if (kind.clear)
-        return act(settings, kind.clear, kind.clearRoute, cabinets, console);
-    console.complain(QStringLiteral("devices do not clear %1 coefficients").arg(kindName));
-    return Usage;
+    return act(settings, "clear", kindName, kind.clear, kind.clearRoute, cabinets, console);
 }
 
 } // namespace TesselCtl

@@ -124,21 +124,6 @@ private Q_SLOTS:
         checkBlockingOperation(row);
     }
 
-    void aCodeOfTheDeviceIsNoFailure_data() { addRows(); }
-    void aCodeOfTheDeviceIsNoFailure()
-    {
-        QFETCH(OperationRow, row);
-        const bool isMap = row.decoder == Decoder::Map;
-        m_engine->answer(RecordingEngine::reply(isMap ? R"({"code":9,"data":{"a":1}})"
-                                                      : R"({"code":9,"data":[{"a":1}]})"));
-        Outputs out;
-        QVERIFY(row.call(out));
-        if (isMap)
-            QCOMPARE(out.map, (Map{{"a", qlonglong(1)}}));
-        else if (row.decoder == Decoder::FlatList)
-            QCOMPARE(out.list, (List{Map{{"a", qlonglong(1)}}}));
-    }
-
     void setMutiCabinetSolidWaitsAsLongAsItsBodySaysAndThirtySecondsAtLeast_data()
     {
         QTest::addColumn<Map>("params");
