@@ -34,7 +34,8 @@ void declare(CLI::App& app, Arguments& arguments)
                                                 {"new", Protocol::MultiScreen}};
     app.set_version_flag("--version", std::string("tessel-sim ") + TESSEL_VERSION);
     app.add_option("--protocol", options.protocol, "old: one screen; new: several screens (default)")
-        ->transform(CLI::CheckedTransformer(kinds));
+        ->transform(CLI::CheckedTransformer(kinds).description("{old,new}"))
+        ->type_name("KIND");
     app.add_option("--screens", options.screens, "Screens of a new controller")->check(CLI::Range(1, 64));
     app.add_option("--cabinets", options.cabinets, "Cabinets")->check(CLI::Range(0, 10000));
     app.add_option("--receiving-cards", options.receivingCards, "Receiving cards per cabinet")
