@@ -3,6 +3,7 @@
 
 #include <simulator/addressing.h>
 #include <simulator/jsontools.h>
+#include <simulator/texttools.h>
 
 #include <nlohmann/json.hpp>
 
@@ -10,13 +11,6 @@ namespace Tessel::Simulator {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
-
-std::string_view trimmed(std::string_view text)
-{
-    const auto first = text.find_first_not_of(blanks);
-    return first == text.npos ? std::string_view()
-                              : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
-}
 
 std::string cabinetOf(std::string_view element)
 {
@@ -31,10 +25,13 @@ std::string cabinetOf(std::string_view element)
 
 } // namespace
 
-std::vector<CoefficientElement> elementsOf(std::string_view list)
+bool forEachNamed(std::string_view list,
+                  const std::function<void(const std::string& cabinet, std::string_view element)>& take)
 {
-    std::vector<CoefficientElement> elements;
-    std::size_t begin = list.find('[') + 1;
+    list = trimmed(list, blanks);
+    if (!startsWith(list, "["))
+        return false;
+    std::size_t begin = 1;
     int depth = 0;
     bool inString = false;
     for (std::size_t i = begin; i < list.size(); ++i) {
@@ -48,15 +45,17 @@ std::vector<CoefficientElement> elementsOf(std::string_view list)
         }
         const bool ends = c == ']' || c == '}';
         if (depth == 0 && (c == ',' || ends)) {
-            const auto text = trimmed(list.substr(begin, i - begin));
-            if (!text.empty())
-                elements.push_back({cabinetOf(text), text});
+            const auto element = trimmed(list.substr(begin, i - begin), blanks);
+            const std::string cabinet = cabinetOf(element);
+            if (cabinet.empty())
+                return element.empty(); // of an empty list
+            take(cabinet, element);
             begin = i + 1;
         }
         inString = c == '"';
         depth += c == '[' || c == '{' ? 1 : ends ? -1 : 0;
     }
-    return elements;
+    return true;
 }
 
 } // namespace Tessel::Simulator

@@ -2,21 +2,17 @@
 #ifndef SIMULATOR_COEFFICIENTLIST_H
 #define SIMULATOR_COEFFICIENTLIST_H
 
+#include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Tessel::Simulator {
 
-/// One element of an uploaded list.
-struct CoefficientElement
-{
-    std::string cabinet;   ///< the id that it names; empty when it names none
-    std::string_view text; ///< as it came
-};
-
-/// The elements of @p list, which is a JSON array that was found to be valid; @p list has to outlive them.
-std::vector<CoefficientElement> elementsOf(std::string_view list);
+/// Goes through the elements of @p list, JSON that was found to be valid, handing each with the cabinet that
+/// it names to @p take. Ends at the first element that names none. @return whether it is a list of elements
+/// that all name one.
+bool forEachNamed(std::string_view list,
+                  const std::function<void(const std::string& cabinet, std::string_view element)>& take);
 
 } // namespace Tessel::Simulator
 

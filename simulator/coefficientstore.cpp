@@ -3,6 +3,7 @@
 
 #include <simulator/addressing.h>
 #include <simulator/coefficientlist.h>
+#include <simulator/texttools.h>
 
 #include <nlohmann/json.hpp>
 
@@ -80,7 +81,7 @@ constexpr Action actions[] = {
 std::string_view below(std::string_view prefix, const Route& route)
 {
     const std::string_view property = route.property;
-    return property.substr(0, prefix.size()) == prefix ? property.substr(prefix.size()) : std::string_view();
+    return startsWith(property, prefix) ? property.substr(prefix.size()) : std::string_view();
 }
 
 std::string_view delivered(Kind kind)
@@ -108,11 +109,6 @@ std::string_view elementsIn(std::string_view table)
 {
     const auto first = table.find('[') + 1;
     return table.substr(first, table.rfind(']') - first);
-}
-
-bool isList(std::string_view text)
-{
-    return text[text.find_first_not_of(" \t\r\n")] == '[';
 }
 
 } // namespace
@@ -165,15 +161,19 @@ CoefficientStore::Table& CoefficientStore::tableOf(std::size_t number, Kind kind
     return m_cabinets[number].tables[indexOf(kind)][indexOf(bank)];
 }
 
-std::string_view CoefficientStore::textOf(std::size_t number, Kind kind, Bank bank) const
+// Null where the table is the one of the delivery.
+const CoefficientStore::Table* CoefficientStore::kept(std::size_t number, Kind kind, Bank bank) const
 {
     const auto cabinet = m_cabinets.find(number);
-    if (cabinet != m_cabinets.end()) {
-        const Table& table = cabinet->second.tables[indexOf(kind)][indexOf(bank)];
-        if (table.reply)
-            return dataOf(*table.reply);
-    }
-    return delivered(kind);
+    const Table* table =
+        cabinet == m_cabinets.end() ? nullptr : &cabinet->second.tables[indexOf(kind)][indexOf(bank)];
+    return table && table->reply ? table : nullptr;
+}
+
+std::string_view CoefficientStore::textOf(std::size_t number, Kind kind, Bank bank) const
+{
+    const Table* const table = kept(number, kind, bank);
+    return table ? dataOf(*table->reply) : delivered(kind);
 }
 
 SharedText CoefficientStore::read(const Route& route, const std::string& cabinet)
@@ -185,11 +185,8 @@ SharedText CoefficientStore::read(const Route& route, const std::string& cabinet
     const auto number = numberOf(cabinet);
     if (!number)
         return nullptr;
-    const auto found = m_cabinets.find(*number);
-    const SharedText kept = found == m_cabinets.end()
-                                ? nullptr
-                                : found->second.tables[indexOf(kind)][indexOf(Bank::Loaded)].reply;
-    return kept ? kept : successEnvelope(delivered(kind));
+    const Table* const table = kept(*number, kind, Bank::Loaded);
+    return table ? table->reply : successEnvelope(delivered(kind));
 }
 
 SharedText CoefficientStore::listOfAll(Kind kind)
@@ -206,9 +203,8 @@ SharedText CoefficientStore::listOfAll(Kind kind)
             continue;
         if (list.size() > 1)
             list += ',';
-        const auto cabinet = m_cabinets.find(number);
-        if (cabinet != m_cabinets.end() &&
-            cabinet->second.tables[indexOf(kind)][indexOf(Bank::Loaded)].namesCabinet)
+        const Table* const own = kept(number, kind, Bank::Loaded);
+        if (own && own->namesCabinet)
             list.append(elementsIn(table));
         else
             list.append(R"({"id":")")
@@ -246,16 +242,13 @@ CoefficientStore::Taken CoefficientStore::upload(const Route& route, const std::
 void CoefficientStore::place(Kind kind, std::string_view list)
 {
     std::map<std::size_t, std::string> tables;
-    bool named = isList(list);
-    const auto elements = named ? elementsOf(list) : std::vector<CoefficientElement>();
-    for (const auto& element : elements) {
-        named = named && !element.cabinet.empty();
+    const bool named = forEachNamed(list, [&](const std::string& cabinet, std::string_view element) {
         // What is meant for a cabinet that the wall lacks goes nowhere.
-        if (const auto number = numberOf(element.cabinet)) {
+        if (const auto number = numberOf(cabinet)) {
             auto& table = tables[*number];
-            table.append(table.empty() ? "[" : ",").append(element.text);
+            table.append(table.empty() ? "[" : ",").append(element);
         }
-    }
+    });
     if (!named) {
         m_uploads[indexOf(kind)].unplaced = makeTable(list, false).reply;
         return;

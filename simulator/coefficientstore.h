@@ -91,6 +91,7 @@ private:
     Table makeTable(std::string_view json, bool namesCabinet) const;
     void place(CoefficientKind kind, std::string_view list);
     Table& tableOf(std::size_t number, CoefficientKind kind, CoefficientBank bank);
+    const Table* kept(std::size_t number, CoefficientKind kind, CoefficientBank bank) const;
     std::string_view textOf(std::size_t number, CoefficientKind kind, CoefficientBank bank) const;
     SharedText listOfAll(CoefficientKind kind);
 

@@ -9,15 +9,9 @@ namespace Tessel::Simulator {
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
+constexpr std::string_view blanks = " \t";
 // A form of empty parts would grow many times its size.
 constexpr std::size_t maxParts = 1000;
-
-std::string_view trimmed(std::string_view text)
-{
-    const auto first = text.find_first_not_of(" \t");
-    return first == text.npos ? std::string_view()
-                              : text.substr(first, text.find_last_not_of(" \t") + 1 - first);
-}
 
 // Reads the value, quoted or not, that begins at @p at, which moves behind it.
 std::string readValue(std::string_view header, std::size_t& at)
@@ -25,7 +19,7 @@ std::string readValue(std::string_view header, std::size_t& at)
     if (header.substr(at, 1) != "\"") {
         const auto begin = at;
         at = std::min(header.find(';', begin), header.size());
-        return std::string(trimmed(header.substr(begin, at - begin)));
+        return std::string(trimmed(header.substr(begin, at - begin), blanks));
     }
     std::string value;
     for (++at; at < header.size() && header[at] != '"'; ++at) {
@@ -41,7 +35,7 @@ std::string parameter(std::string_view header, std::string_view name)
 {
     std::size_t at = 0;
     while (at != header.npos && (at = header.find(';', at)) != header.npos) {
-        const auto begin = std::min(header.find_first_not_of(" \t", at + 1), header.size());
+        const auto begin = std::min(header.find_first_not_of(blanks, at + 1), header.size());
         at = header.find_first_of("=;", begin);
         if (at == header.npos || header[at] == ';')
             continue;
@@ -58,7 +52,7 @@ void readHeader(std::string_view line, FormPart& part)
     const auto colon = line.find(':');
     if (colon == line.npos)
         return;
-    const auto value = trimmed(line.substr(colon + 1));
+    const auto value = trimmed(line.substr(colon + 1), blanks);
     if (startsWithNoCase(line, "content-disposition:")) {
         part.name = parameter(value, "name");
         part.fileName = parameter(value, "filename");

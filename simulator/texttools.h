@@ -21,6 +21,14 @@ inline bool startsWithNoCase(std::string_view text, std::string_view lowerPrefix
                       [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
 }
 
+/// @p text without the @p blanks at its ends.
+inline std::string_view trimmed(std::string_view text, std::string_view blanks)
+{
+    const auto first = text.find_first_not_of(blanks);
+    return first == text.npos ? std::string_view()
+                              : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+}
+
 } // namespace Tessel::Simulator
 
 #endif

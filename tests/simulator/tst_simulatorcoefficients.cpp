@@ -157,6 +157,14 @@ private Q_SLOTS:
         QCOMPARE(all.at(1).toObject(), (QJsonObject{{"id", "2"}, {"value", QJsonArray{5}}}));
     }
 
+    void anEmptyListChangesNoCabinet()
+    {
+        QCOMPARE(put(cabinets + "/2/coefficientv2", second), 200);
+        QCOMPARE(put(cabinets + "/chroma/coefficient", " [ ] "), 200);
+        QCOMPARE(table("2"), second);
+        QCOMPARE(get(cabinets + "/chroma/coefficient").list().size(), 6);
+    }
+
     void aLargeListIsTakenApartToo()
     {
         QByteArray list = "[";
