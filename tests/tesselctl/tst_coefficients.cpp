@@ -21,16 +21,6 @@ const QString multilayer = "/api/v1/device/correctionop/cabinets/multilayer/%1/c
 const QString plain = "/api/v1/device/correctionop/cabinets/%1/coefficientv2";
 const QString plainList = "/api/v1/device/correctionop/cabinets/chroma/coefficient";
 
-Fault answer(const QString& path, int status, const QByteArray& body = {})
-{
-    Fault fault;
-    fault.path = path;
-    fault.status = status;
-    fault.body = body;
-    fault.times = -1;
-    return fault;
-}
-
 } // namespace
 
 class TestCoefficients : public WallTest

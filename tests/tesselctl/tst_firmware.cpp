@@ -21,16 +21,6 @@ const QString controllerPath = "/api/v1/device/hw/update";
 const QString controllerProgressPath = "/api/v1/device/hw/updateprogress";
 const QString firmwarePath = "/api/v1/device/cabinet/rvfirmware/3/1";
 
-Fault answer(const QString& path, int status, const QByteArray& body = {}, int times = -1)
-{
-    Fault fault;
-    fault.path = path;
-    fault.status = status;
-    fault.body = body;
-    fault.times = times;
-    return fault;
-}
-
 Fault stall(const QString& path)
 {
     Fault fault;

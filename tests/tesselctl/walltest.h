@@ -15,6 +15,18 @@
 
 #include <memory>
 
+/// Has @p path answer with @p status and @p body, so often; negative: until cleared.
+inline Tessel::Simulator::Fault answer(const QString& path, int status, const QByteArray& body = {},
+                                       int times = -1)
+{
+    Tessel::Simulator::Fault fault;
+    fault.path = path;
+    fault.status = status;
+    fault.body = body;
+    fault.times = times;
+    return fault;
+}
+
 /// A test of commands that move files from and to a wall: a controller in software and a directory, both
 /// new for each test function that calls startWall().
 class WallTest : public QObject
