@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "absentroutekeys.h"
+#include "routes.h"
 
 #include <tessel/allurlresource.h>
 
@@ -45,6 +46,26 @@ class TestAllUrlResource : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void everyKeyHasItsPath_data()
+    {
+        QTest::addColumn<QString>("path");
+        for (const ExpectedRoute& route : expectedRoutes)
+            QTest::newRow(route.key) << QString(route.path);
+    }
+    void everyKeyHasItsPath()
+    {
+        QFETCH(QString, path);
+        QCOMPARE(AllUrlResource::getUrl(QTest::currentDataTag()), path);
+    }
+
+    void theTableHoldsNoOtherKeys()
+    {
+        QStringList expected;
+        for (const ExpectedRoute& route : expectedRoutes)
+            expected << route.key;
+        QCOMPARE(AllUrlResource::getInstance()->getMapAllUrl().keys(), expected);
+    }
+
     void theTableHoldsFourHundredTwentySevenKeys()
     {
         QCOMPARE(AllUrlResource::getInstance()->getMapAllUrl().size(), 427);
