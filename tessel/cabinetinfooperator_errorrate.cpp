@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Detection of communication errors and their rate. The guarded operations differ in what they say of a
-// missing route table. Kept so.
+// missing route table. Kept so. Both singletons are tested before there is a package: filling one has no
+// effect that outlives a refusal.
 #include <tessel/cabinetinfooperator.h>
 
 #include <tessel/request.h>

@@ -11,7 +11,7 @@ using Tessel::HttpJsonPackage;
 using Tessel::PendingRequest;
 using Tessel::Request;
 
-// This pair does not even look at the package it sent, and never writes its output. Kept so.
+// This pair returns the same whatever became of the start, and never writes its output. Kept so.
 bool CabinetInfoOperator::setCabSingleBrightness(const QString& deviceKey, const QString& id,
                                                  QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& /*out*/)
@@ -431,6 +431,7 @@ bool CabinetInfoOperator::setCabinetPixelSize(const QString& deviceKey, const QS
 bool CabinetInfoOperator::setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body)
 {
     PendingRequest("Device_CabinetBrightness").body(body).put(deviceKey, [](const HttpJsonPackage& reply) {
+        reply.getRoutesJsonMap(); // read as everywhere, and dropped
         qCritical() << static_cast<int>(reply.getSimpleState());
     });
     return true;

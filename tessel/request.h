@@ -198,7 +198,7 @@ public:
     }
 
     /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure
-    /// the cache stays as it was. @p mutex, if given, guards the cache and is held for the store only.
+    /// the cache stays as it was. @p mutex, if given, guards the cache and is taken once the reply is there.
     template <class Entry>
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex = nullptr)
     {
@@ -209,9 +209,9 @@ public:
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex, Stored stored)
     {
         HttpProxy::getInstance()->getSync(deviceKey, &m_package);
+        const QMutexLocker lock(mutex);
         if (!succeeded(m_package))
             return false;
-        const QMutexLocker lock(mutex);
         decode(m_package, cache[deviceKey]);
         stored();
         return true;
@@ -260,8 +260,8 @@ public:
 
 /// A request that returns at once and is answered later; its package lives on the heap until it was answered.
 ///
-/// The handlers run on the thread that called, which needs an event loop, unless they are said to run
-/// elsewhere.
+/// The transport answers from the event loop of the thread that called, so that thread needs one. The
+/// handlers run there; one with a context of its own runs on the thread of the context.
 class PendingRequest : public PackageFiller<PendingRequest>
 {
 public:
@@ -308,7 +308,7 @@ public:
         return started;
     }
 
-    /// The same, directly on the thread that emits the reply.
+    /// The same without a context: @p answered runs directly where the transport emits the reply.
     template <class Answered>
     void put(const QString& deviceKey, Answered answered)
     {

@@ -114,10 +114,12 @@ bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, boo
 {
     if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, screenId, force))
         return true;
-    QList<QVariant> gammas;
-    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).get(deviceKey, gammas))
-        return false;
+    Request request(gammaRoute(deviceKey));
+    request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
+    QList<QVariant> gammas;
+    if (!request.take(gammas))
+        return false;
     for (const QVariant& element : qAsConst(gammas)) {
         const QMap<QString, QVariant> gamma = element.toMap();
         const int type = gammaType(gamma);

@@ -6,6 +6,7 @@
 #include <tessel/screenproperty.h>
 
 #include <algorithm>
+#include <utility>
 
 using Tessel::gamut;
 using Tessel::lowLatency;
@@ -225,7 +226,7 @@ bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& screenId,
                              QMap<QString, QVariant>& reply)
 {
     static Request* retained = nullptr;
-    delete retained;
+    delete std::exchange(retained, nullptr);
     retained = new Request("ScreenXbitMode");
     return retained->placeHolder("id", screenId).get(deviceKey, reply);
 }
@@ -262,10 +263,12 @@ bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, c
 bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<ScreenProperty> properties,
                                  const QString& deviceKey, const QString& screenId)
 {
-    QMap<QString, QVariant> reply;
-    if (!Request(routeKey).placeHolder("id", screenId).get(deviceKey, reply))
-        return false;
+    Request request(routeKey);
+    request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
+    QMap<QString, QVariant> reply;
+    if (!request.take(reply))
+        return false;
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
     for (const ScreenProperty& property : properties)
         known[QLatin1String(property.cacheKey)] = property.read(reply.value(QLatin1String(property.name)));

@@ -5,6 +5,7 @@
 #include <QObject>
 
 #include <atomic>
+#include <vector>
 
 // Qt's table of hooks for debuggers, among them those that see every QObject come and go.
 extern Q_CORE_EXPORT quintptr qtHookData[];
@@ -24,6 +25,33 @@ int objectsLeftBy(Call call)
     qtHookData[created] = 0;
     qtHookData[destroyed] = 0;
     return livingObjects;
+}
+
+/// A QObject that came or went.
+struct ObjectFate
+{
+    QObject* object;
+    bool made; ///< otherwise destroyed
+};
+inline std::vector<ObjectFate> objectFates;
+
+/// Which QObjects come and go during @p call, in order. To be called while no other thread makes any.
+template <class Call>
+std::vector<ObjectFate> objectFatesDuring(Call call)
+{
+    constexpr int created = 3;
+    constexpr int destroyed = 4;
+    objectFates.clear();
+    qtHookData[created] = reinterpret_cast<quintptr>(+[](QObject* object) {
+        objectFates.push_back({object, true});
+    });
+    qtHookData[destroyed] = reinterpret_cast<quintptr>(+[](QObject* object) {
+        objectFates.push_back({object, false});
+    });
+    call();
+    qtHookData[created] = 0;
+    qtHookData[destroyed] = 0;
+    return objectFates;
 }
 
 #endif

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <replaced.h>
 
 #include <tessel/allurlresource.h>
 #include <tessel/screeninfo.h>
 
 #include <QtTest>
+
+#include <new>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
 
@@ -128,7 +133,18 @@ const Property properties[] = {
      false},
 };
 
+bool memoryRunsOut = false; // at the next look-up of a path
+
 } // namespace
+
+// In front of the library's own.
+QString AllUrlResource::getUrl(const QString& key)
+{
+    static const auto library = replaced<QString(const QString&)>("_ZN14AllUrlResource6getUrlERK7QString");
+    if (memoryRunsOut)
+        throw std::bad_alloc();
+    return library(key);
+}
 
 Q_DECLARE_METATYPE(const Property*)
 
@@ -383,6 +399,34 @@ private Q_SLOTS:
             QVERIFY(screenInfo()->getXbitMode(m_device, screen, reply));
         }
         QCOMPARE(reply, (Map{{"mode", qlonglong(2)}}));
+        QCOMPARE(m_engine->count(), 2);
+    }
+
+    void theLatestRequestForTheModeStaysUntilTheNext()
+    {
+        const auto readMode = [this] {
+            Map reply;
+            screenInfo()->getXbitMode(m_device, screen, reply);
+        };
+        readMode();
+        const std::vector<ObjectFate> second = objectFatesDuring(readMode);
+        QCOMPARE(int(second.size()), 2);
+        QVERIFY2(!second[0].made, "the latest goes before the next is made");
+        QVERIFY(second[1].made);
+        const std::vector<ObjectFate> third = objectFatesDuring(readMode);
+        QCOMPARE(int(third.size()), 2);
+        QVERIFY(!third[0].made);
+        QCOMPARE(third[0].object, second[1].object);
+    }
+
+    void aRequestForTheModeThatCannotBeMadeLeavesNoneToReleaseAgain()
+    {
+        Map reply;
+        QVERIFY(screenInfo()->getXbitMode(m_device, screen, reply));
+        memoryRunsOut = true;
+        QVERIFY_EXCEPTION_THROWN(screenInfo()->getXbitMode(m_device, screen, reply), std::bad_alloc);
+        memoryRunsOut = false;
+        QVERIFY(screenInfo()->getXbitMode(m_device, screen, reply));
         QCOMPARE(m_engine->count(), 2);
     }
 
