@@ -13,9 +13,9 @@
 /// Their routes are not in force: every request goes out without a path, with the parameters as its query,
 /// and the transport decides what becomes of it.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread; the first getInstance()
-/// comes from one thread at a time. They return whether the device answered; the reply is replaced, by an
-/// empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
+/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
+/// answered; the reply is replaced, by an empty one on failure.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT

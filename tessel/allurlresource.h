@@ -14,8 +14,9 @@
 ///
 /// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`)
 /// stay in it for the transport to expand. The table is complete from construction on and never changes, so
-/// that lookups need no lock and may come from any thread; only the first getInstance() has to come from one
-/// thread at a time.
+/// that lookups need no lock and may come from any thread. Only the first getInstance() has to come from one
+/// thread at a time, and so has the first operation of all, whatever its class, which makes the table unless
+/// getInstance() was called before.
 class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT

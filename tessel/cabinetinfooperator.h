@@ -21,7 +21,8 @@
 /// cabinets goes to the device. Everything else goes to the device each time.
 ///
 /// Operations block their caller unless told otherwise. Those on the two lists belong to the thread of the
-/// first getInstance(), which needs an event loop for the events; all others may run on any thread. They
+/// first getInstance(), which needs an event loop for the events; all others may run on any thread once the
+/// route table is there (AllUrlResource). They
 /// return whether the device answered, whatever it said; an output is replaced, by an empty one on failure,
 /// unless told otherwise.
 class TESSEL_EXPORT CabinetInfoOperator : public QObject
@@ -110,7 +111,8 @@ public:
     // Writes. With an id they go to that cabinet; without one the body names the cabinets. The device's API
     // says what a body holds. `data` takes the settings to the device and comes back as its reply.
 
-    /// Sets the brightness, without waiting: always `true`, and @p out stays as it was.
+    /// Sets the brightness, without waiting: always `true`, also when nothing could be sent, and @p out stays
+    /// as it was.
     bool setCabSingleBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                                 QMap<QString, QVariant>& out);
     /// The same for several cabinets.
@@ -341,8 +343,8 @@ public:
     /// Has the cards load the firmware.
     bool putRvCardsUpdateLoad(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                               QMap<QString, QVariant>& out);
-    /// Stores the firmware of a card in the file @p path. Always `true`: the file alone tells whether it
-    /// came.
+    /// Stores the firmware of a card in the file @p path. Always `true`, and a file that is there already
+    /// stays when nothing came: who has to know removes it first.
     bool getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path);
     /// Clears the coefficients of modules, within @p waitTime + 30000 ms.
     bool clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,

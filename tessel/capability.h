@@ -10,9 +10,9 @@
 
 /// Which driver chips and row-decoder chips a device knows.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread; the first getInstance()
-/// comes from one thread at a time. They return whether the device answered; an output is replaced, by an
-/// empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
+/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
+/// answered; an output is replaced, by an empty one on failure.
 class TESSEL_EXPORT Capability : public QObject
 {
     Q_OBJECT

@@ -19,9 +19,10 @@
 ///
 /// No cache, no events. One call is one request; nothing is split, retried or looked into.
 ///
-/// Operations that return `bool` block their caller and may run on any thread; the first getInstance() comes
-/// from one thread at a time. They return whether the device answered, whatever its `code`; an output is
-/// replaced, by an empty one on failure. Where nothing is said the transport's default time limit holds.
+/// Operations that return `bool` block their caller and may run on any thread once the route table is there
+/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
+/// answered, whatever its `code`; an output is replaced, by an empty one on failure. Where nothing is said
+/// the transport's default time limit holds.
 ///
 /// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
 /// loop. Dropping the promise does not stop the request. Their rules of failure differ, as told with each.

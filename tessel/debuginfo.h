@@ -11,9 +11,9 @@
 
 /// Reads, sends and clears the self-test parameters of a cabinet's receiving equipment.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread; the first getInstance()
-/// comes from one thread at a time. They return whether the device answered; an output is replaced, by an
-/// empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
+/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
+/// answered; an output is replaced, by an empty one on failure.
 class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT

@@ -12,9 +12,9 @@
 /// How a cabinet is built, as the factory describes it, and the steps of its smart setting.
 ///
 /// No cache, no events. Bodies and replies are agreed between application and device and pass through.
-/// Operations block their caller and may run on any thread; the first getInstance() comes from one thread at
-/// a time. They return whether the device answered, whatever its `code`: a refusal stands in the output,
-/// which is replaced, by an empty one on failure.
+/// Operations block their caller and may run on any thread once the route table is there (AllUrlResource);
+/// the first getInstance() comes from one thread at a time. They return whether the device answered, whatever
+/// its `code`: a refusal stands in the output, which is replaced, by an empty one on failure.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT

@@ -31,8 +31,8 @@ enum EnumScreenVer {
 /// read goes to the device. The answers of the two version checks outlast a logout.
 ///
 /// Operations block their caller. Those on the description and the versions belong to the thread of the first
-/// getInstance(), which needs an event loop for the events; the settings may run on any thread. They return
-/// whether the device answered.
+/// getInstance(), which needs an event loop for the events; the settings may run on any thread once the route
+/// table is there (AllUrlResource). They return whether the device answered.
 class TESSEL_EXPORT HWInfo : public QObject
 {
     Q_OBJECT

@@ -13,9 +13,9 @@
 ///
 /// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
 /// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) belong to the thread of HWInfo, the
-/// others may run on any thread. The first getInstance() comes from one thread at a time. They return whether
-/// the device answered; the reply is replaced, by an empty one on failure. Bodies are the device's and pass
-/// through unread.
+/// others may run on any thread once the route table is there (AllUrlResource). The first getInstance() comes
+/// from one thread at a time. They return whether the device answered; the reply is replaced, by an empty one
+/// on failure. Bodies are the device's and pass through unread.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT

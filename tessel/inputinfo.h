@@ -18,7 +18,7 @@
 ///
 /// Operations block their caller and return whether the device answered; unless told otherwise an output is
 /// replaced, by an empty one on failure. getAllInputsInfo() belongs on the object's thread, that of the first
-/// getInstance(); the other operations may run on any thread.
+/// getInstance(); the other operations may run on any thread once the route table is there (AllUrlResource).
 ///
 /// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
 /// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing is left to end that

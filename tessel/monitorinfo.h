@@ -21,8 +21,9 @@ namespace UrlResource {
 /// getInstance(). Every event is heard twice, so each signal is raised twice per event: listeners have to
 /// bear that.
 ///
-/// Unless told otherwise operations block their caller, may run on any thread, and return whether the device
-/// answered; an output is replaced, by an empty one on failure.
+/// Unless told otherwise operations block their caller, may run on any thread once the route table is there
+/// (AllUrlResource), and return whether the device answered; an output is replaced, by an empty one on
+/// failure.
 class TESSEL_EXPORT MonitorInfo : public QObject
 {
     Q_OBJECT

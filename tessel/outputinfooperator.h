@@ -18,7 +18,7 @@
 ///
 /// Operations block their caller and return whether the device answered; unless told otherwise an output is
 /// replaced, by an empty one on failure. The reads belong on the object's thread, that of the first
-/// getInstance(); the writes may run on any thread.
+/// getInstance(); the writes may run on any thread once the route table is there (AllUrlResource).
 class TESSEL_EXPORT OutputInfoOperator : public QObject
 {
     Q_OBJECT

@@ -19,8 +19,8 @@
 ///
 /// Operations block their caller and return whether the device answered; unless told otherwise an output is
 /// replaced, by an empty one on failure. Writes concern one pipeline unless told otherwise, and may run on
-/// any thread. The reads that copy out of the cached list belong on the object's thread, that of the first
-/// getInstance().
+/// any thread once the route table is there (AllUrlResource). The reads that copy out of the cached list
+/// belong on the object's thread, that of the first getInstance().
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT

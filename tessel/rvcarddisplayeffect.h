@@ -10,8 +10,8 @@
 
 /// What the receiving card of a cabinet reports about its display effect.
 ///
-/// No cache, no events. The operation blocks its caller and may run on any thread; the first getInstance()
-/// comes from one thread at a time.
+/// No cache, no events. The operation blocks its caller and may run on any thread once the route table is
+/// there (AllUrlResource); the first getInstance() comes from one thread at a time.
 class TESSEL_EXPORT RvCardDisplayEffect : public QObject
 {
     Q_OBJECT

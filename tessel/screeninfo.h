@@ -129,13 +129,16 @@ public:
     /// Not in use: `false`, and nothing happens.
     bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
 
-    /// Reads the brightness into `brightness` (`uint`), unscaled. Without cabinets: `true` and 0, nothing is
-    /// sent.
+    /// Reads the brightness into `brightness` (`uint`), unscaled. Unless the cache answers, looks at the
+    /// device's cabinets first, and asks the device for them when CabinetInfoOperator has none cached.
+    /// Without cabinets, or when they cannot be read, the brightness is not asked for: `true`, and what the
+    /// cache holds, or 0, which is cached from then on.
     bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
                        bool force);
     /// Sets the brightness as member `brightness` of @p params, divided by 255 on the newer protocol, and
-    /// sends @p params. Does not wait; renews the cache once the device agreed. Without cabinets: `true`,
-    /// nothing is sent.
+    /// sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may wait;
+    /// without cabinets, or when they cannot be read, `true`, and @p params is neither changed nor sent. The
+    /// write itself does not wait; it renews the cache once the device agreed.
     /// @return whether the request was started.
     bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
                        int brightness);
@@ -420,7 +423,8 @@ public:
     bool setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
     /// Fills a @p package of the application's own for setPixelImageMode(): path, body and time limit for the
-    /// device that the package names. Sends nothing; the application does.
+    /// device that the package names, given before by the package's setDevkey(); one that names none gets the
+    /// single-screen path. Sends nothing; the application does.
     void getPixelImageMode(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
                            const QMap<QString, QVariant>& body);
     /// Draws a checkerboard for a correction. Takes up to 20 s.
@@ -500,7 +504,7 @@ private:
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    QMutex m_mutex; // held while a read stores properties
+    QMutex m_mutex; // held while a read looks at its reply and stores properties
     QMap<QString, QMap<QString, QVariant>> m_screens;
     QMap<QString, QMap<QString, QVariant>> m_screenTags;
     // Held while the property cache is asked and while an accepted write stores into it: not the mutex of the

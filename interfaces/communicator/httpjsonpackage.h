@@ -67,9 +67,10 @@ public:
     void setDaemonFlag(bool daemon);
     /// Whether setDaemonFlag(true) was called.
     bool daemonFlag() const;
-    /// The key of the device that the package was sent to; empty before it was sent.
+    /// The key of the device that the package was sent to or is meant for; empty while neither was told.
     QString getDevkey() const;
-    /// Stores the device's key. For the transport only.
+    /// Stores the device's key; it does not say where the package goes. The transport calls it when it sends
+    /// the package, an application before it hands one to an operation that fills it for its device.
     void setDevkey(const QString& deviceKey);
 
     /// The reply's `data` object, flattened: a member of a nested object stands under a key path with dots,
