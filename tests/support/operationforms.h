@@ -24,7 +24,7 @@ struct OperationForms
 
     /// A GET of one object's map.
     static OperationRow idRead(const char* name, const char* routeKey, IdRead operation,
-                               const char* placeHolder = "id", int expectedTime = 10000)
+                               const char* placeHolder = "id", std::optional<int> expectedTime = {})
     {
         OperationRow row{name, routeKey, Method::Get, Decoder::Map, [operation](Outputs& out) {
                              return (Operator::getInstance()->*operation)(sampleDevice, sampleId, out.map);
@@ -35,7 +35,8 @@ struct OperationForms
     }
     /// A GET of one object's list.
     static OperationRow idListRead(const char* name, const char* routeKey, IdListRead operation,
-                                   Decoder decoder, const char* placeHolder = "id", int expectedTime = 10000)
+                                   Decoder decoder, const char* placeHolder = "id",
+                                   std::optional<int> expectedTime = {})
     {
         OperationRow row{name, routeKey, Method::Get, decoder, [operation](Outputs& out) {
                              return (Operator::getInstance()->*operation)(sampleDevice, sampleId, out.list);
@@ -53,7 +54,7 @@ struct OperationForms
     }
     /// A PUT of a map to one object.
     static OperationRow idWrite(const char* name, const char* routeKey, IdWrite operation,
-                                const char* placeHolder = "id", int expectedTime = 10000)
+                                const char* placeHolder = "id", std::optional<int> expectedTime = {})
     {
         OperationRow row{name, routeKey, Method::Put, Decoder::Map, [operation](Outputs& out) {
                              return (Operator::getInstance()->*operation)(sampleDevice, sampleId,
@@ -66,7 +67,7 @@ struct OperationForms
     }
     /// A PUT of a map.
     static OperationRow mapWrite(const char* name, const char* routeKey, MapWrite operation,
-                                 int expectedTime = 10000)
+                                 std::optional<int> expectedTime = {})
     {
         OperationRow row{name, routeKey, Method::Put, Decoder::Map, [operation](Outputs& out) {
                              return (Operator::getInstance()->*operation)(sampleDevice, sampleBody(),

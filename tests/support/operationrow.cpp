@@ -2,14 +2,21 @@
 #include "operationrow.h"
 
 #include "recordingengine.h"
+#include "refusingengine.h"
+#include "timelimits.h"
+
+#include <communicator/httpproxy.h>
 
 #include <tessel/allurlresource.h>
 
 #include <QtTest>
 
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
 namespace {
 
 const QByteArray sampleMap = R"({"code":7,"message":"odd","data":{"a":1,"b":{"c":"x"}}})";
+constexpr int defaultExpectedTime = 10000; // the transport's
 const QString contentType = QStringLiteral("Content-Type");
 const QByteArray sampleList = R"({"code":7,"message":"odd","data":[{"a":{"b":1}},{"a":{"b":2}}]})";
 
@@ -45,7 +52,7 @@ void compareRequest(const RecordingEngine::Request& sent, const OperationRow& ro
     QCOMPARE(sent.body, row.body);
     QCOMPARE(sent.placeHolders, row.placeHolders);
     QCOMPARE(sent.parameters, row.parameters);
-    QCOMPARE(sent.expectedTime, row.expectedTime);
+    QCOMPARE(sent.expectedTime, row.expectedTime.value_or(defaultExpectedTime));
     QCOMPARE(sent.daemon, row.daemon);
     QCOMPARE(sent.multipart, !row.parts.isEmpty());
     QCOMPARE(sent.parts, row.parts);
@@ -55,6 +62,11 @@ void compareRequest(const RecordingEngine::Request& sent, const OperationRow& ro
     if (!row.headers.contains(contentType))
         headers.remove(contentType);
     QCOMPARE(headers, row.headers);
+}
+
+int limitsOf(const OperationRow& row)
+{
+    return row.expectedTime ? 1 : 0;
 }
 
 } // namespace
@@ -75,7 +87,9 @@ void checkBlockingOperation(const OperationRow& row)
     engine->answer(RecordingEngine::reply(reply));
 
     Outputs outputs = usedOutputs();
+    const int limitsBefore = timeLimitsGiven();
     QVERIFY2(row.call(outputs), "a reply, whatever its code, counts as success");
+    QCOMPARE(timeLimitsGiven() - limitsBefore, limitsOf(row));
     QCOMPARE(engine->count(), 1);
     compareRequest(engine->last(), row);
     switch (row.decoder) {
@@ -114,7 +128,9 @@ void checkUnansweredOperation(const OperationRow& row)
     RecordingEngine* engine = RecordingEngine::install();
     engine->hold();
     Outputs outputs = usedOutputs();
+    const int limitsBefore = timeLimitsGiven();
     QVERIFY(row.call(outputs));
+    QCOMPARE(timeLimitsGiven() - limitsBefore, limitsOf(row));
     QCOMPARE(engine->held(), 1);
     QCOMPARE(engine->count(), 1);
     compareRequest(engine->last(), row);
@@ -133,4 +149,11 @@ void checkUnansweredOperation(const OperationRow& row)
     QCoreApplication::processEvents();
     QCOMPARE(outputs.map, expected.map);
     QCOMPARE(outputs.list, expected.list);
+
+    HttpProxy::getInstance()->setEngine(std::make_unique<RefusingEngine>());
+    outputs = usedOutputs();
+    QCOMPARE(row.call(outputs), !row.startCounts);
+    QCOMPARE(outputs.map, expected.map);
+    QCOMPARE(outputs.list, expected.list);
+    QCoreApplication::processEvents();
 }

@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <functional>
+#include <optional>
 
 /// The device that the rows' calls name.
 inline const QString sampleDevice = QStringLiteral("wall");
@@ -44,19 +45,27 @@ struct OperationRow
     QByteArray body = {};               ///< as it goes out
     QMap<QString, QString> placeHolders = {};
     QMap<QString, QString> parameters = {};
-    int expectedTime = 10000; ///< the transport's default unless the operation sets one
+    std::optional<int> expectedTime = {}; ///< none when the operation sets none
     QMap<QString, QString> headers = {};
     bool daemon = false;
     QMap<QString, QVariant> parts = {}; ///< of a multipart body; without any the body is not multipart
     QString downloadPath = {};
     OnFailure onFailure = OnFailure::EmptyOutput;
-    bool codeFails = false; ///< a device's non-zero `code` is a failure too
+    bool codeFails = false;   ///< a device's non-zero `code` is a failure too
+    bool startCounts = false; ///< of an operation that does not wait: `false` when nothing was started
 };
 
 /// The row of an operation that takes a device's non-zero `code` for a failure.
 inline OperationRow failingOnCode(OperationRow row)
 {
     row.codeFails = true;
+    return row;
+}
+
+/// The row of an operation that does not wait and whose result is whether its request was started.
+inline OperationRow startCounting(OperationRow row)
+{
+    row.startCounts = true;
     return row;
 }
 
@@ -72,7 +81,8 @@ void checkBlockingOperation(const OperationRow& row);
 /// Calls an operation that does not wait and checks that it
 /// - sends exactly one request, as the row says;
 /// - returns `true` while the request is unanswered;
-/// - has emptied its output by then, if it has one, and leaves it so whatever the answer is.
+/// - has emptied its output by then, if it has one, and leaves it so whatever the answer is;
+/// - says the same of a request whose start was refused, unless the row says that the start counts.
 void checkUnansweredOperation(const OperationRow& row);
 
 #endif

@@ -2,6 +2,7 @@
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <timelimits.h>
 
 #include <tessel/cabinetinfooperator.h>
 
@@ -295,7 +296,9 @@ private Q_SLOTS:
 
     void theTypedReadOfNoDeviceGoesToTheTransport()
     {
+        const int limitsBefore = timeLimitsGiven();
         cabinets()->getAllCabinets(QString()).wait();
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(m_engine->count(), 1);
         QVERIFY(m_engine->last().deviceKey.isEmpty());
     }
@@ -311,7 +314,9 @@ private Q_SLOTS:
         QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
         QSignalSpy cards(cabinets(), &CabinetInfoOperator::signal_rvCardsInfoChanged);
         QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
+        const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, cabinetsChange);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(changed.size() + cards.size(), 0);
         QTRY_COMPARE(changed.size(), 1);
         QTRY_COMPARE(cards.size(), 1);
@@ -369,11 +374,14 @@ private Q_SLOTS:
         answerById("new", "card");
         QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
         QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
+        const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, allFlags);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QTRY_COMPARE(counted.size(), 1);
         QCOMPARE(counted.first(), List{m_device});
         QCOMPARE(changed.size(), 0);
         QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(m_engine->last().expectedTime, 10000);
         QCOMPARE(m_engine->last().path, cabinetsPath);
         QVERIFY(m_engine->last().parameters.isEmpty());
         QCOMPARE(cachedCabinets(), withId("new"));

@@ -2,6 +2,7 @@
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
+#include <timelimits.h>
 
 #include <communicator/httpproxy.h>
 
@@ -221,7 +222,9 @@ private Q_SLOTS:
     void promiseFormsSendOneRequestAsTold()
     {
         QFETCH(PromiseForm, form);
+        const int limitsBefore = timeLimitsGiven();
         form.outcome(sampleDevice, sampleId);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(m_engine->count(), 1);
         const RecordingEngine::Request sent = m_engine->last();
         QCOMPARE(sent.deviceKey, sampleDevice);
@@ -376,8 +379,11 @@ private Q_SLOTS:
 
     void threeKeysOfTheEffectModeAreTwoPaths()
     {
-        QCOMPARE(AllUrlResource::getUrl("Device_SetCabinetCorrect"),
-                 AllUrlResource::getUrl("Device_GetCabinetsCorrect"));
+        const QString ofOne = "/api/v1/device/correctionop/cabinets/{cid}/effectmode";
+        QCOMPARE(AllUrlResource::getUrl("Device_SetCabinetCorrect"), ofOne);
+        QCOMPARE(AllUrlResource::getUrl("Device_GetCabinetsCorrect"), ofOne);
+        QCOMPARE(AllUrlResource::getUrl("Device_SetCabinetsCorrect"),
+                 QString("/api/v1/device/correctionop/cabinets/effectmode"));
     }
 };
 

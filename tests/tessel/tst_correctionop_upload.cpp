@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
+#include <timelimits.h>
 
 #include <communicator/httpproxy.h>
 
@@ -9,9 +12,11 @@
 #include <tessel/correctionop.h>
 
 #include <QPointer>
-#include <QThread>
 #include <QTimer>
 #include <QtTest>
+
+#include <sstream>
+#include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpJsonPackage;
 using Krelm::Communicator::HttpDevice::HttpMethod;
@@ -135,31 +140,24 @@ const std::vector<Transfer>& transfers()
 
 enum class Situation { Good, NoDevice, Unreachable, TimedOut, NonZeroCode, NoJson, SendingThrows };
 
-QString expectedOutcome(Form form, Situation situation)
-{
-    const bool failed = situation == Situation::Unreachable || situation == Situation::TimedOut;
-    const bool noData = failed || situation == Situation::NoJson;
-    QString map = noData ? "{}" : R"({"a":1})";
-    if (situation == Situation::SendingThrows)
-        return form == Form::Blocking ? R"(false {"kept":1})" : "rejected: no start";
-    switch (form) {
-    case Form::WholeList:
-        return failed ? "false" : "true";
-    case Form::PerCabinet:
-        return map;
-    case Form::Blocking:
-        return "true " + map;
-    case Form::Guarded:
-        if (situation == Situation::NoDevice)
-            return "rejected: arguments error";
-        return situation == Situation::Good ? "fulfilled" : "rejected: undefined";
-    case Form::Unguarded:
-        return "fulfilled";
-    case Form::Empty:
-        break;
-    }
-    return "0 elements";
-}
+// What a form comes to in each situation, in their order.
+const char* const outcomes[][7] = {
+    // WholeList
+    {"true", "true", "false", "false", "true", "true", "rejected: no start"},
+    // PerCabinet
+    {R"({"a":1})", R"({"a":1})", "{}", "{}", R"({"a":1})", "{}", "rejected: no start"},
+    // Blocking
+    {R"(true {"a":1})", R"(true {"a":1})", "true {}", "true {}", R"(true {"a":1})", "true {}",
+     R"(false {"kept":1})"},
+    // Guarded
+    {"fulfilled", "rejected: arguments error", "rejected: undefined", "rejected: undefined",
+     "rejected: undefined", "rejected: undefined", "rejected: no start"},
+    // Unguarded
+    {"fulfilled", "fulfilled", "fulfilled", "fulfilled", "fulfilled", "fulfilled", "rejected: no start"},
+    // Empty
+    {"0 elements", "0 elements", "0 elements", "0 elements", "0 elements", "0 elements",
+     "rejected: no start"},
+};
 
 QStringList loggedLines;
 
@@ -188,6 +186,7 @@ class TestCorrectionopUpload : public QObject
     }
 
 private Q_SLOTS:
+    void initTestCase() { AllUrlResource::getInstance(); } // made before objects are counted
     void init()
     {
         m_engine = RecordingEngine::install();
@@ -200,7 +199,9 @@ private Q_SLOTS:
     void transfersSendOnePutAsTold()
     {
         QFETCH(Transfer, transfer);
+        const int limitsBefore = timeLimitsGiven();
         transfer.outcome(sampleDevice);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(m_engine->count(), 1);
         const RecordingEngine::Request sent = m_engine->last();
         QCOMPARE(sent.deviceKey, sampleDevice);
@@ -259,7 +260,7 @@ private Q_SLOTS:
             break;
         }
         const QString outcome = transfer.outcome(situation == Situation::NoDevice ? QString() : sampleDevice);
-        QCOMPARE(outcome, expectedOutcome(transfer.form, situation));
+        QCOMPARE(outcome, QString(outcomes[int(transfer.form)][int(situation)]));
         if (situation != Situation::SendingThrows) {
             const bool refused = transfer.form == Form::Guarded && situation == Situation::NoDevice;
             QCOMPARE(m_engine->count(), refused ? 0 : 1);
@@ -285,8 +286,9 @@ private Q_SLOTS:
         transfer.outcome(sampleDevice);
         QStringList expected;
         if (transfer.logged) {
-            const QString thread =
-                QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()), 10);
+            std::ostringstream id; // a plain decimal number
+            id << std::this_thread::get_id();
+            const QString thread = QString::fromStdString(id.str());
             expected << transfer.logged + QString(" thread id =") + thread;
             expected << transfer.logged +
                             QString(success ? "  recv  thread id =" : " Error recv thread id =") + thread;
@@ -304,10 +306,29 @@ private Q_SLOTS:
         QVERIFY(all->clearCabinetCoeffs(sampleDevice, cabinets).isPending());
         QVERIFY(all->downloadCoefficient(sampleDevice, cabinets).isPending());
         QCOMPARE(m_engine->held(), 5);
-        // Dropping the promises stopped nothing.
         while (m_engine->release())
             QCoreApplication::processEvents();
-        QCOMPARE(m_engine->held(), 0);
+    }
+
+    void aDroppedPromiseStopsNeitherItsHandlerNorTheReleaseOfItsPackage()
+    {
+        Correctionop* const all = correction();
+        m_engine->hold();
+        const int left = objectsLeftBy([&] {
+            all->uploadCoefficientAsync(sampleDevice, table);
+            all->uploadCoefficient(sampleDevice, sampleId, table);
+            all->loadCabinetCoeffs(sampleDevice, cabinets);
+            all->clearCabinetCoeffs(sampleDevice, cabinets);
+            all->downloadCoefficient(sampleDevice, cabinets);
+            QCOMPARE(loggedLines.size(), 1);
+            while (m_engine->release())
+                QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        });
+        QCOMPARE(m_engine->count(), 5);
+        QCOMPARE(left, 0);
+        QCOMPARE(loggedLines.size(), 2);
+        QVERIFY(loggedLines.last().startsWith("uploadCoefficientAsync  recv  thread id ="));
     }
 
     void uploadCoefficientAsyncOfAnEmptyListSendsAnEmptyArray()
@@ -395,13 +416,13 @@ private Q_SLOTS:
         using Op = Correctionop;
         const OperationRow rows[] = {
             Forms::idListRead("Correctionop::loadCoefficient", "Device_GetCabinetCoefficients",
-                              &Op::loadCoefficient, Decoder::FlatList, "cid"),
+                              &Op::loadCoefficient, Decoder::FlatList, "cid", 10000),
             Forms::idListRead("Correctionop::loadMultilayerCoefficient",
                               "Device_GetCabinetMultilayerCoefficients", &Op::loadMultilayerCoefficient,
-                              Decoder::FlatList, "cid"),
+                              Decoder::FlatList, "cid", 10000),
             Forms::idListRead("Correctionop::loadAdaptiveCoefficient",
                               "Device_GetCabinetMultilayerCoefficients", &Op::loadAdaptiveCoefficient,
-                              Decoder::FlatList, "cid"),
+                              Decoder::FlatList, "cid", 10000),
         };
         for (const OperationRow& row : rows)
             QTest::newRow(row.name) << row;

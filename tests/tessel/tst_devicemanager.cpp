@@ -11,6 +11,18 @@
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 
+namespace {
+
+QList<bool> initialized; // what HttpProxy::initialize() was called with
+
+} // namespace
+
+// In place of the transport's own.
+void HttpProxy::initialize(bool events)
+{
+    initialized << events;
+}
+
 class TestDeviceManager : public QObject
 {
     Q_OBJECT
@@ -29,10 +41,12 @@ private Q_SLOTS:
         QCOMPARE(manager.count(), 2);
     }
 
-    void initManagerSendsNoRequest()
+    void initManagerStartsTheTransportWithEventsAndSendsNoRequest()
     {
         RecordingEngine* engine = RecordingEngine::install();
+        initialized.clear();
         DeviceManager::getInstance()->initManager();
+        QCOMPARE(initialized, QList<bool>{true});
         QCOMPARE(engine->count(), 0);
     }
 
@@ -43,6 +57,13 @@ private Q_SLOTS:
         QCOMPARE(meta.method(meta.methodOffset()).methodSignature(), QByteArray("deviceChanged()"));
         QCOMPARE(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    }
+
+    void getInstanceStartsNothing()
+    {
+        initialized.clear();
+        DeviceManager::getInstance();
+        QVERIFY(initialized.isEmpty());
     }
 
     void twoCallsGiveTheSameInstance()

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <recordingengine.h>
+#include <replaced.h>
 
 #include <tessel/fanout.h>
 
+#include <QEventLoop>
 #include <QThread>
 #include <QTimer>
 #include <QtTest>
@@ -18,6 +20,8 @@ namespace {
 
 const QString device = QStringLiteral("wall");
 
+QEventLoop::ProcessEventsFlags flagsOfTheLoop; // of the latest QEventLoop::exec()
+
 const char* routeOf(const QString& deviceKey)
 {
     return deviceKey == QLatin1String("new") ? "HwScreen_MultDrawCorrectRegion"
@@ -25,6 +29,15 @@ const char* routeOf(const QString& deviceKey)
 }
 
 } // namespace
+
+// In front of Qt's own.
+int QEventLoop::exec(ProcessEventsFlags flags)
+{
+    static const auto qts = replaced<int(QEventLoop*, ProcessEventsFlags)>(
+        "_ZN10QEventLoop4execE6QFlagsINS_17ProcessEventsFlagEE");
+    flagsOfTheLoop = flags;
+    return qts(this, flags);
+}
 
 class TestFanOut : public QObject
 {
@@ -134,6 +147,14 @@ private Q_SLOTS:
         QCOMPARE(sent[2].deviceKey, QString());
         for (const auto& request : sent)
             QCOMPARE(request.expectedTime, 20000);
+    }
+
+    void theUsersInputWaitsForABatchAndNotForAGroup()
+    {
+        QVERIFY(putToDevices("f", {{{"devKey", "old"}}}, routeOf, 20000));
+        QCOMPARE(int(flagsOfTheLoop), int(QEventLoop::ExcludeUserInputEvents));
+        QVERIFY(GroupRequest("Device_Hue").put(device, {"1"}));
+        QCOMPARE(int(flagsOfTheLoop), int(QEventLoop::AllEvents));
     }
 
     void oneFailedDeviceFailsTheBatch()

@@ -121,6 +121,8 @@ private Q_SLOTS:
                                      return (hwInfo()->*op.put)(sampleDevice, parts, out.map);
                                  }};
             rows.last().parts = parts;
+            if (op.put == &HWInfo::putDeviceImage)
+                rows.last().expectedTime = 10000;
         }
 
         const QMap<QString, QString> query{{"type", "all of it"}};

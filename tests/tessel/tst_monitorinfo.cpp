@@ -2,6 +2,7 @@
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <timelimits.h>
 
 #include <tessel/allurlresource.h>
 #include <tessel/monitorinfo.h>
@@ -117,6 +118,7 @@ private Q_SLOTS:
         QPointer<HttpJsonPackage> package;
         int calls = 0;
         Map map;
+        const int limitsBefore = timeLimitsGiven();
         QVERIFY(monitor()->getMonitorData(m_device, [&](HttpJsonPackage* answered) {
             package = answered;
             map = answered->getRoutesJsonMap();
@@ -130,6 +132,7 @@ private Q_SLOTS:
         QCOMPARE(m_engine->last().path, AllUrlResource::getUrl("MonitorData"));
         QCOMPARE(m_engine->last().deviceKey, m_device);
         QCOMPARE(m_engine->last().expectedTime, 10000);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY2(package, "the callback owns the package");
         package->deleteLater();

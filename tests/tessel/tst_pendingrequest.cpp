@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <recordingengine.h>
 
 #include <tessel/request.h>
@@ -6,6 +8,8 @@
 #include <QPointer>
 #include <QThread>
 #include <QtTest>
+
+#include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Tessel::HttpJsonPackage;
@@ -157,6 +161,32 @@ private Q_SLOTS:
         QCOMPARE(handledOn, QList<QThread*>{QThread::currentThread()});
         QCOMPARE(m_engine->last().body, QByteArray(R"({"a":1})"));
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
+    }
+
+    void aPutWithoutAContextHandlesItsReplyOnTheThreadThatEmitsIt()
+    {
+        m_engine->hold();
+        bool handled = false;
+        std::thread::id handledOn;
+        std::unique_ptr<PendingRequest> request;
+        const std::vector<ObjectFate> made =
+            objectFatesDuring([&] { request = std::make_unique<PendingRequest>("ScreenXbit"); });
+        QVERIFY(!made.empty());
+        auto* const package = static_cast<HttpJsonPackage*>(made[0].object);
+        request->put(device, [&](const HttpJsonPackage&) {
+            handled = true;
+            handledOn = std::this_thread::get_id();
+        });
+        std::thread::id emittedOn;
+        std::thread transport([&] {
+            emittedOn = std::this_thread::get_id();
+            Q_EMIT package->readyRead(package);
+        });
+        transport.join();
+        QVERIFY(handled);
+        QVERIFY(handledOn == emittedOn);
+        while (m_engine->release())
+            QCoreApplication::processEvents();
     }
 
     void anAnswerAfterTheContextIsGoneCallsNobody()

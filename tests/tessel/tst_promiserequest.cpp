@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <promiseoutcome.h>
 #include <recordingengine.h>
 
+#include <tessel/allurlresource.h>
 #include <tessel/promiserequest.h>
 #include <tessel/records/deviceinfo.h>
 
 #include <QPointer>
 #include <QThread>
 #include <QtTest>
+
+#include <atomic>
+#include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using QtPromise::QPromise;
@@ -44,6 +50,7 @@ class TestPromiseRequest : public QObject
     RecordingEngine* m_engine = nullptr;
 
 private Q_SLOTS:
+    void initTestCase() { AllUrlResource::getInstance(); } // made before objects are counted
     void init() { m_engine = RecordingEngine::install(); }
 
     void aRecordIsFilledFromTheReplysData()
@@ -184,6 +191,64 @@ private Q_SLOTS:
         const auto promise =
             PromiseRequest("Device_Hwinfo").answer<bool>(&HttpProxy::put, device, Tessel::succeeded);
         QVERIFY(promise.isRejected());
+    }
+
+    void anExceptionFromSendingRejectsARecordWithIt()
+    {
+        HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+        const int left = objectsLeftBy([] {
+            const auto promise = PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device);
+            QCOMPARE(PromiseOutcome::of(promise.then([](const DeviceInfo&) { return true; })),
+                     QString("rejected: no start"));
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        });
+        QCOMPARE(left, 0);
+    }
+
+    void repliesAreHandledOnTheThreadThatEmitsThem_data()
+    {
+        QTest::addColumn<bool>("answered");
+        QTest::newRow("promise") << false;
+        QTest::newRow("answer") << true;
+    }
+    void repliesAreHandledOnTheThreadThatEmitsThem()
+    {
+        QFETCH(bool, answered);
+        m_engine->hold();
+        std::atomic<bool> handled{false};
+        std::thread::id handledOn;
+        const auto handle = [&] {
+            handledOn = std::this_thread::get_id();
+            handled = true;
+        };
+        std::unique_ptr<PromiseRequest> request;
+        const std::vector<ObjectFate> made =
+            objectFatesDuring([&] { request = std::make_unique<PromiseRequest>("Device_Hwinfo"); });
+        QVERIFY(!made.empty());
+        auto* const package = static_cast<HttpJsonPackage*>(made[0].object);
+        const QPromise<bool> promise =
+            answered ? request->answer<bool>(&HttpProxy::put, device,
+                                             [&](const HttpJsonPackage&) {
+                                                 handle();
+                                                 return true;
+                                             })
+                     : request->promise<bool>(&HttpProxy::put, device,
+                                              [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
+                                                  handle();
+                                                  resolve(true);
+                                              });
+        std::thread::id emittedOn;
+        std::thread transport([&] {
+            emittedOn = std::this_thread::get_id();
+            Q_EMIT package->readyRead(package);
+        });
+        transport.join();
+        QVERIFY(handled);
+        QVERIFY(handledOn == emittedOn);
+        promise.wait();
+        QVERIFY(promise.isFulfilled());
+        while (m_engine->release())
+            QCoreApplication::processEvents();
     }
 
     void aReplyWithoutACodeReadsAsCodeZero()

@@ -13,6 +13,8 @@
 
 #include <zephserializer/jsonserializer.h>
 
+#include <replaced.h>
+
 #include <QMetaProperty>
 #include <QtTest>
 
@@ -40,12 +42,39 @@ const QByteArray SubScreenText = R"({"subScreenID":"s1","inputID":"i1","postion"
     "size":{"width":3,"height":4},"cabinets":[{"id":"c1","version":"v","outputId":1,"moduleCount":2,"weight":3,
     "power":4,"voltage":5},{"id":"c2"}]})";
 
+// The records that were written or read, each with the attribute it was given.
+QStringList handled;
+
+QString entry(const Serializable& record, QFlags<Attribute> attribute)
+{
+    return QStringLiteral("%1 %2").arg(record.metaObject()->className()).arg(int(attribute));
+}
+
 QByteArray screenText()
 {
     return R"({"screenUUID":"u","screenName":"n","screenTime":"t","subScreens":[)" + SubScreenText + "]}";
 }
 
 } // namespace
+
+// Both in front of the serializer's own.
+QMap<QString, QVariant> Serializable::serialize(QFlags<Attribute> attribute) const
+{
+    using Function = QMap<QString, QVariant>(const Serializable*, QFlags<Attribute>);
+    static const auto library =
+        replaced<Function>("_ZNK4Zeph9Serialize12Serializable9serializeE6QFlagsINS0_9AttributeEE");
+    handled << entry(*this, attribute);
+    return library(this, attribute);
+}
+
+void Serializable::deserialize(const QMap<QString, QVariant>& map, QFlags<Attribute> attribute)
+{
+    using Function = void(Serializable*, const QMap<QString, QVariant>&, QFlags<Attribute>);
+    static const auto library = replaced<Function>(
+        "_ZN4Zeph9Serialize12Serializable11deserializeERK4QMapI7QString8QVariantE6QFlagsINS0_9AttributeEE");
+    handled << entry(*this, attribute);
+    library(this, map, attribute);
+}
 
 class TestRecords : public QObject
 {
@@ -276,6 +305,41 @@ private Q_SLOTS:
         Tessel::ScreensInfo copy;
         copy.deserialize(map, {});
         QCOMPARE(copy.serialize({}), map);
+    }
+
+    void nestedRecordsAreHandledWithTheAttributeOfTheirParent_data()
+    {
+        QTest::addColumn<int>("attribute");
+        QTest::newRow("none") << 0;
+        QTest::newRow("reply") << 32;
+    }
+    void nestedRecordsAreHandledWithTheAttributeOfTheirParent()
+    {
+        QFETCH(int, attribute);
+        Tessel::ScreensInfo screen;
+        QVERIFY(load(screen, screenText()));
+        QStringList expected;
+        for (const char* name :
+             {"ScreensInfo", "SubScreenInfo", "Point", "Size", "CabinetInfo", "CabinetInfo"})
+            expected << QStringLiteral("Tessel::%1 %2").arg(name).arg(attribute);
+
+        handled.clear();
+        const QVariantMap map = screen.serialize(QFlags<Attribute>(QFlag(attribute)));
+        QCOMPARE(handled, expected);
+        handled.clear();
+        screen.deserialize(map, QFlags<Attribute>(QFlag(attribute)));
+        QCOMPARE(handled, expected);
+
+        const QVariantMap reply{{"data", map.value("subScreens").toList().first().toMap().value("cabinets")}};
+        Tessel::CabinetsResponse response;
+        expected =
+            QStringList{QStringLiteral("Tessel::CabinetsResponse %1").arg(attribute)} + expected.mid(4);
+        handled.clear();
+        response.deserialize(reply, QFlags<Attribute>(QFlag(attribute)));
+        QCOMPARE(handled, expected);
+        handled.clear();
+        response.serialize(QFlags<Attribute>(QFlag(attribute)));
+        QCOMPARE(handled, expected);
     }
 
     void settingAListTwiceReplacesIt()

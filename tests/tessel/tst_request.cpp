@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <recordingengine.h>
+#include <refusingengine.h>
 
 #include <tessel/request.h>
 
@@ -12,6 +13,7 @@ using Tessel::cached;
 using Tessel::CallSite;
 using Tessel::copyElement;
 using Tessel::copyEntry;
+using Tessel::HttpProxy;
 using Tessel::instancesReady;
 using Tessel::MultipartRequest;
 using Tessel::Request;
@@ -192,6 +194,19 @@ private Q_SLOTS:
 
         QVERIFY(Request("Device_AllScreens").body(Map()).firePost(device, out));
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Post));
+    }
+
+    void fireAndForgetReportsAFreshPackageEvenWhenTheStartIsRefused()
+    {
+        HttpProxy::getInstance()->setEngine(std::make_unique<RefusingEngine>());
+        Map out{{"stale", 1}};
+        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).firePut(device, out));
+        QVERIFY(out.isEmpty());
+        out.insert("stale", 1);
+        QVERIFY(Request("Device_AllScreens").body(Map()).firePost(device, out));
+        QVERIFY(out.isEmpty());
+        QCoreApplication::processEvents();
+        QVERIFY(out.isEmpty());
     }
 
     void aStackPackageMayDieBeforeItsReply()

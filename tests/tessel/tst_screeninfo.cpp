@@ -2,6 +2,7 @@
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <timelimits.h>
 
 #include <tessel/hwinfo.h>
 #include <tessel/screeninfo.h>
@@ -42,6 +43,15 @@ class TestScreenInfo : public QObject
         Screens out;
         screenInfo()->getScreens(m_device, out, false, false);
         return out.isEmpty() ? Map() : out.first();
+    }
+
+    // Tags that the cache holds as well.
+    Map cachedTags()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"tag":1})"));
+        Map tags;
+        screenInfo()->getHWInfoScreenTag(m_device, tags);
+        return tags;
     }
 
     void speakNewerProtocol()
@@ -333,6 +343,59 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 2);
     }
 
+    // Nothing hands the cached tags out. Whether the cache holds a map shows in that it shares the caller's.
+
+    void theTagsReadAreCachedUntilTheLogout()
+    {
+        const Map tags = cachedTags();
+        QVERIFY(!tags.isDetached());
+        DeviceSide::logOut("other wall");
+        QVERIFY(!tags.isDetached());
+        DeviceSide::logOut(m_device);
+        QVERIFY(tags.isDetached());
+    }
+
+    void aFailedReadOfTheTagsReplacesThem()
+    {
+        const Map tags = cachedTags();
+        m_engine->answer(RecordingEngine::failure());
+        Map reply;
+        QVERIFY(!screenInfo()->getHWInfoScreenTag(m_device, reply));
+        QVERIFY(tags.isDetached());
+    }
+
+    void aTagsChangeReplacesTheTagsOnSuccess_data()
+    {
+        QTest::addColumn<QByteArray>("event");
+        QTest::addColumn<bool>("success");
+        QTest::addColumn<bool>("replaced");
+        QTest::newRow("tags") << tagsChanged << true << true;
+        QTest::newRow("tags, failed") << tagsChanged << false << false;
+        QTest::newRow("screens") << screensChanged << true << false;
+    }
+    void aTagsChangeReplacesTheTagsOnSuccess()
+    {
+        QFETCH(QByteArray, event);
+        QFETCH(bool, success);
+        QFETCH(bool, replaced);
+        const Map tags = cachedTags();
+        m_engine->answer(success ? RecordingEngine::data(R"({"tag":2})") : RecordingEngine::failure());
+        DeviceSide::push(m_device, event);
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(tags.isDetached(), replaced);
+    }
+
+    void writtenTagsAreNotCached()
+    {
+        const Map tags = cachedTags();
+        Map reply;
+        QVERIFY(screenInfo()->putHWInfoScreenTag(m_device, {{"tag", 2}}, reply));
+        QTRY_COMPARE(m_engine->held(), 0);
+        QCoreApplication::processEvents();
+        QVERIFY(!tags.isDetached());
+    }
+
     void postScreensLeavesTheCacheAlone()
     {
         m_engine->answer(RecordingEngine::data(R"({"a":1})"));
@@ -353,7 +416,9 @@ private Q_SLOTS:
         QVERIFY(screenInfo()->getScreens(m_device, false));
         m_engine->answer(RecordingEngine::data(R"({"name":"new"})"));
         QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
+        const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, screensChanged);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(changed.size(), 0);
         QTRY_COMPARE(changed.size(), 1);
         QCOMPARE(changed.first(), (QList<QVariant>{m_device}));
@@ -383,7 +448,9 @@ private Q_SLOTS:
         QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
         QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
         m_engine->answer(RecordingEngine::data(R"({"tag":1})"));
+        const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, tagsChanged);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QTRY_COMPARE(tags.size(), 1);
         QCOMPARE(tags.first(), (QList<QVariant>{m_device}));
         QCOMPARE(screens.size(), 0);

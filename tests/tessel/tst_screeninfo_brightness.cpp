@@ -178,12 +178,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<OperationRow>("row");
         const OperationRow rows[] = {
-            {"ScreenInfo::setBrightness", "ScreenBrightness", HttpMethod::Put, Decoder::None,
-             [](Outputs&) {
-                 Map params{{"type", 1}};
-                 return screenInfo()->setBrightness(sampleDevice, screen, params, 300);
-             },
-             R"({"brightness":300,"type":1})", id},
+            startCounting({"ScreenInfo::setBrightness", "ScreenBrightness", HttpMethod::Put, Decoder::None,
+                           [](Outputs&) {
+                               Map params{{"type", 1}};
+                               return screenInfo()->setBrightness(sampleDevice, screen, params, 300);
+                           },
+                           R"({"brightness":300,"type":1})", id}),
             {"ScreenInfo::setBrightnessMode", "ScreenBrightnessMode", HttpMethod::Put, Decoder::Map,
              [](Outputs& out) {
                  return screenInfo()->setBrightnessMode(sampleDevice, screen, {{"mode", 2}}, out.map);
