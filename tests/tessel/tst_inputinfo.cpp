@@ -406,7 +406,9 @@ private Q_SLOTS:
                                          request.placeHolders.value("id").toUtf8() + R"("}})");
         });
         List result{"earlier"};
+        const int limitsBefore = timeLimitsGiven();
         QVERIFY(inputs()->getEDIDs(m_device, {"1", "2"}, result));
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         QCOMPARE(result,
                  (List{"earlier", Map{{"id", "1"}, {"edid.of", "1"}}, Map{{"id", "2"}, {"edid.of", "2"}}}));
         for (const RecordingEngine::Request& sent : m_engine->requests()) {
