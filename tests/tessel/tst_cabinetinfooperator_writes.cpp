@@ -2,11 +2,15 @@
 #include "cabinetrows.h"
 
 #include <recordingengine.h>
+#include <refusingengine.h>
+
+#include <communicator/httpproxy.h>
 
 #include <QSignalSpy>
 #include <QtTest>
 
 using namespace CabinetRows;
+using Krelm::Communicator::HttpDevice::HttpProxy;
 
 using Exchange = Operation<const QString&, Map&>;
 using ExchangeAll = Operation<Map&>;
@@ -103,6 +107,17 @@ private Q_SLOTS:
         QVERIFY(cabinets()->setCabSingleBrightness(sampleDevice, cabinet, body, out));
         QVERIFY(cabinets()->setCabMultBrightness(sampleDevice, body, out));
         QCOMPARE(m_engine->held(), 2);
+    }
+
+    void brightnessThatIsNotStartedIsReportedAsSet()
+    {
+        HttpProxy::getInstance()->setEngine(std::make_unique<RefusingEngine>());
+        Map body = settings;
+        Map out{{"kept", 1}};
+        QVERIFY(cabinets()->setCabSingleBrightness(sampleDevice, cabinet, body, out));
+        QVERIFY(cabinets()->setCabMultBrightness(sampleDevice, body, out));
+        QCoreApplication::processEvents();
+        QCOMPARE(out, (Map{{"kept", 1}}));
     }
 
     void setCabinetRGBBrightnessReturnsTheReplyInItsBody()
