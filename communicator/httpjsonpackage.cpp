@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/httpjsonpackage_p.h"
 
+#include "communicator/headername.h"
 #include "communicator/jsonreader.h"
 #include "communicator/jsonwriter.h"
 #include "communicator/pendingreply.h"
@@ -124,28 +125,24 @@ QMap<QString, QString> HttpJsonPackage::placeHolders() const
 
 void HttpJsonPackage::setResponseHeader(const QMap<QString, QString>& headers)
 {
-    bool lower = true;
-    for (auto it = headers.cbegin(); it != headers.cend() && lower; ++it) {
-        lower = it.key().isLower();
-    }
-    if (lower) {
-        d->responseHeaders = headers;
-        return;
-    }
-    d->responseHeaders.clear();
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
-        addResponseHeader(it.key(), it.value());
-    }
+    d->responseHeaders = headers;
 }
 
 void HttpJsonPackage::addResponseHeader(const QString& name, const QString& value)
 {
-    d->responseHeaders.insert(name.toLower(), value);
+    QMap<QString, QString>& headers = d->responseHeaders;
+    for (auto same = findHeader(headers, name); same != headers.cend(); same = findHeader(headers, name)) {
+        headers.remove(QString(same.key()));
+    }
+    headers.insert(name, value);
 }
 
 QString HttpJsonPackage::responseHeader(const QString& key) const
 {
-    return d->responseHeaders.value(key.toLower());
+    const QMap<QString, QString>& headers = d->responseHeaders;
+    const auto exact = headers.constFind(key);
+    const auto found = exact != headers.cend() ? exact : findHeader(headers, key);
+    return found != headers.cend() ? *found : QString();
 }
 
 QMap<QString, QString> HttpJsonPackage::responseHeader() const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/replyreader.h"
 
+#include "communicator/headername.h"
 #include "communicator/jsonreader.h"
 
 #include <algorithm>
@@ -141,10 +142,15 @@ void ReplyReader::field(std::string_view line)
     } else if (isNamed(name, "transfer-encoding")) {
         m_chunked = value.size() >= 7 && isNamed(value.substr(value.size() - 7), "chunked");
     }
-    QString& entry = m_headers[QString::fromLatin1(name.data(), static_cast<int>(name.size())).toLower()];
+    const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
-    // Lines of one name are one list (RFC 9110, 5.3).
-    entry = entry.isNull() ? text : entry + QLatin1String(", ") + text;
+    // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
+    const auto earlier = findHeader(m_headers, spelled);
+    if (earlier == m_headers.cend()) {
+        m_headers.insert(spelled, text);
+    } else {
+        m_headers.insert(earlier.key(), *earlier + QLatin1String(", ") + text);
+    }
 }
 
 bool ReplyReader::takeFinalStatus()
