@@ -2,10 +2,11 @@
 #include "communicator/httpjsonpackage_p.h"
 
 #include "communicator/headername.h"
-#include "communicator/jsonreader.h"
 #include "communicator/jsonwriter.h"
 #include "communicator/pendingreply.h"
 #include "communicator/transferlimits.h"
+
+#include <json/jsonreader.h>
 
 #include <atomic>
 
@@ -234,17 +235,17 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return d->state == Success ? Json::dataFlattened(d->received) : QMap<QString, QVariant>();
+    return d->state == Success ? JsonText::dataFlattened(d->received) : QMap<QString, QVariant>();
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return d->state == Success ? Json::dataListFlattened(d->received) : QList<QVariant>();
+    return d->state == Success ? JsonText::dataListFlattened(d->received) : QList<QVariant>();
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return d->state == Success ? Json::dataList(d->received) : QList<QVariant>();
+    return d->state == Success ? JsonText::dataList(d->received) : QList<QVariant>();
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/jsonutil.h>
 
-#include <communicator/jsonreader.h>
-
-namespace Json = Krelm::Communicator::Json;
+#include <json/jsonreader.h>
 
 bool JsonUtil::fromJsonToKeyPathMap(const QString& text, QMap<QString, QVariant>& out)
 {
-    return Json::readFlattened(text.toUtf8(), out);
+    return JsonText::readFlattened(text.toUtf8(), out);
 }
 
 bool JsonUtil::fromJsonToMapWithoutData(const QString& text, QMap<QString, QVariant>& out)
 {
-    return Json::readObject(text.toUtf8(), out);
+    return JsonText::readObject(text.toUtf8(), out);
 }

@@ -2,7 +2,8 @@
 #include "communicator/replyreader.h"
 
 #include "communicator/headername.h"
-#include "communicator/jsonreader.h"
+
+#include <json/jsonreader.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -198,7 +199,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
     // whether it was.
     const bool closeDelimited = m_length < 0 && !m_chunked && m_status != 204;
-    if (closeDelimited && (m_file || !Json::isComplete(m_body))) {
+    if (closeDelimited && (m_file || !JsonText::isComplete(m_body))) {
         return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
     }
     if (m_file && !m_file->commit()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonreader.h>
 #include <communicator/jsonwriter.h>
+#include <json/jsonreader.h>
 
 #include <QCborArray>
 #include <QCborMap>
@@ -180,7 +180,7 @@ private Q_SLOTS:
             if (!qIsFinite(value))
                 continue;
             const QByteArray text = Json::write(value);
-            QVERIFY2(Json::isComplete(text), text.constData());
+            QVERIFY2(JsonText::isComplete(text), text.constData());
             QVERIFY2(text.toDouble() == value, text.constData());
             QVERIFY2(text.size() <= documentText(value).size(), text.constData());
         }
@@ -194,7 +194,7 @@ private Q_SLOTS:
                                 {"map", QVariantMap{{"", QVariantMap()}}},
                                 {"large", 18446744073709551615ULL}};
         QVariantMap read;
-        QVERIFY(Json::readObject(Json::write(value), read));
+        QVERIFY(JsonText::readObject(Json::write(value), read));
         QCOMPARE(read, value);
     }
 
