@@ -3,7 +3,9 @@
 
 #include "communicator/headername.h"
 #include "communicator/jsonwriter.h"
+#include "communicator/logging.h"
 #include "communicator/pendingreply.h"
+#include "communicator/requesturl.h"
 #include "communicator/transferlimits.h"
 
 #include <json/jsonreader.h>
@@ -18,6 +20,12 @@ quint64 nextNumber()
 {
     static std::atomic<quint64> last{0};
     return ++last;
+}
+
+// A package without a reply has nothing to read, nor has "204 No Content".
+bool mayHoldBody(int status, const QByteArray& body)
+{
+    return !body.isEmpty() || (status != 0 && status != 204);
 }
 
 } // namespace
@@ -48,6 +56,24 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
 bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
 {
     return package->d->bodyIsJson && package->d->body.isEmpty();
+}
+
+template <class Data>
+Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
+                                      Data (*read)(const QByteArray& reply, bool* isObject))
+{
+    Private& p = *package->d;
+    if (p.state != Success) {
+        return {};
+    }
+    bool isObject = false;
+    Data data = read(p.received, &isObject);
+    if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
+        p.unreadableLogged = true;
+        qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
+                  requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
+    }
+    return data;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
@@ -82,6 +108,7 @@ QByteArray HttpJsonPackage::getReceiveData() const
 void HttpJsonPackage::setReceiveData(const QByteArray& data)
 {
     d->received = data;
+    d->unreadableLogged = false;
 }
 
 QString HttpJsonPackage::getIdentity() const
@@ -235,17 +262,17 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return d->state == Success ? JsonText::dataFlattened(d->received) : QMap<QString, QVariant>();
+    return Private::decode(this, &JsonText::dataFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return d->state == Success ? JsonText::dataListFlattened(d->received) : QList<QVariant>();
+    return Private::decode(this, &JsonText::dataListFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return d->state == Success ? JsonText::dataList(d->received) : QList<QVariant>();
+    return Private::decode(this, &JsonText::dataList);
 }
 
 } // namespace Krelm::Communicator::HttpDevice
