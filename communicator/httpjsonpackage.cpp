@@ -2,7 +2,6 @@
 #include "communicator/httpjsonpackage_p.h"
 
 #include "communicator/headername.h"
-#include "communicator/jsonwriter.h"
 #include "communicator/logging.h"
 #include "communicator/pendingreply.h"
 #include "communicator/requesturl.h"
@@ -56,6 +55,11 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
 bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
 {
     return package->d->bodyIsJson && package->d->body.isEmpty();
+}
+
+QString HttpJsonPackage::Private::faultOfBody(const HttpJsonPackage* package)
+{
+    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyFault));
 }
 
 template <class Data>
@@ -225,7 +229,7 @@ void HttpJsonPackage::setParameters(const QMap<QString, QString>& parameters)
 
 void HttpJsonPackage::setRequestWithJsonObj(const QVariant& body)
 {
-    d->body = Json::write(body);
+    d->body = Json::write(body, &d->bodyFault);
     d->bodyIsJson = true;
 }
 

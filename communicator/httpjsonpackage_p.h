@@ -3,6 +3,7 @@
 #define COMMUNICATOR_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
+#include "communicator/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 
@@ -19,6 +20,8 @@ public:
     static HttpRequest request(const HttpJsonPackage* package);
     /// Whether the package was given a JSON body that could not be written.
     static bool lacksBody(const HttpJsonPackage* package);
+    /// Why not.
+    static QString faultOfBody(const HttpJsonPackage* package);
     /// What @p read takes of the reply's `data`; nothing after a failure. A reply that is no JSON object gets
     /// one line in the log, however often it is read.
     template <class Data>
@@ -37,6 +40,7 @@ public:
     QMap<QString, QString> requestHeaders;
     QByteArray body;
     bool bodyIsJson = false;
+    Json::Unwritable bodyFault = {}; // why the JSON body is empty
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;
