@@ -6,8 +6,8 @@
 #include "cabinetlist.h"
 #include "peakmemory.h"
 
-#include <communicator/jsonreader.h>
 #include <communicator/jsonwriter.h>
+#include <json/jsonreader.h>
 
 #include <QElapsedTimer>
 #include <QJsonDocument>
@@ -76,25 +76,25 @@ int main(int argc, char** argv)
     const QByteArray list = cabinetListReply(10000);
     std::printf("list: %.2f MB\n", double(list.size()) / 1e6);
     comparePeak(
-        "decode list, peak", [&] { documentList(list); }, [&] { Json::dataListFlattened(list); });
-    const QVariant value = QVariant(Json::dataList(list));
+        "decode list, peak", [&] { documentList(list); }, [&] { JsonText::dataListFlattened(list); });
+    const QVariant value = QVariant(JsonText::dataList(list));
     comparePeak(
         "encode list, peak", [&] { documentText(value); }, [&] { Json::write(value); });
     if (argc > 1)
         return 0;
 
-    if (documentList(list) != Json::dataListFlattened(list)) {
+    if (documentList(list) != JsonText::dataListFlattened(list)) {
         std::puts("the results differ");
         return 1;
     }
     const QByteArray object = Json::write(envelope(flattened({{"a", cabinet(1)}, {"b", cabinet(2)}})));
     compare(
-        "decode list", [&] { documentList(list); }, [&] { Json::dataListFlattened(list); }, 1);
+        "decode list", [&] { documentList(list); }, [&] { JsonText::dataListFlattened(list); }, 1);
     std::printf("object: %d bytes\n", object.size());
     compare(
-        "decode object", [&] { documentObject(object); }, [&] { Json::dataFlattened(object); }, 300);
+        "decode object", [&] { documentObject(object); }, [&] { JsonText::dataFlattened(object); }, 300);
     compare(
-        "check list", [&] { documentList(list); }, [&] { Json::isComplete(list); }, 1);
+        "check list", [&] { documentList(list); }, [&] { JsonText::isComplete(list); }, 1);
     compare(
         "encode list", [&] { documentText(value); }, [&] { Json::write(value); }, 1);
     const QVariant small = cabinet(1);

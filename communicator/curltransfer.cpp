@@ -3,6 +3,7 @@
 
 #include "communicator/curlstate.h"
 #include "communicator/requesturl.h"
+#include "communicator/transferlimits.h"
 
 #include <QFile>
 
@@ -109,6 +110,9 @@ QString faultOfRequest(const HttpRequest& request)
         }
     }
     for (auto it = request.headers.cbegin(); it != request.headers.cend(); ++it) {
+        if (it.key().size() > MaximumHeaderLength || it.value().size() > MaximumHeaderLength) {
+            return QStringLiteral("a header's name or value is too long");
+        }
         if (!isToken(it.key()) || isFraming(it.key()) || hasControl(it.value())) {
             return QStringLiteral("a header's name or value cannot be sent");
         }
@@ -184,6 +188,10 @@ IHttpVersionTrigger::HttpSimpleState CurlTransfer::prepare(const HttpRequest& re
         return bodyState;
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
+    if (m_target.isEmpty()) {
+        m_fault = QStringLiteral("the path and the query are too long together");
+        return IHttpVersionTrigger::InvalidRequest;
+    }
     const QByteArray url = m_device->baseUrl + m_target;
     if (url != m_url) {
         curl_easy_setopt(m_easy, CURLOPT_URL, url.constData());

@@ -37,9 +37,11 @@ struct COMMUNICATOR_EXPORT HttpRequest
 struct COMMUNICATOR_EXPORT HttpReply
 {
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< zero is success
-    int status = 0;                 ///< HTTP status, 0 when none came
-    QByteArray body;                ///< empty after a failed exchange without a reply
-    QMap<QString, QString> headers; ///< names in lower case
+    int status = 0;  ///< HTTP status, 0 when none came
+    QByteArray body; ///< empty after a failed exchange without a reply
+    /// Names as the device spelled them. The built-in transport makes one entry of all lines of one name: the
+    /// values, joined by ", ", under the spelling that came first.
+    QMap<QString, QString> headers;
 };
 
 /// The network behind HttpProxy. An engine knows nothing of packages, and may be replaced by one that records

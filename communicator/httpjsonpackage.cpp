@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/httpjsonpackage_p.h"
 
-#include "communicator/jsonreader.h"
-#include "communicator/jsonwriter.h"
+#include "communicator/headername.h"
+#include "communicator/logging.h"
 #include "communicator/pendingreply.h"
+#include "communicator/requesturl.h"
 #include "communicator/transferlimits.h"
+
+#include <json/jsonreader.h>
 
 #include <atomic>
 
@@ -16,6 +19,12 @@ quint64 nextNumber()
 {
     static std::atomic<quint64> last{0};
     return ++last;
+}
+
+// A package without a reply has nothing to read, nor has "204 No Content".
+bool mayHoldBody(int status, const QByteArray& body)
+{
+    return !body.isEmpty() || (status != 0 && status != 204);
 }
 
 } // namespace
@@ -46,6 +55,29 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
 bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
 {
     return package->d->bodyIsJson && package->d->body.isEmpty();
+}
+
+QString HttpJsonPackage::Private::faultOfBody(const HttpJsonPackage* package)
+{
+    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyFault));
+}
+
+template <class Data>
+Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
+                                      Data (*read)(const QByteArray& reply, bool* isObject))
+{
+    Private& p = *package->d;
+    if (p.state != Success) {
+        return {};
+    }
+    bool isObject = false;
+    Data data = read(p.received, &isObject);
+    if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
+        p.unreadableLogged = true;
+        qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
+                  requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
+    }
+    return data;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
@@ -80,6 +112,7 @@ QByteArray HttpJsonPackage::getReceiveData() const
 void HttpJsonPackage::setReceiveData(const QByteArray& data)
 {
     d->received = data;
+    d->unreadableLogged = false;
 }
 
 QString HttpJsonPackage::getIdentity() const
@@ -124,28 +157,24 @@ QMap<QString, QString> HttpJsonPackage::placeHolders() const
 
 void HttpJsonPackage::setResponseHeader(const QMap<QString, QString>& headers)
 {
-    bool lower = true;
-    for (auto it = headers.cbegin(); it != headers.cend() && lower; ++it) {
-        lower = it.key().isLower();
-    }
-    if (lower) {
-        d->responseHeaders = headers;
-        return;
-    }
-    d->responseHeaders.clear();
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
-        addResponseHeader(it.key(), it.value());
-    }
+    d->responseHeaders = headers;
 }
 
 void HttpJsonPackage::addResponseHeader(const QString& name, const QString& value)
 {
-    d->responseHeaders.insert(name.toLower(), value);
+    QMap<QString, QString>& headers = d->responseHeaders;
+    for (auto same = findHeader(headers, name); same != headers.cend(); same = findHeader(headers, name)) {
+        headers.remove(QString(same.key()));
+    }
+    headers.insert(name, value);
 }
 
 QString HttpJsonPackage::responseHeader(const QString& key) const
 {
-    return d->responseHeaders.value(key.toLower());
+    const QMap<QString, QString>& headers = d->responseHeaders;
+    const auto exact = headers.constFind(key);
+    const auto found = exact != headers.cend() ? exact : findHeader(headers, key);
+    return found != headers.cend() ? *found : QString();
 }
 
 QMap<QString, QString> HttpJsonPackage::responseHeader() const
@@ -200,7 +229,7 @@ void HttpJsonPackage::setParameters(const QMap<QString, QString>& parameters)
 
 void HttpJsonPackage::setRequestWithJsonObj(const QVariant& body)
 {
-    d->body = Json::write(body);
+    d->body = Json::write(body, &d->bodyFault);
     d->bodyIsJson = true;
 }
 
@@ -237,17 +266,17 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return d->state == Success ? Json::dataFlattened(d->received) : QMap<QString, QVariant>();
+    return Private::decode(this, &JsonText::dataFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return d->state == Success ? Json::dataListFlattened(d->received) : QList<QVariant>();
+    return Private::decode(this, &JsonText::dataListFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return d->state == Success ? Json::dataList(d->received) : QList<QVariant>();
+    return Private::decode(this, &JsonText::dataList);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

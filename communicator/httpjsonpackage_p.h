@@ -3,6 +3,7 @@
 #define COMMUNICATOR_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
+#include "communicator/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 
@@ -19,6 +20,12 @@ public:
     static HttpRequest request(const HttpJsonPackage* package);
     /// Whether the package was given a JSON body that could not be written.
     static bool lacksBody(const HttpJsonPackage* package);
+    /// Why not.
+    static QString faultOfBody(const HttpJsonPackage* package);
+    /// What @p read takes of the reply's `data`; nothing after a failure. A reply that is no JSON object gets
+    /// one line in the log, however often it is read.
+    template <class Data>
+    static Data decode(const HttpJsonPackage* package, Data (*read)(const QByteArray& reply, bool* isObject));
     /// The package's next reply: what was pending before is dropped.
     static std::shared_ptr<PendingReply> newPending(HttpJsonPackage* package);
 
@@ -33,12 +40,14 @@ public:
     QMap<QString, QString> requestHeaders;
     QByteArray body;
     bool bodyIsJson = false;
+    Json::Unwritable bodyFault = {}; // why the JSON body is empty
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;
 
     HttpSimpleState state = Success;
     QByteArray received;
+    bool unreadableLogged = false; // that `received` is no JSON object
     QMap<QString, QString> responseHeaders;
 
     std::shared_ptr<PendingReply> pending;

@@ -21,15 +21,6 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-namespace {
-
-QString unwritableBody()
-{
-    return QStringLiteral("the body cannot be written as JSON");
-}
-
-} // namespace
-
 class HttpProxy::Private
 {
 public:
@@ -237,7 +228,8 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     }
     countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
-        putReply(package, refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(), now));
+        putReply(package, refuse(request, IHttpVersionTrigger::InvalidRequest,
+                                 HttpJsonPackage::Private::faultOfBody(package), now));
     } else if (download && request.downloadPath.isEmpty()) {
         const QString reason = QStringLiteral("the download has no destination");
         putReply(package, refuse(request, IHttpVersionTrigger::FileFailure, reason, now));
@@ -257,7 +249,8 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
     countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
-        promise->settle(refuse(request, IHttpVersionTrigger::InvalidRequest, unwritableBody(),
+        promise->settle(refuse(request, IHttpVersionTrigger::InvalidRequest,
+                               HttpJsonPackage::Private::faultOfBody(package),
                                std::chrono::steady_clock::now()));
         return false;
     }

@@ -1,16 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/jsonutil.h>
 
-#include <communicator/jsonreader.h>
+#include "communicator/transferlimits.h"
 
-namespace Json = Krelm::Communicator::Json;
+#include <json/jsonreader.h>
+
+namespace {
+
+// A text that is too long to be converted is none.
+QByteArray utf8(const QString& text)
+{
+    return text.size() <= Krelm::Communicator::HttpDevice::MaximumConvertibleText ? text.toUtf8()
+                                                                                  : QByteArray();
+}
+
+} // namespace
 
 bool JsonUtil::fromJsonToKeyPathMap(const QString& text, QMap<QString, QVariant>& out)
 {
-    return Json::readFlattened(text.toUtf8(), out);
+    return JsonText::readFlattened(utf8(text), out);
 }
 
 bool JsonUtil::fromJsonToMapWithoutData(const QString& text, QMap<QString, QVariant>& out)
 {
-    return Json::readObject(text.toUtf8(), out);
+    return JsonText::readObject(utf8(text), out);
 }

@@ -18,6 +18,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace Krelm::Communicator::Json {
 
@@ -31,29 +32,50 @@ constexpr int NumberLength = 32;
 // integer.
 constexpr double IntegralLimit = 18446744073709551616.0;
 constexpr double ExactLimit = 9007199254740992.0;
+// Strings are written in chunks of so many UTF-16 units, whose longest form is an escape of six bytes.
+constexpr int Chunk = 1024;
+constexpr int LongestUnit = 6;
+// No more room than this is asked for at once. Buffers reach so far beyond the limit.
+constexpr int Headroom = LongestUnit * (Chunk + 1);
+static_assert(MaximumSize + Headroom < std::numeric_limits<int>::max() - 1024);
+
+// Thrown where the text grows beyond its limit: all that stands above has nothing left to do.
+struct TextTooLong
+{};
 
 class Writer
 {
 public:
-    Writer() { m_out.resize(InitialCapacity); }
+    explicit Writer(int limit)
+        : m_limit(limit)
+    {
+        m_out.resize(InitialCapacity);
+    }
 
     bool value(const QVariant& value, int depth = 0);
 
     QByteArray take()
     {
+        checkSize();
         m_out.resize(m_size);
-        if (m_out.capacity() > m_size + m_size / 8)
+        if (m_out.capacity() - m_size > m_size / 8)
             m_out.squeeze();
         return std::move(m_out);
     }
 
 private:
-    // Room for @p length more bytes.
+    // Room for @p length more bytes, at most Headroom.
     char* room(int length)
     {
         if (m_out.size() - m_size < length)
-            m_out.resize(std::max(m_size + length, m_out.size() + m_out.size() / 2));
+            grow(length);
         return m_out.data() + m_size;
+    }
+    void grow(int length);
+    void checkSize() const
+    {
+        if (m_size > m_limit)
+            throw TextTooLong();
     }
     void put(char c)
     {
@@ -80,9 +102,17 @@ private:
     bool hash(const QVariantHash& hash, int depth);
     bool member(bool first, const QString& key, const QVariant& value, int depth);
 
+    const int m_limit;
     QByteArray m_out;
     int m_size = 0;
 };
+
+void Writer::grow(int length)
+{
+    checkSize();
+    const qint64 half = qint64(m_out.size()) + m_out.size() / 2;
+    m_out.resize(std::max(m_size + length, int(std::min<qint64>(half, m_limit + Headroom))));
+}
 
 void Writer::number(double value)
 {
@@ -142,16 +172,12 @@ char* putAscii(char* at, char c)
 
 void Writer::string(const QString& text)
 {
-    // The longest form of a UTF-16 unit is its escape of six bytes.
-    constexpr int Longest = 6;
-    constexpr int Chunk = 1024;
-
     put('"');
     const ushort* unit = text.utf16();
     const ushort* const end = unit + text.size();
     while (unit != end) {
         const ushort* const stop = unit + std::min<qptrdiff>(Chunk, end - unit);
-        char* const start = room(Longest * int(stop - unit + 1));
+        char* const start = room(LongestUnit * int(stop - unit + 1));
         char* at = start;
         while (unit < stop) {
             const ushort u = *unit++;
@@ -306,6 +332,11 @@ bool Writer::value(const QVariant& value, int depth)
         return list(held<QCborArray>(value).toJsonArray().toVariantList(), depth + 1);
     case QMetaType::QCborMap:
         return map(held<QCborMap>(value).toJsonObject().toVariantMap(), depth + 1);
+    case QMetaType::QByteArray:
+        // Its text would not fit into a QString.
+        if (held<QByteArray>(value).size() > MaximumSize / 2)
+            throw TextTooLong();
+        Q_FALLTHROUGH();
     default: {
         // Dates, byte arrays and the like have a text form; what has none, and an empty one, is null.
         const QString text = value.toString();
@@ -320,10 +351,25 @@ bool Writer::value(const QVariant& value, int depth)
 
 } // namespace
 
-QByteArray write(const QVariant& value)
+const char* textOf(Unwritable why)
 {
-    Writer writer;
-    return writer.value(value) ? writer.take() : QByteArray();
+    return why == Unwritable::TooDeep ? "nests too deep to be written as JSON"
+                                      : "is longer than the 2 GiB that can be sent as JSON";
+}
+
+QByteArray write(const QVariant& value, Unwritable* why, int limit)
+{
+    Unwritable reason = Unwritable::TooDeep;
+    try {
+        Writer writer(limit);
+        if (writer.value(value))
+            return writer.take();
+    } catch (const TextTooLong&) {
+        reason = Unwritable::TooLong;
+    }
+    if (why != nullptr)
+        *why = reason;
+    return {};
 }
 
 } // namespace Krelm::Communicator::Json

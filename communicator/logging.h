@@ -7,7 +7,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// `tessel.http`: one warning per failed exchange, one information line per finished one.
+/// `tessel.http`: one warning per failed exchange, one information line per finished one, one warning per
+/// reply that was to be decoded and is no JSON object.
 Q_DECLARE_LOGGING_CATEGORY(httpLog)
 /// `tessel.events`: what the push channels do.
 Q_DECLARE_LOGGING_CATEGORY(eventLog)

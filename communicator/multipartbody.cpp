@@ -2,6 +2,7 @@
 #include "communicator/multipartbody.h"
 
 #include "communicator/jsonwriter.h"
+#include "communicator/transferlimits.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -23,7 +24,7 @@ MultipartBody::MultipartBody(CURL* easy, const QMap<QString, QVariant>& parts)
             addBytes(part, it->toByteArray(), "application/octet-stream");
             break;
         case QMetaType::QString:
-            addBytes(part, it->toString().toUtf8(), "text/plain");
+            addText(part, it->toString());
             break;
         case QMetaType::QUrl:
             addFile(part, *it);
@@ -48,11 +49,22 @@ void MultipartBody::addBytes(curl_mimepart* part, const QByteArray& bytes, const
     curl_mime_type(part, type);
 }
 
+void MultipartBody::addText(curl_mimepart* part, const QString& text)
+{
+    if (text.size() > MaximumConvertibleText) {
+        m_fault = QStringLiteral("the text of a part is too long to be sent");
+        m_state = IHttpVersionTrigger::InvalidRequest;
+        return;
+    }
+    addBytes(part, text.toUtf8(), "text/plain");
+}
+
 void MultipartBody::addJson(curl_mimepart* part, const QVariant& value)
 {
-    const QByteArray text = Json::write(value);
+    Json::Unwritable why{};
+    const QByteArray text = Json::write(value, &why);
     if (text.isEmpty()) {
-        m_fault = QStringLiteral("a part nests too deep to be written as JSON");
+        m_fault = QStringLiteral("a part ") + QLatin1String(Json::textOf(why));
         m_state = IHttpVersionTrigger::InvalidRequest;
     }
     addBytes(part, text, "application/json");

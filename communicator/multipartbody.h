@@ -40,6 +40,7 @@ private:
     static int seek(void* source, curl_off_t offset, int origin);
 
     void addBytes(curl_mimepart* part, const QByteArray& bytes, const char* type);
+    void addText(curl_mimepart* part, const QString& text);
     void addJson(curl_mimepart* part, const QVariant& value);
     void addFile(curl_mimepart* part, const QVariant& url);
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/replyreader.h"
 
-#include "communicator/jsonreader.h"
+#include "communicator/headername.h"
+
+#include <json/jsonreader.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -141,10 +143,15 @@ void ReplyReader::field(std::string_view line)
     } else if (isNamed(name, "transfer-encoding")) {
         m_chunked = value.size() >= 7 && isNamed(value.substr(value.size() - 7), "chunked");
     }
-    QString& entry = m_headers[QString::fromLatin1(name.data(), static_cast<int>(name.size())).toLower()];
+    const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
-    // Lines of one name are one list (RFC 9110, 5.3).
-    entry = entry.isNull() ? text : entry + QLatin1String(", ") + text;
+    // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
+    const auto earlier = findHeader(m_headers, spelled);
+    if (earlier == m_headers.cend()) {
+        m_headers.insert(spelled, text);
+    } else {
+        m_headers.insert(earlier.key(), *earlier + QLatin1String(", ") + text);
+    }
 }
 
 bool ReplyReader::takeFinalStatus()
@@ -192,7 +199,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
     // whether it was.
     const bool closeDelimited = m_length < 0 && !m_chunked && m_status != 204;
-    if (closeDelimited && (m_file || !Json::isComplete(m_body))) {
+    if (closeDelimited && (m_file || !JsonText::isComplete(m_body))) {
         return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
     }
     if (m_file && !m_file->commit()) {

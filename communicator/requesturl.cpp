@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/requesturl.h"
 
+#include "communicator/transferlimits.h"
+
 #include <array>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -76,6 +78,11 @@ void appendLiteral(QByteArray& out, const QString& text)
 QByteArray requestTarget(const QString& path, const QMap<QString, QString>& placeHolders,
                          const QMap<QString, QString>& parameters)
 {
+    // Encoding makes a text longer, never shorter: what fits does not overflow on the way.
+    const auto fits = [](const QString& text) { return text.size() <= MaximumTargetLength; };
+    if (!fits(path)) {
+        return {};
+    }
     QByteArray target;
     target.reserve(path.size() + 64);
     if (!path.startsWith(QLatin1Char('/'))) {
@@ -93,22 +100,31 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
             appendLiteral(target, path.mid(done, open + 1 - done));
             done = open + 1;
         } else {
+            if (!fits(*value)) {
+                return {};
+            }
             appendLiteral(target, path.mid(done, open - done));
             appendComponent(target, *value);
             done = close + 1;
+        }
+        if (target.size() > MaximumTargetLength) {
+            return {};
         }
     }
     appendLiteral(target, path.mid(done));
 
     char separator = target.contains('?') ? '&' : '?';
     for (auto it = parameters.cbegin(); it != parameters.cend(); ++it) {
+        if (!fits(it.key()) || !fits(it.value()) || target.size() > MaximumTargetLength) {
+            return {};
+        }
         target += separator;
         appendComponent(target, it.key());
         target += '=';
         appendComponent(target, it.value());
         separator = '&';
     }
-    return target;
+    return target.size() <= MaximumTargetLength ? target : QByteArray();
 }
 
 } // namespace Krelm::Communicator::HttpDevice

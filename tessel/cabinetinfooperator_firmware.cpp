@@ -53,7 +53,7 @@ bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<
 {
     return Request("Device_ClearModuleCoefficient")
         .body(body)
-        .expectedTime(waitTime + 30000)
+        .expectedTime(qint64(waitTime) + 30000)
         .put(deviceKey, out);
 }
 
@@ -63,7 +63,7 @@ bool CabinetInfoOperator::reloadModuleCoefficient(const QString& deviceKey, QMap
 {
     return Request("Device_ShowModuleCoefficient")
         .body(body)
-        .expectedTime(waitTime + 30000)
+        .expectedTime(qint64(waitTime) + 30000)
         .put(deviceKey, out);
 }
 
@@ -73,6 +73,6 @@ bool CabinetInfoOperator::saveModuleCoefficient(const QString& deviceKey, QMap<Q
     qDebug() << "waittime :" << QString::number(waitTime);
     return Request("Device_SaveModuleCoefficient")
         .body(body)
-        .expectedTime(waitTime + 300000)
+        .expectedTime(qint64(waitTime) + 300000)
         .put(deviceKey, out);
 }

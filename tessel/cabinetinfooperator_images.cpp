@@ -125,7 +125,7 @@ bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
 {
     const int cabinets = parts.value(QStringLiteral("id")).toList().size();
     return MultipartRequest("Device_Multi_Prestoreimage", parts)
-        .expectedTime(cabinets * 3000)
+        .expectedTime(cabinets * qint64(3000))
         .put(deviceKey, out);
 }
 

@@ -4,6 +4,7 @@
 #ifndef TESSEL_PROMISEREQUEST_H
 #define TESSEL_PROMISEREQUEST_H
 
+#include <tessel/records/rawresponse.h>
 #include <tessel/records/variantmapresponse.h>
 #include <tessel/request.h>
 
@@ -15,15 +16,24 @@
 
 namespace Tessel {
 
-/// Reads a reply into one of the envelope records; a code that the reply lacks reads as zero. @return `false`
-/// when the body is no JSON object.
+/// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is no
+/// whole number in the range of an `int` as -1. @return `false` when the body is no JSON object.
 template <class Response>
 bool readResponse(const HttpJsonPackage& package, Response& response)
 {
-    response.code = 0;
+    RawResponse raw;
     Zeph::Serialize::JsonSerializer serializer;
     serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
-    return serializer.load(package.getReceiveData(), &response, QString());
+    response.code = 0;
+    if (!serializer.load(package.getReceiveData(), &raw, QString())) {
+        // The package's decoders tell the log of such a reply, with device and path; the serializer cannot.
+        package.getRoutesJsonMap();
+        return false;
+    }
+    response.deserialize(raw.members(), Zeph::Serialize::ReplyAttribute);
+    // Converting to the record's int would make zero of much that is no code.
+    response.code = raw.codeNumber();
+    return true;
 }
 
 /// A request whose outcome is a promise. Its package lives on the heap until the promise settled.

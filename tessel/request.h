@@ -8,6 +8,8 @@
 
 #include <QMutex>
 
+#include <algorithm>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -106,9 +108,12 @@ public:
         package().setRequestData(bytes);
         return self();
     }
-    Self& expectedTime(int milliseconds)
+    /// A limit beyond the range of the package is the longest that it takes. Compute one in 64 bits.
+    Self& expectedTime(qint64 milliseconds)
     {
-        package().setExpectedTime(milliseconds);
+        using Limits = std::numeric_limits<int>;
+        package().setExpectedTime(
+            static_cast<int>(std::clamp<qint64>(milliseconds, Limits::min(), Limits::max())));
         return self();
     }
     /// Marks a request of a long-running device task.

@@ -430,8 +430,8 @@ public:
     /// Draws a checkerboard for a correction. Takes up to 20 s.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// The same with the response's headers, their names in lower case; by the single-screen route on every
-    /// device.
+    /// The same with the response's headers, their names as the device spells them; by the single-screen
+    /// route on every device.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply, QMap<QString, QString>& headers);
     /// Draws a rectangle for a correction. Takes up to 20 s.

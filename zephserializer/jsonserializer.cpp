@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <zephserializer/jsonserializer.h>
 
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <json/jsonreader.h>
 
 namespace Zeph::Serialize {
 
@@ -12,11 +11,7 @@ JsonSerializer::~JsonSerializer() = default;
 
 bool JsonSerializer::parse(const QByteArray& bytes, QMap<QString, QVariant>& out) const
 {
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
-    if (!document.isObject())
-        return false;
-    out = document.object().toVariantMap();
-    return true;
+    return JsonText::readObject(bytes, out);
 }
 
 } // namespace Zeph::Serialize

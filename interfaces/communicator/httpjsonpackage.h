@@ -54,8 +54,8 @@ public:
     /// Replaces all query parameters.
     void setParameters(const QMap<QString, QString>& parameters);
     /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json
-    /// unless the request headers give one. A body that nests too deep to be written makes the request end
-    /// with `InvalidRequest`.
+    /// unless the request headers give one. A body that nests too deep to be written, or is longer than
+    /// 2 GiB, makes the request end with `InvalidRequest`.
     void setRequestWithJsonObj(const QVariant& body);
     /// Sets the request body to raw bytes, sent as they are; without a content type unless the request
     /// headers give one.

@@ -13,8 +13,9 @@ public:
     /// Outcome of an exchange. Operators test for zero alone; the other values serve diagnostics.
     enum HttpSimpleState {
         Success = 0, ///< a reply with a 2xx status came whole; also the state of a package not yet answered
-        InvalidRequest =
-            1, ///< nothing was sent: no path, no such device, a control character in what was to be sent
+        /// Nothing was sent: no path, no such device, a control character in what was to be sent, a body,
+        /// path or header that is too long.
+        InvalidRequest = 1,
         HostNotFound = 2,  ///< the device's host name has no address
         Unreachable = 3,   ///< no connection: refused, no route
         TimedOut = 4,      ///< the expected time passed before the reply was whole

@@ -42,12 +42,14 @@ public:
     virtual QMap<QString, QString> placeHolders() const = 0;
     /// Replaces the response headers. For the transport only.
     virtual void setResponseHeader(const QMap<QString, QString>& headers) = 0;
-    /// Adds or replaces one response header. For the transport only.
+    /// Adds one response header in place of any of the same name, however spelled. For the transport only.
     virtual void addResponseHeader(const QString& name, const QString& value) = 0;
     /// The value of one response header, empty when the reply had none. Names compare without regard to case
-    /// (RFC 9110, 5.1).
+    /// (RFC 9110, 5.1); where several spellings stand, the one that is exactly @p key comes first. Lines of
+    /// one name are one value, joined by ", ".
     virtual QString responseHeader(const QString& key) const = 0;
-    /// All response headers, names in lower case.
+    /// All response headers, names as the device spelled them; of a name that came in several spellings the
+    /// first. Look one up with responseHeader(key): a device may change the spelling with its firmware.
     virtual QMap<QString, QString> responseHeader() const = 0;
     /// The request body as it goes out.
     virtual QByteArray requestData() const = 0;

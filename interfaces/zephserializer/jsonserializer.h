@@ -6,8 +6,8 @@
 
 namespace Zeph::Serialize {
 
-/// Reads a record from a JSON object: members match properties by name (RFC 8259). Threads as
-/// AbstractSerializer.
+/// Reads a record from a JSON object (RFC 8259): members match properties by name. What the transport's
+/// decoders take for JSON, and no more, it takes as well: up to 256 levels. Threads as AbstractSerializer.
 class ZEPHSERIALIZER_EXPORT JsonSerializer : public AbstractSerializer
 {
 public:

@@ -179,7 +179,7 @@ private Q_SLOTS:
         QCOMPARE(reply.state, State::Success);
         QCOMPARE(reply.status, 200);
         QCOMPARE(reply.body, goodBody);
-        QCOMPARE(reply.headers.value(QStringLiteral("x-mixed-case")), QStringLiteral("yes"));
+        QCOMPARE(reply.headers.value(QStringLiteral("X-Mixed-Case")), QStringLiteral("yes"));
         const auto received = server.received();
         QCOMPARE(received.size(), size_t(1));
         QCOMPARE(received[0].method, QByteArray("GET"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonreader.h>
 #include <communicator/jsonwriter.h>
+#include <json/jsonreader.h>
 
 #include <QCborArray>
 #include <QCborMap>
@@ -180,7 +180,7 @@ private Q_SLOTS:
             if (!qIsFinite(value))
                 continue;
             const QByteArray text = Json::write(value);
-            QVERIFY2(Json::isComplete(text), text.constData());
+            QVERIFY2(JsonText::isComplete(text), text.constData());
             QVERIFY2(text.toDouble() == value, text.constData());
             QVERIFY2(text.size() <= documentText(value).size(), text.constData());
         }
@@ -194,7 +194,7 @@ private Q_SLOTS:
                                 {"map", QVariantMap{{"", QVariantMap()}}},
                                 {"large", 18446744073709551615ULL}};
         QVariantMap read;
-        QVERIFY(Json::readObject(Json::write(value), read));
+        QVERIFY(JsonText::readObject(Json::write(value), read));
         QCOMPARE(read, value);
     }
 
@@ -215,6 +215,44 @@ private Q_SLOTS:
         QVERIFY(Json::write(QVariantList{value}).isEmpty());
         QVERIFY(Json::write(QVariantMap{{"k", value}}).isEmpty());
         QVERIFY(Json::write(QVariantHash{{"k", value}}).isEmpty());
+    }
+
+    void aTextBeyondItsLimitIsNotWritten_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("number") << QVariant(123456789);
+        QTest::newRow("short string") << QVariant("abc");
+        QTest::newRow("string of a chunk") << QVariant(QString(1024, 'x'));
+        QTest::newRow("string of many chunks") << QVariant(QString(100000, 'x'));
+        QTest::newRow("escapes") << QVariant(QString(5000, QChar(1)));
+        QTest::newRow("three bytes each") << QVariant(QString(5000, QChar(0x20ac)));
+        QTest::newRow("list") << QVariant(QVector<QVariant>(3000, QVariant("x")).toList());
+        QTest::newRow("numbers") << QVariant(QVector<QVariant>(3000, QVariant(1.5)).toList());
+        QTest::newRow("map") << QVariant(QVariantMap{{"a", QString(700, 'x')}, {"b", QVariantList{true, 1}}});
+        QTest::newRow("hash") << QVariant(QVariantHash{{"a", QString(700, 'x')}});
+        QTest::newRow("strings") << QVariant(QStringList(QVector<QString>(900, "x").toList()));
+    }
+    void aTextBeyondItsLimitIsNotWritten()
+    {
+        QFETCH(QVariant, value);
+        const QByteArray text = Json::write(value);
+        QVERIFY(!text.isEmpty());
+        QCOMPARE(Json::write(value, nullptr, int(text.size())), text);
+        for (const int limit : {int(text.size()) - 1, int(text.size()) / 2, 1, 0}) {
+            Json::Unwritable why = Json::Unwritable::TooDeep;
+            QVERIFY(Json::write(value, &why, limit).isEmpty());
+            QVERIFY(why == Json::Unwritable::TooLong);
+        }
+    }
+
+    void nestingTooDeepIsTold()
+    {
+        QVariant value = 1;
+        for (int i = 0; i < 1025; ++i)
+            value = QVariantList{value};
+        Json::Unwritable why = Json::Unwritable::TooLong;
+        QVERIFY(Json::write(value, &why).isEmpty());
+        QVERIFY(why == Json::Unwritable::TooDeep);
     }
 };
 

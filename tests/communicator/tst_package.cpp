@@ -80,7 +80,7 @@ private Q_SLOTS:
         QCOMPARE(package.responseHeader(QStringLiteral("CONTENT-TYPE")), QStringLiteral("a"));
         QCOMPARE(package.responseHeader(QStringLiteral("x-other")), QStringLiteral("b"));
         QCOMPARE(package.responseHeader().keys(),
-                 QStringList({QStringLiteral("content-type"), QStringLiteral("x-other")}));
+                 QStringList({QStringLiteral("Content-Type"), QStringLiteral("X-Other")}));
     }
 
     void identitiesAreUnique()

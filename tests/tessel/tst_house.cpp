@@ -62,8 +62,10 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("mayKnow");
         QTest::newRow("interfaces") << "interfaces" << QStringList{"interfaces"};
         QTest::newRow("tessel") << "tessel" << QStringList{"tessel", "interfaces"};
-        QTest::newRow("communicator") << "communicator" << QStringList{"communicator", "interfaces"};
-        QTest::newRow("zephserializer") << "zephserializer" << QStringList{"zephserializer", "interfaces"};
+        QTest::newRow("communicator") << "communicator" << QStringList{"communicator", "interfaces", "json"};
+        QTest::newRow("zephserializer")
+            << "zephserializer" << QStringList{"zephserializer", "interfaces", "json"};
+        QTest::newRow("json") << "json" << QStringList{"json"};
         QTest::newRow("qtpromise") << "qtpromise" << QStringList{};
         QTest::newRow("simulator") << "simulator" << QStringList{"simulator", "tessel"};
     }
@@ -72,8 +74,9 @@ private Q_SLOTS:
         QFETCH(QString, directory);
         QFETCH(QStringList, mayKnow);
         QVERIFY(!sourcesBelow(directory).isEmpty());
-        static const QStringList modules{"tessel",    "interfaces", "communicator", "zephserializer",
-                                         "simulator", "tesselctl",  "tests",        "bench"};
+        static const QStringList modules{"tessel",         "interfaces", "communicator",
+                                         "zephserializer", "simulator",  "tesselctl",
+                                         "tests",          "bench",      "json"};
         for (const Include& include : includesBelow(directory)) {
             QString module = include.header.section('/', 0, 0);
             if (declaredInInterfaces(include.header))
@@ -127,8 +130,8 @@ private Q_SLOTS:
 
     void everySourceNamesItsLicence()
     {
-        for (const char* directory : {"interfaces", "tessel", "communicator", "zephserializer", "qtpromise",
-                                      "simulator", "tesselctl", "tests", "bench", "examples"}) {
+        for (const char* directory : {"interfaces", "tessel", "communicator", "zephserializer", "json",
+                                      "qtpromise", "simulator", "tesselctl", "tests", "bench", "examples"}) {
             for (const QString& file : sourcesBelow(directory))
                 QVERIFY2(textOf(file).startsWith("// SPDX-License-Identifier: MIT\n"), qPrintable(file));
         }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_JSONKEYS_H
-#define COMMUNICATOR_JSONKEYS_H
+#ifndef JSON_JSONKEYS_H
+#define JSON_JSONKEYS_H
 
 #include <QString>
 #include <QVariant>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace Krelm::Communicator::Json {
+namespace JsonText {
 
 /// The text between the quotes of a JSON string, UTF-8 with escapes. @return `false` on a wrong escape.
 bool decodeString(std::string_view raw, QString& out);
@@ -126,6 +126,6 @@ private:
     std::size_t m_nameLimit = 0;  // what it may reach with the current text
 };
 
-} // namespace Krelm::Communicator::Json
+} // namespace JsonText
 
 #endif

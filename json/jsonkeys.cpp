@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonkeys.h>
+#include <json/jsonkeys.h>
 
 #include <QRandomGenerator>
 #include <QVarLengthArray>
 
 #include <algorithm>
 
-namespace Krelm::Communicator::Json {
+namespace JsonText {
 
 namespace {
 
@@ -332,4 +332,4 @@ QVariantMap KeyTable::take(Id scope, std::vector<Entry>& entries, std::size_t fi
     return map;
 }
 
-} // namespace Krelm::Communicator::Json
+} // namespace JsonText

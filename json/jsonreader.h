@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_JSONREADER_H
-#define COMMUNICATOR_JSONREADER_H
-
-#include <communicator/communicatorexport.h>
+#ifndef JSON_JSONREADER_H
+#define JSON_JSONREADER_H
 
 #include <QByteArray>
 #include <QList>
@@ -10,11 +8,11 @@
 #include <QString>
 #include <QVariant>
 
-/// Reads JSON texts (RFC 8259) straight into Qt containers. Internal to the transport.
+/// Reads JSON texts (RFC 8259) straight into Qt containers. Internal to the libraries that take it in.
 ///
 /// All operations are safe on any bytes and may be called from any thread. They deliver all or nothing: a
-/// text that is cut off, followed by anything but white space, not UTF-8 or nested deeper than `MaximumDepth`
-/// gives no result.
+/// text that is cut off, followed by anything but white space, not UTF-8, nested deeper than `MaximumDepth`
+/// or longer than `MaximumSize` gives no result.
 ///
 /// Values: an integer is a `qlonglong`, or a `qulonglong` above that range, or a `double` beyond 64 bits; a
 /// number with a fraction or an exponent is a `double` (2.0 stays one); a number too large for a `double`
@@ -26,30 +24,33 @@
 /// entry holding an empty QVariantMap, an array is one entry holding a QVariantList with its elements as
 /// parsed. Dots that are part of a key are taken as they are; where two members share a path, the later one
 /// in the text counts.
-namespace Krelm::Communicator::Json {
+namespace JsonText {
 
 /// How many levels of arrays and objects a text may nest.
 constexpr int MaximumDepth = 256;
+/// How many bytes a text may have, so that each of its strings fits into a QString.
+constexpr int MaximumSize = (1 << 30) - 64;
 
 /// Whether the whole of @p text is one JSON value.
-COMMUNICATOR_EXPORT bool isComplete(const QByteArray& text);
+bool isComplete(const QByteArray& text);
 
 /// Reads the members of the object that @p text is. @return whether it is one; otherwise @p out is empty.
-COMMUNICATOR_EXPORT bool readObject(const QByteArray& text, QMap<QString, QVariant>& out);
+bool readObject(const QByteArray& text, QMap<QString, QVariant>& out);
 
 /// As readObject(), flattened.
-COMMUNICATOR_EXPORT bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out);
+bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out);
 
 /// The object that the top-level member `data` of @p reply holds, flattened; empty when there is none.
-COMMUNICATOR_EXPORT QMap<QString, QVariant> dataFlattened(const QByteArray& reply);
+/// @p isObject, if given, is set to whether @p reply is a JSON object at all.
+QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject = nullptr);
 
 /// The elements of the array that the top-level member `data` of @p reply holds, each object among them
-/// flattened; empty when there is none.
-COMMUNICATOR_EXPORT QList<QVariant> dataListFlattened(const QByteArray& reply);
+/// flattened; empty when there is none. @p isObject as above.
+QList<QVariant> dataListFlattened(const QByteArray& reply, bool* isObject = nullptr);
 
 /// As dataListFlattened(), with the elements as parsed.
-COMMUNICATOR_EXPORT QList<QVariant> dataList(const QByteArray& reply);
+QList<QVariant> dataList(const QByteArray& reply, bool* isObject = nullptr);
 
-} // namespace Krelm::Communicator::Json
+} // namespace JsonText
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonreader.h>
+#include <json/jsonreader.h>
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,8 +12,6 @@
 #include <thread>
 #include <vector>
 
-namespace Json = Krelm::Communicator::Json;
-
 namespace {
 
 const QVariant Null = QVariant::fromValue(nullptr);
@@ -21,14 +19,14 @@ const QVariant Null = QVariant::fromValue(nullptr);
 QVariantMap object(const QByteArray& text)
 {
     QVariantMap out;
-    Json::readObject(text, out);
+    JsonText::readObject(text, out);
     return out;
 }
 
 QVariantMap flattened(const QByteArray& text)
 {
     QVariantMap out;
-    Json::readFlattened(text, out);
+    JsonText::readFlattened(text, out);
     return out;
 }
 
@@ -41,14 +39,14 @@ QByteArray reply(const QByteArray& data)
 void givesNothing(const QByteArray& text)
 {
     QVariantMap out{{"old", 1}};
-    QVERIFY(!Json::readObject(text, out));
+    QVERIFY(!JsonText::readObject(text, out));
     QVERIFY(out.isEmpty());
     out = {{"old", 1}};
-    QVERIFY(!Json::readFlattened(text, out));
+    QVERIFY(!JsonText::readFlattened(text, out));
     QVERIFY(out.isEmpty());
-    QVERIFY(Json::dataFlattened(text).isEmpty());
-    QVERIFY(Json::dataListFlattened(text).isEmpty());
-    QVERIFY(Json::dataList(text).isEmpty());
+    QVERIFY(JsonText::dataFlattened(text).isEmpty());
+    QVERIFY(JsonText::dataListFlattened(text).isEmpty());
+    QVERIFY(JsonText::dataList(text).isEmpty());
 }
 
 QByteArray nested(int levels)
@@ -123,13 +121,13 @@ private Q_SLOTS:
                                  "\xEF\xBB\xBF[1]",
                                  "7 "})
             QTest::newRow(text) << QByteArray(text);
-        QTest::newRow("deepest") << nested(Json::MaximumDepth);
-        QTest::newRow("deepest objects") << nestedObjects(Json::MaximumDepth);
+        QTest::newRow("deepest") << nested(JsonText::MaximumDepth);
+        QTest::newRow("deepest objects") << nestedObjects(JsonText::MaximumDepth);
     }
     void completeTextsAreComplete()
     {
         QFETCH(QByteArray, text);
-        QVERIFY(Json::isComplete(text));
+        QVERIFY(JsonText::isComplete(text));
     }
 
     void everythingElseIsNot_data()
@@ -212,8 +210,8 @@ private Q_SLOTS:
         QTest::newRow("null array") << QByteArray();
         QTest::newRow("NUL behind") << QByteArray("{}\0", 3);
         QTest::newRow("NUL within") << QByteArray("[1,\0]", 5);
-        QTest::newRow("too deep") << nested(Json::MaximumDepth + 1);
-        QTest::newRow("objects too deep") << nestedObjects(Json::MaximumDepth + 1);
+        QTest::newRow("too deep") << nested(JsonText::MaximumDepth + 1);
+        QTest::newRow("objects too deep") << nestedObjects(JsonText::MaximumDepth + 1);
         QTest::newRow("far too deep") << nested(1000000);
         QTest::newRow("far too deep and open") << QByteArray(1000000, '[');
         QTest::newRow("objects far too deep and open") << QByteArray("{\"k\":").repeated(200000);
@@ -221,7 +219,7 @@ private Q_SLOTS:
     void everythingElseIsNot()
     {
         QFETCH(QByteArray, text);
-        QVERIFY(!Json::isComplete(text));
+        QVERIFY(!JsonText::isComplete(text));
         givesNothing(text);
         givesNothing(reply(text));
         givesNothing(R"({"before":)" + text + R"(,"data":{"a":1}})");
@@ -230,7 +228,7 @@ private Q_SLOTS:
     void anObjectIsReadAsParsed()
     {
         QVariantMap out{{"old", 1}};
-        QVERIFY(Json::readObject(
+        QVERIFY(JsonText::readObject(
             R"({"a":1,"b":{"c":{"d":"e"},"f":{}},"g":[1,[2],{"h":3}],"i":null,"j":true})", out));
         QCOMPARE(out, (QVariantMap{{"a", 1},
                                    {"b", QVariantMap{{"c", QVariantMap{{"d", "e"}}}, {"f", QVariantMap()}}},
@@ -242,10 +240,10 @@ private Q_SLOTS:
     void anEmptyObjectIsRead()
     {
         QVariantMap out{{"old", 1}};
-        QVERIFY(Json::readObject("{}", out));
+        QVERIFY(JsonText::readObject("{}", out));
         QVERIFY(out.isEmpty());
         out = {{"old", 1}};
-        QVERIFY(Json::readFlattened(" { } ", out));
+        QVERIFY(JsonText::readFlattened(" { } ", out));
         QVERIFY(out.isEmpty());
     }
 
@@ -342,10 +340,10 @@ private Q_SLOTS:
         for (int round = 0; round < 3; ++round) {
             QCOMPARE(object(text), plain);
             QCOMPARE(flattened(text), flat);
-            QCOMPARE(Json::dataFlattened(reply(text)), flat);
-            QCOMPARE(Json::dataListFlattened(reply("[" + text + "," + text + "]")),
+            QCOMPARE(JsonText::dataFlattened(reply(text)), flat);
+            QCOMPARE(JsonText::dataListFlattened(reply("[" + text + "," + text + "]")),
                      (QVariantList{flat, flat}));
-            QCOMPARE(Json::dataList(reply("[" + text + "]")), QVariantList{plain});
+            QCOMPARE(JsonText::dataList(reply("[" + text + "]")), QVariantList{plain});
         }
     }
 
@@ -364,14 +362,14 @@ private Q_SLOTS:
 
     void theLastDataCounts()
     {
-        QCOMPARE(Json::dataFlattened(R"({"data":{"a":1},"data":{"b":2}})"), (QVariantMap{{"b", 2}}));
-        QCOMPARE(Json::dataFlattened(R"({"data":[1],"data":{"b":2}})"), (QVariantMap{{"b", 2}}));
-        QCOMPARE(Json::dataFlattened(R"({"data":{"b":2},"data":[1]})"), QVariantMap());
-        QCOMPARE(Json::dataFlattened(R"({"data":{"b":2},"d\u0061ta":null})"), QVariantMap());
-        QCOMPARE(Json::dataList(R"({"data":[1],"data":[2]})"), QVariantList{2});
-        QCOMPARE(Json::dataList(R"({"data":[1],"data":{}})"), QVariantList());
-        QCOMPARE(Json::dataListFlattened(R"({"data":{},"data":[2]})"), QVariantList{2});
-        QCOMPARE(Json::dataListFlattened(R"({"data":[2],"data":0})"), QVariantList());
+        QCOMPARE(JsonText::dataFlattened(R"({"data":{"a":1},"data":{"b":2}})"), (QVariantMap{{"b", 2}}));
+        QCOMPARE(JsonText::dataFlattened(R"({"data":[1],"data":{"b":2}})"), (QVariantMap{{"b", 2}}));
+        QCOMPARE(JsonText::dataFlattened(R"({"data":{"b":2},"data":[1]})"), QVariantMap());
+        QCOMPARE(JsonText::dataFlattened(R"({"data":{"b":2},"d\u0061ta":null})"), QVariantMap());
+        QCOMPARE(JsonText::dataList(R"({"data":[1],"data":[2]})"), QVariantList{2});
+        QCOMPARE(JsonText::dataList(R"({"data":[1],"data":{}})"), QVariantList());
+        QCOMPARE(JsonText::dataListFlattened(R"({"data":{},"data":[2]})"), QVariantList{2});
+        QCOMPARE(JsonText::dataListFlattened(R"({"data":[2],"data":0})"), QVariantList());
     }
 
     void dataIsFoundWhereverItStands_data()
@@ -388,7 +386,7 @@ private Q_SLOTS:
     void dataIsFoundWhereverItStands()
     {
         QFETCH(QByteArray, text);
-        QCOMPARE(Json::dataFlattened(text), (QVariantMap{{"a.b", 1}}));
+        QCOMPARE(JsonText::dataFlattened(text), (QVariantMap{{"a.b", 1}}));
     }
 
     void dataOfAnotherKindGivesNothing_data()
@@ -400,21 +398,21 @@ private Q_SLOTS:
     void dataOfAnotherKindGivesNothing()
     {
         QFETCH(QByteArray, data);
-        QVERIFY(Json::dataFlattened(reply(data)).isEmpty());
-        QVERIFY(Json::dataList(reply(data)).isEmpty());
-        QVERIFY(Json::dataListFlattened(reply(data)).isEmpty());
+        QVERIFY(JsonText::dataFlattened(reply(data)).isEmpty());
+        QVERIFY(JsonText::dataList(reply(data)).isEmpty());
+        QVERIFY(JsonText::dataListFlattened(reply(data)).isEmpty());
     }
 
     void aReplyWithoutDataGivesNothing()
     {
-        QVERIFY(Json::dataFlattened(R"({"code":0,"a":{"data":{"b":1}}})").isEmpty());
-        QVERIFY(Json::dataList(R"({"code":0,"a":{"data":[1]}})").isEmpty());
+        QVERIFY(JsonText::dataFlattened(R"({"code":0,"a":{"data":{"b":1}}})").isEmpty());
+        QVERIFY(JsonText::dataList(R"({"code":0,"a":{"data":[1]}})").isEmpty());
     }
 
     void aDataListKeepsItsElements()
     {
         const QByteArray text = reply(R"([1,"a",null,true,{"a":{"b":1}},[{"c":{"d":2}}],{}])");
-        QCOMPARE(Json::dataList(text),
+        QCOMPARE(JsonText::dataList(text),
                  (QVariantList{1, "a", Null, true, QVariantMap{{"a", QVariantMap{{"b", 1}}}},
                                QVariantList{QVariantMap{{"c", QVariantMap{{"d", 2}}}}}, QVariantMap()}));
     }
@@ -425,7 +423,7 @@ private Q_SLOTS:
             reply(R"([1,{"a":{"b":{"c":1}},"l":[{"m":{"n":2}}]},[{"c":{"d":2}}],[[{"c":{"d":2}}]],{}])");
         const QVariantMap inner{{"c", QVariantMap{{"d", 2}}}};
         QCOMPARE(
-            Json::dataListFlattened(text),
+            JsonText::dataListFlattened(text),
             (QVariantList{
                 1, QVariantMap{{"a.b.c", 1}, {"l", QVariantList{QVariantMap{{"m", QVariantMap{{"n", 2}}}}}}},
                 QVariantList{inner}, QVariantList{QVariant(QVariantList{inner})}, QVariantMap()}));
@@ -470,7 +468,7 @@ private Q_SLOTS:
             QCOMPARE(value.userType(), expected.userType());
             QCOMPARE(value, expected);
         }
-        QVERIFY(Json::isComplete(text));
+        QVERIFY(JsonText::isComplete(text));
     }
 
     void nullBoolAndStringArriveAsInTheDocument_data()
@@ -547,18 +545,18 @@ private Q_SLOTS:
     void aByteOrderMarkInFrontIsSkipped()
     {
         QCOMPARE(object("\xEF\xBB\xBF{\"a\":1}"), (QVariantMap{{"a", 1}}));
-        QCOMPARE(Json::dataList("\xEF\xBB\xBF" + reply("[1]")), QVariantList{1});
+        QCOMPARE(JsonText::dataList("\xEF\xBB\xBF" + reply("[1]")), QVariantList{1});
     }
 
     void everyPrefixOfATextGivesNothing()
     {
         const QByteArray text = reply(R"([{"a":{"b":1.5,"c":[true,null]},"d":"x\u00e9y"},2])");
         for (int size = 0; size < text.size(); ++size) {
-            QVERIFY2(!Json::isComplete(text.left(size)), text.left(size).constData());
+            QVERIFY2(!JsonText::isComplete(text.left(size)), text.left(size).constData());
             givesNothing(text.left(size));
         }
-        QVERIFY(Json::isComplete(text));
-        QCOMPARE(Json::dataList(text).size(), 2);
+        QVERIFY(JsonText::isComplete(text));
+        QCOMPARE(JsonText::dataList(text).size(), 2);
     }
 
     void whatFollowsTheTextGivesNothing_data()
@@ -574,20 +572,20 @@ private Q_SLOTS:
         QFETCH(QByteArray, garbage);
         for (const QByteArray& data : {QByteArray("{\"a\":1}"), QByteArray("[1]")}) {
             const QByteArray text = reply(data) + garbage;
-            QVERIFY(!Json::isComplete(text));
+            QVERIFY(!JsonText::isComplete(text));
             givesNothing(text);
         }
     }
 
     void theDepthIsBoundedInEveryOperation()
     {
-        const QByteArray inner = nestedObjects(Json::MaximumDepth - 2);
-        QVERIFY(!Json::dataFlattened(reply("{\"k\":" + inner + "}")).isEmpty());
-        QVERIFY(Json::dataFlattened(reply("{\"k\":{\"k\":" + inner + "}}")).isEmpty());
-        QVERIFY(!Json::dataList(reply("[" + inner + "]")).isEmpty());
-        QVERIFY(Json::dataList(reply("[[" + inner + "]]")).isEmpty());
-        QVERIFY(!Json::dataListFlattened(reply("[" + inner + "]")).isEmpty());
-        QVERIFY(Json::dataListFlattened(reply("[[" + inner + "]]")).isEmpty());
+        const QByteArray inner = nestedObjects(JsonText::MaximumDepth - 2);
+        QVERIFY(!JsonText::dataFlattened(reply("{\"k\":" + inner + "}")).isEmpty());
+        QVERIFY(JsonText::dataFlattened(reply("{\"k\":{\"k\":" + inner + "}}")).isEmpty());
+        QVERIFY(!JsonText::dataList(reply("[" + inner + "]")).isEmpty());
+        QVERIFY(JsonText::dataList(reply("[[" + inner + "]]")).isEmpty());
+        QVERIFY(!JsonText::dataListFlattened(reply("[" + inner + "]")).isEmpty());
+        QVERIFY(JsonText::dataListFlattened(reply("[[" + inner + "]]")).isEmpty());
         QVERIFY(!object("{\"a\":[" + inner + "]}").isEmpty());
         QVERIFY(object("{\"a\":[[" + inner + "]]}").isEmpty());
         QVERIFY(!flattened("{\"a\":[" + inner + "]}").isEmpty());
@@ -638,19 +636,19 @@ private Q_SLOTS:
             flat.append(flatMap);
         }
         text += "]";
-        QCOMPARE(Json::dataList(reply(text)), plain);
-        QCOMPARE(Json::dataListFlattened(reply(text)), flat);
+        QCOMPARE(JsonText::dataList(reply(text)), plain);
+        QCOMPARE(JsonText::dataListFlattened(reply(text)), flat);
     }
 
     void mapsOfTheSameShapeAreIndependent()
     {
-        QVariantList list = Json::dataList(reply(R"([{"a":1,"b":2},{"a":3,"b":4},{"a":5,"b":6}])"));
+        QVariantList list = JsonText::dataList(reply(R"([{"a":1,"b":2},{"a":3,"b":4},{"a":5,"b":6}])"));
         QVariantMap changed = list.at(1).toMap();
         changed.insert("a", 9);
         changed.remove("b");
         QCOMPARE(list, (QVariantList{QVariantMap{{"a", 1}, {"b", 2}}, QVariantMap{{"a", 3}, {"b", 4}},
                                      QVariantMap{{"a", 5}, {"b", 6}}}));
-        QCOMPARE(Json::dataList(reply(R"([{"a":7,"b":8}])")),
+        QCOMPARE(JsonText::dataList(reply(R"([{"a":7,"b":8}])")),
                  (QVariantList{QVariantMap{{"a", 7}, {"b", 8}}}));
     }
 
@@ -662,7 +660,7 @@ private Q_SLOTS:
                     "\",\"pos\":{\"x\":" + QByteArray::number(i) +
                     ",\"y\":0.5},\"list\":[1,2,3],\"name\":\"some name\"}";
         text += "]";
-        const QVariantList list = Json::dataListFlattened(reply(text));
+        const QVariantList list = JsonText::dataListFlattened(reply(text));
         QCOMPARE(list.size(), 5000);
         QCOMPARE(list.last().toMap(), (QVariantMap{{"id", "4999"},
                                                    {"pos.x", 4999},
@@ -692,10 +690,10 @@ private Q_SLOTS:
             text += (i == 0 ? "\"" : ",\"") + QByteArray::number(i) + "\":0";
         text += "}}";
         QVariantMap out;
-        QVERIFY(!Json::readFlattened(text, out));
+        QVERIFY(!JsonText::readFlattened(text, out));
         QVERIFY(out.isEmpty());
-        QVERIFY(Json::readObject(text, out));
-        QVERIFY(Json::isComplete(text));
+        QVERIFY(JsonText::readObject(text, out));
+        QVERIFY(JsonText::isComplete(text));
     }
 
     void threadsReadAtTheSameTime()
@@ -707,7 +705,7 @@ private Q_SLOTS:
         for (int& count : right) {
             threads.emplace_back([&text, &expected, &count] {
                 for (int i = 0; i < 200; ++i)
-                    count += Json::dataListFlattened(text) == expected ? 1 : 0;
+                    count += JsonText::dataListFlattened(text) == expected ? 1 : 0;
             });
         }
         for (std::thread& thread : threads)
@@ -745,17 +743,17 @@ private Q_SLOTS:
                     text.insert(at, text.mid(int(random.bounded(text.size())), int(random.bounded(12))));
                 }
             }
-            const bool complete = Json::isComplete(text);
+            const bool complete = JsonText::isComplete(text);
             // A lone surrogate is the one thing that we read and others do not.
             if (!text.contains("\\ud"))
                 QVERIFY2(complete == nlohmann::json::accept(text.cbegin(), text.cend()), text.constData());
             QVariantMap plain;
-            const bool isObject = Json::readObject(text, plain);
+            const bool isObject = JsonText::readObject(text, plain);
             QVariantMap flat;
-            QCOMPARE(Json::readFlattened(text, flat), isObject);
-            Json::dataFlattened(text);
-            Json::dataList(text);
-            Json::dataListFlattened(text);
+            QCOMPARE(JsonText::readFlattened(text, flat), isObject);
+            JsonText::dataFlattened(text);
+            JsonText::dataList(text);
+            JsonText::dataListFlattened(text);
             if (!complete) {
                 QVERIFY(!isObject);
                 continue;
@@ -774,10 +772,10 @@ private Q_SLOTS:
             QByteArray text(int(random.bounded(200)), Qt::Uninitialized);
             for (char& c : text)
                 c = char(random.bounded(256));
-            const bool complete = Json::isComplete(text);
+            const bool complete = JsonText::isComplete(text);
             QVariantMap out;
-            QVERIFY(!Json::readObject(text, out) || complete);
-            Json::dataListFlattened(reply(text));
+            QVERIFY(!JsonText::readObject(text, out) || complete);
+            JsonText::dataListFlattened(reply(text));
         }
     }
 };

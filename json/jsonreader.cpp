@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonreader.h>
+#include <json/jsonreader.h>
 
-#include <communicator/jsonkeys.h>
+#include <json/jsonkeys.h>
 
 #include <simdjson.h>
 
@@ -10,7 +10,7 @@
 
 namespace ondemand = simdjson::ondemand;
 
-namespace Krelm::Communicator::Json {
+namespace JsonText {
 
 namespace {
 
@@ -242,6 +242,8 @@ private:
 template <typename Read>
 bool Reader::parse(const QByteArray& text, Read read)
 {
+    if (text.size() > MaximumSize)
+        return false;
     // The parser reads past the end. An array that was filled piece by piece often has the room.
     QByteArray padded = text;
     if (padded.capacity() - padded.size() < int(simdjson::SIMDJSON_PADDING))
@@ -375,10 +377,10 @@ bool Reader::skip(ondemand::document& document)
 
 // Hands the value of the last member `data` to @p read, which replaces what it read before.
 template <typename Read>
-bool readData(const QByteArray& reply, Read read)
+bool readData(const QByteArray& reply, bool* isObject, Read read)
 {
     Reader& reader = Reader::instance();
-    return reader.document(reply, [&](ondemand::document& document) {
+    const bool complete = reader.document(reply, [&](ondemand::document& document) {
         return Reader::eachMember(document.get_object(),
                                   [&](const char* key, ondemand::value value) {
                                       return Reader::isData(key)
@@ -387,6 +389,9 @@ bool readData(const QByteArray& reply, Read read)
                                   }) &&
                Reader::isAtEnd(document);
     });
+    if (isObject != nullptr)
+        *isObject = complete;
+    return complete;
 }
 
 bool readMembers(const QByteArray& text, KeyTable::Id scope, QVariantMap& out)
@@ -400,10 +405,10 @@ bool readMembers(const QByteArray& text, KeyTable::Id scope, QVariantMap& out)
     return complete;
 }
 
-QVariantList readDataList(const QByteArray& reply, KeyTable::Id scope)
+QVariantList readDataList(const QByteArray& reply, bool* isObject, KeyTable::Id scope)
 {
     QVariantList list;
-    const bool complete = readData(reply, [&](Reader& reader, ondemand::value value) {
+    const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
         list.clear();
         if (start(value.raw_json_token()) != '[')
             return reader.skip(value, 1);
@@ -430,10 +435,10 @@ bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out)
     return readMembers(text, KeyTable::FlatRoot, out);
 }
 
-QMap<QString, QVariant> dataFlattened(const QByteArray& reply)
+QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject)
 {
     QVariantMap map;
-    const bool complete = readData(reply, [&](Reader& reader, ondemand::value value) {
+    const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
         map.clear();
         if (start(value.raw_json_token()) != '{')
             return reader.skip(value, 1);
@@ -442,14 +447,14 @@ QMap<QString, QVariant> dataFlattened(const QByteArray& reply)
     return complete ? map : QVariantMap();
 }
 
-QList<QVariant> dataListFlattened(const QByteArray& reply)
+QList<QVariant> dataListFlattened(const QByteArray& reply, bool* isObject)
 {
-    return readDataList(reply, KeyTable::FlatRoot);
+    return readDataList(reply, isObject, KeyTable::FlatRoot);
 }
 
-QList<QVariant> dataList(const QByteArray& reply)
+QList<QVariant> dataList(const QByteArray& reply, bool* isObject)
 {
-    return readDataList(reply, KeyTable::PlainRoot);
+    return readDataList(reply, isObject, KeyTable::PlainRoot);
 }
 
-} // namespace Krelm::Communicator::Json
+} // namespace JsonText
