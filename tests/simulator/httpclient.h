@@ -24,8 +24,8 @@ struct HttpReply
     QJsonArray list() const { return data().toArray(); }
 };
 
-/// A blocking HTTP/1.1 client on one socket, on purpose without any library. Every wait ends after ten
-/// seconds.
+/// A blocking HTTP/1.1 client on one socket, on purpose without any library. Every wait ends after a
+/// minute.
 class HttpClient
 {
 public:
