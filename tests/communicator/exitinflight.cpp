@@ -150,6 +150,7 @@ int main(int argc, char** argv)
         static Requests elsewhere;
         elsewhere.start(stalled);
     });
+    // At whatever moment of the requests this falls; the time is for some of them to be under way.
     QTimer::singleShot(100, &application, [&] {
         if (way == "exit") {
             leave(thread);

@@ -3,6 +3,8 @@
 #include "communicator/postedcall.h"
 #include "misbehavingserver.h"
 
+#include <closedport.h>
+
 #include <QEventLoop>
 #include <QLoggingCategory>
 #include <QtTest>
@@ -180,16 +182,12 @@ private Q_SLOTS:
 
     void aDeviceThatStaysAwayIsLoggedOutOnce()
     {
-        quint16 port = 0;
-        {
-            const MisbehavingServer server;
-            port = server.port();
-        }
+        const ClosedPort closed;
         EventTimings timings = quickTimings();
         timings.goneAfter = 100ms;
         Listening listening(timings);
         MisbehavingServer other(Mode::Raw);
-        listening.open(wall, QStringLiteral("127.0.0.1:%1").arg(port));
+        listening.open(wall, closed.address());
         QTRY_COMPARE(listening.count(Notice::Kind::Logout), 1);
         listening.open(QStringLiteral("other"), other.address());
         QVERIFY(other.waitForDeliveries(5));

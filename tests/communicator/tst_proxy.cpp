@@ -13,6 +13,7 @@
 #include <QtTest>
 
 #include <future>
+#include <optional>
 #include <thread>
 
 using namespace Krelm::Communicator::HttpDevice;
@@ -27,7 +28,7 @@ class ProxyTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
+    void initTestCase();
     void cleanup()
     {
         m_proxy->setEngine(nullptr);
@@ -59,6 +60,7 @@ private Q_SLOTS:
     void readyReadCanBeConnectedAfterTheCall();
     void readyReadComesOnThePackagesThread();
     void readyReadMayDeleteThePackage();
+    void aPackageThatIsGoneIsNotAnswered_data();
     void aPackageThatIsGoneIsNotAnswered();
     void aStackPackageMayGoRightAfterThePut();
     void replacingTheEngineAbortsWhatIsInFlight();
@@ -94,10 +96,16 @@ private:
     std::vector<Done> m_pending; ///< what the engine of install() has not answered yet
 };
 
-void ProxyTest::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
+void ProxyTest::initTestCase()
 {
+    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+    // Another thread asks first, whichever function comes first.
     std::thread([this] { m_proxy = HttpProxy::getInstance(); }).join();
     QVERIFY(m_proxy != nullptr);
+}
+
+void ProxyTest::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
+{
     QCOMPARE(m_proxy->thread(), QCoreApplication::instance()->thread());
     QCOMPARE(HttpProxy::getInstance(), m_proxy);
 }
@@ -399,18 +407,44 @@ void ProxyTest::readyReadMayDeleteThePackage()
     QTRY_VERIFY(package.isNull());
 }
 
+void ProxyTest::aPackageThatIsGoneIsNotAnswered_data()
+{
+    QTest::addColumn<bool>("answeredInTime");
+    QTest::newRow("before the answer") << false;
+    QTest::newRow("between the answer and its delivery") << true;
+}
+
 void ProxyTest::aPackageThatIsGoneIsNotAnswered()
 {
+    QFETCH(bool, answeredInTime);
     install();
-    auto package = std::make_unique<HttpJsonPackage>(nullptr);
-    m_proxy->get(QStringLiteral("wall"), package.get());
+    HttpReply late;
+    late.status = 200;
+    late.body = "{\"data\":{\"late\":1}}";
+    // The next package takes the place of the one that went: who still writes there writes into it.
+    std::optional<HttpJsonPackage> package;
+    package.emplace(nullptr);
+    const auto* const place = &*package;
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &*package));
+    if (answeredInTime) {
+        m_pending.at(0)(late);
+    }
     package.reset();
-    m_pending.at(0)({});
-    auto answered = std::make_unique<HttpJsonPackage>(nullptr);
-    m_proxy->get(QStringLiteral("wall"), answered.get());
-    m_pending.at(1)({});
-    answered.reset();
+    package.emplace(nullptr);
+    QCOMPARE(&*package, place);
+    QSignalSpy spy(&*package, &HttpJsonPackage::readyRead);
+    if (!answeredInTime) {
+        m_pending.at(0)(late);
+    }
     QCoreApplication::processEvents();
+    QCOMPARE(spy.count(), 0);
+    QCOMPARE(package->replyStatus, 0);
+    QVERIFY(package->getReceiveData().isEmpty());
+
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &*package));
+    m_pending.at(1)(RecordingEngine::failure(State::TimedOut));
+    QTRY_COMPARE(spy.count(), 1);
+    QCOMPARE(package->getSimpleState(), State::TimedOut);
 }
 
 void ProxyTest::aStackPackageMayGoRightAfterThePut()

@@ -12,6 +12,7 @@
 #include <QThread>
 #include <QtTest>
 
+#include <optional>
 #include <thread>
 
 using namespace Krelm::Communicator::HttpDevice;
@@ -65,26 +66,57 @@ void ThreadsTest::manyThreadsBlockOnSeveralDevicesAtOnce()
     }
 }
 
+// Each package takes the place of the one before: an answer that comes too late for that one would be its own
+// second one, or come before it asked.
 void ThreadsTest::aPackageMayGoAtAnyMomentOfItsExchange()
 {
+    enum Moment { AtOnce, WhileTheLoopTurns, WhenTheDeviceHasAnswered, Answered, MomentCount };
+    constexpr int count = 2000;
     MisbehavingServer server;
-    int answered = 0;
-    for (int i = 0; i < 2000; ++i) {
-        auto package = std::make_unique<HttpJsonPackage>(nullptr);
+    std::optional<HttpJsonPackage> package;
+    int early = 0;
+    int twice = 0;
+    int awaited = 0;
+    int good = 0;
+    for (int i = 0; i < count; ++i) {
+        package.emplace(nullptr);
         package->setUrl(QStringLiteral("/api/v1/x"));
-        connect(package.get(), &HttpJsonPackage::readyRead, this, [&] { ++answered; });
-        HttpProxy::getInstance()->get(server.address(), package.get());
-        for (int spin = 0; spin < i % 40; ++spin) {
-            QCoreApplication::processEvents();
-        }
-        if (i % 3 == 0) {
-            QSignalSpy spy(package.get(), &HttpJsonPackage::readyRead);
-            if (i % 2 == 0) {
-                spy.wait(1);
+        int answers = 0;
+        bool asked = false;
+        connect(&*package, &HttpJsonPackage::readyRead, &*package, [&](HttpJsonPackage* ready) {
+            early += asked ? 0 : 1;
+            twice += ++answers == 2 ? 1 : 0;
+            good +=
+                ready->getSimpleState() == State::Success && ready->getRoutesJsonMap().size() == 1 ? 1 : 0;
+        });
+        QCoreApplication::processEvents();
+        asked = true;
+        QVERIFY(HttpProxy::getInstance()->get(server.address(), &*package));
+        switch (i % MomentCount) {
+        case AtOnce:
+            break;
+        case WhileTheLoopTurns:
+            for (int turn = 0; turn < i % 40; ++turn) {
+                QCoreApplication::processEvents();
             }
+            awaited += answers;
+            break;
+        case WhenTheDeviceHasAnswered:
+            QVERIFY(server.waitForAnswers(i + 1));
+            break;
+        case Answered:
+            QVERIFY(QSignalSpy(&*package, &HttpJsonPackage::readyRead).wait());
+            QCOMPARE(answers, 1);
+            ++awaited;
+            break;
         }
+        package.reset();
     }
-    QVERIFY(answered <= 2000);
+    QVERIFY(server.waitForAnswers(count));
+    QCOMPARE(server.deliveries(), count);
+    QCOMPARE(early, 0);
+    QCOMPARE(twice, 0);
+    QCOMPARE(good, awaited);
 }
 
 void ThreadsTest::packagesOfManyThreadsAreAnsweredOnTheirOwn()

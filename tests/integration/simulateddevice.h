@@ -30,10 +30,12 @@ public:
         HttpProxy::getInstance()->initialize(true);
         return start() && simulator.waitForEventStreams(1);
     }
-    bool add()
+    bool add() { return add(simulator.address()); }
+    /// Makes the key known as a device at @p address, where the controller need not be.
+    bool add(const QString& address)
     {
         Krelm::Communicator::HttpDevice::DeviceEndpoint endpoint;
-        endpoint.address = simulator.address();
+        endpoint.address = address;
         return HttpProxy::getInstance()->addDevice(key, endpoint);
     }
 

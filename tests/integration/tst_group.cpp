@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "simulateddevice.h"
 
+#include <closedport.h>
+
 #include <tessel/inputinfo.h>
 
 #include <QSet>
@@ -174,9 +176,9 @@ private Q_SLOTS:
 
     void aDeviceThatIsGoneFailsTheWholeGroup()
     {
-        SimulatedDevice device(manyInputs());
-        QVERIFY(device.start());
-        device.simulator.stop();
+        const ClosedPort closed;
+        SimulatedDevice device;
+        QVERIFY(device.add(closed.address()));
         List results;
         QVERIFY(!InputInfo::getInstance()->getEDIDs(device.key, allIds(), results));
         QVERIFY(results.isEmpty());

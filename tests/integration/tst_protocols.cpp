@@ -2,6 +2,8 @@
 #include "promiseoutcome.h"
 #include "simulateddevice.h"
 
+#include <closedport.h>
+
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/correctionop.h>
 #include <tessel/hwinfo.h>
@@ -47,13 +49,15 @@ struct AbsentDevice
 {
     explicit AbsentDevice(Absence absence)
     {
-        if (absence != Absence::Unknown && !device.start())
+        if (absence == Absence::Refused && !device.add(closed.address()))
+            qFatal("no device");
+        if (absence != Absence::Gone)
+            return;
+        if (!device.start())
             qFatal("no simulator");
-        if (absence == Absence::Refused)
-            device.simulator.stop();
-        else if (absence == Absence::Gone)
-            device.simulator.logoutDevice();
+        device.simulator.logoutDevice();
     }
+    const ClosedPort closed;
     SimulatedDevice device;
 };
 

@@ -80,10 +80,12 @@ private Q_SLOTS:
         bool outerSettledFirst = false;
         QTimer::singleShot(0, [&] {
             Pending<void> inner;
-            QTimer::singleShot(0, [&] { (*outer.resolve)(); });
-            QTimer::singleShot(2, [&] {
-                outerSettledFirst = outer.promise.isFulfilled();
-                (*inner.resolve)();
+            QTimer::singleShot(0, [&] {
+                (*outer.resolve)();
+                QTimer::singleShot(0, [&] {
+                    outerSettledFirst = outer.promise.isFulfilled();
+                    (*inner.resolve)();
+                });
             });
             inner.promise.wait();
         });
@@ -121,7 +123,8 @@ private Q_SLOTS:
         const QPromise<QString> promise = QtPromise::connect(sender, &QObject::objectNameChanged);
         QTimer::singleShot(0, [&] {
             sender->deleteLater();
-            // Takes the wake-up that the deferred delete posted, and leaves the delete to the wait.
+            // Takes the wake-up that the deferred delete posted, and leaves the delete to the wait: the time
+            // is that of a turn in which nothing but the wake-up happens.
             QEventLoop nested;
             QTimer::singleShot(1, &nested, &QEventLoop::quit);
             nested.exec();

@@ -86,6 +86,11 @@ bool HttpClient::send(const QByteArray& bytes)
     return true;
 }
 
+void HttpClient::endSending()
+{
+    ::shutdown(m_socket, SHUT_WR);
+}
+
 bool HttpClient::fill()
 {
     std::array<char, 65536> chunk{};

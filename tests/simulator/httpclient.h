@@ -24,8 +24,8 @@ struct HttpReply
     QJsonArray list() const { return data().toArray(); }
 };
 
-/// A blocking HTTP/1.1 client on one socket, on purpose without any library. Every wait ends after ten
-/// seconds.
+/// A blocking HTTP/1.1 client on one socket, on purpose without any library. Every wait ends after a
+/// minute.
 class HttpClient
 {
 public:
@@ -42,6 +42,8 @@ public:
 
     /// Sends @p bytes as they are. @return whether all went out.
     bool send(const QByteArray& bytes);
+    /// Tells the server that nothing more comes; replies can still be read.
+    void endSending();
     HttpReply readReply(bool headOnly = false);
     /// Reads up to and including @p end; what came when the connection ended first.
     QByteArray readUntil(const QByteArray& end);

@@ -316,6 +316,17 @@ private Q_SLOTS:
         QCOMPARE(raisedOn, (QList<QThread*>{monitor()->thread(), monitor()->thread()}));
     }
 
+    void theSlotHandlesAnEventThatIsHandedToIt()
+    {
+        QSignalSpy warnings(monitor(), &MonitorInfo::signal_tqWarningReport);
+        monitor()->slot_onDeviceAutoReport(
+            R"({"eventSender":"monitor","eventType":"temperature","eventData":{"t":70}})", m_device);
+        QCOMPARE(warnings.size(), 1);
+        QCOMPARE(warnings.at(0).at(0).toString(), m_device);
+        QCOMPARE(warnings.at(0).at(1).value<QVariant>(), QVariant(Map{{"t", qlonglong(70)}}));
+        QCOMPARE(warnings.at(0).at(2).toInt(), 2);
+    }
+
     void signalsAndSlotStandInTheirOrder()
     {
         const QMetaObject& meta = MonitorInfo::staticMetaObject;

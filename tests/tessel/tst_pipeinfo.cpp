@@ -299,6 +299,7 @@ private Q_SLOTS:
             [&] {
                 reader.reset(QThread::create([this] { pipes()->getDevicePipes(m_device, false); }));
                 reader->start();
+                // A time and no event: what must not happen raises none. A slow machine lets it pass unseen.
                 QVERIFY2(!reader->wait(50), "a read on another thread gets past the lock");
             },
             Qt::DirectConnection);

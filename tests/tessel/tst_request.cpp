@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "objectsleft.h"
+
 #include <recordingengine.h>
 #include <refusingengine.h>
 
@@ -212,10 +214,18 @@ private Q_SLOTS:
     void aStackPackageMayDieBeforeItsReply()
     {
         m_engine->hold();
-        QVERIFY(Request("ScreenUpdateName").firePut(device));
+        bool started = false;
+        const int left = objectsLeftBy([&] { started = Request("ScreenUpdateName").firePut(device); });
+        QVERIFY(started);
+        QVERIFY2(left == 0, "the package went with the request");
+        QCOMPARE(m_engine->held(), 1);
+        m_engine->answer(RecordingEngine::failure());
         QVERIFY(m_engine->release());
         QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
+        QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
+        QCOMPARE(m_engine->last().path, QString("/api/v1/device/screen/name"));
     }
 
     void multipartCarriesTheCallersParts_data()

@@ -2,7 +2,7 @@
 #ifndef TESTS_TESSELCTL_PROGRAM_H
 #define TESTS_TESSELCTL_PROGRAM_H
 
-#include <simulator/simulator.h>
+#include <closedport.h>
 
 #include <QJsonDocument>
 #include <QProcess>
@@ -89,9 +89,8 @@ inline Run run(const QStringList& arguments, const QByteArray& input = {},
 /// An address where nobody listens.
 inline QString closedAddress()
 {
-    Tessel::Simulator::Simulator gone;
-    gone.start();
-    return gone.address();
+    static const ClosedPort closed;
+    return closed.address();
 }
 
 #endif
