@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <logcollector.h>
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
@@ -161,13 +162,6 @@ QString expectedOutcome(Form form, Situation situation)
     return "0 elements";
 }
 
-QStringList loggedLines;
-
-void recordLine(QtMsgType type, const QMessageLogContext&, const QString& line)
-{
-    loggedLines << (type == QtDebugMsg ? line : "not debug: " + line);
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(Transfer)
@@ -178,7 +172,6 @@ class TestCorrectionopUpload : public QObject
 {
     Q_OBJECT
     RecordingEngine* m_engine = nullptr;
-    QtMessageHandler m_formerHandler = nullptr;
 
     void addTransfers()
     {
@@ -188,13 +181,7 @@ class TestCorrectionopUpload : public QObject
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_engine = RecordingEngine::install();
-        loggedLines.clear();
-        m_formerHandler = qInstallMessageHandler(recordLine);
-    }
-    void cleanup() { qInstallMessageHandler(m_formerHandler); }
+    void init() { m_engine = RecordingEngine::install(); }
 
     void transfersSendOnePutAsTold_data() { addTransfers(); }
     void transfersSendOnePutAsTold()
@@ -282,16 +269,16 @@ private Q_SLOTS:
         QFETCH(bool, success);
         if (!success)
             m_engine->answer(RecordingEngine::failure());
+        const LogCollector log;
         transfer.outcome(sampleDevice);
         QStringList expected;
         if (transfer.logged) {
             const QString thread =
                 QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()), 10);
-            expected << transfer.logged + QString(" thread id =") + thread;
-            expected << transfer.logged +
-                            QString(success ? "  recv  thread id =" : " Error recv thread id =") + thread;
+            const QString line = QStringLiteral("debug: %1%2 thread id =%3").arg(transfer.logged);
+            expected << line.arg("", thread) << line.arg(success ? "  recv " : " Error recv", thread);
         }
-        QCOMPARE(loggedLines, expected);
+        QCOMPARE(log.lines(), expected);
     }
 
     void promiseFormsReturnPending()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <logcollector.h>
 #include <recordingengine.h>
 
 #include <tessel/request.h>
@@ -346,14 +347,16 @@ private Q_SLOTS:
     {
         const int something = 0;
         const CallSite site("tessel/cabinetinfooperator", "CabinetInfoOperator::berTestPattern", 17);
-        const QByteArray head = "System Error: LogInfo:[FILE: tessel/cabinetinfooperator , LINE 17 , FUNC "
-                                "CabinetInfoOperator::berTestPattern ] -> ";
-        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr!");
+        const QString head =
+            "debug: System Error: LogInfo:[FILE: tessel/cabinetinfooperator , LINE 17 , FUNC "
+            "CabinetInfoOperator::berTestPattern ] -> ";
+        const LogCollector log;
         QVERIFY(!instancesReady(site, "pInstance is nullptr!", nullptr, &something));
-        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr! error occurred");
         QVERIFY(!instancesReady(site, "pInstance is nullptr! error occurred", nullptr, nullptr));
-        QTest::ignoreMessage(QtDebugMsg, head + "pHttpInstance is nullptr! error occurred");
         QVERIFY(!instancesReady(site, "pInstance is nullptr!", &something, nullptr));
+        QCOMPARE(log.lines(),
+                 (QStringList{head + "pInstance is nullptr!", head + "pInstance is nullptr! error occurred",
+                              head + "pHttpInstance is nullptr! error occurred"}));
     }
 
     void aCallSiteKnowsItsLine()
