@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <cachedlisttest.h>
+#include <cachedoperator.h>
 #include <operationforms.h>
+#include <signalrecorder.h>
 
 #include <tessel/allurlresource.h>
 #include <tessel/pipeinfo.h>
@@ -23,6 +25,29 @@ const QByteArray pipesChanged = R"({"DataType":"Change","ChangeTag":"PipeLineInf
 PipeInfo* pipes()
 {
     return PipeInfo::getInstance();
+}
+
+CachedOperator cachedPipes()
+{
+    CachedOperator subject{
+        []() -> QObject* { return pipes(); },
+        "Device_Pipes",
+        CachedOperator::Entry::List,
+        [](const QString& deviceKey, bool force) { return pipes()->getDevicePipes(deviceKey, force); },
+        handingOut(&PipeInfo::getDevicePipes),
+        nullptr,
+        pipesChanged,
+        {"DataType", "ChangeTag"}};
+    subject.toldByRead = QStringList{"signal_sendDataChanged()"};
+    subject.told = [](const QString&) { return QStringList{"signal_sendDataChanged()"}; };
+    subject.refreshBlocks = true;
+    subject.forgetsOnLogout = false;
+    subject.otherEvents = {
+        {"all in lower case", R"({"dataType":"change","changeTag":"pipeLineInfo"})"},
+        {"another operator's tag", R"({"DataType":"Change","ChangeTag":"InputsInfo"})"},
+        {"an envelope", R"({"eventSender":"monitor","eventType":"PipeLineInfo"})"},
+    };
+    return subject;
 }
 
 } // namespace
@@ -197,6 +222,9 @@ private Q_SLOTS:
         QTest::newRow("text") << QByteArray(R"([{"id":"1","n":1},{"id":"2","n":2}])") << 2;
         QTest::newRow("number") << QByteArray(R"([{"id":1,"n":1},{"id":2,"n":2}])") << 2;
         QTest::newRow("twice") << QByteArray(R"([{"id":2,"n":1},{"id":"2","n":2}])") << 1;
+        QTest::newRow("another text of the number")
+            << QByteArray(R"([{"id":2.0,"n":1},{"id":"02","n":2}])") << 1;
+        QTest::newRow("truth") << QByteArray(R"([{"id":true,"n":1}])") << 0;
         QTest::newRow("absent") << QByteArray(R"([{"n":1},{"ID":2}])") << 0;
         QTest::newRow("empty list") << QByteArray("[]") << 0;
     }
@@ -235,47 +263,19 @@ private Q_SLOTS:
 
     // The list and its cache
 
-    void aSuccessfulReadRaisesTheSignalEvenWhenNothingChanged()
+    void theCacheFollowsItsDevice_data() { addCachedOperatorChecks(cachedPipes()); }
+    void theCacheFollowsItsDevice()
     {
-        QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
-        QVERIFY(pipes()->getDevicePipes(m_device, true));
-        QVERIFY(pipes()->getDevicePipes(m_device, true));
-        QCOMPARE(changed.size(), 2);
-        QVERIFY(changed.at(0).isEmpty());
+        QFETCH(CachedOperatorCheck, check);
+        checkCachedOperator(cachedPipes(), check);
     }
 
-    void aReadFromTheCacheSendsAndRaisesNothing()
+    void aReadThatChangesNothingRaisesTheSignalAllTheSame()
     {
-        answerList(R"([{"id":1,"size":{"w":1920}}])");
-        QVERIFY(pipes()->getDevicePipes(m_device, false));
-        QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
-        QVERIFY(pipes()->getDevicePipes(m_device, false));
-        QCOMPARE(cachedList(), (List{Map{{"id", qlonglong(1)}, {"size.w", qlonglong(1920)}}}));
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(changed.size(), 0);
-    }
-
-    void aFailedReadLeavesTheCacheAndRaisesNothing()
-    {
-        answerList("[1]");
+        SignalRecorder recorder(pipes());
         QVERIFY(pipes()->getDevicePipes(m_device, true));
-        QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!pipes()->getDevicePipes(m_device, true));
-        List result{"kept"};
-        QVERIFY(!pipes()->getDevicePipes(m_device, result, true));
-        QCOMPARE(result, (List{"kept"}));
-        QCOMPARE(cachedList(), (List{qlonglong(1)}));
-        QCOMPARE(changed.size(), 0);
-    }
-
-    void afterALogoutTheCachedListIsStillServed()
-    {
-        answerList("[1]");
-        QVERIFY(pipes()->getDevicePipes(m_device, false));
-        DeviceSide::logOut(m_device);
-        QCOMPARE(cachedList(), (List{qlonglong(1)}));
-        QCOMPARE(m_engine->count(), 1);
+        QVERIFY(pipes()->getDevicePipes(m_device, true));
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendDataChanged()", "signal_sendDataChanged()"}));
     }
 
     void theLockIsFreeDuringTheExchange()
@@ -330,33 +330,6 @@ private Q_SLOTS:
 
     // Events
 
-    void aPipelineEventCausesOneBlockingRead()
-    {
-        pipes();
-        answerList("[1]");
-        QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
-        push(pipesChanged);
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(m_engine->last().deviceKey, m_device);
-        QCOMPARE(m_engine->last().path, AllUrlResource::getUrl("Device_Pipes"));
-        QCOMPARE(m_engine->held(), 0);
-        QCOMPARE(changed.size(), 1);
-        QCOMPARE(cachedList(), (List{qlonglong(1)}));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aFailedRefreshIsSilent()
-    {
-        answerList("[1]");
-        QVERIFY(pipes()->getDevicePipes(m_device, false));
-        QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
-        m_engine->answer(RecordingEngine::failure());
-        push(pipesChanged);
-        QCOMPARE(m_engine->count(), 2);
-        QCOMPARE(changed.size(), 0);
-        QCOMPARE(cachedList(), (List{qlonglong(1)}));
-    }
-
     void putDeviceOnePipeInputIdShowsOnceTheDeviceReportedIt()
     {
         answerList(R"([{"id":"1","inputId":1}])");
@@ -385,45 +358,6 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 2);
         QCOMPARE(changed.size(), 2);
         QVERIFY2(cachedList() == List{qlonglong(1)}, "the later store wins");
-    }
-
-    void everyOtherEventIsIgnored_data()
-    {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("lower case type") << QByteArray(R"({"dataType":"Change","ChangeTag":"PipeLineInfo"})");
-        QTest::newRow("lower case value")
-            << QByteArray(R"({"DataType":"change","ChangeTag":"PipeLineInfo"})");
-        QTest::newRow("lower case tag") << QByteArray(R"({"DataType":"Change","changeTag":"PipeLineInfo"})");
-        QTest::newRow("all lower case") << QByteArray(R"({"dataType":"change","changeTag":"pipeLineInfo"})");
-        QTest::newRow("another tag") << QByteArray(R"({"DataType":"Change","ChangeTag":"InputsInfo"})");
-        QTest::newRow("no type") << QByteArray(R"({"ChangeTag":"PipeLineInfo"})");
-        QTest::newRow("no tag") << QByteArray(R"({"DataType":"Change"})");
-        QTest::newRow("object as type") << QByteArray(R"({"DataType":{"a":1},"ChangeTag":"PipeLineInfo"})");
-        QTest::newRow("no JSON") << QByteArray("PipeLineInfo");
-        QTest::newRow("cut") << pipesChanged.left(40);
-        QTest::newRow("array") << QByteArray("[" + pipesChanged + "]");
-        QTest::newRow("empty") << QByteArray();
-    }
-    void everyOtherEventIsIgnored()
-    {
-        QFETCH(QByteArray, event);
-        pipes();
-        push(event);
-        QCoreApplication::processEvents();
-        QCOMPARE(m_engine->count(), 0);
-    }
-
-    void anEventFromAForeignThreadIsHandledOnTheOperatorsThread()
-    {
-        QThread* raisedOn = nullptr;
-        const auto connection = connect(
-            pipes(), &PipeInfo::signal_sendDataChanged, pipes(), [&] { raisedOn = QThread::currentThread(); },
-            Qt::DirectConnection);
-        DeviceSide::pushFromForeignThread(m_device, pipesChanged);
-        QCOMPARE(m_engine->count(), 0);
-        QTRY_VERIFY(raisedOn);
-        disconnect(connection);
-        QCOMPARE(raisedOn, pipes()->thread());
     }
 };
 
