@@ -4,6 +4,7 @@
 
 #include <tessel/request.h>
 
+#include <QMutex>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -23,6 +24,20 @@ using List = QList<QVariant>;
 namespace {
 
 const QString device = QStringLiteral("wall");
+
+// An entry that notes, when a reply is stored in it, whether the mutex was held.
+struct LockWitness
+{
+    static inline QMutex mutex;
+    bool wasLocked = false;
+};
+
+void decode(const Krelm::Communicator::HttpDevice::HttpJsonPackage&, LockWitness& out)
+{
+    out.wasLocked = !LockWitness::mutex.tryLock();
+    if (!out.wasLocked)
+        LockWitness::mutex.unlock();
+}
 
 } // namespace
 
@@ -273,6 +288,15 @@ private Q_SLOTS:
         QVERIFY(Request("Device_Pipes").fetch(device, cache, &mutex));
         QVERIFY(wasFree);
         QVERIFY(cached(cache, device, false, &mutex));
+    }
+
+    void fetchStoresWithTheLockHeld()
+    {
+        QMap<QString, LockWitness> cache;
+        QVERIFY(Request("Device_Pipes").fetch(device, cache, &LockWitness::mutex));
+        QVERIFY(cache.value(device).wasLocked);
+        QVERIFY(LockWitness::mutex.tryLock());
+        LockWitness::mutex.unlock();
     }
 
     void fetchTellsOfAStoreWithTheLockHeldAndOfNoFailure()

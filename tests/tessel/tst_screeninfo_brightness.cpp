@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "screenlocks.h"
+
 #include <deviceside.h>
 #include <logcollector.h>
 #include <operationrow.h>
@@ -20,6 +22,7 @@ using Krelm::Communicator::HttpDevice::HttpMethod;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
+using Call = std::function<bool(const QString& deviceKey)>;
 
 namespace {
 
@@ -37,6 +40,8 @@ Map gammas(double r, double g, double b)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Call)
 
 class TestScreenInfoBrightness : public QObject
 {
@@ -519,6 +524,28 @@ private Q_SLOTS:
         QVERIFY(screenInfo()->setOneGamma(m_device, screen, {{"type", 3}, {"gamma", 2.5}}));
         QVERIFY(screenInfo()->setOneGamma(m_device, screen, {}));
         QCOMPARE(cachedGammas(), gammas(0, 2.5, 2.5));
+    }
+
+    void noLockIsHeldDuringTheRequest_data()
+    {
+        QTest::addColumn<Call>("call");
+        QTest::newRow("getBrightness") << Call([](const QString& device) {
+            Map out;
+            return screenInfo()->getBrightness(device, screen, out, false);
+        });
+        QTest::newRow("getSingleGamma") << Call([](const QString& device) {
+            Map out;
+            return screenInfo()->getSingleGamma(device, screen, out, false);
+        });
+        QTest::newRow("setOneGamma") << Call([](const QString& device) {
+            return screenInfo()->setOneGamma(device, screen, {{"type", 1}, {"gamma", 2.5}});
+        });
+    }
+    void noLockIsHeldDuringTheRequest()
+    {
+        QFETCH(Call, call);
+        giveCabinets(m_device);
+        checkNoLockDuringTheRequest(m_engine, m_device, [&] { return call(m_device); });
     }
 
     void aRefusedGammaLeavesTheCache()

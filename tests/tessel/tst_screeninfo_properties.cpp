@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "screenlocks.h"
+
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
@@ -322,6 +324,14 @@ private Q_SLOTS:
             QCOMPARE(out, property.out);
         }
         QCOMPARE(m_engine->count(), 1);
+    }
+
+    void noLockIsHeldDuringTheRequest_data() { everyProperty(); }
+    void noLockIsHeldDuringTheRequest()
+    {
+        QFETCH(const Property*, property);
+        Map out;
+        checkNoLockDuringTheRequest(m_engine, m_device, [&] { return read(property, out); });
     }
 
     void screensAndDevicesHaveValuesOfTheirOwn()
