@@ -21,12 +21,12 @@ public:
             m_thread->wait();
     }
 
-    /// Runs @p call on a thread of its own. @return whether it returned; `false` after ten seconds.
+    /// Runs @p call on a thread of its own. @return whether it returned; `false` after five seconds.
     bool getsThrough(std::function<void()> call)
     {
         m_thread.reset(QThread::create(std::move(call)));
         m_thread->start();
-        return m_thread->wait(10000);
+        return m_thread->wait(5000);
     }
 
 private:
