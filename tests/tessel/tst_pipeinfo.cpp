@@ -86,7 +86,11 @@ public:
     {}
 
 private Q_SLOTS:
-    void init() { beginWithAFreshDevice(); }
+    void init()
+    {
+        beginWithAFreshDevice();
+        pipes(); // its thread is that of the first call
+    }
 
     void twoCallsGiveTheSameInstance() { QCOMPARE(PipeInfo::getInstance(), pipes()); }
 
@@ -365,7 +369,7 @@ private Q_SLOTS:
         for (std::size_t i = 0; i < readers.size(); ++i) {
             readers.at(i).reset(QThread::create([this, i] {
                 for (int j = 0; j < 50; ++j)
-                    pipes()->getDevicePipes(m_device + QString::number(j), i % 2 == 0);
+                    pipes()->getDevicePipes(m_device + "-" + QString::number(j), i % 2 == 0);
             }));
         }
         for (const auto& reader : readers)
@@ -373,7 +377,7 @@ private Q_SLOTS:
         for (const auto& reader : readers)
             QVERIFY(reader->wait(60000));
         const int before = m_engine->count();
-        QVERIFY(pipes()->getDevicePipes(m_device + "49", false));
+        QVERIFY(pipes()->getDevicePipes(m_device + "-49", false));
         QCOMPARE(m_engine->count(), before);
     }
 
