@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "promisetesting.h"
 
+#include <logcollector.h>
+
 #include <QElapsedTimer>
 
 #include <chrono>
@@ -142,8 +144,7 @@ private Q_SLOTS:
 
     void aTimeoutWithoutEventDispatcherFollowsItsInput()
     {
-        QTest::ignoreMessage(QtWarningMsg,
-                             "A promise timer needs a thread with an event dispatcher; it will not fire");
+        const LogCollector log;
         Pending<int> pending;
         bool pendingBefore = false;
         bool fulfilledAfter = false;
@@ -155,6 +156,9 @@ private Q_SLOTS:
         }).join();
         QVERIFY(pendingBefore);
         QVERIFY(fulfilledAfter);
+        QCOMPARE(log.lines(),
+                 QStringList{"tessel.promise.warning: A promise timer needs a thread with an event "
+                             "dispatcher; it will not fire"});
     }
 };
 

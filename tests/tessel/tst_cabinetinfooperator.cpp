@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
+#include <cachedoperator.h>
 #include <deviceside.h>
+#include <logcollector.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <signalrecorder.h>
 #include <timelimits.h>
 
 #include <tessel/cabinetinfooperator.h>
 
-#include <QRegularExpression>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -26,6 +30,41 @@ const QString cardsPath = QStringLiteral("/api/v1/device/cabinet/rx");
 CabinetInfoOperator* cabinets()
 {
     return CabinetInfoOperator::getInstance();
+}
+
+QStringList traceOf(const QByteArray& event)
+{
+    if (QJsonDocument::fromJson(event).object().value("eventSender").toString() != "cabinet")
+        return {};
+    return {"debug: CabinetInfoOperator: \"" + QString(event).replace('"', "\\\"") + "\" m_isWatch: true"};
+}
+
+CachedOperator cachedCabinetLists()
+{
+    CachedOperator subject{
+        []() -> QObject* { return cabinets(); },
+        "Device_AllCabinetsInfo",
+        CachedOperator::Entry::List,
+        [](const QString& deviceKey, bool force) { return cabinets()->getAllCabinetsInfo(deviceKey, force); },
+        handingOut(&CabinetInfoOperator::getAllCabinetsInfo),
+        [](bool on) { on ? cabinets()->startWatch() : cabinets()->shutDownWatch(); },
+        allFlags,
+        {"eventSender", "eventType"}};
+    subject.parameters = {{"subpixel", "1"}};
+    subject.expectedTime = 30000;
+    subject.told = [](const QString& deviceKey) {
+        return QStringList{"signal_sendCountChanged(" + deviceKey + ')'};
+    };
+    subject.traceOfEvent = traceOf;
+    subject.traceOfLogout = QStringList{R"(debug: \w+ \.\.CabinetInfoOperator deviceLogout\.\. QTime\(.*\))"};
+    subject.otherEvents = {
+        {"another type", R"({"eventSender":"cabinet","eventType":"temperature"})"},
+        {"a change of another sender", R"({"eventSender":"screen","eventType":"cabinetsChange"})"},
+        {"a change of a sender in another case", R"({"eventSender":"Cabinet","eventType":"cabinetsChange"})"},
+        {"a change without a sender", R"({"eventType":"cabinetsChange"})"},
+        {"the change form", R"({"dataType":"change","changeTag":"cabinetsChange"})"},
+    };
+    return subject;
 }
 
 List withId(const char* id)
@@ -103,89 +142,20 @@ private Q_SLOTS:
 
     // The cabinets and their cache
 
-    void aCachedListIsReadWithoutARequestUnlessForced()
+    void theCacheFollowsItsDevice_data() { addCachedOperatorChecks(cachedCabinetLists()); }
+    void theCacheFollowsItsDevice()
     {
-        answer(R"([{"id":"1","size":{"w":2}}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(cachedCabinets(), (List{Map{{"id", "1"}, {"size.w", qlonglong(2)}}}));
-        QCOMPARE(m_engine->count(), 1);
-
-        m_engine->forget();
-        answer(R"([{"id":"2"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, true));
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(m_engine->last().path, cabinetsPath);
-        QCOMPARE(m_engine->last().parameters, (QMap<QString, QString>{{"subpixel", "1"}}));
-        QCOMPARE(cachedCabinets(), withId("2"));
+        QFETCH(CachedOperatorCheck, check);
+        checkCachedOperator(cachedCabinetLists(), check);
     }
 
-    void withTheWatchOffEveryReadGoesToTheDeviceAndIsCached()
-    {
-        answer(R"([{"id":"1"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        cabinets()->shutDownWatch();
-        answer(R"([{"id":"2"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
-        cabinets()->startWatch();
-        QCOMPARE(cachedCabinets(), withId("2"));
-        QCOMPARE(m_engine->count(), 3);
-    }
-
-    void anEmptyListCountsAsCached()
+    void anEmptyListHasNoCabinetToFind()
     {
         answer("[]");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        List out{1};
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, out, false));
-        QVERIFY(out.isEmpty());
         Map cabinet{{"kept", 1}};
         QVERIFY(!cabinets()->getCabinetInfo(m_device, QString(), cabinet));
         QCOMPARE(cabinet, (Map{{"kept", 1}}));
         QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aFailedReadKeepsTheCacheAndTheOutput()
-    {
-        answer(R"([{"id":"1"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        m_engine->answer(RecordingEngine::failure());
-        List out{1};
-        QVERIFY(!cabinets()->getAllCabinetsInfo(m_device, out, true));
-        QCOMPARE(out, List{1});
-        QCOMPARE(cachedCabinets(), withId("1"));
-    }
-
-    void aFailedReadCachesNothing()
-    {
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!cabinets()->getAllCabinetsInfo(m_device, false));
-        QVERIFY(!cabinets()->getAllCabinetsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aReadRaisesNoSignal()
-    {
-        QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
-        QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, true));
-        QCOMPARE(changed.size() + counted.size(), 0);
-    }
-
-    void devicesHaveEntriesOfTheirOwn()
-    {
-        const QString other = DeviceSide::fresh();
-        answer(R"([{"id":"1"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        answer(R"([{"id":"2"}])");
-        QVERIFY(cabinets()->getAllCabinetsInfo(other, false));
-        QCOMPARE(m_engine->count(), 2);
-        DeviceSide::logOut(other);
-        QCOMPARE(cachedCabinets(), withId("1"));
-        QCOMPARE(m_engine->count(), 2);
     }
 
     void getCabinetInfoFindsTheFirstWithTheId_data()
@@ -366,102 +336,78 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 1);
     }
 
-    void allFlagsFetchesTheCabinetsAndTellsOfTheirCount()
+    void anEventOfTheCabinetsIsTracedOnce()
     {
-        answerById("old", "card");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        m_engine->forget();
+        const LogCollector log;
+        DeviceSide::push(m_device, R"({"eventSender":"cabinet"})");
+        QCOMPARE(log.lines(),
+                 QStringList{"debug: CabinetInfoOperator: \"{\\\"eventSender\\\":\\\"cabinet\\\"}\" "
+                             "m_isWatch: true"});
+    }
+
+    void allFlagsSetsNoTimeLimit()
+    {
         answerById("new", "card");
-        QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
-        QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
         const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, allFlags);
-        QCOMPARE(timeLimitsGiven(), limitsBefore);
-        QTRY_COMPARE(counted.size(), 1);
-        QCOMPARE(counted.first(), List{m_device});
-        QCOMPARE(changed.size(), 0);
         QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(m_engine->last().expectedTime, 10000);
-        QCOMPARE(m_engine->last().path, cabinetsPath);
-        QVERIFY(m_engine->last().parameters.isEmpty());
-        QCOMPARE(cachedCabinets(), withId("new"));
-    }
-
-    void aFailedFetchForAllFlagsKeepsTheListAndStaysSilent()
-    {
-        answerById("old", "card");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        answerById({}, {});
-        QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
-        QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
-        DeviceSide::push(m_device, allFlags);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
         handleAllReplies();
-        QCOMPARE(changed.size() + counted.size(), 0);
-        QCOMPARE(cachedCabinets(), withId("old"));
     }
 
-    void anEmptyListFromARefreshReplacesAndCounts()
+    void theEventsPayloadIsNotLookedAt_data()
     {
-        answerById("old", "card");
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        answer("[]");
-        QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
-        DeviceSide::push(m_device, allFlags);
-        QTRY_COMPARE(counted.size(), 1);
-        QVERIFY(cachedCabinets().isEmpty());
+        QTest::addColumn<QByteArray>("payload");
+        QTest::newRow("none") << QByteArray();
+        QTest::newRow("null") << QByteArray(R"(,"eventData":null)");
+        QTest::newRow("text") << QByteArray(R"(,"eventData":"x")");
+        QTest::newRow("number") << QByteArray(R"(,"eventData":0)");
+        QTest::newRow("empty list") << QByteArray(R"(,"eventData":[])");
+        QTest::newRow("list") << QByteArray(R"(,"eventData":[{"id":"1"}])");
+        QTest::newRow("empty object") << QByteArray(R"(,"eventData":{})");
+        QTest::newRow("another event")
+            << QByteArray(R"(,"eventData":{"eventSender":"screen","eventType":"x"})");
+    }
+    void theEventsPayloadIsNotLookedAt()
+    {
+        QFETCH(QByteArray, payload);
+        SignalRecorder recorder(cabinets());
+        DeviceSide::push(m_device,
+                         R"({"eventSender":"cabinet","eventType":"cabinetsChange")" + payload + '}');
         QCOMPARE(m_engine->count(), 2);
+        handleAllReplies();
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendDataChanged(" + m_device + ')',
+                                               "signal_rvCardsInfoChanged(" + m_device + ')'}));
+        DeviceSide::push(m_device, R"({"eventSender":"cabinet","eventType":"allFlags")" + payload + '}');
+        QCOMPARE(m_engine->count(), 3);
+        handleAllReplies();
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendCountChanged(" + m_device + ')'}));
     }
 
-    void everyOtherEventIsIgnored_data()
-    {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("another sender")
-            << QByteArray(R"({"eventSender":"screen","eventType":"cabinetsChange"})");
-        QTest::newRow("another case")
-            << QByteArray(R"({"eventSender":"Cabinet","eventType":"cabinetsChange"})");
-        QTest::newRow("a sender that is an object")
-            << QByteArray(R"({"eventSender":{"cabinet":1},"eventType":"cabinetsChange"})");
-        QTest::newRow("no sender") << QByteArray(R"({"eventType":"cabinetsChange"})");
-        QTest::newRow("another type") << QByteArray(R"({"eventSender":"cabinet","eventType":"temperature"})");
-        QTest::newRow("another case of the type")
-            << QByteArray(R"({"eventSender":"cabinet","eventType":"allflags"})");
-        QTest::newRow("no type") << QByteArray(R"({"eventSender":"cabinet"})");
-        QTest::newRow("a type that is a number") << QByteArray(R"({"eventSender":"cabinet","eventType":1})");
-        QTest::newRow("a change") << QByteArray(R"({"dataType":"change","changeTag":"cabinetsChange"})");
-        QTest::newRow("no JSON") << QByteArray(R"({"eventSender":"cabinet","eventType":"allFlags")");
-        QTest::newRow("an array") << QByteArray(R"([{"eventSender":"cabinet","eventType":"allFlags"}])");
-        QTest::newRow("nothing") << QByteArray();
-    }
-    void everyOtherEventIsIgnored()
-    {
-        QFETCH(QByteArray, event);
-        QSignalSpy changed(cabinets(), &CabinetInfoOperator::signal_sendDataChanged);
-        DeviceSide::push(m_device, event);
-        QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(changed.size(), 0);
-    }
-
-    void anEventOfTheCabinetsIsTraced()
-    {
-        QTest::ignoreMessage(QtDebugMsg,
-                             "CabinetInfoOperator: "
-                             "\"{\\\"eventSender\\\":\\\"cabinet\\\",\\\"eventType\\\":\\\"x\\\"}\" "
-                             "m_isWatch: true");
-        DeviceSide::push(m_device, R"({"eventSender":"cabinet","eventType":"x"})");
-    }
-
-    void withTheWatchOffEventsAreDroppedUnread()
+    void withTheWatchOffAChangeOfTheCabinetsIsLost()
     {
         cabinets()->shutDownWatch();
-        QStringList& lines = heardLines();
-        lines.clear();
-        const QtMessageHandler earlier = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& text) { heardLines() << text; });
+        const LogCollector log;
         DeviceSide::push(m_device, cabinetsChange);
-        DeviceSide::push(m_device, allFlags);
-        qInstallMessageHandler(earlier);
         QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(lines, QStringList());
+        QCOMPARE(log.lines(), QStringList());
+    }
+
+    void aWatchThatGoesOffDoesNotStopTheRefreshOfBothLists()
+    {
+        answerById("new", "card");
+        SignalRecorder recorder(cabinets());
+        DeviceSide::push(m_device, cabinetsChange);
+        cabinets()->shutDownWatch();
+        handleAllReplies();
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendDataChanged(" + m_device + ')',
+                                               "signal_rvCardsInfoChanged(" + m_device + ')'}));
+        cabinets()->startWatch();
+        QCOMPARE(cachedCabinets(), withId("new"));
+        List out;
+        QVERIFY(cabinets()->getRvCardsList(m_device, out));
+        QCOMPARE(out, withId("card"));
+        QCOMPARE(m_engine->count(), 2);
     }
 
     void anEventFromAForeignThreadIsHandledOnTheHomeThread()
@@ -482,20 +428,6 @@ private Q_SLOTS:
             QCOMPARE(thread, QThread::currentThread());
     }
 
-    void anEventDuringAReadIsHandledAfterIt()
-    {
-        m_engine->answer([&](const RecordingEngine::Request& request) {
-            if (m_engine->count() == 1)
-                DeviceSide::pushFromForeignThread(request.deviceKey, allFlags);
-            return RecordingEngine::data("[" + QByteArray::number(m_engine->count()) + "]");
-        });
-        QSignalSpy counted(cabinets(), &CabinetInfoOperator::signal_sendCountChanged);
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QCOMPARE(cachedCabinets(), (List{qlonglong(1)}));
-        QTRY_COMPARE(counted.size(), 1);
-        QCOMPARE(cachedCabinets(), (List{qlonglong(2)}));
-    }
-
     // Logout
 
     void aLogoutForgetsTheCabinetsAndKeepsTheCards()
@@ -513,27 +445,6 @@ private Q_SLOTS:
         List out;
         QVERIFY(cabinets()->getRvCardsList(m_device, out));
         QCOMPARE(out, withId("card"));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aLogoutForgetsWithTheWatchOffAsWellAndIsTraced()
-    {
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        cabinets()->shutDownWatch();
-        QTest::ignoreMessage(
-            QtDebugMsg,
-            QRegularExpression("^\\w+ \\.\\.CabinetInfoOperator deviceLogout\\.\\. QTime\\(.*\\)$"));
-        DeviceSide::logOut(m_device);
-        cabinets()->startWatch();
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aLogoutOfADeviceThatIsNotCachedChangesNothing()
-    {
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
-        DeviceSide::logOut(DeviceSide::fresh());
-        QVERIFY(cabinets()->getAllCabinetsInfo(m_device, false));
         QCOMPARE(m_engine->count(), 1);
     }
 
@@ -582,13 +493,6 @@ private Q_SLOTS:
         QCOMPARE(CabinetInfoOperator::getInstance(), CabinetInfoOperator::getInstance());
         DeviceSide::push(m_device, allFlags);
         QCOMPARE(m_engine->count(), 1);
-    }
-
-private:
-    static QStringList& heardLines()
-    {
-        static QStringList lines;
-        return lines;
     }
 };
 

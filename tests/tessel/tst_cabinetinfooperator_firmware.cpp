@@ -2,6 +2,7 @@
 #include "cabinetrows.h"
 
 #include <deviceside.h>
+#include <logcollector.h>
 #include <recordingengine.h>
 
 #include <QSignalSpy>
@@ -121,14 +122,11 @@ private Q_SLOTS:
     {
         Map body = settings;
         Map out;
-        lines().clear();
-        const QtMessageHandler earlier = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& text) { lines() << text; });
+        const LogCollector log;
         cabinets()->clearModuleCoefficient(sampleDevice, body, out, 1000);
         cabinets()->reloadModuleCoefficient(sampleDevice, body, out, 1000);
         cabinets()->saveModuleCoefficient(sampleDevice, body, out, 1000);
-        qInstallMessageHandler(earlier);
-        QCOMPARE(lines(), QStringList{"waittime : \"1000\""});
+        QCOMPARE(log.lines(), QStringList{"debug: waittime : \"1000\""});
     }
 
     void reloadingUsesTheRouteThatShows()
@@ -141,12 +139,6 @@ private Q_SLOTS:
     }
 
 private:
-    static QStringList& lines()
-    {
-        static QStringList lines;
-        return lines;
-    }
-
     using Coefficient = Operation<Map&, Map&, int>;
     static OperationRow coefficient(const char* name, const char* routeKey, int limit, Coefficient op)
     {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cabinetrows.h"
 
+#include <logcollector.h>
 #include <recordingengine.h>
 #include <refusingengine.h>
 
@@ -167,17 +168,10 @@ private Q_SLOTS:
         QVERIFY(cabinets()->setCabinetBrightnessAsync(sampleDevice, settingsList));
         QCOMPARE(m_engine->held(), 1);
 
-        criticalLines().clear();
-        const QtMessageHandler earlier =
-            qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
-                if (type == QtCriticalMsg)
-                    criticalLines() << text;
-            });
+        const LogCollector log;
         QVERIFY(m_engine->release());
-        const bool logged = QTest::qWaitFor([] { return !criticalLines().isEmpty(); });
-        qInstallMessageHandler(earlier);
-        QVERIFY(logged);
-        QCOMPARE(criticalLines(), QStringList{QString::number(state)});
+        handleAllReplies();
+        QCOMPARE(log.lines(), QStringList{"critical: " + QString::number(state)});
     }
 
     void theTwoFlagWritesShareARoute()
@@ -373,12 +367,6 @@ private:
     {
         QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
-    }
-
-    static QStringList& criticalLines()
-    {
-        static QStringList lines;
-        return lines;
     }
 
     // A fire-and-forget write: sees no failure, and no reply either.

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <logcollector.h>
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
@@ -291,10 +292,12 @@ private Q_SLOTS:
 
     void setCorrectEnableWithCabinetsDoesNothingAndWithAMapSends()
     {
+        const LogCollector log;
         const auto promise = correction()->setCorrectEnable(sampleDevice, QStringList{"1"}, true);
         QVERIFY(promise.isFulfilled());
         QCOMPARE(PromiseOutcome::of(promise), QString("false"));
         QCOMPARE(m_engine->count(), 0);
+        QCOMPARE(log.lines(), QStringList());
         Map result;
         QVERIFY(correction()->setCorrectEnable(sampleDevice, Map{{"enable", true}}, result));
         QCOMPARE(m_engine->count(), 1);
@@ -303,11 +306,12 @@ private Q_SLOTS:
 
     void setActionWritesOneWarningAndDoesNothing()
     {
-        QTest::ignoreMessage(QtWarningMsg, "Unimplemented code.");
+        const LogCollector log;
         const auto promise = correction()->setAction(sampleDevice, "1", Map{{"x", 1}});
         QVERIFY(promise.isFulfilled());
         QCOMPARE(PromiseOutcome::of(promise), QString("false"));
         QCOMPARE(m_engine->count(), 0);
+        QCOMPARE(log.lines(), QStringList{"warning: Unimplemented code."});
     }
 
     void setScreenCorrectionModeReturnsFalseAndLeavesTheResult()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "objectsleft.h"
 
+#include <logcollector.h>
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
@@ -159,13 +160,6 @@ const char* const outcomes[][7] = {
      "rejected: no start"},
 };
 
-QStringList loggedLines;
-
-void recordLine(QtMsgType type, const QMessageLogContext&, const QString& line)
-{
-    loggedLines << (type == QtDebugMsg ? line : "not debug: " + line);
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(Transfer)
@@ -176,7 +170,6 @@ class TestCorrectionopUpload : public QObject
 {
     Q_OBJECT
     RecordingEngine* m_engine = nullptr;
-    QtMessageHandler m_formerHandler = nullptr;
 
     void addTransfers()
     {
@@ -186,13 +179,7 @@ class TestCorrectionopUpload : public QObject
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_engine = RecordingEngine::install();
-        loggedLines.clear();
-        m_formerHandler = qInstallMessageHandler(recordLine);
-    }
-    void cleanup() { qInstallMessageHandler(m_formerHandler); }
+    void init() { m_engine = RecordingEngine::install(); }
 
     void transfersSendOnePutAsTold_data() { addTransfers(); }
     void transfersSendOnePutAsTold()
@@ -282,17 +269,16 @@ private Q_SLOTS:
         QFETCH(bool, success);
         if (!success)
             m_engine->answer(RecordingEngine::failure());
+        const LogCollector log;
         transfer.outcome(sampleDevice);
         QStringList expected;
         if (transfer.logged) {
-            std::ostringstream id; // a plain decimal number
-            id << std::this_thread::get_id();
-            const QString thread = QString::fromStdString(id.str());
-            expected << transfer.logged + QString(" thread id =") + thread;
-            expected << transfer.logged +
-                            QString(success ? "  recv  thread id =" : " Error recv thread id =") + thread;
+            const QString thread =
+                QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()), 10);
+            const QString line = QStringLiteral("debug: %1%2 thread id =%3").arg(transfer.logged);
+            expected << line.arg("", thread) << line.arg(success ? "  recv " : " Error recv", thread);
         }
-        QCOMPARE(loggedLines, expected);
+        QCOMPARE(log.lines(), expected);
     }
 
     void promiseFormsReturnPending()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <logcollector.h>
 #include <recordingengine.h>
 #include <replaced.h>
 
@@ -176,8 +177,10 @@ private Q_SLOTS:
 
     void anEmptyBatchLogsAndSendsNothing()
     {
-        QTest::ignoreMessage(QtCriticalMsg, "ScreenInfo::setMultPixelImage System error! trigger is nullptr");
+        const LogCollector log;
         QVERIFY(!putToDevices("ScreenInfo::setMultPixelImage", {}, routeOf, 20000));
+        QCOMPARE(log.lines(),
+                 QStringList{"critical: ScreenInfo::setMultPixelImage System error! trigger is nullptr"});
         QCOMPARE(m_engine->count(), 0);
     }
 };

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include <cachedoperator.h>
 #include <deviceside.h>
+#include <logcollector.h>
 #include <operationrow.h>
 #include <recordingengine.h>
 
@@ -19,6 +21,30 @@ const QByteArray hwInfoChanged = R"({"dataType":"change","changeTag":"hwInfo"})"
 HWInfo* hwInfo()
 {
     return HWInfo::getInstance();
+}
+
+CachedOperator cachedHwInfo()
+{
+    CachedOperator subject{
+        []() -> QObject* { return hwInfo(); },
+        "Device_Hwinfo",
+        CachedOperator::Entry::Map,
+        [](const QString& deviceKey, bool force) { return hwInfo()->getHWInfo(deviceKey, force); },
+        handingOut(&HWInfo::getHWInfo),
+        [](bool on) { on ? hwInfo()->startWatch() : hwInfo()->shutDownWatch(); },
+        hwInfoChanged,
+        {"dataType", "changeTag"}};
+    subject.told = [](const QString&) { return QStringList{"signal_sendDataChanged()"}; };
+    subject.otherEvents = {
+        {"another operator's tag", R"({"dataType":"change","changeTag":"inputsInfo"})"},
+        {"a change with a name", R"({"dataType":"change","name":"Lobby"})"},
+        {"a tag with a name", R"({"changeTag":"hwInfo","name":"Lobby"})"},
+        {"no name", R"({"dataType":"customNameChange"})"},
+        {"an empty name", R"({"dataType":"customNameChange","name":""})"},
+        {"a name that is an object", R"({"dataType":"customNameChange","name":{"a":"b"}})"},
+        {"an envelope", R"({"eventSender":"cabinet","eventType":"cabinetsChange"})"},
+    };
+    return subject;
 }
 
 } // namespace
@@ -78,83 +104,11 @@ private Q_SLOTS:
 
     // The description and its cache
 
-    void theSecondReadIsAnsweredFromTheCache()
+    void theCacheFollowsItsDevice_data() { addCachedOperatorChecks(cachedHwInfo()); }
+    void theCacheFollowsItsDevice()
     {
-        m_engine->answer(RecordingEngine::data(R"({"name":"MX","net":{"ip":"10.0.0.9"}})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(cachedInfo(), (Map{{"name", "MX"}, {"net.ip", "10.0.0.9"}}));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aFailedReadIsTriedAgain()
-    {
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!hwInfo()->getHWInfo(m_device, false));
-        Map out{{"kept", 1}};
-        QVERIFY(!hwInfo()->getHWInfo(m_device, out, false));
-        QCOMPARE(m_engine->count(), 2);
-        QCOMPARE(out, (Map{{"kept", 1}}));
-    }
-
-    void aFailedForcedReadKeepsTheOldEntryAndTheOutput()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, true));
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!hwInfo()->getHWInfo(m_device, true));
-        Map out{{"kept", 1}};
-        QVERIFY(!hwInfo()->getHWInfo(m_device, out, true));
-        QCOMPARE(out, (Map{{"kept", 1}}));
-        QCOMPARE(m_engine->count(), 3);
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
-        QCOMPARE(cachedInfo(), (Map{{"name", "old"}}));
-    }
-
-    void aForcedReadReplacesTheWholeEntry()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"a":1,"b":2})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        m_engine->answer(RecordingEngine::data(R"({"b":3})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, true));
-        QCOMPARE(cachedInfo(), (Map{{"b", qlonglong(3)}}));
-    }
-
-    void anEmptyDescriptionCountsAsCached()
-    {
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        Map out{{"stale", 1}};
-        QVERIFY(hwInfo()->getHWInfo(m_device, out, false));
-        QVERIFY(out.isEmpty());
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void devicesHaveEntriesOfTheirOwn()
-    {
-        m_engine->answer([](const RecordingEngine::Request& request) {
-            return RecordingEngine::data(R"({"name":")" + request.deviceKey.toUtf8() + R"("})");
-        });
-        const QString other = DeviceSide::fresh();
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QVERIFY(hwInfo()->getHWInfo(other, false));
-        QCOMPARE(cachedInfo().value("name").toString(), m_device);
-        DeviceSide::logOut(other);
-        QCOMPARE(cachedInfo().value("name").toString(), m_device);
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void withTheWatchOffEveryReadGoesToTheDevice()
-    {
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        hwInfo()->shutDownWatch();
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
-        hwInfo()->startWatch();
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
+        QFETCH(CachedOperatorCheck, check);
+        checkCachedOperator(cachedHwInfo(), check);
     }
 
     void theTypedReadNeitherUsesNorFillsTheCache()
@@ -261,6 +215,15 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 1);
     }
 
+    void aCapabilityVersionThatIsNotKnownIsNotTraced()
+    {
+        const LogCollector log;
+        hwInfo()->getCapabilityProtoc(m_device, false);
+        m_engine->answer(RecordingEngine::failure());
+        hwInfo()->getCapabilityProtoc(m_device, true);
+        QCOMPARE(log.lines(), QStringList());
+    }
+
     void theCapabilityVersionOfAnUnknownDeviceIsUnknownAndNotAskedFor()
     {
         QCOMPARE(int(hwInfo()->getCapabilityProtoc(m_device, false)), 0);
@@ -281,79 +244,16 @@ private Q_SLOTS:
 
     void aKnownCapabilityVersionIsTraced()
     {
-        const QByteArray line = "key: \"" + m_device.toUtf8() + "\"  isNew \"V3.0\"";
+        const QString line = "debug: key: \"" + m_device + "\"  isNew \"V3.0\"";
+        LogCollector log;
         answerVersion("V3.0");
-        QTest::ignoreMessage(QtDebugMsg, line);
         hwInfo()->getCapabilityProtoc(m_device, true);
-        QTest::ignoreMessage(QtDebugMsg, line);
+        QCOMPARE(log.lines(), QStringList{line});
         hwInfo()->getCapabilityProtoc(m_device, false);
+        QCOMPARE(log.lines(), (QStringList{line, line}));
     }
 
     // Events
-
-    void anHwInfoChangeFetchesTheDescriptionAnewAndTells()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"name":"old","gone":1})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        m_engine->answer(RecordingEngine::data(R"({"name":"new"})"));
-        QSignalSpy changed(hwInfo(), &HWInfo::signal_sendDataChanged);
-        DeviceSide::push(m_device, hwInfoChanged);
-        QCOMPARE(changed.size(), 0);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(m_engine->count(), 2);
-        QCOMPARE(m_engine->last().path, QString("/api/v1/device/hw"));
-        QCOMPARE(m_engine->last().deviceKey, m_device);
-        QCOMPARE(cachedInfo(), (Map{{"name", "new"}}));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void anHwInfoChangeOfAnUnknownDeviceCreatesItsEntry()
-    {
-        QSignalSpy changed(hwInfo(), &HWInfo::signal_sendDataChanged);
-        DeviceSide::push(m_device, hwInfoChanged);
-        QTRY_COMPARE(changed.size(), 1);
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aFailedRefreshKeepsTheEntryAndStaysSilent()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        m_engine->answer(RecordingEngine::failure());
-        QSignalSpy changed(hwInfo(), &HWInfo::signal_sendDataChanged);
-        DeviceSide::push(m_device, hwInfoChanged);
-        QTRY_COMPARE(m_engine->held(), 0);
-        QCoreApplication::processEvents();
-        QCOMPARE(changed.size(), 0);
-        QCOMPARE(cachedInfo(), (Map{{"name", "old"}}));
-    }
-
-    void anEventFromAForeignThreadIsHandledOnTheHomeThread()
-    {
-        QThread* heardOn = nullptr;
-        const auto connection = connect(
-            hwInfo(), &HWInfo::signal_sendDataChanged, this, [&] { heardOn = QThread::currentThread(); },
-            Qt::DirectConnection);
-        DeviceSide::pushFromForeignThread(m_device, hwInfoChanged);
-        QTRY_COMPARE(heardOn, QThread::currentThread());
-        disconnect(connection);
-    }
-
-    void anEventDuringAReadIsHandledAfterIt()
-    {
-        m_engine->answer([&](const RecordingEngine::Request& request) {
-            if (m_engine->count() == 1)
-                DeviceSide::pushFromForeignThread(request.deviceKey, hwInfoChanged);
-            return RecordingEngine::data(R"({"request":)" + QByteArray::number(m_engine->count()) + "}");
-        });
-        QSignalSpy changed(hwInfo(), &HWInfo::signal_sendDataChanged);
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(cachedInfo(), (Map{{"request", qlonglong(1)}}));
-        QCOMPARE(m_engine->count(), 1);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(cachedInfo(), (Map{{"request", qlonglong(2)}}));
-    }
 
     void aNewCustomNameIsPassedOnAndNotCached()
     {
@@ -367,51 +267,10 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 1);
     }
 
-    void anEmptyCustomNameRaisesNoSignal()
-    {
-        QSignalSpy renamed(hwInfo(), &HWInfo::signal_customNameChanged);
-        DeviceSide::push(m_device, R"({"dataType":"customNameChange","name":""})");
-        QCOMPARE(renamed.size(), 0);
-    }
-
-    void everyOtherEventIsIgnored_data()
-    {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("a tag nobody claims") << QByteArray(R"({"dataType":"change","changeTag":"moonInfo"})");
-        QTest::newRow("another tag") << QByteArray(R"({"dataType":"change","changeTag":"inputsInfo"})");
-        QTest::newRow("no tag") << QByteArray(R"({"dataType":"change"})");
-        QTest::newRow("a tag that is an object")
-            << QByteArray(R"({"dataType":"change","changeTag":{"hwInfo":1}})");
-        QTest::newRow("a change with a name") << QByteArray(R"({"dataType":"change","name":"Lobby"})");
-        QTest::newRow("another case") << QByteArray(R"({"dataType":"Change","changeTag":"hwInfo"})");
-        QTest::newRow("another member") << QByteArray(R"({"DataType":"change","ChangeTag":"hwInfo"})");
-        QTest::newRow("no type") << QByteArray(R"({"changeTag":"hwInfo","name":"Lobby"})");
-        QTest::newRow("a type that is a number") << QByteArray(R"({"dataType":1,"changeTag":"hwInfo"})");
-        QTest::newRow("no name") << QByteArray(R"({"dataType":"customNameChange"})");
-        QTest::newRow("a name that is an object")
-            << QByteArray(R"({"dataType":"customNameChange","name":{"a":"b"}})");
-        QTest::newRow("an envelope") << QByteArray(
-            R"({"eventSender":"cabinet","eventType":"cabinetsChange"})");
-        QTest::newRow("no JSON") << QByteArray(R"({"dataType":"change","changeTag":"hwInfo")");
-        QTest::newRow("an array") << QByteArray(R"([{"dataType":"change","changeTag":"hwInfo"}])");
-        QTest::newRow("nothing") << QByteArray();
-    }
-    void everyOtherEventIsIgnored()
-    {
-        QFETCH(QByteArray, event);
-        QSignalSpy changed(hwInfo(), &HWInfo::signal_sendDataChanged);
-        QSignalSpy renamed(hwInfo(), &HWInfo::signal_customNameChanged);
-        DeviceSide::push(m_device, event);
-        QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(changed.size(), 0);
-        QCOMPARE(renamed.size(), 0);
-    }
-
-    void withTheWatchOffEventsAreIgnored()
+    void withTheWatchOffANewCustomNameIsLost()
     {
         hwInfo()->shutDownWatch();
         QSignalSpy renamed(hwInfo(), &HWInfo::signal_customNameChanged);
-        DeviceSide::push(m_device, hwInfoChanged);
         DeviceSide::push(m_device, R"({"dataType":"customNameChange","name":"Lobby"})");
         QCOMPARE(m_engine->count(), 0);
         QCOMPARE(renamed.size(), 0);
@@ -436,23 +295,6 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), asked);
         QVERIFY(hwInfo()->getHWInfo(m_device, false));
         QCOMPARE(m_engine->count(), asked + 1);
-    }
-
-    void aLogoutForgetsWithTheWatchOffAsWell()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"capability":{"deviceType":1}})"));
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        hwInfo()->shutDownWatch();
-        DeviceSide::logOut(m_device);
-        QVERIFY(!hwInfo()->getHWDeviceType(m_device));
-    }
-
-    void aLogoutOfADeviceThatIsNotCachedChangesNothing()
-    {
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        DeviceSide::logOut(DeviceSide::fresh());
-        QVERIFY(hwInfo()->getHWInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
     }
 
     // The object

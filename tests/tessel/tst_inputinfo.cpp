@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <cachedlisttest.h>
+#include <cachedoperator.h>
+#include <deviceside.h>
 #include <operationforms.h>
+#include <recordingengine.h>
+#include <signalrecorder.h>
 #include <singleshots.h>
 #include <timelimits.h>
 
@@ -26,9 +29,25 @@ InputInfo* inputs()
     return InputInfo::getInstance();
 }
 
-List named(const char* name)
+CachedOperator cachedInputs()
 {
-    return {Map{{"name", name}}};
+    CachedOperator subject{
+        []() -> QObject* { return inputs(); },
+        "Device_AllInputs",
+        CachedOperator::Entry::List,
+        [](const QString& deviceKey, bool force) { return inputs()->getAllInputsInfo(deviceKey, force); },
+        handingOut(&InputInfo::getAllInputsInfo),
+        [](bool on) { on ? inputs()->startWatch() : inputs()->shutDownWatch(); },
+        inputsChanged,
+        {"dataType", "changeTag"}};
+    subject.told = [](const QString& deviceKey) {
+        return QStringList{"signal_sendDataChanged(" + deviceKey + ", 3)"};
+    };
+    subject.otherEvents = {
+        {"another operator's tag", R"({"dataType":"change","changeTag":"outputsInfo"})"},
+        {"an envelope", R"({"eventSender":"monitor","eventType":"inputsInfo"})"},
+    };
+    return subject;
 }
 
 using Group = bool (InputInfo::*)(const QString&, const QStringList&, const Map&, List&);
@@ -37,34 +56,33 @@ using Group = bool (InputInfo::*)(const QString&, const QStringList&, const Map&
 
 Q_DECLARE_METATYPE(Group)
 
-class TestInputInfo : public CachedListTest
+class TestInputInfo : public QObject
 {
     Q_OBJECT
+    RecordingEngine* m_engine = nullptr;
+    QString m_device;
 
-    void answerName(const char* name) { answerList("[{\"name\":\"" + QByteArray(name) + "\"}]"); }
+    void push(const QByteArray& event) const { DeviceSide::push(m_device, event); }
 
-public:
-    TestInputInfo()
-        : CachedListTest([](const QString& deviceKey, List& list) {
-            return inputs()->getAllInputsInfo(deviceKey, list, false);
-        })
-    {}
-
-private Q_SLOTS:
-    void init()
-    {
-        beginWithAFreshDevice();
-        fireAllSingleShots(10000);
-    }
-
-    // First in the program: nothing has asked for the operator yet.
     void anEventBeforeTheFirstGetInstanceHasNoEffect()
     {
+        init();
         push(inputsChanged);
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
+        SignalRecorder recorder(inputs());
         QCoreApplication::processEvents();
         QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(changed.size(), 0);
+        QCOMPARE(recorder.take(), QStringList());
+    }
+
+private Q_SLOTS:
+    // Whatever functions follow, in whichever order: nothing has asked for the operator yet.
+    void initTestCase() { anEventBeforeTheFirstGetInstanceHasNoEffect(); }
+
+    void init()
+    {
+        m_engine = RecordingEngine::install();
+        m_device = DeviceSide::fresh();
+        fireAllSingleShots(10000);
     }
 
     void operationsSendAndReturnAsTold_data()
@@ -115,110 +133,14 @@ private Q_SLOTS:
 
     // The list and its cache
 
-    void theSecondReadIsAnsweredFromTheCache()
+    void theCacheFollowsItsDevice_data() { addCachedOperatorChecks(cachedInputs()); }
+    void theCacheFollowsItsDevice()
     {
-        m_engine->answer(RecordingEngine::data(R"([{"id":1,"size":{"w":1920}}])"));
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(cachedList(), (List{Map{{"id", qlonglong(1)}, {"size.w", qlonglong(1920)}}}));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aFailedForcedReadKeepsTheOldListAndTheOutput()
-    {
-        answerName("old");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, true));
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!inputs()->getAllInputsInfo(m_device, true));
-        List result{"kept"};
-        QVERIFY(!inputs()->getAllInputsInfo(m_device, result, true));
-        QCOMPARE(result, (List{"kept"}));
-        QCOMPARE(cachedList(), named("old"));
-        QCOMPARE(m_engine->count(), 3);
-    }
-
-    void aFailedFirstReadIsTriedAgain()
-    {
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!inputs()->getAllInputsInfo(m_device, false));
-        QVERIFY(!inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void anEmptyListCountsAsCached()
-    {
-        m_engine->answer(RecordingEngine::data("[]"));
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void withTheWatchOffEveryReadGoesToTheDeviceAndStores()
-    {
-        answerName("first");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        inputs()->shutDownWatch();
-        answerName("second");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-        inputs()->startWatch();
-        QCOMPARE(cachedList(), named("second"));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void afterALogoutAReadGoesToTheDevice()
-    {
-        answerName("old");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        DeviceSide::logOut(m_device);
-        answerName("new");
-        QCOMPARE(cachedList(), named("new"));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aLogoutCountsWithTheWatchOffToo()
-    {
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        inputs()->shutDownWatch();
-        DeviceSide::logOut(m_device);
-        inputs()->startWatch();
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void theLogoutOfAnotherDeviceChangesNothing()
-    {
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        DeviceSide::logOut(DeviceSide::fresh());
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void aReadRaisesNoSignal()
-    {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        QVERIFY(inputs()->getAllInputsInfo(m_device, true));
-        QCoreApplication::processEvents();
-        QCOMPARE(changed.size(), 0);
+        QFETCH(CachedOperatorCheck, check);
+        checkCachedOperator(cachedInputs(), check);
     }
 
     // Events
-
-    void anInputsEventRefreshesTheListAndTells()
-    {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        answerName("old");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        answerName("new");
-        push(inputsChanged);
-        QCOMPARE(changed.size(), 0);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(changed.at(0), (List{m_device, QVariant::fromValue<unsigned short>(3)}));
-        QCOMPARE(m_engine->last().path, AllUrlResource::getUrl("Device_AllInputs"));
-        QCOMPARE(int(m_engine->last().method), int(HttpMethod::Get));
-        QCOMPARE(cachedList(), named("new"));
-        QCOMPARE(m_engine->count(), 2);
-    }
 
     void theChangedInputsIdIsCutTo16Bits_data()
     {
@@ -242,121 +164,40 @@ private Q_SLOTS:
         QCOMPARE(changed.at(0).at(1).value<unsigned short>(), id);
     }
 
+    void twoEventsInQuickSuccessionBothReportTheLaterId_data()
+    {
+        QTest::addColumn<bool>("sameDevice");
+        QTest::newRow("of one device") << true;
+        QTest::newRow("of two devices") << false;
+    }
     void twoEventsInQuickSuccessionBothReportTheLaterId()
     {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
+        QFETCH(bool, sameDevice);
+        const QString later = sameDevice ? m_device : DeviceSide::fresh();
+        SignalRecorder recorder(inputs());
         push(inputsChanged);
-        push(R"({"dataType":"change","changeTag":"inputsInfo","changeInputId":4})");
-        QTRY_COMPARE(changed.size(), 2);
-        QCOMPARE(changed.at(0).at(1).value<unsigned short>(), static_cast<unsigned short>(4));
-        QCOMPARE(changed.at(1).at(1).value<unsigned short>(), static_cast<unsigned short>(4));
-    }
-
-    void aFailedRefreshKeepsTheListAndTellsNobody()
-    {
-        answerName("old");
-        QVERIFY(inputs()->getAllInputsInfo(m_device, false));
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        m_engine->answer(RecordingEngine::failure());
-        push(inputsChanged);
+        DeviceSide::push(later, R"({"dataType":"change","changeTag":"inputsInfo","changeInputId":4})");
         QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
-        QCOMPARE(changed.size(), 0);
-        QCOMPARE(cachedList(), named("old"));
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendDataChanged(" + m_device + ", 4)",
+                                               "signal_sendDataChanged(" + later + ", 4)"}));
     }
 
-    void everyOtherEventIsIgnored_data()
+    void theChangedInputsIdOutlivesALogout_data()
     {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("another tag") << QByteArray(R"({"dataType":"change","changeTag":"outputsInfo"})");
-        QTest::newRow("a tag nobody claims") << QByteArray(R"({"dataType":"change","changeTag":"x"})");
-        QTest::newRow("another type") << QByteArray(R"({"dataType":"changed","changeTag":"inputsInfo"})");
-        QTest::newRow("another case") << QByteArray(R"({"dataType":"Change","changeTag":"inputsInfo"})");
-        QTest::newRow("another tag case") << QByteArray(R"({"dataType":"change","changeTag":"InputsInfo"})");
-        QTest::newRow("no type") << QByteArray(R"({"changeTag":"inputsInfo"})");
-        QTest::newRow("no tag") << QByteArray(R"({"dataType":"change"})");
-        QTest::newRow("object as tag") << QByteArray(R"({"dataType":"change","changeTag":{"inputsInfo":1}})");
-        QTest::newRow("envelope") << QByteArray(R"({"eventSender":"monitor","eventType":"inputsInfo"})");
-        QTest::newRow("no JSON") << QByteArray("inputsInfo");
-        QTest::newRow("cut") << inputsChanged.left(40);
-        QTest::newRow("array") << QByteArray("[" + inputsChanged + "]");
-        QTest::newRow("empty") << QByteArray();
+        QTest::addColumn<bool>("ownLogout");
+        QTest::newRow("of the device") << true;
+        QTest::newRow("of another") << false;
     }
-    void everyOtherEventIsIgnored()
+    void theChangedInputsIdOutlivesALogout()
     {
-        QFETCH(QByteArray, event);
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        push(event);
+        QFETCH(bool, ownLogout);
+        SignalRecorder recorder(inputs());
+        push(inputsChanged);
+        DeviceSide::logOut(ownLogout ? m_device : DeviceSide::fresh());
+        QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
-        QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(changed.size(), 0);
-    }
-
-    void anEventWithTheWatchOffCausesNoRequest()
-    {
-        inputs()->shutDownWatch();
-        push(inputsChanged);
-        inputs()->startWatch();
-        QCoreApplication::processEvents();
-        QCOMPARE(m_engine->count(), 0);
-    }
-
-    void anEventOfADeviceNotCachedLoadsItsList()
-    {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        answerName("new");
-        push(inputsChanged);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(cachedList(), named("new"));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void anEventDuringAReadRefreshesAfterIt()
-    {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        m_engine->answer([this](const RecordingEngine::Request&) {
-            if (m_engine->count() == 1)
-                push(inputsChanged);
-            return RecordingEngine::data(m_engine->held() == 1 ? R"([{"name":"read"}])"
-                                                               : R"([{"name":"event"}])");
-        });
-        QVERIFY(inputs()->getAllInputsInfo(m_device, true));
-        QCOMPARE(cachedList(), named("read"));
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(cachedList(), named("event"));
-    }
-
-    void aLogoutDuringARefreshDoesNotStopIt()
-    {
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        answerName("new");
-        push(inputsChanged);
-        DeviceSide::logOut(m_device);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(cachedList(), named("new"));
-    }
-
-    void anEventFromAForeignThreadIsHandledOnTheOperatorsThread()
-    {
-        QThread* raisedOn = nullptr;
-        const auto connection = connect(
-            inputs(), &InputInfo::signal_sendDataChanged, inputs(),
-            [&] { raisedOn = QThread::currentThread(); }, Qt::DirectConnection);
-        DeviceSide::pushFromForeignThread(m_device, inputsChanged);
-        QCOMPARE(m_engine->count(), 0);
-        QTRY_VERIFY(raisedOn);
-        disconnect(connection);
-        QCOMPARE(raisedOn, inputs()->thread());
-    }
-
-    void nobodyEverNeedsAllInputs()
-    {
-        QSignalSpy needed(inputs(), &InputInfo::needGetAllInputsInfo);
-        QSignalSpy changed(inputs(), &InputInfo::signal_sendDataChanged);
-        push(inputsChanged);
-        QTRY_COMPARE(changed.size(), 1);
-        DeviceSide::logOut(m_device);
-        QCOMPARE(needed.size(), 0);
+        QCOMPARE(recorder.take(), (QStringList{"signal_sendDataChanged(" + m_device + ", 3)"}));
     }
 
     // Several inputs at once

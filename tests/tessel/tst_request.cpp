@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "objectsleft.h"
 
+#include <logcollector.h>
 #include <recordingengine.h>
 #include <refusingengine.h>
 
 #include <tessel/request.h>
 
+#include <QMutex>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -26,6 +28,20 @@ using List = QList<QVariant>;
 namespace {
 
 const QString device = QStringLiteral("wall");
+
+// An entry that notes, when a reply is stored in it, whether the mutex was held.
+struct LockWitness
+{
+    static inline QMutex mutex;
+    bool wasLocked = false;
+};
+
+void decode(const Krelm::Communicator::HttpDevice::HttpJsonPackage&, LockWitness& out)
+{
+    out.wasLocked = !LockWitness::mutex.tryLock();
+    if (!out.wasLocked)
+        LockWitness::mutex.unlock();
+}
 
 } // namespace
 
@@ -299,6 +315,15 @@ private Q_SLOTS:
         QVERIFY(cached(cache, device, false, &mutex));
     }
 
+    void fetchStoresWithTheLockHeld()
+    {
+        QMap<QString, LockWitness> cache;
+        QVERIFY(Request("Device_Pipes").fetch(device, cache, &LockWitness::mutex));
+        QVERIFY(cache.value(device).wasLocked);
+        QVERIFY(LockWitness::mutex.tryLock());
+        LockWitness::mutex.unlock();
+    }
+
     void fetchTellsOfAStoreWithTheLockHeldAndOfNoFailure()
     {
         QMap<QString, Map> cache;
@@ -371,14 +396,16 @@ private Q_SLOTS:
     {
         const int something = 0;
         const CallSite site("tessel/cabinetinfooperator", "CabinetInfoOperator::berTestPattern", 17);
-        const QByteArray head = "System Error: LogInfo:[FILE: tessel/cabinetinfooperator , LINE 17 , FUNC "
-                                "CabinetInfoOperator::berTestPattern ] -> ";
-        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr!");
+        const QString head =
+            "debug: System Error: LogInfo:[FILE: tessel/cabinetinfooperator , LINE 17 , FUNC "
+            "CabinetInfoOperator::berTestPattern ] -> ";
+        const LogCollector log;
         QVERIFY(!instancesReady(site, "pInstance is nullptr!", nullptr, &something));
-        QTest::ignoreMessage(QtDebugMsg, head + "pInstance is nullptr! error occurred");
         QVERIFY(!instancesReady(site, "pInstance is nullptr! error occurred", nullptr, nullptr));
-        QTest::ignoreMessage(QtDebugMsg, head + "pHttpInstance is nullptr! error occurred");
         QVERIFY(!instancesReady(site, "pInstance is nullptr!", &something, nullptr));
+        QCOMPARE(log.lines(),
+                 (QStringList{head + "pInstance is nullptr!", head + "pInstance is nullptr! error occurred",
+                              head + "pHttpInstance is nullptr! error occurred"}));
     }
 
     void aCallSiteKnowsItsLine()

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include <cachedoperator.h>
 #include <deviceside.h>
+#include <logcollector.h>
 #include <operationrow.h>
 #include <recordingengine.h>
+#include <signalrecorder.h>
 #include <timelimits.h>
 
 #include <tessel/hwinfo.h>
@@ -27,6 +30,39 @@ const QString multiScreens = QStringLiteral("/api/v1/screen");
 ScreenInfo* screenInfo()
 {
     return ScreenInfo::getInstance();
+}
+
+CachedOperator cachedScreenLists()
+{
+    CachedOperator subject{
+        []() -> QObject* { return screenInfo(); },
+        "Device_AllScreens",
+        CachedOperator::Entry::Map,
+        [](const QString& deviceKey, bool force) { return screenInfo()->getScreens(deviceKey, force); },
+        [](const QString& deviceKey, QVariant& out, bool force) {
+            Screens screens{{QString(), out.toMap()}};
+            const bool ok = screenInfo()->getScreens(deviceKey, screens, force, false);
+            out = screens.value(QString());
+            return ok;
+        },
+        [](bool on) { on ? screenInfo()->startWatch() : screenInfo()->shutDownWatch(); },
+        screensChanged,
+        {"dataType", "changeTag"}};
+    subject.parameters = {{"PageCorrection", "1"}, {"subpixel", "1"}};
+    subject.expectedTime = 30000;
+    subject.told = [](const QString& deviceKey) {
+        return QStringList{"signal_screenDataChanged(" + deviceKey + ')'};
+    };
+    subject.otherEvents = {
+        {"another operator's tag", R"({"dataType":"change","changeTag":"inputsInfo"})"},
+        {"a change with a name", R"({"dataType":"change","name":"Lobby"})"},
+        {"a tag with a name", R"({"changeTag":"screensInfo","name":"Lobby"})"},
+        {"no name", R"({"dataType":"screenName"})"},
+        {"an empty name", R"({"dataType":"screenName","name":""})"},
+        {"a name that is an object", R"({"dataType":"screenName","name":{"a":"b"}})"},
+        {"an envelope", R"({"eventSender":"screen","eventType":"screensInfo"})"},
+    };
+    return subject;
 }
 
 } // namespace
@@ -135,85 +171,22 @@ private Q_SLOTS:
 
     // The screen list and its cache
 
-    void theSecondReadIsAnsweredFromTheCache()
+    void theCacheFollowsItsDevice_data() { addCachedOperatorChecks(cachedScreenLists()); }
+    void theCacheFollowsItsDevice()
     {
-        m_engine->answer(RecordingEngine::data(R"({"screenID":"7","size":{"width":3}})"));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-        QCOMPARE(cachedScreens(), (Map{{"screenID", "7"}, {"size.width", qlonglong(3)}}));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void withTheWatchOffEveryReadGoesToTheDevice()
-    {
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        screenInfo()->shutDownWatch();
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
-        screenInfo()->startWatch();
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 3);
-    }
-
-    void aForcedReadAlwaysAsksTheDevice()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"a":1,"b":2})"));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        m_engine->answer(RecordingEngine::data(R"({"b":3})"));
-        QVERIFY(screenInfo()->getScreens(m_device, true));
-        QCOMPARE(m_engine->count(), 2);
-        QCOMPARE(cachedScreens(), (Map{{"b", qlonglong(3)}}));
-    }
-
-    void aFailedForcedReadLeavesTheEarlierEntryAndTheOutput()
-    {
-        m_engine->answer(RecordingEngine::data(R"({"a":1})"));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!screenInfo()->getScreens(m_device, true));
-        Screens out{{"kept", Map()}};
-        QVERIFY(!screenInfo()->getScreens(m_device, out, true, true));
-        QCOMPARE(out, (Screens{{"kept", Map()}}));
-        QCOMPARE(cachedScreens(), (Map{{"a", qlonglong(1)}}));
-        QCOMPARE(m_engine->count(), 3);
-    }
-
-    void aFailedReadIsTriedAgain()
-    {
-        m_engine->answer(RecordingEngine::failure());
-        QVERIFY(!screenInfo()->getScreens(m_device, false));
-        QVERIFY(!screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void anEmptyListCountsAsCached()
-    {
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
-    }
-
-    void devicesHaveEntriesOfTheirOwn()
-    {
-        m_engine->answer([](const RecordingEngine::Request& request) {
-            return RecordingEngine::data(R"({"device":")" + request.deviceKey.toUtf8() + R"("})");
-        });
-        const QString other = DeviceSide::fresh();
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QVERIFY(screenInfo()->getScreens(other, false));
-        DeviceSide::logOut(other);
-        QCOMPARE(cachedScreens().value("device").toString(), m_device);
-        QCOMPARE(m_engine->count(), 2);
+        QFETCH(CachedOperatorCheck, check);
+        checkCachedOperator(cachedScreenLists(), check);
     }
 
     void theNewerProtocolHasItsOwnRouteAndTracesEachLoad()
     {
         speakNewerProtocol();
+        const LogCollector log;
+        QStringList lines;
         for (int load = 1; load <= 2; ++load) {
-            QTest::ignoreMessage(QtDebugMsg, "------------xxxx---------------------");
             QVERIFY(screenInfo()->getScreens(m_device, true));
+            lines << "debug: ------------xxxx---------------------";
+            QCOMPARE(log.lines(), lines);
             QCOMPARE(m_engine->count(), load);
             QCOMPARE(m_engine->last().path, multiScreens);
         }
@@ -224,11 +197,15 @@ private Q_SLOTS:
     void eventsAndTheTypedReadKeepToTheSingleRouteOnEveryDevice()
     {
         speakNewerProtocol();
+        const LogCollector log;
         DeviceSide::push(m_device, screensChanged);
         QCOMPARE(m_engine->last().path, singleScreens);
         screenInfo()->getScreens2(m_device).wait();
         QCOMPARE(m_engine->count(), 2);
         QCOMPARE(m_engine->last().path, singleScreens);
+        QVERIFY2(screenInfo()->getScreens(m_device, false) && m_engine->count() == 2,
+                 "the event filled the cache");
+        QVERIFY2(log.lines().isEmpty(), "only a load is traced");
     }
 
     // Handing out
@@ -410,35 +387,14 @@ private Q_SLOTS:
 
     // Events
 
-    void aScreensChangeFetchesThePlainListAnewAndTells()
+    void aScreensChangeSetsNoTimeLimit()
     {
-        m_engine->answer(RecordingEngine::data(R"({"name":"old","gone":1})"));
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        m_engine->answer(RecordingEngine::data(R"({"name":"new"})"));
         QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
         const int limitsBefore = timeLimitsGiven();
         DeviceSide::push(m_device, screensChanged);
-        QCOMPARE(timeLimitsGiven(), limitsBefore);
-        QCOMPARE(changed.size(), 0);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(changed.first(), (QList<QVariant>{m_device}));
-        QCOMPARE(m_engine->count(), 2);
-        const RecordingEngine::Request sent = m_engine->last();
-        QCOMPARE(sent.path, singleScreens);
-        QCOMPARE(sent.deviceKey, m_device);
-        QVERIFY(sent.parameters.isEmpty());
-        QCOMPARE(sent.expectedTime, 10000);
-        QCOMPARE(cachedScreens(), (Map{{"name", "new"}}));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aScreensChangeOfAnUnknownDeviceCreatesItsEntry()
-    {
-        QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
-        DeviceSide::push(m_device, screensChanged);
-        QTRY_COMPARE(changed.size(), 1);
-        QVERIFY(screenInfo()->getScreens(m_device, false));
         QCOMPARE(m_engine->count(), 1);
+        QCOMPARE(timeLimitsGiven(), limitsBefore);
+        QTRY_COMPARE(changed.size(), 1);
     }
 
     void aTagsChangeFetchesTheTagsAndTells()
@@ -459,25 +415,28 @@ private Q_SLOTS:
         QCOMPARE(cachedScreens(), (Map{{"name", "old"}}));
     }
 
-    void aFailedRefreshKeepsTheEntryAndStaysSilent_data()
+    void aWatchThatGoesOffDoesNotStopTheRefreshOfTheTags()
     {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("screens") << screensChanged;
-        QTest::newRow("tags") << tagsChanged;
+        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
+        DeviceSide::push(m_device, tagsChanged);
+        QCOMPARE(m_engine->held(), 1);
+        screenInfo()->shutDownWatch();
+        QTRY_COMPARE(tags.size(), 1);
     }
-    void aFailedRefreshKeepsTheEntryAndStaysSilent()
+
+    void aFailedRefreshOfTheTagsKeepsTheScreensAndStaysSilent()
     {
-        QFETCH(QByteArray, event);
         m_engine->answer(RecordingEngine::data(R"({"name":"old"})"));
         QVERIFY(screenInfo()->getScreens(m_device, false));
         m_engine->answer(RecordingEngine::failure());
-        QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
-        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
-        DeviceSide::push(m_device, event);
+        SignalRecorder recorder(screenInfo());
+        const LogCollector log;
+        DeviceSide::push(m_device, tagsChanged);
         QCOMPARE(m_engine->count(), 2);
         QTRY_COMPARE(m_engine->held(), 0);
         QCoreApplication::processEvents();
-        QCOMPARE(screens.size() + tags.size(), 0);
+        QCOMPARE(recorder.take(), QStringList());
+        QCOMPARE(log.lines(), QStringList());
         QCOMPARE(cachedScreens(), (Map{{"name", "old"}}));
     }
 
@@ -493,51 +452,6 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 1);
     }
 
-    void anEmptyScreenNameRaisesNoSignal()
-    {
-        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
-        DeviceSide::push(m_device, R"({"dataType":"screenName","name":""})");
-        QCOMPARE(named.size(), 0);
-    }
-
-    void aChangeWithoutATagSendsNothing()
-    {
-        DeviceSide::push(m_device, R"({"dataType":"change"})");
-        QCOMPARE(m_engine->count(), 0);
-    }
-
-    void everyOtherEventIsIgnored_data()
-    {
-        QTest::addColumn<QByteArray>("event");
-        QTest::newRow("another tag") << QByteArray(R"({"dataType":"change","changeTag":"inputsInfo"})");
-        QTest::newRow("a tag that is an object")
-            << QByteArray(R"({"dataType":"change","changeTag":{"screensInfo":1}})");
-        QTest::newRow("a tag that is a list")
-            << QByteArray(R"({"dataType":"change","changeTag":["screensInfo"]})");
-        QTest::newRow("a change with a name") << QByteArray(R"({"dataType":"change","name":"Lobby"})");
-        QTest::newRow("another case") << QByteArray(R"({"dataType":"Change","changeTag":"screensInfo"})");
-        QTest::newRow("another member") << QByteArray(R"({"DataType":"change","ChangeTag":"screensInfo"})");
-        QTest::newRow("no type") << QByteArray(R"({"changeTag":"screensInfo","name":"Lobby"})");
-        QTest::newRow("a type that is a number") << QByteArray(R"({"dataType":1,"changeTag":"screensInfo"})");
-        QTest::newRow("no name") << QByteArray(R"({"dataType":"screenName"})");
-        QTest::newRow("a name that is an object")
-            << QByteArray(R"({"dataType":"screenName","name":{"a":"b"}})");
-        QTest::newRow("an envelope") << QByteArray(R"({"eventSender":"screen","eventType":"screensInfo"})");
-        QTest::newRow("no JSON") << QByteArray(R"({"dataType":"change","changeTag":"screensInfo")");
-        QTest::newRow("an array") << QByteArray(R"([{"dataType":"change","changeTag":"screensInfo"}])");
-        QTest::newRow("nothing") << QByteArray();
-    }
-    void everyOtherEventIsIgnored()
-    {
-        QFETCH(QByteArray, event);
-        QSignalSpy screens(screenInfo(), &ScreenInfo::signal_screenDataChanged);
-        QSignalSpy tags(screenInfo(), &ScreenInfo::signal_screenTagChanged);
-        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
-        DeviceSide::push(m_device, event);
-        QCOMPARE(m_engine->count(), 0);
-        QCOMPARE(screens.size() + tags.size() + named.size(), 0);
-    }
-
     void eventsAreLostWhileNotWatching()
     {
         QVERIFY(screenInfo()->getScreens(m_device, false));
@@ -550,60 +464,6 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(m_engine->count(), 1);
         QCOMPARE(named.size(), 0);
-    }
-
-    void anEventFromAForeignThreadIsHandledOnTheHomeThread()
-    {
-        QThread* heardOn = nullptr;
-        const auto connection = connect(
-            screenInfo(), &ScreenInfo::signal_screenDataChanged, this,
-            [&] { heardOn = QThread::currentThread(); }, Qt::DirectConnection);
-        DeviceSide::pushFromForeignThread(m_device, screensChanged);
-        QTRY_COMPARE(heardOn, QThread::currentThread());
-        disconnect(connection);
-    }
-
-    void anEventDuringAReadIsHandledAfterIt()
-    {
-        m_engine->answer([&](const RecordingEngine::Request& request) {
-            if (m_engine->count() == 1)
-                DeviceSide::pushFromForeignThread(request.deviceKey, screensChanged);
-            return RecordingEngine::data(R"({"request":)" + QByteArray::number(m_engine->count()) + "}");
-        });
-        QSignalSpy changed(screenInfo(), &ScreenInfo::signal_screenDataChanged);
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(cachedScreens(), (Map{{"request", qlonglong(1)}}));
-        QCOMPARE(m_engine->count(), 1);
-        QTRY_COMPARE(changed.size(), 1);
-        QCOMPARE(cachedScreens(), (Map{{"request", qlonglong(2)}}));
-    }
-
-    // Logout
-
-    void aLogoutForgetsTheScreenList()
-    {
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        DeviceSide::logOut(m_device);
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aLogoutForgetsWithTheWatchOffAsWell()
-    {
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        screenInfo()->shutDownWatch();
-        DeviceSide::logOut(m_device);
-        screenInfo()->startWatch();
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 2);
-    }
-
-    void aLogoutOfADeviceThatIsNotCachedChangesNothing()
-    {
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        DeviceSide::logOut(DeviceSide::fresh());
-        QVERIFY(screenInfo()->getScreens(m_device, false));
-        QCOMPARE(m_engine->count(), 1);
     }
 
     // The object

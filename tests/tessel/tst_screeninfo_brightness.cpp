@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "screenlocks.h"
+
 #include <deviceside.h>
+#include <logcollector.h>
 #include <operationrow.h>
 #include <protocolrow.h>
 #include <recordingengine.h>
@@ -19,6 +22,7 @@ using Krelm::Communicator::HttpDevice::HttpMethod;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
+using Call = std::function<bool(const QString& deviceKey)>;
 
 namespace {
 
@@ -36,6 +40,8 @@ Map gammas(double r, double g, double b)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Call)
 
 class TestScreenInfoBrightness : public QObject
 {
@@ -55,10 +61,7 @@ class TestScreenInfoBrightness : public QObject
         HWInfo::getInstance()->getHwProtoc(m_device, true);
         m_engine->forget();
     }
-    void expectNoCabinets() const
-    {
-        QTest::ignoreMessage(QtDebugMsg, "setBrightness cabinet empty: \"" + m_device.toUtf8() + '"');
-    }
+    QStringList noCabinetsLine() const { return {"debug: setBrightness cabinet empty: \"" + m_device + '"'}; }
     uint cachedBrightness() const
     {
         Map out;
@@ -292,8 +295,9 @@ private Q_SLOTS:
         QFETCH(bool, answered);
         m_engine->answer(answered ? RecordingEngine::data("[]") : RecordingEngine::failure());
         Map out{{"stale", 1}};
-        expectNoCabinets();
+        const LogCollector log;
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
+        QCOMPARE(log.lines(), noCabinetsLine());
         QCOMPARE(out, (Map{{"brightness", 0U}}));
         QCOMPARE(m_engine->count(), 1);
         QCOMPARE(m_engine->last().path, QString("/api/v1/device/cabinet"));
@@ -305,6 +309,7 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 0);
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, true));
         QCOMPARE(out, (Map{{"brightness", 200U}}));
+        QCOMPARE(log.lines(), noCabinetsLine());
     }
 
     void theBrightnessIsSentAsTheProtocolTakesIt_data()
@@ -342,8 +347,9 @@ private Q_SLOTS:
         QFETCH(bool, answered);
         m_engine->answer(answered ? RecordingEngine::data("[]") : RecordingEngine::failure());
         Map params{{"kept", 1}};
-        expectNoCabinets();
+        const LogCollector log;
         QVERIFY(screenInfo()->setBrightness(m_device, screen, params, 255));
+        QCOMPARE(log.lines(), noCabinetsLine());
         QCOMPARE(params, (Map{{"kept", 1}}));
         QCOMPARE(m_engine->count(), 1);
         QCOMPARE(m_engine->last().path, QString("/api/v1/device/cabinet"));
@@ -518,6 +524,28 @@ private Q_SLOTS:
         QVERIFY(screenInfo()->setOneGamma(m_device, screen, {{"type", 3}, {"gamma", 2.5}}));
         QVERIFY(screenInfo()->setOneGamma(m_device, screen, {}));
         QCOMPARE(cachedGammas(), gammas(0, 2.5, 2.5));
+    }
+
+    void noLockIsHeldDuringTheRequest_data()
+    {
+        QTest::addColumn<Call>("call");
+        QTest::newRow("getBrightness") << Call([](const QString& device) {
+            Map out;
+            return screenInfo()->getBrightness(device, screen, out, false);
+        });
+        QTest::newRow("getSingleGamma") << Call([](const QString& device) {
+            Map out;
+            return screenInfo()->getSingleGamma(device, screen, out, false);
+        });
+        QTest::newRow("setOneGamma") << Call([](const QString& device) {
+            return screenInfo()->setOneGamma(device, screen, {{"type", 1}, {"gamma", 2.5}});
+        });
+    }
+    void noLockIsHeldDuringTheRequest()
+    {
+        QFETCH(Call, call);
+        giveCabinets(m_device);
+        checkNoLockDuringTheRequest(m_engine, m_device, [&] { return call(m_device); });
     }
 
     void aRefusedGammaLeavesTheCache()

@@ -2,6 +2,7 @@
 #include "objectsleft.h"
 
 #include <deviceside.h>
+#include <logcollector.h>
 #include <operationforms.h>
 #include <operationrow.h>
 #include <protocolrow.h>
@@ -233,9 +234,11 @@ private Q_SLOTS:
 
     void thePrestoredImageIsTraced()
     {
-        QTest::ignoreMessage(QtDebugMsg, R"(putPrestoreImageApplyToAll QMap(("type", QVariant(int, 1))))");
+        const LogCollector log;
         Map reply;
         QVERIFY(screenInfo()->putPrestoreImageApplyToAll(m_device, sampleId, {{"type", 1}}, reply));
+        QCOMPARE(log.lines(),
+                 QStringList{R"(debug: putPrestoreImageApplyToAll QMap(("type", QVariant(int, 1))))"});
     }
 
     void theSolidColourIsAQueryOfTheColourSpaceAndABodyOtherwise()
@@ -310,8 +313,10 @@ private Q_SLOTS:
         bool turned = false;
         QObject home;
         QTimer::singleShot(0, &home, [&] { turned = true; });
-        QTest::ignoreMessage(QtCriticalMsg, batch->name + QByteArray(" System error! trigger is nullptr"));
+        const LogCollector log;
         QVERIFY(!write(batch, {}));
+        QCOMPARE(log.lines(),
+                 QStringList{QString("critical: %1 System error! trigger is nullptr").arg(batch->name)});
         QVERIFY2(!turned, "no event loop ran");
         QCOMPARE(m_engine->count(), 0);
     }

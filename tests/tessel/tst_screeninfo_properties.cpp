@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "objectsleft.h"
+#include "screenlocks.h"
+
 
 #include <deviceside.h>
 #include <operationrow.h>
@@ -338,6 +340,14 @@ private Q_SLOTS:
             QCOMPARE(out, property.out);
         }
         QCOMPARE(m_engine->count(), 1);
+    }
+
+    void noLockIsHeldDuringTheRequest_data() { everyProperty(); }
+    void noLockIsHeldDuringTheRequest()
+    {
+        QFETCH(const Property*, property);
+        Map out;
+        checkNoLockDuringTheRequest(m_engine, m_device, [&] { return read(property, out); });
     }
 
     void screensAndDevicesHaveValuesOfTheirOwn()

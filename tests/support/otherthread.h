@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESTS_OTHERTHREAD_H
+#define TESTS_OTHERTHREAD_H
+
+#include <QThread>
+
+#include <functional>
+#include <memory>
+
+/// Tells whether a call gets through while this thread is in the middle of something.
+class OtherThread
+{
+public:
+    OtherThread() = default;
+    OtherThread(const OtherThread&) = delete;
+    OtherThread& operator=(const OtherThread&) = delete;
+    /// A call that did not get through has to by now.
+    ~OtherThread()
+    {
+        if (m_thread)
+            m_thread->wait();
+    }
+
+    /// Runs @p call on a thread of its own. @return whether it returned; `false` after five seconds.
+    bool getsThrough(std::function<void()> call)
+    {
+        m_thread.reset(QThread::create(std::move(call)));
+        m_thread->start();
+        return m_thread->wait(5000);
+    }
+
+private:
+    std::unique_ptr<QThread> m_thread;
+};
+
+#endif
