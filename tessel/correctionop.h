@@ -24,7 +24,11 @@
 /// replaced, by an empty one on failure. Where nothing is said the transport's default time limit holds.
 ///
 /// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
-/// loop. Dropping the promise does not stop the request. Their rules of failure differ, as told with each.
+/// loop; without an event dispatcher or an application they block, and return it settled. Dropping the promise
+/// does not stop the request. Their rules of failure differ, as told with each.
+///
+/// The end of the application ends whatever waits: a promise still pending is rejected with
+/// QPromiseUndefinedException, and an upload that blocks returns `false`.
 class TESSEL_EXPORT Correctionop : public QObject
 {
     Q_OBJECT
