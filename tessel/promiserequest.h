@@ -116,21 +116,6 @@ public:
     {
         return answer<T>(routeKey, fill, verb, deviceKey, convert, [] {});
     }
-    /// The same with a request that is filled already.
-    template <class T, class Convert, class Started>
-    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert, Started started)
-    {
-        return QtPromise::QPromise<T>{
-            [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
-                sendForAnswer(verb, deviceKey, convert, started, resolve, reject);
-            }};
-    }
-    template <class T, class Convert>
-    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert)
-    {
-        return answer<T>(verb, deviceKey, convert, [] {});
-    }
-
     /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending
     /// nothing, when device or path is empty.
     template <class T, class Settle>
