@@ -179,7 +179,7 @@ private:
                 reply->deleteLater();
             },
             Qt::DirectConnection);
-        m_package.release();
+        static_cast<void>(m_package.release()); // from here on the handler releases it
     }
 
     std::unique_ptr<HttpJsonPackage> m_package;
