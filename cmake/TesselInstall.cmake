@@ -9,6 +9,7 @@ install(TARGETS tessel_interfaces EXPORT TesselTargets)
 install(DIRECTORY tessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
   PATTERN "request.h" EXCLUDE
   PATTERN "promiserequest.h" EXCLUDE
+  PATTERN "applicationend.h" EXCLUDE
   PATTERN "fanout.h" EXCLUDE
   PATTERN "deviceevents.h" EXCLUDE
   PATTERN "routebyprotocol.h" EXCLUDE

@@ -33,6 +33,7 @@ public:
     bool addDevice(const QString& deviceKey, const DeviceEndpoint& endpoint);
     bool removeDevice(const QString& deviceKey);
     void stop();
+    void restart();
 
     void exchange(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package,
                   bool download = false);
@@ -136,6 +137,13 @@ void HttpProxy::Private::stop()
         stopped->stop();
     }
     m_notices.clear();
+}
+
+// An application that goes empties the event queue of its thread, and a wake-up may have been among the
+// events.
+void HttpProxy::Private::restart()
+{
+    m_notices.wakeUpAnew();
 }
 
 std::shared_ptr<EventChannels> HttpProxy::Private::channels()
@@ -288,7 +296,7 @@ HttpProxy* HttpProxy::getInstance()
         return created;
     }();
     static const bool stopsInTime = [] {
-        Lifecycle::onClose([] { proxy->d->stop(); });
+        Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->restart(); });
         return true;
     }();
     Q_UNUSED(stopsInTime)

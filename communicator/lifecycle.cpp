@@ -12,6 +12,7 @@ namespace {
 
 std::atomic<bool> closed{false};
 std::atomic<void (*)()> stopTransport{nullptr};
+std::atomic<void (*)()> restartTransport{nullptr};
 
 void close()
 {
@@ -25,6 +26,9 @@ void open()
 {
     closed = false;
     qAddPostRoutine(close);
+    if (void (*restart)() = restartTransport.load()) {
+        restart();
+    }
 }
 
 // Covers programs that end without destroying a QCoreApplication, or that never had one.
@@ -42,13 +46,14 @@ bool isClosed()
     return closed;
 }
 
-void onClose(void (*stop)())
+void onChange(void (*stop)(), void (*restart)())
 {
     // The TLS library releases its tables in an exit handler of its own, registered by this call. Exit
     // handlers run in reverse order, so the guard must come second: the transport then stops while TLS still
     // works.
     curl_global_init(CURL_GLOBAL_DEFAULT);
     stopTransport = stop;
+    restartTransport = restart;
     static const ClosedAtExit guard;
 }
 

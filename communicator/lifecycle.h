@@ -12,8 +12,9 @@ namespace Lifecycle {
 /// Whether nothing may be sent or called any more.
 bool isClosed();
 
-/// Has @p stop called on each closing, after isClosed() turned true. To be called once.
-void onClose(void (*stop)());
+/// Has @p stop called on each closing, after isClosed() turned true, and @p restart on each opening, after it
+/// turned false. To be called once.
+void onChange(void (*stop)(), void (*restart)());
 
 } // namespace Lifecycle
 } // namespace Krelm::Communicator::HttpDevice

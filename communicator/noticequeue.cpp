@@ -49,23 +49,47 @@ void NoticeQueue::clear()
     m_wakeUpSent = false;
 }
 
-bool NoticeQueue::nextBatch()
+void NoticeQueue::wakeUpAnew()
 {
-    m_batch.clear();
-    m_position = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_wakeUpSent = !m_waiting.empty();
+        if (!m_wakeUpSent) {
+            return;
+        }
+    }
+    m_wakeUp();
+}
+
+// Appends what waits to the batch. Returns whether the receiver of its next notice needs a wake-up for what
+// stands behind that.
+bool NoticeQueue::takeWaiting()
+{
+    if (m_position == m_batch.size()) {
+        m_batch.clear();
+        m_position = 0;
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_batch.swap(m_waiting);
-    m_wakeUpSent = false;
-    return !m_batch.empty();
+    if (m_batch.empty()) {
+        m_batch.swap(m_waiting);
+    } else {
+        m_batch.insert(m_batch.end(), std::make_move_iterator(m_waiting.begin()),
+                       std::make_move_iterator(m_waiting.end()));
+        m_waiting.clear();
+    }
+    m_wakeUpSent = m_batch.size() - m_position > 1;
+    return m_wakeUpSent;
 }
 
 void NoticeQueue::deliver(const std::function<void(const Notice&)>& receive)
 {
-    // A receiver that runs an event loop of its own comes back here: it goes on with the same batch. What
-    // comes meanwhile sends a wake-up of its own, so that the event loop gets its turn between batches.
-    if (m_position == m_batch.size() && !nextBatch()) {
+    if (takeWaiting()) {
+        m_wakeUp();
+    }
+    if (m_position == m_batch.size()) {
         return;
     }
+    // A receiver that runs an event loop of its own comes back here: it goes on with the same batch.
     while (m_position < m_batch.size()) {
         const Notice notice = std::move(m_batch[m_position++]);
         receive(notice);

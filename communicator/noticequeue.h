@@ -42,8 +42,11 @@ struct Notice
     std::shared_ptr<StreamBacklog> backlog; ///< of an event
 };
 
-/// Carries notices, in their order, from any thread to the one that delivers them: one wake-up per batch,
-/// however many notices are in it.
+/// Carries notices, in their order, from any thread to the one that delivers them, as queued signals would
+/// come, but with few wake-ups however many notices wait.
+///
+/// While a receiver runs and anything waits, a wake-up is on its way: an event loop that the receiver runs
+/// delivers the rest. A wake-up that finds nothing does nothing.
 class NoticeQueue
 {
 public:
@@ -55,22 +58,26 @@ public:
     /// Appends a batch, which is empty afterwards. From any thread.
     void push(std::vector<Notice>& batch);
 
-    /// Hands what waits to @p receive, in order, even when that calls deliver() from inside. To be called on
+    /// Hands what waits to @p receive, in order, even when that calls deliver() from inside. What comes
+    /// meanwhile has to wait for a wake-up of its own, so that an event loop gets its turn. To be called on
     /// one thread only.
     void deliver(const std::function<void(const Notice&)>& receive);
+    /// Wakes up once more if anything waits, for a thread whose event queue may have been emptied. From any
+    /// thread.
+    void wakeUpAnew();
     /// Drops what waits. From any thread.
     void clear();
-    /// Sets what is called, on the delivering thread, after a batch was delivered. Before the first push.
+    /// Sets what is called, on the delivering thread, after notices were delivered. Before the first push.
     void onDelivered(std::function<void()> delivered) { m_delivered = std::move(delivered); }
 
 private:
-    bool nextBatch();
+    bool takeWaiting();
 
     const std::function<void()> m_wakeUp;
     std::function<void()> m_delivered;
     std::mutex m_mutex; ///< guards the two below
     std::vector<Notice> m_waiting;
-    bool m_wakeUpSent = false;
+    bool m_wakeUpSent = false;   ///< and not come to deliver() yet
     std::vector<Notice> m_batch; ///< being delivered; on the delivering thread only
     size_t m_position = 0;
 };

@@ -25,7 +25,11 @@
 /// the transport's default time limit holds.
 ///
 /// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
-/// loop. Dropping the promise does not stop the request. Their rules of failure differ, as told with each.
+/// loop; without an event dispatcher or an application they block, and return it settled. Dropping the
+/// promise does not stop the request. Their rules of failure differ, as told with each.
+///
+/// The end of the application ends whatever waits: a promise still pending is rejected with
+/// QPromiseUndefinedException, and an upload that blocks returns `false`.
 class TESSEL_EXPORT Correctionop : public QObject
 {
     Q_OBJECT
@@ -69,7 +73,7 @@ public:
     /// Uploads the plain coefficients of one cabinet and waits for the reply while the thread's events are
     /// processed, so operators may be re-entered meanwhile. So for all of this name.
     /// @return `true` also when the exchange failed, which shows in an empty @p result; `false` only when
-    /// sending threw.
+    /// writing @p data or sending threw, or when the application ended.
     bool uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
                            QMap<QString, QVariant>& result);
     /// Uploads the multilayer coefficients of one cabinet and waits for the reply.

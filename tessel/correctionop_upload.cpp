@@ -27,8 +27,8 @@ void logThread(const char* operation, const char* event)
 QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QString& deviceKey,
                            const QList<QVariant>& data)
 {
-    return PromiseRequest(routeKey).body(data).answer<bool>(
-        &HttpProxy::put, deviceKey,
+    return PromiseRequest::answer<bool>(
+        routeKey, [&data](PromiseRequest& request) { request.body(data); }, &HttpProxy::put, deviceKey,
         [operation](const HttpJsonPackage& reply) {
             logThread(operation, succeeded(reply) ? "  recv  thread id =" : " Error recv thread id =");
             return succeeded(reply);
@@ -39,20 +39,38 @@ QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QS
 QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey, const QString& deviceKey,
                                                 const QString& cid, const QList<QVariant>& data)
 {
-    return PromiseRequest(routeKey)
-        .placeHolder("cid", cid)
-        .body(data)
-        .answer<QMap<QString, QVariant>>(&HttpProxy::put, deviceKey, [](const HttpJsonPackage& reply) {
+    return PromiseRequest::answer<QMap<QString, QVariant>>(
+        routeKey, [&](PromiseRequest& request) { request.placeHolder("cid", cid).body(data); },
+        &HttpProxy::put, deviceKey,
+        [](const HttpJsonPackage& reply) {
             return succeeded(reply) ? reply.getRoutesJsonMap() : QMap<QString, QVariant>();
         });
 }
 
-// Fulfilled also after a failed exchange, so that only the empty result tells it, which is wanted.
-bool waitFor(const QPromise<QMap<QString, QVariant>>& upload, QMap<QString, QVariant>& result)
+// True also after a failed exchange, so that only the empty result tells it, which is wanted. False when a
+// step throws, and when the application ends. On a thread that takes no events neither the reply nor a
+// promise's handler could come, so that the exchange is a plain one there.
+bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const QString& cid,
+                          const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
-    return upload.then([&result](const QMap<QString, QVariant>& reply) { result = reply; })
-        .wait()
-        .isFulfilled();
+    try {
+        if (Tessel::ApplicationEnd::hasCome())
+            return false;
+        if (Tessel::threadTakesEvents()) {
+            return uploadCabinet(routeKey, deviceKey, cid, data)
+                .then([&result](const QMap<QString, QVariant>& reply) { result = reply; })
+                .wait()
+                .isFulfilled();
+        }
+        QMap<QString, QVariant> reply;
+        Request(routeKey).placeHolder("cid", cid).body(data).put(deviceKey, reply);
+        if (Tessel::ApplicationEnd::hasCome())
+            return false;
+        result = reply;
+        return true;
+    } catch (...) {
+        return false;
+    }
 }
 
 // Fulfils when the device agreed.
@@ -109,9 +127,9 @@ QtPromise::QPromise<bool> Correctionop::uploadDynamicCoefficientAsync(const QStr
 QtPromise::QPromise<bool> Correctionop::uploadLowGrayCoefficientAsync(const QString& deviceKey,
                                                                       const QList<QVariant>& data)
 {
-    return PromiseRequest("Device_PutCabinetsLowgrayCoefficients")
-        .body(data)
-        .answer<bool>(&HttpProxy::put, deviceKey, succeeded);
+    return PromiseRequest::answer<bool>(
+        "Device_PutCabinetsLowgrayCoefficients", [&data](PromiseRequest& request) { request.body(data); },
+        &HttpProxy::put, deviceKey, succeeded);
 }
 
 QtPromise::QPromise<QMap<QString, QVariant>>
@@ -146,25 +164,25 @@ Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& 
 bool Correctionop::uploadCoefficient(const QString& deviceKey, const QString& cid,
                                      const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
-    return waitFor(uploadCoefficient(deviceKey, cid, data), result);
+    return uploadCabinetAndWait("Device_PutCabinetCoefficients", deviceKey, cid, data, result);
 }
 
 bool Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
                                                const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
-    return waitFor(uploadMultilayerCoefficient(deviceKey, cid, data), result);
+    return uploadCabinetAndWait("Device_PutCabinetMultilayerCoefficients", deviceKey, cid, data, result);
 }
 
 bool Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& cid,
                                             const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
-    return waitFor(uploadDynamicCoefficient(deviceKey, cid, data), result);
+    return uploadCabinetAndWait("Device_PutCabinetDynamicCoefficients", deviceKey, cid, data, result);
 }
 
 bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid,
                                             const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
-    return waitFor(uploadLowgrayCoefficient(deviceKey, cid, data), result);
+    return uploadCabinetAndWait("Device_PutCabinetsLowgrayCoefficients", deviceKey, cid, data, result);
 }
 
 // Sends neither cabinets nor coefficients, which is wanted.

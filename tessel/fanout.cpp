@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/fanout.h>
 
+#include <tessel/applicationend.h>
 #include <tessel/request.h>
 
 #include <QDebug>
@@ -13,11 +14,43 @@ namespace Tessel {
 namespace {
 
 using Start = bool (HttpProxy::*)(const QString&, HttpJsonPackage*);
+using Exchange = void (HttpProxy::*)(const QString&, HttpJsonPackage*);
 using Succeeded = std::function<void(const HttpJsonPackage&, const QString& id)>;
 
-bool exchangeAll(Start start, const QString& path, const QVariant& body, const QString& deviceKey,
-                 const QStringList& ids, const Succeeded& onSuccess)
+void fill(HttpJsonPackage& package, const QString& path, const QVariant& body, const QString& id)
 {
+    package.setUrl(path);
+    if (body.isValid())
+        package.setRequestWithJsonObj(body);
+    package.addPlaceHolders(QStringLiteral("id"), id);
+}
+
+// Where no event loop can run: one after the other. An empty list returns at once.
+bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body, const QString& deviceKey,
+                    const QStringList& ids, const Succeeded& onSuccess)
+{
+    bool ok = true;
+    for (const QString& id : ids) {
+        if (ApplicationEnd::hasCome())
+            return false;
+        HttpJsonPackage package(nullptr);
+        fill(package, path, body, id);
+        (HttpProxy::getInstance()->*exchange)(deviceKey, &package);
+        if (succeeded(package))
+            onSuccess(package, id);
+        else
+            ok = false;
+    }
+    return ok;
+}
+
+bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVariant& body,
+                 const QString& deviceKey, const QStringList& ids, const Succeeded& onSuccess)
+{
+    if (ApplicationEnd::hasCome())
+        return false;
+    if (!canRunEventLoop())
+        return exchangeInTurn(exchange, path, body, deviceKey, ids, onSuccess);
     QEventLoop loop;
     int remaining = ids.size();
     bool ok = true;
@@ -31,10 +64,7 @@ bool exchangeAll(Start start, const QString& path, const QVariant& body, const Q
         auto* package = new HttpJsonPackage(nullptr);
         const std::size_t position = packages.size();
         packages.emplace_back(package);
-        package->setUrl(path);
-        if (body.isValid())
-            package->setRequestWithJsonObj(body);
-        package->addPlaceHolders(QStringLiteral("id"), id);
+        fill(*package, path, body, id);
         QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&, id](HttpJsonPackage* reply) {
             if (succeeded(*reply))
                 onSuccess(*reply, id);
@@ -52,14 +82,17 @@ bool exchangeAll(Start start, const QString& path, const QVariant& body, const Q
         (HttpProxy::getInstance()->*start)(deviceKey, package);
     }
 
-    loop.exec();
+    const bool ended = !execUntilApplicationEnds(loop);
 
     // A stale timer may have ended the loop before the slowest reply; its package has no listener any more.
+    // Nor is there anybody to delete it later once the application has ended.
     for (const QPointer<HttpJsonPackage>& package : packages) {
-        if (package)
+        if (ended)
+            delete package.data();
+        else if (package)
             package->deleteLater();
     }
-    return ok;
+    return ok && !ended;
 }
 
 } // namespace
@@ -80,7 +113,7 @@ GroupRequest& GroupRequest::body(const QMap<QString, QVariant>& map)
 
 bool GroupRequest::get(const QString& deviceKey, const QStringList& ids, QList<QVariant>& results)
 {
-    return exchangeAll(&HttpProxy::get, m_path, m_body, deviceKey, ids,
+    return exchangeAll(&HttpProxy::get, &HttpProxy::getSync, m_path, m_body, deviceKey, ids,
                        [&results](const HttpJsonPackage& reply, const QString& id) {
                            QMap<QString, QVariant> map = reply.getRoutesJsonMap();
                            map.insert(QStringLiteral("id"), id);
@@ -90,7 +123,7 @@ bool GroupRequest::get(const QString& deviceKey, const QStringList& ids, QList<Q
 
 bool GroupRequest::put(const QString& deviceKey, const QStringList& ids)
 {
-    return exchangeAll(&HttpProxy::put, m_path, m_body, deviceKey, ids,
+    return exchangeAll(&HttpProxy::put, &HttpProxy::putSync, m_path, m_body, deviceKey, ids,
                        [](const HttpJsonPackage&, const QString&) {});
 }
 
@@ -102,32 +135,48 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
         qCritical() << function << "System error! trigger is nullptr";
         return false;
     }
+    if (ApplicationEnd::hasCome())
+        return false;
     std::vector<std::unique_ptr<HttpJsonPackage>> packages;
-    std::size_t finished = 0;
-    QEventLoop loop;
-    for (const QMap<QString, QVariant>& item : items) {
+    const auto addPackage = [&](const QMap<QString, QVariant>& item, const QString& deviceKey) {
         packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
-        HttpJsonPackage* package = packages.back().get();
-        QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&loop, &finished, &items] {
-            if (++finished == items.size())
-                loop.quit();
-        });
-        const QString deviceKey = item.value(QStringLiteral("devKey")).toString();
+        HttpJsonPackage* const package = packages.back().get();
         package->setUrl(routePath(routeKeyFor(deviceKey)));
         package->setRequestWithJsonObj(QVariant(item));
         package->setExpectedTime(expectedTime);
-        HttpProxy::getInstance()->putMultSync(deviceKey, package);
-    }
-    // The timer stands for the whole batch: when it fires, packages already answered fail with the rest.
-    QTimer::singleShot(expectedTime, &loop, [&loop, &packages] {
-        for (const auto& package : packages)
-            package->setSimpleState(static_cast<HttpJsonPackage::HttpSimpleState>(1));
-        loop.quit();
-    });
-
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
-
+        return package;
+    };
+    const auto deviceOf = [](const QMap<QString, QVariant>& item) {
+        return item.value(QStringLiteral("devKey")).toString();
+    };
     bool ok = true;
+    if (canRunEventLoop()) {
+        QEventLoop loop;
+        // The list is the caller's, and what runs during the wait may change it.
+        std::size_t remaining = items.size();
+        for (const QMap<QString, QVariant>& item : items) {
+            const QString deviceKey = deviceOf(item);
+            HttpJsonPackage* const package = addPackage(item, deviceKey);
+            QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&loop, &remaining] {
+                if (--remaining == 0)
+                    loop.quit();
+            });
+            HttpProxy::getInstance()->putMultSync(deviceKey, package);
+        }
+        // The timer stands for the whole batch: when it fires, packages already answered fail with the rest.
+        QTimer::singleShot(expectedTime, &loop, [&loop, &packages] {
+            for (const auto& package : packages)
+                package->setSimpleState(static_cast<HttpJsonPackage::HttpSimpleState>(1));
+            loop.quit();
+        });
+        ok = execUntilApplicationEnds(loop, QEventLoop::ExcludeUserInputEvents);
+    } else {
+        for (const QMap<QString, QVariant>& item : items) {
+            const QString deviceKey = deviceOf(item);
+            HttpProxy::getInstance()->putSync(deviceKey, addPackage(item, deviceKey));
+        }
+        ok = !ApplicationEnd::hasCome();
+    }
     for (const auto& package : packages)
         ok = ok && succeeded(*package);
     return ok;

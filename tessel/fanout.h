@@ -23,6 +23,9 @@ namespace Tessel {
 /// Each request has a timer of its expected time, which a reply does not cancel: one that fires while other
 /// replies are out counts its package a second time and fails the call. Kept so. The call may thus return
 /// before the slowest reply, which is then dropped.
+///
+/// A thread without an event dispatcher gets one from the application. Without an application the requests go
+/// out one after the other. The end of the application ends the wait with `false`.
 class GroupRequest
 {
 public:
@@ -46,8 +49,8 @@ private:
 
 /// One PUT per item, each to the device that its member `devKey` names, with the item as its body, the route
 /// that @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User
-/// input waits meanwhile. @return whether every device answered well in time; without items `false`, with a
-/// critical log line that names @p function.
+/// input waits meanwhile. Without an application, and at its end, as GroupRequest. @return whether every
+/// device answered well in time; without items `false`, with a critical log line that names @p function.
 bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant>>& items,
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime);
 

@@ -4,6 +4,7 @@
 #ifndef TESSEL_PROMISEREQUEST_H
 #define TESSEL_PROMISEREQUEST_H
 
+#include <tessel/applicationend.h>
 #include <tessel/records/rawresponse.h>
 #include <tessel/records/variantmapresponse.h>
 #include <tessel/request.h>
@@ -12,6 +13,7 @@
 
 #include <QtPromise>
 
+#include <exception>
 #include <memory>
 
 namespace Tessel {
@@ -38,8 +40,11 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
 
 /// A request whose outcome is a promise. Its package lives on the heap until the promise settled.
 ///
-/// The reply is handled on the thread that called, which needs an event loop. Dropping the promise stops
-/// nothing. Only here does the reply's `code` count, and only if the handler looks at it.
+/// The reply is handled on the thread that called, which needs an event loop; on a thread without an event
+/// dispatcher, which no reply could reach, the exchange is made on the spot and the promise comes back
+/// settled. Dropping the promise stops nothing. A promise still pending when the application ends is rejected
+/// with QPromiseUndefinedException. Only here does the reply's `code` count, and only if the handler looks at
+/// it.
 class PromiseRequest : public PackageFiller<PromiseRequest>
 {
 public:
@@ -74,44 +79,53 @@ public:
     template <class T, class Settle>
     QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
     {
+        if (!threadTakesEvents()) {
+            return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve,
+                                              const QtPromise::QPromiseReject<T>& reject) {
+                if (!exchangeHere(verb, deviceKey))
+                    return reject();
+                settle(*m_package, resolve, reject);
+            }};
+        }
         HttpJsonPackage* package = m_package.release();
         return QtPromise::QPromise<T>{
             [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
                 QObject::connect(
                     package, &HttpJsonPackage::readyRead, package,
-                    [resolve, reject, settle](HttpJsonPackage* reply) { settle(*reply, resolve, reject); },
+                    [resolve, reject, settle, end = rejectAtEnd(reject)](HttpJsonPackage* reply) {
+                        try {
+                            settle(*reply, resolve, reject);
+                        } catch (...) {
+                            reject(std::current_exception());
+                        }
+                    },
                     Qt::DirectConnection);
                 (HttpProxy::getInstance()->*verb)(deviceKey, package);
             }}
             .finally([package] { package->deleteLater(); });
     }
 
-    /// Sends, and fulfils with what @p convert makes of the reply, whatever its state; rejects only when
-    /// sending throws. Tests nothing first. @p started is called once the request was handed over. The
-    /// package is released as soon as the reply was handled.
-    template <class T, class Convert, class Started>
-    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert, Started started)
+    /// Makes a request of @p routeKey, has it filled by @p fill(request), sends it, and fulfils with what
+    /// @p convert makes of the reply, whatever its state; rejects with what any of these steps throws. Tests
+    /// nothing first. @p started is called once the request was handed over. The package is released as soon
+    /// as the reply was handled.
+    template <class T, class Fill, class Convert, class Started>
+    static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
+                                         Convert convert, Started started)
     {
-        return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve) {
-            (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
-            started();
-            // Connecting after the start is safe: the transport never answers from inside the starting call.
-            HttpJsonPackage* const sent = m_package.release();
-            QObject::connect(
-                sent, &HttpJsonPackage::readyRead, sent,
-                [resolve, convert](HttpJsonPackage* reply) {
-                    resolve(convert(*reply));
-                    reply->deleteLater();
-                },
-                Qt::DirectConnection);
-        }};
+        return QtPromise::QPromise<T>{
+            [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
+                PromiseRequest request(routeKey);
+                fill(request);
+                request.sendForAnswer(verb, deviceKey, convert, started, resolve, reject);
+            }};
     }
-    template <class T, class Convert>
-    QtPromise::QPromise<T> answer(Verb verb, const QString& deviceKey, Convert convert)
+    template <class T, class Fill, class Convert>
+    static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
+                                         Convert convert)
     {
-        return answer<T>(verb, deviceKey, convert, [] {});
+        return answer<T>(routeKey, fill, verb, deviceKey, convert, [] {});
     }
-
     /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending
     /// nothing, when device or path is empty.
     template <class T, class Settle>
@@ -125,6 +139,58 @@ public:
 private:
     friend class PackageFiller<PromiseRequest>;
     HttpJsonPackage& packageToFill() { return *m_package; }
+
+    // The thread of the package may never be given its reply then. Lives as long as what waits for the reply.
+    template <class Reject>
+    static std::shared_ptr<const ApplicationEnd::Watch> rejectAtEnd(const Reject& reject)
+    {
+        return std::make_shared<const ApplicationEnd::Watch>([reject] { reject(); });
+    }
+
+    // The blocking exchange that a starting verb stands for. Returns false at the application's end.
+    bool exchangeHere(Verb verb, const QString& deviceKey)
+    {
+        if (ApplicationEnd::hasCome())
+            return false;
+        void (HttpProxy::*exchange)(const QString&, HttpJsonPackage*) = &HttpProxy::getSync;
+        if (verb == &HttpProxy::put)
+            exchange = &HttpProxy::putSync;
+        else if (verb == &HttpProxy::post)
+            exchange = &HttpProxy::postSync;
+        (HttpProxy::getInstance()->*exchange)(deviceKey, m_package.get());
+        return !ApplicationEnd::hasCome();
+    }
+
+    template <class Convert, class Started, class Resolve, class Reject>
+    void sendForAnswer(Verb verb, const QString& deviceKey, Convert convert, Started started,
+                       const Resolve& resolve, const Reject& reject)
+    {
+        if (!threadTakesEvents()) {
+            const bool ended = !exchangeHere(verb, deviceKey);
+            started();
+            if (ended)
+                reject();
+            else
+                resolve(convert(*m_package));
+            return;
+        }
+        (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
+        started();
+        // Connecting after the start is safe: the transport never answers from inside the starting call.
+        HttpJsonPackage* const sent = m_package.get();
+        QObject::connect(
+            sent, &HttpJsonPackage::readyRead, sent,
+            [resolve, reject, convert, end = rejectAtEnd(reject)](HttpJsonPackage* reply) {
+                try {
+                    resolve(convert(*reply));
+                } catch (...) {
+                    reject(std::current_exception());
+                }
+                reply->deleteLater();
+            },
+            Qt::DirectConnection);
+        static_cast<void>(m_package.release()); // from here on the handler releases it
+    }
 
     std::unique_ptr<HttpJsonPackage> m_package;
 };

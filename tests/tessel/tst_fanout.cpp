@@ -175,6 +175,36 @@ private Q_SLOTS:
         QCOMPARE(m_engine->held(), 1);
     }
 
+    void aBatchKeepsItsNumberWhateverBecomesOfTheCallersList_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::newRow("grows") << 20;
+        QTest::newRow("shrinks") << 1;
+        QTest::newRow("is emptied") << 0;
+    }
+    void aBatchKeepsItsNumberWhateverBecomesOfTheCallersList()
+    {
+        QFETCH(int, size);
+        m_engine->hold();
+        std::vector<Map> items{{{"devKey", "old"}}, {{"devKey", "new"}}, {{"devKey", "other"}}};
+        items.shrink_to_fit();
+        int turns = 0;
+        QTimer turning;
+        QObject::connect(&turning, &QTimer::timeout, this, [&] {
+            if (turns == 0) {
+                items.resize(static_cast<std::size_t>(size));
+                items.shrink_to_fit();
+            }
+            // A reply takes a few turns of the loop: each is handled before the next one comes.
+            if (++turns % 20 == 0)
+                m_engine->release();
+        });
+        turning.start(0);
+        QVERIFY(putToDevices("f", items, routeOf, 20000));
+        QCOMPARE(m_engine->held(), 0);
+        QCOMPARE(m_engine->count(), 3);
+    }
+
     void anEmptyBatchLogsAndSendsNothing()
     {
         const LogCollector log;

@@ -12,6 +12,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
@@ -168,14 +169,13 @@ private Q_SLOTS:
         QPointer<const QObject> package;
         bool started = false;
         bool outcome = !success;
-        const auto promise = PromiseRequest("Device_Hwinfo")
-                                 .answer<bool>(
-                                     &HttpProxy::put, device,
-                                     [&](const HttpJsonPackage& reply) {
-                                         package = &reply;
-                                         return Tessel::succeeded(reply);
-                                     },
-                                     [&] { started = m_engine->count() == 1; });
+        const auto promise = PromiseRequest::answer<bool>(
+            "Device_Hwinfo", [](PromiseRequest&) {}, &HttpProxy::put, device,
+            [&](const HttpJsonPackage& reply) {
+                package = &reply;
+                return Tessel::succeeded(reply);
+            },
+            [&] { started = m_engine->count() == 1; });
         QVERIFY(started);
         QVERIFY(promise.isPending());
         promise.then([&](bool value) { outcome = value; }).wait();
@@ -183,12 +183,81 @@ private Q_SLOTS:
         QTRY_VERIFY(package.isNull());
     }
 
-    void anAnswerIsRejectedOnlyWhenSendingThrows()
+    void anAnswerIsRejectedWhenAStepThrows_data()
     {
-        HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+        QTest::addColumn<int>("step");
+        QTest::newRow("filling") << 1;
+        QTest::newRow("sending") << 2;
+        QTest::newRow("converting the reply") << 3;
+    }
+    void anAnswerIsRejectedWhenAStepThrows()
+    {
+        QFETCH(int, step);
+        if (step == 2)
+            HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+        QPointer<const QObject> package;
+        const auto promise = PromiseRequest::answer<bool>(
+            "Device_Hwinfo",
+            [&](PromiseRequest&) {
+                if (step == 1)
+                    throw std::runtime_error("filling");
+            },
+            &HttpProxy::put, device,
+            [&](const HttpJsonPackage& reply) -> bool {
+                package = &reply;
+                throw std::runtime_error("converting");
+            });
+        QCOMPARE(promise.isRejected(), step != 3);
+        QVERIFY(outcomeOf(promise) == Outcome::Other);
+        QTRY_VERIFY(package.isNull());
+    }
+
+    void aPromiseIsRejectedWhenItsHandlerThrows()
+    {
         const auto promise =
-            PromiseRequest("Device_Hwinfo").answer<bool>(&HttpProxy::put, device, Tessel::succeeded);
-        QVERIFY(promise.isRejected());
+            PromiseRequest("Device_Hwinfo")
+                .promise<int>(&HttpProxy::get, device, [](const HttpJsonPackage&, const auto&, const auto&) {
+                    throw std::runtime_error("handling");
+                });
+        QVERIFY(outcomeOf(promise) == Outcome::Other);
+    }
+
+    void onAThreadThatTakesNoEventsThePromiseComesBackSettled_data()
+    {
+        QTest::addColumn<int>("method");
+        QTest::newRow("GET") << int(HttpMethod::Get);
+        QTest::newRow("PUT") << int(HttpMethod::Put);
+        QTest::newRow("POST") << int(HttpMethod::Post);
+    }
+    void onAThreadThatTakesNoEventsThePromiseComesBackSettled()
+    {
+        QFETCH(int, method);
+        const PromiseRequest::Verb verb = method == int(HttpMethod::Get)   ? &HttpProxy::get
+                                          : method == int(HttpMethod::Put) ? &HttpProxy::put
+                                                                           : &HttpProxy::post;
+        bool promised = false;
+        bool answered = false;
+        bool failed = false;
+        std::vector<RecordingEngine::Request> sent;
+        std::thread([&] {
+            promised = PromiseRequest("Device_Hwinfo")
+                           .promise<int>(
+                               verb, device,
+                               [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(1); })
+                           .isFulfilled();
+            answered = PromiseRequest::answer<bool>(
+                           "Device_Hwinfo", [](PromiseRequest&) {}, verb, device, Tessel::succeeded)
+                           .isFulfilled();
+            sent = m_engine->requests();
+            HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+            failed = PromiseRequest("Device_Hwinfo").getRecord<DeviceInfo>(device).isRejected();
+        }).join();
+        QVERIFY(promised);
+        QVERIFY(answered);
+        QVERIFY(failed);
+        QCOMPARE(sent.size(), std::size_t(2));
+        for (const RecordingEngine::Request& request : sent)
+            QCOMPARE(int(request.method), method);
     }
 
     void anExceptionFromSendingRejectsARecordWithIt()
@@ -220,22 +289,23 @@ private Q_SLOTS:
             handledOn = std::this_thread::get_id();
             handled = true;
         };
-        std::unique_ptr<PromiseRequest> request;
-        const std::vector<ObjectFate> made =
-            objectFatesDuring([&] { request = std::make_unique<PromiseRequest>("Device_Hwinfo"); });
+        std::optional<QPromise<bool>> promise;
+        const std::vector<ObjectFate> made = objectFatesDuring([&] {
+            promise = answered ? PromiseRequest::answer<bool>(
+                                     "Device_Hwinfo", [](PromiseRequest&) {}, &HttpProxy::put, device,
+                                     [&](const HttpJsonPackage&) {
+                                         handle();
+                                         return true;
+                                     })
+                               : PromiseRequest("Device_Hwinfo")
+                                     .promise<bool>(&HttpProxy::put, device,
+                                                    [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
+                                                        handle();
+                                                        resolve(true);
+                                                    });
+        });
         QVERIFY(!made.empty());
         auto* const package = static_cast<HttpJsonPackage*>(made[0].object);
-        const QPromise<bool> promise =
-            answered ? request->answer<bool>(&HttpProxy::put, device,
-                                             [&](const HttpJsonPackage&) {
-                                                 handle();
-                                                 return true;
-                                             })
-                     : request->promise<bool>(&HttpProxy::put, device,
-                                              [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
-                                                  handle();
-                                                  resolve(true);
-                                              });
         std::thread::id emittedOn;
         std::thread transport([&] {
             emittedOn = std::this_thread::get_id();
@@ -244,8 +314,8 @@ private Q_SLOTS:
         transport.join();
         QVERIFY(handled);
         QVERIFY(handledOn == emittedOn);
-        promise.wait();
-        QVERIFY(promise.isFulfilled());
+        promise->wait();
+        QVERIFY(promise->isFulfilled());
         while (m_engine->release())
             QCoreApplication::processEvents();
     }

@@ -110,7 +110,8 @@ public:
     /// Blocks until the promise is settled, and gives it. Meanwhile it processes the events of the calling
     /// thread, deferred deletes included, so any slot, timer or handler of the thread may run. Handlers of
     /// this promise may not have run on return: wait for the promise that then() gave for that. There is no
-    /// time limit; see timeout().
+    /// time limit; see timeout(). Once the QCoreApplication has gone, which may be what settling takes, the
+    /// wait ends: it gives a promise rejected with QPromiseCanceledException, and this one stays pending.
     QPromise<T> wait() const;
 
     /// A promise rejected with `error`, see QPromiseReject.

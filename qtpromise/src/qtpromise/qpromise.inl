@@ -161,7 +161,8 @@ QPromise<T> QPromiseBase<T>::wait() const
     if (self.isPending()) {
         const auto waiter = std::make_shared<QtPromisePrivate::Waiter>();
         self.m_state->observe([waiter](const QtPromisePrivate::Outcome<T>&) { waiter->wake(); });
-        waiter->run();
+        if (!waiter->run())
+            return QPromise<T>::reject(QPromiseCanceledException());
     }
     return self;
 }

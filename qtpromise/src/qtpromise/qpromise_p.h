@@ -276,21 +276,26 @@ public:
             m_dispatcher->wakeUp();
     }
 
-    /// Processes events of the calling thread until wake() is called. Re-entrant: anything of the thread may
-    /// run.
-    void run()
+    /// Processes events of the calling thread until wake() is called, or until the application closes, after
+    /// which no event is delivered any more. Re-entrant: anything of the thread may run. Gives whether wake()
+    /// was called.
+    bool run()
     {
         processEvents(QEventLoop::AllEvents);
         // Every settling wakes the event dispatcher, but an object that a nested event loop leaves to be
-        // deleted later does not, and its end may be what settles the promise.
+        // deleted later does not, and its end may be what settles the promise. Nor does the application's
+        // closing.
         QTimer deferredDeletes;
         if (m_dispatcher)
             deferredDeletes.start(flushInterval());
-        while (!isSettled())
+        while (!isSettled() && !QCoreApplication::closingDown())
             processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        if (!isSettled()) // what was posted before may settle the promise
+            processEvents(QEventLoop::AllEvents);
 
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_dispatcher = nullptr;
+        return m_settled;
     }
 
 private:

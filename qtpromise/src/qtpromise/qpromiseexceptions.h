@@ -6,7 +6,8 @@
 
 namespace QtPromise {
 
-/// The reason of a promise made from a QFuture that was cancelled without an exception.
+/// The reason of a promise made from a QFuture that was cancelled without an exception, and of a wait that
+/// the end of the application cut off.
 class QPromiseCanceledException : public QException
 {
 public:

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/noticequeue.h"
+
+#include <QEventLoop>
+#include <QTimer>
+#include <QtTest>
+
+#include <future>
+
+using namespace Krelm::Communicator::HttpDevice;
+
+namespace {
+
+Notice noticeOf(const QString& key)
+{
+    return {Notice::Kind::Event, key, {}, nullptr};
+}
+
+std::vector<Notice> batchOf(const QStringList& keys)
+{
+    std::vector<Notice> batch;
+    for (const QString& key : keys) {
+        batch.push_back(noticeOf(key));
+    }
+    return batch;
+}
+
+// A queue whose wake-ups are events of this thread, as those of the proxy are.
+class Delivery : public QObject
+{
+public:
+    explicit Delivery(std::function<void(const QString&)> receive)
+        : queue([this] {
+            ++wakeUps;
+            QMetaObject::invokeMethod(
+                this, [this] { deliver(); }, Qt::QueuedConnection);
+        })
+        , m_receive(std::move(receive))
+    {}
+
+    void deliver()
+    {
+        queue.deliver([this](const Notice& notice) {
+            received << notice.deviceKey;
+            m_receive(notice.deviceKey);
+        });
+    }
+
+    std::atomic<int> wakeUps{0};
+    NoticeQueue queue;
+    QStringList received;
+
+private:
+    const std::function<void(const QString&)> m_receive;
+};
+
+// The loops that a receiver may run before it returns.
+enum class Loop { ProcessEvents, SendPostedEvents, EventLoop };
+
+void run(Loop kind)
+{
+    switch (kind) {
+    case Loop::ProcessEvents:
+        QCoreApplication::processEvents();
+        break;
+    case Loop::SendPostedEvents:
+        QCoreApplication::sendPostedEvents();
+        break;
+    case Loop::EventLoop: {
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, &QEventLoop::quit);
+        loop.exec();
+        break;
+    }
+    }
+}
+
+} // namespace
+
+class NoticeQueueTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void aNoticePushedInAReceiversLoopComes_data();
+    void aNoticePushedInAReceiversLoopComes();
+    void theRestOfABatchComesInAReceiversLoop_data() { aNoticePushedInAReceiversLoopComes_data(); }
+    void theRestOfABatchComesInAReceiversLoop();
+    void loopsWithinLoopsKeepTheOrder_data() { aNoticePushedInAReceiversLoopComes_data(); }
+    void loopsWithinLoopsKeepTheOrder();
+    void everyReceiverOfAStreamMayRunALoop();
+    void whatComesAfterAReceiverThrewIsDelivered();
+    void aLostWakeUpIsMadeGood();
+    void aBatchIsOneWakeUpHoweverLong();
+    void aBatchThatIsDeliveredNoLongerCountsAsBacklog();
+    void afterAReceiversLoopTheQueueSaysThatItDelivered();
+};
+
+void NoticeQueueTest::aNoticePushedInAReceiversLoopComes_data()
+{
+    QTest::addColumn<int>("loop");
+    QTest::newRow("processEvents") << int(Loop::ProcessEvents);
+    QTest::newRow("sendPostedEvents") << int(Loop::SendPostedEvents);
+    QTest::newRow("an event loop") << int(Loop::EventLoop);
+}
+
+void NoticeQueueTest::aNoticePushedInAReceiversLoopComes()
+{
+    QFETCH(int, loop);
+    Delivery delivery([&](const QString& key) {
+        if (key == "A") {
+            delivery.queue.push(noticeOf("C"));
+            run(static_cast<Loop>(loop));
+        }
+    });
+    std::vector<Notice> batch = batchOf({"A", "B"});
+    delivery.queue.push(batch);
+    QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
+    delivery.queue.push(noticeOf("D"));
+    QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C", "D"}));
+}
+
+void NoticeQueueTest::theRestOfABatchComesInAReceiversLoop()
+{
+    QFETCH(int, loop);
+    QStringList atReturn;
+    Delivery delivery([&](const QString& key) {
+        if (key == "A") {
+            delivery.queue.push(noticeOf("D"));
+            run(static_cast<Loop>(loop));
+            atReturn = delivery.received;
+        }
+    });
+    std::vector<Notice> batch = batchOf({"A", "B", "C"});
+    delivery.queue.push(batch);
+    QTRY_VERIFY(!atReturn.isEmpty());
+    QCOMPARE(atReturn, (QStringList{"A", "B", "C", "D"}));
+}
+
+void NoticeQueueTest::loopsWithinLoopsKeepTheOrder()
+{
+    QFETCH(int, loop);
+    QStringList returned;
+    Delivery delivery([&](const QString& key) {
+        if (key == "A") {
+            delivery.queue.push(noticeOf("X"));
+        }
+        if (key == "B") {
+            delivery.queue.push(noticeOf("Y"));
+        }
+        run(static_cast<Loop>(loop));
+        returned << key;
+    });
+    std::vector<Notice> batch = batchOf({"A", "B", "C"});
+    delivery.queue.push(batch);
+    QTRY_COMPARE(returned.size(), 5);
+    QCOMPARE(delivery.received, (QStringList{"A", "B", "C", "X", "Y"}));
+    QCOMPARE(returned, (QStringList{"Y", "X", "C", "B", "A"}));
+}
+
+void NoticeQueueTest::everyReceiverOfAStreamMayRunALoop()
+{
+    constexpr int batches = 200;
+    constexpr int batchSize = 3;
+    Delivery delivery([](const QString&) { QCoreApplication::processEvents(); });
+    QStringList pushed;
+    for (int i = 0; i < batches * batchSize; ++i) {
+        pushed << QString::number(i);
+    }
+    // Joins when it goes, also from a test that failed.
+    const auto pushing = std::async(std::launch::async, [&] {
+        for (int i = 0; i < batches; ++i) {
+            std::vector<Notice> batch = batchOf(pushed.mid(i * batchSize, batchSize));
+            delivery.queue.push(batch);
+        }
+    });
+    QTRY_COMPARE_WITH_TIMEOUT(delivery.received.size(), batches * batchSize, 30000);
+    QCOMPARE(delivery.received, pushed);
+}
+
+void NoticeQueueTest::whatComesAfterAReceiverThrewIsDelivered()
+{
+    NoticeQueue queue([] {});
+    std::vector<Notice> batch = batchOf({"A", "B"});
+    queue.push(batch);
+    QStringList received;
+    const auto receive = [&](const Notice& notice) {
+        received << notice.deviceKey;
+        if (notice.deviceKey == "A") {
+            throw 1;
+        }
+    };
+    QVERIFY_EXCEPTION_THROWN(queue.deliver(receive), int);
+    queue.deliver(receive);
+    QCOMPARE(received, (QStringList{"A", "B"}));
+}
+
+// The event queue of a thread is emptied when its application goes, wake-ups included.
+void NoticeQueueTest::aLostWakeUpIsMadeGood()
+{
+    Delivery delivery([](const QString&) {});
+    delivery.queue.push(noticeOf("A"));
+    QCoreApplication::removePostedEvents(&delivery);
+    delivery.queue.push(noticeOf("B"));
+    delivery.queue.wakeUpAnew();
+    QTRY_COMPARE(delivery.received, (QStringList{"A", "B"}));
+    const int before = delivery.wakeUps;
+    delivery.queue.wakeUpAnew();
+    QCOMPARE(delivery.wakeUps, before);
+}
+
+void NoticeQueueTest::aBatchIsOneWakeUpHoweverLong()
+{
+    Delivery delivery([](const QString&) {});
+    for (int round = 1; round <= 3; ++round) {
+        std::vector<Notice> batch;
+        for (int i = 0; i < 1000; ++i) {
+            batch.push_back(noticeOf(QString::number(i)));
+        }
+        delivery.queue.push(batch);
+        QTRY_COMPARE(delivery.received.size(), round * 1000);
+        QCoreApplication::processEvents();
+        QVERIFY2(delivery.wakeUps <= 2 * round, "one by the push, one for the loops of its receivers");
+    }
+}
+
+void NoticeQueueTest::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
+{
+    const auto backlog = std::make_shared<StreamBacklog>();
+    Delivery delivery([](const QString& key) {
+        if (key == "0") {
+            QCoreApplication::processEvents();
+        }
+    });
+    std::vector<Notice> batch;
+    for (int i = 0; i < 4096; ++i) {
+        batch.push_back({Notice::Kind::Event, QString::number(i), QByteArray("x"), backlog});
+    }
+    delivery.queue.push(batch);
+    QVERIFY(backlog->isFull());
+    QTRY_COMPARE(delivery.received.size(), 4096);
+    QVERIFY(backlog->isLow());
+}
+
+void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
+{
+    QStringList told;
+    Delivery delivery([&](const QString& key) {
+        if (key == "A") {
+            QCoreApplication::processEvents();
+            told << "A returns";
+        }
+    });
+    delivery.queue.onDelivered([&] { told << "delivered " + QString::number(delivery.received.size()); });
+    std::vector<Notice> batch = batchOf({"A", "B"});
+    delivery.queue.push(batch);
+    QTRY_VERIFY(told.contains("A returns"));
+    QCOMPARE(told.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
+}
+
+QTEST_GUILESS_MAIN(NoticeQueueTest)
+#include "tst_noticequeue.moc"

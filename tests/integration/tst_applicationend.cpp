@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+//
+// Waits that meet the end of the application, or that never saw one. Each in a process of its own.
+#include <misbehavingserver.h>
+
+#include <QProcess>
+#include <QtTest>
+
+using Mode = MisbehavingServer::Mode;
+
+namespace {
+
+struct Wait
+{
+    const char* name;
+    int requests;
+    QByteArray answered; ///< its outcome when the device answers
+    QByteArray cutOff;   ///< its outcome when the application ends
+};
+
+const Wait waits[] = {
+    {"promise", 1, "fulfilled", "rejected"},
+    {"upload promise", 1, "fulfilled", "rejected"},
+    {"cabinets promise", 1, "fulfilled", "rejected"},
+    {"group read", 2, "true 2", "false 0"},
+    {"group write", 2, "true", "false"},
+    {"several devices", 2, "true", "false"},
+    {"upload", 1, "true 1", "false 0"},
+    {"call", 1, "true", "false"},
+};
+
+} // namespace
+
+class ApplicationEndTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void whatWaitsEndsWithTheApplication_data();
+    void whatWaitsEndsWithTheApplication();
+    void whatIsAskedAfterTheApplicationEndsAtOnce_data();
+    void whatIsAskedAfterTheApplicationEndsAtOnce();
+    void whatIsAskedIsAnsweredOnAnyThread_data();
+    void whatIsAskedIsAnsweredOnAnyThread();
+    void aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp();
+    void theWaitForAPromiseOfNothingEndsWithTheApplication_data();
+    void theWaitForAPromiseOfNothingEndsWithTheApplication();
+
+private:
+    static void addRows(const QStringList& threads)
+    {
+        QTest::addColumn<QString>("thread");
+        QTest::addColumn<QString>("wait");
+        QTest::addColumn<int>("requests");
+        QTest::addColumn<QByteArray>("answered");
+        QTest::addColumn<QByteArray>("cutOff");
+        for (const QString& thread : threads) {
+            for (const Wait& wait : waits) {
+                QTest::newRow(qPrintable(thread + ", " + wait.name))
+                    << thread << wait.name << wait.requests << wait.answered << wait.cutOff;
+            }
+        }
+    }
+
+    static void startWaiting(QProcess& process, const QString& thread, const QString& wait,
+                             const QString& application, const QString& address)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "QT_LOGGING_CONF"})
+            environment.remove(QString::fromLatin1(name));
+        // What the end of an application cuts off is left to the end of the process.
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral(WAITATEND), {thread, wait, application, address});
+        QVERIFY(process.waitForStarted());
+    }
+
+    static void endsWith(QProcess& process, const QByteArray& outcome)
+    {
+        if (!process.waitForFinished(30000)) {
+            process.kill();
+            process.waitForFinished();
+            QFAIL("the process hangs");
+        }
+        const QByteArray text = process.readAll();
+        QVERIFY2(process.exitStatus() == QProcess::NormalExit, text.constData());
+        QVERIFY2(process.exitCode() == 0, text.constData());
+        QCOMPARE(text, outcome);
+    }
+};
+
+void ApplicationEndTest::whatWaitsEndsWithTheApplication_data()
+{
+    addRows({"QThread", "pool", "std::thread"});
+}
+
+void ApplicationEndTest::whatWaitsEndsWithTheApplication()
+{
+    QFETCH(QString, thread);
+    QFETCH(QString, wait);
+    QFETCH(int, requests);
+    QFETCH(QByteArray, cutOff);
+    MisbehavingServer stalled(Mode::Stall);
+    QProcess process;
+    startWaiting(process, thread, wait, "ends", stalled.address());
+    QVERIFY(stalled.waitForDeliveries(requests));
+    process.write("\n");
+    endsWith(process, cutOff + '\n');
+}
+
+void ApplicationEndTest::whatIsAskedAfterTheApplicationEndsAtOnce_data()
+{
+    addRows({"main", "QThread", "std::thread"});
+}
+
+void ApplicationEndTest::whatIsAskedAfterTheApplicationEndsAtOnce()
+{
+    QFETCH(QString, thread);
+    QFETCH(QString, wait);
+    QFETCH(QByteArray, cutOff);
+    MisbehavingServer well;
+    QProcess process;
+    startWaiting(process, thread, wait, "gone", well.address());
+    endsWith(process, cutOff + '\n');
+    QCOMPARE(well.deliveries(), 0);
+}
+
+void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread_data()
+{
+    addRows({"main", "QThread", "pool", "std::thread"});
+}
+
+void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread()
+{
+    QFETCH(QString, thread);
+    QFETCH(QString, wait);
+    QFETCH(int, requests);
+    QFETCH(QByteArray, answered);
+    for (const char* application : {"never", "alive"}) {
+        MisbehavingServer well;
+        QProcess process;
+        startWaiting(process, thread, wait, application, well.address());
+        endsWith(process, answered + '\n');
+        QCOMPARE(well.deliveries(), requests);
+    }
+}
+
+void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
+{
+    MisbehavingServer stalled(Mode::Stall);
+    QProcess process;
+    startWaiting(process, "pool", "upload", "exits", stalled.address());
+    QVERIFY(stalled.waitForDeliveries(1));
+    process.write("\n");
+    endsWith(process, QByteArray());
+}
+
+void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication_data()
+{
+    QTest::addColumn<QString>("thread");
+    QTest::addColumn<QString>("application");
+    for (const char* thread : {"QThread", "pool", "std::thread"})
+        QTest::newRow(qPrintable(QString(thread) + ", ends")) << QString(thread) << QString("ends");
+    for (const char* thread : {"main", "QThread", "std::thread"})
+        QTest::newRow(qPrintable(QString(thread) + ", gone")) << QString(thread) << QString("gone");
+}
+
+void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication()
+{
+    QFETCH(QString, thread);
+    QFETCH(QString, application);
+    QProcess process;
+    startWaiting(process, thread, "promise of nothing", application, "127.0.0.1");
+    process.write("\n");
+    endsWith(process, "rejected pending\n");
+}
+
+QTEST_GUILESS_MAIN(ApplicationEndTest)
+#include "tst_applicationend.moc"
