@@ -16,6 +16,11 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   # GCC warns that TSan does not see stand-alone fences; Qt's headers use them.
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -Wno-tsan)
   add_link_options(-fsanitize=thread)
+  # Every program of ours tells the sanitizer how Qt orders threads.
+  add_library(tessel_qtthreads OBJECT ${PROJECT_SOURCE_DIR}/tests/support/qtthreads.cpp)
+  target_link_libraries(tessel_qtthreads PRIVATE Qt5::Core)
+  target_sources(tessel_warnings INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
   message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it takes nothing, address or thread")
 endif()
