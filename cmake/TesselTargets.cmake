@@ -16,9 +16,30 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   # GCC warns that TSan does not see stand-alone fences; Qt's headers use them.
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -Wno-tsan)
   add_link_options(-fsanitize=thread)
+  # Every program of ours tells the sanitizer how Qt orders threads.
+  add_library(tessel_qtthreads OBJECT ${PROJECT_SOURCE_DIR}/tests/support/qtthreads.cpp)
+  target_link_libraries(tessel_qtthreads PRIVATE Qt5::Core)
+  target_sources(tessel_warnings INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
   message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it takes nothing, address or thread")
 endif()
+
+# tessel_precompile(TARGET [HEADER ...]): compiles once per target what nearly all its sources read, and HEADERs that
+# many do. Sources include what they use all the same: packaging/check-style reads them without this, and
+# CMAKE_DISABLE_PRECOMPILE_HEADERS builds without.
+set(tessel_common_headers
+  <algorithm> <atomic> <chrono> <functional> <map> <memory> <mutex> <optional> <string> <string_view> <utility> <vector>
+  <QByteArray> <QDebug> <QHash> <QList> <QMap> <QMutex> <QObject> <QString> <QStringList> <QVariant>)
+function(tessel_precompile target)
+  target_precompile_headers(${target} PRIVATE ${tessel_common_headers} ${ARGN})
+endfunction()
+
+# tessel_precompile_test(TARGET): the same for test code, which shares one set of headers.
+function(tessel_precompile_test target)
+  target_link_libraries(${target} PRIVATE qtpromise::qtpromise Qt5::Test)
+  target_precompile_headers(${target} REUSE_FROM tessel_test_headers)
+endfunction()
 
 # tessel_library(NAME EXPORT MACRO_PREFIX SOURCES ... HEADERS ... PUBLIC ... PRIVATE ...)
 # A shared library with a SONAME, hidden visibility and its export macro; alias tessel::NAME.
@@ -42,10 +63,16 @@ function(tessel_library name)
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endfunction()
 
-# tessel_test(tst_subject SOURCES ... LIBRARIES ... [TIMEOUT seconds] [LABELS ...])
+# What the sanitizers are told in every test.
+set(tessel_test_environment
+  TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp
+  UBSAN_OPTIONS=print_stacktrace=1
+  LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/lsan.supp:print_suppressions=0)
+
+# tessel_test(tst_subject SOURCES ... LIBRARIES ... [TIMEOUT seconds] [LABELS ...] [NO_PRECOMPILE])
 # One Qt Test program under CTest. The source defaults to tst_subject.cpp.
 function(tessel_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "NO_PRECOMPILE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   if(NOT ARG_SOURCES)
     set(ARG_SOURCES ${name}.cpp)
   endif()
@@ -54,11 +81,14 @@ function(tessel_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  if(NOT ARG_NO_PRECOMPILE)
+    tessel_precompile_test(${name})
+    # The sources include their own moc output, so next to nothing stands here.
+    set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp
+      PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+  endif()
   target_link_libraries(${name} PRIVATE test_process ${ARG_LIBRARIES} Qt5::Core Qt5::Test tessel_warnings)
   add_test(NAME ${name} COMMAND ${name})
-  if(ARG_LABELS MATCHES "communicator|qtpromise|simulator")
-    add_dependencies(threaded_tests ${name})
-  endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
-    ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp;UBSAN_OPTIONS=print_stacktrace=1;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/lsan.supp:print_suppressions=0")
+    ENVIRONMENT "${tessel_test_environment}")
 endfunction()

@@ -30,13 +30,33 @@ install_missing() {
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [TARGET]: configures and builds; shows the compiler's output only when something fails.
+# progress PRESET: copies the build's output, and on a terminal shows how far the build is in one line that changes.
+progress() {
+  local line counter='^\[[0-9]+/[0-9]+\]'
+  if [ ! -t 2 ]; then
+    echo "Building ($1) ..." >&2
+    cat
+    return
+  fi
+  printf 'Building (%s) ...' "$1" >&2
+  while IFS= read -r line; do
+    printf '%s\n' "$line"
+    if [[ $line =~ $counter ]]; then
+      printf '\rBuilding (%s) ... %s  ' "$1" "${BASH_REMATCH[0]}" >&2
+    fi
+  done
+  echo >&2
+}
+
+# build PRESET [TARGET...]: configures and builds; shows the compiler's output only when something fails.
 build() {
+  local -
+  set -o pipefail
   local preset=$1 log=build/$1.log
   shift
   mkdir -p build
-  echo "Building ($preset) ..." >&2
-  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" && NINJA_STATUS='[%f/%t] ' cmake --build --preset "$preset" ${1:+--target "$@"}; } 2>&1 |
+    progress "$preset" >"$log"; then
     cat "$log" >&2
     return 1
   fi

@@ -300,24 +300,24 @@ private Q_SLOTS:
         Correctionop* const all = correction();
         m_engine->hold();
         const auto drop = [&] {
+            const LogCollector log;
             all->uploadCoefficientAsync(sampleDevice, table);
             all->uploadCoefficient(sampleDevice, sampleId, table);
             all->loadCabinetCoeffs(sampleDevice, cabinets);
             all->clearCabinetCoeffs(sampleDevice, cabinets);
             all->downloadCoefficient(sampleDevice, cabinets);
-            QCOMPARE(loggedLines.size(), 1);
+            QCOMPARE(log.lines().size(), 1);
             while (m_engine->release())
                 QCoreApplication::processEvents();
             QCoreApplication::processEvents();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QCOMPARE(log.lines().size(), 2);
+            QVERIFY(log.lines().last().startsWith("debug: uploadCoefficientAsync  recv  thread id ="));
         };
         drop(); // makes what lasts
-        loggedLines.clear();
         m_engine->forget();
         QCOMPARE(objectsLeftBy(drop), 0);
         QCOMPARE(m_engine->count(), 5);
-        QCOMPARE(loggedLines.size(), 2);
-        QVERIFY(loggedLines.last().startsWith("uploadCoefficientAsync  recv  thread id ="));
     }
 
     void uploadCoefficientAsyncOfAnEmptyListSendsAnEmptyArray()
