@@ -499,8 +499,7 @@ class Finder:
         of_base = re.sub(r"^const |\s*&+$", "", self.peel(base).type.get_canonical().spelling)
         referenced = cursor.referenced
         returns = referenced.result_type.get_canonical().spelling if referenced is not None else ""
-        if plain != of_base:
-            # A call of the chain that stands in a base class template gives the class it was made for.
+        if plain != of_base or "dependent" in plain or not plain:
             return
         text = source.text[first:last]
         if returns.rstrip().endswith("&") and not returns.startswith("const "):

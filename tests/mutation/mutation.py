@@ -274,10 +274,9 @@ class Build:
         around = [(e - s, i) for i, (s, e) in self.spans[path].items() if s <= offset < max(e, s + 1)]
         if around:
             return min(around)[1]
-        # Such as a statement's prefix, which is over before the statement is.
-        on_line = [(abs(s - offset), i) for i, (s, e) in self.spans[path].items()
-                   if len(before) <= s <= len(before) + len(lines[line - 1])]
-        return min(on_line)[1] if on_line else None
+        # Such as a statement's prefix, which is over before the statement is, or an operand on the next line.
+        near = [(abs(s - offset), i) for i, (s, e) in self.spans[path].items() if abs(s - offset) < 400]
+        return min(near)[1] if near else None
 
 
 # Running
@@ -307,14 +306,15 @@ def programs():
 def limit_resources():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     # A loop that fills the memory ends here and not with the machine.
-    resource.setrlimit(resource.RLIMIT_AS, (8 << 30, 8 << 30))
+    resource.setrlimit(resource.RLIMIT_AS, (16 << 30, 16 << 30))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 30, 1 << 30))
 
 
 def run_program(program, seconds, extra, until_failure=True):
     """Runs a test program with a home of its own. @return "passed", "failed", "crashed" or "hung", and its output."""
     with tempfile.TemporaryDirectory(prefix="mutation-", ignore_cleanup_errors=True) as home:
-        environment = dict(os.environ, **program.environment, TMPDIR=home, HOME=home, LC_ALL="C.UTF-8", **extra)
+        environment = dict(os.environ, **program.environment, TMPDIR=home, HOME=home, LC_ALL="C.UTF-8",
+                           QTEST_DISABLE_STACK_DUMP="1", **extra)
         for name in ("QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "LANGUAGE"):
             environment.pop(name, None)
         process = subprocess.Popen(program.command, cwd=home, env=environment, stdin=subprocess.DEVNULL,
@@ -398,7 +398,7 @@ def judge(mutant, module, available):
     """@return how the mutant ended, and by which program."""
     for program in order(mutant, module, available):
         # So many times its clean run, for a machine that is busy meanwhile.
-        outcome, _ = run_program(program, 15 + 6 * program.seconds, {"TESSEL_MUTANT": str(mutant.number)})
+        outcome, _ = run_program(program, 10 + 6 * program.seconds, {"TESSEL_MUTANT": str(mutant.number)})
         if outcome != "passed":
             return outcome, program.name
     return "lives", None
