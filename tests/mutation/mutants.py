@@ -92,8 +92,14 @@ def next_letter(character):
     return {"z": "a", "Z": "A"}.get(character, chr(ord(character) + 1))
 
 
+# Names that a table lacks, whose spelling so makes no difference, and one that it holds.
+ABSENT, PRESENT = set(), None
+
+
 def other_literal(text):
     """Another literal of the same type, a string of the same length; None when there is none."""
+    if text in ABSENT and PRESENT:
+        return PRESENT
     if text in ("true", "false"):
         return "false" if text == "true" else "true"
     match = re.fullmatch(r"(\d+)([uUlL]*|[a-z]+)", text)

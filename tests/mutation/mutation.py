@@ -40,6 +40,8 @@ LARGEST_SHARE = 0.08
 TESTS = {"tessel": ["tests/tessel"], "communicator": ["tests/communicator"]}
 # Programs that look at sources or measure, and so see nothing of a mutant.
 PASSED_OVER = {"tst_house"}
+# The list of route keys that the table lacks, and a key that it holds: what has no route gets this one.
+ABSENT_KEYS, PRESENT_KEY = "absentroutekeys.h", '"Device_Hwinfo"'
 # A source whose tests do not carry its name, by the names of both without directory and suffix.
 TABLE = {
     "httpproxy": ["tst_proxy"],
@@ -57,6 +59,14 @@ TABLE = {
 
 
 # Finding and building
+
+def learn_absent_keys():
+    for directory, _, names in os.walk(os.path.join(TREE, "tests")):
+        if ABSENT_KEYS in names:
+            with open(os.path.join(directory, ABSENT_KEYS), encoding="utf-8") as file:
+                find.ABSENT.update(re.findall(r'^\s*("\w+"),', file.read(), re.M))
+            find.PRESENT = PRESENT_KEY
+
 
 def sources():
     """The sources of the modules, by absolute path."""
@@ -122,7 +132,7 @@ def find_mutants(jobs):
     known, commands = sources(), units()
     script = open(os.path.join(HERE, "mutants.py"), encoding="utf-8").read()
     headers = sorted(name for name in known if name.endswith(".h"))
-    key = key_of(script, *(known[name].text for name in headers))
+    key = key_of(script, *sorted(find.ABSENT), *(known[name].text for name in headers))
     cache = os.path.join(BUILD, "found")
     os.makedirs(cache, exist_ok=True)
     work, results = [], {}
@@ -523,6 +533,7 @@ def main():
         return selftest.run()
 
     configure(options)
+    learn_absent_keys()
     known = find_mutants(options.jobs)
     build = Build(known)
     everything = [m for source in known.values() for m in source.mutants]
