@@ -79,8 +79,8 @@ def balanced(text):
 FLIPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&"}
 BUILT_IN_FLIPS = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "&": "|", "|": "&"}
 
-# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, and locks, whose
-# absence the thread sanitizer tells and no test reliably does.
+# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, what the sanitizers
+# tell and no test reliably does (locks, releases), and debug lines.
 NOT_COUNTED = re.compile(r"Q_UNUSED|Q_ASSERT|static_assert|assert\b|\(void\)|"
                          r".*(\.|->)(reserve|shrink_to_fit|squeeze)\([^;]*\)$", re.S)
 DEBUG_LINE = re.compile(r"\b(qDebug|qCDebug)\b")
@@ -277,7 +277,7 @@ class Finder:
             elif kind in (Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR,
                           Kind.FUNCTION_TEMPLATE, Kind.CONVERSION_FUNCTION):
                 self.walk_function(cursor, prefix)
-            elif kind in (Kind.VAR_DECL, Kind.FIELD_DECL):
+            elif kind == Kind.VAR_DECL or kind == Kind.FIELD_DECL and not self.is_blank(cursor):
                 self.walk_variable(cursor, Scope(prefix + cursor.spelling))
 
     def owner(self, cursor, prefix):
@@ -303,6 +303,11 @@ class Finder:
                 self.walk_string_macros(scope, body)
             elif cursor.kind == Kind.CONSTRUCTOR and child.kind.is_expression():
                 self.walk(child, scope)
+
+    def is_blank(self, cursor):
+        """Whether a member starts as nothing, which is as good as a declaration."""
+        start, end = self.range(cursor)
+        return re.search(r"(=\s*|\{)(0|-1|false|nullptr)?\}?$", self.source.masked[start:end]) is not None
 
     def walk_variable(self, cursor, scope):
         start, end = self.range(cursor)
@@ -345,7 +350,8 @@ class Finder:
             Kind.COMPOUND_STMT: self.compound, Kind.IF_STMT: self.if_statement,
             Kind.FOR_STMT: self.loop, Kind.WHILE_STMT: self.loop, Kind.DO_STMT: self.plain,
             Kind.CXX_FOR_RANGE_STMT: self.loop, Kind.CASE_STMT: self.case, Kind.DEFAULT_STMT: self.case,
-            Kind.RETURN_STMT: self.return_statement, Kind.CALL_EXPR: self.call, Kind.LAMBDA_EXPR: self.lambda_,
+            Kind.SWITCH_STMT: self.switch, Kind.RETURN_STMT: self.return_statement,
+            Kind.CALL_EXPR: self.call, Kind.LAMBDA_EXPR: self.lambda_,
             Kind.BINARY_OPERATOR: self.binary, Kind.UNARY_OPERATOR: self.unary,
             Kind.CONDITIONAL_OPERATOR: self.conditional, Kind.VAR_DECL: self.local,
             Kind.INTEGER_LITERAL: self.literal, Kind.FLOATING_LITERAL: self.literal,
@@ -420,6 +426,16 @@ class Finder:
         for child in self.children(cursor):
             if self.range(child)[0] > end:
                 self.statement(child, scope)
+            else:
+                self.walk(child, scope)
+
+    def switch(self, cursor, scope):
+        for child in self.children(cursor):
+            if child.kind == Kind.COMPOUND_STMT:
+                inside = self.children(child)
+                for position, statement in enumerate(inside):
+                    if position + 1 < len(inside) or statement.kind != Kind.BREAK_STMT:  # the last one does nothing
+                        self.statement(statement, scope)
             else:
                 self.walk(child, scope)
 

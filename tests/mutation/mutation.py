@@ -405,13 +405,14 @@ def order(mutant, module, available):
 
 
 def judge(mutant, module, available):
-    """@return how the mutant ended, and by which program."""
-    for program in order(mutant, module, available):
+    """@return how the mutant ended, and by which program; or that it lives, and a remark."""
+    reaching = order(mutant, module, available)
+    for program in reaching:
         # So many times its clean run, for a machine that is busy meanwhile.
         outcome, _ = run_program(program, 10 + 6 * program.seconds, {"TESSEL_MUTANT": str(mutant.number)})
         if outcome != "passed":
             return outcome, program.name
-    return "lives", None
+    return "lives", "" if reaching else "no test reaches it"
 
 
 # Choosing and telling
@@ -479,10 +480,10 @@ def explained():
 def tell(results, module_of, whole, everything):
     """Prints what lives. @return the exit code."""
     reasons, failed = explained(), False
-    for mutant, outcome, _ in results:
+    for mutant, outcome, remark in results:
         if outcome == "lives" and not reasons.get(mutant.id):
             failed = True
-            print(f"SURVIVES, unexplained: {mutant}")
+            print(f"SURVIVES, unexplained{', ' + remark if remark else ''}: {mutant}")
     for mutant, outcome, program in results:
         if mutant.id in reasons and outcome != "lives":
             print(f"explained, but no longer survives ({program}): {mutant}")
@@ -581,7 +582,7 @@ def main():
 
         for number, result in enumerate(pool.map(one, chosen), 1):
             results.append(result)
-            log.write(f"{result[1]} {result[2] or '-'} {result[0]}\n")
+            log.write(f"{result[1]} ({result[2]}) {result[0]}\n")
             log.flush()
             if number % 50 == 0 or number == len(chosen):
                 lives = sum(1 for r in results if r[1] == "lives")
