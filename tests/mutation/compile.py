@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Runs the compiler, on the mutated copy of a source where there is one: compile.py TREE MUTATED COMPILER ARGUMENT..."""
+"""Runs the compiler, on the mutated copy of a source where there is one.
+
+compile.py TREE MUTATED COMPILER ARGUMENT..."""
 import os
 import re
 import shutil

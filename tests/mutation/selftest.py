@@ -48,7 +48,7 @@ def run():
     failures = [f"not found: {text}" for text in sorted(missing)]
     if len({m.id for m in source.mutants}) != len(source.mutants):
         failures.append("two mutants have one name")
-    if '-    text.append(part);' not in "".join(m.diff(source.text) for m in source.mutants).replace("        ", "    "):
+    if "\n-        text.append(part);\n" not in "".join(m.diff(source.text) for m in source.mutants):
         failures.append("the difference of a dropped call does not show it")
 
     compiler = os.environ.get("CXX") or shutil.which("c++") or "g++"
