@@ -533,6 +533,8 @@ class Finder:
 
     def swap(self, cursor, scope, start, end):
         source = self.source
+        if cursor.spelling in ("min", "max"):
+            return  # the same either way
         arguments = [a for a in cursor.get_arguments() if a is not None]
         ranges = [self.range(a) for a in arguments]
         types = [re.sub(r"^const |\s*&+$", "", a.type.get_canonical().spelling) for a in arguments]

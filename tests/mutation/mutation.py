@@ -40,6 +40,8 @@ LARGEST_SHARE = 0.08
 TESTS = {"tessel": ["tests/tessel"], "communicator": ["tests/communicator"]}
 # Programs that look at sources or measure, and so see nothing of a mutant.
 PASSED_OVER = {"tst_house"}
+NUMBERS_EACH = 4096  # more than any source has mutants
+
 # The list of route keys that the table lacks, and a key that it holds: what has no route gets this one.
 ABSENT_KEYS, PRESENT_KEY = "absentroutekeys.h", '"Device_Hwinfo"'
 # A source whose tests do not carry its name, by the names of both without directory and suffix.
@@ -159,11 +161,10 @@ def find_mutants(jobs):
             source = known[name]
             if not source.mutants:  # a header is seen by many, the first one counts
                 source.mutants, source.relaxed = changes, relaxed
-    number = 0
-    for path in sorted(known):
+    for block, path in enumerate(sorted(known)):
         known[path].finish()
-        for mutant in known[path].mutants:
-            number += 1
+        # Numbers of its own for each source, so that a change of one does not build the others anew.
+        for number, mutant in enumerate(known[path].mutants, block * NUMBERS_EACH + 1):
             mutant.number = number
     return known
 
@@ -566,7 +567,7 @@ def main():
     say(f"Running {len(available)} test programs without a mutant ...")
     broken = False
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        size = len(everything) + 1
+        size = max(m.number for m in everything) + 1
         for program, (outcome, text) in zip(available, pool.map(lambda p: measure(p, size), available)):
             if outcome != "passed":
                 broken = True
