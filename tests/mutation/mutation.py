@@ -10,7 +10,6 @@ import concurrent.futures
 import hashlib
 import json
 import os
-import random
 import re
 import resource
 import shutil
@@ -429,8 +428,8 @@ def choose(known, live, options):
                 if options.only and not any(stem(source.path) == stem(only) for only in options.only):
                     continue
                 changes = [m for m in source.mutants if m.id in live[path]]
-                # Of all files the same for the same seed, whatever the others hold.
-                random.Random(f"{options.seed}{stem(source.path)}").shuffle(changes)
+                # An order that a change elsewhere in the file leaves as it is.
+                changes.sort(key=lambda m: key_of(options.seed, m.id))
                 files[path] = changes
         total = sum(len(c) for c in files.values())
         if options.only or options.all or total <= count:
