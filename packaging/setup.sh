@@ -4,6 +4,7 @@
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 style_packages=(git clang-format clang-tidy)
+mutation_packages=(python3 python3-clang)
 
 # install_missing PACKAGE...
 install_missing() {

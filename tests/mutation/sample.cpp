@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+//
+// What the mutation run is checked on: a library, and the test of a part of it in the same program.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Each call of a chain gives the object itself.
+class Text
+{
+public:
+    Text& append(const std::string& part)
+    {
+        m_text += part;
+        return *this;
+    }
+    std::string take() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+constexpr int limit = 3;
+
+int difference(int a, int b)
+{
+    return a - b;
+}
+
+std::string joined(const std::vector<std::string>& parts)
+{
+    Text text;
+    for (const std::string& part : parts) {
+        if (part.empty())
+            continue;
+        text.append(part);
+    }
+    return text.take();
+}
+
+std::string greeting(const std::string& name)
+{
+    return Text().append("to ").append(name).take();
+}
+
+bool isSmall(int number)
+{
+    return number >= 0 && number < limit;
+}
+
+int shifted(int a, int b)
+{
+    const auto part = [&](bool wanted) { return wanted ? difference(a, b) : 0; };
+    return part(true);
+}
+
+// No test calls it: all its mutants live.
+int untested(int number)
+{
+    return number + 1;
+}
+
+bool check()
+{
+    (void)&untested;
+    return joined({"a", "", "b"}) == "ab" && greeting("you") == "to you" && isSmall(0) && isSmall(2) &&
+           !isSmall(3) && !isSmall(-1) && shifted(5, 3) == 2;
+}
+
+} // namespace
+
+int main()
+{
+    const bool passes = check();
+    std::puts(passes ? "PASS" : "FAIL!");
+    return passes ? 0 : 1;
+}
