@@ -421,6 +421,8 @@ def choose(known, live, options):
     """The mutants to run, module by module; the same for the same sources and seed."""
     chosen = []
     for module, count in COUNTS.items():
+        if options.module not in (None, module):
+            continue
         count = options.count if options.count is not None else count
         files = {}
         for path, source in sorted(known.items()):
@@ -513,6 +515,7 @@ def arguments():
     parser = argparse.ArgumentParser(prog="tests/mutation/run", description=__doc__.split("\n")[0])
     parser.add_argument("--seed", default="1", help="another choice of mutants (default: 1)")
     parser.add_argument("--count", type=int, help="so many of each module; with --only, of each file")
+    parser.add_argument("--module", choices=sorted(COUNTS), help="of this module only")
     parser.add_argument("--all", action="store_true", help="every mutant there is")
     parser.add_argument("--only", action="append", metavar="FILE", help="of this source only; may be repeated")
     parser.add_argument("--mutant", action="append", metavar="ID", help="this one only; may be repeated")
@@ -521,7 +524,10 @@ def arguments():
     parser.add_argument("--show", action="store_true", help="show the chosen mutants as differences and run nothing")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="so many at once (default: processors)")
     parser.add_argument("--self-test", action="store_true", help="check this program on a sample")
-    return parser.parse_args()
+    options = parser.parse_args()
+    if options.jobs < 1 or (options.count is not None and options.count < 1):
+        parser.error("--jobs and --count take a number above 0")
+    return options
 
 
 def main():
