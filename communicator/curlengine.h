@@ -2,7 +2,7 @@
 #ifndef COMMUNICATOR_CURLENGINE_H
 #define COMMUNICATOR_CURLENGINE_H
 
-#include "communicator/handlepool.h"
+#include "communicator/connectionpool.h"
 #include "communicator/httpengine.h"
 
 #include <atomic>
@@ -13,7 +13,7 @@ namespace Krelm::Communicator::HttpDevice {
 class IoLoop;
 class RequestQueue;
 
-/// The built-in engine: libcurl. Blocking exchanges run on their caller's thread, the others on the loop's.
+/// The built-in engine. Blocking exchanges run on their caller's thread, the others on the loop's.
 /// May be used from any thread.
 class CurlEngine : public HttpEngine
 {
@@ -32,7 +32,7 @@ public:
 
 private:
     struct Lanes;
-    HandlePool m_pool;
+    ConnectionPool m_pool;
     const std::shared_ptr<const DeviceRegistry> m_registry;
     const std::shared_ptr<IoLoop> m_loop;
     const std::shared_ptr<Lanes> m_lanes; ///< touched on the loop's thread only

@@ -38,9 +38,8 @@ void CurlMulti::add(CURL* easy, Finished finished)
 
 void CurlMulti::remove(CURL* easy)
 {
-    if (m_transfers.erase(easy) > 0) {
-        curl_multi_remove_handle(m_multi, easy);
-    }
+    m_transfers.erase(easy);
+    curl_multi_remove_handle(m_multi, easy);
 }
 
 int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* /*socketData*/)
@@ -124,7 +123,6 @@ void CurlMulti::settleFinished()
         CURL* const easy = message->easy_handle;
         const CURLcode code = message->data.result;
         auto transfer = m_transfers.extract(easy);
-        curl_multi_remove_handle(m_multi, easy);
         if (!transfer.empty()) {
             transfer.mapped()(code);
         }

@@ -24,17 +24,14 @@ public:
     /// No transfer may be left.
     ~CurlMulti();
 
-    /// Starts a transfer; @p finished is called once, later, and the handle is free again by then.
+    /// Starts a transfer; @p finished is called once, later. The handle stays until remove(), and with it the
+    /// connection that it opened.
     void add(CURL* easy, Finished finished);
-    /// Breaks a transfer off; its `finished` is not called. Not to be called from a callback of that
-    /// transfer.
+    /// Takes a handle out, and breaks its transfer off if that goes on; `finished` is not called then.
     void remove(CURL* easy);
 
-    /// How libcurl's callbacks return control to the loop; only for calls such as curl_easy_pause() that may
-    /// end a transfer.
-    void settleFinished();
-
 private:
+    void settleFinished();
     static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int onTimer(CURLM* multi, long milliseconds, void* self);
     void nudge(CURL* easy);

@@ -31,4 +31,19 @@ QByteArray baseUrlOfAddress(const QString& address)
     return url;
 }
 
+QByteArray baseUrlOfKey(const QString& deviceKey)
+{
+    const bool looksLikeOne = deviceKey.contains(QLatin1Char('.')) || deviceKey.contains(QLatin1Char(':')) ||
+                              deviceKey.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0;
+    return looksLikeOne ? baseUrlOfAddress(deviceKey) : QByteArray();
+}
+
+bool isLoopback(const QByteArray& baseUrl)
+{
+    static const QRegularExpression form(
+        QStringLiteral("\\Ahttps?://(localhost|127(\\.[0-9]{1,3}){3}|\\[::1\\])(:[0-9]+)?\\z"),
+        QRegularExpression::CaseInsensitiveOption);
+    return form.match(QString::fromLatin1(baseUrl)).hasMatch();
+}
+
 } // namespace Krelm::Communicator::HttpDevice

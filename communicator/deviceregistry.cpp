@@ -26,6 +26,14 @@ QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
     if (baseUrl.isEmpty()) {
         return QStringLiteral("the address does not read as http(s)://host[:port] or host[:port]");
     }
+    const bool isTls = baseUrl.startsWith("https:");
+    if (!isTls && endpoint.requireTls) {
+        return QStringLiteral("TLS is required, so the address must begin with https://");
+    }
+    // Without TLS nobody would look at either, and the login would travel in clear all the same.
+    if (!isTls && (!endpoint.caFile.isEmpty() || !endpoint.pinnedKey.isEmpty())) {
+        return QStringLiteral("a CA file or pinned key needs an address that begins with https://");
+    }
     if (hasControlCharacter(endpoint.user) || hasControlCharacter(endpoint.secret)) {
         return QStringLiteral("the login holds a control character");
     }
@@ -42,6 +50,27 @@ QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
     return {};
 }
 
+// What follows from the address and the login.
+void complete(Device& device)
+{
+    device.isTls = device.baseUrl.startsWith("https:");
+    device.hasClearLogin =
+        !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
+    device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
+    // A zone is of this machine alone (RFC 6874, 4).
+    const int zone = device.authority.indexOf("%25");
+    if (zone >= 0) {
+        device.authority.remove(zone, device.authority.indexOf(']') - zone);
+    }
+    const char* const defaultPort = device.isTls ? ":443" : ":80";
+    if (device.authority.endsWith(defaultPort)) {
+        device.authority.chop(static_cast<int>(qstrlen(defaultPort)));
+    }
+    if (device.endpoint.login == DeviceEndpoint::Login::Digest) {
+        device.digest = std::make_shared<DigestLogin>(device.endpoint.user, device.endpoint.secret);
+    }
+}
+
 } // namespace
 
 DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint,
@@ -56,17 +85,24 @@ DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const Devic
     device->key = deviceKey;
     device->endpoint = endpoint;
     device->baseUrl = baseUrl;
-    device->hasLogin = endpoint.login != DeviceEndpoint::Login::None;
+    complete(*device);
     const std::lock_guard<std::mutex> lock(m_mutex);
     const bool known = m_added.contains(deviceKey);
     m_added.insert(deviceKey, std::move(device));
+    m_everAdded.insert(deviceKey);
+    m_addresses.remove(deviceKey);
     return known ? Change::Replaced : Change::Added;
 }
 
 bool DeviceRegistry::remove(const QString& deviceKey)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_added.remove(deviceKey) > 0;
+    const std::shared_ptr<const Device> device = m_added.take(deviceKey);
+    if (!device) {
+        return false;
+    }
+    device->isRemoved = true;
+    return true;
 }
 
 QStringList DeviceRegistry::keys() const
@@ -92,7 +128,7 @@ std::shared_ptr<const Device> DeviceRegistry::find(const QString& deviceKey) con
     if (remembered != m_addresses.cend()) {
         return *remembered;
     }
-    const QByteArray baseUrl = baseUrlOfAddress(deviceKey);
+    const QByteArray baseUrl = m_everAdded.contains(deviceKey) ? QByteArray() : baseUrlOfKey(deviceKey);
     if (baseUrl.isEmpty()) {
         return nullptr;
     }
@@ -100,6 +136,7 @@ std::shared_ptr<const Device> DeviceRegistry::find(const QString& deviceKey) con
     device->key = deviceKey;
     device->endpoint.address = deviceKey;
     device->baseUrl = baseUrl;
+    complete(*device);
     if (m_addresses.size() >= MaximumRememberedAddresses) {
         m_addresses.clear();
     }

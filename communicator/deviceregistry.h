@@ -3,13 +3,16 @@
 #define COMMUNICATOR_DEVICEREGISTRY_H
 
 #include "communicator/deviceendpoint.h"
+#include "communicator/digestlogin.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QMap>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -21,8 +24,13 @@ struct Device
 {
     QString key;
     DeviceEndpoint endpoint;
-    QByteArray baseUrl; ///< without a trailing slash
-    bool hasLogin = false;
+    QByteArray baseUrl;   ///< without a trailing slash
+    QByteArray authority; ///< host and port as `Host` names them
+    bool isTls = false;
+    bool hasClearLogin = false;          ///< the login travels in clear, and not only within this machine
+    std::shared_ptr<DigestLogin> digest; ///< null: another login, or none
+    /// Set when the device is removed: an exchange that has just begun then ends like one under way.
+    mutable std::atomic<bool> isRemoved{false};
 };
 
 /// What device keys stand for: the devices that were added, and keys that are addresses themselves.
@@ -46,8 +54,11 @@ public:
     std::shared_ptr<const Device> find(const QString& deviceKey) const;
 
 private:
-    mutable std::mutex m_mutex; ///< guards both maps
+    mutable std::mutex m_mutex; ///< guards all below
     QMap<QString, std::shared_ptr<const Device>> m_added;
+    /// Keys that were made known once. One that was removed since is no address, whatever it looks like: its
+    /// requests must not go out to another port or without the login.
+    QSet<QString> m_everAdded;
     mutable QHash<QString, std::shared_ptr<const Device>> m_addresses; ///< keys that are addresses, bounded
 };
 

@@ -9,9 +9,9 @@ namespace Krelm::Communicator::HttpDevice {
 struct EventChannels::Streams
 {
     explicit Streams(IoLoop& loop)
-        : multi(std::in_place, loop, 1)
+        : connector(std::in_place, loop)
     {}
-    std::optional<CurlMulti> multi; ///< none once the channels are closed
+    std::optional<Connector> connector; ///< none once the channels are closed
     std::map<QString, EventStream> byDevice;
     std::atomic<int> paused{0};
 };
@@ -27,7 +27,7 @@ EventChannels::~EventChannels()
 {
     m_loop->run([this] {
         m_streams->byDevice.clear();
-        m_streams->multi.reset();
+        m_streams->connector.reset();
     });
 }
 
@@ -35,20 +35,28 @@ void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Notic
 {
     m_loop->post(
         [this, streams = m_streams, device = std::move(device), announced = std::move(announced)]() mutable {
-            if (!streams->multi) {
+            if (!streams->connector) {
                 return;
             }
             m_notices.push(announced);
-            streams->byDevice.erase(device->key);
-            streams->byDevice.try_emplace(device->key, *m_loop, *streams->multi, device, m_notices,
-                                          streams->paused, m_timings);
+            QByteArray lastEventId;
+            const auto old = streams->byDevice.find(device->key);
+            if (old != streams->byDevice.end()) {
+                // Another login does not make it another device; another address may.
+                if (old->second.device().baseUrl == device->baseUrl) {
+                    lastEventId = old->second.lastEventId();
+                }
+                streams->byDevice.erase(old);
+            }
+            streams->byDevice.try_emplace(device->key, *m_loop, *streams->connector, device, m_notices,
+                                          streams->paused, m_timings, lastEventId);
         });
 }
 
 void EventChannels::close(const QString& deviceKey, std::vector<Notice> announced)
 {
     m_loop->post([this, streams = m_streams, deviceKey, announced = std::move(announced)]() mutable {
-        if (!streams->multi) {
+        if (!streams->connector) {
             return;
         }
         streams->byDevice.erase(deviceKey);

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/eventstream.h"
 
-#include "communicator/curltransfer.h"
 #include "communicator/logging.h"
+#include "communicator/requesthead.h"
 
+#include <QList>
+
+#include <array>
+#include <netinet/in.h>
 #include <random>
+#include <sys/epoll.h>
+#include <sys/socket.h>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -12,6 +18,8 @@ namespace {
 
 constexpr size_t MaximumEventBytes = (1U << 20U) + (64U << 10U);
 constexpr size_t MaximumOverhead = 64U << 10U;
+// What one stream may deliver before the others have their turn.
+constexpr size_t BytesPerTurn = 64U << 10U;
 
 std::function<double()> randomNumbers()
 {
@@ -41,10 +49,11 @@ const char* textOf(EventSupervisor::Failure failure)
 
 } // namespace
 
-EventStream::EventStream(IoLoop& loop, CurlMulti& multi, std::shared_ptr<const Device> device,
-                         NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings)
+EventStream::EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
+                         NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings,
+                         const QByteArray& lastEventId)
     : m_loop(loop)
-    , m_multi(multi)
+    , m_connector(connector)
     , m_device(std::move(device))
     , m_notices(notices)
     , m_pausedStreams(paused)
@@ -53,8 +62,10 @@ EventStream::EventStream(IoLoop& loop, CurlMulti& multi, std::shared_ptr<const D
                    m_batch.push_back({Notice::Kind::Event, m_device->key, std::move(data), m_backlog});
                })
     , m_supervisor(*this, timings, randomNumbers())
-    , m_easy(curl_easy_init())
+    , m_connectLimit(timings.connect)
+    , m_parser(*this, {})
 {
+    m_reader.setLastEventId(lastEventId);
     m_supervisor.start(IoLoop::Clock::now());
     scheduleTick();
 }
@@ -65,48 +76,136 @@ EventStream::~EventStream()
     if (m_timer) {
         m_loop.stopTimer(*m_timer);
     }
-    curl_easy_cleanup(m_easy);
-    curl_slist_free_all(m_headerLines);
 }
 
 void EventStream::openStream()
 {
     m_reader.reset();
+    m_parser.reset();
     m_isStream = false;
     m_isEventType = false;
     m_tooLarge = false;
     m_status = 0;
     m_overhead = 0;
-    curl_easy_reset(m_easy);
-    curl_slist_free_all(m_headerLines);
-    m_headerLines = curl_slist_append(nullptr, "Accept: text/event-stream");
-    m_headerLines = curl_slist_append(m_headerLines, "Cache-Control: no-store");
-    if (!m_reader.lastEventId().isEmpty()) {
-        m_headerLines =
-            curl_slist_append(m_headerLines, ("Last-Event-ID: " + m_reader.lastEventId()).constData());
-    }
-    setTransportOptions(m_easy);
-    setDeviceOptions(m_easy, *m_device);
-    curl_easy_setopt(m_easy, CURLOPT_URL, (m_device->baseUrl + "/api/v1/events").constData());
-    curl_easy_setopt(m_easy, CURLOPT_HTTPHEADER, m_headerLines);
-    curl_easy_setopt(m_easy, CURLOPT_FRESH_CONNECT, 1L);
-    curl_easy_setopt(m_easy, CURLOPT_FORBID_REUSE, 1L);
-    curl_easy_setopt(m_easy, CURLOPT_TCP_KEEPALIVE, 1L);
-    curl_easy_setopt(m_easy, CURLOPT_HEADERFUNCTION, &EventStream::onHeader);
-    curl_easy_setopt(m_easy, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(m_easy, CURLOPT_WRITEFUNCTION, &EventStream::onBody);
-    curl_easy_setopt(m_easy, CURLOPT_WRITEDATA, this);
     m_open = true;
-    m_multi.add(m_easy, [this](CURLcode /*code*/) { finished(); });
+    m_attempt = m_connector.connect(m_device, m_connectLimit, [this](ConnectResult opened) {
+        m_attempt = nullptr;
+        if (opened.connection) {
+            use(std::move(opened.connection));
+        } else {
+            finished();
+        }
+    });
 }
 
 void EventStream::closeStream()
 {
-    if (m_open) {
-        m_open = false;
-        setPaused(false);
-        m_multi.remove(m_easy);
+    m_open = false;
+    setPaused(false);
+    if (m_attempt != nullptr) {
+        m_connector.cancel(m_attempt);
+        m_attempt = nullptr;
     }
+    if (m_watched != 0) {
+        m_loop.unwatch(m_connection->socket());
+        m_watched = 0;
+    }
+    m_connection.reset();
+    m_head.clear();
+}
+
+void EventStream::writeHead()
+{
+    RequestHead head;
+    head.method = QByteArrayLiteral("GET");
+    head.target = QByteArrayLiteral("/api/v1/events");
+    head.headers = {{QStringLiteral("Accept"), QStringLiteral("text/event-stream")},
+                    {QStringLiteral("Cache-Control"), QStringLiteral("no-store")}};
+    if (!m_reader.lastEventId().isEmpty()) {
+        head.headers.insert(QStringLiteral("Last-Event-ID"), QString::fromUtf8(m_reader.lastEventId()));
+    }
+    m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
+}
+
+void EventStream::use(std::unique_ptr<Connection> connection)
+{
+    m_connection = std::move(connection);
+    const int on = 1;
+    ::setsockopt(m_connection->socket(), SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    writeHead();
+    send();
+}
+
+void EventStream::send()
+{
+    while (!m_head.isEmpty()) {
+        const Connection::Result result =
+            m_connection->send({m_head.constData(), static_cast<std::size_t>(m_head.size())}, {}, false);
+        if (result.status == Connection::Status::Waiting) {
+            break;
+        }
+        if (result.status != Connection::Status::Moved) {
+            finished();
+            return;
+        }
+        m_head.remove(0, static_cast<int>(result.bytes));
+    }
+    if (m_head.isEmpty()) {
+        m_head = QByteArray(); // an idle stream keeps no buffer
+    }
+    watch();
+}
+
+void EventStream::watch()
+{
+    const std::uint32_t wanted = m_isPaused ? 0U : m_head.isEmpty() ? EPOLLIN : EPOLLIN | EPOLLOUT;
+    if (wanted == m_watched) {
+        return;
+    }
+    m_watched = wanted;
+    if (wanted == 0) {
+        m_loop.unwatch(m_connection->socket()); // the end of the connection would be told again and again
+    } else {
+        m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
+    }
+}
+
+void EventStream::ready(std::uint32_t events)
+{
+    if ((events & EPOLLOUT) != 0) {
+        send();
+    }
+    if (m_connection && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
+        receive();
+    }
+}
+
+void EventStream::receive()
+{
+    static thread_local std::array<char, BytesPerTurn> buffer;
+    do {
+        // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
+        if (m_backlog->isFull()) {
+            setPaused(true);
+            if (m_backlog->isFull()) {
+                watch();
+                return;
+            }
+            setPaused(false);
+        }
+        const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
+        if (result.status == Connection::Status::Waiting) {
+            return;
+        }
+        const ResponseParser::State state = result.status == Connection::Status::Moved
+                                                ? m_parser.feed(buffer.data(), result.bytes)
+                                                : m_parser.end();
+        if (state != ResponseParser::State::Reading || result.status != Connection::Status::Moved) {
+            finished();
+            return;
+        }
+        // TLS may hold what the socket does not show any more.
+    } while (m_device->isTls);
 }
 
 void EventStream::deviceGone()
@@ -124,51 +223,37 @@ void EventStream::failureSeen(EventSupervisor::Failure failure, bool first, std:
             textOf(failure), static_cast<long long>(delay.count()));
 }
 
-size_t EventStream::onHeader(char* line, size_t size, size_t count, void* self)
+void EventStream::responseField(std::string_view name, std::string_view value)
 {
-    const size_t bytes = size * count;
-    auto* const stream = static_cast<EventStream*>(self);
-    stream->m_overhead += bytes;
-    const QByteArray text = QByteArray::fromRawData(line, static_cast<int>(bytes)).trimmed();
-    return stream->m_overhead <= MaximumOverhead && stream->headerLine(text) ? bytes : 0;
+    const QByteArray text = QByteArray(value.data(), static_cast<int>(value.size()));
+    const auto isNamed = [name](const char* wanted) {
+        return name.size() == qstrlen(wanted) && qstrnicmp(name.data(), wanted, uint(name.size())) == 0;
+    };
+    if (isNamed("content-type")) {
+        m_isEventType = text.split(';').first().trimmed().toLower() == "text/event-stream";
+    } else if (isNamed("www-authenticate")) {
+        m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
+    }
 }
 
-bool EventStream::headerLine(const QByteArray& line)
+bool EventStream::responseHead(const ResponseParser::Head& head)
 {
-    if (line.startsWith("HTTP/")) {
-        m_status = line.mid(line.indexOf(' ') + 1, 3).toInt();
-        m_isEventType = false;
-    } else if (line.isEmpty()) {
-        m_isStream = m_status == 200 && m_isEventType;
-        if (m_isStream) {
-            qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
-            m_supervisor.connected(IoLoop::Clock::now());
-            scheduleTick();
-        }
-    } else if (qstrnicmp(line.constData(), "content-type:", 13) == 0) {
-        m_isEventType = line.mid(13).trimmed().toLower().startsWith("text/event-stream");
+    m_status = head.status;
+    m_isStream = m_status == 200 && m_isEventType;
+    if (m_isStream) {
+        m_wasChallenged = false;
+        qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
+        m_supervisor.connected(IoLoop::Clock::now());
+        scheduleTick();
     }
     return true;
 }
 
-size_t EventStream::onBody(char* bytes, size_t size, size_t count, void* self)
-{
-    return static_cast<EventStream*>(self)->body(bytes, size * count);
-}
-
-size_t EventStream::body(const char* bytes, size_t size)
+bool EventStream::responseBody(const char* bytes, std::size_t size)
 {
     if (!m_isStream) {
         m_overhead += size;
-        return m_overhead <= MaximumOverhead ? size : 0;
-    }
-    if (m_backlog->isFull()) {
-        // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
-        setPaused(true);
-        if (m_backlog->isFull()) {
-            return CURL_WRITEFUNC_PAUSE;
-        }
-        setPaused(false);
+        return m_overhead <= MaximumOverhead;
     }
     const bool taken = m_reader.feed(bytes, size);
     if (const auto retry = m_reader.takeRetry()) {
@@ -179,7 +264,7 @@ size_t EventStream::body(const char* bytes, size_t size)
         m_notices.push(m_batch);
     }
     m_tooLarge = !taken;
-    return taken ? size : 0;
+    return taken;
 }
 
 void EventStream::setPaused(bool paused)
@@ -197,10 +282,9 @@ void EventStream::resume()
         return;
     }
     setPaused(false);
-    // Hands over at once what libcurl holds, and may pause again.
-    if (curl_easy_pause(m_easy, CURLPAUSE_CONT) != CURLE_OK) {
-        closeStream();
-        fail(failureOf());
+    watch();
+    if (m_device->isTls) {
+        receive(); // what TLS holds no readiness will announce
     }
     scheduleTick();
 }
@@ -222,9 +306,23 @@ EventSupervisor::Failure EventStream::failureOf() const
 
 void EventStream::finished()
 {
-    m_open = false;
-    setPaused(false);
-    fail(failureOf());
+    const EventSupervisor::Failure failure = failureOf();
+    closeStream();
+    if (answerChallenge()) {
+        openStream();
+    } else {
+        fail(failure);
+    }
+}
+
+// A digest login begins with a refusal; the second attempt carries the answer and is a part of the first.
+bool EventStream::answerChallenge()
+{
+    const QString challenge = std::exchange(m_challenge, {});
+    const bool answered = m_status == 401 && m_device->digest && !m_wasChallenged &&
+                          m_device->digest->takeChallenge(challenge, m_authorization);
+    m_wasChallenged = answered;
+    return answered;
 }
 
 void EventStream::fail(EventSupervisor::Failure failure)

@@ -2,14 +2,15 @@
 #ifndef COMMUNICATOR_EVENTSTREAM_H
 #define COMMUNICATOR_EVENTSTREAM_H
 
-#include "communicator/curlmulti.h"
+#include "communicator/connector.h"
 #include "communicator/deviceregistry.h"
 #include "communicator/eventsupervisor.h"
+#include "communicator/ioloop.h"
 #include "communicator/noticequeue.h"
+#include "communicator/responseparser.h"
 #include "communicator/ssereader.h"
 
 #include <atomic>
-#include <curl/curl.h>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -18,17 +19,21 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// The event stream of one device: opens it when its supervisor says so, reads events from it, hands them to
 /// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
-class EventStream final : private EventSupervisor::Listener
+class EventStream final : private EventSupervisor::Listener, private ResponseParser::Handler
 {
 public:
-    /// @p paused counts the streams that wait for the queue.
-    EventStream(IoLoop& loop, CurlMulti& multi, std::shared_ptr<const Device> device, NoticeQueue& notices,
-                std::atomic<int>& paused, const EventTimings& timings);
+    /// @p paused counts the streams that wait for the queue; the stream resumes after the event @p
+    /// lastEventId, unless that is empty.
+    EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
+                NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings,
+                const QByteArray& lastEventId);
     /// Closes the stream.
     ~EventStream() override;
 
     /// Goes on if the stream is paused and the queue has room again.
     void resume();
+    const Device& device() const { return *m_device; }
+    const QByteArray& lastEventId() const { return m_reader.lastEventId(); }
 
 private:
     void openStream() override;
@@ -36,10 +41,17 @@ private:
     void deviceGone() override;
     void failureSeen(EventSupervisor::Failure failure, bool first, std::chrono::milliseconds delay) override;
 
-    static size_t onHeader(char* line, size_t size, size_t count, void* self);
-    static size_t onBody(char* bytes, size_t size, size_t count, void* self);
-    bool headerLine(const QByteArray& line);
-    size_t body(const char* bytes, size_t size);
+    void responseField(std::string_view name, std::string_view value) override;
+    bool responseHead(const ResponseParser::Head& head) override;
+    bool responseBody(const char* bytes, std::size_t size) override;
+
+    void use(std::unique_ptr<Connection> connection);
+    void ready(std::uint32_t events);
+    void send();
+    void receive();
+    bool answerChallenge();
+    void writeHead();
+    void watch();
     void finished();
     void fail(EventSupervisor::Failure failure);
     EventSupervisor::Failure failureOf() const;
@@ -47,7 +59,7 @@ private:
     void scheduleTick();
 
     IoLoop& m_loop;
-    CurlMulti& m_multi;
+    Connector& m_connector;
     const std::shared_ptr<const Device> m_device;
     NoticeQueue& m_notices;
     std::atomic<int>& m_pausedStreams;
@@ -55,16 +67,23 @@ private:
     std::vector<Notice> m_batch;
     SseReader m_reader;
     EventSupervisor m_supervisor;
-    CURL* m_easy;
-    curl_slist* m_headerLines = nullptr;
+    const std::chrono::milliseconds m_connectLimit;
+    ResponseParser m_parser;
+    Connector::Attempt m_attempt = nullptr; ///< while connecting
+    std::unique_ptr<Connection> m_connection;
+    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
+    QByteArray m_head;           ///< of the request, what has not gone out yet
+    QByteArray m_authorization;
+    QString m_challenge; ///< of a reply that asks for a login
+    bool m_wasChallenged = false;
     std::optional<IoLoop::TimerId> m_timer;
-    bool m_open = false;
+    bool m_open = false; ///< or being opened
     bool m_isPaused = false;
     bool m_isStream = false; ///< a head came that announces events
     bool m_isEventType = false;
     bool m_tooLarge = false;
     int m_status = 0;
-    size_t m_overhead = 0; ///< bytes of header lines, and of a body that is no stream
+    size_t m_overhead = 0; ///< bytes of a body that is no stream
     Q_DISABLE_COPY_MOVE(EventStream)
 };
 

@@ -181,6 +181,10 @@ bool HttpProxy::Private::addDevice(const QString& deviceKey, const DeviceEndpoin
         qCWarning(httpLog, "device %s refused: %s", qPrintable(printableKey(deviceKey)), qPrintable(reason));
         return false;
     }
+    if (const auto device = registry->find(deviceKey); device && device->hasClearLogin) {
+        qCWarning(httpLog, "device %s: the login travels in clear; use an https address",
+                  qPrintable(printableKey(deviceKey)));
+    }
     std::vector<Notice> announced;
     if (change == DeviceRegistry::Change::Added) {
         announced.emplace_back();

@@ -13,6 +13,10 @@ QString printableKey(const QString& deviceKey)
     if (at >= 0) {
         key = QStringLiteral("***") + key.mid(at);
     }
+    const int query = key.indexOf(QLatin1Char('?'));
+    if (query >= 0) {
+        key = key.left(query) + QStringLiteral("?***");
+    }
     for (QChar& character : key) {
         if (character.category() == QChar::Other_Control) {
             character = QLatin1Char('?');

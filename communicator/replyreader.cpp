@@ -6,7 +6,9 @@
 #include <json/jsonreader.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <utility>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -17,40 +19,50 @@ constexpr qint64 MaximumReserve = 1 << 20;
 // Room behind the text, which spares the JSON reader a copy.
 constexpr qint64 Padding = 64;
 
-// @p text without the blanks around it.
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view Blanks = " \t\n\v\f\r";
-    const std::size_t first = text.find_first_not_of(Blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(Blanks) + 1 - first);
-}
-
-bool isNamed(std::string_view name, std::string_view wanted)
-{
-    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
-}
+// Of all replies that are coming in, on all threads.
+std::atomic<qint64> bodiesInMemory{0};
 
 } // namespace
 
 ReplyReader::ReplyReader(const TransferLimits& limits)
     : m_limits(limits)
+    , m_parser(*this, limits)
 {}
+
+ReplyReader::~ReplyReader()
+{
+    uncountBody();
+}
+
+bool ReplyReader::countBody(qint64 size)
+{
+    m_counted += size;
+    return bodiesInMemory.fetch_add(size) + size <= m_limits.allBodiesBytes;
+}
+
+void ReplyReader::uncountBody()
+{
+    bodiesInMemory -= std::exchange(m_counted, 0);
+}
 
 void ReplyReader::reset()
 {
     m_file.reset();
+    restart();
+}
+
+void ReplyReader::restart()
+{
+    m_parser.reset();
     m_refusal = IHttpVersionTrigger::Success;
     m_reason.clear();
     m_status = 0;
-    m_finalStatus = false;
     m_headComplete = false;
     m_length = -1;
-    m_chunked = false;
-    m_headerBytes = 0;
-    m_headerLines = 0;
+    m_untilClose = false;
     m_headers.clear();
     m_body.clear();
+    uncountBody();
     m_received = 0;
 }
 
@@ -63,6 +75,11 @@ bool ReplyReader::storeIn(const QString& path)
         return false;
     }
     return true;
+}
+
+QString ReplyReader::header(const QString& name) const
+{
+    return findHeader(m_headers, name) == m_headers.cend() ? QString() : *findHeader(m_headers, name);
 }
 
 qint64 ReplyReader::bodyLimit() const
@@ -83,66 +100,14 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
                 QStringLiteral("the destination cannot be written: ") + m_file->reason());
 }
 
-bool ReplyReader::headerLine(const char* line, qint64 size)
+bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)
 {
-    m_headerBytes += size;
-    m_headerLines += 1;
-    if (m_headerBytes > m_limits.headerBytes || m_headerLines > m_limits.headerLines) {
-        m_refusal =
-            fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply's headers are too large"));
-        return false;
-    }
-    while (size > 0 && (line[size - 1] == '\n' || line[size - 1] == '\r')) {
-        --size;
-    }
-    const std::string_view text(line, static_cast<std::size_t>(size));
-    if (text.substr(0, 5) == "HTTP/") {
-        statusLine(text);
-        return true;
-    }
-    if (m_headComplete) {
-        return true; // a trailer
-    }
-    if (text.empty()) {
-        m_headComplete = true;
-        if (m_length > bodyLimit()) {
-            m_refusal = fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large"));
-            return false;
-        }
-        return true;
-    }
-    field(text);
-    return true;
+    m_refusal = state;
+    return false;
 }
 
-void ReplyReader::statusLine(std::string_view line)
+void ReplyReader::responseField(std::string_view name, std::string_view value)
 {
-    const std::size_t blank = line.find(' ');
-    const std::string_view code =
-        blank == std::string_view::npos ? std::string_view() : line.substr(blank + 1, 3);
-    m_status = QByteArray(code.data(), static_cast<int>(code.size())).toInt();
-    m_finalStatus = m_status >= 200;
-    m_headComplete = false;
-    m_length = -1;
-    m_chunked = false;
-    m_headers.clear();
-}
-
-void ReplyReader::field(std::string_view line)
-{
-    const std::size_t colon = line.find(':');
-    if (colon == 0 || colon == std::string_view::npos) {
-        return;
-    }
-    const std::string_view name = trimmed(line.substr(0, colon));
-    const std::string_view value = trimmed(line.substr(colon + 1));
-    if (isNamed(name, "content-length")) {
-        bool isNumber = false;
-        m_length = QByteArray(value.data(), static_cast<int>(value.size())).toLongLong(&isNumber);
-        m_length = isNumber ? m_length : -1;
-    } else if (isNamed(name, "transfer-encoding")) {
-        m_chunked = value.size() >= 7 && isNamed(value.substr(value.size() - 7), "chunked");
-    }
     const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
     // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
@@ -154,24 +119,36 @@ void ReplyReader::field(std::string_view line)
     }
 }
 
-bool ReplyReader::takeFinalStatus()
+bool ReplyReader::responseHead(const ResponseParser::Head& head)
 {
-    return std::exchange(m_finalStatus, false);
+    m_headComplete = true;
+    m_status = head.status;
+    m_length = head.length;
+    m_untilClose = head.untilClose;
+    if (m_length > bodyLimit()) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
+    }
+    // A part of something would pass for the whole.
+    if (m_status == 206) {
+        return breakOff(fail(IHttpVersionTrigger::Broken,
+                           QStringLiteral("the device sent a part (206), which nobody asked for")));
+    }
+    return true;
 }
 
-bool ReplyReader::bodyBytes(const char* bytes, qint64 size)
+bool ReplyReader::responseBody(const char* bytes, std::size_t count)
 {
+    const auto size = static_cast<qint64>(count);
     if (m_received + size > bodyLimit()) {
-        m_refusal = fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large"));
-        return false;
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
     m_received += size;
     if (m_file && hasSuccessStatus()) {
-        if (!m_file->write(bytes, size)) {
-            m_refusal = failFile();
-            return false;
-        }
-        return true;
+        return m_file->write(bytes, size) || breakOff(failFile());
+    }
+    if (!countBody(size)) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
+                           QStringLiteral("the replies that are coming in together are too large")));
     }
     if (m_body.isEmpty()) {
         m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), MaximumReserve) + Padding));
@@ -188,18 +165,25 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     if (exchange != IHttpVersionTrigger::Success) {
         return exchange;
     }
-    // libcurl is content with a connection that ends inside the head.
-    if (!m_headComplete || m_status < 200) {
+    switch (m_parser.state()) {
+    case ResponseParser::State::Malformed:
+        return fail(IHttpVersionTrigger::Broken, m_parser.error());
+    case ResponseParser::State::TooLarge:
+        return fail(IHttpVersionTrigger::LimitExceeded, m_parser.error());
+    case ResponseParser::State::Complete:
+        break;
+    default:
         return fail(IHttpVersionTrigger::Broken,
-                    QStringLiteral("the connection ended within the reply's head"));
+                    !m_parser.hasBegun() ? QStringLiteral("the connection ended without a reply")
+                    : m_headComplete     ? QStringLiteral("the connection ended within the reply's body")
+                                         : QStringLiteral("the connection ended within the reply's head"));
     }
     if (!hasSuccessStatus()) {
         return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(m_status));
     }
     // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
     // whether it was.
-    const bool closeDelimited = m_length < 0 && !m_chunked && m_status != 204;
-    if (closeDelimited && (m_file || !JsonText::isComplete(m_body))) {
+    if (m_untilClose && (m_file || !JsonText::isComplete(m_body))) {
         return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
     }
     if (m_file && !m_file->commit()) {
@@ -213,7 +197,7 @@ HttpReply ReplyReader::finish(IHttpVersionTrigger::HttpSimpleState exchange)
     HttpReply reply;
     reply.state = judge(exchange);
     m_file.reset();
-    if (m_headComplete && m_status >= 200) {
+    if (m_headComplete) {
         reply.status = m_status;
         reply.headers = std::move(m_headers);
     }
@@ -222,6 +206,7 @@ HttpReply ReplyReader::finish(IHttpVersionTrigger::HttpSimpleState exchange)
     }
     m_headers.clear();
     m_body.clear();
+    uncountBody();
     return reply;
 }
 

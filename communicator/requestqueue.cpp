@@ -11,15 +11,18 @@ namespace {
 
 // As many as a group of inputs has, so that it lasts no longer than its slowest reply.
 constexpr size_t MaximumPerDevice = 64;
-constexpr size_t MaximumIdleTransfers = 64;
+// Exchanges kept for reuse, which spares their making; they hold no connection.
+constexpr size_t MaximumIdle = 64;
+// Connections kept to one device.
+constexpr size_t MaximumKeptPerDevice = 64;
 
 } // namespace
 
 RequestQueue::RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections)
     : m_loop(loop)
     , m_limits(limits)
-    , m_maximumUnderWay(connections)
-    , m_multi(loop, static_cast<long>(connections))
+    , m_connections(connections)
+    , m_connector(loop)
 {}
 
 RequestQueue::~RequestQueue()
@@ -33,6 +36,10 @@ RequestQueue::~RequestQueue()
 void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
                        std::chrono::steady_clock::time_point started)
 {
+    if (device->isRemoved) {
+        done(refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+        return;
+    }
     const QString key = request.deviceKey;
     std::shared_ptr<DeviceQueue>& queue = m_devices[key];
     if (!queue) {
@@ -40,145 +47,181 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
     }
     const auto deadline = started + timeLimit(request);
     queue->waiting.push_back(
-        {std::move(request), std::move(device), std::move(done), started, deadline, std::nullopt, nullptr});
-    const auto exchange = std::prev(queue->waiting.end());
-    exchange->timer = m_loop.startTimer(deadline, [this, key, exchange] { expire(key, exchange); });
-    list(key, *queue);
+        {std::move(request), std::move(device), std::move(done), started, deadline, {}, nullptr});
+    const auto job = std::prev(queue->waiting.end());
+    job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
+    markRunnable(key, *queue);
     startRunnable();
 }
 
-// A device is listed once at most, however much waits for it.
-void RequestQueue::list(const QString& deviceKey, DeviceQueue& queue)
+// A device is in the list once at most, however much waits for it.
+void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
 {
-    if (!queue.isListed && !queue.waiting.empty() && queue.underWay.size() < MaximumPerDevice) {
-        queue.isListed = true;
+    if (!queue.isRunnable && !queue.waiting.empty()) {
+        queue.isRunnable = true;
         m_runnable.push_back(deviceKey);
     }
 }
 
+// Half of what is left for each: a few devices that never answer cannot take all.
+bool RequestQueue::mayBegin(const DeviceQueue& queue) const
+{
+    const size_t ofDevice = queue.underWay.size();
+    if (ofDevice == 0) {
+        return m_underWay < 2 * m_connections;
+    }
+    return ofDevice < MaximumPerDevice && m_underWay + ofDevice < m_connections;
+}
+
 void RequestQueue::startRunnable()
 {
-    while (m_underWay < m_maximumUnderWay && !m_runnable.empty()) {
+    if (m_isStarting) {
+        return; // whoever is starting sees what is new
+    }
+    m_isStarting = true;
+    // One round without a start is enough: nothing changes by itself.
+    for (size_t refused = 0; refused < m_runnable.size() && m_underWay < 2 * m_connections;) {
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
         const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
-        if (queue) {
-            queue->isListed = false;
-            if (!queue->waiting.empty() && queue->underWay.size() < MaximumPerDevice) {
-                begin(key, *queue);
-                list(key, *queue);
-            }
-            leave(key);
+        if (!queue) {
+            continue;
         }
+        queue->isRunnable = false;
+        if (!queue->waiting.empty() && mayBegin(*queue)) {
+            begin(key, *queue);
+            refused = 0;
+        } else {
+            ++refused;
+        }
+        markRunnable(key, *queue);
+        forgetIfIdle(key);
     }
+    m_isStarting = false;
 }
 
 void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
 {
-    const auto exchange = queue.waiting.begin();
-    queue.underWay.splice(queue.underWay.end(), queue.waiting, exchange);
+    const auto job = queue.waiting.begin();
+    queue.underWay.splice(queue.underWay.end(), queue.waiting, job);
     ++m_underWay;
-    m_loop.stopTimer(*exchange->timer);
-    exchange->timer.reset();
-    exchange->transfer = takeTransfer(exchange->device.get());
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(exchange->deadline - std::chrono::steady_clock::now());
-    const auto prepared =
-        exchange->transfer->prepare(exchange->request, exchange->device, left, exchange->started);
-    if (prepared == IHttpVersionTrigger::Success) {
-        m_multi.add(exchange->transfer->easy(),
-                    [this, deviceKey, exchange](CURLcode code) { finished(deviceKey, exchange, code); });
-        return;
+    if (m_idle.empty()) {
+        job->exchange = std::make_unique<AsyncExchange>(m_loop, m_connector, m_limits);
+    } else {
+        job->exchange = std::move(m_idle.back());
+        m_idle.pop_back();
     }
-    const HttpReply reply = exchange->transfer->finish(prepared, {});
-    const Done done = std::move(exchange->done);
-    keepTransfer(std::move(exchange->transfer));
-    queue.underWay.erase(exchange);
-    --m_underWay;
-    done(reply);
+    job->exchange->start(job->request, job->device, takeKept(job->device.get()), job->started, job->deadline,
+                         [this, deviceKey, job](const HttpReply& reply) { finished(deviceKey, job, reply); });
 }
 
-void RequestQueue::finished(const QString& deviceKey, Exchanges::iterator exchange, CURLcode code)
+void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply)
 {
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
-    const HttpReply reply = exchange->transfer->finish(code);
-    const Done done = std::move(exchange->done);
-    keepTransfer(std::move(exchange->transfer));
-    queue->underWay.erase(exchange);
+    m_loop.stopTimer(job->timer);
+    const Done done = std::move(job->done);
+    keep(job->device, std::move(job->exchange));
+    queue->underWay.erase(job);
     --m_underWay;
-    list(deviceKey, *queue);
-    leave(deviceKey);
+    markRunnable(deviceKey, *queue);
+    forgetIfIdle(deviceKey);
     done(reply);
     startRunnable();
 }
 
-void RequestQueue::expire(const QString& deviceKey, Exchanges::iterator exchange)
+void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
 {
+    const QString reason = timeOutReason(job->request);
+    if (job->exchange) {
+        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        return;
+    }
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
-    Exchanges expired;
-    expired.splice(expired.end(), queue->waiting, exchange);
-    leave(deviceKey);
-    exchange->done(refuse(exchange->request, IHttpVersionTrigger::TimedOut, timeOutReason(exchange->request),
-                          exchange->started));
+    Jobs expired;
+    expired.splice(expired.end(), queue->waiting, job);
+    forgetIfIdle(deviceKey);
+    job->done(refuse(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
 }
 
-// Forgets a device without exchanges.
-void RequestQueue::leave(const QString& deviceKey)
+void RequestQueue::forgetIfIdle(const QString& deviceKey)
 {
     const auto device = m_devices.find(deviceKey);
     if (device != m_devices.end() && (*device)->waiting.empty() && (*device)->underWay.empty() &&
-        !(*device)->isListed) {
+        !(*device)->isRunnable) {
         m_devices.erase(device);
     }
 }
 
 void RequestQueue::abort(const QString& deviceKey)
 {
+    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
+        const auto next = std::next(kept);
+        if (kept->device->key == deviceKey) {
+            dropKept(kept);
+        }
+        kept = next;
+    }
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     if (!queue) {
         return;
     }
-    abortAll(std::move(queue->waiting), std::move(queue->underWay));
-    queue->waiting.clear();
-    queue->underWay.clear();
-    leave(deviceKey);
+    abortAll(std::exchange(queue->waiting, {}), std::exchange(queue->underWay, {}));
+    forgetIfIdle(deviceKey);
     startRunnable();
 }
 
-void RequestQueue::abortAll(Exchanges waiting, Exchanges underWay)
+void RequestQueue::abortAll(Jobs waiting, Jobs underWay)
 {
-    for (Exchange& exchange : waiting) {
-        m_loop.stopTimer(*exchange.timer);
-        exchange.done(
-            refuse(exchange.request, IHttpVersionTrigger::Aborted, abortedReason(), exchange.started));
+    for (Job& job : waiting) {
+        m_loop.stopTimer(job.timer);
+        job.done(refuse(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
     }
-    for (Exchange& exchange : underWay) {
-        m_multi.remove(exchange.transfer->easy());
+    for (Job& job : underWay) {
+        m_loop.stopTimer(job.timer);
         --m_underWay;
-        exchange.done(exchange.transfer->finish(IHttpVersionTrigger::Aborted, abortedReason()));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
     }
 }
 
-std::unique_ptr<CurlTransfer> RequestQueue::takeTransfer(const Device* device)
+void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange)
 {
-    if (m_idle.empty()) {
-        return std::make_unique<CurlTransfer>(m_limits);
+    if (std::unique_ptr<Connection> connection = exchange->takeConnection();
+        connection && !device->isRemoved) {
+        std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
+        if (ofDevice.size() == MaximumKeptPerDevice) {
+            dropKept(ofDevice.front());
+        } else if (m_kept.size() >= m_connections) {
+            dropKept(m_kept.begin());
+        }
+        m_kept.push_back({device, std::move(connection)});
+        m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
     }
-    auto chosen = std::find_if(m_idle.begin(), m_idle.end(),
-                               [device](const auto& transfer) { return transfer->device().get() == device; });
-    if (chosen == m_idle.end()) {
-        chosen = std::prev(m_idle.end());
+    if (m_idle.size() < MaximumIdle) {
+        m_idle.push_back(std::move(exchange));
     }
-    std::unique_ptr<CurlTransfer> transfer = std::move(*chosen);
-    m_idle.erase(chosen);
-    return transfer;
 }
 
-void RequestQueue::keepTransfer(std::unique_ptr<CurlTransfer> transfer)
+void RequestQueue::dropKept(std::list<Kept>::iterator kept)
 {
-    if (m_idle.size() < MaximumIdleTransfers) {
-        m_idle.push_back(std::move(transfer));
+    const auto ofDevice = m_keptTo.find(kept->device.get());
+    ofDevice->second.erase(std::find(ofDevice->second.begin(), ofDevice->second.end(), kept));
+    if (ofDevice->second.empty()) {
+        m_keptTo.erase(ofDevice);
     }
+    m_kept.erase(kept);
+}
+
+// The one used last is the least likely to have been closed.
+std::unique_ptr<Connection> RequestQueue::takeKept(const Device* device)
+{
+    const auto ofDevice = m_keptTo.find(device);
+    if (ofDevice == m_keptTo.end()) {
+        return nullptr;
+    }
+    const auto kept = ofDevice->second.back();
+    std::unique_ptr<Connection> connection = std::move(kept->connection);
+    dropKept(kept);
+    return connection;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

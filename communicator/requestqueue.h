@@ -2,8 +2,8 @@
 #ifndef COMMUNICATOR_REQUESTQUEUE_H
 #define COMMUNICATOR_REQUESTQUEUE_H
 
-#include "communicator/curlmulti.h"
-#include "communicator/curltransfer.h"
+#include "communicator/asyncexchange.h"
+#include "communicator/connector.h"
 #include "communicator/ioloop.h"
 
 #include <QHash>
@@ -12,14 +12,16 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <optional>
+#include <unordered_map>
 #include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The non-blocking exchanges of one lane. A bounded number of them has a connection, in all and per device;
-/// the others wait their turn as mere values, devices taking turns, and their time limit runs from the start.
-/// Used on the loop's thread only.
+/// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
+/// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
+/// The bound is shared so that devices which never answer keep no other one waiting: each may have one
+/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
+/// thread only.
 class RequestQueue
 {
 public:
@@ -37,42 +39,52 @@ public:
     void abort(const QString& deviceKey);
 
 private:
-    struct Exchange
+    struct Job
     {
         HttpRequest request;
         std::shared_ptr<const Device> device;
         Done done;
         std::chrono::steady_clock::time_point started;
         std::chrono::steady_clock::time_point deadline;
-        std::optional<IoLoop::TimerId> timer;   ///< while it waits
-        std::unique_ptr<CurlTransfer> transfer; ///< while it is under way
+        IoLoop::TimerId timer;
+        std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
     };
-    using Exchanges = std::list<Exchange>;
+    using Jobs = std::list<Job>;
     struct DeviceQueue
     {
-        Exchanges waiting;
-        Exchanges underWay;
-        bool isListed = false; ///< in m_runnable
+        Jobs waiting;
+        Jobs underWay;
+        bool isRunnable = false; ///< in m_runnable
+    };
+    struct Kept
+    {
+        std::shared_ptr<const Device> device;
+        std::unique_ptr<Connection> connection;
     };
 
-    void list(const QString& deviceKey, DeviceQueue& queue);
+    void markRunnable(const QString& deviceKey, DeviceQueue& queue);
+    bool mayBegin(const DeviceQueue& queue) const;
     void startRunnable();
     void begin(const QString& deviceKey, DeviceQueue& queue);
-    void finished(const QString& deviceKey, Exchanges::iterator exchange, CURLcode code);
-    void expire(const QString& deviceKey, Exchanges::iterator exchange);
-    void abortAll(Exchanges waiting, Exchanges underWay);
-    void leave(const QString& deviceKey);
-    std::unique_ptr<CurlTransfer> takeTransfer(const Device* device);
-    void keepTransfer(std::unique_ptr<CurlTransfer> transfer);
+    void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
+    void expire(const QString& deviceKey, Jobs::iterator job);
+    void abortAll(Jobs waiting, Jobs underWay);
+    void forgetIfIdle(const QString& deviceKey);
+    void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
+    std::unique_ptr<Connection> takeKept(const Device* device);
+    void dropKept(std::list<Kept>::iterator kept);
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
-    const size_t m_maximumUnderWay;
-    CurlMulti m_multi;
+    const size_t m_connections;
+    Connector m_connector;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
-    std::deque<QString> m_runnable; ///< devices that could begin another exchange, in turn
+    std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
+    bool m_isStarting = false;
     size_t m_underWay = 0;
-    std::vector<std::unique_ptr<CurlTransfer>> m_idle;
+    std::list<Kept> m_kept; ///< the least recently used first
+    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    std::vector<std::unique_ptr<AsyncExchange>> m_idle;
     Q_DISABLE_COPY_MOVE(RequestQueue)
 };
 

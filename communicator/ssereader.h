@@ -27,8 +27,10 @@ public:
     /// Takes the next piece. @return false when a line or an event is too large; the stream is useless then.
     bool feed(const char* bytes, std::size_t size);
 
-    /// The id of the last event, to resume behind it; empty when there was none.
+    /// The id of the last event, to resume after it; empty when there was none.
     const QByteArray& lastEventId() const { return m_lastEventId; }
+    /// Sets the id of an event that another reader saw last.
+    void setLastEventId(const QByteArray& id) { m_id = m_lastEventId = id; }
     /// The delay before reconnecting that the stream asked for, if it did since the last call.
     std::optional<std::chrono::milliseconds> takeRetry();
 

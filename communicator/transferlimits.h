@@ -22,8 +22,9 @@ constexpr int MaximumConvertibleText = std::numeric_limits<int>::max() / 3;
 /// How much of a reply the transport takes; beyond it an exchange ends with `LimitExceeded`.
 struct TransferLimits
 {
-    qint64 bodyBytes = qint64(256) << 20;    ///< a body kept in memory
-    qint64 downloadBytes = qint64(16) << 30; ///< a body stored in a file
+    qint64 bodyBytes = qint64(256) << 20;      ///< a body kept in memory
+    qint64 allBodiesBytes = qint64(512) << 20; ///< the bodies in memory of all replies that are coming in
+    qint64 downloadBytes = qint64(16) << 30;   ///< a body stored in a file
     qint64 headerBytes = 64 << 10; ///< all header lines of an exchange together, interim replies included
     int headerLines = 256;         ///< their number
 };

@@ -2,7 +2,6 @@
 #include "misbehavingserver.h"
 
 #include "communicator/curlmulti.h"
-#include "communicator/curltransfer.h"
 #include "communicator/ioloop.h"
 
 #include <QtTest>
@@ -70,7 +69,8 @@ private Q_SLOTS:
         curl_slist* const names =
             curl_slist_append(nullptr, ("wall.test:" + port + ":127.0.0.2,127.0.0.1").constData());
         CURL* const easy = curl_easy_init();
-        setTransportOptions(easy);
+        curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
         curl_easy_setopt(easy, CURLOPT_RESOLVE, names);
         curl_easy_setopt(easy, CURLOPT_URL, ("http://wall.test:" + port + "/").constData());
         curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, 3000L);
@@ -87,7 +87,10 @@ private Q_SLOTS:
                 multi->add(easy, [&](CURLcode result) { ended.set_value(result); });
             });
             const CURLcode code = ended.get_future().get();
-            loop.run([&] { multi.reset(); });
+            loop.run([&] {
+                multi->remove(easy);
+                multi.reset();
+            });
             QCOMPARE(code, CURLE_OK);
         }
         curl_easy_cleanup(easy);

@@ -114,6 +114,24 @@ private Q_SLOTS:
         QCOMPARE(server.received().at(1).headers.value("last-event-id"), QByteArray("42"));
     }
 
+    void aDeviceMadeKnownAgainIsResumedAtTheSameAddressOnly()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        MisbehavingServer other(Mode::Scripted);
+        server.addScript({head, "id: 42\ndata: a\n\n"});
+        server.addScript({head, "data: b\n\n"});
+        other.addScript({head, "data: c\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 2);
+        QCOMPARE(server.received().at(1).headers.value("last-event-id"), QByteArray("42"));
+        listening.open(wall, other.address());
+        QTRY_COMPARE(listening.events.size(), 3);
+        QVERIFY(!other.received().at(0).headers.contains("last-event-id"));
+    }
+
     void whatIsNoStreamIsTriedAgain_data()
     {
         QTest::addColumn<QByteArray>("reply");

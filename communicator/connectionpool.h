@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_HANDLEPOOL_H
-#define COMMUNICATOR_HANDLEPOOL_H
+#ifndef COMMUNICATOR_CONNECTIONPOOL_H
+#define COMMUNICATOR_CONNECTIONPOOL_H
 
-#include "communicator/curltransfer.h"
+#include "communicator/connector.h"
+#include "communicator/exchange.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <list>
 #include <memory>
@@ -14,13 +14,12 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// A libcurl handle with its connection, for exchanges on the caller's thread. One thread at a time performs;
-/// another may abort it meanwhile.
-class BlockingSession
+/// An exchange on the caller's thread, with the connection that it keeps for the next one. One thread at a
+/// time performs; another may abort it meanwhile.
+class BlockingExchange
 {
 public:
-    explicit BlockingSession(const TransferLimits& limits);
-    ~BlockingSession();
+    explicit BlockingExchange(const TransferLimits& limits);
 
     /// Performs the exchange and returns when it ended.
     HttpReply perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
@@ -28,20 +27,27 @@ public:
     /// Ends the exchange under way, and makes the session useless for another. From any thread.
     void abort();
     bool isAborted() const { return m_aborted; }
+    bool isConnected() const { return m_connection != nullptr; }
 
 private:
-    CURLM* m_multi;
-    CurlTransfer m_transfer;
+    Exchange::Step transfer(std::chrono::steady_clock::time_point deadline);
+    void setConnection(std::unique_ptr<Connection> connection);
+
+    Exchange m_exchange;
+    BlockingConnector m_connector;
+    std::mutex m_mutex;                       ///< guards the end of m_connection against abort()
+    std::unique_ptr<Connection> m_connection; ///< changed by the performing thread only
+    bool m_isReused = false;                  ///< m_connection has served an exchange
     std::atomic<bool> m_aborted{false};
-    Q_DISABLE_COPY_MOVE(BlockingSession)
+    Q_DISABLE_COPY_MOVE(BlockingExchange)
 };
 
 /// The sessions for blocking exchanges: those in use, and those that keep a connection for the next exchange
-/// with the same device in the same lane. May be used from any thread.
-class HandlePool
+/// with the same device, daemon exchanges apart. May be used from any thread.
+class ConnectionPool
 {
 public:
-    explicit HandlePool(const TransferLimits& limits);
+    explicit ConnectionPool(const TransferLimits& limits);
 
     /// Performs the exchange on the calling thread, on a kept connection where there is one.
     HttpReply exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
@@ -52,8 +58,8 @@ public:
     void close();
 
 private:
-    /// Connections are shared among exchanges of one lane only. A lane without a session may name a device
-    /// that is gone.
+    /// Whom a connection leads to and for which traffic. A lane without a session may name a device that is
+    /// gone.
     struct Lane
     {
         const Device* device;
@@ -75,7 +81,7 @@ private:
             , daemon(entryDaemon)
         {}
         Lane lane() const { return {device.get(), daemon}; }
-        BlockingSession session;
+        BlockingExchange session;
         const std::shared_ptr<const Device> device;
         const bool daemon;
     };

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/deviceaddress.h"
+#include "communicator/deviceregistry.h"
+
+#include <QtTest>
+
+using namespace Krelm::Communicator::HttpDevice;
+using Change = DeviceRegistry::Change;
+
+namespace {
+
+DeviceEndpoint endpoint(const char* address)
+{
+    DeviceEndpoint endpoint;
+    endpoint.address = QLatin1String(address);
+    return endpoint;
+}
+
+} // namespace
+
+class DeviceRegistryTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void onlyWhatLooksLikeAnAddressIsOne_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QByteArray>("url");
+        const auto row = [](const char* key, const char* url) {
+            QTest::newRow(key) << QString::fromLatin1(key) << QByteArray(url);
+        };
+        row("wall-1", "");
+        row("wall", "");
+        row("", "");
+        row("localhost", "http://localhost");
+        row("LocalHost", "http://LocalHost");
+        row("localhost:8080", "http://localhost:8080");
+        row("wall:8080", "http://wall:8080");
+        row("http://wall", "http://wall");
+        row("https://wall", "https://wall");
+        row("wall.lan", "http://wall.lan");
+        row("192.168.0.10", "http://192.168.0.10");
+        row("[::1]", "http://[::1]");
+        row("user@wall.lan", "");
+        row("wall.lan/path", "");
+        row("wall.lan?token=1", "");
+    }
+    void onlyWhatLooksLikeAnAddressIsOne()
+    {
+        QFETCH(QString, key);
+        QFETCH(QByteArray, url);
+        DeviceRegistry registry;
+        const std::shared_ptr<const Device> device = registry.find(key);
+        QCOMPARE(device != nullptr, !url.isEmpty());
+        QCOMPARE(device ? device->baseUrl : QByteArray(), url);
+    }
+
+    void aKeyThatWasRemovedIsNoAddress()
+    {
+        const QString key = QStringLiteral("127.0.0.1:8080");
+        DeviceRegistry registry;
+        QString reason;
+        QVERIFY(registry.find(key));
+        DeviceEndpoint other = endpoint("https://wall.lan");
+        QCOMPARE(registry.add(key, other, reason), Change::Added);
+        const std::shared_ptr<const Device> added = registry.find(key);
+        QCOMPARE(added->baseUrl, QByteArray("https://wall.lan"));
+        QVERIFY(!added->isRemoved);
+        QVERIFY(registry.remove(key));
+        QVERIFY(added->isRemoved);
+        QVERIFY(!registry.find(key));
+        QVERIFY(!registry.remove(key));
+        QCOMPARE(registry.add(key, other, reason), Change::Added);
+        QVERIFY(!registry.find(key)->isRemoved);
+    }
+
+    void hostAndPortAreNamedAsRequestsNameThem_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QByteArray>("authority");
+        QTest::addColumn<bool>("tls");
+        const auto row = [](const char* address, const char* authority, bool tls) {
+            QTest::newRow(address) << QString::fromLatin1(address) << QByteArray(authority) << tls;
+        };
+        row("wall.lan", "wall.lan", false);
+        row("wall.lan:80", "wall.lan", false);
+        row("wall.lan:8080", "wall.lan:8080", false);
+        row("wall.lan:443", "wall.lan:443", false);
+        row("https://wall.lan", "wall.lan", true);
+        row("https://wall.lan:443", "wall.lan", true);
+        row("https://wall.lan:80", "wall.lan:80", true);
+        row("http://[fe80::80]", "[fe80::80]", false);
+        row("[fe80::1%25eth0]:8080", "[fe80::1]:8080", false);
+    }
+    void hostAndPortAreNamedAsRequestsNameThem()
+    {
+        QFETCH(QString, address);
+        QFETCH(QByteArray, authority);
+        QFETCH(bool, tls);
+        DeviceRegistry registry;
+        const std::shared_ptr<const Device> device = registry.find(address);
+        QVERIFY(device);
+        QCOMPARE(device->authority, authority);
+        QCOMPARE(device->isTls, tls);
+    }
+
+    void trustNeedsTls_data()
+    {
+        QTest::addColumn<QString>("scheme");
+        QTest::addColumn<int>("change");
+        QTest::newRow("none") << QString() << int(Change::Refused);
+        QTest::newRow("http") << QStringLiteral("http://") << int(Change::Refused);
+        QTest::newRow("https") << QStringLiteral("https://") << int(Change::Added);
+    }
+    void trustNeedsTls()
+    {
+        QFETCH(QString, scheme);
+        QFETCH(int, change);
+        const QString address = scheme + QStringLiteral("wall.lan");
+        std::vector<DeviceEndpoint> endpoints(3);
+        endpoints[0].caFile = QStringLiteral("ca.pem");
+        endpoints[1].pinnedKey = QStringLiteral("sha256//AAAA");
+        endpoints[2].requireTls = true;
+        for (DeviceEndpoint& trusting : endpoints) {
+            trusting.address = address;
+            DeviceRegistry registry;
+            QString reason;
+            QCOMPARE(int(registry.add(QStringLiteral("wall"), trusting, reason)), change);
+            QCOMPARE(reason.contains(QStringLiteral("https://")), change == int(Change::Refused));
+            QCOMPARE(registry.find(QStringLiteral("wall")) != nullptr, change == int(Change::Added));
+        }
+    }
+
+    void aLoginThatTravelsInClearIsKnown_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<bool>("clear");
+        for (const char* address :
+             {"wall.lan", "http://192.168.0.10:8080", "localhost.lan", "127.0.0.1.lan", "[::2]"}) {
+            QTest::newRow(address) << QString::fromLatin1(address) << true;
+        }
+        for (const char* address :
+             {"https://wall.lan", "127.0.0.1", "127.1.2.3:80", "localhost:8080", "[::1]:1"}) {
+            QTest::newRow(address) << QString::fromLatin1(address) << false;
+        }
+    }
+    void aLoginThatTravelsInClearIsKnown()
+    {
+        QFETCH(QString, address);
+        QFETCH(bool, clear);
+        using Login = DeviceEndpoint::Login;
+        for (const Login login : {Login::None, Login::Basic, Login::Digest, Login::Bearer}) {
+            DeviceEndpoint given;
+            given.address = address;
+            given.login = login;
+            given.user = QStringLiteral("admin");
+            given.secret = QStringLiteral("secret");
+            DeviceRegistry registry;
+            QString reason;
+            QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Added);
+            const std::shared_ptr<const Device> device = registry.find(QStringLiteral("wall"));
+            QCOMPARE(device->hasClearLogin, clear && login != Login::None);
+            QCOMPARE(device->digest != nullptr, login == Login::Digest);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(DeviceRegistryTest)
+#include "tst_deviceregistry.moc"
