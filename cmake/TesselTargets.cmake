@@ -41,26 +41,40 @@ function(tessel_precompile_test target)
   target_precompile_headers(${target} REUSE_FROM tessel_test_headers)
 endfunction()
 
-# tessel_library(NAME EXPORT MACRO_PREFIX SOURCES ... HEADERS ... PUBLIC ... PRIVATE ...)
+# tessel_library(NAME EXPORT MACRO_PREFIX SOURCES ... PUBLIC ... PRIVATE ...)
 # A shared library with a SONAME, hidden visibility and its export macro; alias tessel::NAME.
+# tessel::NAME_private is an archive of the same objects: tests of private code link it in place of the library, and
+# nothing else does.
 function(tessel_library name)
   cmake_parse_arguments(ARG "" "EXPORT" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
-  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(${name}_objects OBJECT ${ARG_SOURCES})
+  set_target_properties(${name}_objects PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    AUTOMOC ON)
+  target_compile_definitions(${name}_objects PRIVATE ${ARG_EXPORT}_LIBRARY)
+  target_include_directories(${name}_objects PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name}_objects PRIVATE ${ARG_PUBLIC} ${ARG_PRIVATE} tessel_warnings)
+
+  add_library(${name} SHARED $<TARGET_OBJECTS:${name}_objects>)
   add_library(tessel::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    CXX_VISIBILITY_PRESET hidden
-    VISIBILITY_INLINES_HIDDEN ON
     INSTALL_RPATH "$ORIGIN"
-    AUTOMOC ON)
-  target_compile_definitions(${name} PRIVATE ${ARG_EXPORT}_LIBRARY)
+    LINKER_LANGUAGE CXX)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
-  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:tessel_warnings>)
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   install(TARGETS ${name} EXPORT TesselTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+  add_library(${name}_private STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:${name}_objects>)
+  add_library(tessel::${name}_private ALIAS ${name}_private)
+  set_target_properties(${name}_private PROPERTIES LINKER_LANGUAGE CXX)
+  target_include_directories(${name}_private PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name}_private PUBLIC ${ARG_PUBLIC} ${ARG_PRIVATE})
 endfunction()
 
 # What the sanitizers are told in every test.
