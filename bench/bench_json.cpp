@@ -6,7 +6,7 @@
 #include "cabinetlist.h"
 #include "peakmemory.h"
 
-#include <communicator/jsonwriter.h>
+#include <communicator/json/jsonwriter.h>
 #include <json/jsonreader.h>
 
 #include <QElapsedTimer>

@@ -8,7 +8,7 @@
 #include "serverprocess.h"
 
 #include <communicator/exchangeobserver.h>
-#include <communicator/jsonwriter.h>
+#include <communicator/json/jsonwriter.h>
 #include <simulator/iothreads.h>
 #include <simulator/simulator.h>
 #include <tessel/correctionop.h>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/httpjsonpackage_p.h"
+#include "communicator/packages/httpjsonpackage_p.h"
 
-#include "communicator/headername.h"
-#include "communicator/logging.h"
-#include "communicator/pendingreply.h"
-#include "communicator/requesturl.h"
-#include "communicator/transferlimits.h"
+#include "communicator/http/headername.h"
+#include "communicator/http/requesturl.h"
+#include "communicator/http/transferlimits.h"
+#include "communicator/packages/pendingreply.h"
+#include "communicator/runtime/logging.h"
 
 #include <json/jsonreader.h>
 

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpproxy.h>
 
-#include "communicator/curlengine.h"
 #include "communicator/deviceendpoint.h"
-#include "communicator/deviceregistry.h"
-#include "communicator/eventchannels.h"
-#include "communicator/exchangereport.h"
-#include "communicator/httpjsonpackage_p.h"
-#include "communicator/ioloop.h"
-#include "communicator/lifecycle.h"
-#include "communicator/logging.h"
-#include "communicator/noticequeue.h"
-#include "communicator/pendingreply.h"
-#include "communicator/postedcall.h"
+#include "communicator/devices/deviceregistry.h"
+#include "communicator/events/eventchannels.h"
+#include "communicator/events/noticequeue.h"
+#include "communicator/http/curlengine.h"
+#include "communicator/http/exchangereport.h"
+#include "communicator/packages/httpjsonpackage_p.h"
+#include "communicator/packages/pendingreply.h"
+#include "communicator/runtime/ioloop.h"
+#include "communicator/runtime/lifecycle.h"
+#include "communicator/runtime/logging.h"
+#include "communicator/runtime/postedcall.h"
 
 #include <QCoreApplication>
 #include <QThread>

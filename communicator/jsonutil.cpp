@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/jsonutil.h>
 
-#include "communicator/transferlimits.h"
+#include "communicator/http/transferlimits.h"
 
 #include <json/jsonreader.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <simulator/iothreads_p.h>
+#include <simulator/http/iothreads_p.h>
 
 namespace Tessel::Simulator {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/simulator.h>
 
-#include <simulator/httpserver.h>
-#include <simulator/iothreads_p.h>
-#include <simulator/jsontools.h>
+#include <simulator/http/httpserver.h>
+#include <simulator/http/iothreads_p.h>
+#include <simulator/text/jsontools.h>
 
 #include <nlohmann/json.hpp>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/cabinetinfooperator.h>
 
-#include <tessel/deviceevents.h>
-#include <tessel/promiserequest.h>
-#include <tessel/records/cabinetsresponse.h>
-#include <tessel/request.h>
+#include <tessel/envelopes/cabinetsresponse.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 #include <QTime>

@@ -5,7 +5,7 @@
 // effect that outlives a refusal.
 #include <tessel/cabinetinfooperator.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::instancesReady;
 using Tessel::Request;

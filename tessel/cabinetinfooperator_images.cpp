@@ -3,7 +3,7 @@
 // Images and patterns that a cabinet holds.
 #include <tessel/cabinetinfooperator.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::MultipartRequest;
 using Tessel::Request;

@@ -3,7 +3,7 @@
 // Reads of single properties.
 #include <tessel/cabinetinfooperator.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::asParsed;
 using Tessel::Request;

@@ -3,7 +3,7 @@
 // How screens and cabinets use their coefficients.
 #include <tessel/correctionop.h>
 
-#include <tessel/promiserequest.h>
+#include <tessel/frames/promiserequest.h>
 
 #include <QDebug>
 

@@ -3,7 +3,7 @@
 // Storage and display of coefficients.
 #include <tessel/correctionop.h>
 
-#include <tessel/promiserequest.h>
+#include <tessel/frames/promiserequest.h>
 
 #include <algorithm>
 

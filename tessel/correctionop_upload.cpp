@@ -3,8 +3,8 @@
 // Upload of coefficient tables.
 #include <tessel/correctionop.h>
 
-#include <tessel/promiserequest.h>
-#include <tessel/records/commonresponse.h>
+#include <tessel/envelopes/commonresponse.h>
+#include <tessel/frames/promiserequest.h>
 
 #include <QDebug>
 #include <QThread>

@@ -3,7 +3,7 @@
 // The instance, and the cabinet structure.
 #include <tessel/factoryop.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::Request;
 

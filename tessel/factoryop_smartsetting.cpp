@@ -3,7 +3,7 @@
 // Smart setting.
 #include <tessel/factoryop.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::Request;
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/hwinfo.h>
 
-#include <tessel/deviceevents.h>
-#include <tessel/promiserequest.h>
-#include <tessel/request.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 

@@ -3,7 +3,7 @@
 // Settings and actions of the device as a whole.
 #include <tessel/hwinfo.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::MultipartRequest;
 using Tessel::Request;

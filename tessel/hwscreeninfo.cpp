@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/hwscreeninfo.h>
 
-#include <tessel/request.h>
-#include <tessel/routebyprotocol.h>
+#include <tessel/frames/request.h>
+#include <tessel/frames/routebyprotocol.h>
 
 using Tessel::Request;
 using Tessel::routeByProtocol;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/inputinfo.h>
 
-#include <tessel/deviceevents.h>
-#include <tessel/fanout.h>
-#include <tessel/request.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/fanout.h>
+#include <tessel/frames/request.h>
 
 using Tessel::cached;
 using Tessel::copyEntry;

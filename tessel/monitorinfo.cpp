@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/monitorinfo.h>
 
-#include <tessel/deviceevents.h>
-#include <tessel/request.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/outputinfooperator.h>
 
-#include <tessel/deviceevents.h>
-#include <tessel/request.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/request.h>
 
 using Tessel::cached;
 using Tessel::copyElement;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/rvcarddisplayeffect.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 using Tessel::Request;
 

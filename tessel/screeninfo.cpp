@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/screeninfo.h>
 
-#include <tessel/deviceevents.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/promiserequest.h>
 #include <tessel/hwinfo.h>
-#include <tessel/promiserequest.h>
 
 #include <QDebug>
 

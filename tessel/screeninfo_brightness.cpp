@@ -2,10 +2,10 @@
 //
 // ScreenInfo: brightness and gamma.
 #include <tessel/cabinetinfooperator.h>
-#include <tessel/request.h>
-#include <tessel/routebyprotocol.h>
+#include <tessel/frames/request.h>
+#include <tessel/frames/routebyprotocol.h>
+#include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
-#include <tessel/screenproperty.h>
 
 #include <QDebug>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: images and test patterns.
-#include <tessel/fanout.h>
-#include <tessel/request.h>
-#include <tessel/routebyprotocol.h>
+#include <tessel/frames/fanout.h>
+#include <tessel/frames/request.h>
+#include <tessel/frames/routebyprotocol.h>
 #include <tessel/screeninfo.h>
 
 #include <QDebug>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: reads of a screen's properties.
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
+#include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
-#include <tessel/screenproperty.h>
 
 #include <algorithm>
 #include <utility>

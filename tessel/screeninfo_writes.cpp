@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: writes of display and colour parameters.
-#include <tessel/fanout.h>
-#include <tessel/request.h>
+#include <tessel/frames/fanout.h>
+#include <tessel/frames/request.h>
+#include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
-#include <tessel/screenproperty.h>
 
 using Tessel::gamut;
 using Tessel::GroupRequest;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "commandline.h"
+#include "tesselctl/commandline.h"
 
-#include "commands/commands.h"
-#include "console.h"
-#include "printable.h"
-#include "suggestion.h"
+#include "tesselctl/commands/commands.h"
+#include "tesselctl/suggestion.h"
+#include "tesselctl/terminal/console.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <CLI/CLI.hpp>
 

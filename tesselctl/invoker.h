@@ -4,7 +4,7 @@
 #ifndef TESSELCTL_INVOKER_H
 #define TESSELCTL_INVOKER_H
 
-#include "operation.h"
+#include "tesselctl/operation.h"
 
 #include <QObject>
 

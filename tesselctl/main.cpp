@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "commandline.h"
+#include "tesselctl/commandline.h"
 
 int main(int argc, char** argv)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "operation.h"
+#include "tesselctl/operation.h"
 
-#include "arguments.h"
+#include "tesselctl/operations/arguments.h"
 
 namespace TesselCtl {
 

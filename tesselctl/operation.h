@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_OPERATION_H
 #define TESSELCTL_OPERATION_H
 
-#include "value.h"
+#include "tesselctl/value.h"
 
 #include <QString>
 #include <QVariant>

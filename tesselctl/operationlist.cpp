@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "operationlist.h"
+#include "tesselctl/operationlist.h"
 
-#include "suggestion.h"
+#include "tesselctl/suggestion.h"
 
 #include <QStringList>
 

@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_OPERATIONLIST_H
 #define TESSELCTL_OPERATIONLIST_H
 
-#include "operation.h"
+#include "tesselctl/operation.h"
 
 #include <QString>
 

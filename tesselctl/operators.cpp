@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "operators.h"
+#include "tesselctl/operators.h"
 
 #include <tessel/algorithm.h>
 #include <tessel/cabinetinfooperator.h>

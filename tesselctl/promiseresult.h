@@ -4,7 +4,7 @@
 #ifndef TESSELCTL_PROMISERESULT_H
 #define TESSELCTL_PROMISERESULT_H
 
-#include "invoker.h"
+#include "tesselctl/invoker.h"
 
 #include <zephserializer/serializable.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "signalcatcher.h"
+#include "tesselctl/signalcatcher.h"
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "suggestion.h"
+#include "tesselctl/suggestion.h"
 
 #include <algorithm>
 #include <utility>

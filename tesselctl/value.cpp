@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "value.h"
+#include "tesselctl/value.h"
 
 #include <QStringList>
 

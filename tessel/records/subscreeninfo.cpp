@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/records/subscreeninfo.h>
 
-#include <tessel/records/nested.h>
+#include <tessel/serializing/nested.h>
 
 namespace Tessel {
 

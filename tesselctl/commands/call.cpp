@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/arguments.h"
-#include "tesselctl/exchanges.h"
-#include "tesselctl/jsontext.h"
 #include "tesselctl/operationlist.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
+#include "tesselctl/operations/arguments.h"
+#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <tessel/hwinfo.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "coefficientkind.h"
-#include "commands.h"
-#include "devicerun.h"
+#include "tesselctl/commands/coefficientkind.h"
+#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/devicerun.h"
 
 namespace TesselCtl {
 

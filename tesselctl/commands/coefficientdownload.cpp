@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "coefficientkind.h"
-#include "commands.h"
-#include "devicerun.h"
+#include "tesselctl/commands/coefficientkind.h"
+#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/devicerun.h"
 
-#include "tesselctl/jsontext.h"
-#include "tesselctl/printable.h"
-#include "tesselctl/progressbar.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/progressbar.h"
 
-#include <communicator/wholefile.h>
+#include <communicator/http/wholefile.h>
 #include <tessel/allurlresource.h>
 
 #include <QDir>

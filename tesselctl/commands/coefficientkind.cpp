@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "coefficientkind.h"
+#include "tesselctl/commands/coefficientkind.h"
 
-#include "tesselctl/printable.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <tessel/allurlresource.h>
 

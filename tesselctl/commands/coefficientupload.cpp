@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "coefficientkind.h"
-#include "commands.h"
+#include "tesselctl/commands/coefficientkind.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/coefficientfiles.h"
-#include "tesselctl/exchangeledger.h"
-#include "tesselctl/exchangemeter.h"
-#include "tesselctl/jsontext.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
-#include "tesselctl/progressbar.h"
-#include "tesselctl/resumecommand.h"
-#include "tesselctl/terminationsignal.h"
+#include "tesselctl/commands/coefficientfiles.h"
+#include "tesselctl/commands/resumecommand.h"
+#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/requests/exchangemeter.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/progressbar.h"
+#include "tesselctl/terminal/terminationsignal.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

@@ -2,9 +2,9 @@
 #ifndef TESSELCTL_COMMANDS_H
 #define TESSELCTL_COMMANDS_H
 
-#include "tesselctl/console.h"
-#include "tesselctl/devices.h"
 #include "tesselctl/exitcode.h"
+#include "tesselctl/requests/devices.h"
+#include "tesselctl/terminal/console.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/exchanges.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
+#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <communicator/httpproxy.h>
 #include <simulator/simulator.h>

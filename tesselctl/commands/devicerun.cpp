@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "devicerun.h"
+#include "tesselctl/commands/devicerun.h"
 
-#include "tesselctl/jsontext.h"
-#include "tesselctl/printable.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
 
 namespace TesselCtl {
 

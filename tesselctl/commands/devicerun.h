@@ -2,11 +2,11 @@
 #ifndef TESSELCTL_DEVICERUN_H
 #define TESSELCTL_DEVICERUN_H
 
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/exchangeledger.h"
-#include "tesselctl/exchangemeter.h"
-#include "tesselctl/interruption.h"
+#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/requests/exchangemeter.h"
+#include "tesselctl/requests/interruption.h"
 
 #include <QVariant>
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
-#include "devicerun.h"
+#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/devicerun.h"
 
-#include "tesselctl/exchangeledger.h"
-#include "tesselctl/jsontext.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
-#include "tesselctl/progressbar.h"
-#include "tesselctl/sourcefile.h"
-#include "tesselctl/updateprogress.h"
+#include "tesselctl/commands/updateprogress.h"
+#include "tesselctl/operations/sourcefile.h"
+#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/progressbar.h"
 
 #include <tessel/allurlresource.h>
 #include <tessel/cabinetinfooperator.h>

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/exchangeledger.h"
-#include "tesselctl/jsontext.h"
-#include "tesselctl/monitortext.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
-#include "tesselctl/terminal.h"
-#include "tesselctl/terminationsignal.h"
+#include "tesselctl/commands/monitortext.h"
+#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminal.h"
+#include "tesselctl/terminal/terminationsignal.h"
 
 #include <communicator/httpjsonpackage.h>
 #include <tessel/allurlresource.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/arguments.h"
-#include "tesselctl/jsontext.h"
 #include "tesselctl/operationlist.h"
-#include "tesselctl/requestprobe.h"
+#include "tesselctl/operations/arguments.h"
+#include "tesselctl/operations/requestprobe.h"
+#include "tesselctl/terminal/jsontext.h"
 
 #include <QHash>
 #include <QLoggingCategory>

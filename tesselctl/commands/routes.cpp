@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/jsontext.h"
-#include "tesselctl/output.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
 
 #include <tessel/allurlresource.h>
 

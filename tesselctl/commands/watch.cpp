@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "commands.h"
+#include "tesselctl/commands/commands.h"
 
-#include "tesselctl/exchanges.h"
-#include "tesselctl/jsontext.h"
 #include "tesselctl/operators.h"
-#include "tesselctl/printable.h"
+#include "tesselctl/requests/exchanges.h"
 #include "tesselctl/signalcatcher.h"
-#include "tesselctl/terminationsignal.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminationsignal.h"
 
 #include <communicator/httpproxy.h>
 #include <tessel/devicemanager.h>

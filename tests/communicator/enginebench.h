@@ -2,8 +2,8 @@
 #ifndef TESTS_COMMUNICATOR_ENGINEBENCH_H
 #define TESTS_COMMUNICATOR_ENGINEBENCH_H
 
-#include "communicator/curlengine.h"
-#include "communicator/ioloop.h"
+#include "communicator/http/curlengine.h"
+#include "communicator/runtime/ioloop.h"
 #include "misbehavingserver.h"
 
 #include <QLoggingCategory>

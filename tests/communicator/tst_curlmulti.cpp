@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "misbehavingserver.h"
 
-#include "communicator/curlmulti.h"
-#include "communicator/ioloop.h"
+#include "communicator/http/curlmulti.h"
+#include "communicator/runtime/ioloop.h"
 
 #include <QtTest>
 

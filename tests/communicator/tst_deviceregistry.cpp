@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/deviceaddress.h"
-#include "communicator/deviceregistry.h"
+#include "communicator/devices/deviceaddress.h"
+#include "communicator/devices/deviceregistry.h"
 
 #include <QtTest>
 

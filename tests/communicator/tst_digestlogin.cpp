@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/digestlogin.h"
+#include "communicator/http/digestlogin.h"
 
 #include <QCryptographicHash>
 #include <QRegularExpression>

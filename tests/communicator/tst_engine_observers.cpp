@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/exchangeobserver.h"
-#include "communicator/exchangereport.h"
+#include "communicator/http/exchangereport.h"
 #include "enginebench.h"
 
 #include <logcollector.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/eventchannels.h"
-#include "communicator/postedcall.h"
+#include "communicator/events/eventchannels.h"
+#include "communicator/runtime/postedcall.h"
 #include "misbehavingserver.h"
 
 #include <closedport.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/eventsupervisor.h"
+#include "communicator/events/eventsupervisor.h"
 
 #include <QStringList>
 #include <QtTest>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/jsonwriter.h>
+#include <communicator/json/jsonwriter.h>
 #include <json/jsonreader.h>
 
 #include <QCborArray>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/noticequeue.h"
+#include "communicator/events/noticequeue.h"
 
 #include <QEventLoop>
 #include <QTimer>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/deviceendpoint.h"
 #include "communicator/exchangeobserver.h"
-#include "communicator/postedcall.h"
+#include "communicator/runtime/postedcall.h"
 
 #include <recordingengine.h>
 

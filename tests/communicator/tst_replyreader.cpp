@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/replyreader.h"
+#include "communicator/http/replyreader.h"
 
 #include <QtTest>
 

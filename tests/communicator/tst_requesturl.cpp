@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/deviceaddress.h"
-#include "communicator/requesturl.h"
+#include "communicator/devices/deviceaddress.h"
+#include "communicator/http/requesturl.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/responseparser.h"
+#include "communicator/http/responseparser.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/ssereader.h"
+#include "communicator/events/ssereader.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/curlengine.h"
-#include "communicator/ioloop.h"
+#include "communicator/http/curlengine.h"
+#include "communicator/runtime/ioloop.h"
 #include "tlsserver.h"
 
 #include <QLoggingCategory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "simulateddevice.h"
 
-#include <simulator/routetable.h>
+#include <simulator/routes/routetable.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tessel/deviceevents.h>
+#include <tessel/frames/deviceevents.h>
 
 #include <QThread>
 #include <QtTest>

@@ -3,7 +3,7 @@
 #include <recordingengine.h>
 #include <replaced.h>
 
-#include <tessel/fanout.h>
+#include <tessel/frames/fanout.h>
 
 #include <QEventLoop>
 #include <QThread>

@@ -3,7 +3,7 @@
 
 #include <recordingengine.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 #include <QPointer>
 #include <QThread>

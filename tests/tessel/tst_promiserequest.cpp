@@ -4,7 +4,7 @@
 #include <promiseoutcome.h>
 #include <recordingengine.h>
 
-#include <tessel/promiserequest.h>
+#include <tessel/frames/promiserequest.h>
 #include <tessel/records/deviceinfo.h>
 
 #include <QPointer>
@@ -291,18 +291,19 @@ private Q_SLOTS:
         };
         std::optional<QPromise<bool>> promise;
         const std::vector<ObjectFate> made = objectFatesDuring([&] {
-            promise = answered ? PromiseRequest::answer<bool>(
-                                     "Device_Hwinfo", [](PromiseRequest&) {}, &HttpProxy::put, device,
-                                     [&](const HttpJsonPackage&) {
-                                         handle();
-                                         return true;
-                                     })
-                               : PromiseRequest("Device_Hwinfo")
-                                     .promise<bool>(&HttpProxy::put, device,
-                                                    [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
-                                                        handle();
-                                                        resolve(true);
-                                                    });
+            promise = answered
+                          ? PromiseRequest::answer<bool>(
+                                "Device_Hwinfo", [](PromiseRequest&) {}, &HttpProxy::put, device,
+                                [&](const HttpJsonPackage&) {
+                                    handle();
+                                    return true;
+                                })
+                          : PromiseRequest("Device_Hwinfo")
+                                .promise<bool>(&HttpProxy::put, device,
+                                               [&](const HttpJsonPackage&, const auto& resolve, const auto&) {
+                                                   handle();
+                                                   resolve(true);
+                                               });
         });
         QVERIFY(!made.empty());
         auto* const package = static_cast<HttpJsonPackage*>(made[0].object);

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
+#include <tessel/envelopes/cabinetsresponse.h>
+#include <tessel/envelopes/commonresponse.h>
+#include <tessel/envelopes/variantmapresponse.h>
+#include <tessel/envelopes/variantresponse.h>
 #include <tessel/records/cabinetinfo.h>
-#include <tessel/records/cabinetsresponse.h>
 #include <tessel/records/coeffsdata.h>
-#include <tessel/records/commonresponse.h>
 #include <tessel/records/deviceinfo.h>
 #include <tessel/records/point.h>
 #include <tessel/records/screensinfo.h>
 #include <tessel/records/size.h>
 #include <tessel/records/subscreeninfo.h>
-#include <tessel/records/variantmapresponse.h>
-#include <tessel/records/variantresponse.h>
 
 #include <zephserializer/jsonserializer.h>
 

@@ -5,7 +5,7 @@
 #include <recordingengine.h>
 #include <refusingengine.h>
 
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 #include <QMutex>
 #include <QTemporaryDir>

@@ -6,7 +6,7 @@
 
 #include <tessel/allurlresource.h>
 
-#include <QDir>
+#include <QDirIterator>
 #include <QRegularExpression>
 #include <QSet>
 #include <QtTest>
@@ -64,10 +64,10 @@ QSet<QString> keysInTheSources()
         "\"((?:Algorithm_|Cab_|Cabinet_|Capability_|Channel|Device_|HwScreen_|MuliScreen|MulitScreen|"
         "MultScreen|Monitor|Receive|Screen|SelfTest_|Sender)\\w+)\"");
     QSet<QString> keys;
-    const QDir directory(TESSEL_SOURCE_DIR "/tessel");
-    for (const QString& name : directory.entryList({"*.cpp"}, QDir::Files)) {
-        QFile file(directory.filePath(name));
-        if (name == "allurlresource.cpp" || !file.open(QIODevice::ReadOnly))
+    QDirIterator sources(TESSEL_SOURCE_DIR "/tessel", {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
+    while (sources.hasNext()) {
+        QFile file(sources.next());
+        if (sources.fileName() == "allurlresource.cpp" || !file.open(QIODevice::ReadOnly))
             continue;
         auto match = key.globalMatch(QString::fromUtf8(file.readAll()).remove(comment));
         while (match.hasNext())

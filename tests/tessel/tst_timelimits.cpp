@@ -4,7 +4,7 @@
 #include <recordingengine.h>
 
 #include <tessel/cabinetinfooperator.h>
-#include <tessel/request.h>
+#include <tessel/frames/request.h>
 
 #include <QtTest>
 

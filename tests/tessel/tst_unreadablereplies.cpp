@@ -6,9 +6,9 @@
 
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/correctionop.h>
-#include <tessel/promiserequest.h>
+#include <tessel/envelopes/rawresponse.h>
+#include <tessel/frames/promiserequest.h>
 #include <tessel/records/deviceinfo.h>
-#include <tessel/records/rawresponse.h>
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/arguments.h"
+#include "tesselctl/operations/arguments.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

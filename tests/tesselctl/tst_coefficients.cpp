@@ -2,9 +2,9 @@
 #include "misbehavingserver.h"
 #include "walltest.h"
 
-#include <tesselctl/coefficientfiles.h>
-#include <tesselctl/progressbar.h>
-#include <tesselctl/resumecommand.h>
+#include <tesselctl/commands/coefficientfiles.h>
+#include <tesselctl/commands/resumecommand.h>
+#include <tesselctl/terminal/progressbar.h>
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -99,7 +99,7 @@ private Q_SLOTS:
 
     void everyPathOfTheControlInterfaceIsDocumented()
     {
-        const QString source = textOf("simulator/control.cpp");
+        const QString source = textOf("simulator/device/control.cpp");
         const QString page = textOf("docs/simulator.md");
         const QStringList paths = matchesIn(source, "Method::\\w+, \"(/sim[a-z/]*)\"");
         QVERIFY(paths.size() > 9);

@@ -2,7 +2,7 @@
 #include "misbehavingserver.h"
 #include "walltest.h"
 
-#include <tesselctl/updateprogress.h>
+#include <tesselctl/commands/updateprogress.h>
 
 #include <QJsonObject>
 

@@ -2,8 +2,8 @@
 #include "program.h"
 
 #include <simulator/simulator.h>
-#include <tesselctl/monitortext.h>
-#include <tesselctl/terminal.h>
+#include <tesselctl/commands/monitortext.h>
+#include <tesselctl/terminal/terminal.h>
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -2,7 +2,7 @@
 //
 // The list of operations against the headers of the library: neither has what the other lacks.
 #include "tesselctl/operationlist.h"
-#include "tesselctl/requestprobe.h"
+#include "tesselctl/operations/requestprobe.h"
 
 #include <QDir>
 #include <QMap>

@@ -2,7 +2,7 @@
 //
 // Every operation of the library over the real transport against a controller in software.
 #include "tesselctl/operationlist.h"
-#include "tesselctl/requestprobe.h"
+#include "tesselctl/operations/requestprobe.h"
 
 #include <communicator/exchangeobserver.h>
 #include <simulator/simulator.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/exchanges.h"
-#include "tesselctl/jsontext.h"
-#include "tesselctl/output.h"
-#include "tesselctl/printable.h"
+#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <QtTest>
 

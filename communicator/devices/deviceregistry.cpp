@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/devices/deviceregistry.h"
+
+#include "communicator/devices/deviceaddress.h"
+
+#include <algorithm>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+constexpr int MaximumRememberedAddresses = 4096;
+
+bool hasControlCharacter(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(),
+                       [](QChar character) { return character.category() == QChar::Other_Control; });
+}
+
+QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
+{
+    using Login = DeviceEndpoint::Login;
+    if (deviceKey.isEmpty() || hasControlCharacter(deviceKey)) {
+        return QStringLiteral("the key is empty or holds a control character");
+    }
+    if (baseUrl.isEmpty()) {
+        return QStringLiteral("the address does not read as http(s)://host[:port] or host[:port]");
+    }
+    const bool isTls = baseUrl.startsWith("https:");
+    if (!isTls && endpoint.requireTls) {
+        return QStringLiteral("TLS is required, so the address must begin with https://");
+    }
+    // Without TLS nobody would look at either, and the login would travel in clear all the same.
+    if (!isTls && (!endpoint.caFile.isEmpty() || !endpoint.pinnedKey.isEmpty())) {
+        return QStringLiteral("a CA file or pinned key needs an address that begins with https://");
+    }
+    if (hasControlCharacter(endpoint.user) || hasControlCharacter(endpoint.secret)) {
+        return QStringLiteral("the login holds a control character");
+    }
+    // RFC 7617, 2: the first colon ends the user name.
+    if (endpoint.login == Login::Basic && endpoint.user.contains(QLatin1Char(':'))) {
+        return QStringLiteral("a user name for Basic cannot hold a colon");
+    }
+    if (endpoint.login == Login::Bearer && endpoint.secret.isEmpty()) {
+        return QStringLiteral("Bearer needs a token");
+    }
+    if (!endpoint.pinnedKey.isEmpty() && !endpoint.pinnedKey.startsWith(QLatin1String("sha256//"))) {
+        return QStringLiteral("a pinned key starts with sha256//");
+    }
+    return {};
+}
+
+// What follows from the address and the login.
+void complete(Device& device)
+{
+    device.isTls = device.baseUrl.startsWith("https:");
+    device.hasClearLogin =
+        !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
+    device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
+    // A zone is of this machine alone (RFC 6874, 4).
+    const int zone = device.authority.indexOf("%25");
+    if (zone >= 0) {
+        device.authority.remove(zone, device.authority.indexOf(']') - zone);
+    }
+    const char* const defaultPort = device.isTls ? ":443" : ":80";
+    if (device.authority.endsWith(defaultPort)) {
+        device.authority.chop(static_cast<int>(qstrlen(defaultPort)));
+    }
+    if (device.endpoint.login == DeviceEndpoint::Login::Digest) {
+        device.digest = std::make_shared<DigestLogin>(device.endpoint.user, device.endpoint.secret);
+    }
+}
+
+} // namespace
+
+DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint,
+                                           QString& reason)
+{
+    const QByteArray baseUrl = baseUrlOfAddress(endpoint.address);
+    reason = faultOf(deviceKey, endpoint, baseUrl);
+    if (!reason.isEmpty()) {
+        return Change::Refused;
+    }
+    auto device = std::make_shared<Device>();
+    device->key = deviceKey;
+    device->endpoint = endpoint;
+    device->baseUrl = baseUrl;
+    complete(*device);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool known = m_added.contains(deviceKey);
+    m_added.insert(deviceKey, std::move(device));
+    m_everAdded.insert(deviceKey);
+    m_addresses.remove(deviceKey);
+    return known ? Change::Replaced : Change::Added;
+}
+
+bool DeviceRegistry::remove(const QString& deviceKey)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::shared_ptr<const Device> device = m_added.take(deviceKey);
+    if (!device) {
+        return false;
+    }
+    device->isRemoved = true;
+    return true;
+}
+
+QStringList DeviceRegistry::keys() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_added.keys();
+}
+
+QList<std::shared_ptr<const Device>> DeviceRegistry::devices() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_added.values();
+}
+
+std::shared_ptr<const Device> DeviceRegistry::find(const QString& deviceKey) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto added = m_added.constFind(deviceKey);
+    if (added != m_added.cend()) {
+        return *added;
+    }
+    const auto remembered = m_addresses.constFind(deviceKey);
+    if (remembered != m_addresses.cend()) {
+        return *remembered;
+    }
+    const QByteArray baseUrl = m_everAdded.contains(deviceKey) ? QByteArray() : baseUrlOfKey(deviceKey);
+    if (baseUrl.isEmpty()) {
+        return nullptr;
+    }
+    auto device = std::make_shared<Device>();
+    device->key = deviceKey;
+    device->endpoint.address = deviceKey;
+    device->baseUrl = baseUrl;
+    complete(*device);
+    if (m_addresses.size() >= MaximumRememberedAddresses) {
+        m_addresses.clear();
+    }
+    m_addresses.insert(deviceKey, device);
+    return device;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_EVENTS_EVENTSTREAM_H
+#define COMMUNICATOR_EVENTS_EVENTSTREAM_H
+
+#include "communicator/devices/deviceregistry.h"
+#include "communicator/events/eventsupervisor.h"
+#include "communicator/events/noticequeue.h"
+#include "communicator/events/ssereader.h"
+#include "communicator/http/connector.h"
+#include "communicator/http/responseparser.h"
+#include "communicator/runtime/ioloop.h"
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// The event stream of one device: opens it when its supervisor says so, reads events from it, hands them to
+/// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
+class EventStream final : private EventSupervisor::Listener, private ResponseParser::Handler
+{
+public:
+    /// @p paused counts the streams that wait for the queue; the stream resumes after the event @p
+    /// lastEventId, unless that is empty.
+    EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
+                NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings,
+                const QByteArray& lastEventId);
+    /// Closes the stream.
+    ~EventStream() override;
+
+    /// Goes on if the stream is paused and the queue has room again.
+    void resume();
+    const Device& device() const { return *m_device; }
+    const QByteArray& lastEventId() const { return m_reader.lastEventId(); }
+
+private:
+    void openStream() override;
+    void closeStream() override;
+    void deviceGone() override;
+    void failureSeen(EventSupervisor::Failure failure, bool first, std::chrono::milliseconds delay) override;
+
+    void responseField(std::string_view name, std::string_view value) override;
+    bool responseHead(const ResponseParser::Head& head) override;
+    bool responseBody(const char* bytes, std::size_t size) override;
+
+    void use(std::unique_ptr<Connection> connection);
+    void ready(std::uint32_t events);
+    void send();
+    void receive();
+    bool answerChallenge();
+    void writeHead();
+    void watch();
+    void finished();
+    void fail(EventSupervisor::Failure failure);
+    EventSupervisor::Failure failureOf() const;
+    void setPaused(bool paused);
+    void scheduleTick();
+
+    IoLoop& m_loop;
+    Connector& m_connector;
+    const std::shared_ptr<const Device> m_device;
+    NoticeQueue& m_notices;
+    std::atomic<int>& m_pausedStreams;
+    const std::shared_ptr<StreamBacklog> m_backlog = std::make_shared<StreamBacklog>();
+    std::vector<Notice> m_batch;
+    SseReader m_reader;
+    EventSupervisor m_supervisor;
+    const std::chrono::milliseconds m_connectLimit;
+    ResponseParser m_parser;
+    Connector::Attempt m_attempt = nullptr; ///< while connecting
+    std::unique_ptr<Connection> m_connection;
+    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
+    QByteArray m_head;           ///< of the request, what has not gone out yet
+    QByteArray m_authorization;
+    QString m_challenge; ///< of a reply that asks for a login
+    bool m_wasChallenged = false;
+    std::optional<IoLoop::TimerId> m_timer;
+    bool m_open = false; ///< or being opened
+    bool m_isPaused = false;
+    bool m_isStream = false; ///< a head came that announces events
+    bool m_isEventType = false;
+    bool m_tooLarge = false;
+    int m_status = 0;
+    size_t m_overhead = 0; ///< bytes of a body that is no stream
+    Q_DISABLE_COPY_MOVE(EventStream)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

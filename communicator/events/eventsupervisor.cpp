@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/events/eventsupervisor.h"
+
+#include <algorithm>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// A stream that asks for less is not believed: the device would be hammered.
+constexpr std::chrono::milliseconds ShortestDelay{100};
+constexpr int MaximumDoublings = 20;
+
+} // namespace
+
+EventSupervisor::Listener::~Listener() = default;
+
+EventSupervisor::EventSupervisor(Listener& listener, const EventTimings& timings,
+                                 std::function<double()> random)
+    : m_listener(listener)
+    , m_timings(timings)
+    , m_random(std::move(random))
+    , m_firstDelay(timings.firstDelay)
+{}
+
+void EventSupervisor::start(Clock::time_point now)
+{
+    if (m_state == State::Stopped) {
+        m_failures = 0;
+        m_gone = false;
+        m_goneAt = now + m_timings.goneAfter;
+        open(now);
+    }
+}
+
+void EventSupervisor::stop()
+{
+    m_state = State::Stopped;
+    m_goneAt.reset();
+}
+
+void EventSupervisor::open(Clock::time_point now)
+{
+    m_state = State::Connecting;
+    m_heldBack = false;
+    m_due = now + m_timings.connect;
+    m_listener.openStream();
+}
+
+void EventSupervisor::connected(Clock::time_point now)
+{
+    if (m_state == State::Connecting) {
+        m_state = State::Streaming;
+        m_streamingSince = now;
+        m_goneAt.reset();
+        m_gone = false;
+        m_due = now + m_timings.silence;
+    }
+}
+
+void EventSupervisor::heard(Clock::time_point now)
+{
+    if (m_state == State::Streaming) {
+        m_due = now + m_timings.silence;
+    }
+}
+
+void EventSupervisor::setHeldBack(bool heldBack, Clock::time_point now)
+{
+    m_heldBack = heldBack;
+    heard(now);
+}
+
+void EventSupervisor::setFirstDelay(std::chrono::milliseconds delay)
+{
+    m_firstDelay = std::clamp(delay, std::min(ShortestDelay, m_timings.firstDelay), m_timings.longestDelay);
+}
+
+std::chrono::milliseconds EventSupervisor::nextDelay()
+{
+    const int doublings = std::min(m_failures - 1, MaximumDoublings);
+    const auto longest = std::max(m_timings.longestDelay, m_firstDelay);
+    const auto delay =
+        std::min<std::chrono::milliseconds>(m_firstDelay * (std::int64_t(1) << doublings), longest);
+    const double part = 1.0 - m_timings.jitter * m_random();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(delay * part);
+}
+
+void EventSupervisor::failed(Failure failure, Clock::time_point now)
+{
+    if (m_state != State::Connecting && m_state != State::Streaming) {
+        return;
+    }
+    const bool answers = failure == Failure::Refused || failure == Failure::LoginRefused;
+    if (answers) {
+        m_goneAt.reset();
+        m_gone = false;
+    } else if (!m_goneAt && !m_gone) {
+        m_goneAt = now + m_timings.goneAfter;
+    }
+    if (m_state == State::Streaming && now - m_streamingSince >= m_timings.stableAfter) {
+        m_failures = 0;
+    }
+    ++m_failures;
+    const bool login = failure == Failure::LoginRefused;
+    const auto delay = login ? m_timings.loginDelay : nextDelay();
+    m_state = login ? State::LoginRefused : State::BackingOff;
+    m_due = now + delay;
+    m_listener.failureSeen(failure, m_failures == 1, delay);
+}
+
+void EventSupervisor::giveUp(Failure failure, Clock::time_point now)
+{
+    m_listener.closeStream();
+    failed(failure, now);
+}
+
+std::optional<EventSupervisor::Clock::time_point> EventSupervisor::deadline() const
+{
+    const bool waits = m_state != State::Stopped && !(m_state == State::Streaming && m_heldBack);
+    if (waits && m_goneAt) {
+        return std::min(m_due, *m_goneAt);
+    }
+    return waits ? std::optional(m_due) : m_goneAt;
+}
+
+void EventSupervisor::tick(Clock::time_point now)
+{
+    if (m_goneAt && now >= *m_goneAt) {
+        m_goneAt.reset();
+        m_gone = true;
+        m_listener.deviceGone();
+    }
+    if (now < m_due) {
+        return;
+    }
+    switch (m_state) {
+    case State::Connecting:
+        giveUp(Failure::Unreachable, now);
+        break;
+    case State::Streaming:
+        if (!m_heldBack) {
+            giveUp(Failure::Silent, now);
+        }
+        break;
+    case State::BackingOff:
+    case State::LoginRefused:
+        open(now);
+        break;
+    case State::Stopped:
+        break;
+    }
+}
+
+} // namespace Krelm::Communicator::HttpDevice

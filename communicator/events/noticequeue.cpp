@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/events/noticequeue.h"
+
+#include <iterator>
+
+namespace Krelm::Communicator::HttpDevice {
+
+NoticeQueue::NoticeQueue(std::function<void()> wakeUp)
+    : m_wakeUp(std::move(wakeUp))
+{}
+
+void NoticeQueue::push(Notice notice)
+{
+    std::vector<Notice> batch;
+    batch.push_back(std::move(notice));
+    push(batch);
+}
+
+void NoticeQueue::push(std::vector<Notice>& batch)
+{
+    for (const Notice& notice : batch) {
+        if (notice.backlog) {
+            notice.backlog->m_events += 1;
+            notice.backlog->m_bytes += static_cast<size_t>(notice.data.size());
+        }
+    }
+    bool wakeUp = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_waiting.empty()) {
+            m_waiting.swap(batch);
+        } else {
+            m_waiting.insert(m_waiting.end(), std::make_move_iterator(batch.begin()),
+                             std::make_move_iterator(batch.end()));
+        }
+        wakeUp = !m_wakeUpSent && !m_waiting.empty();
+        m_wakeUpSent = m_wakeUpSent || wakeUp;
+    }
+    batch.clear();
+    if (wakeUp) {
+        m_wakeUp();
+    }
+}
+
+void NoticeQueue::clear()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_waiting.clear();
+    m_wakeUpSent = false;
+}
+
+void NoticeQueue::wakeUpAnew()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_wakeUpSent = !m_waiting.empty();
+        if (!m_wakeUpSent) {
+            return;
+        }
+    }
+    m_wakeUp();
+}
+
+// Appends what waits to the batch. Returns whether the receiver of its next notice needs a wake-up for what
+// stands behind that.
+bool NoticeQueue::takeWaiting()
+{
+    if (m_position == m_batch.size()) {
+        m_batch.clear();
+        m_position = 0;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_batch.empty()) {
+        m_batch.swap(m_waiting);
+    } else {
+        m_batch.insert(m_batch.end(), std::make_move_iterator(m_waiting.begin()),
+                       std::make_move_iterator(m_waiting.end()));
+        m_waiting.clear();
+    }
+    m_wakeUpSent = m_batch.size() - m_position > 1;
+    return m_wakeUpSent;
+}
+
+void NoticeQueue::deliver(const std::function<void(const Notice&)>& receive)
+{
+    if (takeWaiting()) {
+        m_wakeUp();
+    }
+    if (m_position == m_batch.size()) {
+        return;
+    }
+    // A receiver that runs an event loop of its own comes back here: it goes on with the same batch.
+    while (m_position < m_batch.size()) {
+        const Notice notice = std::move(m_batch[m_position++]);
+        receive(notice);
+        if (notice.backlog) {
+            notice.backlog->m_events -= 1;
+            notice.backlog->m_bytes -= static_cast<size_t>(notice.data.size());
+        }
+    }
+    if (m_delivered) {
+        m_delivered();
+    }
+}
+
+} // namespace Krelm::Communicator::HttpDevice

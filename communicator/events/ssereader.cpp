@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/events/ssereader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t MaximumRetryDigits = 9;
+constexpr std::ptrdiff_t MaximumIdBytes = 4096; // it goes back as a header
+
+const char* find(const char* begin, const char* end, char wanted)
+{
+    const void* const found =
+        begin == end ? nullptr : std::memchr(begin, wanted, static_cast<std::size_t>(end - begin));
+    return found == nullptr ? end : static_cast<const char*>(found);
+}
+
+} // namespace
+
+SseReader::SseReader(std::size_t maximumBytes, Sink sink)
+    : m_maximumBytes(maximumBytes)
+    , m_sink(std::move(sink))
+{}
+
+void SseReader::reset()
+{
+    m_atStart = true;
+    m_skipFeed = false;
+    m_partial.clear();
+    m_hasData = false;
+    m_data.clear();
+    m_id = m_lastEventId;
+    m_retry.reset();
+}
+
+std::optional<std::chrono::milliseconds> SseReader::takeRetry()
+{
+    return std::exchange(m_retry, std::nullopt);
+}
+
+bool SseReader::feed(const char* bytes, std::size_t size)
+{
+    const char* position = bytes;
+    const char* const end = bytes + size;
+    if (m_skipFeed && position != end) {
+        m_skipFeed = false;
+        position += *position == '\n' ? 1 : 0;
+    }
+    // Each is searched anew only when it was passed, so that a text of one kind of line end is not searched
+    // for the other over and over.
+    const char* feedAt = find(position, end, '\n');
+    const char* returnAt = find(position, end, '\r');
+    while (position != end) {
+        const char* const lineEnd = std::min(feedAt, returnAt);
+        if (static_cast<std::size_t>(m_partial.size() + (lineEnd - position)) > m_maximumBytes) {
+            return tooLarge();
+        }
+        if (lineEnd == end) {
+            m_partial.append(position, static_cast<int>(end - position));
+            return true;
+        }
+        bool taken = false;
+        if (m_partial.isEmpty()) {
+            taken = line(position, lineEnd);
+        } else {
+            m_partial.append(position, static_cast<int>(lineEnd - position));
+            taken = line(m_partial.constData(), m_partial.constData() + m_partial.size());
+            m_partial.resize(0);
+        }
+        if (!taken) {
+            return false;
+        }
+        position = lineEnd + 1;
+        if (lineEnd == returnAt) {
+            if (position == end) {
+                m_skipFeed = true;
+            } else if (position == feedAt) {
+                ++position;
+            }
+            returnAt = find(position, end, '\r');
+        }
+        if (feedAt < position) {
+            feedAt = find(position, end, '\n');
+        }
+    }
+    return true;
+}
+
+bool SseReader::line(const char* begin, const char* end)
+{
+    if (m_atStart) {
+        m_atStart = false;
+        if (std::string_view(begin, static_cast<std::size_t>(end - begin)).substr(0, ByteOrderMark.size()) ==
+            ByteOrderMark) {
+            begin += ByteOrderMark.size();
+        }
+    }
+    if (begin == end) {
+        dispatch();
+        return true;
+    }
+    const char* const colon = find(begin, end, ':');
+    const std::string_view field(begin, static_cast<std::size_t>(colon - begin));
+    const char* value = colon == end ? end : colon + 1;
+    if (value != end && *value == ' ') {
+        ++value;
+    }
+    if (field == "data") {
+        return data(value, end);
+    }
+    if (field == "id") {
+        if (end - value <= MaximumIdBytes && find(value, end, '\0') == end) {
+            m_id = QByteArray(value, static_cast<int>(end - value));
+        }
+    } else if (field == "retry") {
+        retry(value, end);
+    }
+    // A comment has an empty field name; the type of an event means nothing here.
+    return true;
+}
+
+// Passed over, lest a device that resumes the stream behind the last event sends this one for ever.
+bool SseReader::tooLarge()
+{
+    m_lastEventId = m_id;
+    return false;
+}
+
+bool SseReader::data(const char* begin, const char* end)
+{
+    const auto size = static_cast<std::size_t>(end - begin);
+    if (static_cast<std::size_t>(m_data.size()) + size + 1 > m_maximumBytes) {
+        return tooLarge();
+    }
+    if (m_hasData) {
+        m_data += '\n';
+        m_data.append(begin, static_cast<int>(size));
+    } else {
+        m_data = QByteArray(begin, static_cast<int>(size));
+        m_hasData = true;
+    }
+    return true;
+}
+
+void SseReader::retry(const char* begin, const char* end)
+{
+    const bool isNumber =
+        begin != end && std::all_of(begin, end, [](char c) { return c >= '0' && c <= '9'; });
+    if (isNumber && static_cast<std::size_t>(end - begin) <= MaximumRetryDigits) {
+        m_retry = std::chrono::milliseconds(QByteArray(begin, static_cast<int>(end - begin)).toLongLong());
+    }
+}
+
+void SseReader::dispatch()
+{
+    m_lastEventId = m_id;
+    if (m_hasData) {
+        m_hasData = false;
+        m_sink(std::exchange(m_data, QByteArray()));
+    }
+}
+
+} // namespace Krelm::Communicator::HttpDevice

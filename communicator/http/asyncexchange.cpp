@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/asyncexchange.h"
+
+#include <array>
+#include <sys/epoll.h>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// What one connection may deliver before the others have their turn.
+constexpr size_t BytesPerTurn = 64 << 10;
+
+} // namespace
+
+AsyncExchange::AsyncExchange(IoLoop& loop, Connector& connector, const TransferLimits& limits)
+    : m_loop(loop)
+    , m_connector(connector)
+    , m_exchange(limits)
+{}
+
+AsyncExchange::~AsyncExchange()
+{
+    drop();
+}
+
+void AsyncExchange::start(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                          std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
+                          std::chrono::steady_clock::time_point deadline, Finished finished)
+{
+    m_device = device;
+    m_deadline = deadline;
+    m_finished = std::move(finished);
+    const auto prepared = m_exchange.prepare(request, device, started);
+    if (prepared != IHttpVersionTrigger::Success) {
+        end(prepared, {});
+    } else if (kept && kept->isQuiet()) {
+        use(std::move(kept), true);
+    } else {
+        kept.reset();
+        connect();
+    }
+}
+
+void AsyncExchange::connect()
+{
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(m_deadline - std::chrono::steady_clock::now());
+    m_attempt = m_connector.connect(m_device, left, [this](ConnectResult opened) {
+        m_attempt = nullptr;
+        if (opened.connection) {
+            use(std::move(opened.connection), false);
+        } else {
+            end(opened.state, opened.reason);
+        }
+    });
+}
+
+void AsyncExchange::use(std::unique_ptr<Connection> connection, bool isReused)
+{
+    m_connection = std::move(connection);
+    m_isReused = isReused;
+    go(m_exchange.send(*m_connection));
+}
+
+void AsyncExchange::ready(std::uint32_t events)
+{
+    Exchange::Step step = Exchange::Step::GoOn;
+    if ((events & EPOLLOUT) != 0) {
+        step = m_exchange.send(*m_connection);
+    }
+    if (step == Exchange::Step::GoOn && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
+        static thread_local std::array<char, BytesPerTurn> buffer;
+        const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
+        step = m_exchange.received(result, buffer.data(), m_isReused);
+        // TLS may hold what the socket does not show any more.
+        while (step == Exchange::Step::GoOn && m_device->isTls &&
+               result.status == Connection::Status::Moved) {
+            const Connection::Result rest = m_connection->receive(buffer.data(), buffer.size());
+            step = m_exchange.received(rest, buffer.data(), m_isReused);
+            if (rest.status != Connection::Status::Moved) {
+                break;
+            }
+        }
+    }
+    go(step);
+}
+
+void AsyncExchange::go(Exchange::Step step)
+{
+    switch (step) {
+    case Exchange::Step::GoOn:
+        watch();
+        break;
+    case Exchange::Step::AgainHere:
+        use(std::move(m_connection), true);
+        break;
+    case Exchange::Step::AgainFresh:
+        drop();
+        connect();
+        break;
+    case Exchange::Step::Ended:
+        end(IHttpVersionTrigger::Success, {});
+        break;
+    }
+}
+
+void AsyncExchange::watch()
+{
+    const std::uint32_t wanted = m_exchange.mayReceive() ? EPOLLIN : EPOLLIN | EPOLLOUT;
+    if (wanted != m_watched) {
+        m_watched = wanted;
+        m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
+    }
+}
+
+void AsyncExchange::drop()
+{
+    if (m_watched != 0) {
+        m_loop.unwatch(m_connection->socket());
+        m_watched = 0;
+    }
+    m_connection.reset();
+}
+
+void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+{
+    const Finished finished = std::move(m_finished);
+    const HttpReply reply = breakOff(outcome, reason);
+    finished(reply);
+}
+
+HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+{
+    if (m_attempt != nullptr) {
+        m_connector.cancel(m_attempt);
+        m_attempt = nullptr;
+    }
+    if (outcome == IHttpVersionTrigger::Success && m_connection && m_exchange.keepsConnection()) {
+        m_loop.unwatch(m_connection->socket());
+        m_watched = 0;
+    } else {
+        drop();
+    }
+    m_finished = nullptr;
+    m_device.reset();
+    return m_exchange.finish(outcome, reason);
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_ASYNCEXCHANGE_H
+#define COMMUNICATOR_HTTP_ASYNCEXCHANGE_H
+
+#include "communicator/http/connector.h"
+#include "communicator/http/exchange.h"
+#include "communicator/runtime/ioloop.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// An exchange that a loop carries out. Used on the loop's thread only.
+class AsyncExchange
+{
+public:
+    using Finished = std::function<void(const HttpReply&)>;
+
+    AsyncExchange(IoLoop& loop, Connector& connector, const TransferLimits& limits);
+    /// No exchange may be under way.
+    ~AsyncExchange();
+
+    /// Begins the exchange, which has to end by @p deadline, on @p kept if that is still good. @p request
+    /// must outlive it. @p finished is called once, possibly from inside, and may destroy this object.
+    void start(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+               std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
+               std::chrono::steady_clock::time_point deadline, Finished finished);
+    /// Ends the exchange under way; `finished` is not called.
+    HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    /// After the end: the connection if it may serve another exchange, else null.
+    std::unique_ptr<Connection> takeConnection() { return std::move(m_connection); }
+
+private:
+    void connect();
+    void use(std::unique_ptr<Connection> connection, bool isReused);
+    void ready(std::uint32_t events);
+    void go(Exchange::Step step);
+    void watch();
+    void drop();
+    void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+
+    IoLoop& m_loop;
+    Connector& m_connector;
+    Exchange m_exchange;
+    std::shared_ptr<const Device> m_device;
+    std::chrono::steady_clock::time_point m_deadline;
+    Finished m_finished;
+    Connector::Attempt m_attempt = nullptr; ///< while connecting
+    std::unique_ptr<Connection> m_connection;
+    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
+    bool m_isReused = false;
+    Q_DISABLE_COPY_MOVE(AsyncExchange)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/connection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <curl/curl.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// By how much a limit that is set on the socket may be too long, which spares setting it for each reply.
+constexpr std::chrono::milliseconds Tolerance{2};
+// A bound that no limit reaches keeps arithmetic on milliseconds within an int.
+constexpr std::chrono::milliseconds LongestPoll{1 << 30};
+
+bool meansWaiting(int error)
+{
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+} // namespace
+
+Connection::Connection(int socket)
+    : m_socket(socket)
+{}
+
+Connection::Connection(CURL* easy, int socket, std::function<void()> release)
+    : m_socket(socket)
+    , m_easy(easy)
+    , m_release(std::move(release))
+{}
+
+Connection::~Connection()
+{
+    if (m_easy != nullptr) {
+        m_release();
+    } else {
+        ::close(m_socket);
+    }
+}
+
+Connection::Result Connection::failure() const
+{
+    return meansWaiting(errno) ? Result{Status::Waiting, 0} : Result{Status::Failed, 0};
+}
+
+Connection::Result Connection::send(Bytes first, Bytes second, bool more)
+{
+    if (m_easy != nullptr) {
+        const Bytes piece = first.size > 0 ? first : second;
+        std::size_t sent = 0;
+        const CURLcode code = curl_easy_send(m_easy, piece.data, piece.size, &sent);
+        return code == CURLE_OK      ? Result{Status::Moved, sent}
+               : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
+                                     : Result{Status::Failed, 0};
+    }
+    iovec pieces[2] = {{const_cast<char*>(first.data), first.size},
+                       {const_cast<char*>(second.data), second.size}};
+    msghdr message{};
+    message.msg_iov = pieces;
+    message.msg_iovlen = 2;
+    const ssize_t sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0));
+    return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
+}
+
+Connection::Result Connection::receive(char* buffer, std::size_t size)
+{
+    if (m_easy != nullptr) {
+        std::size_t received = 0;
+        const CURLcode code = curl_easy_recv(m_easy, buffer, size, &received);
+        if (code == CURLE_OK) {
+            return {received > 0 ? Status::Moved : Status::Closed, received};
+        }
+        return {code == CURLE_AGAIN ? Status::Waiting : Status::Failed, 0};
+    }
+    const ssize_t received = ::recv(m_socket, buffer, size, MSG_DONTWAIT);
+    if (received < 0) {
+        return failure();
+    }
+    return {received > 0 ? Status::Moved : Status::Closed, static_cast<std::size_t>(received)};
+}
+
+// libcurl leaves its sockets without blocking. Ours then blocks in recv() alone: everything else asks not to
+// wait.
+void Connection::setBlocking()
+{
+    if (!m_isBlocking) {
+        const int flags = ::fcntl(m_socket, F_GETFL);
+        ::fcntl(m_socket, F_SETFL, flags & ~O_NONBLOCK);
+        m_isBlocking = true;
+    }
+}
+
+Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, char* buffer, std::size_t size)
+{
+    if (m_easy != nullptr) {
+        const Result atOnce = receive(buffer, size);
+        if (atOnce.status != Status::Waiting || !wait(false, limit)) {
+            return atOnce;
+        }
+        return receive(buffer, size);
+    }
+    // One call instead of a poll() and a recv(): the wait is a property of the socket.
+    setBlocking();
+    if (m_receiveLimit.count() < 0 || m_receiveLimit > limit + Tolerance || m_receiveLimit < limit / 2) {
+        m_receiveLimit = std::max(limit, std::chrono::milliseconds(1));
+        timeval value{};
+        value.tv_sec = m_receiveLimit.count() / 1000;
+        value.tv_usec = (m_receiveLimit.count() % 1000) * 1000;
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &value, sizeof value);
+    }
+    const ssize_t received = ::recv(m_socket, buffer, size, 0);
+    if (received < 0) {
+        return failure();
+    }
+    return {received > 0 ? Status::Moved : Status::Closed, static_cast<std::size_t>(received)};
+}
+
+bool Connection::wait(bool orSend, std::chrono::milliseconds limit)
+{
+    pollfd watched{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0};
+    const auto bounded = std::clamp(limit, std::chrono::milliseconds(0), LongestPoll);
+    ::poll(&watched, 1, static_cast<int>(bounded.count()));
+    return (watched.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
+}
+
+bool Connection::isQuiet()
+{
+    char byte = 0;
+    const ssize_t seen = ::recv(m_socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    if (seen < 0) {
+        return meansWaiting(errno);
+    }
+    // What TLS keeps for itself, such as a ticket for a later session, is no byte of a reply.
+    return m_easy != nullptr && seen > 0 && receive(&byte, 1).status == Status::Waiting;
+}
+
+void Connection::shutDown()
+{
+    ::shutdown(m_socket, SHUT_RDWR);
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/connectionpool.h"
+
+#include "communicator/http/exchangereport.h"
+#include "communicator/runtime/descriptorbudget.h"
+
+#include <algorithm>
+#include <array>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr size_t MaximumIdlePerLane = 16;
+constexpr std::chrono::seconds LeaveTime{2};
+// What one call of the system may deliver; larger replies come in pieces of it.
+constexpr size_t BufferBytes = 64 << 10;
+
+std::chrono::milliseconds timeLeft(Clock::time_point deadline)
+{
+    return std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+}
+
+} // namespace
+
+BlockingExchange::BlockingExchange(const TransferLimits& limits)
+    : m_exchange(limits)
+{}
+
+void BlockingExchange::setConnection(std::unique_ptr<Connection> connection)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_connection.swap(connection); // the old one ends after the lock
+    m_isReused = false;
+}
+
+HttpReply BlockingExchange::perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                                    Clock::time_point started)
+{
+    const auto prepared = m_exchange.prepare(request, device, started);
+    if (prepared != IHttpVersionTrigger::Success) {
+        return m_exchange.finish(prepared, {});
+    }
+    const Clock::time_point deadline = started + timeLimit(request);
+    if (m_connection && !m_connection->isQuiet()) {
+        setConnection(nullptr);
+    }
+    while (true) {
+        if (m_aborted || device->isRemoved) {
+            setConnection(nullptr);
+            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedReason());
+        }
+        if (!m_connection) {
+            ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
+            if (!opened.connection) {
+                return m_exchange.finish(opened.state, opened.state == IHttpVersionTrigger::TimedOut
+                                                           ? timeOutReason(request)
+                                                           : opened.reason);
+            }
+            setConnection(std::move(opened.connection));
+            continue; // an abort() meanwhile has not seen the connection
+        }
+        const Exchange::Step step = transfer(deadline);
+        if (m_aborted) {
+            continue;
+        }
+        if (step == Exchange::Step::GoOn) {
+            setConnection(nullptr);
+            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutReason(request));
+        }
+        m_isReused = true;
+        if (step == Exchange::Step::AgainFresh ||
+            (step == Exchange::Step::Ended && !m_exchange.keepsConnection())) {
+            setConnection(nullptr);
+        }
+        if (step == Exchange::Step::Ended) {
+            return m_exchange.finish();
+        }
+    }
+}
+
+/// @return how the exchange goes on; GoOn when the time has passed.
+Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
+{
+    static thread_local std::array<char, BufferBytes> buffer;
+    auto left = timeLeft(deadline);
+    while (left.count() > 0 && !m_aborted) {
+        Exchange::Step step = m_exchange.send(*m_connection);
+        if (step != Exchange::Step::GoOn) {
+            return step;
+        }
+        // A device may answer, and end the connection, before it has heard all.
+        const bool mayAnswer = m_exchange.mayReceive() || m_connection->wait(true, left);
+        if (mayAnswer) {
+            const Connection::Result result =
+                m_exchange.mayReceive() ? m_connection->receiveWithin(left, buffer.data(), buffer.size())
+                                        : m_connection->receive(buffer.data(), buffer.size());
+            step = m_exchange.received(result, buffer.data(), m_isReused);
+            if (step != Exchange::Step::GoOn) {
+                return step;
+            }
+        }
+        left = timeLeft(deadline);
+    }
+    return Exchange::Step::GoOn;
+}
+
+void BlockingExchange::abort()
+{
+    m_aborted = true;
+    m_connector.abort();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_connection) {
+        m_connection->shutDown();
+    }
+}
+
+ConnectionPool::ConnectionPool(const TransferLimits& limits)
+    : m_limits(limits)
+    , m_maximumIdle(descriptorBudget(2, 1))
+{}
+
+HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                                   std::chrono::steady_clock::time_point started)
+{
+    const Sessions::iterator entry = acquire(device, request.daemon);
+    HttpReply reply = entry->session.perform(request, device, started);
+    release(entry);
+    return reply;
+}
+
+ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
+                                                           bool daemon)
+{
+    Sessions fresh;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto idle = m_lanes.find({device.get(), daemon});
+    if (idle != m_lanes.end() && !idle->second.empty()) {
+        const Sessions::iterator entry = idle->second.back();
+        idle->second.pop_back();
+        m_active.splice(m_active.end(), m_idle, entry);
+        return entry;
+    }
+    lock.unlock();
+    fresh.emplace_back(m_limits, device, daemon);
+    lock.lock();
+    if (m_closed) {
+        fresh.front().session.abort();
+    }
+    m_active.splice(m_active.end(), fresh);
+    return std::prev(m_active.end());
+}
+
+void ConnectionPool::release(Sessions::iterator entry)
+{
+    Sessions dropped; // destroyed after the lock is free: closing connections takes time
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
+        dropped.splice(dropped.end(), m_active, entry);
+        m_left.notify_all();
+        return;
+    }
+    std::vector<Sessions::iterator>& lane = m_lanes[entry->lane()];
+    if (!entry->session.isConnected() || lane.size() >= MaximumIdlePerLane) {
+        dropped.splice(dropped.end(), m_active, entry);
+        return;
+    }
+    lane.push_back(entry);
+    m_idle.splice(m_idle.end(), m_active, entry);
+    if (m_idle.size() > m_maximumIdle) {
+        dropOldest(dropped);
+    }
+}
+
+void ConnectionPool::dropOldest(Sessions& dropped)
+{
+    const auto lane = m_lanes.find(m_idle.front().lane());
+    lane->second.erase(lane->second.begin());
+    if (lane->second.empty()) {
+        m_lanes.erase(lane);
+    }
+    dropped.splice(dropped.end(), m_idle, m_idle.begin());
+}
+
+void ConnectionPool::abort(const QString& deviceKey)
+{
+    Sessions dropped;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (Entry& entry : m_active) {
+        if (entry.device->key == deviceKey) {
+            entry.session.abort();
+        }
+    }
+    for (auto entry = m_idle.begin(); entry != m_idle.end();) {
+        const auto next = std::next(entry);
+        if (entry->device->key == deviceKey) {
+            m_lanes.erase(entry->lane());
+            dropped.splice(dropped.end(), m_idle, entry);
+        }
+        entry = next;
+    }
+}
+
+void ConnectionPool::close()
+{
+    Sessions dropped;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_closed = true;
+    m_lanes.clear();
+    dropped.splice(dropped.end(), m_idle);
+    for (Entry& entry : m_active) {
+        entry.session.abort();
+    }
+    m_left.wait_for(lock, LeaveTime, [this] { return m_active.empty(); });
+}
+
+} // namespace Krelm::Communicator::HttpDevice

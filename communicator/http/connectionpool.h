@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_CONNECTIONPOOL_H
+#define COMMUNICATOR_HTTP_CONNECTIONPOOL_H
+
+#include "communicator/http/connector.h"
+#include "communicator/http/exchange.h"
+
+#include <condition_variable>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// An exchange on the caller's thread, with the connection that it keeps for the next one. One thread at a
+/// time performs; another may abort it meanwhile.
+class BlockingExchange
+{
+public:
+    explicit BlockingExchange(const TransferLimits& limits);
+
+    /// Performs the exchange and returns when it ended.
+    HttpReply perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                      std::chrono::steady_clock::time_point started);
+    /// Ends the exchange under way, and makes the session useless for another. From any thread.
+    void abort();
+    bool isAborted() const { return m_aborted; }
+    bool isConnected() const { return m_connection != nullptr; }
+
+private:
+    Exchange::Step transfer(std::chrono::steady_clock::time_point deadline);
+    void setConnection(std::unique_ptr<Connection> connection);
+
+    Exchange m_exchange;
+    BlockingConnector m_connector;
+    std::mutex m_mutex;                       ///< guards the end of m_connection against abort()
+    std::unique_ptr<Connection> m_connection; ///< changed by the performing thread only
+    bool m_isReused = false;                  ///< m_connection has served an exchange
+    std::atomic<bool> m_aborted{false};
+    Q_DISABLE_COPY_MOVE(BlockingExchange)
+};
+
+/// The sessions for blocking exchanges: those in use, and those that keep a connection for the next exchange
+/// with the same device, daemon exchanges apart. May be used from any thread.
+class ConnectionPool
+{
+public:
+    explicit ConnectionPool(const TransferLimits& limits);
+
+    /// Performs the exchange on the calling thread, on a kept connection where there is one.
+    HttpReply exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                       std::chrono::steady_clock::time_point started);
+    /// Aborts the exchanges with @p deviceKey and drops its connections.
+    void abort(const QString& deviceKey);
+    /// Aborts all exchanges and waits, for two seconds at most, until they have left. Later ones are refused.
+    void close();
+
+private:
+    /// Whom a connection leads to and for which traffic. A lane without a session may name a device that is
+    /// gone.
+    struct Lane
+    {
+        const Device* device;
+        bool daemon;
+        bool operator==(const Lane& other) const { return device == other.device && daemon == other.daemon; }
+    };
+    struct LaneHash
+    {
+        size_t operator()(const Lane& lane) const
+        {
+            return std::hash<const Device*>()(lane.device) ^ static_cast<size_t>(lane.daemon);
+        }
+    };
+    struct Entry
+    {
+        Entry(const TransferLimits& limits, std::shared_ptr<const Device> entryDevice, bool entryDaemon)
+            : session(limits)
+            , device(std::move(entryDevice))
+            , daemon(entryDaemon)
+        {}
+        Lane lane() const { return {device.get(), daemon}; }
+        BlockingExchange session;
+        const std::shared_ptr<const Device> device;
+        const bool daemon;
+    };
+    using Sessions = std::list<Entry>; ///< entries move between lists without being copied
+
+    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, bool daemon);
+    void release(Sessions::iterator entry);
+    void dropOldest(Sessions& dropped);
+
+    const TransferLimits m_limits;
+    const size_t m_maximumIdle;
+    std::mutex m_mutex; ///< guards all below
+    std::condition_variable m_left;
+    bool m_closed = false;
+    Sessions m_active;
+    Sessions m_idle; ///< the least recently used first
+    std::unordered_map<Lane, std::vector<Sessions::iterator>, LaneHash>
+        m_lanes; ///< the idle ones, oldest first
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/connector.h"
+
+#include "communicator/http/curlstate.h"
+#include "communicator/http/exchangereport.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <sys/socket.h>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+constexpr int PollMilliseconds = 1000; // libcurl returns earlier for its own timers
+
+using ErrorText = std::array<char, CURL_ERROR_SIZE>;
+
+// As libcurl does it, except that programs which the process starts do not inherit the connection.
+curl_socket_t openSocket(void* /*self*/, curlsocktype /*purpose*/, curl_sockaddr* address)
+{
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+/// A handle that opens a connection to @p device and sends nothing.
+CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText& error)
+{
+    CURL* const easy = curl_easy_init();
+    curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L);
+    curl_easy_setopt(easy, CURLOPT_URL, device.baseUrl.constData());
+    curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_SSL_ENABLE_ALPN, 0L);
+    curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
+    // Without it the end of a handle waits for a name lookup that still hangs.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    // 0 would stand for no limit at all.
+    const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+    error[0] = '\0';
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
+
+    const DeviceEndpoint& endpoint = device.endpoint;
+    if (!endpoint.caFile.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, QFile::encodeName(endpoint.caFile).constData());
+    }
+    if (!endpoint.pinnedKey.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, endpoint.pinnedKey.toLatin1().constData());
+    }
+    // A pinned key alone says which device is meant; its certificate is then commonly signed by the device
+    // itself.
+    const bool pinOnly = !endpoint.pinnedKey.isEmpty() && endpoint.caFile.isEmpty();
+    if (!endpoint.verifyTls || pinOnly) {
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
+        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
+    }
+    return easy;
+}
+
+ConnectResult failure(CURLcode code, const ErrorText& error)
+{
+    ConnectResult result;
+    result.state = stateOfCurlCode(code);
+    result.reason =
+        error[0] != '\0' ? QString::fromUtf8(error.data()) : QString::fromUtf8(curl_easy_strerror(code));
+    return result;
+}
+
+int socketOf(CURL* easy)
+{
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(easy, CURLINFO_ACTIVESOCKET, &socket);
+    return socket;
+}
+
+/// The connection that @p easy has opened. @p release ends the handle, at once when there is no TLS.
+ConnectResult opened(const Device& device, CURL* easy, std::function<void()> release)
+{
+    ConnectResult result;
+    const int socket = socketOf(easy);
+    if (!device.isTls) {
+        // The socket is all there is to the connection: keeping it alone spares the memory of the handle.
+        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, 0);
+        release();
+        if (own >= 0) {
+            result.connection = std::make_unique<Connection>(own);
+            return result;
+        }
+    } else {
+        result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
+        // Also has libcurl know from now on that the connection is in use.
+        char byte = 0;
+        if (result.connection->receive(&byte, 1).status == Connection::Status::Waiting) {
+            return result;
+        }
+        result.connection.reset();
+    }
+    result.state = IHttpVersionTrigger::Broken;
+    result.reason = QStringLiteral("the connection was lost as soon as it was open");
+    return result;
+}
+
+} // namespace
+
+ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
+{
+    ErrorText error;
+    CURLM* const multi = curl_multi_init();
+    CURL* const easy = newHandle(device, limit, error);
+    const auto release = [multi, easy] {
+        curl_multi_remove_handle(multi, easy);
+        curl_easy_cleanup(easy);
+        curl_multi_cleanup(multi);
+    };
+    curl_multi_add_handle(multi, easy);
+    bool aborted = false;
+    const auto setMulti = [&](CURLM* connecting) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_multi = connecting;
+        aborted = m_aborted;
+    };
+    setMulti(multi);
+    int running = 1;
+    while (!aborted) {
+        curl_multi_perform(multi, &running);
+        if (running == 0) {
+            break;
+        }
+        curl_multi_poll(multi, nullptr, 0, PollMilliseconds, nullptr);
+        setMulti(multi);
+    }
+    setMulti(nullptr);
+    int queued = 0;
+    const CURLMsg* const message = curl_multi_info_read(multi, &queued);
+    if (aborted || message == nullptr) {
+        release();
+        ConnectResult result;
+        result.state = IHttpVersionTrigger::Aborted;
+        result.reason = abortedReason();
+        return result;
+    }
+    if (message->data.result != CURLE_OK) {
+        ConnectResult result = failure(message->data.result, error);
+        release();
+        return result;
+    }
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
+    return opened(device, easy, release);
+}
+
+void BlockingConnector::abort()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_aborted = true;
+    if (m_multi != nullptr) {
+        curl_multi_wakeup(m_multi);
+    }
+}
+
+struct Connector::Pending
+{
+    std::shared_ptr<const Device> device;
+    ErrorText error;
+    Done done;
+};
+
+// libcurl must never close a connection to make room: what it takes for idle ones are ours.
+Connector::Connector(IoLoop& loop)
+    : m_multi(loop, 1L << 20)
+{}
+
+Connector::~Connector()
+{
+    while (!m_pending.empty()) {
+        cancel(m_pending.begin()->first);
+    }
+}
+
+Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& device,
+                                      std::chrono::milliseconds limit, Done done)
+{
+    auto pending = std::make_unique<Pending>();
+    pending->device = device;
+    pending->done = std::move(done);
+    CURL* const easy = newHandle(*device, limit, pending->error);
+    m_pending.emplace(easy, std::move(pending));
+    m_multi.add(easy, [this, easy](CURLcode code) { finished(easy, code); });
+    return easy;
+}
+
+void Connector::cancel(Attempt attempt)
+{
+    m_pending.erase(attempt);
+    m_multi.remove(attempt);
+    curl_easy_cleanup(attempt);
+}
+
+void Connector::finished(CURL* easy, CURLcode code)
+{
+    auto node = m_pending.extract(easy);
+    const std::unique_ptr<Pending> pending = std::move(node.mapped());
+    const auto release = [this, easy] {
+        m_multi.remove(easy);
+        curl_easy_cleanup(easy);
+    };
+    if (code != CURLE_OK) {
+        ConnectResult result = failure(code, pending->error);
+        release();
+        pending->done(std::move(result));
+        return;
+    }
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
+    pending->done(opened(*pending->device, easy, release));
+}
+
+} // namespace Krelm::Communicator::HttpDevice

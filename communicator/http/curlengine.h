@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_CURLENGINE_H
+#define COMMUNICATOR_HTTP_CURLENGINE_H
+
+#include "communicator/http/connectionpool.h"
+#include "communicator/httpengine.h"
+
+#include <atomic>
+#include <memory>
+
+namespace Krelm::Communicator::HttpDevice {
+
+class IoLoop;
+class RequestQueue;
+
+/// The built-in engine. Blocking exchanges run on their caller's thread, the others on the loop's.
+/// May be used from any thread.
+class CurlEngine : public HttpEngine
+{
+public:
+    CurlEngine(std::shared_ptr<const DeviceRegistry> registry, std::shared_ptr<IoLoop> loop,
+               const TransferLimits& limits = {});
+    ~CurlEngine() override;
+
+    HttpReply exchange(const HttpRequest& request) override;
+    bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) override;
+
+    /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
+    void abort(const QString& deviceKey);
+    /// Ends all exchanges with `Aborted`; later ones end so at once.
+    void stop();
+
+private:
+    struct Lanes;
+    ConnectionPool m_pool;
+    const std::shared_ptr<const DeviceRegistry> m_registry;
+    const std::shared_ptr<IoLoop> m_loop;
+    const std::shared_ptr<Lanes> m_lanes; ///< touched on the loop's thread only
+    std::atomic<bool> m_stopped{false};
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

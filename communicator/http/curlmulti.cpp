@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/curlmulti.h"
+
+#include <sys/epoll.h>
+#include <utility>
+
+namespace Krelm::Communicator::HttpDevice {
+
+CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
+    : m_loop(loop)
+    , m_multi(curl_multi_init())
+{
+    // Without it libcurl keeps four per running transfer, and a round through many devices reconnects every
+    // time.
+    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, keptConnections);
+    curl_multi_setopt(m_multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_NOTHING));
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
+    curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
+    curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+}
+
+CurlMulti::~CurlMulti()
+{
+    curl_multi_cleanup(m_multi);
+    for (const auto& timer : {m_timer, m_nudge}) {
+        if (timer) {
+            m_loop.stopTimer(*timer);
+        }
+    }
+}
+
+void CurlMulti::add(CURL* easy, Finished finished)
+{
+    m_transfers[easy] = std::move(finished);
+    curl_multi_add_handle(m_multi, easy);
+}
+
+void CurlMulti::remove(CURL* easy)
+{
+    m_transfers.erase(easy);
+    curl_multi_remove_handle(m_multi, easy);
+}
+
+int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* /*socketData*/)
+{
+    auto* const multi = static_cast<CurlMulti*>(self);
+    if (what == CURL_POLL_REMOVE) {
+        // Only an attempt to connect that libcurl gives up is closed before it is taken out here.
+        if (!multi->m_loop.unwatch(socket)) {
+            multi->nudge(easy);
+        }
+        return 0;
+    }
+    const bool in = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
+    const bool out = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
+    multi->m_loop.watch(socket, (in ? std::uint32_t(EPOLLIN) : 0U) | (out ? std::uint32_t(EPOLLOUT) : 0U),
+                        [multi, socket](std::uint32_t events) {
+                            const bool failed = (events & (EPOLLERR | EPOLLHUP)) != 0;
+                            multi->act(socket, ((events & EPOLLIN) != 0 || failed ? CURL_CSELECT_IN : 0) |
+                                                   ((events & EPOLLOUT) != 0 ? CURL_CSELECT_OUT : 0) |
+                                                   (failed ? CURL_CSELECT_ERR : 0));
+                        });
+    return 0;
+}
+
+// After an attempt to connect that failed libcurl goes on with the name's next address when it looks at the
+// transfer again, and sets no timer for that: left alone, it looks when the time limit has passed.
+void CurlMulti::nudge(CURL* easy)
+{
+    m_stalled.push_back(easy);
+    if (!m_nudge) {
+        m_nudge = m_loop.startTimer(IoLoop::Clock::now(), [this] { nudgeStalled(); });
+    }
+}
+
+void CurlMulti::nudgeStalled()
+{
+    m_nudge.reset();
+    for (CURL* const easy : std::exchange(m_stalled, {})) {
+        if (m_transfers.find(easy) != m_transfers.end()) {
+            curl_easy_pause(easy, CURLPAUSE_ALL);
+            curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
+    settleFinished();
+}
+
+int CurlMulti::onTimer(CURLM* /*multi*/, long milliseconds, void* self)
+{
+    auto* const multi = static_cast<CurlMulti*>(self);
+    if (multi->m_timer) {
+        multi->m_loop.stopTimer(*multi->m_timer);
+        multi->m_timer.reset();
+    }
+    if (milliseconds >= 0) {
+        multi->m_timer = multi->m_loop.startTimer(
+            IoLoop::Clock::now() + std::chrono::milliseconds(milliseconds), [multi] { multi->actOnTimer(); });
+    }
+    return 0;
+}
+
+void CurlMulti::actOnTimer()
+{
+    m_timer.reset();
+    act(CURL_SOCKET_TIMEOUT, 0);
+}
+
+void CurlMulti::act(curl_socket_t socket, int events)
+{
+    int running = 0;
+    curl_multi_socket_action(m_multi, socket, events, &running);
+    settleFinished();
+}
+
+void CurlMulti::settleFinished()
+{
+    int queued = 0;
+    while (const CURLMsg* const message = curl_multi_info_read(m_multi, &queued)) {
+        if (message->msg != CURLMSG_DONE) {
+            continue;
+        }
+        CURL* const easy = message->easy_handle;
+        const CURLcode code = message->data.result;
+        auto transfer = m_transfers.extract(easy);
+        if (!transfer.empty()) {
+            transfer.mapped()(code);
+        }
+    }
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_CURLMULTI_H
+#define COMMUNICATOR_HTTP_CURLMULTI_H
+
+#include "communicator/runtime/ioloop.h"
+
+#include <curl/curl.h>
+#include <functional>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// Drives any number of libcurl transfers on an IoLoop, with a connection cache of its own. Used on the
+/// loop's thread only.
+class CurlMulti
+{
+public:
+    using Finished = std::function<void(CURLcode)>;
+
+    /// @p keptConnections bounds the connections kept for later transfers.
+    CurlMulti(IoLoop& loop, long keptConnections);
+    /// No transfer may be left.
+    ~CurlMulti();
+
+    /// Starts a transfer; @p finished is called once, later. The handle stays until remove(), and with it the
+    /// connection that it opened.
+    void add(CURL* easy, Finished finished);
+    /// Takes a handle out, and breaks its transfer off if that goes on; `finished` is not called then.
+    void remove(CURL* easy);
+
+private:
+    void settleFinished();
+    static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
+    static int onTimer(CURLM* multi, long milliseconds, void* self);
+    void nudge(CURL* easy);
+    void nudgeStalled();
+    void act(curl_socket_t socket, int events);
+    void actOnTimer();
+
+    IoLoop& m_loop;
+    CURLM* m_multi;
+    std::optional<IoLoop::TimerId> m_timer;
+    std::unordered_map<CURL*, Finished> m_transfers;
+    std::optional<IoLoop::TimerId> m_nudge;
+    std::vector<CURL*> m_stalled; ///< to be nudged; what has ended since is left alone
+    Q_DISABLE_COPY_MOVE(CurlMulti)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

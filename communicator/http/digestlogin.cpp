@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/digestlogin.h"
+
+#include <QCryptographicHash>
+#include <QList>
+#include <QRandomGenerator>
+#include <QVector>
+
+#include <cstring>
+#include <optional>
+#include <utility>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+struct Parameter
+{
+    QByteArray name; ///< lower case; of a scheme, the scheme with an empty value
+    QByteArray value;
+    bool isScheme = false;
+};
+
+bool isTokenCharacter(char c)
+{
+    return c > 0x20 && c < 0x7F && !strchr("()<>@,;:\\\"/[]?={}", c);
+}
+
+// The schemes and parameters of a list of challenges in their order (RFC 9110, 11.6.1). Lenient: what cannot
+// be read ends the list.
+QVector<Parameter> parametersOf(const QByteArray& text)
+{
+    QVector<Parameter> list;
+    int at = 0;
+    const auto skip = [&](const char* characters) {
+        while (at < text.size() && text[at] != '\0' && strchr(characters, text[at])) {
+            ++at;
+        }
+    };
+    const auto token = [&] {
+        const int start = at;
+        while (at < text.size() && isTokenCharacter(text[at])) {
+            ++at;
+        }
+        return text.mid(start, at - start);
+    };
+    while (true) {
+        skip(" \t,");
+        Parameter parameter;
+        parameter.name = token().toLower();
+        if (parameter.name.isEmpty()) {
+            return list;
+        }
+        const int afterName = at;
+        skip(" \t");
+        if (at < text.size() && text[at] == '=') {
+            ++at;
+            skip(" \t");
+            if (at < text.size() && text[at] == '"') {
+                for (++at; at < text.size() && text[at] != '"'; ++at) {
+                    if (text[at] == '\\' && at + 1 < text.size()) {
+                        ++at;
+                    }
+                    parameter.value += text[at];
+                }
+                ++at;
+            } else {
+                parameter.value = token();
+            }
+        } else {
+            parameter.isScheme = true;
+            at = afterName;
+        }
+        list.append(parameter);
+    }
+}
+
+/// The hash that @p algorithm names; none for one that is not known here.
+std::optional<QCryptographicHash::Algorithm> hashOf(QByteArray algorithm)
+{
+    algorithm = algorithm.toLower();
+    if (algorithm.isEmpty() || algorithm == "md5" || algorithm == "md5-sess") {
+        return QCryptographicHash::Md5;
+    }
+    if (algorithm == "sha-256" || algorithm == "sha-256-sess") {
+        return QCryptographicHash::Sha256;
+    }
+    return std::nullopt;
+}
+
+QByteArray quoted(QByteArray text)
+{
+    return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"';
+}
+
+} // namespace
+
+DigestLogin::DigestLogin(const QString& user, const QString& password)
+    : m_user(user.toUtf8())
+    , m_password(password.toUtf8())
+{}
+
+// The strongest challenge that can be answered; of equal ones the first.
+bool DigestLogin::parse(const QString& challenges, Challenge& best)
+{
+    const QVector<Parameter> parameters = parametersOf(challenges.toUtf8());
+    bool found = false;
+    for (int i = 0; i < parameters.size(); ++i) {
+        if (!parameters[i].isScheme || parameters[i].name != "digest") {
+            continue;
+        }
+        Challenge challenge;
+        bool knownQop = true;
+        for (int j = i + 1; j < parameters.size() && !parameters[j].isScheme; ++j) {
+            const QByteArray& name = parameters[j].name;
+            const QByteArray& value = parameters[j].value;
+            if (name == "realm") {
+                challenge.realm = value;
+            } else if (name == "nonce") {
+                challenge.nonce = value;
+            } else if (name == "opaque") {
+                challenge.opaque = value;
+                challenge.hasOpaque = true;
+            } else if (name == "algorithm") {
+                challenge.algorithm = value;
+            } else if (name == "stale") {
+                challenge.stale = value.toLower() == "true";
+            } else if (name == "userhash") {
+                challenge.hashesUser = value.toLower() == "true";
+            } else if (name == "qop") {
+                knownQop = false;
+                for (const QByteArray& option : value.toLower().split(',')) {
+                    knownQop = knownQop || option.trimmed() == "auth";
+                }
+                challenge.hasQop = knownQop;
+            }
+        }
+        const auto hash = hashOf(challenge.algorithm);
+        if (challenge.nonce.isEmpty() || !knownQop || !hash) {
+            continue;
+        }
+        if (!found ||
+            (*hash == QCryptographicHash::Sha256 && hashOf(best.algorithm) == QCryptographicHash::Md5)) {
+            best = challenge;
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& authorization)
+{
+    Challenge challenge;
+    if (!parse(challenges, challenge)) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    // Another request may have taken a newer nonce meanwhile: it was not this device's last word on our
+    // answer.
+    const bool answeredThis = m_isKnown && authorization.contains("nonce=" + quoted(m_challenge.nonce));
+    const bool refused = answeredThis && !challenge.stale && challenge.nonce == m_challenge.nonce;
+    if (!m_isKnown || challenge.nonce != m_challenge.nonce) {
+        m_challenge = challenge;
+        m_isKnown = true;
+        m_count = 0;
+    }
+    return !refused;
+}
+
+QByteArray DigestLogin::authorization(const QByteArray& method, const QByteArray& target)
+{
+    Challenge challenge;
+    QByteArray count;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_isKnown) {
+            return {};
+        }
+        challenge = m_challenge;
+        count = QByteArray::number(++m_count, 16).rightJustified(8, '0');
+    }
+    const QCryptographicHash::Algorithm algorithm = *hashOf(challenge.algorithm);
+    const auto hash = [algorithm](const QByteArray& text) {
+        return QCryptographicHash::hash(text, algorithm).toHex();
+    };
+    const QByteArray client =
+        QByteArray::number(QRandomGenerator::system()->generate64(), 16).rightJustified(16, '0');
+    QByteArray secret = hash(m_user + ':' + challenge.realm + ':' + m_password);
+    if (challenge.algorithm.toLower().endsWith("-sess")) {
+        secret = hash(secret + ':' + challenge.nonce + ':' + client);
+    }
+    const QByteArray request = hash(method + ':' + target);
+    const QByteArray response =
+        challenge.hasQop
+            ? hash(secret + ':' + challenge.nonce + ':' + count + ':' + client + ":auth:" + request)
+            : hash(secret + ':' + challenge.nonce + ':' + request);
+
+    QByteArray value =
+        "Digest username=" + quoted(challenge.hashesUser ? hash(m_user + ':' + challenge.realm) : m_user) +
+        ", realm=" + quoted(challenge.realm) + ", nonce=" + quoted(challenge.nonce) +
+        ", uri=" + quoted(target) + ", response=\"" + response + '"';
+    if (!challenge.algorithm.isEmpty()) {
+        value += ", algorithm=" + challenge.algorithm;
+    }
+    if (challenge.hasOpaque) {
+        value += ", opaque=" + quoted(challenge.opaque);
+    }
+    if (challenge.hasQop || challenge.algorithm.toLower().endsWith("-sess")) {
+        value += ", cnonce=\"" + client + '"';
+    }
+    if (challenge.hasQop) {
+        value += ", qop=auth, nc=" + count;
+    }
+    if (challenge.hashesUser) {
+        value += ", userhash=true";
+    }
+    return value;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/exchange.h"
+
+#include "communicator/http/requesthead.h"
+#include "communicator/http/requesturl.h"
+
+#include <algorithm>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
+constexpr int MaximumChallenges = 2;
+
+bool hasControl(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
+        return character.unicode() < 0x20 || character.unicode() == 0x7F;
+    });
+}
+
+} // namespace
+
+QString faultOfRequest(const HttpRequest& request)
+{
+    if (request.path.isEmpty()) {
+        return QStringLiteral("there is no path");
+    }
+    for (const QString& value : request.placeHolders) {
+        if (hasControl(value)) {
+            return QStringLiteral("a placeholder holds a control character");
+        }
+    }
+    return faultOfHeaders(request.headers);
+}
+
+Exchange::Exchange(const TransferLimits& limits)
+    : m_reader(limits)
+{}
+
+IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& request,
+                                                       const std::shared_ptr<const Device>& device,
+                                                       std::chrono::steady_clock::time_point started)
+{
+    m_request = &request;
+    m_device = device;
+    m_started = started;
+    m_target.clear();
+    m_head.clear();
+    m_headSent = 0;
+    m_sendFailed = false;
+    m_challenges = 0;
+    m_wasRepeated = false;
+    m_bytesSent = 0;
+    m_told = {};
+    m_reader.reset();
+    m_body.clear();
+    m_fault = faultOfRequest(request);
+    if (!m_fault.isEmpty()) {
+        return IHttpVersionTrigger::InvalidRequest;
+    }
+    if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
+        m_fault = m_reader.reason();
+        return IHttpVersionTrigger::FileFailure;
+    }
+    if (request.multipart) {
+        const auto state = m_body.setForm(request.parts);
+        if (state != IHttpVersionTrigger::Success) {
+            m_fault = m_body.error();
+            return state;
+        }
+    } else {
+        m_body.setBytes(request.body);
+    }
+    m_target = requestTarget(request.path, request.placeHolders, request.parameters);
+    if (m_target.isEmpty()) {
+        m_fault = QStringLiteral("the path and the query are too long together");
+        return IHttpVersionTrigger::InvalidRequest;
+    }
+    writeHead();
+    return IHttpVersionTrigger::Success;
+}
+
+void Exchange::writeHead()
+{
+    const bool carriesBody = m_request->method == HttpMethod::Put || m_request->method == HttpMethod::Post;
+    RequestHead head;
+    head.method = verbOf(m_request->method);
+    head.target = m_target;
+    head.headers = m_request->headers;
+    head.contentType = m_body.contentType();
+    head.contentLength = carriesBody || m_body.size() > 0 ? m_body.size() : -1;
+    m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
+}
+
+void Exchange::startAnew()
+{
+    m_bytesSent += m_body.sent();
+    m_body.rewind();
+    m_headSent = 0;
+    m_sendFailed = false;
+    m_reader.restart();
+}
+
+Exchange::Step Exchange::send(Connection& connection)
+{
+    while (!mayReceive()) {
+        const Bytes head{m_head.constData() + m_headSent,
+                         static_cast<std::size_t>(m_head.size() - m_headSent)};
+        const Bytes body = m_body.next();
+        if (m_body.hasFailed()) {
+            m_fault = m_body.error();
+            return Step::Ended;
+        }
+        const bool more = m_body.sent() + static_cast<qint64>(body.size) < m_body.size();
+        const Connection::Result result = connection.send(head, body, more);
+        if (result.status == Connection::Status::Waiting) {
+            return Step::GoOn;
+        }
+        if (result.status != Connection::Status::Moved) {
+            if (m_headSent == 0 && !m_wasRepeated) {
+                m_wasRepeated =
+                    true; // nothing of it has left: it may go out elsewhere, whatever it does there
+                return Step::AgainFresh;
+            }
+            m_sendFailed = true; // the device may have answered before it closed
+        }
+        const std::size_t ofHead = std::min(result.bytes, head.size);
+        m_headSent += static_cast<int>(ofHead);
+        m_body.consume(result.bytes - ofHead);
+        tellProgress();
+    }
+    return Step::GoOn;
+}
+
+Exchange::Step Exchange::received(const Connection::Result& result, const char* bytes, bool isReused)
+{
+    switch (result.status) {
+    case Connection::Status::Waiting:
+        return Step::GoOn;
+    case Connection::Status::Moved: {
+        const ResponseParser::State state = m_reader.feed(bytes, result.bytes);
+        tellProgress();
+        if (state == ResponseParser::State::Reading) {
+            return Step::GoOn;
+        }
+        return state == ResponseParser::State::Complete ? completed() : Step::Ended;
+    }
+    case Connection::Status::Closed:
+    case Connection::Status::Failed:
+        break;
+    }
+    if (!m_reader.hasBegun()) {
+        return lost(isReused);
+    }
+    // A reset may have swallowed the end of the reply.
+    if (result.status == Connection::Status::Closed && m_reader.end() == ResponseParser::State::Complete) {
+        return completed();
+    }
+    return Step::Ended;
+}
+
+// The connection ended without a byte of a reply. On a kept one the device may have closed it just as the
+// request was sent, and a read does no harm twice; a write may have been carried out.
+Exchange::Step Exchange::lost(bool isReused)
+{
+    if (isReused && !m_wasRepeated && m_request->method == HttpMethod::Get) {
+        m_wasRepeated = true;
+        startAnew();
+        return Step::AgainFresh;
+    }
+    if (isReused && m_request->method != HttpMethod::Get) {
+        m_fault = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+    }
+    return Step::Ended;
+}
+
+// A 401 says that the device did not do what was asked (RFC 9110, 15.5.2), so that the request may follow
+// once more, with the answer to the challenge.
+Exchange::Step Exchange::completed()
+{
+    if (m_reader.status() != 401 || !m_device->digest || m_challenges == MaximumChallenges ||
+        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")),
+                                         m_authorization)) {
+        return Step::Ended;
+    }
+    ++m_challenges;
+    const bool here = keepsConnection();
+    startAnew();
+    writeHead();
+    return here ? Step::AgainHere : Step::AgainFresh;
+}
+
+void Exchange::tellProgress()
+{
+    if (!isProgressObserved()) {
+        return;
+    }
+    const TransferSizes sizes{m_body.sent(), m_body.size() > 0 ? m_body.size() : -1, m_reader.received(),
+                              m_reader.expected()};
+    if (!(sizes == m_told)) {
+        m_told = sizes;
+        reportProgress(*m_request, m_target, sizes);
+    }
+}
+
+HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+{
+    if (m_body.hasFailed()) {
+        outcome = IHttpVersionTrigger::FileFailure;
+    }
+    HttpReply reply = m_reader.finish(outcome);
+    ExchangeSummary summary;
+    summary.started = m_started;
+    summary.target = m_target;
+    summary.status = reply.status;
+    summary.state = reply.state;
+    summary.bytesSent = m_bytesSent + m_body.sent();
+    summary.bytesReceived = m_reader.received();
+    summary.reply = reply.body;
+    summary.reason = !m_fault.isEmpty() ? m_fault : m_reader.reason().isEmpty() ? reason : m_reader.reason();
+    if (reply.state == IHttpVersionTrigger::Success) {
+        summary.reason.clear();
+    }
+    reportExchange(*m_request, summary);
+    m_body.clear();
+    m_request = nullptr;
+    m_device.reset();
+    return reply;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_EXCHANGEREPORT_H
+#define COMMUNICATOR_HTTP_EXCHANGEREPORT_H
+
+#include "communicator/httpengine.h"
+
+#include <chrono>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// `GET`, `PUT`, `POST` or `DELETE`.
+const char* verbOf(HttpMethod method);
+
+/// What one exchange leaves behind for people: the outcome and what led to it.
+struct ExchangeSummary
+{
+    std::chrono::steady_clock::time_point started;
+    QByteArray target; ///< path and query as sent; empty: nothing was sent
+    int status = 0;
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
+    QString reason; ///< why it failed, without a secret
+    qint64 bytesSent = 0;
+    qint64 bytesReceived = 0;
+    QByteArray reply;
+};
+
+/// How much of an exchange's bodies travelled.
+struct TransferSizes
+{
+    qint64 sent = 0;
+    qint64 toSend = -1; ///< -1: not known
+    qint64 received = 0;
+    qint64 toReceive = -1; ///< -1: not known
+
+    bool operator==(const TransferSizes& other) const
+    {
+        return sent == other.sent && toSend == other.toSend && received == other.received &&
+               toReceive == other.toReceive;
+    }
+};
+
+/// Counts an exchange that begins and that reportExchange() will tell of. May be called from any thread.
+void countExchange();
+
+/// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in
+/// any case. May be called from any thread; says nothing once the transport is closed.
+void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);
+
+/// Whether somebody wants to hear of exchanges under way. May be called from any thread; costs next to
+/// nothing.
+bool isProgressObserved();
+
+/// Tells the observer of an exchange under way. May be called from any thread; says nothing once the
+/// transport is closed.
+void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
+
+/// The reply to a request of which nothing is sent; reports it.
+HttpReply refuse(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
+                 const QString& reason, std::chrono::steady_clock::time_point started);
+
+/// How long @p request may take.
+std::chrono::milliseconds timeLimit(const HttpRequest& request);
+/// Why an exchange that took longer failed.
+QString timeOutReason(const HttpRequest& request);
+/// Why an exchange ended with `Aborted`.
+QString abortedReason();
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/replyreader.h"
+
+#include "communicator/http/headername.h"
+
+#include <json/jsonreader.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <utility>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// A length that a reply merely claims reserves no more than this.
+constexpr qint64 MaximumReserve = 1 << 20;
+// Room behind the text, which spares the JSON reader a copy.
+constexpr qint64 Padding = 64;
+
+// Of all replies that are coming in, on all threads.
+std::atomic<qint64> bodiesInMemory{0};
+
+} // namespace
+
+ReplyReader::ReplyReader(const TransferLimits& limits)
+    : m_limits(limits)
+    , m_parser(*this, limits)
+{}
+
+ReplyReader::~ReplyReader()
+{
+    uncountBody();
+}
+
+bool ReplyReader::countBody(qint64 size)
+{
+    m_counted += size;
+    return bodiesInMemory.fetch_add(size) + size <= m_limits.allBodiesBytes;
+}
+
+void ReplyReader::uncountBody()
+{
+    bodiesInMemory -= std::exchange(m_counted, 0);
+}
+
+void ReplyReader::reset()
+{
+    m_file.reset();
+    restart();
+}
+
+void ReplyReader::restart()
+{
+    m_parser.reset();
+    m_refusal = IHttpVersionTrigger::Success;
+    m_reason.clear();
+    m_status = 0;
+    m_headComplete = false;
+    m_length = -1;
+    m_untilClose = false;
+    m_headers.clear();
+    m_body.clear();
+    uncountBody();
+    m_received = 0;
+}
+
+bool ReplyReader::storeIn(const QString& path)
+{
+    m_file = std::make_unique<WholeFile>(path);
+    if (!m_file->open()) {
+        failFile();
+        m_file.reset();
+        return false;
+    }
+    return true;
+}
+
+QString ReplyReader::header(const QString& name) const
+{
+    return findHeader(m_headers, name) == m_headers.cend() ? QString() : *findHeader(m_headers, name);
+}
+
+qint64 ReplyReader::bodyLimit() const
+{
+    return m_file && hasSuccessStatus() ? m_limits.downloadBytes : m_limits.bodyBytes;
+}
+
+IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::HttpSimpleState state,
+                                                       const QString& reason)
+{
+    m_reason = reason;
+    return state;
+}
+
+IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
+{
+    return fail(IHttpVersionTrigger::FileFailure,
+                QStringLiteral("the destination cannot be written: ") + m_file->reason());
+}
+
+bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)
+{
+    m_refusal = state;
+    return false;
+}
+
+void ReplyReader::responseField(std::string_view name, std::string_view value)
+{
+    const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
+    const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
+    // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
+    const auto earlier = findHeader(m_headers, spelled);
+    if (earlier == m_headers.cend()) {
+        m_headers.insert(spelled, text);
+    } else {
+        m_headers.insert(earlier.key(), *earlier + QLatin1String(", ") + text);
+    }
+}
+
+bool ReplyReader::responseHead(const ResponseParser::Head& head)
+{
+    m_headComplete = true;
+    m_status = head.status;
+    m_length = head.length;
+    m_untilClose = head.untilClose;
+    if (m_length > bodyLimit()) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
+    }
+    // A part of something would pass for the whole.
+    if (m_status == 206) {
+        return breakOff(fail(IHttpVersionTrigger::Broken,
+                             QStringLiteral("the device sent a part (206), which nobody asked for")));
+    }
+    return true;
+}
+
+bool ReplyReader::responseBody(const char* bytes, std::size_t count)
+{
+    const auto size = static_cast<qint64>(count);
+    if (m_received + size > bodyLimit()) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
+    }
+    m_received += size;
+    if (m_file && hasSuccessStatus()) {
+        return m_file->write(bytes, size) || breakOff(failFile());
+    }
+    if (!countBody(size)) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
+                             QStringLiteral("the replies that are coming in together are too large")));
+    }
+    if (m_body.isEmpty()) {
+        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), MaximumReserve) + Padding));
+    }
+    m_body.append(bytes, static_cast<int>(size));
+    return true;
+}
+
+IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::HttpSimpleState exchange)
+{
+    if (m_refusal != IHttpVersionTrigger::Success) {
+        return m_refusal;
+    }
+    if (exchange != IHttpVersionTrigger::Success) {
+        return exchange;
+    }
+    switch (m_parser.state()) {
+    case ResponseParser::State::Malformed:
+        return fail(IHttpVersionTrigger::Broken, m_parser.error());
+    case ResponseParser::State::TooLarge:
+        return fail(IHttpVersionTrigger::LimitExceeded, m_parser.error());
+    case ResponseParser::State::Complete:
+        break;
+    default:
+        return fail(IHttpVersionTrigger::Broken,
+                    !m_parser.hasBegun() ? QStringLiteral("the connection ended without a reply")
+                    : m_headComplete     ? QStringLiteral("the connection ended within the reply's body")
+                                         : QStringLiteral("the connection ended within the reply's head"));
+    }
+    if (!hasSuccessStatus()) {
+        return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(m_status));
+    }
+    // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
+    // whether it was.
+    if (m_untilClose && (m_file || !JsonText::isComplete(m_body))) {
+        return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
+    }
+    if (m_file && !m_file->commit()) {
+        return failFile();
+    }
+    return IHttpVersionTrigger::Success;
+}
+
+HttpReply ReplyReader::finish(IHttpVersionTrigger::HttpSimpleState exchange)
+{
+    HttpReply reply;
+    reply.state = judge(exchange);
+    m_file.reset();
+    if (m_headComplete) {
+        reply.status = m_status;
+        reply.headers = std::move(m_headers);
+    }
+    if (reply.state == IHttpVersionTrigger::Success || reply.state == IHttpVersionTrigger::HttpFailure) {
+        reply.body = std::move(m_body);
+    }
+    m_headers.clear();
+    m_body.clear();
+    uncountBody();
+    return reply;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

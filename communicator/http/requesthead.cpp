@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/requesthead.h"
+
+#include "communicator/http/transferlimits.h"
+
+#include <algorithm>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// RFC 9110, 5.6.2
+bool isToken(const QString& text)
+{
+    return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), [](QChar character) {
+        const ushort code = character.unicode();
+        return code > 0x20 && code < 0x7F && !QStringLiteral("()<>@,;:\\\"/[]?={}").contains(character);
+    });
+}
+
+bool isNamed(const QString& name, const char* wanted)
+{
+    return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
+}
+
+bool hasControl(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
+        return character.unicode() < 0x20 || character.unicode() == 0x7F;
+    });
+}
+
+QByteArray loginOf(const Device& device, const RequestHead& head)
+{
+    using Login = DeviceEndpoint::Login;
+    const DeviceEndpoint& endpoint = device.endpoint;
+    switch (endpoint.login) {
+    case Login::Basic:
+        return "Basic " + (endpoint.user.toUtf8() + ':' + endpoint.secret.toUtf8()).toBase64();
+    case Login::Bearer:
+        return "Bearer " + endpoint.secret.toUtf8();
+    case Login::Digest:
+        return device.digest->authorization(head.method, head.target);
+    case Login::None:
+        break;
+    }
+    return {};
+}
+
+} // namespace
+
+QString faultOfHeaders(const QMap<QString, QString>& headers)
+{
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
+        if (it.key().size() > MaximumHeaderLength || it.value().size() > MaximumHeaderLength) {
+            return QStringLiteral("a header's name or value is too long");
+        }
+        // The transport frames the message itself: a second Content-Length would desynchronise the
+        // connection.
+        if (!isToken(it.key()) || isNamed(it.key(), "content-length") ||
+            isNamed(it.key(), "transfer-encoding") || hasControl(it.value())) {
+            return QStringLiteral("a header's name or value cannot be sent");
+        }
+    }
+    return {};
+}
+
+QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& authorization)
+{
+    QByteArray text;
+    text.reserve(256 + head.target.size());
+    text += head.method + ' ' + head.target + " HTTP/1.1\r\n";
+    bool hasHost = false;
+    bool hasAccept = false;
+    bool hasLogin = false;
+    QByteArray own;
+    for (auto it = head.headers.cbegin(); it != head.headers.cend(); ++it) {
+        if (!head.contentType.isEmpty() && isNamed(it.key(), "content-type")) {
+            continue; // only the transport knows the boundary
+        }
+        hasHost = hasHost || isNamed(it.key(), "host");
+        hasAccept = hasAccept || isNamed(it.key(), "accept");
+        hasLogin = hasLogin || isNamed(it.key(), "authorization");
+        const QByteArray value = it->toUtf8().trimmed();
+        own += it.key().toLatin1() + (value.isEmpty() ? QByteArrayLiteral(":") : ": " + value) + "\r\n";
+    }
+    if (!hasHost) {
+        text += "Host: " + device.authority + "\r\n";
+    }
+    authorization = hasLogin ? QByteArray() : loginOf(device, head);
+    if (!authorization.isEmpty()) {
+        text += "Authorization: " + authorization + "\r\n";
+    }
+    if (!hasAccept) {
+        text += "Accept: */*\r\n";
+    }
+    text += own;
+    if (!head.contentType.isEmpty()) {
+        text += "Content-Type: " + head.contentType + "\r\n";
+    }
+    if (head.contentLength >= 0) {
+        text += "Content-Length: " + QByteArray::number(head.contentLength) + "\r\n";
+    }
+    return text += "\r\n";
+}
+
+} // namespace Krelm::Communicator::HttpDevice

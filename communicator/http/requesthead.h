@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_REQUESTHEAD_H
+#define COMMUNICATOR_HTTP_REQUESTHEAD_H
+
+#include "communicator/devices/deviceregistry.h"
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// Why @p headers cannot be sent as headers of a request; empty when they can.
+QString faultOfHeaders(const QMap<QString, QString>& headers);
+
+/// What the head of a request says beside its first line and the caller's own headers.
+struct RequestHead
+{
+    QByteArray method;
+    QByteArray target;
+    QMap<QString, QString> headers; ///< the caller's; one of them takes the place of ours of the same name
+    QByteArray contentType;         ///< of a form, which the caller cannot override; else empty
+    qint64 contentLength = -1;      ///< -1: no body
+};
+
+/// The head of a request to @p device, its blank line included. The one place where headers are put together,
+/// for exchanges and event streams. @p authorization becomes the login that it carries, empty without one.
+QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& authorization);
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/requestqueue.h"
+
+#include "communicator/http/exchangereport.h"
+
+#include <algorithm>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+// As many as a group of inputs has, so that it lasts no longer than its slowest reply.
+constexpr size_t MaximumPerDevice = 64;
+// Exchanges kept for reuse, which spares their making; they hold no connection.
+constexpr size_t MaximumIdle = 64;
+// Connections kept to one device.
+constexpr size_t MaximumKeptPerDevice = 64;
+
+} // namespace
+
+RequestQueue::RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections)
+    : m_loop(loop)
+    , m_limits(limits)
+    , m_connections(connections)
+    , m_connector(loop)
+{}
+
+RequestQueue::~RequestQueue()
+{
+    const auto devices = std::exchange(m_devices, {});
+    for (const std::shared_ptr<DeviceQueue>& queue : devices) {
+        abortAll(std::move(queue->waiting), std::move(queue->underWay));
+    }
+}
+
+void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
+                       std::chrono::steady_clock::time_point started)
+{
+    if (device->isRemoved) {
+        done(refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+        return;
+    }
+    const QString key = request.deviceKey;
+    std::shared_ptr<DeviceQueue>& queue = m_devices[key];
+    if (!queue) {
+        queue = std::make_shared<DeviceQueue>();
+    }
+    const auto deadline = started + timeLimit(request);
+    queue->waiting.push_back(
+        {std::move(request), std::move(device), std::move(done), started, deadline, {}, nullptr});
+    const auto job = std::prev(queue->waiting.end());
+    job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
+    markRunnable(key, *queue);
+    startRunnable();
+}
+
+// A device is in the list once at most, however much waits for it.
+void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
+{
+    if (!queue.isRunnable && !queue.waiting.empty()) {
+        queue.isRunnable = true;
+        m_runnable.push_back(deviceKey);
+    }
+}
+
+// Half of what is left for each: a few devices that never answer cannot take all.
+bool RequestQueue::mayBegin(const DeviceQueue& queue) const
+{
+    const size_t ofDevice = queue.underWay.size();
+    if (ofDevice == 0) {
+        return m_underWay < 2 * m_connections;
+    }
+    return ofDevice < MaximumPerDevice && m_underWay + ofDevice < m_connections;
+}
+
+void RequestQueue::startRunnable()
+{
+    if (m_isStarting) {
+        return; // whoever is starting sees what is new
+    }
+    m_isStarting = true;
+    // One round without a start is enough: nothing changes by itself.
+    for (size_t refused = 0; refused < m_runnable.size() && m_underWay < 2 * m_connections;) {
+        const QString key = std::move(m_runnable.front());
+        m_runnable.pop_front();
+        const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
+        if (!queue) {
+            continue;
+        }
+        queue->isRunnable = false;
+        if (!queue->waiting.empty() && mayBegin(*queue)) {
+            begin(key, *queue);
+            refused = 0;
+        } else {
+            ++refused;
+        }
+        markRunnable(key, *queue);
+        forgetIfIdle(key);
+    }
+    m_isStarting = false;
+}
+
+void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
+{
+    const auto job = queue.waiting.begin();
+    queue.underWay.splice(queue.underWay.end(), queue.waiting, job);
+    ++m_underWay;
+    if (m_idle.empty()) {
+        job->exchange = std::make_unique<AsyncExchange>(m_loop, m_connector, m_limits);
+    } else {
+        job->exchange = std::move(m_idle.back());
+        m_idle.pop_back();
+    }
+    job->exchange->start(job->request, job->device, takeKept(job->device.get()), job->started, job->deadline,
+                         [this, deviceKey, job](const HttpReply& reply) { finished(deviceKey, job, reply); });
+}
+
+void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply)
+{
+    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
+    m_loop.stopTimer(job->timer);
+    const Done done = std::move(job->done);
+    keep(job->device, std::move(job->exchange));
+    queue->underWay.erase(job);
+    --m_underWay;
+    markRunnable(deviceKey, *queue);
+    forgetIfIdle(deviceKey);
+    done(reply);
+    startRunnable();
+}
+
+void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
+{
+    const QString reason = timeOutReason(job->request);
+    if (job->exchange) {
+        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        return;
+    }
+    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
+    Jobs expired;
+    expired.splice(expired.end(), queue->waiting, job);
+    forgetIfIdle(deviceKey);
+    job->done(refuse(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+}
+
+void RequestQueue::forgetIfIdle(const QString& deviceKey)
+{
+    const auto device = m_devices.find(deviceKey);
+    if (device != m_devices.end() && (*device)->waiting.empty() && (*device)->underWay.empty() &&
+        !(*device)->isRunnable) {
+        m_devices.erase(device);
+    }
+}
+
+void RequestQueue::abort(const QString& deviceKey)
+{
+    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
+        const auto next = std::next(kept);
+        if (kept->device->key == deviceKey) {
+            dropKept(kept);
+        }
+        kept = next;
+    }
+    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
+    if (!queue) {
+        return;
+    }
+    abortAll(std::exchange(queue->waiting, {}), std::exchange(queue->underWay, {}));
+    forgetIfIdle(deviceKey);
+    startRunnable();
+}
+
+void RequestQueue::abortAll(Jobs waiting, Jobs underWay)
+{
+    for (Job& job : waiting) {
+        m_loop.stopTimer(job.timer);
+        job.done(refuse(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+    }
+    for (Job& job : underWay) {
+        m_loop.stopTimer(job.timer);
+        --m_underWay;
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
+    }
+}
+
+void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange)
+{
+    if (std::unique_ptr<Connection> connection = exchange->takeConnection();
+        connection && !device->isRemoved) {
+        std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
+        if (ofDevice.size() == MaximumKeptPerDevice) {
+            dropKept(ofDevice.front());
+        } else if (m_kept.size() >= m_connections) {
+            dropKept(m_kept.begin());
+        }
+        m_kept.push_back({device, std::move(connection)});
+        m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
+    }
+    if (m_idle.size() < MaximumIdle) {
+        m_idle.push_back(std::move(exchange));
+    }
+}
+
+void RequestQueue::dropKept(std::list<Kept>::iterator kept)
+{
+    const auto ofDevice = m_keptTo.find(kept->device.get());
+    ofDevice->second.erase(std::find(ofDevice->second.begin(), ofDevice->second.end(), kept));
+    if (ofDevice->second.empty()) {
+        m_keptTo.erase(ofDevice);
+    }
+    m_kept.erase(kept);
+}
+
+// The one used last is the least likely to have been closed.
+std::unique_ptr<Connection> RequestQueue::takeKept(const Device* device)
+{
+    const auto ofDevice = m_keptTo.find(device);
+    if (ofDevice == m_keptTo.end()) {
+        return nullptr;
+    }
+    const auto kept = ofDevice->second.back();
+    std::unique_ptr<Connection> connection = std::move(kept->connection);
+    dropKept(kept);
+    return connection;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

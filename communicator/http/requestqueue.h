@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_REQUESTQUEUE_H
+#define COMMUNICATOR_HTTP_REQUESTQUEUE_H
+
+#include "communicator/http/asyncexchange.h"
+#include "communicator/http/connector.h"
+#include "communicator/runtime/ioloop.h"
+
+#include <QHash>
+
+#include <deque>
+#include <functional>
+#include <list>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
+/// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
+/// The bound is shared so that devices which never answer keep no other one waiting: each may have one
+/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
+/// thread only.
+class RequestQueue
+{
+public:
+    using Done = std::function<void(const HttpReply&)>;
+
+    /// @p connections bounds those in use and those kept for later exchanges.
+    RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections);
+    /// Ends all exchanges with `Aborted`.
+    ~RequestQueue();
+
+    /// Takes on an exchange that began at @p started; @p done is called once, possibly from inside.
+    void add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
+             std::chrono::steady_clock::time_point started);
+    /// Ends the exchanges with @p deviceKey with `Aborted`.
+    void abort(const QString& deviceKey);
+
+private:
+    struct Job
+    {
+        HttpRequest request;
+        std::shared_ptr<const Device> device;
+        Done done;
+        std::chrono::steady_clock::time_point started;
+        std::chrono::steady_clock::time_point deadline;
+        IoLoop::TimerId timer;
+        std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
+    };
+    using Jobs = std::list<Job>;
+    struct DeviceQueue
+    {
+        Jobs waiting;
+        Jobs underWay;
+        bool isRunnable = false; ///< in m_runnable
+    };
+    struct Kept
+    {
+        std::shared_ptr<const Device> device;
+        std::unique_ptr<Connection> connection;
+    };
+
+    void markRunnable(const QString& deviceKey, DeviceQueue& queue);
+    bool mayBegin(const DeviceQueue& queue) const;
+    void startRunnable();
+    void begin(const QString& deviceKey, DeviceQueue& queue);
+    void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
+    void expire(const QString& deviceKey, Jobs::iterator job);
+    void abortAll(Jobs waiting, Jobs underWay);
+    void forgetIfIdle(const QString& deviceKey);
+    void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
+    std::unique_ptr<Connection> takeKept(const Device* device);
+    void dropKept(std::list<Kept>::iterator kept);
+
+    IoLoop& m_loop;
+    const TransferLimits m_limits;
+    const size_t m_connections;
+    Connector m_connector;
+    QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
+    std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
+    bool m_isStarting = false;
+    size_t m_underWay = 0;
+    std::list<Kept> m_kept; ///< the least recently used first
+    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    std::vector<std::unique_ptr<AsyncExchange>> m_idle;
+    Q_DISABLE_COPY_MOVE(RequestQueue)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,405 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/responseparser.h"
+
+#include <boost/beast/http/basic_parser.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <optional>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+namespace http = boost::beast::http;
+using boost::beast::error_code;
+using BeastView = boost::beast::string_view;
+
+// The frame of a chunk: its size, extensions, and the trailer behind the last one.
+constexpr int MaximumFrameBytes = 16 << 10;
+// Extensions of all chunks of a response together; nothing uses them.
+constexpr std::size_t MaximumExtensionBytes = 16 << 10;
+
+constexpr std::string_view Blanks = " \t";
+
+std::string_view view(BeastView text)
+{
+    return {text.data(), text.size()};
+}
+
+bool isNamed(std::string_view name, std::string_view wanted)
+{
+    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
+}
+
+/// Where the head that begins at @p text ends, behind its blank line; 0 when it does not end yet. The search
+/// for line ends begins at @p from.
+std::size_t headEnd(std::string_view text, std::size_t from)
+{
+    for (std::size_t feed = text.find('\n', from); feed != std::string_view::npos;
+         feed = text.find('\n', feed + 1)) {
+        const std::string_view rest = text.substr(feed + 1, 2);
+        if (rest.substr(0, 1) == "\n") {
+            return feed + 2;
+        }
+        if (rest == "\r\n") {
+            return feed + 3;
+        }
+    }
+    return 0;
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// Whether @p head is written as the grammar wants it, so that nothing has to be put in order.
+bool isTidy(std::string_view head)
+{
+    if (head.size() < 15 || head[8] != ' ' || !isDigit(head[9]) || !isDigit(head[10]) || !isDigit(head[11]) ||
+        head[12] != ' ') {
+        return false;
+    }
+    bool inName = false; // the status line has none
+    char before = '\0';
+    for (const char c : head) {
+        if (c == '\n') {
+            if (before != '\r') {
+                return false;
+            }
+            inName = true;
+        } else if (c == ':') {
+            if (inName && (before == ' ' || before == '\t')) {
+                return false;
+            }
+            inName = false;
+        }
+        before = c;
+    }
+    return true;
+}
+
+/// @p head as the grammar wants it; empty when it is no head of a response.
+QByteArray tidied(std::string_view head)
+{
+    QByteArray out;
+    out.reserve(static_cast<int>(head.size()) + 64);
+    bool isStatusLine = true;
+    while (!head.empty()) {
+        const std::size_t feed = head.find('\n');
+        std::string_view line = head.substr(0, feed);
+        head.remove_prefix(feed == std::string_view::npos ? head.size() : feed + 1);
+        if (!line.empty() && line.back() == '\r') {
+            line.remove_suffix(1);
+        }
+        if (isStatusLine) {
+            isStatusLine = false;
+            const std::string_view version = line.substr(0, std::min<std::size_t>(8, line.size()));
+            line.remove_prefix(version.size());
+            const std::size_t code = line.find_first_not_of(Blanks);
+            if (code == 0 || code == std::string_view::npos || line.size() < code + 3) {
+                return {};
+            }
+            std::string_view reason = line.substr(code + 3);
+            if (!reason.empty() && Blanks.find(reason.front()) == std::string_view::npos) {
+                return {};
+            }
+            reason.remove_prefix(std::min<std::size_t>(1, reason.size()));
+            out.append(version.data(), int(version.size())).append(' ');
+            out.append(line.data() + code, 3).append(' ').append(reason.data(), int(reason.size()));
+        } else {
+            const std::size_t colon = line.find(':');
+            const bool folded = !line.empty() && Blanks.find(line.front()) != std::string_view::npos;
+            if (folded || colon == std::string_view::npos) {
+                out.append(line.data(), int(line.size())); // the grammar judges it
+            } else {
+                const std::size_t last = line.substr(0, colon).find_last_not_of(Blanks);
+                out.append(line.data(), last == std::string_view::npos ? 0 : int(last + 1));
+                out.append(line.data() + colon, int(line.size() - colon));
+            }
+        }
+        out.append("\r\n");
+    }
+    return out;
+}
+
+} // namespace
+
+ResponseParser::Handler::~Handler() = default;
+
+/// The grammar of one response, final or interim.
+class ResponseParser::Grammar final : public http::basic_parser<false>
+{
+public:
+    explicit Grammar(Handler& handler)
+        : m_handler(handler)
+    {
+        eager(true);
+        body_limit(std::numeric_limits<std::uint64_t>::max()); // the handler judges lengths
+        header_limit(std::numeric_limits<std::uint32_t>::max());
+    }
+
+    bool isInterim() const { return m_status / 100 == 1; }
+    bool isRefused() const { return m_refused; }
+    bool hasTooManyExtensions() const { return m_extensionBytes > MaximumExtensionBytes; }
+
+private:
+    void on_request_impl(http::verb /*method*/, BeastView /*name*/, BeastView /*target*/, int /*version*/,
+                         error_code& /*ec*/) override
+    {}
+
+    void on_response_impl(int status, BeastView /*reason*/, int version, error_code& /*ec*/) override
+    {
+        m_status = status;
+        m_version = version;
+    }
+
+    void on_field_impl(http::field field, BeastView name, BeastView value, error_code& ec) override
+    {
+        if (m_inBody) {
+            return; // a trailer says nothing that counts
+        }
+        // Without a coding that we undo, the end of the body could only be guessed (RFC 9112, 6.1).
+        if (field == http::field::transfer_encoding &&
+            (!isNamed(view(value), "chunked") || m_version < 11 || std::exchange(m_hasCoding, true))) {
+            ec = http::error::bad_transfer_encoding;
+            return;
+        }
+        if (!isInterim()) {
+            m_handler.responseField(view(name), view(value));
+        }
+    }
+
+    void on_header_impl(error_code& ec) override
+    {
+        m_inBody = true;
+        if (m_status == 101) {
+            ec = http::error::bad_status; // nobody asked for another protocol
+            return;
+        }
+        if (isInterim()) {
+            return;
+        }
+        Head head;
+        head.status = m_status;
+        head.untilClose = need_eof() && m_status != 204 && m_status != 304;
+        if (const auto length = content_length()) {
+            constexpr auto Longest = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
+            head.length = static_cast<qint64>(std::min<std::uint64_t>(*length, Longest));
+        }
+        refuseUnless(m_handler.responseHead(head), ec);
+    }
+
+    void on_body_init_impl(const boost::optional<std::uint64_t>& /*length*/, error_code& /*ec*/) override {}
+
+    std::size_t on_body_impl(BeastView body, error_code& ec) override
+    {
+        refuseUnless(m_handler.responseBody(body.data(), body.size()), ec);
+        return body.size();
+    }
+
+    void on_chunk_header_impl(std::uint64_t /*size*/, BeastView extensions, error_code& ec) override
+    {
+        m_extensionBytes += extensions.size();
+        if (hasTooManyExtensions()) {
+            ec = http::error::bad_chunk_extension;
+        }
+    }
+
+    std::size_t on_chunk_body_impl(std::uint64_t /*remain*/, BeastView body, error_code& ec) override
+    {
+        return on_body_impl(body, ec);
+    }
+
+    void on_finish_impl(error_code& /*ec*/) override {}
+
+    void refuseUnless(bool goOn, error_code& ec)
+    {
+        if (!goOn) {
+            m_refused = true;
+            ec = http::error::end_of_stream;
+        }
+    }
+
+    Handler& m_handler;
+    int m_status = 0;
+    int m_version = 0;
+    bool m_inBody = false;
+    bool m_hasCoding = false;
+    bool m_refused = false;
+    std::size_t m_extensionBytes = 0;
+};
+
+ResponseParser::ResponseParser(Handler& handler, const TransferLimits& limits)
+    : m_handler(handler)
+    , m_limits(limits)
+{}
+
+ResponseParser::~ResponseParser() = default;
+
+void ResponseParser::reset()
+{
+    m_grammar.reset();
+    m_state = State::Reading;
+    m_begun = false;
+    m_inBody = false;
+    m_surplus = false;
+    m_headBytes = 0;
+    m_headLines = 0;
+    m_pending.clear();
+    m_error.clear();
+}
+
+void ResponseParser::fail(State state, const QString& error)
+{
+    m_state = state;
+    m_error = error;
+}
+
+bool ResponseParser::keepsConnection() const
+{
+    return m_state == State::Complete && !m_surplus && m_grammar->keep_alive();
+}
+
+ResponseParser::State ResponseParser::feed(const char* bytes, std::size_t size)
+{
+    m_begun = m_begun || size > 0;
+    while (size > 0 && m_state == State::Reading) {
+        const std::size_t taken = m_inBody ? feedBody(bytes, size) : feedHead(bytes, size);
+        bytes += taken;
+        size -= taken;
+    }
+    m_surplus = m_surplus || size > 0;
+    return m_state;
+}
+
+std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
+{
+    constexpr std::string_view Start = "HTTP/1.";
+    const std::string_view piece(bytes, size);
+    const auto before = static_cast<std::size_t>(m_pending.size());
+    if (before == 0) {
+        if (piece.substr(0, Start.size()) != Start.substr(0, size)) {
+            fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
+            return size;
+        }
+        if (const std::size_t end = headEnd(piece, 0)) {
+            parseHead(piece.substr(0, end));
+            return end;
+        }
+    }
+    const std::size_t room =
+        static_cast<std::size_t>(std::max<qint64>(0, m_limits.headerBytes - m_headBytes)) + 1;
+    const std::size_t taken = std::min(size, room > before ? room - before : 1);
+    m_pending.append(bytes, static_cast<int>(taken));
+    const std::string_view all(m_pending.constData(), before + taken);
+    if (all.substr(0, Start.size()) != Start.substr(0, all.size())) {
+        fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
+    } else if (const std::size_t end = headEnd(all, before < 2 ? 0 : before - 2)) {
+        const QByteArray head = std::exchange(m_pending, {});
+        parseHead({head.constData(), end});
+        return end - before;
+    } else if (all.size() >= room) {
+        fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
+    }
+    return taken;
+}
+
+void ResponseParser::parseHead(std::string_view head)
+{
+    m_headBytes += static_cast<qint64>(head.size());
+    m_headLines += static_cast<int>(std::count(head.begin(), head.end(), '\n'));
+    if (m_headBytes > m_limits.headerBytes || m_headLines > m_limits.headerLines) {
+        fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
+        return;
+    }
+    QByteArray copy;
+    if (!isTidy(head)) {
+        copy = tidied(head);
+        head = {copy.constData(), static_cast<std::size_t>(copy.size())};
+    }
+    m_grammar = std::make_unique<Grammar>(m_handler);
+    error_code error;
+    m_grammar->put(boost::asio::const_buffer(head.data(), head.size()), error);
+    if (m_grammar->isRefused()) {
+        m_state = State::Refused;
+    } else if (error && error != http::error::need_more) {
+        fail(State::Malformed, QStringLiteral("the reply's head is not valid HTTP: ") +
+                                   QString::fromStdString(error.message()));
+    } else if (!m_grammar->is_header_done()) {
+        fail(State::Malformed, QStringLiteral("the reply's head is not valid HTTP"));
+    } else if (!m_grammar->isInterim()) {
+        m_inBody = true;
+        m_state = m_grammar->is_done() ? State::Complete : State::Reading;
+    }
+}
+
+std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
+{
+    if (m_pending.isEmpty()) {
+        const std::size_t taken = putBody(bytes, size);
+        if (m_state == State::Reading && taken < size) {
+            m_pending.append(bytes + taken, static_cast<int>(size - taken));
+            return size;
+        }
+        return taken;
+    }
+    // A frame that a piece ended in is put together a little at a time, so that what follows it is not
+    // copied.
+    const std::size_t before = static_cast<std::size_t>(m_pending.size());
+    const std::size_t more = std::min<std::size_t>(size, 64);
+    m_pending.append(bytes, static_cast<int>(more));
+    const QByteArray frame = std::exchange(m_pending, {});
+    const std::size_t taken = putBody(frame.constData(), before + more);
+    if (m_state == State::Reading && taken < before + more) {
+        m_pending = frame.mid(static_cast<int>(taken));
+        return more;
+    }
+    return m_state == State::Reading || taken >= before ? taken - before : more;
+}
+
+/// @return how much the grammar took: all, or what comes before a frame that is not whole yet.
+std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size && m_state == State::Reading) {
+        error_code error;
+        const std::size_t taken = m_grammar->put(boost::asio::const_buffer(bytes + done, size - done), error);
+        done += taken;
+        if (m_grammar->isRefused()) {
+            m_state = State::Refused;
+        } else if (m_grammar->hasTooManyExtensions()) {
+            fail(State::TooLarge, QStringLiteral("the reply's chunk extensions are too large"));
+        } else if (error && error != http::error::need_more) {
+            fail(State::Malformed, QStringLiteral("the reply's body is not valid HTTP: ") +
+                                       QString::fromStdString(error.message()));
+        } else if (m_grammar->is_done()) {
+            m_state = State::Complete;
+        } else if (taken == 0) {
+            if (size - done > MaximumFrameBytes) {
+                fail(State::TooLarge, QStringLiteral("the frame of a chunk is too large"));
+            }
+            break;
+        }
+    }
+    return done;
+}
+
+ResponseParser::State ResponseParser::end()
+{
+    if (m_state != State::Reading) {
+        return m_state;
+    }
+    if (m_inBody && m_pending.isEmpty() && m_grammar->need_eof()) {
+        error_code error;
+        m_grammar->put_eof(error);
+        m_state = error ? State::Cut : State::Complete;
+    } else {
+        m_state = State::Cut;
+    }
+    return m_state;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/wholefile.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace Krelm::Communicator::HttpDevice {
+
+WholeFile::WholeFile(const QString& path)
+    : m_file(path)
+{}
+
+bool WholeFile::fail(const QString& reason)
+{
+    m_reason = reason;
+    return false;
+}
+
+bool WholeFile::open()
+{
+    // A file in place of a device or a pipe would take it away from everybody else.
+    const QFileInfo earlier(m_file.fileName());
+    if (earlier.exists() && !earlier.isFile() && !earlier.isDir()) {
+        return fail(QStringLiteral("is no regular file"));
+    }
+    return m_file.open(QIODevice::WriteOnly) || fail(m_file.errorString());
+}
+
+bool WholeFile::write(const char* bytes, qint64 size)
+{
+    while (size > 0) {
+        const ssize_t taken = ::write(m_file.handle(), bytes, static_cast<size_t>(size));
+        if (taken < 0 && errno != EINTR) {
+            return fail(qt_error_string(errno));
+        }
+        if (taken > 0) {
+            bytes += taken;
+            size -= taken;
+        }
+    }
+    return true;
+}
+
+bool WholeFile::commit()
+{
+    // Disks behind a network may tell only now that they are full. Others cannot be asked.
+    if (::fsync(m_file.handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
+        return fail(qt_error_string(errno));
+    }
+    return m_file.commit() || fail(m_file.errorString());
+}
+
+} // namespace Krelm::Communicator::HttpDevice

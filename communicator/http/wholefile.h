@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_WHOLEFILE_H
+#define COMMUNICATOR_HTTP_WHOLEFILE_H
+
+#include <communicator/ihttpversiontrigger.h>
+
+#include <QSaveFile>
+#include <QString>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// A file that takes the place of an earlier one only once the disk has all of it. What is written goes
+/// beside it first and is gone when the object is destroyed before. Used by one thread at a time.
+///
+/// QSaveFile alone does not do: the last buffer that it writes may fail unseen, when the disk is full, and a
+/// cut file then takes the place of the old one.
+class COMMUNICATOR_EXPORT WholeFile
+{
+public:
+    explicit WholeFile(const QString& path);
+
+    /// Begins. @return whether a regular file can be written where it is to be; see reason().
+    bool open();
+    /// Adds @p size bytes. @return whether the disk took them; see reason().
+    bool write(const char* bytes, qint64 size);
+    /// Puts the file in its place. @return whether it is there, whole; see reason(). It is the last call.
+    bool commit();
+    /// Why the last call failed, for people.
+    const QString& reason() const { return m_reason; }
+
+private:
+    bool fail(const QString& reason);
+
+    QSaveFile m_file;
+    QString m_reason;
+    Q_DISABLE_COPY_MOVE(WholeFile)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

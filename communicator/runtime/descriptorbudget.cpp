@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/runtime/descriptorbudget.h"
+
+#include <algorithm>
+#include <sys/resource.h>
+
+namespace Krelm::Communicator::HttpDevice {
+
+size_t descriptorBudget(size_t share, size_t each)
+{
+    rlimit limit{};
+    const size_t descriptors =
+        getrlimit(RLIMIT_NOFILE, &limit) == 0 ? static_cast<size_t>(limit.rlim_cur) : 1024;
+    return std::clamp<size_t>(descriptors / share / each, 16, 4096);
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_RUNTIME_DESCRIPTORBUDGET_H
+#define COMMUNICATOR_RUNTIME_DESCRIPTORBUDGET_H
+
+#include <cstddef>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// How many things that take @p each file descriptors may use a @p share th of what the process may open:
+/// between 16 and 4096.
+size_t descriptorBudget(size_t share, size_t each);
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_RUNTIME_IOLOOP_H
+#define COMMUNICATOR_RUNTIME_IOLOOP_H
+
+#include <QtGlobal>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// The transport's one thread for everything that does not block a caller: waits on epoll, runs timers and
+/// tasks. post(), run() and stop() may be called from any thread, everything else on the loop's thread only.
+class IoLoop
+{
+public:
+    using Clock = std::chrono::steady_clock;
+    using TimerId = std::pair<Clock::time_point, std::uint64_t>;
+    /// Told which of `EPOLLIN`, `EPOLLOUT`, `EPOLLERR` and `EPOLLHUP` hold of a descriptor.
+    using Watcher = std::function<void(std::uint32_t events)>;
+
+    /// The thread starts with the first post().
+    IoLoop();
+    /// Stops it.
+    ~IoLoop();
+
+    /// Has @p task run on the loop's thread, in the order of the calls. Dropped, unrun, once the loop has
+    /// stopped.
+    void post(std::function<void()> task);
+    /// As post(), and returns when @p task has run. Runs it at once on the loop's own thread, and on the
+    /// caller's when the loop has stopped.
+    void run(const std::function<void()>& task);
+    /// Ends the thread after the tasks posted so far; returns when it has ended.
+    void stop();
+
+    /// Watches @p descriptor for @p events, or for others than before. A watcher stays until unwatch().
+    void watch(int descriptor, std::uint32_t events, Watcher watcher);
+    /// @return whether it was watched to this moment: what was closed in between was not.
+    bool unwatch(int descriptor);
+
+    /// Has @p task run once at @p when.
+    TimerId startTimer(Clock::time_point when, std::function<void()> task);
+    /// Stops a timer; one that has run or been stopped is ignored.
+    void stopTimer(const TimerId& timer);
+
+private:
+    void startThread();
+    void loop();
+    void wake();
+    bool runTasks();
+    void runTimers();
+    int millisecondsToNextTimer() const;
+
+    int m_epoll;
+    int m_wakeUp;
+    std::mutex m_mutex; ///< guards the four below
+    std::vector<std::function<void()>> m_tasks;
+    bool m_stopping = false;
+    bool m_started = false;
+    std::thread::id m_threadId;
+    std::uint64_t m_lastTimer = 0;
+    std::map<TimerId, std::function<void()>> m_timers;
+    std::unordered_map<int, Watcher> m_watchers;
+    std::mutex m_joinMutex; ///< lets only one caller of stop() join
+    std::thread m_thread;
+    Q_DISABLE_COPY_MOVE(IoLoop)
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/runtime/lifecycle.h"
+
+#include <QCoreApplication>
+
+#include <atomic>
+#include <curl/curl.h>
+
+namespace Krelm::Communicator::HttpDevice::Lifecycle {
+
+namespace {
+
+std::atomic<bool> closed{false};
+std::atomic<void (*)()> stopTransport{nullptr};
+std::atomic<void (*)()> restartTransport{nullptr};
+
+void close()
+{
+    closed = true;
+    if (void (*stop)() = stopTransport.load()) {
+        stop();
+    }
+}
+
+void open()
+{
+    closed = false;
+    qAddPostRoutine(close);
+    if (void (*restart)() = restartTransport.load()) {
+        restart();
+    }
+}
+
+// Covers programs that end without destroying a QCoreApplication, or that never had one.
+struct ClosedAtExit
+{
+    ~ClosedAtExit() { close(); }
+};
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(open)
+
+bool isClosed()
+{
+    return closed;
+}
+
+void onChange(void (*stop)(), void (*restart)())
+{
+    // The TLS library releases its tables in an exit handler of its own, registered by this call. Exit
+    // handlers run in reverse order, so the guard must come second: the transport then stops while TLS still
+    // works.
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    stopTransport = stop;
+    restartTransport = restart;
+    static const ClosedAtExit guard;
+}
+
+} // namespace Krelm::Communicator::HttpDevice::Lifecycle

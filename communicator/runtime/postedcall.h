@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_RUNTIME_POSTEDCALL_H
+#define COMMUNICATOR_RUNTIME_POSTEDCALL_H
+
+#include <QMetaObject>
+#include <QObject>
+
+#include <atomic>
+#include <utility>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// A call that one thread makes up and another runs, and that either of them may drop. Its flag alone orders
+/// what they do with it, so that the hand-over does not lean on what Qt's event queue synchronises inside,
+/// where the thread sanitizer sees nothing.
+template <class Call>
+class PostedCall
+{
+public:
+    explicit PostedCall(Call call)
+        : m_call(std::move(call))
+    {
+        handOver();
+    }
+    PostedCall(PostedCall&& other) noexcept
+        : PostedCall(std::move(other.m_call))
+    {}
+    ~PostedCall() { takeOver(); }
+    PostedCall(const PostedCall&) = delete;
+    PostedCall& operator=(const PostedCall&) = delete;
+    PostedCall& operator=(PostedCall&&) = delete;
+
+    void operator()()
+    {
+        takeOver();
+        m_call();
+        handOver();
+    }
+
+private:
+    void handOver() { m_handedOver.store(true, std::memory_order_release); }
+    void takeOver() const { (void)m_handedOver.load(std::memory_order_acquire); }
+
+    Call m_call;
+    std::atomic<bool> m_handedOver{false};
+};
+
+/// Runs @p call later on the thread of @p receiver; never if the receiver goes before.
+template <class Call>
+void postCall(QObject* receiver, Call call)
+{
+    QMetaObject::invokeMethod(receiver, PostedCall<Call>(std::move(call)), Qt::QueuedConnection);
+}
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include <simulator/http/eventstream.h>
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/write.hpp>
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <vector>
+
+namespace Tessel::Simulator {
+namespace {
+
+using boost::system::error_code;
+
+// A client that reads too slowly loses its stream; it may resume where it was.
+constexpr std::size_t maxQueuedFrames = 65536;
+constexpr std::size_t maxQueuedBytes = 32U << 20;
+constexpr std::size_t framesPerWrite = 64;
+
+class EventStream : public Connection, public EventSink
+{
+public:
+    EventStream(Socket socket, std::shared_ptr<ServerContext> context)
+        : Connection(Kind::Stream, context->registry)
+        , m_context(std::move(context))
+        , m_socket(std::move(socket))
+    {}
+
+    ~EventStream() override { m_context->device.events().unsubscribe(*this); }
+
+    void start(std::optional<std::uint64_t> lastId)
+    {
+        static const auto head = std::make_shared<const std::string>("HTTP/1.1 200 OK\r\n"
+                                                                     "Content-Type: text/event-stream\r\n"
+                                                                     "Cache-Control: no-store\r\n"
+                                                                     "Connection: close\r\n\r\n"
+                                                                     ":\n\n");
+        enqueue(head);
+        read();
+        m_context->device.events().subscribe(*this, lastId);
+    }
+
+    void deliver(const SharedText& frame) override
+    {
+        // The stream may be on its way out: its destructor waits for the hub, which delivers right now.
+        net::post(m_socket.get_executor(), [self = weak_from_this(), frame] {
+            if (const auto stream = self.lock())
+                static_cast<EventStream&>(*stream).enqueue(frame);
+        });
+    }
+
+    void close() override
+    {
+        net::post(m_socket.get_executor(), [self = shared()] { self->end(); });
+    }
+
+private:
+    std::shared_ptr<EventStream> shared()
+    {
+        return std::static_pointer_cast<EventStream>(shared_from_this());
+    }
+
+    void end()
+    {
+        error_code ignored;
+        m_socket.close(ignored);
+    }
+
+    void enqueue(const SharedText& frame)
+    {
+        if (!m_socket.is_open())
+            return;
+        m_queue.push_back(frame);
+        m_queuedBytes += frame->size();
+        if (m_queue.size() > maxQueuedFrames || m_queuedBytes > maxQueuedBytes)
+            end();
+        else if (!m_writing)
+            write();
+    }
+
+    void write()
+    {
+        m_writing = true;
+        m_buffers.clear();
+        m_inWrite.clear();
+        while (!m_queue.empty() && m_inWrite.size() < framesPerWrite) {
+            m_inWrite.push_back(std::move(m_queue.front()));
+            m_queue.pop_front();
+            m_buffers.push_back(net::buffer(*m_inWrite.back()));
+        }
+        net::async_write(m_socket, m_buffers, [self = shared()](error_code error, std::size_t bytes) {
+            self->m_queuedBytes -= std::min(bytes, self->m_queuedBytes);
+            self->m_writing = false;
+            if (error)
+                self->end();
+            else if (!self->m_queue.empty())
+                self->write();
+        });
+    }
+
+    // What a client sends on its stream is dropped; reading tells when it has gone.
+    void read()
+    {
+        m_socket.async_read_some(net::buffer(m_dropped), [self = shared()](error_code error, std::size_t) {
+            if (error)
+                self->end();
+            else
+                self->read();
+        });
+    }
+
+    const std::shared_ptr<ServerContext> m_context;
+    Socket m_socket;
+    std::deque<SharedText> m_queue;
+    std::size_t m_queuedBytes = 0;
+    std::vector<SharedText> m_inWrite;
+    std::vector<net::const_buffer> m_buffers;
+    std::array<char, 512> m_dropped{};
+    bool m_writing = false;
+};
+
+} // namespace
+
+void startEventStream(Socket socket, std::shared_ptr<ServerContext> context,
+                      std::optional<std::uint64_t> lastId)
+{
+    const auto registry = context->registry;
+    const auto stream = std::make_shared<EventStream>(std::move(socket), std::move(context));
+    if (registry->add(stream))
+        stream->start(lastId);
+}
+
+} // namespace Tessel::Simulator

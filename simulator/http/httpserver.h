@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_HTTP_HTTPSERVER_H
+#define SIMULATOR_HTTP_HTTPSERVER_H
+
+#include <simulator/device/device.h>
+#include <simulator/http/connection.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Tessel::Simulator {
+
+/// What all connections of one server share. Outlives them.
+struct ServerContext
+{
+    explicit ServerContext(Device& served)
+        : device(served)
+        , registry(std::make_shared<ConnectionRegistry>())
+    {}
+
+    Device& device;
+    std::shared_ptr<ConnectionRegistry> registry;
+    std::atomic<std::uint64_t> bodyBytes{0}; ///< of all request bodies that are kept at the moment
+};
+
+/// Accepts connections for a device on one address. Start and stop come from one thread at a time.
+class HttpServer : public Connections
+{
+public:
+    /// Binds and listens; throws boost::system::system_error when it cannot.
+    HttpServer(net::io_context& io, Device& device);
+    /// Closes everything and waits for the end of it. Must not run on a thread of @p io.
+    ~HttpServer() override;
+
+    std::uint16_t port() const { return m_port; }
+
+    void closeStreams() override;
+    void closeAll() override;
+
+private:
+    const std::shared_ptr<ServerContext> m_context;
+    std::uint16_t m_port = 0;
+};
+
+} // namespace Tessel::Simulator
+
+#endif

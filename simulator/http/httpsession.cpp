@@ -1,0 +1,384 @@
+// SPDX-License-Identifier: MIT
+#include <simulator/http/httpsession.h>
+
+#include <simulator/http/eventstream.h>
+
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/buffer_body.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+
+#include <array>
+#include <charconv>
+#include <optional>
+
+namespace Tessel::Simulator {
+namespace {
+
+namespace beast = boost::beast;
+namespace http = beast::http;
+using boost::system::error_code;
+using Parser = http::request_parser<http::buffer_body>;
+
+constexpr std::size_t readChunk = 64U << 10;
+// All bodies that are being received may take so much together.
+constexpr std::uint64_t maxBodyBytes = 1ULL << 30;
+
+std::string_view view(beast::string_view text)
+{
+    return {text.data(), text.size()};
+}
+
+Method methodOf(http::verb verb)
+{
+    switch (verb) {
+    case http::verb::get:
+        return Method::Get;
+    case http::verb::head:
+        return Method::Head;
+    case http::verb::put:
+        return Method::Put;
+    case http::verb::post:
+        return Method::Post;
+    case http::verb::delete_:
+        return Method::Delete;
+    case http::verb::options:
+        return Method::Options;
+    default:
+        return Method::Other;
+    }
+}
+
+std::optional<std::uint64_t> eventId(std::string_view text)
+{
+    std::uint64_t id = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return id;
+}
+
+class HttpSession : public Connection
+{
+public:
+    HttpSession(Socket socket, std::shared_ptr<ServerContext> context)
+        : Connection(Kind::Session, context->registry)
+        , m_context(std::move(context))
+        , m_socket(std::move(socket))
+        , m_delay(m_socket.get_executor())
+        , m_buffer(maxBuffer())
+    {}
+
+    ~HttpSession() override
+    {
+        finishRequest(0);
+        error_code ignored;
+        m_socket.close(ignored);
+    }
+
+    void start()
+    {
+        net::dispatch(m_socket.get_executor(), [self = shared()] { self->readHead(); });
+    }
+
+    void close() override
+    {
+        net::post(m_socket.get_executor(), [self = shared()] { self->end(); });
+    }
+
+    void closeForLogout() override
+    {
+        net::post(m_socket.get_executor(), [self = shared()] {
+            const auto& exchange = self->m_exchange;
+            if (!exchange || exchange->kind != Device::Exchange::Kind::Control)
+                self->end();
+        });
+    }
+
+private:
+    std::shared_ptr<HttpSession> shared()
+    {
+        return std::static_pointer_cast<HttpSession>(shared_from_this());
+    }
+    Device& device() { return m_context->device; }
+
+    std::size_t maxBuffer() const
+    {
+        return static_cast<std::size_t>(std::max(1024, m_context->device.options().headerLimit)) + readChunk;
+    }
+
+    void end()
+    {
+        error_code ignored;
+        m_delay.cancel();
+        m_socket.close(ignored);
+    }
+
+    // The client sees the connection break instead of a reply.
+    void cut()
+    {
+        error_code ignored;
+        m_socket.set_option(net::socket_base::linger(true, 0), ignored);
+        end();
+    }
+
+    void readHead()
+    {
+        if (!m_socket.is_open())
+            return;
+        m_parser.emplace();
+        m_parser->header_limit(static_cast<std::uint32_t>(std::max(1024, device().options().headerLimit)));
+        m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
+        http::async_read_header(m_socket, m_buffer, *m_parser,
+                                [self = shared()](error_code error, std::size_t) { self->onHead(error); });
+    }
+
+    void onHead(error_code error)
+    {
+        touch();
+        if (error) {
+            refuse(error);
+            return;
+        }
+        const auto& request = m_parser->get();
+        m_exchange.emplace(device().open(methodOf(request.method()), view(request.method_string()),
+                                         view(request.target()), view(request[http::field::content_type])));
+        if (m_exchange->kind == Device::Exchange::Kind::Refused) {
+            cut();
+            return;
+        }
+        const bool waits =
+            beast::iequals(request[http::field::expect], "100-continue") && !m_parser->is_done();
+        if (waits)
+            sendContinue();
+        else
+            readBody();
+    }
+
+    void sendContinue()
+    {
+        static constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
+        net::async_write(m_socket, net::buffer(text.data(), text.size()),
+                         [self = shared()](error_code error, std::size_t) {
+                             if (!error)
+                                 self->readBody();
+                         });
+    }
+
+    void readBody()
+    {
+        if (m_parser->is_done()) {
+            onRequest();
+            return;
+        }
+        if (m_chunk.empty())
+            m_chunk.resize(readChunk);
+        auto& body = m_parser->get().body();
+        body.data = m_chunk.data();
+        body.size = m_chunk.size();
+        http::async_read(m_socket, m_buffer, *m_parser,
+                         [self = shared()](error_code error, std::size_t) { self->onBody(error); });
+    }
+
+    void onBody(error_code error)
+    {
+        touch();
+        if (error && error != http::error::need_buffer) {
+            refuse(error);
+            return;
+        }
+        const auto received = m_chunk.size() - m_parser->get().body().size;
+        const auto wanted =
+            m_exchange->keepsBody ? received : std::min(received, RequestLog::bodyBytes - m_body.size());
+        m_bodySize += received;
+        m_heldBytes += wanted;
+        m_context->bodyBytes += wanted;
+        m_body.append(m_chunk.data(), wanted);
+        if (m_context->bodyBytes > maxBodyBytes) {
+            m_keepAlive = false;
+            send(Device::failure(503, "too many bodies at once"));
+            return;
+        }
+        readBody();
+    }
+
+    // What is no HTTP, or beyond a limit, gets its status, and the connection ends.
+    void refuse(error_code error)
+    {
+        m_keepAlive = false;
+        if (error == http::error::body_limit)
+            send(Device::failure(413, "the body is too large"));
+        else if (error == http::error::header_limit || error == http::error::buffer_overflow)
+            send(Device::failure(431, "the head is too large"));
+        else if (error == http::error::end_of_stream || error == http::error::partial_message ||
+                 error.category() == boost::system::system_category() || error == net::error::eof)
+            end();
+        else
+            send(Device::failure(400, "no valid HTTP request"));
+    }
+
+    void onRequest()
+    {
+        const auto& request = m_parser->get();
+        m_keepAlive = request.keep_alive();
+        m_http10 = request.version() < 11;
+        const auto& fault = m_exchange->fault;
+        if (fault && fault->cut == Fault::Cut::Stall) {
+            waitForEnd();
+            return;
+        }
+        if (m_exchange->delay.count() > 0) {
+            m_delay.expires_after(m_exchange->delay);
+            m_delay.async_wait([self = shared()](error_code error) {
+                if (!error)
+                    self->serve();
+            });
+            return;
+        }
+        serve();
+    }
+
+    void waitForEnd()
+    {
+        m_chunk.resize(readChunk);
+        m_socket.async_read_some(net::buffer(m_chunk), [self = shared()](error_code error, std::size_t) {
+            if (error)
+                self->end();
+            else
+                self->waitForEnd();
+        });
+    }
+
+    void serve()
+    {
+        const auto& fault = m_exchange->fault;
+        if (fault && fault->cut == Fault::Cut::Close) {
+            finishRequest(0);
+            cut();
+            return;
+        }
+        if (m_exchange->kind == Device::Exchange::Kind::EventStream) {
+            const auto lastId = eventId(view(m_parser->get()["Last-Event-ID"]));
+            finishRequest(200);
+            startEventStream(std::move(m_socket), m_context, lastId);
+            return;
+        }
+        std::string logged =
+            device().requests().keepsEntries() ? m_body.substr(0, RequestLog::bodyBytes) : std::string();
+        releaseBody();
+        Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
+        m_body = std::move(logged);
+        m_truncate = fault && fault->cut == Fault::Cut::Truncate;
+        send(std::move(reply));
+    }
+
+    void send(Reply reply)
+    {
+        m_reply = std::move(reply);
+        const std::size_t size = m_reply.body ? m_reply.body->size() : 0;
+        const bool bodiless = m_reply.status == 204 || m_reply.status == 304;
+        m_head.assign("HTTP/1.1 ").append(std::to_string(m_reply.status)).append(1, ' ');
+        const auto reason = http::obsolete_reason(http::int_to_status(static_cast<unsigned>(m_reply.status)));
+        m_head.append(reason.data(), reason.size()).append("\r\n");
+        if (!bodiless) {
+            m_head.append("Content-Type: ").append(m_reply.contentType);
+            m_head.append("\r\nContent-Length: ").append(std::to_string(size)).append("\r\n");
+        }
+        if (!m_reply.allow.empty())
+            m_head.append("Allow: ").append(m_reply.allow).append("\r\n");
+        m_keepAlive = m_keepAlive && !m_truncate;
+        if (!m_keepAlive)
+            m_head.append("Connection: close\r\n");
+        else if (m_http10)
+            m_head.append("Connection: keep-alive\r\n");
+        m_head.append("\r\n");
+
+        const bool headOnly = m_exchange && m_exchange->method == Method::Head;
+        const std::size_t sent = headOnly || bodiless ? 0 : m_truncate ? size / 2 : size;
+        const std::array<net::const_buffer, 2> buffers{
+            net::buffer(m_head), sent > 0 ? net::buffer(m_reply.body->data(), sent) : net::const_buffer()};
+        net::async_write(m_socket, buffers,
+                         [self = shared()](error_code error, std::size_t) { self->onSent(error); });
+    }
+
+    void onSent(error_code error)
+    {
+        touch();
+        finishRequest(error ? 0 : m_reply.status);
+        m_reply = {};
+        if (error || m_truncate) {
+            end();
+        } else if (m_keepAlive) {
+            readHead();
+        } else {
+            // The client may still be sending: ending at once would destroy the reply on its way.
+            error_code ignored;
+            m_socket.shutdown(tcp::socket::shutdown_send, ignored);
+            drain(0);
+        }
+    }
+
+    void drain(std::size_t drained)
+    {
+        constexpr std::size_t limit = 8U << 20;
+        if (drained > limit) {
+            end();
+            return;
+        }
+        m_chunk.resize(readChunk);
+        m_socket.async_read_some(net::buffer(m_chunk),
+                                 [self = shared(), drained](error_code error, std::size_t bytes) {
+                                     if (error)
+                                         self->end();
+                                     else
+                                         self->drain(drained + bytes);
+                                 });
+    }
+
+    void releaseBody()
+    {
+        m_context->bodyBytes -= m_heldBytes;
+        m_heldBytes = 0;
+    }
+
+    void finishRequest(int status)
+    {
+        releaseBody();
+        if (m_exchange)
+            device().log(*m_exchange, std::move(m_body), m_bodySize, status);
+        m_body.clear();
+        m_bodySize = 0;
+        m_exchange.reset();
+    }
+
+    const std::shared_ptr<ServerContext> m_context;
+    Socket m_socket;
+    Timer m_delay;
+    beast::flat_buffer m_buffer;
+    std::optional<Parser> m_parser;
+    std::optional<Device::Exchange> m_exchange;
+    std::string m_chunk;
+    std::string m_body;
+    std::uint64_t m_bodySize = 0;
+    std::uint64_t m_heldBytes = 0; ///< its share of ServerContext::bodyBytes
+    std::string m_head;
+    Reply m_reply;
+    bool m_keepAlive = true;
+    bool m_http10 = false;
+    bool m_truncate = false;
+};
+
+} // namespace
+
+void startHttpSession(Socket socket, std::shared_ptr<ServerContext> context)
+{
+    const auto registry = context->registry;
+    const auto session = std::make_shared<HttpSession>(std::move(socket), std::move(context));
+    if (registry->add(session))
+        session->start();
+}
+
+} // namespace Tessel::Simulator

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_RESOURCES_ADDRESSING_H
+#define SIMULATOR_RESOURCES_ADDRESSING_H
+
+#include <simulator/routes/route.h>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Tessel::Simulator {
+
+/// The member by which @p body names the instances of @p family that it is meant for, one or a list of them;
+/// null when it names none.
+const char* addressMember(Family family, const nlohmann::json& body);
+
+/// The text of an id, which may come as text or as a number; empty for anything else.
+std::string idText(const nlohmann::json& id);
+
+/// The index of an id such as "12" among @p count instances; nothing when there is no such instance.
+std::optional<std::size_t> indexOfId(std::string_view id, std::size_t count);
+
+/// "{id}": a client sent the path with its placeholder unfilled. It is kept as an instance of its own.
+bool isPlaceholder(const std::string& id);
+
+} // namespace Tessel::Simulator
+
+#endif

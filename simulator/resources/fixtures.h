@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_RESOURCES_FIXTURES_H
+#define SIMULATOR_RESOURCES_FIXTURES_H
+
+#include <simulator/resources/wall.h>
+#include <simulator/routes/route.h>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+/// The content that a simulated controller starts with.
+namespace Tessel::Simulator::Fixtures {
+
+/// The record of one instance of a family, as it stands in the family's list.
+nlohmann::json record(Family family, const Wall& wall, std::size_t index);
+
+/// The receiving cards of one cabinet.
+nlohmann::json receivingCards(const Wall& wall, std::size_t cabinet);
+
+/// Whether a value or property is made for the wall rather than taken from the table of plain ones.
+bool isGenerated(const std::string& property);
+
+/// The starting value of a property or value, such as "/device/screen/brightness". @p index counts the
+/// instances of its family, 0 for a value of the device. What no table knows is an empty object.
+/// What is measured follows from @p step.
+nlohmann::json value(const std::string& property, const Wall& wall, std::size_t index, std::size_t step);
+
+/// Whether a value differs from step to step.
+bool moves(const std::string& property);
+
+/// What a controller tells with a warning: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet";
+/// null for what it does not warn of.
+nlohmann::json warning(const std::string& eventType, const Wall& wall, std::size_t step);
+
+/// The plain starting value of @p property, the same for every wall and instance.
+const nlohmann::json& plainValue(const std::string& property);
+
+} // namespace Tessel::Simulator::Fixtures
+
+#endif

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_ENVELOPES_COMMONRESPONSE_H
+#define TESSEL_ENVELOPES_COMMONRESPONSE_H
+
+#include <zephserializer/serializable.h>
+
+#include <QString>
+
+namespace Tessel {
+
+/// The envelope of a device's reply, without its data. The code is unset until assigned or deserialized. A
+/// value: one object is used by one thread at a time.
+class CommonResponse : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(QString message MEMBER message)
+    Q_PROPERTY(int code MEMBER code)
+public:
+    CommonResponse();
+    CommonResponse(const CommonResponse& other);
+    CommonResponse(CommonResponse&& other) noexcept;
+    CommonResponse& operator=(const CommonResponse& other);
+    CommonResponse& operator=(CommonResponse&& other) noexcept;
+
+    const QMetaObject* metaObject() const override;
+    ~CommonResponse() override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    QString message; ///< the device's text
+    int code;        ///< zero means success
+};
+
+} // namespace Tessel
+
+#endif

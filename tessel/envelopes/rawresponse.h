@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_ENVELOPES_RAWRESPONSE_H
+#define TESSEL_ENVELOPES_RAWRESPONSE_H
+
+#include <zephserializer/serializable.h>
+
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+namespace Tessel {
+
+/// The envelope of a device's reply with its members as parsed; those that the reply lacks are invalid. A
+/// value: one object is used by one thread at a time.
+class RawResponse : public Zeph::Serialize::Serializable
+{
+    Q_GADGET
+    Q_PROPERTY(QVariant message MEMBER message)
+    Q_PROPERTY(QVariant code MEMBER code)
+    Q_PROPERTY(QVariant data MEMBER data)
+public:
+    const QMetaObject* metaObject() const override;
+    Zeph::Serialize::Serializable* clone() const override;
+
+    /// The members that the reply has.
+    QMap<QString, QVariant> members() const;
+    /// The code: zero when the reply lacks it, -1 when it is no whole number in the range of an `int`.
+    int codeNumber() const;
+
+    QVariant message; ///< the device's text
+    QVariant code;    ///< zero means success
+    QVariant data;    ///< the data
+};
+
+} // namespace Tessel
+
+#endif

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+//
+// How an operator listens to devices and reads their pushed events.
+#ifndef TESSEL_FRAMES_DEVICEEVENTS_H
+#define TESSEL_FRAMES_DEVICEEVENTS_H
+
+#include <communicator/httpproxy.h>
+#include <communicator/jsonutil.h>
+
+#include <QMap>
+#include <QVariant>
+
+namespace Tessel {
+
+/// Connects an operator to pushed events. The connections are automatic, so the handlers run on the
+/// operator's thread, whichever thread the transport emits on.
+template <class Operator>
+void listenToEvents(Operator* listener,
+                    void (Operator::*event)(const QByteArray& data, const QString& deviceKey))
+{
+    using Krelm::Communicator::HttpDevice::HttpProxy;
+    QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, listener, event);
+}
+
+/// Connects an operator to logouts and to pushed events, in this order.
+template <class Operator>
+void listenToDevices(Operator* listener, void (Operator::*logout)(const QString& deviceKey),
+                     void (Operator::*event)(const QByteArray& data, const QString& deviceKey))
+{
+    using Krelm::Communicator::HttpDevice::HttpProxy;
+    QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceLogout, listener, logout);
+    listenToEvents(listener, event);
+}
+
+/// An event of the change form (`dataType`, `changeTag`), flattened; empty when @p data is no JSON object.
+inline QMap<QString, QVariant> changeEvent(const QByteArray& data)
+{
+    QMap<QString, QVariant> event;
+    JsonUtil::fromJsonToKeyPathMap(QString::fromUtf8(data), event);
+    return event;
+}
+
+/// An event of the envelope form (`eventSender`, `eventType`, `eventData`), its payload as parsed; empty when
+/// @p data is no JSON object.
+inline QMap<QString, QVariant> envelopeEvent(const QByteArray& data)
+{
+    QMap<QString, QVariant> event;
+    JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(data), event);
+    return event;
+}
+
+/// The member @p key as a text, empty when the event lacks it.
+inline QString eventText(const QMap<QString, QVariant>& event, const char* key)
+{
+    return event.value(QLatin1String(key)).toString();
+}
+
+/// Whether the event has the member @p key and its text is exactly @p text.
+inline bool eventSays(const QMap<QString, QVariant>& event, const char* key, const char* text)
+{
+    const auto member = event.constFind(QLatin1String(key));
+    return member != event.constEnd() && member->toString() == QLatin1String(text);
+}
+
+} // namespace Tessel
+
+#endif

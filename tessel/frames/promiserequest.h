@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+//
+// The form of an operation that returns a promise. request.md tells when to use it.
+#ifndef TESSEL_FRAMES_PROMISEREQUEST_H
+#define TESSEL_FRAMES_PROMISEREQUEST_H
+
+#include <tessel/envelopes/rawresponse.h>
+#include <tessel/envelopes/variantmapresponse.h>
+#include <tessel/frames/applicationend.h>
+#include <tessel/frames/request.h>
+
+#include <zephserializer/jsonserializer.h>
+
+#include <QtPromise>
+
+#include <exception>
+#include <memory>
+
+namespace Tessel {
+
+/// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is no
+/// whole number in the range of an `int` as -1. @return `false` when the body is no JSON object.
+template <class Response>
+bool readResponse(const HttpJsonPackage& package, Response& response)
+{
+    RawResponse raw;
+    Zeph::Serialize::JsonSerializer serializer;
+    serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
+    response.code = 0;
+    if (!serializer.load(package.getReceiveData(), &raw, QString())) {
+        // The package's decoders tell the log of such a reply, with device and path; the serializer cannot.
+        package.getRoutesJsonMap();
+        return false;
+    }
+    response.deserialize(raw.members(), Zeph::Serialize::ReplyAttribute);
+    // Converting to the record's int would make zero of much that is no code.
+    response.code = raw.codeNumber();
+    return true;
+}
+
+/// A request whose outcome is a promise. Its package lives on the heap until the promise settled.
+///
+/// The reply is handled on the thread that called, which needs an event loop; on a thread without an event
+/// dispatcher, which no reply could reach, the exchange is made on the spot and the promise comes back
+/// settled. Dropping the promise stops nothing. A promise still pending when the application ends is rejected
+/// with QPromiseUndefinedException. Only here does the reply's `code` count, and only if the handler looks at
+/// it.
+class PromiseRequest : public PackageFiller<PromiseRequest>
+{
+public:
+    using Verb = bool (HttpProxy::*)(const QString&, HttpJsonPackage*);
+
+    explicit PromiseRequest(const char* routeKey)
+        : m_package(std::make_unique<HttpJsonPackage>(nullptr))
+    {
+        m_package->setUrl(routePath(routeKey));
+    }
+
+    /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing,
+    /// when device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is
+    /// no JSON or its `code` is not zero.
+    template <class Record>
+    QtPromise::QPromise<Record> getRecord(const QString& deviceKey)
+    {
+        return guarded<Record>(&HttpProxy::get, deviceKey,
+                               [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
+                                   VariantMapResponse response;
+                                   if (!succeeded(reply) || !readResponse(reply, response) ||
+                                       response.code != 0)
+                                       return reject();
+                                   Record record;
+                                   record.deserialize(response.data, Zeph::Serialize::NoAttribute);
+                                   resolve(record);
+                               });
+    }
+
+    /// Sends, and lets @p settle(reply, resolve, reject) decide. Tests nothing first: an empty device or path
+    /// goes to the transport.
+    template <class T, class Settle>
+    QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
+    {
+        if (!threadTakesEvents()) {
+            return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve,
+                                              const QtPromise::QPromiseReject<T>& reject) {
+                if (!exchangeHere(verb, deviceKey))
+                    return reject();
+                settle(*m_package, resolve, reject);
+            }};
+        }
+        HttpJsonPackage* package = m_package.release();
+        return QtPromise::QPromise<T>{
+            [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
+                QObject::connect(
+                    package, &HttpJsonPackage::readyRead, package,
+                    [resolve, reject, settle, end = rejectAtEnd(reject)](HttpJsonPackage* reply) {
+                        try {
+                            settle(*reply, resolve, reject);
+                        } catch (...) {
+                            reject(std::current_exception());
+                        }
+                    },
+                    Qt::DirectConnection);
+                (HttpProxy::getInstance()->*verb)(deviceKey, package);
+            }}
+            .finally([package] { package->deleteLater(); });
+    }
+
+    /// Makes a request of @p routeKey, has it filled by @p fill(request), sends it, and fulfils with what
+    /// @p convert makes of the reply, whatever its state; rejects with what any of these steps throws. Tests
+    /// nothing first. @p started is called once the request was handed over. The package is released as soon
+    /// as the reply was handled.
+    template <class T, class Fill, class Convert, class Started>
+    static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
+                                         Convert convert, Started started)
+    {
+        return QtPromise::QPromise<T>{
+            [&](const QtPromise::QPromiseResolve<T>& resolve, const QtPromise::QPromiseReject<T>& reject) {
+                PromiseRequest request(routeKey);
+                fill(request);
+                request.sendForAnswer(verb, deviceKey, convert, started, resolve, reject);
+            }};
+    }
+    template <class T, class Fill, class Convert>
+    static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
+                                         Convert convert)
+    {
+        return answer<T>(routeKey, fill, verb, deviceKey, convert, [] {});
+    }
+    /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending
+    /// nothing, when device or path is empty.
+    template <class T, class Settle>
+    QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
+    {
+        if (deviceKey.isEmpty() || m_package->getUrl().isEmpty())
+            return QtPromise::QPromise<T>::reject("arguments error");
+        return promise<T>(verb, deviceKey, settle);
+    }
+
+private:
+    friend class PackageFiller<PromiseRequest>;
+    HttpJsonPackage& packageToFill() { return *m_package; }
+
+    // The thread of the package may never be given its reply then. Lives as long as what waits for the reply.
+    template <class Reject>
+    static std::shared_ptr<const ApplicationEnd::Watch> rejectAtEnd(const Reject& reject)
+    {
+        return std::make_shared<const ApplicationEnd::Watch>([reject] { reject(); });
+    }
+
+    // The blocking exchange that a starting verb stands for. Returns false at the application's end.
+    bool exchangeHere(Verb verb, const QString& deviceKey)
+    {
+        if (ApplicationEnd::hasCome())
+            return false;
+        void (HttpProxy::*exchange)(const QString&, HttpJsonPackage*) = &HttpProxy::getSync;
+        if (verb == &HttpProxy::put)
+            exchange = &HttpProxy::putSync;
+        else if (verb == &HttpProxy::post)
+            exchange = &HttpProxy::postSync;
+        (HttpProxy::getInstance()->*exchange)(deviceKey, m_package.get());
+        return !ApplicationEnd::hasCome();
+    }
+
+    template <class Convert, class Started, class Resolve, class Reject>
+    void sendForAnswer(Verb verb, const QString& deviceKey, Convert convert, Started started,
+                       const Resolve& resolve, const Reject& reject)
+    {
+        if (!threadTakesEvents()) {
+            const bool ended = !exchangeHere(verb, deviceKey);
+            started();
+            if (ended)
+                reject();
+            else
+                resolve(convert(*m_package));
+            return;
+        }
+        (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
+        started();
+        // Connecting after the start is safe: the transport never answers from inside the starting call.
+        HttpJsonPackage* const sent = m_package.get();
+        QObject::connect(
+            sent, &HttpJsonPackage::readyRead, sent,
+            [resolve, reject, convert, end = rejectAtEnd(reject)](HttpJsonPackage* reply) {
+                try {
+                    resolve(convert(*reply));
+                } catch (...) {
+                    reject(std::current_exception());
+                }
+                reply->deleteLater();
+            },
+            Qt::DirectConnection);
+        static_cast<void>(m_package.release()); // from here on the handler releases it
+    }
+
+    std::unique_ptr<HttpJsonPackage> m_package;
+};
+
+} // namespace Tessel
+
+#endif

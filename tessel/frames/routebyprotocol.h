@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_FRAMES_ROUTEBYPROTOCOL_H
+#define TESSEL_FRAMES_ROUTEBYPROTOCOL_H
+
+#include <tessel/hwinfo.h>
+
+namespace Tessel {
+
+/// The route key for the protocol that the device last told: @p multi once it answered on the newer
+/// protocol's route, else @p single. Sends nothing.
+inline const char* routeByProtocol(const QString& deviceKey, const char* single, const char* multi)
+{
+    return HWInfo::getInstance()->getHwProtoc(deviceKey, false) ? multi : single;
+}
+
+} // namespace Tessel
+
+#endif

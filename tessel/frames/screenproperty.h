@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+//
+// What a screen's cached properties are called, and of which type they are.
+#ifndef TESSEL_FRAMES_SCREENPROPERTY_H
+#define TESSEL_FRAMES_SCREENPROPERTY_H
+
+#include <QVariant>
+
+namespace Tessel {
+
+/// One value of a screen.
+struct ScreenProperty
+{
+    const char* name;                  ///< in the device's bodies, and in what a caller is handed
+    QVariant (*read)(const QVariant&); ///< gives the value its type; an absent one reads as zero
+    const char* cacheKey;              ///< in the property cache, where a device's own names would collide
+};
+
+template <class T>
+QVariant readAs(const QVariant& value)
+{
+    return QVariant::fromValue(value.value<T>());
+}
+
+// What both a read and a write store.
+inline constexpr ScreenProperty xbit{"enable", readAs<bool>, "xbit"};
+inline constexpr ScreenProperty gamut{"gamut", readAs<uint>, "gamut"};
+inline constexpr ScreenProperty lowLatency{"enable", readAs<bool>, "lowLatency"};
+inline constexpr ScreenProperty uniformDisplay{"enable", readAs<bool>, "uniformDisplay"};
+
+} // namespace Tessel
+
+#endif

@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/commands/coefficientfiles.h"
+
+#include "tesselctl/terminal/printable.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+namespace TesselCtl {
+
+namespace {
+
+using nlohmann::json;
+
+// Deeper texts are no tables, and reading them recurses.
+constexpr std::size_t depthLimit = 500;
+// What the reader's texts can hold, with a margin.
+constexpr qint64 sizeLimit = 1LL << 30;
+
+/// Goes over a text and says where it is: the parser keeps a copy of its own and tells no positions.
+class Cursor
+{
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    Cursor(const char* at, const char** reached)
+        : m_at(at)
+        , m_reached(reached)
+    {}
+    reference operator*() const { return *m_at; }
+    Cursor& operator++()
+    {
+        *m_reached = ++m_at;
+        return *this;
+    }
+    Cursor operator++(int)
+    {
+        const Cursor before = *this;
+        ++*this;
+        return before;
+    }
+    bool operator==(const Cursor& other) const { return m_at == other.m_at; }
+    bool operator!=(const Cursor& other) const { return m_at != other.m_at; }
+
+private:
+    const char* m_at;
+    const char** m_reached;
+};
+
+/// Takes the tables out of a text as the parser goes over it.
+class Splitter : public nlohmann::json_sax<json>
+{
+public:
+    explicit Splitter(const QByteArray& text)
+        : m_text(text)
+        , m_reached(text.constData())
+    {}
+
+    bool split()
+    {
+        const char* const end = m_text.constData() + m_text.size();
+        return json::sax_parse(Cursor(m_text.constData(), &m_reached), Cursor(end, &m_reached), this);
+    }
+
+    const std::vector<CoefficientTable>& tables() const { return m_tables; }
+    const QString& problem() const { return m_problem; }
+    /// Where the problem is, counted from 1.
+    int line() const
+    {
+        const int seen = std::max(0, std::min(m_text.size(), reached()) - 1);
+        return 1 + static_cast<int>(std::count(m_text.constData(), m_text.constData() + seen, '\n'));
+    }
+
+    bool null() override { return plainValue(); }
+    bool boolean(bool /*value*/) override { return plainValue(); }
+    bool number_integer(number_integer_t /*value*/) override { return plainValue(); }
+    bool number_unsigned(number_unsigned_t /*value*/) override { return plainValue(); }
+    bool number_float(number_float_t /*value*/, const string_t& /*text*/) override { return plainValue(); }
+    bool string(string_t& /*value*/) override { return plainValue(); }
+    bool binary(binary_t& /*value*/) override { return plainValue(); }
+
+    bool start_object(std::size_t /*size*/) override
+    {
+        if (m_depth == 0)
+            m_object = true;
+        else if (m_depth == tableDepth())
+            return plainValue();
+        return enter();
+    }
+    bool key(string_t& name) override
+    {
+        if (m_depth != 1 || !m_object)
+            return true;
+        m_cabinet = QString::fromUtf8(name.data(), static_cast<int>(name.size()));
+        if (m_cabinet.isEmpty())
+            return fail(QStringLiteral("a cabinet without a name"));
+        return m_cabinets.insert(m_cabinet).second ||
+               fail(QStringLiteral("cabinet %1 stands here twice").arg(printable(m_cabinet)));
+    }
+    bool end_object() override
+    {
+        --m_depth;
+        return true;
+    }
+    bool start_array(std::size_t /*size*/) override
+    {
+        if (m_depth == tableDepth())
+            m_start = reached() - 1;
+        return enter();
+    }
+    bool end_array() override
+    {
+        --m_depth;
+        if (m_depth == tableDepth())
+            m_tables.push_back({m_cabinet, m_text.mid(m_start, reached() - m_start)});
+        return true;
+    }
+    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+                     const nlohmann::detail::exception& error) override
+    {
+        // Such as "[json.exception.parse_error.101] parse error at line 3, column 5: what"; the line is told
+        // by other means.
+        const QString text = QString::fromUtf8(error.what());
+        const int place = text.indexOf(QStringLiteral(", column "));
+        const int colon = text.indexOf(QStringLiteral(": "), std::max(0, place));
+        return fail(printable(place < 0 || colon < 0 ? text : text.mid(colon + 2)));
+    }
+
+private:
+    int tableDepth() const { return m_object ? 1 : 0; }
+    int reached() const { return static_cast<int>(m_reached - m_text.constData()); }
+
+    bool plainValue()
+    {
+        if (m_depth > tableDepth())
+            return true;
+        return fail(m_object ? QStringLiteral("cabinet %1 has no JSON array").arg(printable(m_cabinet))
+                             : QStringLiteral("a JSON array was expected"));
+    }
+    bool enter()
+    {
+        return ++m_depth <= static_cast<int>(depthLimit) ||
+               fail(QStringLiteral("nested more than %1 levels deep").arg(depthLimit));
+    }
+    bool fail(const QString& problem)
+    {
+        m_problem = problem;
+        return false;
+    }
+
+    const QByteArray& m_text;
+    const char* m_reached;
+    int m_depth = 0;
+    bool m_object = false; // cabinets and their tables, not one table
+    QString m_cabinet;
+    int m_start = 0;
+    std::set<QString> m_cabinets;
+    std::vector<CoefficientTable> m_tables;
+    QString m_problem;
+};
+
+QByteArray contentOf(const QString& path, QString& problem)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        problem = QStringLiteral("%1: %2").arg(printable(path), file.errorString());
+    else if (file.size() > sizeLimit)
+        problem = QStringLiteral("%1: larger than 1 GiB").arg(printable(path));
+    if (!problem.isEmpty())
+        return {};
+    QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        problem = QStringLiteral("%1: %2").arg(printable(path), file.errorString());
+    return content;
+}
+
+std::vector<CoefficientTable> readDirectory(const QString& path, QString& problem)
+{
+    const QString ending = QStringLiteral(".json");
+    std::vector<CoefficientTable> tables;
+    const QFileInfoList files =
+        QDir(path).entryInfoList({QStringLiteral("*") + ending}, QDir::Files | QDir::Hidden);
+    for (const QFileInfo& file : files) {
+        const QByteArray content = contentOf(file.filePath(), problem);
+        std::vector<CoefficientTable> found;
+        if (problem.isEmpty())
+            found = splitCoefficients(content, file.filePath(), problem);
+        const QString cabinet = file.fileName().chopped(ending.size());
+        if (problem.isEmpty() && (cabinet.isEmpty() || found.size() != 1 || !found.front().cabinet.isEmpty()))
+            problem = QStringLiteral("%1:1: a file CABINET.json with one JSON array was expected")
+                          .arg(printable(file.filePath()));
+        if (!problem.isEmpty())
+            return {};
+        tables.push_back({cabinet, found.front().text});
+    }
+    if (tables.empty())
+        problem = QStringLiteral("%1: no file CABINET.json is there").arg(printable(path));
+    return tables;
+}
+
+} // namespace
+
+bool cabinetBefore(const QString& left, const QString& right)
+{
+    bool leftIsNumber = false;
+    bool rightIsNumber = false;
+    const qulonglong leftNumber = left.toULongLong(&leftIsNumber);
+    const qulonglong rightNumber = right.toULongLong(&rightIsNumber);
+    if (leftIsNumber && rightIsNumber && leftNumber != rightNumber)
+        return leftNumber < rightNumber;
+    return leftIsNumber != rightIsNumber ? leftIsNumber : left < right;
+}
+
+std::vector<CoefficientTable> splitCoefficients(const QByteArray& text, const QString& file, QString& problem)
+{
+    Splitter splitter(text);
+    if (!splitter.split()) {
+        problem =
+            QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.problem());
+        return {};
+    }
+    std::vector<CoefficientTable> tables = splitter.tables();
+    if (tables.empty())
+        problem = QStringLiteral("%1:1: no cabinet is in it").arg(printable(file));
+    std::sort(tables.begin(), tables.end(), [](const CoefficientTable& left, const CoefficientTable& right) {
+        return cabinetBefore(left.cabinet, right.cabinet);
+    });
+    return tables;
+}
+
+std::vector<CoefficientTable> readCoefficients(const QString& path, QString& problem)
+{
+    std::vector<CoefficientTable> tables;
+    if (QFileInfo(path).isDir()) {
+        tables = readDirectory(path, problem);
+    } else {
+        const QByteArray content = contentOf(path, problem);
+        if (problem.isEmpty())
+            tables = splitCoefficients(content, path, problem);
+    }
+    std::sort(tables.begin(), tables.end(), [](const CoefficientTable& left, const CoefficientTable& right) {
+        return cabinetBefore(left.cabinet, right.cabinet);
+    });
+    return tables;
+}
+
+void keepCabinets(std::vector<CoefficientTable>& tables, const QStringList& cabinets, QString& problem)
+{
+    if (cabinets.isEmpty())
+        return;
+    for (const QString& cabinet : cabinets) {
+        const bool known = std::any_of(tables.begin(), tables.end(), [&](const CoefficientTable& table) {
+            return table.cabinet == cabinet;
+        });
+        if (!known) {
+            problem = QStringLiteral("cabinet %1 has no table").arg(printable(cabinet));
+            return;
+        }
+    }
+    const auto others = [&](const CoefficientTable& table) { return !cabinets.contains(table.cabinet); };
+    tables.erase(std::remove_if(tables.begin(), tables.end(), others), tables.end());
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,358 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/operations/arguments.h"
+
+#include "tesselctl/operations/sourcefile.h"
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+#include <QVariant>
+
+#include <algorithm>
+#include <utility>
+
+namespace TesselCtl {
+
+namespace {
+
+QString expectationOf(ValueType type)
+{
+    switch (type) {
+    case ValueType::Text:
+        return QStringLiteral("text");
+    case ValueType::Integer:
+        return QStringLiteral("an integer of 32 bits");
+    case ValueType::LongInteger:
+        return QStringLiteral("an integer");
+    case ValueType::Boolean:
+        return QStringLiteral("true or false");
+    case ValueType::Bytes:
+        return QStringLiteral("text, @file or -");
+    case ValueType::Map:
+        return QStringLiteral("a JSON object");
+    case ValueType::List:
+        return QStringLiteral("a JSON array");
+    case ValueType::Parts:
+        return QStringLiteral("a JSON object of the form's parts");
+    case ValueType::TextMap:
+        return QStringLiteral("a JSON object of texts");
+    case ValueType::TextList:
+        return QStringLiteral("a JSON array of texts, or words with commas between them");
+    case ValueType::MapList:
+        return QStringLiteral("a JSON array of objects");
+    case ValueType::Coefficients:
+        return QStringLiteral("a JSON array of blocks with rect and data");
+    case ValueType::AnyValue:
+        return QStringLiteral("JSON");
+    case ValueType::MapOfMaps:
+        return QStringLiteral("a JSON object of objects");
+    }
+    return {};
+}
+
+bool isMap(const QVariant& value)
+{
+    return value.userType() == QMetaType::QVariantMap;
+}
+
+bool isList(const QVariant& value)
+{
+    return value.userType() == QMetaType::QVariantList;
+}
+
+bool isPlain(const QVariant& value)
+{
+    return value.isValid() && !isMap(value) && !isList(value);
+}
+
+template <class Container>
+bool allOf(const Container& container, bool (*predicate)(const QVariant&))
+{
+    return std::all_of(container.begin(), container.end(), predicate);
+}
+
+bool isCoefficients(const QVariant& value)
+{
+    const QVariantMap block = value.toMap();
+    const QVariant rect = block.value(QStringLiteral("rect"));
+    return isList(rect) && rect.toList().size() == 4 && isPlain(block.value(QStringLiteral("data")));
+}
+
+bool hasShape(const QVariant& value, ValueType type)
+{
+    switch (type) {
+    case ValueType::Map:
+    case ValueType::Parts:
+        return isMap(value);
+    case ValueType::List:
+        return isList(value);
+    case ValueType::TextMap:
+        return isMap(value) && allOf(value.toMap(), isPlain);
+    case ValueType::TextList:
+        return isList(value) && allOf(value.toList(), isPlain);
+    case ValueType::MapList:
+        return isList(value) && allOf(value.toList(), isMap);
+    case ValueType::Coefficients:
+        return isList(value) && allOf(value.toList(), isCoefficients);
+    case ValueType::AnyValue:
+        return true;
+    case ValueType::MapOfMaps:
+        return isMap(value) && allOf(value.toMap(), isMap);
+    default:
+        return false;
+    }
+}
+
+QString abridged(const QString& text)
+{
+    const int limit = 60;
+    return printable(text.size() > limit ? text.left(limit) + QStringLiteral("...") : text);
+}
+
+QVariant refuse(ValueType type, const QString& text, QString& problem, const QString& detail = {})
+{
+    problem = QStringLiteral("%1 was expected, \"%2\" came").arg(expectationOf(type), abridged(text));
+    if (!detail.isEmpty())
+        problem += QStringLiteral(" (%1)").arg(abridged(detail));
+    return {};
+}
+
+QVariant plainValue(ValueType type, const QString& text, QString& problem)
+{
+    bool fits = false;
+    QVariant value;
+    if (type == ValueType::Integer) {
+        value = text.toInt(&fits);
+    } else if (type == ValueType::LongInteger) {
+        value = text.toLongLong(&fits);
+    } else {
+        const bool on = text == QLatin1String("true") || text == QLatin1String("1");
+        fits = on || text == QLatin1String("false") || text == QLatin1String("0");
+        value = on;
+    }
+    return fits ? value : refuse(type, text, problem);
+}
+
+QVariant jsonValue(ValueType type, const QString& text, const QByteArray& content, QString& problem)
+{
+    QString detail;
+    QVariant value;
+    if (!parseJson(content, value, detail))
+        return refuse(type, text, problem, detail);
+    return hasShape(value, type) ? value : refuse(type, text, problem);
+}
+
+// A part whose text is @FILE is that file; @@ stands for an @ that begins a text.
+QVariant formOf(QVariantMap parts, QString& problem)
+{
+    for (QVariant& part : parts) {
+        const QString text = part.toString();
+        if (part.userType() != QMetaType::QString || !text.startsWith(QLatin1Char('@')))
+            continue;
+        const QString path = text.mid(1);
+        if (path.startsWith(QLatin1Char('@'))) {
+            part = path;
+            continue;
+        }
+        const QString fault = faultOfSource(path);
+        if (!fault.isEmpty())
+            problem = QStringLiteral("%1: %2").arg(printable(path), fault);
+        part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    }
+    return parts;
+}
+
+QVariant words(const QString& text)
+{
+    QVariantList list;
+    const QStringList parts = text.split(QLatin1Char(','));
+    for (const QString& word : parts)
+        list.append(word);
+    return list;
+}
+
+// Puts every text to its parameter: by name, or to the next one that has no value yet.
+std::map<std::size_t, QString> assign(const Operation& operation, const QStringList& texts, QString& problem)
+{
+    const std::vector<std::size_t> written = operation.written();
+    std::map<std::size_t, QString> assigned;
+    QStringList positional;
+    for (const QString& text : texts) {
+        const auto named = std::find_if(written.begin(), written.end(), [&](std::size_t index) {
+            return text.startsWith(operation.parameters[index].name + QLatin1Char('='));
+        });
+        if (named == written.end()) {
+            positional << text;
+        } else if (!assigned.emplace(*named, text.mid(operation.parameters[*named].name.size() + 1)).second) {
+            problem = QStringLiteral("argument %1 is given twice").arg(operation.parameters[*named].name);
+            return {};
+        }
+    }
+    for (const std::size_t index : written) {
+        if (assigned.count(index) != 0)
+            continue;
+        if (positional.isEmpty()) {
+            problem = QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name);
+            return {};
+        }
+        assigned[index] = positional.takeFirst();
+    }
+    if (!positional.isEmpty())
+        problem = QStringLiteral("one argument too many: \"%1\"").arg(abridged(positional.first()));
+    return assigned;
+}
+
+// A single word is a list of words only where nothing else takes it.
+bool saysMoreThanText(ValueType type, const QString& text)
+{
+    const bool bareWord = !ArgumentFiles::isFile(text) && !text.startsWith(QLatin1Char('[')) &&
+                          !text.contains(QLatin1Char(','));
+    return type != ValueType::Text && !(type == ValueType::TextList && bareWord);
+}
+
+struct Fit
+{
+    BoundCall call;
+    bool rightCount = false;
+    std::pair<int, std::size_t> merit; // arguments that say more than text, then outputs
+};
+
+Fit fit(const Operation& operation, const QStringList& texts, ArgumentFiles& files)
+{
+    Fit fit;
+    const std::map<std::size_t, QString> assigned = assign(operation, texts, fit.call.problem);
+    if (!fit.call.problem.isEmpty())
+        return fit;
+    fit.rightCount = true;
+    fit.merit.second = operation.outputNames().size();
+    for (std::size_t i = 0; i < operation.parameters.size(); ++i)
+        fit.call.values.append(QVariant());
+    for (const auto& [index, text] : assigned) {
+        const Parameter& parameter = operation.parameters[index];
+        QString problem;
+        const QVariant value = valueFromText(parameter.type, text, files, problem);
+        if (!problem.isEmpty()) {
+            fit.call.problem = QStringLiteral("argument %1: %2").arg(parameter.name, problem);
+            return fit;
+        }
+        fit.call.values[static_cast<int>(index)] = value;
+        fit.merit.first += saysMoreThanText(parameter.type, text) ? 1 : 0;
+    }
+    fit.call.operation = &operation;
+    return fit;
+}
+
+} // namespace
+
+bool ArgumentFiles::isFile(const QString& text)
+{
+    return text == QLatin1String("-") || text.startsWith(QLatin1Char('@'));
+}
+
+bool ArgumentFiles::read(const QString& text, QByteArray& content, QString& problem)
+{
+    const auto known = m_contents.find(text);
+    if (known != m_contents.end()) {
+        content = known->second;
+        return true;
+    }
+    QFile file(text.mid(1));
+    const bool open =
+        text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    content = open ? file.readAll() : QByteArray();
+    if (!open || file.error() != QFileDevice::NoError) {
+        problem = QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString());
+        return false;
+    }
+    m_contents.emplace(text, content);
+    return true;
+}
+
+QString placeholderOf(ValueType type)
+{
+    switch (type) {
+    case ValueType::Text:
+        return QStringLiteral("TEXT");
+    case ValueType::Integer:
+    case ValueType::LongInteger:
+        return QStringLiteral("INTEGER");
+    case ValueType::Boolean:
+        return QStringLiteral("true|false");
+    case ValueType::Bytes:
+        return QStringLiteral("@FILE");
+    case ValueType::Map:
+        return QStringLiteral("{...}");
+    case ValueType::List:
+        return QStringLiteral("[...]");
+    case ValueType::Parts:
+        return QStringLiteral("{\"name\":\"@FILE\",...}");
+    case ValueType::TextMap:
+        return QStringLiteral("{\"name\":\"text\",...}");
+    case ValueType::TextList:
+        return QStringLiteral("WORD,WORD,...");
+    case ValueType::MapList:
+        return QStringLiteral("[{...},...]");
+    case ValueType::Coefficients:
+        return QStringLiteral("[{\"rect\":[X,Y,WIDTH,HEIGHT],\"data\":\"BASE64\"},...]");
+    case ValueType::AnyValue:
+        return QStringLiteral("JSON");
+    case ValueType::MapOfMaps:
+        return QStringLiteral("{\"name\":{...},...}");
+    }
+    return {};
+}
+
+QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem)
+{
+    if (type == ValueType::Text)
+        return text;
+    if (type == ValueType::Integer || type == ValueType::LongInteger || type == ValueType::Boolean)
+        return plainValue(type, text, problem);
+
+    QByteArray content = text.toUtf8();
+    const bool fromFile = ArgumentFiles::isFile(text);
+    if (fromFile && !files.read(text, content, problem))
+        return {};
+    if (type == ValueType::Bytes)
+        return content;
+    if (type == ValueType::TextList && !fromFile && !text.startsWith(QLatin1Char('[')))
+        return words(text);
+    const QVariant value = jsonValue(type, text, content, problem);
+    return type == ValueType::Parts && problem.isEmpty() ? formOf(value.toMap(), problem) : value;
+}
+
+BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
+                        ArgumentFiles& files)
+{
+    std::vector<Fit> fits;
+    fits.reserve(overloads.size());
+    for (const Operation* operation : overloads)
+        fits.push_back(fit(*operation, texts, files));
+
+    const Fit* best = nullptr;
+    for (const Fit& one : fits) {
+        if (one.call.operation && (!best || one.merit > best->merit))
+            best = &one;
+    }
+    if (best)
+        return best->call;
+
+    // The fault that a person most likely made: in the only overload that takes as many arguments, if there
+    // is one.
+    const auto takesAsMany = [](const Fit& one) { return one.rightCount; };
+    const auto near = std::find_if(fits.begin(), fits.end(), takesAsMany);
+    BoundCall none;
+    if (fits.size() == 1)
+        none.problem = fits.front().call.problem;
+    else if (std::count_if(fits.begin(), fits.end(), takesAsMany) == 1)
+        none.problem = near->call.problem;
+    else
+        none.problem = QStringLiteral("no overload takes these arguments");
+    for (const Operation* operation : overloads)
+        none.problem += QStringLiteral("\n  ") + operation->usage();
+    return none;
+}
+
+} // namespace TesselCtl

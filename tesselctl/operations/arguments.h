@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_OPERATIONS_ARGUMENTS_H
+#define TESSELCTL_OPERATIONS_ARGUMENTS_H
+
+#include "tesselctl/operation.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <map>
+#include <vector>
+
+namespace TesselCtl {
+
+/// Reads what `@file` and `-` stand for, each once, so that overloads can be tried on the same content.
+class ArgumentFiles
+{
+public:
+    /// @return whether it could be read; otherwise @p problem says why.
+    bool read(const QString& text, QByteArray& content, QString& problem);
+    /// Whether @p text names a file or standard input.
+    static bool isFile(const QString& text);
+
+private:
+    std::map<QString, QByteArray> m_contents;
+};
+
+/// How a value of @p type is written, for usage lines.
+QString placeholderOf(ValueType type);
+
+/// The value that @p text stands for; invalid when it stands for none, and @p problem says what was expected
+/// and what came. Types written as JSON or bytes also take `@file` and `-`; texts and numbers stand for
+/// themselves.
+QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem);
+
+/// An operation together with one value per parameter, that of the device still open.
+struct BoundCall
+{
+    const Operation* operation = nullptr; ///< null when the arguments fit no overload
+    QVariantList values;
+    QString problem; ///< why they do not fit
+};
+
+/// Fits @p texts, positional or `name=value`, to the one of @p overloads that takes them. Where several do,
+/// one whose types say more than text wins, then the one with more outputs.
+BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
+                        ArgumentFiles& files);
+
+} // namespace TesselCtl
+
+#endif

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/requests/devices.h"
+
+#include "tesselctl/requests/secret.h"
+#include "tesselctl/terminal/printable.h"
+
+#include <communicator/httpproxy.h>
+
+#include <algorithm>
+
+namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::DeviceEndpoint;
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
+namespace {
+
+QString faultOfLogin(const DeviceSettings& settings)
+{
+    const bool named = settings.login == QLatin1String("basic") || settings.login == QLatin1String("digest");
+    if (settings.login.isEmpty() &&
+        !(settings.user + settings.secretVariable + settings.secretFile).isEmpty())
+        return QStringLiteral("a user or secret needs --login");
+    if (named && settings.user.isEmpty())
+        return QStringLiteral("--login %1 needs --user").arg(settings.login);
+    // The first colon ends the user name (RFC 7617, 2).
+    if (settings.login == QLatin1String("basic") && settings.user.contains(QLatin1Char(':')))
+        return QStringLiteral("a --user for basic holds no colon");
+    if (!named && !settings.user.isEmpty())
+        return QStringLiteral("--login %1 takes no --user").arg(settings.login);
+    return {};
+}
+
+DeviceEndpoint::Login loginOf(const QString& name)
+{
+    if (name == QLatin1String("basic"))
+        return DeviceEndpoint::Login::Basic;
+    if (name == QLatin1String("digest"))
+        return DeviceEndpoint::Login::Digest;
+    return name == QLatin1String("bearer") ? DeviceEndpoint::Login::Bearer : DeviceEndpoint::Login::None;
+}
+
+} // namespace
+
+std::vector<Device> readDevices(const DeviceSettings& settings, Console& console)
+{
+    QString problem = faultOfLogin(settings);
+    if (problem.isEmpty() && !settings.pinnedKey.isEmpty() &&
+        !settings.pinnedKey.startsWith(QLatin1String("sha256//")))
+        problem = QStringLiteral("--pinned-key reads sha256//BASE64");
+    if (problem.isEmpty() && settings.devices.isEmpty())
+        problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
+    DeviceEndpoint endpoint;
+    endpoint.login = loginOf(settings.login);
+    endpoint.user = settings.user;
+    endpoint.caFile = settings.caFile;
+    endpoint.pinnedKey = settings.pinnedKey;
+    endpoint.verifyTls = !settings.insecure;
+
+    std::vector<Device> devices;
+    for (const QString& text : settings.devices) {
+        const int equals = text.indexOf(QLatin1Char('='));
+        endpoint.address = text.mid(equals + 1);
+        const QString name = equals < 0 ? text : text.left(equals);
+        // The text is not repeated: what stands before the @ may be a password.
+        if (endpoint.address.contains(QLatin1Char('@')))
+            problem = QStringLiteral("a device's address holds no login; say --login and --user");
+        else if (name.isEmpty() || endpoint.address.isEmpty())
+            problem = QStringLiteral("\"%1\" is neither ADDRESS nor NAME=ADDRESS").arg(printable(text));
+        else if (std::any_of(devices.begin(), devices.end(),
+                             [&](const Device& one) { return one.name == name; }))
+            problem = QStringLiteral("device %1 is given twice").arg(printable(name));
+        devices.push_back({name, endpoint});
+    }
+    QString secret;
+    if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None)
+        secret = readSecret(settings.secretVariable, settings.secretFile, problem);
+    if (!problem.isEmpty()) {
+        console.complain(problem);
+        return {};
+    }
+    for (Device& device : devices)
+        device.endpoint.secret = secret;
+    return devices;
+}
+
+bool addDevices(const std::vector<Device>& devices, Console& console)
+{
+    for (const Device& device : devices) {
+        if (!HttpProxy::getInstance()->addDevice(device.name, device.endpoint)) {
+            console.complain(
+                QStringLiteral(
+                    "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
+                    .arg(printable(device.name)));
+            return false;
+        }
+    }
+    return true;
+}
+
+void forgetDevices()
+{
+    HttpProxy* const proxy = HttpProxy::getInstance();
+    for (const QString& device : proxy->devices())
+        proxy->removeDevice(device);
+}
+
+} // namespace TesselCtl

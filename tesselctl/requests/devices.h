@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_REQUESTS_DEVICES_H
+#define TESSELCTL_REQUESTS_DEVICES_H
+
+#include "tesselctl/terminal/console.h"
+
+#include <communicator/deviceendpoint.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace TesselCtl {
+
+/// What the command line says of devices. Where a secret stands, never the secret.
+struct DeviceSettings
+{
+    QStringList devices;    ///< `address` or `name=address`
+    QString login;          ///< empty, `basic`, `digest` or `bearer`
+    QString user;           ///< for basic and digest
+    QString secretVariable; ///< environment variable that holds password or token
+    QString secretFile;     ///< file whose first line is password or token
+    QString caFile;         ///< see DeviceEndpoint
+    QString pinnedKey;      ///< see DeviceEndpoint
+    bool insecure = false;  ///< accept any certificate
+};
+
+/// A device under the name that output and trace use.
+struct Device
+{
+    QString name; ///< the key in the transport
+    Krelm::Communicator::HttpDevice::DeviceEndpoint endpoint;
+};
+
+/// Reads the devices, asking for the secret on the terminal where nothing else gives it. @return none when
+/// the settings are wrong, which @p console then told.
+std::vector<Device> readDevices(const DeviceSettings& settings, Console& console);
+
+/// Makes the devices known to the transport. @return whether it took them all; @p console told which not.
+bool addDevices(const std::vector<Device>& devices, Console& console);
+
+/// Makes the transport forget all devices: what is under way ends soon, as aborted. May be called from any
+/// thread.
+void forgetDevices();
+
+} // namespace TesselCtl
+
+#endif

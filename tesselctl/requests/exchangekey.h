@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_REQUESTS_EXCHANGEKEY_H
+#define TESSELCTL_REQUESTS_EXCHANGEKEY_H
+
+#include <QByteArray>
+#include <QString>
+
+#include <utility>
+
+namespace TesselCtl {
+
+/// What tells exchanges apart that run side by side: the device, as records of the transport name it, and the
+/// path, placeholders filled in and nothing encoded.
+using ExchangeKey = std::pair<QString, QString>;
+
+/// The key of requests to @p device on @p path.
+ExchangeKey exchangeKey(const QString& device, const QString& path);
+/// The key of what the transport tells, whose path is encoded.
+ExchangeKey exchangeKey(const QString& device, const QByteArray& encodedPath);
+
+} // namespace TesselCtl
+
+#endif

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/requests/exchangemeter.h"
+
+#include "tesselctl/requests/exchangekey.h"
+
+#include <map>
+#include <mutex>
+
+namespace TesselCtl {
+
+using Krelm::Communicator::HttpDevice::setProgressObserver;
+
+struct ExchangeMeter::State
+{
+    std::mutex mutex; // guards the rest
+    std::map<ExchangeKey, Progress> latest;
+};
+
+ExchangeMeter::ExchangeMeter()
+    : m_state(std::make_shared<State>())
+{
+    setProgressObserver([state = m_state](const Progress& progress) {
+        const ExchangeKey key = exchangeKey(progress.deviceKey, progress.path);
+        const std::lock_guard<std::mutex> lock(state->mutex);
+        state->latest[key] = progress;
+    });
+}
+
+ExchangeMeter::~ExchangeMeter()
+{
+    setProgressObserver({});
+}
+
+std::optional<ExchangeMeter::Progress> ExchangeMeter::progress(const QString& device,
+                                                               const QString& path) const
+{
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    const auto found = m_state->latest.find(exchangeKey(device, path));
+    return found == m_state->latest.end() ? std::nullopt : std::optional<Progress>(found->second);
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/requests/secret.h"
+
+#include "tesselctl/terminal/blockedsignals.h"
+#include "tesselctl/terminal/printable.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace TesselCtl {
+
+namespace {
+
+QString firstLine(const QByteArray& text)
+{
+    QByteArray line = text.left(text.indexOf('\n'));
+    if (line.endsWith('\r'))
+        line.chop(1);
+    return QString::fromUtf8(line);
+}
+
+QString fromFile(const QString& name, QString& problem)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        problem = QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString());
+        return {};
+    }
+    const int limit = 64 * 1024;
+    return firstLine(file.read(limit));
+}
+
+/// Waits until @p terminal can be read. @return 0, or the signal that came instead.
+int signalWhileWaiting(const QFile& terminal, const BlockedSignals& signals)
+{
+    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+    while (::poll(awaited, 2, -1) < 0 && errno == EINTR) {
+    }
+    return signals.take();
+}
+
+QString fromTerminal(QString& problem)
+{
+    QFile terminal(QStringLiteral("/dev/tty"));
+    termios shown{};
+    if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
+        tcgetattr(terminal.handle(), &shown) != 0) {
+        problem = QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file");
+        return {};
+    }
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    QByteArray line;
+    int signal = 0;
+    {
+        // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
+        const BlockedSignals signals;
+        tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
+        terminal.write("Password or token: ");
+        signal = signalWhileWaiting(terminal, signals);
+        if (signal == 0)
+            line = terminal.readLine();
+        tcsetattr(terminal.handle(), TCSAFLUSH, &shown);
+        terminal.write("\n");
+    }
+    if (signal != 0) {
+        ::raise(signal);
+        problem = QStringLiteral("interrupted");
+    }
+    return firstLine(line);
+}
+
+} // namespace
+
+QString readSecret(const QString& variable, const QString& file, QString& problem)
+{
+    QString secret;
+    if (!variable.isEmpty())
+        secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
+    else if (!file.isEmpty())
+        secret = fromFile(file, problem);
+    else
+        secret = fromTerminal(problem);
+    if (secret.isEmpty() && problem.isEmpty())
+        problem = variable.isEmpty()
+                      ? QStringLiteral("the secret is empty")
+                      : QStringLiteral("the environment variable %1 is empty").arg(printable(variable));
+    return secret;
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/terminal/output.h"
+
+#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
+
+#include <QVector>
+
+#include <algorithm>
+
+namespace TesselCtl {
+
+namespace {
+
+bool isMap(const QVariant& value)
+{
+    return value.userType() == QMetaType::QVariantMap;
+}
+
+bool isNested(const QVariant& value)
+{
+    return isMap(value) || value.userType() == QMetaType::QVariantList;
+}
+
+bool isFlat(const QVariantMap& map)
+{
+    return std::none_of(map.begin(), map.end(), isNested);
+}
+
+bool isTable(const QVariantList& list)
+{
+    const QStringList keys = list.first().toMap().keys();
+    return std::all_of(list.begin(), list.end(), [&keys](const QVariant& element) {
+        return isMap(element) && isFlat(element.toMap()) && element.toMap().keys() == keys;
+    });
+}
+
+QString table(const QVariantList& list)
+{
+    const QStringList keys = list.first().toMap().keys();
+    QStringList head;
+    for (const QString& key : keys)
+        head << printable(key);
+    QList<QStringList> rows{head};
+    for (const QVariant& element : list) {
+        QStringList row;
+        const QVariantMap map = element.toMap();
+        for (const QVariant& value : map)
+            row << humanWord(value);
+        rows << row;
+    }
+    return aligned(rows);
+}
+
+QString keysAndValues(const QVariantMap& map)
+{
+    QList<QStringList> rows;
+    for (auto member = map.begin(); member != map.end(); ++member)
+        rows << QStringList{printable(member.key()), humanWord(member.value())};
+    return aligned(rows);
+}
+
+QString lines(const QVariantList& list)
+{
+    QString text;
+    for (const QVariant& element : list)
+        text += humanWord(element) + QLatin1Char('\n');
+    return text;
+}
+
+} // namespace
+
+QString aligned(const QList<QStringList>& rows)
+{
+    QVector<int> widths;
+    for (const QStringList& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (int i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], columnsOf(row[i]));
+    }
+    QString text;
+    for (const QStringList& row : rows) {
+        QString line;
+        for (int i = 0; i < row.size(); ++i) {
+            const bool last = i + 1 == row.size();
+            line += row[i] + QString(last ? 0 : widths[i] - columnsOf(row[i]) + 2, QLatin1Char(' '));
+        }
+        text += line + QLatin1Char('\n');
+    }
+    return text;
+}
+
+QString humanText(const QVariant& value)
+{
+    const QVariantMap map = value.toMap();
+    const QVariantList list = value.toList();
+    if (isMap(value) && !map.isEmpty())
+        return keysAndValues(map);
+    if (!list.isEmpty() && std::none_of(list.begin(), list.end(), isNested))
+        return lines(list);
+    if (!list.isEmpty() && !list.first().toMap().isEmpty() && isTable(list))
+        return table(list);
+    if (isNested(value))
+        return QString::fromUtf8(toJson(value, true)) + QLatin1Char('\n');
+    return humanWord(value) + QLatin1Char('\n');
+}
+
+QString humanWord(const QVariant& value)
+{
+    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray)
+        return printable(value.toString());
+    return QString::fromUtf8(toJson(value, false));
+}
+
+QString humanSize(qint64 bytes)
+{
+    if (bytes < 1000)
+        return QStringLiteral("%1 B").arg(bytes);
+    double size = static_cast<double>(bytes) / 1000;
+    for (const char* unit : {"kB", "MB"}) {
+        if (size < 999.95)
+            return QStringLiteral("%1 %2").arg(size, 0, 'f', 1).arg(QLatin1String(unit));
+        size /= 1000;
+    }
+    return QStringLiteral("%1 GB").arg(size, 0, 'f', 1);
+}
+
+} // namespace TesselCtl
