@@ -2,9 +2,9 @@
 #include "tesselctl/commandline.h"
 
 #include "tesselctl/commands/commands.h"
-#include "tesselctl/suggestion.h"
 #include "tesselctl/terminal/console.h"
 #include "tesselctl/terminal/printable.h"
+#include <operations/suggestion.h>
 
 #include <CLI/CLI.hpp>
 
@@ -20,6 +20,8 @@
 #include <vector>
 
 namespace TesselCtl {
+
+using Tessel::Operations::didYouMean;
 
 namespace {
 

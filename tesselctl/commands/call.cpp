@@ -1,16 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/operationlist.h"
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/requests/exchanges.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
+#include <operations/operationlist.h>
 
 #include <tessel/hwinfo.h>
 
 namespace TesselCtl {
+
+using Tessel::Operations::allOperations;
+using Tessel::Operations::CallResult;
+using Tessel::Operations::findOperation;
+using Tessel::Operations::Lookup;
 
 namespace {
 

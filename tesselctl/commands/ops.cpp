@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/operationlist.h"
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/requestprobe.h"
 #include "tesselctl/terminal/jsontext.h"
+#include <operations/operationlist.h>
 
 #include <QHash>
 #include <QLoggingCategory>
 
 namespace TesselCtl {
+
+using Tessel::Operations::allOperations;
+using Tessel::Operations::Parameter;
+using Tessel::Operations::placeholderOf;
 
 namespace {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/operators.h"
 #include "tesselctl/requests/exchanges.h"
-#include "tesselctl/signalcatcher.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminationsignal.h"
+#include <operations/operators.h>
+#include <operations/signalcatcher.h>
 
 #include <communicator/httpproxy.h>
 #include <tessel/devicemanager.h>
@@ -17,6 +17,10 @@
 #include <QTimer>
 
 namespace TesselCtl {
+
+using Tessel::Operations::allOperators;
+using Tessel::Operations::CaughtSignal;
+using Tessel::Operations::SignalCatcher;
 
 using Krelm::Communicator::HttpDevice::HttpProxy;
 

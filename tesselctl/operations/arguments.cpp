@@ -15,6 +15,8 @@
 
 namespace TesselCtl {
 
+using Tessel::Operations::Parameter;
+
 namespace {
 
 QString expectationOf(ValueType type)
@@ -268,40 +270,6 @@ bool ArgumentFiles::read(const QString& text, QByteArray& content, QString& prob
     }
     m_contents.emplace(text, content);
     return true;
-}
-
-QString placeholderOf(ValueType type)
-{
-    switch (type) {
-    case ValueType::Text:
-        return QStringLiteral("TEXT");
-    case ValueType::Integer:
-    case ValueType::LongInteger:
-        return QStringLiteral("INTEGER");
-    case ValueType::Boolean:
-        return QStringLiteral("true|false");
-    case ValueType::Bytes:
-        return QStringLiteral("@FILE");
-    case ValueType::Map:
-        return QStringLiteral("{...}");
-    case ValueType::List:
-        return QStringLiteral("[...]");
-    case ValueType::Parts:
-        return QStringLiteral("{\"name\":\"@FILE\",...}");
-    case ValueType::TextMap:
-        return QStringLiteral("{\"name\":\"text\",...}");
-    case ValueType::TextList:
-        return QStringLiteral("WORD,WORD,...");
-    case ValueType::MapList:
-        return QStringLiteral("[{...},...]");
-    case ValueType::Coefficients:
-        return QStringLiteral("[{\"rect\":[X,Y,WIDTH,HEIGHT],\"data\":\"BASE64\"},...]");
-    case ValueType::AnyValue:
-        return QStringLiteral("JSON");
-    case ValueType::MapOfMaps:
-        return QStringLiteral("{\"name\":{...},...}");
-    }
-    return {};
 }
 
 QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem)

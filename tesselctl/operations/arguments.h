@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_OPERATIONS_ARGUMENTS_H
 #define TESSELCTL_OPERATIONS_ARGUMENTS_H
 
-#include "tesselctl/operation.h"
+#include <operations/operation.h>
 
 #include <QByteArray>
 #include <QString>
@@ -12,6 +12,9 @@
 #include <vector>
 
 namespace TesselCtl {
+
+using Tessel::Operations::Operation;
+using Tessel::Operations::ValueType;
 
 /// Reads what `@file` and `-` stand for, each once, so that overloads can be tried on the same content.
 class ArgumentFiles
@@ -25,9 +28,6 @@ public:
 private:
     std::map<QString, QByteArray> m_contents;
 };
-
-/// How a value of @p type is written, for usage lines.
-QString placeholderOf(ValueType type);
 
 /// The value that @p text stands for; invalid when it stands for none, and @p problem says what was expected
 /// and what came. Types written as JSON or bytes also take `@file` and `-`; texts and numbers stand for

@@ -14,6 +14,9 @@
 
 namespace TesselCtl {
 
+using Tessel::Operations::Parameter;
+using Tessel::Operations::ValueType;
+
 using Krelm::Communicator::HttpDevice::HttpEngine;
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Krelm::Communicator::HttpDevice::HttpProxy;

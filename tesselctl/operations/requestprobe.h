@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_OPERATIONS_REQUESTPROBE_H
 #define TESSELCTL_OPERATIONS_REQUESTPROBE_H
 
-#include "tesselctl/operation.h"
+#include <operations/operation.h>
 
 #include <QString>
 
@@ -10,6 +10,8 @@
 #include <vector>
 
 namespace TesselCtl {
+
+using Tessel::Operations::Operation;
 
 /// A request as an operation makes it, placeholders unexpanded; the path is empty where no route leads.
 struct ProbedRequest

@@ -131,8 +131,9 @@ private Q_SLOTS:
 
     void everySourceNamesItsLicence()
     {
-        for (const char* directory : {"interfaces", "tessel", "communicator", "zephserializer", "json",
-                                      "qtpromise", "simulator", "tesselctl", "tests", "bench", "examples"}) {
+        for (const char* directory :
+             {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise", "simulator",
+              "operations", "tesselctl", "tests", "bench", "examples"}) {
             for (const QString& file : sourcesBelow(directory))
                 QVERIFY2(textOf(file).startsWith("// SPDX-License-Identifier: MIT\n"), qPrintable(file));
         }

@@ -5,6 +5,7 @@
 #include <QtTest>
 
 using namespace TesselCtl;
+using namespace Tessel::Operations;
 
 Q_DECLARE_METATYPE(ValueType)
 

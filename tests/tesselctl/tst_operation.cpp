@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/promiseresult.h"
+#include "operations/rows/promiseresult.h"
 
-#include "tesselctl/operationlist.h"
+#include <operations/operationlist.h>
 
 #include <tessel/records/deviceinfo.h>
 
@@ -11,7 +11,7 @@
 
 #include <stdexcept>
 
-using namespace TesselCtl;
+using namespace Tessel::Operations;
 using QtPromise::QPromise;
 
 /// An operator with one operation per signature of interest.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The list of operations against the headers of the library: neither has what the other lacks.
-#include "tesselctl/operationlist.h"
 #include "tesselctl/operations/requestprobe.h"
+#include <operations/operationlist.h>
 
 #include <QDir>
 #include <QMap>
@@ -11,6 +11,7 @@
 #include <QtTest>
 
 using namespace TesselCtl;
+using namespace Tessel::Operations;
 
 namespace {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Every operation of the library over the real transport against a controller in software.
-#include "tesselctl/operationlist.h"
 #include "tesselctl/operations/requestprobe.h"
+#include <operations/operationlist.h>
 
 #include <communicator/exchangeobserver.h>
 #include <simulator/simulator.h>
@@ -14,6 +14,7 @@
 #include <mutex>
 
 using namespace TesselCtl;
+using namespace Tessel::Operations;
 using Krelm::Communicator::HttpDevice::ExchangeRecord;
 using Krelm::Communicator::HttpDevice::exchangesBegun;
 using Krelm::Communicator::HttpDevice::IHttpVersionTrigger;

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/signalcatcher.h"
+#include <operations/signalcatcher.h>
 
-#include "tesselctl/operators.h"
+#include <operations/operators.h>
 
 #include <QMetaMethod>
 #include <QSet>
 #include <QtTest>
 
-using namespace TesselCtl;
+using namespace Tessel::Operations;
 
 class Sender : public QObject
 {

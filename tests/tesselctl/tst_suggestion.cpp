@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operationlist.h"
-#include "tesselctl/suggestion.h"
+#include <operations/operationlist.h>
+#include <operations/suggestion.h>
 
 #include <QtTest>
 
-using namespace TesselCtl;
+using namespace Tessel::Operations;
 
 class TestSuggestion : public QObject
 {

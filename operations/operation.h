@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_OPERATION_H
-#define TESSELCTL_OPERATION_H
+#ifndef OPERATIONS_OPERATION_H
+#define OPERATIONS_OPERATION_H
 
-#include "tesselctl/value.h"
+#include "operations/value.h"
 
 #include <QString>
 #include <QVariant>
@@ -12,7 +12,7 @@
 
 class QObject;
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// One parameter of an operation.
 struct Parameter
@@ -58,6 +58,6 @@ struct Operation
     QString usage() const;
 };
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

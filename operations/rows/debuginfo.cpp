@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/debuginfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations debugInfoOperations()
 {
@@ -16,4 +16,4 @@ Operations debugInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/rvcarddisplayeffect.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations rvCardDisplayEffectOperations()
 {
@@ -14,4 +14,4 @@ Operations rvCardDisplayEffectOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/filledpackage.h"
-#include "tesselctl/operationlist.h"
-#include "tesselctl/promiseresult.h"
+#include "operations/operationlist.h"
+#include "operations/rows/filledpackage.h"
+#include "operations/rows/promiseresult.h"
 
 #include <tessel/correctionop.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations correctionopOperations()
 {
@@ -182,4 +182,4 @@ Operations correctionopOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

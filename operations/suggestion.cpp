@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/suggestion.h"
+#include "operations/suggestion.h"
 
 #include <algorithm>
 #include <utility>
 #include <vector>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 int editDistance(const QString& left, const QString& right)
 {
@@ -64,4 +64,4 @@ QString didYouMean(const QString& wrong, const QStringList& known)
            (names.isEmpty() ? last : others + QStringLiteral(" or ") + last) + QLatin1Char('?');
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

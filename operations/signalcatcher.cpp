@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/signalcatcher.h"
+#include "operations/signalcatcher.h"
 
 #include <utility>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 namespace {
 
@@ -58,4 +58,4 @@ int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
     return -1;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // For rows whose operation returns a promise: include it before the first such row.
-#ifndef TESSELCTL_PROMISERESULT_H
-#define TESSELCTL_PROMISERESULT_H
+#ifndef OPERATIONS_ROWS_PROMISERESULT_H
+#define OPERATIONS_ROWS_PROMISERESULT_H
 
-#include "tesselctl/invoker.h"
+#include "operations/rows/invoker.h"
 
 #include <zephserializer/serializable.h>
 
@@ -12,7 +12,7 @@
 
 #include <exception>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// The result made of a record's properties.
 inline QVariant toVariant(const Zeph::Serialize::Serializable& record)
@@ -72,6 +72,6 @@ private:
     }
 };
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // For rows whose operation fills a package that the application sends.
-#ifndef TESSELCTL_FILLEDPACKAGE_H
-#define TESSELCTL_FILLEDPACKAGE_H
+#ifndef OPERATIONS_ROWS_FILLEDPACKAGE_H
+#define OPERATIONS_ROWS_FILLEDPACKAGE_H
 
 #include <communicator/httpproxy.h>
 
@@ -10,7 +10,7 @@
 #include <QString>
 #include <QVariant>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// Has @p fill fill a package for the device and sends it, as an application does.
 template <class Class, void (Class::*fill)(Krelm::Communicator::HttpDevice::HttpJsonPackage*,
@@ -26,6 +26,6 @@ bool putFilled(const QString& deviceKey, const QMap<QString, QVariant>& body, QM
     return package.getSimpleState() == 0;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/factoryop.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations factoryOpOperations()
 {
@@ -79,4 +79,4 @@ Operations factoryOpOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/hwscreeninfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations hwScreenInfoOperations()
 {
@@ -27,4 +27,4 @@ Operations hwScreenInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_SUGGESTION_H
-#define TESSELCTL_SUGGESTION_H
+#ifndef OPERATIONS_SUGGESTION_H
+#define OPERATIONS_SUGGESTION_H
 
 #include <QString>
 #include <QStringList>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// How many letters must be inserted, dropped, replaced or swapped with their neighbour to turn one into the
 /// other, upper and lower case being the same letter.
@@ -18,6 +18,6 @@ QStringList nearest(const QString& wrong, const QStringList& known);
 /// "; did you mean a, b or c?", or nothing when nothing is near.
 QString didYouMean(const QString& wrong, const QStringList& known);
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

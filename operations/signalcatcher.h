@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_SIGNALCATCHER_H
-#define TESSELCTL_SIGNALCATCHER_H
+#ifndef OPERATIONS_SIGNALCATCHER_H
+#define OPERATIONS_SIGNALCATCHER_H
 
 #include <QMetaMethod>
 #include <QObject>
@@ -10,7 +10,7 @@
 #include <functional>
 #include <vector>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// A signal that was raised.
 struct CaughtSignal
@@ -40,6 +40,6 @@ private:
     std::vector<QMetaMethod> m_signals; // the index is that of the slot that stands for it
 };
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

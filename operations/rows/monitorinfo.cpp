@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/monitorinfo.h>
 
 #include <QEventLoop>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 namespace {
 
@@ -40,4 +40,4 @@ Operations monitorInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

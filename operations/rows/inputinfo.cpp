@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/inputinfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations inputInfoOperations()
 {
@@ -70,4 +70,4 @@ Operations inputInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_OPERATORS_H
-#define TESSELCTL_OPERATORS_H
+#ifndef OPERATIONS_OPERATORS_H
+#define OPERATIONS_OPERATORS_H
 
 #include <vector>
 
 class QObject;
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// Every operator of the library; the first call creates them on its thread.
 const std::vector<QObject*>& allOperators();
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/pipeinfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations pipeInfoOperations()
 {
@@ -105,4 +105,4 @@ Operations pipeInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

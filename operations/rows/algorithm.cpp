@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/algorithm.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations algorithmOperations()
 {
@@ -16,4 +16,4 @@ Operations algorithmOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

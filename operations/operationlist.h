@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_OPERATIONLIST_H
-#define TESSELCTL_OPERATIONLIST_H
+#ifndef OPERATIONS_OPERATIONLIST_H
+#define OPERATIONS_OPERATIONLIST_H
 
-#include "tesselctl/operation.h"
+#include "operations/operation.h"
 
 #include <QString>
 
 #include <vector>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 using Operations = std::vector<Operation>;
 
-/// One function per class, each in operations/<class>.cpp.
+/// One function per class, each in operations/rows/<class>.cpp.
 Operations algorithmOperations();
 Operations cabinetInfoOperatorOperations();
 Operations capabilityOperations();
@@ -41,6 +41,6 @@ struct Lookup
 /// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.
 Lookup findOperation(const Operations& operations, QString name);
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Makes rows of the operation list out of member functions. Included by the files under operations/ only.
-#ifndef TESSELCTL_INVOKER_H
-#define TESSELCTL_INVOKER_H
+// Makes rows of the operation list out of member functions. Included by the rows only.
+#ifndef OPERATIONS_ROWS_INVOKER_H
+#define OPERATIONS_ROWS_INVOKER_H
 
-#include "tesselctl/operation.h"
+#include "operations/operation.h"
 
 #include <QObject>
 
@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// What the return value of an operation says; promiseresult.h adds the promises.
 template <class Returned>
@@ -138,6 +138,6 @@ Operation operation(const char* name, Returned (*function)(Arguments...), const 
             invoker(function, parameters)};
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/capability.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations capabilityOperations()
 {
@@ -15,4 +15,4 @@ Operations capabilityOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

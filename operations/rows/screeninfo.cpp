@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/filledpackage.h"
-#include "tesselctl/operationlist.h"
-#include "tesselctl/promiseresult.h"
+#include "operations/operationlist.h"
+#include "operations/rows/filledpackage.h"
+#include "operations/rows/promiseresult.h"
 
 #include <tessel/screeninfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations screenInfoOperations()
 {
@@ -267,4 +267,4 @@ Operations screenInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

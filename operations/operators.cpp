@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operators.h"
+#include "operations/operators.h"
 
 #include <tessel/algorithm.h>
 #include <tessel/cabinetinfooperator.h>
@@ -16,7 +16,7 @@
 #include <tessel/rvcarddisplayeffect.h>
 #include <tessel/screeninfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 const std::vector<QObject*>& allOperators()
 {
@@ -39,4 +39,4 @@ const std::vector<QObject*>& allOperators()
     return operators;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,9 +1,43 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/value.h"
+#include "operations/value.h"
 
 #include <QStringList>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
+
+QString placeholderOf(ValueType type)
+{
+    switch (type) {
+    case ValueType::Text:
+        return QStringLiteral("TEXT");
+    case ValueType::Integer:
+    case ValueType::LongInteger:
+        return QStringLiteral("INTEGER");
+    case ValueType::Boolean:
+        return QStringLiteral("true|false");
+    case ValueType::Bytes:
+        return QStringLiteral("@FILE");
+    case ValueType::Map:
+        return QStringLiteral("{...}");
+    case ValueType::List:
+        return QStringLiteral("[...]");
+    case ValueType::Parts:
+        return QStringLiteral("{\"name\":\"@FILE\",...}");
+    case ValueType::TextMap:
+        return QStringLiteral("{\"name\":\"text\",...}");
+    case ValueType::TextList:
+        return QStringLiteral("WORD,WORD,...");
+    case ValueType::MapList:
+        return QStringLiteral("[{...},...]");
+    case ValueType::Coefficients:
+        return QStringLiteral("[{\"rect\":[X,Y,WIDTH,HEIGHT],\"data\":\"BASE64\"},...]");
+    case ValueType::AnyValue:
+        return QStringLiteral("JSON");
+    case ValueType::MapOfMaps:
+        return QStringLiteral("{\"name\":{...},...}");
+    }
+    return {};
+}
 
 namespace {
 
@@ -245,4 +279,4 @@ QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value)
     return map;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

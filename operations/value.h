@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_VALUE_H
-#define TESSELCTL_VALUE_H
+#ifndef OPERATIONS_VALUE_H
+#define OPERATIONS_VALUE_H
 
 #include <tessel/records/coeffsdata.h>
 
@@ -14,9 +14,9 @@
 
 /// The types in which operations take arguments and give results, and their way into a QVariant and back.
 /// One more type is one more line in each of the three groups.
-namespace TesselCtl {
+namespace Tessel::Operations {
 
-/// How an argument is written on the command line.
+/// How an argument is written.
 enum class ValueType {
     Text,
     Integer,
@@ -33,6 +33,9 @@ enum class ValueType {
     AnyValue,
     MapOfMaps
 };
+
+/// How a value of @p type is written, for usage lines.
+QString placeholderOf(ValueType type);
 
 /// The type of an argument; its pointer only names it.
 ValueType valueType(const QString*);
@@ -78,6 +81,6 @@ QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value);
 QVariant toVariant(const QList<CoeffsData>& value);
 QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value);
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
 
 #endif

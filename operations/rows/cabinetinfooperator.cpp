@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operationlist.h"
-#include "tesselctl/promiseresult.h"
+#include "operations/operationlist.h"
+#include "operations/rows/promiseresult.h"
 
 #include <tessel/cabinetinfooperator.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations cabinetInfoOperatorOperations()
 {
@@ -207,4 +207,4 @@ Operations cabinetInfoOperatorOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

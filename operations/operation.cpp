@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operation.h"
+#include "operations/operation.h"
 
-#include "tesselctl/operations/arguments.h"
-
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 QString Operation::qualifiedName() const
 {
@@ -54,4 +52,4 @@ QString Operation::usage() const
     return text;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

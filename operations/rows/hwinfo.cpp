@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operationlist.h"
-#include "tesselctl/promiseresult.h"
+#include "operations/operationlist.h"
+#include "operations/rows/promiseresult.h"
 
 #include <tessel/hwinfo.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 /// A version that is not known is a failure; a known one is told by its name.
 template <>
@@ -72,4 +72,4 @@ Operations hwInfoOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
 
-#include "tesselctl/suggestion.h"
+#include "operations/suggestion.h"
 
 #include <QStringList>
 
 #include <iterator>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 const Operations& allOperations()
 {
@@ -74,4 +74,4 @@ Lookup findOperation(const Operations& operations, QString name)
     return found;
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations

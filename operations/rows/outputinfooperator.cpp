@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/invoker.h"
-#include "tesselctl/operationlist.h"
+#include "operations/operationlist.h"
+#include "operations/rows/invoker.h"
 
 #include <tessel/outputinfooperator.h>
 
-namespace TesselCtl {
+namespace Tessel::Operations {
 
 Operations outputInfoOperatorOperations()
 {
@@ -28,4 +28,4 @@ Operations outputInfoOperatorOperations()
     };
 }
 
-} // namespace TesselCtl
+} // namespace Tessel::Operations
