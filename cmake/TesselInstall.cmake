@@ -5,22 +5,31 @@ include(CMakePackageConfigHelpers)
 install(DIRECTORY interfaces/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(TARGETS tessel_interfaces EXPORT TesselTargets)
 
-# What the operators and envelope records stand on stays inside.
-install(DIRECTORY tessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
-  PATTERN "request.h" EXCLUDE
-  PATTERN "promiserequest.h" EXCLUDE
-  PATTERN "applicationend.h" EXCLUDE
-  PATTERN "fanout.h" EXCLUDE
-  PATTERN "deviceevents.h" EXCLUDE
-  PATTERN "routebyprotocol.h" EXCLUDE
-  PATTERN "screenproperty.h" EXCLUDE
-  PATTERN "nested.h" EXCLUDE
-  PATTERN "*response.h" EXCLUDE)
+# The place decides: a library's public headers lie in its root folder, those of typed records in tessel/records/.
+# What lies deeper is private.
+function(tessel_install_headers)
+  foreach(folder ${ARGN})
+    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+    if(headers)
+      install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+    endif()
+  endforeach()
+endfunction()
 
+set(TESSEL_PUBLIC_FOLDERS tessel tessel/records)
 if(TESSEL_OWN_COMMUNICATOR)
-  install(FILES communicator/httpengine.h communicator/deviceendpoint.h communicator/exchangeobserver.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/communicator)
+  list(APPEND TESSEL_PUBLIC_FOLDERS communicator)
 endif()
+if(TESSEL_OWN_ZEPHSERIALIZER)
+  list(APPEND TESSEL_PUBLIC_FOLDERS zephserializer)
+endif()
+if(TESSEL_BUILD_OPERATIONS)
+  list(APPEND TESSEL_PUBLIC_FOLDERS operations)
+endif()
+if(TESSEL_BUILD_SIMULATOR)
+  list(APPEND TESSEL_PUBLIC_FOLDERS simulator)
+endif()
+tessel_install_headers(${TESSEL_PUBLIC_FOLDERS})
 
 # The package is complete only when it brings both platform libraries along.
 if(TESSEL_OWN_COMMUNICATOR AND TESSEL_OWN_ZEPHSERIALIZER)
