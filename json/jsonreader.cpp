@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <json/jsonreader.h>
 
-#include <json/jsonkeys.h>
+#include <json/keytable.h>
 
 #include <simdjson.h>
 

@@ -2,7 +2,7 @@
 #include <tessel/inputinfo.h>
 
 #include <tessel/frames/deviceevents.h>
-#include <tessel/frames/fanout.h>
+#include <tessel/frames/grouprequest.h>
 #include <tessel/frames/request.h>
 
 using Tessel::cached;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: images and test patterns.
-#include <tessel/frames/fanout.h>
+#include <tessel/frames/grouprequest.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/routebyprotocol.h>
 #include <tessel/screeninfo.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: writes of display and colour parameters.
-#include <tessel/frames/fanout.h>
+#include <tessel/frames/grouprequest.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>

@@ -3,8 +3,8 @@
 #define COMMUNICATOR_EVENTS_EVENTSTREAM_H
 
 #include "communicator/devices/deviceregistry.h"
-#include "communicator/events/eventsupervisor.h"
-#include "communicator/events/noticequeue.h"
+#include "communicator/events/proxyeventqueue.h"
+#include "communicator/events/reconnectpolicy.h"
 #include "communicator/events/ssereader.h"
 #include "communicator/http/connector.h"
 #include "communicator/http/responseparser.h"

@@ -2,9 +2,9 @@
 #ifndef COMMUNICATOR_HTTP_REPLYREADER_H
 #define COMMUNICATOR_HTTP_REPLYREADER_H
 
+#include "communicator/http/atomicfile.h"
 #include "communicator/http/responseparser.h"
 #include "communicator/http/transferlimits.h"
-#include "communicator/http/wholefile.h"
 #include "communicator/httpengine.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/operations/arguments.h"
-#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"

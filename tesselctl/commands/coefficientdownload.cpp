@@ -7,7 +7,7 @@
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
 
-#include <communicator/http/wholefile.h>
+#include <communicator/http/atomicfile.h>
 #include <tessel/allurlresource.h>
 
 #include <QDir>

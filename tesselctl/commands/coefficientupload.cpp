@@ -4,8 +4,8 @@
 
 #include "tesselctl/commands/coefficientfiles.h"
 #include "tesselctl/commands/resumecommand.h"
-#include "tesselctl/requests/exchangeledger.h"
-#include "tesselctl/requests/exchangemeter.h"
+#include "tesselctl/requests/progresstracker.h"
+#include "tesselctl/requests/requestlog.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"

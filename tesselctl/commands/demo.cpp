@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 

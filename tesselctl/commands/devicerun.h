@@ -4,9 +4,9 @@
 
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/requests/exchangeledger.h"
-#include "tesselctl/requests/exchangemeter.h"
 #include "tesselctl/requests/interruption.h"
+#include "tesselctl/requests/progresstracker.h"
+#include "tesselctl/requests/requestlog.h"
 
 #include <QVariant>
 

@@ -4,7 +4,7 @@
 
 #include "tesselctl/commands/updateprogress.h"
 #include "tesselctl/operations/sourcefile.h"
-#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/requests/requestlog.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"

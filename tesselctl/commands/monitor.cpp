@@ -2,7 +2,7 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/commands/monitortext.h"
-#include "tesselctl/requests/exchangeledger.h"
+#include "tesselctl/requests/requestlog.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"

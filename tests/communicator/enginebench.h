@@ -2,7 +2,7 @@
 #ifndef TESTS_COMMUNICATOR_ENGINEBENCH_H
 #define TESTS_COMMUNICATOR_ENGINEBENCH_H
 
-#include "communicator/http/curlengine.h"
+#include "communicator/http/socketengine.h"
 #include "communicator/runtime/ioloop.h"
 #include "misbehavingserver.h"
 

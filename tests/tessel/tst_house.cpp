@@ -101,7 +101,7 @@ private Q_SLOTS:
 
     void onlyTheRequestFormsSendAnything()
     {
-        static const QStringList forms{"tessel/frames/request.h", "tessel/frames/fanout.cpp",
+        static const QStringList forms{"tessel/frames/request.h", "tessel/frames/grouprequest.cpp",
                                        "tessel/frames/promiserequest.h"};
         static const QRegularExpression send("\\b(getSync|putSync|postSync|delSync|putMutilPartSync|"
                                              "getFileDownloadSync|putMultSync)\\b");

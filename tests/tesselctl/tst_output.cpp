@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/curlengine.h"
+#include "communicator/http/socketengine.h"
 
 #include "communicator/http/exchangereport.h"
 #include "communicator/http/requestqueue.h"

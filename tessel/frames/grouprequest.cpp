@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <tessel/frames/fanout.h>
+#include <tessel/frames/grouprequest.h>
 
 #include <tessel/frames/applicationend.h>
 #include <tessel/frames/request.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/events/eventsupervisor.h"
+#include "communicator/events/reconnectpolicy.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/events/noticequeue.h"
+#include "communicator/events/proxyeventqueue.h"
 
 #include <iterator>
 

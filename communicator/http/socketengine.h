@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_HTTP_CURLENGINE_H
-#define COMMUNICATOR_HTTP_CURLENGINE_H
+#ifndef COMMUNICATOR_HTTP_SOCKETENGINE_H
+#define COMMUNICATOR_HTTP_SOCKETENGINE_H
 
 #include "communicator/http/connectionpool.h"
 #include "communicator/httpengine.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/events/eventsupervisor.h"
+#include "communicator/events/reconnectpolicy.h"
 
 #include <QStringList>
 #include <QtTest>
@@ -280,4 +280,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(EventSupervisorTest)
-#include "tst_eventsupervisor.moc"
+#include "tst_reconnectpolicy.moc"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#ifndef TESSELCTL_REQUESTS_EXCHANGELEDGER_H
-#define TESSELCTL_REQUESTS_EXCHANGELEDGER_H
+#ifndef TESSELCTL_REQUESTS_REQUESTLOG_H
+#define TESSELCTL_REQUESTS_REQUESTLOG_H
 
-#include "tesselctl/requests/exchanges.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/console.h"
 
 #include <QString>

@@ -3,7 +3,7 @@
 #include <recordingengine.h>
 #include <replaced.h>
 
-#include <tessel/frames/fanout.h>
+#include <tessel/frames/grouprequest.h>
 
 #include <QEventLoop>
 #include <QThread>
@@ -216,4 +216,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestFanOut)
-#include "tst_fanout.moc"
+#include "tst_grouprequest.moc"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/requests/exchangekey.h"
+#include "tesselctl/requests/requestkey.h"
 
 #include <QUrl>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef JSON_JSONKEYS_H
-#define JSON_JSONKEYS_H
+#ifndef JSON_KEYTABLE_H
+#define JSON_KEYTABLE_H
 
 #include <QString>
 #include <QVariant>

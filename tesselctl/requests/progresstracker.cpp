@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tesselctl/requests/exchangemeter.h"
+#include "tesselctl/requests/progresstracker.h"
 
-#include "tesselctl/requests/exchangekey.h"
+#include "tesselctl/requests/requestkey.h"
 
 #include <map>
 #include <mutex>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Several requests in parallel, waited for on the spot in a nested event loop. request.md tells when.
-#ifndef TESSEL_FRAMES_FANOUT_H
-#define TESSEL_FRAMES_FANOUT_H
+#ifndef TESSEL_FRAMES_GROUPREQUEST_H
+#define TESSEL_FRAMES_GROUPREQUEST_H
 
 #include <QList>
 #include <QMap>

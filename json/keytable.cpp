@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <json/jsonkeys.h>
+#include <json/keytable.h>
 
 #include <QRandomGenerator>
 #include <QVarLengthArray>

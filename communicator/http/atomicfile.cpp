@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/wholefile.h"
+#include "communicator/http/atomicfile.h"
 
 #include <QFileInfo>
 

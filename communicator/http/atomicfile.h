@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_HTTP_WHOLEFILE_H
-#define COMMUNICATOR_HTTP_WHOLEFILE_H
+#ifndef COMMUNICATOR_HTTP_ATOMICFILE_H
+#define COMMUNICATOR_HTTP_ATOMICFILE_H
 
 #include <communicator/ihttpversiontrigger.h>
 
