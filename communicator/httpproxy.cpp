@@ -38,7 +38,7 @@ public:
     void exchange(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package,
                   bool download = false);
     bool start(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package);
-    void deliverNotices();
+    void deliverProxyEvents();
 
     const std::shared_ptr<DeviceRegistry> registry = std::make_shared<DeviceRegistry>();
 
@@ -49,21 +49,21 @@ private:
     std::shared_ptr<IoLoop> loop();
 
     HttpProxy* const m_proxy;
-    NoticeQueue m_notices;
+    ProxyEventQueue m_proxyEvents;
     std::mutex
-        m_deviceMutex;  ///< held while a device changes, so that streams and notices see the changes in order
+        m_deviceMutex;  ///< held while a device changes, so that streams and events see the changes in order
     std::mutex m_mutex; ///< guards all below
     std::shared_ptr<IoLoop> m_loop;
-    std::shared_ptr<CurlEngine> m_builtIn;     ///< null when none runs
+    std::shared_ptr<SocketEngine> m_builtIn;   ///< null when none runs
     std::shared_ptr<HttpEngine> m_engine;      ///< null: the built-in one, not created yet
     std::shared_ptr<EventChannels> m_channels; ///< null while no events are wanted
 };
 
 HttpProxy::Private::Private(HttpProxy* proxy)
     : m_proxy(proxy)
-    , m_notices([proxy] { postCall(proxy, [proxy] { proxy->d->deliverNotices(); }); })
+    , m_proxyEvents([proxy] { postCall(proxy, [proxy] { proxy->d->deliverProxyEvents(); }); })
 {
-    m_notices.onDelivered([this] {
+    m_proxyEvents.onDelivered([this] {
         if (const std::shared_ptr<EventChannels> open = channels()) {
             open->resume();
         }
@@ -86,7 +86,7 @@ std::shared_ptr<HttpEngine> HttpProxy::Private::engine()
         return nullptr;
     }
     if (!m_engine) {
-        m_builtIn = std::make_shared<CurlEngine>(registry, loop());
+        m_builtIn = std::make_shared<SocketEngine>(registry, loop());
         m_engine = m_builtIn;
     }
     return m_engine;
@@ -94,7 +94,7 @@ std::shared_ptr<HttpEngine> HttpProxy::Private::engine()
 
 void HttpProxy::Private::setEngine(std::shared_ptr<HttpEngine> next)
 {
-    std::shared_ptr<CurlEngine> builtIn;
+    std::shared_ptr<SocketEngine> builtIn;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         builtIn.swap(m_builtIn);
@@ -108,7 +108,7 @@ void HttpProxy::Private::setEngine(std::shared_ptr<HttpEngine> next)
 void HttpProxy::Private::abort(const QString& deviceKey)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    const std::shared_ptr<CurlEngine> builtIn = m_builtIn;
+    const std::shared_ptr<SocketEngine> builtIn = m_builtIn;
     lock.unlock();
     if (builtIn) {
         builtIn->abort(deviceKey);
@@ -117,7 +117,7 @@ void HttpProxy::Private::abort(const QString& deviceKey)
 
 void HttpProxy::Private::stop()
 {
-    std::shared_ptr<CurlEngine> builtIn;
+    std::shared_ptr<SocketEngine> builtIn;
     std::shared_ptr<IoLoop> stopped;
     std::shared_ptr<EventChannels> closed;
     {
@@ -136,14 +136,14 @@ void HttpProxy::Private::stop()
     if (stopped) {
         stopped->stop();
     }
-    m_notices.clear();
+    m_proxyEvents.clear();
 }
 
 // An application that goes empties the event queue of its thread, and a wake-up may have been among the
 // events.
 void HttpProxy::Private::restart()
 {
-    m_notices.wakeUpAnew();
+    m_proxyEvents.wakeUpAnew();
 }
 
 std::shared_ptr<EventChannels> HttpProxy::Private::channels()
@@ -160,7 +160,7 @@ void HttpProxy::Private::setEvents(bool wanted)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {
-            open = m_channels = std::make_shared<EventChannels>(loop(), m_notices);
+            open = m_channels = std::make_shared<EventChannels>(loop(), m_proxyEvents);
         } else if (!wanted) {
             closed.swap(m_channels);
         }
@@ -185,14 +185,14 @@ bool HttpProxy::Private::addDevice(const QString& deviceKey, const DeviceEndpoin
         qCWarning(httpLog, "device %s: the login travels in clear; use an https address",
                   qPrintable(printableKey(deviceKey)));
     }
-    std::vector<Notice> announced;
+    std::vector<ProxyEvent> announced;
     if (change == DeviceRegistry::Change::Added) {
         announced.emplace_back();
     }
     if (const std::shared_ptr<EventChannels> open = channels()) {
         open->open(registry->find(deviceKey), std::move(announced));
     } else {
-        m_notices.push(announced);
+        m_proxyEvents.push(announced);
     }
     return true;
 }
@@ -204,11 +204,11 @@ bool HttpProxy::Private::removeDevice(const QString& deviceKey)
         return false;
     }
     abort(deviceKey);
-    std::vector<Notice> announced{{Notice::Kind::Logout, deviceKey, {}, nullptr}, {}};
+    std::vector<ProxyEvent> announced{{ProxyEvent::Kind::Logout, deviceKey, {}, nullptr}, {}};
     if (const std::shared_ptr<EventChannels> open = channels()) {
         open->close(deviceKey, std::move(announced));
     } else {
-        m_notices.push(announced);
+        m_proxyEvents.push(announced);
     }
     return true;
 }
@@ -240,15 +240,15 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     }
     countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
-        putReply(package, refuse(request, IHttpVersionTrigger::InvalidRequest,
-                                 HttpJsonPackage::Private::faultOfBody(package), now));
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
+                                             HttpJsonPackage::Private::faultOfBody(package), now));
     } else if (download && request.downloadPath.isEmpty()) {
         const QString reason = QStringLiteral("the download has no destination");
-        putReply(package, refuse(request, IHttpVersionTrigger::FileFailure, reason, now));
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, reason, now));
     } else if (const std::shared_ptr<HttpEngine> current = engine()) {
         putReply(package, current->exchange(request));
     } else {
-        putReply(package, refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), now));
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), now));
     }
 }
 
@@ -261,30 +261,30 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
     countExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
-        promise->settle(refuse(request, IHttpVersionTrigger::InvalidRequest,
-                               HttpJsonPackage::Private::faultOfBody(package),
-                               std::chrono::steady_clock::now()));
+        promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
+                                           HttpJsonPackage::Private::faultOfBody(package),
+                                           std::chrono::steady_clock::now()));
         return false;
     }
     const std::shared_ptr<HttpEngine> current = engine();
     return current && current->start(request, [promise](const HttpReply& reply) { promise->settle(reply); });
 }
 
-void HttpProxy::Private::deliverNotices()
+void HttpProxy::Private::deliverProxyEvents()
 {
-    m_notices.deliver([this](const Notice& notice) {
+    m_proxyEvents.deliver([this](const ProxyEvent& event) {
         if (Lifecycle::isClosed()) {
             return;
         }
-        switch (notice.kind) {
-        case Notice::Kind::DevicesChanged:
+        switch (event.kind) {
+        case ProxyEvent::Kind::DevicesChanged:
             Q_EMIT m_proxy->deviceChanged();
             break;
-        case Notice::Kind::Logout:
-            Q_EMIT m_proxy->deviceLogout(notice.deviceKey);
+        case ProxyEvent::Kind::Logout:
+            Q_EMIT m_proxy->deviceLogout(event.deviceKey);
             break;
-        case Notice::Kind::Event:
-            Q_EMIT m_proxy->deviceAutoReportData(notice.data, notice.deviceKey);
+        case ProxyEvent::Kind::Event:
+            Q_EMIT m_proxy->deviceAutoReportData(event.data, event.deviceKey);
             break;
         }
     });

@@ -16,9 +16,10 @@ struct EventChannels::Streams
     std::atomic<int> paused{0};
 };
 
-EventChannels::EventChannels(std::shared_ptr<IoLoop> loop, NoticeQueue& notices, const EventTimings& timings)
+EventChannels::EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents,
+                             const EventTimings& timings)
     : m_loop(std::move(loop))
-    , m_notices(notices)
+    , m_proxyEvents(proxyEvents)
     , m_timings(timings)
     , m_streams(std::make_shared<Streams>(*m_loop))
 {}
@@ -31,14 +32,14 @@ EventChannels::~EventChannels()
     });
 }
 
-void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Notice> announced)
+void EventChannels::open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced)
 {
     m_loop->post(
         [this, streams = m_streams, device = std::move(device), announced = std::move(announced)]() mutable {
             if (!streams->connector) {
                 return;
             }
-            m_notices.push(announced);
+            m_proxyEvents.push(announced);
             QByteArray lastEventId;
             const auto old = streams->byDevice.find(device->key);
             if (old != streams->byDevice.end()) {
@@ -48,19 +49,19 @@ void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Notic
                 }
                 streams->byDevice.erase(old);
             }
-            streams->byDevice.try_emplace(device->key, *m_loop, *streams->connector, device, m_notices,
+            streams->byDevice.try_emplace(device->key, *m_loop, *streams->connector, device, m_proxyEvents,
                                           streams->paused, m_timings, lastEventId);
         });
 }
 
-void EventChannels::close(const QString& deviceKey, std::vector<Notice> announced)
+void EventChannels::close(const QString& deviceKey, std::vector<ProxyEvent> announced)
 {
     m_loop->post([this, streams = m_streams, deviceKey, announced = std::move(announced)]() mutable {
         if (!streams->connector) {
             return;
         }
         streams->byDevice.erase(deviceKey);
-        m_notices.push(announced);
+        m_proxyEvents.push(announced);
     });
 }
 

@@ -16,22 +16,23 @@ namespace Krelm::Communicator::HttpDevice {
 class EventChannels
 {
 public:
-    EventChannels(std::shared_ptr<IoLoop> loop, NoticeQueue& notices, const EventTimings& timings = {});
+    EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents,
+                  const EventTimings& timings = {});
     /// Closes all streams.
     ~EventChannels();
 
     /// Opens the stream of @p device, or opens it anew where the device has another endpoint now; @p
     /// announced follows what the streams have told so far.
-    void open(std::shared_ptr<const Device> device, std::vector<Notice> announced);
+    void open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced);
     /// Closes the stream of @p deviceKey; @p announced follows its last event.
-    void close(const QString& deviceKey, std::vector<Notice> announced);
+    void close(const QString& deviceKey, std::vector<ProxyEvent> announced);
     /// To be called when the queue has delivered a batch: streams that were paused go on.
     void resume();
 
 private:
     struct Streams;
     const std::shared_ptr<IoLoop> m_loop;
-    NoticeQueue& m_notices;
+    ProxyEventQueue& m_proxyEvents;
     const EventTimings m_timings;
     const std::shared_ptr<Streams> m_streams; ///< touched on the loop's thread only, but for `paused`
 };

@@ -28,20 +28,20 @@ std::function<double()> randomNumbers()
          between = std::uniform_real_distribution<double>(0.0, 1.0)]() mutable { return between(generator); };
 }
 
-const char* textOf(EventSupervisor::Failure failure)
+const char* textOf(ReconnectPolicy::Failure failure)
 {
     switch (failure) {
-    case EventSupervisor::Failure::Unreachable:
+    case ReconnectPolicy::Failure::Unreachable:
         return "the device does not answer";
-    case EventSupervisor::Failure::Ended:
+    case ReconnectPolicy::Failure::Ended:
         return "the stream ended";
-    case EventSupervisor::Failure::Silent:
+    case ReconnectPolicy::Failure::Silent:
         return "the stream fell silent";
-    case EventSupervisor::Failure::Refused:
+    case ReconnectPolicy::Failure::Refused:
         return "the device offers no events";
-    case EventSupervisor::Failure::LoginRefused:
+    case ReconnectPolicy::Failure::LoginRefused:
         return "the device refused the login";
-    case EventSupervisor::Failure::TooLarge:
+    case ReconnectPolicy::Failure::TooLarge:
         break;
     }
     return "an event is too large";
@@ -50,23 +50,23 @@ const char* textOf(EventSupervisor::Failure failure)
 } // namespace
 
 EventStream::EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
-                         NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings,
+                         ProxyEventQueue& proxyEvents, std::atomic<int>& paused, const EventTimings& timings,
                          const QByteArray& lastEventId)
     : m_loop(loop)
     , m_connector(connector)
     , m_device(std::move(device))
-    , m_notices(notices)
+    , m_proxyEvents(proxyEvents)
     , m_pausedStreams(paused)
     , m_reader(MaximumEventBytes,
                [this](QByteArray&& data) {
-                   m_batch.push_back({Notice::Kind::Event, m_device->key, std::move(data), m_backlog});
+                   m_batch.push_back({ProxyEvent::Kind::Event, m_device->key, std::move(data), m_quota});
                })
-    , m_supervisor(*this, timings, randomNumbers())
+    , m_reconnectPolicy(*this, timings, randomNumbers())
     , m_connectLimit(timings.connect)
     , m_parser(*this, {})
 {
     m_reader.setLastEventId(lastEventId);
-    m_supervisor.start(IoLoop::Clock::now());
+    m_reconnectPolicy.start(IoLoop::Clock::now());
     scheduleTick();
 }
 
@@ -185,9 +185,9 @@ void EventStream::receive()
     static thread_local std::array<char, BytesPerTurn> buffer;
     do {
         // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
-        if (m_backlog->isFull()) {
+        if (m_quota->isFull()) {
             setPaused(true);
-            if (m_backlog->isFull()) {
+            if (m_quota->isFull()) {
                 watch();
                 return;
             }
@@ -211,10 +211,10 @@ void EventStream::receive()
 void EventStream::deviceGone()
 {
     qCInfo(eventLog, "%s: gone", qPrintable(printableKey(m_device->key)));
-    m_notices.push({Notice::Kind::Logout, m_device->key, {}, nullptr});
+    m_proxyEvents.push({ProxyEvent::Kind::Logout, m_device->key, {}, nullptr});
 }
 
-void EventStream::failureSeen(EventSupervisor::Failure failure, bool first, std::chrono::milliseconds delay)
+void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std::chrono::milliseconds delay)
 {
     if (first) {
         qCWarning(eventLog, "%s: %s", qPrintable(printableKey(m_device->key)), textOf(failure));
@@ -243,7 +243,7 @@ bool EventStream::responseHead(const ResponseParser::Head& head)
     if (m_isStream) {
         m_wasChallenged = false;
         qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
-        m_supervisor.connected(IoLoop::Clock::now());
+        m_reconnectPolicy.connected(IoLoop::Clock::now());
         scheduleTick();
     }
     return true;
@@ -257,11 +257,11 @@ bool EventStream::responseBody(const char* bytes, std::size_t size)
     }
     const bool taken = m_reader.feed(bytes, size);
     if (const auto retry = m_reader.takeRetry()) {
-        m_supervisor.setFirstDelay(*retry);
+        m_reconnectPolicy.setFirstDelay(*retry);
     }
-    m_supervisor.heard(IoLoop::Clock::now());
+    m_reconnectPolicy.heard(IoLoop::Clock::now());
     if (!m_batch.empty()) {
-        m_notices.push(m_batch);
+        m_proxyEvents.push(m_batch);
     }
     m_tooLarge = !taken;
     return taken;
@@ -272,13 +272,13 @@ void EventStream::setPaused(bool paused)
     if (paused != m_isPaused) {
         m_isPaused = paused;
         m_pausedStreams += paused ? 1 : -1;
-        m_supervisor.setHeldBack(paused, IoLoop::Clock::now());
+        m_reconnectPolicy.setHeldBack(paused, IoLoop::Clock::now());
     }
 }
 
 void EventStream::resume()
 {
-    if (!m_isPaused || !m_backlog->isLow()) {
+    if (!m_isPaused || !m_quota->isLow()) {
         return;
     }
     setPaused(false);
@@ -289,9 +289,9 @@ void EventStream::resume()
     scheduleTick();
 }
 
-EventSupervisor::Failure EventStream::failureOf() const
+ReconnectPolicy::Failure EventStream::failureOf() const
 {
-    using Failure = EventSupervisor::Failure;
+    using Failure = ReconnectPolicy::Failure;
     if (m_tooLarge) {
         return Failure::TooLarge;
     }
@@ -306,7 +306,7 @@ EventSupervisor::Failure EventStream::failureOf() const
 
 void EventStream::finished()
 {
-    const EventSupervisor::Failure failure = failureOf();
+    const ReconnectPolicy::Failure failure = failureOf();
     closeStream();
     if (answerChallenge()) {
         openStream();
@@ -325,15 +325,15 @@ bool EventStream::answerChallenge()
     return answered;
 }
 
-void EventStream::fail(EventSupervisor::Failure failure)
+void EventStream::fail(ReconnectPolicy::Failure failure)
 {
-    m_supervisor.failed(failure, IoLoop::Clock::now());
+    m_reconnectPolicy.failed(failure, IoLoop::Clock::now());
     scheduleTick();
 }
 
 void EventStream::scheduleTick()
 {
-    const auto deadline = m_supervisor.deadline();
+    const auto deadline = m_reconnectPolicy.deadline();
     if (m_timer && deadline && m_timer->first <= *deadline) {
         return; // the tick comes early enough and sets the next one
     }
@@ -344,7 +344,7 @@ void EventStream::scheduleTick()
     if (deadline) {
         m_timer = m_loop.startTimer(*deadline, [this] {
             m_timer.reset();
-            m_supervisor.tick(IoLoop::Clock::now());
+            m_reconnectPolicy.tick(IoLoop::Clock::now());
             scheduleTick();
         });
     }

@@ -17,15 +17,15 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The event stream of one device: opens it when its supervisor says so, reads events from it, hands them to
+/// The event stream of one device: opens it when its policy says so, reads events from it, hands them to
 /// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
-class EventStream final : private EventSupervisor::Listener, private ResponseParser::Handler
+class EventStream final : private ReconnectPolicy::Listener, private ResponseParser::Handler
 {
 public:
     /// @p paused counts the streams that wait for the queue; the stream resumes after the event @p
     /// lastEventId, unless that is empty.
     EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
-                NoticeQueue& notices, std::atomic<int>& paused, const EventTimings& timings,
+                ProxyEventQueue& proxyEvents, std::atomic<int>& paused, const EventTimings& timings,
                 const QByteArray& lastEventId);
     /// Closes the stream.
     ~EventStream() override;
@@ -39,7 +39,7 @@ private:
     void openStream() override;
     void closeStream() override;
     void deviceGone() override;
-    void failureSeen(EventSupervisor::Failure failure, bool first, std::chrono::milliseconds delay) override;
+    void failureSeen(ReconnectPolicy::Failure failure, bool first, std::chrono::milliseconds delay) override;
 
     void responseField(std::string_view name, std::string_view value) override;
     bool responseHead(const ResponseParser::Head& head) override;
@@ -53,20 +53,20 @@ private:
     void writeHead();
     void watch();
     void finished();
-    void fail(EventSupervisor::Failure failure);
-    EventSupervisor::Failure failureOf() const;
+    void fail(ReconnectPolicy::Failure failure);
+    ReconnectPolicy::Failure failureOf() const;
     void setPaused(bool paused);
     void scheduleTick();
 
     IoLoop& m_loop;
     Connector& m_connector;
     const std::shared_ptr<const Device> m_device;
-    NoticeQueue& m_notices;
+    ProxyEventQueue& m_proxyEvents;
     std::atomic<int>& m_pausedStreams;
-    const std::shared_ptr<StreamBacklog> m_backlog = std::make_shared<StreamBacklog>();
-    std::vector<Notice> m_batch;
+    const std::shared_ptr<StreamQuota> m_quota = std::make_shared<StreamQuota>();
+    std::vector<ProxyEvent> m_batch;
     SseReader m_reader;
-    EventSupervisor m_supervisor;
+    ReconnectPolicy m_reconnectPolicy;
     const std::chrono::milliseconds m_connectLimit;
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting

@@ -5,23 +5,23 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-NoticeQueue::NoticeQueue(std::function<void()> wakeUp)
+ProxyEventQueue::ProxyEventQueue(std::function<void()> wakeUp)
     : m_wakeUp(std::move(wakeUp))
 {}
 
-void NoticeQueue::push(Notice notice)
+void ProxyEventQueue::push(ProxyEvent event)
 {
-    std::vector<Notice> batch;
-    batch.push_back(std::move(notice));
+    std::vector<ProxyEvent> batch;
+    batch.push_back(std::move(event));
     push(batch);
 }
 
-void NoticeQueue::push(std::vector<Notice>& batch)
+void ProxyEventQueue::push(std::vector<ProxyEvent>& batch)
 {
-    for (const Notice& notice : batch) {
-        if (notice.backlog) {
-            notice.backlog->m_events += 1;
-            notice.backlog->m_bytes += static_cast<size_t>(notice.data.size());
+    for (const ProxyEvent& event : batch) {
+        if (event.quota) {
+            event.quota->m_events += 1;
+            event.quota->m_bytes += static_cast<size_t>(event.data.size());
         }
     }
     bool wakeUp = false;
@@ -42,14 +42,14 @@ void NoticeQueue::push(std::vector<Notice>& batch)
     }
 }
 
-void NoticeQueue::clear()
+void ProxyEventQueue::clear()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_waiting.clear();
     m_wakeUpSent = false;
 }
 
-void NoticeQueue::wakeUpAnew()
+void ProxyEventQueue::wakeUpAnew()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -61,9 +61,9 @@ void NoticeQueue::wakeUpAnew()
     m_wakeUp();
 }
 
-// Appends what waits to the batch. Returns whether the receiver of its next notice needs a wake-up for what
+// Appends what waits to the batch. Returns whether the receiver of its next event needs a wake-up for what
 // stands behind that.
-bool NoticeQueue::takeWaiting()
+bool ProxyEventQueue::takeWaiting()
 {
     if (m_position == m_batch.size()) {
         m_batch.clear();
@@ -81,7 +81,7 @@ bool NoticeQueue::takeWaiting()
     return m_wakeUpSent;
 }
 
-void NoticeQueue::deliver(const std::function<void(const Notice&)>& receive)
+void ProxyEventQueue::deliver(const std::function<void(const ProxyEvent&)>& receive)
 {
     if (takeWaiting()) {
         m_wakeUp();
@@ -91,11 +91,11 @@ void NoticeQueue::deliver(const std::function<void(const Notice&)>& receive)
     }
     // A receiver that runs an event loop of its own comes back here: it goes on with the same batch.
     while (m_position < m_batch.size()) {
-        const Notice notice = std::move(m_batch[m_position++]);
-        receive(notice);
-        if (notice.backlog) {
-            notice.backlog->m_events -= 1;
-            notice.backlog->m_bytes -= static_cast<size_t>(notice.data.size());
+        const ProxyEvent event = std::move(m_batch[m_position++]);
+        receive(event);
+        if (event.quota) {
+            event.quota->m_events -= 1;
+            event.quota->m_bytes -= static_cast<size_t>(event.data.size());
         }
     }
     if (m_delivered) {

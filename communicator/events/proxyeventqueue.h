@@ -16,7 +16,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// How much of one event stream waits to be delivered. Shared by the stream, which pauses when it is too
 /// much, and the queue.
-class StreamBacklog
+class StreamQuota
 {
 public:
     /// Whether so much waits that the stream must pause.
@@ -25,7 +25,7 @@ public:
     bool isLow() const { return m_events <= MaximumEvents / 4 && m_bytes <= MaximumBytes / 4; }
 
 private:
-    friend class NoticeQueue;
+    friend class ProxyEventQueue;
     static constexpr size_t MaximumEvents = 4096;
     static constexpr size_t MaximumBytes = 8U << 20U;
     std::atomic<size_t> m_events{0};
@@ -33,41 +33,41 @@ private:
 };
 
 /// One thing to tell the application of a device.
-struct Notice
+struct ProxyEvent
 {
     enum class Kind { DevicesChanged, Logout, Event };
     Kind kind = Kind::DevicesChanged;
     QString deviceKey;
-    QByteArray data;                        ///< of an event
-    std::shared_ptr<StreamBacklog> backlog; ///< of an event
+    QByteArray data;                    ///< of an event
+    std::shared_ptr<StreamQuota> quota; ///< of an event
 };
 
-/// Carries notices, in their order, from any thread to the one that delivers them, as queued signals would
-/// come, but with few wake-ups however many notices wait.
+/// Carries events, in their order, from any thread to the one that delivers them, as queued signals would
+/// come, but with few wake-ups however many events wait.
 ///
 /// While a receiver runs and anything waits, a wake-up is on its way: an event loop that the receiver runs
 /// delivers the rest. A wake-up that finds nothing does nothing.
-class NoticeQueue
+class ProxyEventQueue
 {
 public:
     /// @p wakeUp has deliver() called later on the delivering thread. From any thread.
-    explicit NoticeQueue(std::function<void()> wakeUp);
+    explicit ProxyEventQueue(std::function<void()> wakeUp);
 
-    /// Appends a notice. From any thread.
-    void push(Notice notice);
+    /// Appends an event. From any thread.
+    void push(ProxyEvent event);
     /// Appends a batch, which is empty afterwards. From any thread.
-    void push(std::vector<Notice>& batch);
+    void push(std::vector<ProxyEvent>& batch);
 
     /// Hands what waits to @p receive, in order, even when that calls deliver() from inside. What comes
     /// meanwhile has to wait for a wake-up of its own, so that an event loop gets its turn. To be called on
     /// one thread only.
-    void deliver(const std::function<void(const Notice&)>& receive);
+    void deliver(const std::function<void(const ProxyEvent&)>& receive);
     /// Wakes up once more if anything waits, for a thread whose event queue may have been emptied. From any
     /// thread.
     void wakeUpAnew();
     /// Drops what waits. From any thread.
     void clear();
-    /// Sets what is called, on the delivering thread, after notices were delivered. Before the first push.
+    /// Sets what is called, on the delivering thread, after events were delivered. Before the first push.
     void onDelivered(std::function<void()> delivered) { m_delivered = std::move(delivered); }
 
 private:
@@ -76,9 +76,9 @@ private:
     const std::function<void()> m_wakeUp;
     std::function<void()> m_delivered;
     std::mutex m_mutex; ///< guards the two below
-    std::vector<Notice> m_waiting;
-    bool m_wakeUpSent = false;   ///< and not come to deliver() yet
-    std::vector<Notice> m_batch; ///< being delivered; on the delivering thread only
+    std::vector<ProxyEvent> m_waiting;
+    bool m_wakeUpSent = false;       ///< and not come to deliver() yet
+    std::vector<ProxyEvent> m_batch; ///< being delivered; on the delivering thread only
     size_t m_position = 0;
 };
 

@@ -13,9 +13,9 @@ constexpr int MaximumDoublings = 20;
 
 } // namespace
 
-EventSupervisor::Listener::~Listener() = default;
+ReconnectPolicy::Listener::~Listener() = default;
 
-EventSupervisor::EventSupervisor(Listener& listener, const EventTimings& timings,
+ReconnectPolicy::ReconnectPolicy(Listener& listener, const EventTimings& timings,
                                  std::function<double()> random)
     : m_listener(listener)
     , m_timings(timings)
@@ -23,7 +23,7 @@ EventSupervisor::EventSupervisor(Listener& listener, const EventTimings& timings
     , m_firstDelay(timings.firstDelay)
 {}
 
-void EventSupervisor::start(Clock::time_point now)
+void ReconnectPolicy::start(Clock::time_point now)
 {
     if (m_state == State::Stopped) {
         m_failures = 0;
@@ -33,13 +33,13 @@ void EventSupervisor::start(Clock::time_point now)
     }
 }
 
-void EventSupervisor::stop()
+void ReconnectPolicy::stop()
 {
     m_state = State::Stopped;
     m_goneAt.reset();
 }
 
-void EventSupervisor::open(Clock::time_point now)
+void ReconnectPolicy::open(Clock::time_point now)
 {
     m_state = State::Connecting;
     m_heldBack = false;
@@ -47,7 +47,7 @@ void EventSupervisor::open(Clock::time_point now)
     m_listener.openStream();
 }
 
-void EventSupervisor::connected(Clock::time_point now)
+void ReconnectPolicy::connected(Clock::time_point now)
 {
     if (m_state == State::Connecting) {
         m_state = State::Streaming;
@@ -58,25 +58,25 @@ void EventSupervisor::connected(Clock::time_point now)
     }
 }
 
-void EventSupervisor::heard(Clock::time_point now)
+void ReconnectPolicy::heard(Clock::time_point now)
 {
     if (m_state == State::Streaming) {
         m_due = now + m_timings.silence;
     }
 }
 
-void EventSupervisor::setHeldBack(bool heldBack, Clock::time_point now)
+void ReconnectPolicy::setHeldBack(bool heldBack, Clock::time_point now)
 {
     m_heldBack = heldBack;
     heard(now);
 }
 
-void EventSupervisor::setFirstDelay(std::chrono::milliseconds delay)
+void ReconnectPolicy::setFirstDelay(std::chrono::milliseconds delay)
 {
     m_firstDelay = std::clamp(delay, std::min(ShortestDelay, m_timings.firstDelay), m_timings.longestDelay);
 }
 
-std::chrono::milliseconds EventSupervisor::nextDelay()
+std::chrono::milliseconds ReconnectPolicy::nextDelay()
 {
     const int doublings = std::min(m_failures - 1, MaximumDoublings);
     const auto longest = std::max(m_timings.longestDelay, m_firstDelay);
@@ -86,7 +86,7 @@ std::chrono::milliseconds EventSupervisor::nextDelay()
     return std::chrono::duration_cast<std::chrono::milliseconds>(delay * part);
 }
 
-void EventSupervisor::failed(Failure failure, Clock::time_point now)
+void ReconnectPolicy::failed(Failure failure, Clock::time_point now)
 {
     if (m_state != State::Connecting && m_state != State::Streaming) {
         return;
@@ -109,13 +109,13 @@ void EventSupervisor::failed(Failure failure, Clock::time_point now)
     m_listener.failureSeen(failure, m_failures == 1, delay);
 }
 
-void EventSupervisor::giveUp(Failure failure, Clock::time_point now)
+void ReconnectPolicy::giveUp(Failure failure, Clock::time_point now)
 {
     m_listener.closeStream();
     failed(failure, now);
 }
 
-std::optional<EventSupervisor::Clock::time_point> EventSupervisor::deadline() const
+std::optional<ReconnectPolicy::Clock::time_point> ReconnectPolicy::deadline() const
 {
     const bool waits = m_state != State::Stopped && !(m_state == State::Streaming && m_heldBack);
     if (waits && m_goneAt) {
@@ -124,7 +124,7 @@ std::optional<EventSupervisor::Clock::time_point> EventSupervisor::deadline() co
     return waits ? std::optional(m_due) : m_goneAt;
 }
 
-void EventSupervisor::tick(Clock::time_point now)
+void ReconnectPolicy::tick(Clock::time_point now)
 {
     if (m_goneAt && now >= *m_goneAt) {
         m_goneAt.reset();

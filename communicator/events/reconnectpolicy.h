@@ -26,7 +26,7 @@ struct EventTimings
 
 /// Decides when one device's event stream is opened, given up and opened again. It does nothing itself and
 /// knows no clock: it is told what happened and when, and calls its listener. Used by one thread at a time.
-class EventSupervisor
+class ReconnectPolicy
 {
 public:
     using Clock = std::chrono::steady_clock;
@@ -48,7 +48,7 @@ public:
         TooLarge      ///< an event beyond the limit
     };
 
-    /// What the supervisor has done. Its operations may not call back.
+    /// What the policy has done. Its operations may not call back.
     class Listener
     {
     public:
@@ -63,7 +63,7 @@ public:
     };
 
     /// @p random gives numbers from 0 to below 1.
-    EventSupervisor(Listener& listener, const EventTimings& timings, std::function<double()> random);
+    ReconnectPolicy(Listener& listener, const EventTimings& timings, std::function<double()> random);
 
     void start(Clock::time_point now);
     /// The stream, if any, has been closed by the caller.

@@ -8,17 +8,17 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-WholeFile::WholeFile(const QString& path)
+AtomicFile::AtomicFile(const QString& path)
     : m_file(path)
 {}
 
-bool WholeFile::fail(const QString& reason)
+bool AtomicFile::fail(const QString& reason)
 {
     m_reason = reason;
     return false;
 }
 
-bool WholeFile::open()
+bool AtomicFile::open()
 {
     // A file in place of a device or a pipe would take it away from everybody else.
     const QFileInfo earlier(m_file.fileName());
@@ -28,7 +28,7 @@ bool WholeFile::open()
     return m_file.open(QIODevice::WriteOnly) || fail(m_file.errorString());
 }
 
-bool WholeFile::write(const char* bytes, qint64 size)
+bool AtomicFile::write(const char* bytes, qint64 size)
 {
     while (size > 0) {
         const ssize_t taken = ::write(m_file.handle(), bytes, static_cast<size_t>(size));
@@ -43,7 +43,7 @@ bool WholeFile::write(const char* bytes, qint64 size)
     return true;
 }
 
-bool WholeFile::commit()
+bool AtomicFile::commit()
 {
     // Disks behind a network may tell only now that they are full. Others cannot be asked.
     if (::fsync(m_file.handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {

@@ -14,10 +14,10 @@ namespace Krelm::Communicator::HttpDevice {
 ///
 /// QSaveFile alone does not do: the last buffer that it writes may fail unseen, when the disk is full, and a
 /// cut file then takes the place of the old one.
-class COMMUNICATOR_EXPORT WholeFile
+class COMMUNICATOR_EXPORT AtomicFile
 {
 public:
-    explicit WholeFile(const QString& path);
+    explicit AtomicFile(const QString& path);
 
     /// Begins. @return whether a regular file can be written where it is to be; see reason().
     bool open();
@@ -33,7 +33,7 @@ private:
 
     QSaveFile m_file;
     QString m_reason;
-    Q_DISABLE_COPY_MOVE(WholeFile)
+    Q_DISABLE_COPY_MOVE(AtomicFile)
 };
 
 } // namespace Krelm::Communicator::HttpDevice

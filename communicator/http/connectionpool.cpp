@@ -13,7 +13,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t MaximumIdlePerLane = 16;
+constexpr size_t MaximumIdlePerClass = 16;
 constexpr std::chrono::seconds LeaveTime{2};
 // What one call of the system may deliver; larger replies come in pieces of it.
 constexpr size_t BufferBytes = 64 << 10;
@@ -136,8 +136,8 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
 {
     Sessions fresh;
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto idle = m_lanes.find({device.get(), daemon});
-    if (idle != m_lanes.end() && !idle->second.empty()) {
+    const auto idle = m_idleByClass.find({device.get(), daemon});
+    if (idle != m_idleByClass.end() && !idle->second.empty()) {
         const Sessions::iterator entry = idle->second.back();
         idle->second.pop_back();
         m_active.splice(m_active.end(), m_idle, entry);
@@ -162,12 +162,12 @@ void ConnectionPool::release(Sessions::iterator entry)
         m_left.notify_all();
         return;
     }
-    std::vector<Sessions::iterator>& lane = m_lanes[entry->lane()];
-    if (!entry->session.isConnected() || lane.size() >= MaximumIdlePerLane) {
+    std::vector<Sessions::iterator>& trafficClass = m_idleByClass[entry->trafficClass()];
+    if (!entry->session.isConnected() || trafficClass.size() >= MaximumIdlePerClass) {
         dropped.splice(dropped.end(), m_active, entry);
         return;
     }
-    lane.push_back(entry);
+    trafficClass.push_back(entry);
     m_idle.splice(m_idle.end(), m_active, entry);
     if (m_idle.size() > m_maximumIdle) {
         dropOldest(dropped);
@@ -176,10 +176,10 @@ void ConnectionPool::release(Sessions::iterator entry)
 
 void ConnectionPool::dropOldest(Sessions& dropped)
 {
-    const auto lane = m_lanes.find(m_idle.front().lane());
-    lane->second.erase(lane->second.begin());
-    if (lane->second.empty()) {
-        m_lanes.erase(lane);
+    const auto trafficClass = m_idleByClass.find(m_idle.front().trafficClass());
+    trafficClass->second.erase(trafficClass->second.begin());
+    if (trafficClass->second.empty()) {
+        m_idleByClass.erase(trafficClass);
     }
     dropped.splice(dropped.end(), m_idle, m_idle.begin());
 }
@@ -196,7 +196,7 @@ void ConnectionPool::abort(const QString& deviceKey)
     for (auto entry = m_idle.begin(); entry != m_idle.end();) {
         const auto next = std::next(entry);
         if (entry->device->key == deviceKey) {
-            m_lanes.erase(entry->lane());
+            m_idleByClass.erase(entry->trafficClass());
             dropped.splice(dropped.end(), m_idle, entry);
         }
         entry = next;
@@ -208,7 +208,7 @@ void ConnectionPool::close()
     Sessions dropped;
     std::unique_lock<std::mutex> lock(m_mutex);
     m_closed = true;
-    m_lanes.clear();
+    m_idleByClass.clear();
     dropped.splice(dropped.end(), m_idle);
     for (Entry& entry : m_active) {
         entry.session.abort();

@@ -58,19 +58,22 @@ public:
     void close();
 
 private:
-    /// Whom a connection leads to and for which traffic. A lane without a session may name a device that is
-    /// gone.
-    struct Lane
+    /// Whom a connection leads to and for which traffic. A traffic class without a session may name a device
+    /// that is gone.
+    struct TrafficClass
     {
         const Device* device;
         bool daemon;
-        bool operator==(const Lane& other) const { return device == other.device && daemon == other.daemon; }
-    };
-    struct LaneHash
-    {
-        size_t operator()(const Lane& lane) const
+        bool operator==(const TrafficClass& other) const
         {
-            return std::hash<const Device*>()(lane.device) ^ static_cast<size_t>(lane.daemon);
+            return device == other.device && daemon == other.daemon;
+        }
+    };
+    struct TrafficClassHash
+    {
+        size_t operator()(const TrafficClass& trafficClass) const
+        {
+            return std::hash<const Device*>()(trafficClass.device) ^ static_cast<size_t>(trafficClass.daemon);
         }
     };
     struct Entry
@@ -80,7 +83,7 @@ private:
             , device(std::move(entryDevice))
             , daemon(entryDaemon)
         {}
-        Lane lane() const { return {device.get(), daemon}; }
+        TrafficClass trafficClass() const { return {device.get(), daemon}; }
         BlockingExchange session;
         const std::shared_ptr<const Device> device;
         const bool daemon;
@@ -98,8 +101,8 @@ private:
     bool m_closed = false;
     Sessions m_active;
     Sessions m_idle; ///< the least recently used first
-    std::unordered_map<Lane, std::vector<Sessions::iterator>, LaneHash>
-        m_lanes; ///< the idle ones, oldest first
+    std::unordered_map<TrafficClass, std::vector<Sessions::iterator>, TrafficClassHash>
+        m_idleByClass; ///< the idle ones, oldest first
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -23,7 +23,7 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
 CurlMulti::~CurlMulti()
 {
     curl_multi_cleanup(m_multi);
-    for (const auto& timer : {m_timer, m_nudge}) {
+    for (const auto& timer : {m_timer, m_retryTimer}) {
         if (timer) {
             m_loop.stopTimer(*timer);
         }
@@ -48,7 +48,7 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
     if (what == CURL_POLL_REMOVE) {
         // Only an attempt to connect that libcurl gives up is closed before it is taken out here.
         if (!multi->m_loop.unwatch(socket)) {
-            multi->nudge(easy);
+            multi->retryNextAddress(easy);
         }
         return 0;
     }
@@ -66,24 +66,24 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
 
 // After an attempt to connect that failed libcurl goes on with the name's next address when it looks at the
 // transfer again, and sets no timer for that: left alone, it looks when the time limit has passed.
-void CurlMulti::nudge(CURL* easy)
+void CurlMulti::retryNextAddress(CURL* easy)
 {
     m_stalled.push_back(easy);
-    if (!m_nudge) {
-        m_nudge = m_loop.startTimer(IoLoop::Clock::now(), [this] { nudgeStalled(); });
+    if (!m_retryTimer) {
+        m_retryTimer = m_loop.startTimer(IoLoop::Clock::now(), [this] { retryStalled(); });
     }
 }
 
-void CurlMulti::nudgeStalled()
+void CurlMulti::retryStalled()
 {
-    m_nudge.reset();
+    m_retryTimer.reset();
     for (CURL* const easy : std::exchange(m_stalled, {})) {
         if (m_transfers.find(easy) != m_transfers.end()) {
             curl_easy_pause(easy, CURLPAUSE_ALL);
             curl_easy_pause(easy, CURLPAUSE_CONT);
         }
     }
-    settleFinished();
+    drainCompletedTransfers();
 }
 
 int CurlMulti::onTimer(CURLM* /*multi*/, long milliseconds, void* self)
@@ -110,10 +110,10 @@ void CurlMulti::act(curl_socket_t socket, int events)
 {
     int running = 0;
     curl_multi_socket_action(m_multi, socket, events, &running);
-    settleFinished();
+    drainCompletedTransfers();
 }
 
-void CurlMulti::settleFinished()
+void CurlMulti::drainCompletedTransfers()
 {
     int queued = 0;
     while (const CURLMsg* const message = curl_multi_info_read(m_multi, &queued)) {

@@ -31,11 +31,11 @@ public:
     void remove(CURL* easy);
 
 private:
-    void settleFinished();
+    void drainCompletedTransfers();
     static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int onTimer(CURLM* multi, long milliseconds, void* self);
-    void nudge(CURL* easy);
-    void nudgeStalled();
+    void retryNextAddress(CURL* easy);
+    void retryStalled();
     void act(curl_socket_t socket, int events);
     void actOnTimer();
 
@@ -43,7 +43,7 @@ private:
     CURLM* m_multi;
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
-    std::optional<IoLoop::TimerId> m_nudge;
+    std::optional<IoLoop::TimerId> m_retryTimer;
     std::vector<CURL*> m_stalled; ///< to be nudged; what has ended since is left alone
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };

@@ -153,8 +153,8 @@ void reportProgress(const HttpRequest& request, const QByteArray& target, const 
     (*observer)(progress);
 }
 
-HttpReply refuse(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                 const QString& reason, std::chrono::steady_clock::time_point started)
+HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
+                             const QString& reason, std::chrono::steady_clock::time_point started)
 {
     ExchangeSummary summary;
     summary.started = started;

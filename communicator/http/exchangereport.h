@@ -55,8 +55,8 @@ bool isProgressObserved();
 void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
 
 /// The reply to a request of which nothing is sent; reports it.
-HttpReply refuse(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                 const QString& reason, std::chrono::steady_clock::time_point started);
+HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
+                             const QString& reason, std::chrono::steady_clock::time_point started);
 
 /// How long @p request may take.
 std::chrono::milliseconds timeLimit(const HttpRequest& request);

@@ -68,7 +68,7 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<WholeFile>(path);
+    m_file = std::make_unique<AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
         m_file.reset();

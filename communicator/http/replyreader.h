@@ -66,7 +66,7 @@ private:
 
     const TransferLimits m_limits;
     ResponseParser m_parser;
-    std::unique_ptr<WholeFile> m_file;
+    std::unique_ptr<AtomicFile> m_file;
     IHttpVersionTrigger::HttpSimpleState m_refusal =
         IHttpVersionTrigger::Success; ///< why reading was broken off
     QString m_reason;

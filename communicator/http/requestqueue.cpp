@@ -37,7 +37,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
                        std::chrono::steady_clock::time_point started)
 {
     if (device->isRemoved) {
-        done(refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -140,7 +140,7 @@ void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
     Jobs expired;
     expired.splice(expired.end(), queue->waiting, job);
     forgetIfIdle(deviceKey);
-    job->done(refuse(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -174,7 +174,7 @@ void RequestQueue::abortAll(Jobs waiting, Jobs underWay)
 {
     for (Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(refuse(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);

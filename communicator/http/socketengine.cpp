@@ -18,10 +18,10 @@ QString unknownDevice()
 
 } // namespace
 
-// Daemon exchanges have connections of their own, so that neither lane waits for the other.
-struct CurlEngine::Lanes
+// Daemon exchanges have connections of their own, so that neither traffic class waits for the other.
+struct SocketEngine::Queues
 {
-    Lanes(IoLoop& loop, const TransferLimits& limits)
+    Queues(IoLoop& loop, const TransferLimits& limits)
         : normal(std::in_place, loop, limits, descriptorBudget(4, 1))
         , daemon(std::in_place, loop, limits, descriptorBudget(16, 1))
     {}
@@ -29,69 +29,70 @@ struct CurlEngine::Lanes
     std::optional<RequestQueue> daemon;
 };
 
-CurlEngine::CurlEngine(std::shared_ptr<const DeviceRegistry> registry, std::shared_ptr<IoLoop> loop,
-                       const TransferLimits& limits)
+SocketEngine::SocketEngine(std::shared_ptr<const DeviceRegistry> registry, std::shared_ptr<IoLoop> loop,
+                           const TransferLimits& limits)
     : m_pool(limits)
     , m_registry(std::move(registry))
     , m_loop(std::move(loop))
-    , m_lanes(std::make_shared<Lanes>(*m_loop, limits))
+    , m_queues(std::make_shared<Queues>(*m_loop, limits))
 {}
 
-CurlEngine::~CurlEngine()
+SocketEngine::~SocketEngine()
 {
     stop();
 }
 
-HttpReply CurlEngine::exchange(const HttpRequest& request)
+HttpReply SocketEngine::exchange(const HttpRequest& request)
 {
     const auto started = std::chrono::steady_clock::now();
     const std::shared_ptr<const Device> device = m_registry->find(request.deviceKey);
-    return device ? m_pool.exchange(request, device, started)
-                  : refuse(request, IHttpVersionTrigger::InvalidRequest, unknownDevice(), started);
+    return device
+               ? m_pool.exchange(request, device, started)
+               : failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, unknownDevice(), started);
 }
 
-bool CurlEngine::start(const HttpRequest& request, std::function<void(const HttpReply&)> done)
+bool SocketEngine::start(const HttpRequest& request, std::function<void(const HttpReply&)> done)
 {
     const auto started = std::chrono::steady_clock::now();
     std::shared_ptr<const Device> device = m_registry->find(request.deviceKey);
     const QString fault = device ? faultOfRequest(request) : unknownDevice();
     const bool valid = fault.isEmpty() && !m_stopped;
     m_loop->post(
-        [lanes = m_lanes, request, device = std::move(device), done = std::move(done), started, fault] {
+        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, fault] {
             if (!fault.isEmpty()) {
-                done(refuse(request, IHttpVersionTrigger::InvalidRequest, fault, started));
+                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, fault, started));
                 return;
             }
-            std::optional<RequestQueue>& queue = request.daemon ? lanes->daemon : lanes->normal;
+            std::optional<RequestQueue>& queue = request.daemon ? queues->daemon : queues->normal;
             if (queue) {
                 queue->add(request, device, done, started);
             } else {
-                done(refuse(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
             }
         });
     return valid;
 }
 
-void CurlEngine::abort(const QString& deviceKey)
+void SocketEngine::abort(const QString& deviceKey)
 {
     m_pool.abort(deviceKey);
-    m_loop->post([lanes = m_lanes, deviceKey] {
-        if (lanes->normal) {
-            lanes->normal->abort(deviceKey);
-            lanes->daemon->abort(deviceKey);
+    m_loop->post([queues = m_queues, deviceKey] {
+        if (queues->normal) {
+            queues->normal->abort(deviceKey);
+            queues->daemon->abort(deviceKey);
         }
     });
 }
 
-void CurlEngine::stop()
+void SocketEngine::stop()
 {
     if (m_stopped.exchange(true)) {
         return;
     }
     m_pool.close();
     m_loop->run([this] {
-        m_lanes->normal.reset();
-        m_lanes->daemon.reset();
+        m_queues->normal.reset();
+        m_queues->daemon.reset();
     });
 }
 

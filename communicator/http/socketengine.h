@@ -15,12 +15,12 @@ class RequestQueue;
 
 /// The built-in engine. Blocking exchanges run on their caller's thread, the others on the loop's.
 /// May be used from any thread.
-class CurlEngine : public HttpEngine
+class SocketEngine : public HttpEngine
 {
 public:
-    CurlEngine(std::shared_ptr<const DeviceRegistry> registry, std::shared_ptr<IoLoop> loop,
-               const TransferLimits& limits = {});
-    ~CurlEngine() override;
+    SocketEngine(std::shared_ptr<const DeviceRegistry> registry, std::shared_ptr<IoLoop> loop,
+                 const TransferLimits& limits = {});
+    ~SocketEngine() override;
 
     HttpReply exchange(const HttpRequest& request) override;
     bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) override;
@@ -31,11 +31,11 @@ public:
     void stop();
 
 private:
-    struct Lanes;
+    struct Queues;
     ConnectionPool m_pool;
     const std::shared_ptr<const DeviceRegistry> m_registry;
     const std::shared_ptr<IoLoop> m_loop;
-    const std::shared_ptr<Lanes> m_lanes; ///< touched on the loop's thread only
+    const std::shared_ptr<Queues> m_queues; ///< touched on the loop's thread only
     std::atomic<bool> m_stopped{false};
 };
 

@@ -20,29 +20,29 @@ public:
     explicit PostedCall(Call call)
         : m_call(std::move(call))
     {
-        handOver();
+        release();
     }
     PostedCall(PostedCall&& other) noexcept
         : PostedCall(std::move(other.m_call))
     {}
-    ~PostedCall() { takeOver(); }
+    ~PostedCall() { acquire(); }
     PostedCall(const PostedCall&) = delete;
     PostedCall& operator=(const PostedCall&) = delete;
     PostedCall& operator=(PostedCall&&) = delete;
 
     void operator()()
     {
-        takeOver();
+        acquire();
         m_call();
-        handOver();
+        release();
     }
 
 private:
-    void handOver() { m_handedOver.store(true, std::memory_order_release); }
-    void takeOver() const { (void)m_handedOver.load(std::memory_order_acquire); }
+    void release() { m_released.store(true, std::memory_order_release); }
+    void acquire() const { (void)m_released.load(std::memory_order_acquire); }
 
     Call m_call;
-    std::atomic<bool> m_handedOver{false};
+    std::atomic<bool> m_released{false};
 };
 
 /// Runs @p call later on the thread of @p receiver; never if the receiver goes before.

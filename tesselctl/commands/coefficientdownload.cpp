@@ -16,7 +16,7 @@
 
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::WholeFile;
+using Krelm::Communicator::HttpDevice::AtomicFile;
 
 namespace {
 
@@ -100,7 +100,7 @@ private:
 /// Writes @p value into @p path, which stays as it was when that fails.
 Outcome store(const QString& path, const QVariant& value)
 {
-    WholeFile file(path);
+    AtomicFile file(path);
     const QByteArray text = toJson(value, false) + '\n';
     if (file.open() && file.write(text.constData(), text.size()) && file.commit())
         return {};
@@ -111,7 +111,7 @@ Outcome store(const QString& path, const QVariant& value)
 QString faultOfDestination(const QString& path, bool directory, const QStringList& cabinets)
 {
     if (!directory) {
-        WholeFile file(path);
+        AtomicFile file(path);
         return file.open() ? QString() : file.reason();
     }
     for (const QString& cabinet : cabinets) {

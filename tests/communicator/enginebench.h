@@ -32,7 +32,7 @@ struct Bench
 {
     std::shared_ptr<DeviceRegistry> registry = std::make_shared<DeviceRegistry>();
     std::shared_ptr<IoLoop> loop = std::make_shared<IoLoop>();
-    CurlEngine engine{registry, loop, smallLimits()};
+    SocketEngine engine{registry, loop, smallLimits()};
 
     void add(const QString& key, const DeviceEndpoint& endpoint)
     {

@@ -42,13 +42,13 @@ struct Listening : QObject
     void deliver()
     {
         ++wakeUps;
-        queue.deliver([this](const Notice& notice) {
-            notices.append(notice);
-            if (notice.kind == Notice::Kind::Event) {
-                events.append(notice.data);
+        queue.deliver([this](const ProxyEvent& event) {
+            proxyEvents.append(event);
+            if (event.kind == ProxyEvent::Kind::Event) {
+                events.append(event.data);
             }
             if (receive) {
-                receive(notice);
+                receive(event);
             }
         });
     }
@@ -59,19 +59,20 @@ struct Listening : QObject
         registry.add(key, endpoint, reason);
         channels.open(registry.find(key), {});
     }
-    int count(Notice::Kind kind) const
+    int count(ProxyEvent::Kind kind) const
     {
-        return static_cast<int>(std::count_if(notices.cbegin(), notices.cend(),
-                                              [kind](const Notice& notice) { return notice.kind == kind; }));
+        return static_cast<int>(
+            std::count_if(proxyEvents.cbegin(), proxyEvents.cend(),
+                          [kind](const ProxyEvent& event) { return event.kind == kind; }));
     }
 
     DeviceRegistry registry;
     std::shared_ptr<IoLoop> loop = std::make_shared<IoLoop>();
     int wakeUps = 0;
     QList<QByteArray> events;
-    QList<Notice> notices;
-    std::function<void(const Notice&)> receive;
-    NoticeQueue queue{[this] { postCall(this, [this] { deliver(); }); }};
+    QList<ProxyEvent> proxyEvents;
+    std::function<void(const ProxyEvent&)> receive;
+    ProxyEventQueue queue{[this] { postCall(this, [this] { deliver(); }); }};
     EventChannels channels;
 };
 
@@ -93,7 +94,7 @@ private Q_SLOTS:
         listening.open(wall, server.address());
         QTRY_COMPARE(listening.events.size(), 2);
         QCOMPARE(listening.events, (QList<QByteArray>{"{\"a\":1}", "{\"a\":2}"}));
-        QCOMPARE(listening.notices[0].deviceKey, wall);
+        QCOMPARE(listening.proxyEvents[0].deviceKey, wall);
         const auto received = server.received();
         QCOMPARE(received[0].target, QByteArray("/api/v1/events"));
         QCOMPARE(received[0].headers.value("accept"), QByteArray("text/event-stream"));
@@ -206,12 +207,12 @@ private Q_SLOTS:
         Listening listening(timings);
         MisbehavingServer other(Mode::Raw);
         listening.open(wall, closed.address());
-        QTRY_COMPARE(listening.count(Notice::Kind::Logout), 1);
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
         listening.open(QStringLiteral("other"), other.address());
         QVERIFY(other.waitForDeliveries(5));
         QCoreApplication::processEvents();
-        QCOMPARE(std::count_if(listening.notices.cbegin(), listening.notices.cend(),
-                               [](const Notice& notice) { return notice.deviceKey == wall; }),
+        QCOMPARE(std::count_if(listening.proxyEvents.cbegin(), listening.proxyEvents.cend(),
+                               [](const ProxyEvent& event) { return event.deviceKey == wall; }),
                  1);
     }
 
@@ -250,7 +251,7 @@ private Q_SLOTS:
         server.addScript({head, text});
         Listening listening;
         int depth = 0;
-        listening.receive = [&](const Notice&) {
+        listening.receive = [&](const ProxyEvent&) {
             if (depth < 3) {
                 ++depth;
                 QCoreApplication::processEvents();
@@ -271,13 +272,13 @@ private Q_SLOTS:
         Listening listening;
         listening.open(wall, server.address());
         QTRY_COMPARE(listening.events.size(), 1);
-        listening.channels.close(wall, {{Notice::Kind::Logout, wall, {}, nullptr}});
-        QTRY_COMPARE(listening.count(Notice::Kind::Logout), 1);
+        listening.channels.close(wall, {{ProxyEvent::Kind::Logout, wall, {}, nullptr}});
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
         server.broadcast("data: b\n\n");
         QTRY_COMPARE(server.open(), 0);
         QCoreApplication::processEvents();
         QCOMPARE(listening.events.size(), 1);
-        QCOMPARE(listening.notices.last().kind, Notice::Kind::Logout);
+        QCOMPARE(listening.proxyEvents.last().kind, ProxyEvent::Kind::Logout);
     }
 
     void manyDevicesStreamAtOnce()

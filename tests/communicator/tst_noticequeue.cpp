@@ -11,14 +11,14 @@ using namespace Krelm::Communicator::HttpDevice;
 
 namespace {
 
-Notice noticeOf(const QString& key)
+ProxyEvent noticeOf(const QString& key)
 {
-    return {Notice::Kind::Event, key, {}, nullptr};
+    return {ProxyEvent::Kind::Event, key, {}, nullptr};
 }
 
-std::vector<Notice> batchOf(const QStringList& keys)
+std::vector<ProxyEvent> batchOf(const QStringList& keys)
 {
-    std::vector<Notice> batch;
+    std::vector<ProxyEvent> batch;
     for (const QString& key : keys) {
         batch.push_back(noticeOf(key));
     }
@@ -40,14 +40,14 @@ public:
 
     void deliver()
     {
-        queue.deliver([this](const Notice& notice) {
-            received << notice.deviceKey;
-            m_receive(notice.deviceKey);
+        queue.deliver([this](const ProxyEvent& event) {
+            received << event.deviceKey;
+            m_receive(event.deviceKey);
         });
     }
 
     std::atomic<int> wakeUps{0};
-    NoticeQueue queue;
+    ProxyEventQueue queue;
     QStringList received;
 
 private:
@@ -112,7 +112,7 @@ void NoticeQueueTest::aNoticePushedInAReceiversLoopComes()
             run(static_cast<Loop>(loop));
         }
     });
-    std::vector<Notice> batch = batchOf({"A", "B"});
+    std::vector<ProxyEvent> batch = batchOf({"A", "B"});
     delivery.queue.push(batch);
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
     delivery.queue.push(noticeOf("D"));
@@ -130,7 +130,7 @@ void NoticeQueueTest::theRestOfABatchComesInAReceiversLoop()
             atReturn = delivery.received;
         }
     });
-    std::vector<Notice> batch = batchOf({"A", "B", "C"});
+    std::vector<ProxyEvent> batch = batchOf({"A", "B", "C"});
     delivery.queue.push(batch);
     QTRY_VERIFY(!atReturn.isEmpty());
     QCOMPARE(atReturn, (QStringList{"A", "B", "C", "D"}));
@@ -150,7 +150,7 @@ void NoticeQueueTest::loopsWithinLoopsKeepTheOrder()
         run(static_cast<Loop>(loop));
         returned << key;
     });
-    std::vector<Notice> batch = batchOf({"A", "B", "C"});
+    std::vector<ProxyEvent> batch = batchOf({"A", "B", "C"});
     delivery.queue.push(batch);
     QTRY_COMPARE(returned.size(), 5);
     QCOMPARE(delivery.received, (QStringList{"A", "B", "C", "X", "Y"}));
@@ -169,7 +169,7 @@ void NoticeQueueTest::everyReceiverOfAStreamMayRunALoop()
     // Joins when it goes, also from a test that failed.
     const auto pushing = std::async(std::launch::async, [&] {
         for (int i = 0; i < batches; ++i) {
-            std::vector<Notice> batch = batchOf(pushed.mid(i * batchSize, batchSize));
+            std::vector<ProxyEvent> batch = batchOf(pushed.mid(i * batchSize, batchSize));
             delivery.queue.push(batch);
         }
     });
@@ -179,13 +179,13 @@ void NoticeQueueTest::everyReceiverOfAStreamMayRunALoop()
 
 void NoticeQueueTest::whatComesAfterAReceiverThrewIsDelivered()
 {
-    NoticeQueue queue([] {});
-    std::vector<Notice> batch = batchOf({"A", "B"});
+    ProxyEventQueue queue([] {});
+    std::vector<ProxyEvent> batch = batchOf({"A", "B"});
     queue.push(batch);
     QStringList received;
-    const auto receive = [&](const Notice& notice) {
-        received << notice.deviceKey;
-        if (notice.deviceKey == "A") {
+    const auto receive = [&](const ProxyEvent& event) {
+        received << event.deviceKey;
+        if (event.deviceKey == "A") {
             throw 1;
         }
     };
@@ -212,7 +212,7 @@ void NoticeQueueTest::aBatchIsOneWakeUpHoweverLong()
 {
     Delivery delivery([](const QString&) {});
     for (int round = 1; round <= 3; ++round) {
-        std::vector<Notice> batch;
+        std::vector<ProxyEvent> batch;
         for (int i = 0; i < 1000; ++i) {
             batch.push_back(noticeOf(QString::number(i)));
         }
@@ -225,20 +225,20 @@ void NoticeQueueTest::aBatchIsOneWakeUpHoweverLong()
 
 void NoticeQueueTest::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
 {
-    const auto backlog = std::make_shared<StreamBacklog>();
+    const auto quota = std::make_shared<StreamQuota>();
     Delivery delivery([](const QString& key) {
         if (key == "0") {
             QCoreApplication::processEvents();
         }
     });
-    std::vector<Notice> batch;
+    std::vector<ProxyEvent> batch;
     for (int i = 0; i < 4096; ++i) {
-        batch.push_back({Notice::Kind::Event, QString::number(i), QByteArray("x"), backlog});
+        batch.push_back({ProxyEvent::Kind::Event, QString::number(i), QByteArray("x"), quota});
     }
     delivery.queue.push(batch);
-    QVERIFY(backlog->isFull());
+    QVERIFY(quota->isFull());
     QTRY_COMPARE(delivery.received.size(), 4096);
-    QVERIFY(backlog->isLow());
+    QVERIFY(quota->isLow());
 }
 
 void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
@@ -251,7 +251,7 @@ void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
         }
     });
     delivery.queue.onDelivered([&] { told << "delivered " + QString::number(delivery.received.size()); });
-    std::vector<Notice> batch = batchOf({"A", "B"});
+    std::vector<ProxyEvent> batch = batchOf({"A", "B"});
     delivery.queue.push(batch);
     QTRY_VERIFY(told.contains("A returns"));
     QCOMPARE(told.mid(0, 2), (QStringList{"delivered 2", "A returns"}));

@@ -6,13 +6,13 @@
 
 using namespace Krelm::Communicator::HttpDevice;
 using namespace std::chrono_literals;
-using State = EventSupervisor::State;
-using Failure = EventSupervisor::Failure;
+using State = ReconnectPolicy::State;
+using Failure = ReconnectPolicy::Failure;
 
 namespace {
 
 /// A supervisor, a clock of its own and what it did.
-struct Watch : EventSupervisor::Listener
+struct Watch : ReconnectPolicy::Listener
 {
     static EventTimings timings()
     {
@@ -41,18 +41,18 @@ struct Watch : EventSupervisor::Listener
     void advance(std::chrono::milliseconds by)
     {
         const auto end = now + by;
-        while (supervisor.deadline() && *supervisor.deadline() <= end) {
-            now = std::max(now, *supervisor.deadline());
-            supervisor.tick(now);
+        while (policy.deadline() && *policy.deadline() <= end) {
+            now = std::max(now, *policy.deadline());
+            policy.tick(now);
         }
         now = end;
     }
-    void fail(Failure failure = Failure::Unreachable) { supervisor.failed(failure, now); }
+    void fail(Failure failure = Failure::Unreachable) { policy.failed(failure, now); }
     void stream(std::chrono::milliseconds by)
     {
         for (const auto end = now + by; now < end; now += 1s) {
-            supervisor.heard(now);
-            supervisor.tick(now);
+            policy.heard(now);
+            policy.tick(now);
         }
     }
 
@@ -60,8 +60,8 @@ struct Watch : EventSupervisor::Listener
     QStringList done;
     int firsts = 0;
     std::chrono::milliseconds lastDelay{};
-    EventSupervisor::Clock::time_point now{1000s};
-    EventSupervisor supervisor{*this, timings(), [this] { return random; }};
+    ReconnectPolicy::Clock::time_point now{1000s};
+    ReconnectPolicy policy{*this, timings(), [this] { return random; }};
 };
 
 const QStringList opened{QStringLiteral("open")};
@@ -77,39 +77,39 @@ private Q_SLOTS:
     void startOpensTheStream()
     {
         Watch watch;
-        QCOMPARE(watch.supervisor.state(), State::Stopped);
-        QVERIFY(!watch.supervisor.deadline());
-        watch.supervisor.start(watch.now);
+        QCOMPARE(watch.policy.state(), State::Stopped);
+        QVERIFY(!watch.policy.deadline());
+        watch.policy.start(watch.now);
         QCOMPARE(watch.take(), opened);
-        QCOMPARE(watch.supervisor.state(), State::Connecting);
-        watch.supervisor.connected(watch.now);
-        QCOMPARE(watch.supervisor.state(), State::Streaming);
+        QCOMPARE(watch.policy.state(), State::Connecting);
+        watch.policy.connected(watch.now);
+        QCOMPARE(watch.policy.state(), State::Streaming);
     }
 
     void aStreamWhoseHeadDoesNotComeIsGivenUp()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.take();
         watch.advance(9999ms);
-        QCOMPARE(watch.supervisor.state(), State::Connecting);
+        QCOMPARE(watch.policy.state(), State::Connecting);
         watch.advance(1ms);
         QCOMPARE(watch.take(), closed);
-        QCOMPARE(watch.supervisor.state(), State::BackingOff);
+        QCOMPARE(watch.policy.state(), State::BackingOff);
     }
 
     void delaysDoubleUpToTheLongest()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         for (const auto delay : {1s, 2s, 4s, 8s, 8s, 8s}) {
             watch.fail();
             QCOMPARE(watch.lastDelay, std::chrono::milliseconds(delay));
             watch.take();
-            watch.supervisor.tick(watch.now + delay - 1ms);
+            watch.policy.tick(watch.now + delay - 1ms);
             QVERIFY(watch.take().isEmpty());
             watch.now += delay;
-            watch.supervisor.tick(watch.now);
+            watch.policy.tick(watch.now);
             QCOMPARE(watch.take(), opened);
         }
     }
@@ -118,7 +118,7 @@ private Q_SLOTS:
     {
         Watch watch;
         watch.random = 0.5;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.fail();
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(750ms));
     }
@@ -126,9 +126,9 @@ private Q_SLOTS:
     void aDeviceThatAcceptsAndDropsIsNotHammered()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         for (const auto delay : {1s, 2s, 4s}) {
-            watch.supervisor.connected(watch.now);
+            watch.policy.connected(watch.now);
             watch.stream(20s);
             watch.fail(Failure::Ended);
             QCOMPARE(watch.lastDelay, std::chrono::milliseconds(delay));
@@ -139,12 +139,12 @@ private Q_SLOTS:
     void delaysStartAnewAfterAStableStream()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.fail();
         watch.advance(1s);
         watch.fail();
         watch.advance(2s);
-        watch.supervisor.connected(watch.now);
+        watch.policy.connected(watch.now);
         watch.stream(31s);
         watch.fail(Failure::Ended);
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1s));
@@ -153,13 +153,13 @@ private Q_SLOTS:
     void theFirstFailureOfARowStandsOut()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.advance(100s);
         QCOMPARE(watch.firsts, 1);
-        while (watch.supervisor.state() != State::Connecting) {
+        while (watch.policy.state() != State::Connecting) {
             watch.advance(1s);
         }
-        watch.supervisor.connected(watch.now);
+        watch.policy.connected(watch.now);
         watch.stream(31s);
         watch.fail(Failure::Ended);
         QCOMPARE(watch.firsts, 2);
@@ -168,10 +168,10 @@ private Q_SLOTS:
     void aRefusedLoginWaitsLongest()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.take();
         watch.fail(Failure::LoginRefused);
-        QCOMPARE(watch.supervisor.state(), State::LoginRefused);
+        QCOMPARE(watch.policy.state(), State::LoginRefused);
         watch.advance(299s);
         QCOMPARE(watch.take(), QStringList());
         watch.advance(1s);
@@ -181,28 +181,28 @@ private Q_SLOTS:
     void aSilentStreamIsReplaced()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
-        watch.supervisor.connected(watch.now);
+        watch.policy.start(watch.now);
+        watch.policy.connected(watch.now);
         watch.take();
         watch.stream(100s);
         QVERIFY(watch.take().isEmpty());
         watch.advance(44s);
         QCOMPARE(watch.take(), closed);
-        QCOMPARE(watch.supervisor.state(), State::BackingOff);
+        QCOMPARE(watch.policy.state(), State::BackingOff);
     }
 
     void aStreamHeldBackIsNotSilent()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
-        watch.supervisor.connected(watch.now);
+        watch.policy.start(watch.now);
+        watch.policy.connected(watch.now);
         watch.take();
-        watch.supervisor.setHeldBack(true, watch.now);
+        watch.policy.setHeldBack(true, watch.now);
         watch.advance(1000s);
-        QCOMPARE(watch.supervisor.state(), State::Streaming);
-        watch.supervisor.setHeldBack(false, watch.now);
+        QCOMPARE(watch.policy.state(), State::Streaming);
+        watch.policy.setHeldBack(false, watch.now);
         watch.advance(44s);
-        QCOMPARE(watch.supervisor.state(), State::Streaming);
+        QCOMPARE(watch.policy.state(), State::Streaming);
         watch.advance(1s);
         QCOMPARE(watch.take(), closed);
     }
@@ -210,8 +210,8 @@ private Q_SLOTS:
     void aDeviceThatStaysAwayIsGoneOnce()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
-        watch.supervisor.connected(watch.now);
+        watch.policy.start(watch.now);
+        watch.policy.connected(watch.now);
         watch.stream(100s);
         watch.fail(Failure::Ended);
         watch.advance(59s);
@@ -225,13 +225,13 @@ private Q_SLOTS:
     void aDeviceThatCameBackCanBeGoneAgain()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.advance(60s);
         QCOMPARE(watch.take().count(gone.first()), 1);
-        while (watch.supervisor.state() != State::Connecting) {
+        while (watch.policy.state() != State::Connecting) {
             watch.advance(1s);
         }
-        watch.supervisor.connected(watch.now);
+        watch.policy.connected(watch.now);
         watch.fail(Failure::Ended);
         watch.advance(61s);
         QCOMPARE(watch.take().count(gone.first()), 1);
@@ -240,7 +240,7 @@ private Q_SLOTS:
     void aDeviceThatAnswersIsNotGone()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         for (int i = 0; i < 30; ++i) {
             watch.fail(Failure::Refused);
             watch.advance(8s);
@@ -251,16 +251,16 @@ private Q_SLOTS:
     void theStreamMayAskForAnotherDelayWithinBounds()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
-        watch.supervisor.setFirstDelay(3s);
+        watch.policy.start(watch.now);
+        watch.policy.setFirstDelay(3s);
         watch.fail();
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(3s));
         watch.advance(3s);
-        watch.supervisor.setFirstDelay(0s);
+        watch.policy.setFirstDelay(0s);
         watch.fail();
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(200ms));
         watch.advance(1s);
-        watch.supervisor.setFirstDelay(100h);
+        watch.policy.setFirstDelay(100h);
         watch.fail();
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(8s));
     }
@@ -268,14 +268,14 @@ private Q_SLOTS:
     void aStoppedSupervisorDoesNothing()
     {
         Watch watch;
-        watch.supervisor.start(watch.now);
+        watch.policy.start(watch.now);
         watch.take();
-        watch.supervisor.stop();
-        QVERIFY(!watch.supervisor.deadline());
-        watch.supervisor.tick(watch.now + 1000s);
+        watch.policy.stop();
+        QVERIFY(!watch.policy.deadline());
+        watch.policy.tick(watch.now + 1000s);
         watch.fail();
         QCOMPARE(watch.take(), QStringList());
-        QCOMPARE(watch.supervisor.state(), State::Stopped);
+        QCOMPARE(watch.policy.state(), State::Stopped);
     }
 };
 

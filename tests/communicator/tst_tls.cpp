@@ -70,7 +70,7 @@ void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays()
             pinned ? m_server.pin() : QStringLiteral("sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=");
     }
     const auto registry = std::make_shared<DeviceRegistry>();
-    CurlEngine engine(registry, std::make_shared<IoLoop>());
+    SocketEngine engine(registry, std::make_shared<IoLoop>());
     QString reason;
     QCOMPARE(registry->add(QStringLiteral("wall"), endpoint, reason), DeviceRegistry::Change::Added);
     HttpRequest request;
@@ -83,7 +83,7 @@ void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays()
 
 void TlsTest::aPlainServerIsNoTlsServer()
 {
-    CurlEngine engine(std::make_shared<DeviceRegistry>(), std::make_shared<IoLoop>());
+    SocketEngine engine(std::make_shared<DeviceRegistry>(), std::make_shared<IoLoop>());
     HttpRequest request;
     request.deviceKey = QStringLiteral("http://") + m_server.address();
     request.path = QStringLiteral("/reply.json");
