@@ -11,11 +11,11 @@
 
 using Tessel::cached;
 using Tessel::copyElementWhere;
-using Tessel::copyEntry;
 using Tessel::envelopeEvent;
 using Tessel::eventSays;
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
+using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::PromiseRequest;
 using Tessel::readResponse;
@@ -60,7 +60,7 @@ bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, bool forc
 
 bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& out, bool force)
 {
-    return copyEntry(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, out);
+    return outputFromCache(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, out);
 }
 
 bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString& id,

@@ -8,14 +8,14 @@
 #include <QDebug>
 
 using Tessel::asParsed;
-using Tessel::copyEntry;
 using Tessel::MultipartRequest;
+using Tessel::outputFromCache;
 using Tessel::Request;
 
 // Neither looks at the watch flag nor fills the cache: only an event does that, flattened. Kept so.
 bool CabinetInfoOperator::getRvCardsList(const QString& deviceKey, QList<QVariant>& out)
 {
-    return copyEntry(m_rvCardsInfo.contains(deviceKey), m_rvCardsInfo, deviceKey, out) ||
+    return outputFromCache(m_rvCardsInfo.contains(deviceKey), m_rvCardsInfo, deviceKey, out) ||
            Request("Device_RvCards").get(deviceKey, asParsed(out));
 }
 

@@ -16,14 +16,14 @@ bool CabinetInfoOperator::setCabSingleBrightness(const QString& deviceKey, const
                                                  QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& /*out*/)
 {
-    Request("Device_CabinetSingleBrightness").body(body).placeHolder("id", id).firePut(deviceKey);
+    Request("Device_CabinetSingleBrightness").body(body).placeHolder("id", id).putNoReply(deviceKey);
     return true;
 }
 
 bool CabinetInfoOperator::setCabMultBrightness(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                                QMap<QString, QVariant>& /*out*/)
 {
-    Request("Device_CabinetMultBrightness").body(body).firePut(deviceKey);
+    Request("Device_CabinetMultBrightness").body(body).putNoReply(deviceKey);
     return true;
 }
 

@@ -9,9 +9,9 @@
 
 using Tessel::cached;
 using Tessel::changeEvent;
-using Tessel::copyEntry;
 using Tessel::eventSays;
 using Tessel::eventText;
+using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::PromiseRequest;
 using Tessel::Request;
@@ -51,7 +51,7 @@ bool HWInfo::getHWInfo(const QString& deviceKey, bool force)
 
 bool HWInfo::getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force)
 {
-    return copyEntry(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, out);
+    return outputFromCache(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, out);
 }
 
 QtPromise::QPromise<Tessel::DeviceInfo> HWInfo::getHWInfo2(const QString& deviceKey)

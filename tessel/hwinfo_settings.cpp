@@ -181,7 +181,7 @@ bool HWInfo::lock(const QString& deviceKey, const QMap<QString, QVariant>& body,
 {
     Request request("Device_lock");
     request.put(deviceKey);
-    return request.body(body).take(result);
+    return request.body(body).decodeInto(result);
 }
 
 bool HWInfo::unLock(const QString& deviceKey, QMap<QString, QVariant>& result)

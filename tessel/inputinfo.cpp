@@ -6,8 +6,8 @@
 #include <tessel/frames/request.h>
 
 using Tessel::cached;
-using Tessel::copyEntry;
 using Tessel::GroupRequest;
+using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::Request;
 
@@ -66,7 +66,7 @@ bool InputInfo::getAllInputsInfo(const QString& deviceKey, bool force)
 
 bool InputInfo::getAllInputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
-    return copyEntry(getAllInputsInfo(deviceKey, force), m_inputsInfo, deviceKey, result);
+    return outputFromCache(getAllInputsInfo(deviceKey, force), m_inputsInfo, deviceKey, result);
 }
 
 bool InputInfo::getSignal(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)

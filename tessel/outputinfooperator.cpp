@@ -6,7 +6,7 @@
 
 using Tessel::cached;
 using Tessel::copyElement;
-using Tessel::copyEntry;
+using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::Request;
 
@@ -62,7 +62,7 @@ bool OutputInfoOperator::getAllOutputsInfo(const QString& deviceKey, bool force)
 
 bool OutputInfoOperator::getAllOutputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
-    return copyEntry(getAllOutputsInfo(deviceKey, force), m_outputsInfo, deviceKey, result);
+    return outputFromCache(getAllOutputsInfo(deviceKey, force), m_outputsInfo, deviceKey, result);
 }
 
 // The record's member is "id", although the paths say "outputid".

@@ -7,7 +7,7 @@
 using Tessel::asParsed;
 using Tessel::cached;
 using Tessel::copyElement;
-using Tessel::copyEntry;
+using Tessel::outputFromCache;
 using Tessel::Request;
 
 PipeInfo* PipeInfo::m_pInstance = nullptr;
@@ -49,7 +49,7 @@ bool PipeInfo::getDevicePipes(const QString& deviceKey, bool force)
 
 bool PipeInfo::getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
-    return copyEntry(getDevicePipes(deviceKey, force), m_pipesInfo, deviceKey, result);
+    return outputFromCache(getDevicePipes(deviceKey, force), m_pipesInfo, deviceKey, result);
 }
 
 bool PipeInfo::getDeviceOnePipe(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)

@@ -93,7 +93,7 @@ QtPromise::QPromise<Tessel::ScreensInfo> ScreenInfo::getScreens2(const QString& 
 bool ScreenInfo::postScreens(const QString& deviceKey, QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply)
 {
-    return Request("Device_AllScreens").body(body).firePost(deviceKey, reply);
+    return Request("Device_AllScreens").body(body).postNoReply(deviceKey, reply);
 }
 
 // Unlike the reads through the cache, a failure empties the cached tags too.
@@ -107,7 +107,7 @@ bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVar
 bool ScreenInfo::putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                     QMap<QString, QVariant>&)
 {
-    Request("ScreenHwScreenTag").body(body).firePut(deviceKey);
+    Request("ScreenHwScreenTag").body(body).putNoReply(deviceKey);
     return true;
 }
 

@@ -491,8 +491,8 @@ private:
     bool fetchProperties(const char* routeKey, std::initializer_list<Tessel::ScreenProperty> properties,
                          const QString& deviceKey, const QString& screenId);
     // The form of the twins: replaces the output by the cached values under their own names.
-    bool handOut(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
-                 const QString& screenId, QMap<QString, QVariant>& out);
+    bool outputProperties(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
+                          const QString& screenId, QMap<QString, QVariant>& out);
     // One PUT per screen, in parallel; the results stay as they were.
     bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
                       QList<QVariant>& results, const QString& routeKey);

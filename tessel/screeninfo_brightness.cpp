@@ -70,7 +70,7 @@ bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId
                                QMap<QString, QVariant>& out, bool force)
 {
     return getBrightness(deviceKey, screenId, force) &&
-           handOut({brightnessProperty}, deviceKey, screenId, out);
+           outputProperties({brightnessProperty}, deviceKey, screenId, out);
 }
 
 // The newer protocol takes the integral quotient by 255, which no read multiplies back. Wanted.
@@ -94,7 +94,10 @@ bool ScreenInfo::getBrightnessMode(const QString& deviceKey, const QString& scre
 bool ScreenInfo::setBrightnessMode(const QString& deviceKey, const QString& screenId,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenBrightnessMode").placeHolder("id", screenId).body(body).firePut(deviceKey, reply);
+    return Request("ScreenBrightnessMode")
+        .placeHolder("id", screenId)
+        .body(body)
+        .putNoReply(deviceKey, reply);
 }
 
 // What `map` holds goes out as the body of the GET.
@@ -118,7 +121,7 @@ bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, boo
     request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QList<QVariant> gammas;
-    if (!request.take(gammas))
+    if (!request.decodeInto(gammas))
         return false;
     for (const QVariant& element : qAsConst(gammas)) {
         const QMap<QString, QVariant> gamma = element.toMap();
@@ -133,7 +136,7 @@ bool ScreenInfo::getSingleGamma(const QString& deviceKey, const QString& screenI
                                 QMap<QString, QVariant>& out, bool force)
 {
     return getGamma(deviceKey, screenId, force) &&
-           handOut({rGamma, gGamma, bGamma}, deviceKey, screenId, out);
+           outputProperties({rGamma, gGamma, bGamma}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,

@@ -115,96 +115,101 @@ bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString&
 bool ScreenInfo::get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
                           bool force)
 {
-    return get18bit(deviceKey, screenId, force) && handOut({xbit}, deviceKey, screenId, out);
+    return get18bit(deviceKey, screenId, force) && outputProperties({xbit}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& screenId,
                                  QMap<QString, QVariant>& out, bool force)
 {
-    return getCurrentGamut(deviceKey, screenId, force) && handOut({gamut}, deviceKey, screenId, out);
+    return getCurrentGamut(deviceKey, screenId, force) && outputProperties({gamut}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QVariant>& out, bool force)
 {
-    return getLowLatency(deviceKey, screenId, force) && handOut({lowLatency}, deviceKey, screenId, out);
+    return getLowLatency(deviceKey, screenId, force) &&
+           outputProperties({lowLatency}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& screenId,
                                    QMap<QString, QVariant>& out, bool force)
 {
     return getUniformDisplay(deviceKey, screenId, force) &&
-           handOut({uniformDisplay}, deviceKey, screenId, out);
+           outputProperties({uniformDisplay}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
                                                   QMap<QString, QVariant>& out, bool force)
 {
-    return getHdrSwitch(deviceKey, screenId, force) && handOut({hdrSwitch}, deviceKey, screenId, out);
+    return getHdrSwitch(deviceKey, screenId, force) &&
+           outputProperties({hdrSwitch}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
                                                 QMap<QString, QVariant>& out, bool force)
 {
-    return getHdrMode(deviceKey, screenId, force) && handOut({hdrMode}, deviceKey, screenId, out);
+    return getHdrMode(deviceKey, screenId, force) && outputProperties({hdrMode}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
                                                 QMap<QString, QVariant>& out, bool force)
 {
-    return getHlgtype(deviceKey, screenId, force) && handOut({hlgMode}, deviceKey, screenId, out);
+    return getHlgtype(deviceKey, screenId, force) && outputProperties({hlgMode}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
                                                    QMap<QString, QVariant>& out, bool force)
 {
-    return getMaxoflight(deviceKey, screenId, force) && handOut({maxoflight}, deviceKey, screenId, out);
+    return getMaxoflight(deviceKey, screenId, force) &&
+           outputProperties({maxoflight}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
                                                     QMap<QString, QVariant>& out, bool force)
 {
-    return getIlluminance(deviceKey, screenId, force) && handOut({illuminance}, deviceKey, screenId, out);
+    return getIlluminance(deviceKey, screenId, force) &&
+           outputProperties({illuminance}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
                                                 QMap<QString, QVariant>& out, bool force)
 {
-    return getLowgray(deviceKey, screenId, force) && handOut({lowgray}, deviceKey, screenId, out);
+    return getLowgray(deviceKey, screenId, force) && outputProperties({lowgray}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
                                              QMap<QString, QVariant>& out, bool force)
 {
-    return getThreeDSwitch(deviceKey, screenId, force) && handOut({threeDSwitch}, deviceKey, screenId, out);
+    return getThreeDSwitch(deviceKey, screenId, force) &&
+           outputProperties({threeDSwitch}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
                                                  QMap<QString, QVariant>& out, bool force)
 {
     return getThreeDSourceMode(deviceKey, screenId, force) &&
-           handOut({threeDSourceMode}, deviceKey, screenId, out);
+           outputProperties({threeDSourceMode}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
                                                   QMap<QString, QVariant>& out, bool force)
 {
     return getThreeDEyepriority(deviceKey, screenId, force) &&
-           handOut({threeDEyepriority}, deviceKey, screenId, out);
+           outputProperties({threeDEyepriority}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
                                                  QMap<QString, QVariant>& out, bool force)
 {
     return getThreeDDepthField(deviceKey, screenId, force) &&
-           handOut({threeDDepthField}, deviceKey, screenId, out);
+           outputProperties({threeDDepthField}, deviceKey, screenId, out);
 }
 
 bool ScreenInfo::getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
                                                     QMap<QString, QVariant>& out, bool force)
 {
     return getThreeDStartposition(deviceKey, screenId, force) &&
-           handOut({threeDStartpositionX, threeDStartpositionY}, deviceKey, screenId, out);
+           outputProperties({threeDStartpositionX, threeDStartpositionY}, deviceKey, screenId, out);
 }
 
 // What `map` holds goes out as the body of the GET.
@@ -267,7 +272,7 @@ bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<Scr
     request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QMap<QString, QVariant> reply;
-    if (!request.take(reply))
+    if (!request.decodeInto(reply))
         return false;
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
     for (const ScreenProperty& property : properties)
@@ -275,8 +280,8 @@ bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<Scr
     return true;
 }
 
-bool ScreenInfo::handOut(std::initializer_list<ScreenProperty> properties, const QString& deviceKey,
-                         const QString& screenId, QMap<QString, QVariant>& out)
+bool ScreenInfo::outputProperties(std::initializer_list<ScreenProperty> properties, const QString& deviceKey,
+                                  const QString& screenId, QMap<QString, QVariant>& out)
 {
     // A property that is not cached becomes one without value, and counts as cached from then on. Wanted.
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];

@@ -317,74 +317,74 @@ bool ScreenInfo::saveColorTemperature(const QString& deviceKey, const QString& s
     return Request("ScreenSaveColorTemperature")
         .placeHolder("id", screenId)
         .body(body)
-        .firePut(deviceKey, reply);
+        .putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setColorTemperature(const QString& deviceKey, const QString& screenId,
                                      const QMap<QString, QVariant>& body)
 {
-    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(body).firePut(deviceKey);
+    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(body).putNoReply(deviceKey);
 }
 
 bool ScreenInfo::putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                     QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenColorsWitchData").body(body).firePut(deviceKey, reply);
+    return Request("ScreenColorsWitchData").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::putNormalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                   QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenNormalDisplay").body(body).firePut(deviceKey, reply);
+    return Request("ScreenNormalDisplay").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::putScreenName(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenUpdateName").body(body).firePut(deviceKey, reply);
+    return Request("ScreenUpdateName").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::putShowlineState(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                   QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenShowlineState").body(body).firePut(deviceKey, reply);
+    return Request("ScreenShowlineState").body(body).putNoReply(deviceKey, reply);
 }
 
 // The table lacks the keys that start with "Screen_". Wanted.
 bool ScreenInfo::setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_AdjustSceenColor").body(body).firePut(deviceKey, reply);
+    return Request("Screen_AdjustSceenColor").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                  QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_NomalShow").body(body).firePut(deviceKey, reply);
+    return Request("Screen_NomalShow").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                   QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_MouseToScreen").body(body).firePut(deviceKey, reply);
+    return Request("Screen_MouseToScreen").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setScreemHWMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                  QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_EnterHwMode").body(body).firePut(deviceKey, reply);
+    return Request("Screen_EnterHwMode").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setScreenLineState(const QString& deviceKey, const QList<QVariant>& body,
                                     QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_SetLineState").body(body).firePut(deviceKey, reply);
+    return Request("Screen_SetLineState").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
                                       QMap<QString, QVariant>& reply)
 {
-    return Request("Screen_SetRegionState").body(body).firePut(deviceKey, reply);
+    return Request("Screen_SetRegionState").body(body).putNoReply(deviceKey, reply);
 }
 
 bool ScreenInfo::setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,

@@ -138,7 +138,7 @@ class StackRequest : public PackageFiller<Self>
 public:
     /// Fills the outputs from the package as it is, then tests its state.
     template <class... Outputs>
-    bool take(Outputs&&... outputs)
+    bool decodeInto(Outputs&&... outputs)
     {
         (decode(m_package, outputs), ...);
         return succeeded(m_package);
@@ -173,25 +173,25 @@ public:
     bool get(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->getSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
     template <class... Outputs>
     bool put(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->putSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
     template <class... Outputs>
     bool post(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->postSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
     template <class... Outputs>
     bool del(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->delSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
 
     /// Stores the reply's body in the file @p path.
@@ -225,16 +225,16 @@ public:
     /// Fire and forget: hands the request over and reports a package that has had no reply, so the outputs
     /// come back empty and the result is what a fresh package says.
     template <class... Outputs>
-    bool firePut(const QString& deviceKey, Outputs&&... outputs)
+    bool putNoReply(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->put(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
     template <class... Outputs>
-    bool firePost(const QString& deviceKey, Outputs&&... outputs)
+    bool postNoReply(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->post(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
 };
 
@@ -252,14 +252,14 @@ public:
     bool put(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->putMutilPartSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
     /// The same through the plain blocking verb.
     template <class... Outputs>
     bool putPlain(const QString& deviceKey, Outputs&&... outputs)
     {
         HttpProxy::getInstance()->putSync(deviceKey, &m_package);
-        return take(outputs...);
+        return decodeInto(outputs...);
     }
 };
 
@@ -367,7 +367,7 @@ bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool fo
 /// Hands out what a read-through left in the cache: @p loaded is its result, and @p out stays as it was on
 /// `false`.
 template <class Entry>
-bool copyEntry(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
+bool outputFromCache(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
 {
     if (loaded)
         out = cache.value(deviceKey);

@@ -40,7 +40,7 @@ int QEventLoop::exec(ProcessEventsFlags flags)
     return qts(this, flags);
 }
 
-class TestFanOut : public QObject
+class TestGroupRequest : public QObject
 {
     Q_OBJECT
     RecordingEngine* m_engine = nullptr;
@@ -215,5 +215,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFanOut)
+QTEST_GUILESS_MAIN(TestGroupRequest)
 #include "tst_grouprequest.moc"

@@ -16,10 +16,10 @@ using Tessel::asParsed;
 using Tessel::cached;
 using Tessel::CallSite;
 using Tessel::copyElement;
-using Tessel::copyEntry;
 using Tessel::HttpProxy;
 using Tessel::instancesReady;
 using Tessel::MultipartRequest;
+using Tessel::outputFromCache;
 using Tessel::Request;
 
 using Map = QMap<QString, QVariant>;
@@ -195,7 +195,7 @@ private Q_SLOTS:
         Request request("Device_lock");
         QVERIFY(request.put(device));
         Map out;
-        QVERIFY(request.body(Map{{"a", 1}}).take(out));
+        QVERIFY(request.body(Map{{"a", 1}}).decodeInto(out));
         QVERIFY(m_engine->last().body.isEmpty());
         QCOMPARE(m_engine->count(), 1);
     }
@@ -204,13 +204,13 @@ private Q_SLOTS:
     {
         m_engine->hold();
         Map out{{"stale", 1}};
-        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).firePut(device, out));
+        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).putNoReply(device, out));
         QVERIFY(out.isEmpty());
         QCOMPARE(m_engine->held(), 1);
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Put));
         QCOMPARE(m_engine->last().body, QByteArray(R"({"name":"x"})"));
 
-        QVERIFY(Request("Device_AllScreens").body(Map()).firePost(device, out));
+        QVERIFY(Request("Device_AllScreens").body(Map()).postNoReply(device, out));
         QCOMPARE(int(m_engine->last().method), int(HttpMethod::Post));
     }
 
@@ -218,10 +218,10 @@ private Q_SLOTS:
     {
         HttpProxy::getInstance()->setEngine(std::make_unique<RefusingEngine>());
         Map out{{"stale", 1}};
-        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).firePut(device, out));
+        QVERIFY(Request("ScreenUpdateName").body(Map{{"name", "x"}}).putNoReply(device, out));
         QVERIFY(out.isEmpty());
         out.insert("stale", 1);
-        QVERIFY(Request("Device_AllScreens").body(Map()).firePost(device, out));
+        QVERIFY(Request("Device_AllScreens").body(Map()).postNoReply(device, out));
         QVERIFY(out.isEmpty());
         QCoreApplication::processEvents();
         QVERIFY(out.isEmpty());
@@ -231,7 +231,7 @@ private Q_SLOTS:
     {
         m_engine->hold();
         bool started = false;
-        const int left = objectsLeftBy([&] { started = Request("ScreenUpdateName").firePut(device); });
+        const int left = objectsLeftBy([&] { started = Request("ScreenUpdateName").putNoReply(device); });
         QVERIFY(started);
         QVERIFY2(left == 0, "the package went with the request");
         QCOMPARE(m_engine->held(), 1);
@@ -380,9 +380,9 @@ private Q_SLOTS:
     {
         const QMap<QString, Map> cache{{device, Map{{"a", 1}}}};
         Map out{{"mine", 2}};
-        QVERIFY(!copyEntry(false, cache, device, out));
+        QVERIFY(!outputFromCache(false, cache, device, out));
         QCOMPARE(out, (Map{{"mine", 2}}));
-        QVERIFY(copyEntry(true, cache, device, out));
+        QVERIFY(outputFromCache(true, cache, device, out));
         QCOMPARE(out, (Map{{"a", 1}}));
     }
 
