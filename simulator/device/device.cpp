@@ -170,7 +170,7 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
     }
     if (exchange.target)
         exchange.match = RouteTable::instance().match(exchange.target->segments);
-    exchange.fault = m_faults.strike(methodName, path, exchange.match.route);
+    exchange.fault = m_faults.matchAndConsume(methodName, path, exchange.match.route);
     if (method == Method::Get && path == eventPath && (!exchange.fault || exchange.fault->status == 0))
         exchange.kind = Exchange::Kind::EventStream;
     const Route* route = exchange.match.route;
@@ -216,7 +216,7 @@ Reply Device::respond(Exchange& exchange, std::string body, std::uint64_t bodySi
     }
     if (verbOf(exchange.method) == Get) {
         Reply reply = get(exchange.match);
-        moveOn(*route);
+        advanceProgress(*route);
         return reply;
     }
     return put(exchange, std::move(body), bodySize);
@@ -228,7 +228,7 @@ bool Device::serves(const Route* route) const
 }
 
 // What a client watches by reading again and again proceeds from one reading to the next.
-void Device::moveOn(const Route& route)
+void Device::advanceProgress(const Route& route)
 {
     if (Fixtures::moves(route.property)) {
         m_store.measure();
@@ -327,11 +327,11 @@ Reply Device::storeJson(const RouteTable::Match& match, std::string text)
 Reply Device::storeCoefficients(const RouteTable::Match& match, std::string_view text)
 {
     switch (m_coefficients.upload(*match.route, idOf(match), text)) {
-    case CoefficientStore::Taken::NoCabinet:
+    case CoefficientStore::UploadResult::NoCabinet:
         return failure(404, "no such cabinet: " + idOf(match));
-    case CoefficientStore::Taken::NoSpace:
+    case CoefficientStore::UploadResult::NoSpace:
         return failure(507, "the controller keeps no more");
-    case CoefficientStore::Taken::Done:
+    case CoefficientStore::UploadResult::Done:
         break;
     }
     return success(successEnvelope());
@@ -392,12 +392,12 @@ void Device::storeSideEffects(const RouteTable::Match& match, const ResourceStor
     else if (property == "/device/screen/txtestpattern/disable")
         storeAt("/api/v1/device/screen/{id}/txtestpattern", idOf(match), {{"enable", false}});
     else
-        m_coefficients.act(*match.route, cabinetsMeant(match, written));
+        m_coefficients.act(*match.route, addressedCabinets(match, written));
 }
 
 // The cabinets that a write was for: those of the screen in its path, or those that its body names.
-std::vector<std::string> Device::cabinetsMeant(const RouteTable::Match& match,
-                                               const ResourceStore::Written& written) const
+std::vector<std::string> Device::addressedCabinets(const RouteTable::Match& match,
+                                                   const ResourceStore::Written& written) const
 {
     std::pair<std::size_t, std::size_t> range{0, written.all ? wall().cabinets() : 0};
     if (match.route->family == Family::Screen) {

@@ -116,7 +116,7 @@ public:
 
 private:
     bool serves(const Route* route) const;
-    void moveOn(const Route& route);
+    void advanceProgress(const Route& route);
     Reply get(const RouteTable::Match& match);
     Reply put(const Exchange& exchange, std::string body, std::uint64_t bodySize);
     Reply putFile(const Exchange& exchange, std::string_view body, std::uint64_t bodySize);
@@ -126,8 +126,8 @@ private:
     Reply storeText(const RouteTable::Match& match, std::string text);
     Reply outcome(const Route& route, const ResourceStore::Written& written, const nlohmann::json& body);
     void storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written);
-    std::vector<std::string> cabinetsMeant(const RouteTable::Match& match,
-                                           const ResourceStore::Written& written) const;
+    std::vector<std::string> addressedCabinets(const RouteTable::Match& match,
+                                               const ResourceStore::Written& written) const;
     void storeAt(const char* path, const std::string& id, const nlohmann::json& body);
 
     const Options m_options;

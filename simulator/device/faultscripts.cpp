@@ -30,8 +30,8 @@ std::vector<Fault> FaultScripts::waiting() const
     return faults;
 }
 
-std::optional<Fault> FaultScripts::strike(std::string_view method, const std::string& path,
-                                          const Route* route)
+std::optional<Fault> FaultScripts::matchAndConsume(std::string_view method, const std::string& path,
+                                                   const Route* route)
 {
     if (!m_any)
         return std::nullopt;

@@ -23,7 +23,8 @@ public:
     /// The scripts that wait, with what is left of their counts.
     std::vector<Fault> waiting() const;
     /// The fault that strikes a request, counted as done. @p route is null when the path has none.
-    std::optional<Fault> strike(std::string_view method, const std::string& path, const Route* route);
+    std::optional<Fault> matchAndConsume(std::string_view method, const std::string& path,
+                                         const Route* route);
 
 private:
     struct Script

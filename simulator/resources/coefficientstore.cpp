@@ -217,16 +217,16 @@ SharedText CoefficientStore::listOfAll(Kind kind)
     return all;
 }
 
-CoefficientStore::Taken CoefficientStore::upload(const Route& route, const std::string& cabinet,
-                                                 std::string_view json)
+CoefficientStore::UploadResult CoefficientStore::upload(const Route& route, const std::string& cabinet,
+                                                        std::string_view json)
 {
     const Kind kind = *kindAt(route);
     const std::lock_guard lock(m_mutex);
     const auto number = route.scope == Scope::Property ? numberOf(cabinet) : std::nullopt;
     if (route.scope == Scope::Property && !number)
-        return Taken::NoCabinet;
+        return UploadResult::NoCabinet;
     if (*m_bytes + json.size() > m_limit)
-        return Taken::NoSpace;
+        return UploadResult::NoSpace;
     auto& own = m_uploads[indexOf(kind)];
     ++own.counts.uploads;
     own.counts.bytes += json.size();
@@ -236,7 +236,7 @@ CoefficientStore::Taken CoefficientStore::upload(const Route& route, const std::
         tableOf(*number, kind, Bank::Loaded) = makeTable(json, false);
     else
         place(kind, json);
-    return Taken::Done;
+    return UploadResult::Done;
 }
 
 void CoefficientStore::place(Kind kind, std::string_view list)

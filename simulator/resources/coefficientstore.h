@@ -27,7 +27,7 @@ namespace Tessel::Simulator {
 class CoefficientStore
 {
 public:
-    enum class Taken {
+    enum class UploadResult {
         Done,
         NoCabinet, ///< the path names a cabinet that the controller lacks
         NoSpace    ///< more than a controller keeps
@@ -46,7 +46,7 @@ public:
     SharedText read(const Route& route, const std::string& cabinet);
     /// Loads @p json into the cabinet that the path names or, without one, its elements into the cabinets
     /// that they name. A list of which an element names none is kept and given back as one.
-    Taken upload(const Route& route, const std::string& cabinet, std::string_view json);
+    UploadResult upload(const Route& route, const std::string& cabinet, std::string_view json);
     /// Does what a write to @p route asks of @p cabinets, as ids: saves, loads, applies, clears or shows;
     /// nothing when the route asks for none of these.
     void act(const Route& route, const std::vector<std::string>& cabinets);
