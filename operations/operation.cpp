@@ -18,7 +18,7 @@ bool Operation::choosesByProtocol() const
     return className == QLatin1String("ScreenInfo") || className == QLatin1String("HwScreenInfo");
 }
 
-std::vector<std::size_t> Operation::written() const
+std::vector<std::size_t> Operation::userParameters() const
 {
     std::vector<std::size_t> indexes;
     for (std::size_t i = takesDevice() ? 1 : 0; i < parameters.size(); ++i) {
@@ -41,7 +41,7 @@ std::vector<QString> Operation::outputNames() const
 QString Operation::usage() const
 {
     QString text = qualifiedName();
-    for (const std::size_t index : written())
+    for (const std::size_t index : userParameters())
         text += QLatin1Char(' ') + parameters[index].name + QLatin1Char('=') +
                 placeholderOf(parameters[index].type);
     QString arrow = QStringLiteral("  ->  ");

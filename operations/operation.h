@@ -51,7 +51,7 @@ struct Operation
     /// Whether its class chooses paths by what HWInfo knows of the device's protocol.
     bool choosesByProtocol() const;
     /// The indexes of the parameters that a user writes: inputs other than the device.
-    std::vector<std::size_t> written() const;
+    std::vector<std::size_t> userParameters() const;
     /// Names of what CallResult::outputs holds, a promise's value left out.
     std::vector<QString> outputNames() const;
     /// How it is called: `DebugInfo::getParameters body={...}  ->  result`

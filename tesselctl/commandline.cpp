@@ -189,7 +189,7 @@ QStringList takeTexts(const std::vector<std::string>& arguments)
 }
 
 /// The words of the command line.
-struct Words
+struct ParsedOptions
 {
     std::vector<std::string> devices;
     std::string login;
@@ -220,51 +220,51 @@ struct Words
     bool follow = false;
 };
 
-Settings settingsOf(const Words& words)
+Settings settingsOf(const ParsedOptions& options)
 {
     Settings settings;
-    settings.devices.devices = takeTexts(words.devices);
-    settings.devices.login = takeText(words.login);
-    settings.devices.user = takeText(words.user);
-    settings.devices.secretVariable = takeText(words.secretVariable);
-    settings.devices.secretFile = takeText(words.secretFile);
-    settings.devices.caFile = takeText(words.caFile);
-    settings.devices.pinnedKey = takeText(words.pinnedKey);
-    settings.devices.insecure = words.insecure;
-    settings.json = words.json;
-    settings.trace = words.trace;
+    settings.devices.devices = takeTexts(options.devices);
+    settings.devices.login = takeText(options.login);
+    settings.devices.user = takeText(options.user);
+    settings.devices.secretVariable = takeText(options.secretVariable);
+    settings.devices.secretFile = takeText(options.secretFile);
+    settings.devices.caFile = takeText(options.caFile);
+    settings.devices.pinnedKey = takeText(options.pinnedKey);
+    settings.devices.insecure = options.insecure;
+    settings.json = options.json;
+    settings.trace = options.trace;
     return settings;
 }
 
-void addGlobalOptions(CLI::App& app, Words& words)
+void addGlobalOptions(CLI::App& app, ParsedOptions& options)
 {
-    app.add_option("-d,--device", words.devices, "a device: an address, or NAME=ADDRESS; repeatable")
+    app.add_option("-d,--device", options.devices, "a device: an address, or NAME=ADDRESS; repeatable")
         ->type_name("DEVICE")
         ->allow_extra_args(false);
-    app.add_flag("-j,--json", words.json, "print JSON");
-    app.add_flag("-t,--trace", words.trace, "tell every exchange on standard error");
+    app.add_flag("-j,--json", options.json, "print JSON");
+    app.add_flag("-t,--trace", options.trace, "tell every exchange on standard error");
 
-    app.add_option("--login", words.login, "how to log in: basic, digest or bearer")
+    app.add_option("--login", options.login, "how to log in: basic, digest or bearer")
         ->check(CLI::IsMember({"basic", "digest", "bearer"}))
         ->type_name("KIND")
         ->group("Login");
-    app.add_option("--user", words.user, "user for basic and digest")->type_name("NAME")->group("Login");
-    CLI::Option* const variable = app.add_option("--secret-env", words.secretVariable,
+    app.add_option("--user", options.user, "user for basic and digest")->type_name("NAME")->group("Login");
+    CLI::Option* const variable = app.add_option("--secret-env", options.secretVariable,
                                                  "environment variable that holds password or token")
                                       ->type_name("VARIABLE")
                                       ->group("Login");
-    app.add_option("--secret-file", words.secretFile, "file whose first line is password or token")
+    app.add_option("--secret-file", options.secretFile, "file whose first line is password or token")
         ->type_name("FILE")
         ->excludes(variable)
         ->group("Login");
 
-    app.add_option("--ca-file", words.caFile, "PEM file of the authorities to trust")
+    app.add_option("--ca-file", options.caFile, "PEM file of the authorities to trust")
         ->type_name("FILE")
         ->group("TLS");
-    app.add_option("--pinned-key", words.pinnedKey, "sha256//BASE64 of the device's public key")
+    app.add_option("--pinned-key", options.pinnedKey, "sha256//BASE64 of the device's public key")
         ->type_name("HASH")
         ->group("TLS");
-    app.add_flag("--insecure", words.insecure, "accept any certificate, on a closed network only")
+    app.add_flag("--insecure", options.insecure, "accept any certificate, on a closed network only")
         ->group("TLS");
 }
 
@@ -275,45 +275,46 @@ struct Command
     std::function<ExitCode(const Settings&, Console&)> run;
 };
 
-Command monitorCommand(CLI::App& app, Words& words)
+Command monitorCommand(CLI::App& app, ParsedOptions& options)
 {
     CLI::App* const monitor =
         app.add_subcommand("monitor", "show fans, temperatures and voltages live, and warnings");
-    monitor->add_option("--interval", words.interval, "time between readings")
+    monitor->add_option("--interval", options.interval, "time between readings")
         ->check(CLI::Range(0.1, 86400.0))
         ->type_name("SECONDS")
         ->capture_default_str();
-    monitor->add_option("--count", words.count, "end after so many readings of each device")
+    monitor->add_option("--count", options.count, "end after so many readings of each device")
         ->check(CLI::PositiveNumber)
         ->type_name("N");
     monitor->footer(monitorFooter);
-    return {monitor, [&words](const Settings& settings, Console& console) {
-                return runMonitor(settings, static_cast<int>(words.interval * 1000), words.count, console);
+    return {monitor, [&options](const Settings& settings, Console& console) {
+                return runMonitor(settings, static_cast<int>(options.interval * 1000), options.count,
+                                  console);
             }};
 }
 
 // The names in "3,7,12", each once.
-QStringList cabinetsOf(const Words& words)
+QStringList cabinetsOf(const ParsedOptions& options)
 {
-    QStringList cabinets = takeText(words.cabinets).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    QStringList cabinets = takeText(options.cabinets).split(QLatin1Char(','), Qt::SkipEmptyParts);
     cabinets.removeDuplicates();
     return cabinets;
 }
 
-void addKind(CLI::App* command, Words& words)
+void addKind(CLI::App* command, ParsedOptions& options)
 {
-    command->add_option("--kind", words.kind, "which coefficients")
+    command->add_option("--kind", options.kind, "which coefficients")
         ->check(CLI::IsMember({"plain", "multilayer", "adaptive", "dynamic", "lowgray"}))
         ->type_name("KIND")
         ->capture_default_str();
 }
 
-CLI::Option* addCabinets(CLI::App* command, Words& words, const char* description)
+CLI::Option* addCabinets(CLI::App* command, ParsedOptions& options, const char* description)
 {
-    return command->add_option("--cabinets", words.cabinets, description)->type_name("ID,ID...");
+    return command->add_option("--cabinets", options.cabinets, description)->type_name("ID,ID...");
 }
 
-std::vector<Command> coefficientCommands(CLI::App& app, Words& words)
+std::vector<Command> coefficientCommands(CLI::App& app, ParsedOptions& options)
 {
     CLI::App* const coefficients =
         app.add_subcommand("coefficients", "upload, download, save and clear coefficients");
@@ -321,56 +322,56 @@ std::vector<Command> coefficientCommands(CLI::App& app, Words& words)
     coefficients->footer(coefficientsFooter);
 
     CLI::App* const upload = coefficients->add_subcommand("upload", "upload tables from files");
-    upload->add_option("PATH", words.path, "file or directory")->required()->type_name("");
-    addKind(upload, words);
-    addCabinets(upload, words, "only these; otherwise all that are there");
-    upload->add_option("--parallel", words.parallel, "requests under way at once")
+    upload->add_option("PATH", options.path, "file or directory")->required()->type_name("");
+    addKind(upload, options);
+    addCabinets(upload, options, "only these; otherwise all that are there");
+    upload->add_option("--parallel", options.parallel, "requests under way at once")
         ->check(CLI::Range(1, 16))
         ->type_name("N")
         ->capture_default_str();
     upload->footer(uploadFooter);
 
     CLI::App* const download = coefficients->add_subcommand("download", "write tables into files");
-    download->add_option("PATH", words.path, "file or directory")->required()->type_name("");
-    addKind(download, words);
-    addCabinets(download, words, "those to read");
+    download->add_option("PATH", options.path, "file or directory")->required()->type_name("");
+    addKind(download, options);
+    addCabinets(download, options, "those to read");
     download->footer(downloadFooter);
 
     CLI::App* const save =
         coefficients->add_subcommand("save", "have cabinets keep what they show; takes minutes");
-    addKind(save, words);
-    addCabinets(save, words, "those that save")->required();
+    addKind(save, options);
+    addCabinets(save, options, "those that save")->required();
     save->footer("\nExamples:\n  tesselctl --device 192.168.0.10 coefficients save --cabinets 3,7");
 
     CLI::App* const clear = coefficients->add_subcommand("clear", "have cabinets drop their coefficients");
-    addKind(clear, words);
-    addCabinets(clear, words, "those that clear")->required();
+    addKind(clear, options);
+    addCabinets(clear, options, "those that clear")->required();
     clear->footer("\nExamples:\n  tesselctl --device 192.168.0.10 coefficients clear --cabinets 3,7");
 
     return {
         {upload,
-         [&words](const Settings& settings, Console& console) {
-             const CoefficientUpload what{takeText(words.path), takeText(words.kind), cabinetsOf(words),
-                                          words.parallel};
+         [&options](const Settings& settings, Console& console) {
+             const CoefficientUpload what{takeText(options.path), takeText(options.kind), cabinetsOf(options),
+                                          options.parallel};
              return runCoefficientUpload(settings, what, console);
          }},
         {download,
-         [&words](const Settings& settings, Console& console) {
-             return runCoefficientDownload(settings, takeText(words.path), takeText(words.kind),
-                                           cabinetsOf(words), console);
+         [&options](const Settings& settings, Console& console) {
+             return runCoefficientDownload(settings, takeText(options.path), takeText(options.kind),
+                                           cabinetsOf(options), console);
          }},
         {save,
-         [&words](const Settings& settings, Console& console) {
-             return runCoefficientSave(settings, takeText(words.kind), cabinetsOf(words), console);
+         [&options](const Settings& settings, Console& console) {
+             return runCoefficientSave(settings, takeText(options.kind), cabinetsOf(options), console);
          }},
         {clear,
-         [&words](const Settings& settings, Console& console) {
-             return runCoefficientClear(settings, takeText(words.kind), cabinetsOf(words), console);
+         [&options](const Settings& settings, Console& console) {
+             return runCoefficientClear(settings, takeText(options.kind), cabinetsOf(options), console);
          }},
     };
 }
 
-std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
+std::vector<Command> firmwareCommands(CLI::App& app, ParsedOptions& options)
 {
     CLI::App* const firmware =
         app.add_subcommand("firmware", "update and read the firmware of receiving cards and controllers");
@@ -378,76 +379,76 @@ std::vector<Command> firmwareCommands(CLI::App& app, Words& words)
     firmware->footer(firmwareFooter);
 
     CLI::App* const update = firmware->add_subcommand("update", "send firmware and wait until it is in use");
-    update->add_option("FILE", words.path, "the firmware")->required()->type_name("");
-    update->add_flag("--controller", words.controller, "for the controller, not for its receiving cards");
-    update->add_option("--part", words.part, "name of the file's part in the form")
+    update->add_option("FILE", options.path, "the firmware")->required()->type_name("");
+    update->add_flag("--controller", options.controller, "for the controller, not for its receiving cards");
+    update->add_option("--part", options.part, "name of the file's part in the form")
         ->type_name("NAME")
         ->capture_default_str();
-    update->add_option("--field", words.fields, "a further part of the form; repeatable")
+    update->add_option("--field", options.fields, "a further part of the form; repeatable")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
-    update->add_flag("--upload-only", words.uploadOnly, "do not have the cards load it");
+    update->add_flag("--upload-only", options.uploadOnly, "do not have the cards load it");
     update->footer(updateFooter);
 
     CLI::App* const progress = firmware->add_subcommand("progress", "print how far an update is");
-    progress->add_flag("--controller", words.controller, "of the controller, not of its receiving cards");
-    progress->add_flag("--follow", words.follow, "show it until the update ended");
+    progress->add_flag("--controller", options.controller, "of the controller, not of its receiving cards");
+    progress->add_flag("--follow", options.follow, "show it until the update ended");
     progress->footer(progressFooter);
 
     CLI::App* const download =
         firmware->add_subcommand("download", "read the firmware of a receiving card into a file");
-    download->add_option("FILE", words.path, "where to; it stays as it was when this fails")
+    download->add_option("FILE", options.path, "where to; it stays as it was when this fails")
         ->required()
         ->type_name("");
-    download->add_option("--id", words.id, "the receiving card")->required()->type_name("ID");
-    download->add_option("--type", words.type, "which of its firmwares")
+    download->add_option("--id", options.id, "the receiving card")->required()->type_name("ID");
+    download->add_option("--type", options.type, "which of its firmwares")
         ->type_name("N")
         ->capture_default_str();
     download->footer(firmwareDownloadFooter);
 
     return {
         {update,
-         [&words](const Settings& settings, Console& console) {
-             const FirmwareUpdate what{takeText(words.path), words.controller, takeText(words.part),
-                                       takeTexts(words.fields), words.uploadOnly};
+         [&options](const Settings& settings, Console& console) {
+             const FirmwareUpdate what{takeText(options.path), options.controller, takeText(options.part),
+                                       takeTexts(options.fields), options.uploadOnly};
              return runFirmwareUpdate(settings, what, console);
          }},
         {progress,
-         [&words](const Settings& settings, Console& console) {
-             return words.follow ? runFirmwareFollow(settings, words.controller, console)
-                                 : runFirmwareProgress(settings, words.controller, console);
+         [&options](const Settings& settings, Console& console) {
+             return options.follow ? runFirmwareFollow(settings, options.controller, console)
+                                   : runFirmwareProgress(settings, options.controller, console);
          }},
         {download,
-         [&words](const Settings& settings, Console& console) {
-             return runFirmwareDownload(settings, takeText(words.path), takeText(words.id), words.type,
+         [&options](const Settings& settings, Console& console) {
+             return runFirmwareDownload(settings, takeText(options.path), takeText(options.id), options.type,
                                         console);
          }},
     };
 }
 
-std::vector<Command> addCommands(CLI::App& app, Words& words)
+std::vector<Command> addCommands(CLI::App& app, ParsedOptions& options)
 {
     CLI::App* const call = app.add_subcommand("call", "call an operation on every device");
-    call->add_option("OPERATION", words.operation,
+    call->add_option("OPERATION", options.operation,
                      "Class::operation, or operation where one class alone has it")
         ->required();
-    call->add_option("ARGUMENTS", words.arguments, "its arguments, value or name=value")->type_name("");
+    call->add_option("ARGUMENTS", options.arguments, "its arguments, value or name=value")->type_name("");
     call->footer(callFooter);
 
     CLI::App* const ops = app.add_subcommand("ops", "list the operations: arguments, verb and path");
-    ops->add_option("FILTER", words.filter, "only those that contain this");
+    ops->add_option("FILTER", options.filter, "only those that contain this");
     ops->footer("\nExamples:\n  tesselctl ops brightness\n  tesselctl --json ops | jq .");
 
     CLI::App* const routes = app.add_subcommand("routes", "list the device API's routes: key and path");
-    routes->add_option("FILTER", words.filter, "only those that contain this");
+    routes->add_option("FILTER", options.filter, "only those that contain this");
     routes->footer("\nExamples:\n  tesselctl routes chips\n  tesselctl routes /device/cabinet");
 
     CLI::App* const watch =
         app.add_subcommand("watch", "print what the devices push and the signals of the operators");
-    watch->add_option("--count", words.count, "end after so many events")
+    watch->add_option("--count", options.count, "end after so many events")
         ->check(CLI::PositiveNumber)
         ->type_name("N");
-    watch->add_option("--seconds", words.seconds, "end after so many seconds")
+    watch->add_option("--seconds", options.seconds, "end after so many seconds")
         ->check(CLI::Range(1, 1'000'000))
         ->type_name("N");
     watch->footer(watchFooter);
@@ -458,18 +459,20 @@ std::vector<Command> addCommands(CLI::App& app, Words& words)
 
     return {
         {call,
-         [&words](const Settings& settings, Console& console) {
-             return runCall(settings, takeText(words.operation), takeTexts(words.arguments), console);
+         [&options](const Settings& settings, Console& console) {
+             return runCall(settings, takeText(options.operation), takeTexts(options.arguments), console);
          }},
-        {ops, [&words](const Settings& settings,
-                       Console& console) { return runOps(settings, takeText(words.filter), console); }},
-        {routes, [&words](const Settings& settings,
-                          Console& console) { return runRoutes(settings, takeText(words.filter), console); }},
+        {ops, [&options](const Settings& settings,
+                         Console& console) { return runOps(settings, takeText(options.filter), console); }},
+        {routes,
+         [&options](const Settings& settings, Console& console) {
+             return runRoutes(settings, takeText(options.filter), console);
+         }},
         {watch,
-         [&words](const Settings& settings, Console& console) {
-             return runWatch(settings, words.count, words.seconds, console);
+         [&options](const Settings& settings, Console& console) {
+             return runWatch(settings, options.count, options.seconds, console);
          }},
-        monitorCommand(app, words),
+        monitorCommand(app, options),
         {demo, [](const Settings& /*settings*/, Console& console) { return runDemo(console); }},
     };
 }
@@ -487,15 +490,15 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& cons
     if (error.get_exit_code() == 0) {
         std::ostringstream text;
         app.exit(error, text, text);
-        console.data(QString::fromStdString(text.str()));
+        console.out(QString::fromStdString(text.str()));
         return Done;
     }
     const std::vector<std::string> unknown = app.remaining();
     if (app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-')
-        console.complain(unknownCommand(app, takeText(unknown.front())));
+        console.error(unknownCommand(app, takeText(unknown.front())));
     else
-        console.complain(printable(QString::fromUtf8(error.what())));
-    console.remark(QStringLiteral("\"tesselctl --help\" tells more"));
+        console.error(printable(QString::fromUtf8(error.what())));
+    console.info(QStringLiteral("\"tesselctl --help\" tells more"));
     return Usage;
 }
 
@@ -507,18 +510,18 @@ int runCommandLine(int argc, char** argv)
     // must not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     Console console;
-    Words words;
+    ParsedOptions options;
     CLI::App app("Drives the controllers of LED walls from the command line.", "tesselctl");
     app.set_version_flag("--version", "tesselctl " TESSEL_VERSION);
     app.set_help_flag("-h,--help", "print this and exit");
     app.require_subcommand(1);
     app.fallthrough();
     app.footer(footer);
-    addGlobalOptions(app, words);
-    std::vector<Command> commands = addCommands(app, words);
-    for (Command& command : coefficientCommands(app, words))
+    addGlobalOptions(app, options);
+    std::vector<Command> commands = addCommands(app, options);
+    for (Command& command : coefficientCommands(app, options))
         commands.push_back(std::move(command));
-    for (Command& command : firmwareCommands(app, words))
+    for (Command& command : firmwareCommands(app, options))
         commands.push_back(std::move(command));
 
     try {
@@ -537,7 +540,7 @@ int runCommandLine(int argc, char** argv)
     // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
-    const Settings settings = settingsOf(words);
+    const Settings settings = settingsOf(options);
     if (settings.trace)
         console.expectTrace();
     ExitCode code = Failed;

@@ -48,9 +48,9 @@ public:
         : m_settings(settings)
         , m_call(call)
         , m_console(console)
-        , m_exchanges([trace = settings.trace, &console](const Exchanges::Record& record) {
+        , m_exchanges([trace = settings.trace, &console](const CallObserver::Record& record) {
             if (trace)
-                console.remark(traceLine(record));
+                console.info(traceLine(record));
         })
     {}
 
@@ -75,11 +75,11 @@ public:
         m_results.insert(device, result);
 
         if (answered && !m_settings.json)
-            m_console.data((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
+            m_console.out((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
         else if (answered && !label)
-            m_console.data(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
+            m_console.out(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
         if (outcome.code != Done)
-            m_console.complain(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
         if (m_exitCode == Done)
             m_exitCode = outcome.code;
     }
@@ -87,7 +87,7 @@ public:
     void printAll()
     {
         if (m_settings.json)
-            m_console.data(QString::fromUtf8(toJson(m_results, true)) + QLatin1Char('\n'));
+            m_console.out(QString::fromUtf8(toJson(m_results, true)) + QLatin1Char('\n'));
     }
 
     ExitCode exitCode() const { return m_exitCode; }
@@ -96,7 +96,7 @@ private:
     const Settings& m_settings;
     const BoundCall& m_call;
     Console& m_console;
-    Exchanges m_exchanges;
+    CallObserver m_exchanges;
     QVariantMap m_results; ///< by device, null where the call failed
     ExitCode m_exitCode = Done;
 };
@@ -108,13 +108,13 @@ ExitCode runCall(const Settings& settings, const QString& operation, const QStri
 {
     const Lookup found = findOperation(allOperations(), operation);
     if (found.operations.empty()) {
-        console.complain(printable(found.problem));
+        console.error(printable(found.problem));
         return Usage;
     }
     ArgumentFiles files;
     const BoundCall call = bindArguments(found.operations, arguments, files);
     if (!call.operation) {
-        console.complain(call.problem);
+        console.error(call.problem);
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);

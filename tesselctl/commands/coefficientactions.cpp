@@ -12,14 +12,14 @@ ExitCode act(const Settings& settings, const char* verb, const QString& kind, Co
              const char* routeKey, const QStringList& cabinets, Console& console)
 {
     if (!action) {
-        console.complain(QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), kind));
+        console.error(QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), kind));
         return Usage;
     }
     DeviceRun run(settings, console);
     return run.forEach([&](const QString& device) {
         CoefficientKind::Map result;
         (Correctionop::getInstance()->*action)(device, {{QStringLiteral("cids"), cabinets}}, result);
-        return run.ledger().takeOutcome(device, coefficientPath(routeKey));
+        return run.requestLog().takeOutcome(device, coefficientPath(routeKey));
     });
 }
 

@@ -48,8 +48,8 @@ public:
         showProgress({});
         auto* const correction = Correctionop::getInstance();
         workAndShow([&] { (correction->*m_kind.load)(m_device, cabinet, elements); },
-                    [&] { showProgress(m_run.meter().progress(m_device, path)); });
-        const auto record = m_run.ledger().take(m_device, path);
+                    [&] { showProgress(m_run.progressTracker().progress(m_device, path)); });
+        const auto record = m_run.requestLog().take(m_device, path);
         if (!record)
             return {Failed, QStringLiteral("no request was made")};
         m_transfer.bytes += record->bytesReceived;
@@ -72,7 +72,7 @@ public:
 
 private:
     // What a device has to tell is known while it sends the last table.
-    void showProgress(const std::optional<ExchangeMeter::Progress>& current)
+    void showProgress(const std::optional<ProgressTracker::Progress>& current)
     {
         Transfer transfer = m_transfer;
         transfer.milliseconds = m_clock.elapsed();
@@ -82,7 +82,7 @@ private:
             transfer.bytes += current->bytesReceived;
             const bool last = transfer.parts + 1 == transfer.partsInAll;
             if (current->bytesToReceive > 0) {
-                parts += shareOf(current->bytesReceived, current->bytesToReceive);
+                parts += fraction(current->bytesReceived, current->bytesToReceive);
                 transfer.bytesInAll = last ? m_transfer.bytes + current->bytesToReceive : -1;
             }
         }
@@ -143,7 +143,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
                       .arg(kindName);
     if (!problem.isEmpty()) {
-        console.complain(problem);
+        console.error(problem);
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -151,7 +151,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         return Usage;
     const QString fault = faultOfDestination(path, directory, cabinets);
     if (!fault.isEmpty()) {
-        console.complain(QStringLiteral("%1: %2").arg(printable(path), fault));
+        console.error(QStringLiteral("%1: %2").arg(printable(path), fault));
         return Failed;
     }
 
@@ -170,8 +170,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         if (outcome.code == Done)
             continue;
         loader.clearBar();
-        console.complain(
-            QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
+        console.error(QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
         if (code == Done)
             code = outcome.code;
     }
@@ -180,10 +179,10 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         const Outcome stored = store(path, perCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
         if (code != Done)
-            console.complain(stored.reason);
+            console.error(stored.reason);
     }
     if (code != Done && !directory && QFileInfo::exists(path))
-        console.remark(QStringLiteral("%1 stays as it was").arg(printable(path)));
+        console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
     return code;
 }
 

@@ -63,7 +63,7 @@ public:
         : m_kind(kind)
         , m_jobs(std::move(jobs))
         , m_parallel(static_cast<std::size_t>(parallel))
-        , m_ledger(trace, console)
+        , m_requestLog(trace, console)
         , m_bar(QStringLiteral("upload"), console)
     {
         m_transfer.partName = QStringLiteral("cabinets");
@@ -153,7 +153,7 @@ private:
     {
         m_underWay.erase(&job);
         if (!m_stopped) {
-            settle(job, m_ledger.takeOutcome(job.device, job.path));
+            settle(job, m_requestLog.takeOutcome(job.device, job.path));
             beginSome();
         }
         quitWhenIdle();
@@ -191,25 +191,25 @@ private:
         transfer.milliseconds = m_clock.elapsed();
         for (const Job* job : m_underWay)
             transfer.bytes += bytesOnTheWay(*job);
-        m_bar.show(shareOf(transfer.bytes, transfer.bytesInAll), transferText(transfer));
+        m_bar.show(fraction(transfer.bytes, transfer.bytesInAll), transferText(transfer));
     }
 
     // As the file has them; they travel without its blanks. The last one counts when the device took the
     // table.
     qint64 bytesOnTheWay(const Job& job) const
     {
-        const auto progress = m_meter.progress(job.device, job.path);
+        const auto progress = m_progressTracker.progress(job.device, job.path);
         if (!progress || progress->bytesToSend <= 0)
             return 0;
-        const double share = shareOf(progress->bytesSent, progress->bytesToSend);
+        const double share = fraction(progress->bytesSent, progress->bytesToSend);
         return static_cast<qint64>(share * static_cast<double>(job.bytes() - 1));
     }
 
     const CoefficientKind& m_kind;
     const std::vector<Job> m_jobs;
     const std::size_t m_parallel;
-    ExchangeLedger m_ledger;
-    const ExchangeMeter m_meter;
+    RequestLog m_requestLog;
+    const ProgressTracker m_progressTracker;
     ProgressBar m_bar;
     QEventLoop m_loop;
     QElapsedTimer m_clock;
@@ -267,17 +267,17 @@ void tellFailures(const QString& device, const Result& result, const QString& re
     QStringList cabinets = result.failed.keys();
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
     for (const QString& cabinet : std::as_const(cabinets))
-        console.complain(QStringLiteral("%1: %2: %3")
-                             .arg(printable(device), cabinetText(cabinet), result.failed.value(cabinet)));
+        console.error(QStringLiteral("%1: %2: %3")
+                          .arg(printable(device), cabinetText(cabinet), result.failed.value(cabinet)));
     const int all = cabinets.size() + result.uploaded.size();
     if (all > 1)
-        console.remark(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
-                           .arg(cabinets.size())
-                           .arg(all)
-                           .arg(printable(device)));
+        console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
+                         .arg(cabinets.size())
+                         .arg(all)
+                         .arg(printable(device)));
     else
-        console.remark(QStringLiteral("to upload again:"));
-    console.remark(QStringLiteral("  ") + resume);
+        console.info(QStringLiteral("to upload again:"));
+    console.info(QStringLiteral("  ") + resume);
 }
 
 } // namespace
@@ -289,7 +289,7 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
     if (problem.isEmpty())
         keepCabinets(tables, upload.cabinets, problem);
     if (!problem.isEmpty()) {
-        console.complain(problem);
+        console.error(problem);
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
@@ -326,11 +326,11 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
                                    {QStringLiteral("failed"), failed},
                                    {QStringLiteral("resume"), resume.isEmpty() ? QVariant() : resume}});
         if (!settings.json && !result.uploaded.isEmpty())
-            console.data(
+            console.out(
                 QStringLiteral("%1: %2\n").arg(printable(device.name), uploadedText(result.uploaded)));
     }
     if (settings.json)
-        console.data(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
+        console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
     return uploader.exitCode();
 }
 

@@ -46,15 +46,15 @@ public:
     void heading(const QString& text)
     {
         const QString number = QString::number(++m_steps) + QStringLiteral(". ");
-        m_console.data(QLatin1Char('\n') + styled("1", number + text) + QLatin1Char('\n'));
+        m_console.out(QLatin1Char('\n') + styled("1", number + text) + QLatin1Char('\n'));
     }
     void call(const QString& code)
     {
-        m_console.data(QStringLiteral("  ") + styled("36", code) + QLatin1Char('\n'));
+        m_console.out(QStringLiteral("  ") + styled("36", code) + QLatin1Char('\n'));
     }
     void exchange(const QString& line)
     {
-        m_console.data(QStringLiteral("    ") + styled("2", line) + QLatin1Char('\n'));
+        m_console.out(QStringLiteral("    ") + styled("2", line) + QLatin1Char('\n'));
     }
     /// The first lines of @p text, and how many are left out.
     void result(const QString& text)
@@ -67,9 +67,9 @@ public:
             lines << QStringLiteral("... and %1 more lines").arg(more);
         }
         for (const QString& line : std::as_const(lines))
-            m_console.data(QStringLiteral("      ") + line + QLatin1Char('\n'));
+            m_console.out(QStringLiteral("      ") + line + QLatin1Char('\n'));
     }
-    void line(const QString& text) { m_console.data(text + QLatin1Char('\n')); }
+    void line(const QString& text) { m_console.out(text + QLatin1Char('\n')); }
 
 private:
     QString styled(const char* style, const QString& text) const
@@ -88,7 +88,7 @@ public:
     explicit Demo(Console& console)
         : m_console(console)
         , m_page(console)
-        , m_exchanges([this](const Exchanges::Record& record) { m_page.exchange(traceLine(record)); })
+        , m_exchanges([this](const CallObserver::Record& record) { m_page.exchange(traceLine(record)); })
     {}
 
     bool run()
@@ -352,7 +352,7 @@ private:
     {
         if (why.isEmpty())
             why = m_exchanges.outcome(false).reason;
-        m_console.complain(QStringLiteral("demo: %1: %2").arg(who, why));
+        m_console.error(QStringLiteral("demo: %1: %2").arg(who, why));
         return false;
     }
 
@@ -364,7 +364,7 @@ private:
 
     Console& m_console;
     Page m_page;
-    Exchanges m_exchanges;
+    CallObserver m_exchanges;
     QObject m_context; // of what this object listens to
     bool m_showsEvents = false;
     std::vector<Controller> m_devices;

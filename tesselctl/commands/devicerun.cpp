@@ -10,7 +10,7 @@ DeviceRun::DeviceRun(const Settings& settings, Console& console)
     : m_settings(settings)
     , m_console(console)
     , m_devices(readDevices(settings.devices, console))
-    , m_ledger(settings.trace, console)
+    , m_requestLog(settings.trace, console)
 {
     if (!addDevices(m_devices, console))
         m_devices.clear();
@@ -35,14 +35,14 @@ ExitCode DeviceRun::forEach(const std::function<Result(const QString& device)>& 
         const Outcome outcome = settled(result.outcome);
         values.insert(device.name, outcome.code == Done ? result.value : failure);
         if (outcome.code != Done)
-            m_console.complain(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
         else if (!m_settings.json)
-            m_console.data(printable(device.name) + result.text);
+            m_console.out(printable(device.name) + result.text);
         if (code == Done)
             code = outcome.code;
     }
     if (m_settings.json)
-        m_console.data(QString::fromUtf8(toJson(values, true)) + QLatin1Char('\n'));
+        m_console.out(QString::fromUtf8(toJson(values, true)) + QLatin1Char('\n'));
     return code;
 }
 

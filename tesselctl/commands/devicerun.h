@@ -33,8 +33,8 @@ public:
 
     /// The devices; none when the settings are wrong, which was told.
     const std::vector<Device>& devices() const { return m_devices; }
-    ExchangeLedger& ledger() { return m_ledger; }
-    const ExchangeMeter& meter() const { return m_meter; }
+    RequestLog& requestLog() { return m_requestLog; }
+    const ProgressTracker& progressTracker() const { return m_progressTracker; }
     const Interruption& interruption() const { return m_interruption; }
 
     /// @p outcome, unless a failure that comes from a signal: that is called interrupted.
@@ -51,8 +51,8 @@ private:
     Console& m_console;
     std::vector<Device> m_devices;
     const Interruption m_interruption; // after the devices: a question for the secret ends the usual way
-    ExchangeLedger m_ledger;
-    const ExchangeMeter m_meter;
+    RequestLog m_requestLog;
+    const ProgressTracker m_progressTracker;
 };
 
 } // namespace TesselCtl

@@ -53,7 +53,7 @@ bool readProgress(const QString& device, bool controller, Map& reply)
 /// Why @p path cannot be sent as firmware; empty when it can.
 QString faultOfImage(const QString& path)
 {
-    QString fault = faultOfSource(path);
+    QString fault = sourceFileError(path);
     const qint64 size = QFileInfo(path).size();
     if (!fault.isEmpty())
         return fault;
@@ -92,7 +92,7 @@ public:
     {
         Map reply;
         readProgress(m_device, m_controller, reply);
-        Outcome outcome = m_run.ledger().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
+        Outcome outcome = m_run.requestLog().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
         m_latest = updateProgressOf(reply);
         if (m_latest.share >= 0)
             m_bar.show(m_latest.share, m_latest.state);
@@ -202,18 +202,18 @@ private:
         looked.start();
         m_bar.show(0, QStringLiteral("sending"));
         workAndShow(send, [&] {
-            const auto progress = m_run.meter().progress(m_device, path);
+            const auto progress = m_run.progressTracker().progress(m_device, path);
             if (progress && progress->bytesSent < progress->bytesToSend) {
                 const Transfer transfer{progress->bytesSent, progress->bytesToSend, 0, 0, {},
                                         begun.elapsed()};
-                m_bar.show(shareOf(transfer.bytes, transfer.bytesInAll),
+                m_bar.show(fraction(transfer.bytes, transfer.bytesInAll),
                            QStringLiteral("sending, ") + transferText(transfer));
             } else if (looked.hasExpired(pollInterval.count())) {
                 m_watch.look();
                 looked.restart();
             }
         });
-        return m_run.ledger().takeOutcome(m_device, path);
+        return m_run.requestLog().takeOutcome(m_device, path);
     }
 
     const QString m_device;
@@ -235,14 +235,14 @@ Outcome download(const QString& device, const QString& id, int type, const QStri
     // It tells no failure; the exchange does.
     workAndShow([&] { cards->getRvCardFirmware(device, id, type, path); },
                 [&] {
-                    const auto progress = run.meter().progress(device, route);
+                    const auto progress = run.progressTracker().progress(device, route);
                     if (!progress)
                         return;
                     const qint64 all = progress->bytesToReceive;
                     const Transfer transfer{progress->bytesReceived, all, 0, 0, {}, begun.elapsed()};
-                    bar.show(all < 0 ? -1 : shareOf(transfer.bytes, all), transferText(transfer));
+                    bar.show(all < 0 ? -1 : fraction(transfer.bytes, all), transferText(transfer));
                 });
-    const auto record = run.ledger().take(device, route);
+    const auto record = run.requestLog().take(device, route);
     if (!record)
         return {Failed, QStringLiteral("no request was made")};
     Outcome outcome = run.settled(outcomeOf(*record));
@@ -263,7 +263,7 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
     if (problem.isEmpty() && update.controller && (update.uploadOnly || !form.isEmpty()))
         problem = QStringLiteral("a controller's firmware goes without a form: no --field, no --upload-only");
     if (!problem.isEmpty()) {
-        console.complain(problem);
+        console.error(problem);
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -278,7 +278,7 @@ ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console&
         [&](const QString& device) -> DeviceRun::Result {
             Map reply;
             readProgress(device, controller, reply);
-            const Outcome outcome = run.ledger().takeOutcome(device, pathOf(progressRoute(controller)));
+            const Outcome outcome = run.requestLog().takeOutcome(device, pathOf(progressRoute(controller)));
             return {outcome, reply, QStringLiteral(":\n") + humanText(reply)};
         },
         QVariant());
@@ -298,7 +298,7 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
                              Console& console)
 {
     if (settings.devices.devices.size() > 1) {
-        console.complain(QStringLiteral("firmware is downloaded from one device at a time"));
+        console.error(QStringLiteral("firmware is downloaded from one device at a time"));
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -309,19 +309,18 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
     route.replace(QStringLiteral("{type}"), QString::number(type)).replace(QStringLiteral("{id}"), id);
     const Outcome outcome = download(device, id, type, path, route, run, console);
     if (outcome.code != Done) {
-        console.complain(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
+        console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
         if (QFileInfo::exists(path))
-            console.remark(QStringLiteral("%1 stays as it was").arg(printable(path)));
+            console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
         return outcome.code;
     }
     const qint64 size = QFileInfo(path).size();
     if (settings.json)
-        console.data(
-            QString::fromUtf8(
-                toJson(QVariantMap{{QStringLiteral("file"), path}, {QStringLiteral("bytes"), size}}, true)) +
-            QLatin1Char('\n'));
+        console.out(QString::fromUtf8(toJson(
+                        QVariantMap{{QStringLiteral("file"), path}, {QStringLiteral("bytes"), size}}, true)) +
+                    QLatin1Char('\n'));
     else
-        console.data(QStringLiteral("%1: %2\n").arg(printable(path), humanSize(size)));
+        console.out(QStringLiteral("%1: %2\n").arg(printable(path), humanSize(size)));
     return Done;
 }
 

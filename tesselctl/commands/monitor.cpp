@@ -52,7 +52,7 @@ public:
         , m_inPlace(!settings.json && isTerminal(stdout))
         , m_count(count)
         , m_console(console)
-        , m_ledger(settings.trace, console)
+        , m_requestLog(settings.trace, console)
     {
         for (const Device& device : devices)
             m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}});
@@ -127,7 +127,7 @@ private:
     {
         ++reading.attempts;
         reading.outcome =
-            m_ledger.takeOutcome(reading.device, AllUrlResource::getUrl(QStringLiteral("MonitorData")));
+            m_requestLog.takeOutcome(reading.device, AllUrlResource::getUrl(QStringLiteral("MonitorData")));
         QVariant envelope;
         QString problem;
         if (reading.outcome.code == Done && parseJson(reply, envelope, problem))
@@ -153,8 +153,7 @@ private:
                       {{QStringLiteral("data"), failed ? QVariant() : QVariant(reading.data)},
                        {QStringLiteral("problem"), failed ? reading.outcome.reason : QVariant()}});
         } else if (failed) {
-            m_console.complain(
-                QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.reason));
         } else {
             const QStringList columns = monitorColumns();
             const QStringList cells = monitorCells(reading.data);
@@ -186,7 +185,7 @@ private:
                 continue;
             }
             lines << QStringLiteral("%1  %2  warning %3: %4")
-                         .arg(now(), printable(warning.device), warning.type, humanWord(warning.payload));
+                         .arg(now(), printable(warning.device), warning.type, formatInline(warning.payload));
         }
         if (m_inPlace) {
             print(QStringLiteral("\a"));
@@ -222,7 +221,7 @@ private:
 
     void print(const QString& text)
     {
-        m_console.data(text);
+        m_console.out(text);
         if (m_console.dataLost())
             QCoreApplication::quit();
     }
@@ -236,7 +235,7 @@ private:
     const bool m_inPlace;
     const int m_count;
     Console& m_console;
-    ExchangeLedger m_ledger;
+    RequestLog m_requestLog;
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
     QList<Warning> m_warnings;       // signalled and not yet told

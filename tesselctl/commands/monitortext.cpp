@@ -55,13 +55,13 @@ QString quantity(const QVariant& value)
     if (isMap(value)) {
         const QVariantMap map = value.toMap();
         for (auto member = map.begin(); member != map.end(); ++member)
-            words << printable(member.key()) + QLatin1Char(' ') + humanWord(member.value());
+            words << printable(member.key()) + QLatin1Char(' ') + formatInline(member.value());
     } else if (isList(value)) {
         const QVariantList list = value.toList();
         for (const QVariant& element : list)
-            words << humanWord(element);
+            words << formatInline(element);
     } else {
-        words << humanWord(value);
+        words << formatInline(value);
     }
     return words.join(QStringLiteral(", "));
 }

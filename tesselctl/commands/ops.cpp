@@ -26,14 +26,14 @@ struct Entry
     ProbedRequests newer; ///< and to one of the newer
 };
 
-QString linesOf(const ProbedRequests& requests, const QString& remark)
+QString linesOf(const ProbedRequests& requests, const QString& info)
 {
     QString lines;
     for (const ProbedRequest& request : requests)
-        lines += QStringLiteral("    %1 %2%3\n")
-                     .arg(request.verb, request.path.isEmpty() ? QStringLiteral("(no path)") : request.path,
-                          remark);
-    return lines.isEmpty() ? QStringLiteral("    sends nothing%1\n").arg(remark) : lines;
+        lines +=
+            QStringLiteral("    %1 %2%3\n")
+                .arg(request.verb, request.path.isEmpty() ? QStringLiteral("(no path)") : request.path, info);
+    return lines.isEmpty() ? QStringLiteral("    sends nothing%1\n").arg(info) : lines;
 }
 
 QString textOf(const Entry& entry)
@@ -97,9 +97,9 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
         lines += text;
         list.append(objectOf(entry));
     }
-    console.data(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
+    console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
     if (list.isEmpty())
-        console.complain(QStringLiteral("no operation matches"));
+        console.error(QStringLiteral("no operation matches"));
     return Done;
 }
 

@@ -21,9 +21,9 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
         list.append(
             QVariantMap{{QStringLiteral("key"), route.key()}, {QStringLiteral("path"), route.value()}});
     }
-    console.data(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
+    console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
     if (list.isEmpty())
-        console.complain(QStringLiteral("no route matches"));
+        console.error(QStringLiteral("no route matches"));
     return Done;
 }
 

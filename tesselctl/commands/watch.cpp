@@ -98,11 +98,11 @@ private:
                              {QStringLiteral("payload"), payload}};
             if (!signal.isEmpty())
                 line.insert(QStringLiteral("signal"), signal);
-            m_console.data(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
+            m_console.out(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
         } else {
             const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
-            m_console.data(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
-                           QLatin1Char('\n'));
+            m_console.out(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
+                          QLatin1Char('\n'));
         }
         if (m_console.dataLost())
             QCoreApplication::quit();
@@ -127,9 +127,9 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
-    const Exchanges exchanges([trace = settings.trace, &console](const Exchanges::Record& record) {
+    const CallObserver exchanges([trace = settings.trace, &console](const CallObserver::Record& record) {
         if (trace)
-            console.remark(traceLine(record));
+            console.info(traceLine(record));
     });
     const Watcher watcher(settings.json, count, console);
     DeviceManager::getInstance()->initManager();

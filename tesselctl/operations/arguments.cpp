@@ -158,7 +158,7 @@ QVariant formOf(QVariantMap parts, QString& problem)
             part = path;
             continue;
         }
-        const QString fault = faultOfSource(path);
+        const QString fault = sourceFileError(path);
         if (!fault.isEmpty())
             problem = QStringLiteral("%1: %2").arg(printable(path), fault);
         part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
@@ -178,7 +178,7 @@ QVariant words(const QString& text)
 // Puts every text to its parameter: by name, or to the next one that has no value yet.
 std::map<std::size_t, QString> assign(const Operation& operation, const QStringList& texts, QString& problem)
 {
-    const std::vector<std::size_t> written = operation.written();
+    const std::vector<std::size_t> written = operation.userParameters();
     std::map<std::size_t, QString> assigned;
     QStringList positional;
     for (const QString& text : texts) {

@@ -73,7 +73,7 @@ QVariant sampleOf(ValueType type, const QString& device)
 }
 
 // Every list has one element, as operations that look into a list first need it.
-HttpReply wellDone()
+HttpReply okReply()
 {
     HttpReply reply;
     reply.status = 200;
@@ -100,14 +100,14 @@ public:
     HttpReply exchange(const HttpRequest& request) override
     {
         record(request);
-        return wellDone();
+        return okReply();
     }
 
     bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) override
     {
         record(request);
         QMetaObject::invokeMethod(
-            &m_home, [done = std::move(done)] { done(wellDone()); }, Qt::QueuedConnection);
+            &m_home, [done = std::move(done)] { done(okReply()); }, Qt::QueuedConnection);
         return true;
     }
 

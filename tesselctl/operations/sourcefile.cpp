@@ -6,7 +6,7 @@
 
 namespace TesselCtl {
 
-QString faultOfSource(const QString& path)
+QString sourceFileError(const QString& path)
 {
     const QFileInfo info(path);
     if (info.isDir())

@@ -8,7 +8,7 @@ namespace TesselCtl {
 
 /// Why the file @p path cannot be sent as it is; empty when it can. Only regular files have a size to
 /// announce; others, such as pipes, are not opened, since that may wait for ever.
-QString faultOfSource(const QString& path);
+QString sourceFileError(const QString& path);
 
 } // namespace TesselCtl
 

@@ -56,14 +56,14 @@ QString refusalIn(const QByteArray& reply)
 
 } // namespace
 
-struct Exchanges::State
+struct CallObserver::State
 {
     std::mutex mutex; // guards the records
     std::vector<Record> records;
     std::condition_variable ended; // with every record
 };
 
-Exchanges::Exchanges(std::function<void(const Record&)> shown)
+CallObserver::CallObserver(std::function<void(const Record&)> shown)
     : m_state(std::make_shared<State>())
 {
     setExchangeObserver([state = m_state, shown = std::move(shown)](const Record& record) {
@@ -75,19 +75,19 @@ Exchanges::Exchanges(std::function<void(const Record&)> shown)
     });
 }
 
-Exchanges::~Exchanges()
+CallObserver::~CallObserver()
 {
     setExchangeObserver({});
 }
 
-void Exchanges::begin()
+void CallObserver::begin()
 {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     m_state->records.clear();
     m_begunBefore = exchangesBegun();
 }
 
-void Exchanges::waitForAll()
+void CallObserver::waitForAll()
 {
     const auto allEnded = [this] { return m_state->records.size() >= exchangesBegun() - m_begunBefore; };
     for (bool done = false; !done;) {
@@ -103,7 +103,7 @@ void Exchanges::waitForAll()
     }
 }
 
-Outcome Exchanges::outcome(bool succeeded) const
+Outcome CallObserver::outcome(bool succeeded) const
 {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     const std::vector<Record>& records = m_state->records;
@@ -117,7 +117,7 @@ Outcome Exchanges::outcome(bool succeeded) const
     return outcome;
 }
 
-QString traceLine(const Exchanges::Record& record)
+QString traceLine(const CallObserver::Record& record)
 {
     const QString status = record.status != 0 ? QString::number(record.status) : QStringLiteral("---");
     return QStringLiteral("%1  %2 %3  %4  %5 ms  %6 sent  %7 received")
@@ -128,7 +128,7 @@ QString traceLine(const Exchanges::Record& record)
         .arg(humanSize(record.bytesSent), humanSize(record.bytesReceived));
 }
 
-Outcome outcomeOf(const Exchanges::Record& record)
+Outcome outcomeOf(const CallObserver::Record& record)
 {
     const QString refusal = refusalIn(record.reply);
     if (record.state == IHttpVersionTrigger::Success)

@@ -23,13 +23,13 @@ struct Outcome
 /// Watches the transport while it exists: operations say yes or no, the exchanges under them say why.
 ///
 /// One at a time. @p shown is called for every exchange that ends, on any thread.
-class Exchanges
+class CallObserver
 {
 public:
     using Record = Krelm::Communicator::HttpDevice::ExchangeRecord;
 
-    explicit Exchanges(std::function<void(const Record&)> shown = {});
-    ~Exchanges();
+    explicit CallObserver(std::function<void(const Record&)> shown = {});
+    ~CallObserver();
 
     /// Forgets the exchanges so far: the next call begins.
     void begin();
@@ -44,14 +44,14 @@ private:
     struct State;
     quint64 m_begunBefore = 0;      // exchanges of earlier calls
     std::shared_ptr<State> m_state; // shared with the observer, which may outlast this object for a moment
-    Q_DISABLE_COPY_MOVE(Exchanges)
+    Q_DISABLE_COPY_MOVE(CallObserver)
 };
 
 /// One line for an exchange: device, verb, path, status, time and sizes. Never a header, a body or a login.
-QString traceLine(const Exchanges::Record& record);
+QString traceLine(const CallObserver::Record& record);
 
 /// How a single exchange ended.
-Outcome outcomeOf(const Exchanges::Record& record);
+Outcome outcomeOf(const CallObserver::Record& record);
 
 } // namespace TesselCtl
 

@@ -76,7 +76,7 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
     if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None)
         secret = readSecret(settings.secretVariable, settings.secretFile, problem);
     if (!problem.isEmpty()) {
-        console.complain(problem);
+        console.error(problem);
         return {};
     }
     for (Device& device : devices)
@@ -88,7 +88,7 @@ bool addDevices(const std::vector<Device>& devices, Console& console)
 {
     for (const Device& device : devices) {
         if (!HttpProxy::getInstance()->addDevice(device.name, device.endpoint)) {
-            console.complain(
+            console.error(
                 QStringLiteral(
                     "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
                     .arg(printable(device.name)));

@@ -10,32 +10,32 @@ namespace TesselCtl {
 
 using Krelm::Communicator::HttpDevice::setProgressObserver;
 
-struct ExchangeMeter::State
+struct ProgressTracker::State
 {
     std::mutex mutex; // guards the rest
-    std::map<ExchangeKey, Progress> latest;
+    std::map<RequestKey, Progress> latest;
 };
 
-ExchangeMeter::ExchangeMeter()
+ProgressTracker::ProgressTracker()
     : m_state(std::make_shared<State>())
 {
     setProgressObserver([state = m_state](const Progress& progress) {
-        const ExchangeKey key = exchangeKey(progress.deviceKey, progress.path);
+        const RequestKey key = requestKey(progress.deviceKey, progress.path);
         const std::lock_guard<std::mutex> lock(state->mutex);
         state->latest[key] = progress;
     });
 }
 
-ExchangeMeter::~ExchangeMeter()
+ProgressTracker::~ProgressTracker()
 {
     setProgressObserver({});
 }
 
-std::optional<ExchangeMeter::Progress> ExchangeMeter::progress(const QString& device,
-                                                               const QString& path) const
+std::optional<ProgressTracker::Progress> ProgressTracker::progress(const QString& device,
+                                                                   const QString& path) const
 {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
-    const auto found = m_state->latest.find(exchangeKey(device, path));
+    const auto found = m_state->latest.find(requestKey(device, path));
     return found == m_state->latest.end() ? std::nullopt : std::optional<Progress>(found->second);
 }
 

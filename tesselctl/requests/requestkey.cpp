@@ -6,7 +6,7 @@
 namespace TesselCtl {
 
 // The transport masks what stands before an @ in a device's key, and its control characters.
-ExchangeKey exchangeKey(const QString& device, const QString& path)
+RequestKey requestKey(const QString& device, const QString& path)
 {
     QString name = device.mid(device.lastIndexOf(QLatin1Char('@')) + 1);
     for (QChar& character : name) {
@@ -16,9 +16,9 @@ ExchangeKey exchangeKey(const QString& device, const QString& path)
     return {name, path};
 }
 
-ExchangeKey exchangeKey(const QString& device, const QByteArray& encodedPath)
+RequestKey requestKey(const QString& device, const QByteArray& encodedPath)
 {
-    return exchangeKey(device, QUrl::fromPercentEncoding(encodedPath));
+    return requestKey(device, QUrl::fromPercentEncoding(encodedPath));
 }
 
 } // namespace TesselCtl

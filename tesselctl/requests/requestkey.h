@@ -11,12 +11,12 @@ namespace TesselCtl {
 
 /// What tells exchanges apart that run side by side: the device, as records of the transport name it, and the
 /// path, placeholders filled in and nothing encoded.
-using ExchangeKey = std::pair<QString, QString>;
+using RequestKey = std::pair<QString, QString>;
 
 /// The key of requests to @p device on @p path.
-ExchangeKey exchangeKey(const QString& device, const QString& path);
+RequestKey requestKey(const QString& device, const QString& path);
 /// The key of what the transport tells, whose path is encoded.
-ExchangeKey exchangeKey(const QString& device, const QByteArray& encodedPath);
+RequestKey requestKey(const QString& device, const QByteArray& encodedPath);
 
 } // namespace TesselCtl
 

@@ -14,23 +14,23 @@ namespace TesselCtl {
 
 /// Remembers how the exchanges ended, by device and path, so that requests that run side by side are told
 /// apart. It is the transport's observer while it exists. May be used from any thread.
-class ExchangeLedger
+class RequestLog
 {
 public:
     /// With @p trace every exchange is told on @p console.
-    ExchangeLedger(bool trace, Console& console);
-    ~ExchangeLedger();
+    RequestLog(bool trace, Console& console);
+    ~RequestLog();
 
     /// Takes out the latest exchange of @p device on @p path, placeholders filled in and nothing encoded;
     /// none when no such request ended since the last call.
-    std::optional<Exchanges::Record> take(const QString& device, const QString& path);
+    std::optional<CallObserver::Record> take(const QString& device, const QString& path);
     /// How that exchange ended. Without one the request was not made, which is a failure.
     Outcome takeOutcome(const QString& device, const QString& path);
 
 private:
     struct State;
     std::shared_ptr<State> m_state; // shared with the observer, which may outlast this object for a moment
-    Q_DISABLE_COPY_MOVE(ExchangeLedger)
+    Q_DISABLE_COPY_MOVE(RequestLog)
 };
 
 } // namespace TesselCtl

@@ -7,7 +7,7 @@
 
 namespace TesselCtl {
 
-void Console::data(const QString& text)
+void Console::out(const QString& text)
 {
     if (m_lost)
         return;
@@ -18,15 +18,15 @@ void Console::data(const QString& text)
     const int reason = errno;
     m_lost = true;
     if (reason != EPIPE)
-        complain(QStringLiteral("standard output: ") + QString::fromLocal8Bit(std::strerror(reason)));
+        error(QStringLiteral("standard output: ") + QString::fromLocal8Bit(std::strerror(reason)));
 }
 
-void Console::complain(const QString& message)
+void Console::error(const QString& message)
 {
-    remark(QStringLiteral("tesselctl: ") + message);
+    info(QStringLiteral("tesselctl: ") + message);
 }
 
-void Console::remark(const QString& line)
+void Console::info(const QString& line)
 {
     const QByteArray bytes = line.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);

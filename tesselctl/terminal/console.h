@@ -16,11 +16,11 @@ class Console
 public:
     /// Writes @p text at once. Once a write failed, because the reader has gone or the disk is full, nothing
     /// more is written.
-    void data(const QString& text);
+    void out(const QString& text);
     /// Writes "tesselctl: ", @p message and a line end on standard error.
-    void complain(const QString& message);
+    void error(const QString& message);
     /// Writes @p line and a line end on standard error.
-    void remark(const QString& line);
+    void info(const QString& line);
     /// Says that lines may come at any time, from a trace: nothing can stay in its place among them.
     void expectTrace() { m_traced = true; }
     bool isTraced() const { return m_traced; }

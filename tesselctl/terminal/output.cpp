@@ -46,7 +46,7 @@ QString table(const QVariantList& list)
         QStringList row;
         const QVariantMap map = element.toMap();
         for (const QVariant& value : map)
-            row << humanWord(value);
+            row << formatInline(value);
         rows << row;
     }
     return aligned(rows);
@@ -56,7 +56,7 @@ QString keysAndValues(const QVariantMap& map)
 {
     QList<QStringList> rows;
     for (auto member = map.begin(); member != map.end(); ++member)
-        rows << QStringList{printable(member.key()), humanWord(member.value())};
+        rows << QStringList{printable(member.key()), formatInline(member.value())};
     return aligned(rows);
 }
 
@@ -64,7 +64,7 @@ QString lines(const QVariantList& list)
 {
     QString text;
     for (const QVariant& element : list)
-        text += humanWord(element) + QLatin1Char('\n');
+        text += formatInline(element) + QLatin1Char('\n');
     return text;
 }
 
@@ -76,14 +76,14 @@ QString aligned(const QList<QStringList>& rows)
     for (const QStringList& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (int i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], columnsOf(row[i]));
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
     }
     QString text;
     for (const QStringList& row : rows) {
         QString line;
         for (int i = 0; i < row.size(); ++i) {
             const bool last = i + 1 == row.size();
-            line += row[i] + QString(last ? 0 : widths[i] - columnsOf(row[i]) + 2, QLatin1Char(' '));
+            line += row[i] + QString(last ? 0 : widths[i] - displayWidth(row[i]) + 2, QLatin1Char(' '));
         }
         text += line + QLatin1Char('\n');
     }
@@ -102,10 +102,10 @@ QString humanText(const QVariant& value)
         return table(list);
     if (isNested(value))
         return QString::fromUtf8(toJson(value, true)) + QLatin1Char('\n');
-    return humanWord(value) + QLatin1Char('\n');
+    return formatInline(value) + QLatin1Char('\n');
 }
 
-QString humanWord(const QVariant& value)
+QString formatInline(const QVariant& value)
 {
     if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray)
         return printable(value.toString());

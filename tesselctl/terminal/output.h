@@ -17,7 +17,7 @@ QString aligned(const QList<QStringList>& rows);
 QString humanText(const QVariant& value);
 
 /// One line for a value inside something else: plain values as they are, maps and lists as JSON.
-QString humanWord(const QVariant& value);
+QString formatInline(const QVariant& value);
 
 /// Bytes for people: `0 B`, `1.4 kB`, `3.0 MB`.
 QString humanSize(qint64 bytes);

@@ -51,7 +51,7 @@ QString printableLines(const QString& text)
     return escaped(text, true);
 }
 
-int columnsOf(const QString& text)
+int displayWidth(const QString& text)
 {
     int columns = 0;
     const QVector<uint> characters = text.toUcs4();

@@ -15,7 +15,7 @@ QString printable(const QString& text);
 QString printableLines(const QString& text);
 
 /// How many columns @p text takes on a terminal.
-int columnsOf(const QString& text);
+int displayWidth(const QString& text);
 
 } // namespace TesselCtl
 

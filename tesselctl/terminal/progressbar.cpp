@@ -22,7 +22,7 @@ void writeToTerminal(const QString& text)
 
 } // namespace
 
-double shareOf(qint64 done, qint64 all)
+double fraction(qint64 done, qint64 all)
 {
     return all > 0 ? std::clamp(static_cast<double>(done) / static_cast<double>(all), 0.0, 1.0) : 1;
 }
@@ -97,7 +97,7 @@ void ProgressBar::show(double share, const QString& details)
         return;
     m_tenths = tenths;
     const QString percent = tenths < 0 ? QString() : QStringLiteral("%1 %, ").arg(tenths * 10);
-    m_console.remark(printable(m_label) + QStringLiteral(": ") + percent + details);
+    m_console.info(printable(m_label) + QStringLiteral(": ") + percent + details);
 }
 
 void ProgressBar::clear()

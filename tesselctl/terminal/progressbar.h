@@ -24,7 +24,7 @@ struct Transfer
 };
 
 /// A share between 0 and 1 of @p done in @p all; 1 when there is nothing to do.
-double shareOf(qint64 done, qint64 all);
+double fraction(qint64 done, qint64 all);
 
 /// `3 of 12 cabinets, 1.2 MB of 4.8 MB, 400.0 kB/s, 9 s left`; parts, the whole size, rate and time left
 /// stand only where they are known.

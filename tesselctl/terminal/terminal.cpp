@@ -22,10 +22,10 @@ int terminalColumns(std::FILE* stream)
 
 QString cutToColumns(const QString& line, int columns)
 {
-    if (columnsOf(line) <= columns)
+    if (displayWidth(line) <= columns)
         return line;
     QString cut = line.left(columns);
-    while (!cut.isEmpty() && columnsOf(cut) > columns)
+    while (!cut.isEmpty() && displayWidth(cut) > columns)
         cut.chop(1);
     if (!cut.isEmpty() && cut.at(cut.size() - 1).isHighSurrogate())
         cut.chop(1);

@@ -114,7 +114,7 @@ private Q_SLOTS:
         QTest::newRow("narrow") << progressLine("a", 0, "x", 6) << "a  [--";
         QTest::newRow("a steering label")
             << progressLine("\x1b", 0, "x", 80) << "\\u001b  [--------------------]   0 %  x";
-        QTest::newRow("nothing to do") << QString::number(shareOf(0, 0)) << "1";
+        QTest::newRow("nothing to do") << QString::number(fraction(0, 0)) << "1";
     }
     void progressIsToldForPeople()
     {

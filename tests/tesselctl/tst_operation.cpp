@@ -143,7 +143,7 @@ void TestOperation::aRowKnowsItsNamesTypesAndDirections()
     const Operation row = operation("read", &Operator::read, {"deviceKey", "result"});
     QCOMPARE(row.qualifiedName(), QString("Operator::read"));
     QVERIFY(row.takesDevice());
-    QVERIFY(row.written().empty());
+    QVERIFY(row.userParameters().empty());
     QCOMPARE(row.outputNames(), std::vector<QString>{"result"});
     QCOMPARE(row.usage(), QString("Operator::read  ->  result"));
 }
@@ -167,7 +167,7 @@ void TestOperation::everyInputTypeArrives()
     const Operation row = operation("everyInput", &Operator::everyInput,
                                     {"deviceKey", "number", "big", "flag", "bytes", "map", "list", "texts",
                                      "names", "more", "maps", "result"});
-    QCOMPARE(row.written().size(), std::size_t(10));
+    QCOMPARE(row.userParameters().size(), std::size_t(10));
     const QVariantList values{"wall",
                               3,
                               qlonglong(1) << 40,
@@ -214,7 +214,7 @@ void TestOperation::everyOutputTypeComesBack()
 void TestOperation::anInOutParameterIsWrittenAndReturned()
 {
     const Operation row = operation("change", &Operator::change, {"deviceKey", "inout items"});
-    QCOMPARE(row.written(), std::vector<std::size_t>{1});
+    QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QCOMPARE(row.outputNames(), std::vector<QString>{"items"});
     QCOMPARE(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs,
              (QVariantList{QVariantMap{{"a", 1}, {"device", "wall"}}}));
@@ -223,7 +223,7 @@ void TestOperation::anInOutParameterIsWrittenAndReturned()
 void TestOperation::anOutputThatIsOnlyReadIsAnInput()
 {
     const Operation row = operation("change", &Operator::change, {"deviceKey", "in items"});
-    QCOMPARE(row.written(), std::vector<std::size_t>{1});
+    QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QVERIFY(row.outputNames().empty());
     QVERIFY(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs.isEmpty());
 }

@@ -72,7 +72,7 @@ void TestOutput::valuesForPeople()
 
 void TestOutput::wideCharactersKeepTheColumns()
 {
-    if (columnsOf(QString::fromUtf8("屏")) != 2)
+    if (displayWidth(QString::fromUtf8("屏")) != 2)
         QSKIP("the locale knows no wide characters");
     QCOMPARE(aligned({{QString::fromUtf8("屏幕"), "1"}, {"hall", "2"}}),
              QString::fromUtf8("屏幕  1\nhall  2\n"));
@@ -213,7 +213,7 @@ void TestOutput::exchangesNameTheirOutcome()
     QFETCH(QByteArray, reply);
     QFETCH(int, code);
     QFETCH(QString, reason);
-    Exchanges::Record record;
+    CallObserver::Record record;
     record.state = static_cast<State::HttpSimpleState>(state);
     record.status = status;
     record.reply = reply;
@@ -225,7 +225,7 @@ void TestOutput::exchangesNameTheirOutcome()
 
 void TestOutput::aTraceLineTellsTheExchangeAndNoBody()
 {
-    Exchanges::Record record;
+    CallObserver::Record record;
     record.deviceKey = "wall";
     record.verb = "PUT";
     record.path = "/api/v1/x";
