@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: MIT
+//
+// Who may include whom, read off the sources.
+#include <QDirIterator>
+#include <QFile>
+#include <QRegularExpression>
+#include <QtTest>
+
+namespace {
+
+const QString root = QStringLiteral(TESSEL_SOURCE_DIR);
+
+struct Include
+{
+    QString file; ///< relative to the root
+    QString header;
+};
+
+QStringList sourcesBelow(const QString& directory)
+{
+    QStringList files;
+    QDirIterator it(root + '/' + directory, {"*.h", "*.cpp", "*.inl"}, QDir::Files,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files << QDir(root).relativeFilePath(it.next());
+    return files;
+}
+
+QString textOf(const QString& file)
+{
+    QFile source(root + '/' + file);
+    return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
+}
+
+QList<Include> includesBelow(const QString& directory)
+{
+    static const QRegularExpression directive("^\\s*#\\s*include\\s*[<\"]([^>\"]+)[>\"]",
+                                              QRegularExpression::MultilineOption);
+    QList<Include> includes;
+    for (const QString& file : sourcesBelow(directory)) {
+        auto match = directive.globalMatch(textOf(file));
+        while (match.hasNext())
+            includes << Include{file, match.next().captured(1)};
+    }
+    return includes;
+}
+
+bool declaredInInterfaces(const QString& header)
+{
+    return QFile::exists(root + "/interfaces/" + header);
+}
+
+const QStringList& libraries()
+{
+    static const QStringList all{"tessel", "interfaces", "communicator", "zephserializer",
+                                 "json",   "simulator",  "operations",   "tesselctl"};
+    return all;
+}
+
+/// Where a header or source lies, "interfaces" for all that is declared there.
+QString folderOf(const QString& path)
+{
+    return path.startsWith("interfaces/") || declaredInInterfaces(path) ? "interfaces"
+                                                                        : path.section('/', 0, -2);
+}
+
+/// Which folders the files of a folder may include, besides their own.
+const QMap<QString, QStringList>& layers()
+{
+    static const QMap<QString, QStringList> table{
+        {"communicator",
+         {"communicator/devices", "communicator/events", "communicator/http", "communicator/packages",
+          "communicator/runtime", "interfaces", "json"}},
+        {"communicator/devices", {"communicator", "communicator/http"}},
+        {"communicator/events", {"communicator/devices", "communicator/http", "communicator/runtime"}},
+        {"communicator/http",
+         {"communicator", "communicator/devices", "communicator/json", "communicator/runtime", "interfaces",
+          "json"}},
+        {"communicator/json", {"interfaces"}},
+        {"communicator/packages",
+         {"communicator", "communicator/json", "communicator/runtime", "interfaces"}},
+        {"communicator/runtime", {}},
+        {"interfaces", {}},
+        {"json", {}},
+        {"operations", {"tessel", "tessel/records"}},
+        {"operations/rows", {"interfaces", "operations", "tessel"}},
+        {"simulator", {"simulator/http", "simulator/text"}},
+        {"simulator/device", {"simulator", "simulator/resources", "simulator/routes", "simulator/text"}},
+        {"simulator/http", {"simulator", "simulator/device"}},
+        {"simulator/resources", {"simulator", "simulator/routes", "simulator/text"}},
+        {"simulator/routes", {"simulator/text", "tessel"}},
+        {"simulator/text", {}},
+        {"tessel", {"interfaces", "tessel/envelopes", "tessel/frames", "tessel/records"}},
+        {"tessel/envelopes", {"interfaces", "tessel/records", "tessel/serializing"}},
+        {"tessel/frames", {"interfaces", "tessel", "tessel/envelopes"}},
+        {"tessel/records", {"interfaces", "tessel", "tessel/serializing"}},
+        {"tessel/serializing", {"interfaces"}},
+        {"tesselctl", {"operations", "tesselctl/commands", "tesselctl/terminal"}},
+        {"tesselctl/commands",
+         {"communicator/http", "interfaces", "operations", "simulator", "tessel", "tesselctl",
+          "tesselctl/operations", "tesselctl/requests", "tesselctl/terminal"}},
+        {"tesselctl/operations",
+         {"communicator", "interfaces", "operations", "tessel", "tesselctl/terminal"}},
+        {"tesselctl/requests", {"communicator", "interfaces", "tesselctl", "tesselctl/terminal"}},
+        {"tesselctl/terminal", {}},
+        {"zephserializer", {"interfaces", "json"}},
+    };
+    return table;
+}
+
+} // namespace
+
+class TestLayering : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void aFolderIncludesOnlyWhatItMayKnow_data()
+    {
+        QTest::addColumn<QString>("folder");
+        for (auto row = layers().cbegin(); row != layers().cend(); ++row)
+            QTest::newRow(qPrintable(row.key())) << row.key();
+    }
+    void aFolderIncludesOnlyWhatItMayKnow()
+    {
+        QFETCH(QString, folder);
+        const QStringList mayKnow = layers().value(folder);
+        bool anyFile = false;
+        for (const Include& include : includesBelow(folder)) {
+            if (folderOf(include.file) != folder)
+                continue;
+            anyFile = true;
+            const QString known = folderOf(include.header);
+            const bool ours =
+                libraries().contains(include.header.section('/', 0, 0)) || known == "interfaces";
+            QVERIFY2(!ours || known == folder || mayKnow.contains(known),
+                     qPrintable(include.file + " includes " + include.header));
+        }
+        QVERIFY2(anyFile, "the folder has gone; take its row out");
+    }
+
+    void everyFolderHasItsRow()
+    {
+        for (const QString& library : libraries()) {
+            for (const QString& file : sourcesBelow(library))
+                QVERIFY2(layers().contains(folderOf(file)), qPrintable(file + ": no row for its folder"));
+        }
+    }
+
+    void privateHeadersStayInTheirLibrary()
+    {
+        // What is left to mend: a program and a benchmark that reach into the transport.
+        static const QStringList exceptions{"tesselctl/commands/coefficientdownload.cpp",
+                                            "bench/bench_json.cpp", "bench/bench_upload.cpp",
+                                            "bench/cabinetlist.cpp"};
+        for (const QString& user : libraries() + QStringList{"bench", "examples"}) {
+            for (const Include& include : includesBelow(user)) {
+                const QString library = include.header.section('/', 0, 0);
+                const QString folder = folderOf(include.header);
+                if (!libraries().contains(library) || library == user || exceptions.contains(include.file))
+                    continue;
+                const bool isPublic =
+                    folder == "interfaces" || folder == library || folder == "tessel/records";
+                QVERIFY2(isPublic, qPrintable(include.file + " includes " + include.header));
+            }
+        }
+    }
+
+    void theLibraryOpensNothingAndStartsNoThread()
+    {
+        static const QRegularExpression forbidden(
+            "\\b(QFile|QSaveFile|QTcpSocket|QUdpSocket|QProcess|QThreadPool|QtConcurrent|std::thread|std::"
+            "async|"
+            "fopen|ifstream|ofstream|getenv|qgetenv|qEnvironmentVariable)\\b");
+        for (const QString& file : sourcesBelow("tessel")) {
+            const auto match = forbidden.match(textOf(file));
+            QVERIFY2(!match.hasMatch(), qPrintable(file + " uses " + match.captured()));
+        }
+    }
+
+    void onlyTheRequestFormsSendAnything()
+    {
+        static const QStringList forms{"tessel/frames/request.h", "tessel/frames/grouprequest.cpp",
+                                       "tessel/frames/promiserequest.h"};
+        static const QRegularExpression send("\\b(getSync|putSync|postSync|delSync|putMutilPartSync|"
+                                             "getFileDownloadSync|putMultSync)\\b");
+        for (const QString& file : sourcesBelow("tessel")) {
+            if (forms.contains(file))
+                continue;
+            QVERIFY2(!textOf(file).contains(send), qPrintable(file));
+        }
+    }
+
+    void onlyFourOperationsSetAHeader()
+    {
+        static const QRegularExpression header("\\.headers\\(|\\bsetRequestHeader\\b");
+        QStringList setters;
+        for (const QString& file : sourcesBelow("tessel")) {
+            if (file == "tessel/frames/request.h")
+                continue;
+            auto match = header.globalMatch(textOf(file));
+            for (; match.hasNext(); match.next())
+                setters << file;
+        }
+        QCOMPARE(setters, (QStringList{"tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp",
+                                       "tessel/cabinetinfooperator_errorrate.cpp"}));
+    }
+
+    void everySourceNamesItsLicence()
+    {
+        for (const char* directory :
+             {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise", "simulator",
+              "operations", "simulator", "operations", "tesselctl", "tests", "bench", "examples"}) {
+            for (const QString& file : sourcesBelow(directory))
+                QVERIFY2(textOf(file).startsWith("// SPDX-License-Identifier: MIT\n"), qPrintable(file));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLayering)
+#include "tst_layering.moc"
