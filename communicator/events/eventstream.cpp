@@ -18,8 +18,8 @@ namespace {
 
 constexpr size_t MaximumEventBytes = (1U << 20U) + (64U << 10U);
 constexpr size_t MaximumOverhead = 64U << 10U;
-// What one stream may deliver before the others have their turn.
-constexpr size_t BytesPerTurn = 64U << 10U;
+// What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
+constexpr size_t BytesPerTurn = 16U << 10U;
 
 std::function<double()> randomNumbers()
 {
