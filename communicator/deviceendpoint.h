@@ -21,9 +21,9 @@ struct COMMUNICATOR_EXPORT DeviceEndpoint
     QString secret;            ///< password or token; never logged
     QString
         caFile; ///< PEM file of the authorities to trust for this device; empty: the system's. Needs https
-    QString pinnedKey; ///< `sha256//` and the base64 of the public key's hash; empty: none. Needs https.
-                       ///< Without a caFile it alone says which device is meant, else both must agree
-    bool verifyTls = true;   ///< `false` accepts any certificate: for commissioning on a closed network only
+    QString pinnedKey;     ///< `sha256//` and the base64 of the public key's hash; empty: none. Needs https.
+                           ///< Without a caFile it alone says which device is meant, else both must agree
+    bool verifyTls = true; ///< `false` accepts any certificate: for commissioning on a closed network only
     bool requireTls = false; ///< refuses an address without https, so that a login never travels in clear
 };
 

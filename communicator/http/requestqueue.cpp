@@ -170,9 +170,9 @@ void RequestQueue::abort(const QString& deviceKey)
     startRunnable();
 }
 
-void RequestQueue::abortAll(Jobs waiting, Jobs underWay)
+void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)
 {
-    for (Job& job : waiting) {
+    for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
         job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
     }

@@ -68,7 +68,7 @@ private:
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
     void expire(const QString& deviceKey, Jobs::iterator job);
-    void abortAll(Jobs waiting, Jobs underWay);
+    void abortAll(const Jobs& waiting, Jobs underWay);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
     std::unique_ptr<Connection> takeKept(const Device* device);

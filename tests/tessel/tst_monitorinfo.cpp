@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <communicator/httpproxy.h>
 #include <deviceside.h>
 #include <logcollector.h>
 #include <operationrow.h>
 #include <recordingengine.h>
-#include <communicator/httpproxy.h>
 #include <refusingengine.h>
 #include <timelimits.h>
 

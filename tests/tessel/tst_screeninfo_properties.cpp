@@ -2,7 +2,6 @@
 #include "objectsleft.h"
 #include "screenlocks.h"
 
-
 #include <deviceside.h>
 #include <operationrow.h>
 #include <recordingengine.h>
