@@ -57,7 +57,7 @@ struct EndAtExit
     ~EndAtExit() { end(); }
 };
 
-// The end has to be known here before the transport aborts what is under way, so that this tells an abort by
+// The end has to be known here before the transport aborts what is under way, to distinguish an abort by
 // the end from any other. Who registers last hears of it first, and the transport registers when the
 // application begins. With the mutex held.
 void hearFirst()

@@ -73,6 +73,7 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
             reply->deleteLater();
             countDown();
         });
+        // Quirk: The timer of a request in a group outlives its reply.
         QTimer::singleShot(package->expectedTime(), &loop, [&ok, &packages, position, countDown] {
             ok = false;
             if (HttpJsonPackage* late = packages[position])
@@ -82,6 +83,7 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
         (HttpProxy::getInstance()->*start)(deviceKey, package);
     }
 
+    // Quirk: A group without ids waits until something else ends its loop.
     const bool ended = !execUntilApplicationEnds(loop);
 
     // A stale timer may have ended the loop before the slowest reply; its package has no listener any more.
@@ -131,7 +133,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime)
 {
     if (items.empty()) {
-        // The text speaks of a trigger, though it is the list that is empty. Kept so.
+        // Quirk: Log lines that read like leftovers are fixed. It is the list that is empty.
         qCritical() << function << "System error! trigger is nullptr";
         return false;
     }
@@ -163,7 +165,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
             });
             HttpProxy::getInstance()->putMultSync(deviceKey, package);
         }
-        // The timer stands for the whole batch: when it fires, packages already answered fail with the rest.
+        // Quirk: The time limit of a batch fails what was answered before.
         QTimer::singleShot(expectedTime, &loop, [&loop, &packages] {
             for (const auto& package : packages)
                 package->setSimpleState(static_cast<HttpJsonPackage::HttpSimpleState>(1));
