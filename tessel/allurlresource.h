@@ -15,8 +15,8 @@
 /// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`)
 /// stay in it for the transport to expand. The table is complete from construction on and never changes, so
 /// lookups need no lock and may come from any thread. Only the first getInstance() must not race with
-/// another; neither must the first operation of any class, which creates the table unless getInstance() was
-/// called before.
+/// another. The same holds for the first operation of any class, which creates the table if getInstance() was
+/// not called before.
 class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT

@@ -15,8 +15,8 @@
 
 /// The cabinets of a device and their receiving cards.
 ///
-/// Caches two lists per device. That of the cabinets is filled by reads and events and dropped at a logout;
-/// that of the receiving cards is filled only by events and never dropped. A pushed "cabinetsChange" fetches
+/// Caches two lists per device. The list of cabinets is filled by reads and events and dropped at a logout;
+/// the list of receiving cards is filled only by events and never dropped. A pushed "cabinetsChange" fetches
 /// both again, "allFlags" only the cabinets; while the watch is off events are ignored and every read of the
 /// cabinets goes to the device. Everything else goes to the device each time.
 ///

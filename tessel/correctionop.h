@@ -24,8 +24,8 @@
 /// succeeded, whatever the reply's `code`; outputs are replaced, and emptied on failure. Unless stated
 /// otherwise the transport's default time limit applies.
 ///
-/// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
-/// loop; without an event dispatcher or an application they block, and return it settled. Dropping the
+/// Operations that return a promise return at once with a pending promise; the calling thread needs an event
+/// loop. Without an event dispatcher or an application they block and return a settled promise. Dropping the
 /// promise does not cancel the request. Each operation states how it reports a failure.
 ///
 /// When the application ends, so does every wait: a promise still pending is rejected with

@@ -12,10 +12,10 @@
 /// Draws marks on the LED screen itself: for the adjustment of edge brightness, and for correction.
 ///
 /// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
-/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) belong to the thread of HWInfo, the
-/// others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
+/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread,
+/// the others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
 /// must not race with another. They return whether the exchange succeeded; the reply is replaced, and emptied
-/// on failure. Bodies are the device's and pass through unread.
+/// on failure. Bodies are defined by the device and pass through unread.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT

@@ -15,8 +15,8 @@
 ///
 /// The list of pipelines is cached per device and stays after a logout. An event "Change" of "PipeLineInfo"
 /// fetches it again, blocking the object's thread for the exchange; there is no switch to ignore events. A
-/// failed read leaves the cache. Writes do not touch it: they become visible once the device has reported the
-/// change.
+/// failed read leaves the cache unchanged. Writes do not touch it: they become visible once the device has
+/// reported the change.
 ///
 /// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
 /// are replaced, and emptied on failure. Writes concern one pipeline unless stated otherwise, and may run on

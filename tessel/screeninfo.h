@@ -27,11 +27,11 @@ struct ScreenProperty;
 /// The screens of a device: their list, their display properties, and the pictures put on them.
 ///
 /// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
-/// are the device's: they pass through unread unless an operation says otherwise. An operation returns
+/// are defined by the device and pass through unread unless an operation says otherwise. An operation returns
 /// whether the exchange succeeded; outputs are replaced, and emptied on failure.
 ///
 /// Cache. The screen list and the screen tags of a device stay until it logs out. The properties of a screen
-/// stay for the life of the process, a logout included. A read with `force` asks the device whatever the
+/// stay for the life of the process, even across a logout. A read with `force` asks the device whatever the
 /// cache holds, and on failure leaves cache and output as they were. Of the properties, only a forced read
 /// and the writes that say so update the cached value.
 ///
@@ -39,8 +39,8 @@ struct ScreenProperty;
 /// background; "screenName" is passed on. While not watching, events are dropped and the screen list is
 /// always read from the device.
 ///
-/// Threads. Caches belong to the thread of the first getInstance(), on which the handlers run and every
-/// operation has to be called. Blocking operations hold no lock while they wait.
+/// Threads. Call every operation on the thread of the first getInstance(), which owns the caches and runs the
+/// handlers. Blocking operations hold no lock while they wait.
 class TESSEL_EXPORT ScreenInfo : public QObject
 {
     Q_OBJECT
