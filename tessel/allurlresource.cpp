@@ -68,7 +68,7 @@ void AllUrlResource::insertAll(const QString& prefix, std::initializer_list<Rout
 // Quirk: Keys that share a path stay separate.
 // Quirk: Keys that no operation looks up stay in the table.
 //
-// The tables keep a route on a line.
+// One route per line.
 // clang-format off
 
 void AllUrlResource::initHwInfo()

@@ -432,7 +432,7 @@ bool CabinetInfoOperator::setCabinetPixelSize(const QString& deviceKey, const QS
 bool CabinetInfoOperator::setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body)
 {
     PendingRequest("Device_CabinetBrightness").body(body).put(deviceKey, [](const HttpJsonPackage& reply) {
-        reply.getRoutesJsonMap(); // read as everywhere, and dropped
+        reply.getRoutesJsonMap(); // for the warning about an unreadable reply
         qCritical() << static_cast<int>(reply.getSimpleState());
     });
     return true;

@@ -76,7 +76,7 @@ bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const 
     }
 }
 
-// Fulfils when the device agreed.
+// Fulfils when the device has accepted, which only its code shows.
 const auto settleByCode = [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
     Tessel::CommonResponse response;
     if (succeeded(reply) && Tessel::readResponse(reply, response) && response.code == 0)

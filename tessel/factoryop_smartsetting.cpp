@@ -79,8 +79,7 @@ bool FactoryOp::setMutiSmartScannInfo(const QString& deviceKey, const QMap<QStri
     return Request("Cab_M_SmartSetScanInfo").body(body).put(deviceKey, out);
 }
 
-// Quirk: Three steps of the smart setting have keys of other names. They are the point flow, the RGB index
-// and the group.
+// Quirk: Three steps of the smart setting have keys of other names. Point flow, RGB index and group.
 bool FactoryOp::setSingleSmartPointFlow(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {

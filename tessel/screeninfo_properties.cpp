@@ -104,8 +104,7 @@ bool ScreenInfo::getThreeDDepthField(const QString& deviceKey, const QString& sc
     return readProperty("Screen3DFieldDepth", threeDDepthField, deviceKey, screenId, force);
 }
 
-// Quirk: The offset of the right eye is never answered from the cache. Nothing stores the key that is asked
-// for.
+// Quirk: The offset of the right eye is never answered from the cache. Nothing stores the key.
 bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force)
 {
     return knowsProperties({"threeDStartposition"}, deviceKey, screenId, force) ||

@@ -25,7 +25,7 @@ void fill(HttpJsonPackage& package, const QString& path, const QVariant& body, c
     package.addPlaceHolders(QStringLiteral("id"), id);
 }
 
-// Where no event loop can run: one after the other. An empty list returns at once.
+// Without an event loop, one request after the other. An empty list returns at once.
 bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body, const QString& deviceKey,
                     const QStringList& ids, const Succeeded& onSuccess)
 {
@@ -86,8 +86,8 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
     // Quirk: A group without ids waits until something else ends its loop.
     const bool ended = !execUntilApplicationEnds(loop);
 
-    // A stale timer may have ended the loop before the slowest reply; its package has no listener any more.
-    // Nor is there anybody to delete it later once the application has ended.
+    // A stale timer may have ended the loop before the slowest reply, whose package then has no listener.
+    // Once the application has ended, nothing deletes it later either.
     for (const QPointer<HttpJsonPackage>& package : packages) {
         if (ended)
             delete package.data();
@@ -154,7 +154,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
     bool ok = true;
     if (canRunEventLoop()) {
         QEventLoop loop;
-        // The list is the caller's, and what runs during the wait may change it.
+        // Counted now: the list is the caller's, and event handlers may change it during the wait.
         std::size_t remaining = items.size();
         for (const QMap<QString, QVariant>& item : items) {
             const QString deviceKey = deviceOf(item);

@@ -141,7 +141,7 @@ private:
     friend class PackageFiller<PromiseRequest>;
     HttpJsonPackage& packageToFill() { return *m_package; }
 
-    // The thread of the package may never be given its reply then. Lives as long as what waits for the reply.
+    // After the end the package's thread may never receive the reply. The watch lives as long as its handler.
     template <class Reject>
     static std::shared_ptr<const ApplicationEnd::Watch> rejectAtEnd(const Reject& reject)
     {
