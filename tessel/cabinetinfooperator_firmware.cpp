@@ -48,6 +48,7 @@ bool CabinetInfoOperator::getRvCardFirmware(const QString& deviceKey, QString id
     return true;
 }
 
+// Quirk: A negative waiting time shortens the time limit. The two below take one as well.
 bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& out, int waitTime)
 {

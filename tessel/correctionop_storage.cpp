@@ -168,6 +168,7 @@ bool Correctionop::setCabinetsDynamicParameter(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
+// Quirk: Two classes write the same routes with different time limits.
 bool Correctionop::setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                        QMap<QString, QVariant>& result)
 {

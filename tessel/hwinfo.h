@@ -166,7 +166,7 @@ Q_SIGNALS:
     /// A description was replaced because of an event; the signal does not say whose. Once per successful
     /// refresh, on this object's thread.
     void signal_sendDataChanged();
-    // Quirk: A pushed name leaves the cached description as it was.
+    // Quirk: A pushed name leaves the cache as it was.
     /// The user gave the device another name. The cached description keeps the old one until its next
     /// refresh. Once per event, on this object's thread.
     void signal_customNameChanged(const QString& deviceKey, const QString& name);

@@ -48,6 +48,7 @@ bool PipeInfo::getDevicePipes(const QString& deviceKey, bool force)
            });
 }
 
+// Quirk: The cached pipelines are copied without the lock. The operation below does so as well.
 bool PipeInfo::getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
     return outputFromCache(getDevicePipes(deviceKey, force), m_pipesInfo, deviceKey, result);

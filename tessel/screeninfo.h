@@ -458,6 +458,7 @@ Q_SIGNALS:
     void signal_screenDataChanged(const QString& deviceKey);
     /// An event refreshed the device's screen tags. On this object's thread, after the cache was replaced.
     void signal_screenTagChanged(const QString& deviceKey);
+    // Quirk: A pushed name leaves the cache as it was.
     /// The device reported a new @p name for its screen, never empty; nothing is cached. On this object's
     /// thread.
     void signal_screenNameChanged(const QString& deviceKey, const QString& name);

@@ -126,6 +126,7 @@ bool ScreenInfo::putReceiveTestMode(const QString& deviceKey, const QMap<QString
     return Request("ReceiveTestMode").body(body).put(deviceKey, reply);
 }
 
+// Quirk: Two classes write the same routes with different time limits.
 bool ScreenInfo::setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply)
 {

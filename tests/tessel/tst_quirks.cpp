@@ -2,9 +2,8 @@
 //
 // The quirks that comments tag in the sources against those that docs/quirks.md explains.
 #include "absentroutekeys.h"
+#include <sourcetree.h>
 
-#include <QDirIterator>
-#include <QFile>
 #include <QMap>
 #include <QRegularExpression>
 #include <QSet>
@@ -12,32 +11,15 @@
 
 namespace {
 
-const QString root = QStringLiteral(TESSEL_SOURCE_DIR);
 const char* const libraries[] = {"tessel",    "interfaces", "communicator", "zephserializer", "json",
                                  "qtpromise", "operations", "simulator",    "tesselctl"};
 const char* const parts[] = {"Operations", "Expected", "What happens", "Relied on", "Tagged in"};
-
-QString textOf(const QString& file)
-{
-    QFile source(root + '/' + file);
-    return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
-}
-
-QStringList sourcesOf(const QString& library)
-{
-    QStringList files;
-    QDirIterator it(root + '/' + library, {"*.h", "*.cpp", "*.inl"}, QDir::Files,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext())
-        files << QDir(root).relativeFilePath(it.next());
-    return files;
-}
 
 QStringList allSources()
 {
     QStringList files;
     for (const char* library : libraries)
-        files += sourcesOf(library);
+        files += sourcesBelow(library);
     return files;
 }
 
@@ -81,7 +63,7 @@ const QString& declarations()
     static const QString all = [] {
         QString text;
         for (const char* library : {"tessel", "interfaces"}) {
-            for (const QString& file : sourcesOf(library)) {
+            for (const QString& file : sourcesBelow(library)) {
                 if (file.endsWith(".h"))
                     text += textOf(file);
             }
