@@ -20,8 +20,8 @@ Algorithm::Algorithm(QObject* parent)
 
 Algorithm::~Algorithm() = default;
 
-// The route table has none of the three keys: what fills them in is never run. Kept so. Request looks a key
-// up without inserting it, which gives the same empty path and costs no copy of the table.
+// Quirk: The routes of the colour algorithms are never in force.
+// Quirk: An operation without a route sends its request with an empty path. So do the two below.
 bool Algorithm::getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
                             QMap<QString, QVariant>& reply)
 {

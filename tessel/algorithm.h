@@ -10,17 +10,17 @@
 
 /// Colour calculations of a device.
 ///
-/// Their routes are not in force: every request goes out without a path, with the parameters as its query,
-/// and the transport decides what becomes of it.
+/// Its routes are never in force: every request goes out with an empty path and the parameters as its query,
+/// and the outcome is what the transport makes of it.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
-/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
-/// answered; the reply is replaced, by an empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table exists
+/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
+/// succeeded; the reply is replaced, and emptied on failure.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static Algorithm* getInstance();
 
     /// Calculates RGB light values from @p params.
@@ -34,6 +34,7 @@ public:
                              QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
+    // Quirk: A signal that nothing raises stays declared.
     /// Never raised.
     void needGetAlgorithmInfo();
 

@@ -20,6 +20,7 @@ struct AllUrlResource::Route
     const char* path;
 };
 
+// Quirk: Instances are made without a lock and never deleted. The operators do as this table.
 AllUrlResource* AllUrlResource::getInstance()
 {
     if (!m_pInstance)
@@ -37,7 +38,7 @@ QString AllUrlResource::getUrl(const QString& key)
     return getInstance()->m_mapAllUrl.value(key);
 }
 
-// initAlgorithm is left out on purpose: its routes are not in force.
+// Quirk: The routes of the colour algorithms are never in force. Nothing calls initAlgorithm().
 AllUrlResource::AllUrlResource(QObject* parent)
     : QObject(parent)
 {
@@ -63,7 +64,11 @@ void AllUrlResource::insertAll(const QString& prefix, std::initializer_list<Rout
         m_mapAllUrl.insert(QLatin1String(route.key), prefix + QLatin1String(route.path));
 }
 
-// The tables keep a route on a line.
+// Quirk: Misspelt names are part of the interface. Operations use the keys as they are spelt here.
+// Quirk: Keys that share a path stay separate.
+// Quirk: Keys that no operation looks up stay in the table.
+//
+// One route per line.
 // clang-format off
 
 void AllUrlResource::initHwInfo()
@@ -88,6 +93,7 @@ void AllUrlResource::initHwInfo()
         {"Device_NoSignalImage", "/device/hw/abnormal/nosignalimage"},
         {"Device_HwUpdate", "/device/hw/update"},
         {"Device_HwUpdateProgress", "/device/hw/updateprogress"},
+        // Quirk: The path of the hardware mode ends in a blank.
         {"Device_EnterHwMode", "/device/hw/enterhwmode "},
         {"Device_HDMode", "/device/hw/hdmode"},
         {"Device_Version", "/device/hw/version"},
@@ -96,6 +102,7 @@ void AllUrlResource::initHwInfo()
         {"Device_TestImagePos", "/device/hw/testmode/image/location"},
         {"Device_TestImageRegion", "/device/hw/testmode/image/scope"},
         {"Device_TestImagePath", "/device/hw/testmode/image"},
+        // Quirk: A route key inserted twice keeps its last path.
         {"Device_SyncInfo", "/device/hw/syncinfo"},
         {"Device_LogLevel", "/device/log/level"},
         {"Device_LogReserve", "/device/log/age"},
@@ -117,6 +124,7 @@ void AllUrlResource::initPipes()
         {"Device_PipeImageHandleType", "/device/pipeline/{id}/imagehandletype"},
         {"Device_PipeThreeD", "/device/pipeline/{id}/threed"},
         {"Device_PipeThreeDSwitch", "/device/pipeline/{id}/3d/switch"},
+        // Quirk: Three 3D operations of a pipeline have paths of other names.
         {"Device_PipeThreeDType", "/device/pipeline/{id}/3d/sourcemode"},
         {"Device_PipeThreeDEyepriority", "/device/pipeline/{id}/3d/eyepriority"},
         {"Device_PipeThreeDSourcenadj", "/device/pipeline/{id}/3d/fielddepth"},
@@ -163,6 +171,7 @@ void AllUrlResource::initPipes()
         {"Channel3DRightEyeOffset", "/device/channel/{id}/righteyeoffset"},
         {"Channel3DFieldDepth", "/device/channel/{id}/3d/fielddepth"},
         {"ChannelHDR", "/device/channel/{id}/hdr"},
+        // Quirk: A route key inserted twice keeps its last path.
         {"ChannelHDRSwitch", "/device/channel/{id}/hdr/switch"},
         {"ChannelHDRSwitch", "/device/channel/{id}/hdr/mode"},
         {"ChannelHDRSwitch", "/device/channel/{id}/hdr/hlgmode"},
@@ -211,7 +220,9 @@ void AllUrlResource::initCorrectionop()
         {"Device_ShowCabinetsCofficient", "/device/correctionop/cabinets/showcoefficient"},
         {"Device_ShowCabinetsFactoryCofficient", "/device/correctionop/cabinets/showfactorycoefficient"},
         {"Device_ShowCabinetsModuleCofficient", "/device/correctionop/cabinets/showmodulecoefficient"},
+        // Quirk: Saving the module coefficients goes to the path that shows them.
         {"Device_SaveCabinetsModuleCofficient", "/device/correctionop/cabinets/showmodulecoefficient"},
+        // Quirk: Clearing the user coefficients goes to the plain clear path.
         {"Device_ClearCabinetsModuleCofficient", "/device/correctionop/cabinets/clearcoefficient"},
         {"Device_ClearCabinetsMultilayerCofficient", "/device/correctionop/cabinets/multilayer/clear"},
         {"Device_PutCabinetsCoefficient", "/device/correctionop/cabinets/chroma/coefficient"},
@@ -222,6 +233,7 @@ void AllUrlResource::initCorrectionop()
         {"Device_PutCabinetsDynamicCoefficients", "/device/correctionop/cabinets/dynamic/coefficient"},
         {"Device_PutCabinetsLowgrayCoefficients", "/device/correctionop/cabinets/lowgray/coefficient"},
         {"Device_SaveCabinetsLowgrayCofficient", "/device/correctionop/cabinets/lowgray/save"},
+        // Quirk: Saving the adaptive coefficients goes to a path of the receiving cards.
         {"Device_SaveCabinetsAdapCofficient", "/device/correctionop/cabinets/rvcardcoefficient"},
         {"Device_ApplyCabinetsLowgrayCofficient", "/device/correctionop/cabinets/lowgray/apply/coefficient"},
         {"Device_ClearCabinetsLowgrayCofficient", "/device/correctionop/cabinets/lowgray/clear"},
@@ -346,6 +358,7 @@ void AllUrlResource::initCabinets()
         {"Device_M_Moduleflags", "/device/cabinet/moduleflags"},
         {"Device_CabinetLightAllParam", "/device/cabinet/{id}/cabinetlightallparam"},
         {"Device_CabinetGetXBitEnable", "/device/cabinet/{id}/xbitenable"},
+        // Quirk: The XBit keys are paired crosswise with their operations.
         {"Device_CabinetsSetXBitEnable", "/device/cabinet/xbitenable"},
         {"Device_CabinetSetXBitEnable", "/device/cabinet/{id}/xbitenable"},
         {"Device_CabinetFineGrayConfig", "/device/cabinet/{id}/finegrayconfig"},

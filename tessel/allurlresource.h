@@ -10,13 +10,13 @@
 
 #include <initializer_list>
 
-/// The one place that knows the device API's paths: route key to path.
+/// The only place that knows the paths of the device API: maps route keys to paths.
 ///
 /// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`)
 /// stay in it for the transport to expand. The table is complete from construction on and never changes, so
-/// that lookups need no lock and may come from any thread. Only the first getInstance() has to come from one
-/// thread at a time, and so has the first operation of all, whatever its class, which makes the table unless
-/// getInstance() was called before.
+/// lookups need no lock and may come from any thread. Only the first getInstance() must not race with
+/// another. The same holds for the first operation of any class, which creates the table if getInstance() was
+/// not called before.
 class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     static AllUrlResource* getInstance();
     /// The whole table, implicitly shared.
     QMap<QString, QString> getMapAllUrl();
-    /// The path of @p key; empty when the table does not hold it.
+    /// The path of @p key; empty when the table lacks it.
     static QString getUrl(const QString& key);
 
 private:
@@ -53,7 +53,8 @@ private:
     void initSelfTestop();
     void initAlgorithm();
 
-    /// Inserts @p routes in order, each path behind @p prefix; a key that stands twice keeps its last path.
+    /// Inserts @p routes in order, each path prefixed with @p prefix; a key inserted twice keeps its last
+    /// path.
     void insertAll(const QString& prefix, std::initializer_list<Route> routes);
 
     QMap<QString, QString> m_mapAllUrl;

@@ -63,6 +63,7 @@ bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVa
     return outputFromCache(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, out);
 }
 
+// Quirk: A cabinet is found by the text of its id. Outputs and pipelines are found by its value.
 bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString& id,
                                          QMap<QString, QVariant>& out)
 {
@@ -71,7 +72,8 @@ bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString
            copyElementWhere(m_cabinetsInfo.value(deviceKey), reads, out);
 }
 
-// Looks neither at its arguments nor at the reply's code: what cannot be read is an empty list.
+// Quirk: The typed cabinets look neither at the arguments nor at the reply's code. A reply that cannot be
+// read is an empty list.
 QtPromise::QPromise<QList<Tessel::CabinetInfo>> CabinetInfoOperator::getAllCabinets(const QString& deviceKey)
 {
     return PromiseRequest("Device_AllCabinetsInfo")
@@ -86,9 +88,10 @@ QtPromise::QPromise<QList<Tessel::CabinetInfo>> CabinetInfoOperator::getAllCabin
             });
 }
 
-// The receiving cards stay: getRvCardsList() goes on answering from the last ones.
+// Quirk: The receiving cards outlive a logout. getRvCardsList() goes on answering from the last ones.
 void CabinetInfoOperator::forgetDevice(const QString& deviceKey)
 {
+    // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << __func__ << "..CabinetInfoOperator deviceLogout.." << QTime::currentTime();
     m_cabinetsInfo.remove(deviceKey);
 }
@@ -101,9 +104,9 @@ void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& dev
     if (!eventSays(event, "eventSender", "cabinet"))
         return;
     qDebug() << "CabinetInfoOperator:" << QString::fromUtf8(data) << "m_isWatch:" << m_isWatch;
-    // Unlike a read, a refresh asks without "subpixel". Kept so.
+    // Quirk: A refresh asks otherwise than a read. It lacks "subpixel".
     if (eventSays(event, "eventType", "cabinetsChange")) {
-        // Tells of a failed fetch as well: the data may have moved all the same.
+        // Quirk: A failed refresh of the cabinets raises its signal as well. The data may have changed.
         PendingRequest("Device_AllCabinetsInfo").refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool) {
             Q_EMIT signal_sendDataChanged(deviceKey);
         });

@@ -15,36 +15,36 @@
 
 /// The cabinets of a device and their receiving cards.
 ///
-/// Caches two lists per device. That of the cabinets is filled by reads and events and dropped at a logout;
-/// that of the receiving cards is filled by events alone and kept for good. A pushed "cabinetsChange" fetches
-/// both anew, "allFlags" the cabinets; while the watch is off events are ignored and every read of the
+/// Caches two lists per device. The list of cabinets is filled by reads and events and dropped at a logout;
+/// the list of receiving cards is filled only by events and never dropped. A pushed "cabinetsChange" fetches
+/// both again, "allFlags" only the cabinets; while the watch is off events are ignored and every read of the
 /// cabinets goes to the device. Everything else goes to the device each time.
 ///
-/// Operations block their caller unless told otherwise. Those on the two lists belong to the thread of the
+/// Operations block their caller unless stated otherwise. Call those on the two lists on the thread of the
 /// first getInstance(), which needs an event loop for the events; all others may run on any thread once the
-/// route table is there (AllUrlResource). They
-/// return whether the device answered, whatever it said; an output is replaced, by an empty one on failure,
-/// unless told otherwise.
+/// route table exists (see AllUrlResource). They return whether the exchange succeeded, whatever the reply
+/// says; outputs are replaced, and emptied on failure, unless stated otherwise.
 class TESSEL_EXPORT CabinetInfoOperator : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static CabinetInfoOperator* getInstance();
 
-    /// Reacts to events and answers from the cache, as from the start.
+    /// Reacts to events and answers reads from the cache. This is the initial state.
     void startWatch();
-    /// Ignores events and asks the device for the cabinets at every read. What is cached stays.
+    /// Ignores events and sends every read of the cabinets to the device. The caches keep their entries.
     void shutDownWatch();
 
-    /// Sees to it that the cabinets are cached. @p force fetches them even if they are.
+    /// Makes sure that the cabinets are cached; @p force fetches them even if they are.
     bool getAllCabinetsInfo(const QString& deviceKey, bool force);
-    /// The cabinets. @p out stays as it was on `false`.
+    /// The cabinets. @p out is left unchanged on `false`.
     bool getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& out, bool force);
-    /// The first cabinet whose "id" is @p id. @p out stays as it was on `false`, also when there is none.
+    /// The first cabinet whose "id" is @p id. On `false`, also when no cabinet has that id, @p out is left
+    /// unchanged.
     bool getCabinetInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
-    /// The typed cabinets, past the cache. Rejects with QPromiseUndefinedException when the device did not
-    /// answer; the list is empty when the reply cannot be read.
+    /// The typed cabinets, bypassing the cache. Rejects with QPromiseUndefinedException when the exchange
+    /// failed; the list is empty when the reply cannot be read.
     QtPromise::QPromise<QList<Tessel::CabinetInfo>> getAllCabinets(const QString& deviceKey);
 
     // Reads of the cabinet whose "id" is given.
@@ -109,10 +109,12 @@ public:
     void getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out);
 
     // Writes. With an id they go to that cabinet; without one the body names the cabinets. The device's API
-    // says what a body holds. `data` takes the settings to the device and comes back as its reply.
+    // defines what a body holds. `data` takes the settings to the device and comes back as its reply.
+    //
+    // Quirk: Settings taken by reference are not changed.
 
-    /// Sets the brightness, without waiting: always `true`, also when nothing could be sent, and @p out stays
-    /// as it was.
+    /// Sets the brightness, without waiting: always `true`, also when nothing could be sent, and @p out is
+    /// left unchanged.
     bool setCabSingleBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                                 QMap<QString, QVariant>& out);
     /// The same for several cabinets.
@@ -255,24 +257,24 @@ public:
 
     /// Switches XBit; goes to the path of all cabinets.
     bool setCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
-    /// The same; goes to the path of one cabinet with its id left open.
+    /// The same for several cabinets; goes to the path of one cabinet with its placeholder unfilled.
     bool setCabinetXbitEnable(const QString& deviceKey, QMap<QString, QVariant>& data);
     /// Sets the XBit phase per colour; goes to the path of all cabinets.
     bool setCabinetXBitRGBPhase(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
-    /// The same; goes to the path of one cabinet with its id left open.
+    /// The same for several cabinets; goes to the path of one cabinet with its placeholder unfilled.
     bool setCabinetXBitRGBPhase(const QString& deviceKey, QMap<QString, QVariant>& data);
     /// Sets the XBit gray scale; goes to the path of all cabinets.
     bool setCabinetXBitGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
-    /// The same; goes to the path of one cabinet with its id left open.
+    /// The same for several cabinets; goes to the path of one cabinet with its placeholder unfilled.
     bool setCabinetXBitGrayScale(const QString& deviceKey, QMap<QString, QVariant>& data);
     /// Sets the XBit jitter mode; goes to the path of all cabinets.
     bool setCabinetXBitJitterMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& data);
-    /// The same; goes to the path of one cabinet with its id left open.
+    /// The same for several cabinets; goes to the path of one cabinet with its placeholder unfilled.
     bool setCabinetXBitJitterMode(const QString& deviceKey, QMap<QString, QVariant>& data);
     /// Sets the XBit high-low mode; goes to the path of all cabinets.
     bool setCabinetXBitHighLowMode(const QString& deviceKey, const QString& id,
                                    QMap<QString, QVariant>& data);
-    /// The same; goes to the path of one cabinet with its id left open.
+    /// The same for several cabinets; goes to the path of one cabinet with its placeholder unfilled.
     bool setCabinetXBitHighLowMode(const QString& deviceKey, QMap<QString, QVariant>& data);
 
     /// Sets the flags; the path is that of all cabinets.
@@ -292,14 +294,14 @@ public:
     /// Sets the configuration through the route of several cabinets; @p id is ignored.
     bool setSingleConfigFile(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& out);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setCabinetInfo(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& out);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setCabinetPixelSize(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& out);
-    /// Returns `true` at once and logs the outcome as a number at critical level. Fails: no device has a
-    /// route for it. The calling thread needs an event loop.
+    /// Returns `true` at once and logs the outcome as a number at critical level. Always fails: it has no
+    /// route, so the request goes out with an empty path. The calling thread needs an event loop.
     bool setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body);
 
     // Detection of communication errors and their rate. With an id for that cabinet; without one the body
@@ -317,6 +319,7 @@ public:
     /// The same for several cabinets.
     bool berTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& out);
+    // Quirk: Misspelt names are part of the interface.
     /// The detection time.
     bool getDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
                                      QMap<QString, QVariant>& out);
@@ -335,16 +338,16 @@ public:
     /// The receiving cards, from the cache whenever it holds them, flattened; otherwise from the device, as
     /// parsed, and not cached. To be called from the thread of the first getInstance().
     bool getRvCardsList(const QString& deviceKey, QList<QVariant>& out);
-    /// How far a firmware update is.
+    /// The progress of a firmware update.
     bool getRvCardsUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& out);
     /// Uploads firmware; takes up to five minutes.
     bool putRvCardsUpdate(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                           QMap<QString, QVariant>& out);
-    /// Has the cards load the firmware.
+    /// Makes the cards load the uploaded firmware.
     bool putRvCardsUpdateLoad(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                               QMap<QString, QVariant>& out);
-    /// Stores the firmware of a card in the file @p path. Always `true`, and a file that is there already
-    /// stays when nothing came: who has to know removes it first.
+    /// Stores the firmware of a card in the file @p path. Always `true`; on failure an existing file stays as
+    /// it is, so remove it first to detect a failure.
     bool getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path);
     /// Clears the coefficients of modules, within @p waitTime + 30000 ms.
     bool clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
@@ -391,12 +394,12 @@ public:
     /// Sets the regions of boot images.
     bool setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& out);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& out);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setBootImagePos(const QString& deviceKey, const QList<QVariant>& body, QMap<QString, QVariant>& out);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
                                 QMap<QString, QVariant>& out);
 
@@ -407,7 +410,7 @@ public:
     bool setMultiPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                                QMap<QString, QVariant>& out);
 
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
                         const QString& bgColor);
     /// Shows a test pattern on several cabinets.
@@ -415,8 +418,8 @@ public:
                             QMap<QString, QVariant>& out);
 
 Q_SIGNALS:
-    /// The device's cabinets were fetched because they changed, well or not: the application reads anew. Once
-    /// per "cabinetsChange" event, on this object's thread.
+    /// The device's cabinets changed and were fetched again; raised even if the fetch failed, so the
+    /// application should read them again. Once per "cabinetsChange" event, on this object's thread.
     void signal_sendDataChanged(const QString& key);
     /// The device's receiving cards were replaced. Once per "cabinetsChange" event whose fetch succeeded, on
     /// this object's thread.
@@ -433,7 +436,8 @@ private:
     void handleEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    QMutex m_mutex; // nothing locks it: all access to the caches is on the home thread
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_cabinetsInfo;
     QMap<QString, QList<QVariant>> m_rvCardsInfo;
 

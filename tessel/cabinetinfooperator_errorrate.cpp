@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// Detection of communication errors and their rate. The guarded operations differ in what they say of a
-// missing route table. Kept so. Both singletons are tested before there is a package: filling one has no
-// effect that outlives a refusal.
+// Detection of communication errors and their rate. The guarded operations test both singletons before there
+// is a package: filling one has no effect that outlives a refusal.
+//
+// Quirk: Seven operations test singletons that are never null.
+// Quirk: Two messages of the guarded operations are shorter than the others.
 #include <tessel/cabinetinfooperator.h>
 
 #include <tessel/frames/request.h>
@@ -12,9 +14,10 @@ using Tessel::Request;
 
 namespace {
 
-// The class's source, as the system-error line tells it.
+// What the system-error line gives as the file; it has no extension.
 constexpr const char* source = "tessel/cabinetinfooperator";
 
+// Quirk: Four operations send a header of their own.
 QMap<QString, QString> jsonHeader()
 {
     return {{QStringLiteral("content-Type"), QStringLiteral("application/json")}};

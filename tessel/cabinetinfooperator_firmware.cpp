@@ -12,7 +12,7 @@ using Tessel::MultipartRequest;
 using Tessel::outputFromCache;
 using Tessel::Request;
 
-// Neither looks at the watch flag nor fills the cache: only an event does that, flattened. Kept so.
+// Quirk: Only events fill the cache of the receiving cards.
 bool CabinetInfoOperator::getRvCardsList(const QString& deviceKey, QList<QVariant>& out)
 {
     return outputFromCache(m_rvCardsInfo.contains(deviceKey), m_rvCardsInfo, deviceKey, out) ||
@@ -36,7 +36,7 @@ bool CabinetInfoOperator::putRvCardsUpdateLoad(const QString& deviceKey, const Q
     return MultipartRequest("Device_RvCardUpdateLoad", parts).expectedTime(30000).put(deviceKey, out);
 }
 
-// Whether anything was stored is not looked at. Kept so.
+// Quirk: Downloading card firmware reports success whatever happened.
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed.
 bool CabinetInfoOperator::getRvCardFirmware(const QString& deviceKey, QString id, int type, QString path)
 {
@@ -48,6 +48,7 @@ bool CabinetInfoOperator::getRvCardFirmware(const QString& deviceKey, QString id
     return true;
 }
 
+// Quirk: A negative waiting time shortens the time limit. The two below take one as well.
 bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& out, int waitTime)
 {
@@ -57,7 +58,7 @@ bool CabinetInfoOperator::clearModuleCoefficient(const QString& deviceKey, QMap<
         .put(deviceKey, out);
 }
 
-// The route that shows: reloading has none of its own.
+// Quirk: Reloading the module coefficients uses the route that shows them.
 bool CabinetInfoOperator::reloadModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& out, int waitTime)
 {
@@ -70,6 +71,7 @@ bool CabinetInfoOperator::reloadModuleCoefficient(const QString& deviceKey, QMap
 bool CabinetInfoOperator::saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& out, int waitTime)
 {
+    // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "waittime :" << QString::number(waitTime);
     return Request("Device_SaveModuleCoefficient")
         .body(body)

@@ -21,7 +21,7 @@ bool CabinetInfoOperator::setMultiBootImageTime(const QString& deviceKey, const 
     return Request("Device_Multi_CabBootImageTime").body(body).put(deviceKey, out);
 }
 
-// Alone among the writes it sends no body.
+// Quirk: Previewing the boot image of one cabinet sends no body.
 bool CabinetInfoOperator::setSingleBootImagePreview(const QString& deviceKey, const QString& id,
                                                     QMap<QString, QVariant>& out)
 {
@@ -89,7 +89,7 @@ bool CabinetInfoOperator::setBootImageRegion(const QString& deviceKey, const QLi
     return Request("Device_CabBootImageRegion").body(body).put(deviceKey, out);
 }
 
-// The route table has no key of the three below. Kept so.
+// Quirk: An operation without a route sends its request with an empty path. So do the two below.
 bool CabinetInfoOperator::setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
                                              QMap<QString, QVariant>& out)
 {
@@ -118,7 +118,7 @@ bool CabinetInfoOperator::setSinglePrestoreImage(const QString& deviceKey, const
         .put(deviceKey, out);
 }
 
-// Without a list of cabinets the limit is 0: there is no floor. Kept so.
+// Quirk: Uploading an image without a list of cabinets has a time limit of 0.
 bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
                                                 const QMap<QString, QVariant>& parts,
                                                 QMap<QString, QVariant>& out)
@@ -129,7 +129,8 @@ bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
         .put(deviceKey, out);
 }
 
-// Uses the key of the pixel size, not that of the test image. Kept so.
+// Quirk: The test pattern of one cabinet uses the key of the pixel size.
+// Quirk: An operation without a route sends its request with an empty path.
 bool CabinetInfoOperator::setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
                                          const QString& bgColor)
 {

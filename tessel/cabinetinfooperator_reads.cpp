@@ -104,12 +104,14 @@ bool CabinetInfoOperator::getConfigFile(const QString& deviceKey, const QString&
         .get(deviceKey, out);
 }
 
+// Quirk: Some lists come as parsed, others flattened. Those with asParsed() are as parsed.
+// Quirk: Reads of all cabinets have keys named after something else.
 bool CabinetInfoOperator::getAllCabMFRSName(const QString& deviceKey, QList<QVariant>& out)
 {
     return Request("Device_S_AllCabmfrsName").get(deviceKey, asParsed(out));
 }
 
-// The key of the write: reading has none of its own.
+// Quirk: Reads of all cabinets have keys named after something else. This is the key of the write.
 bool CabinetInfoOperator::getAllCabShortName(const QString& deviceKey, QList<QVariant>& out)
 {
     return Request("Device_M_CabShortName").get(deviceKey, asParsed(out));
@@ -158,6 +160,8 @@ bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, con
     return answered;
 }
 
+// Quirk: The cabinets of a port are added to what the output holds.
+// Quirk: A cabinet without an output is at port 0.
 void CabinetInfoOperator::getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& out)
 {
     QList<QVariant> cabinets;

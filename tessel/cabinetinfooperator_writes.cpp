@@ -11,7 +11,7 @@ using Tessel::HttpJsonPackage;
 using Tessel::PendingRequest;
 using Tessel::Request;
 
-// This pair returns the same whatever became of the start, and never writes its output. Kept so.
+// Quirk: Some writes that are not waited for always report success. So does the one below.
 bool CabinetInfoOperator::setCabSingleBrightness(const QString& deviceKey, const QString& id,
                                                  QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& /*out*/)
@@ -293,6 +293,7 @@ bool CabinetInfoOperator::setMultiCabCorrection(const QString& deviceKey, const 
     return Request("Device_Multi_CabCorrection").body(body).put(deviceKey, out);
 }
 
+// Quirk: Some operations return the reply in the map that they send. So do all with one map alone.
 bool CabinetInfoOperator::setCabinetRGBBrightness(const QString& deviceKey, const QString& id,
                                                   QMap<QString, QVariant>& data)
 {
@@ -304,7 +305,7 @@ bool CabinetInfoOperator::setCabinetsRGBBrightness(const QString& deviceKey, QMa
     return Request("Device_CabinetsRGBBrightness").body(data).put(deviceKey, data);
 }
 
-// The one path here whose placeholder is "cid".
+// Quirk: The XBit mode of a cabinet has the placeholder cid.
 bool CabinetInfoOperator::setCabinetXBitMode(const QString& deviceKey, const QString& id,
                                              QMap<QString, QVariant>& data)
 {
@@ -316,8 +317,8 @@ bool CabinetInfoOperator::setCabinetsXBitMode(const QString& deviceKey, QMap<QSt
     return Request("Device_CabinetsXBitMode").body(data).put(deviceKey, data);
 }
 
-// The routes of the five XBit settings below are bound crosswise: with an id to the path of all cabinets,
-// without one to the path whose {id} then stays unfilled. Kept so.
+// Quirk: The XBit keys are paired crosswise with their operations. The five settings below go to the path of
+// all cabinets when they are given an id, and to the path of one, its {id} unfilled, when they are not.
 bool CabinetInfoOperator::setCabinetXbitEnable(const QString& deviceKey, const QString& id,
                                                QMap<QString, QVariant>& data)
 {
@@ -373,7 +374,7 @@ bool CabinetInfoOperator::setCabinetXBitHighLowMode(const QString& deviceKey, QM
     return Request("Device_CabinetsXBitHighLowMode").body(data).put(deviceKey, data);
 }
 
-// The path has no place for the id, which is named all the same. Kept so.
+// Quirk: An id goes along although the path has no place for it.
 bool CabinetInfoOperator::setCabinetFlag(const QString& deviceKey, const QString& id,
                                          QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {
@@ -405,7 +406,7 @@ bool CabinetInfoOperator::setMutiConfigFile(const QString& deviceKey, const QLis
     return Request("Device_M_CabinetConfigfile").body(body).expectedTime(10000).put(deviceKey, out);
 }
 
-// The multiple route, without a placeholder. Kept so.
+// Quirk: The configuration of one cabinet goes to the route of all.
 bool CabinetInfoOperator::setSingleConfigFile(const QString& deviceKey, const QString& /*id*/,
                                               const QMap<QString, QVariant>& body,
                                               QMap<QString, QVariant>& out)
@@ -413,7 +414,7 @@ bool CabinetInfoOperator::setSingleConfigFile(const QString& deviceKey, const QS
     return Request("Device_M_CabinetConfigfile").body(body).expectedTime(120000).put(deviceKey, out);
 }
 
-// The route table has none of the keys below. Kept so.
+// Quirk: An operation without a route sends its request with an empty path. So do the two below.
 bool CabinetInfoOperator::setCabinetInfo(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {
@@ -427,11 +428,11 @@ bool CabinetInfoOperator::setCabinetPixelSize(const QString& deviceKey, const QS
     return Request("Device_CabinetPixelSize").body(body).placeHolder("id", id).put(deviceKey, out);
 }
 
-// The outcome is logged at critical level even when it is a success. Kept so.
+// Quirk: The outcome of an asynchronous brightness write is logged as critical.
 bool CabinetInfoOperator::setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body)
 {
     PendingRequest("Device_CabinetBrightness").body(body).put(deviceKey, [](const HttpJsonPackage& reply) {
-        reply.getRoutesJsonMap(); // read as everywhere, and dropped
+        reply.getRoutesJsonMap(); // for the warning about an unreadable reply
         qCritical() << static_cast<int>(reply.getSimpleState());
     });
     return true;

@@ -8,21 +8,21 @@
 #include <QObject>
 #include <QVariant>
 
-/// Which driver chips and row-decoder chips a device knows.
+/// The driver chips and row-decoder chips that a device supports.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
-/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
-/// answered; an output is replaced, by an empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table exists
+/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
+/// succeeded; outputs are replaced, and emptied on failure.
 class TESSEL_EXPORT Capability : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static Capability* getInstance();
 
-    /// The driver chips that the device knows.
+    /// The driver chips that the device supports.
     bool getAllChipType(const QString& deviceKey, QList<QVariant>& result);
-    /// The row-decoder chips that the device knows.
+    /// The row-decoder chips that the device supports.
     bool getRowDecodeType(const QString& deviceKey, QList<QVariant>& result);
 
 private:

@@ -17,31 +17,31 @@
 /// Correction coefficients of cabinets: their upload, storage and display, and how screens and cabinets use
 /// them.
 ///
-/// No cache, no events. One call is one request; nothing is split, retried or looked into.
+/// No cache, no events. One call is one request; nothing is split, retried or interpreted.
 ///
-/// Operations that return `bool` block their caller and may run on any thread once the route table is there
-/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
-/// answered, whatever its `code`; an output is replaced, by an empty one on failure. Where nothing is said
-/// the transport's default time limit holds.
+/// Operations that return `bool` block their caller and may run on any thread once the route table exists
+/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
+/// succeeded, whatever the reply's `code`; outputs are replaced, and emptied on failure. Unless stated
+/// otherwise the transport's default time limit applies.
 ///
-/// Operations that return a promise return at once, with the promise pending, on a thread that needs an event
-/// loop; without an event dispatcher or an application they block, and return it settled. Dropping the
-/// promise does not stop the request. Their rules of failure differ, as told with each.
+/// Operations that return a promise return at once with a pending promise; the calling thread needs an event
+/// loop. Without an event dispatcher or an application they block and return a settled promise. Dropping the
+/// promise does not cancel the request. Each operation states how it reports a failure.
 ///
-/// The end of the application ends whatever waits: a promise still pending is rejected with
+/// When the application ends, so does every wait: a promise still pending is rejected with
 /// QPromiseUndefinedException, and an upload that blocks returns `false`.
 class TESSEL_EXPORT Correctionop : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static Correctionop* getInstance();
 
     // Upload of coefficient tables. A table is a list that goes out as one JSON array in one PUT.
 
     /// Uploads the plain coefficients of many cabinets. The promise is fulfilled with whether the exchange
-    /// succeeded; the device's `code` does not count, and a failure does not reject it. So for all of this
-    /// name.
+    /// succeeded; the device's `code` does not count, and a failure does not reject it. The same holds for
+    /// the four uploads below.
     QtPromise::QPromise<bool> uploadCoefficientAsync(const QString& deviceKey, const QList<QVariant>& data);
     /// Uploads the multilayer coefficients of many cabinets.
     QtPromise::QPromise<bool> uploadMultilayerCoefficientAsync(const QString& deviceKey,
@@ -57,21 +57,21 @@ public:
                                                             const QList<QVariant>& data);
 
     /// Uploads the plain coefficients of one cabinet. The promise is fulfilled with the reply's data, with an
-    /// empty map after a failure, which does not reject it. So for all of this name.
+    /// empty map after a failure, which does not reject it. The same holds for the three uploads below.
     QtPromise::QPromise<QMap<QString, QVariant>>
     uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
     /// Uploads the multilayer coefficients of one cabinet.
     QtPromise::QPromise<QMap<QString, QVariant>>
     uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
-    /// Uploads the dynamic coefficients of one cabinet. No route leads there: the request goes out without a
-    /// path and fails.
+    /// Uploads the dynamic coefficients of one cabinet. Always fails: it has no route, so the request goes
+    /// out with an empty path.
     QtPromise::QPromise<QMap<QString, QVariant>>
     uploadDynamicCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
     /// Uploads the lowgray coefficients of one cabinet. Goes to the route of all cabinets.
     QtPromise::QPromise<QMap<QString, QVariant>>
     uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data);
     /// Uploads the plain coefficients of one cabinet and waits for the reply while the thread's events are
-    /// processed, so operators may be re-entered meanwhile. So for all of this name.
+    /// processed, so operators may be re-entered meanwhile. The same holds for the three uploads below.
     /// @return `true` also when the exchange failed, which shows in an empty @p result; `false` only when
     /// writing @p data or sending threw, or when the application ended.
     bool uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
@@ -79,8 +79,8 @@ public:
     /// Uploads the multilayer coefficients of one cabinet and waits for the reply.
     bool uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
                                      const QList<QVariant>& data, QMap<QString, QVariant>& result);
-    /// Uploads the dynamic coefficients of one cabinet and waits for the reply. Goes out without a path, as
-    /// above.
+    /// Uploads the dynamic coefficients of one cabinet and waits for the reply. Always fails for lack of a
+    /// route, as above.
     bool uploadDynamicCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data,
                                   QMap<QString, QVariant>& result);
     /// Uploads the lowgray coefficients of one cabinet and waits for the reply. Goes to the route of all
@@ -90,19 +90,20 @@ public:
 
     /// Sends an upload without cabinets or coefficients: both lists are ignored, and no body goes out.
     /// Rejects with the text "arguments error", sending nothing, when the device is empty; with
-    /// QPromiseUndefinedException when the exchange failed, the reply is no JSON or its `code` is not zero.
+    /// QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or its `code` is not
+    /// zero.
     QtPromise::QPromise<void> uploadCoefficient(const QString& deviceKey, const QList<QString>& cids,
                                                 const QList<CoeffsData>& data);
-    /// Makes cabinets load their coefficients. Rejects as the operation above.
+    /// Makes cabinets load their coefficients. Rejects like the operation above.
     QtPromise::QPromise<void> loadCabinetCoeffs(const QString& deviceKey, const QStringList& cids);
-    /// Clears the coefficients of cabinets. Fulfilled in every case.
+    /// Clears the coefficients of cabinets. Always fulfilled.
     QtPromise::QPromise<void> clearCabinetCoeffs(const QString& deviceKey, const QStringList& cids);
-    /// Sends a PUT to the route of all cabinets' coefficients, ignoring @p cids. Fulfilled with an empty list
-    /// in every case.
+    /// Sends a PUT to the route of all cabinets' coefficients, ignoring @p cids. Always fulfilled with an
+    /// empty list.
     QtPromise::QPromise<QList<CoeffsData>> downloadCoefficient(const QString& deviceKey,
                                                                const QList<QString>& cids);
 
-    /// Reads the plain coefficients back, of all cabinets: the path has no place for @p cid.
+    /// Reads the plain coefficients of all cabinets back; the path has no placeholder for @p cid.
     bool loadCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
     /// Reads the multilayer coefficients of a cabinet back.
     bool loadMultilayerCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result);
@@ -121,6 +122,7 @@ public:
 
     // Storage and display of coefficients.
 
+    // Quirk: Misspelt names are part of the interface.
     /// Saves the coefficients; may take six minutes.
     bool saveCabinetsCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                 QMap<QString, QVariant>& result);
@@ -136,7 +138,7 @@ public:
     /// Saves the factory coefficients; may take 30 seconds.
     bool saveCabinetsFactoryCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                         QMap<QString, QVariant>& result);
-    /// Saves the module coefficients, on the path that shows them.
+    /// Saves the module coefficients; goes to the path that shows them.
     bool saveCabinetsModuleCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                        QMap<QString, QVariant>& result);
     /// Applies the lowgray coefficients; may take a minute.
@@ -172,8 +174,8 @@ public:
     /// Sets the parameters of dynamic coefficients; may take six seconds.
     bool setCabinetsDynamicParameter(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                      QMap<QString, QVariant>& result);
-    /// Shows a solid colour on cabinets; may take as many milliseconds as the member `timeout` of @p params
-    /// says, which goes out as well, and 30 seconds at least.
+    /// Shows a solid colour on cabinets. The time limit is the member `timeout` of @p params in milliseconds,
+    /// but at least 30 seconds; the member is sent as well.
     bool setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& params,
                              QMap<QString, QVariant>& result);
 
@@ -191,14 +193,15 @@ public:
 
     /// Saves the coefficients of one cabinet.
     bool setCorrectCoffcient(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
-    /// Tests the flash of a cabinet. No route leads there: the request goes out without a path and fails.
+    /// Tests the flash of a cabinet. Always fails: it has no route, so the request goes out with an empty
+    /// path.
     bool flashTest(const QString& deviceKey, const QString& cid, const QVariant& body,
                    QMap<QString, QVariant>& result);
     /// Reads the check codes of a cabinet's flash; may take 45 seconds. Ignores @p params.
     bool getFlashCheckCode(const QString& deviceKey, const QString& cid,
                            const QMap<QString, QVariant>& params, QList<QVariant>& result);
-    /// Sends the same request without waiting. Fulfilled with an empty map in every case: only the blocking
-    /// form delivers.
+    /// Sends the same request without waiting. Always fulfilled with an empty map: only the blocking form
+    /// delivers check codes.
     QtPromise::QPromise<QMap<QString, QVariant>> getFlashCheckCode(const QString& deviceKey,
                                                                    const QString& cid);
 
@@ -281,18 +284,18 @@ public:
 
     /// The effect mode of a cabinet, 0 when the reply has none. Rejects with the text "arguments error",
     /// sending nothing, when the device is empty; with QPromiseUndefinedException when the exchange failed,
-    /// the reply is no JSON or its `code` is not zero.
+    /// the reply is not valid JSON or its `code` is not zero.
     QtPromise::QPromise<int> getCabinetEffectMode(const QString& deviceKey, const QString& cid);
     /// The effect mode of a screen, 0 when the reply has none, 1 when the exchange failed. Never rejects.
-    /// Ignores @p id: the placeholder of the path goes out unfilled.
+    /// Ignores @p id: the placeholder in the path goes out unfilled.
     QtPromise::QPromise<int> getScreenEffectMode(const QString& deviceKey, const QString& id);
     /// Whether correction is on at a cabinet; `false` also after any failure. Never rejects.
     QtPromise::QPromise<bool> getCorrectEnable(const QString& deviceKey, const QString& cid);
     /// Sets the effect mode of a cabinet; fulfilled with whether the exchange succeeded. Rejects with the
     /// text "arguments error", sending nothing, when device or cabinet is empty.
     QtPromise::QPromise<bool> setCabinetEffectMode(const QString& deviceKey, const QString& cid, int mode);
-    /// Sets the effect mode of a screen; fulfilled with whether the exchange succeeded. Tests nothing and
-    /// never rejects.
+    /// Sets the effect mode of a screen; fulfilled with whether the exchange succeeded. Checks nothing and
+    /// never rejects for a failed exchange.
     QtPromise::QPromise<bool> setScreenEffectMode(const QString& deviceKey, const QString& id, int mode);
 
     /// Does nothing but write a warning; fulfilled with `false`.
@@ -301,7 +304,7 @@ public:
     /// Does nothing; fulfilled with `false`.
     QtPromise::QPromise<bool> setCorrectEnable(const QString& deviceKey, const QStringList& cids,
                                                bool enable);
-    /// Does nothing; `false`, with @p result left as it is.
+    /// Does nothing; `false`, with @p result left unchanged.
     bool setScreenCorrectionMode(const QString& deviceKey, const QString& id,
                                  const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
 

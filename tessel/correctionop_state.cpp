@@ -192,6 +192,7 @@ bool Correctionop::setScreenABLEnable(const QString& deviceKey, const QString& i
     return Request("Device_setScreensABL").placeHolder("id", id).body(params).put(deviceKey, result);
 }
 
+// Quirk: The promise of a cabinet's effect mode uses the key of the write.
 QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& cid)
 {
     return PromiseRequest("Device_SetCabinetCorrect")
@@ -205,7 +206,9 @@ QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& devic
                       });
 }
 
-// Never rejects and leaves the path's placeholder unfilled, which is wanted.
+// Quirk: The promise of a screen's effect mode reads a failure as mode 1.
+// Quirk: Some placeholders of paths go out unfilled.
+// Quirk: Some arguments are accepted and ignored.
 QtPromise::QPromise<int> Correctionop::getScreenEffectMode(const QString& deviceKey, const QString& /*id*/)
 {
     return PromiseRequest("Device_ScreenEffectMode")
@@ -216,7 +219,7 @@ QtPromise::QPromise<int> Correctionop::getScreenEffectMode(const QString& device
             });
 }
 
-// Never rejects, which is wanted.
+// Quirk: The promise of a cabinet's correction switch reads a failure as off.
 QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKey, const QString& cid)
 {
     return PromiseRequest("Device_GetCorrectionEnable")
@@ -242,7 +245,7 @@ QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& devi
         .guarded<bool>(&HttpProxy::put, deviceKey, settleByState);
 }
 
-// Tests nothing, unlike its neighbour, which is wanted.
+// Quirk: Setting a screen's effect mode by promise tests no argument. Its neighbour above does.
 QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& deviceKey, const QString& id,
                                                             int mode)
 {
@@ -252,7 +255,7 @@ QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& devic
         .promise<bool>(&HttpProxy::put, deviceKey, settleByState);
 }
 
-// This and the two below do nothing, which is wanted.
+// Quirk: Some operations do nothing and stay exported. So do the two below.
 QtPromise::QPromise<bool> Correctionop::setAction(const QString& /*deviceKey*/, const QString& /*id*/,
                                                   const QMap<QString, QVariant>& /*params*/)
 {

@@ -38,7 +38,7 @@ bool Correctionop::saveCabinetsLowgrayCoeffcient(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
-// The key leads to the path of the receiving cards, which is wanted.
+// Quirk: Saving the adaptive coefficients goes to a path of the receiving cards.
 bool Correctionop::saveCabinetsAdapCoeffcient(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                               QMap<QString, QVariant>& result)
 {
@@ -48,6 +48,7 @@ bool Correctionop::saveCabinetsAdapCoeffcient(const QString& deviceKey, const QM
         .put(deviceKey, result);
 }
 
+// Quirk: Saves of coefficients have different time limits.
 bool Correctionop::saveCabinetsFactoryCoefficient(const QString& deviceKey,
                                                   const QMap<QString, QVariant>& params,
                                                   QMap<QString, QVariant>& result)
@@ -58,7 +59,7 @@ bool Correctionop::saveCabinetsFactoryCoefficient(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
-// The key leads to the path that shows, which is wanted.
+// Quirk: Saving the module coefficients goes to the path that shows them.
 bool Correctionop::saveCabinetsModuleCoefficient(const QString& deviceKey,
                                                  const QMap<QString, QVariant>& params,
                                                  QMap<QString, QVariant>& result)
@@ -96,7 +97,7 @@ bool Correctionop::clearCabinetsMultilayerCoefficient(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
-// The key of the modules leads to the plain clear path, which is wanted.
+// Quirk: Clearing the user coefficients goes to the plain clear path.
 bool Correctionop::clearCabinetsUserCoefficient(const QString& deviceKey,
                                                 const QMap<QString, QVariant>& params,
                                                 QMap<QString, QVariant>& result)
@@ -167,6 +168,7 @@ bool Correctionop::setCabinetsDynamicParameter(const QString& deviceKey,
         .put(deviceKey, result);
 }
 
+// Quirk: Two classes write the same routes with different time limits.
 bool Correctionop::setMutiCabinetSolid(const QString& deviceKey, const QMap<QString, QVariant>& params,
                                        QMap<QString, QVariant>& result)
 {
@@ -195,7 +197,7 @@ bool Correctionop::adjustRegionHSLCoefficient(const QString& deviceKey, const QL
     return Request("Device_AdjustHSLCoefficient").body(list).put(deviceKey, result);
 }
 
-// The route of the RGB adjustment, which is wanted.
+// Quirk: Saving an effect sends the RGB adjustment.
 bool Correctionop::saveEffect(const QString& deviceKey, const QList<QVariant>& list,
                               QMap<QString, QVariant>& result)
 {
@@ -208,7 +210,7 @@ bool Correctionop::setCorrectCoffcient(const QString& deviceKey, const QString& 
     return Request("Device_SaveCabCofficient").placeHolder("id", id).put(deviceKey, result);
 }
 
-// The route table has no such key, which is wanted.
+// Quirk: An operation without a route sends its request with an empty path.
 bool Correctionop::flashTest(const QString& deviceKey, const QString& cid, const QVariant& body,
                              QMap<QString, QVariant>& result)
 {
@@ -218,7 +220,7 @@ bool Correctionop::flashTest(const QString& deviceKey, const QString& cid, const
         .put(deviceKey, result);
 }
 
-// Sends neither body nor query, which is wanted.
+// Quirk: Some arguments are accepted and ignored.
 bool Correctionop::getFlashCheckCode(const QString& deviceKey, const QString& cid,
                                      const QMap<QString, QVariant>& /*params*/, QList<QVariant>& result)
 {
@@ -228,7 +230,7 @@ bool Correctionop::getFlashCheckCode(const QString& deviceKey, const QString& ci
         .get(deviceKey, result);
 }
 
-// Never delivers a check code, unlike the blocking form, which is wanted.
+// Quirk: The promise of the flash check codes delivers none. The blocking form does.
 QtPromise::QPromise<QMap<QString, QVariant>> Correctionop::getFlashCheckCode(const QString& deviceKey,
                                                                              const QString& cid)
 {

@@ -24,18 +24,21 @@ void logThread(const char* operation, const char* event)
     qDebug("%s%s%s", operation, event, qPrintable(QString::number(thread, 10)));
 }
 
+// Quirk: A failed upload does not reject its promise.
 QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QString& deviceKey,
                            const QList<QVariant>& data)
 {
     return PromiseRequest::answer<bool>(
         routeKey, [&data](PromiseRequest& request) { request.body(data); }, &HttpProxy::put, deviceKey,
         [operation](const HttpJsonPackage& reply) {
+            // Quirk: Log lines that read like leftovers are fixed.
             logThread(operation, succeeded(reply) ? "  recv  thread id =" : " Error recv thread id =");
             return succeeded(reply);
         },
         [operation] { logThread(operation, " thread id ="); });
 }
 
+// Quirk: A failed upload does not reject its promise.
 QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey, const QString& deviceKey,
                                                 const QString& cid, const QList<QVariant>& data)
 {
@@ -47,9 +50,9 @@ QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey, const QStr
         });
 }
 
-// True also after a failed exchange, so that only the empty result tells it, which is wanted. False when a
-// step throws, and when the application ends. On a thread that takes no events neither the reply nor a
-// promise's handler could come, so that the exchange is a plain one there.
+// Quirk: A blocking upload reports success after a failed exchange. The empty result shows it. The outcome is
+// `false` when a step throws and when the application ends. A thread that takes no events would receive
+// neither the reply nor a promise's handler, so the exchange is a plain one there.
 bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const QString& cid,
                           const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
@@ -73,7 +76,7 @@ bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const 
     }
 }
 
-// Fulfils when the device agreed.
+// Fulfils when the device has accepted, which only its code shows.
 const auto settleByCode = [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
     Tessel::CommonResponse response;
     if (succeeded(reply) && Tessel::readResponse(reply, response) && response.code == 0)
@@ -87,6 +90,7 @@ QMap<QString, QVariant> cabinets(const QStringList& cids)
     return {{QStringLiteral("cids"), cids}};
 }
 
+// Quirk: Operations named get fill a package and send nothing.
 void fillSaveRequest(HttpJsonPackage* package, const char* routeKey, const QMap<QString, QVariant>& params)
 {
     package->setUrl(Tessel::routePath(routeKey));
@@ -123,7 +127,7 @@ QtPromise::QPromise<bool> Correctionop::uploadDynamicCoefficientAsync(const QStr
                        data);
 }
 
-// Writes no log lines, unlike its neighbours, which is wanted.
+// Quirk: Uploading lowgray coefficients logs no threads. Its neighbours do.
 QtPromise::QPromise<bool> Correctionop::uploadLowGrayCoefficientAsync(const QString& deviceKey,
                                                                       const QList<QVariant>& data)
 {
@@ -145,7 +149,7 @@ Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QStrin
     return uploadCabinet("Device_PutCabinetMultilayerCoefficients", deviceKey, cid, data);
 }
 
-// The route table has no such key, which is wanted.
+// Quirk: An operation without a route sends its request with an empty path.
 QtPromise::QPromise<QMap<QString, QVariant>>
 Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& cid,
                                        const QList<QVariant>& data)
@@ -153,7 +157,8 @@ Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& 
     return uploadCabinet("Device_PutCabinetDynamicCoefficients", deviceKey, cid, data);
 }
 
-// The route of all cabinets, whose path has no place for the cabinet, which is wanted.
+// Quirk: The lowgray coefficients of one cabinet go to the route of all.
+// Quirk: An id goes along although the path has no place for it.
 QtPromise::QPromise<QMap<QString, QVariant>>
 Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid,
                                        const QList<QVariant>& data)
@@ -185,7 +190,8 @@ bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QStr
     return uploadCabinetAndWait("Device_PutCabinetsLowgrayCoefficients", deviceKey, cid, data, result);
 }
 
-// Sends neither cabinets nor coefficients, which is wanted.
+// Quirk: Uploading coefficient blocks sends neither cabinets nor coefficients.
+// Quirk: Some placeholders of paths go out unfilled.
 QtPromise::QPromise<void> Correctionop::uploadCoefficient(const QString& deviceKey,
                                                           const QList<QString>& /*cids*/,
                                                           const QList<CoeffsData>& /*data*/)
@@ -201,7 +207,7 @@ QtPromise::QPromise<void> Correctionop::loadCabinetCoeffs(const QString& deviceK
         .guarded<void>(&HttpProxy::put, deviceKey, settleByCode);
 }
 
-// Fulfilled whatever the device says, unlike its neighbour, which is wanted.
+// Quirk: Clearing coefficients by promise is fulfilled whatever the device says. Loading them is not.
 QtPromise::QPromise<void> Correctionop::clearCabinetCoeffs(const QString& deviceKey, const QStringList& cids)
 {
     return PromiseRequest("Device_ClearCabinetsCorrect")
@@ -210,7 +216,7 @@ QtPromise::QPromise<void> Correctionop::clearCabinetCoeffs(const QString& device
                        [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(); });
 }
 
-// A PUT whose reply is never read, which is wanted.
+// Quirk: Downloading coefficients is a PUT that delivers nothing.
 QtPromise::QPromise<QList<CoeffsData>> Correctionop::downloadCoefficient(const QString& deviceKey,
                                                                          const QList<QString>& /*cids*/)
 {
@@ -220,7 +226,7 @@ QtPromise::QPromise<QList<CoeffsData>> Correctionop::downloadCoefficient(const Q
             [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(QList<CoeffsData>()); });
 }
 
-// The path has no place for the cabinet, which is wanted.
+// Quirk: An id goes along although the path has no place for it.
 bool Correctionop::loadCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result)
 {
     return Request("Device_GetCabinetCoefficients")
@@ -238,7 +244,7 @@ bool Correctionop::loadMultilayerCoefficient(const QString& deviceKey, const QSt
         .get(deviceKey, result);
 }
 
-// The route of the multilayer coefficients, which is wanted.
+// Quirk: Reading the adaptive coefficients reads the multilayer ones.
 bool Correctionop::loadAdaptiveCoefficient(const QString& deviceKey, const QString& cid,
                                            QList<QVariant>& result)
 {

@@ -20,7 +20,7 @@ DebugInfo::DebugInfo(QObject* parent)
 
 DebugInfo::~DebugInfo() = default;
 
-// A PUT in spite of its name: the body says what to read.
+// Quirk: Reading the self-test parameters is a PUT. The body says what to read.
 bool DebugInfo::getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QList<QVariant>& result)
 {

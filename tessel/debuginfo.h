@@ -11,14 +11,14 @@
 
 /// Reads, sends and clears the self-test parameters of a cabinet's receiving equipment.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread once the route table is there
-/// (AllUrlResource); the first getInstance() comes from one thread at a time. They return whether the device
-/// answered; an output is replaced, by an empty one on failure.
+/// No cache, no events. Operations block their caller and may run on any thread once the route table exists
+/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
+/// succeeded; outputs are replaced, and emptied on failure.
 class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static DebugInfo* getInstance();
 
     /// Reads the parameters that @p body names.

@@ -6,21 +6,21 @@
 
 #include <QObject>
 
-/// Starts the transport and tells that the set of known devices changed.
+/// Starts the transport and signals changes of the set of known devices.
 ///
-/// To be called from the application's thread.
+/// Call it from the application's thread.
 class TESSEL_EXPORT DeviceManager : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static DeviceManager* getInstance();
 
     /// Starts the transport with the push channel of every device.
     void initManager();
 
 Q_SIGNALS:
-    /// The set of known devices changed: whenever the transport says so, on this object's thread.
+    /// The set of known devices changed. Raised whenever the transport reports it, on this object's thread.
     void deviceChanged();
 
 private:

@@ -12,14 +12,14 @@
 /// How a cabinet is built, as the factory describes it, and the steps of its smart setting.
 ///
 /// No cache, no events. Bodies and replies are agreed between application and device and pass through.
-/// Operations block their caller and may run on any thread once the route table is there (AllUrlResource);
-/// the first getInstance() comes from one thread at a time. They return whether the device answered, whatever
-/// its `code`: a refusal stands in the output, which is replaced, by an empty one on failure.
+/// Operations block their caller and may run on any thread once the route table exists (see AllUrlResource);
+/// the first getInstance() must not race with another. They return whether the exchange succeeded, whatever
+/// the reply's `code`: a refusal is in the output, which is replaced, and emptied on failure.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static FactoryOp* getInstance();
 
     // Cabinet structure.
@@ -80,6 +80,7 @@ public:
     /// The same for the cabinets that the body names.
     bool setMutiRvExtendParams(const QString& deviceKey, const QList<QVariant>& body,
                                QMap<QString, QVariant>& out);
+    // Quirk: Misspelt names are part of the interface.
     /// Sets which broken lights of a cabinet are removed.
     bool setsingleRemoveBrokenLight(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out);
@@ -117,8 +118,8 @@ public:
     bool setMutiSignalDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& out);
 
-    // Smart setting: a procedure of the device, whose steps may be sent in any order. The device knows where
-    // it stands.
+    // Smart setting: a procedure of the device, whose steps may be sent in any order. The device keeps
+    // track of the current step.
 
     /// Smart setting of a cabinet: one step back.
     bool setSingleSmartBackStep(const QString& deviceKey, const QString& id,
@@ -198,7 +199,7 @@ public:
     /// The same for the cabinets that the body names.
     bool setMutiSmartGroup(const QString& deviceKey, const QList<QVariant>& body,
                            QMap<QString, QVariant>& out);
-    /// How many pixels a cabinet can load at most.
+    /// The maximum number of pixels that a cabinet can load.
     bool getCabinetMaxPixel(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& out);
 
 private:

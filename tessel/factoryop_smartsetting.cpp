@@ -79,7 +79,7 @@ bool FactoryOp::setMutiSmartScannInfo(const QString& deviceKey, const QMap<QStri
     return Request("Cab_M_SmartSetScanInfo").body(body).put(deviceKey, out);
 }
 
-// The keys of the point flow, the RGB index and the group bear names of their own. Kept so.
+// Quirk: Three steps of the smart setting have keys of other names. Point flow, RGB index and group.
 bool FactoryOp::setSingleSmartPointFlow(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
 {

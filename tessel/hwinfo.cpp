@@ -59,22 +59,24 @@ QtPromise::QPromise<Tessel::DeviceInfo> HWInfo::getHWInfo2(const QString& device
     return PromiseRequest("Device_Hwinfo").getRecord<Tessel::DeviceInfo>(deviceKey);
 }
 
+// Quirk: A device type counts as known whatever its value.
 bool HWInfo::getHWDeviceType(const QString& deviceKey)
 {
     return m_hwInfo.value(deviceKey).contains(QStringLiteral("capability.deviceType"));
 }
 
+// Quirk: Any answer on the route of the protocol version means the multi-screen protocol.
 bool HWInfo::getHwProtoc(const QString& deviceKey, bool force)
 {
     if (!force)
         return m_hwProtoc.contains(deviceKey);
-    // A device that answers the route at all speaks the newer protocol: what it says is not read.
     const bool answered = Request("Device_Protoc").get(deviceKey);
     if (answered)
         m_hwProtoc.insert(deviceKey);
     return answered;
 }
 
+// Quirk: A missing capability version counts as an earlier one.
 Correction::EnumScreenVer HWInfo::getCapabilityProtoc(const QString& deviceKey, bool force)
 {
     if (force) {
@@ -86,11 +88,12 @@ Correction::EnumScreenVer HWInfo::getCapabilityProtoc(const QString& deviceKey, 
     const auto version = m_capabilityVersion.constFind(deviceKey);
     if (version == m_capabilityVersion.constEnd())
         return Correction::UnknownVersion;
+    // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "key:" << deviceKey << " isNew" << *version;
     return *version == QLatin1String("V3.0") ? Correction::V3 : Correction::EarlierThanV3;
 }
 
-// The versions stay, so that a device that returns is still known.
+// Quirk: The protocol and capability versions outlive a logout. A device that returns is still known.
 void HWInfo::forgetDevice(const QString& deviceKey)
 {
     m_hwInfo.remove(deviceKey);

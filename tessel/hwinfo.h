@@ -15,47 +15,48 @@
 
 namespace Correction {
 
-/// What is known of a device's capability version.
+/// What is known about a device's capability version.
 enum EnumScreenVer {
-    UnknownVersion = 0, ///< the request failed, or the device was never asked
+    UnknownVersion = 0, ///< the request failed, or the version was never read
     EarlierThanV3 = 1,  ///< a version other than "V3.0", also an absent one
     V3 = 2              ///< version "V3.0"
 };
 
 } // namespace Correction
 
-/// The device as a whole: its description, what protocol it speaks, and its settings.
+/// The device as a whole: its description, the protocol it speaks, and its settings.
 ///
 /// Caches each device's description, flattened to key paths, from the first successful fetch until the device
-/// logs out. A pushed "hwInfo" change fetches it anew; while the watch is off events are ignored and every
-/// read goes to the device. The answers of the two version checks outlast a logout.
+/// logs out. A pushed "hwInfo" change fetches it again; while the watch is off events are ignored and every
+/// read goes to the device. The answers of the two version checks survive a logout.
 ///
-/// Operations block their caller. Those on the description and the versions belong to the thread of the first
+/// Operations block their caller. Call those on the description and the versions on the thread of the first
 /// getInstance(), which needs an event loop for the events; the settings may run on any thread once the route
-/// table is there (AllUrlResource). They return whether the device answered.
+/// table exists (see AllUrlResource). They return whether the exchange succeeded.
 class TESSEL_EXPORT HWInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static HWInfo* getInstance();
 
-    /// Reacts to events and answers from the cache, as from the start.
+    /// Reacts to events and answers reads from the cache. This is the initial state.
     void startWatch();
-    /// Ignores events and asks the device at every read. What is cached stays.
+    /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Sees to it that the description is cached. @p force fetches it even if it is.
+    /// Makes sure that the description is cached; @p force fetches it even if it is.
     bool getHWInfo(const QString& deviceKey, bool force);
-    /// The description. @p out stays as it was on `false`.
+    /// The description. @p out is left unchanged on `false`.
     bool getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force);
-    /// The typed description, past the cache. Rejects with the text "arguments error" when the device's key
-    /// is empty, with QPromiseUndefinedException when the device did not answer well.
+    /// The typed description, bypassing the cache. Rejects with the text "arguments error" when the device's
+    /// key is empty, with QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or
+    /// its `code` is not zero.
     QtPromise::QPromise<Tessel::DeviceInfo> getHWInfo2(const QString& deviceKey);
-    /// Whether the cached description names a device type, whichever it is. Sends nothing.
+    /// Whether the cached description has a device type, whatever its value. Sends nothing.
     bool getHWDeviceType(const QString& deviceKey);
     /// Whether the device speaks the protocol with several screens. @p force asks the device, otherwise the
-    /// result is whether it ever said so; a failure does not take that back.
+    /// result is whether it ever answered; a later failure does not revoke that.
     bool getHwProtoc(const QString& deviceKey, bool force);
     /// The device's capability version. @p force asks the device, otherwise the result is its last answer.
     Correction::EnumScreenVer getCapabilityProtoc(const QString& deviceKey, bool force);
@@ -74,6 +75,7 @@ public:
     /// Sets the delay of the 3D signal.
     bool putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                   QMap<QString, QVariant>& result);
+    // Quirk: Misspelt names are part of the interface.
     /// The custom data; @p parameters go out as the query.
     bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
                              QMap<QString, QVariant>& result);
@@ -114,12 +116,12 @@ public:
     /// Sets what is shown without a signal.
     bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                         QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                               QMap<QString, QVariant>& result);
     /// Uploads firmware; takes up to five minutes.
     bool putHWInfoUpdate(const QString& deviceKey, const QByteArray& data, QMap<QString, QVariant>& result);
-    /// How far a firmware update is; may be asked while the upload runs.
+    /// The progress of a firmware update; may be read while the upload runs.
     bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Enters the hardware mode.
     bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -143,26 +145,28 @@ public:
     bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
     /// Unlocks the device.
     bool unLock(const QString& deviceKey, QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                 QMap<QString, QVariant>& result);
-    /// Fails: no device has a route for it, so its path is empty.
+    /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                    QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
-    /// A description was replaced because of an event; whose, is not told. Once per successful refresh, on
-    /// this object's thread.
+    // Quirk: Some signals of a change name no device.
+    /// A description was replaced because of an event; the signal does not say whose. Once per successful
+    /// refresh, on this object's thread.
     void signal_sendDataChanged();
+    // Quirk: A pushed name leaves the cache as it was.
     /// The user gave the device another name. The cached description keeps the old one until its next
     /// refresh. Once per event, on this object's thread.
     void signal_customNameChanged(const QString& deviceKey, const QString& name);
@@ -175,7 +179,8 @@ private:
     void handleEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    QMutex m_mutex; // nothing locks it: all access to the caches is on the home thread
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    QMutex m_mutex;
     QMap<QString, QMap<QString, QVariant>> m_hwInfo;
     QSet<QString> m_hwProtoc;
     QMap<QString, QString> m_capabilityVersion;

@@ -119,7 +119,7 @@ bool HWInfo::putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap
     return Request("Device_NoSignalImage").body(body).put(deviceKey, result);
 }
 
-// The route table has no such key. Kept so.
+// Quirk: An operation without a route sends its request with an empty path.
 bool HWInfo::putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey,
                                                   const QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& result)
@@ -138,7 +138,7 @@ bool HWInfo::getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVa
     return Request("Device_HwUpdateProgress").expectedTime(3000).daemon().get(deviceKey, result);
 }
 
-// The path of this route ends in a blank. Kept so.
+// Quirk: The path of the hardware mode ends in a blank.
 bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& result)
 {
@@ -175,7 +175,7 @@ bool HWInfo::putLogReserve(const QString& deviceKey, const QMap<QString, QVarian
     return Request("Device_LogReserve").body(body).put(deviceKey, result);
 }
 
-// The request goes out before its body is set, so the device gets none. Kept so.
+// Quirk: The lock goes out before its body is set. The device gets none.
 bool HWInfo::lock(const QString& deviceKey, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& result)
 {
@@ -189,7 +189,7 @@ bool HWInfo::unLock(const QString& deviceKey, QMap<QString, QVariant>& result)
     return Request("Device_lock").del(deviceKey, result);
 }
 
-// The route table has none of the keys below. Kept so.
+// Quirk: An operation without a route sends its request with an empty path. So do the four below.
 bool HWInfo::putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& result)
 {

@@ -22,7 +22,7 @@ HwScreenInfo::HwScreenInfo(QObject* parent)
 
 HwScreenInfo::~HwScreenInfo() = default;
 
-// Keeps to the single form on every device, though the table has another.
+// Quirk: Some operations use the single-screen route on every device.
 bool HwScreenInfo::setEdgeSwitch(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                  QMap<QString, QVariant>& reply)
 {
@@ -77,7 +77,7 @@ bool HwScreenInfo::setCorrectSwitch(const QString& deviceKey, const QMap<QString
         .put(deviceKey, reply);
 }
 
-// Keeps to the single form on every device, though the table has another.
+// Quirk: Some operations use the single-screen route on every device.
 bool HwScreenInfo::setCorrectChangeBK(const QString& deviceKey, const QList<QVariant>& body,
                                       QMap<QString, QVariant>& reply)
 {
@@ -92,7 +92,7 @@ bool HwScreenInfo::setCorrectDrawRegion(const QString& deviceKey, const QMap<QSt
         .put(deviceKey, reply);
 }
 
-// Keeps to the single form on every device, though the table has another.
+// Quirk: Some operations use the single-screen route on every device.
 bool HwScreenInfo::setCorrectDrawId(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                     QMap<QString, QVariant>& reply)
 {
@@ -105,7 +105,7 @@ bool HwScreenInfo::setCorrectClearImage(const QString& deviceKey, QMap<QString, 
         .put(deviceKey, reply);
 }
 
-// Keeps to the single form on every device, though the table has another.
+// Quirk: Some operations use the single-screen route on every device.
 bool HwScreenInfo::setDisplayVedioSource(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                          QMap<QString, QVariant>& reply)
 {

@@ -12,15 +12,15 @@
 /// Draws marks on the LED screen itself: for the adjustment of edge brightness, and for correction.
 ///
 /// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
-/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) belong to the thread of HWInfo, the
-/// others may run on any thread once the route table is there (AllUrlResource). The first getInstance() comes
-/// from one thread at a time. They return whether the device answered; the reply is replaced, by an empty one
-/// on failure. Bodies are the device's and pass through unread.
+/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread,
+/// the others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
+/// must not race with another. They return whether the exchange succeeded; the reply is replaced, and emptied
+/// on failure. Bodies are defined by the device and pass through unread.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static HwScreenInfo* getInstance();
 
     /// Edge brightness: switches the drawing.
@@ -60,6 +60,7 @@ public:
                           QMap<QString, QVariant>& reply);
     /// Correction: clears what was drawn.
     bool setCorrectClearImage(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    // Quirk: Misspelt names are part of the interface.
     /// Correction: shows the video source.
     bool setDisplayVedioSource(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply);
@@ -68,7 +69,8 @@ private:
     explicit HwScreenInfo(QObject* parent = nullptr);
     ~HwScreenInfo() override;
 
-    QMap<QString, QVariant> m_reserved; // used by nothing
+    // Quirk: Members that nothing uses are part of the layout.
+    QMap<QString, QVariant> m_reserved;
 
     static HwScreenInfo* m_pInstance;
 };

@@ -173,6 +173,7 @@ bool InputInfo::getAllInputBackup(const QString& deviceKey, QList<QVariant>& res
     return Request("Device_AllInputBackup").get(deviceKey, result);
 }
 
+// Quirk: EDIDs are added in the order of arrival.
 bool InputInfo::getEDIDs(const QString& deviceKey, const QStringList& ids, QList<QVariant>& result)
 {
     return GroupRequest("Device_OneEDID").get(deviceKey, ids, result);
@@ -202,7 +203,7 @@ bool InputInfo::setBlackLevel(const QString& deviceKey, const QStringList& ids,
     return putGroupSync(deviceKey, ids, params, result, QStringLiteral("Device_Blacklevel"));
 }
 
-// The result stays as the caller gave it, which is wanted.
+// Quirk: Writes to several at once leave their results as they were.
 bool InputInfo::putGroupSync(const QString& deviceKey, const QStringList& ids,
                              const QMap<QString, QVariant>& params, QList<QVariant>& /*result*/,
                              const QString& routeKey)

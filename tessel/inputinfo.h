@@ -14,31 +14,34 @@
 /// The inputs of a device: their list, picture adjustments, signal state, EDID and backup source.
 ///
 /// The list of inputs is cached per device. An event "change" of "inputsInfo" refreshes it and raises
-/// signal_sendDataChanged(); a logout drops it; a failed read or refresh leaves it. Writes do not touch it.
+/// signal_sendDataChanged(); a logout drops it; a failed read or refresh leaves it unchanged. Writes do not
+/// touch it.
 ///
-/// Operations block their caller and return whether the device answered; unless told otherwise an output is
-/// replaced, by an empty one on failure. getAllInputsInfo() belongs on the object's thread, that of the first
-/// getInstance(); the other operations may run on any thread once the route table is there (AllUrlResource).
+/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
+/// are replaced, and emptied on failure. Call getAllInputsInfo() on the object's thread, that of the first
+/// getInstance(); the other operations may run on any thread once the route table exists (see
+/// AllUrlResource).
 ///
 /// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
-/// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing is left to end that
-/// loop: the call returns only when something else quits it. An input that was answered still runs into its
-/// time limit while others are awaited, and then fails the call.
+/// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing ends that loop: the
+/// call returns only when something else quits it. The time limit of a request keeps running after its reply;
+/// if it expires while others are awaited, the call fails.
 class TESSEL_EXPORT InputInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static InputInfo* getInstance();
 
-    /// Acts on events and answers reads from the cache; the state after construction.
+    /// Reacts to events and answers reads from the cache. This is the initial state.
     void startWatch();
-    /// Ignores events and sends every read to the device. Keeps the cache.
+    /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Loads the list of the device's inputs into the cache unless it is there; with @p force in any case.
+    /// Loads the list of the device's inputs into the cache unless it is cached; @p force loads it in any
+    /// case.
     bool getAllInputsInfo(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and stays as it was on failure.
+    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
     bool getAllInputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
 
     /// The signal state of an input.
@@ -92,22 +95,22 @@ public:
 
     /// Reads the EDIDs of several inputs in parallel; appends to @p result one map for each input that
     /// answered, in the order of the replies, its member `id` set to the input's id. @return whether all
-    /// answered well and in time.
+    /// requests succeeded in time.
     bool getEDIDs(const QString& deviceKey, const QStringList& ids, QList<QVariant>& result);
-    /// Sets the hue of several inputs in parallel, to all the same; leaves @p result as it is.
-    /// @return whether all answered well and in time.
+    /// Sets the hue of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// @return whether all requests succeeded in time.
     bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
                 QList<QVariant>& result);
-    /// Sets the contrast of several inputs in parallel, to all the same; leaves @p result as it is.
-    /// @return whether all answered well and in time.
+    /// Sets the contrast of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// @return whether all requests succeeded in time.
     bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
                      QList<QVariant>& result);
-    /// Sets the saturation of several inputs in parallel, to all the same; leaves @p result as it is.
-    /// @return whether all answered well and in time.
+    /// Sets the saturation of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// @return whether all requests succeeded in time.
     bool setSaturation(const QString& deviceKey, const QStringList& ids,
                        const QMap<QString, QVariant>& params, QList<QVariant>& result);
-    /// Sets the black level of several inputs in parallel, to all the same; leaves @p result as it is.
-    /// @return whether all answered well and in time.
+    /// Sets the black level of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// @return whether all requests succeeded in time.
     bool setBlackLevel(const QString& deviceKey, const QStringList& ids,
                        const QMap<QString, QVariant>& params, QList<QVariant>& result);
 
@@ -116,6 +119,7 @@ Q_SIGNALS:
     /// from a read. @p changeInputId is what the latest event named, also when an earlier event's refresh
     /// raises it.
     void signal_sendDataChanged(QString deviceKey, unsigned short changeInputId);
+    // Quirk: A signal that nothing raises stays declared.
     /// Never raised.
     void needGetAllInputsInfo();
 
@@ -129,8 +133,10 @@ private:
                       QList<QVariant>& result, const QString& routeKey);
 
     bool m_isWatch = true;
+    // Quirk: The changed input is one for all devices.
     unsigned short m_changeInputId = 255; // of the latest accepted event
-    QMutex m_mutex;                       // locked by nothing: all access comes from the object's thread
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_inputsInfo; // by device key
 
     static InputInfo* m_pInstance;

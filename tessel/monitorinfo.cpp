@@ -16,7 +16,7 @@ namespace UrlResource {
 
 MonitorInfo* MonitorInfo::m_pInstance = nullptr;
 
-// Listens a second time, which is wanted: every event is heard twice.
+// Quirk: Monitoring hears every event twice. The constructor listens already.
 MonitorInfo* MonitorInfo::getInstance()
 {
     if (!m_pInstance) {
@@ -43,13 +43,15 @@ bool MonitorInfo::init()
     return true;
 }
 
+// Quirk: The callback of the monitoring data owns the package.
 bool MonitorInfo::getMonitorData(const QString& deviceKey, std::function<void(HttpJsonPackage*)> callback)
 {
     PendingRequest("MonitorData").get(deviceKey, std::move(callback));
     return true;
 }
 
-// The path's placeholder stays unfilled, which is wanted.
+// Quirk: Some placeholders of paths go out unfilled.
+// Quirk: Some arguments are accepted and ignored.
 bool MonitorInfo::getMonitorHistory(const QString& deviceKey, const QString& /*id*/, qint64 startTime,
                                     qint64 endTime, QList<QVariant>& result)
 {
@@ -59,7 +61,7 @@ bool MonitorInfo::getMonitorHistory(const QString& deviceKey, const QString& /*i
         .get(deviceKey, result);
 }
 
-// The times are not sent, which is wanted.
+// Quirk: Some arguments are accepted and ignored.
 bool MonitorInfo::getMonitorLogs(const QString& deviceKey, qint64 /*startTime*/, qint64 /*endTime*/,
                                  QMap<QString, QVariant>& result)
 {

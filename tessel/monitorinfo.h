@@ -18,27 +18,27 @@ namespace UrlResource {
 /// The monitoring service of a device: reads, and signals for pushed warnings.
 ///
 /// No cache. Events of the sender "monitor" raise signals on the object's thread, that of the first
-/// getInstance(). Every event is heard twice, so each signal is raised twice per event: listeners have to
-/// bear that.
+/// getInstance(). The object is connected twice, so each signal is raised twice per event: listeners must be
+/// idempotent.
 ///
-/// Unless told otherwise operations block their caller, may run on any thread once the route table is there
-/// (AllUrlResource), and return whether the device answered; an output is replaced, by an empty one on
+/// Unless stated otherwise operations block their caller, may run on any thread once the route table exists
+/// (see AllUrlResource), and return whether the exchange succeeded; outputs are replaced, and emptied on
 /// failure.
 class TESSEL_EXPORT MonitorInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static MonitorInfo* getInstance();
 
     /// Reads the monitoring data without blocking. @p callback is called once with the answered package, on
-    /// the calling thread, which needs an event loop; for failures as well, which the package's state tells.
-    /// It owns the package and has to call its deleteLater(). An empty one throws `std::bad_function_call`
-    /// when the reply comes.
+    /// the calling thread, which needs an event loop, also after a failure, which the package's state shows.
+    /// It takes ownership of the package and must call its deleteLater(). An empty callback throws
+    /// `std::bad_function_call` when the reply arrives.
     /// @return always `true`.
     bool getMonitorData(const QString& deviceKey,
                         std::function<void(Krelm::Communicator::HttpDevice::HttpJsonPackage*)> callback);
-    /// The monitoring history between two times, in the device's unit. @p id is not used: the placeholder of
+    /// The monitoring history between two times, in the device's unit. @p id is not used: the placeholder in
     /// the path goes out unfilled.
     bool getMonitorHistory(const QString& deviceKey, const QString& id, qint64 startTime, qint64 endTime,
                            QList<QVariant>& result);
@@ -51,6 +51,7 @@ public:
 Q_SIGNALS:
     /// Event "outputChange": the state of an output changed. @p var is the event's payload as parsed.
     void signal_tqOutputStateChanged(const QString& deviceKey, const QVariant& var);
+    // Quirk: The types of warnings are numbered in an order of their own.
     /// A warning of the controller. @p type is 0 for "fanSpeed", 1 for "voltage", 2 for "temperature"; @p var
     /// is the event's payload as parsed.
     void signal_tqWarningReport(const QString& deviceKey, const QVariant& var, int type);

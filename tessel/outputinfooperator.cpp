@@ -39,7 +39,7 @@ void OutputInfoOperator::onEvent(const QByteArray& data, const QString& deviceKe
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
     if (Tessel::eventSays(event, "dataType", "change") &&
         Tessel::eventSays(event, "changeTag", "outputsInfo")) {
-        // No signal follows, which is wanted.
+        // Quirk: Outputs are refreshed without a signal.
         PendingRequest("Device_AllOutputsInfo").refresh(deviceKey, m_outputsInfo, [](bool) {});
     }
 }
@@ -65,7 +65,7 @@ bool OutputInfoOperator::getAllOutputsInfo(const QString& deviceKey, QList<QVari
     return outputFromCache(getAllOutputsInfo(deviceKey, force), m_outputsInfo, deviceKey, result);
 }
 
-// The record's member is "id", although the paths say "outputid".
+// Quirk: An output is id in its record and outputid in its paths.
 bool OutputInfoOperator::getOutputInfo(const QString& deviceKey, const QString& id,
                                        QMap<QString, QVariant>& result)
 {

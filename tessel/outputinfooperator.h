@@ -13,54 +13,57 @@
 /// The outputs of a device: their list, enable, resolution, offset and mapping to pipelines.
 ///
 /// The list of outputs is cached per device. An event "change" of "outputsInfo" refreshes it without any
-/// signal: readers get the new list with their next read. A logout drops it; a failed read or refresh leaves
-/// it. Writes do not touch it.
+/// signal: the next read returns the new list. A logout drops it; a failed read or refresh leaves it
+/// unchanged. Writes do not touch it.
 ///
-/// Operations block their caller and return whether the device answered; unless told otherwise an output is
-/// replaced, by an empty one on failure. The reads belong on the object's thread, that of the first
-/// getInstance(); the writes may run on any thread once the route table is there (AllUrlResource).
+/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
+/// are replaced, and emptied on failure. Call the reads on the object's thread, that of the first
+/// getInstance(); the writes may run on any thread once the route table exists (see AllUrlResource).
 class TESSEL_EXPORT OutputInfoOperator : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static OutputInfoOperator* getInstance();
 
-    /// Acts on events and answers reads from the cache; the state after construction.
+    /// Reacts to events and answers reads from the cache. This is the initial state.
     void startWatch();
-    /// Ignores events and sends every read to the device. Keeps the cache.
+    /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Loads the list of the device's outputs into the cache unless it is there; with @p force in any case.
+    /// Loads the list of the device's outputs into the cache unless it is cached; @p force loads it in any
+    /// case.
     bool getAllOutputsInfo(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and stays as it was on failure.
+    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
     bool getAllOutputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
     /// The first output of the list whose member `id` equals @p id. @return whether there is one; @p result
-    /// stays as it was on `false`.
+    /// is left unchanged on `false`.
     bool getOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Writes the records of all outputs.
     bool setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& list,
                            QMap<QString, QVariant>& result);
-    /// Maps all outputs to pipelines. Reads @p params only.
+    // Quirk: Settings taken by reference are not changed.
+    /// Maps all outputs to pipelines. Leaves @p params unchanged.
     bool setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& params,
                                   QMap<QString, QVariant>& result);
-    /// Writes the whole record of an output. Reads @p params only.
+    /// Writes the whole record of an output. Leaves @p params unchanged.
     bool setOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
                        QMap<QString, QVariant>& result);
-    /// Switches an output on or off. Reads @p params only.
+    /// Switches an output on or off. Leaves @p params unchanged.
     bool setOutputEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
                          QMap<QString, QVariant>& result);
-    /// Sets the resolution of an output. Reads @p params only.
+    /// Sets the resolution of an output. Leaves @p params unchanged.
     bool setOutputResolution(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
                              QMap<QString, QVariant>& result);
-    /// Sets the offset of an output. Reads @p params only.
+    /// Sets the offset of an output. Leaves @p params unchanged.
     bool setOutputOffset(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
                          QMap<QString, QVariant>& result);
-    /// Maps an output to a pipeline. Reads @p params only.
+    /// Maps an output to a pipeline. Leaves @p params unchanged.
     bool setOutputPipeMapping(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
                               QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
+    // Quirk: A signal that nothing raises stays declared.
     /// Never raised.
     void needGetAllInputsInfo();
 
@@ -72,7 +75,8 @@ private:
     void onEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    QMutex m_mutex; // locked by nothing: all access comes from the object's thread
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_outputsInfo; // by device key
 
     static OutputInfoOperator* m_pInstance;

@@ -19,7 +19,7 @@ PipeInfo* PipeInfo::getInstance()
     return m_pInstance;
 }
 
-// No listener for logouts, which is wanted: an entry outlives its device.
+// Quirk: Pipelines know neither logout nor watch switch.
 PipeInfo::PipeInfo(QObject* parent)
     : QObject(parent)
 {
@@ -28,7 +28,8 @@ PipeInfo::PipeInfo(QObject* parent)
 
 PipeInfo::~PipeInfo() = default;
 
-// The device capitalises this event's members.
+// Quirk: The event of pipelines has capitals of its own.
+// Quirk: The event of pipelines is followed by a blocking read.
 void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
@@ -38,7 +39,7 @@ void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
     }
 }
 
-// The signal is raised with the lock held, which is wanted.
+// Quirk: The signal of pipelines is raised with the lock held. A read raises it as well as an event.
 bool PipeInfo::getDevicePipes(const QString& deviceKey, bool force)
 {
     return cached(m_pipesInfo, deviceKey, force, &m_mutex) ||
@@ -47,6 +48,7 @@ bool PipeInfo::getDevicePipes(const QString& deviceKey, bool force)
            });
 }
 
+// Quirk: The cached pipelines are copied without the lock. The operation below does so as well.
 bool PipeInfo::getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
     return outputFromCache(getDevicePipes(deviceKey, force), m_pipesInfo, deviceKey, result);
@@ -63,6 +65,7 @@ bool PipeInfo::getDeviceOnePipeHandleParameters(const QString& deviceKey, const 
     return Request("Device_PipeHandleParameters").placeHolder("id", id).get(deviceKey, result);
 }
 
+// Quirk: Some lists come as parsed, others flattened. The group reads below are as parsed.
 bool PipeInfo::getDeviceOnePipeGroupScreenIds(const QString& deviceKey, const QString& id,
                                               QList<QVariant>& result)
 {
@@ -77,7 +80,7 @@ bool PipeInfo::getDeviceOnePipeGroupScreenRelativePoint(const QString& deviceKey
         .get(deviceKey, asParsed(result));
 }
 
-// The route table has no such key, which is wanted.
+// Quirk: An operation without a route sends its request with an empty path.
 bool PipeInfo::getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result)
 {
     return Request("Device_GroupScreenInfo").get(deviceKey, asParsed(result));
@@ -89,7 +92,7 @@ bool PipeInfo::putDevicePipes(const QString& deviceKey, const QList<QVariant>& l
     return Request("Device_Pipes").body(list).put(deviceKey, result);
 }
 
-// A setting of the whole device, in spite of its name.
+// Quirk: The 3D signal delay of a pipeline is that of the whole device.
 bool PipeInfo::putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey,
                                                      const QMap<QString, QVariant>& params,
                                                      QMap<QString, QVariant>& result)
@@ -136,6 +139,7 @@ bool PipeInfo::putDeviceOnePipethreeDSwitch(const QString& deviceKey, const QStr
     return Request("Device_PipeThreeDSwitch").placeHolder("id", id).body(params).put(deviceKey, result);
 }
 
+// Quirk: Three 3D operations of a pipeline have paths of other names.
 bool PipeInfo::putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& params,
                                           QMap<QString, QVariant>& result)
@@ -143,7 +147,7 @@ bool PipeInfo::putDeviceOnePipethreeDType(const QString& deviceKey, const QStrin
     return Request("Device_PipeThreeDType").placeHolder("id", id).body(params).put(deviceKey, result);
 }
 
-// The route table has no such key, which is wanted.
+// Quirk: An operation without a route sends its request with an empty path.
 bool PipeInfo::putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& params,
                                                 QMap<QString, QVariant>& result)
@@ -158,6 +162,7 @@ bool PipeInfo::putDeviceOnePipethreeDEyepriority(const QString& deviceKey, const
     return Request("Device_PipeThreeDEyepriority").placeHolder("id", id).body(params).put(deviceKey, result);
 }
 
+// Quirk: Three 3D operations of a pipeline have paths of other names.
 bool PipeInfo::putDeviceOnePipethreeDSourcenadj(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& params,
                                                 QMap<QString, QVariant>& result)

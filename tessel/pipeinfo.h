@@ -14,27 +14,28 @@
 /// the output: their list and their settings.
 ///
 /// The list of pipelines is cached per device and stays after a logout. An event "Change" of "PipeLineInfo"
-/// reads it anew, blocking the object's thread for the exchange; there is no switch that turns events off. A
-/// failed read leaves the cache. Writes do not touch it: they show once the device reported its change.
+/// fetches it again, blocking the object's thread for the exchange; there is no switch to ignore events. A
+/// failed read leaves the cache unchanged. Writes do not touch it: they become visible once the device has
+/// reported the change.
 ///
-/// Operations block their caller and return whether the device answered; unless told otherwise an output is
-/// replaced, by an empty one on failure. Writes concern one pipeline unless told otherwise, and may run on
-/// any thread once the route table is there (AllUrlResource). The reads that copy out of the cached list
-/// belong on the object's thread, that of the first getInstance().
+/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
+/// are replaced, and emptied on failure. Writes concern one pipeline unless stated otherwise, and may run on
+/// any thread once the route table exists (see AllUrlResource). Call the reads that copy from the cached list
+/// on the object's thread, that of the first getInstance().
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static PipeInfo* getInstance();
 
-    /// Loads the list of the device's pipelines into the cache unless it is there; with @p force in any case.
-    /// May run on any thread.
+    /// Loads the list of the device's pipelines into the cache unless it is cached; @p force loads it in any
+    /// case. May run on any thread.
     bool getDevicePipes(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and stays as it was on failure.
+    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
     bool getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force);
     /// The first pipeline of the list whose member `id` equals @p id. @return whether there is one; @p result
-    /// stays as it was on `false`.
+    /// is left unchanged on `false`.
     bool getDeviceOnePipe(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// The image handling parameters of a pipeline.
     bool getDeviceOnePipeHandleParameters(const QString& deviceKey, const QString& id,
@@ -44,13 +45,14 @@ public:
     /// The relative points of the screens grouped on a pipeline, as parsed.
     bool getDeviceOnePipeGroupScreenRelativePoint(const QString& deviceKey, const QString& id,
                                                   QList<QVariant>& result);
-    /// The grouped screens of a device, as parsed. No route leads there: the request goes out without a path
-    /// and fails.
+    /// The grouped screens of a device, as parsed. Always fails: it has no route, so the request goes out
+    /// with an empty path.
     bool getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result);
 
     /// Writes the records of all pipelines.
     bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& list,
                         QMap<QString, QVariant>& result);
+    // Quirk: Misspelt names are part of the interface.
     /// Sets the delay time of the 3D signal, for the whole device.
     bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey,
                                                const QMap<QString, QVariant>& params,
@@ -77,7 +79,7 @@ public:
     /// Sets the 3D type, on the path of the 3D source mode.
     bool putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
-    /// Sets the 3D source mode. No route leads there: the request goes out without a path and fails.
+    /// Sets the 3D source mode. Always fails: it has no route, so the request goes out with an empty path.
     bool putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& params,
                                           QMap<QString, QVariant>& result);
@@ -163,11 +165,11 @@ public:
     bool putDeviceOnePipeStartImageTime(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& params,
                                         QMap<QString, QVariant>& result);
-    /// Sets what shows while the cable is disconnected.
+    /// Sets what is shown while the cable is disconnected.
     bool putDeviceOnePipeCableDisconnect(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& params,
                                          QMap<QString, QVariant>& result);
-    /// Sets what shows while there is no DVI signal.
+    /// Sets what is shown while there is no DVI signal.
     bool putDeviceOnePipeDVINoSignal(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
     /// Switches zoom on or off.
@@ -198,9 +200,9 @@ public:
                                          QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
+    // Quirk: Some signals of a change name no device.
     /// A read or an event stored a list, changed or not. Raised on the reading thread with the cache's lock
-    /// held: a slot connected directly that calls getDevicePipes() or getDeviceOnePipe() would wait for
-    /// itself for ever.
+    /// held: a slot connected directly that calls getDevicePipes() or getDeviceOnePipe() would deadlock.
     void signal_sendDataChanged();
 
 private:

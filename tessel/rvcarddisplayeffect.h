@@ -10,17 +10,17 @@
 
 /// What the receiving card of a cabinet reports about its display effect.
 ///
-/// No cache, no events. The operation blocks its caller and may run on any thread once the route table is
-/// there (AllUrlResource); the first getInstance() comes from one thread at a time.
+/// No cache, no events. The operation blocks its caller and may run on any thread once the route table exists
+/// (see AllUrlResource); the first getInstance() must not race with another.
 class TESSEL_EXPORT RvCardDisplayEffect : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static RvCardDisplayEffect* getInstance();
 
-    /// The display gain data of a cabinet. @return whether the device answered; @p result is replaced, by an
-    /// empty one on failure.
+    /// The display gain data of a cabinet. @return whether the exchange succeeded; @p result is replaced, and
+    /// emptied on failure.
     bool getDisplayGainData(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
 
 private:

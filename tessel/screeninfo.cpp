@@ -16,12 +16,14 @@ using Tessel::Request;
 
 namespace {
 
-// The route that an explicit load takes; events and the typed read keep to the single form on every device.
+// The route of an explicit load.
+// Quirk: A refresh asks otherwise than a read. Events and the typed read use the single-screen route, without
+// parameters, on every device.
 const char* screensRoute(const QString& deviceKey)
 {
     if (!HWInfo::getInstance()->getHwProtoc(deviceKey, false))
         return "Device_AllScreens";
-    // Applications look for this very line.
+    // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "------------xxxx---------------------";
     return "Device_Mult_AllScreens";
 }
@@ -65,6 +67,7 @@ bool ScreenInfo::getScreens(const QString& deviceKey, bool force)
                .fetch(deviceKey, m_screens);
 }
 
+// Quirk: Screens are added to what the output holds.
 bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
                             bool perScreen)
 {
@@ -96,7 +99,7 @@ bool ScreenInfo::postScreens(const QString& deviceKey, QMap<QString, QVariant>& 
     return Request("Device_AllScreens").body(body).postNoReply(deviceKey, reply);
 }
 
-// Unlike the reads through the cache, a failure empties the cached tags too.
+// Quirk: A failed read of the screen tags empties their cache.
 bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply)
 {
     const bool answered = Request("ScreenHwScreenTag").get(deviceKey, reply);
@@ -104,6 +107,7 @@ bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVar
     return answered;
 }
 
+// Quirk: Some writes that are not waited for always report success.
 bool ScreenInfo::putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                     QMap<QString, QVariant>&)
 {
@@ -111,7 +115,7 @@ bool ScreenInfo::putHWInfoScreenTag(const QString& deviceKey, const QMap<QString
     return true;
 }
 
-// The properties stay: a device that logs in again finds them still cached.
+// Quirk: The properties of a screen outlive a logout.
 void ScreenInfo::onDeviceLogout(const QString& deviceKey)
 {
     m_screens.remove(deviceKey);

@@ -27,47 +27,48 @@ struct ScreenProperty;
 /// The screens of a device: their list, their display properties, and the pictures put on them.
 ///
 /// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
-/// are the device's: they pass through unread unless an operation says otherwise. An operation returns
-/// whether the device answered; an output is replaced, by an empty one on failure.
+/// are defined by the device and pass through unread unless an operation says otherwise. An operation returns
+/// whether the exchange succeeded; outputs are replaced, and emptied on failure.
 ///
 /// Cache. The screen list and the screen tags of a device stay until it logs out. The properties of a screen
-/// stay for the life of the process, a logout included. A read with `force` asks the device whatever the
+/// stay for the life of the process, even across a logout. A read with `force` asks the device whatever the
 /// cache holds, and on failure leaves cache and output as they were. Of the properties, only a forced read
-/// and the writes that say so renew the cached value.
+/// and the writes that say so update the cached value.
 ///
-/// Events. While watching, a device's "screensInfo" and "screensTagInfo" events renew list and tags in the
+/// Events. While watching, a device's "screensInfo" and "screensTagInfo" events refresh list and tags in the
 /// background; "screenName" is passed on. While not watching, events are dropped and the screen list is
 /// always read from the device.
 ///
-/// Threads. Caches belong to the thread of the first getInstance(), on which the handlers run and every
-/// operation has to be called. Blocking operations hold no lock while they wait.
+/// Threads. Call every operation on the thread of the first getInstance(), which owns the caches and runs the
+/// handlers. Blocking operations hold no lock while they wait.
 class TESSEL_EXPORT ScreenInfo : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of the process, created on first use and never deleted.
+    /// The process-wide instance, created on first use and never deleted.
     static ScreenInfo* getInstance();
 
-    /// Acts on events and answers the screen list from the cache again; what was missed is not caught up.
+    /// Reacts to events and answers the screen list from the cache again; missed events are not made up for.
     void startWatch();
-    /// Drops events from now on; the caches keep what they hold.
+    /// Ignores events and reads the screen list from the device every time. The caches keep their entries.
     void shutDownWatch();
 
     /// Makes sure that the screen list of the device is loaded.
     bool getScreens(const QString& deviceKey, bool force);
     /// The same, then adds the screens to @p out by their id: with @p perScreen each element of the lists in
-    /// the device's reply, otherwise the reply as a whole. What @p out holds besides stays.
+    /// the device's reply, otherwise the reply as a whole. Other entries of @p out stay.
     bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
                     bool perScreen);
-    /// Reads a typed screen, past the cache. Rejects with the text "arguments error" when @p deviceKey is
-    /// empty, with QPromiseUndefinedException when the device did not answer well.
+    /// Reads a typed screen, bypassing the cache. Rejects with the text "arguments error" when @p deviceKey
+    /// is empty, with QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or its
+    /// `code` is not zero.
     QtPromise::QPromise<Tessel::ScreensInfo> getScreens2(const QString& deviceKey);
-    /// Posts @p body to the screens. Does not wait: `true` and an empty @p reply say that nothing was
-    /// answered yet.
+    /// Posts @p body to the screens. Does not wait: returns `true` and an empty @p reply, since no reply has
+    /// arrived yet.
     bool postScreens(const QString& deviceKey, QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Reads the screen tags into @p reply and the cache, both empty on failure.
     bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply);
-    /// Writes the screen tags. Does not wait: always `true`, @p reply stays as it was.
+    /// Writes the screen tags. Does not wait: always `true`, @p reply is left unchanged.
     bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
 
@@ -117,7 +118,7 @@ public:
     /// the device.
     bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
                                             QMap<QString, QVariant>& out, bool force);
-    /// Reads the colour temperature; @p map goes out as the body and comes back as the reply. The flag is
+    /// Reads the colour temperature; @p map is sent as the body and then replaced by the reply. The flag is
     /// ignored.
     bool getColorTemperature(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map,
                              bool);
@@ -126,38 +127,38 @@ public:
                                  QMap<QString, QVariant>& reply);
     /// Reads the mode of the extended bit depth. Not reentrant.
     bool getXbitMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
-    /// Not in use: `false`, and nothing happens.
+    /// Not in use: does nothing and returns `false`.
     bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
 
-    /// Reads the brightness into `brightness` (`uint`), unscaled. Unless the cache answers, looks at the
-    /// device's cabinets first, and asks the device for them when CabinetInfoOperator has none cached.
-    /// Without cabinets, or when they cannot be read, the brightness is not asked for: `true`, and what the
-    /// cache holds, or 0, which is cached from then on.
+    /// Reads the brightness into `brightness` (`uint`), unscaled. Unless the value is cached, looks at the
+    /// device's cabinets first and fetches them when CabinetInfoOperator has none cached. Without cabinets,
+    /// or when they cannot be read, the brightness is not read: returns `true` and the cached value, or else
+    /// 0, which is cached from then on.
     bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
                        bool force);
-    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the newer protocol, and
-    /// sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may wait;
-    /// without cabinets, or when they cannot be read, `true`, and @p params is neither changed nor sent. The
-    /// write itself does not wait; it renews the cache once the device agreed.
+    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the multi-screen protocol,
+    /// and sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may block;
+    /// without cabinets, or when they cannot be read, returns `true` and neither changes nor sends @p params.
+    /// The write itself does not wait; it updates the cache once the device has accepted it.
     /// @return whether the request was started.
     bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
                        int brightness);
     /// Reads the brightness mode.
     bool getBrightnessMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
-    /// Sets the brightness mode. Does not wait: `true` and an empty @p reply say that nothing was answered
-    /// yet.
+    /// Sets the brightness mode. Does not wait: returns `true` and an empty @p reply, since no reply has
+    /// arrived yet.
     bool setBrightnessMode(const QString& deviceKey, const QString& screenId,
                            const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Reads the brightness of the colours; @p map goes out as the body and comes back as the reply.
+    /// Reads the brightness of the colours; @p map is sent as the body and then replaced by the reply.
     bool getBrightnessRgb(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map);
     /// Sets the brightness of the colours.
     bool setBrightnessRgb(const QString& deviceKey, const QString& screenId,
                           const QMap<QString, QVariant>& body);
-    /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); one the device
-    /// lacks is 0.
+    /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); a missing channel
+    /// reads as 0.
     bool getSingleGamma(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
                         bool force);
-    /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and renews the cache.
+    /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and updates the cache.
     bool setOneGamma(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
     /// Reads the gamma table.
     bool getGammaAllList(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
@@ -165,35 +166,36 @@ public:
     bool setGammaTable(const QString& deviceKey, const QString& screenId,
                        const QMap<QString, QVariant>& body);
     /// Reads the gamma curve that the six members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
-    /// `qualityMode` and `gammaMode` of @p params describe; one that is missing goes out empty.
+    /// `qualityMode` and `gammaMode` of @p params describe; missing ones go out empty.
     bool getGammaCurve(const QString& deviceKey, const QString& screenId, QMap<QString, QString> params,
                        QList<QVariant>& out);
     /// Reads the gray scale.
     bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
 
-    /// Sets the 18-bit switch from member `enable`. Does not wait; renews the cache once the device agreed.
+    /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the device has
+    /// accepted it.
     /// @return whether the request was started.
     bool set18bit(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Sets the low-latency switch from member `enable`. Does not wait; renews the cache once the device
-    /// agreed.
+    /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the device has
+    /// accepted it.
     /// @return whether the request was started.
     bool setLowLatency(const QString& deviceKey, const QString& screenId,
                        const QMap<QString, QVariant>& body);
-    /// Sets the uniform-display switch from member `enable`. Does not wait; renews the cache once the device
-    /// agreed.
+    /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the device
+    /// has accepted it.
     /// @return whether the request was started.
     bool setUniformDisplay(const QString& deviceKey, const QString& screenId,
                            const QMap<QString, QVariant>& body);
-    /// Sets the colour gamut from member `gamut`. Does not wait; renews the cache once the device agreed; @p
-    /// reply stays as it was. @return whether the request was started.
+    /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the device has
+    /// accepted it; @p reply is left unchanged. @return whether the request was started.
     bool setGamut(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& reply);
 
     /// @name HDR and 3D, on one screen and on several at once
-    /// The cached properties stay as they were. On several screens the requests run in parallel, `false` says
-    /// that any of them failed, and `results` is left as it was. Other events of the thread are delivered
-    /// meanwhile, so operators may be re-entered. Without ids the call waits until something else quits its
-    /// event loop.
+    /// The cached properties stay as they were. On several screens the requests run in parallel, `false`
+    /// means that at least one failed, and `results` is left unchanged. Other events of the thread are
+    /// delivered meanwhile, so operators may be re-entered. Without ids the call blocks until something else
+    /// quits its event loop.
     /// @{
     /// Sets the HDR switch.
     bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
@@ -289,6 +291,7 @@ public:
     /// Shows a colour.
     bool setScreenColor(const QString& deviceKey, const QString& screenId,
                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    // Quirk: Settings taken by reference are not changed.
     /// Changes a source colour to a target colour.
     bool setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
@@ -316,17 +319,17 @@ public:
     /// Triggers the colour replacement.
     bool triggerColorReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
-    /// Saves the colour temperature. Does not wait: `true` and an empty @p reply say that
-    /// nothing was answered yet.
+    /// Saves the colour temperature. Does not wait: returns `true` and an empty @p reply, since no reply has
+    /// arrived yet.
     bool saveColorTemperature(const QString& deviceKey, const QString& screenId,
                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the colour temperature. Does not wait: `true` says that nothing was answered yet.
+    /// Sets the colour temperature. Does not wait: returns `true`, since no reply has arrived yet.
     bool setColorTemperature(const QString& deviceKey, const QString& screenId,
                              const QMap<QString, QVariant>& body);
 
     /// @name On the device as a whole
-    /// Those that do not wait return `true` and an empty reply, which say that nothing was answered yet.
-    /// Those that have no path send a request without one, which does nothing.
+    /// Those that do not wait return `true` and an empty reply, since no reply has arrived yet. Those without
+    /// a route send a request with an empty path, which has no effect.
     /// @{
     /// Writes the data of a colour switch; does not wait.
     bool putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -340,51 +343,52 @@ public:
     /// Shows or hides lines; does not wait.
     bool putShowlineState(const QString& deviceKey, const QMap<QString, QVariant>& body,
                           QMap<QString, QVariant>& reply);
-    /// Adjusts the colour; does not wait, has no path.
+    /// Adjusts the colour; does not wait, has no route.
     bool setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
                     QMap<QString, QVariant>& reply);
-    /// Shows the normal picture; does not wait, has no path.
+    // Quirk: Misspelt names are part of the interface.
+    /// Shows the normal picture; does not wait, has no route.
     bool setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
-    /// Puts a mouse mark on the screen; does not wait, has no path.
+    /// Puts a mouse mark on the screen; does not wait, has no route.
     bool setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
                           QMap<QString, QVariant>& reply);
-    /// Enters the hardware mode; does not wait, has no path.
+    /// Enters the hardware mode; does not wait, has no route.
     bool setScreemHWMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
-    /// Sets the state of lines; does not wait, has no path.
+    /// Sets the state of lines; does not wait, has no route.
     bool setScreenLineState(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
-    /// Sets the state of regions; does not wait, has no path.
+    /// Sets the state of regions; does not wait, has no route.
     bool setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// Clears the chosen lines; has no path.
+    /// Clears the chosen lines; has no route.
     bool setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,
                            QMap<QString, QVariant>& reply);
-    /// Shows or hides the chosen lines; has no path.
+    /// Shows or hides the chosen lines; has no route.
     bool setIsShowLinestate(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// @}
 
     /// Sets the mode of the extended bit depth.
     bool setXbitMode(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Not in use: `false`, and nothing happens.
+    /// Not in use: does nothing and returns `false`.
     bool setFineGray(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Uploads a NICC file as it is; an empty @p screenId is not sent.
+    /// Uploads a NICC file unchanged; an empty @p screenId is not sent.
     bool uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data);
-    /// Asks whether the device tells its NICC state; the state itself and @p params are not looked at. An
-    /// empty @p screenId is not sent.
+    /// Asks the device for its NICC state and returns whether the exchange succeeded; the state itself is
+    /// dropped and @p params is ignored. An empty @p screenId is not sent.
     bool getNiccState(const QString& deviceKey, const QString& screenId,
                       const QMap<QString, QVariant>& params);
 
-    /// Sets the boot image; has no path.
+    /// Sets the boot image; has no route.
     bool putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the position of the boot image; has no path.
+    /// Sets the position of the boot image; has no route.
     bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
-    /// Sets the region of the boot image; has no path.
+    /// Sets the region of the boot image; has no route.
     bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets how long the boot image stays.
@@ -423,15 +427,15 @@ public:
     bool setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
     /// Fills a @p package of the application's own for setPixelImageMode(): path, body and time limit for the
-    /// device that the package names, given before by the package's setDevkey(); one that names none gets the
+    /// device that the package names, set beforehand with the package's setDevkey(); without one it gets the
     /// single-screen path. Sends nothing; the application does.
     void getPixelImageMode(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
                            const QMap<QString, QVariant>& body);
     /// Draws a checkerboard for a correction. Takes up to 20 s.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// The same with the response's headers, their names as the device spells them; by the single-screen
-    /// route on every device.
+    /// The same with the response's headers, their names as the device spells them; always on the
+    /// single-screen route.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply, QMap<QString, QString>& headers);
     /// Draws a rectangle for a correction. Takes up to 20 s.
@@ -441,21 +445,24 @@ public:
     bool setCorrectClearImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
     /// Draws pixels for a correction on several devices at once: each of @p items goes, as a body, to the
-    /// device that its member `devKey` names. Other events of the thread but the user's input are delivered
-    /// meanwhile. @p reply stays as it was. @return whether all answered well within 20 s; without items
-    /// `false` and a critical log line.
+    /// device that its member `devKey` names. Meanwhile other events of the thread are delivered, except the
+    /// user's input. @p reply is left unchanged. @return whether all requests succeeded within 20 s; without
+    /// items `false`, with a critical log line.
     bool setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items, QMap<QString, QVariant>& reply);
     /// The same with checkerboards.
     bool setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
                                   QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
-    /// An event renewed the device's screen list. On this object's thread, after the cache was replaced.
+    /// An event refreshed the device's screen list. On this object's thread, after the cache was replaced.
     void signal_screenDataChanged(const QString& deviceKey);
-    /// An event renewed the device's screen tags. On this object's thread, after the cache was replaced.
+    /// An event refreshed the device's screen tags. On this object's thread, after the cache was replaced.
     void signal_screenTagChanged(const QString& deviceKey);
-    /// A device told the new @p name of its screen, never empty; nothing is cached. On this object's thread.
+    // Quirk: A pushed name leaves the cache as it was.
+    /// The device reported a new @p name for its screen, never empty; nothing is cached. On this object's
+    /// thread.
     void signal_screenNameChanged(const QString& deviceKey, const QString& name);
+    // Quirk: A signal that nothing raises stays declared.
     /// Never raised.
     void needGetAllInputsInfo();
 
@@ -504,12 +511,13 @@ private:
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    QMutex m_mutex; // held while a read looks at its reply and stores properties
+    QMutex m_mutex; // held while a read stores properties from its reply
     QMap<QString, QMap<QString, QVariant>> m_screens;
     QMap<QString, QMap<QString, QVariant>> m_screenTags;
-    // Held while the property cache is asked and while an accepted write stores into it: not the mutex of the
-    // reads, so that a test and a store may overlap. Wanted so; neither is held across a request, and never
-    // both.
+    // Held while the property cache is searched and while an accepted write stores into it. Neither mutex is
+    // held across a request, and never both.
+    //
+    // Quirk: Two mutexes guard the cached properties. A test and a store may overlap.
     QMutex m_propertyMutex;
     // device, screen, cache key
     QMap<QString, QMap<QString, QMap<QString, QVariant>>> m_screenProperties;

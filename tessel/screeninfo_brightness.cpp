@@ -20,7 +20,8 @@ constexpr ScreenProperty brightnessProperty{"brightness", readAs<uint>, "brightn
 
 // A gamma on the wire is {"type": channel, "gamma": value}; the cache has a key per channel.
 constexpr const char* gammaChannels[] = {"gamma.0", "gamma.1", "gamma.2"};
-constexpr int allGammaChannels = 3; // on a write alone
+// Quirk: Gamma type 3 sets all channels and is skipped on reading.
+constexpr int allGammaChannels = 3;
 constexpr ScreenProperty rGamma{"rGamma", readAs<double>, gammaChannels[0]};
 constexpr ScreenProperty gGamma{"gGamma", readAs<double>, gammaChannels[1]};
 constexpr ScreenProperty bGamma{"bGamma", readAs<double>, gammaChannels[2]};
@@ -35,7 +36,8 @@ const char* gammaTableRoute(const QString& deviceKey)
     return routeByProtocol(deviceKey, "ScreenGammaTable", "MultScreenGammaTable");
 }
 
-// A screen without cabinets has no brightness. The line names the write for the read as well.
+// Quirk: The brightness of a screen without cabinets counts as read and set.
+// Quirk: Log lines that read like leftovers are fixed. This one names the write for the read as well.
 bool hasCabinets(const QString& deviceKey)
 {
     QList<QVariant> cabinets;
@@ -57,7 +59,7 @@ double gammaValue(const QMap<QString, QVariant>& gamma)
 
 } // namespace
 
-// Without cabinets the read is well and stores nothing.
+// Quirk: An id goes along although the path has no place for it. So does the write.
 bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId, bool force)
 {
     return knowsProperties({brightnessProperty.cacheKey}, deviceKey, screenId, force) ||
@@ -73,7 +75,7 @@ bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId
            outputProperties({brightnessProperty}, deviceKey, screenId, out);
 }
 
-// The newer protocol takes the integral quotient by 255, which no read multiplies back. Wanted.
+// Quirk: The multi-screen protocol is sent the brightness divided by 255. No read multiplies it back.
 bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QVariant>& params, int brightness)
 {
@@ -100,7 +102,8 @@ bool ScreenInfo::setBrightnessMode(const QString& deviceKey, const QString& scre
         .putNoReply(deviceKey, reply);
 }
 
-// What `map` holds goes out as the body of the GET.
+// Quirk: Two reads send the caller's map as the body of a GET.
+// Quirk: Some operations return the reply in the map that they send.
 bool ScreenInfo::getBrightnessRgb(const QString& deviceKey, const QString& screenId,
                                   QMap<QString, QVariant>& map)
 {
@@ -151,7 +154,7 @@ bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,
         for (const char* channel : gammaChannels)
             known[QLatin1String(channel)] = gammaValue(body);
     } else {
-        // Whatever the type is: nothing reads the others.
+        // Quirk: Any type of gamma is cached, though only three are read.
         known[QStringLiteral("gamma.%1").arg(type)] = gammaValue(body);
     }
     return true;
@@ -169,6 +172,7 @@ bool ScreenInfo::setGammaTable(const QString& deviceKey, const QString& screenId
     return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey);
 }
 
+// Quirk: All six parameters of a gamma curve go out, missing ones empty.
 bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QString> params, QList<QVariant>& out)
 {

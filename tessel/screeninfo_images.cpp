@@ -35,7 +35,7 @@ const char* checkerBoardRoute(const QString& deviceKey)
 
 } // namespace
 
-// The table lacks the three keys of the boot image itself. Wanted.
+// Quirk: An operation without a route sends its request with an empty path. So do the two below.
 bool ScreenInfo::putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
                                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
@@ -75,11 +75,12 @@ bool ScreenInfo::putScreenPreStoreImage(const QString& deviceKey, const QString&
     return Request("ScreenPrestoreImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
 }
 
-// The one multipart body that goes out through the plain verb.
+// Quirk: One form goes out through the plain verb.
 bool ScreenInfo::putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
                                             const QMap<QString, QVariant>& parts,
                                             QMap<QString, QVariant>& reply)
 {
+    // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "putPrestoreImageApplyToAll" << parts;
     return MultipartRequest("ScreenPrestoreImageApplay", parts)
         .placeHolder("id", screenId)
@@ -96,6 +97,7 @@ bool ScreenInfo::putScreenSolid(const QString& deviceKey, const QString& screenI
         .put(deviceKey, reply);
 }
 
+// Quirk: The solid colour of the colour space is a query parameter.
 bool ScreenInfo::setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
                                     QMap<QString, QVariant>& reply)
 {
@@ -117,13 +119,14 @@ bool ScreenInfo::putDeviceTestModeDisable(const QString& deviceKey, const QStrin
     return Request("ScreenTxTestPatternDisable").placeHolder("id", screenId).put(deviceKey, reply);
 }
 
-// The path's place for an id stays unfilled. Wanted.
+// Quirk: Some placeholders of paths go out unfilled.
 bool ScreenInfo::putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                     QMap<QString, QVariant>& reply)
 {
     return Request("ReceiveTestMode").body(body).put(deviceKey, reply);
 }
 
+// Quirk: Two classes write the same routes with different time limits.
 bool ScreenInfo::setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply)
 {
@@ -136,6 +139,7 @@ bool ScreenInfo::setPixelImageMode(const QString& deviceKey, const QMap<QString,
     return Request(modeRoute(deviceKey)).body(body).expectedTime(10000).put(deviceKey, reply);
 }
 
+// Quirk: Operations named get fill a package and send nothing.
 void ScreenInfo::getPixelImageMode(HttpJsonPackage* package, const QMap<QString, QVariant>& body)
 {
     package->setUrl(routePath(modeRoute(package->getDevkey())));
@@ -149,7 +153,7 @@ bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QStri
     return Request(checkerBoardRoute(deviceKey)).body(body).expectedTime(20000).put(deviceKey, reply);
 }
 
-// Keeps to the single form on every device, as do the two below.
+// Quirk: Some operations use the single-screen route on every device. So do the two below.
 bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                       QMap<QString, QVariant>& reply, QMap<QString, QString>& headers)
 {
@@ -171,6 +175,7 @@ bool ScreenInfo::setCorrectClearImage(const QString& deviceKey, const QMap<QStri
     return Request("HwScreen_CorrectClear").body(body).put(deviceKey, reply);
 }
 
+// Quirk: Writes to several at once leave their results as they were. So does the one below.
 bool ScreenInfo::setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items,
                                    QMap<QString, QVariant>&)
 {

@@ -18,7 +18,7 @@ using Tessel::xbit;
 
 namespace {
 
-// The writes of these renew nothing in the cache.
+// Quirk: HDR and 3D writes leave the cached properties as they were.
 constexpr ScreenProperty hdrSwitch{"enable", readAs<bool>, "hdrSwitch"};
 constexpr ScreenProperty hdrMode{"mode", readAs<int>, "hdrMode"};
 constexpr ScreenProperty hlgMode{"hlgMode", readAs<int>, "hlgMode"};
@@ -104,7 +104,7 @@ bool ScreenInfo::getThreeDDepthField(const QString& deviceKey, const QString& sc
     return readProperty("Screen3DFieldDepth", threeDDepthField, deviceKey, screenId, force);
 }
 
-// Asks the cache for a key that nothing stores, so the device answers every time. Wanted.
+// Quirk: The offset of the right eye is never answered from the cache. Nothing stores the key.
 bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force)
 {
     return knowsProperties({"threeDStartposition"}, deviceKey, screenId, force) ||
@@ -212,21 +212,23 @@ bool ScreenInfo::getDeviceScreenthreeDStartposition(const QString& deviceKey, co
            outputProperties({threeDStartpositionX, threeDStartpositionY}, deviceKey, screenId, out);
 }
 
-// What `map` holds goes out as the body of the GET.
+// Quirk: Two reads send the caller's map as the body of a GET.
+// Quirk: Some operations return the reply in the map that they send.
+// Quirk: Some arguments are accepted and ignored.
 bool ScreenInfo::getColorTemperature(const QString& deviceKey, const QString& screenId,
                                      QMap<QString, QVariant>& map, bool)
 {
     return Request("ScreenColorTemperature").placeHolder("id", screenId).body(map).get(deviceKey, map);
 }
 
-// The path has no place for the id, which is named all the same.
+// Quirk: An id goes along although the path has no place for it.
 bool ScreenInfo::getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
                                          QMap<QString, QVariant>& reply)
 {
     return Request("ScreenColorSpaceInfo").placeHolder("id", screenId).get(deviceKey, reply);
 }
 
-// The latest request stays alive until the next call. Wanted.
+// Quirk: The latest read of the XBit mode keeps its package.
 bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& screenId,
                              QMap<QString, QVariant>& reply)
 {
@@ -236,7 +238,7 @@ bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& screenId,
     return retained->placeHolder("id", screenId).get(deviceKey, reply);
 }
 
-// Fine gray is not in use: its route stands in the table, and nothing asks it.
+// Quirk: Some operations do nothing and stay exported.
 bool ScreenInfo::getFineGray(const QString&, const QString&, bool)
 {
     return false;
@@ -254,6 +256,7 @@ bool ScreenInfo::readProperty(const char* routeKey, const ScreenProperty& proper
            fetchProperties(routeKey, {property}, deviceKey, screenId);
 }
 
+// Quirk: Cached properties never expire. Neither the watch switch nor an event changes that.
 bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
                                  const QString& screenId, bool force)
 {
@@ -265,6 +268,7 @@ bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, c
                        [&known](const char* key) { return known.contains(QLatin1String(key)); });
 }
 
+// Quirk: A property that the reply lacks is cached as 0.
 bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<ScreenProperty> properties,
                                  const QString& deviceKey, const QString& screenId)
 {
@@ -283,7 +287,7 @@ bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<Scr
 bool ScreenInfo::outputProperties(std::initializer_list<ScreenProperty> properties, const QString& deviceKey,
                                   const QString& screenId, QMap<QString, QVariant>& out)
 {
-    // A property that is not cached becomes one without value, and counts as cached from then on. Wanted.
+    // Quirk: Reading out a property that is not cached makes it cached. It has no value then.
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
     QMap<QString, QVariant> values;
     for (const ScreenProperty& property : properties)

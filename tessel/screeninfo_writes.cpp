@@ -17,7 +17,7 @@ using Tessel::xbit;
 
 namespace {
 
-// Names the screen in the query, where the path has no place for it.
+// Quirk: Two routes take their screen from the query.
 void nameScreen(Request& request, const QString& screenId)
 {
     if (!screenId.isEmpty())
@@ -44,6 +44,7 @@ bool ScreenInfo::setUniformDisplay(const QString& deviceKey, const QString& scre
     return writeThrough("ScreenUniformDisplay", uniformDisplay, deviceKey, screenId, body);
 }
 
+// Quirk: Some arguments are accepted and ignored.
 bool ScreenInfo::setGamut(const QString& deviceKey, const QString& screenId,
                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>&)
 {
@@ -220,7 +221,7 @@ bool ScreenInfo::putScreenSetInput(const QString& deviceKey, const QString& scre
     return Request("ScreenSetInput").placeHolder("id", screenId).body(body).put(deviceKey, reply);
 }
 
-// Four paths here have no place for the id, which is named all the same: colour space, demonstration, colour.
+// Quirk: An id goes along although the path has no place for it. So do the three below.
 bool ScreenInfo::setColorSpaceInit(const QString& deviceKey, const QString& screenId,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
@@ -350,7 +351,7 @@ bool ScreenInfo::putShowlineState(const QString& deviceKey, const QMap<QString, 
     return Request("ScreenShowlineState").body(body).putNoReply(deviceKey, reply);
 }
 
-// The table lacks the keys that start with "Screen_". Wanted.
+// Quirk: An operation without a route sends its request with an empty path. So do the seven below.
 bool ScreenInfo::setHwColor(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply)
 {
@@ -399,14 +400,14 @@ bool ScreenInfo::setIsShowLinestate(const QString& deviceKey, const QList<QVaria
     return Request("Screen_IsShowHWState").body(body).put(deviceKey, reply);
 }
 
-// The request is never released: one stays allocated per call. Wanted.
+// Quirk: Setting the XBit mode leaves its package allocated.
 bool ScreenInfo::setXbitMode(const QString& deviceKey, const QString& screenId,
                              const QMap<QString, QVariant>& body)
 {
     return (new Request("ScreenXbitMode"))->placeHolder("id", screenId).body(body).put(deviceKey);
 }
 
-// Does nothing, as its read. Wanted.
+// Quirk: Some operations do nothing and stay exported.
 bool ScreenInfo::setFineGray(const QString&, const QString&, const QMap<QString, QVariant>&)
 {
     return false;
@@ -419,6 +420,8 @@ bool ScreenInfo::uploadNiccData(const QString& deviceKey, const QString& screenI
     return request.data(data).put(deviceKey);
 }
 
+// Quirk: Asking for the NICC state drops the answer.
+// Quirk: Some arguments are accepted and ignored.
 bool ScreenInfo::getNiccState(const QString& deviceKey, const QString& screenId,
                               const QMap<QString, QVariant>&)
 {
@@ -427,13 +430,15 @@ bool ScreenInfo::getNiccState(const QString& deviceKey, const QString& screenId,
     return request.get(deviceKey);
 }
 
+// Quirk: Writes to several at once leave their results as they were.
 bool ScreenInfo::putGroupSync(const QString& deviceKey, const QStringList& ids,
                               const QMap<QString, QVariant>& body, QList<QVariant>&, const QString& routeKey)
 {
     return GroupRequest(routeKey).body(body).put(deviceKey, ids);
 }
 
-// What the cache takes is what was asked for, once the device accepted it.
+// Quirk: A write caches what was asked for, not what the device has.
+// Quirk: Five writes return whether they were started.
 bool ScreenInfo::writeThrough(const char* routeKey, const ScreenProperty& property, const QString& deviceKey,
                               const QString& screenId, const QMap<QString, QVariant>& body)
 {

@@ -6,6 +6,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+// Quirk: Misspelt names are part of the interface.
 /// A package whose body is multipart/form-data (RFC 7578). Threads as for HttpJsonPackage.
 class COMMUNICATOR_EXPORT HttpMutilPartPackage : public HttpJsonPackage
 {

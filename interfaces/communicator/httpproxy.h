@@ -39,6 +39,7 @@ public:
     void putSync(const QString& deviceKey, HttpJsonPackage* package);
     void postSync(const QString& deviceKey, HttpJsonPackage* package);
     void delSync(const QString& deviceKey, HttpJsonPackage* package);
+    // Quirk: Misspelt names are part of the interface.
     /// PUT of a multipart body.
     void putMutilPartSync(const QString& deviceKey, HttpMutilPartPackage* package);
     /// GET whose body is stored in HttpJsonPackage::fileDownloadPath: written beside the destination first
@@ -51,6 +52,7 @@ public:
     bool put(const QString& deviceKey, HttpJsonPackage* package);
     /// Starts a POST; returns as get() does.
     bool post(const QString& deviceKey, HttpJsonPackage* package);
+    // Quirk: The PUT for many devices does not block in spite of its name.
     /// Starts a PUT, for the fan-out to many devices under one event loop; does not block in spite of its
     /// name.
     void putMultSync(const QString& deviceKey, HttpJsonPackage* package);

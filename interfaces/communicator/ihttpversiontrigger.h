@@ -12,6 +12,7 @@ class COMMUNICATOR_EXPORT IHttpVersionTrigger : public IPackageTrigger
 public:
     /// Outcome of an exchange. Operators test for zero alone; the other values serve diagnostics.
     enum HttpSimpleState {
+        // Quirk: A package without a reply counts as successful.
         Success = 0, ///< a reply with a 2xx status came whole; also the state of a package not yet answered
         /// Nothing was sent: no path, no such device, a control character in what was to be sent, a body,
         /// path or header that is too long.

@@ -18,6 +18,7 @@ class COMMUNICATOR_EXPORT JsonUtil
 public:
     /// All members, flattened to key paths with dots. @return whether @p text is a JSON object.
     static bool fromJsonToKeyPathMap(const QString& text, QMap<QString, QVariant>& out);
+    // Quirk: The operation named "without data" keeps the data.
     /// The top-level members as parsed, nested values left as maps and lists. @return as above.
     static bool fromJsonToMapWithoutData(const QString& text, QMap<QString, QVariant>& out);
 };

@@ -6,6 +6,7 @@
 
 namespace Zeph::Serialize {
 
+// Quirk: The flags of a serialisation change nothing.
 /// Flags that travel with a serialisation. Two values are in use: none, and 32 on a serializer that reads
 /// replies. The open serializer wraps nested records the same way under all of them.
 enum Attribute {

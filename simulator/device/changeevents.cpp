@@ -72,7 +72,7 @@ json eventOf(const Route& route, const ResourceStore::Written& written)
         return change("outputsInfo");
     case Family::Pipeline:
     case Family::Channel:
-        // This one event has capitals of its own.
+        // Quirk: The event of pipelines has capitals of its own.
         return {{"DataType", "Change"}, {"ChangeTag", "PipeLineInfo"}};
     case Family::Device:
         break;

@@ -23,7 +23,9 @@ std::string idText(const nlohmann::json& id);
 /// The index of an id such as "12" among @p count instances; nothing when there is no such instance.
 std::optional<std::size_t> indexOfId(std::string_view id, std::size_t count);
 
-/// "{id}": a client sent the path with its placeholder unfilled. It is kept as an instance of its own.
+// Quirk: Some placeholders of paths go out unfilled.
+/// Whether @p id is a placeholder such as "{id}", which a client sent unfilled. Its values are kept as those
+/// of an instance of its own.
 bool isPlaceholder(const std::string& id);
 
 } // namespace Tessel::Simulator

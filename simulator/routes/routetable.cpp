@@ -76,7 +76,7 @@ const Route* RouteTable::descend(const Node& node, const std::vector<std::string
         if (const Route* route = descend(*literal->second, segments, depth + 1, values))
             return route;
     }
-    // Some clients trim the blank that ends one of the paths.
+    // Quirk: The path of the hardware mode ends in a blank. Some clients trim it.
     const auto blank =
         depth + 1 == segments.size() ? node.literals.find(segments[depth] + ' ') : node.literals.end();
     if (blank != node.literals.end())

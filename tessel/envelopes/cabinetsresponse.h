@@ -28,7 +28,7 @@ public:
     Zeph::Serialize::Serializable* clone() const override;
 
 private:
-    // Part of the layout; nothing reads or fills them.
+    // Quirk: Members that nothing uses are part of the layout.
     QString m_reservedText;
     int m_reservedNumber;
 

@@ -27,7 +27,8 @@ public:
     Zeph::Serialize::Serializable* clone() const override;
 
     QString message; ///< the device's text
-    int code;        ///< zero means success
+    // Quirk: The integers of a record are unset until assigned.
+    int code; ///< zero means success
 };
 
 } // namespace Tessel

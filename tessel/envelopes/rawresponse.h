@@ -24,7 +24,7 @@ public:
 
     /// The members that the reply has.
     QMap<QString, QVariant> members() const;
-    /// The code: zero when the reply lacks it, -1 when it is no whole number in the range of an `int`.
+    /// The code: zero when the reply lacks it, -1 when it is not a whole number in the range of an `int`.
     int codeNumber() const;
 
     QVariant message; ///< the device's text

@@ -57,9 +57,9 @@ struct EndAtExit
     ~EndAtExit() { end(); }
 };
 
-// The end has to be known here before the transport aborts what is under way, so that this tells an abort by
-// the end from any other. Who registers last hears of it first, and the transport registers when the
-// application begins. With the mutex held.
+// The end must be known here before the transport aborts what is under way, which distinguishes an abort by
+// the end from any other. The routine registered last runs first, and the transport registers when the
+// application starts. Call it with the mutex held.
 void hearFirst()
 {
     if (!watches().isFirstToHear && !watches().ended && QCoreApplication::instance()) {
@@ -130,8 +130,8 @@ bool execUntilApplicationEnds(QEventLoop& loop, QEventLoop::ProcessEventsFlags f
         return waiting->ended;
     };
     bool quit = false;
-    // The end may come before the loop runs, which would forget a call of quit(), and no event reaches the
-    // thread after it. So the loop itself looks, each time before it sleeps.
+    // The end may come before the loop runs, which would lose a call of quit(), and no event reaches the
+    // thread after it. So the loop itself checks, each time before it sleeps.
     const QMetaObject::Connection looking = QObject::connect(
         waiting->dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop,
         [&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The end of the application, which nothing that waits for a reply may outlive.
+// The end of the application, beyond which nothing may wait for a reply.
 #ifndef TESSEL_FRAMES_APPLICATIONEND_H
 #define TESSEL_FRAMES_APPLICATIONEND_H
 
@@ -11,14 +11,14 @@
 
 namespace Tessel {
 
-/// The application ends when its QCoreApplication goes or, without one, when the process ends; it begins
-/// again with the next QCoreApplication. Once it has ended, no thread is given events any more, replies
-/// included.
+/// The application ends when its QCoreApplication is destroyed or, without one, when the process ends; it
+/// starts again with the next QCoreApplication. After that no thread receives events any more, which includes
+/// replies.
 class ApplicationEnd
 {
 public:
-    /// Whether it has come. From any thread; to be asked before a blocking exchange as well as after it, by
-    /// who wants to know whether the end cut the exchange off.
+    /// Whether the application has ended. May be called from any thread; ask before and after a blocking
+    /// exchange to learn whether the end cut it off.
     static bool hasCome();
 
     /// Has a function called once when the end comes, on the thread that ends the application; at once if it

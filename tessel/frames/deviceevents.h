@@ -32,7 +32,7 @@ void listenToDevices(Operator* listener, void (Operator::*logout)(const QString&
     listenToEvents(listener, event);
 }
 
-/// An event of the change form (`dataType`, `changeTag`), flattened; empty when @p data is no JSON object.
+/// An event of the change form (`dataType`, `changeTag`), flattened; empty when @p data is not a JSON object.
 inline QMap<QString, QVariant> changeEvent(const QByteArray& data)
 {
     QMap<QString, QVariant> event;
@@ -41,7 +41,7 @@ inline QMap<QString, QVariant> changeEvent(const QByteArray& data)
 }
 
 /// An event of the envelope form (`eventSender`, `eventType`, `eventData`), its payload as parsed; empty when
-/// @p data is no JSON object.
+/// @p data is not a JSON object.
 inline QMap<QString, QVariant> envelopeEvent(const QByteArray& data)
 {
     QMap<QString, QVariant> event;

@@ -25,7 +25,7 @@ void fill(HttpJsonPackage& package, const QString& path, const QVariant& body, c
     package.addPlaceHolders(QStringLiteral("id"), id);
 }
 
-// Where no event loop can run: one after the other. An empty list returns at once.
+// Without an event loop, one request after the other. An empty list returns at once.
 bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body, const QString& deviceKey,
                     const QStringList& ids, const Succeeded& onSuccess)
 {
@@ -73,6 +73,7 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
             reply->deleteLater();
             countDown();
         });
+        // Quirk: The timer of a request in a group outlives its reply.
         QTimer::singleShot(package->expectedTime(), &loop, [&ok, &packages, position, countDown] {
             ok = false;
             if (HttpJsonPackage* late = packages[position])
@@ -82,10 +83,11 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
         (HttpProxy::getInstance()->*start)(deviceKey, package);
     }
 
+    // Quirk: A group without ids waits until something else ends its loop.
     const bool ended = !execUntilApplicationEnds(loop);
 
-    // A stale timer may have ended the loop before the slowest reply; its package has no listener any more.
-    // Nor is there anybody to delete it later once the application has ended.
+    // A stale timer may have ended the loop before the slowest reply, whose package then has no listener.
+    // Once the application has ended, nothing deletes it later either.
     for (const QPointer<HttpJsonPackage>& package : packages) {
         if (ended)
             delete package.data();
@@ -131,7 +133,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime)
 {
     if (items.empty()) {
-        // The text speaks of a trigger, though it is the list that is empty. Kept so.
+        // Quirk: Log lines that read like leftovers are fixed. It is the list that is empty.
         qCritical() << function << "System error! trigger is nullptr";
         return false;
     }
@@ -152,7 +154,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
     bool ok = true;
     if (canRunEventLoop()) {
         QEventLoop loop;
-        // The list is the caller's, and what runs during the wait may change it.
+        // Counted now: the list is the caller's, and event handlers may change it during the wait.
         std::size_t remaining = items.size();
         for (const QMap<QString, QVariant>& item : items) {
             const QString deviceKey = deviceOf(item);
@@ -163,7 +165,7 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
             });
             HttpProxy::getInstance()->putMultSync(deviceKey, package);
         }
-        // The timer stands for the whole batch: when it fires, packages already answered fail with the rest.
+        // Quirk: The time limit of a batch fails what was answered before.
         QTimer::singleShot(expectedTime, &loop, [&loop, &packages] {
             for (const auto& package : packages)
                 package->setSimpleState(static_cast<HttpJsonPackage::HttpSimpleState>(1));

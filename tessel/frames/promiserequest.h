@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The form of an operation that returns a promise. request.md tells when to use it.
+// The form of an operation that returns a promise. See request.md for when to use it.
 #ifndef TESSEL_FRAMES_PROMISEREQUEST_H
 #define TESSEL_FRAMES_PROMISEREQUEST_H
 
@@ -18,8 +18,8 @@
 
 namespace Tessel {
 
-/// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is no
-/// whole number in the range of an `int` as -1. @return `false` when the body is no JSON object.
+/// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is not
+/// a whole number in the range of an `int` as -1. @return `false` when the body is not a JSON object.
 template <class Response>
 bool readResponse(const HttpJsonPackage& package, Response& response)
 {
@@ -28,12 +28,12 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
     serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
     response.code = 0;
     if (!serializer.load(package.getReceiveData(), &raw, QString())) {
-        // The package's decoders tell the log of such a reply, with device and path; the serializer cannot.
+        // The package's decoders log such a reply with device and path; the serializer cannot.
         package.getRoutesJsonMap();
         return false;
     }
     response.deserialize(raw.members(), Zeph::Serialize::ReplyAttribute);
-    // Converting to the record's int would make zero of much that is no code.
+    // Converting to the record's int would turn many invalid codes into zero.
     response.code = raw.codeNumber();
     return true;
 }
@@ -42,9 +42,9 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
 ///
 /// The reply is handled on the thread that called, which needs an event loop; on a thread without an event
 /// dispatcher, which no reply could reach, the exchange is made on the spot and the promise comes back
-/// settled. Dropping the promise stops nothing. A promise still pending when the application ends is rejected
-/// with QPromiseUndefinedException. Only here does the reply's `code` count, and only if the handler looks at
-/// it.
+/// settled. Dropping the promise does not cancel the request. A promise still pending when the application
+/// ends is rejected with QPromiseUndefinedException. Only here does the reply's `code` count, and only if the
+/// handler looks at it.
 class PromiseRequest : public PackageFiller<PromiseRequest>
 {
 public:
@@ -58,7 +58,7 @@ public:
 
     /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing,
     /// when device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is
-    /// no JSON or its `code` is not zero.
+    /// not valid JSON or its `code` is not zero.
     template <class Record>
     QtPromise::QPromise<Record> getRecord(const QString& deviceKey)
     {
@@ -74,8 +74,8 @@ public:
                                });
     }
 
-    /// Sends, and lets @p settle(reply, resolve, reject) decide. Tests nothing first: an empty device or path
-    /// goes to the transport.
+    /// Sends the request and lets @p settle(reply, resolve, reject) settle the promise. Checks nothing first:
+    /// an empty device or path goes to the transport.
     template <class T, class Settle>
     QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
     {
@@ -106,9 +106,9 @@ public:
     }
 
     /// Makes a request of @p routeKey, has it filled by @p fill(request), sends it, and fulfils with what
-    /// @p convert makes of the reply, whatever its state; rejects with what any of these steps throws. Tests
-    /// nothing first. @p started is called once the request was handed over. The package is released as soon
-    /// as the reply was handled.
+    /// @p convert makes of the reply, whatever its state; rejects with what any of these steps throws. Checks
+    /// nothing first. @p started is called once the transport has taken the request. The package is released
+    /// as soon as the reply was handled.
     template <class T, class Fill, class Convert, class Started>
     static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
                                          Convert convert, Started started)
@@ -126,8 +126,9 @@ public:
     {
         return answer<T>(routeKey, fill, verb, deviceKey, convert, [] {});
     }
-    /// promise() behind the test of empty arguments: rejects with the text "arguments error", sending
-    /// nothing, when device or path is empty.
+    /// promise() after a test for empty arguments: rejects with the text "arguments error", sending nothing,
+    /// when device or path is empty.
+    // Quirk: Refused arguments reject with a plain text.
     template <class T, class Settle>
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
     {
@@ -140,14 +141,14 @@ private:
     friend class PackageFiller<PromiseRequest>;
     HttpJsonPackage& packageToFill() { return *m_package; }
 
-    // The thread of the package may never be given its reply then. Lives as long as what waits for the reply.
+    // After the end the package's thread may never receive the reply. The watch lives as long as its handler.
     template <class Reject>
     static std::shared_ptr<const ApplicationEnd::Watch> rejectAtEnd(const Reject& reject)
     {
         return std::make_shared<const ApplicationEnd::Watch>([reject] { reject(); });
     }
 
-    // The blocking exchange that a starting verb stands for. Returns false at the application's end.
+    // The blocking counterpart of @p verb. Returns false at the application's end.
     bool exchangeHere(Verb verb, const QString& deviceKey)
     {
         if (ApplicationEnd::hasCome())

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The forms in which an operation talks to a device. request.md tells which one to use when.
+// The forms in which an operation talks to a device. See request.md for when to use which.
 #ifndef TESSEL_FRAMES_REQUEST_H
 #define TESSEL_FRAMES_REQUEST_H
 
@@ -19,7 +19,7 @@ using Krelm::Communicator::HttpDevice::HttpJsonPackage;
 using Krelm::Communicator::HttpDevice::HttpMutilPartPackage;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 
-/// The path of @p routeKey, looked up at every call; empty when the table does not hold the key.
+/// The path of @p routeKey, looked up at every call; empty when the table lacks the key.
 QString routePath(const char* routeKey);
 QString routePath(const QString& routeKey);
 
@@ -62,7 +62,7 @@ inline bool succeeded(const HttpJsonPackage& package)
     return package.getSimpleState() == 0;
 }
 
-/// Fills a package, in the order in which the calls stand. Base of all requests.
+/// Fills a package in the order of the calls. Base of all requests.
 template <class Self>
 class PackageFiller
 {
@@ -108,7 +108,7 @@ public:
         package().setRequestData(bytes);
         return self();
     }
-    /// A limit beyond the range of the package is the longest that it takes. Compute one in 64 bits.
+    /// Clamped to the package's range; compute it in 64 bits.
     Self& expectedTime(qint64 milliseconds)
     {
         using Limits = std::numeric_limits<int>;
@@ -131,12 +131,14 @@ private:
     HttpJsonPackage& package() { return self().packageToFill(); }
 };
 
-/// A request whose package lives on the stack. Base of those that hold their outcome on return.
+/// A request whose package lives on the stack. Base of the requests that have their outcome on return.
 template <class Self, class Package>
 class StackRequest : public PackageFiller<Self>
 {
 public:
     /// Fills the outputs from the package as it is, then tests its state.
+    // Quirk: A failure empties the outputs.
+    // Quirk: A device that refuses by its code counts as having succeeded.
     template <class... Outputs>
     bool decodeInto(Outputs&&... outputs)
     {
@@ -154,7 +156,7 @@ private:
     HttpJsonPackage& packageToFill() { return m_package; }
 };
 
-/// A blocking request, or one to fire and forget.
+/// A blocking request, or a fire-and-forget one.
 ///
 /// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also
 /// after a failure, which empties them; the result is whether the transport's state is zero. The device's
@@ -203,7 +205,9 @@ public:
     }
 
     /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure
-    /// the cache stays as it was. @p mutex, if given, guards the cache and is taken once the reply is there.
+    /// the cache stays as it was. @p mutex, if given, guards the cache and is locked once the reply has
+    /// arrived.
+    // Quirk: A refusal by code is cached.
     template <class Entry>
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex = nullptr)
     {
@@ -222,8 +226,9 @@ public:
         return true;
     }
 
-    /// Fire and forget: hands the request over and reports a package that has had no reply, so the outputs
-    /// come back empty and the result is what a fresh package says.
+    /// Fire and forget: hands the request to the transport and reports on a package without a reply, so the
+    /// outputs become empty and the result is that of a fresh package.
+    // Quirk: A write that is not waited for reports a package without a reply.
     template <class... Outputs>
     bool putNoReply(const QString& deviceKey, Outputs&&... outputs)
     {
@@ -263,7 +268,8 @@ public:
     }
 };
 
-/// A request that returns at once and is answered later; its package lives on the heap until it was answered.
+/// A request that returns at once and is answered later; its package lives on the heap until the reply has
+/// been handled.
 ///
 /// The transport answers from the event loop of the thread that called, so that thread needs one. The
 /// handlers run there; one with a context of its own runs on the thread of the context.
@@ -322,7 +328,7 @@ public:
         whenAnswered(package, package, answered, Qt::DirectConnection);
     }
 
-    /// PUTs, and calls @p stored once the device said yes; never after a failure. Otherwise as put().
+    /// PUTs, and calls @p stored once the exchange succeeded; never after a failure. Otherwise like put().
     template <class Stored>
     bool writeThrough(const QString& deviceKey, const QObject* context, Stored stored)
     {
@@ -355,6 +361,7 @@ private:
 
 /// Whether @p cache may answer for the device. @p force asks for a fetch whatever the cache holds; an
 /// operator with a watch flag passes `force || !m_isWatch`. @p mutex, if given, guards the cache.
+// Quirk: An empty entry counts as cached.
 template <class Entry>
 bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool force, QMutex* mutex = nullptr)
 {
@@ -364,8 +371,8 @@ bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool fo
     return cache.contains(deviceKey);
 }
 
-/// Hands out what a read-through left in the cache: @p loaded is its result, and @p out stays as it was on
-/// `false`.
+/// Copies the result of a read-through from the cache: @p loaded is its result, and @p out is left unchanged
+/// on `false`.
 template <class Entry>
 bool outputFromCache(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
 {
@@ -374,8 +381,8 @@ bool outputFromCache(bool loaded, const QMap<QString, Entry>& cache, const QStri
     return loaded;
 }
 
-/// Hands out the first element of @p list whose member `id` @p matches accepts. @return whether there is one;
-/// @p out stays as it was on `false`.
+/// Copies the first element of @p list whose member `id` @p matches accepts. @return whether there is one;
+/// @p out is left unchanged on `false`.
 template <class Matches>
 bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString, QVariant>& out)
 {
@@ -389,10 +396,11 @@ bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString
     return false;
 }
 
-/// The same for the element whose `id` equals @p id, a number as its text. One without `id` equals none.
+/// The same for the element whose `id` equals @p id, a number as its text. An element without `id` never
+/// matches.
 bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out);
 
-/// Where a guarded operation stands, for the system-error line.
+/// The source location of a guarded operation, for the system-error line.
 struct CallSite
 {
     CallSite(const char* file_, const char* function_, int line_ = __builtin_LINE())
@@ -405,8 +413,8 @@ struct CallSite
     int line;
 };
 
-/// The test of the guarded operations: whether route table and proxy are there. Writes the system-error line
-/// of the first that is missing; for the route table with @p tableMessage.
+/// The test of the guarded operations: whether route table and proxy exist. Writes the system-error line of
+/// the first that is missing; for the route table with @p tableMessage.
 bool instancesReady(const CallSite& site, const char* tableMessage);
 /// The same on given instances.
 bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable,

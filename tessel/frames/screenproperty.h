@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What a screen's cached properties are called, and of which type they are.
+// Names and types of a screen's cached properties.
 #ifndef TESSEL_FRAMES_SCREENPROPERTY_H
 #define TESSEL_FRAMES_SCREENPROPERTY_H
 
@@ -11,7 +11,7 @@ namespace Tessel {
 /// One value of a screen.
 struct ScreenProperty
 {
-    const char* name;                  ///< in the device's bodies, and in what a caller is handed
+    const char* name;                  ///< in the device's bodies and in the caller's output
     QVariant (*read)(const QVariant&); ///< gives the value its type; an absent one reads as zero
     const char* cacheKey;              ///< in the property cache, where a device's own names would collide
 };
@@ -22,7 +22,7 @@ QVariant readAs(const QVariant& value)
     return QVariant::fromValue(value.value<T>());
 }
 
-// What both a read and a write store.
+// Stored by reads and by writes.
 inline constexpr ScreenProperty xbit{"enable", readAs<bool>, "xbit"};
 inline constexpr ScreenProperty gamut{"gamut", readAs<uint>, "gamut"};
 inline constexpr ScreenProperty lowLatency{"enable", readAs<bool>, "lowLatency"};

@@ -35,6 +35,8 @@ public:
 
     QString id;      ///< cabinet id
     QString version; ///< version string
+    // Quirk: The integers of a record are unset until assigned.
+    // Quirk: A cabinet's output is outputID in maps and outputId in the record.
     int outputId;    ///< output that carries the cabinet
     int moduleCount; ///< modules in the cabinet
     int weight;      ///< weight

@@ -29,13 +29,13 @@ public:
     ~DeviceInfo() override;
     Zeph::Serialize::Serializable* clone() const override;
 
-    QString name;       ///< name given by the maker
+    QString name;       ///< name given by the manufacturer
     QString customName; ///< name given by the user
     QString mac;        ///< MAC address
     QString ip;         ///< IP address
 
 private:
-    // Part of the layout; nothing reads or fills it.
+    // Quirk: Members that nothing uses are part of the layout.
     QString m_reserved;
 };
 

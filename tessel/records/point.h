@@ -26,6 +26,7 @@ public:
     ~Point() override;
     Zeph::Serialize::Serializable* clone() const override;
 
+    // Quirk: The integers of a record are unset until assigned.
     int x; ///< pixels to the right
     int y; ///< pixels down
 };

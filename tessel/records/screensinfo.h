@@ -34,7 +34,7 @@ public:
 
     QString screenUUID;              ///< screen id
     QString screenName;              ///< name given by the user
-    QString screenTime;              ///< time as the device tells it
+    QString screenTime;              ///< time as the device reports it
     QList<SubScreenInfo> subScreens; ///< sub-screens
 
 private:

@@ -26,6 +26,7 @@ public:
     ~Size() override;
     Zeph::Serialize::Serializable* clone() const override;
 
+    // Quirk: The integers of a record are unset until assigned.
     int width;  ///< pixels
     int height; ///< pixels
 };

@@ -22,6 +22,7 @@ class TESSEL_EXPORT SubScreenInfo : public Zeph::Serialize::Serializable
     Q_GADGET
     Q_PROPERTY(QString subScreenID MEMBER subScreenID)
     Q_PROPERTY(QString inputID MEMBER inputID)
+    // Quirk: Misspelt names are part of the interface. This one is a member on the wire.
     Q_PROPERTY(QVariant postion READ _getpostionpostion WRITE _setpostionpostion)
     Q_PROPERTY(QVariant size READ _getsizesize WRITE _setsizesize)
     Q_PROPERTY(QVariant cabinets READ _getcabinetscabinets WRITE _setcabinetscabinets)

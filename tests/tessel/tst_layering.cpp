@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Who may include whom, read off the sources.
-#include <QDirIterator>
+#include <sourcetree.h>
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
@@ -15,22 +16,6 @@ struct Include
     QString file; ///< relative to the root
     QString header;
 };
-
-QStringList sourcesBelow(const QString& directory)
-{
-    QStringList files;
-    QDirIterator it(root + '/' + directory, {"*.h", "*.cpp", "*.inl"}, QDir::Files,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext())
-        files << QDir(root).relativeFilePath(it.next());
-    return files;
-}
-
-QString textOf(const QString& file)
-{
-    QFile source(root + '/' + file);
-    return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
-}
 
 QList<Include> includesBelow(const QString& directory)
 {
