@@ -28,14 +28,11 @@ PipeInfo::PipeInfo(QObject* parent)
 
 PipeInfo::~PipeInfo() = default;
 
-// The device capitalises this event's members.
 void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (Tessel::eventSays(event, "DataType", "Change") &&
-        Tessel::eventSays(event, "ChangeTag", "PipeLineInfo")) {
+    if (Tessel::isEvent(event, Tessel::PushEvent::Pipelines))
         getDevicePipes(deviceKey, true);
-    }
 }
 
 // The signal is raised with the lock held, which is wanted.

@@ -6,12 +6,7 @@ namespace {
 
 using nlohmann::json;
 
-json change(const char* tag)
-{
-    return {{"dataType", "change"}, {"changeTag", tag}};
-}
-
-json cabinetEvent(const char* type, const ResourceStore::Written& written)
+json cabinetEvent(PushEvent event, const ResourceStore::Written& written)
 {
     // A long list of ids would tell a client no more than that it has to read the cabinets again.
     constexpr std::size_t listed = 64;
@@ -23,15 +18,14 @@ json cabinetEvent(const char* type, const ResourceStore::Written& written)
                 data["ids"].push_back(id);
         }
     }
-    return {{"eventSender", "cabinet"}, {"eventType", type}, {"eventData", std::move(data)}};
+    return eventObject(event, std::move(data));
 }
 
 json inputEvent(const ResourceStore::Written& written)
 {
-    json event = change("inputsInfo");
     const bool one = written.ids.size() == 1 && !written.ids.front().empty();
-    event["changeInputId"] = one && written.ids.front().front() != '{' ? std::stoi(written.ids.front()) : 0;
-    return event;
+    const int id = one && written.ids.front().front() != '{' ? std::stoi(written.ids.front()) : 0;
+    return eventObject(PushEvent::Inputs, id);
 }
 
 bool isFlags(const std::string& property)
@@ -63,25 +57,37 @@ json eventOf(const Route& route, const ResourceStore::Written& written)
 {
     switch (route.family) {
     case Family::Screen:
-        return change(route.property == "/device/screen/enable" ? "screensTagInfo" : "screensInfo");
+        return eventObject(route.property == "/device/screen/enable" ? PushEvent::ScreenTags
+                                                                     : PushEvent::Screens);
     case Family::Cabinet:
-        return cabinetEvent(isFlags(route.property) ? "allFlags" : "cabinetsChange", written);
+        return cabinetEvent(isFlags(route.property) ? PushEvent::CabinetFlags : PushEvent::Cabinets, written);
     case Family::Input:
         return inputEvent(written);
     case Family::Output:
-        return change("outputsInfo");
+        return eventObject(PushEvent::Outputs);
     case Family::Pipeline:
     case Family::Channel:
-        // This one event has capitals of its own.
-        return {{"DataType", "Change"}, {"ChangeTag", "PipeLineInfo"}};
+        return eventObject(PushEvent::Pipelines);
     case Family::Device:
         break;
     }
-    return route.property.compare(0, 10, "/device/hw") == 0 && route.scope != Scope::Value ? change("hwInfo")
-                                                                                           : json();
+    return route.property.compare(0, 10, "/device/hw") == 0 && route.scope != Scope::Value
+               ? eventObject(PushEvent::HwInfo)
+               : json();
 }
 
 } // namespace
+
+json eventObject(PushEvent event, json payload)
+{
+    const EventText& text = eventRow(event).text;
+    json object{{text.source.key, text.source.text}};
+    if (text.kind.key)
+        object[text.kind.key] = text.kind.text;
+    if (text.payload)
+        object[text.payload] = std::move(payload);
+    return object;
+}
 
 std::vector<std::string> changeEvents(const Route& route, const ResourceStore::Written& written,
                                       const json& body)
@@ -93,9 +99,9 @@ std::vector<std::string> changeEvents(const Route& route, const ResourceStore::W
         events.push_back(event.dump(-1, ' ', false, json::error_handler_t::replace));
     };
     if (route.property == "/device/hw/customname")
-        push({{"dataType", "customNameChange"}, {"name", textMember(body, "customName")}});
+        push(eventObject(PushEvent::CustomName, textMember(body, "customName")));
     else if (route.property == "/device/screen/name")
-        push({{"dataType", "screenName"}, {"name", textMember(body, "screenName")}});
+        push(eventObject(PushEvent::ScreenName, textMember(body, "screenName")));
     const json event = eventOf(route, written);
     if (!event.is_null())
         push(event);

@@ -249,11 +249,13 @@ void Device::advanceProgress(const Route& route)
 
 std::uint64_t Device::warn(const std::string& eventType, const json& data)
 {
-    const json warned = Fixtures::warning(eventType, wall(), m_store.measure());
+    const auto type = warningTypeNamed(eventType);
+    if (!type)
+        return 0;
+    const json warned = Fixtures::warning(*type, wall(), m_store.measure());
     if (warned.is_null())
         return 0;
-    const json event = {
-        {"eventSender", "monitor"}, {"eventType", eventType}, {"eventData", data.is_null() ? warned : data}};
+    const json event = eventObject(warningRow(*type).event, data.is_null() ? warned : data);
     return m_events.publish(event.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 

@@ -4,6 +4,7 @@
 
 #include <simulator/resources/wall.h>
 #include <simulator/routes/route.h>
+#include <tessel/warningtypes.h>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -31,7 +32,7 @@ bool moves(const std::string& property);
 
 /// What a controller tells with a warning: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet";
 /// null for what it does not warn of.
-nlohmann::json warning(const std::string& eventType, const Wall& wall, std::size_t step);
+nlohmann::json warning(WarningType type, const Wall& wall, std::size_t step);
 
 /// The plain starting value of @p property, the same for every wall and instance.
 const nlohmann::json& plainValue(const std::string& property);

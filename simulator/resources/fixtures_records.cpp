@@ -275,26 +275,30 @@ bool moves(const std::string& property)
            property == "/device/monitor/logs";
 }
 
-json warning(const std::string& eventType, const Wall& wall, std::size_t step)
+json warning(WarningType type, const Wall& wall, std::size_t step)
 {
-    if (eventType == "fanSpeed")
+    switch (type) {
+    case WarningType::FanSpeed:
         return {{"fan", 1}, {"fanSpeed", fanSpeeds(wall, step).front()}, {"limit", 1200}};
-    if (eventType == "temperature")
+    case WarningType::Temperature:
         return {{"temperature", measured(wall, Temperature, deviceIndex, step, 71, 80)}, {"limit", 70}};
-    if (eventType == "voltage")
+    case WarningType::Voltage:
         return {{"name", "supply"},
                 {"voltage", measured(wall, Voltage, deviceIndex, step, 90, 105) / 10.0},
                 {"limit", 11.0}};
-    if (eventType == "outputChange") {
+    case WarningType::Output: {
         const auto id = measured(wall, Power, deviceIndex, step, 1, static_cast<int>(wall.outputs()));
         return {{"id", id}, {"linked", false}};
     }
-    if (eventType == "cabinet" && wall.cabinets() > 0) {
+    case WarningType::Cabinet: {
+        if (wall.cabinets() == 0)
+            return nullptr;
         const auto last = static_cast<int>(wall.cabinets()) - 1;
         json data = cabinetMeasures(
             wall, static_cast<std::size_t>(measured(wall, Power, deviceIndex, step, 0, last)), step);
         data["temperature"] = measured(wall, Temperature, deviceIndex, step, 71, 80);
         return data;
+    }
     }
     return nullptr;
 }
