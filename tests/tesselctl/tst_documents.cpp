@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "program.h"
 
+#include <tessel/warningtypes.h>
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -109,11 +111,55 @@ private Q_SLOTS:
             QVERIFY2(paths.contains(path), qPrintable(path));
     }
 
+    void theTableOfEventsIsThatOfTheLibrary()
+    {
+        const auto code = [](const QStringList& words) {
+            return words.isEmpty() ? "-" : '`' + words.join("`, `") + '`';
+        };
+        const auto member = [&](const Tessel::EventText::Member& one) {
+            return one.key ? code({QString(R"("%1": "%2")").arg(one.key, one.text)}) : "-";
+        };
+        QStringList lines;
+        for (const Tessel::EventRow& row : Tessel::eventRows) {
+            QStringList routeKeys;
+            QStringList raised;
+            for (const auto& effect : row.effects) {
+                if (effect.routeKey)
+                    routeKeys << effect.routeKey;
+                if (effect.signal)
+                    raised << effect.signal;
+            }
+            const QString more = row.text.payload ? code({row.text.payload}) : "-";
+            lines << "| " +
+                         QStringList{member(row.text.source),   member(row.text.kind), more,
+                                     code({row.operatorClass}), code(routeKeys),       code(raised)}
+                             .join(" | ") +
+                         " |";
+        }
+        QCOMPARE(matchesIn(textOf("docs/events.md"), "\\n(\\| `\"[^\n]*)"), lines);
+    }
+
+    void theWarningsOfTheControlInterfaceAreDocumented()
+    {
+        QStringList names;
+        for (const auto& row : Tessel::warningRows)
+            names << row.name();
+        const QStringList line = matchesIn(textOf("docs/simulator.md"), "`POST /sim/warnings` ([^\\n]*)");
+        QCOMPARE(line.size(), 1);
+        QStringList documented = matchesIn(line.first(), "[`\"]([a-zA-Z]+)[`\"]");
+        documented.removeAll("eventType");
+        documented.removeAll("eventData");
+        names.sort();
+        documented.sort();
+        QCOMPARE(documented, names);
+    }
+
     void filesThatTheDocumentsNameExist_data()
     {
         QTest::addColumn<QString>("document");
-        for (const char* name : {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md",
-                                 "docs/transport.md", "bench/README.md", "examples/README.md"})
+        for (const char* name :
+             {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md", "docs/transport.md",
+              "docs/events.md", "bench/README.md", "examples/README.md"})
             QTest::newRow(name) << name;
     }
     void filesThatTheDocumentsNameExist()
