@@ -236,6 +236,22 @@ Settings settingsOf(const ParsedOptions& options)
     return settings;
 }
 
+std::vector<std::string> toTexts(const QStringList& names)
+{
+    std::vector<std::string> texts;
+    for (const QString& name : names)
+        texts.push_back(name.toStdString());
+    return texts;
+}
+
+// "a, b or c"
+std::string alternatives(QStringList names, const char* conjunction)
+{
+    const QString last = names.takeLast();
+    const QString others = names.join(QStringLiteral(", "));
+    return (others.isEmpty() ? last : others + QLatin1String(conjunction) + last).toStdString();
+}
+
 void addGlobalOptions(CLI::App& app, ParsedOptions& options)
 {
     app.add_option("-d,--device", options.devices, "a device: an address, or NAME=ADDRESS; repeatable")
@@ -244,11 +260,13 @@ void addGlobalOptions(CLI::App& app, ParsedOptions& options)
     app.add_flag("-j,--json", options.json, "print JSON");
     app.add_flag("-t,--trace", options.trace, "tell every exchange on standard error");
 
-    app.add_option("--login", options.login, "how to log in: basic, digest or bearer")
-        ->check(CLI::IsMember({"basic", "digest", "bearer"}))
+    app.add_option("--login", options.login, "how to log in: " + alternatives(loginNames(), " or "))
+        ->check(CLI::IsMember(toTexts(loginNames())))
         ->type_name("KIND")
         ->group("Login");
-    app.add_option("--user", options.user, "user for basic and digest")->type_name("NAME")->group("Login");
+    app.add_option("--user", options.user, "user for " + alternatives(loginNamesWithUser(), " and "))
+        ->type_name("NAME")
+        ->group("Login");
     CLI::Option* const variable = app.add_option("--secret-env", options.secretVariable,
                                                  "environment variable that holds password or token")
                                       ->type_name("VARIABLE")

@@ -147,7 +147,7 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
     row("unknown login", call + QStringList{"getAllChipType", "--login", "guess"}, "--login");
     row("login without user", call + QStringList{"getAllChipType", "--login", "basic"}, "needs --user");
     row("user with a colon", call + QStringList{"getAllChipType", "--login", "basic", "--user", "a:b"},
-        "holds no colon");
+        "must not contain ':'");
     row("pinned key of another kind", call + QStringList{"getAllChipType", "--pinned-key", "md5//x"},
         "sha256//BASE64");
     row("token with user", call + QStringList{"getAllChipType", "--login", "bearer", "--user", "x"},
