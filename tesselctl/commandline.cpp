@@ -91,8 +91,6 @@ Examples:
   tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
 
 const char* const coefficientsFooter = R"(
-Kinds: plain, multilayer, adaptive, dynamic, lowgray.
-
 Examples:
   tesselctl --device 192.168.0.10 coefficients upload tables/ --kind multilayer
   tesselctl --device 192.168.0.10 coefficients upload tables/ --cabinets 3,7
@@ -322,7 +320,7 @@ QStringList cabinetsOf(const ParsedOptions& options)
 void addKind(CLI::App* command, ParsedOptions& options)
 {
     command->add_option("--kind", options.kind, "which coefficients")
-        ->check(CLI::IsMember({"plain", "multilayer", "adaptive", "dynamic", "lowgray"}))
+        ->check(CLI::IsMember(toTexts(coefficientKindNames())))
         ->type_name("KIND")
         ->capture_default_str();
 }
@@ -337,7 +335,8 @@ std::vector<Command> coefficientCommands(CLI::App& app, ParsedOptions& options)
     CLI::App* const coefficients =
         app.add_subcommand("coefficients", "upload, download, save and clear coefficients");
     coefficients->require_subcommand(1);
-    coefficients->footer(coefficientsFooter);
+    coefficients->footer("\nKinds: " + coefficientKindNames().join(QStringLiteral(", ")).toStdString() +
+                         ".\n" + coefficientsFooter);
 
     CLI::App* const upload = coefficients->add_subcommand("upload", "upload tables from files");
     upload->add_option("PATH", options.path, "file or directory")->required()->type_name("");
