@@ -69,7 +69,7 @@ bool HWInfo::getHwProtoc(const QString& deviceKey, bool force)
 {
     if (!force)
         return m_hwProtoc.contains(deviceKey);
-    // A device that answers the route at all speaks the newer protocol: what it says is not read.
+    // A device that answers the route at all speaks the multi-screen protocol: what it says is not read.
     const bool answered = Request("Device_Protoc").get(deviceKey);
     if (answered)
         m_hwProtoc.insert(deviceKey);

@@ -135,8 +135,8 @@ public:
     /// cache holds, or 0, which is cached from then on.
     bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
                        bool force);
-    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the newer protocol, and
-    /// sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may wait;
+    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the multi-screen protocol,
+    /// and sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may wait;
     /// without cabinets, or when they cannot be read, `true`, and @p params is neither changed nor sent. The
     /// write itself does not wait; it renews the cache once the device agreed.
     /// @return whether the request was started.

@@ -73,7 +73,7 @@ bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId
            outputProperties({brightnessProperty}, deviceKey, screenId, out);
 }
 
-// The newer protocol takes the integral quotient by 255, which no read multiplies back. Wanted.
+// The multi-screen protocol takes the integral quotient by 255, which no read multiplies back. Wanted.
 bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QVariant>& params, int brightness)
 {

@@ -40,7 +40,7 @@ Reply done(const json& data = json::object())
 Reply describe(Device& device, const std::string& /*body*/)
 {
     const Wall& wall = device.wall();
-    return done({{"protocol", wall.multiScreen() ? "new" : "old"},
+    return done({{"protocol", protocolName(device.options().protocol)},
                  {"screens", wall.screens()},
                  {"cabinets", wall.cabinets()},
                  {"receivingCards", wall.cardsPerCabinet()},

@@ -6,7 +6,7 @@
 
 namespace Tessel {
 
-/// The route key for the protocol that the device last told: @p multi once it answered on the newer
+/// The route key for the protocol that the device last told: @p multi once it answered on the multi-screen
 /// protocol's route, else @p single. Sends nothing.
 inline const char* routeByProtocol(const QString& deviceKey, const char* single, const char* multi)
 {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "program.h"
 
+#include <tessel/protocols.h>
 #include <tessel/warningtypes.h>
 
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -152,6 +154,34 @@ private Q_SLOTS:
         names.sort();
         documented.sort();
         QCOMPARE(documented, names);
+    }
+
+    void theProtocolsHaveOneNameEach()
+    {
+        const QString help = helpOf(TESSEL_SIM, {});
+        const QStringList row = matchesIn(textOf("docs/simulator.md"), "\\n\\| `--protocol` \\| ([^\\n]*)");
+        QCOMPARE(row.size(), 1);
+        QStringList names;
+        for (const auto& protocol : Tessel::protocols)
+            names << protocol.name;
+        QCOMPARE(matchesIn(row.first(), "`([a-z-]+)`"), names);
+        QVERIFY2(help.contains('{' + names.join(',') + '}'), qPrintable(help));
+        QVERIFY(textOf("docs/glossary.md").contains("\n| " + names.join(", ") + " |"));
+
+        const QRegularExpression otherName("\\b(?:[Oo]ld|[Nn]ew)(?:er)? (?:protocol|controller)s?\\b");
+        QStringList files{"README.md", "CONTRIBUTING.md"};
+        for (const char* folder :
+             {"docs", "tessel", "simulator", "operations", "tesselctl", "examples", "tests"}) {
+            QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp", "*.md"},
+                            QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext())
+                files << QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.next());
+        }
+        QVERIFY(files.size() > 200);
+        for (const QString& file : files) {
+            const auto match = otherName.match(textOf(file));
+            QVERIFY2(!match.hasMatch(), qPrintable(file + ": " + match.captured()));
+        }
     }
 
     void filesThatTheDocumentsNameExist_data()
