@@ -29,10 +29,16 @@ inline constexpr LoginScheme loginSchemes[] = {
 /// Null for DeviceEndpoint::Login::None, and for a value that is no enumerator.
 constexpr const LoginScheme* loginScheme(DeviceEndpoint::Login login)
 {
-    for (const LoginScheme& scheme : loginSchemes) {
-        if (scheme.login == login) {
-            return &scheme;
-        }
+    // Without a default, so that the compiler tells of an enumerator that is missing here.
+    switch (login) {
+    case DeviceEndpoint::Login::None:
+        return nullptr;
+    case DeviceEndpoint::Login::Basic:
+        return &loginSchemes[0];
+    case DeviceEndpoint::Login::Digest:
+        return &loginSchemes[1];
+    case DeviceEndpoint::Login::Bearer:
+        return &loginSchemes[2];
     }
     return nullptr;
 }
