@@ -4,6 +4,7 @@
 
 #include <communicator/deviceendpoint.h>
 
+#include <array>
 #include <string_view>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -19,26 +20,27 @@ struct LoginScheme
     bool answersAChallenge; ///< goes out only after the device asked for it
 };
 
-inline constexpr LoginScheme loginSchemes[] = {
+inline constexpr std::array loginSchemes{
     // RFC 7617, 2: the first colon ends the user name.
-    {DeviceEndpoint::Login::Basic, "basic", true, false, false, false},
-    {DeviceEndpoint::Login::Digest, "digest", true, true, false, true},
-    {DeviceEndpoint::Login::Bearer, "bearer", false, true, true, false},
+    LoginScheme{DeviceEndpoint::Login::Basic, "basic", true, false, false, false},
+    LoginScheme{DeviceEndpoint::Login::Digest, "digest", true, true, false, true},
+    LoginScheme{DeviceEndpoint::Login::Bearer, "bearer", false, true, true, false},
 };
 
 /// Null for DeviceEndpoint::Login::None, and for a value that is no enumerator.
 constexpr const LoginScheme* loginScheme(DeviceEndpoint::Login login)
 {
-    // Without a default, so that the compiler tells of an enumerator that is missing here.
+    // Without a default, so that the compiler tells of an enumerator that is missing here, and by
+    // std::get, so that it tells of a row that is missing there.
     switch (login) {
     case DeviceEndpoint::Login::None:
         return nullptr;
     case DeviceEndpoint::Login::Basic:
-        return &loginSchemes[0];
+        return &std::get<0>(loginSchemes);
     case DeviceEndpoint::Login::Digest:
-        return &loginSchemes[1];
+        return &std::get<1>(loginSchemes);
     case DeviceEndpoint::Login::Bearer:
-        return &loginSchemes[2];
+        return &std::get<2>(loginSchemes);
     }
     return nullptr;
 }

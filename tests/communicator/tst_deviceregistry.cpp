@@ -221,7 +221,7 @@ private Q_SLOTS:
         while (loginScheme(static_cast<DeviceEndpoint::Login>(value))) {
             ++value;
         }
-        QCOMPARE(std::size_t(value - 1), sizeof loginSchemes / sizeof loginSchemes[0]);
+        QCOMPARE(std::size_t(value - 1), loginSchemes.size());
         DeviceEndpoint given = endpoint("127.0.0.1:1");
         given.login = static_cast<DeviceEndpoint::Login>(value);
         DeviceRegistry registry;
