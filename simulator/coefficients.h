@@ -2,13 +2,15 @@
 #ifndef SIMULATOR_COEFFICIENTS_H
 #define SIMULATOR_COEFFICIENTS_H
 
+#include <tessel/coefficientkinds.h>
+
 #include <QString>
 #include <QtGlobal>
 
 namespace Tessel::Simulator {
 
-/// The kinds of correction coefficients. Each cabinet has a table of each.
-enum class CoefficientKind { Plain, Multilayer, Adaptive, Dynamic, LowGray };
+// Each cabinet has a table of each kind.
+using Tessel::CoefficientKind;
 
 /// Where a cabinet keeps its tables. An upload goes to the first; saving, loading and applying copy from one
 /// to another.

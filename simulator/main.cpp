@@ -30,13 +30,18 @@ struct Arguments
 void declare(CLI::App& app, Arguments& arguments)
 {
     Options& options = arguments.options;
-    const std::map<std::string, Protocol> kinds{{"old", Protocol::SingleScreen},
-                                                {"new", Protocol::MultiScreen}};
+    std::map<std::string, Protocol> kinds;
+    std::string names;
+    for (const auto& row : Tessel::protocols) {
+        kinds[row.name] = row.protocol;
+        names += (names.empty() ? "" : ",") + std::string(row.name);
+    }
     app.set_version_flag("--version", std::string("tessel-sim ") + TESSEL_VERSION);
-    app.add_option("--protocol", options.protocol, "old: one screen; new: several screens (default)")
-        ->transform(CLI::CheckedTransformer(kinds).description("{old,new}"))
+    app.add_option("--protocol", options.protocol, "one screen, or several (default)")
+        ->transform(CLI::CheckedTransformer(kinds).description('{' + names + '}'))
         ->type_name("KIND");
-    app.add_option("--screens", options.screens, "Screens of a new controller")->check(CLI::Range(1, 64));
+    app.add_option("--screens", options.screens, "Screens of a multi-screen controller")
+        ->check(CLI::Range(1, 64));
     app.add_option("--cabinets", options.cabinets, "Cabinets")->check(CLI::Range(0, 10000));
     app.add_option("--receiving-cards", options.receivingCards, "Receiving cards per cabinet")
         ->check(CLI::Range(1, 16));

@@ -2,27 +2,25 @@
 #ifndef SIMULATOR_OPTIONS_H
 #define SIMULATOR_OPTIONS_H
 
+#include <tessel/protocols.h>
+
 #include <QString>
 #include <QtGlobal>
 
 namespace Tessel::Simulator {
 
-/// The kind of controller.
-enum class Protocol {
-    SingleScreen, ///< older: one screen; "/api/protocol/version" and the multi-screen routes answer 404
-    MultiScreen   ///< newer: several screens, capability version "V3.0"
-};
+using Tessel::Protocol;
 
-/// What a simulated controller is made of. A count of -1 takes the usual one of its kind.
+/// What a simulated controller is made of. A count of -1 takes the usual one of its protocol.
 struct Options
 {
     Protocol protocol = Protocol::MultiScreen;
-    int screens = -1;       ///< usually 1 or 2; an older controller has one, whatever stands here
+    int screens = -1;       ///< usually 1 or 2; a single-screen controller has one, whatever stands here
     int cabinets = -1;      ///< usually 16 or 240; at most 10000; 0 is a controller without cabinets
     int receivingCards = 1; ///< receiving cards per cabinet, 1 to 16
     int inputs = -1;        ///< usually 2 or 4; 1 to 256
     quint32 seed = 1;       ///< serial numbers, temperatures and the like follow from it
-    QString name;           ///< model name; empty: the one of the kind
+    QString name;           ///< model name; empty: the one of the protocol
     QString customName;     ///< the name its user gave; empty: a default
 
     QString bindAddress = QStringLiteral("127.0.0.1"); ///< an IP address; beyond loopback only when set so

@@ -10,14 +10,16 @@
 #include <QTime>
 
 using Tessel::cached;
+using Tessel::comesFromSourceOf;
 using Tessel::copyElementWhere;
 using Tessel::envelopeEvent;
-using Tessel::eventSays;
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
+using Tessel::isEvent;
 using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::PromiseRequest;
+using Tessel::PushEvent;
 using Tessel::readResponse;
 using Tessel::Request;
 using Tessel::succeeded;
@@ -101,11 +103,11 @@ void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& dev
     if (!m_isWatch)
         return;
     const QMap<QString, QVariant> event = envelopeEvent(data);
-    if (!eventSays(event, "eventSender", "cabinet"))
+    if (!comesFromSourceOf(event, PushEvent::Cabinets))
         return;
     qDebug() << "CabinetInfoOperator:" << QString::fromUtf8(data) << "m_isWatch:" << m_isWatch;
     // Quirk: A refresh asks otherwise than a read. It lacks "subpixel".
-    if (eventSays(event, "eventType", "cabinetsChange")) {
+    if (isEvent(event, PushEvent::Cabinets)) {
         // Quirk: A failed refresh of the cabinets raises its signal as well. The data may have changed.
         PendingRequest("Device_AllCabinetsInfo").refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool) {
             Q_EMIT signal_sendDataChanged(deviceKey);
@@ -114,7 +116,7 @@ void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& dev
             if (stored)
                 Q_EMIT signal_rvCardsInfoChanged(deviceKey);
         });
-    } else if (eventSays(event, "eventType", "allFlags")) {
+    } else if (isEvent(event, PushEvent::CabinetFlags)) {
         PendingRequest("Device_AllCabinetsInfo")
             .refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool stored) {
                 if (stored)

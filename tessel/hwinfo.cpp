@@ -9,11 +9,12 @@
 
 using Tessel::cached;
 using Tessel::changeEvent;
-using Tessel::eventSays;
-using Tessel::eventText;
+using Tessel::eventPayload;
+using Tessel::isEvent;
 using Tessel::outputFromCache;
 using Tessel::PendingRequest;
 using Tessel::PromiseRequest;
+using Tessel::PushEvent;
 using Tessel::Request;
 
 HWInfo* HWInfo::m_pInstance = nullptr;
@@ -104,15 +105,13 @@ void HWInfo::handleEvent(const QByteArray& data, const QString& deviceKey)
     if (!m_isWatch)
         return;
     const QMap<QString, QVariant> event = changeEvent(data);
-    if (eventSays(event, "dataType", "change")) {
-        if (eventSays(event, "changeTag", "hwInfo")) {
-            PendingRequest("Device_Hwinfo").refresh(deviceKey, m_hwInfo, [this](bool stored) {
-                if (stored)
-                    Q_EMIT signal_sendDataChanged();
-            });
-        }
-    } else if (eventSays(event, "dataType", "customNameChange")) {
-        const QString name = eventText(event, "name");
+    if (isEvent(event, PushEvent::HwInfo)) {
+        PendingRequest("Device_Hwinfo").refresh(deviceKey, m_hwInfo, [this](bool stored) {
+            if (stored)
+                Q_EMIT signal_sendDataChanged();
+        });
+    } else if (isEvent(event, PushEvent::CustomName)) {
+        const QString name = eventPayload(event, PushEvent::CustomName).toString();
         if (!name.isEmpty())
             Q_EMIT signal_customNameChanged(deviceKey, name);
     }

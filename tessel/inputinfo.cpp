@@ -38,10 +38,10 @@ void InputInfo::onEvent(const QByteArray& data, const QString& deviceKey)
     if (!m_isWatch)
         return;
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (!Tessel::eventSays(event, "dataType", "change") ||
-        !Tessel::eventSays(event, "changeTag", "inputsInfo"))
+    if (!Tessel::isEvent(event, Tessel::PushEvent::Inputs))
         return;
-    m_changeInputId = static_cast<unsigned short>(event.value(QStringLiteral("changeInputId")).toUInt());
+    m_changeInputId =
+        static_cast<unsigned short>(Tessel::eventPayload(event, Tessel::PushEvent::Inputs).toUInt());
     PendingRequest("Device_AllInputs").refresh(deviceKey, m_inputsInfo, [this, deviceKey](bool stored) {
         if (stored)
             Q_EMIT signal_sendDataChanged(deviceKey, m_changeInputId);

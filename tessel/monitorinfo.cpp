@@ -3,14 +3,18 @@
 
 #include <tessel/frames/deviceevents.h>
 #include <tessel/frames/request.h>
+#include <tessel/warningtypes.h>
 
 #include <QDebug>
 
 #include <cstdlib>
+#include <optional>
 
 using Tessel::HttpJsonPackage;
 using Tessel::PendingRequest;
+using Tessel::PushEvent;
 using Tessel::Request;
+using Tessel::WarningType;
 
 namespace UrlResource {
 
@@ -76,22 +80,28 @@ bool MonitorInfo::getMonitorState(const QString& deviceKey, QMap<QString, QVaria
 void MonitorInfo::slot_onDeviceAutoReport(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::envelopeEvent(data);
-    if (!Tessel::eventSays(event, "eventSender", "monitor"))
+    if (!Tessel::comesFromSourceOf(event, PushEvent::FanSpeed))
         return;
-    const QString type = Tessel::eventText(event, "eventType");
-    const QVariant payload = event.value(QStringLiteral("eventData"));
-    if (type == QLatin1String("fanSpeed"))
-        Q_EMIT signal_tqWarningReport(deviceKey, payload, 0);
-    else if (type == QLatin1String("temperature"))
-        Q_EMIT signal_tqWarningReport(deviceKey, payload, 2);
-    else if (type == QLatin1String("voltage"))
-        Q_EMIT signal_tqWarningReport(deviceKey, payload, 1);
-    else if (type == QLatin1String("outputChange"))
+    const QString name = Tessel::eventText(event, Tessel::eventRow(PushEvent::FanSpeed).text.kind.key);
+    const std::optional<WarningType> type = Tessel::warningTypeNamed(name.toStdString());
+    if (!type) {
+        qCritical() << "error eventType " << name;
+        return;
+    }
+    const QVariant payload = Tessel::eventPayload(event, PushEvent::FanSpeed);
+    switch (*type) {
+    case WarningType::FanSpeed:
+    case WarningType::Voltage:
+    case WarningType::Temperature:
+        Q_EMIT signal_tqWarningReport(deviceKey, payload, static_cast<int>(*type));
+        break;
+    case WarningType::Output:
         Q_EMIT signal_tqOutputStateChanged(deviceKey, payload);
-    else if (type == QLatin1String("cabinet"))
+        break;
+    case WarningType::Cabinet:
         Q_EMIT signal_cabinetWarningReport(deviceKey, payload);
-    else
-        qCritical() << "error eventType " << type;
+        break;
+    }
 }
 
 } // namespace UrlResource

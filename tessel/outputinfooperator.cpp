@@ -37,8 +37,7 @@ void OutputInfoOperator::onEvent(const QByteArray& data, const QString& deviceKe
     if (!m_isWatch)
         return;
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (Tessel::eventSays(event, "dataType", "change") &&
-        Tessel::eventSays(event, "changeTag", "outputsInfo")) {
+    if (Tessel::isEvent(event, Tessel::PushEvent::Outputs)) {
         // Quirk: Outputs are refreshed without a signal.
         PendingRequest("Device_AllOutputsInfo").refresh(deviceKey, m_outputsInfo, [](bool) {});
     }

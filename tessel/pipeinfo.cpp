@@ -28,15 +28,12 @@ PipeInfo::PipeInfo(QObject* parent)
 
 PipeInfo::~PipeInfo() = default;
 
-// Quirk: The event of pipelines has capitals of its own.
 // Quirk: The event of pipelines is followed by a blocking read.
 void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (Tessel::eventSays(event, "DataType", "Change") &&
-        Tessel::eventSays(event, "ChangeTag", "PipeLineInfo")) {
+    if (Tessel::isEvent(event, Tessel::PushEvent::Pipelines))
         getDevicePipes(deviceKey, true);
-    }
 }
 
 // Quirk: The signal of pipelines is raised with the lock held. A read raises it as well as an event.

@@ -8,10 +8,11 @@
 #include <QDebug>
 
 using Tessel::cached;
-using Tessel::eventSays;
-using Tessel::eventText;
+using Tessel::eventPayload;
+using Tessel::isEvent;
 using Tessel::PendingRequest;
 using Tessel::PromiseRequest;
+using Tessel::PushEvent;
 using Tessel::Request;
 
 namespace {
@@ -127,21 +128,18 @@ void ScreenInfo::onDeviceEvent(const QByteArray& data, const QString& deviceKey)
     if (!m_isWatch)
         return;
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (eventSays(event, "dataType", "change")) {
-        if (eventSays(event, "changeTag", "screensInfo")) {
-            PendingRequest("Device_AllScreens").refresh(deviceKey, m_screens, [this, deviceKey](bool stored) {
-                if (stored)
-                    Q_EMIT signal_screenDataChanged(deviceKey);
-            });
-        } else if (eventSays(event, "changeTag", "screensTagInfo")) {
-            PendingRequest("ScreenHwScreenTag")
-                .refresh(deviceKey, m_screenTags, [this, deviceKey](bool stored) {
-                    if (stored)
-                        Q_EMIT signal_screenTagChanged(deviceKey);
-                });
-        }
-    } else if (eventSays(event, "dataType", "screenName")) {
-        const QString name = eventText(event, "name");
+    if (isEvent(event, PushEvent::Screens)) {
+        PendingRequest("Device_AllScreens").refresh(deviceKey, m_screens, [this, deviceKey](bool stored) {
+            if (stored)
+                Q_EMIT signal_screenDataChanged(deviceKey);
+        });
+    } else if (isEvent(event, PushEvent::ScreenTags)) {
+        PendingRequest("ScreenHwScreenTag").refresh(deviceKey, m_screenTags, [this, deviceKey](bool stored) {
+            if (stored)
+                Q_EMIT signal_screenTagChanged(deviceKey);
+        });
+    } else if (isEvent(event, PushEvent::ScreenName)) {
+        const QString name = eventPayload(event, PushEvent::ScreenName).toString();
         if (!name.isEmpty())
             Q_EMIT signal_screenNameChanged(deviceKey, name);
     }

@@ -91,8 +91,6 @@ Examples:
   tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
 
 const char* const coefficientsFooter = R"(
-Kinds: plain, multilayer, adaptive, dynamic, lowgray.
-
 Examples:
   tesselctl --device 192.168.0.10 coefficients upload tables/ --kind multilayer
   tesselctl --device 192.168.0.10 coefficients upload tables/ --cabinets 3,7
@@ -236,6 +234,22 @@ Settings settingsOf(const ParsedOptions& options)
     return settings;
 }
 
+std::vector<std::string> toTexts(const QStringList& names)
+{
+    std::vector<std::string> texts;
+    for (const QString& name : names)
+        texts.push_back(name.toStdString());
+    return texts;
+}
+
+// "a, b or c"
+std::string alternatives(QStringList names, const char* conjunction)
+{
+    const QString last = names.takeLast();
+    const QString others = names.join(QStringLiteral(", "));
+    return (others.isEmpty() ? last : others + QLatin1String(conjunction) + last).toStdString();
+}
+
 void addGlobalOptions(CLI::App& app, ParsedOptions& options)
 {
     app.add_option("-d,--device", options.devices, "a device: an address, or NAME=ADDRESS; repeatable")
@@ -244,11 +258,13 @@ void addGlobalOptions(CLI::App& app, ParsedOptions& options)
     app.add_flag("-j,--json", options.json, "print JSON");
     app.add_flag("-t,--trace", options.trace, "tell every exchange on standard error");
 
-    app.add_option("--login", options.login, "how to log in: basic, digest or bearer")
-        ->check(CLI::IsMember({"basic", "digest", "bearer"}))
+    app.add_option("--login", options.login, "how to log in: " + alternatives(loginNames(), " or "))
+        ->check(CLI::IsMember(toTexts(loginNames())))
         ->type_name("KIND")
         ->group("Login");
-    app.add_option("--user", options.user, "user for basic and digest")->type_name("NAME")->group("Login");
+    app.add_option("--user", options.user, "user for " + alternatives(loginNamesWithUser(), " and "))
+        ->type_name("NAME")
+        ->group("Login");
     CLI::Option* const variable = app.add_option("--secret-env", options.secretVariable,
                                                  "environment variable that holds password or token")
                                       ->type_name("VARIABLE")
@@ -304,7 +320,7 @@ QStringList cabinetsOf(const ParsedOptions& options)
 void addKind(CLI::App* command, ParsedOptions& options)
 {
     command->add_option("--kind", options.kind, "which coefficients")
-        ->check(CLI::IsMember({"plain", "multilayer", "adaptive", "dynamic", "lowgray"}))
+        ->check(CLI::IsMember(toTexts(coefficientKindNames())))
         ->type_name("KIND")
         ->capture_default_str();
 }
@@ -319,7 +335,8 @@ std::vector<Command> coefficientCommands(CLI::App& app, ParsedOptions& options)
     CLI::App* const coefficients =
         app.add_subcommand("coefficients", "upload, download, save and clear coefficients");
     coefficients->require_subcommand(1);
-    coefficients->footer(coefficientsFooter);
+    coefficients->footer("\nKinds: " + coefficientKindNames().join(QStringLiteral(", ")).toStdString() +
+                         ".\n" + coefficientsFooter);
 
     CLI::App* const upload = coefficients->add_subcommand("upload", "upload tables from files");
     upload->add_option("PATH", options.path, "file or directory")->required()->type_name("");

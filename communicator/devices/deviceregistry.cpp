@@ -3,6 +3,8 @@
 
 #include "communicator/devices/deviceaddress.h"
 
+#include <communicator/loginscheme.h>
+
 #include <algorithm>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -19,7 +21,6 @@ bool hasControlCharacter(const QString& text)
 
 QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
 {
-    using Login = DeviceEndpoint::Login;
     if (deviceKey.isEmpty() || hasControlCharacter(deviceKey)) {
         return QStringLiteral("the key is empty or holds a control character");
     }
@@ -37,12 +38,17 @@ QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
     if (hasControlCharacter(endpoint.user) || hasControlCharacter(endpoint.secret)) {
         return QStringLiteral("the login holds a control character");
     }
-    // RFC 7617, 2: the first colon ends the user name.
-    if (endpoint.login == Login::Basic && endpoint.user.contains(QLatin1Char(':'))) {
-        return QStringLiteral("a user name for Basic cannot hold a colon");
+    const LoginScheme* const scheme = loginScheme(endpoint.login);
+    if (!scheme && endpoint.login != DeviceEndpoint::Login::None) {
+        return QStringLiteral("unknown login %1; use an enumerator of DeviceEndpoint::Login")
+            .arg(static_cast<int>(endpoint.login));
     }
-    if (endpoint.login == Login::Bearer && endpoint.secret.isEmpty()) {
-        return QStringLiteral("Bearer needs a token");
+    if (scheme && !scheme->takesColonInUser && endpoint.user.contains(QLatin1Char(':'))) {
+        return QStringLiteral("the user must not contain ':' with a %1 login")
+            .arg(QLatin1String(scheme->name));
+    }
+    if (scheme && scheme->needsSecret && endpoint.secret.isEmpty()) {
+        return QStringLiteral("a %1 login needs a secret").arg(QLatin1String(scheme->name));
     }
     if (!endpoint.pinnedKey.isEmpty() && !endpoint.pinnedKey.startsWith(QLatin1String("sha256//"))) {
         return QStringLiteral("a pinned key starts with sha256//");
@@ -66,7 +72,8 @@ void complete(Device& device)
     if (device.authority.endsWith(defaultPort)) {
         device.authority.chop(static_cast<int>(qstrlen(defaultPort)));
     }
-    if (device.endpoint.login == DeviceEndpoint::Login::Digest) {
+    const LoginScheme* const scheme = loginScheme(device.endpoint.login);
+    if (scheme && scheme->answersAChallenge) {
         device.digest = std::make_shared<DigestLogin>(device.endpoint.user, device.endpoint.secret);
     }
 }

@@ -2,6 +2,7 @@
 #include <simulator/device/control.h>
 
 #include <simulator/text/jsontools.h>
+#include <tessel/warningtypes.h>
 
 #include <nlohmann/json.hpp>
 
@@ -39,7 +40,7 @@ Reply done(const json& data = json::object())
 Reply describe(Device& device, const std::string& /*body*/)
 {
     const Wall& wall = device.wall();
-    return done({{"protocol", wall.multiScreen() ? "new" : "old"},
+    return done({{"protocol", protocolName(device.options().protocol)},
                  {"screens", wall.screens()},
                  {"cabinets", wall.cabinets()},
                  {"receivingCards", wall.cardsPerCabinet()},
@@ -87,9 +88,11 @@ Reply pushEvent(Device& device, const std::string& body)
 Reply warn(Device& device, const std::string& body)
 {
     const json warning = parseJson(body);
-    if (!warning.is_object() || !warning.contains("eventType") || !warning["eventType"].is_string())
-        return Device::failure(400, "a warning has an eventType");
-    const auto id = device.warn(warning["eventType"], warning.value("eventData", json()));
+    const EventText& event = eventRow(PushEvent::FanSpeed).text;
+    const char* const type = event.kind.key;
+    if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string())
+        return Device::failure(400, std::string("a warning has an ") + type);
+    const auto id = device.warn(warning[type], warning.value(event.payload, json()));
     return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
 }
 

@@ -230,13 +230,11 @@ bool Device::serves(const Route* route) const
 // What a client watches by reading again and again proceeds from one reading to the next.
 void Device::advanceProgress(const Route& route)
 {
-    if (Fixtures::moves(route.property)) {
+    if (isMeasured(route.value)) {
         m_store.measure();
         return;
     }
-    const bool isProgress =
-        route.property == "/device/hw/updateprogress" || route.property == "/device/cabinet/rvupdateprogress";
-    if (!isProgress)
+    if (route.value != SpecialValue::UpdateProgress)
         return;
     constexpr int stride = 25;
     json update = parseJson(*read(route.pattern))["data"];
@@ -249,11 +247,13 @@ void Device::advanceProgress(const Route& route)
 
 std::uint64_t Device::warn(const std::string& eventType, const json& data)
 {
-    const json warned = Fixtures::warning(eventType, wall(), m_store.measure());
+    const auto type = warningTypeNamed(eventType);
+    if (!type)
+        return 0;
+    const json warned = Fixtures::warning(*type, wall(), m_store.measure());
     if (warned.is_null())
         return 0;
-    const json event = {
-        {"eventSender", "monitor"}, {"eventType", eventType}, {"eventData", data.is_null() ? warned : data}};
+    const json event = eventObject(warningRow(*type).event, data.is_null() ? warned : data);
     return m_events.publish(event.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
@@ -264,8 +264,8 @@ Reply Device::get(const RouteTable::Match& match)
         reply.contentType = "application/octet-stream";
         return reply;
     }
-    auto text = CoefficientStore::kindAt(*match.route) ? m_coefficients.read(*match.route, idOf(match))
-                                                       : m_store.read(*match.route, idOf(match));
+    auto text = match.route->coefficients ? m_coefficients.read(*match.route, idOf(match))
+                                          : m_store.read(*match.route, idOf(match));
     return text ? success(std::move(text)) : failure(404, "no such instance: " + idOf(match));
 }
 
@@ -273,11 +273,11 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
 {
     const auto& match = exchange.match;
     const Route& route = *match.route;
-    if (route.property == "/device/hw/lock")
+    if (route.value == SpecialValue::Lock)
         return store(match, {{"locked", exchange.method == Method::Put}});
     if (bodySize > 0 && bringsFile(exchange))
         return putFile(exchange, body, bodySize);
-    if (bodySize == 0 && CoefficientStore::kindAt(route))
+    if (bodySize == 0 && route.coefficients)
         return success(successEnvelope());
     if (bodySize == 0) {
         json parameters = json::object();
@@ -298,7 +298,7 @@ Reply Device::putFile(const Exchange& exchange, std::string_view body, std::uint
     const auto parts = formParts(exchange.contentType, body);
     if (!parts)
         return failure(400, "the body is no multipart form");
-    if (match.route->property == "/device/cabinet/rvupdate") {
+    if (match.route->effect == WriteEffect::UploadCardFirmware) {
         for (const auto& part : *parts) {
             if (!part.fileName.empty())
                 m_cardFirmware.upload(part.content);
@@ -312,7 +312,7 @@ Reply Device::storeJson(const RouteTable::Match& match, std::string text)
     const Route& route = *match.route;
     const bool list =
         route.scope == Scope::Plural || route.scope == Scope::Collection || route.scope == Scope::Instance;
-    const bool coefficients = CoefficientStore::kindAt(route).has_value();
+    const bool coefficients = route.coefficients.has_value();
     if (coefficients || text.size() > (list ? maxListBytes : maxValueBytes)) {
         if (!isJson(text))
             return failure(400, "the body is no JSON");
@@ -340,9 +340,9 @@ Reply Device::storeCoefficients(const RouteTable::Match& match, std::string_view
 Reply Device::store(const RouteTable::Match& match, json body)
 {
     const Route& route = *match.route;
-    if (route.property == "/device/hw/customname")
+    if (route.effect == WriteEffect::NameDevice)
         renameMember(body, "name", "customName");
-    else if (route.property == "/device/screen/name")
+    else if (route.effect == WriteEffect::NameScreen)
         renameMember(body, "name", "screenName");
     const auto written = m_store.write(route, idOf(match), body);
     if (written.status == ResourceStore::Written::Status::Done)
@@ -359,7 +359,7 @@ Reply Device::outcome(const Route& route, const ResourceStore::Written& written,
 {
     if (written.status == ResourceStore::Written::Status::NoInstance)
         return failure(404, "no such instance");
-    if (route.property == "/device/screen/name" && body.is_object() && body.contains("screenName")) {
+    if (route.effect == WriteEffect::NameScreen && body.is_object() && body.contains("screenName")) {
         // The name belongs to the screen that the body names, or to the first.
         json record = {{"screenName", body["screenName"]}};
         for (const char* id : {"screenID", "screenId", "id"}) {
@@ -372,27 +372,36 @@ Reply Device::outcome(const Route& route, const ResourceStore::Written& written,
         m_events.publish(event);
     if (written.status == ResourceStore::Written::Status::NoSpace)
         return failure(507, "the controller keeps no more");
-    const bool selfTest = route.property == "/device/cabinet/selftest/read" ||
-                          route.property == "/device/cabinet/selftest/send";
-    return success(selfTest ? successEnvelope(R"([{"id":"1","result":0}])") : successEnvelope());
+    return success(route.effect == WriteEffect::SelfTest ? successEnvelope(R"([{"id":"1","result":0}])")
+                                                         : successEnvelope());
 }
 
 void Device::storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written)
 {
-    const auto& property = match.route->property;
-    if (property == "/device/cabinet/rvupdateload")
-        m_cardFirmware.load();
     static const json begun = {{"progress", 0}, {"state", "running"}};
-    if (property == "/device/hw/update")
+    switch (match.route->effect) {
+    case WriteEffect::UpdateController:
         storeAt("/api/v1/device/hw/updateprogress", {}, begun);
-    else if (property == "/device/cabinet/rvupdate" || property == "/device/cabinet/rvupdateload")
+        break;
+    case WriteEffect::LoadCardFirmware:
+        m_cardFirmware.load();
+        [[fallthrough]];
+    case WriteEffect::UploadCardFirmware:
         storeAt("/api/v1/device/cabinet/rvupdateprogress", {}, begun);
-    else if (property == "/device/input/backup/reset")
+        break;
+    case WriteEffect::ResetInputBackup:
         storeAt("/api/v1/device/input/{id}/backup", idOf(match), {{"backupInputId", 0}, {"enable", false}});
-    else if (property == "/device/screen/txtestpattern/disable")
+        break;
+    case WriteEffect::DisableTestPattern:
         storeAt("/api/v1/device/screen/{id}/txtestpattern", idOf(match), {{"enable", false}});
-    else
+        break;
+    case WriteEffect::None:
+    case WriteEffect::NameDevice:
+    case WriteEffect::NameScreen:
+    case WriteEffect::SelfTest:
         m_coefficients.act(*match.route, addressedCabinets(match, written));
+        break;
+    }
 }
 
 // The cabinets that a write was for: those of the screen in its path, or those that its body names.

@@ -21,7 +21,6 @@ using Bank = CoefficientBank;
 
 constexpr std::string_view emptyTable = "[]";
 
-constexpr const char* kindNames[] = {"plain", "multilayer", "adaptive", "dynamic", "lowgray"};
 constexpr const char* bankNames[] = {"loaded", "saved", "factory", "module", "applied"};
 
 std::size_t indexOf(Kind kind)
@@ -34,55 +33,7 @@ std::size_t indexOf(Bank bank)
     return static_cast<std::size_t>(bank);
 }
 
-struct TableRoute
-{
-    std::string_view path; ///< below "/device/correctionop/cabinets"
-    Kind kind;
-};
-constexpr TableRoute tableRoutes[] = {
-    {"/chroma/coefficient", Kind::Plain},      {"/multilayer/coefficient", Kind::Multilayer},
-    {"/adaptive/coefficient", Kind::Adaptive}, {"/dynamic/coefficient", Kind::Dynamic},
-    {"/lowgray/coefficient", Kind::LowGray},
-};
-
-enum class Step { Copy, Clear, Show };
-struct Action
-{
-    std::string_view path; ///< below "/device/correctionop"
-    Step step;
-    Kind kind;
-    Bank from; ///< of a copy; what is cleared or shown
-    Bank to;
-};
-constexpr Action actions[] = {
-    {"/cabinets/savecoefficient", Step::Copy, Kind::Plain, Bank::Loaded, Bank::Saved},
-    {"/screens/usereffectadjustcoeffsave", Step::Copy, Kind::Plain, Bank::Loaded, Bank::Saved},
-    {"/cabinets/savefactorycoefficient", Step::Copy, Kind::Plain, Bank::Loaded, Bank::Factory},
-    {"/cabinets/savecoefftomodule", Step::Copy, Kind::Plain, Bank::Loaded, Bank::Module},
-    {"/cabinets/multilayer/save", Step::Copy, Kind::Multilayer, Bank::Loaded, Bank::Saved},
-    {"/cabinets/rvcardcoefficient", Step::Copy, Kind::Adaptive, Bank::Loaded, Bank::Saved},
-    {"/cabinets/lowgray/save", Step::Copy, Kind::LowGray, Bank::Loaded, Bank::Saved},
-    {"/cabinets/lowgray/apply/coefficient", Step::Copy, Kind::LowGray, Bank::Loaded, Bank::Applied},
-    {"/cabinets/loadcoefficient", Step::Copy, Kind::Plain, Bank::Saved, Bank::Loaded},
-    {"/cabinets/clearcoefficient", Step::Clear, Kind::Plain, Bank::Loaded, {}},
-    {"/cabinets/clearcoefficient", Step::Clear, Kind::Plain, Bank::Saved, {}},
-    {"/cabinets/clearmodulecoefficient", Step::Clear, Kind::Plain, Bank::Module, {}},
-    {"/cabinets/multilayer/clear", Step::Clear, Kind::Multilayer, Bank::Loaded, {}},
-    {"/cabinets/multilayer/clear", Step::Clear, Kind::Multilayer, Bank::Saved, {}},
-    {"/cabinets/lowgray/clear", Step::Clear, Kind::LowGray, Bank::Loaded, {}},
-    {"/cabinets/lowgray/clear", Step::Clear, Kind::LowGray, Bank::Saved, {}},
-    {"/cabinets/lowgray/clear", Step::Clear, Kind::LowGray, Bank::Applied, {}},
-    {"/cabinets/showcoefficient", Step::Show, Kind::Plain, Bank::Loaded, {}},
-    {"/cabinets/showfactorycoefficient", Step::Show, Kind::Plain, Bank::Factory, {}},
-    {"/cabinets/showmodulecoefficient", Step::Show, Kind::Plain, Bank::Module, {}},
-};
-
-// What is left of the route's property; empty when it is no route of the correction.
-std::string_view below(std::string_view prefix, const Route& route)
-{
-    const std::string_view property = route.property;
-    return startsWith(property, prefix) ? property.substr(prefix.size()) : std::string_view();
-}
+using Step = CoefficientAction::Step;
 
 std::string_view delivered(Kind kind)
 {
@@ -119,24 +70,13 @@ CoefficientStore::CoefficientStore(const Wall& wall, qint64 limit)
     , m_bytes(std::make_shared<std::atomic<std::size_t>>(0))
 {}
 
-std::optional<CoefficientKind> CoefficientStore::kindAt(const Route& route)
-{
-    const auto path = below("/device/correctionop/cabinets", route);
-    for (const auto& entry : tableRoutes) {
-        if (entry.path == path)
-            return entry.kind;
-    }
-    return std::nullopt;
-}
-
 bool CoefficientStore::isSave(const Route& route)
 {
-    const auto path = below("/device/correctionop", route);
-    for (const auto& action : actions) {
-        if (action.path == path)
-            return action.step == Step::Copy && action.from == Bank::Loaded && action.to != Bank::Applied;
-    }
-    return false;
+    const auto saves = [](const CoefficientAction& action) {
+        return action.step == Step::Copy && action.from == Bank::Loaded && action.to != Bank::Applied;
+    };
+    const auto& actions = route.coefficientActions;
+    return !actions.empty() && saves(actions.front());
 }
 
 std::optional<std::size_t> CoefficientStore::numberOf(const std::string& cabinet) const
@@ -178,7 +118,7 @@ std::string_view CoefficientStore::textOf(std::size_t number, Kind kind, Bank ba
 
 SharedText CoefficientStore::read(const Route& route, const std::string& cabinet)
 {
-    const Kind kind = *kindAt(route);
+    const Kind kind = *route.coefficients;
     const std::lock_guard lock(m_mutex);
     if (route.scope != Scope::Property)
         return listOfAll(kind);
@@ -220,7 +160,7 @@ SharedText CoefficientStore::listOfAll(Kind kind)
 CoefficientStore::UploadResult CoefficientStore::upload(const Route& route, const std::string& cabinet,
                                                         std::string_view json)
 {
-    const Kind kind = *kindAt(route);
+    const Kind kind = *route.coefficients;
     const std::lock_guard lock(m_mutex);
     const auto number = route.scope == Scope::Property ? numberOf(cabinet) : std::nullopt;
     if (route.scope == Scope::Property && !number)
@@ -259,11 +199,8 @@ void CoefficientStore::place(Kind kind, std::string_view list)
 
 void CoefficientStore::act(const Route& route, const std::vector<std::string>& cabinets)
 {
-    const auto path = below("/device/correctionop", route);
     const std::lock_guard lock(m_mutex);
-    for (const auto& action : actions) {
-        if (action.path != path)
-            continue;
+    for (const auto& action : route.coefficientActions) {
         for (const auto& cabinet : cabinets) {
             const auto number = numberOf(cabinet);
             if (!number)
@@ -313,7 +250,8 @@ json CoefficientStore::summary() const
     json received = json::object();
     for (std::size_t kind = 0; kind < kinds; ++kind) {
         const auto& counts = m_uploads[kind].counts;
-        received[kindNames[kind]] = {{"uploads", counts.uploads}, {"bytes", counts.bytes}};
+        received[Tessel::coefficientKinds[kind].name] = {{"uploads", counts.uploads},
+                                                         {"bytes", counts.bytes}};
     }
     json cabinets = json::object();
     for (const auto& [number, cabinet] : m_cabinets) {
@@ -326,7 +264,7 @@ json CoefficientStore::summary() const
                     continue;
                 const auto text = dataOf(*reply);
                 const auto bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
-                told[kindNames[kind]][bankNames[bank]] = {
+                told[Tessel::coefficientKinds[kind].name][bankNames[bank]] = {
                     {"bytes", text.size()},
                     {"sha256",
                      QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString()}};

@@ -36,8 +36,6 @@ public:
     /// The tables of @p wall, of @p limit bytes at most.
     CoefficientStore(const Wall& wall, qint64 limit);
 
-    /// The kind whose tables are written and read at @p route; nothing for any other route.
-    static std::optional<CoefficientKind> kindAt(const Route& route);
     /// Whether a write to @p route saves coefficients.
     static bool isSave(const Route& route);
 
@@ -64,7 +62,7 @@ public:
     void reset();
 
 private:
-    static constexpr std::size_t kinds = 5;
+    static constexpr std::size_t kinds = coefficientKindCount;
     static constexpr std::size_t banks = 5;
 
     /// As the reply that reads it, so that reading copies nothing. Without one it is the table that the

@@ -4,6 +4,7 @@
 
 #include <simulator/resources/wall.h>
 #include <simulator/routes/route.h>
+#include <tessel/warningtypes.h>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -18,20 +19,15 @@ nlohmann::json record(Family family, const Wall& wall, std::size_t index);
 /// The receiving cards of one cabinet.
 nlohmann::json receivingCards(const Wall& wall, std::size_t cabinet);
 
-/// Whether a value or property is made for the wall rather than taken from the table of plain ones.
-bool isGenerated(const std::string& property);
+/// The starting value of @p route. @p index counts the instances of its family, 0 for a value of the device.
+/// What no table knows is an empty object. What is measured follows from @p step.
+nlohmann::json value(const Route& route, const Wall& wall, std::size_t index, std::size_t step);
 
-/// The starting value of a property or value, such as "/device/screen/brightness". @p index counts the
-/// instances of its family, 0 for a value of the device. What no table knows is an empty object.
-/// What is measured follows from @p step.
-nlohmann::json value(const std::string& property, const Wall& wall, std::size_t index, std::size_t step);
+/// The receiving cards of all cabinets.
+nlohmann::json allReceivingCards(const Wall& wall);
 
-/// Whether a value differs from step to step.
-bool moves(const std::string& property);
-
-/// What a controller tells with a warning: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet";
-/// null for what it does not warn of.
-nlohmann::json warning(const std::string& eventType, const Wall& wall, std::size_t step);
+/// What a controller tells with a warning; null when the wall lacks what it would warn of.
+nlohmann::json warning(WarningType type, const Wall& wall, std::size_t step);
 
 /// The plain starting value of @p property, the same for every wall and instance.
 const nlohmann::json& plainValue(const std::string& property);

@@ -191,16 +191,6 @@ json monitorLogs(std::size_t step)
     return {{"logs", std::move(logs)}};
 }
 
-json allReceivingCards(const Wall& wall)
-{
-    json cards = json::array();
-    for (std::size_t i = 0; i < wall.cabinets(); ++i) {
-        for (auto& card : receivingCards(wall, i))
-            cards.push_back(std::move(card));
-    }
-    return cards;
-}
-
 json baseInfo(const json& cabinetRecord)
 {
     json info;
@@ -255,67 +245,67 @@ json receivingCards(const Wall& wall, std::size_t cabinetIndex)
     return cards;
 }
 
-bool isGenerated(const std::string& property)
+json allReceivingCards(const Wall& wall)
 {
-    static constexpr const char* generated[] = {
-        "/api/capability/version", "/device/cabinet/rx",       "/device/cabinet/rxs",
-        "/device/monitor/data",    "/device/cabinet/baseinfo", "/device/monitor/cabinet/history",
-        "/device/monitor/logs",
-    };
-    for (const char* name : generated) {
-        if (property == name)
-            return true;
+    json cards = json::array();
+    for (std::size_t i = 0; i < wall.cabinets(); ++i) {
+        for (auto& card : receivingCards(wall, i))
+            cards.push_back(std::move(card));
     }
-    return false;
+    return cards;
 }
 
-bool moves(const std::string& property)
+json warning(WarningType type, const Wall& wall, std::size_t step)
 {
-    return property == "/device/monitor/data" || property == "/device/monitor/cabinet/history" ||
-           property == "/device/monitor/logs";
-}
-
-json warning(const std::string& eventType, const Wall& wall, std::size_t step)
-{
-    if (eventType == "fanSpeed")
+    switch (type) {
+    case WarningType::FanSpeed:
         return {{"fan", 1}, {"fanSpeed", fanSpeeds(wall, step).front()}, {"limit", 1200}};
-    if (eventType == "temperature")
+    case WarningType::Temperature:
         return {{"temperature", measured(wall, Temperature, deviceIndex, step, 71, 80)}, {"limit", 70}};
-    if (eventType == "voltage")
+    case WarningType::Voltage:
         return {{"name", "supply"},
                 {"voltage", measured(wall, Voltage, deviceIndex, step, 90, 105) / 10.0},
                 {"limit", 11.0}};
-    if (eventType == "outputChange") {
+    case WarningType::Output: {
         const auto id = measured(wall, Power, deviceIndex, step, 1, static_cast<int>(wall.outputs()));
         return {{"id", id}, {"linked", false}};
     }
-    if (eventType == "cabinet" && wall.cabinets() > 0) {
+    case WarningType::Cabinet: {
+        if (wall.cabinets() == 0)
+            return nullptr;
         const auto last = static_cast<int>(wall.cabinets()) - 1;
         json data = cabinetMeasures(
             wall, static_cast<std::size_t>(measured(wall, Power, deviceIndex, step, 0, last)), step);
         data["temperature"] = measured(wall, Temperature, deviceIndex, step, 71, 80);
         return data;
     }
+    }
     return nullptr;
 }
 
-json value(const std::string& property, const Wall& wall, std::size_t index, std::size_t step)
+json value(const Route& route, const Wall& wall, std::size_t index, std::size_t step)
 {
-    if (property == "/api/capability/version")
+    switch (route.value) {
+    case SpecialValue::CapabilityVersion:
         return {{"CapabilityVersion", wall.multiScreen() ? "V3.0" : "V2.0"}};
-    if (property == "/device/cabinet/rx")
+    case SpecialValue::AllReceivingCards:
         return allReceivingCards(wall);
-    if (property == "/device/cabinet/rxs")
+    case SpecialValue::ReceivingCards:
         return receivingCards(wall, index);
-    if (property == "/device/monitor/data")
-        return monitorData(wall, step);
-    if (property == "/device/monitor/cabinet/history")
-        return monitorHistory(wall, index, step);
-    if (property == "/device/monitor/logs")
-        return monitorLogs(step);
-    if (property == "/device/cabinet/baseinfo")
+    case SpecialValue::CabinetBaseInfo:
         return baseInfo(cabinet(wall, index));
-    return plainValue(property);
+    case SpecialValue::MonitorData:
+        return monitorData(wall, step);
+    case SpecialValue::MonitorHistory:
+        return monitorHistory(wall, index, step);
+    case SpecialValue::MonitorLogs:
+        return monitorLogs(step);
+    case SpecialValue::UpdateProgress:
+    case SpecialValue::Lock:
+    case SpecialValue::None:
+        break;
+    }
+    return plainValue(route.property);
 }
 
 } // namespace Tessel::Simulator::Fixtures

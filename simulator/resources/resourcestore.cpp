@@ -125,7 +125,7 @@ SharedText ResourceStore::read(const Route& route, const std::string& id)
     if (!hasInstance(route, id))
         return nullptr;
     auto reply = successEnvelope(readText(route, id));
-    if (Fixtures::moves(route.property))
+    if (isMeasured(route.value))
         return reply;
     if (replies.size() >= maxReplies || m_replyBytes + reply->size() > maxReplyBytes) {
         for (auto& other : m_replies)
@@ -181,10 +181,10 @@ json ResourceStore::current(const Route& route, const std::string& id)
         value = own->data;
     } else if (toAll) {
         value = values->second.all->data;
-    } else if (route.scope == Scope::Value && route.property == "/device/cabinet/rxs") {
-        value = Fixtures::value("/device/cabinet/rx", m_wall, 0, m_step);
+    } else if (route.scope == Scope::Value && route.value == SpecialValue::ReceivingCards) {
+        value = Fixtures::allReceivingCards(m_wall);
     } else {
-        value = Fixtures::value(route.property, m_wall, index, m_step);
+        value = Fixtures::value(route, m_wall, index, m_step);
     }
     if (found && value.is_object())
         value.update(sharedMembers(value, records(route.family).record(index)));
@@ -222,7 +222,7 @@ json ResourceStore::screenRecord(std::size_t index)
     json screen = records(Family::Screen).record(index);
     if (screen.contains("subScreens"))
         return screen;
-    // A newer controller feeds the upper and the lower half of a screen from an input each.
+    // A multi-screen controller feeds the upper and the lower half of a screen from an input each.
     const auto [first, last] = m_wall.cabinetsOf(index);
     const auto columns = m_wall.columnsOf(index);
     const auto rows = m_wall.rowsOf(index);
@@ -254,7 +254,7 @@ json ResourceStore::screenRecord(std::size_t index)
 
 std::string ResourceStore::screensText(const Route& route)
 {
-    // The older route describes one screen at the top level; the multi-screen route lists them.
+    // The single-screen route describes one screen at the top level; the multi-screen route lists them.
     json reply = route.multiScreenOnly ? json::object() : screenRecord(0);
     if (m_wall.multiScreen()) {
         json screens = json::array();
@@ -375,7 +375,7 @@ ResourceStore::Written ResourceStore::writeToAll(const Route& route, const json&
     if (list.size() == 0)
         return result;
     result.changed = list.mergeAll(sharedMembers(list.record(0), body));
-    if (Fixtures::isGenerated(route.property))
+    if (isGenerated(route.value))
         return result;
 
     const auto mergeValue = [&](Value& slot) {
@@ -413,7 +413,7 @@ ResourceStore::Written ResourceStore::writeRecords(const Route& route, const jso
         return result;
     }
     if (addressees->all) {
-        // The description of one screen, as an older controller has it.
+        // The description of one screen, as a single-screen controller has it.
         result.ids = {"1"};
         result.changed = list.merge(0, body);
         return result;

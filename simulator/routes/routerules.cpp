@@ -81,6 +81,117 @@ constexpr std::string_view deviceValues[] = {
     "/device/cabinet/rxs",      "/device/cabinet/rx",           "/device/output/pipelinemapping",
 };
 
+// Routes by their property, in which the singular and the plural route of a property are one.
+struct ValueRow
+{
+    std::string_view property;
+    SpecialValue value;
+};
+constexpr ValueRow specialValues[] = {
+    {"/api/capability/version", SpecialValue::CapabilityVersion},
+    {"/device/cabinet/rx", SpecialValue::AllReceivingCards},
+    {"/device/cabinet/rxs", SpecialValue::ReceivingCards},
+    {"/device/cabinet/baseinfo", SpecialValue::CabinetBaseInfo},
+    {"/device/monitor/data", SpecialValue::MonitorData},
+    {"/device/monitor/cabinet/history", SpecialValue::MonitorHistory},
+    {"/device/monitor/logs", SpecialValue::MonitorLogs},
+    {"/device/hw/updateprogress", SpecialValue::UpdateProgress},
+    {"/device/cabinet/rvupdateprogress", SpecialValue::UpdateProgress},
+    {"/device/hw/lock", SpecialValue::Lock},
+};
+
+struct EffectRow
+{
+    std::string_view property;
+    WriteEffect effect;
+};
+constexpr EffectRow writeEffects[] = {
+    {"/device/hw/customname", WriteEffect::NameDevice},
+    {"/device/screen/name", WriteEffect::NameScreen},
+    {"/device/hw/update", WriteEffect::UpdateController},
+    {"/device/cabinet/rvupdate", WriteEffect::UploadCardFirmware},
+    {"/device/cabinet/rvupdateload", WriteEffect::LoadCardFirmware},
+    {"/device/cabinet/selftest/read", WriteEffect::SelfTest},
+    {"/device/cabinet/selftest/send", WriteEffect::SelfTest},
+    {"/device/input/backup/reset", WriteEffect::ResetInputBackup},
+    {"/device/screen/txtestpattern/disable", WriteEffect::DisableTestPattern},
+};
+
+// Events that differ from the one of the family.
+struct ChangeEventRow
+{
+    std::string_view property;
+    PushEvent event;
+};
+constexpr ChangeEventRow specialChangeEvents[] = {
+    {"/device/screen/enable", PushEvent::ScreenTags},
+    {"/device/cabinet/flags", PushEvent::CabinetFlags},
+    {"/device/cabinet/cabinetflags", PushEvent::CabinetFlags},
+    {"/device/cabinet/recvcardflags", PushEvent::CabinetFlags},
+    {"/device/cabinet/moduleflags", PushEvent::CabinetFlags},
+};
+
+// What is written below these leaves the lists of cabinets and screens as they are.
+constexpr std::string_view silentPrefixes[] = {"/device/cabinet/selftest", "/device/correctionop"};
+
+struct TableRow
+{
+    std::string_view property;
+    CoefficientKind kind;
+};
+constexpr TableRow coefficientTables[] = {
+    {"/device/correctionop/cabinets/chroma/coefficient", CoefficientKind::Plain},
+    {"/device/correctionop/cabinets/multilayer/coefficient", CoefficientKind::Multilayer},
+    {"/device/correctionop/cabinets/adaptive/coefficient", CoefficientKind::Adaptive},
+    {"/device/correctionop/cabinets/dynamic/coefficient", CoefficientKind::Dynamic},
+    {"/device/correctionop/cabinets/lowgray/coefficient", CoefficientKind::LowGray},
+};
+
+using Bank = CoefficientBank;
+using Kind = CoefficientKind;
+using Step = CoefficientAction::Step;
+struct ActionRow
+{
+    std::string_view property;
+    CoefficientAction action;
+};
+constexpr ActionRow coefficientActions[] = {
+    {"/device/correctionop/cabinets/savecoefficient", {Step::Copy, Kind::Plain, Bank::Loaded, Bank::Saved}},
+    {"/device/correctionop/screens/usereffectadjustcoeffsave",
+     {Step::Copy, Kind::Plain, Bank::Loaded, Bank::Saved}},
+    {"/device/correctionop/cabinets/savefactorycoefficient",
+     {Step::Copy, Kind::Plain, Bank::Loaded, Bank::Factory}},
+    {"/device/correctionop/cabinets/savecoefftomodule",
+     {Step::Copy, Kind::Plain, Bank::Loaded, Bank::Module}},
+    {"/device/correctionop/cabinets/multilayer/save",
+     {Step::Copy, Kind::Multilayer, Bank::Loaded, Bank::Saved}},
+    {"/device/correctionop/cabinets/rvcardcoefficient",
+     {Step::Copy, Kind::Adaptive, Bank::Loaded, Bank::Saved}},
+    {"/device/correctionop/cabinets/lowgray/save", {Step::Copy, Kind::LowGray, Bank::Loaded, Bank::Saved}},
+    {"/device/correctionop/cabinets/lowgray/apply/coefficient",
+     {Step::Copy, Kind::LowGray, Bank::Loaded, Bank::Applied}},
+    {"/device/correctionop/cabinets/loadcoefficient", {Step::Copy, Kind::Plain, Bank::Saved, Bank::Loaded}},
+    {"/device/correctionop/cabinets/clearcoefficient", {Step::Clear, Kind::Plain, Bank::Loaded, {}}},
+    {"/device/correctionop/cabinets/clearcoefficient", {Step::Clear, Kind::Plain, Bank::Saved, {}}},
+    {"/device/correctionop/cabinets/clearmodulecoefficient", {Step::Clear, Kind::Plain, Bank::Module, {}}},
+    {"/device/correctionop/cabinets/multilayer/clear", {Step::Clear, Kind::Multilayer, Bank::Loaded, {}}},
+    {"/device/correctionop/cabinets/multilayer/clear", {Step::Clear, Kind::Multilayer, Bank::Saved, {}}},
+    {"/device/correctionop/cabinets/lowgray/clear", {Step::Clear, Kind::LowGray, Bank::Loaded, {}}},
+    {"/device/correctionop/cabinets/lowgray/clear", {Step::Clear, Kind::LowGray, Bank::Saved, {}}},
+    {"/device/correctionop/cabinets/lowgray/clear", {Step::Clear, Kind::LowGray, Bank::Applied, {}}},
+    {"/device/correctionop/cabinets/showcoefficient", {Step::Show, Kind::Plain, Bank::Loaded, {}}},
+    {"/device/correctionop/cabinets/showfactorycoefficient", {Step::Show, Kind::Plain, Bank::Factory, {}}},
+    {"/device/correctionop/cabinets/showmodulecoefficient", {Step::Show, Kind::Plain, Bank::Module, {}}},
+};
+
+template <typename Rows>
+const auto* rowOf(const Rows& rows, std::string_view property)
+{
+    const auto row = std::find_if(std::begin(rows), std::end(rows),
+                                  [&](const auto& one) { return one.property == property; });
+    return row == std::end(rows) ? nullptr : &*row;
+}
+
 bool isBelow(std::string_view path, std::string_view prefix)
 {
     return startsWith(path, prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
@@ -126,7 +237,82 @@ Scope scopeOf(const std::string& path, Family family, std::string_view prefix)
     return Scope::Value;
 }
 
+std::optional<PushEvent> eventOfFamily(const Route& route)
+{
+    switch (route.family) {
+    case Family::Screen:
+        return PushEvent::Screens;
+    case Family::Cabinet:
+        return PushEvent::Cabinets;
+    case Family::Input:
+        return PushEvent::Inputs;
+    case Family::Output:
+        return PushEvent::Outputs;
+    case Family::Pipeline:
+    case Family::Channel:
+        return PushEvent::Pipelines;
+    case Family::Device:
+        break;
+    }
+    const bool ofDevice = isBelow(route.property, "/device/hw") && route.scope != Scope::Value;
+    return ofDevice ? std::make_optional(PushEvent::HwInfo) : std::nullopt;
+}
+
+std::optional<PushEvent> changeEventOf(const Route& route)
+{
+    for (const auto& prefix : silentPrefixes) {
+        if (isBelow(route.property, prefix))
+            return std::nullopt;
+    }
+    const auto* const row = rowOf(specialChangeEvents, route.property);
+    return row ? row->event : eventOfFamily(route);
+}
+
+std::optional<PushEvent> nameEventOf(const Route& route)
+{
+    switch (route.effect) {
+    case WriteEffect::NameDevice:
+        return PushEvent::CustomName;
+    case WriteEffect::NameScreen:
+        return PushEvent::ScreenName;
+    default:
+        return std::nullopt;
+    }
+}
+
+// What is special about a route, all that follows from its property.
+void applySpecialRules(Route& route)
+{
+    if (const auto* const row = rowOf(specialValues, route.property))
+        route.value = row->value;
+    if (const auto* const row = rowOf(writeEffects, route.property))
+        route.effect = row->effect;
+    route.nameEvent = nameEventOf(route);
+    route.changeEvent = changeEventOf(route);
+    if (const auto* const row = rowOf(coefficientTables, route.property))
+        route.coefficients = row->kind;
+    for (const auto& row : coefficientActions) {
+        if (row.property == route.property)
+            route.coefficientActions.push_back(row.action);
+    }
+}
+
 } // namespace
+
+std::vector<std::string_view> specialProperties()
+{
+    std::vector<std::string_view> properties;
+    const auto add = [&properties](const auto& rows) {
+        for (const auto& row : rows)
+            properties.push_back(row.property);
+    };
+    add(specialValues);
+    add(writeEffects);
+    add(specialChangeEvents);
+    add(coefficientTables);
+    add(coefficientActions);
+    return properties;
+}
 
 void applyRouteRules(Route& route)
 {
@@ -154,6 +340,7 @@ void applyRouteRules(Route& route)
     }
     for (const auto& key : fileRoutes)
         route.takesFiles = route.takesFiles || contains(route.keys, key);
+    applySpecialRules(route);
 }
 
 } // namespace Tessel::Simulator

@@ -4,7 +4,13 @@
 
 #include <simulator/routes/route.h>
 
+#include <string_view>
+#include <vector>
+
 namespace Tessel::Simulator {
+
+/// The properties that the rules single out, for a test that compares them with the routes that there are.
+std::vector<std::string_view> specialProperties();
 
 /// Fills everything of a route that follows from its pattern and its keys.
 void applyRouteRules(Route& route);

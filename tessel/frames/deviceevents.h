@@ -6,6 +6,7 @@
 
 #include <communicator/httpproxy.h>
 #include <communicator/jsonutil.h>
+#include <tessel/pushevents.h>
 
 #include <QMap>
 #include <QVariant>
@@ -60,6 +61,26 @@ inline bool eventSays(const QMap<QString, QVariant>& event, const char* key, con
 {
     const auto member = event.constFind(QLatin1String(key));
     return member != event.constEnd() && member->toString() == QLatin1String(text);
+}
+
+/// What the event @p expected carries along, the name or the payload; invalid when the member is absent.
+inline QVariant eventPayload(const QMap<QString, QVariant>& event, PushEvent expected)
+{
+    return event.value(QLatin1String(eventRow(expected).text.payload));
+}
+
+/// Whether the event comes from the source of @p expected, and so may be of any kind of that source.
+inline bool comesFromSourceOf(const QMap<QString, QVariant>& event, PushEvent expected)
+{
+    const EventText::Member& source = eventRow(expected).text.source;
+    return eventSays(event, source.key, source.text);
+}
+
+/// Whether the event is @p expected: its source, and its kind unless the form has none.
+inline bool isEvent(const QMap<QString, QVariant>& event, PushEvent expected)
+{
+    const EventText::Member& kind = eventRow(expected).text.kind;
+    return comesFromSourceOf(event, expected) && (!kind.key || eventSays(event, kind.key, kind.text));
 }
 
 } // namespace Tessel

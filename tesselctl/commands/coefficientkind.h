@@ -2,6 +2,7 @@
 #ifndef TESSELCTL_COEFFICIENTKIND_H
 #define TESSELCTL_COEFFICIENTKIND_H
 
+#include <tessel/coefficientkinds.h>
 #include <tessel/correctionop.h>
 
 #include <QtPromise>
@@ -19,7 +20,7 @@ struct CoefficientKind
     using Load = bool (Correctionop::*)(const QString&, const QString&, List&);
     using Action = bool (Correctionop::*)(const QString&, const Map&, Map&);
 
-    const char* name;
+    Tessel::CoefficientKind kind;
     Upload upload;
     const char* uploadRoute;
     // One cabinet by itself. The dynamic and low-gray forms have no path that names the cabinet, so these two

@@ -38,11 +38,14 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
 /// comes or, with a @p count above 0, every device was read so often.
 ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console);
 
+/// What --kind takes.
+QStringList coefficientKindNames();
+
 /// Coefficients on their way to a device.
 struct CoefficientUpload
 {
     QString path;         ///< file or directory
-    QString kind;         ///< plain, multilayer, adaptive, dynamic or lowgray
+    QString kind;         ///< one of coefficientKindNames()
     QStringList cabinets; ///< those to upload; empty: all that are there
     int parallel = 4;     ///< requests under way at once
 };

@@ -28,7 +28,7 @@ namespace TesselCtl {
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::exchangesBegun;
 using Krelm::Communicator::HttpDevice::HttpProxy;
-using Tessel::Simulator::Protocol;
+using Tessel::Protocol;
 using Tessel::Simulator::Simulator;
 
 namespace {
@@ -104,23 +104,22 @@ private:
     bool startControllers()
     {
         m_page.heading(QStringLiteral("Two controllers start, in software"));
-        Tessel::Simulator::Options older;
-        older.protocol = Protocol::SingleScreen;
-        Tessel::Simulator::Options newer;
-        newer.protocol = Protocol::MultiScreen;
-        newer.seed = 2;
-        m_devices.push_back({QStringLiteral("studio"), std::make_unique<Simulator>(older)});
-        m_devices.push_back({QStringLiteral("arena"), std::make_unique<Simulator>(newer)});
+        Tessel::Simulator::Options singleScreen;
+        singleScreen.protocol = Protocol::SingleScreen;
+        Tessel::Simulator::Options multiScreen;
+        multiScreen.protocol = Protocol::MultiScreen;
+        multiScreen.seed = 2;
+        m_devices.push_back({QStringLiteral("studio"), std::make_unique<Simulator>(singleScreen)});
+        m_devices.push_back({QStringLiteral("arena"), std::make_unique<Simulator>(multiScreen)});
         QList<QStringList> rows;
         for (const Controller& device : m_devices) {
             if (!device.simulator->start())
                 return failed(device.name, device.simulator->errorString());
-            const QString kind = device.simulator->options().protocol == Protocol::SingleScreen
-                                     ? QStringLiteral("older protocol, one screen")
-                                     : QStringLiteral("newer protocol, several screens");
             rows << QStringList{
                 device.name, device.simulator->address(),
-                QStringLiteral("%1, %2 cabinets").arg(kind).arg(device.simulator->cabinetIds().size())};
+                QStringLiteral("%1 protocol, %2 cabinets")
+                    .arg(QLatin1String(Tessel::protocolName(device.simulator->options().protocol)))
+                    .arg(device.simulator->cabinetIds().size())};
         }
         m_page.result(aligned(rows));
         return true;
@@ -195,17 +194,19 @@ private:
         m_page.heading(QStringLiteral("Screens: asked once, the library speaks each device's protocol"));
         for (const Controller& device : m_devices) {
             m_page.call(QStringLiteral("HWInfo::getInstance()->getHwProtoc(\"%1\", true);").arg(device.name));
-            const bool newer = HWInfo::getInstance()->getHwProtoc(device.name, true);
-            if (newer != (device.simulator->options().protocol == Protocol::MultiScreen))
+            const bool isMultiScreen = HWInfo::getInstance()->getHwProtoc(device.name, true);
+            const Protocol protocol = isMultiScreen ? Protocol::MultiScreen : Protocol::SingleScreen;
+            if (protocol != device.simulator->options().protocol)
                 return failed(device.name, QStringLiteral("the other protocol was expected"));
             QMap<QString, QMap<QString, QVariant>> screens;
-            m_page.call(QStringLiteral("ScreenInfo::getInstance()->getScreens(\"%1\", screens, false, %2);")
-                            .arg(device.name, newer ? QStringLiteral("true") : QStringLiteral("false")));
-            if (!ScreenInfo::getInstance()->getScreens(device.name, screens, false, newer) ||
+            m_page.call(
+                QStringLiteral("ScreenInfo::getInstance()->getScreens(\"%1\", screens, false, %2);")
+                    .arg(device.name, isMultiScreen ? QStringLiteral("true") : QStringLiteral("false")));
+            if (!ScreenInfo::getInstance()->getScreens(device.name, screens, false, isMultiScreen) ||
                 screens.isEmpty())
                 return failed(device.name);
             m_page.result(QStringLiteral("%1 protocol, screens: %2")
-                              .arg(newer ? QStringLiteral("newer") : QStringLiteral("older"),
+                              .arg(QLatin1String(Tessel::protocolName(protocol)),
                                    printable(screens.keys().join(QStringLiteral(", ")))));
             m_screens.insert(device.name, screens.firstKey());
         }
@@ -291,7 +292,8 @@ private:
 
     bool noteTheQuotient()
     {
-        m_page.result(QStringLiteral("the newer protocol is sent the quotient by 255, and reads give that"));
+        m_page.result(
+            QStringLiteral("the multi-screen protocol is sent the quotient by 255, and reads give that"));
         return true;
     }
 

@@ -13,6 +13,7 @@
 #include <tessel/allurlresource.h>
 #include <tessel/devicemanager.h>
 #include <tessel/monitorinfo.h>
+#include <tessel/warningtypes.h>
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -24,9 +25,15 @@
 namespace TesselCtl {
 
 using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Tessel::WarningType;
 using UrlResource::MonitorInfo;
 
 namespace {
+
+QString warningName(WarningType type)
+{
+    return QLatin1String(Tessel::warningRow(type).name());
+}
 
 /// What a device pushed on its own account.
 struct Warning
@@ -59,17 +66,15 @@ public:
         const MonitorInfo* const monitor = MonitorInfo::getInstance();
         connect(monitor, &MonitorInfo::signal_tqWarningReport, this,
                 [this](const QString& device, const QVariant& payload, int type) {
-                    const QStringList types{QStringLiteral("fanSpeed"), QStringLiteral("voltage"),
-                                            QStringLiteral("temperature")};
-                    onWarning({device, types.value(type), payload});
+                    onWarning({device, warningName(static_cast<WarningType>(type)), payload});
                 });
         connect(monitor, &MonitorInfo::signal_tqOutputStateChanged, this,
                 [this](const QString& device, const QVariant& payload) {
-                    onWarning({device, QStringLiteral("output"), payload});
+                    onWarning({device, warningName(WarningType::Output), payload});
                 });
         connect(monitor, &MonitorInfo::signal_cabinetWarningReport, this,
                 [this](const QString& device, const QVariant& payload) {
-                    onWarning({device, QStringLiteral("cabinet"), payload});
+                    onWarning({device, warningName(WarningType::Cabinet), payload});
                 });
         connect(&m_timer, &QTimer::timeout, this, &Monitor::readAll);
         m_timer.start(interval);

@@ -11,6 +11,7 @@
 
 namespace TesselCtl {
 
+using Tessel::Protocol;
 using Tessel::Operations::allOperations;
 using Tessel::Operations::Parameter;
 using Tessel::Operations::placeholderOf;
@@ -21,10 +22,15 @@ namespace {
 struct Entry
 {
     const Operation& operation;
-    QString name;         ///< with its number where it is one of several overloads
-    ProbedRequests older; ///< what it sends to a device of the older protocol
-    ProbedRequests newer; ///< and to one of the newer
+    QString name;                ///< with its number where it is one of several overloads
+    ProbedRequests singleScreen; ///< what it sends to a device of this protocol
+    ProbedRequests multiScreen;  ///< and of this one
 };
+
+QString nameOf(Protocol protocol)
+{
+    return QLatin1String(Tessel::protocolName(protocol));
+}
 
 QString linesOf(const ProbedRequests& requests, const QString& info)
 {
@@ -40,10 +46,13 @@ QString textOf(const Entry& entry)
 {
     const QString arguments = entry.operation.usage().mid(entry.operation.qualifiedName().size());
     QString text = entry.name + arguments + QLatin1Char('\n');
-    if (entry.older == entry.newer)
-        return text + linesOf(entry.older, {});
-    return text + linesOf(entry.older, QStringLiteral("  (older protocol)")) +
-           linesOf(entry.newer, QStringLiteral("  (newer protocol)"));
+    if (entry.singleScreen == entry.multiScreen)
+        return text + linesOf(entry.singleScreen, {});
+    const auto info = [](Protocol protocol) {
+        return QStringLiteral("  (%1 protocol)").arg(nameOf(protocol));
+    };
+    return text + linesOf(entry.singleScreen, info(Protocol::SingleScreen)) +
+           linesOf(entry.multiScreen, info(Protocol::MultiScreen));
 }
 
 QVariantList listOf(const ProbedRequests& requests)
@@ -66,8 +75,8 @@ QVariantMap objectOf(const Entry& entry)
     return {{QStringLiteral("operation"), entry.name},
             {QStringLiteral("usage"), entry.operation.usage()},
             {QStringLiteral("parameters"), parameters},
-            {QStringLiteral("olderProtocol"), listOf(entry.older)},
-            {QStringLiteral("newerProtocol"), listOf(entry.newer)}};
+            {nameOf(Protocol::SingleScreen), listOf(entry.singleScreen)},
+            {nameOf(Protocol::MultiScreen), listOf(entry.multiScreen)}};
 }
 
 } // namespace
@@ -89,8 +98,9 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
         const int number = ++seen[name];
         if (overloads.value(name) > 1)
             name += QStringLiteral("#%1").arg(number);
-        Entry entry{operation, name, probe.requestsOf(operation, false), {}};
-        entry.newer = operation.choosesByProtocol() ? probe.requestsOf(operation, true) : entry.older;
+        Entry entry{operation, name, probe.requestsOf(operation, Protocol::SingleScreen), {}};
+        entry.multiScreen = operation.choosesByProtocol() ? probe.requestsOf(operation, Protocol::MultiScreen)
+                                                          : entry.singleScreen;
         const QString text = textOf(entry);
         if (!text.contains(filter, Qt::CaseInsensitive))
             continue;

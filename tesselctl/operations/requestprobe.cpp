@@ -143,12 +143,12 @@ RequestProbe::~RequestProbe()
     HttpProxy::getInstance()->setEngine(nullptr);
 }
 
-ProbedRequests RequestProbe::requestsOf(const Operation& operation, bool newer)
+ProbedRequests RequestProbe::requestsOf(const Operation& operation, Tessel::Protocol protocol)
 {
     // A device of its own, so that no cache answers, nor one that an earlier probe filled.
     static int devices = 0;
     const QString device = QStringLiteral("probe%1").arg(++devices);
-    if (newer)
+    if (protocol == Tessel::Protocol::MultiScreen)
         HWInfo::getInstance()->getHwProtoc(device, true);
     m_engine->take();
     operation.invoke(sampleArguments(operation, device));

@@ -3,6 +3,7 @@
 #define TESSELCTL_OPERATIONS_REQUESTPROBE_H
 
 #include <operations/operation.h>
+#include <tessel/protocols.h>
 
 #include <QString>
 
@@ -39,9 +40,9 @@ public:
     RequestProbe();
     ~RequestProbe();
 
-    /// What @p operation sends, with sample arguments, to a device of which nothing is cached; @p newer tells
-    /// whether that speaks the newer protocol. Each request once.
-    ProbedRequests requestsOf(const Operation& operation, bool newer);
+    /// What @p operation sends, with sample arguments, to a device that speaks @p protocol and of which
+    /// nothing is cached. Each request once.
+    ProbedRequests requestsOf(const Operation& operation, Tessel::Protocol protocol);
 
 private:
     class Engine;

@@ -5,6 +5,7 @@
 #include "tesselctl/terminal/printable.h"
 
 #include <communicator/httpproxy.h>
+#include <communicator/loginscheme.h>
 
 #include <algorithm>
 
@@ -12,35 +13,51 @@ namespace TesselCtl {
 
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::HttpProxy;
+using Krelm::Communicator::HttpDevice::LoginScheme;
+using Krelm::Communicator::HttpDevice::loginSchemeNamed;
+using Krelm::Communicator::HttpDevice::loginSchemes;
 
 namespace {
 
 QString faultOfLogin(const DeviceSettings& settings)
 {
-    const bool named = settings.login == QLatin1String("basic") || settings.login == QLatin1String("digest");
-    if (settings.login.isEmpty() &&
-        !(settings.user + settings.secretVariable + settings.secretFile).isEmpty())
-        return QStringLiteral("a user or secret needs --login");
-    if (named && settings.user.isEmpty())
+    if (settings.login.isEmpty()) {
+        return (settings.user + settings.secretVariable + settings.secretFile).isEmpty()
+                   ? QString()
+                   : QStringLiteral("a user or secret needs --login");
+    }
+    const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString());
+    if (!scheme)
+        return QStringLiteral("unknown --login %1; use %2")
+            .arg(printable(settings.login), loginNames().join(QStringLiteral(" or ")));
+    if (scheme->takesUser && settings.user.isEmpty())
         return QStringLiteral("--login %1 needs --user").arg(settings.login);
-    // The first colon ends the user name (RFC 7617, 2).
-    if (settings.login == QLatin1String("basic") && settings.user.contains(QLatin1Char(':')))
-        return QStringLiteral("a --user for basic holds no colon");
-    if (!named && !settings.user.isEmpty())
+    if (!scheme->takesUser && !settings.user.isEmpty())
         return QStringLiteral("--login %1 takes no --user").arg(settings.login);
+    if (!scheme->takesColonInUser && settings.user.contains(QLatin1Char(':')))
+        return QStringLiteral("--user must not contain ':' with --login %1").arg(settings.login);
     return {};
 }
 
-DeviceEndpoint::Login loginOf(const QString& name)
+} // namespace
+
+QStringList loginNames()
 {
-    if (name == QLatin1String("basic"))
-        return DeviceEndpoint::Login::Basic;
-    if (name == QLatin1String("digest"))
-        return DeviceEndpoint::Login::Digest;
-    return name == QLatin1String("bearer") ? DeviceEndpoint::Login::Bearer : DeviceEndpoint::Login::None;
+    QStringList names;
+    for (const LoginScheme& scheme : loginSchemes)
+        names << QLatin1String(scheme.name);
+    return names;
 }
 
-} // namespace
+QStringList loginNamesWithUser()
+{
+    QStringList names;
+    for (const LoginScheme& scheme : loginSchemes) {
+        if (scheme.takesUser)
+            names << QLatin1String(scheme.name);
+    }
+    return names;
+}
 
 std::vector<Device> readDevices(const DeviceSettings& settings, Console& console)
 {
@@ -51,7 +68,8 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
     if (problem.isEmpty() && settings.devices.isEmpty())
         problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
     DeviceEndpoint endpoint;
-    endpoint.login = loginOf(settings.login);
+    if (const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString()))
+        endpoint.login = scheme->login;
     endpoint.user = settings.user;
     endpoint.caFile = settings.caFile;
     endpoint.pinnedKey = settings.pinnedKey;
@@ -64,7 +82,7 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
         const QString name = equals < 0 ? text : text.left(equals);
         // The text is not repeated: what stands before the @ may be a password.
         if (endpoint.address.contains(QLatin1Char('@')))
-            problem = QStringLiteral("a device's address holds no login; say --login and --user");
+            problem = QStringLiteral("the address must not contain credentials; use --login and --user");
         else if (name.isEmpty() || endpoint.address.isEmpty())
             problem = QStringLiteral("\"%1\" is neither ADDRESS nor NAME=ADDRESS").arg(printable(text));
         else if (std::any_of(devices.begin(), devices.end(),

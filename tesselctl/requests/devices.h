@@ -17,14 +17,20 @@ namespace TesselCtl {
 struct DeviceSettings
 {
     QStringList devices;    ///< `address` or `name=address`
-    QString login;          ///< empty, `basic`, `digest` or `bearer`
-    QString user;           ///< for basic and digest
+    QString login;          ///< empty, or one of loginNames()
+    QString user;           ///< for those of loginNamesWithUser()
     QString secretVariable; ///< environment variable that holds password or token
     QString secretFile;     ///< file whose first line is password or token
     QString caFile;         ///< see DeviceEndpoint
     QString pinnedKey;      ///< see DeviceEndpoint
     bool insecure = false;  ///< accept any certificate
 };
+
+/// What --login takes.
+QStringList loginNames();
+
+/// Those of loginNames() that need --user.
+QStringList loginNamesWithUser();
 
 /// A device under the name that output and trace use.
 struct Device

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/devices/deviceaddress.h"
 #include "communicator/devices/deviceregistry.h"
+#include "communicator/http/requesthead.h"
+#include <communicator/loginscheme.h>
 
 #include <QtTest>
 
@@ -162,6 +164,71 @@ private Q_SLOTS:
             QCOMPARE(device->hasClearLogin, clear && login != Login::None);
             QCOMPARE(device->digest != nullptr, login == Login::Digest);
         }
+    }
+
+    void everyLoginSchemeIsTakenWithWhatItNeedsAndGoesOutUnderItsName_data()
+    {
+        QTest::addColumn<int>("index");
+        int index = 0;
+        for (const LoginScheme& scheme : loginSchemes) {
+            QTest::newRow(scheme.name) << index++;
+        }
+    }
+    void everyLoginSchemeIsTakenWithWhatItNeedsAndGoesOutUnderItsName()
+    {
+        QFETCH(int, index);
+        const LoginScheme& scheme = loginSchemes[index];
+        QCOMPARE(loginScheme(scheme.login), &scheme);
+        QCOMPARE(loginSchemeNamed(scheme.name), &scheme);
+        DeviceEndpoint given = endpoint("127.0.0.1:1");
+        given.login = scheme.login;
+        given.user = scheme.takesUser ? QStringLiteral("admin") : QString();
+        given.secret = QStringLiteral("secret");
+        DeviceRegistry registry;
+        QString reason;
+        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Added);
+        const std::shared_ptr<const Device> device = registry.find(QStringLiteral("wall"));
+        QCOMPARE(device->digest != nullptr, scheme.answersAChallenge);
+        if (device->digest) {
+            QVERIFY(device->digest->takeChallenge(QStringLiteral("Digest realm=r, nonce=n, qop=auth"), {}));
+        }
+        RequestHead head;
+        head.method = "GET";
+        head.target = "/";
+        QByteArray authorization;
+        QVERIFY(writeHead(head, *device, authorization).contains("\r\nAuthorization: " + authorization));
+        QVERIFY2(authorization.toLower().startsWith(QByteArray(scheme.name) + ' '), authorization);
+
+        given.user = QStringLiteral("a:b");
+        QCOMPARE(registry.add(QStringLiteral("colon"), given, reason) == Change::Added,
+                 scheme.takesColonInUser);
+        QVERIFY(scheme.takesColonInUser || reason.contains(QLatin1String(scheme.name)));
+        given.user.clear();
+        given.secret.clear();
+        QCOMPARE(registry.add(QStringLiteral("no secret"), given, reason) == Change::Added,
+                 !scheme.needsSecret);
+        QVERIFY(!scheme.needsSecret || reason.contains(QLatin1String(scheme.name)));
+    }
+
+    void anUnknownLoginIsRefusedAndNeverTakenForNone()
+    {
+        QVERIFY(!loginScheme(DeviceEndpoint::Login::None));
+        QVERIFY(!loginSchemeNamed(""));
+        QVERIFY(!loginSchemeNamed("none"));
+        QVERIFY(!loginSchemeNamed("Basic"));
+        // Each enumerator but None is a scheme; the first value after them is none.
+        int value = 1;
+        while (loginScheme(static_cast<DeviceEndpoint::Login>(value))) {
+            ++value;
+        }
+        QCOMPARE(std::size_t(value - 1), loginSchemes.size());
+        DeviceEndpoint given = endpoint("127.0.0.1:1");
+        given.login = static_cast<DeviceEndpoint::Login>(value);
+        DeviceRegistry registry;
+        QString reason;
+        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Refused);
+        QVERIFY2(reason.contains(QStringLiteral("unknown login")), qPrintable(reason));
+        QVERIFY(!registry.find(QStringLiteral("wall")));
     }
 };
 

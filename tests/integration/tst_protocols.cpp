@@ -120,7 +120,7 @@ private Q_SLOTS:
         SimulatedDevice device(kind(Protocol::MultiScreen));
         QVERIFY(device.start());
         QVERIFY(HWInfo::getInstance()->getHwProtoc(device.key, true));
-        // The newer protocol counts in 255ths, and what is read is not multiplied back.
+        // The multi-screen protocol counts in 255ths, and what is read is not multiplied back.
         Map params;
         QVERIFY(ScreenInfo::getInstance()->setBrightness(device.key, "1", params, 61 * 255));
         QTRY_COMPARE(content(device.simulator, "/api/v1/screen/brightness")["brightness"].toInt(), 61);
@@ -132,8 +132,8 @@ private Q_SLOTS:
     void theTypedDeviceIsTheDevicesOwn_data() { bothProtocols(); }
     void theTypedDeviceIsTheDevicesOwn()
     {
-        QFETCH(bool, newer);
-        SimulatedDevice device(kind(newer ? Protocol::MultiScreen : Protocol::SingleScreen));
+        QFETCH(bool, multiScreen);
+        SimulatedDevice device(kind(multiScreen ? Protocol::MultiScreen : Protocol::SingleScreen));
         QVERIFY(device.start());
         const QJsonDocument told = content(device.simulator, "/api/v1/device/hw");
         Tessel::DeviceInfo info;
@@ -152,8 +152,8 @@ private Q_SLOTS:
     void theTypedScreenIsTheDevicesOwn_data() { bothProtocols(); }
     void theTypedScreenIsTheDevicesOwn()
     {
-        QFETCH(bool, newer);
-        SimulatedDevice device(kind(newer ? Protocol::MultiScreen : Protocol::SingleScreen));
+        QFETCH(bool, multiScreen);
+        SimulatedDevice device(kind(multiScreen ? Protocol::MultiScreen : Protocol::SingleScreen));
         QVERIFY(device.start());
         const QJsonDocument told = content(device.simulator, "/api/v1/device/screen");
         Tessel::ScreensInfo screen;
@@ -183,8 +183,8 @@ private Q_SLOTS:
     void theTypedCabinetsAreTheDevicesOwn_data() { bothProtocols(); }
     void theTypedCabinetsAreTheDevicesOwn()
     {
-        QFETCH(bool, newer);
-        SimulatedDevice device(kind(newer ? Protocol::MultiScreen : Protocol::SingleScreen));
+        QFETCH(bool, multiScreen);
+        SimulatedDevice device(kind(multiScreen ? Protocol::MultiScreen : Protocol::SingleScreen));
         QVERIFY(device.start());
         const QJsonArray told = content(device.simulator, "/api/v1/device/cabinet").array();
         QList<Tessel::CabinetInfo> cabinets;
@@ -193,7 +193,7 @@ private Q_SLOTS:
                     .then([&cabinets](const QList<Tessel::CabinetInfo>& value) { cabinets = value; })
                     .wait()
                     .isFulfilled());
-        QCOMPARE(cabinets.size(), newer ? 240 : 16);
+        QCOMPARE(cabinets.size(), multiScreen ? 240 : 16);
         QCOMPARE(cabinets.size(), told.size());
         for (int i = 0; i < told.size(); ++i) {
             const QJsonObject cabinet = told[i].toObject();
@@ -299,9 +299,9 @@ private Q_SLOTS:
 private:
     static void bothProtocols()
     {
-        QTest::addColumn<bool>("newer");
-        QTest::newRow("older") << false;
-        QTest::newRow("newer") << true;
+        QTest::addColumn<bool>("multiScreen");
+        QTest::newRow("single-screen") << false;
+        QTest::newRow("multi-screen") << true;
     }
     static void absences()
     {

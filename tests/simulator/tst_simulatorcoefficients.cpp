@@ -330,6 +330,14 @@ private Q_SLOTS:
                  QCryptographicHash::hash(second, QCryptographicHash::Sha256).toHex());
     }
 
+    void theControlInterfaceNamesEveryKind()
+    {
+        const QJsonObject received = get("/sim/coefficients").object()["received"].toObject();
+        QCOMPARE(received.size(), static_cast<int>(Tessel::coefficientKindCount));
+        for (const auto& row : Tessel::coefficientKinds)
+            QVERIFY2(received.contains(row.name), row.name);
+    }
+
     void aResetGivesTheDeliveredTablesBack()
     {
         QCOMPARE(put(cabinets + "/2/coefficientv2", second), 200);

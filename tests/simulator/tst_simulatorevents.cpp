@@ -2,8 +2,10 @@
 #include "httpclient.h"
 
 #include <simulator/simulator.h>
+#include <tessel/pushevents.h>
 
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QtTest>
 
 #include <memory>
@@ -92,6 +94,50 @@ private Q_SLOTS:
         for (const QByteArray& event : events)
             QCOMPARE(reader.next().object(), QJsonDocument::fromJson(event).object());
         QCOMPARE(reader.next().data, QByteArray("{\"last\":1}"));
+    }
+
+    void everyEventThatOperatorsActOnIsPushed_data()
+    {
+        using Tessel::PushEvent;
+        QTest::addColumn<int>("event");
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("body");
+        const QMap<PushEvent, QPair<QByteArray, QByteArray>> writes{
+            {PushEvent::HwInfo, {"/device/hw/mapping", R"({"enable":true})"}},
+            {PushEvent::CustomName, {"/device/hw/customname", R"({"customName":"B"})"}},
+            {PushEvent::Screens, {"/device/screen/1/brightness", R"({"brightness":1})"}},
+            {PushEvent::ScreenTags, {"/device/screen/enable", R"({"tags":[]})"}},
+            {PushEvent::ScreenName, {"/device/screen/name", R"({"screenID":"1","name":"N"})"}},
+            {PushEvent::Inputs, {"/device/input/3/hue", R"({"hue":5})"}},
+            {PushEvent::Outputs, {"/device/output/2/enable", R"({"enable":false})"}},
+            {PushEvent::Pipelines, {"/device/pipeline/1/inputid", R"({"inputId":2})"}},
+            {PushEvent::Cabinets, {"/device/cabinet/7/weight", R"({"weight":1})"}},
+            {PushEvent::CabinetFlags, {"/device/cabinet/flags", R"([{"id":"9","flag":1}])"}},
+        };
+        for (const auto& row : Tessel::eventRows) {
+            const auto write = writes.value(row.event);
+            QTest::addRow("%s %s", row.text.source.text, row.text.kind.text ? row.text.kind.text : "")
+                << static_cast<int>(row.event) << write.first << write.second;
+        }
+    }
+    void everyEventThatOperatorsActOnIsPushed()
+    {
+        QFETCH(int, event);
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, body);
+        const Tessel::EventText& text = Tessel::eventRow(static_cast<Tessel::PushEvent>(event)).text;
+        EventReader reader(m_simulator->port());
+        QVERIFY(m_simulator->waitForEventStreams(1));
+        if (path.isEmpty())
+            QVERIFY2(m_simulator->pushWarning(text.kind.text) > 0, text.kind.text);
+        else
+            QCOMPARE(HttpClient(m_simulator->port()).put("/api/v1" + path, body).status, 200);
+        const QJsonObject pushed = reader.next().object();
+        QCOMPARE(pushed.value(text.source.key).toString(), QString(text.source.text));
+        if (text.kind.key)
+            QCOMPARE(pushed.value(text.kind.key).toString(), QString(text.kind.text));
+        QCOMPARE(pushed.size(), 1 + (text.kind.key ? 1 : 0) + (text.payload ? 1 : 0));
+        QVERIFY(!text.payload || !pushed.value(text.payload).isNull());
     }
 
     void aWriteInsideTheProcessPushesToo()

@@ -235,7 +235,7 @@ private Q_SLOTS:
     void theControlInterfaceDescribesAndCounts()
     {
         const QJsonObject about = control("GET", "").object();
-        QCOMPARE(about.value(QStringLiteral("protocol")).toString(), QStringLiteral("new"));
+        QCOMPARE(about.value(QStringLiteral("protocol")).toString(), QStringLiteral("multi-screen"));
         QCOMPARE(about.value(QStringLiteral("cabinets")).toInt(), 240);
         get(hw);
         get(hw);

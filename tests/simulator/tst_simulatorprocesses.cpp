@@ -2,6 +2,7 @@
 #include "httpclient.h"
 
 #include <simulator/simulator.h>
+#include <tessel/warningtypes.h>
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -128,16 +129,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("type");
         QTest::addColumn<QString>("member");
-        QTest::newRow("fan") << "fanSpeed"
-                             << "fanSpeed";
-        QTest::newRow("temperature") << "temperature"
-                                     << "temperature";
-        QTest::newRow("voltage") << "voltage"
-                                 << "voltage";
-        QTest::newRow("output") << "outputChange"
-                                << "linked";
-        QTest::newRow("cabinet") << "cabinet"
-                                 << "temperature";
+        const QMap<QString, QString> members{{"fanSpeed", "fanSpeed"},
+                                             {"voltage", "voltage"},
+                                             {"temperature", "temperature"},
+                                             {"outputChange", "linked"},
+                                             {"cabinet", "temperature"}};
+        for (const auto& row : Tessel::warningRows)
+            QTest::newRow(row.name()) << row.name() << members.value(row.name());
     }
     void warningsArePushed()
     {

@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "httpclient.h"
 
+#include <simulator/routes/routerules.h>
+#include <simulator/routes/routetable.h>
 #include <simulator/simulator.h>
 #include <tessel/allurlresource.h>
 
+#include <QDirIterator>
+#include <QRegularExpression>
+#include <QSet>
 #include <QtTest>
+
+#include <set>
+#include <string_view>
 
 using namespace Tessel::Simulator;
 
@@ -25,8 +33,8 @@ class tst_SimulatorRoutes : public QObject
     Q_OBJECT
 
 private:
-    Simulator m_new;
-    Simulator m_old{[] {
+    Simulator m_multiScreen;
+    Simulator m_singleScreen{[] {
         Options options;
         options.protocol = Protocol::SingleScreen;
         return options;
@@ -35,8 +43,8 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY2(m_new.start(), qPrintable(m_new.errorString()));
-        QVERIFY2(m_old.start(), qPrintable(m_old.errorString()));
+        QVERIFY2(m_multiScreen.start(), qPrintable(m_multiScreen.errorString()));
+        QVERIFY2(m_singleScreen.start(), qPrintable(m_singleScreen.errorString()));
     }
 
     void everyRouteAnswersItsVerbsWithAnEnvelope_data()
@@ -52,11 +60,11 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         const QByteArray target = filled(path);
-        for (const Simulator* simulator : {&m_new, &m_old}) {
+        for (const Simulator* simulator : {&m_multiScreen, &m_singleScreen}) {
             HttpClient client(simulator->port());
             const auto options = client.request("OPTIONS", target);
             const bool exists = options.status == 204;
-            QVERIFY(exists || (simulator == &m_old && options.status == 404));
+            QVERIFY(exists || (simulator == &m_singleScreen && options.status == 404));
             const QByteArray allow = options.headers.value("allow");
             for (const char* verb : {"GET", "PUT", "POST", "DELETE"}) {
                 const bool allowed = (", " + allow + ',').contains(", " + QByteArray(verb) + ',');
@@ -95,7 +103,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, key);
         QFETCH(QByteArray, allow);
-        HttpClient client(m_new.port());
+        HttpClient client(m_multiScreen.port());
         QCOMPARE(client.request("OPTIONS", filled(AllUrlResource::getUrl(key))).headers.value("allow"),
                  allow);
     }
@@ -111,8 +119,8 @@ private Q_SLOTS:
     void anOlderControllerLacksTheMultiScreenRoutes()
     {
         QFETCH(QByteArray, target);
-        QCOMPARE(HttpClient(m_old.port()).get(target).status, 404);
-        QCOMPARE(HttpClient(m_new.port()).get(target).status, 200);
+        QCOMPARE(HttpClient(m_singleScreen.port()).get(target).status, 404);
+        QCOMPARE(HttpClient(m_multiScreen.port()).get(target).status, 200);
     }
 
     void whatIsNoResourceAnswers404_data()
@@ -149,7 +157,7 @@ private Q_SLOTS:
     void whatIsNoResourceAnswers404()
     {
         QFETCH(QByteArray, target);
-        HttpClient client(m_new.port());
+        HttpClient client(m_multiScreen.port());
         for (const char* verb : {"GET", "PUT"}) {
             const auto reply = client.request(verb, target, qstrcmp(verb, "PUT") == 0 ? "{}" : QByteArray());
             QCOMPARE(reply.status, 404);
@@ -180,14 +188,14 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, target);
         QFETCH(int, status);
-        const auto reply = HttpClient(m_new.port()).get(target);
+        const auto reply = HttpClient(m_multiScreen.port()).get(target);
         QCOMPARE(reply.status, status);
         QVERIFY(reply.isEnvelope());
     }
 
     void headAnswersLikeGetWithoutTheBody()
     {
-        HttpClient client(m_new.port());
+        HttpClient client(m_multiScreen.port());
         const auto get = client.get("/api/v1/device/hw");
         const auto head = client.request("HEAD", "/api/v1/device/hw");
         QCOMPARE(head.status, 200);
@@ -198,12 +206,76 @@ private Q_SLOTS:
 
     void optionsOfEverythingIsAnswered()
     {
-        QCOMPARE(HttpClient(m_new.port()).request("OPTIONS", "*").status, 204);
+        QCOMPARE(HttpClient(m_multiScreen.port()).request("OPTIONS", "*").status, 204);
+    }
+
+    // A rule that singles out a property which no route has does nothing, and nobody would hear of it.
+    void everySpecialRuleIsForARouteThatThereIs()
+    {
+        QSet<QString> properties;
+        for (const Route& route : RouteTable::instance().routes())
+            properties << QString::fromStdString(route.property);
+        const auto special = specialProperties();
+        QVERIFY(special.size() > 40);
+        for (const auto property : special) {
+            const QString name = QString::fromUtf8(property.data(), static_cast<int>(property.size()));
+            QVERIFY2(properties.contains(name), qPrintable(name));
+        }
+    }
+
+    void everySpecialBehaviourIsThatOfARoute()
+    {
+        std::set<SpecialValue> values;
+        std::set<WriteEffect> effects;
+        std::set<Tessel::PushEvent> events;
+        std::set<Tessel::CoefficientKind> uploads;
+        std::set<Tessel::CoefficientKind> actions;
+        for (const Route& route : RouteTable::instance().routes()) {
+            values.insert(route.value);
+            effects.insert(route.effect);
+            for (const auto& event : {route.nameEvent, route.changeEvent}) {
+                if (event)
+                    events.insert(*event);
+            }
+            if (route.coefficients)
+                uploads.insert(*route.coefficients);
+            for (const auto& action : route.coefficientActions)
+                actions.insert(action.kind);
+        }
+        QCOMPARE(values.size(), static_cast<std::size_t>(SpecialValue::Lock) + 1);
+        QCOMPARE(effects.size(), static_cast<std::size_t>(WriteEffect::DisableTestPattern) + 1);
+        for (const auto& row : Tessel::eventRows) {
+            const bool isWarning = row.text.source.text == std::string_view("monitor");
+            QVERIFY2((events.count(row.event) > 0) != isWarning, row.text.source.text);
+        }
+        for (const auto& row : Tessel::coefficientKinds) {
+            QVERIFY2(uploads.count(row.kind) > 0, row.name);
+            // Controllers take dynamic coefficients and do nothing else with them.
+            QVERIFY2((actions.count(row.kind) > 0) != (row.kind == CoefficientKind::Dynamic), row.name);
+        }
+    }
+
+    void onlyTheRulesLookAtTheTextOfARoute()
+    {
+        static const QRegularExpression comparison("(?:\\b(?:property|pattern)\\s*(?:==|!=|\\.compare|\\."
+                                                   "find))|(?:isBelow|startsWith)\\((?:\\w+\\.)?(?:"
+                                                   "property|pattern)");
+        int compared = 0;
+        QDirIterator it(TESSEL_SOURCE_DIR "/simulator", {"*.h", "*.cpp"}, QDir::Files,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            QFile file(it.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const bool compares = QString::fromUtf8(file.readAll()).contains(comparison);
+            QVERIFY2(!compares || it.fileName() == "routerules.cpp", qPrintable(it.filePath()));
+            compared += compares ? 1 : 0;
+        }
+        QCOMPARE(compared, 1);
     }
 
     void anUnknownVerbIsRefused()
     {
-        const auto reply = HttpClient(m_new.port()).request("PATCH", "/api/v1/device/hw", "{}");
+        const auto reply = HttpClient(m_multiScreen.port()).request("PATCH", "/api/v1/device/hw", "{}");
         QCOMPARE(reply.status, 405);
         QCOMPARE(reply.headers.value("allow"), QByteArray("GET, HEAD, PUT, OPTIONS"));
     }

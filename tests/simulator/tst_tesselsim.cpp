@@ -49,7 +49,7 @@ private Q_SLOTS:
     {
         QFETCH(int, signal);
         QProcess process;
-        run(process, {QStringLiteral("--protocol"), QStringLiteral("old"), QStringLiteral("--cabinets"),
+        run(process, {QStringLiteral("--protocol"), QStringLiteral("single-screen"), QStringLiteral("--cabinets"),
                       QStringLiteral("5"), QStringLiteral("--custom-name"), QStringLiteral("Atrium")});
         const QByteArray url = nextLine(process);
         QVERIFY2(url.startsWith("http://127.0.0.1:"), url.constData());
@@ -102,7 +102,8 @@ private Q_SLOTS:
         const auto row = [](const char* arguments) {
             QTest::newRow(arguments) << QString::fromLatin1(arguments).split(QLatin1Char(' '));
         };
-        row("--protocol newest");
+        row("--protocol new");
+        row("--protocol old");
         row("--cabinets 10001");
         row("--cabinets -1");
         row("--cabinets many");

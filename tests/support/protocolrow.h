@@ -18,8 +18,9 @@ struct ProtocolRow
 
 Q_DECLARE_METATYPE(ProtocolRow)
 
-/// Calls the operation on a device before and after it told the newer protocol and compares, with Qt Test's
-/// comparisons, the path of the request that it sends last. Every request is answered with one cabinet.
+/// Calls the operation on a device before and after it told the multi-screen protocol and compares, with Qt
+/// Test's comparisons, the path of the request that it sends last. Every request is answered with one
+/// cabinet.
 void checkRouteByProtocol(const ProtocolRow& row);
 
 #endif

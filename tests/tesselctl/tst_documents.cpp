@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "program.h"
 
+#include <tessel/protocols.h>
+#include <tessel/warningtypes.h>
+
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -109,11 +113,83 @@ private Q_SLOTS:
             QVERIFY2(paths.contains(path), qPrintable(path));
     }
 
+    void theTableOfEventsIsThatOfTheLibrary()
+    {
+        const auto code = [](const QStringList& words) {
+            return words.isEmpty() ? "-" : '`' + words.join("`, `") + '`';
+        };
+        const auto member = [&](const Tessel::EventText::Member& one) {
+            return one.key ? code({QString(R"("%1": "%2")").arg(one.key, one.text)}) : "-";
+        };
+        QStringList lines;
+        for (const Tessel::EventRow& row : Tessel::eventRows) {
+            QStringList routeKeys;
+            QStringList raised;
+            for (const auto& effect : row.effects) {
+                if (effect.routeKey)
+                    routeKeys << effect.routeKey;
+                if (effect.signal)
+                    raised << effect.signal;
+            }
+            const QString more = row.text.payload ? code({row.text.payload}) : "-";
+            lines << "| " +
+                         QStringList{member(row.text.source),   member(row.text.kind), more,
+                                     code({row.operatorClass}), code(routeKeys),       code(raised)}
+                             .join(" | ") +
+                         " |";
+        }
+        QCOMPARE(matchesIn(textOf("docs/events.md"), "\\n(\\| `\"[^\n]*)"), lines);
+    }
+
+    void theWarningsOfTheControlInterfaceAreDocumented()
+    {
+        QStringList names;
+        for (const auto& row : Tessel::warningRows)
+            names << row.name();
+        const QStringList line = matchesIn(textOf("docs/simulator.md"), "`POST /sim/warnings` ([^\\n]*)");
+        QCOMPARE(line.size(), 1);
+        QStringList documented = matchesIn(line.first(), "[`\"]([a-zA-Z]+)[`\"]");
+        documented.removeAll("eventType");
+        documented.removeAll("eventData");
+        names.sort();
+        documented.sort();
+        QCOMPARE(documented, names);
+    }
+
+    void theProtocolsHaveOneNameEach()
+    {
+        const QString help = helpOf(TESSEL_SIM, {});
+        const QStringList row = matchesIn(textOf("docs/simulator.md"), "\\n\\| `--protocol` \\| ([^\\n]*)");
+        QCOMPARE(row.size(), 1);
+        QStringList names;
+        for (const auto& protocol : Tessel::protocols)
+            names << protocol.name;
+        QCOMPARE(matchesIn(row.first(), "`([a-z-]+)`"), names);
+        QVERIFY2(help.contains('{' + names.join(',') + '}'), qPrintable(help));
+        QVERIFY(textOf("docs/glossary.md").contains("\n| " + names.join(", ") + " |"));
+
+        const QRegularExpression otherName("\\b(?:[Oo]ld|[Nn]ew)(?:er)? (?:protocol|controller)s?\\b");
+        QStringList files{"README.md", "CONTRIBUTING.md"};
+        for (const char* folder :
+             {"docs", "tessel", "simulator", "operations", "tesselctl", "examples", "tests"}) {
+            QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp", "*.md"},
+                            QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext())
+                files << QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.next());
+        }
+        QVERIFY(files.size() > 200);
+        for (const QString& file : files) {
+            const auto match = otherName.match(textOf(file));
+            QVERIFY2(!match.hasMatch(), qPrintable(file + ": " + match.captured()));
+        }
+    }
+
     void filesThatTheDocumentsNameExist_data()
     {
         QTest::addColumn<QString>("document");
-        for (const char* name : {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md",
-                                 "docs/transport.md", "bench/README.md", "examples/README.md"})
+        for (const char* name :
+             {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md", "docs/transport.md",
+              "docs/events.md", "bench/README.md", "examples/README.md"})
             QTest::newRow(name) << name;
     }
     void filesThatTheDocumentsNameExist()

@@ -2,6 +2,7 @@
 #include "program.h"
 
 #include <simulator/simulator.h>
+#include <tessel/warningtypes.h>
 #include <tesselctl/commands/monitortext.h>
 #include <tesselctl/terminal/terminal.h>
 
@@ -115,22 +116,12 @@ private Q_SLOTS:
     void aWarningIsToldOnce_data()
     {
         QTest::addColumn<QString>("eventType");
-        QTest::addColumn<QString>("told");
-        QTest::newRow("fan") << "fanSpeed"
-                             << "fanSpeed";
-        QTest::newRow("voltage") << "voltage"
-                                 << "voltage";
-        QTest::newRow("temperature") << "temperature"
-                                     << "temperature";
-        QTest::newRow("output") << "outputChange"
-                                << "output";
-        QTest::newRow("cabinet") << "cabinet"
-                                 << "cabinet";
+        for (const auto& row : Tessel::warningRows)
+            QTest::newRow(row.name()) << row.name();
     }
     void aWarningIsToldOnce()
     {
         QFETCH(QString, eventType);
-        QFETCH(QString, told);
         for (const bool json : {true, false}) {
             QStringList arguments{"--device", "wall=" + m_simulator->address(), "monitor", "--interval",
                                   "60"};
@@ -154,11 +145,11 @@ private Q_SLOTS:
             if (json) {
                 const QList<QJsonObject> warnings = linesOfKind(out, "warning");
                 QCOMPARE(warnings.size(), 2);
-                QCOMPARE(warnings[0].value("type").toString(), told);
+                QCOMPARE(warnings[0].value("type").toString(), eventType);
                 QVERIFY(warnings[0].value("payload").isObject());
             } else {
                 QCOMPARE(out.count("  wall  warning "), 2);
-                QVERIFY2(out.contains("warning " + told.toUtf8() + ": {\"text\":"), out);
+                QVERIFY2(out.contains("warning " + eventType.toUtf8() + ": {\"text\":"), out);
             }
         }
     }

@@ -12,6 +12,7 @@
 
 using namespace TesselCtl;
 using namespace Tessel::Operations;
+using Tessel::Protocol;
 
 namespace {
 
@@ -243,8 +244,8 @@ void TestOperationList::everyOperationIsProbedWithoutWaiting()
     RequestProbe probe;
     int silent = 0;
     for (const Operation& operation : allOperations()) {
-        for (const bool newer : {false, true})
-            silent += probe.requestsOf(operation, newer).empty() ? 1 : 0;
+        for (const auto& row : Tessel::protocols)
+            silent += probe.requestsOf(operation, row.protocol).empty() ? 1 : 0;
     }
     // Those that send nothing at all: twice six.
     QCOMPARE(silent, 12);
@@ -258,7 +259,7 @@ void TestOperationList::formsAreWrittenWhereFormsAreSent()
         const bool takes =
             std::any_of(operation.parameters.begin(), operation.parameters.end(),
                         [](const Parameter& parameter) { return parameter.type == ValueType::Parts; });
-        const ProbedRequests requests = probe.requestsOf(operation, true);
+        const ProbedRequests requests = probe.requestsOf(operation, Protocol::MultiScreen);
         const bool sends = std::any_of(requests.begin(), requests.end(),
                                        [](const ProbedRequest& request) { return request.isForm; });
         QVERIFY2(takes == sends, qPrintable(operation.qualifiedName()));
@@ -270,26 +271,28 @@ void TestOperationList::formsAreWrittenWhereFormsAreSent()
 void TestOperationList::aProbeTellsWhatIsSent()
 {
     RequestProbe probe;
-    const auto sent = [&probe](const char* name, bool newer) {
+    const auto sent = [&probe](const char* name, Protocol protocol) {
         const Lookup found = findOperation(allOperations(), name);
-        return found.operations.empty() ? ProbedRequests() : probe.requestsOf(*found.operations[0], newer);
+        return found.operations.empty() ? ProbedRequests() : probe.requestsOf(*found.operations[0], protocol);
     };
-    QVERIFY(sent("getAllChipType", false) == (ProbedRequests{{"GET", "/api/v1/device/capability/chips"}}));
-    QVERIFY(sent("setCabSingleBrightness", false) ==
+    QVERIFY(sent("getAllChipType", Protocol::SingleScreen) ==
+            (ProbedRequests{{"GET", "/api/v1/device/capability/chips"}}));
+    QVERIFY(sent("setCabSingleBrightness", Protocol::SingleScreen) ==
             (ProbedRequests{{"PUT", "/api/v1/device/cabinet/{id}/brightness"}}));
-    QVERIFY(sent("getPixelImageMode", false) ==
+    QVERIFY(sent("getPixelImageMode", Protocol::SingleScreen) ==
             (ProbedRequests{{"PUT", "/api/v1/device/hwscreen/correction"}}));
-    QVERIFY(sent("getPixelImageMode", true) ==
+    QVERIFY(sent("getPixelImageMode", Protocol::MultiScreen) ==
             (ProbedRequests{{"PUT", "/api/v1/screen/hwscreen/correction"}}));
-    QVERIFY(sent("getHWDeviceType", false).empty());
+    QVERIFY(sent("getHWDeviceType", Protocol::SingleScreen).empty());
 }
 
 void TestOperationList::aProbeIsNotAnsweredByACache()
 {
     RequestProbe probe;
     const Operation& operation = *findOperation(allOperations(), "getOutputInfo").operations.at(0);
-    QVERIFY(!probe.requestsOf(operation, false).empty());
-    QVERIFY(probe.requestsOf(operation, false) == probe.requestsOf(operation, true));
+    QVERIFY(!probe.requestsOf(operation, Protocol::SingleScreen).empty());
+    QVERIFY(probe.requestsOf(operation, Protocol::SingleScreen) ==
+            probe.requestsOf(operation, Protocol::MultiScreen));
 }
 
 QTEST_GUILESS_MAIN(TestOperationList)

@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: MIT
+//
+// The table of pushed events against the operators: every row is acted on as it says, by the operator that it
+// names and by no other, and no operator listens for anything else.
+#include "deviceside.h"
+#include "recordingengine.h"
+#include "signalrecorder.h"
+
+#include <tessel/allurlresource.h>
+#include <tessel/cabinetinfooperator.h>
+#include <tessel/hwinfo.h>
+#include <tessel/inputinfo.h>
+#include <tessel/monitorinfo.h>
+#include <tessel/outputinfooperator.h>
+#include <tessel/pipeinfo.h>
+#include <tessel/screeninfo.h>
+#include <tessel/warningtypes.h>
+
+#include <QDirIterator>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QtTest>
+
+#include <memory>
+#include <vector>
+
+using Tessel::EventForm;
+using Tessel::EventRow;
+using Tessel::EventText;
+
+namespace {
+
+template <class Operator>
+QObject* watching()
+{
+    Operator::getInstance()->startWatch();
+    return Operator::getInstance();
+}
+
+/// Every operator that listens to events, acting on them.
+const std::vector<QObject*>& listeners()
+{
+    static const std::vector<QObject*> all{
+        watching<CabinetInfoOperator>(),        watching<HWInfo>(),     watching<InputInfo>(),
+        watching<OutputInfoOperator>(),         watching<ScreenInfo>(), PipeInfo::getInstance(),
+        UrlResource::MonitorInfo::getInstance()};
+    return all;
+}
+
+QString className(const QObject* object)
+{
+    return QString(object->metaObject()->className()).section("::", -1);
+}
+
+QByteArray sample(const EventText& text)
+{
+    QJsonObject event{{text.source.key, text.source.text}};
+    if (text.kind.key)
+        event[text.kind.key] = text.kind.text;
+    if (text.payload)
+        event[text.payload] = text.form == EventForm::Name ? "Lobby" : "3";
+    return QJsonDocument(event).toJson(QJsonDocument::Compact);
+}
+
+QString rowName(const EventRow& row)
+{
+    return QString("%1 %2").arg(row.text.source.text, row.text.kind.text ? row.text.kind.text : "");
+}
+
+/// The sources of a folder with their text, comments left out.
+QMap<QString, QString> sourcesBelow(const QString& folder)
+{
+    static const QRegularExpression comment("//[^\n]*");
+    QMap<QString, QString> sources;
+    QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp"}, QDir::Files,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        QFile file(it.next());
+        if (file.open(QIODevice::ReadOnly))
+            sources[QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.filePath())] =
+                QString::fromUtf8(file.readAll()).remove(comment);
+    }
+    return sources;
+}
+
+} // namespace
+
+class TestPushEvents : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anEventIsActedOnAsItsRowSays_data()
+    {
+        QTest::addColumn<int>("index");
+        int index = 0;
+        for (const EventRow& row : Tessel::eventRows)
+            QTest::newRow(qPrintable(rowName(row))) << index++;
+    }
+    void anEventIsActedOnAsItsRowSays()
+    {
+        QFETCH(int, index);
+        const EventRow& row = Tessel::eventRows[index];
+        RecordingEngine* const engine = RecordingEngine::install();
+        std::vector<std::unique_ptr<SignalRecorder>> recorders;
+        for (const QObject* listener : listeners())
+            recorders.push_back(std::make_unique<SignalRecorder>(listener));
+
+        DeviceSide::push(DeviceSide::fresh(), sample(row.text));
+        QTRY_COMPARE(engine->held(), 0);
+
+        QStringList paths;
+        QStringList signalNames;
+        for (const auto& effect : row.effects) {
+            if (effect.routeKey)
+                paths << AllUrlResource::getUrl(QLatin1String(effect.routeKey));
+            if (effect.signal)
+                signalNames << effect.signal;
+        }
+        QStringList asked;
+        for (const auto& request : engine->requests())
+            asked << request.path;
+        QCOMPARE(asked, paths);
+
+        bool known = false;
+        for (std::size_t i = 0; i < recorders.size(); ++i) {
+            const bool itsOwn = className(listeners()[i]) == row.operatorClass;
+            known = known || itsOwn;
+            QStringList raised = recorders[i]->take().replaceInStrings(QRegularExpression("\\(.*"), {});
+            raised.removeDuplicates(); // MonitorInfo hears every event twice
+            QCOMPARE(raised, itsOwn ? signalNames : QStringList());
+        }
+        QVERIFY2(known, row.operatorClass);
+    }
+
+    void noTwoRowsAreOneEvent()
+    {
+        QStringList samples;
+        for (const EventRow& row : Tessel::eventRows)
+            samples << sample(row.text);
+        QCOMPARE(samples.removeDuplicates(), 0);
+    }
+
+    void everyOperatorThatListensHasARow()
+    {
+        static const QRegularExpression listens(
+            "\\blistenTo(?:Events|Devices)\\(this, (?:&\\w+::\\w+, )?&(\\w+)::");
+        QSet<QString> listening;
+        const auto sources = sourcesBelow("tessel");
+        for (const QString& text : sources) {
+            for (auto match = listens.globalMatch(text); match.hasNext();)
+                listening << match.next().captured(1);
+        }
+        QSet<QString> named;
+        for (const EventRow& row : Tessel::eventRows)
+            named << row.operatorClass;
+        QCOMPARE(listening, named);
+        QSet<QString> tried;
+        for (const QObject* listener : listeners())
+            tried << className(listener);
+        QCOMPARE(tried, named);
+    }
+
+    void everyWarningIsAnEventOfTheMonitoringServiceAndTheOtherWayRound()
+    {
+        std::vector<Tessel::PushEvent> events;
+        for (const EventRow& row : Tessel::eventRows) {
+            if (row.text.source.text == std::string_view("monitor"))
+                events.push_back(row.event);
+        }
+        std::vector<Tessel::PushEvent> warnings;
+        for (const auto& row : Tessel::warningRows) {
+            warnings.push_back(row.event);
+            QCOMPARE(Tessel::warningTypeNamed(row.name()), std::make_optional(row.type));
+        }
+        QVERIFY(warnings == events);
+        QVERIFY(!Tessel::warningTypeNamed("FanSpeed"));
+        QVERIFY(!Tessel::warningTypeNamed(""));
+    }
+
+    void theNumberOfAWarningIsWhatItsSignalTells()
+    {
+        for (const auto& row : Tessel::warningRows) {
+            QSignalSpy warnings(UrlResource::MonitorInfo::getInstance(),
+                                &UrlResource::MonitorInfo::signal_tqWarningReport);
+            DeviceSide::push("a", sample(Tessel::eventRow(row.event).text));
+            const bool numbered = row.type <= Tessel::WarningType::Temperature;
+            QCOMPARE(warnings.size(), numbered ? 2 : 0);
+            if (numbered)
+                QCOMPARE(warnings[0][2].toInt(), static_cast<int>(row.type));
+        }
+    }
+
+    void onlyTheTableSpellsAnEvent()
+    {
+        // These stand for other things as well, members of records and routes above all.
+        const QStringList common{"change",   "Change",  "cabinet",     "monitor",   "name",
+                                 "fanSpeed", "voltage", "temperature", "screenName"};
+        QStringList words;
+        for (const EventRow& row : Tessel::eventRows) {
+            for (const char* word : {row.text.source.key, row.text.source.text, row.text.kind.key,
+                                     row.text.kind.text, row.text.payload}) {
+                if (word && !common.contains(word))
+                    words << word;
+            }
+        }
+        words.removeDuplicates();
+        const QRegularExpression spelt("\"(" + words.join('|') + ")\"");
+        for (const char* folder : {"tessel", "simulator", "operations", "tesselctl"}) {
+            const auto sources = sourcesBelow(folder);
+            QVERIFY(!sources.isEmpty());
+            for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
+                const auto match = spelt.match(source.value());
+                QCOMPARE(match.hasMatch(), source.key() == "tessel/pushevents.h");
+            }
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPushEvents)
+#include "tst_pushevents.moc"

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// The kinds of coefficients against the command line, the simulated controller's routes and the documents.
+#include "program.h"
+
+#include <simulator/routes/routetable.h>
+#include <tesselctl/commands/coefficientkind.h>
+#include <tesselctl/commands/commands.h>
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QtTest>
+
+#include <algorithm>
+
+using Tessel::Simulator::CoefficientAction;
+using Tessel::Simulator::Route;
+using Tessel::Simulator::RouteTable;
+
+namespace {
+
+const Route& routeOf(const char* key)
+{
+    static const Route none;
+    for (const Route& route : RouteTable::instance().routes()) {
+        if (std::count(route.keys.begin(), route.keys.end(), key) > 0)
+            return route;
+    }
+    return none;
+}
+
+bool does(const Route& route, CoefficientAction::Step step, Tessel::CoefficientKind kind)
+{
+    const auto& actions = route.coefficientActions;
+    return std::any_of(actions.begin(), actions.end(), [&](const CoefficientAction& action) {
+        return action.step == step && action.kind == kind;
+    });
+}
+
+QStringList names()
+{
+    QStringList all;
+    for (const auto& row : Tessel::coefficientKinds)
+        all << row.name;
+    return all;
+}
+
+} // namespace
+
+class TestCoefficientKinds : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void theRoutesOfAKindAreThoseOfTheController_data()
+    {
+        QTest::addColumn<int>("index");
+        int index = 0;
+        for (const auto& row : Tessel::coefficientKinds)
+            QTest::newRow(row.name) << index++;
+    }
+    void theRoutesOfAKindAreThoseOfTheController()
+    {
+        QFETCH(int, index);
+        const auto& row = Tessel::coefficientKinds[index];
+        const auto& kind = TesselCtl::coefficientKind(row.name);
+        QCOMPARE(kind.kind, row.kind);
+        QCOMPARE(routeOf(kind.uploadRoute).coefficients, std::make_optional(row.kind));
+        if (kind.uploadCabinet)
+            QCOMPARE(routeOf(kind.uploadCabinetRoute).coefficients, std::make_optional(row.kind));
+        if (kind.load) {
+            // The library reads adaptive tables by the path of the multilayer ones.
+            const bool adaptive = row.kind == Tessel::CoefficientKind::Adaptive;
+            QCOMPARE(routeOf(kind.loadRoute).coefficients,
+                     std::make_optional(adaptive ? Tessel::CoefficientKind::Multilayer : row.kind));
+        }
+        if (kind.save)
+            QVERIFY(does(routeOf(kind.saveRoute), CoefficientAction::Step::Copy, row.kind));
+        if (kind.clear)
+            QVERIFY(does(routeOf(kind.clearRoute), CoefficientAction::Step::Clear, row.kind));
+    }
+
+    void helpAndDocumentNameTheKindsAndNoOther()
+    {
+        QCOMPARE(TesselCtl::coefficientKindNames(), names());
+        const QString help =
+            QString::fromUtf8(run({"coefficients", "upload", "--help"}).out).simplified().remove(' ');
+        QVERIFY2(help.contains('{' + names().join(',') + '}'), qPrintable(help));
+        const Run overview = run({"coefficients", "--help"});
+        QVERIFY2(overview.out.contains("Kinds: " + names().join(", ").toUtf8() + '.'), overview.out);
+
+        QFile file(TESSEL_SOURCE_DIR "/docs/commandline.md");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString page = QString::fromUtf8(file.readAll()).simplified();
+        const QString kinds = QRegularExpression("`--kind` is ([^.]*)\\.").match(page).captured(1);
+        QStringList documented;
+        for (auto it = QRegularExpression("`([a-z]+)`").globalMatch(kinds); it.hasNext();)
+            documented << it.next().captured(1);
+        QCOMPARE(documented, names());
+    }
+
+    void anUnknownKindIsAnErrorThatNamesTheKinds()
+    {
+        const Run run = ::run({"--device", "wall=127.0.0.1:1", "coefficients", "save", "--kind", "guess"});
+        QCOMPARE(run.code, 2);
+        for (const QString& name : names())
+            QVERIFY2(run.err.contains(name.toUtf8()), run.err);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCoefficientKinds)
+#include "tst_coefficientkinds.moc"
