@@ -146,6 +146,34 @@ private Q_SLOTS:
         }
     }
 
+    void theDocumentHasTheSameTable()
+    {
+        static const QRegularExpression row("^\\| `([\\w/]+)` \\| [^|]+ \\| ([^|]+) \\|$",
+                                            QRegularExpression::MultilineOption);
+        static const QRegularExpression name("`([\\w/]+)`");
+        const QString table = textOf("docs/architecture.md").section("\n## Rooms", 1).section("\n## ", 0, 0);
+        QStringList documented;
+        for (auto rows = row.globalMatch(table); rows.hasNext();) {
+            const QRegularExpressionMatch match = rows.next();
+            QStringList known;
+            for (auto names = name.globalMatch(match.captured(2)); names.hasNext();)
+                known << names.next().captured(1);
+            known.sort();
+            documented << match.captured(1) + ": " + known.join(' ');
+        }
+        documented.sort();
+        QStringList rules;
+        for (auto layer = layers().cbegin(); layer != layers().cend(); ++layer) {
+            QStringList known = layer.value();
+            known.sort();
+            rules << layer.key() + ": " + known.join(' ');
+        }
+        rules.sort();
+        for (const QString& rule : rules)
+            QVERIFY2(documented.contains(rule), qPrintable("not in docs/architecture.md: " + rule));
+        QCOMPARE(documented, rules);
+    }
+
     void privateHeadersStayInTheirLibrary()
     {
         // What is left to mend: a program and a benchmark that reach into the transport.
