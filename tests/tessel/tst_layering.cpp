@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include <algorithm>
+
 namespace {
 
 const QString root = QStringLiteral(TESSEL_SOURCE_DIR);
@@ -233,6 +235,32 @@ private Q_SLOTS:
                                        "tessel/cabinetinfooperator_errorrate.cpp",
                                        "tessel/cabinetinfooperator_errorrate.cpp",
                                        "tessel/cabinetinfooperator_errorrate.cpp"}));
+    }
+
+    void everyTestProgramIsBuilt()
+    {
+        // A list of subjects makes programs of one prefix; or the program is named in full.
+        static const QRegularExpression comment("#[^\n]*");
+        static const QRegularExpression prefix("\\btst_(\\w*)\\$\\{");
+        int programs = 0;
+        for (const QString& file : sourcesBelow("tests")) {
+            const QString program = QFileInfo(file).completeBaseName();
+            if (!program.startsWith("tst_"))
+                continue;
+            const QString build = textOf(file.section('/', 0, -2) + "/CMakeLists.txt").remove(comment);
+            QStringList names{program};
+            for (auto prefixes = prefix.globalMatch(build); prefixes.hasNext();) {
+                const QString start = "tst_" + prefixes.next().captured(1);
+                if (program.startsWith(start))
+                    names << program.mid(start.size());
+            }
+            const bool isBuilt = std::any_of(names.cbegin(), names.cend(), [&](const QString& name) {
+                return build.contains(QRegularExpression("\\b" + name + "\\b"));
+            });
+            QVERIFY2(isBuilt, qPrintable(file + " is in no CMakeLists.txt"));
+            ++programs;
+        }
+        QVERIFY(programs > 90);
     }
 
     void everySourceNamesItsLicence()
