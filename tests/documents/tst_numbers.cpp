@@ -96,7 +96,7 @@ qint64 constantOf(const QString& file, const QString& name)
 struct Number
 {
     const char* document;
-    const char* phrase; ///< with %1 in the number's place
+    const char* phrase; ///< with %1 in the number's place; line breaks are blanks
     const char* file;
     const char* constant;
     qint64 unit; ///< in which the document counts
@@ -125,12 +125,12 @@ const Number numbers[] = {
     {transportPage, "events or %1 MiB may wait", quota, "MaximumBytes", MiB},
     {transportPage, "An event may have %1 MiB", "communicator/events/eventstream.cpp", "MaximumEventBytes",
      MiB},
-    {transportPage, "opened again after %1 s", policy, "firstDelay", 1000},
+    {transportPage, "opened again after %1 s,", policy, "firstDelay", 1000},
     {transportPage, "and so on up to %1 s", policy, "longestDelay", 1000},
     {transportPage, "after a stream has lasted %1 s", policy, "stableAfter", 1000},
     {transportPage, "%1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
-    {transportPage, "After %1 s\nwithout contact", policy, "goneAfter", 1000},
+    {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
     {architecturePage, "| exchanges of one device at once | %1 |", requestQueue, "MaximumPerDevice", 1},
     {architecturePage, "at most %1 of a device go at once", requestQueue, "MaximumPerDevice", 1},
     {architecturePage, "| blocking connections kept to one device | %1 |",
@@ -150,7 +150,7 @@ const Number numbers[] = {
     {architecturePage, "only after %1 s of stream", policy, "stableAfter", 1000},
     {architecturePage, "%1 s when no time limit is set", limits, "DefaultExpectedTime", 1000},
     {architecturePage, "names are bounded by %1 Ki units", keys, "BaseNameLimit", KiB},
-    {architecturePage, "Ki units and %1\nfor each byte of text", keys, "NameLimitPerByte", 1},
+    {architecturePage, "Ki units and %1 for each byte of text", keys, "NameLimitPerByte", 1},
     {architecturePage, "beyond %1 keys", keys, "RetainedKeys", 1},
     {architecturePage, "keys or %1 Ki", keys, "RetainedLength", KiB},
 };
@@ -193,7 +193,7 @@ private Q_SLOTS:
         QVERIFY2(value > 0, qPrintable(QString(number.file) + " has no constant " + number.constant));
         const qint64 shown = (value + number.unit / 2) / number.unit;
         // Thousands are grouped where the page is for reading more than for looking up.
-        const QString page = textOf(number.document);
+        const QString page = textOf(number.document).simplified();
         const QString plain = QString(number.phrase).arg(shown);
         const QString grouped = QString(number.phrase).arg(QLocale(QLocale::English).toString(shown));
         QVERIFY2(page.contains(plain) || page.contains(grouped),
@@ -205,12 +205,13 @@ private Q_SLOTS:
         const QStringList jitter = matchesIn(textOf(policy), "jitter = ([0-9.]+);");
         QCOMPARE(jitter.size(), 1);
         QVERIFY(textOf(transportPage)
+                    .simplified()
                     .contains(QString("each shorter by up to %1 %").arg(qRound(jitter[0].toDouble() * 100))));
     }
 
     void theSharesOfDescriptorsAreThoseThatAreTaken()
     {
-        const QString page = textOf(architecturePage);
+        const QString page = textOf(architecturePage).simplified();
         const auto share = [](const char* file, const char* pattern) {
             return matchesIn(textOf(file), pattern).value(0).toInt();
         };
@@ -219,7 +220,7 @@ private Q_SLOTS:
                  4);
         QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+), 1\\)"),
                  16);
-        QVERIFY(page.contains("a half for the kept ones of\nblocking calls, a quarter for non-blocking "
+        QVERIFY(page.contains("a half for the kept ones of blocking calls, a quarter for non-blocking "
                               "exchanges, a sixteenth for daemon ones"));
         QCOMPARE(
             matchesIn(textOf("communicator/runtime/descriptorbudget.cpp"), "share / each, (\\d+, \\d+)\\)"),
