@@ -157,6 +157,7 @@ private Q_SLOTS:
     void everyPublicFunctionHasItsRows();
     void everyRowHasItsFunction();
     void everyClassWithRowsIsAmongTheOperators();
+    void theReadmeTellsHowManyThereAre();
     void whatIsNotCallableIsDeclared();
     void everyPublicFunctionIsExported();
     void everyPublicFunctionIsTested();
@@ -202,6 +203,15 @@ void TestOperationList::everyClassWithRowsIsAmongTheOperators()
         operators << one->metaObject()->className();
     operators.sort();
     QCOMPARE(operators, classes);
+}
+
+void TestOperationList::theReadmeTellsHowManyThereAre()
+{
+    const QString page = textOf(TESSEL_SOURCE_DIR "/README.md");
+    const QRegularExpressionMatch match = QRegularExpression("some (\\d+) operations").match(page);
+    QVERIFY(match.hasMatch());
+    const int off = match.captured(1).toInt() - int(allOperations().size());
+    QVERIFY2(qAbs(off) < 10, qPrintable(QString("there are %1").arg(allOperations().size())));
 }
 
 void TestOperationList::whatIsNotCallableIsDeclared()
