@@ -137,10 +137,11 @@ private Q_SLOTS:
     void filesThatTheDocumentsNameExist_data()
     {
         QTest::addColumn<QString>("document");
-        for (const char* name :
-             {"README.md", "CONTRIBUTING.md", "CHANGELOG.md", "SECURITY.md", "docs/architecture.md",
-              "docs/commandline.md", "docs/glossary.md", "docs/performance.md", "docs/releasing.md",
-              "docs/simulator.md", "docs/transport.md", "bench/README.md", "examples/README.md"})
+        for (const char* name : {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md",
+                                 "docs/transport.md", "bench/README.md", "examples/README.md"})
+            QTest::newRow(name) << name;
+        for (const char* name : {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md",
+                                 "docs/performance.md", "docs/releasing.md"})
             QTest::newRow(name) << name;
     }
     void filesThatTheDocumentsNameExist()
