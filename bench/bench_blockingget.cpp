@@ -5,6 +5,7 @@
 // QNetworkAccessManager with a nested event loop and QJsonDocument. All talk to the same server in a process
 // of its own.
 #include "interleaved.h"
+#include "ratios.h"
 #include "serverprocess.h"
 
 #include <simulator/simulator.h>
@@ -183,6 +184,7 @@ void shareOneProcessor()
 
 int main(int argc, char** argv)
 {
+    takeRatiosOption(argc, argv);
     shareOneProcessor();
     const ServerProcess server(serve);
     if (server.address().empty())
@@ -220,5 +222,8 @@ int main(int argc, char** argv)
     std::printf("library / raw socket %.2f (wanted: at most 2.2), / bare libcurl %.2f (below 1), "
                 "/ QNetworkAccessManager %.2f (at most 0.2)\n",
                 library / figures[0].median, library / figures[2].median, library / figures[3].median);
+    tellRatio("get/raw-socket", library / figures[0].median);
+    tellRatio("get/libcurl", library / figures[2].median);
+    tellRatio("get/qnetworkaccessmanager", library / figures[3].median);
     return 0;
 }

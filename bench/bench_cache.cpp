@@ -3,10 +3,11 @@
 // Reads that a cache answers, against copying the containers themselves; and taking a reply with 10,000
 // cabinets into the cache, against QJsonDocument with toVariant() and the same flattening. The replies come
 // from an engine within the process, so no network is in the figures.
-// Usage: bench_cache [rounds]
+// Usage: bench_cache [--ratios] [rounds]
 #include "cabinetlist.h"
 #include "interleaved.h"
 #include "peakmemory.h"
+#include "ratios.h"
 
 #include <communicator/httpengine.h>
 #include <communicator/httpproxy.h>
@@ -90,18 +91,20 @@ auto repeated(Read read)
     };
 }
 
-void printReads(const char* title, const std::vector<Figures>& figures)
+void printReads(const char* title, const char* name, const std::vector<Figures>& figures)
 {
     constexpr double Nanoseconds = 1000.0 / Reads;
     std::printf("%-36s %7.1f ns, copying the containers %7.1f ns, ratio %.1f\n", title,
                 figures[1].median * Nanoseconds, figures[0].median * Nanoseconds,
                 figures[1].median / figures[0].median);
+    tellRatio(name, figures[1].median / figures[0].median);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    takeRatiosOption(argc, argv);
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 15;
     const QByteArray reply = cabinetListReply(10000);
     require(!reply.isEmpty(), "the making of the reply");
@@ -137,14 +140,14 @@ int main(int argc, char** argv)
             "the comparison of the caches");
 
     const QVariantMap propertySource = property;
-    printReads("cached list of 10,000 cabinets",
+    printReads("cached list of 10,000 cabinets", "cache/list",
                measureInterleaved({{"", repeated([&] { cabinets = otherCache.value(deviceKey); })},
                                    {"", repeated([&] {
                                         CabinetInfoOperator::getInstance()->getAllCabinetsInfo(
                                             deviceKey, cabinets, false);
                                     })}},
                                   rounds, 20));
-    printReads("cached property of a screen",
+    printReads("cached property of a screen", "cache/property",
                measureInterleaved({{"", repeated([&] {
                                         property = propertySource;
                                         property.detach();
@@ -161,5 +164,7 @@ int main(int argc, char** argv)
         reply.size() / 1e6, median(times), median(otherTimes), median(otherTimes) / median(times));
     std::printf("its peak memory: %.1f MiB, QJsonDocument %.1f MiB, ratio %.2f (wanted: at most 0.5)\n",
                 ourPeak, otherPeak, ourPeak / otherPeak);
+    tellRatio("cache/load", median(otherTimes) / median(times));
+    tellRatio("cache/load-peak", ourPeak / otherPeak);
     return 0;
 }

@@ -4,8 +4,9 @@
 // socket takes it, one by one with one stream and with 200 streams open, and with the refresh of the caches
 // that each event asks for. Only CabinetInfoOperator listens, since every operator reads every event. Its
 // debug lines are dropped. All servers are processes of their own.
-// Usage: bench_events [bulk events]
+// Usage: bench_events [--ratios] [bulk events]
 #include "interleaved.h"
+#include "ratios.h"
 #include "serverprocess.h"
 
 #include <communicator/deviceendpoint.h>
@@ -236,6 +237,7 @@ void measureStreams(const QStringList& one, const QStringList& many)
     std::printf("single events: %.1f us CPU each with one stream, %.1f with %d: ratio %.2f (wanted: at most "
                 "1.5)\n",
                 median(oneCpu), median(manyCpu), Devices, median(manyCpu) / median(oneCpu));
+    tellRatio("events/streams", median(manyCpu) / median(oneCpu));
 }
 
 void measureRefresh(const QStringList& keys, int events, const char* title)
@@ -249,6 +251,7 @@ void measureRefresh(const QStringList& keys, int events, const char* title)
 
 int main(int argc, char** argv)
 {
+    takeRatiosOption(argc, argv);
     const int bulkEvents = argc > 1 ? std::atoi(argv[1]) : 500000;
     constexpr int Pause = 300;
     const ServerProcess bulk([&](const Ready& ready) { serveBulk(bulkEvents, ready); });

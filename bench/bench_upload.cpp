@@ -2,9 +2,10 @@
 //
 // Upload of coefficients to simulated devices in a process of their own: the encoding of a whole list of
 // about 64 MiB against QJsonDocument, the memory that its upload takes, and many uploads of single cabinets
-// in flight at once. Usage: bench_upload [rounds of the encoding]
+// in flight at once. Usage: bench_upload [--ratios] [rounds of the encoding]
 #include "interleaved.h"
 #include "peakmemory.h"
+#include "ratios.h"
 #include "serverprocess.h"
 
 #include <communicator/exchangeobserver.h>
@@ -143,12 +144,14 @@ void measureEncoding(int rounds)
                 "least 5)\n",
                 megabytes, megabytes / figures[0].median * 1e6, megabytes / figures[1].median * 1e6,
                 figures[1].median / figures[0].median);
+    tellRatio("upload/encode", figures[1].median / figures[0].median);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    takeRatiosOption(argc, argv);
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 5;
     const ServerProcess server(serve);
     const QStringList keys =
@@ -167,6 +170,7 @@ int main(int argc, char** argv)
     });
     std::printf("  peak beyond the variants: %.1f MiB, %.2f times the text (wanted: at most 1.1)\n",
                 wholePeak, wholePeak / whole);
+    tellRatio("upload/peak", wholePeak / whole);
 
     std::printf("1,000 uploads of %.0f KiB at once to one device\n", part * 1024);
     const double onePeak =

@@ -3,6 +3,7 @@
 
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
+test_packages=(python3)
 style_packages=(git clang-format clang-tidy)
 mutation_packages=(python3 python3-clang)
 

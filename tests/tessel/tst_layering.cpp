@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include <algorithm>
+
 namespace {
 
 const QString root = QStringLiteral(TESSEL_SOURCE_DIR);
@@ -132,6 +134,34 @@ private Q_SLOTS:
         }
     }
 
+    void theDocumentHasTheSameTable()
+    {
+        static const QRegularExpression row("^\\| `([\\w/]+)` \\| [^|]+ \\| ([^|]+) \\|$",
+                                            QRegularExpression::MultilineOption);
+        static const QRegularExpression name("`([\\w/]+)`");
+        const QString table = textOf("docs/architecture.md").section("\n## Rooms", 1).section("\n## ", 0, 0);
+        QStringList documented;
+        for (auto rows = row.globalMatch(table); rows.hasNext();) {
+            const QRegularExpressionMatch match = rows.next();
+            QStringList known;
+            for (auto names = name.globalMatch(match.captured(2)); names.hasNext();)
+                known << names.next().captured(1);
+            known.sort();
+            documented << match.captured(1) + ": " + known.join(' ');
+        }
+        documented.sort();
+        QStringList rules;
+        for (auto layer = layers().cbegin(); layer != layers().cend(); ++layer) {
+            QStringList known = layer.value();
+            known.sort();
+            rules << layer.key() + ": " + known.join(' ');
+        }
+        rules.sort();
+        for (const QString& rule : rules)
+            QVERIFY2(documented.contains(rule), qPrintable("not in docs/architecture.md: " + rule));
+        QCOMPARE(documented, rules);
+    }
+
     void privateHeadersStayInTheirLibrary()
     {
         // What is left to mend: a program and a benchmark that reach into the transport.
@@ -191,6 +221,32 @@ private Q_SLOTS:
                                        "tessel/cabinetinfooperator_errorrate.cpp",
                                        "tessel/cabinetinfooperator_errorrate.cpp",
                                        "tessel/cabinetinfooperator_errorrate.cpp"}));
+    }
+
+    void everyTestProgramIsBuilt()
+    {
+        // A list of subjects makes programs of one prefix; or the program is named in full.
+        static const QRegularExpression comment("#[^\n]*");
+        static const QRegularExpression prefix("\\btst_(\\w*)\\$\\{");
+        int programs = 0;
+        for (const QString& file : sourcesBelow("tests")) {
+            const QString program = QFileInfo(file).completeBaseName();
+            if (!program.startsWith("tst_"))
+                continue;
+            const QString build = textOf(file.section('/', 0, -2) + "/CMakeLists.txt").remove(comment);
+            QStringList names{program};
+            for (auto prefixes = prefix.globalMatch(build); prefixes.hasNext();) {
+                const QString start = "tst_" + prefixes.next().captured(1);
+                if (program.startsWith(start))
+                    names << program.mid(start.size());
+            }
+            const bool isBuilt = std::any_of(names.cbegin(), names.cend(), [&](const QString& name) {
+                return build.contains(QRegularExpression("\\b" + name + "\\b"));
+            });
+            QVERIFY2(isBuilt, qPrintable(file + " is in no CMakeLists.txt"));
+            ++programs;
+        }
+        QVERIFY(programs > 90);
     }
 
     void everySourceNamesItsLicence()

@@ -52,6 +52,31 @@ QStringList optionsIn(const QString& help)
     return options;
 }
 
+/// A folder with the files that examples name, as the current one for as long as it lives.
+class FilesOfTheExamples
+{
+public:
+    FilesOfTheExamples()
+    {
+        for (const char* name :
+             {"tables/1.json", "wall.json", "card.bin", "controller.bin", "parameters.json"}) {
+            QFile file(m_folder.filePath(name));
+            const QByteArray text = name == QByteArray("parameters.json") ? "{}" : "[1]";
+            m_made = m_made && QDir(m_folder.path()).mkpath(QFileInfo(name).path()) &&
+                     file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+        }
+        m_made = m_made && QDir::setCurrent(m_folder.path());
+    }
+    ~FilesOfTheExamples() { QDir::setCurrent(m_before); }
+    bool wereMade() const { return m_made; }
+
+private:
+    const QString m_before = QDir::currentPath();
+    const QTemporaryDir m_folder;
+    bool m_made = true;
+    Q_DISABLE_COPY_MOVE(FilesOfTheExamples)
+};
+
 } // namespace
 
 /// What the documents tell of the programs is what the programs do.
@@ -191,6 +216,9 @@ private Q_SLOTS:
              {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md", "docs/transport.md",
               "docs/events.md", "bench/README.md", "examples/README.md"})
             QTest::newRow(name) << name;
+        for (const char* name : {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md",
+                                 "docs/performance.md", "docs/releasing.md"})
+            QTest::newRow(name) << name;
     }
     void filesThatTheDocumentsNameExist()
     {
@@ -200,23 +228,50 @@ private Q_SLOTS:
         const QString folder = QFileInfo(document).path() + '/';
         for (const QString& link : matchesIn(page, "\\]\\(([^):#]+)\\)"))
             QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + folder + link), qPrintable(link));
-        for (const QString& path : matchesIn(page, "`((?!build/)(?:[a-z]+/)+(?:[a-z_]+\\.(?:h|cpp|md))?)`"))
+        for (const QString& path :
+             matchesIn(page, "`((?!build/|sys/|netinet/)(?:[a-z]+/)+(?:[a-z_]+\\.(?:h|cpp|md))?)`"))
             QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + path), qPrintable(path));
+    }
+
+    void everySubcommandHasAnExampleThatDoesSomething()
+    {
+        // Against an address where nobody listens, all but the command line itself fails.
+        const QString address = closedAddress();
+        const FilesOfTheExamples files;
+        QVERIFY(files.wereMade());
+        QList<QStringList> commands{{}};
+        int run = 0;
+        for (int i = 0; i < commands.size(); ++i) {
+            const QStringList command = commands[i];
+            const QString help = helpOf(TESSELCTL_PROGRAM, command);
+            const QStringList subcommands = listedIn(help, "Subcommands");
+            for (const QString& subcommand : subcommands)
+                commands << command + QStringList{subcommand};
+            if (!subcommands.isEmpty() || command == QStringList{"demo"}) // which takes nothing
+                continue;
+            const QString name = command.join(' ');
+            const QStringList examples = matchesIn(help, "\\n  (tesselctl [^\\n|']*)(?=\\n|$)").filter(name);
+            QVERIFY2(!examples.isEmpty(), qPrintable(name));
+            QString line = examples.first();
+            line.replace("192.168.0.10", address);
+            if (name == "watch")
+                line += " --seconds 1";
+            if (name == "monitor")
+                line += " --count 1";
+            const Run ran = ::run(line.split(' ').mid(1));
+            QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
+            QVERIFY2(!ran.out.isEmpty() || !ran.err.isEmpty(), qPrintable(line));
+            ++run;
+        }
+        QVERIFY(run > 10);
     }
 
     void theCommandsOfTheDocumentsAreUnderstood()
     {
         // Against an address where nobody listens, all but the command line itself fails.
         const QString address = closedAddress();
-        const QTemporaryDir folder;
-        for (const char* name : {"tables/1.json", "card.bin", "parameters.json"}) {
-            QFile file(folder.filePath(name));
-            QVERIFY(QDir(folder.path()).mkpath(QFileInfo(name).path()) && file.open(QIODevice::WriteOnly));
-            QVERIFY(file.write(name == QByteArray("parameters.json") ? "{}" : "[1]") > 0);
-        }
-        const QString before = QDir::currentPath();
-        const auto restore = qScopeGuard([&] { QDir::setCurrent(before); });
-        QVERIFY(QDir::setCurrent(folder.path()));
+        const FilesOfTheExamples files;
+        QVERIFY(files.wereMade());
         int commands = 0;
         for (const char* name : {"README.md", "docs/commandline.md", "docs/simulator.md"}) {
             for (QString line : matchesIn(textOf(name), "\\n(tesselctl [^\\n]*)")) {

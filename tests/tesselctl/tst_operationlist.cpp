@@ -3,6 +3,7 @@
 // The list of operations against the headers of the library: neither has what the other lacks.
 #include "tesselctl/operations/requestprobe.h"
 #include <operations/operationlist.h>
+#include <operations/operators.h>
 
 #include <QDir>
 #include <QMap>
@@ -156,6 +157,8 @@ class TestOperationList : public QObject
 private Q_SLOTS:
     void everyPublicFunctionHasItsRows();
     void everyRowHasItsFunction();
+    void everyClassWithRowsIsAmongTheOperators();
+    void theReadmeTellsHowManyThereAre();
     void whatIsNotCallableIsDeclared();
     void everyPublicFunctionIsExported();
     void everyPublicFunctionIsTested();
@@ -187,6 +190,29 @@ void TestOperationList::everyRowHasItsFunction()
     const QMap<QString, int> functions = functionsOfTheHeaders();
     for (const Operation& operation : allOperations())
         QVERIFY2(functions.contains(operation.qualifiedName()), qPrintable(operation.qualifiedName()));
+}
+
+void TestOperationList::everyClassWithRowsIsAmongTheOperators()
+{
+    QStringList classes;
+    for (const Operation& operation : allOperations())
+        classes << operation.qualifiedName().section("::", 0, -2);
+    classes.removeDuplicates();
+    classes.sort();
+    QStringList operators;
+    for (const QObject* one : allOperators())
+        operators << one->metaObject()->className();
+    operators.sort();
+    QCOMPARE(operators, classes);
+}
+
+void TestOperationList::theReadmeTellsHowManyThereAre()
+{
+    const QString page = textOf(TESSEL_SOURCE_DIR "/README.md");
+    const QRegularExpressionMatch match = QRegularExpression("some (\\d+) operations").match(page);
+    QVERIFY(match.hasMatch());
+    const int off = match.captured(1).toInt() - int(allOperations().size());
+    QVERIFY2(qAbs(off) < 10, qPrintable(QString("there are %1").arg(allOperations().size())));
 }
 
 void TestOperationList::whatIsNotCallableIsDeclared()

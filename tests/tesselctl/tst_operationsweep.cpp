@@ -9,6 +9,7 @@
 #include <tessel/hwinfo.h>
 
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest>
 
 #include <mutex>
@@ -59,7 +60,9 @@ class TestOperationSweep : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void cleanup() { setExchangeObserver({}); }
     void everyOperationIsAnswered();
+    void whatIsReadAsAListComesAsOne();
 };
 
 void TestOperationSweep::everyOperationIsAnswered()
@@ -85,6 +88,51 @@ void TestOperationSweep::everyOperationIsAnswered()
     qInfo("%d operations called, %d exchanges ended", called, int(ended.count()));
     QVERIFY2(ended.failures().isEmpty(), qPrintable(ended.failures().join('\n')));
     QVERIFY(called > 500);
+}
+
+// A device that answered with an object where the library reads a list would leave the list empty.
+void TestOperationSweep::whatIsReadAsAListComesAsOne()
+{
+    const QTemporaryDir scratch;
+    QVERIFY(QDir::setCurrent(scratch.path()));
+    Tessel::Simulator::Simulator simulator;
+    QVERIFY2(simulator.start(), qPrintable(simulator.errorString()));
+    const QString device = simulator.address();
+    QVERIFY(HWInfo::getInstance()->getHwProtoc(device, true));
+
+    int read = 0;
+    QStringList empty;
+    for (const Operation& operation : allOperations()) {
+        std::vector<std::size_t> lists;
+        std::size_t output = 0;
+        for (const Parameter& parameter : operation.parameters) {
+            if (parameter.direction == Parameter::In)
+                continue;
+            if (parameter.type == ValueType::List)
+                lists.push_back(output);
+            ++output;
+        }
+        if (lists.empty())
+            continue;
+        // Those that wait are told of on the thread that calls; the others end at any time.
+        QStringList requests;
+        setExchangeObserver([&requests, caller = QThread::currentThread()](const ExchangeRecord& record) {
+            if (QThread::currentThread() == caller)
+                requests << QString::fromUtf8(record.verb + ' ' + record.path);
+        });
+        const CallResult result = operation.invoke(sampleArguments(operation, device));
+        setExchangeObserver({});
+        if (!result.succeeded || requests.size() != 1 || !requests.first().startsWith("GET"))
+            continue;
+        ++read;
+        for (const std::size_t index : lists) {
+            if (result.outputs.value(int(index)).toList().isEmpty())
+                empty << operation.qualifiedName() + ": " + requests.first();
+        }
+    }
+    qInfo("%d operations read a list", read);
+    QVERIFY2(empty.isEmpty(), qPrintable(empty.join('\n')));
+    QVERIFY(read > 20);
 }
 
 QTEST_GUILESS_MAIN(TestOperationSweep)
