@@ -2,6 +2,7 @@
 #ifndef TESSEL_COEFFICIENTKINDS_H
 #define TESSEL_COEFFICIENTKINDS_H
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -18,12 +19,33 @@ struct CoefficientKindRow
     const char* name;
 };
 
-inline constexpr CoefficientKindRow coefficientKinds[] = {
-    {CoefficientKind::Plain, "plain"},       {CoefficientKind::Multilayer, "multilayer"},
-    {CoefficientKind::Adaptive, "adaptive"}, {CoefficientKind::Dynamic, "dynamic"},
-    {CoefficientKind::LowGray, "lowgray"},
+inline constexpr std::array coefficientKinds{
+    CoefficientKindRow{CoefficientKind::Plain, "plain"},
+    CoefficientKindRow{CoefficientKind::Multilayer, "multilayer"},
+    CoefficientKindRow{CoefficientKind::Adaptive, "adaptive"},
+    CoefficientKindRow{CoefficientKind::Dynamic, "dynamic"},
+    CoefficientKindRow{CoefficientKind::LowGray, "lowgray"},
 };
-inline constexpr std::size_t coefficientKindCount = sizeof coefficientKinds / sizeof coefficientKinds[0];
+inline constexpr std::size_t coefficientKindCount = coefficientKinds.size();
+
+constexpr const CoefficientKindRow& coefficientKindRow(CoefficientKind kind)
+{
+    // Without a default and by std::get, so that the compiler tells of an enumerator that is missing here or
+    // has no row.
+    switch (kind) {
+    case CoefficientKind::Plain:
+        break;
+    case CoefficientKind::Multilayer:
+        return std::get<1>(coefficientKinds);
+    case CoefficientKind::Adaptive:
+        return std::get<2>(coefficientKinds);
+    case CoefficientKind::Dynamic:
+        return std::get<3>(coefficientKinds);
+    case CoefficientKind::LowGray:
+        return std::get<4>(coefficientKinds);
+    }
+    return std::get<0>(coefficientKinds);
+}
 
 /// Nothing for a name that no kind has; the comparison is exact.
 constexpr std::optional<CoefficientKind> coefficientKindNamed(std::string_view name)
@@ -41,10 +63,10 @@ constexpr bool coefficientKindsFollowTheEnumerators()
 {
     std::size_t index = 0;
     for (const CoefficientKindRow& row : coefficientKinds) {
-        if (static_cast<std::size_t>(row.kind) != index++)
+        if (static_cast<std::size_t>(row.kind) != index++ || coefficientKindRow(row.kind).kind != row.kind)
             return false;
     }
-    return index == static_cast<std::size_t>(CoefficientKind::LowGray) + 1;
+    return true;
 }
 static_assert(coefficientKindsFollowTheEnumerators(), "each kind has its row, in the enumerators' order");
 

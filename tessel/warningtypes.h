@@ -4,6 +4,8 @@
 
 #include <tessel/pushevents.h>
 
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -23,10 +25,12 @@ struct WarningRow
     constexpr const char* name() const { return eventRow(event).text.kind.text; }
 };
 
-inline constexpr WarningRow warningRows[] = {
-    {WarningType::FanSpeed, PushEvent::FanSpeed},       {WarningType::Voltage, PushEvent::Voltage},
-    {WarningType::Temperature, PushEvent::Temperature}, {WarningType::Output, PushEvent::OutputState},
-    {WarningType::Cabinet, PushEvent::CabinetWarning},
+inline constexpr std::array warningRows{
+    WarningRow{WarningType::FanSpeed, PushEvent::FanSpeed},
+    WarningRow{WarningType::Voltage, PushEvent::Voltage},
+    WarningRow{WarningType::Temperature, PushEvent::Temperature},
+    WarningRow{WarningType::Output, PushEvent::OutputState},
+    WarningRow{WarningType::Cabinet, PushEvent::CabinetWarning},
 };
 
 /// Nothing for a name that no type has; the comparison is exact.
@@ -41,7 +45,21 @@ constexpr std::optional<WarningType> warningTypeNamed(std::string_view name)
 
 constexpr const WarningRow& warningRow(WarningType type)
 {
-    return warningRows[static_cast<std::size_t>(type)];
+    // Without a default and by std::get, so that the compiler tells of an enumerator that is missing here or
+    // has no row.
+    switch (type) {
+    case WarningType::FanSpeed:
+        break;
+    case WarningType::Voltage:
+        return std::get<1>(warningRows);
+    case WarningType::Temperature:
+        return std::get<2>(warningRows);
+    case WarningType::Output:
+        return std::get<3>(warningRows);
+    case WarningType::Cabinet:
+        return std::get<4>(warningRows);
+    }
+    return std::get<0>(warningRows);
 }
 
 namespace Detail {
@@ -50,10 +68,10 @@ constexpr bool warningRowsFollowTheEnumerators()
 {
     std::size_t index = 0;
     for (const WarningRow& row : warningRows) {
-        if (static_cast<std::size_t>(row.type) != index++)
+        if (static_cast<std::size_t>(row.type) != index++ || warningRow(row.type).type != row.type)
             return false;
     }
-    return index == static_cast<std::size_t>(WarningType::Cabinet) + 1;
+    return true;
 }
 static_assert(warningRowsFollowTheEnumerators(), "each WarningType has its row, in the enumerators' order");
 

@@ -23,6 +23,11 @@ constexpr std::string_view emptyTable = "[]";
 
 constexpr const char* bankNames[] = {"loaded", "saved", "factory", "module", "applied"};
 
+const char* nameOf(std::size_t kind)
+{
+    return coefficientKindRow(static_cast<Kind>(kind)).name;
+}
+
 std::size_t indexOf(Kind kind)
 {
     return static_cast<std::size_t>(kind);
@@ -250,8 +255,7 @@ json CoefficientStore::summary() const
     json received = json::object();
     for (std::size_t kind = 0; kind < kinds; ++kind) {
         const auto& counts = m_uploads[kind].counts;
-        received[Tessel::coefficientKinds[kind].name] = {{"uploads", counts.uploads},
-                                                         {"bytes", counts.bytes}};
+        received[nameOf(kind)] = {{"uploads", counts.uploads}, {"bytes", counts.bytes}};
     }
     json cabinets = json::object();
     for (const auto& [number, cabinet] : m_cabinets) {
@@ -264,7 +268,7 @@ json CoefficientStore::summary() const
                     continue;
                 const auto text = dataOf(*reply);
                 const auto bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
-                told[Tessel::coefficientKinds[kind].name][bankNames[bank]] = {
+                told[nameOf(kind)][bankNames[bank]] = {
                     {"bytes", text.size()},
                     {"sha256",
                      QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString()}};

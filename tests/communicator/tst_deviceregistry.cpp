@@ -177,7 +177,7 @@ private Q_SLOTS:
     void everyLoginSchemeIsTakenWithWhatItNeedsAndGoesOutUnderItsName()
     {
         QFETCH(int, index);
-        const LoginScheme& scheme = loginSchemes[index];
+        const LoginScheme& scheme = loginSchemes[static_cast<std::size_t>(index)];
         QCOMPARE(loginScheme(scheme.login), &scheme);
         QCOMPARE(loginSchemeNamed(scheme.name), &scheme);
         DeviceEndpoint given = endpoint("127.0.0.1:1");

@@ -49,8 +49,9 @@ private Q_SLOTS:
     {
         QFETCH(int, signal);
         QProcess process;
-        run(process, {QStringLiteral("--protocol"), QStringLiteral("single-screen"), QStringLiteral("--cabinets"),
-                      QStringLiteral("5"), QStringLiteral("--custom-name"), QStringLiteral("Atrium")});
+        run(process,
+            {QStringLiteral("--protocol"), QStringLiteral("single-screen"), QStringLiteral("--cabinets"),
+             QStringLiteral("5"), QStringLiteral("--custom-name"), QStringLiteral("Atrium")});
         const QByteArray url = nextLine(process);
         QVERIFY2(url.startsWith("http://127.0.0.1:"), url.constData());
         HttpClient client(portOf(url));

@@ -61,7 +61,7 @@ private Q_SLOTS:
     void theRoutesOfAKindAreThoseOfTheController()
     {
         QFETCH(int, index);
-        const auto& row = Tessel::coefficientKinds[index];
+        const auto& row = Tessel::coefficientKinds[static_cast<std::size_t>(index)];
         const auto& kind = TesselCtl::coefficientKind(row.name);
         QCOMPARE(kind.kind, row.kind);
         QCOMPARE(routeOf(kind.uploadRoute).coefficients, std::make_optional(row.kind));

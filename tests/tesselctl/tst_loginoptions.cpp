@@ -12,7 +12,6 @@
 #include <QtTest>
 
 using namespace TesselCtl;
-using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::LoginScheme;
 using Krelm::Communicator::HttpDevice::loginSchemes;
 
@@ -42,7 +41,7 @@ private Q_SLOTS:
     void everySchemeIsTakenWithWhatItNeeds()
     {
         QFETCH(int, index);
-        const LoginScheme& scheme = loginSchemes[index];
+        const LoginScheme& scheme = loginSchemes[static_cast<std::size_t>(index)];
         Settings settings = withSecret();
         settings.devices.login = scheme.name;
         settings.devices.user = scheme.takesUser ? "me" : "";
