@@ -15,8 +15,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr size_t MaximumIdlePerClass = 16;
 constexpr std::chrono::seconds LeaveTime{2};
-// What one call of the system may deliver; larger replies come in pieces of it.
-constexpr size_t BufferBytes = 64 << 10;
+// What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
+// small: what is thread_local would lie in the stack of every thread of the process.
+constexpr size_t BufferBytes = 32 << 10;
 
 std::chrono::milliseconds timeLeft(Clock::time_point deadline)
 {
@@ -84,7 +85,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
 /// @return how the exchange goes on; GoOn when the time has passed.
 Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
 {
-    static thread_local std::array<char, BufferBytes> buffer;
+    std::array<char, BufferBytes> buffer;
     auto left = timeLeft(deadline);
     while (left.count() > 0 && !m_aborted) {
         Exchange::Step step = m_exchange.send(*m_connection);
