@@ -142,10 +142,12 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
         const Sessions::iterator entry = idle->second.back();
         idle->second.pop_back();
         m_active.splice(m_active.end(), m_idle, entry);
+        entry->user = std::this_thread::get_id();
         return entry;
     }
     lock.unlock();
     fresh.emplace_back(m_limits, device, daemon);
+    fresh.front().user = std::this_thread::get_id();
     lock.lock();
     if (m_closed) {
         fresh.front().session.abort();
@@ -214,7 +216,11 @@ void ConnectionPool::close()
     for (Entry& entry : m_active) {
         entry.session.abort();
     }
-    m_left.wait_for(lock, LeaveTime, [this] { return m_active.empty(); });
+    // An observer that calls this is itself within an exchange.
+    m_left.wait_for(lock, LeaveTime, [this] {
+        return std::all_of(m_active.cbegin(), m_active.cend(),
+                           [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });
+    });
 }
 
 } // namespace Krelm::Communicator::HttpDevice
