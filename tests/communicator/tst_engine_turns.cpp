@@ -5,6 +5,7 @@
 #include "tlsserver.h"
 
 #include <QDir>
+#include <QTemporaryFile>
 
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -46,6 +47,7 @@ private Q_SLOTS:
     void initTestCase() { muteLog(); }
     void whatADeviceSendsOverTlsComesInTurns_data();
     void whatADeviceSendsOverTlsComesInTurns();
+    void aLargeUploadGoesOutInTurns();
 };
 
 void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns_data()
@@ -114,6 +116,31 @@ void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns()
     bench.engine.stop();
     QVERIFY(ran);
     QVERIFY(waiting.get() >= Waiting);
+}
+
+// A device may take a form faster than its files can be read.
+void EngineTurnsTest::aLargeUploadGoesOutInTurns()
+{
+    constexpr qint64 FileSize = 64 << 20;
+    QTemporaryFile file;
+    QVERIFY(file.open() && file.resize(FileSize));
+    MisbehavingServer server;
+    Bench bench;
+    HttpRequest asked = request(server.address(), HttpMethod::Put);
+    asked.multipart = true;
+    asked.parts.insert(QStringLiteral("file"), QUrl::fromLocalFile(file.fileName()));
+    qint64 sent = 0; // on the loop's thread
+    std::promise<qint64> sentInTurn;
+    std::future<qint64> turn = sentInTurn.get_future();
+    setProgressObserver([&](const ExchangeProgress& progress) {
+        if (std::exchange(sent, progress.bytesSent) == 0) {
+            bench.loop->post([&] { sentInTurn.set_value(sent); });
+        }
+    });
+    const HttpReply reply = bench.ask(asked, false);
+    setProgressObserver({});
+    QCOMPARE(reply.state, State::Success);
+    QVERIFY2(turn.get() <= 1 << 20, "the upload kept the loop");
 }
 
 QTEST_GUILESS_MAIN(EngineTurnsTest)
