@@ -53,8 +53,10 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
 {
     if (m_easy != nullptr) {
         const Bytes piece = first.size > 0 ? first : second;
+        // A record at a time: of more, TLS tells nothing until all has gone out.
         std::size_t sent = 0;
-        const CURLcode code = curl_easy_send(m_easy, piece.data, piece.size, &sent);
+        const CURLcode code =
+            curl_easy_send(m_easy, piece.data, std::min(piece.size, LargestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
                : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
                                      : Result{Status::Failed, 0};
