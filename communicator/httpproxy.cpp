@@ -123,7 +123,10 @@ void HttpProxy::Private::stop()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         builtIn.swap(m_builtIn);
-        stopped.swap(m_loop);
+        // A thread cannot wait for its own end: an observer that ends the process leaves the loop to it.
+        if (m_loop && !m_loop->isHere()) {
+            stopped.swap(m_loop);
+        }
         closed.swap(m_channels);
         if (builtIn) {
             m_engine.reset();

@@ -20,6 +20,7 @@ constexpr size_t MaximumEventBytes = (1U << 20U) + (64U << 10U);
 constexpr size_t MaximumOverhead = 64U << 10U;
 // What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
 constexpr size_t BytesPerTurn = 16U << 10U;
+static_assert(BytesPerTurn >= LargestTlsRecord, "what TLS held back no readiness would announce");
 
 std::function<double()> randomNumbers()
 {
@@ -182,30 +183,26 @@ void EventStream::ready(std::uint32_t events)
 
 void EventStream::receive()
 {
-    static thread_local std::array<char, BytesPerTurn> buffer;
-    do {
-        // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
+    std::array<char, BytesPerTurn> buffer;
+    // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
+    if (m_quota->isFull()) {
+        setPaused(true);
         if (m_quota->isFull()) {
-            setPaused(true);
-            if (m_quota->isFull()) {
-                watch();
-                return;
-            }
-            setPaused(false);
-        }
-        const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
-        if (result.status == Connection::Status::Waiting) {
+            watch();
             return;
         }
-        const ResponseParser::State state = result.status == Connection::Status::Moved
-                                                ? m_parser.feed(buffer.data(), result.bytes)
-                                                : m_parser.end();
-        if (state != ResponseParser::State::Reading || result.status != Connection::Status::Moved) {
-            finished();
-            return;
-        }
-        // TLS may hold what the socket does not show any more.
-    } while (m_device->isTls);
+        setPaused(false);
+    }
+    const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
+    if (result.status == Connection::Status::Waiting) {
+        return;
+    }
+    const ResponseParser::State state = result.status == Connection::Status::Moved
+                                            ? m_parser.feed(buffer.data(), result.bytes)
+                                            : m_parser.end();
+    if (state != ResponseParser::State::Reading || result.status != Connection::Status::Moved) {
+        finished();
+    }
 }
 
 void EventStream::deviceGone()
@@ -283,9 +280,6 @@ void EventStream::resume()
     }
     setPaused(false);
     watch();
-    if (m_device->isTls) {
-        receive(); // what TLS holds no readiness will announce
-    }
     scheduleTick();
 }
 

@@ -10,6 +10,7 @@ namespace {
 
 // What one connection may deliver before the others have their turn.
 constexpr size_t BytesPerTurn = 64 << 10;
+static_assert(BytesPerTurn >= LargestTlsRecord, "what TLS held back no readiness would announce");
 
 } // namespace
 
@@ -70,18 +71,9 @@ void AsyncExchange::ready(std::uint32_t events)
         step = m_exchange.send(*m_connection);
     }
     if (step == Exchange::Step::GoOn && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
-        static thread_local std::array<char, BytesPerTurn> buffer;
+        std::array<char, BytesPerTurn> buffer;
         const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
         step = m_exchange.received(result, buffer.data(), m_isReused);
-        // TLS may hold what the socket does not show any more.
-        while (step == Exchange::Step::GoOn && m_device->isTls &&
-               result.status == Connection::Status::Moved) {
-            const Connection::Result rest = m_connection->receive(buffer.data(), buffer.size());
-            step = m_exchange.received(rest, buffer.data(), m_isReused);
-            if (rest.status != Connection::Status::Moved) {
-                break;
-            }
-        }
     }
     go(step);
 }

@@ -15,8 +15,6 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// By how much a limit that is set on the socket may be too long, which spares setting it for each reply.
-constexpr std::chrono::milliseconds Tolerance{2};
 // A bound that no limit reaches keeps arithmetic on milliseconds within an int.
 constexpr std::chrono::milliseconds LongestPoll{1 << 30};
 
@@ -55,8 +53,10 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
 {
     if (m_easy != nullptr) {
         const Bytes piece = first.size > 0 ? first : second;
+        // A record at a time: of more, TLS tells nothing until all has gone out.
         std::size_t sent = 0;
-        const CURLcode code = curl_easy_send(m_easy, piece.data, piece.size, &sent);
+        const CURLcode code =
+            curl_easy_send(m_easy, piece.data, std::min(piece.size, LargestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
                : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
                                      : Result{Status::Failed, 0};
@@ -107,10 +107,12 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
         }
         return receive(buffer, size);
     }
-    // One call instead of a poll() and a recv(): the wait is a property of the socket.
+    // One call instead of a poll() and a recv(): the wait is a property of the socket. The kernel may be late
+    // by an eighth of it, so it is less than what is left, within bounds that spare setting it for each
+    // reply.
     setBlocking();
-    if (m_receiveLimit.count() < 0 || m_receiveLimit > limit + Tolerance || m_receiveLimit < limit / 2) {
-        m_receiveLimit = std::max(limit, std::chrono::milliseconds(1));
+    if (m_receiveLimit < limit / 4 || m_receiveLimit > limit * 4 / 5) {
+        m_receiveLimit = std::max(limit * 3 / 5, std::chrono::milliseconds(1));
         timeval value{};
         value.tv_sec = m_receiveLimit.count() / 1000;
         value.tv_usec = (m_receiveLimit.count() % 1000) * 1000;

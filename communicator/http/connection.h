@@ -13,6 +13,9 @@ using CURL = void;
 
 namespace Krelm::Communicator::HttpDevice {
 
+/// The largest record of TLS (RFC 8446, 5.1), and the least size for a buffer to receive in.
+constexpr std::size_t LargestTlsRecord = 16 << 10;
+
 /// Bytes that somebody else owns.
 struct Bytes
 {
@@ -44,13 +47,14 @@ public:
     Connection(CURL* easy, int socket, std::function<void()> release);
     ~Connection();
 
-    /// What to watch for readiness. With TLS a readable socket may hold nothing for the reader.
+    /// What to watch for readiness. With TLS a readable socket may hold nothing for the reader; what
+    /// receive() leaves is in the socket in either case, if the buffer takes a whole record.
     int socket() const { return m_socket; }
 
     /// Sends as much as goes out without waiting, of @p first and then of @p second. @p more says that the
     /// rest follows at once, so that it may share a packet.
     Result send(Bytes first, Bytes second, bool more);
-    /// Receives what is there, without waiting.
+    /// Receives what is there, or a part, without waiting.
     Result receive(char* buffer, std::size_t size);
     /// Receives what is there, or waits for it, for @p limit at most; `Waiting` then, or earlier.
     Result receiveWithin(std::chrono::milliseconds limit, char* buffer, std::size_t size);

@@ -15,8 +15,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr size_t MaximumIdlePerClass = 16;
 constexpr std::chrono::seconds LeaveTime{2};
-// What one call of the system may deliver; larger replies come in pieces of it.
-constexpr size_t BufferBytes = 64 << 10;
+// What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
+// small: what is thread_local would lie in the stack of every thread of the process.
+constexpr size_t BufferBytes = 32 << 10;
 
 std::chrono::milliseconds timeLeft(Clock::time_point deadline)
 {
@@ -84,7 +85,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
 /// @return how the exchange goes on; GoOn when the time has passed.
 Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
 {
-    static thread_local std::array<char, BufferBytes> buffer;
+    std::array<char, BufferBytes> buffer;
     auto left = timeLeft(deadline);
     while (left.count() > 0 && !m_aborted) {
         Exchange::Step step = m_exchange.send(*m_connection);
@@ -141,10 +142,12 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
         const Sessions::iterator entry = idle->second.back();
         idle->second.pop_back();
         m_active.splice(m_active.end(), m_idle, entry);
+        entry->user = std::this_thread::get_id();
         return entry;
     }
     lock.unlock();
     fresh.emplace_back(m_limits, device, daemon);
+    fresh.front().user = std::this_thread::get_id();
     lock.lock();
     if (m_closed) {
         fresh.front().session.abort();
@@ -213,7 +216,11 @@ void ConnectionPool::close()
     for (Entry& entry : m_active) {
         entry.session.abort();
     }
-    m_left.wait_for(lock, LeaveTime, [this] { return m_active.empty(); });
+    // An observer that calls this is itself within an exchange.
+    m_left.wait_for(lock, LeaveTime, [this] {
+        return std::all_of(m_active.cbegin(), m_active.cend(),
+                           [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });
+    });
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -9,6 +9,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -54,7 +55,8 @@ public:
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges with @p deviceKey and drops its connections.
     void abort(const QString& deviceKey);
-    /// Aborts all exchanges and waits, for two seconds at most, until they have left. Later ones are refused.
+    /// Aborts all exchanges and waits, for two seconds at most, until those of other threads have left. Later
+    /// ones are refused.
     void close();
 
 private:
@@ -87,6 +89,7 @@ private:
         BlockingExchange session;
         const std::shared_ptr<const Device> device;
         const bool daemon;
+        std::thread::id user; ///< while active
     };
     using Sessions = std::list<Entry>; ///< entries move between lists without being copied
 

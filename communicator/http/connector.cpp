@@ -112,7 +112,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
     ErrorText error;
-    CURLM* const multi = curl_multi_init();
+    CURLM* const multi = newMulti();
     CURL* const easy = newHandle(device, limit, error);
     const auto release = [multi, easy] {
         curl_multi_remove_handle(multi, easy);

@@ -1,14 +1,72 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/curlmulti.h"
 
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <mutex>
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <utility>
 
 namespace Krelm::Communicator::HttpDevice {
 
+namespace {
+
+// How far from the lowest free descriptor the two of a new handle can be, except among many threads.
+constexpr int DescriptorsLookedAt = 64;
+
+/// What @p request tells of the bytes of a socket; 0 for what is no socket pair's that a program inherits.
+int pending(int descriptor, unsigned long request)
+{
+    int domain = 0;
+    socklen_t size = sizeof domain;
+    int bytes = 0;
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 || domain != AF_UNIX ||
+        (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0 || ::ioctl(descriptor, request, &bytes) != 0) {
+        return 0;
+    }
+    return bytes;
+}
+
+} // namespace
+
+// libcurl names nobody the socket pair that wakes a handle up. A wake-up shows which one it is: a byte waits
+// in it, and no longer once the handle has seen it.
+CURLM* newMulti()
+{
+    static std::mutex oneAtATime; // guards against the wake-up of another new handle
+    const std::lock_guard<std::mutex> lock(oneAtATime);
+    const int lowest = ::eventfd(0, EFD_CLOEXEC);
+    if (lowest >= 0) {
+        ::close(lowest);
+    }
+    CURLM* const multi = curl_multi_init();
+    if (lowest < 0 || curl_multi_wakeup(multi) != CURLM_OK) {
+        return multi;
+    }
+    int reader = -1;
+    int writer = -1;
+    for (int i = lowest; i < lowest + DescriptorsLookedAt && (reader < 0 || writer < 0); ++i) {
+        if (reader < 0 && pending(i, FIONREAD) == 1) {
+            reader = i;
+        } else if (writer < 0 && pending(i, SIOCOUTQ) > 0) {
+            writer = i;
+        }
+    }
+    curl_multi_poll(multi, nullptr, 0, 0, nullptr);
+    if (reader >= 0 && writer >= 0 && pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
+        ::fcntl(reader, F_SETFD, FD_CLOEXEC);
+        ::fcntl(writer, F_SETFD, FD_CLOEXEC);
+    }
+    return multi;
+}
+
 CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
     : m_loop(loop)
-    , m_multi(curl_multi_init())
+    , m_multi(newMulti())
 {
     // Without it libcurl keeps four per running transfer, and a round through many devices reconnects every
     // time.

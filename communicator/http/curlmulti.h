@@ -12,6 +12,9 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+/// A new multi handle whose descriptors programs that the process starts do not inherit. From any thread.
+CURLM* newMulti();
+
 /// Drives any number of libcurl transfers on an IoLoop, with a connection cache of its own. Used on the
 /// loop's thread only.
 class CurlMulti

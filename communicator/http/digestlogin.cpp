@@ -148,7 +148,7 @@ bool DigestLogin::parse(const QString& challenges, Challenge& best)
     return found;
 }
 
-bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& authorization)
+bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& authorization, bool again)
 {
     Challenge challenge;
     if (!parse(challenges, challenge)) {
@@ -158,7 +158,7 @@ bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& aut
     // Another request may have taken a newer nonce meanwhile: it was not this device's last word on our
     // answer.
     const bool answeredThis = m_isKnown && authorization.contains("nonce=" + quoted(m_challenge.nonce));
-    const bool refused = answeredThis && !challenge.stale && challenge.nonce == m_challenge.nonce;
+    const bool refused = answeredThis && !challenge.stale && (again || challenge.nonce == m_challenge.nonce);
     if (!m_isKnown || challenge.nonce != m_challenge.nonce) {
         m_challenge = challenge;
         m_isKnown = true;

@@ -21,8 +21,9 @@ public:
 
     /// Takes the value of `WWW-Authenticate` of a 401 that answered a request with @p authorization. @return
     /// whether a new answer may be accepted: not when the device refused the user or password, or asks for
-    /// what is not known here.
-    bool takeChallenge(const QString& challenges, const QByteArray& authorization);
+    /// what is not known here. @p again: the same exchange has answered a challenge before, so that
+    /// a new nonce alone is no reason for this one.
+    bool takeChallenge(const QString& challenges, const QByteArray& authorization, bool again = false);
 
 private:
     struct Challenge

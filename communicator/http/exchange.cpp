@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/exchange.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/requesturl.h"
 
@@ -12,6 +13,9 @@ namespace {
 
 // A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
 constexpr int MaximumChallenges = 2;
+
+// What one exchange may send before the others, and its time limit, have their turn.
+constexpr std::size_t BytesPerTurn = 256 << 10;
 
 bool hasControl(const QString& text)
 {
@@ -50,6 +54,9 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_head.clear();
     m_headSent = 0;
     m_sendFailed = false;
+    const auto connectionHeader = findHeader(request.headers, QLatin1String("connection"));
+    m_asksToClose = connectionHeader != request.headers.cend() &&
+                    connectionHeader->contains(QLatin1String("close"), Qt::CaseInsensitive);
     m_challenges = 0;
     m_wasRepeated = false;
     m_bytesSent = 0;
@@ -94,6 +101,12 @@ void Exchange::writeHead()
     m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
 }
 
+// A caller's header may ask the device to end the connection, which it then may do at any moment.
+bool Exchange::keepsConnection() const
+{
+    return isSent() && m_reader.keepsConnection() && !m_asksToClose;
+}
+
 void Exchange::startAnew()
 {
     m_bytesSent += m_body.sent();
@@ -105,7 +118,7 @@ void Exchange::startAnew()
 
 Exchange::Step Exchange::send(Connection& connection)
 {
-    while (!mayReceive()) {
+    for (std::size_t sent = 0; !mayReceive() && sent < BytesPerTurn;) {
         const Bytes head{m_head.constData() + m_headSent,
                          static_cast<std::size_t>(m_head.size() - m_headSent)};
         const Bytes body = m_body.next();
@@ -129,6 +142,7 @@ Exchange::Step Exchange::send(Connection& connection)
         const std::size_t ofHead = std::min(result.bytes, head.size);
         m_headSent += static_cast<int>(ofHead);
         m_body.consume(result.bytes - ofHead);
+        sent += result.bytes;
         tellProgress();
     }
     return Step::GoOn;
@@ -181,8 +195,8 @@ Exchange::Step Exchange::lost(bool isReused)
 Exchange::Step Exchange::completed()
 {
     if (m_reader.status() != 401 || !m_device->digest || m_challenges == MaximumChallenges ||
-        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")),
-                                         m_authorization)) {
+        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")), m_authorization,
+                                         m_challenges > 0)) {
         return Step::Ended;
     }
     ++m_challenges;

@@ -35,7 +35,7 @@ public:
         AgainFresh ///< the same, on a new connection
     };
 
-    /// Sends what goes out without waiting.
+    /// Sends what goes out without waiting, or a part.
     Step send(Connection& connection);
     /// Whether nothing is left to be done but to wait for the reply.
     bool mayReceive() const { return isSent() || m_sendFailed; }
@@ -44,7 +44,7 @@ public:
     /// Takes what came. @p isReused: the connection has served another exchange before.
     Step received(const Connection::Result& result, const char* bytes, bool isReused);
     /// Whether the connection may serve another exchange.
-    bool keepsConnection() const { return isSent() && m_reader.keepsConnection(); }
+    bool keepsConnection() const;
 
     /// Ends the exchange: with what came, or with a failure of its caller's. Reports it and gives the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
@@ -66,6 +66,7 @@ private:
     QByteArray m_head;
     int m_headSent = 0;
     bool m_sendFailed = false;
+    bool m_asksToClose = false; ///< the request asks for the end of the connection
     QByteArray m_authorization;
     int m_challenges = 0;       ///< login challenges answered
     bool m_wasRepeated = false; ///< once more because a kept connection had ended

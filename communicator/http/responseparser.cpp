@@ -18,6 +18,8 @@ using BeastView = boost::beast::string_view;
 
 // The frame of a chunk: its size, extensions, and the trailer behind the last one.
 constexpr int MaximumFrameBytes = 16 << 10;
+// The shortest end of a chunked body, which the grammar takes for granted once it has seen its first line.
+constexpr std::size_t LeastFrameBytes = 5;
 // Extensions of all chunks of a response together; nothing uses them.
 constexpr std::size_t MaximumExtensionBytes = 16 << 10;
 
@@ -351,6 +353,9 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
     const std::size_t before = static_cast<std::size_t>(m_pending.size());
     const std::size_t more = std::min<std::size_t>(size, 64);
     m_pending.append(bytes, static_cast<int>(more));
+    if (before + more < LeastFrameBytes) {
+        return more;
+    }
     const QByteArray frame = std::exchange(m_pending, {});
     const std::size_t taken = putBody(frame.constData(), before + more);
     if (m_state == State::Reading && taken < before + more) {

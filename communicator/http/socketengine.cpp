@@ -90,10 +90,17 @@ void SocketEngine::stop()
         return;
     }
     m_pool.close();
-    m_loop->run([this] {
-        m_queues->normal.reset();
-        m_queues->daemon.reset();
-    });
+    const auto endAll = [queues = m_queues] {
+        queues->normal.reset();
+        queues->daemon.reset();
+    };
+    // On the loop's thread an observer calls, from within one of the exchanges: they end when it has
+    // returned.
+    if (m_loop->isHere()) {
+        m_loop->post(endAll);
+    } else {
+        m_loop->run(endAll);
+    }
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -27,7 +27,8 @@ public:
 
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
-    /// Ends all exchanges with `Aborted`; later ones end so at once.
+    /// Ends all exchanges with `Aborted`; later ones end so at once. An observer may call it: the exchange
+    /// that it is told of, and on the loop's thread all that do not block, then end after it has returned.
     void stop();
 
 private:

@@ -77,16 +77,21 @@ void IoLoop::post(std::function<void()> task)
     }
 }
 
+bool IoLoop::isHere()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_threadId == std::this_thread::get_id();
+}
+
 void IoLoop::run(const std::function<void()>& task)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    const bool here = m_threadId == std::this_thread::get_id();
-    const bool running = !m_stopping;
-    lock.unlock();
-    if (here) {
+    if (isHere()) {
         task();
         return;
     }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const bool running = !m_stopping;
+    lock.unlock();
     // A loop that stops meanwhile drops the task, which ends the wait as well.
     const auto done = std::make_shared<std::atomic<bool>>(false);
     if (running) {

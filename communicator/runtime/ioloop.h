@@ -17,7 +17,8 @@
 namespace Krelm::Communicator::HttpDevice {
 
 /// The transport's one thread for everything that does not block a caller: waits on epoll, runs timers and
-/// tasks. post(), run() and stop() may be called from any thread, everything else on the loop's thread only.
+/// tasks. isHere(), post(), run() and stop() may be called from any thread, everything else on the loop's
+/// thread only.
 class IoLoop
 {
 public:
@@ -31,13 +32,15 @@ public:
     /// Stops it.
     ~IoLoop();
 
+    /// Whether the caller is on the loop's thread.
+    bool isHere();
     /// Has @p task run on the loop's thread, in the order of the calls. Dropped, unrun, once the loop has
     /// stopped.
     void post(std::function<void()> task);
     /// As post(), and returns when @p task has run. Runs it at once on the loop's own thread, and on the
     /// caller's when the loop has stopped.
     void run(const std::function<void()>& task);
-    /// Ends the thread after the tasks posted so far; returns when it has ended.
+    /// Ends the thread after the tasks posted so far; returns when it has ended. Not on the loop's thread.
     void stop();
 
     /// Watches @p descriptor for @p events, or for others than before. A watcher stays until unwatch().

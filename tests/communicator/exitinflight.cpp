@@ -2,6 +2,7 @@
 // Ends with requests in flight, in the way that the first argument names; the second is the address of a
 // server that never answers, the third of one that does. Prints what happened.
 #include "communicator/deviceendpoint.h"
+#include "communicator/exchangeobserver.h"
 
 #include <communicator/httpproxy.h>
 
@@ -93,6 +94,19 @@ int main(int argc, char** argv)
         std::printf("state %d\n", blockingState(well));
         requests.start(stalled);
         return 0;
+    }
+    if (way == "observer" || way == "blocking observer") {
+        QCoreApplication application(argc, argv);
+        streamEvents(stalled);
+        requests.start(stalled);
+        setExchangeObserver([](const ExchangeRecord&) { std::exit(0); });
+        if (way == "observer") {
+            requests.start(well);
+            application.exec();
+        } else {
+            blockingState(well);
+        }
+        return 3;
     }
     if (way == "blocked threads") {
         std::vector<std::thread> threads;

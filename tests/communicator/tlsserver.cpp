@@ -36,7 +36,7 @@ QByteArray TlsServer::run(const QStringList& arguments, const QByteArray& input)
                                                                         : QByteArray();
 }
 
-bool TlsServer::start()
+bool TlsServer::start(Serves what)
 {
     const QString certificates[] = {QStringLiteral("-keyout key.pem -out cert.pem"),
                                     QStringLiteral("-keyout other.key -out other.pem")};
@@ -58,8 +58,10 @@ bool TlsServer::start()
         return false;
     }
 
-    m_server.start(m_openssl, QStringLiteral("s_server -WWW -accept 127.0.0.1:0 -cert cert.pem -key key.pem")
-                                  .split(QLatin1Char(' ')));
+    m_server.start(m_openssl,
+                   QStringLiteral("s_server %1 -accept 127.0.0.1:0 -cert cert.pem -key key.pem")
+                       .arg(what == Serves::Bodies ? QLatin1String("-WWW") : QLatin1String("-HTTP"))
+                       .split(QLatin1Char(' ')));
     QByteArray line;
     while (!line.startsWith("ACCEPT") || !line.endsWith('\n')) {
         if (!m_server.canReadLine() && !m_server.waitForReadyRead(Patience)) {

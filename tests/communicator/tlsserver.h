@@ -17,8 +17,12 @@ public:
 
     /// Whether OpenSSL's program is installed.
     bool isAvailable() const { return !m_openssl.isEmpty(); }
+    enum class Serves {
+        Bodies,      ///< files, each behind a head of its own
+        WholeReplies ///< files that hold the head too
+    };
     /// Makes the certificates and serves. @return whether it does.
-    bool start();
+    bool start(Serves what = Serves::Bodies);
     /// Answers GET requests on @p path with @p content.
     bool serve(const QString& path, const QByteArray& content) const;
 

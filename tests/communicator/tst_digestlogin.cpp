@@ -170,6 +170,21 @@ private Q_SLOTS:
         QVERIFY(login.takeChallenge(QStringLiteral("Digest realm=r, nonce=m, qop=auth"), answer));
     }
 
+    void aNewNonceIsNoReasonToTryARefusedPasswordAgain()
+    {
+        DigestLogin login(user, password);
+        QVERIFY(login.takeChallenge(QStringLiteral("Digest realm=r, nonce=a, qop=auth"), {}));
+        const QByteArray first = login.authorization("GET", target);
+        const QByteArray other = login.authorization("GET", target);
+        const QString next = QStringLiteral("Digest realm=r, nonce=b, qop=auth");
+        QVERIFY(!login.takeChallenge(next, first, true));
+        // What was answered meanwhile has run out by now.
+        QVERIFY(login.takeChallenge(next, other, true));
+        const QByteArray second = login.authorization("GET", target);
+        QVERIFY(login.takeChallenge(QStringLiteral("Digest realm=r, nonce=c, qop=auth, stale=true"), second,
+                                    true));
+    }
+
     void theNameIsHashedWhenTheDeviceWantsThat()
     {
         DigestLogin login(user, password);

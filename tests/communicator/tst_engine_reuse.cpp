@@ -215,6 +215,38 @@ private Q_SLOTS:
         }
     }
 
+    void aWrongPasswordIsTriedOnceThoughEachChallengeIsNew_data() { bothWays(); }
+    void aWrongPasswordIsTriedOnceThoughEachChallengeIsNew()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server(Mode::Scripted);
+        for (int i = 0; i < 4; ++i) {
+            server.addScript({"HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=n" +
+                              QByteArray::number(i) +
+                              ", qop=auth\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}"});
+        }
+        Bench bench;
+        bench.add(QStringLiteral("wall"), digestEndpoint(server.address()));
+        const HttpReply answered =
+            bench.ask(request(QStringLiteral("wall"), HttpMethod::Put, "{\"a\":1}"), blocking);
+        QCOMPARE(answered.status, 401);
+        QCOMPARE(server.deliveries(), 2);
+    }
+
+    void aConnectionThatTheCallerWantsClosedIsNotKept_data() { bothWays(); }
+    void aConnectionThatTheCallerWantsClosedIsNotKept()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server;
+        Bench bench;
+        HttpRequest asked = request(server.address(), HttpMethod::Put, "{}");
+        asked.headers.insert(QStringLiteral("connection"), QStringLiteral("Close"));
+        for (int i = 1; i <= 3; ++i) {
+            QCOMPARE(bench.ask(asked, blocking).state, State::Success);
+            QCOMPARE(server.connections(), i);
+        }
+    }
+
     void aReplyWhoseEndCannotBeTrustedReplacesNoFile_data()
     {
         QTest::addColumn<bool>("blocking");

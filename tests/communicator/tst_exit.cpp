@@ -20,6 +20,9 @@ void ExitTest::aProcessEndsCleanlyWithRequestsInFlight_data()
     QTest::addColumn<QByteArray>("output");
     QTest::newRow("the application returns") << QStringLiteral("return") << QByteArray();
     QTest::newRow("a handler calls exit") << QStringLiteral("exit") << QByteArray();
+    QTest::newRow("an observer of a request that blocks calls exit")
+        << QStringLiteral("blocking observer") << QByteArray();
+    QTest::newRow("an observer of another request calls exit") << QStringLiteral("observer") << QByteArray();
     QTest::newRow("there never was an application")
         << QStringLiteral("without an application") << QByteArray("state 0\n");
     QTest::newRow("threads are blocked") << QStringLiteral("blocked threads") << QByteArray("aborted 8\n");

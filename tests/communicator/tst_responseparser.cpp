@@ -186,6 +186,17 @@ private Q_SLOTS:
         }
     }
 
+    void chunksWithoutAByteAreAnEmptyBody()
+    {
+        const QByteArray text = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nX-Late: 1\r\n\r\n";
+        for (const int size : pieceSizes) {
+            Reading reading;
+            QCOMPARE(reading.feed(text, size), State::Complete);
+            QCOMPARE(reading.recorder.body, QByteArray());
+            QVERIFY(reading.parser.keepsConnection());
+        }
+    }
+
     void theEndOfTheConnectionCompletesNothingButABodyWithoutALength_data()
     {
         QTest::addColumn<QByteArray>("text");

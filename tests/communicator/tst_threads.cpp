@@ -2,6 +2,7 @@
 #include "misbehavingserver.h"
 
 #include "communicator/deviceendpoint.h"
+#include "communicator/exchangeobserver.h"
 
 #include <recordingengine.h>
 
@@ -24,12 +25,19 @@ class ThreadsTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
-    void cleanup() { HttpProxy::getInstance()->setEngine(nullptr); }
+    void cleanup()
+    {
+        setProgressObserver({});
+        setExchangeObserver({});
+        HttpProxy::getInstance()->setEngine(nullptr);
+    }
 
     void manyThreadsBlockOnSeveralDevicesAtOnce();
     void aPackageMayGoAtAnyMomentOfItsExchange();
     void packagesOfManyThreadsAreAnsweredOnTheirOwn();
     void theEngineMayBeReplacedWhileRequestsRun();
+    void theEngineMayBeReplacedByAnObserver_data();
+    void theEngineMayBeReplacedByAnObserver();
     void devicesMayComeAndGoWhileRequestsRun();
     void thousandsOfRequestsAllSettle();
 };
@@ -173,6 +181,52 @@ void ThreadsTest::theEngineMayBeReplacedWhileRequestsRun()
     }
     HttpProxy::getInstance()->setEngine(nullptr);
     QTRY_COMPARE(answered, 200);
+}
+
+void ThreadsTest::theEngineMayBeReplacedByAnObserver_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<bool>("midway");
+    for (const bool midway : {true, false}) {
+        QTest::addRow("blocking, %s", midway ? "midway" : "at the end") << true << midway;
+        QTest::addRow("non-blocking, %s", midway ? "midway" : "at the end") << false << midway;
+    }
+}
+
+// Time enough for all, unless each replacement waits for the exchange that it is called from.
+void ThreadsTest::theEngineMayBeReplacedByAnObserver()
+{
+    QFETCH(bool, blocking);
+    QFETCH(bool, midway);
+    constexpr int Rounds = 30;
+    constexpr int AtOnce = 5;
+    MisbehavingServer server;
+    const auto replace = [](const auto&) { HttpProxy::getInstance()->setEngine(nullptr); };
+    if (midway) {
+        setProgressObserver(replace);
+    } else {
+        setExchangeObserver(replace);
+    }
+    const QDeadlineTimer patience(30000);
+    for (int round = 0; round < Rounds && !patience.hasExpired(); ++round) {
+        std::vector<std::unique_ptr<HttpJsonPackage>> packages;
+        int answered = 0;
+        for (int i = 0; i < AtOnce; ++i) {
+            packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
+            HttpJsonPackage* const package = packages.back().get();
+            package->setUrl(QStringLiteral("/api/v1/x"));
+            connect(package, &HttpJsonPackage::readyRead, this, [&] { ++answered; });
+            if (blocking) {
+                HttpProxy::getInstance()->getSync(server.address(), package);
+            } else {
+                HttpProxy::getInstance()->get(server.address(), package);
+            }
+        }
+        if (!blocking) {
+            QTRY_COMPARE_WITH_TIMEOUT(answered, AtOnce, 20000);
+        }
+    }
+    QVERIFY(!patience.hasExpired());
 }
 
 void ThreadsTest::devicesMayComeAndGoWhileRequestsRun()

@@ -3,8 +3,12 @@
 #include "communicator/runtime/ioloop.h"
 #include "tlsserver.h"
 
+#include <QDir>
 #include <QLoggingCategory>
 #include <QtTest>
+
+#include <fcntl.h>
+#include <future>
 
 using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
@@ -17,6 +21,8 @@ private Q_SLOTS:
     void aDeviceIsTrustedOnlyAsItsEndpointSays_data();
     void aDeviceIsTrustedOnlyAsItsEndpointSays();
     void aPlainServerIsNoTlsServer();
+    void programsThatAreStartedInheritNothing_data();
+    void programsThatAreStartedInheritNothing();
 
 private:
     TlsServer m_server;
@@ -88,6 +94,53 @@ void TlsTest::aPlainServerIsNoTlsServer()
     request.deviceKey = QStringLiteral("http://") + m_server.address();
     request.path = QStringLiteral("/reply.json");
     QVERIFY(engine.exchange(request).state != State::Success);
+}
+
+void TlsTest::programsThatAreStartedInheritNothing_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::newRow("blocking") << true;
+    QTest::newRow("non-blocking") << false;
+}
+
+// Not the connections, nor what libcurl keeps beside each.
+void TlsTest::programsThatAreStartedInheritNothing()
+{
+    QFETCH(bool, blocking);
+    const auto inherited = [] {
+        QStringList descriptors;
+        const QDir directory(QStringLiteral("/proc/self/fd"));
+        for (const QString& name : directory.entryList(QDir::Files | QDir::System)) {
+            const int flags = ::fcntl(name.toInt(), F_GETFD);
+            if (flags >= 0 && (flags & FD_CLOEXEC) == 0) {
+                descriptors.append(name);
+            }
+        }
+        return descriptors;
+    };
+    TlsServer server;
+    QVERIFY(server.start(TlsServer::Serves::WholeReplies));
+    QVERIFY(server.serve(QStringLiteral("/reply.json"), "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}"));
+    const QStringList before = inherited();
+    const auto registry = std::make_shared<DeviceRegistry>();
+    const auto loop = std::make_shared<IoLoop>();
+    SocketEngine engine(registry, loop);
+    QString reason;
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("https://") + server.address();
+    endpoint.verifyTls = false;
+    QCOMPARE(registry->add(QStringLiteral("wall"), endpoint, reason), DeviceRegistry::Change::Added);
+    HttpRequest request;
+    request.deviceKey = QStringLiteral("wall");
+    request.path = QStringLiteral("/reply.json");
+    if (blocking) {
+        QCOMPARE(engine.exchange(request).state, State::Success);
+    } else {
+        std::promise<HttpReply> replied;
+        engine.start(request, [&](const HttpReply& reply) { replied.set_value(reply); });
+        QCOMPARE(replied.get_future().get().state, State::Success);
+    }
+    QCOMPARE(inherited(), before);
 }
 
 QTEST_GUILESS_MAIN(TlsTest)
