@@ -238,7 +238,7 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     if (download) {
         request.downloadPath = package->fileDownloadPath;
     }
-    countExchange();
+    request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                              HttpJsonPackage::Private::faultOfBody(package), now));
@@ -257,9 +257,9 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (package == nullptr) {
         return false;
     }
-    const HttpRequest request = makeRequest(method, deviceKey, package);
+    HttpRequest request = makeRequest(method, deviceKey, package);
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
-    countExchange();
+    request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::faultOfBody(package),

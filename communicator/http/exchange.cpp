@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/exchange.h"
 
+#include "communicator/exchangeobserver.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/requesturl.h"
 

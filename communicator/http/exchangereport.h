@@ -39,18 +39,11 @@ struct TransferSizes
     }
 };
 
-/// Counts an exchange that begins and that reportExchange() will tell of. May be called from any thread.
-void countExchange();
-
-/// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in
-/// any case. May be called from any thread; says nothing once the transport is closed.
+/// Tells the log and the observers of an exchange that ended: a warning when it failed, an information line
+/// in any case. May be called from any thread; says nothing once the transport is closed.
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);
 
-/// Whether somebody wants to hear of exchanges under way. May be called from any thread; costs next to
-/// nothing.
-bool isProgressObserved();
-
-/// Tells the observer of an exchange under way. May be called from any thread; says nothing once the
+/// Tells the observers of an exchange under way. May be called from any thread; says nothing once the
 /// transport is closed.
 void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
 
