@@ -43,13 +43,16 @@ public:
     {
         if (m_run.interruption().happened())
             return m_run.settled({Failed, {}});
-        const QString path = coefficientPath(m_kind.loadRoute, cabinet);
         List elements;
         showProgress({});
-        auto* const correction = Correctionop::getInstance();
-        workAndShow([&] { (correction->*m_kind.load)(m_device, cabinet, elements); },
-                    [&] { showProgress(m_run.progressTracker().progress(m_device, path)); });
-        const auto record = m_run.requestLog().take(m_device, path);
+        CallObserver exchanges;
+        workAndShow(
+            [&] {
+                const CallObserver::Scope scope = exchanges.collect();
+                (Correctionop::getInstance()->*m_kind.load)(m_device, cabinet, elements);
+            },
+            [&] { showProgress(exchanges.progress()); });
+        const auto record = exchanges.latest();
         if (!record)
             return {Failed, QStringLiteral("no request was made")};
         m_transfer.bytes += record->bytesReceived;
@@ -72,7 +75,7 @@ public:
 
 private:
     // What a device has to tell is known while it sends the last table.
-    void showProgress(const std::optional<ProgressTracker::Progress>& current)
+    void showProgress(const std::optional<CallObserver::Progress>& current)
     {
         Transfer transfer = m_transfer;
         transfer.milliseconds = m_clock.elapsed();

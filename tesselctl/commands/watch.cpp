@@ -127,10 +127,7 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
-    const CallObserver exchanges([trace = settings.trace, &console](const CallObserver::Record& record) {
-        if (trace)
-            console.info(traceLine(record));
-    });
+    const auto trace = traceExchanges(settings.trace, console);
     const Watcher watcher(settings.json, count, console);
     DeviceManager::getInstance()->initManager();
     if (!addDevices(devices, console))
