@@ -5,7 +5,7 @@
 #include "communicator/devices/deviceregistry.h"
 #include "communicator/events/eventchannels.h"
 #include "communicator/events/proxyeventqueue.h"
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 #include "communicator/http/socketengine.h"
 #include "communicator/packages/httpjsonpackage_p.h"
 #include "communicator/packages/pendingreply.h"

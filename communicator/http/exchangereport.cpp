@@ -2,27 +2,12 @@
 #include "communicator/http/exchangereport.h"
 
 #include "communicator/exchangeobserver.h"
+#include "communicator/http/requesthead.h"
 #include "communicator/http/requesturl.h"
-#include "communicator/http/transferlimits.h"
 #include "communicator/runtime/lifecycle.h"
 #include "communicator/runtime/logging.h"
 
 namespace Krelm::Communicator::HttpDevice {
-
-const char* verbOf(HttpMethod method)
-{
-    switch (method) {
-    case HttpMethod::Put:
-        return "PUT";
-    case HttpMethod::Post:
-        return "POST";
-    case HttpMethod::Delete:
-        return "DELETE";
-    case HttpMethod::Get:
-        break;
-    }
-    return "GET";
-}
 
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
 {
@@ -74,34 +59,6 @@ void reportProgress(const HttpRequest& request, const QByteArray& target, const 
     progress.bytesReceived = sizes.received;
     progress.bytesToReceive = sizes.toReceive;
     tellObservers(progress);
-}
-
-HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started)
-{
-    ExchangeSummary summary;
-    summary.started = started;
-    summary.state = state;
-    summary.reason = reason;
-    reportExchange(request, summary);
-    HttpReply reply;
-    reply.state = state;
-    return reply;
-}
-
-std::chrono::milliseconds timeLimit(const HttpRequest& request)
-{
-    return std::chrono::milliseconds(request.expectedTime > 0 ? request.expectedTime : DefaultExpectedTime);
-}
-
-QString timeOutReason(const HttpRequest& request)
-{
-    return QStringLiteral("no whole reply within %1 ms").arg(timeLimit(request).count());
-}
-
-QString abortedReason()
-{
-    return QStringLiteral("the transport was stopped or the device removed");
 }
 
 } // namespace Krelm::Communicator::HttpDevice
