@@ -10,8 +10,9 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <iterator>
+#include <istream>
 #include <set>
+#include <streambuf>
 
 namespace TesselCtl {
 
@@ -24,38 +25,17 @@ constexpr std::size_t depthLimit = 500;
 // What the reader's texts can hold, with a margin.
 constexpr qint64 sizeLimit = 1LL << 30;
 
-/// Goes over a text and says where it is: the parser keeps a copy of its own and tells no positions.
-class Cursor
+/// A text that says how far it was read: the parser tells no positions. simdjson does, but it does not look
+/// at what it skips, and a table is to be valid before the first byte is sent.
+class ReadText : public std::streambuf
 {
 public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char*;
-    using reference = const char&;
-
-    Cursor(const char* at, const char** reached)
-        : m_at(at)
-        , m_reached(reached)
-    {}
-    reference operator*() const { return *m_at; }
-    Cursor& operator++()
+    explicit ReadText(const QByteArray& text)
     {
-        *m_reached = ++m_at;
-        return *this;
+        auto* const begin = const_cast<char*>(text.constData()); // which nothing writes to
+        setg(begin, begin, begin + text.size());
     }
-    Cursor operator++(int)
-    {
-        const Cursor before = *this;
-        ++*this;
-        return before;
-    }
-    bool operator==(const Cursor& other) const { return m_at == other.m_at; }
-    bool operator!=(const Cursor& other) const { return m_at != other.m_at; }
-
-private:
-    const char* m_at;
-    const char** m_reached;
+    int reached() const { return static_cast<int>(gptr() - eback()); }
 };
 
 /// Takes the tables out of a text as the parser goes over it.
@@ -64,13 +44,13 @@ class Splitter : public nlohmann::json_sax<json>
 public:
     explicit Splitter(const QByteArray& text)
         : m_text(text)
-        , m_reached(text.constData())
+        , m_read(text)
     {}
 
     bool split()
     {
-        const char* const end = m_text.constData() + m_text.size();
-        return json::sax_parse(Cursor(m_text.constData(), &m_reached), Cursor(end, &m_reached), this);
+        std::istream stream(&m_read);
+        return json::sax_parse(stream, this);
     }
 
     const std::vector<CoefficientTable>& tables() const { return m_tables; }
@@ -139,7 +119,7 @@ public:
 
 private:
     int tableDepth() const { return m_object ? 1 : 0; }
-    int reached() const { return static_cast<int>(m_reached - m_text.constData()); }
+    int reached() const { return m_read.reached(); }
 
     bool plainValue()
     {
@@ -160,7 +140,7 @@ private:
     }
 
     const QByteArray& m_text;
-    const char* m_reached;
+    ReadText m_read;
     int m_depth = 0;
     bool m_object = false; // cabinets and their tables, not one table
     QString m_cabinet;
