@@ -61,10 +61,8 @@ public:
         Outcome outcome = m_run.settled(outcomeOf(*record));
         if (outcome.code != Done)
             return outcome;
-        QVariant envelope;
-        QString problem;
-        parseJson(record->reply, envelope, problem);
-        table = envelope.toMap().value(QStringLiteral("data"));
+        const Expected<QVariant> envelope = parseJson(record->reply);
+        table = envelope ? envelope->toMap().value(QStringLiteral("data")) : QVariant();
         if (table.userType() != QMetaType::QVariantList)
             return {Failed, QStringLiteral("the device sent no table")};
         return {};

@@ -130,13 +130,12 @@ private:
         }
         List elements;
         for (const CoefficientTable* table : job.tables) {
-            QVariant value;
-            QString problem;
-            if (!parseJson(table->text, value, problem)) {
-                settle(job, {Failed, printable(problem)});
+            const Expected<QVariant> value = parseJson(table->text);
+            if (!value) {
+                settle(job, {Failed, printable(value.error())});
                 return;
             }
-            elements += value.toList();
+            elements += value->toList();
         }
         CallObserver& exchanges = m_underWay[&job];
         const CallObserver::Scope scope = exchanges.collect();
@@ -282,12 +281,11 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 
 ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
 {
-    QString problem;
-    std::vector<CoefficientTable> tables = readCoefficients(upload.path, problem);
-    if (problem.isEmpty())
-        keepCabinets(tables, upload.cabinets, problem);
-    if (!problem.isEmpty()) {
-        console.error(problem);
+    Expected<std::vector<CoefficientTable>> tables = readCoefficients(upload.path);
+    if (tables)
+        tables = tablesOf(*std::move(tables), upload.cabinets);
+    if (!tables) {
+        console.error(tables.error());
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
@@ -304,7 +302,7 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
     // The library tells on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const CoefficientKind& kind = coefficientKind(upload.kind);
-    Uploader uploader(kind, jobsFor(kind, devices, tables), upload.parallel, settings.trace, console);
+    Uploader uploader(kind, jobsFor(kind, devices, *tables), upload.parallel, settings.trace, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;

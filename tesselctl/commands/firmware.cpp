@@ -4,6 +4,7 @@
 
 #include "tesselctl/commands/updateprogress.h"
 #include "tesselctl/operations/sourcefile.h"
+#include "tesselctl/terminal/expected.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
@@ -56,16 +57,15 @@ QString faultOfImage(const QString& path)
     return size == 0 ? QStringLiteral("is empty") : QString();
 }
 
-/// The further parts of the form; @p problem says which of @p fields is none.
-Map formOf(const QStringList& fields, QString& problem)
+/// The further parts of the form; or which of @p fields is none.
+Expected<Map> formOf(const QStringList& fields)
 {
     Map form;
     for (const QString& field : fields) {
         const int equals = field.indexOf(QLatin1Char('='));
         if (equals <= 0)
-            problem = QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field));
-        else
-            form.insert(field.left(equals), field.mid(equals + 1));
+            return Mistake{QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field))};
+        form.insert(field.left(equals), field.mid(equals + 1));
     }
     return form;
 }
@@ -259,8 +259,10 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
     QString problem = faultOfImage(update.file);
     if (!problem.isEmpty())
         problem = QStringLiteral("%1: %2").arg(printable(update.file), problem);
-    const Map form = formOf(update.fields, problem);
-    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form.isEmpty()))
+    const Expected<Map> form = formOf(update.fields);
+    if (problem.isEmpty())
+        problem = form.error();
+    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form->isEmpty()))
         problem = QStringLiteral("a controller's firmware goes without a form: no --field, no --upload-only");
     if (!problem.isEmpty()) {
         console.error(problem);
@@ -268,7 +270,7 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
     }
     DeviceRun run(settings, console);
     return run.forEach(
-        [&](const QString& device) { return Updater(device, update, form, run, console).update(); });
+        [&](const QString& device) { return Updater(device, update, *form, run, console).update(); });
 }
 
 ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console)

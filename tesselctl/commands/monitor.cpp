@@ -128,12 +128,14 @@ private:
     {
         ++reading.attempts;
         reading.outcome = outcome;
-        QVariant envelope;
-        QString problem;
-        if (reading.outcome.code == Done && parseJson(reply, envelope, problem))
-            reading.data = envelope.toMap().value(QStringLiteral("data")).toMap();
-        else if (reading.outcome.code == Done)
-            reading.outcome = {Failed, QStringLiteral("the reply is no JSON: ") + printable(problem)};
+        if (reading.outcome.code == Done) {
+            const Expected<QVariant> envelope = parseJson(reply);
+            if (envelope)
+                reading.data = envelope->toMap().value(QStringLiteral("data")).toMap();
+            else
+                reading.outcome = {Failed,
+                                   QStringLiteral("the reply is no JSON: ") + printable(envelope.error())};
+        }
         tell(reading);
         const bool all = std::all_of(m_readings.begin(), m_readings.end(),
                                      [this](const Reading& one) { return one.attempts == m_count; });

@@ -52,9 +52,10 @@ private:
         if (m_limited && m_remaining == 0)
             return;
         QVariant payload;
-        QString problem;
-        if (m_json && !parseJson(data, payload, problem))
-            payload = QString::fromUtf8(data);
+        if (m_json) {
+            const Expected<QVariant> json = parseJson(data);
+            payload = json ? *json : QVariant(QString::fromUtf8(data));
+        }
         print(QStringLiteral("event"), deviceKey, printable(QString::fromUtf8(data)), payload);
         if (m_limited && --m_remaining == 0)
             QCoreApplication::quit();
