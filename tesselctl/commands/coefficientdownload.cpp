@@ -8,7 +8,6 @@
 #include "tesselctl/terminal/progressbar.h"
 
 #include <communicator/http/atomicfile.h>
-#include <tessel/allurlresource.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -131,16 +130,14 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
 {
     const CoefficientKind& kind = coefficientKind(kindName);
     const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
-    const bool perCabinet =
-        kind.load && AllUrlResource::getUrl(QLatin1String(kind.loadRoute)).contains(QStringLiteral("{cid}"));
     QString problem;
     if (!kind.load)
         problem = QStringLiteral("devices do not give %1 coefficients back").arg(kindName);
     else if (settings.devices.devices.size() > 1)
         problem = QStringLiteral("coefficients are downloaded from one device at a time");
-    else if (perCabinet && cabinets.isEmpty())
+    else if (kind.loadsByCabinet && cabinets.isEmpty())
         problem = QStringLiteral("%1 coefficients are read by cabinet; say --cabinets").arg(kindName);
-    else if (!perCabinet && (directory || !cabinets.isEmpty()))
+    else if (!kind.loadsByCabinet && (directory || !cabinets.isEmpty()))
         problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
                       .arg(kindName);
     if (!problem.isEmpty()) {
@@ -157,7 +154,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     }
 
     const QString device = run.devices().front().name;
-    const QStringList names = perCabinet ? cabinets : QStringList(QString());
+    const QStringList names = kind.loadsByCabinet ? cabinets : QStringList(QString());
     Loader loader(kind, run, names.size(), console);
     QVariantMap tables;
     ExitCode code = Done;
@@ -177,7 +174,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     }
     loader.clearBar();
     if (code == Done && !directory) {
-        const Outcome stored = store(path, perCabinet ? QVariant(tables) : tables.first());
+        const Outcome stored = store(path, kind.loadsByCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
         if (code != Done)
             console.error(stored.reason);

@@ -3,8 +3,6 @@
 
 #include "tesselctl/terminal/printable.h"
 
-#include <tessel/allurlresource.h>
-
 #include <algorithm>
 
 namespace TesselCtl {
@@ -12,25 +10,17 @@ namespace TesselCtl {
 namespace {
 
 const CoefficientKind kinds[] = {
-    {"plain", &Correctionop::uploadCoefficientAsync, "Device_PutCabinetsCoefficient",
-     &Correctionop::uploadCoefficient, "Device_PutCabinetCoefficients", &Correctionop::loadCoefficient,
-     "Device_GetCabinetCoefficients", &Correctionop::saveCabinetsCoeffcient, "Device_SaveCabinetsCofficient",
-     &Correctionop::clearCabinetsUserCoefficient, "Device_ClearCabinetsModuleCofficient"},
+    {"plain", &Correctionop::uploadCoefficientAsync, &Correctionop::uploadCoefficient,
+     &Correctionop::loadCoefficient, false, &Correctionop::saveCabinetsCoeffcient,
+     &Correctionop::clearCabinetsUserCoefficient},
     {"multilayer", &Correctionop::uploadMultilayerCoefficientAsync,
-     "Device_PutCabinetsMultilayerCoefficients", &Correctionop::uploadMultilayerCoefficient,
-     "Device_PutCabinetMultilayerCoefficients", &Correctionop::loadMultilayerCoefficient,
-     "Device_GetCabinetMultilayerCoefficients", &Correctionop::saveCabinetsMultilayerCoeffcient,
-     "Device_SaveCabinetsMultilayerCofficient", &Correctionop::clearCabinetsMultilayerCoefficient,
-     "Device_ClearCabinetsMultilayerCofficient"},
-    {"adaptive", &Correctionop::uploadAdaptiveCoefficientAsync, "Device_PutCabinetsAdaptiveCoefficients",
-     nullptr, nullptr, &Correctionop::loadAdaptiveCoefficient, "Device_GetCabinetMultilayerCoefficients",
-     &Correctionop::saveCabinetsAdapCoeffcient, "Device_SaveCabinetsAdapCofficient", nullptr, nullptr},
-    {"dynamic", &Correctionop::uploadDynamicCoefficientAsync, "Device_PutCabinetsDynamicCoefficients",
-     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
-    {"lowgray", &Correctionop::uploadLowGrayCoefficientAsync, "Device_PutCabinetsLowgrayCoefficients",
-     nullptr, nullptr, nullptr, nullptr, &Correctionop::saveCabinetsLowgrayCoeffcient,
-     "Device_SaveCabinetsLowgrayCofficient", &Correctionop::clearCabinetsLowgrayCoefficient,
-     "Device_ClearCabinetsLowgrayCofficient"},
+     &Correctionop::uploadMultilayerCoefficient, &Correctionop::loadMultilayerCoefficient, true,
+     &Correctionop::saveCabinetsMultilayerCoeffcient, &Correctionop::clearCabinetsMultilayerCoefficient},
+    {"adaptive", &Correctionop::uploadAdaptiveCoefficientAsync, nullptr,
+     &Correctionop::loadAdaptiveCoefficient, true, &Correctionop::saveCabinetsAdapCoeffcient, nullptr},
+    {"dynamic", &Correctionop::uploadDynamicCoefficientAsync, nullptr, nullptr, false, nullptr, nullptr},
+    {"lowgray", &Correctionop::uploadLowGrayCoefficientAsync, nullptr, nullptr, false,
+     &Correctionop::saveCabinetsLowgrayCoeffcient, &Correctionop::clearCabinetsLowgrayCoefficient},
 };
 
 } // namespace
@@ -39,11 +29,6 @@ const CoefficientKind& coefficientKind(const QString& name)
 {
     return *std::find_if(std::begin(kinds), std::end(kinds),
                          [&](const CoefficientKind& kind) { return name == QLatin1String(kind.name); });
-}
-
-QString coefficientPath(const char* routeKey, const QString& cabinet)
-{
-    return AllUrlResource::getUrl(QLatin1String(routeKey)).replace(QStringLiteral("{cid}"), cabinet);
 }
 
 QString cabinetText(const QString& cabinet)
