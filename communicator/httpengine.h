@@ -2,6 +2,7 @@
 #ifndef COMMUNICATOR_HTTPENGINE_H
 #define COMMUNICATOR_HTTPENGINE_H
 
+#include <communicator/exchangeid.h>
 #include <communicator/ihttpversiontrigger.h>
 
 #include <QByteArray>
@@ -31,6 +32,7 @@ struct COMMUNICATOR_EXPORT HttpRequest
     QString downloadPath;                ///< empty: the body stays in memory
     int expectedTime = 0;                ///< milliseconds for the whole exchange
     bool daemon = false;                 ///< travels on connections apart from normal traffic
+    ExchangeId id = 0;                   ///< what an engine tells the observers; 0: nobody gave one
 };
 
 /// What came back, by value.

@@ -5,7 +5,7 @@
 #include "communicator/devices/deviceregistry.h"
 #include "communicator/events/eventchannels.h"
 #include "communicator/events/proxyeventqueue.h"
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 #include "communicator/http/socketengine.h"
 #include "communicator/packages/httpjsonpackage_p.h"
 #include "communicator/packages/pendingreply.h"
@@ -241,7 +241,7 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     if (download) {
         request.downloadPath = package->fileDownloadPath;
     }
-    countExchange();
+    request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                              HttpJsonPackage::Private::faultOfBody(package), now));
@@ -260,9 +260,9 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (package == nullptr) {
         return false;
     }
-    const HttpRequest request = makeRequest(method, deviceKey, package);
+    HttpRequest request = makeRequest(method, deviceKey, package);
     const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
-    countExchange();
+    request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::faultOfBody(package),

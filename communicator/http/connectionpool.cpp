@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/connectionpool.h"
 
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
+#include "communicator/http/timelimit.h"
 #include "communicator/runtime/descriptorbudget.h"
 
 #include <algorithm>

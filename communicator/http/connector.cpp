@@ -2,7 +2,7 @@
 #include "communicator/http/connector.h"
 
 #include "communicator/http/curlstate.h"
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 
 #include <QFile>
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/exchange.h"
 
+#include "communicator/exchangeobserver.h"
 #include "communicator/http/headername.h"
+
 #include "communicator/http/requesthead.h"
 #include "communicator/http/requesturl.h"
 

@@ -8,9 +8,6 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// `GET`, `PUT`, `POST` or `DELETE`.
-const char* verbOf(HttpMethod method);
-
 /// What one exchange leaves behind for people: the outcome and what led to it.
 struct ExchangeSummary
 {
@@ -39,31 +36,13 @@ struct TransferSizes
     }
 };
 
-/// Counts an exchange that begins and that reportExchange() will tell of. May be called from any thread.
-void countExchange();
-
-/// Tells the log and the observer of an exchange that ended: a warning when it failed, an information line in
-/// any case. May be called from any thread; says nothing once the transport is closed.
+/// Tells the log and the observers of an exchange that ended: a warning when it failed, an information line
+/// in any case. May be called from any thread; says nothing once the transport is closed.
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);
 
-/// Whether somebody wants to hear of exchanges under way. May be called from any thread; costs next to
-/// nothing.
-bool isProgressObserved();
-
-/// Tells the observer of an exchange under way. May be called from any thread; says nothing once the
+/// Tells the observers of an exchange under way. May be called from any thread; says nothing once the
 /// transport is closed.
 void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
-
-/// The reply to a request of which nothing is sent; reports it.
-HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started);
-
-/// How long @p request may take.
-std::chrono::milliseconds timeLimit(const HttpRequest& request);
-/// Why an exchange that took longer failed.
-QString timeOutReason(const HttpRequest& request);
-/// Why an exchange ended with `Aborted`.
-QString abortedReason();
 
 } // namespace Krelm::Communicator::HttpDevice
 

@@ -49,6 +49,21 @@ QByteArray loginOf(const Device& device, const RequestHead& head)
 
 } // namespace
 
+const char* verbOf(HttpMethod method)
+{
+    switch (method) {
+    case HttpMethod::Put:
+        return "PUT";
+    case HttpMethod::Post:
+        return "POST";
+    case HttpMethod::Delete:
+        return "DELETE";
+    case HttpMethod::Get:
+        break;
+    }
+    return "GET";
+}
+
 QString faultOfHeaders(const QMap<QString, QString>& headers)
 {
     for (auto it = headers.cbegin(); it != headers.cend(); ++it) {

@@ -3,12 +3,16 @@
 #define COMMUNICATOR_HTTP_REQUESTHEAD_H
 
 #include "communicator/devices/deviceregistry.h"
+#include "communicator/httpengine.h"
 
 #include <QByteArray>
 #include <QMap>
 #include <QString>
 
 namespace Krelm::Communicator::HttpDevice {
+
+/// `GET`, `PUT`, `POST` or `DELETE`.
+const char* verbOf(HttpMethod method);
 
 /// Why @p headers cannot be sent as headers of a request; empty when they can.
 QString faultOfHeaders(const QMap<QString, QString>& headers);

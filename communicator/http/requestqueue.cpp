@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/requestqueue.h"
 
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
+#include "communicator/http/timelimit.h"
 
 #include <algorithm>
 

@@ -3,52 +3,16 @@
 
 #include "communicator/http/transferlimits.h"
 
-#include <array>
+#include <QUrl>
 
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-using CharacterSet = std::array<bool, 256>;
-
-CharacterSet characters(const char* others)
-{
-    CharacterSet set{};
-    const auto add = [&set](char first, char last) {
-        for (char c = first; c <= last; ++c) {
-            set[static_cast<unsigned char>(c)] = true;
-        }
-    };
-    add('a', 'z');
-    add('A', 'Z');
-    add('0', '9');
-    for (; *others != '\0'; ++others) {
-        set[static_cast<unsigned char>(*others)] = true;
-    }
-    return set;
-}
-
-void appendEncoded(QByteArray& out, char c)
-{
-    static const char digits[] = "0123456789ABCDEF";
-    const auto byte = static_cast<unsigned char>(c);
-    out += '%';
-    out += digits[byte >> 4U];
-    out += digits[byte & 15U];
-}
-
 // One segment of a path, or one name or value of a query: all but the unreserved characters (RFC 3986, 2.3).
 void appendComponent(QByteArray& out, const QString& text)
 {
-    static const CharacterSet unreserved = characters("-._~");
-    const QByteArray utf8 = text.toUtf8();
-    for (const char c : utf8) {
-        if (unreserved[static_cast<unsigned char>(c)]) {
-            out += c;
-        } else {
-            appendEncoded(out, c);
-        }
-    }
+    out += QUrl::toPercentEncoding(text);
 }
 
 bool isHexDigit(char c)
@@ -59,18 +23,15 @@ bool isHexDigit(char c)
 // A piece of the path that holds no placeholder: slashes, a query and encoded characters are part of it.
 void appendLiteral(QByteArray& out, const QString& text)
 {
-    static const CharacterSet literal = characters("-._~!$&'()*+,;=:@/?");
-    const QByteArray utf8 = text.toUtf8();
-    for (int i = 0; i < utf8.size(); ++i) {
-        const char c = utf8[i];
-        const bool encoded =
-            c == '%' && i + 2 < utf8.size() && isHexDigit(utf8[i + 1]) && isHexDigit(utf8[i + 2]);
-        if (encoded || literal[static_cast<unsigned char>(c)]) {
-            out += c;
-        } else {
-            appendEncoded(out, c);
+    const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
+    int done = 0;
+    for (int i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
+        if (i + 2 >= encoded.size() || !isHexDigit(encoded[i + 1]) || !isHexDigit(encoded[i + 2])) {
+            out.append(encoded.constData() + done, i - done).append("%25");
+            done = i + 1;
         }
     }
+    out.append(encoded.constData() + done, encoded.size() - done);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/socketengine.h"
 
-#include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 #include "communicator/http/requestqueue.h"
 #include "communicator/runtime/descriptorbudget.h"
 

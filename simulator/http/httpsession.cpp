@@ -10,8 +10,10 @@
 #include <boost/beast/http/buffer_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
+#include <boost/beast/http/serializer.hpp>
+#include <boost/beast/http/span_body.hpp>
+#include <boost/beast/http/write.hpp>
 
-#include <array>
 #include <charconv>
 #include <optional>
 
@@ -22,6 +24,7 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 using boost::system::error_code;
 using Parser = http::request_parser<http::buffer_body>;
+using Response = http::response<http::span_body<const char>>;
 
 constexpr std::size_t readChunk = 64U << 10;
 // All bodies that are being received may take so much together.
@@ -280,28 +283,28 @@ private:
         m_reply = std::move(reply);
         const std::size_t size = m_reply.body ? m_reply.body->size() : 0;
         const bool bodiless = m_reply.status == 204 || m_reply.status == 304;
-        m_head.assign("HTTP/1.1 ").append(std::to_string(m_reply.status)).append(1, ' ');
-        const auto reason = http::obsolete_reason(http::int_to_status(static_cast<unsigned>(m_reply.status)));
-        m_head.append(reason.data(), reason.size()).append("\r\n");
+        const bool headOnly = m_exchange && m_exchange->method == Method::Head;
+        m_keepAlive = m_keepAlive && !m_truncate;
+        Response& response = m_response.emplace();
+        response.version(11);
+        response.result(static_cast<unsigned>(m_reply.status));
         if (!bodiless) {
-            m_head.append("Content-Type: ").append(m_reply.contentType);
-            m_head.append("\r\nContent-Length: ").append(std::to_string(size)).append("\r\n");
+            response.set(http::field::content_type,
+                         beast::string_view(m_reply.contentType.data(), m_reply.contentType.size()));
+            response.content_length(size);
         }
         if (!m_reply.allow.empty())
-            m_head.append("Allow: ").append(m_reply.allow).append("\r\n");
-        m_keepAlive = m_keepAlive && !m_truncate;
+            response.set(http::field::allow, m_reply.allow);
         if (!m_keepAlive)
-            m_head.append("Connection: close\r\n");
+            response.set(http::field::connection, "close");
         else if (m_http10)
-            m_head.append("Connection: keep-alive\r\n");
-        m_head.append("\r\n");
-
-        const bool headOnly = m_exchange && m_exchange->method == Method::Head;
+            response.set(http::field::connection, "keep-alive");
         const std::size_t sent = headOnly || bodiless ? 0 : m_truncate ? size / 2 : size;
-        const std::array<net::const_buffer, 2> buffers{
-            net::buffer(m_head), sent > 0 ? net::buffer(m_reply.body->data(), sent) : net::const_buffer()};
-        net::async_write(m_socket, buffers,
-                         [self = shared()](error_code error, std::size_t) { self->onSent(error); });
+        if (sent > 0)
+            response.body() = {m_reply.body->data(), sent};
+        m_serializer.emplace(response);
+        http::async_write(m_socket, *m_serializer,
+                          [self = shared()](error_code error, std::size_t) { self->onSent(error); });
     }
 
     void onSent(error_code error)
@@ -364,8 +367,9 @@ private:
     std::string m_body;
     std::uint64_t m_bodySize = 0;
     std::uint64_t m_heldBytes = 0; ///< its share of ServerContext::bodyBytes
-    std::string m_head;
     Reply m_reply;
+    std::optional<Response> m_response;
+    std::optional<http::response_serializer<Response::body_type, Response::fields_type>> m_serializer;
     bool m_keepAlive = true;
     bool m_http10 = false;
     bool m_truncate = false;

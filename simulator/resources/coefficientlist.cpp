@@ -31,6 +31,7 @@ bool forEachNamed(std::string_view list,
     list = trimmed(list, blanks);
     if (!startsWith(list, "["))
         return false;
+    // The list is known to be valid: a parser would only take all of it apart once more to find the bounds.
     std::size_t begin = 1;
     int depth = 0;
     bool inString = false;

@@ -9,29 +9,33 @@ namespace {
 using nlohmann::json;
 
 // Writing and comparing recurse, so a bound on the depth protects the stack.
-bool isShallow(std::string_view text)
+constexpr int depthLimit = 64;
+
+/// Takes a text that is JSON and not too deep, and keeps nothing of it.
+class Acceptor : public nlohmann::json_sax<json>
 {
-    constexpr int limit = 64;
-    int depth = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inString) {
-            if (c == '\\')
-                ++i;
-            else if (c == '"')
-                inString = false;
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit)
-                return false;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
+public:
+    bool null() override { return true; }
+    bool boolean(bool /*value*/) override { return true; }
+    bool number_integer(number_integer_t /*value*/) override { return true; }
+    bool number_unsigned(number_unsigned_t /*value*/) override { return true; }
+    bool number_float(number_float_t /*value*/, const string_t& /*text*/) override { return true; }
+    bool string(string_t& /*value*/) override { return true; }
+    bool binary(binary_t& /*value*/) override { return true; }
+    bool key(string_t& /*name*/) override { return true; }
+    bool start_object(std::size_t /*size*/) override { return ++m_depth <= depthLimit; }
+    bool start_array(std::size_t /*size*/) override { return ++m_depth <= depthLimit; }
+    bool end_object() override { return --m_depth >= 0; }
+    bool end_array() override { return --m_depth >= 0; }
+    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+                     const nlohmann::detail::exception& /*error*/) override
+    {
+        return false;
     }
-    return true;
-}
+
+private:
+    int m_depth = 0;
+};
 
 bool isTypedList(const json& value)
 {
@@ -60,14 +64,21 @@ void mergeIntoTypedList(json& list, const json& patch)
 
 json parseJson(std::string_view text)
 {
-    if (!isShallow(text))
-        return json(json::value_t::discarded);
-    return json::parse(text, nullptr, false);
+    bool tooDeep = false;
+    const auto keep = [&tooDeep](int depth, json::parse_event_t event, const json& /*value*/) {
+        const bool begins =
+            event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
+        tooDeep = tooDeep || (begins && depth >= depthLimit);
+        return !tooDeep;
+    };
+    json value = json::parse(text, keep, false);
+    return tooDeep ? json(json::value_t::discarded) : value;
 }
 
 bool isJson(std::string_view text)
 {
-    return isShallow(text) && json::accept(text);
+    Acceptor acceptor;
+    return json::sax_parse(text, &acceptor);
 }
 
 void mergeInto(json& target, const json& patch)

@@ -12,6 +12,7 @@
 
 namespace TesselCtl {
 
+using Krelm::Communicator::HttpDevice::ObserverHandle;
 using Tessel::Operations::allOperations;
 using Tessel::Operations::CallResult;
 using Tessel::Operations::findOperation;
@@ -48,10 +49,7 @@ public:
         : m_settings(settings)
         , m_call(call)
         , m_console(console)
-        , m_exchanges([trace = settings.trace, &console](const CallObserver::Record& record) {
-            if (trace)
-                console.info(traceLine(record));
-        })
+        , m_trace(traceExchanges(settings.trace, console))
     {}
 
     /// Calls on the device and prints, or keeps for the JSON of several devices. @p label stands before the
@@ -63,10 +61,11 @@ public:
             values[0] = device;
         if (m_call.operation->choosesByProtocol())
             HWInfo::getInstance()->getHwProtoc(device, true);
-        m_exchanges.begin();
+        CallObserver exchanges;
+        const CallObserver::Scope scope = exchanges.collect();
         const CallResult called = m_call.operation->invoke(values);
-        m_exchanges.waitForAll();
-        Outcome outcome = m_exchanges.outcome(called.succeeded);
+        exchanges.waitForAll();
+        Outcome outcome = exchanges.outcome(called.succeeded);
         if (outcome.code == Failed && !called.reason.isEmpty())
             outcome.reason = printable(called.reason);
         // One that did not wait says yes even when no reply came.
@@ -96,7 +95,7 @@ private:
     const Settings& m_settings;
     const BoundCall& m_call;
     Console& m_console;
-    CallObserver m_exchanges;
+    const ObserverHandle m_trace;
     QVariantMap m_results; ///< by device, null where the call failed
     ExitCode m_exitCode = Done;
 };

@@ -9,7 +9,7 @@ namespace {
 
 /// Has the devices do what @p verb names; @p action is null where they do not for this kind.
 ExitCode act(const Settings& settings, const char* verb, const QString& kind, CoefficientKind::Action action,
-             const char* routeKey, const QStringList& cabinets, Console& console)
+             const QStringList& cabinets, Console& console)
 {
     if (!action) {
         console.error(QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), kind));
@@ -18,8 +18,10 @@ ExitCode act(const Settings& settings, const char* verb, const QString& kind, Co
     DeviceRun run(settings, console);
     return run.forEach([&](const QString& device) {
         CoefficientKind::Map result;
+        CallObserver exchanges;
+        const CallObserver::Scope scope = exchanges.collect();
         (Correctionop::getInstance()->*action)(device, {{QStringLiteral("cids"), cabinets}}, result);
-        return run.requestLog().takeOutcome(device, coefficientPath(routeKey));
+        return exchanges.outcome();
     });
 }
 
@@ -29,14 +31,14 @@ ExitCode runCoefficientSave(const Settings& settings, const QString& kindName, c
                             Console& console)
 {
     const CoefficientKind& kind = coefficientKind(kindName);
-    return act(settings, "save", kindName, kind.save, kind.saveRoute, cabinets, console);
+    return act(settings, "save", kindName, kind.save, cabinets, console);
 }
 
 ExitCode runCoefficientClear(const Settings& settings, const QString& kindName, const QStringList& cabinets,
                              Console& console)
 {
     const CoefficientKind& kind = coefficientKind(kindName);
-    return act(settings, "clear", kindName, kind.clear, kind.clearRoute, cabinets, console);
+    return act(settings, "clear", kindName, kind.clear, cabinets, console);
 }
 
 } // namespace TesselCtl

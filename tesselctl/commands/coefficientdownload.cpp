@@ -8,7 +8,6 @@
 #include "tesselctl/terminal/progressbar.h"
 
 #include <communicator/http/atomicfile.h>
-#include <tessel/allurlresource.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -43,13 +42,16 @@ public:
     {
         if (m_run.interruption().happened())
             return m_run.settled({Failed, {}});
-        const QString path = coefficientPath(m_kind.loadRoute, cabinet);
         List elements;
         showProgress({});
-        auto* const correction = Correctionop::getInstance();
-        workAndShow([&] { (correction->*m_kind.load)(m_device, cabinet, elements); },
-                    [&] { showProgress(m_run.progressTracker().progress(m_device, path)); });
-        const auto record = m_run.requestLog().take(m_device, path);
+        CallObserver exchanges;
+        workAndShow(
+            [&] {
+                const CallObserver::Scope scope = exchanges.collect();
+                (Correctionop::getInstance()->*m_kind.load)(m_device, cabinet, elements);
+            },
+            [&] { showProgress(exchanges.progress()); });
+        const auto record = exchanges.latest();
         if (!record)
             return {Failed, QStringLiteral("no request was made")};
         m_transfer.bytes += record->bytesReceived;
@@ -58,10 +60,8 @@ public:
         Outcome outcome = m_run.settled(outcomeOf(*record));
         if (outcome.code != Done)
             return outcome;
-        QVariant envelope;
-        QString problem;
-        parseJson(record->reply, envelope, problem);
-        table = envelope.toMap().value(QStringLiteral("data"));
+        const Expected<QVariant> envelope = parseJson(record->reply);
+        table = envelope ? envelope->toMap().value(QStringLiteral("data")) : QVariant();
         if (table.userType() != QMetaType::QVariantList)
             return {Failed, QStringLiteral("the device sent no table")};
         return {};
@@ -72,7 +72,7 @@ public:
 
 private:
     // What a device has to tell is known while it sends the last table.
-    void showProgress(const std::optional<ProgressTracker::Progress>& current)
+    void showProgress(const std::optional<CallObserver::Progress>& current)
     {
         Transfer transfer = m_transfer;
         transfer.milliseconds = m_clock.elapsed();
@@ -130,16 +130,14 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
 {
     const CoefficientKind& kind = coefficientKind(kindName);
     const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
-    const bool perCabinet =
-        kind.load && AllUrlResource::getUrl(QLatin1String(kind.loadRoute)).contains(QStringLiteral("{cid}"));
     QString problem;
     if (!kind.load)
         problem = QStringLiteral("devices do not give %1 coefficients back").arg(kindName);
     else if (settings.devices.devices.size() > 1)
         problem = QStringLiteral("coefficients are downloaded from one device at a time");
-    else if (perCabinet && cabinets.isEmpty())
+    else if (kind.loadsByCabinet && cabinets.isEmpty())
         problem = QStringLiteral("%1 coefficients are read by cabinet; say --cabinets").arg(kindName);
-    else if (!perCabinet && (directory || !cabinets.isEmpty()))
+    else if (!kind.loadsByCabinet && (directory || !cabinets.isEmpty()))
         problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
                       .arg(kindName);
     if (!problem.isEmpty()) {
@@ -156,7 +154,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     }
 
     const QString device = run.devices().front().name;
-    const QStringList names = perCabinet ? cabinets : QStringList(QString());
+    const QStringList names = kind.loadsByCabinet ? cabinets : QStringList(QString());
     Loader loader(kind, run, names.size(), console);
     QVariantMap tables;
     ExitCode code = Done;
@@ -176,7 +174,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     }
     loader.clearBar();
     if (code == Done && !directory) {
-        const Outcome stored = store(path, perCabinet ? QVariant(tables) : tables.first());
+        const Outcome stored = store(path, kind.loadsByCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
         if (code != Done)
             console.error(stored.reason);

@@ -10,8 +10,9 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <iterator>
+#include <istream>
 #include <set>
+#include <streambuf>
 
 namespace TesselCtl {
 
@@ -24,38 +25,17 @@ constexpr std::size_t depthLimit = 500;
 // What the reader's texts can hold, with a margin.
 constexpr qint64 sizeLimit = 1LL << 30;
 
-/// Goes over a text and says where it is: the parser keeps a copy of its own and tells no positions.
-class Cursor
+/// A text that says how far it was read: the parser tells no positions. simdjson does, but it does not look
+/// at what it skips, and a table is to be valid before the first byte is sent.
+class ReadText : public std::streambuf
 {
 public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const char*;
-    using reference = const char&;
-
-    Cursor(const char* at, const char** reached)
-        : m_at(at)
-        , m_reached(reached)
-    {}
-    reference operator*() const { return *m_at; }
-    Cursor& operator++()
+    explicit ReadText(const QByteArray& text)
     {
-        *m_reached = ++m_at;
-        return *this;
+        auto* const begin = const_cast<char*>(text.constData()); // which nothing writes to
+        setg(begin, begin, begin + text.size());
     }
-    Cursor operator++(int)
-    {
-        const Cursor before = *this;
-        ++*this;
-        return before;
-    }
-    bool operator==(const Cursor& other) const { return m_at == other.m_at; }
-    bool operator!=(const Cursor& other) const { return m_at != other.m_at; }
-
-private:
-    const char* m_at;
-    const char** m_reached;
+    int reached() const { return static_cast<int>(gptr() - eback()); }
 };
 
 /// Takes the tables out of a text as the parser goes over it.
@@ -64,13 +44,13 @@ class Splitter : public nlohmann::json_sax<json>
 public:
     explicit Splitter(const QByteArray& text)
         : m_text(text)
-        , m_reached(text.constData())
+        , m_read(text)
     {}
 
     bool split()
     {
-        const char* const end = m_text.constData() + m_text.size();
-        return json::sax_parse(Cursor(m_text.constData(), &m_reached), Cursor(end, &m_reached), this);
+        std::istream stream(&m_read);
+        return json::sax_parse(stream, this);
     }
 
     const std::vector<CoefficientTable>& tables() const { return m_tables; }
@@ -139,7 +119,7 @@ public:
 
 private:
     int tableDepth() const { return m_object ? 1 : 0; }
-    int reached() const { return static_cast<int>(m_reached - m_text.constData()); }
+    int reached() const { return m_read.reached(); }
 
     bool plainValue()
     {
@@ -160,7 +140,7 @@ private:
     }
 
     const QByteArray& m_text;
-    const char* m_reached;
+    ReadText m_read;
     int m_depth = 0;
     bool m_object = false; // cabinets and their tables, not one table
     QString m_cabinet;
@@ -170,42 +150,47 @@ private:
     QString m_problem;
 };
 
-QByteArray contentOf(const QString& path, QString& problem)
+void sortByCabinet(std::vector<CoefficientTable>& tables)
+{
+    std::sort(tables.begin(), tables.end(), [](const CoefficientTable& left, const CoefficientTable& right) {
+        return cabinetBefore(left.cabinet, right.cabinet);
+    });
+}
+
+Expected<QByteArray> contentOf(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        problem = QStringLiteral("%1: %2").arg(printable(path), file.errorString());
-    else if (file.size() > sizeLimit)
-        problem = QStringLiteral("%1: larger than 1 GiB").arg(printable(path));
-    if (!problem.isEmpty())
-        return {};
+        return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+    if (file.size() > sizeLimit)
+        return Mistake{QStringLiteral("%1: larger than 1 GiB").arg(printable(path))};
     QByteArray content = file.readAll();
     if (file.error() != QFileDevice::NoError)
-        problem = QStringLiteral("%1: %2").arg(printable(path), file.errorString());
+        return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
     return content;
 }
 
-std::vector<CoefficientTable> readDirectory(const QString& path, QString& problem)
+Expected<std::vector<CoefficientTable>> readDirectory(const QString& path)
 {
     const QString ending = QStringLiteral(".json");
     std::vector<CoefficientTable> tables;
     const QFileInfoList files =
         QDir(path).entryInfoList({QStringLiteral("*") + ending}, QDir::Files | QDir::Hidden);
     for (const QFileInfo& file : files) {
-        const QByteArray content = contentOf(file.filePath(), problem);
-        std::vector<CoefficientTable> found;
-        if (problem.isEmpty())
-            found = splitCoefficients(content, file.filePath(), problem);
+        const Expected<QByteArray> content = contentOf(file.filePath());
+        if (!content)
+            return Mistake{content.error()};
+        Expected<std::vector<CoefficientTable>> found = splitCoefficients(*content, file.filePath());
+        if (!found)
+            return found;
         const QString cabinet = file.fileName().chopped(ending.size());
-        if (problem.isEmpty() && (cabinet.isEmpty() || found.size() != 1 || !found.front().cabinet.isEmpty()))
-            problem = QStringLiteral("%1:1: a file CABINET.json with one JSON array was expected")
-                          .arg(printable(file.filePath()));
-        if (!problem.isEmpty())
-            return {};
-        tables.push_back({cabinet, found.front().text});
+        if (cabinet.isEmpty() || found->size() != 1 || !found->front().cabinet.isEmpty())
+            return Mistake{QStringLiteral("%1:1: a file CABINET.json with one JSON array was expected")
+                               .arg(printable(file.filePath()))};
+        tables.push_back({cabinet, found->front().text});
     }
     if (tables.empty())
-        problem = QStringLiteral("%1: no file CABINET.json is there").arg(printable(path));
+        return Mistake{QStringLiteral("%1: no file CABINET.json is there").arg(printable(path))};
     return tables;
 }
 
@@ -222,54 +207,48 @@ bool cabinetBefore(const QString& left, const QString& right)
     return leftIsNumber != rightIsNumber ? leftIsNumber : left < right;
 }
 
-std::vector<CoefficientTable> splitCoefficients(const QByteArray& text, const QString& file, QString& problem)
+Expected<std::vector<CoefficientTable>> splitCoefficients(const QByteArray& text, const QString& file)
 {
     Splitter splitter(text);
-    if (!splitter.split()) {
-        problem =
-            QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.problem());
-        return {};
-    }
+    if (!splitter.split())
+        return Mistake{
+            QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.problem())};
     std::vector<CoefficientTable> tables = splitter.tables();
     if (tables.empty())
-        problem = QStringLiteral("%1:1: no cabinet is in it").arg(printable(file));
-    std::sort(tables.begin(), tables.end(), [](const CoefficientTable& left, const CoefficientTable& right) {
-        return cabinetBefore(left.cabinet, right.cabinet);
-    });
+        return Mistake{QStringLiteral("%1:1: no cabinet is in it").arg(printable(file))};
+    sortByCabinet(tables);
     return tables;
 }
 
-std::vector<CoefficientTable> readCoefficients(const QString& path, QString& problem)
+Expected<std::vector<CoefficientTable>> readCoefficients(const QString& path)
 {
-    std::vector<CoefficientTable> tables;
-    if (QFileInfo(path).isDir()) {
-        tables = readDirectory(path, problem);
-    } else {
-        const QByteArray content = contentOf(path, problem);
-        if (problem.isEmpty())
-            tables = splitCoefficients(content, path, problem);
+    if (!QFileInfo(path).isDir()) {
+        const Expected<QByteArray> content = contentOf(path);
+        if (!content)
+            return Mistake{content.error()};
+        return splitCoefficients(*content, path);
     }
-    std::sort(tables.begin(), tables.end(), [](const CoefficientTable& left, const CoefficientTable& right) {
-        return cabinetBefore(left.cabinet, right.cabinet);
-    });
+    Expected<std::vector<CoefficientTable>> tables = readDirectory(path);
+    if (tables)
+        sortByCabinet(*tables);
     return tables;
 }
 
-void keepCabinets(std::vector<CoefficientTable>& tables, const QStringList& cabinets, QString& problem)
+Expected<std::vector<CoefficientTable>> tablesOf(std::vector<CoefficientTable> tables,
+                                                 const QStringList& cabinets)
 {
     if (cabinets.isEmpty())
-        return;
+        return tables;
     for (const QString& cabinet : cabinets) {
         const bool known = std::any_of(tables.begin(), tables.end(), [&](const CoefficientTable& table) {
             return table.cabinet == cabinet;
         });
-        if (!known) {
-            problem = QStringLiteral("cabinet %1 has no table").arg(printable(cabinet));
-            return;
-        }
+        if (!known)
+            return Mistake{QStringLiteral("cabinet %1 has no table").arg(printable(cabinet))};
     }
     const auto others = [&](const CoefficientTable& table) { return !cabinets.contains(table.cabinet); };
     tables.erase(std::remove_if(tables.begin(), tables.end(), others), tables.end());
+    return tables;
 }
 
 } // namespace TesselCtl

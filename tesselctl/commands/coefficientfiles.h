@@ -2,6 +2,8 @@
 #ifndef TESSELCTL_COMMANDS_COEFFICIENTFILES_H
 #define TESSELCTL_COMMANDS_COEFFICIENTFILES_H
 
+#include "tesselctl/terminal/expected.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -21,15 +23,15 @@ struct CoefficientTable
 /// with a file CABINET.json for each, a file with an object of cabinet and array, or a file with an array,
 /// which is one list for the whole device. Cabinets come in the order of their numbers.
 ///
-/// @return none when something is wrong; then @p problem says what, with file and line.
-std::vector<CoefficientTable> readCoefficients(const QString& path, QString& problem);
+/// @return at least one, or what is wrong, with file and line.
+Expected<std::vector<CoefficientTable>> readCoefficients(const QString& path);
 
 /// The tables in @p text, which stands in @p file; otherwise as readCoefficients().
-std::vector<CoefficientTable> splitCoefficients(const QByteArray& text, const QString& file,
-                                                QString& problem);
+Expected<std::vector<CoefficientTable>> splitCoefficients(const QByteArray& text, const QString& file);
 
-/// Leaves those of @p cabinets, all when it is empty. @p problem names a cabinet that has no table.
-void keepCabinets(std::vector<CoefficientTable>& tables, const QStringList& cabinets, QString& problem);
+/// The tables of @p cabinets, all when it is empty; or which cabinet has no table.
+Expected<std::vector<CoefficientTable>> tablesOf(std::vector<CoefficientTable> tables,
+                                                 const QStringList& cabinets);
 
 /// Sorts by number where two names are numbers, by text otherwise.
 bool cabinetBefore(const QString& left, const QString& right);

@@ -4,36 +4,27 @@
 #include "tesselctl/commands/commands.h"
 #include "tesselctl/terminal/printable.h"
 
-#include <tessel/allurlresource.h>
-
+#include <algorithm>
 #include <cstddef>
+#include <tessel/allurlresource.h>
 
 namespace TesselCtl {
 
 namespace {
 
 constexpr CoefficientKind kinds[] = {
-    {Tessel::CoefficientKind::Plain, &Correctionop::uploadCoefficientAsync, "Device_PutCabinetsCoefficient",
-     &Correctionop::uploadCoefficient, "Device_PutCabinetCoefficients", &Correctionop::loadCoefficient,
-     "Device_GetCabinetCoefficients", &Correctionop::saveCabinetsCoeffcient, "Device_SaveCabinetsCofficient",
-     &Correctionop::clearCabinetsUserCoefficient, "Device_ClearCabinetsModuleCofficient"},
+    {Tessel::CoefficientKind::Plain, &Correctionop::uploadCoefficientAsync, &Correctionop::uploadCoefficient,
+     &Correctionop::loadCoefficient, false, &Correctionop::saveCabinetsCoeffcient,
+     &Correctionop::clearCabinetsUserCoefficient},
     {Tessel::CoefficientKind::Multilayer, &Correctionop::uploadMultilayerCoefficientAsync,
-     "Device_PutCabinetsMultilayerCoefficients", &Correctionop::uploadMultilayerCoefficient,
-     "Device_PutCabinetMultilayerCoefficients", &Correctionop::loadMultilayerCoefficient,
-     "Device_GetCabinetMultilayerCoefficients", &Correctionop::saveCabinetsMultilayerCoeffcient,
-     "Device_SaveCabinetsMultilayerCofficient", &Correctionop::clearCabinetsMultilayerCoefficient,
-     "Device_ClearCabinetsMultilayerCofficient"},
-    {Tessel::CoefficientKind::Adaptive, &Correctionop::uploadAdaptiveCoefficientAsync,
-     "Device_PutCabinetsAdaptiveCoefficients", nullptr, nullptr, &Correctionop::loadAdaptiveCoefficient,
-     "Device_GetCabinetMultilayerCoefficients", &Correctionop::saveCabinetsAdapCoeffcient,
-     "Device_SaveCabinetsAdapCofficient", nullptr, nullptr},
-    {Tessel::CoefficientKind::Dynamic, &Correctionop::uploadDynamicCoefficientAsync,
-     "Device_PutCabinetsDynamicCoefficients", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-     nullptr},
-    {Tessel::CoefficientKind::LowGray, &Correctionop::uploadLowGrayCoefficientAsync,
-     "Device_PutCabinetsLowgrayCoefficients", nullptr, nullptr, nullptr, nullptr,
-     &Correctionop::saveCabinetsLowgrayCoeffcient, "Device_SaveCabinetsLowgrayCofficient",
-     &Correctionop::clearCabinetsLowgrayCoefficient, "Device_ClearCabinetsLowgrayCofficient"},
+     &Correctionop::uploadMultilayerCoefficient, &Correctionop::loadMultilayerCoefficient, true,
+     &Correctionop::saveCabinetsMultilayerCoeffcient, &Correctionop::clearCabinetsMultilayerCoefficient},
+    {Tessel::CoefficientKind::Adaptive, &Correctionop::uploadAdaptiveCoefficientAsync, nullptr,
+     &Correctionop::loadAdaptiveCoefficient, true, &Correctionop::saveCabinetsAdapCoeffcient, nullptr},
+    {Tessel::CoefficientKind::Dynamic, &Correctionop::uploadDynamicCoefficientAsync, nullptr, nullptr, false,
+     nullptr, nullptr},
+    {Tessel::CoefficientKind::LowGray, &Correctionop::uploadLowGrayCoefficientAsync, nullptr, nullptr, false,
+     &Correctionop::saveCabinetsLowgrayCoeffcient, &Correctionop::clearCabinetsLowgrayCoefficient},
 };
 
 constexpr bool kindsFollowTheTable()
@@ -63,11 +54,6 @@ const CoefficientKind& coefficientKind(const QString& name)
     const auto kind = Tessel::coefficientKindNamed(name.toStdString());
     Q_ASSERT(kind);
     return kinds[static_cast<std::size_t>(kind.value_or(Tessel::CoefficientKind::Plain))];
-}
-
-QString coefficientPath(const char* routeKey, const QString& cabinet)
-{
-    return AllUrlResource::getUrl(QLatin1String(routeKey)).replace(QStringLiteral("{cid}"), cabinet);
 }
 
 QString cabinetText(const QString& cabinet)

@@ -22,24 +22,17 @@ struct CoefficientKind
 
     Tessel::CoefficientKind kind;
     Upload upload;
-    const char* uploadRoute;
     // One cabinet by itself. The dynamic and low-gray forms have no path that names the cabinet, so these two
     // go as one list.
     CabinetUpload uploadCabinet;
-    const char* uploadCabinetRoute;
     Load load;
-    const char* loadRoute;
+    bool loadsByCabinet; ///< one cabinet at a time, by its id
     Action save;
-    const char* saveRoute;
     Action clear;
-    const char* clearRoute;
 };
 
 /// The kind called @p name, which is one of those that the command line lets through.
 const CoefficientKind& coefficientKind(const QString& name);
-
-/// The path of @p routeKey with @p cabinet in the place of its placeholder.
-QString coefficientPath(const char* routeKey, const QString& cabinet = {});
 
 /// `cabinet 3`, or `all cabinets` for an empty id.
 QString cabinetText(const QString& cabinet);

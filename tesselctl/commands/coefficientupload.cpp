@@ -4,8 +4,7 @@
 
 #include "tesselctl/commands/coefficientfiles.h"
 #include "tesselctl/commands/resumecommand.h"
-#include "tesselctl/requests/progresstracker.h"
-#include "tesselctl/requests/requestlog.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
@@ -20,7 +19,8 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <set>
+#include <map>
+#include <optional>
 #include <utility>
 
 namespace TesselCtl {
@@ -35,7 +35,6 @@ struct Job
 {
     QString device;
     std::vector<const CoefficientTable*> tables;
-    QString path;
     bool wholeList = false;
 
     qint64 bytes() const
@@ -63,7 +62,7 @@ public:
         : m_kind(kind)
         , m_jobs(std::move(jobs))
         , m_parallel(static_cast<std::size_t>(parallel))
-        , m_requestLog(trace, console)
+        , m_trace(traceExchanges(trace, console))
         , m_bar(QStringLiteral("upload"), console)
     {
         m_transfer.partName = QStringLiteral("cabinets");
@@ -131,15 +130,15 @@ private:
         }
         List elements;
         for (const CoefficientTable* table : job.tables) {
-            QVariant value;
-            QString problem;
-            if (!parseJson(table->text, value, problem)) {
-                settle(job, {Failed, printable(problem)});
+            const Expected<QVariant> value = parseJson(table->text);
+            if (!value) {
+                settle(job, {Failed, printable(value.error())});
                 return;
             }
-            elements += value.toList();
+            elements += value->toList();
         }
-        m_underWay.insert(&job);
+        CallObserver& exchanges = m_underWay[&job];
+        const CallObserver::Scope scope = exchanges.collect();
         const auto done = [this, &job] { ended(job); };
         auto* const correction = Correctionop::getInstance();
         if (job.wholeList)
@@ -151,9 +150,10 @@ private:
 
     void ended(const Job& job)
     {
+        const Outcome outcome = m_underWay.at(&job).outcome();
         m_underWay.erase(&job);
         if (!m_stopped) {
-            settle(job, m_requestLog.takeOutcome(job.device, job.path));
+            settle(job, outcome);
             beginSome();
         }
         quitWhenIdle();
@@ -189,16 +189,15 @@ private:
     {
         Transfer transfer = m_transfer;
         transfer.milliseconds = m_clock.elapsed();
-        for (const Job* job : m_underWay)
-            transfer.bytes += bytesOnTheWay(*job);
+        for (const auto& [job, exchanges] : m_underWay)
+            transfer.bytes += bytesOnTheWay(*job, exchanges.progress());
         m_bar.show(fraction(transfer.bytes, transfer.bytesInAll), transferText(transfer));
     }
 
     // As the file has them; they travel without its blanks. The last one counts when the device took the
     // table.
-    qint64 bytesOnTheWay(const Job& job) const
+    static qint64 bytesOnTheWay(const Job& job, const std::optional<CallObserver::Progress>& progress)
     {
-        const auto progress = m_progressTracker.progress(job.device, job.path);
         if (!progress || progress->bytesToSend <= 0)
             return 0;
         const double share = fraction(progress->bytesSent, progress->bytesToSend);
@@ -208,14 +207,13 @@ private:
     const CoefficientKind& m_kind;
     const std::vector<Job> m_jobs;
     const std::size_t m_parallel;
-    RequestLog m_requestLog;
-    const ProgressTracker m_progressTracker;
+    const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
     ProgressBar m_bar;
     QEventLoop m_loop;
     QElapsedTimer m_clock;
     Transfer m_transfer;
     std::size_t m_next = 0;
-    std::set<const Job*> m_underWay;
+    std::map<const Job*, CallObserver> m_underWay;
     bool m_stopped = false;
     QMap<QString, Result> m_results;
     ExitCode m_exitCode = Done;
@@ -227,11 +225,10 @@ std::vector<Job> jobsFor(const CoefficientKind& kind, const std::vector<Device>&
     const bool perCabinet = kind.uploadCabinet && !tables.front().cabinet.isEmpty();
     std::vector<Job> jobs;
     for (const Device& device : devices) {
-        Job whole{device.name, {}, coefficientPath(kind.uploadRoute), true};
+        Job whole{device.name, {}, true};
         for (const CoefficientTable& table : tables) {
             if (perCabinet)
-                jobs.push_back(
-                    {device.name, {&table}, coefficientPath(kind.uploadCabinetRoute, table.cabinet), false});
+                jobs.push_back({device.name, {&table}, false});
             else
                 whole.tables.push_back(&table);
         }
@@ -284,12 +281,11 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 
 ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
 {
-    QString problem;
-    std::vector<CoefficientTable> tables = readCoefficients(upload.path, problem);
-    if (problem.isEmpty())
-        keepCabinets(tables, upload.cabinets, problem);
-    if (!problem.isEmpty()) {
-        console.error(problem);
+    Expected<std::vector<CoefficientTable>> tables = readCoefficients(upload.path);
+    if (tables)
+        tables = tablesOf(*std::move(tables), upload.cabinets);
+    if (!tables) {
+        console.error(tables.error());
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
@@ -306,7 +302,7 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
     // The library tells on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const CoefficientKind& kind = coefficientKind(upload.kind);
-    Uploader uploader(kind, jobsFor(kind, devices, tables), upload.parallel, settings.trace, console);
+    Uploader uploader(kind, jobsFor(kind, devices, *tables), upload.parallel, settings.trace, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;

@@ -25,9 +25,11 @@
 
 namespace TesselCtl {
 
+using Krelm::Communicator::HttpDevice::addExchangeObserver;
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::exchangesBegun;
 using Krelm::Communicator::HttpDevice::HttpProxy;
+using Krelm::Communicator::HttpDevice::ObserverHandle;
 using Tessel::Protocol;
 using Tessel::Simulator::Simulator;
 
@@ -88,7 +90,9 @@ public:
     explicit Demo(Console& console)
         : m_console(console)
         , m_page(console)
-        , m_exchanges([this](const CallObserver::Record& record) { m_page.exchange(traceLine(record)); })
+        , m_trace(addExchangeObserver(
+              [this](const CallObserver::Record& record) { m_page.exchange(traceLine(record)); }))
+        , m_scope(m_exchanges.collect())
     {}
 
     bool run()
@@ -366,7 +370,9 @@ private:
 
     Console& m_console;
     Page m_page;
+    const ObserverHandle m_trace;
     CallObserver m_exchanges;
+    const CallObserver::Scope m_scope;
     QObject m_context; // of what this object listens to
     bool m_showsEvents = false;
     std::vector<Controller> m_devices;

@@ -10,7 +10,7 @@ DeviceRun::DeviceRun(const Settings& settings, Console& console)
     : m_settings(settings)
     , m_console(console)
     , m_devices(readDevices(settings.devices, console))
-    , m_requestLog(settings.trace, console)
+    , m_trace(traceExchanges(settings.trace, console))
 {
     if (!addDevices(m_devices, console))
         m_devices.clear();

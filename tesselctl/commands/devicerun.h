@@ -4,9 +4,8 @@
 
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/requests/interruption.h"
-#include "tesselctl/requests/progresstracker.h"
-#include "tesselctl/requests/requestlog.h"
 
 #include <QVariant>
 
@@ -33,8 +32,6 @@ public:
 
     /// The devices; none when the settings are wrong, which was told.
     const std::vector<Device>& devices() const { return m_devices; }
-    RequestLog& requestLog() { return m_requestLog; }
-    const ProgressTracker& progressTracker() const { return m_progressTracker; }
     const Interruption& interruption() const { return m_interruption; }
 
     /// @p outcome, unless a failure that comes from a signal: that is called interrupted.
@@ -51,8 +48,7 @@ private:
     Console& m_console;
     std::vector<Device> m_devices;
     const Interruption m_interruption; // after the devices: a question for the secret ends the usual way
-    RequestLog m_requestLog;
-    const ProgressTracker m_progressTracker;
+    const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
 };
 
 } // namespace TesselCtl

@@ -4,13 +4,12 @@
 
 #include "tesselctl/commands/updateprogress.h"
 #include "tesselctl/operations/sourcefile.h"
-#include "tesselctl/requests/requestlog.h"
+#include "tesselctl/terminal/expected.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
 
-#include <tessel/allurlresource.h>
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/hwinfo.h>
 
@@ -34,20 +33,16 @@ constexpr qint64 patience = 120000;
 // A controller's firmware is held in memory.
 constexpr qint64 sizeLimit = 1LL << 30;
 
-QString pathOf(const char* routeKey)
+/// Reads how far an update is. @return how the reading ended.
+Outcome readProgress(const QString& device, bool controller, Map& reply)
 {
-    return AllUrlResource::getUrl(QLatin1String(routeKey));
-}
-
-const char* progressRoute(bool controller)
-{
-    return controller ? "Device_HwUpdateProgress" : "Device_RvCardUpdateProg";
-}
-
-bool readProgress(const QString& device, bool controller, Map& reply)
-{
-    return controller ? HWInfo::getInstance()->getHWInfoUpdateProgress(device, reply)
-                      : CabinetInfoOperator::getInstance()->getRvCardsUpdateProgress(device, reply);
+    CallObserver exchanges;
+    const CallObserver::Scope scope = exchanges.collect();
+    if (controller)
+        HWInfo::getInstance()->getHWInfoUpdateProgress(device, reply);
+    else
+        CabinetInfoOperator::getInstance()->getRvCardsUpdateProgress(device, reply);
+    return exchanges.outcome();
 }
 
 /// Why @p path cannot be sent as firmware; empty when it can.
@@ -62,16 +57,15 @@ QString faultOfImage(const QString& path)
     return size == 0 ? QStringLiteral("is empty") : QString();
 }
 
-/// The further parts of the form; @p problem says which of @p fields is none.
-Map formOf(const QStringList& fields, QString& problem)
+/// The further parts of the form; or which of @p fields is none.
+Expected<Map> formOf(const QStringList& fields)
 {
     Map form;
     for (const QString& field : fields) {
         const int equals = field.indexOf(QLatin1Char('='));
         if (equals <= 0)
-            problem = QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field));
-        else
-            form.insert(field.left(equals), field.mid(equals + 1));
+            return Mistake{QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field))};
+        form.insert(field.left(equals), field.mid(equals + 1));
     }
     return form;
 }
@@ -91,8 +85,7 @@ public:
     Outcome look()
     {
         Map reply;
-        readProgress(m_device, m_controller, reply);
-        Outcome outcome = m_run.requestLog().takeOutcome(m_device, pathOf(progressRoute(m_controller)));
+        Outcome outcome = readProgress(m_device, m_controller, reply);
         m_latest = updateProgressOf(reply);
         if (m_latest.share >= 0)
             m_bar.show(m_latest.share, m_latest.state);
@@ -159,7 +152,7 @@ private:
             return {Failed, file.errorString()};
         const QByteArray image = file.readAll();
         auto* const controller = HWInfo::getInstance();
-        const Outcome sent = step("Device_HwUpdate", [this, controller, image] {
+        const Outcome sent = step([this, controller, image] {
             Map reply;
             controller->putHWInfoUpdate(m_device, image, reply);
         });
@@ -171,7 +164,7 @@ private:
         auto* const cards = CabinetInfoOperator::getInstance();
         Map parts = m_form;
         parts.insert(m_update.part, QUrl::fromLocalFile(QFileInfo(m_update.file).absoluteFilePath()));
-        Outcome outcome = step("Device_RvCardUpdate", [this, cards, parts] {
+        Outcome outcome = step([this, cards, parts] {
             Map reply;
             cards->putRvCardsUpdate(m_device, parts, reply);
         });
@@ -179,7 +172,7 @@ private:
             return outcome;
         parts = m_form;
         parts.insert(m_update.part, QFileInfo(m_update.file).fileName());
-        outcome = step("Device_RvCardUpdateLoad", [this, cards, parts] {
+        outcome = step([this, cards, parts] {
             Map reply;
             cards->putRvCardsUpdateLoad(m_device, parts, reply);
         });
@@ -191,18 +184,22 @@ private:
 
     /// Sends, and shows meanwhile the bytes on their way; and once they are all there what the device says,
     /// which may take minutes to answer.
-    Outcome step(const char* routeKey, const std::function<void()>& send)
+    Outcome step(const std::function<void()>& send)
     {
         if (m_run.interruption().happened())
             return {Failed, {}};
-        const QString path = pathOf(routeKey);
         QElapsedTimer begun;
         begun.start();
         QElapsedTimer looked;
         looked.start();
         m_bar.show(0, QStringLiteral("sending"));
-        workAndShow(send, [&] {
-            const auto progress = m_run.progressTracker().progress(m_device, path);
+        CallObserver exchanges;
+        const auto work = [&] {
+            const CallObserver::Scope scope = exchanges.collect();
+            send();
+        };
+        workAndShow(work, [&] {
+            const auto progress = exchanges.progress();
             if (progress && progress->bytesSent < progress->bytesToSend) {
                 const Transfer transfer{progress->bytesSent, progress->bytesToSend, 0, 0, {},
                                         begun.elapsed()};
@@ -213,7 +210,7 @@ private:
                 looked.restart();
             }
         });
-        return m_run.requestLog().takeOutcome(m_device, path);
+        return exchanges.outcome();
     }
 
     const QString m_device;
@@ -225,24 +222,27 @@ private:
 };
 
 /// Has the transport put the firmware into the file @p path, which takes its place only when it is whole.
-Outcome download(const QString& device, const QString& id, int type, const QString& path,
-                 const QString& route, DeviceRun& run, Console& console)
+Outcome download(const QString& device, const QString& id, int type, const QString& path, DeviceRun& run,
+                 Console& console)
 {
     QElapsedTimer begun;
     begun.start();
     ProgressBar bar(QStringLiteral("download"), console);
-    auto* const cards = CabinetInfoOperator::getInstance();
+    CallObserver exchanges;
     // It tells no failure; the exchange does.
-    workAndShow([&] { cards->getRvCardFirmware(device, id, type, path); },
-                [&] {
-                    const auto progress = run.progressTracker().progress(device, route);
-                    if (!progress)
-                        return;
-                    const qint64 all = progress->bytesToReceive;
-                    const Transfer transfer{progress->bytesReceived, all, 0, 0, {}, begun.elapsed()};
-                    bar.show(all < 0 ? -1 : fraction(transfer.bytes, all), transferText(transfer));
-                });
-    const auto record = run.requestLog().take(device, route);
+    const auto work = [&] {
+        const CallObserver::Scope scope = exchanges.collect();
+        CabinetInfoOperator::getInstance()->getRvCardFirmware(device, id, type, path);
+    };
+    workAndShow(work, [&] {
+        const auto progress = exchanges.progress();
+        if (!progress)
+            return;
+        const qint64 all = progress->bytesToReceive;
+        const Transfer transfer{progress->bytesReceived, all, 0, 0, {}, begun.elapsed()};
+        bar.show(all < 0 ? -1 : fraction(transfer.bytes, all), transferText(transfer));
+    });
+    const auto record = exchanges.latest();
     if (!record)
         return {Failed, QStringLiteral("no request was made")};
     Outcome outcome = run.settled(outcomeOf(*record));
@@ -259,8 +259,10 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
     QString problem = faultOfImage(update.file);
     if (!problem.isEmpty())
         problem = QStringLiteral("%1: %2").arg(printable(update.file), problem);
-    const Map form = formOf(update.fields, problem);
-    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form.isEmpty()))
+    const Expected<Map> form = formOf(update.fields);
+    if (problem.isEmpty())
+        problem = form.error();
+    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form->isEmpty()))
         problem = QStringLiteral("a controller's firmware goes without a form: no --field, no --upload-only");
     if (!problem.isEmpty()) {
         console.error(problem);
@@ -268,7 +270,7 @@ ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& updat
     }
     DeviceRun run(settings, console);
     return run.forEach(
-        [&](const QString& device) { return Updater(device, update, form, run, console).update(); });
+        [&](const QString& device) { return Updater(device, update, *form, run, console).update(); });
 }
 
 ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console& console)
@@ -277,8 +279,7 @@ ExitCode runFirmwareProgress(const Settings& settings, bool controller, Console&
     return run.forEach(
         [&](const QString& device) -> DeviceRun::Result {
             Map reply;
-            readProgress(device, controller, reply);
-            const Outcome outcome = run.requestLog().takeOutcome(device, pathOf(progressRoute(controller)));
+            const Outcome outcome = readProgress(device, controller, reply);
             return {outcome, reply, QStringLiteral(":\n") + humanText(reply)};
         },
         QVariant());
@@ -305,9 +306,7 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
     if (run.devices().empty())
         return Usage;
     const QString device = run.devices().front().name;
-    QString route = pathOf("Device_RvCardFirmware");
-    route.replace(QStringLiteral("{type}"), QString::number(type)).replace(QStringLiteral("{id}"), id);
-    const Outcome outcome = download(device, id, type, path, route, run, console);
+    const Outcome outcome = download(device, id, type, path, run, console);
     if (outcome.code != Done) {
         console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
         if (QFileInfo::exists(path))

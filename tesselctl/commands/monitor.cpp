@@ -2,7 +2,7 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/commands/monitortext.h"
-#include "tesselctl/requests/requestlog.h"
+#include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
@@ -10,7 +10,6 @@
 #include "tesselctl/terminal/terminationsignal.h"
 
 #include <communicator/httpjsonpackage.h>
-#include <tessel/allurlresource.h>
 #include <tessel/devicemanager.h>
 #include <tessel/monitorinfo.h>
 #include <tessel/warningtypes.h>
@@ -20,6 +19,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace TesselCtl {
@@ -59,10 +59,10 @@ public:
         , m_inPlace(!settings.json && isTerminal(stdout))
         , m_count(count)
         , m_console(console)
-        , m_requestLog(settings.trace, console)
+        , m_trace(traceExchanges(settings.trace, console))
     {
         for (const Device& device : devices)
-            m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}});
+            m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}, 0, nullptr});
         const MonitorInfo* const monitor = MonitorInfo::getInstance();
         connect(monitor, &MonitorInfo::signal_tqWarningReport, this,
                 [this](const QString& device, const QVariant& payload, int type) {
@@ -87,7 +87,7 @@ public:
         m_ending = true;
         m_timer.stop();
         forgetDevices();
-        const auto underWay = [](const Reading& reading) { return reading.underWay; };
+        const auto underWay = [](const Reading& reading) { return reading.underWay != nullptr; };
         while (std::any_of(m_readings.begin(), m_readings.end(), underWay))
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -108,7 +108,7 @@ private:
         QVariantMap data; ///< the latest that came
         Outcome outcome;  ///< of the latest attempt
         int attempts = 0;
-        bool underWay = false;
+        std::unique_ptr<CallObserver> underWay; ///< null between the attempts
     };
 
     void readAll()
@@ -117,28 +117,30 @@ private:
             const bool enough = m_count > 0 && reading.attempts == m_count;
             if (reading.underWay || enough)
                 continue;
-            reading.underWay = true;
-            MonitorInfo::getInstance()->getMonitorData(reading.device,
-                                                       [this, &reading](HttpJsonPackage* package) {
-                                                           package->deleteLater();
-                                                           reading.underWay = false;
-                                                           if (!m_ending)
-                                                               onReading(reading, package->getReceiveData());
-                                                       });
+            reading.underWay = std::make_unique<CallObserver>();
+            const CallObserver::Scope scope = reading.underWay->collect();
+            MonitorInfo::getInstance()->getMonitorData(
+                reading.device, [this, &reading](HttpJsonPackage* package) {
+                    package->deleteLater();
+                    const std::unique_ptr<CallObserver> exchanges = std::move(reading.underWay);
+                    if (!m_ending)
+                        onReading(reading, exchanges->outcome(), package->getReceiveData());
+                });
         }
     }
 
-    void onReading(Reading& reading, const QByteArray& reply)
+    void onReading(Reading& reading, const Outcome& outcome, const QByteArray& reply)
     {
         ++reading.attempts;
-        reading.outcome =
-            m_requestLog.takeOutcome(reading.device, AllUrlResource::getUrl(QStringLiteral("MonitorData")));
-        QVariant envelope;
-        QString problem;
-        if (reading.outcome.code == Done && parseJson(reply, envelope, problem))
-            reading.data = envelope.toMap().value(QStringLiteral("data")).toMap();
-        else if (reading.outcome.code == Done)
-            reading.outcome = {Failed, QStringLiteral("the reply is no JSON: ") + printable(problem)};
+        reading.outcome = outcome;
+        if (reading.outcome.code == Done) {
+            const Expected<QVariant> envelope = parseJson(reply);
+            if (envelope)
+                reading.data = envelope->toMap().value(QStringLiteral("data")).toMap();
+            else
+                reading.outcome = {Failed,
+                                   QStringLiteral("the reply is no JSON: ") + printable(envelope.error())};
+        }
         tell(reading);
         const bool all = std::all_of(m_readings.begin(), m_readings.end(),
                                      [this](const Reading& one) { return one.attempts == m_count; });
@@ -240,7 +242,7 @@ private:
     const bool m_inPlace;
     const int m_count;
     Console& m_console;
-    RequestLog m_requestLog;
+    const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
     QList<Warning> m_warnings;       // signalled and not yet told

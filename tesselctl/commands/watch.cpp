@@ -52,9 +52,10 @@ private:
         if (m_limited && m_remaining == 0)
             return;
         QVariant payload;
-        QString problem;
-        if (m_json && !parseJson(data, payload, problem))
-            payload = QString::fromUtf8(data);
+        if (m_json) {
+            const Expected<QVariant> json = parseJson(data);
+            payload = json ? *json : QVariant(QString::fromUtf8(data));
+        }
         print(QStringLiteral("event"), deviceKey, printable(QString::fromUtf8(data)), payload);
         if (m_limited && --m_remaining == 0)
             QCoreApplication::quit();
@@ -127,10 +128,7 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
-    const CallObserver exchanges([trace = settings.trace, &console](const CallObserver::Record& record) {
-        if (trace)
-            console.info(traceLine(record));
-    });
+    const auto trace = traceExchanges(settings.trace, console);
     const Watcher watcher(settings.json, count, console);
     DeviceManager::getInstance()->initManager();
     if (!addDevices(devices, console))

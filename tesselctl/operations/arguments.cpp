@@ -113,15 +113,15 @@ QString abridged(const QString& text)
     return printable(text.size() > limit ? text.left(limit) + QStringLiteral("...") : text);
 }
 
-QVariant refuse(ValueType type, const QString& text, QString& problem, const QString& detail = {})
+Mistake mismatch(ValueType type, const QString& text, const QString& detail = {})
 {
-    problem = QStringLiteral("%1 was expected, \"%2\" came").arg(expectationOf(type), abridged(text));
+    QString problem = QStringLiteral("%1 was expected, \"%2\" came").arg(expectationOf(type), abridged(text));
     if (!detail.isEmpty())
         problem += QStringLiteral(" (%1)").arg(abridged(detail));
-    return {};
+    return {problem};
 }
 
-QVariant plainValue(ValueType type, const QString& text, QString& problem)
+Expected<QVariant> plainValue(ValueType type, const QString& text)
 {
     bool fits = false;
     QVariant value;
@@ -134,20 +134,23 @@ QVariant plainValue(ValueType type, const QString& text, QString& problem)
         fits = on || text == QLatin1String("false") || text == QLatin1String("0");
         value = on;
     }
-    return fits ? value : refuse(type, text, problem);
+    if (!fits)
+        return mismatch(type, text);
+    return value;
 }
 
-QVariant jsonValue(ValueType type, const QString& text, const QByteArray& content, QString& problem)
+Expected<QVariant> jsonValue(ValueType type, const QString& text, const QByteArray& content)
 {
-    QString detail;
-    QVariant value;
-    if (!parseJson(content, value, detail))
-        return refuse(type, text, problem, detail);
-    return hasShape(value, type) ? value : refuse(type, text, problem);
+    Expected<QVariant> value = parseJson(content);
+    if (!value)
+        return mismatch(type, text, value.error());
+    if (!hasShape(*value, type))
+        return mismatch(type, text);
+    return value;
 }
 
 // A part whose text is @FILE is that file; @@ stands for an @ that begins a text.
-QVariant formOf(QVariantMap parts, QString& problem)
+Expected<QVariant> formOf(QVariantMap parts)
 {
     for (QVariant& part : parts) {
         const QString text = part.toString();
@@ -160,7 +163,7 @@ QVariant formOf(QVariantMap parts, QString& problem)
         }
         const QString fault = sourceFileError(path);
         if (!fault.isEmpty())
-            problem = QStringLiteral("%1: %2").arg(printable(path), fault);
+            return Mistake{QStringLiteral("%1: %2").arg(printable(path), fault)};
         part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
     }
     return parts;
@@ -176,7 +179,7 @@ QVariant words(const QString& text)
 }
 
 // Puts every text to its parameter: by name, or to the next one that has no value yet.
-std::map<std::size_t, QString> assign(const Operation& operation, const QStringList& texts, QString& problem)
+Expected<std::map<std::size_t, QString>> assign(const Operation& operation, const QStringList& texts)
 {
     const std::vector<std::size_t> written = operation.userParameters();
     std::map<std::size_t, QString> assigned;
@@ -188,21 +191,19 @@ std::map<std::size_t, QString> assign(const Operation& operation, const QStringL
         if (named == written.end()) {
             positional << text;
         } else if (!assigned.emplace(*named, text.mid(operation.parameters[*named].name.size() + 1)).second) {
-            problem = QStringLiteral("argument %1 is given twice").arg(operation.parameters[*named].name);
-            return {};
+            return Mistake{
+                QStringLiteral("argument %1 is given twice").arg(operation.parameters[*named].name)};
         }
     }
     for (const std::size_t index : written) {
         if (assigned.count(index) != 0)
             continue;
-        if (positional.isEmpty()) {
-            problem = QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name);
-            return {};
-        }
+        if (positional.isEmpty())
+            return Mistake{QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name)};
         assigned[index] = positional.takeFirst();
     }
     if (!positional.isEmpty())
-        problem = QStringLiteral("one argument too many: \"%1\"").arg(abridged(positional.first()));
+        return Mistake{QStringLiteral("one argument too many: \"%1\"").arg(abridged(positional.first()))};
     return assigned;
 }
 
@@ -224,22 +225,23 @@ struct Fit
 Fit fit(const Operation& operation, const QStringList& texts, ArgumentFiles& files)
 {
     Fit fit;
-    const std::map<std::size_t, QString> assigned = assign(operation, texts, fit.call.problem);
-    if (!fit.call.problem.isEmpty())
+    const Expected<std::map<std::size_t, QString>> assigned = assign(operation, texts);
+    if (!assigned) {
+        fit.call.problem = assigned.error();
         return fit;
+    }
     fit.rightCount = true;
     fit.merit.second = operation.outputNames().size();
     for (std::size_t i = 0; i < operation.parameters.size(); ++i)
         fit.call.values.append(QVariant());
-    for (const auto& [index, text] : assigned) {
+    for (const auto& [index, text] : *assigned) {
         const Parameter& parameter = operation.parameters[index];
-        QString problem;
-        const QVariant value = valueFromText(parameter.type, text, files, problem);
-        if (!problem.isEmpty()) {
-            fit.call.problem = QStringLiteral("argument %1: %2").arg(parameter.name, problem);
+        const Expected<QVariant> value = valueFromText(parameter.type, text, files);
+        if (!value) {
+            fit.call.problem = QStringLiteral("argument %1: %2").arg(parameter.name, value.error());
             return fit;
         }
-        fit.call.values[static_cast<int>(index)] = value;
+        fit.call.values[static_cast<int>(index)] = *value;
         fit.merit.first += saysMoreThanText(parameter.type, text) ? 1 : 0;
     }
     fit.call.operation = &operation;
@@ -253,42 +255,38 @@ bool ArgumentFiles::isFile(const QString& text)
     return text == QLatin1String("-") || text.startsWith(QLatin1Char('@'));
 }
 
-bool ArgumentFiles::read(const QString& text, QByteArray& content, QString& problem)
+Expected<QByteArray> ArgumentFiles::read(const QString& text)
 {
     const auto known = m_contents.find(text);
-    if (known != m_contents.end()) {
-        content = known->second;
-        return true;
-    }
+    if (known != m_contents.end())
+        return known->second;
     QFile file(text.mid(1));
     const bool open =
         text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    content = open ? file.readAll() : QByteArray();
-    if (!open || file.error() != QFileDevice::NoError) {
-        problem = QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString());
-        return false;
-    }
+    const QByteArray content = open ? file.readAll() : QByteArray();
+    if (!open || file.error() != QFileDevice::NoError)
+        return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString())};
     m_contents.emplace(text, content);
-    return true;
+    return content;
 }
 
-QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem)
+Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFiles& files)
 {
     if (type == ValueType::Text)
         return text;
     if (type == ValueType::Integer || type == ValueType::LongInteger || type == ValueType::Boolean)
-        return plainValue(type, text, problem);
+        return plainValue(type, text);
 
-    QByteArray content = text.toUtf8();
     const bool fromFile = ArgumentFiles::isFile(text);
-    if (fromFile && !files.read(text, content, problem))
-        return {};
+    const Expected<QByteArray> content = fromFile ? files.read(text) : text.toUtf8();
+    if (!content)
+        return Mistake{content.error()};
     if (type == ValueType::Bytes)
-        return content;
+        return *content;
     if (type == ValueType::TextList && !fromFile && !text.startsWith(QLatin1Char('[')))
         return words(text);
-    const QVariant value = jsonValue(type, text, content, problem);
-    return type == ValueType::Parts && problem.isEmpty() ? formOf(value.toMap(), problem) : value;
+    Expected<QVariant> value = jsonValue(type, text, *content);
+    return value && type == ValueType::Parts ? formOf(value->toMap()) : value;
 }
 
 BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,

@@ -2,6 +2,8 @@
 #ifndef TESSELCTL_OPERATIONS_ARGUMENTS_H
 #define TESSELCTL_OPERATIONS_ARGUMENTS_H
 
+#include "tesselctl/terminal/expected.h"
+
 #include <operations/operation.h>
 
 #include <QByteArray>
@@ -20,8 +22,8 @@ using Tessel::Operations::ValueType;
 class ArgumentFiles
 {
 public:
-    /// @return whether it could be read; otherwise @p problem says why.
-    bool read(const QString& text, QByteArray& content, QString& problem);
+    /// @return the content, or why it cannot be read.
+    Expected<QByteArray> read(const QString& text);
     /// Whether @p text names a file or standard input.
     static bool isFile(const QString& text);
 
@@ -29,10 +31,9 @@ private:
     std::map<QString, QByteArray> m_contents;
 };
 
-/// The value that @p text stands for; invalid when it stands for none, and @p problem says what was expected
-/// and what came. Types written as JSON or bytes also take `@file` and `-`; texts and numbers stand for
-/// themselves.
-QVariant valueFromText(ValueType type, const QString& text, ArgumentFiles& files, QString& problem);
+/// The value that @p text stands for; when it stands for none, what was expected and what came. Types written
+/// as JSON or bytes also take `@file` and `-`; texts and numbers stand for themselves.
+Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFiles& files);
 
 /// An operation together with one value per parameter, that of the device still open.
 struct BoundCall

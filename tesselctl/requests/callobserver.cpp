@@ -8,15 +8,12 @@
 
 #include <QCoreApplication>
 
-#include <condition_variable>
-#include <mutex>
-#include <vector>
-
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::exchangesBegun;
+using Krelm::Communicator::HttpDevice::addExchangeObserver;
+using Krelm::Communicator::HttpDevice::addProgressObserver;
 using Krelm::Communicator::HttpDevice::IHttpVersionTrigger;
-using Krelm::Communicator::HttpDevice::setExchangeObserver;
+using Krelm::Communicator::HttpDevice::ObserverHandle;
 
 namespace {
 
@@ -56,65 +53,77 @@ QString refusalIn(const QByteArray& reply)
 
 } // namespace
 
-struct CallObserver::State
-{
-    std::mutex mutex; // guards the records
-    std::vector<Record> records;
-    std::condition_variable ended; // with every record
-};
+CallObserver::CallObserver()
+    : m_endObserver(addExchangeObserver([this](const Record& record) {
+        if (!m_ids.contains(record.id))
+            return;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_records.push_back(record);
+        m_ended.notify_all();
+    }))
+    , m_progressObserver(addProgressObserver([this](const Progress& progress) {
+        if (!m_ids.contains(progress.id))
+            return;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_progress = progress;
+    }))
+{}
 
-CallObserver::CallObserver(std::function<void(const Record&)> shown)
-    : m_state(std::make_shared<State>())
-{
-    setExchangeObserver([state = m_state, shown = std::move(shown)](const Record& record) {
-        if (shown)
-            shown(record);
-        const std::lock_guard<std::mutex> lock(state->mutex);
-        state->records.push_back(record);
-        state->ended.notify_all();
-    });
-}
-
-CallObserver::~CallObserver()
-{
-    setExchangeObserver({});
-}
-
-void CallObserver::begin()
-{
-    const std::lock_guard<std::mutex> lock(m_state->mutex);
-    m_state->records.clear();
-    m_begunBefore = exchangesBegun();
-}
+CallObserver::~CallObserver() = default;
 
 void CallObserver::waitForAll()
 {
-    const auto allEnded = [this] { return m_state->records.size() >= exchangesBegun() - m_begunBefore; };
+    const auto allEnded = [this] { return m_records.size() >= m_ids.all().size(); };
     for (bool done = false; !done;) {
         {
-            std::unique_lock<std::mutex> lock(m_state->mutex);
-            m_state->ended.wait(lock, allEnded);
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_ended.wait(lock, allEnded);
         }
         // A reply may have operators ask for more.
         QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
-        const std::lock_guard<std::mutex> lock(m_state->mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         done = allEnded();
     }
 }
 
+std::optional<CallObserver::Record> CallObserver::latest() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_records.empty() ? std::nullopt : std::optional<Record>(m_records.back());
+}
+
+std::optional<CallObserver::Progress> CallObserver::progress() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_progress;
+}
+
+Outcome CallObserver::outcome() const
+{
+    const std::optional<Record> record = latest();
+    return record ? outcomeOf(*record) : Outcome{Failed, QStringLiteral("no request was made")};
+}
+
 Outcome CallObserver::outcome(bool succeeded) const
 {
-    const std::lock_guard<std::mutex> lock(m_state->mutex);
-    const std::vector<Record>& records = m_state->records;
-    Outcome outcome = records.empty() ? Outcome() : outcomeOf(records.back());
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Outcome outcome = m_records.empty() ? Outcome() : outcomeOf(m_records.back());
     if (succeeded)
         return outcome;
-    for (auto record = records.rbegin(); record != records.rend() && outcome.code == Done; ++record)
+    for (auto record = m_records.rbegin(); record != m_records.rend() && outcome.code == Done; ++record)
         outcome = outcomeOf(*record);
     if (outcome.code == Done)
         outcome = {Failed, QStringLiteral("the operation failed without a request that did")};
     return outcome;
+}
+
+ObserverHandle traceExchanges(bool wanted, Console& console)
+{
+    if (!wanted)
+        return {};
+    return addExchangeObserver(
+        [&console](const CallObserver::Record& record) { console.info(traceLine(record)); });
 }
 
 QString traceLine(const CallObserver::Record& record)

@@ -3,13 +3,16 @@
 #define TESSELCTL_REQUESTS_CALLOBSERVER_H
 
 #include "tesselctl/exitcode.h"
+#include "tesselctl/terminal/console.h"
 
 #include <communicator/exchangeobserver.h>
 
 #include <QString>
 
-#include <functional>
-#include <memory>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <vector>
 
 namespace TesselCtl {
 
@@ -20,32 +23,50 @@ struct Outcome
     QString reason;
 };
 
-/// Watches the transport while it exists: operations say yes or no, the exchanges under them say why.
-///
-/// One at a time. @p shown is called for every exchange that ends, on any thread.
+/// Watches the exchanges that are begun on behalf of a call: operations say yes or no, the exchanges under
+/// them say why. Any number may be there, each for a call of its own. May be used from any thread, but for
+/// waitForAll().
 class CallObserver
 {
 public:
     using Record = Krelm::Communicator::HttpDevice::ExchangeRecord;
+    using Progress = Krelm::Communicator::HttpDevice::ExchangeProgress;
+    using Scope = Krelm::Communicator::HttpDevice::ExchangeScope;
 
-    explicit CallObserver(std::function<void(const Record&)> shown = {});
+    CallObserver();
     ~CallObserver();
 
-    /// Forgets the exchanges so far: the next call begins.
-    void begin();
-    /// Waits until every exchange since begin() ended, also those that their operation did not wait for and
-    /// those that began meanwhile. What the thread's event loop has to deliver is delivered.
+    /// What begins on this thread while the scope lives belongs to the call.
+    [[nodiscard]] Scope collect() { return Scope(m_ids); }
+
+    /// Waits until every exchange of the call ended, also those that their operation did not wait for. What
+    /// the thread's event loop has to deliver is delivered; what that begins belongs to the call as well
+    /// while the scope lives.
     void waitForAll();
-    /// How the call that began last ended, going by its last exchange and, when that was well and @p
-    /// succeeded is false, by the last one that failed.
+    /// The exchange that ended last; none when none did.
+    std::optional<Record> latest() const;
+    /// How far the exchange is of which something was told last; none when nothing travelled yet.
+    std::optional<Progress> progress() const;
+    /// How the exchange ended that did so last. Without one the request was not made, which is a failure.
+    Outcome outcome() const;
+    /// How the call ended that says itself whether it @p succeeded: like its last exchange, which it need not
+    /// have; and when that was well and the call was not, like the last one that failed.
     Outcome outcome(bool succeeded) const;
 
 private:
-    struct State;
-    quint64 m_begunBefore = 0;      // exchanges of earlier calls
-    std::shared_ptr<State> m_state; // shared with the observer, which may outlast this object for a moment
+    Krelm::Communicator::HttpDevice::ExchangeIds m_ids;
+    mutable std::mutex m_mutex;      // guards the records and the progress
+    std::condition_variable m_ended; // with every record
+    std::vector<Record> m_records;
+    std::optional<Progress> m_progress;
+    // Last: they are gone before what they write to.
+    Krelm::Communicator::HttpDevice::ObserverHandle m_endObserver;
+    Krelm::Communicator::HttpDevice::ObserverHandle m_progressObserver;
     Q_DISABLE_COPY_MOVE(CallObserver)
 };
+
+/// Prints a line for every exchange that ends, while the handle lives; an empty handle unless @p wanted.
+[[nodiscard]] Krelm::Communicator::HttpDevice::ObserverHandle traceExchanges(bool wanted, Console& console);
 
 /// One line for an exchange: device, verb, path, status, time and sizes. Never a header, a body or a login.
 QString traceLine(const CallObserver::Record& record);

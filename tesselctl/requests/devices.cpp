@@ -77,6 +77,8 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
 
     std::vector<Device> devices;
     for (const QString& text : settings.devices) {
+        if (!problem.isEmpty())
+            break;
         const int equals = text.indexOf(QLatin1Char('='));
         endpoint.address = text.mid(equals + 1);
         const QString name = equals < 0 ? text : text.left(equals);
@@ -91,8 +93,11 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
         devices.push_back({name, endpoint});
     }
     QString secret;
-    if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None)
-        secret = readSecret(settings.secretVariable, settings.secretFile, problem);
+    if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None) {
+        const Expected<QString> read = readSecret(settings.secretVariable, settings.secretFile);
+        problem = read.error();
+        secret = read ? *read : QString();
+    }
     if (!problem.isEmpty()) {
         console.error(problem);
         return {};

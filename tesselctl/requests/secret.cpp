@@ -24,13 +24,11 @@ QString firstLine(const QByteArray& text)
     return QString::fromUtf8(line);
 }
 
-QString fromFile(const QString& name, QString& problem)
+Expected<QString> fromFile(const QString& name)
 {
     QFile file(name);
-    if (!file.open(QIODevice::ReadOnly)) {
-        problem = QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString());
-        return {};
-    }
+    if (!file.open(QIODevice::ReadOnly))
+        return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
     const int limit = 64 * 1024;
     return firstLine(file.read(limit));
 }
@@ -44,15 +42,15 @@ int signalWhileWaiting(const QFile& terminal, const BlockedSignals& signals)
     return signals.take();
 }
 
-QString fromTerminal(QString& problem)
+// readpassphrase() does not end when the signal comes between its question and its read.
+Expected<QString> fromTerminal()
 {
     QFile terminal(QStringLiteral("/dev/tty"));
     termios shown{};
     if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
-        tcgetattr(terminal.handle(), &shown) != 0) {
-        problem = QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file");
-        return {};
-    }
+        tcgetattr(terminal.handle(), &shown) != 0)
+        return Mistake{
+            QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file")};
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     QByteArray line;
@@ -70,26 +68,24 @@ QString fromTerminal(QString& problem)
     }
     if (signal != 0) {
         ::raise(signal);
-        problem = QStringLiteral("interrupted");
+        return Mistake{QStringLiteral("interrupted")};
     }
     return firstLine(line);
 }
 
 } // namespace
 
-QString readSecret(const QString& variable, const QString& file, QString& problem)
+Expected<QString> readSecret(const QString& variable, const QString& file)
 {
-    QString secret;
-    if (!variable.isEmpty())
-        secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
-    else if (!file.isEmpty())
-        secret = fromFile(file, problem);
-    else
-        secret = fromTerminal(problem);
-    if (secret.isEmpty() && problem.isEmpty())
-        problem = variable.isEmpty()
-                      ? QStringLiteral("the secret is empty")
-                      : QStringLiteral("the environment variable %1 is empty").arg(printable(variable));
+    if (!variable.isEmpty()) {
+        const QString secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
+        if (secret.isEmpty())
+            return Mistake{QStringLiteral("the environment variable %1 is empty").arg(printable(variable))};
+        return secret;
+    }
+    Expected<QString> secret = file.isEmpty() ? fromTerminal() : fromFile(file);
+    if (secret && secret->isEmpty())
+        return Mistake{QStringLiteral("the secret is empty")};
     return secret;
 }
 

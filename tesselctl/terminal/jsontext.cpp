@@ -100,7 +100,7 @@ json fromVariant(const QVariant& value)
 
 } // namespace
 
-bool parseJson(const QByteArray& text, QVariant& value, QString& problem)
+Expected<QVariant> parseJson(const QByteArray& text)
 {
     bool tooDeep = false;
     const auto guardDepth = [&tooDeep](int depth, json::parse_event_t /*event*/, json& /*parsed*/) {
@@ -109,16 +109,12 @@ bool parseJson(const QByteArray& text, QVariant& value, QString& problem)
     };
     try {
         const json parsed = json::parse(text.begin(), text.end(), guardDepth);
-        if (tooDeep) {
-            problem = QStringLiteral("nested more than %1 levels deep").arg(depthLimit);
-            return false;
-        }
-        value = toVariant(parsed);
-        return true;
+        if (tooDeep)
+            return Mistake{QStringLiteral("nested more than %1 levels deep").arg(depthLimit)};
+        return toVariant(parsed);
     } catch (const json::exception& error) {
         const QString what = QString::fromUtf8(error.what());
-        problem = what.mid(what.indexOf(QStringLiteral("] ")) + 2);
-        return false;
+        return Mistake{what.mid(what.indexOf(QStringLiteral("] ")) + 2)};
     }
 }
 

@@ -2,15 +2,15 @@
 #ifndef TESSELCTL_TERMINAL_JSONTEXT_H
 #define TESSELCTL_TERMINAL_JSONTEXT_H
 
+#include "tesselctl/terminal/expected.h"
+
 #include <QByteArray>
-#include <QString>
 #include <QVariant>
 
 namespace TesselCtl {
 
-/// Reads a JSON text (RFC 8259); integers stay exact. @return whether it is one; otherwise @p problem says
-/// what is wrong with it.
-bool parseJson(const QByteArray& text, QVariant& value, QString& problem);
+/// Reads a JSON text (RFC 8259); integers stay exact. @return its value, or what is wrong with it.
+Expected<QVariant> parseJson(const QByteArray& text);
 
 /// @p value as JSON in UTF-8: integers exact, members in the order of their names, control characters escaped
 /// so that a terminal may show it. Without a newline at the end.

@@ -112,6 +112,7 @@ QString formatInline(const QVariant& value)
     return QString::fromUtf8(toJson(value, false));
 }
 
+// QLocale::formattedDataSize() makes "1000.0 kB" of 999,999 bytes and "34 bytes" of 34.
 QString humanSize(qint64 bytes)
 {
     if (bytes < 1000)

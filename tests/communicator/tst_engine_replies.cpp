@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/http/timelimit.h"
 #include "enginebench.h"
 
 #include <closedport.h>

@@ -49,6 +49,14 @@ void RequestUrlTest::targetsAreExpandedAndEncoded_data()
     row("brace within braces", "/x/{{id}}", id("7"), none, "/x/%7B7%7D");
     row("blank at the end", "/api/v1/device/hw/enterhwmode ", none, none, "/api/v1/device/hw/enterhwmode%20");
     row("encoded already", "/x%20y/%zz", none, none, "/x%20y/%25zz");
+    row("percent at the end", "/a%", none, none, "/a%25");
+    row("percent and one digit", "/a%4", none, none, "/a%254");
+    row("percent before an encoded character", "/%%41%4%", none, none, "/%25%41%254%25");
+    row("percent before what has to be encoded", "/a%\xc3\xbc%4\xc3\xbc", none, none,
+        "/a%25%C3%BC%254%C3%BC");
+    row("all that a path may hold", "/aZ09-._~!$&'()*+,;=:@/?", none, none, "/aZ09-._~!$&'()*+,;=:@/?");
+    row("value of what a path may hold", "/{id}", id("aZ09-._~!$&'()*+,;=:@/?"), none,
+        "/aZ09-._~%21%24%26%27%28%29%2A%2B%2C%3B%3D%3A%40%2F%3F");
     row("fragment", "/x#y", none, none, "/x%23y");
     row("no slash in front", "@evil.example/x", none, none, "/@evil.example/x");
     row("backslash and quotes", "/a\\b\"<>", none, none, "/a%5Cb%22%3C%3E");

@@ -45,6 +45,45 @@ private Q_SLOTS:
         QCOMPARE(client.readReply().status, 204);
     }
 
+    void aReplyHasTheHeadersOfItsKind_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<bool>("hasBody");
+        QTest::addColumn<QByteArray>("allow");
+        QTest::addColumn<QByteArray>("connection");
+        const QByteArray target = " /api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n";
+        const QByteArray none;
+        QTest::newRow("GET") << "GET" + target << true << none << none;
+        QTest::newRow("HEAD") << "HEAD" + target << true << none << none;
+        QTest::newRow("OPTIONS") << QByteArray("OPTIONS * HTTP/1.1\r\nHost: t\r\n\r\n") << false
+                                 << QByteArray("GET, HEAD, PUT, POST, DELETE, OPTIONS") << none;
+        QTest::newRow("close") << QByteArray("GET /x HTTP/1.1\r\nConnection: close\r\n\r\n") << true << none
+                               << QByteArray("close");
+        QTest::newRow("1.0 kept") << QByteArray("GET /x HTTP/1.0\r\nConnection: keep-alive\r\n\r\n") << true
+                                  << none << QByteArray("keep-alive");
+    }
+
+    void aReplyHasTheHeadersOfItsKind()
+    {
+        QFETCH(QByteArray, request);
+        QFETCH(bool, hasBody);
+        QFETCH(QByteArray, allow);
+        QFETCH(QByteArray, connection);
+        HttpClient client(m_simulator->port());
+        client.send(request);
+        const bool headOnly = request.startsWith("HEAD");
+        const auto reply = client.readReply(headOnly);
+        QCOMPARE(reply.headers.contains("content-type"), hasBody);
+        QCOMPARE(reply.headers.contains("content-length"), hasBody);
+        if (hasBody) {
+            QCOMPARE(reply.headers.value("content-type"), QByteArray("application/json"));
+            QVERIFY(reply.headers.value("content-length").toInt() > 0);
+        }
+        QCOMPARE(reply.body.isEmpty(), headOnly || !hasBody);
+        QCOMPARE(reply.headers.value("allow"), allow);
+        QCOMPARE(reply.headers.value("connection"), connection);
+    }
+
     void aConnectionEndsWhenItIsAskedTo_data()
     {
         QTest::addColumn<QByteArray>("request");

@@ -486,6 +486,34 @@ private Q_SLOTS:
         QCOMPARE(client.get("/api/v1/device/hw/mapping").body, before);
     }
 
+    void jsonMayNestSixtyFourLevels_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("bracket");
+        const auto rows = [](const QByteArray& kind, const QByteArray& path) {
+            QTest::newRow(kind + ", arrays") << path << QByteArray("[]");
+            QTest::newRow(kind + ", objects") << path << QByteArray("{}");
+        };
+        rows("value", "/api/v1/device/hw/mapping");
+        rows("coefficients", "/api/v1/device/correctionop/cabinets/2/coefficientv2");
+    }
+
+    void jsonMayNestSixtyFourLevels()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, bracket);
+        const QByteArray open = bracket == "{}" ? "{\"a\":" : "[";
+        const auto nested = [&](int levels) {
+            return open.repeated(levels - 1) + bracket + bracket.right(1).repeated(levels - 1);
+        };
+        // Brackets in a text are none.
+        const QByteArray text = "\"" + QByteArray(100, '[') + "\\\"{\"";
+        HttpClient client(m_simulator->port());
+        QCOMPARE(client.put(path, nested(65)).status, 400);
+        QCOMPARE(client.put(path, nested(64)).status, 200);
+        QCOMPARE(client.put(path, "[" + text + "]").status, 200);
+    }
+
     void aLargeBodyIsKeptAsItIs()
     {
         QByteArray body = "[";

@@ -102,9 +102,9 @@ void TestArguments::textBecomesATypedValue()
     QFETCH(ValueType, type);
     QFETCH(QString, text);
     QFETCH(QVariant, value);
-    QString problem;
-    const QVariant converted = valueFromText(type, text, m_files, problem);
-    QCOMPARE(problem, QString());
+    const Expected<QVariant> read = valueFromText(type, text, m_files);
+    QCOMPARE(read.error(), QString());
+    const QVariant& converted = *read;
     QCOMPARE(converted, value);
     QCOMPARE(converted.userType(), value.userType());
 }
@@ -130,6 +130,8 @@ void TestArguments::textOfTheWrongKindIsRefused_data()
     row("nested text map", ValueType::TextMap, R"({"a":{}})", "object of texts");
     row("list of lists", ValueType::MapList, "[[]]", "array of objects");
     row("map of words", ValueType::MapOfMaps, R"({"a":1})", "object of objects");
+    row("two parts that are no files", ValueType::Parts, R"({"a":"@/no/first","b":"@/no/second"})",
+        "/no/first");
     row("too deep", ValueType::List, QString(2000, '[') + QString(2000, ']'), "levels deep");
 }
 
@@ -138,9 +140,9 @@ void TestArguments::textOfTheWrongKindIsRefused()
     QFETCH(ValueType, type);
     QFETCH(QString, text);
     QFETCH(QString, expected);
-    QString problem;
-    const QVariant converted = valueFromText(type, text, m_files, problem);
-    QVERIFY(!converted.isValid());
+    const Expected<QVariant> converted = valueFromText(type, text, m_files);
+    const QString problem = converted.error();
+    QVERIFY(!converted);
     QVERIFY2(problem.contains(expected), qPrintable(problem));
     QVERIFY2(problem.size() < 250, "what came is abridged");
 }
@@ -152,18 +154,15 @@ void TestArguments::aFileStandsForItsContent()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(R"({"a":1})");
     file.close();
-    QString problem;
-    QCOMPARE(valueFromText(ValueType::Map, "@" + file.fileName(), m_files, problem),
+    QCOMPARE(*valueFromText(ValueType::Map, "@" + file.fileName(), m_files),
              QVariant(map("a", qlonglong(1))));
-    QCOMPARE(valueFromText(ValueType::Bytes, "@" + file.fileName(), m_files, problem),
+    QCOMPARE(*valueFromText(ValueType::Bytes, "@" + file.fileName(), m_files),
              QVariant(QByteArray(R"({"a":1})")));
-    QCOMPARE(problem, QString());
 }
 
 void TestArguments::aMissingFileIsNamed()
 {
-    QString problem;
-    QVERIFY(!valueFromText(ValueType::Map, "@/does/not/exist", m_files, problem).isValid());
+    const QString problem = valueFromText(ValueType::Map, "@/does/not/exist", m_files).error();
     QVERIFY2(problem.contains("/does/not/exist"), qPrintable(problem));
 }
 

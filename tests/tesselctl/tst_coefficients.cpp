@@ -45,11 +45,11 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, text);
         QFETCH(QStringList, tables);
-        QString problem;
         QStringList found;
-        for (const CoefficientTable& table : splitCoefficients(text, "f", problem))
+        const auto split = splitCoefficients(text, "f");
+        QCOMPARE(split.error(), QString());
+        for (const CoefficientTable& table : *split)
             found << table.cabinet + '=' + table.text;
-        QCOMPARE(problem, QString());
         QCOMPARE(found, tables);
     }
 
@@ -76,15 +76,13 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, text);
         QFETCH(QString, told);
-        QString problem;
-        QVERIFY(splitCoefficients(text, "f", problem).empty());
+        const QString problem = splitCoefficients(text, "f").error();
         QVERIFY2(problem.startsWith(told) && problem.size() > 6, qPrintable(problem));
     }
 
     void whatIsReadHoldsNoControlCharacters()
     {
-        QString problem;
-        splitCoefficients("[\x1b[2J]", "f\x1b", problem);
+        const QString problem = splitCoefficients("[\x1b[2J]", "f\x1b").error();
         QVERIFY(!problem.isEmpty() && !problem.contains('\x1b'));
     }
 

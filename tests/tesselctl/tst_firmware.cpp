@@ -233,6 +233,10 @@ private Q_SLOTS:
         QTest::newRow("a directory") << "." << QStringList() << QByteArray("is a directory");
         QTest::newRow("empty") << "empty" << QStringList() << QByteArray("empty: is empty");
         QTest::newRow("a wrong field") << "full" << QStringList{"--field", "x"} << QByteArray("NAME=VALUE");
+        QTest::newRow("the first of two wrong fields")
+            << "full" << QStringList{"--field", "x", "--field", "y"} << QByteArray("\"x\" is not");
+        QTest::newRow("missing, and a wrong field")
+            << "nothing" << QStringList{"--field", "x"} << QByteArray("nothing: No such file");
         QTest::newRow("a form for a controller")
             << "full" << QStringList{"--controller", "--field", "a=b"} << QByteArray("without a form");
     }

@@ -100,6 +100,23 @@ private Q_SLOTS:
         QCOMPARE(m_simulator->requestCount(dataPath), quint64(3));
     }
 
+    // What stands before an @ is masked wherever the transport names a device.
+    void devicesWhoseNamesAreMaskedAlikeAreToldApart()
+    {
+        Simulator failing;
+        QVERIFY2(failing.start(), qPrintable(failing.errorString()));
+        Fault fault = always({});
+        fault.status = 503;
+        failing.addFault(fault);
+        const Run run =
+            ::run({"--json", "--device", "a@wall=" + m_simulator->address(), "--device",
+                   "b@wall=" + failing.address(), "monitor", "--interval", "0.1", "--count", "1"});
+        const QList<QJsonObject> readings = linesOfKind(run.out, "reading");
+        QCOMPARE(readings.size(), 2);
+        for (const QJsonObject& reading : readings)
+            QCOMPARE(reading.value("problem").isNull(), reading.value("device") == "a@wall");
+    }
+
     void jsonIsOneObjectPerReading()
     {
         const Run run = ::run({"--json", "--device", "wall=" + m_simulator->address(), "monitor",

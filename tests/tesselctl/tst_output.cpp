@@ -111,10 +111,9 @@ void TestOutput::jsonComesBackAsItWas()
     const QVariantMap value{
         {"a", qlonglong(9007199254740993)}, {"b", QVariantList{"x", 2.5, false}}, {"c", "\x1b[0m"}};
     for (const bool indented : {false, true}) {
-        QVariant back;
-        QString problem;
-        QVERIFY(parseJson(toJson(value, indented), back, problem));
-        QCOMPARE(back, QVariant(value));
+        const Expected<QVariant> back = parseJson(toJson(value, indented));
+        QVERIFY2(back, qPrintable(back.error()));
+        QCOMPARE(*back, QVariant(value));
     }
 }
 

@@ -142,6 +142,8 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
     row("no device", {"call", "getAllChipType"}, "--device");
     row("no address", {"--device", "wall=", "call", "getAllChipType"}, "NAME=ADDRESS");
     row("no name", {"--device", "=127.0.0.1:1", "call", "getAllChipType"}, "NAME=ADDRESS");
+    row("two wrong devices", {"--device", "first=", "--device", "second=", "call", "getAllChipType"},
+        "\"first=\" is neither");
     row("bad address", {"--device", "wall=ftp://x", "call", "getAllChipType"}, "wall cannot be used");
     row("device twice", {"--device", "a=h:1", "--device", "a=h:2", "call", "getAllChipType"}, "twice");
     row("unknown login", call + QStringList{"getAllChipType", "--login", "guess"}, "--login");

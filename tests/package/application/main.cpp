@@ -2,6 +2,7 @@
 //
 // An application as it sees an installed library: the same include paths as in the source tree.
 #include <communicator/deviceendpoint.h>
+#include <communicator/exchangeid.h>
 #include <communicator/exchangeobserver.h>
 #include <communicator/httpengine.h>
 #include <communicator/httpjsonpackage.h>

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/exchangeid.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace Krelm::Communicator::HttpDevice {
+
+namespace {
+
+std::atomic<quint64> begun{0};
+thread_local ExchangeScope* innermost = nullptr;
+
+} // namespace
+
+class ExchangeIds::Private
+{
+public:
+    mutable std::mutex mutex; ///< guards ids
+    std::vector<ExchangeId> ids;
+};
+
+ExchangeIds::ExchangeIds()
+    : d(std::make_unique<Private>())
+{}
+
+ExchangeIds::~ExchangeIds() = default;
+
+std::vector<ExchangeId> ExchangeIds::all() const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    return d->ids;
+}
+
+ExchangeId ExchangeIds::latest() const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    return d->ids.empty() ? 0 : d->ids.back();
+}
+
+bool ExchangeIds::contains(ExchangeId id) const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    return std::binary_search(d->ids.begin(), d->ids.end(), id);
+}
+
+ExchangeScope::ExchangeScope(ExchangeIds& ids)
+    : m_ids(ids)
+    , m_outer(innermost)
+{
+    innermost = this;
+}
+
+// Scopes that live in objects need not end in the order in which they nest.
+ExchangeScope::~ExchangeScope()
+{
+    ExchangeScope** link = &innermost;
+    while (*link != nullptr && *link != this) {
+        link = &(*link)->m_outer;
+    }
+    Q_ASSERT_X(*link == this, "ExchangeScope", "destroyed on another thread than the one that made it");
+    if (*link == this) {
+        *link = m_outer;
+    }
+}
+
+ExchangeId beginExchange()
+{
+    const ExchangeId id = ++begun;
+    for (const ExchangeScope* scope = innermost; scope != nullptr; scope = scope->m_outer) {
+        ExchangeIds::Private& collected = *scope->m_ids.d;
+        const std::lock_guard<std::mutex> lock(collected.mutex);
+        // Another thread may have put a later one here since, and nested scopes may share what they fill.
+        const auto place = std::lower_bound(collected.ids.begin(), collected.ids.end(), id);
+        if (place == collected.ids.end() || *place != id) {
+            collected.ids.insert(place, id);
+        }
+    }
+    return id;
+}
+
+quint64 exchangesBegun()
+{
+    return begun;
+}
+
+} // namespace Krelm::Communicator::HttpDevice

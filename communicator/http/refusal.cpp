@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/refusal.h"
+
+#include "communicator/http/exchangereport.h"
+
+namespace Krelm::Communicator::HttpDevice {
+
+HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
+                             const QString& reason, std::chrono::steady_clock::time_point started)
+{
+    ExchangeSummary summary;
+    summary.started = started;
+    summary.state = state;
+    summary.reason = reason;
+    reportExchange(request, summary);
+    HttpReply reply;
+    reply.state = state;
+    return reply;
+}
+
+QString abortedReason()
+{
+    return QStringLiteral("the transport was stopped or the device removed");
+}
+
+} // namespace Krelm::Communicator::HttpDevice

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_REFUSAL_H
+#define COMMUNICATOR_HTTP_REFUSAL_H
+
+#include "communicator/httpengine.h"
+
+#include <chrono>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// The reply to a request of which nothing is sent; reports it.
+HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
+                             const QString& reason, std::chrono::steady_clock::time_point started);
+
+/// Why an exchange ended with `Aborted`.
+QString abortedReason();
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif
