@@ -2,6 +2,7 @@
 #include "objectsleft.h"
 
 #include <logcollector.h>
+#include <oneinstance.h>
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
@@ -512,7 +513,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(Correctionop::getInstance(), correction()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<Correctionop>(); }
 };
 
 QTEST_GUILESS_MAIN(TestCorrectionopUpload)
