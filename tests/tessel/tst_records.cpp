@@ -491,13 +491,18 @@ private Q_SLOTS:
         QCOMPARE(response.data, expected);
     }
 
-    void aCabinetsResponseTakesItsCabinets()
+    void aCabinetsResponseTakesItsCabinetsAndGivesThemBack()
     {
         Tessel::CabinetsResponse response;
         QVERIFY(load(response, R"({"code":0,"message":"m","data":[{"id":"a"},{"id":"b"}]})"));
         QCOMPARE(response.message, QStringLiteral("m"));
         QCOMPARE(response.data.size(), 2);
         QCOMPARE(response.data.last().id, QStringLiteral("b"));
+
+        const QVariantList given = response.serialize({}).value("data").toList();
+        QCOMPARE(given.size(), 2);
+        QCOMPARE(given.first().toMap().value("id"), QVariant("a"));
+        QCOMPARE(given.last().toMap().value("id"), QVariant("b"));
     }
 
     void aReplysDataFillsARecord()
