@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/envelopes/cabinetsresponse.h>
 #include <tessel/envelopes/commonresponse.h>
+#include <tessel/envelopes/rawresponse.h>
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/envelopes/variantresponse.h>
 #include <tessel/records/cabinetinfo.h>
@@ -437,6 +438,7 @@ private Q_SLOTS:
         cloneIsOfClass<Tessel::VariantMapResponse>();
         cloneIsOfClass<Tessel::VariantResponse>();
         cloneIsOfClass<Tessel::CabinetsResponse>();
+        cloneIsOfClass<Tessel::RawResponse>();
     }
 
     void copiesAndMovesCarryEveryField()
@@ -464,6 +466,25 @@ private Q_SLOTS:
         QVERIFY(load(response, R"({"code":7,"message":"m","data":{}})"));
         QCOMPARE(response.code, 7);
         QCOMPARE(response.message, QStringLiteral("m"));
+    }
+
+    void aRawResponseTellsTheMembersThatItHas_data()
+    {
+        QTest::addColumn<QVariantMap>("members");
+        QTest::newRow("none") << QVariantMap();
+        QTest::newRow("message") << QVariantMap{{"message", "m"}};
+        QTest::newRow("code") << QVariantMap{{"code", 7}};
+        QTest::newRow("data") << QVariantMap{{"data", QVariantList{1}}};
+        QTest::newRow("all") << QVariantMap{{"message", "m"}, {"code", 7}, {"data", "d"}};
+    }
+    void aRawResponseTellsTheMembersThatItHas()
+    {
+        QFETCH(QVariantMap, members);
+        Tessel::RawResponse response;
+        response.message = members.value("message");
+        response.code = members.value("code");
+        response.data = members.value("data");
+        QCOMPARE(response.members(), members);
     }
 
     void aMapResponseTakesItsData()
