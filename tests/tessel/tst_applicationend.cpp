@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: MIT
 //
 // What is known of the application's end. How waits end with it is shown with processes of their own.
+#include "objectsleft.h"
+
+#include <recordingengine.h>
 #include <replaced.h>
 
 #include <tessel/frames/applicationend.h>
+#include <tessel/frames/grouprequest.h>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QtTest>
 
 #include <memory>
+#include <thread>
 
 using Tessel::ApplicationEnd;
 
@@ -108,6 +114,34 @@ private Q_SLOTS:
             app.reset();
             QVERIFY(knewTheEnd);
         }
+    }
+
+    void aGroupThatTheEndCutsOffReleasesWhatIsUnanswered()
+    {
+        RecordingEngine* const engine = RecordingEngine::install();
+        engine->hold();
+        bool ok = true;
+        const int left = objectsLeftBy([&] {
+            auto app = application();
+            std::thread caller([&] { ok = Tessel::GroupRequest("Device_Hue").put("wall", {"1", "2"}); });
+            const QDeadlineTimer limit(10000);
+            while (engine->held() < 2 && !limit.hasExpired())
+                std::this_thread::yield();
+            app.reset();
+            caller.join();
+        });
+        QVERIFY(!ok);
+        QCOMPARE(left, 0);
+    }
+
+    void nothingIsAskedAfterTheEnd()
+    {
+        RecordingEngine* const engine = RecordingEngine::install();
+        application().reset();
+        QVERIFY(!Tessel::GroupRequest("Device_Hue").put("wall", {"1"}));
+        const auto route = [](const QString&) { return "HwScreen_DrawCorrectRegion"; };
+        QVERIFY(!Tessel::putToDevices("f", {{{"devKey", "wall"}}}, route, 20000));
+        QCOMPARE(engine->count(), 0);
     }
 
     void askingAgainRegistersNothing()

@@ -174,6 +174,29 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
     }
 
+    void whatIsUnansweredWhenAGroupEndsGoesWithTheNextEvents()
+    {
+        fireAllSingleShots(10000);
+        m_engine->hold();
+        QTimer::singleShot(0, this, [this] {
+            m_engine->release();
+            QTRY_COMPARE(m_engine->held(), 1);
+            // The timer of the answered one counts it a second time, and nobody waits for the other.
+            fireSingleShots(10000, 1);
+        });
+        int living[2] = {0, 0};
+        objectFatesDuring([this, &living] {
+            GroupRequest("Device_Hue").put(device, {"1", "2"});
+            living[0] = livingNow<HttpJsonPackage>();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            living[1] = livingNow<HttpJsonPackage>();
+        });
+        QCOMPARE(living[0], 1);
+        QCOMPARE(living[1], 0);
+        while (m_engine->release())
+            QCoreApplication::processEvents();
+    }
+
     void aBatchSendsEachItemToItsOwnDeviceAndRoute()
     {
         const std::vector<Map> items{

@@ -178,6 +178,17 @@ private Q_SLOTS:
                  qPrintable(log.lines()[0]));
     }
 
+    void anUnreadableReplySetsNoCode()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData("<html>");
+        Tessel::CommonResponse response;
+        response.code = 7;
+        const LogCollector log;
+        QVERIFY(!Tessel::readResponse(package, response));
+        QCOMPARE(response.code, 0);
+    }
+
     void onlyACodeOfZeroIsSuccess_data()
     {
         QTest::addColumn<QByteArray>("reply");
