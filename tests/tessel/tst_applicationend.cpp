@@ -6,8 +6,11 @@
 #include <recordingengine.h>
 #include <replaced.h>
 
+#include <communicator/httpproxy.h>
+
 #include <tessel/frames/applicationend.h>
 #include <tessel/frames/grouprequest.h>
+#include <tessel/frames/promiserequest.h>
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -16,7 +19,9 @@
 #include <memory>
 #include <thread>
 
+using Krelm::Communicator::HttpDevice::HttpProxy;
 using Tessel::ApplicationEnd;
+using Tessel::PromiseRequest;
 
 namespace {
 
@@ -30,6 +35,12 @@ std::unique_ptr<QCoreApplication> application()
 
 int routinesAdded; // to those that run when the application goes
 bool knewTheEnd;   // when askWhetherItIsTheEnd() ran
+
+QtPromise::QPromise<bool> ask()
+{
+    return PromiseRequest::answer<bool>(
+        "Device_Hwinfo", [](PromiseRequest&) {}, &HttpProxy::get, "wall", Tessel::succeeded);
+}
 
 void askWhetherItIsTheEnd()
 {
@@ -134,6 +145,18 @@ private Q_SLOTS:
         QCOMPARE(left, 0);
     }
 
+    void aPromiseThatIsPendingAtTheEndIsRejected()
+    {
+        RecordingEngine* const engine = RecordingEngine::install();
+        engine->hold();
+        auto app = application();
+        const QtPromise::QPromise<bool> promise = ask();
+        QCOMPARE(engine->held(), 1);
+        QVERIFY(promise.isPending());
+        app.reset();
+        QVERIFY(promise.isRejected());
+    }
+
     void nothingIsAskedAfterTheEnd()
     {
         RecordingEngine* const engine = RecordingEngine::install();
@@ -141,6 +164,7 @@ private Q_SLOTS:
         QVERIFY(!Tessel::GroupRequest("Device_Hue").put("wall", {"1"}));
         const auto route = [](const QString&) { return "HwScreen_DrawCorrectRegion"; };
         QVERIFY(!Tessel::putToDevices("f", {{{"devKey", "wall"}}}, route, 20000));
+        QVERIFY(ask().isRejected());
         QCOMPARE(engine->count(), 0);
     }
 
