@@ -41,6 +41,7 @@ private Q_SLOTS:
     void whatIsAskedAfterTheApplicationEndsAtOnce();
     void whatIsAskedIsAnsweredOnAnyThread_data();
     void whatIsAskedIsAnsweredOnAnyThread();
+    void aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp_data();
     void aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp();
     void theWaitForAPromiseOfNothingEndsWithTheApplication_data();
     void theWaitForAPromiseOfNothingEndsWithTheApplication();
@@ -145,12 +146,20 @@ void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread()
     }
 }
 
+void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp_data()
+{
+    addRows({"pool"});
+}
+
 void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
 {
+    QFETCH(QString, thread);
+    QFETCH(QString, wait);
+    QFETCH(int, requests);
     MisbehavingServer stalled(Mode::Stall);
     QProcess process;
-    startWaiting(process, "pool", "upload", "exits", stalled.address());
-    QVERIFY(stalled.waitForDeliveries(1));
+    startWaiting(process, thread, wait, "exits", stalled.address());
+    QVERIFY(stalled.waitForDeliveries(requests));
     process.write("\n");
     endsWith(process, QByteArray());
 }

@@ -297,6 +297,10 @@ class Program:
         self.seconds, self.reach = 0.0, b""
 
 
+# The tests of a module that need more than it: how waits end with the application, each in a process of its own.
+ELSEWHERE = {"tst_integration_applicationend": "tessel"}
+
+
 def programs():
     listed = subprocess.run(["ctest", "--test-dir", BUILD, "--show-only=json-v1"], stdout=subprocess.PIPE,
                             check=True, text=True).stdout
@@ -304,7 +308,8 @@ def programs():
     for test in json.loads(listed)["tests"]:
         properties = {p["name"]: p["value"] for p in test.get("properties", [])}
         directory = os.path.relpath(properties.get("WORKING_DIRECTORY", BUILD), BUILD)
-        module = next((m for m, directories in TESTS.items() if directory in directories), None)
+        module = next((m for m, directories in TESTS.items() if directory in directories),
+                      ELSEWHERE.get(test["name"]))
         if module and test["name"] not in PASSED_OVER:
             environment = dict(e.split("=", 1) for e in properties.get("ENVIRONMENT", []))
             # CTest does not name the command of a program that is still to be built.

@@ -8,7 +8,9 @@
 
 #include <QObject>
 
+#include <algorithm>
 #include <atomic>
+#include <set>
 #include <vector>
 
 // Qt's table of hooks for debuggers, among them those that see every QObject come and go.
@@ -60,6 +62,22 @@ std::vector<ObjectFate> objectFatesDuring(Call call)
     qtHookData[created] = 0;
     qtHookData[destroyed] = 0;
     return objectFates;
+}
+
+/// How many of the objects that came during the running objectFatesDuring() are of a class and still there.
+template <class Class>
+int livingNow()
+{
+    std::set<QObject*> living;
+    for (const ObjectFate& fate : objectFates) {
+        if (fate.made)
+            living.insert(fate.object);
+        else
+            living.erase(fate.object);
+    }
+    return static_cast<int>(std::count_if(living.begin(), living.end(), [](QObject* object) {
+        return qobject_cast<Class*>(object) != nullptr;
+    }));
 }
 
 #endif

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
 #include <operationrow.h>
 #include <recordingengine.h>
 
@@ -138,7 +139,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(Algorithm::getInstance(), Algorithm::getInstance()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<Algorithm>(); }
 };
 
 QTEST_GUILESS_MAIN(TestAlgorithm)

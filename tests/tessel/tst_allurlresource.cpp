@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
+
 #include "absentroutekeys.h"
 #include "routes.h"
 
@@ -186,10 +188,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance()
-    {
-        QCOMPARE(AllUrlResource::getInstance(), AllUrlResource::getInstance());
-    }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<AllUrlResource>(); }
 };
 
 QTEST_GUILESS_MAIN(TestAllUrlResource)

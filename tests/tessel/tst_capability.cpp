@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
 #include <operationrow.h>
 #include <recordingengine.h>
 
@@ -52,7 +53,7 @@ private Q_SLOTS:
         QCOMPARE(result.at(2).toMap(), (QVariantMap{{"type", qlonglong(2)}}));
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(Capability::getInstance(), Capability::getInstance()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<Capability>(); }
 };
 
 QTEST_GUILESS_MAIN(TestCapability)

@@ -2,6 +2,7 @@
 #include "objectsleft.h"
 
 #include <logcollector.h>
+#include <oneinstance.h>
 #include <operationforms.h>
 #include <promiseoutcome.h>
 #include <recordingengine.h>
@@ -346,6 +347,30 @@ private Q_SLOTS:
         QVERIFY(result.isEmpty());
     }
 
+    void onAThreadThatTakesNoEventsTheBlockingUploadIsTheSameRequest()
+    {
+        m_engine->answer(RecordingEngine::data(R"({"a":1})"));
+        const auto upload = [](Map& result) {
+            return correction()->uploadMultilayerCoefficient("wall", "7", {1, 2}, result);
+        };
+        Map result;
+        QVERIFY(upload(result));
+        const RecordingEngine::Request here = m_engine->last();
+
+        bool ok = false;
+        Map there;
+        std::thread([&] { ok = upload(there); }).join();
+        QVERIFY(ok);
+        QCOMPARE(there, result);
+        QCOMPARE(result, (Map{{"a", qlonglong(1)}}));
+        const RecordingEngine::Request sent = m_engine->last();
+        QCOMPARE(m_engine->count(), 2);
+        QCOMPARE(int(sent.method), int(here.method));
+        QCOMPARE(sent.path, here.path);
+        QCOMPARE(sent.placeHolders, here.placeHolders);
+        QCOMPARE(sent.body, here.body);
+    }
+
     void withoutADeviceLoadCabinetCoeffsIsRejectedAndClearCabinetCoeffsSends()
     {
         QCOMPARE(PromiseOutcome::of(correction()->loadCabinetCoeffs(QString(), cabinets)),
@@ -512,7 +537,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(Correctionop::getInstance(), correction()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<Correctionop>(); }
 };
 
 QTEST_GUILESS_MAIN(TestCorrectionopUpload)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
 #include <operationrow.h>
 #include <recordingengine.h>
 
@@ -59,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(static_cast<int>(engine->last().method), static_cast<int>(HttpMethod::Put));
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(DebugInfo::getInstance(), DebugInfo::getInstance()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<DebugInfo>(); }
 };
 
 QTEST_GUILESS_MAIN(TestDebugInfo)

@@ -3,6 +3,7 @@
 #include <communicator/httpproxy.h>
 #include <tessel/devicemanager.h>
 
+#include <oneinstance.h>
 #include <recordingengine.h>
 
 #include <QSignalSpy>
@@ -66,10 +67,7 @@ private Q_SLOTS:
         QVERIFY(initialized.isEmpty());
     }
 
-    void twoCallsGiveTheSameInstance()
-    {
-        QCOMPARE(DeviceManager::getInstance(), DeviceManager::getInstance());
-    }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<DeviceManager>(); }
 };
 
 QTEST_GUILESS_MAIN(TestDeviceManager)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
 #include <operationforms.h>
 #include <recordingengine.h>
 
@@ -151,7 +152,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(FactoryOp::getInstance(), factory()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<FactoryOp>(); }
 };
 
 QTEST_GUILESS_MAIN(TestFactoryOp)

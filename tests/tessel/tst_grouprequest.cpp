@@ -2,14 +2,20 @@
 #include <logcollector.h>
 #include <recordingengine.h>
 #include <replaced.h>
+#include <singleshots.h>
+
+#include <communicator/httpjsonpackage.h>
 
 #include <tessel/frames/grouprequest.h>
+
+#include "objectsleft.h"
 
 #include <QEventLoop>
 #include <QThread>
 #include <QTimer>
 #include <QtTest>
 
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Tessel::GroupRequest;
 using Tessel::putToDevices;
@@ -131,6 +137,64 @@ private Q_SLOTS:
         });
         QVERIFY(GroupRequest("Device_Hue").put(device, {"1"}));
         QVERIFY(delivered);
+    }
+
+    void aGroupLetsEachPackageGoWithItsReplyOrItsTime_data()
+    {
+        QTest::addColumn<bool>("answered");
+        QTest::newRow("its reply") << true;
+        QTest::newRow("its time") << false;
+    }
+    void aGroupLetsEachPackageGoWithItsReplyOrItsTime()
+    {
+        QFETCH(bool, answered);
+        fireAllSingleShots(10000);
+        m_engine->hold();
+        int living[2] = {0, 0};
+        int turns = 0;
+        QTimer turning;
+        QObject::connect(&turning, &QTimer::timeout, this, [&] {
+            // What a reply or a timer sets off takes a few turns of the loop.
+            if (++turns == 20) {
+                living[0] = livingNow<HttpJsonPackage>();
+                if (answered)
+                    m_engine->release();
+                else
+                    fireSingleShots(10000, 1);
+            } else if (turns == 40) {
+                living[1] = livingNow<HttpJsonPackage>();
+                fireAllSingleShots(10000);
+            }
+        });
+        turning.start(0);
+        objectFatesDuring([this] { GroupRequest("Device_Hue").put(device, {"1", "2", "3"}); });
+        QCOMPARE(living[0], 3);
+        QCOMPARE(living[1], 2);
+        while (m_engine->release())
+            QCoreApplication::processEvents();
+    }
+
+    void whatIsUnansweredWhenAGroupEndsGoesWithTheNextEvents()
+    {
+        fireAllSingleShots(10000);
+        m_engine->hold();
+        QTimer::singleShot(0, this, [this] {
+            m_engine->release();
+            QTRY_COMPARE(m_engine->held(), 1);
+            // The timer of the answered one counts it a second time, and nobody waits for the other.
+            fireSingleShots(10000, 1);
+        });
+        int living[2] = {0, 0};
+        objectFatesDuring([this, &living] {
+            GroupRequest("Device_Hue").put(device, {"1", "2"});
+            living[0] = livingNow<HttpJsonPackage>();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            living[1] = livingNow<HttpJsonPackage>();
+        });
+        QCOMPARE(living[0], 1);
+        QCOMPARE(living[1], 0);
+        while (m_engine->release())
+            QCoreApplication::processEvents();
     }
 
     void aBatchSendsEachItemToItsOwnDeviceAndRoute()

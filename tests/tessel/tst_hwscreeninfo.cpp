@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <deviceside.h>
+#include <oneinstance.h>
 #include <operationforms.h>
 #include <operationrow.h>
 #include <protocolrow.h>
@@ -187,7 +188,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(HwScreenInfo::getInstance(), HwScreenInfo::getInstance()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<HwScreenInfo>(); }
 };
 
 QTEST_GUILESS_MAIN(TestHwScreenInfo)

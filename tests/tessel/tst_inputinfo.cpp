@@ -85,6 +85,15 @@ private Q_SLOTS:
         fireAllSingleShots(10000);
     }
 
+    // The first that looks at it, and each of the others leaves the watch on: so this is the object as it was
+    // made.
+    void theOperatorWatchesFromTheStart()
+    {
+        push(inputsChanged);
+        QCOMPARE(m_engine->count(), 1);
+        QTRY_COMPARE(m_engine->held(), 0);
+    }
+
     void operationsSendAndReturnAsTold_data()
     {
         QTest::addColumn<OperationRow>("row");

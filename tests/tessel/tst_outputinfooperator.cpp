@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <cachedlisttest.h>
 #include <cachedoperator.h>
+#include <oneinstance.h>
 #include <operationforms.h>
 
 #include <tessel/allurlresource.h>
@@ -72,7 +73,7 @@ public:
 private Q_SLOTS:
     void init() { beginWithAFreshDevice(); }
 
-    void twoCallsGiveTheSameInstance() { QCOMPARE(OutputInfoOperator::getInstance(), outputs()); }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<OutputInfoOperator>(); }
 
     void operationsSendAndReturnAsTold_data()
     {

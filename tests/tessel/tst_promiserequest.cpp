@@ -238,6 +238,7 @@ private Q_SLOTS:
         bool promised = false;
         bool answered = false;
         bool failed = false;
+        int started = 0;
         std::vector<RecordingEngine::Request> sent;
         std::thread([&] {
             promised = PromiseRequest("Device_Hwinfo")
@@ -246,7 +247,8 @@ private Q_SLOTS:
                                [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(1); })
                            .isFulfilled();
             answered = PromiseRequest::answer<bool>(
-                           "Device_Hwinfo", [](PromiseRequest&) {}, verb, device, Tessel::succeeded)
+                           "Device_Hwinfo", [](PromiseRequest&) {}, verb, device, Tessel::succeeded,
+                           [&started] { ++started; })
                            .isFulfilled();
             sent = m_engine->requests();
             HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
@@ -255,6 +257,7 @@ private Q_SLOTS:
         QVERIFY(promised);
         QVERIFY(answered);
         QVERIFY(failed);
+        QCOMPARE(started, 1);
         QCOMPARE(sent.size(), std::size_t(2));
         for (const RecordingEngine::Request& request : sent)
             QCOMPARE(int(request.method), method);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/envelopes/cabinetsresponse.h>
 #include <tessel/envelopes/commonresponse.h>
+#include <tessel/envelopes/rawresponse.h>
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/envelopes/variantresponse.h>
 #include <tessel/records/cabinetinfo.h>
@@ -437,6 +438,7 @@ private Q_SLOTS:
         cloneIsOfClass<Tessel::VariantMapResponse>();
         cloneIsOfClass<Tessel::VariantResponse>();
         cloneIsOfClass<Tessel::CabinetsResponse>();
+        cloneIsOfClass<Tessel::RawResponse>();
     }
 
     void copiesAndMovesCarryEveryField()
@@ -466,6 +468,25 @@ private Q_SLOTS:
         QCOMPARE(response.message, QStringLiteral("m"));
     }
 
+    void aRawResponseTellsTheMembersThatItHas_data()
+    {
+        QTest::addColumn<QVariantMap>("members");
+        QTest::newRow("none") << QVariantMap();
+        QTest::newRow("message") << QVariantMap{{"message", "m"}};
+        QTest::newRow("code") << QVariantMap{{"code", 7}};
+        QTest::newRow("data") << QVariantMap{{"data", QVariantList{1}}};
+        QTest::newRow("all") << QVariantMap{{"message", "m"}, {"code", 7}, {"data", "d"}};
+    }
+    void aRawResponseTellsTheMembersThatItHas()
+    {
+        QFETCH(QVariantMap, members);
+        Tessel::RawResponse response;
+        response.message = members.value("message");
+        response.code = members.value("code");
+        response.data = members.value("data");
+        QCOMPARE(response.members(), members);
+    }
+
     void aMapResponseTakesItsData()
     {
         Tessel::VariantMapResponse response;
@@ -491,13 +512,18 @@ private Q_SLOTS:
         QCOMPARE(response.data, expected);
     }
 
-    void aCabinetsResponseTakesItsCabinets()
+    void aCabinetsResponseTakesItsCabinetsAndGivesThemBack()
     {
         Tessel::CabinetsResponse response;
         QVERIFY(load(response, R"({"code":0,"message":"m","data":[{"id":"a"},{"id":"b"}]})"));
         QCOMPARE(response.message, QStringLiteral("m"));
         QCOMPARE(response.data.size(), 2);
         QCOMPARE(response.data.last().id, QStringLiteral("b"));
+
+        const QVariantList given = response.serialize({}).value("data").toList();
+        QCOMPARE(given.size(), 2);
+        QCOMPARE(given.first().toMap().value("id"), QVariant("a"));
+        QCOMPARE(given.last().toMap().value("id"), QVariant("b"));
     }
 
     void aReplysDataFillsARecord()

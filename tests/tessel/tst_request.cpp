@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <limits>
+
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Tessel::asParsed;
 using Tessel::cached;
@@ -140,6 +142,12 @@ private Q_SLOTS:
     {
         QVERIFY(Request("Device_Hwinfo").get(device));
         QCOMPARE(m_engine->last().expectedTime, 10000);
+    }
+
+    void aTimeLimitBeyondTheRangeIsTheLongestThatThereIs()
+    {
+        QVERIFY(Request("Device_Hwinfo").expectedTime(5000000000).get(device));
+        QCOMPARE(m_engine->last().expectedTime, std::numeric_limits<int>::max());
     }
 
     void aFailureEmptiesEveryOutput()

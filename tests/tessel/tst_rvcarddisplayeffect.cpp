@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <oneinstance.h>
 #include <operationforms.h>
 #include <recordingengine.h>
 
@@ -51,10 +52,7 @@ private Q_SLOTS:
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     }
 
-    void twoCallsGiveTheSameInstance()
-    {
-        QCOMPARE(RvCardDisplayEffect::getInstance(), RvCardDisplayEffect::getInstance());
-    }
+    void twoCallsGiveTheSameInstance() { checkOneInstance<RvCardDisplayEffect>(); }
 };
 
 QTEST_GUILESS_MAIN(TestRvCardDisplayEffect)

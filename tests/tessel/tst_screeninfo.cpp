@@ -10,6 +10,7 @@
 #include <tessel/hwinfo.h>
 #include <tessel/screeninfo.h>
 
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -101,7 +102,14 @@ private Q_SLOTS:
     {
         m_engine = RecordingEngine::install();
         m_device = DeviceSide::fresh();
-        screenInfo()->startWatch();
+    }
+
+    // The first of all, and each of the others leaves the watch on: so this is the object as it was made.
+    void theOperatorWatchesFromTheStart()
+    {
+        QSignalSpy named(screenInfo(), &ScreenInfo::signal_screenNameChanged);
+        DeviceSide::push(m_device, nameChanged);
+        QCOMPARE(named.size(), 1);
     }
 
     void operationsSendAndReturnAsTold_data()
@@ -421,6 +429,7 @@ private Q_SLOTS:
         DeviceSide::push(m_device, tagsChanged);
         QCOMPARE(m_engine->held(), 1);
         screenInfo()->shutDownWatch();
+        const auto watching = qScopeGuard([] { screenInfo()->startWatch(); });
         QTRY_COMPARE(tags.size(), 1);
     }
 

@@ -167,6 +167,28 @@ private Q_SLOTS:
                  qPrintable(lines[0]));
     }
 
+    void aReplyThatNobodyLooksAtIsLoggedAsWell()
+    {
+        m_engine->answer(RecordingEngine::reply("<html>secret</html>"));
+        const LogCollector log;
+        QVERIFY(CabinetInfoOperator::getInstance()->setCabinetBrightnessAsync(device, {}));
+        QTRY_COMPARE(log.lines().size(), 2); // the other one tells the state
+        QVERIFY2(log.lines()[0].startsWith("tessel.http.warning: ***@wall ") &&
+                     log.lines()[0].endsWith(": the reply is not a JSON object"),
+                 qPrintable(log.lines()[0]));
+    }
+
+    void anUnreadableReplySetsNoCode()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setReceiveData("<html>");
+        Tessel::CommonResponse response;
+        response.code = 7;
+        const LogCollector log;
+        QVERIFY(!Tessel::readResponse(package, response));
+        QCOMPARE(response.code, 0);
+    }
+
     void onlyACodeOfZeroIsSuccess_data()
     {
         QTest::addColumn<QByteArray>("reply");
