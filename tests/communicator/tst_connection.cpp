@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/connection.h"
+
+#include <QtTest>
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <future>
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Krelm::Communicator::HttpDevice;
+using Status = Connection::Status;
+using namespace std::chrono_literals;
+
+namespace {
+
+// No wait of these tests may last so long; one that does not end shows.
+constexpr auto never = std::chrono::hours(24 * 365);
+
+/// Two ends of a TCP connection; the first one belongs to a Connection.
+struct Ends
+{
+    Ends()
+    {
+        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto* const any = reinterpret_cast<sockaddr*>(&address);
+        ours = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (::bind(listener, any, size) != 0 || ::listen(listener, 1) != 0 ||
+            ::getsockname(listener, any, &size) != 0 || ::connect(ours, any, size) != 0) {
+            qFatal("no connection can be made");
+        }
+        theirs = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        ::close(listener);
+        ::fcntl(ours, F_SETFL, O_NONBLOCK); // as libcurl leaves its sockets
+    }
+    ~Ends() { close(); }
+    void close()
+    {
+        if (theirs >= 0) {
+            ::close(std::exchange(theirs, -1));
+        }
+    }
+    void reset()
+    {
+        const linger atOnce{1, 0};
+        ::setsockopt(theirs, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        close();
+    }
+    void say(const QByteArray& text) const
+    {
+        QCOMPARE(::send(theirs, text.constData(), std::size_t(text.size()), MSG_NOSIGNAL), text.size());
+    }
+    QByteArray hear(int size) const
+    {
+        QByteArray text(size, '\0');
+        const ssize_t heard = ::recv(theirs, text.data(), std::size_t(size), MSG_WAITALL);
+        return text.left(int(std::max<ssize_t>(heard, 0)));
+    }
+    /// Bytes that were given to the system and have not left.
+    int held() const
+    {
+        int bytes = 0;
+        ::ioctl(ours, SIOCOUTQNSD, &bytes);
+        return bytes;
+    }
+
+    int ours = -1;
+    int theirs = -1;
+};
+
+Bytes bytes(const QByteArray& text)
+{
+    return {text.constData(), std::size_t(text.size())};
+}
+
+} // namespace
+
+class ConnectionTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void bothPiecesGoOutInTheirOrder()
+    {
+        const Ends ends;
+        Connection connection(ends.ours);
+        QCOMPARE(connection.socket(), ends.ours);
+        const Connection::Result sent = connection.send(bytes("one"), bytes("three"), false);
+        QCOMPARE(sent.status, Status::Moved);
+        QCOMPARE(sent.bytes, std::size_t(8));
+        QCOMPARE(ends.hear(8), QByteArray("onethree"));
+        QCOMPARE(ends.held(), 0);
+    }
+
+    void whatIsToShareAPacketIsHeldUntilTheRestComes()
+    {
+        const Ends ends;
+        Connection connection(ends.ours);
+        QCOMPARE(connection.send(bytes("one"), {}, true).bytes, std::size_t(3));
+        QCOMPARE(ends.held(), 3);
+        QCOMPARE(connection.send({}, bytes("two"), false).bytes, std::size_t(3));
+        QCOMPARE(ends.hear(6), QByteArray("onetwo"));
+        QCOMPARE(ends.held(), 0);
+    }
+
+    void sendingNeverWaits()
+    {
+        const Ends ends;
+        Connection connection(ends.ours);
+        char byte = 0;
+        QCOMPARE(connection.receiveWithin(1ms, &byte, 1).status, Status::Waiting); // from now on it blocks
+        const QByteArray much(1 << 20, 'x');
+        Connection::Result result{Status::Moved, 0};
+        qint64 sent = 0;
+        while (result.status == Status::Moved && sent < (qint64(1) << 30)) {
+            result = connection.send(bytes(much), bytes(much), false);
+            sent += qint64(result.bytes);
+        }
+        QCOMPARE(result.status, Status::Waiting);
+        QCOMPARE(result.bytes, std::size_t(0));
+        QVERIFY(!connection.wait(true, 1ms));
+    }
+
+    void sendingToAPeerThatHasGoneFails()
+    {
+        Ends ends;
+        Connection connection(ends.ours);
+        ends.reset();
+        QVERIFY(connection.wait(false, never)); // the reset has come
+        const Connection::Result result = connection.send(bytes("x"), {}, false);
+        QCOMPARE(result.status, Status::Failed);
+        QCOMPARE(result.bytes, std::size_t(0));
+    }
+
+    void whatCameIsReceived_data()
+    {
+        QTest::addColumn<bool>("waiting");
+        QTest::newRow("at once") << false;
+        QTest::newRow("or waited for") << true;
+    }
+    void whatCameIsReceived()
+    {
+        QFETCH(bool, waiting);
+        Ends ends;
+        Connection connection(ends.ours);
+        std::array<char, 16> buffer{};
+        const auto receive = [&](std::chrono::milliseconds limit) {
+            return waiting ? connection.receiveWithin(limit, buffer.data(), buffer.size())
+                           : connection.receive(buffer.data(), buffer.size());
+        };
+        Connection::Result result = receive(2ms);
+        QCOMPARE(result.status, Status::Waiting);
+        QCOMPARE(result.bytes, std::size_t(0));
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        result = receive(never);
+        QCOMPARE(result.status, Status::Moved);
+        QCOMPARE(result.bytes, std::size_t(1));
+        QCOMPARE(buffer[0], 'x');
+        ends.close();
+        QVERIFY(connection.wait(false, never));
+        result = receive(never);
+        QCOMPARE(result.status, Status::Closed);
+        QCOMPARE(result.bytes, std::size_t(0));
+    }
+
+    void aResetFailsTheReceiver()
+    {
+        for (const bool waiting : {false, true}) {
+            Ends ends;
+            Connection connection(ends.ours);
+            ends.reset();
+            QVERIFY(connection.wait(false, never));
+            char byte = 0;
+            QCOMPARE(
+                (waiting ? connection.receiveWithin(never, &byte, 1) : connection.receive(&byte, 1)).status,
+                Status::Failed);
+        }
+    }
+
+    void aShorterLimitFollowsALongerOne()
+    {
+        const Ends ends;
+        Connection connection(ends.ours);
+        char byte = 0;
+        ends.say("x");
+        QCOMPARE(connection.receiveWithin(never, &byte, 1).status, Status::Moved);
+        QCOMPARE(connection.receiveWithin(20ms, &byte, 1).status, Status::Waiting);
+        QCOMPARE(connection.receiveWithin(0ms, &byte, 1).status, Status::Waiting); // 0 would be no limit
+    }
+
+    void theLimitIsSetToTheMillisecond_data()
+    {
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<int>("milliseconds");
+        QTest::newRow("within a second") << 20 << 0 << 20;
+        QTest::newRow("beyond") << 1040 << 1 << 40;
+        QTest::newRow("none") << 0 << 0 << 1;
+    }
+    void theLimitIsSetToTheMillisecond()
+    {
+        QFETCH(int, limit);
+        QFETCH(int, seconds);
+        QFETCH(int, milliseconds);
+        const Ends ends;
+        Connection connection(ends.ours);
+        ends.say("x");
+        char byte = 0;
+        QCOMPARE(connection.receiveWithin(std::chrono::milliseconds(limit), &byte, 1).status, Status::Moved);
+        timeval set{};
+        socklen_t size = sizeof set;
+        QCOMPARE(::getsockopt(ends.ours, SOL_SOCKET, SO_RCVTIMEO, &set, &size), 0);
+        QCOMPARE(int(set.tv_sec), seconds);
+        // The system counts in ticks of its own, of ten milliseconds at most.
+        QVERIFY2(int(set.tv_usec / 1000) >= milliseconds && int(set.tv_usec / 1000) < milliseconds + 10,
+                 qPrintable(QString::number(set.tv_usec)));
+    }
+
+    void aWaiterIsWokenByTheEnd()
+    {
+        const Ends ends;
+        Connection connection(ends.ours);
+        auto status = std::async(std::launch::async, [&] {
+            char byte = 0;
+            Connection::Result result = connection.receiveWithin(never, &byte, 1);
+            while (result.status == Status::Waiting) {
+                result = connection.receiveWithin(never, &byte, 1);
+            }
+            return result.status;
+        });
+        connection.shutDown();
+        QCOMPARE(status.get(), Status::Closed);
+        QCOMPARE(ends.hear(1), QByteArray());
+    }
+
+    void waitingTellsWhetherSomethingCanBeReceived()
+    {
+        Ends ends;
+        Connection connection(ends.ours);
+        QVERIFY(!connection.wait(false, 2ms));
+        QVERIFY(!connection.wait(false, -5ms));
+        QVERIFY(!connection.wait(true, never)); // can be sent
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        char byte = 0;
+        QCOMPARE(connection.receive(&byte, 1).status, Status::Moved);
+        ends.reset();
+        QVERIFY(connection.wait(true, never));
+        // What poll() tells of a reset, and of the end for both sides, stays.
+        QCOMPARE(connection.receive(&byte, 1).status, Status::Failed);
+        QVERIFY(connection.wait(true, never));
+    }
+
+    void onlyAnOpenConnectionWithoutBytesIsQuiet()
+    {
+        Ends ends;
+        Connection connection(ends.ours);
+        QVERIFY(connection.isQuiet());
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        QVERIFY(!connection.isQuiet());
+        char byte = 0;
+        QCOMPARE(connection.receive(&byte, 1).bytes, std::size_t(1)); // it was looked at, not taken
+        QVERIFY(connection.isQuiet());
+        ends.close();
+        QVERIFY(connection.wait(false, never));
+        QVERIFY(!connection.isQuiet());
+        Ends others;
+        Connection other(others.ours);
+        others.reset();
+        QVERIFY(other.wait(false, never));
+        QVERIFY(!other.isQuiet());
+    }
+
+    void theSocketEndsWithItsConnection()
+    {
+        const Ends ends;
+        {
+            const Connection connection(ends.ours);
+            QVERIFY(::fcntl(ends.ours, F_GETFD) >= 0);
+        }
+        QCOMPARE(ends.hear(1), QByteArray());
+        QCOMPARE(::fcntl(ends.ours, F_GETFD), -1);
+    }
+};
+
+QTEST_GUILESS_MAIN(ConnectionTest)
+#include "tst_connection.moc"
