@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/connection.h"
+#include "socketends.h"
 
 #include <QtTest>
 
 #include <array>
-#include <cerrno>
-#include <fcntl.h>
 #include <future>
-#include <linux/sockios.h>
-#include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace Krelm::Communicator::HttpDevice;
 using Status = Connection::Status;
@@ -21,61 +15,6 @@ namespace {
 
 // No wait of these tests may last so long; one that does not end shows.
 constexpr auto never = std::chrono::hours(24 * 365);
-
-/// Two ends of a TCP connection; the first one belongs to a Connection.
-struct Ends
-{
-    Ends()
-    {
-        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* const any = reinterpret_cast<sockaddr*>(&address);
-        ours = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        if (::bind(listener, any, size) != 0 || ::listen(listener, 1) != 0 ||
-            ::getsockname(listener, any, &size) != 0 || ::connect(ours, any, size) != 0) {
-            qFatal("no connection can be made");
-        }
-        theirs = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-        ::close(listener);
-        ::fcntl(ours, F_SETFL, O_NONBLOCK); // as libcurl leaves its sockets
-    }
-    ~Ends() { close(); }
-    void close()
-    {
-        if (theirs >= 0) {
-            ::close(std::exchange(theirs, -1));
-        }
-    }
-    void reset()
-    {
-        const linger atOnce{1, 0};
-        ::setsockopt(theirs, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-        close();
-    }
-    void say(const QByteArray& text) const
-    {
-        QCOMPARE(::send(theirs, text.constData(), std::size_t(text.size()), MSG_NOSIGNAL), text.size());
-    }
-    QByteArray hear(int size) const
-    {
-        QByteArray text(size, '\0');
-        const ssize_t heard = ::recv(theirs, text.data(), std::size_t(size), MSG_WAITALL);
-        return text.left(int(std::max<ssize_t>(heard, 0)));
-    }
-    /// Bytes that were given to the system and have not left.
-    int held() const
-    {
-        int bytes = 0;
-        ::ioctl(ours, SIOCOUTQNSD, &bytes);
-        return bytes;
-    }
-
-    int ours = -1;
-    int theirs = -1;
-};
 
 Bytes bytes(const QByteArray& text)
 {
@@ -90,7 +29,7 @@ class ConnectionTest : public QObject
 private Q_SLOTS:
     void bothPiecesGoOutInTheirOrder()
     {
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         QCOMPARE(connection.socket(), ends.ours);
         const Connection::Result sent = connection.send(bytes("one"), bytes("three"), false);
@@ -102,7 +41,7 @@ private Q_SLOTS:
 
     void whatIsToShareAPacketIsHeldUntilTheRestComes()
     {
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         QCOMPARE(connection.send(bytes("one"), {}, true).bytes, std::size_t(3));
         QCOMPARE(ends.held(), 3);
@@ -113,7 +52,7 @@ private Q_SLOTS:
 
     void sendingNeverWaits()
     {
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         char byte = 0;
         QCOMPARE(connection.receiveWithin(1ms, &byte, 1).status, Status::Waiting); // from now on it blocks
@@ -131,7 +70,7 @@ private Q_SLOTS:
 
     void sendingToAPeerThatHasGoneFails()
     {
-        Ends ends;
+        SocketEnds ends;
         Connection connection(ends.ours);
         ends.reset();
         QVERIFY(connection.wait(false, never)); // the reset has come
@@ -149,7 +88,7 @@ private Q_SLOTS:
     void whatCameIsReceived()
     {
         QFETCH(bool, waiting);
-        Ends ends;
+        SocketEnds ends;
         Connection connection(ends.ours);
         std::array<char, 16> buffer{};
         const auto receive = [&](std::chrono::milliseconds limit) {
@@ -175,7 +114,7 @@ private Q_SLOTS:
     void aResetFailsTheReceiver()
     {
         for (const bool waiting : {false, true}) {
-            Ends ends;
+            SocketEnds ends;
             Connection connection(ends.ours);
             ends.reset();
             QVERIFY(connection.wait(false, never));
@@ -188,7 +127,7 @@ private Q_SLOTS:
 
     void aShorterLimitFollowsALongerOne()
     {
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         char byte = 0;
         ends.say("x");
@@ -211,7 +150,7 @@ private Q_SLOTS:
         QFETCH(int, limit);
         QFETCH(int, seconds);
         QFETCH(int, milliseconds);
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         ends.say("x");
         char byte = 0;
@@ -227,7 +166,7 @@ private Q_SLOTS:
 
     void aWaiterIsWokenByTheEnd()
     {
-        const Ends ends;
+        const SocketEnds ends;
         Connection connection(ends.ours);
         auto status = std::async(std::launch::async, [&] {
             char byte = 0;
@@ -244,7 +183,7 @@ private Q_SLOTS:
 
     void waitingTellsWhetherSomethingCanBeReceived()
     {
-        Ends ends;
+        SocketEnds ends;
         Connection connection(ends.ours);
         QVERIFY(!connection.wait(false, 2ms));
         QVERIFY(!connection.wait(false, -5ms));
@@ -262,7 +201,7 @@ private Q_SLOTS:
 
     void onlyAnOpenConnectionWithoutBytesIsQuiet()
     {
-        Ends ends;
+        SocketEnds ends;
         Connection connection(ends.ours);
         QVERIFY(connection.isQuiet());
         ends.say("x");
@@ -274,7 +213,7 @@ private Q_SLOTS:
         ends.close();
         QVERIFY(connection.wait(false, never));
         QVERIFY(!connection.isQuiet());
-        Ends others;
+        SocketEnds others;
         Connection other(others.ours);
         others.reset();
         QVERIFY(other.wait(false, never));
@@ -283,7 +222,7 @@ private Q_SLOTS:
 
     void theSocketEndsWithItsConnection()
     {
-        const Ends ends;
+        const SocketEnds ends;
         {
             const Connection connection(ends.ours);
             QVERIFY(::fcntl(ends.ours, F_GETFD) >= 0);

@@ -124,7 +124,7 @@ def units():
         arguments, words = [], words[start + 1:]
         while words:
             word = words.pop(0)
-            if word == "-o":
+            if word in ("-o", "-include"):  # a precompiled header is this compiler's own
                 words.pop(0)
             elif word not in ("-c", "-Werror") and not word.endswith(".cpp"):
                 arguments.append(word)
@@ -246,7 +246,8 @@ class Build:
             self.store()
             if done.returncode == 0:
                 return
-            count = self.blame(done.stdout)
+            # What follows from a constant that is none any more is no mutant's fault.
+            count = self.harden(done.stdout) or self.blame(done.stdout)
             if not count:
                 with open(os.path.join(BUILD, "failed.log"), "w", encoding="utf-8") as file:
                     file.write(done.stdout)
@@ -254,6 +255,22 @@ class Build:
             say(f"  {count} that do not compile are left out")
             self.store()
         sys.exit("The mutated sources do not build after 60 attempts.")
+
+    def harden(self, output):
+        """Keeps those constants as they are that the compiler needs, such as the size of an array."""
+        needed = set()
+        for line in output.splitlines():
+            if "constant expression" in line:
+                needed |= {name.split("::")[-1] for name in re.findall(r"[‘']([\w:<> ]+)[’']", line)}
+        count = 0
+        for path, source in self.known.items():
+            stiff = self.stiff.setdefault(path, set())
+            for start, word, _, body in source.relaxed:
+                name = re.match(r"[^={;]*?(\w+)\s*(?:\[[^]]*\]\s*)?[={;]", source.text[word:body[1]] + ";")
+                if start not in stiff and name and name.group(1) in needed:
+                    stiff.add(start)
+                    count += 1
+        return count
 
     def blame(self, output):
         """Leaves out what the compiler's errors point at."""
