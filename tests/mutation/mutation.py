@@ -261,7 +261,7 @@ class Build:
         needed = set()
         for line in output.splitlines():
             if "constant expression" in line:
-                needed |= {name.split("::")[-1] for name in re.findall(r"[‘']([\w:<> ]+)[’']", line)}
+                needed |= {name.split("::")[-1] for name in re.findall(r"[‘']([^‘’']+)[’']", line)}
         count = 0
         for path, source in self.known.items():
             stiff = self.stiff.setdefault(path, set())
