@@ -11,13 +11,22 @@
 
 namespace {
 
-/// What tells where programs and scratch space are, and what steers a sanitizer, a debugger or Qt Test
-/// itself.
+/// What tells where programs and scratch space are, and what steers a sanitizer, a debugger, a mutation run
+/// or Qt Test itself.
 bool isKept(const std::string& name)
 {
-    static const std::vector<std::string> kept = {
-        "PATH",         "TMPDIR",       "LD_LIBRARY_PATH", "LD_PRELOAD",        "ASAN_OPTIONS",
-        "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS",   "QTEST_ENVIRONMENT", "QTEST_FUNCTION_TIMEOUT"};
+    static const std::vector<std::string> kept = {"PATH",
+                                                  "TMPDIR",
+                                                  "LD_LIBRARY_PATH",
+                                                  "LD_PRELOAD",
+                                                  "ASAN_OPTIONS",
+                                                  "LSAN_OPTIONS",
+                                                  "TSAN_OPTIONS",
+                                                  "UBSAN_OPTIONS",
+                                                  "QTEST_ENVIRONMENT",
+                                                  "QTEST_FUNCTION_TIMEOUT",
+                                                  "TESSEL_MUTANT",
+                                                  "TESSEL_MUTANTS_REACHED"};
     return std::find(kept.begin(), kept.end(), name) != kept.end();
 }
 
