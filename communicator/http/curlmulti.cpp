@@ -71,7 +71,6 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
     // Without it libcurl keeps four per running transfer, and a round through many devices reconnects every
     // time.
     curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, keptConnections);
-    curl_multi_setopt(m_multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_NOTHING));
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
@@ -175,9 +174,7 @@ void CurlMulti::drainCompletedTransfers()
 {
     int queued = 0;
     while (const CURLMsg* const message = curl_multi_info_read(m_multi, &queued)) {
-        if (message->msg != CURLMSG_DONE) {
-            continue;
-        }
+        // There is one kind of message: a transfer is done.
         CURL* const easy = message->easy_handle;
         const CURLcode code = message->data.result;
         auto transfer = m_transfers.extract(easy);

@@ -16,9 +16,6 @@ IHttpVersionTrigger::HttpSimpleState stateOfCurlCode(CURLcode code)
         return IHttpVersionTrigger::Unreachable;
     case CURLE_OPERATION_TIMEDOUT:
         return IHttpVersionTrigger::TimedOut;
-    case CURLE_FILESIZE_EXCEEDED:
-    case CURLE_OUT_OF_MEMORY: // also how libcurl refuses a header line beyond 100 KB
-        return IHttpVersionTrigger::LimitExceeded;
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_SSL_ENGINE_NOTFOUND:
     case CURLE_SSL_ENGINE_SETFAILED:
@@ -33,9 +30,6 @@ IHttpVersionTrigger::HttpSimpleState stateOfCurlCode(CURLcode code)
     case CURLE_SSL_INVALIDCERTSTATUS:
     case CURLE_SSL_CLIENTCERT:
         return IHttpVersionTrigger::TlsFailure;
-    case CURLE_READ_ERROR: // only a file part that cannot be read any more
-    case CURLE_FILE_COULDNT_READ_FILE:
-        return IHttpVersionTrigger::FileFailure;
     default:
         return IHttpVersionTrigger::Broken;
     }

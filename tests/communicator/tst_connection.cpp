@@ -1,16 +1,212 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/connection.h"
 #include "enginebench.h"
+#include "socketends.h"
 
+#include <QtTest>
+
+#include <array>
+#include <future>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+using Status = Connection::Status;
+using namespace std::chrono_literals;
+
+namespace {
+
+// No wait of these tests may last so long; one that does not end shows.
+constexpr auto never = std::chrono::hours(24 * 365);
+
+Bytes bytes(const QByteArray& text)
+{
+    return {text.constData(), std::size_t(text.size())};
+}
+
+} // namespace
+
 class ConnectionTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void bothPiecesGoOutInTheirOrder()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        QCOMPARE(connection.socket(), ends.ours);
+        const Connection::Result sent = connection.send(bytes("one"), bytes("three"), false);
+        QCOMPARE(sent.status, Status::Moved);
+        QCOMPARE(sent.bytes, std::size_t(8));
+        QCOMPARE(ends.hear(8), QByteArray("onethree"));
+        QCOMPARE(ends.held(), 0);
+    }
+
+    void whatIsToShareAPacketIsHeldUntilTheRestComes()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        QCOMPARE(connection.send(bytes("one"), {}, true).bytes, std::size_t(3));
+        QCOMPARE(ends.held(), 3);
+        QCOMPARE(connection.send({}, bytes("two"), false).bytes, std::size_t(3));
+        QCOMPARE(ends.hear(6), QByteArray("onetwo"));
+        QCOMPARE(ends.held(), 0);
+    }
+
+    void sendingNeverWaits()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        char byte = 0;
+        QCOMPARE(connection.receiveWithin(1ms, &byte, 1).status, Status::Waiting); // from now on it blocks
+        const QByteArray much(1 << 20, 'x');
+        Connection::Result result{Status::Moved, 0};
+        qint64 sent = 0;
+        while (result.status == Status::Moved && sent < (qint64(1) << 30)) {
+            result = connection.send(bytes(much), bytes(much), false);
+            sent += qint64(result.bytes);
+        }
+        QCOMPARE(result.status, Status::Waiting);
+        QCOMPARE(result.bytes, std::size_t(0));
+        QVERIFY(!connection.wait(true, 1ms));
+    }
+
+    void sendingToAPeerThatHasGoneFails()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        ends.reset();
+        QVERIFY(connection.wait(false, never)); // the reset has come
+        const Connection::Result result = connection.send(bytes("x"), {}, false);
+        QCOMPARE(result.status, Status::Failed);
+        QCOMPARE(result.bytes, std::size_t(0));
+    }
+
+    void whatCameIsReceived_data()
+    {
+        QTest::addColumn<bool>("waiting");
+        QTest::newRow("at once") << false;
+        QTest::newRow("or waited for") << true;
+    }
+    void whatCameIsReceived()
+    {
+        QFETCH(bool, waiting);
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        std::array<char, 16> buffer{};
+        const auto receive = [&](std::chrono::milliseconds limit) {
+            return waiting ? connection.receiveWithin(limit, buffer.data(), buffer.size())
+                           : connection.receive(buffer.data(), buffer.size());
+        };
+        Connection::Result result = receive(2ms);
+        QCOMPARE(result.status, Status::Waiting);
+        QCOMPARE(result.bytes, std::size_t(0));
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        result = receive(never);
+        QCOMPARE(result.status, Status::Moved);
+        QCOMPARE(result.bytes, std::size_t(1));
+        QCOMPARE(buffer[0], 'x');
+        ends.close();
+        QVERIFY(connection.wait(false, never));
+        result = receive(never);
+        QCOMPARE(result.status, Status::Closed);
+        QCOMPARE(result.bytes, std::size_t(0));
+    }
+
+    void aResetFailsTheReceiver()
+    {
+        for (const bool waiting : {false, true}) {
+            SocketEnds ends;
+            Connection connection(ends.ours);
+            ends.reset();
+            QVERIFY(connection.wait(false, never));
+            char byte = 0;
+            QCOMPARE(
+                (waiting ? connection.receiveWithin(never, &byte, 1) : connection.receive(&byte, 1)).status,
+                Status::Failed);
+        }
+    }
+
+    void aShorterLimitFollowsALongerOne()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        char byte = 0;
+        ends.say("x");
+        QCOMPARE(connection.receiveWithin(never, &byte, 1).status, Status::Moved);
+        QCOMPARE(connection.receiveWithin(20ms, &byte, 1).status, Status::Waiting);
+        QCOMPARE(connection.receiveWithin(0ms, &byte, 1).status, Status::Waiting); // 0 would be no limit
+    }
+
+    void aWaiterIsWokenByTheEnd()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        auto status = std::async(std::launch::async, [&] {
+            char byte = 0;
+            Connection::Result result = connection.receiveWithin(never, &byte, 1);
+            while (result.status == Status::Waiting) {
+                result = connection.receiveWithin(never, &byte, 1);
+            }
+            return result.status;
+        });
+        connection.shutDown();
+        QCOMPARE(status.get(), Status::Closed);
+        QCOMPARE(ends.hear(1), QByteArray());
+    }
+
+    void waitingTellsWhetherSomethingCanBeReceived()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        QVERIFY(!connection.wait(false, 2ms));
+        QVERIFY(!connection.wait(false, -5ms));
+        QVERIFY(!connection.wait(true, never)); // can be sent
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        char byte = 0;
+        QCOMPARE(connection.receive(&byte, 1).status, Status::Moved);
+        ends.reset();
+        QVERIFY(connection.wait(true, never));
+        // What poll() tells of a reset, and of the end for both sides, stays.
+        QCOMPARE(connection.receive(&byte, 1).status, Status::Failed);
+        QVERIFY(connection.wait(true, never));
+    }
+
+    void onlyAnOpenConnectionWithoutBytesIsQuiet()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        QVERIFY(connection.isQuiet());
+        ends.say("x");
+        QVERIFY(connection.wait(false, never));
+        QVERIFY(!connection.isQuiet());
+        char byte = 0;
+        QCOMPARE(connection.receive(&byte, 1).bytes, std::size_t(1)); // it was looked at, not taken
+        QVERIFY(connection.isQuiet());
+        ends.close();
+        QVERIFY(connection.wait(false, never));
+        QVERIFY(!connection.isQuiet());
+        SocketEnds others;
+        Connection other(others.ours);
+        others.reset();
+        QVERIFY(other.wait(false, never));
+        QVERIFY(!other.isQuiet());
+    }
+
+    void theSocketEndsWithItsConnection()
+    {
+        const SocketEnds ends;
+        {
+            const Connection connection(ends.ours);
+            QVERIFY(::fcntl(ends.ours, F_GETFD) >= 0);
+        }
+        QCOMPARE(ends.hear(1), QByteArray());
+        QCOMPARE(::fcntl(ends.ours, F_GETFD), -1);
+    }
+
     void initTestCase() { muteLog(); }
 
     // The timers of the kernel's sockets are late by up to an eighth.

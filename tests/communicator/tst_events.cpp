@@ -4,10 +4,15 @@
 #include "misbehavingserver.h"
 
 #include <closedport.h>
+#include <logcollector.h>
 
+#include <QDir>
 #include <QEventLoop>
 #include <QLoggingCategory>
 #include <QtTest>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace Krelm::Communicator::HttpDevice;
 using namespace std::chrono_literals;
@@ -159,6 +164,104 @@ private Q_SLOTS:
         server.addScript({head, "data: a\n\n"});
         server.addScript({head, "data: a\n\n"});
         QTRY_COMPARE(listening.events.value(0), QByteArray("a"));
+    }
+
+    void everyFailureIsToldOnce_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("staysOpen");
+        QTest::addColumn<QString>("failure");
+        const auto row = [](const char* name, const QByteArray& reply, bool staysOpen, const char* failure) {
+            QTest::newRow(name) << reply << staysOpen << QString::fromLatin1(failure);
+        };
+        const QByteArray empty = "\r\nContent-Length: 0\r\n\r\n";
+        row("closes", {}, false, "the device does not answer");
+        row("no HTTP", "hello\r\n", true, "the device does not answer");
+        row("not found", "HTTP/1.1 404 No" + empty, true, "the device offers no events");
+        row("payment", "HTTP/1.1 402 No" + empty, true, "the device offers no events");
+        row("no content", "HTTP/1.1 204 No\r\n\r\n", true, "the device offers no events");
+        row("another type", "HTTP/1.1 200 OK\r\nContent-Type: text/plain" + empty, true,
+            "the device offers no events");
+        row("another status", "HTTP/1.1 201 OK\r\nContent-Type: text/event-stream" + empty, true,
+            "the device offers no events");
+        row("not logged in", "HTTP/1.1 401 No" + empty, true, "the device refused the login");
+        row("forbidden", "HTTP/1.1 403 No" + empty, true, "the device refused the login");
+        row("ends", head + "data: a\n\n", false, "the stream ended");
+        row("falls silent", "HTTP/1.1 200 OK\r\ncontent-TYPE: Text/Event-Stream ; a=b\r\n\r\n", true,
+            "the stream fell silent");
+        row("huge event", head + "data: " + QByteArray(2 << 20, 'x') + "\n\n", true, "an event is too large");
+    }
+    void everyFailureIsToldOnce()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, staysOpen);
+        QFETCH(QString, failure);
+        MisbehavingServer server(staysOpen ? Mode::RawKeepAlive : Mode::Raw);
+        server.setRaw(reply);
+        EventTimings timings = quickTimings();
+        timings.silence = 100ms;
+        timings.loginDelay = 20ms;
+        LogCollector log;
+        {
+            Listening listening(timings);
+            listening.open(wall, server.address());
+            QVERIFY(server.waitForDeliveries(3));
+        }
+        QStringList warnings;
+        int attempts = 0;
+        for (const QString& line : log.lines()) {
+            if (line.contains(QLatin1String(".warning: "))) {
+                warnings += line;
+            } else if (line.startsWith(QLatin1String("tessel.events.debug: wall: "))) {
+                QVERIFY2(line.contains(failure), qPrintable(line));
+                ++attempts;
+            }
+        }
+        QCOMPARE(warnings, QStringList(QStringLiteral("tessel.events.warning: wall: ") + failure));
+        QVERIFY(attempts >= 2);
+    }
+
+    void aStreamThatCannotBeOpenedAgainDidNotEndAgain()
+    {
+        LogCollector log;
+        std::optional<MisbehavingServer> server(std::in_place, Mode::Scripted);
+        server->addScript({head, "data: a\n\n"});
+        Listening listening;
+        listening.open(wall, server->address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        QVERIFY(log.lines().contains(QStringLiteral("tessel.events.info: wall: streaming")));
+        server.reset();
+        const auto has = [&log](const char* text) {
+            return log.lines().join(QLatin1Char('\n')).contains(QLatin1String(text));
+        };
+        QTRY_VERIFY(has("wall: the device does not answer, next attempt in "));
+        QVERIFY(has("wall: the stream ended, next attempt in "));
+    }
+
+    void aStreamAsksTheSystemWhetherItsPeerIsThere()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: a\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        QCOMPARE(server.received().at(0).method, QByteArray("GET"));
+        QCOMPARE(server.received().at(0).headers.value("cache-control"), QByteArray("no-store"));
+        int found = 0;
+        const QDir descriptors(QStringLiteral("/proc/self/fd"));
+        for (const QString& name : descriptors.entryList(QDir::Files | QDir::System)) {
+            sockaddr_in peer{};
+            socklen_t size = sizeof peer;
+            if (::getpeername(name.toInt(), reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+                peer.sin_family == AF_INET && ntohs(peer.sin_port) == server.port()) {
+                int on = 0;
+                size = sizeof on;
+                QCOMPARE(::getsockopt(name.toInt(), SOL_SOCKET, SO_KEEPALIVE, &on, &size), 0);
+                QCOMPARE(on, 1);
+                ++found;
+            }
+        }
+        QCOMPARE(found, 1);
     }
 
     void aRefusedLoginIsNotRepeatedSoon()

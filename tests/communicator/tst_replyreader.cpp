@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/replyreader.h"
 
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace Krelm::Communicator::HttpDevice;
@@ -11,6 +12,12 @@ namespace {
 void feed(ReplyReader& reader, const QByteArray& text)
 {
     reader.feed(text.constData(), std::size_t(text.size()));
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
 }
 
 QByteArray headOf(int length)
@@ -51,6 +58,181 @@ private Q_SLOTS:
         third.restart();
         feed(third, headOf(1000) + QByteArray(1000, 'g'));
         QCOMPARE(third.finish(State::Success).body, QByteArray(1000, 'g'));
+    }
+
+    void everyOutcomeHasItsReason_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<bool>("ended");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("reason");
+        const auto row = [](const char* name, const QByteArray& text, bool ended, int state, int status,
+                            const char* reason) {
+            QTest::newRow(name) << text << ended << state << status << QString::fromLatin1(reason);
+        };
+        const QByteArray ok = "HTTP/1.1 200 OK\r\n";
+        row("whole", ok + "Content-Length: 2\r\n\r\n{}", false, State::Success, 200, "");
+        row("199 is interim", "HTTP/1.1 199 No\r\n\r\n", true, State::Broken, 0,
+            "the connection ended within the reply's head");
+        row("299", "HTTP/1.1 299 OK\r\nContent-Length: 2\r\n\r\n{}", false, State::Success, 299, "");
+        row("300", "HTTP/1.1 300 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 300,
+            "HTTP status 300");
+        row("404", "HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 404,
+            "HTTP status 404");
+        row("206", "HTTP/1.1 206 Part\r\nContent-Length: 2\r\n\r\n{}", false, State::Broken, 206,
+            "the device sent a part (206), which nobody asked for");
+        row("nothing", "", true, State::Broken, 0, "the connection ended without a reply");
+        row("a cut head", "HTTP/1.1 200", true, State::Broken, 0,
+            "the connection ended within the reply's head");
+        row("a cut body", headOf(3) + "{}", true, State::Broken, 200,
+            "the connection ended within the reply's body");
+        row("no length, JSON", ok + "\r\n{}", true, State::Success, 200, "");
+        row("no length, cut JSON", ok + "\r\n{\"a\"", true, State::Broken, 200,
+            "the reply tells no length and may be cut");
+        row("the largest body", headOf(1000) + QByteArray(1000, ' '), false, State::Success, 200, "");
+        row("a larger one", headOf(1001), false, State::LimitExceeded, 200, "the reply is too large");
+        row("a larger one, in chunks",
+            ok + "Transfer-Encoding: chunked\r\n\r\n3E8\r\n" + QByteArray(1000, ' ') + "\r\n1\r\n \r\n",
+            false, State::LimitExceeded, 200, "the reply is too large");
+        row("large headers", ok + QByteArray(70000, 'x'), false, State::LimitExceeded, 0,
+            "the reply's headers are too large");
+        row("no HTTP", "hello\r\n", false, State::Broken, 0, "what came is not an HTTP/1 response");
+    }
+    void everyOutcomeHasItsReason()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(bool, ended);
+        QFETCH(int, state);
+        QFETCH(int, status);
+        QFETCH(QString, reason);
+        TransferLimits limits;
+        limits.bodyBytes = 1000;
+        ReplyReader reader(limits);
+        for (int i = 0; i < 2; ++i) { // a reader serves one reply after the other
+            reader.reset();
+            QVERIFY(!reader.hasBegun());
+            QCOMPARE(reader.status(), 0);
+            QCOMPARE(reader.received(), qint64(0));
+            QCOMPARE(reader.expected(), qint64(-1));
+            feed(reader, text);
+            QCOMPARE(reader.hasBegun(), !text.isEmpty());
+            if (ended) {
+                reader.end();
+            }
+            QCOMPARE(reader.status(), status);
+            const HttpReply reply = reader.finish(State::Success);
+            QCOMPARE(int(reply.state), state);
+            QCOMPARE(reply.status, status);
+            QCOMPARE(reader.reason(), reason);
+            QCOMPARE(reply.body.isEmpty(), state != State::Success && state != State::HttpFailure);
+        }
+        // What the caller knows better has no reason of the reader's, unless the reader gave up first.
+        reader.reset();
+        QCOMPARE(reader.reason(), QString());
+        feed(reader, text);
+        const bool refused = state == State::LimitExceeded && status != 0;
+        const HttpReply reply = reader.finish(State::TimedOut);
+        QCOMPARE(int(reply.state), refused || status == 206 ? state : int(State::TimedOut));
+        QCOMPARE(reader.reason(), refused || status == 206 ? reason : QString());
+        QVERIFY(reply.body.isEmpty());
+    }
+
+    void headersOfOneNameAreOneList()
+    {
+        ReplyReader reader{TransferLimits()};
+        feed(reader, "HTTP/1.1 200 OK\r\nX-Aa: 1\r\nB:\r\nx-AA: 2\r\nC: \xc3\xa9\r\nX-AA: 3\r\n"
+                     "Content-Length: 2\r\n\r\n{");
+        QCOMPARE(reader.header(QStringLiteral("x-aa")), QStringLiteral("1, 2, 3"));
+        QCOMPARE(reader.header(QStringLiteral("d")), QString());
+        QCOMPARE(reader.received(), qint64(1));
+        QCOMPARE(reader.expected(), qint64(2));
+        feed(reader, "}");
+        QCOMPARE(reader.received(), qint64(2));
+        const QMap<QString, QString> wanted{
+            {"X-Aa", "1, 2, 3"}, {"B", ""}, {"C", QStringLiteral("\u00e9")}, {"Content-Length", "2"}};
+        QCOMPARE(reader.finish(State::Success).headers, wanted);
+        reader.reset();
+        feed(reader, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        QCOMPARE(reader.finish(State::Success).headers.size(), 1);
+    }
+
+    void whatIsBegunAnewForgetsWhatCame()
+    {
+        ReplyReader reader{TransferLimits()};
+        feed(reader, "HTTP/1.1 200 OK\r\nX: 1\r\n\r\nuntil the end");
+        reader.restart();
+        QVERIFY(!reader.hasBegun());
+        QCOMPARE(reader.status(), 0);
+        QCOMPARE(reader.header(QStringLiteral("x")), QString());
+        QCOMPARE(reader.received(), qint64(0));
+        QCOMPARE(reader.expected(), qint64(-1));
+        feed(reader, headOf(5) + "no {}");
+        const HttpReply reply = reader.finish(State::Success);
+        QCOMPARE(reply.state, State::Success);
+        QCOMPARE(reply.body, QByteArray("no {}"));
+        QCOMPARE(reply.headers.size(), 1);
+    }
+
+    void onlyAWholeGoodReplyBecomesTheFile_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("body");
+        const QByteArray large(1500, 'x'); // more than a body in memory may have
+        QTest::newRow("good") << headOf(1500) + large << int(State::Success) << large << QByteArray();
+        QTest::newRow("too large") << headOf(2001) << int(State::LimitExceeded) << QByteArray("old")
+                                   << QByteArray();
+        QTest::newRow("cut") << headOf(5) + "abcd" << int(State::Broken) << QByteArray("old") << QByteArray();
+        QTest::newRow("of no length") << QByteArray("HTTP/1.1 200 OK\r\n\r\n{}") << int(State::Broken)
+                                      << QByteArray("old") << QByteArray();
+        QTest::newRow("a failure") << QByteArray("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}")
+                                   << int(State::HttpFailure) << QByteArray("old") << QByteArray("{}");
+        QTest::newRow("a failure whose text is too large")
+            << "HTTP/1.1 404 No\r\nContent-Length: 1500\r\n\r\n" + large << int(State::LimitExceeded)
+            << QByteArray("old") << QByteArray();
+    }
+    void onlyAWholeGoodReplyBecomesTheFile()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, state);
+        QFETCH(QByteArray, content);
+        QFETCH(QByteArray, body);
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("old.bin"));
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+        old.close();
+        TransferLimits limits;
+        limits.bodyBytes = 1000;
+        limits.downloadBytes = 2000;
+        limits.allBodiesBytes = 1400; // a file takes no memory
+        ReplyReader reader(limits);
+        QVERIFY(reader.storeIn(path));
+        feed(reader, text);
+        reader.end();
+        const HttpReply reply = reader.finish(State::Success);
+        QCOMPARE(int(reply.state), state);
+        QCOMPARE(reply.body, body);
+        QCOMPARE(contentOf(path), content);
+        // The next reply goes to memory again.
+        reader.reset();
+        feed(reader, headOf(2) + "{}");
+        QCOMPARE(reader.finish(State::Success).body, QByteArray("{}"));
+        QCOMPARE(contentOf(path), content);
+        QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    }
+
+    void aFileThatCannotBeWrittenIsTold()
+    {
+        const QTemporaryDir directory;
+        ReplyReader reader{TransferLimits()};
+        QVERIFY(!reader.storeIn(directory.filePath(QStringLiteral("none/x"))));
+        QVERIFY2(reader.reason().startsWith(QLatin1String("the destination cannot be written: ")),
+                 qPrintable(reader.reason()));
+        QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
+        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: is no regular file"));
     }
 };
 

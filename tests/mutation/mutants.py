@@ -462,13 +462,19 @@ class Finder:
         elif result in ("void", "") or "<dependent" in result:
             pass
         elif not result.rstrip().endswith("&") and not re.fullmatch(
-                r"[\w:]*(<.*>)?(\(\)|\{\})|nullptr|0|\"\"", text, re.S) and inner.kind != Kind.LAMBDA_EXPR:
+                r"[\w:]*(<.*>)?(\(\)|\{\})|nullptr|0|\"\"", text, re.S) and inner.kind != Kind.LAMBDA_EXPR and \
+                not self.is_zero(inner):
             if not scope.in_lambda:
                 source.prefixed(scope, "return", start, end, "return {}", "return {};")
             elif "[" not in source.masked[first:last]:
                 source.prefixed(scope, "return", start, end, "return {}",
                                 f"return std::decay_t<decltype({text})>{{}};")
         self.walk(value, scope)
+
+    def is_zero(self, cursor):
+        """Whether this is the enumerator that `{}` stands for."""
+        declared = cursor.referenced if cursor.kind in (Kind.DECL_REF_EXPR, Kind.MEMBER_REF_EXPR) else None
+        return declared is not None and declared.kind == Kind.ENUM_CONSTANT_DECL and declared.enum_value == 0
 
     def lambda_(self, cursor, scope):
         if self.source.text[self.range(cursor)[0]] != "[":
@@ -533,8 +539,8 @@ class Finder:
 
     def swap(self, cursor, scope, start, end):
         source = self.source
-        if cursor.spelling in ("min", "max"):
-            return  # the same either way
+        if cursor.spelling in ("min", "max", "qstrnicmp"):
+            return  # the same either way, or compared with 0
         arguments = [a for a in cursor.get_arguments() if a is not None]
         ranges = [self.range(a) for a in arguments]
         types = [re.sub(r"^const |\s*&+$", "", a.type.get_canonical().spelling) for a in arguments]

@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/connectionpool.h"
+#include "enginebench.h"
+
+#include <sys/resource.h>
+#include <thread>
+
+namespace {
+
+const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
+
+/// The pool under test, and devices to ask.
+struct Pool
+{
+    HttpReply ask(const QString& key, bool daemon = false, int milliseconds = 20000)
+    {
+        HttpRequest asked = request(key);
+        asked.daemon = daemon;
+        asked.expectedTime = milliseconds;
+        return pool.exchange(asked, registry.find(key), std::chrono::steady_clock::now());
+    }
+    std::vector<std::thread> askAtOnce(const QString& key, int count)
+    {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i) {
+            threads.emplace_back([this, key] { succeeded += ask(key).state == State::Success ? 1 : 0; });
+        }
+        return threads;
+    }
+
+    DeviceRegistry registry;
+    ConnectionPool pool{smallLimits()};
+    std::atomic<int> succeeded{0};
+};
+
+} // namespace
+
+class ConnectionPoolTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { muteLog(); }
+
+    void sixteenConnectionsAreKeptToADevice()
+    {
+        MisbehavingServer server(Mode::Stall);
+        Pool pool;
+        auto threads = pool.askAtOnce(server.address(), 20);
+        const bool delivered = server.waitForDeliveries(20);
+        server.broadcast(reply);
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QVERIFY(delivered);
+        QCOMPARE(pool.succeeded.load(), 20);
+        QTRY_COMPARE(server.open(), 16);
+    }
+
+    void theLeastRecentlyUsedConnectionGoesWhenThereAreTooMany()
+    {
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        rlimit lower = before;
+        lower.rlim_cur = 256; // half of it may be kept
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &lower), 0);
+        std::optional<Pool> pool(std::in_place);
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+        MisbehavingServer server;
+        const auto key = [](int device) { return QStringLiteral("wall %1").arg(device); };
+        DeviceEndpoint endpoint;
+        endpoint.address = server.address();
+        QString reason;
+        for (int device = 0; device < 130; ++device) {
+            pool->registry.add(key(device), endpoint, reason);
+            QCOMPARE(pool->ask(key(device)).state, State::Success);
+        }
+        QCOMPARE(server.connections(), 130);
+        QTRY_COMPARE(server.open(), 128);
+        for (const int device : {129, 64, 2}) { // the oldest two are gone
+            QCOMPARE(pool->ask(key(device)).state, State::Success);
+        }
+        QCOMPARE(server.connections(), 130);
+        QCOMPARE(pool->ask(key(0)).state, State::Success);
+        QCOMPARE(server.connections(), 131);
+        QTRY_COMPARE(server.open(), 128);
+        // That was the turn of the oldest one, which is 3 now: 2 was just used.
+        QCOMPARE(pool->ask(key(2)).state, State::Success);
+        QCOMPARE(server.connections(), 131);
+        QCOMPARE(pool->ask(key(3)).state, State::Success);
+        QCOMPARE(server.connections(), 132);
+        pool.reset();
+        QTRY_COMPARE(server.open(), 0);
+    }
+
+    void aConnectionToWhatWasRemovedOrAbortedIsDropped()
+    {
+        MisbehavingServer server;
+        Pool pool;
+        DeviceEndpoint endpoint;
+        endpoint.address = server.address();
+        QString reason;
+        pool.registry.add(QStringLiteral("a"), endpoint, reason);
+        pool.registry.add(QStringLiteral("b"), endpoint, reason);
+        QCOMPARE(pool.ask(QStringLiteral("a")).state, State::Success);
+        QCOMPARE(pool.ask(QStringLiteral("a"), true).state, State::Success);
+        QCOMPARE(pool.ask(QStringLiteral("b")).state, State::Success);
+        QCOMPARE(server.open(), 3);
+        pool.pool.abort(QStringLiteral("a"));
+        QTRY_COMPARE(server.open(), 1);
+        QCOMPARE(pool.ask(QStringLiteral("b")).state, State::Success);
+        QCOMPARE(server.connections(), 3);
+        // Abort says nothing of what comes later.
+        QCOMPARE(pool.ask(QStringLiteral("a")).state, State::Success);
+        QCOMPARE(pool.ask(QStringLiteral("a"), true).state, State::Success);
+        QCOMPARE(server.connections(), 5);
+        QCOMPARE(server.open(), 3);
+    }
+
+    void abortEndsTheExchangesOfItsDeviceAlone()
+    {
+        MisbehavingServer one(Mode::Stall);
+        MisbehavingServer other(Mode::Stall);
+        Pool pool;
+        HttpReply aborted;
+        HttpReply answered;
+        std::thread first([&] { aborted = pool.ask(one.address()); });
+        std::thread second([&] { answered = pool.ask(other.address()); });
+        const bool delivered = one.waitForDeliveries(1) && other.waitForDeliveries(1);
+        pool.pool.abort(one.address());
+        first.join();
+        other.broadcast(reply);
+        second.join();
+        QVERIFY(delivered);
+        QCOMPARE(aborted.state, State::Aborted);
+        QCOMPARE(answered.state, State::Success);
+        QTRY_COMPARE(one.open(), 0);
+        QCOMPARE(other.open(), 1);
+    }
+
+    void aConnectionThatTimedOutIsNotUsedAgain()
+    {
+        MisbehavingServer server(Mode::Stall);
+        Pool pool;
+        QCOMPARE(pool.ask(server.address(), false, 200).state, State::TimedOut);
+        QTRY_COMPARE(server.open(), 0);
+        server.setMode(Mode::Answer);
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        QCOMPARE(server.connections(), 2);
+    }
+
+    void aClosedPoolHasNoConnectionsAndRefuses()
+    {
+        MisbehavingServer server;
+        MisbehavingServer stalled(Mode::Stall);
+        Pool pool;
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        HttpReply aborted;
+        std::thread asking([&] { aborted = pool.ask(stalled.address()); });
+        const bool delivered = stalled.waitForDeliveries(1);
+        pool.pool.close();
+        QTRY_COMPARE(server.open(), 0);
+        asking.join();
+        QVERIFY(delivered);
+        QCOMPARE(aborted.state, State::Aborted);
+        QTRY_COMPARE(stalled.open(), 0);
+        QCOMPARE(pool.ask(server.address()).state, State::Aborted);
+        QCOMPARE(server.connections(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(ConnectionPoolTest)
+#include "tst_connectionpool.moc"

@@ -1,0 +1,410 @@
+// SPDX-License-Identifier: MIT
+#include "enginebench.h"
+
+#include "communicator/exchangeobserver.h"
+#include "communicator/http/exchange.h"
+#include "socketends.h"
+
+#include <QTemporaryDir>
+#include <QUrl>
+
+using Step = Exchange::Step;
+using Status = Connection::Status;
+
+namespace {
+
+std::shared_ptr<const Device> device(bool digest = false)
+{
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("wall.test");
+    if (digest) {
+        endpoint.login = DeviceEndpoint::Login::Digest;
+        endpoint.user = QStringLiteral("admin");
+        endpoint.secret = QStringLiteral("secret");
+    }
+    DeviceRegistry registry;
+    QString reason;
+    registry.add(QStringLiteral("wall"), endpoint, reason);
+    return registry.find(QStringLiteral("wall"));
+}
+
+QByteArray headOf(const char* verb, const QByteArray& rest = {})
+{
+    return QByteArray(verb) + " /api/v1/x HTTP/1.1\r\nHost: wall.test\r\nAccept: */*\r\n" + rest + "\r\n";
+}
+
+const QByteArray goodReply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
+const QByteArray challenge = "HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=n\r\n";
+
+/// An exchange with the record of its end, and what it told of its progress.
+class Watched
+{
+public:
+    Watched()
+    {
+        setExchangeObserver([this](const ExchangeRecord& told) {
+            record = told;
+            ++records;
+        });
+    }
+    ~Watched()
+    {
+        setExchangeObserver({});
+        setProgressObserver({});
+    }
+    Step feed(const QByteArray& text, bool isReused = false)
+    {
+        return exchange.received({Status::Moved, std::size_t(text.size())}, text.constData(), isReused);
+    }
+    Step lose(Status how = Status::Closed, bool isReused = false)
+    {
+        return exchange.received({how, 0}, nullptr, isReused);
+    }
+    State::HttpSimpleState prepare(const HttpRequest& asked, bool digest = false)
+    {
+        return exchange.prepare(asked, device(digest), std::chrono::steady_clock::now());
+    }
+
+    Exchange exchange{smallLimits()};
+    ExchangeRecord record;
+    int records = 0;
+};
+
+} // namespace
+
+class ExchangeTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { muteLog(); }
+
+    void aRequestAndItsReply_data()
+    {
+        QTest::addColumn<int>("method");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QByteArray>("sent");
+        const QByteArray none;
+        QTest::newRow("GET") << int(HttpMethod::Get) << none << headOf("GET");
+        QTest::newRow("GET with a body")
+            << int(HttpMethod::Get) << QByteArray("{}") << headOf("GET", "Content-Length: 2\r\n") + "{}";
+        QTest::newRow("PUT") << int(HttpMethod::Put) << QByteArray("{}")
+                             << headOf("PUT", "Content-Length: 2\r\n") + "{}";
+        QTest::newRow("PUT without a body")
+            << int(HttpMethod::Put) << none << headOf("PUT", "Content-Length: 0\r\n");
+        QTest::newRow("POST without a body")
+            << int(HttpMethod::Post) << none << headOf("POST", "Content-Length: 0\r\n");
+        QTest::newRow("DELETE") << int(HttpMethod::Delete) << none << headOf("DELETE");
+    }
+    void aRequestAndItsReply()
+    {
+        QFETCH(int, method);
+        QFETCH(QByteArray, body);
+        QFETCH(QByteArray, sent);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), static_cast<HttpMethod>(method), body);
+        for (int i = 1; i <= 2; ++i) {
+            QCOMPARE(watched.prepare(asked), State::Success);
+            QCOMPARE(watched.exchange.device()->key, QStringLiteral("wall"));
+            QVERIFY(!watched.exchange.mayReceive());
+            QVERIFY(!watched.exchange.keepsConnection());
+            QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QVERIFY(watched.exchange.isSent());
+            QVERIFY(watched.exchange.mayReceive());
+            QCOMPARE(ends.held(), 0);
+            QCOMPARE(ends.hear(sent.size()), sent);
+            QCOMPARE(watched.lose(Status::Waiting), Step::GoOn);
+            QCOMPARE(watched.feed(goodReply.left(10)), Step::GoOn);
+            QVERIFY(!watched.exchange.keepsConnection());
+            QCOMPARE(watched.feed(goodReply.mid(10)), Step::Ended);
+            QVERIFY(watched.exchange.keepsConnection());
+            const HttpReply reply = watched.exchange.finish();
+            QCOMPARE(reply.state, State::Success);
+            QCOMPARE(reply.body, QByteArray("{}"));
+            QVERIFY(!watched.exchange.device());
+            QCOMPARE(watched.records, i);
+            QCOMPARE(watched.record.bytesSent, qint64(body.size()));
+            QCOMPARE(watched.record.bytesReceived, qint64(2));
+            QCOMPARE(watched.record.path, QByteArray("/api/v1/x"));
+            QCOMPARE(watched.record.reply, QByteArray("{}"));
+            QCOMPARE(watched.record.status, 200);
+            QCOMPARE(watched.record.reason, QString());
+        }
+    }
+
+    void aLargeBodyGoesOutAsThereIsRoom()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        std::vector<ExchangeProgress> told;
+        setProgressObserver([&](const ExchangeProgress& progress) { told.push_back(progress); });
+        const QByteArray body(32 << 20, 'b');
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, body);
+        QCOMPARE(watched.prepare(asked), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QVERIFY(!watched.exchange.mayReceive()); // nobody reads yet
+        QByteArray heard;
+        const QByteArray wanted = headOf("PUT", "Content-Length: 33554432\r\n") + body;
+        while (!watched.exchange.isSent()) {
+            heard += ends.hear(std::min(100000, wanted.size() - heard.size()));
+            QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        }
+        heard += ends.hear(wanted.size() - heard.size());
+        QVERIFY(heard == wanted);
+        QVERIFY(watched.exchange.mayReceive());
+        qint64 before = 0;
+        for (const ExchangeProgress& progress : told) {
+            QVERIFY(progress.bytesSent > before);
+            before = progress.bytesSent;
+            QCOMPARE(progress.bytesToSend, qint64(body.size()));
+            QCOMPARE(progress.bytesReceived, qint64(0));
+            QCOMPARE(progress.bytesToReceive, qint64(-1));
+            QCOMPARE(progress.path, QByteArray("/api/v1/x"));
+        }
+        QCOMPARE(before, qint64(body.size()));
+        told.clear();
+        QCOMPARE(watched.feed(goodReply), Step::Ended);
+        QCOMPARE(told.size(), std::size_t(1));
+        QCOMPARE(told[0].bytesReceived, qint64(2));
+        QCOMPARE(told[0].bytesToReceive, qint64(2));
+        QCOMPARE(watched.exchange.finish().state, State::Success);
+        QCOMPARE(watched.record.bytesSent, qint64(body.size()));
+    }
+
+    void aReplyBeforeTheEndOfTheRequestEndsTheConnection()
+    {
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, "{}");
+        QCOMPARE(watched.prepare(asked), State::Success);
+        QCOMPARE(watched.feed("HTTP/1.1 413 No\r\nContent-Length: 2\r\n\r\n{}"), Step::Ended);
+        QVERIFY(!watched.exchange.keepsConnection());
+        QCOMPARE(watched.exchange.finish().status, 413);
+        QCOMPARE(watched.record.bytesSent, qint64(0));
+    }
+
+    void whatCannotLeaveAtAllGoesOutElsewhereOnce_data()
+    {
+        QTest::addColumn<int>("method");
+        QTest::newRow("GET") << int(HttpMethod::Get);
+        QTest::newRow("PUT") << int(HttpMethod::Put);
+    }
+    void whatCannotLeaveAtAllGoesOutElsewhereOnce()
+    {
+        QFETCH(int, method);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), static_cast<HttpMethod>(method), "{}");
+        for (int i = 0; i < 2; ++i) { // each request has its own attempts
+            QCOMPARE(watched.prepare(asked), State::Success);
+            SocketEnds ends;
+            Connection connection(ends.ours);
+            ends.reset();
+            QVERIFY(connection.wait(false, std::chrono::seconds(10)));
+            QCOMPARE(watched.exchange.send(connection), Step::AgainFresh);
+            QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QVERIFY(!watched.exchange.isSent());
+            QVERIFY(watched.exchange.mayReceive()); // a reply may have come before
+            QCOMPARE(watched.lose(), Step::Ended);
+            QVERIFY(!watched.exchange.keepsConnection());
+            QCOMPARE(watched.exchange.finish().state, State::Broken);
+            QCOMPARE(watched.record.reason, QStringLiteral("the connection ended without a reply"));
+        }
+    }
+
+    void aReplyMayComeThoughTheRequestCouldNotBeSent()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const QByteArray body(32 << 20, 'b');
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, body);
+        QCOMPARE(watched.prepare(asked), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        ends.reset();
+        QVERIFY(connection.wait(false, std::chrono::seconds(10)));
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn); // a part has left: not again
+        QVERIFY(!watched.exchange.isSent());
+        QVERIFY(watched.exchange.mayReceive());
+        QCOMPARE(watched.feed("HTTP/1.1 413 No\r\nContent-Length: 2\r\n\r\n{}"), Step::Ended);
+        QVERIFY(!watched.exchange.keepsConnection());
+        QCOMPARE(watched.exchange.finish().state, State::HttpFailure);
+        QVERIFY(watched.record.bytesSent > 0 && watched.record.bytesSent < body.size());
+        QCOMPARE(watched.record.reason, QStringLiteral("HTTP status 413"));
+    }
+
+    void aReadIsRepeatedOnceAWriteNever_data()
+    {
+        QTest::addColumn<int>("method");
+        QTest::addColumn<bool>("isReused");
+        QTest::addColumn<int>("repeats");
+        QTest::addColumn<QString>("reason");
+        const QString nothing = QStringLiteral("the connection ended without a reply");
+        const QString once =
+            QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+        QTest::newRow("GET, new") << int(HttpMethod::Get) << false << 0 << nothing;
+        QTest::newRow("GET, kept") << int(HttpMethod::Get) << true << 1 << nothing;
+        QTest::newRow("PUT, new") << int(HttpMethod::Put) << false << 0 << nothing;
+        QTest::newRow("PUT, kept") << int(HttpMethod::Put) << true << 0 << once;
+        QTest::newRow("DELETE, kept") << int(HttpMethod::Delete) << true << 0 << once;
+    }
+    void aReadIsRepeatedOnceAWriteNever()
+    {
+        QFETCH(int, method);
+        QFETCH(bool, isReused);
+        QFETCH(int, repeats);
+        QFETCH(QString, reason);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), static_cast<HttpMethod>(method), "{}");
+        for (const Status how : {Status::Closed, Status::Failed}) {
+            const SocketEnds ends;
+            Connection connection(ends.ours);
+            QCOMPARE(watched.prepare(asked), State::Success);
+            for (int i = 0; i < repeats; ++i) {
+                QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+                QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
+                QVERIFY(!watched.exchange.mayReceive()); // all of it goes out again
+            }
+            QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QCOMPARE(watched.lose(how, isReused), Step::Ended);
+            QCOMPARE(watched.exchange.finish().state, State::Broken);
+            QCOMPARE(watched.record.reason, reason);
+            QCOMPARE(watched.record.bytesSent, qint64(2 * (repeats + 1)));
+        }
+    }
+
+    void theEndOfTheConnectionMayEndTheReply()
+    {
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"));
+        for (const Status how : {Status::Closed, Status::Failed}) { // a reset may have cut it
+            QCOMPARE(watched.prepare(asked), State::Success);
+            QCOMPARE(watched.feed("HTTP/1.1 200 OK\r\n\r\n{}", true), Step::GoOn);
+            QCOMPARE(watched.lose(how, true), Step::Ended);
+            QCOMPARE(watched.exchange.finish().state, how == Status::Closed ? State::Success : State::Broken);
+        }
+        QCOMPARE(watched.prepare(asked), State::Success);
+        QCOMPARE(watched.feed(goodReply.left(5), true), Step::GoOn);
+        QCOMPARE(watched.lose(Status::Closed, true), Step::Ended); // a part of a reply came: not again
+        QCOMPARE(watched.exchange.finish().state, State::Broken);
+        QCOMPARE(watched.record.reason, QStringLiteral("the connection ended within the reply's head"));
+    }
+
+    void aChallengeIsAnsweredWhereTheConnectionStays_data()
+    {
+        QTest::addColumn<QByteArray>("rest");
+        QTest::addColumn<bool>("here");
+        QTest::newRow("stays") << QByteArray("Content-Length: 2\r\n\r\n{}") << true;
+        QTest::newRow("closes") << QByteArray("Connection: close\r\nContent-Length: 2\r\n\r\n{}") << false;
+    }
+    void aChallengeIsAnsweredWhereTheConnectionStays()
+    {
+        QFETCH(QByteArray, rest);
+        QFETCH(bool, here);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, "{}");
+        QCOMPARE(watched.prepare(asked, true), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        const QByteArray first = headOf("PUT", "Content-Length: 2\r\n") + "{}";
+        QCOMPARE(ends.hear(first.size()), first);
+        QCOMPARE(watched.feed(challenge + rest), here ? Step::AgainHere : Step::AgainFresh);
+        QVERIFY(!watched.exchange.mayReceive());
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QByteArray second;
+        while (!second.endsWith("\r\n\r\n{}")) {
+            const QByteArray byte = ends.hear(1);
+            QCOMPARE(byte.size(), 1);
+            second += byte;
+        }
+        QVERIFY2(second.contains("\r\nAuthorization: Digest username=\"admin\""), second.constData());
+        QCOMPARE(watched.feed(goodReply), Step::Ended);
+        const HttpReply reply = watched.exchange.finish();
+        QCOMPARE(reply.state, State::Success);
+        QCOMPARE(reply.headers.size(), 1);
+        QCOMPARE(watched.record.bytesSent, qint64(4)); // the body went out twice
+        QCOMPARE(watched.record.bytesReceived, qint64(2));
+    }
+
+    void whatCannotBeSentSaysWhy_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("header");
+        QTest::addColumn<QString>("reason");
+        const QString path = QStringLiteral("/x/{id}");
+        const QString control = QStringLiteral("a placeholder holds a control character");
+        const QString plain = QStringLiteral("1");
+        const QString none;
+        QTest::newRow("good") << path << plain << plain << none;
+        QTest::newRow("no path") << none << plain << plain << QStringLiteral("there is no path");
+        for (const int c : {0, 0x0a, 0x1f, 0x7f}) {
+            QTest::addRow("%x in a placeholder", c) << path << QString(QChar(c)) << plain << control;
+        }
+        QTest::newRow("a blank in a placeholder") << path << QStringLiteral(" \u00e9~") << plain << none;
+        QTest::newRow("a header") << path << plain << QStringLiteral("\r")
+                                  << QStringLiteral("a header's name or value cannot be sent");
+        QTest::newRow("too long") << path << QString(5 << 20, 'x') << plain
+                                  << QStringLiteral("the path and the query are too long together");
+    }
+    void whatCannotBeSentSaysWhy()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, value);
+        QFETCH(QString, header);
+        QFETCH(QString, reason);
+        HttpRequest asked = request(QStringLiteral("wall"));
+        asked.path = path;
+        asked.placeHolders.insert(QStringLiteral("id"), value);
+        asked.headers.insert(QStringLiteral("X"), header);
+        Watched watched;
+        const auto state = watched.prepare(asked);
+        QCOMPARE(state, reason.isEmpty() ? State::Success : State::InvalidRequest);
+        if (!reason.isEmpty()) {
+            QCOMPARE(watched.exchange.finish(state, {}).state, State::InvalidRequest);
+            QCOMPARE(watched.record.reason, reason);
+            // The reason is that of one request.
+            QCOMPARE(watched.prepare(request(QStringLiteral("wall"))), State::Success);
+            QCOMPARE(watched.exchange.finish(State::TimedOut, QStringLiteral("late")).state, State::TimedOut);
+            QCOMPARE(watched.record.reason, QStringLiteral("late"));
+        }
+    }
+
+    void aFormThatCannotBeReadSaysWhy()
+    {
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(QStringLiteral("a"));
+        HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put);
+        asked.multipart = true;
+        asked.parts.insert(QStringLiteral("a"), QUrl::fromLocalFile(path));
+        Watched watched;
+        QCOMPARE(watched.prepare(asked), State::FileFailure);
+        QCOMPARE(watched.exchange.finish(State::FileFailure, {}).state, State::FileFailure);
+        QCOMPARE(watched.record.reason, "cannot read the file " + path);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("content") == 7);
+        file.close();
+        QCOMPARE(watched.prepare(asked), State::Success);
+        QVERIFY(file.remove());
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        QCOMPARE(watched.exchange.send(connection), Step::Ended);
+        QCOMPARE(watched.exchange.finish().state, State::FileFailure);
+        QCOMPARE(watched.record.reason, "cannot read the file " + path);
+    }
+
+    void aDestinationThatCannotBeWrittenSaysWhy()
+    {
+        HttpRequest asked = request(QStringLiteral("wall"));
+        asked.downloadPath = QStringLiteral("/dev/null");
+        Watched watched;
+        QCOMPARE(watched.prepare(asked), State::FileFailure);
+        QCOMPARE(watched.exchange.finish(State::FileFailure, {}).state, State::FileFailure);
+        QCOMPARE(watched.record.reason,
+                 QStringLiteral("the destination cannot be written: is no regular file"));
+    }
+};
+
+QTEST_GUILESS_MAIN(ExchangeTest)
+#include "tst_exchange.moc"
