@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include <communicator/httpproxy.h>
 #include <deviceside.h>
 #include <logcollector.h>
 #include <oneinstance.h>
 #include <operationrow.h>
 #include <recordingengine.h>
-#include <communicator/httpproxy.h>
 #include <refusingengine.h>
 #include <timelimits.h>
 
