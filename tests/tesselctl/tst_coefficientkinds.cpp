@@ -3,6 +3,8 @@
 // The kinds of coefficients against the command line, the simulated controller's routes and the documents.
 #include "program.h"
 
+#include <recordingengine.h>
+
 #include <simulator/routes/routetable.h>
 #include <tesselctl/commands/coefficientkind.h>
 #include <tesselctl/commands/commands.h>
@@ -19,14 +21,20 @@ using Tessel::Simulator::RouteTable;
 
 namespace {
 
-const Route& routeOf(const char* key)
+/// The controller's route of the request that @p call makes.
+template <class Call>
+const Route& routeOf(RecordingEngine* engine, const Call& call)
 {
     static const Route none;
-    for (const Route& route : RouteTable::instance().routes()) {
-        if (std::count(route.keys.begin(), route.keys.end(), key) > 0)
-            return route;
-    }
-    return none;
+    engine->forget();
+    call();
+    if (engine->count() != 1)
+        return none;
+    const std::string path = engine->last().path.toStdString();
+    const auto& routes = RouteTable::instance().routes();
+    const auto found =
+        std::find_if(routes.begin(), routes.end(), [&](const Route& route) { return route.pattern == path; });
+    return found == routes.end() ? none : *found;
 }
 
 bool does(const Route& route, CoefficientAction::Step step, Tessel::CoefficientKind kind)
@@ -64,19 +72,30 @@ private Q_SLOTS:
         const auto& row = Tessel::coefficientKinds[static_cast<std::size_t>(index)];
         const auto& kind = TesselCtl::coefficientKind(row.name);
         QCOMPARE(kind.kind, row.kind);
-        QCOMPARE(routeOf(kind.uploadRoute).coefficients, std::make_optional(row.kind));
+
+        using Map = QMap<QString, QVariant>;
+        using List = QList<QVariant>;
+        RecordingEngine* const engine = RecordingEngine::install();
+        Correctionop* const all = Correctionop::getInstance();
+        const QString device = QStringLiteral("wall");
+        const auto own = std::make_optional(row.kind);
+        QCOMPARE(routeOf(engine, [&] { (all->*kind.upload)(device, {}); }).coefficients, own);
         if (kind.uploadCabinet)
-            QCOMPARE(routeOf(kind.uploadCabinetRoute).coefficients, std::make_optional(row.kind));
+            QCOMPARE(routeOf(engine, [&] { (all->*kind.uploadCabinet)(device, "1", {}); }).coefficients, own);
         if (kind.load) {
             // The library reads adaptive tables by the path of the multilayer ones.
             const bool adaptive = row.kind == Tessel::CoefficientKind::Adaptive;
-            QCOMPARE(routeOf(kind.loadRoute).coefficients,
-                     std::make_optional(adaptive ? Tessel::CoefficientKind::Multilayer : row.kind));
+            List list;
+            QCOMPARE(routeOf(engine, [&] { (all->*kind.load)(device, "1", list); }).coefficients,
+                     adaptive ? std::make_optional(Tessel::CoefficientKind::Multilayer) : own);
         }
+        Map reply;
         if (kind.save)
-            QVERIFY(does(routeOf(kind.saveRoute), CoefficientAction::Step::Copy, row.kind));
+            QVERIFY(does(routeOf(engine, [&] { (all->*kind.save)(device, {}, reply); }),
+                         CoefficientAction::Step::Copy, row.kind));
         if (kind.clear)
-            QVERIFY(does(routeOf(kind.clearRoute), CoefficientAction::Step::Clear, row.kind));
+            QVERIFY(does(routeOf(engine, [&] { (all->*kind.clear)(device, {}, reply); }),
+                         CoefficientAction::Step::Clear, row.kind));
     }
 
     void helpAndDocumentNameTheKindsAndNoOther()
