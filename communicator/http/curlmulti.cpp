@@ -15,10 +15,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// How far from the lowest free descriptor the two of a new handle can be, except among many threads.
+// How far behind the lowest free descriptor the two of a new handle are looked for.
 constexpr int DescriptorsLookedAt = 64;
 
-/// What @p request tells of the bytes of a socket; 0 for what is no socket pair's that a program inherits.
+/// The bytes in a local socket that programs inherit, those to read (FIONREAD) or those that its peer has not
+/// read (SIOCOUTQ); 0 for any other descriptor.
 int pending(int descriptor, unsigned long request)
 {
     int domain = 0;
@@ -37,7 +38,7 @@ int pending(int descriptor, unsigned long request)
 // in it, and no longer once the handle has seen it.
 CURLM* newMulti()
 {
-    static std::mutex oneAtATime; // guards against the wake-up of another new handle
+    static std::mutex oneAtATime; // guards the search: another new handle is not woken up meanwhile
     const std::lock_guard<std::mutex> lock(oneAtATime);
     const int lowest = ::eventfd(0, EFD_CLOEXEC);
     if (lowest >= 0) {

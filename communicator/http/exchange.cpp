@@ -123,7 +123,8 @@ Exchange::Step Exchange::send(Connection& connection)
     for (std::size_t sent = 0; !mayReceive() && sent < BytesPerTurn;) {
         const Bytes head{m_head.constData() + m_headSent,
                          static_cast<std::size_t>(m_head.size() - m_headSent)};
-        const Bytes body = m_body.next();
+        Bytes body = m_body.next();
+        body.size = std::min(body.size, BytesPerTurn);
         if (m_body.hasFailed()) {
             m_fault = m_body.error();
             return Step::Ended;
