@@ -63,8 +63,8 @@ void appendLiteral(QByteArray& out, const QString& text)
     const QByteArray utf8 = text.toUtf8();
     for (int i = 0; i < utf8.size(); ++i) {
         const char c = utf8[i];
-        const bool encoded =
-            c == '%' && i + 2 < utf8.size() && isHexDigit(utf8[i + 1]) && isHexDigit(utf8[i + 2]);
+        const char* const next = utf8.constData() + i; // a zero byte ends the text
+        const bool encoded = c == '%' && isHexDigit(next[1]) && isHexDigit(next[2]);
         if (encoded || literal[static_cast<unsigned char>(c)]) {
             out += c;
         } else {

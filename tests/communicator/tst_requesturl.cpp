@@ -49,6 +49,11 @@ void RequestUrlTest::targetsAreExpandedAndEncoded_data()
     row("brace within braces", "/x/{{id}}", id("7"), none, "/x/%7B7%7D");
     row("blank at the end", "/api/v1/device/hw/enterhwmode ", none, none, "/api/v1/device/hw/enterhwmode%20");
     row("encoded already", "/x%20y/%zz", none, none, "/x%20y/%25zz");
+    row("encoded in all digits", "/%09%af%AF%0a%9F", none, none, "/%09%af%AF%0a%9F");
+    row("half encoded", "/%0g%g0%/0%:0%@0%G0%`0%a", none, none, "/%250g%25g0%25/0%25:0%25@0%25G0%25%600%25a");
+    row("digits that are not encoded", "/\"00^ab", none, none, "/%2200%5Eab");
+    row("all letters", "/azAZ09-._~", none, none, "/azAZ09-._~");
+    row("placeholder in front", "{id}/x", id("7"), none, "/7/x");
     row("fragment", "/x#y", none, none, "/x%23y");
     row("no slash in front", "@evil.example/x", none, none, "/@evil.example/x");
     row("backslash and quotes", "/a\\b\"<>", none, none, "/a%5Cb%22%3C%3E");
