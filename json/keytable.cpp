@@ -27,7 +27,7 @@ std::uint64_t fold(std::uint64_t a, std::uint64_t b)
 
 bool readHex(const char* digits, char16_t& out)
 {
-    unsigned value = 0;
+    unsigned value{};
     for (int i = 0; i < 4; ++i) {
         const char c = digits[i];
         unsigned digit{};
