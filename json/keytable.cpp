@@ -27,10 +27,10 @@ std::uint64_t fold(std::uint64_t a, std::uint64_t b)
 
 bool readHex(const char* digits, char16_t& out)
 {
-    unsigned value = 0;
+    unsigned value{};
     for (int i = 0; i < 4; ++i) {
         const char c = digits[i];
-        unsigned digit = 0;
+        unsigned digit{};
         if (c >= '0' && c <= '9')
             digit = unsigned(c - '0');
         else if (c >= 'a' && c <= 'f')

@@ -20,7 +20,7 @@ constexpr std::chrono::milliseconds LongestPoll{1 << 30};
 
 bool meansWaiting(int error)
 {
-    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+    return error == EAGAIN || error == EINTR;
 }
 
 } // namespace
@@ -54,7 +54,7 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
     if (m_easy != nullptr) {
         const Bytes piece = first.size > 0 ? first : second;
         // A record at a time: of more, TLS tells nothing until all has gone out.
-        std::size_t sent = 0;
+        std::size_t sent{};
         const CURLcode code =
             curl_easy_send(m_easy, piece.data, std::min(piece.size, LargestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
@@ -73,7 +73,7 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
 Connection::Result Connection::receive(char* buffer, std::size_t size)
 {
     if (m_easy != nullptr) {
-        std::size_t received = 0;
+        std::size_t received{};
         const CURLcode code = curl_easy_recv(m_easy, buffer, size, &received);
         if (code == CURLE_OK) {
             return {received > 0 ? Status::Moved : Status::Closed, received};
@@ -102,10 +102,10 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
 {
     if (m_easy != nullptr) {
         const Result atOnce = receive(buffer, size);
-        if (atOnce.status != Status::Waiting || !wait(false, limit)) {
-            return atOnce;
+        if (atOnce.status == Status::Waiting) {
+            wait(false, limit);
         }
-        return receive(buffer, size);
+        return atOnce;
     }
     // One call instead of a poll() and a recv(): the wait is a property of the socket. The kernel may be late
     // by an eighth of it, so it is less than what is left, within bounds that spare setting it for each
@@ -135,13 +135,13 @@ bool Connection::wait(bool orSend, std::chrono::milliseconds limit)
 
 bool Connection::isQuiet()
 {
-    char byte = 0;
-    const ssize_t seen = ::recv(m_socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    char byte{};
+    const ssize_t seen = ::recv(m_socket, &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT);
     if (seen < 0) {
         return meansWaiting(errno);
     }
     // What TLS keeps for itself, such as a ticket for a later session, is no byte of a reply.
-    return m_easy != nullptr && seen > 0 && receive(&byte, 1).status == Status::Waiting;
+    return m_easy != nullptr && seen > 0 && receive(&byte, sizeof byte).status == Status::Waiting;
 }
 
 void Connection::shutDown()

@@ -56,7 +56,8 @@ public:
     Result send(Bytes first, Bytes second, bool more);
     /// Receives what is there, or a part, without waiting.
     Result receive(char* buffer, std::size_t size);
-    /// Receives what is there, or waits for it, for @p limit at most; `Waiting` then, or earlier.
+    /// Receives what is there, or waits for it, for @p limit at most; `Waiting` then, or earlier, also when
+    /// something has just come.
     Result receiveWithin(std::chrono::milliseconds limit, char* buffer, std::size_t size);
     /// Waits until something can be received, or also sent with @p orSend, for @p limit at most. @return
     /// whether something can be received.

@@ -96,8 +96,8 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
     } else {
         result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
         // Also has libcurl know from now on that the connection is in use.
-        char byte = 0;
-        if (result.connection->receive(&byte, 1).status == Connection::Status::Waiting) {
+        char byte{};
+        if (result.connection->receive(&byte, sizeof byte).status == Connection::Status::Waiting) {
             return result;
         }
         result.connection.reset();
@@ -127,7 +127,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         aborted = m_aborted;
     };
     setMulti(multi);
-    int running = 1;
+    int running{};
     while (!aborted) {
         curl_multi_perform(multi, &running);
         if (running == 0) {
@@ -137,7 +137,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         setMulti(multi);
     }
     setMulti(nullptr);
-    int queued = 0;
+    int queued{};
     const CURLMsg* const message = curl_multi_info_read(multi, &queued);
     if (aborted || message == nullptr) {
         release();

@@ -166,14 +166,14 @@ void CurlMulti::actOnTimer()
 
 void CurlMulti::act(curl_socket_t socket, int events)
 {
-    int running = 0;
+    int running{};
     curl_multi_socket_action(m_multi, socket, events, &running);
     drainCompletedTransfers();
 }
 
 void CurlMulti::drainCompletedTransfers()
 {
-    int queued = 0;
+    int queued{};
     while (const CURLMsg* const message = curl_multi_info_read(m_multi, &queued)) {
         // There is one kind of message: a transfer is done.
         CURL* const easy = message->easy_handle;

@@ -3,7 +3,7 @@
 
 #include <QCryptographicHash>
 #include <QList>
-#include <QRandomGenerator>
+#include <QUuid>
 #include <QVector>
 
 #include <cstring>
@@ -183,8 +183,7 @@ QByteArray DigestLogin::authorization(const QByteArray& method, const QByteArray
     const auto hash = [algorithm](const QByteArray& text) {
         return QCryptographicHash::hash(text, algorithm).toHex();
     };
-    const QByteArray client =
-        QByteArray::number(QRandomGenerator::system()->generate64(), 16).rightJustified(16, '0');
+    const QByteArray client = QUuid::createUuid().toByteArray(QUuid::Id128);
     QByteArray secret = hash(m_user + ':' + challenge.realm + ':' + m_password);
     if (challenge.algorithm.toLower().endsWith("-sess")) {
         secret = hash(secret + ':' + challenge.nonce + ':' + client);

@@ -5,8 +5,8 @@
 #include "communicator/json/jsonwriter.h"
 
 #include <QFileInfo>
-#include <QRandomGenerator>
 #include <QUrl>
+#include <QUuid>
 
 #include <algorithm>
 
@@ -18,10 +18,7 @@ constexpr qint64 FileBlock = 256 << 10;
 
 QByteArray newBoundary()
 {
-    const quint64 first = QRandomGenerator::system()->generate64();
-    const quint64 second = QRandomGenerator::system()->generate64();
-    return "----------------------" + QByteArray::number(first, 16).rightJustified(16, '0') +
-           QByteArray::number(second, 16).rightJustified(16, '0');
+    return "----------------------" + QUuid::createUuid().toByteArray(QUuid::Id128);
 }
 
 // As browsers write it (WHATWG HTML, "multipart/form-data encoding algorithm").

@@ -59,7 +59,6 @@ void ReplyReader::restart()
     m_status = 0;
     m_headComplete = false;
     m_length = -1;
-    m_untilClose = false;
     m_headers.clear();
     m_body.clear();
     uncountBody();
@@ -197,15 +196,15 @@ HttpReply ReplyReader::finish(IHttpVersionTrigger::HttpSimpleState exchange)
     HttpReply reply;
     reply.state = judge(exchange);
     m_file.reset();
+    auto headers = std::exchange(m_headers, {});
+    auto body = std::exchange(m_body, {});
     if (m_headComplete) {
         reply.status = m_status;
-        reply.headers = std::move(m_headers);
+        reply.headers = std::move(headers);
     }
     if (reply.state == IHttpVersionTrigger::Success || reply.state == IHttpVersionTrigger::HttpFailure) {
-        reply.body = std::move(m_body);
+        reply.body = std::move(body);
     }
-    m_headers.clear();
-    m_body.clear();
     uncountBody();
     return reply;
 }

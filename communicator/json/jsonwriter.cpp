@@ -146,6 +146,7 @@ char* putUnicodeEscape(char* at, ushort unit)
     return at;
 }
 
+// @p c cannot stand in a string as it is.
 char* putAscii(char* at, char c)
 {
     switch (c) {
@@ -163,10 +164,7 @@ char* putAscii(char* at, char c)
     case '\t':
         return putEscape(at, 't');
     default:
-        if (c < ' ')
-            return putUnicodeEscape(at, ushort(c));
-        *at++ = c;
-        return at;
+        return putUnicodeEscape(at, ushort(c));
     }
 }
 

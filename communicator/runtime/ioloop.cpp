@@ -198,7 +198,7 @@ void IoLoop::loop()
         for (int i = 0; i < count; ++i) {
             const epoll_event& event = events[static_cast<size_t>(i)];
             if (event.data.fd == m_wakeUp) {
-                std::uint64_t ignored = 0;
+                std::uint64_t ignored{};
                 [[maybe_unused]] const ssize_t got = read(m_wakeUp, &ignored, sizeof ignored);
                 continue;
             }

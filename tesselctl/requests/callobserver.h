@@ -65,7 +65,8 @@ private:
     Q_DISABLE_COPY_MOVE(CallObserver)
 };
 
-/// Prints a line for every exchange that ends, while the handle lives; an empty handle unless @p wanted.
+/// Prints a line for every exchange that ends, while the handle lives; an empty handle when that is not @p
+/// wanted, which costs nothing.
 [[nodiscard]] Krelm::Communicator::HttpDevice::ObserverHandle traceExchanges(bool wanted, Console& console);
 
 /// One line for an exchange: device, verb, path, status, time and sizes. Never a header, a body or a login.

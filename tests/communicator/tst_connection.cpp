@@ -6,10 +6,13 @@
 #include <QtTest>
 
 #include <array>
+#include <atomic>
+#include <csignal>
 #include <future>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <thread>
 #include <unistd.h>
 
 using Status = Connection::Status;
@@ -137,7 +140,34 @@ private Q_SLOTS:
         ends.say("x");
         QCOMPARE(connection.receiveWithin(never, &byte, 1).status, Status::Moved);
         QCOMPARE(connection.receiveWithin(20ms, &byte, 1).status, Status::Waiting);
+        QCOMPARE(::fcntl(ends.ours, F_GETFL) & (O_NONBLOCK | O_APPEND | O_ASYNC), 0);
         QCOMPARE(connection.receiveWithin(0ms, &byte, 1).status, Status::Waiting); // 0 would be no limit
+    }
+
+    void aSignalEndsTheWaitAndNotTheConnection()
+    {
+        struct sigaction before
+        {};
+        struct sigaction ignoring
+        {};
+        ignoring.sa_handler = [](int) {};
+        QCOMPARE(::sigaction(SIGUSR1, &ignoring, &before), 0);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        std::atomic<bool> returned{false};
+        Status status = Status::Moved;
+        std::thread waiter([&] {
+            char byte = 0;
+            status = connection.receiveWithin(1h, &byte, 1).status;
+            returned = true;
+        });
+        while (!returned) {
+            ::pthread_kill(waiter.native_handle(), SIGUSR1);
+            std::this_thread::yield();
+        }
+        waiter.join();
+        ::sigaction(SIGUSR1, &before, nullptr);
+        QCOMPARE(status, Status::Waiting);
     }
 
     void aWaiterIsWokenByTheEnd()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "deaflistener.h"
 #include "misbehavingserver.h"
 
 #include "communicator/http/curlmulti.h"
@@ -6,55 +7,10 @@
 
 #include <QtTest>
 
-#include <arpa/inet.h>
-#include <array>
 #include <future>
 #include <memory>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace Krelm::Communicator::HttpDevice;
-
-namespace {
-
-/// An address where attempts to connect hang: nobody accepts them, and no more may wait.
-class DeafListener
-{
-public:
-    DeafListener(const char* address, quint16 port)
-        : m_listener(newSocket())
-    {
-        m_address.sin_family = AF_INET;
-        m_address.sin_port = htons(port);
-        ::inet_pton(AF_INET, address, &m_address.sin_addr);
-        m_listens = ::bind(m_listener, generic(), sizeof m_address) == 0 && ::listen(m_listener, 0) == 0;
-        for (int& waiting : m_waiting) {
-            waiting = newSocket();
-            static_cast<void>(::connect(waiting, generic(), sizeof m_address)); // hangs, as is wanted
-        }
-    }
-    ~DeafListener()
-    {
-        for (const int waiting : m_waiting) {
-            ::close(waiting);
-        }
-        ::close(m_listener);
-    }
-    bool listens() const { return m_listens; }
-
-private:
-    static int newSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); }
-    const sockaddr* generic() const { return reinterpret_cast<const sockaddr*>(&m_address); }
-
-    sockaddr_in m_address{};
-    const int m_listener;
-    std::array<int, 3> m_waiting{};
-    bool m_listens = false;
-    Q_DISABLE_COPY_MOVE(DeafListener)
-};
-
-} // namespace
 
 class CurlMultiTest : public QObject
 {

@@ -55,6 +55,7 @@ private Q_SLOTS:
         const std::shared_ptr<const Device> device = registry.find(key);
         QCOMPARE(device != nullptr, !url.isEmpty());
         QCOMPARE(device ? device->baseUrl : QByteArray(), url);
+        QCOMPARE(device ? device->endpoint.address : key, key);
     }
 
     void aKeyThatWasRemovedIsNoAddress()

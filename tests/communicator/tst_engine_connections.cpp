@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "enginebench.h"
+#include "sleepingthread.h"
 
 #include <closedport.h>
 
@@ -91,6 +92,16 @@ private Q_SLOTS:
         QTRY_COMPARE(server.open(), 0);
         QCOMPARE(bench.ask(request(server.address(), HttpMethod::Put, "{}"), blocking).state, State::Success);
         QCOMPARE(server.deliveries(), 2);
+    }
+
+    void waitingForAReplyCostsNothing()
+    {
+        MisbehavingServer server(Mode::Stall);
+        Bench bench;
+        QVERIFY(
+            bench.engine.start(request(server.address(), HttpMethod::Put, "{}"), [](const HttpReply&) {}));
+        QVERIFY(server.waitForDeliveries(1));
+        QTRY_VERIFY(sleeps(threadOf(*bench.loop)));
     }
 
     void proxyVariablesOfTheEnvironmentAreIgnored();

@@ -2,6 +2,7 @@
 #include "communicator/events/eventchannels.h"
 #include "communicator/runtime/postedcall.h"
 #include "misbehavingserver.h"
+#include "sleepingthread.h"
 
 #include <closedport.h>
 #include <logcollector.h>
@@ -236,6 +237,42 @@ private Q_SLOTS:
         };
         QTRY_VERIFY(has("wall: the device does not answer, next attempt in "));
         QVERIFY(has("wall: the stream ended, next attempt in "));
+    }
+
+    void soMuchIsReadOfWhatIsNoStream_data()
+    {
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<bool>("givesUp");
+        QTest::newRow("as much as is taken") << 65536 << false;
+        QTest::newRow("a byte more") << 65537 << true;
+    }
+    void soMuchIsReadOfWhatIsNoStream()
+    {
+        QFETCH(int, bytes);
+        QFETCH(bool, givesUp);
+        MisbehavingServer server(Mode::RawKeepAlive);
+        server.setRaw("HTTP/1.1 500 No\r\nContent-Length: 70000\r\n\r\n" + QByteArray(bytes, 'x'));
+        MisbehavingServer other(Mode::Raw);
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForAnswers(1));
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to come back
+        if (givesUp) {
+            QVERIFY(server.waitForDeliveries(2));
+        } else {
+            QCOMPARE(server.deliveries(), 1);
+        }
+    }
+
+    void anOpenStreamThatIsIdleCostsNothing()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: a\n\n"});
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        QTRY_VERIFY(sleeps(threadOf(*listening.loop)));
     }
 
     void aStreamAsksTheSystemWhetherItsPeerIsThere()

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/runtime/ioloop.h"
+#include "sleepingthread.h"
 
-#include <QFile>
 #include <QtTest>
 
 #include <csignal>
 #include <future>
 #include <sys/epoll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 using namespace Krelm::Communicator::HttpDevice;
 using Clock = IoLoop::Clock;
@@ -40,26 +37,6 @@ struct Pipe
     int reader() const { return ends[0]; }
     int ends[2]{};
 };
-
-QByteArray ofThread(pid_t thread, const char* file)
-{
-    QFile text(QStringLiteral("/proc/self/task/%1/%2").arg(thread).arg(QLatin1String(file)));
-    return text.open(QIODevice::ReadOnly) ? text.readAll() : QByteArray();
-}
-
-pid_t threadOf(IoLoop& loop)
-{
-    pid_t thread = 0;
-    loop.run([&thread] { thread = pid_t(::syscall(SYS_gettid)); });
-    return thread;
-}
-
-/// Whether @p thread waits: one that turns in circles never does.
-bool sleeps(pid_t thread)
-{
-    const QByteArray stat = ofThread(thread, "stat");
-    return stat.mid(stat.lastIndexOf(')') + 2, 1) == "S";
-}
 
 } // namespace
 

@@ -245,11 +245,31 @@ private Q_SLOTS:
         }
     }
 
+    void nestingTooDeepIsTold_data()
+    {
+        QTest::addColumn<QVariant>("innermost");
+        QTest::newRow("QVariantList") << QVariant(QVariantList{1});
+        QTest::newRow("QVariantMap") << QVariant(QVariantMap{{"a", 1}});
+        QTest::newRow("QVariantHash") << QVariant(QVariantHash{{"a", 1}});
+        QTest::newRow("QStringList") << QVariant(QStringList{"a"});
+        QTest::newRow("QJsonArray") << QVariant(QJsonArray{1});
+        QTest::newRow("QJsonObject") << QVariant(QJsonObject{{"a", 1}});
+        QTest::newRow("QJsonDocument") << QVariant(QJsonDocument(QJsonArray{1}));
+        QTest::newRow("QJsonValue") << QVariant(QJsonValue(QJsonArray{1}));
+        QTest::newRow("QCborArray") << QVariant::fromValue(QCborArray{1});
+        QTest::newRow("QCborMap") << QVariant::fromValue(QCborMap{{QStringLiteral("a"), 1}});
+        QTest::newRow("QCborValue") << QVariant::fromValue(QCborValue(QCborArray{1}));
+    }
     void nestingTooDeepIsTold()
     {
-        QVariant value = 1;
-        for (int i = 0; i < 1025; ++i)
-            value = QVariantList{value};
+        QFETCH(QVariant, innermost);
+        QVariant value = innermost;
+        for (int i = 1; i < 1024; ++i)
+            value = i % 3 == 0   ? QVariant(QVariantMap{{"a", value}})
+                    : i % 3 == 1 ? QVariant(QVariantHash{{"a", value}})
+                                 : QVariant(QVariantList{value});
+        QVERIFY(!Json::write(value).isEmpty());
+        value = QVariantList{value};
         Json::Unwritable why = Json::Unwritable::TooLong;
         QVERIFY(Json::write(value, &why).isEmpty());
         QVERIFY(why == Json::Unwritable::TooDeep);

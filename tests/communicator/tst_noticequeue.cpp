@@ -93,6 +93,8 @@ private Q_SLOTS:
     void aBatchIsOneWakeUpHoweverLong();
     void aBatchThatIsDeliveredNoLongerCountsAsBacklog();
     void afterAReceiversLoopTheQueueSaysThatItDelivered();
+    void pushesBeforeADeliveryAreOneWakeUp();
+    void aStreamGoesOnWhenAQuarterIsLeft();
 };
 
 void NoticeQueueTest::aNoticePushedInAReceiversLoopComes_data()
@@ -255,6 +257,44 @@ void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
     delivery.queue.push(batch);
     QTRY_VERIFY(told.contains("A returns"));
     QCOMPARE(told.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
+}
+
+void NoticeQueueTest::pushesBeforeADeliveryAreOneWakeUp()
+{
+    Delivery delivery([](const QString&) {});
+    for (const char* key : {"A", "B", "C"}) {
+        delivery.queue.push(noticeOf(key));
+        QCOMPARE(delivery.wakeUps.load(), 1);
+    }
+    QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
+}
+
+void NoticeQueueTest::aStreamGoesOnWhenAQuarterIsLeft()
+{
+    // In events and in bytes.
+    const std::pair<int, int> shapes[] = {{4096, 1}, {8, 1 << 20}};
+    for (const auto& [count, size] : shapes) {
+        const auto quota = std::make_shared<StreamQuota>();
+        int firstLow = -1;
+        int lastFull = -1;
+        Delivery delivery([&](const QString& key) {
+            if (quota->isFull()) {
+                lastFull = key.toInt();
+            }
+            if (firstLow < 0 && quota->isLow()) {
+                firstLow = key.toInt();
+            }
+        });
+        for (int i = 0; i < count; ++i) {
+            QVERIFY(!quota->isFull());
+            delivery.queue.push({ProxyEvent::Kind::Event, QString::number(i), QByteArray(size, 'x'), quota});
+        }
+        QVERIFY(quota->isFull());
+        QTRY_COMPARE(delivery.received.size(), count);
+        // The one that is being received still counts.
+        QCOMPARE(lastFull, 0);
+        QCOMPARE(firstLow, count / 4 * 3);
+    }
 }
 
 QTEST_GUILESS_MAIN(NoticeQueueTest)

@@ -2,7 +2,9 @@
 #include "communicator/deviceendpoint.h"
 #include "communicator/exchangeobserver.h"
 #include "communicator/runtime/postedcall.h"
+#include "misbehavingserver.h"
 
+#include <logcollector.h>
 #include <recordingengine.h>
 
 #include <communicator/httpproxy.h>
@@ -71,6 +73,10 @@ private Q_SLOTS:
     void invalidDevicesAreRefused();
     void removingADeviceIsAnnouncedLater();
     void devicesWorkWithAForeignEngine();
+    void aLoginThatTravelsInClearIsWarnedOf();
+    void removingADeviceEndsItsRequests();
+    void eventsEndWhenNobodyWantsThem();
+    void aBodyThatCannotBeWrittenSaysWhy();
 
 private:
     /// An engine that answers what it starts when the test calls m_pending.
@@ -581,6 +587,70 @@ void ProxyTest::devicesWorkWithAForeignEngine()
     QCOMPARE(m_proxy->devices(), QStringList{QStringLiteral("wall")});
     QTRY_COMPARE(changed.count(), 1);
     QVERIFY(m_proxy->removeDevice(QStringLiteral("wall")));
+}
+
+void ProxyTest::aLoginThatTravelsInClearIsWarnedOf()
+{
+    LogCollector log;
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("wall.test");
+    QVERIFY(m_proxy->addDevice(QStringLiteral("wall"), endpoint));
+    QCOMPARE(log.lines(), QStringList());
+    endpoint.login = DeviceEndpoint::Login::Basic;
+    endpoint.user = QStringLiteral("admin");
+    QVERIFY(m_proxy->addDevice(QStringLiteral("wall"), endpoint));
+    QCOMPARE(log.lines(), QStringList(QStringLiteral(
+                              "tessel.http.warning: device wall: the login travels in clear; use an "
+                              "https address")));
+}
+
+void ProxyTest::removingADeviceEndsItsRequests()
+{
+    MisbehavingServer server(MisbehavingServer::Mode::Stall);
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    QVERIFY(m_proxy->addDevice(QStringLiteral("wall"), endpoint));
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/x"));
+    package.setExpectedTime(3600000);
+    bool answered = false;
+    connect(&package, &HttpJsonPackage::readyRead, this, [&answered] { answered = true; });
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
+    QVERIFY(server.waitForDeliveries(1));
+    QVERIFY(m_proxy->removeDevice(QStringLiteral("wall")));
+    QTRY_VERIFY(answered);
+    QCOMPARE(package.getSimpleState(), State::Aborted);
+}
+
+void ProxyTest::eventsEndWhenNobodyWantsThem()
+{
+    MisbehavingServer server(MisbehavingServer::Mode::Scripted);
+    server.addScript({"HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n"});
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    m_proxy->initialize(true);
+    QVERIFY(m_proxy->addDevice(QStringLiteral("wall"), endpoint));
+    const bool opened = server.waitForAnswers(1);
+    m_proxy->initialize(false);
+    QVERIFY(opened);
+    QTRY_COMPARE(server.open(), 0);
+}
+
+void ProxyTest::aBodyThatCannotBeWrittenSaysWhy()
+{
+    QVariant deep = 1;
+    for (int i = 0; i < 2000; ++i) {
+        deep = QVariantList{deep};
+    }
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/x"));
+    package.setRequestWithJsonObj(deep);
+    QString reason;
+    setExchangeObserver([&reason](const ExchangeRecord& record) { reason = record.reason; });
+    m_proxy->putSync(QStringLiteral("127.0.0.1"), &package);
+    setExchangeObserver({});
+    QCOMPARE(package.getSimpleState(), State::InvalidRequest);
+    QCOMPARE(reason, QStringLiteral("the body nests too deep to be written as JSON"));
 }
 
 QTEST_GUILESS_MAIN(ProxyTest)

@@ -97,6 +97,13 @@ private Q_SLOTS:
             false, State::LimitExceeded, 200, "the reply is too large");
         row("large headers", ok + QByteArray(70000, 'x'), false, State::LimitExceeded, 0,
             "the reply's headers are too large");
+        row("chunk extensions without end",
+            ok + "Transfer-Encoding: chunked\r\n\r\n" +
+                ("1;" + QByteArray(9000, 'e') + "\r\n \r\n").repeated(2),
+            false, State::LimitExceeded, 200, "the reply's chunk extensions are too large");
+        row("the largest head",
+            ok + "X: " + QByteArray(65536 - 17 - 3 - 2 - 21 - 2, 'x') + "\r\nContent-Length: 2\r\n\r\n{}",
+            false, State::Success, 200, "");
         row("no HTTP", "hello\r\n", false, State::Broken, 0, "what came is not an HTTP/1 response");
     }
     void everyOutcomeHasItsReason()
@@ -131,11 +138,24 @@ private Q_SLOTS:
         reader.reset();
         QCOMPARE(reader.reason(), QString());
         feed(reader, text);
-        const bool refused = state == State::LimitExceeded && status != 0;
+        const bool refused = reason == QLatin1String("the reply is too large");
         const HttpReply reply = reader.finish(State::TimedOut);
         QCOMPARE(int(reply.state), refused || status == 206 ? state : int(State::TimedOut));
         QCOMPARE(reader.reason(), refused || status == 206 ? reason : QString());
         QVERIFY(reply.body.isEmpty());
+    }
+
+    void theLimitsAreThoseThatArePromised()
+    {
+        const TransferLimits limits;
+        QCOMPARE(limits.bodyBytes, qint64(268435456));
+        QCOMPARE(limits.allBodiesBytes, qint64(536870912));
+        QCOMPARE(limits.downloadBytes, qint64(17179869184));
+        QCOMPARE(limits.headerBytes, qint64(65536));
+        QCOMPARE(limits.headerLines, 256);
+        QCOMPARE(MaximumTargetLength, 4194304);
+        QCOMPARE(MaximumHeaderLength, 1048576);
+        QCOMPARE(DefaultExpectedTime, 10000);
     }
 
     void headersOfOneNameAreOneList()

@@ -57,6 +57,11 @@ void RequestUrlTest::targetsAreExpandedAndEncoded_data()
     row("all that a path may hold", "/aZ09-._~!$&'()*+,;=:@/?", none, none, "/aZ09-._~!$&'()*+,;=:@/?");
     row("value of what a path may hold", "/{id}", id("aZ09-._~!$&'()*+,;=:@/?"), none,
         "/aZ09-._~%21%24%26%27%28%29%2A%2B%2C%3B%3D%3A%40%2F%3F");
+    row("encoded in all digits", "/%09%af%AF%0a%9F", none, none, "/%09%af%AF%0a%9F");
+    row("half encoded", "/%0g%g0%/0%:0%@0%G0%`0%a", none, none, "/%250g%25g0%25/0%25:0%25@0%25G0%25%600%25a");
+    row("digits that are not encoded", "/\"00^ab", none, none, "/%2200%5Eab");
+    row("all letters", "/azAZ09-._~", none, none, "/azAZ09-._~");
+    row("placeholder in front", "{id}/x", id("7"), none, "/7/x");
     row("fragment", "/x#y", none, none, "/x%23y");
     row("no slash in front", "@evil.example/x", none, none, "/@evil.example/x");
     row("backslash and quotes", "/a\\b\"<>", none, none, "/a%5Cb%22%3C%3E");

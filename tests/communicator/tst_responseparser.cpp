@@ -63,6 +63,33 @@ class ResponseParserTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void headsAreCountedForEachResponseAnew()
+    {
+        TransferLimits limits;
+        limits.headerLines = 3;
+        limits.headerBytes = 100;
+        Reading reading(limits);
+        const QByteArray lines = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n";
+        const QByteArray interim = "HTTP/1.1 100 Go\r\n\r\n";
+        for (const int size : pieceSizes) {
+            QCOMPARE(reading.feed(lines, size), State::Complete);
+            reading.parser.reset();
+            QCOMPARE(reading.feed("HTTP/1.1 200 OK\r\nA:\r\nContent-Length: 0\r\n\r\n", size),
+                     State::TooLarge);
+            reading.parser.reset();
+        }
+        // Interim ones count, and what has come of the next one before it is whole.
+        limits.headerLines = 100;
+        for (const int size : pieceSizes) {
+            Reading another(limits);
+            QCOMPARE(another.feed(interim + interim, size), State::Reading);
+            const int left = 100 - 2 * interim.size();
+            const QByteArray begun = "HTTP/1.1 200 OK\r\n" + QByteArray(left - 17, 'x');
+            QCOMPARE(another.feed(begun, size), State::Reading);
+            QCOMPARE(another.feed("x", size), State::TooLarge);
+        }
+    }
+
     void aSloppyButHarmlessResponseIsUnderstood_data()
     {
         QTest::addColumn<QByteArray>("text");

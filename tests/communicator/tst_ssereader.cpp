@@ -27,6 +27,8 @@ private Q_SLOTS:
     void streamsAreReadWhereverThePiecesEnd_data();
     void streamsAreReadWhereverThePiecesEnd();
 
+    void whatIsTakenIsCountedToTheByte();
+
     void anIdCountsWithItsEventOnly()
     {
         Reading reading;
@@ -150,6 +152,21 @@ void SseReaderTest::streamsAreReadWhereverThePiecesEnd()
         QVERIFY(reading.feed(stream.left(cut)));
         QVERIFY(reading.feed(stream.mid(cut)));
         QCOMPARE(reading.events, events);
+    }
+}
+
+void SseReaderTest::whatIsTakenIsCountedToTheByte()
+{
+    for (const int surplus : {0, 1}) {
+        QList<QByteArray> events;
+        SseReader reader(100, [&events](QByteArray&& data) { events.append(std::move(data)); });
+        const auto feed = [&reader](const QByteArray& text) {
+            return reader.feed(text.constData(), std::size_t(text.size()));
+        };
+        // Each line counts its end.
+        QVERIFY(feed("data: " + QByteArray(49, 'a') + "\n"));
+        QCOMPARE(feed("data: " + QByteArray(50 + surplus, 'b') + "\n\n"), surplus == 0);
+        QCOMPARE(events.size(), surplus == 0 ? 1 : 0);
     }
 }
 

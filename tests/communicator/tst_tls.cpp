@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/socketengine.h"
-#include "communicator/runtime/ioloop.h"
+#include "communicator/exchangeobserver.h"
+#include "enginebench.h"
 #include "tlsserver.h"
 
 #include <QDir>
@@ -10,9 +10,6 @@
 #include <fcntl.h>
 #include <future>
 
-using namespace Krelm::Communicator::HttpDevice;
-using State = IHttpVersionTrigger;
-
 class TlsTest : public QObject
 {
     Q_OBJECT
@@ -20,6 +17,11 @@ private Q_SLOTS:
     void initTestCase();
     void aDeviceIsTrustedOnlyAsItsEndpointSays_data();
     void aDeviceIsTrustedOnlyAsItsEndpointSays();
+    void aLargeReplyComesWhole_data() { bothWays(); }
+    void aLargeReplyComesWhole();
+    void whatWasSentIsCounted_data() { bothWays(); }
+    void whatWasSentIsCounted();
+    void aPlainServerIsNoTlsServer_data() { bothWays(); }
     void aPlainServerIsNoTlsServer();
     void programsThatAreStartedInheritNothing_data();
     void programsThatAreStartedInheritNothing();
@@ -30,7 +32,7 @@ private:
 
 void TlsTest::initTestCase()
 {
-    QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+    muteLog();
     if (!m_server.isAvailable()) {
         QSKIP("the openssl program is not installed");
     }
@@ -75,25 +77,61 @@ void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays()
         endpoint.pinnedKey =
             pinned ? m_server.pin() : QStringLiteral("sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=");
     }
-    const auto registry = std::make_shared<DeviceRegistry>();
-    SocketEngine engine(registry, std::make_shared<IoLoop>());
-    QString reason;
-    QCOMPARE(registry->add(QStringLiteral("wall"), endpoint, reason), DeviceRegistry::Change::Added);
-    HttpRequest request;
-    request.deviceKey = QStringLiteral("wall");
-    request.path = QStringLiteral("/reply.json");
-    const HttpReply reply = engine.exchange(request);
-    QCOMPARE(int(reply.state), state);
-    QCOMPARE(reply.body, state == State::Success ? QByteArray("{\"code\":0}") : QByteArray());
+    Bench bench;
+    bench.add(QStringLiteral("wall"), endpoint);
+    HttpRequest asked = request(QStringLiteral("wall"));
+    asked.path = QStringLiteral("/reply.json");
+    for (const bool blocking : {true, false}) {
+        const HttpReply reply = bench.ask(asked, blocking);
+        QCOMPARE(int(reply.state), state);
+        QCOMPARE(reply.body, state == State::Success ? QByteArray("{\"code\":0}") : QByteArray());
+    }
+}
+
+void TlsTest::aLargeReplyComesWhole()
+{
+    QFETCH(bool, blocking);
+    // In records of TLS, of which several may be there at once.
+    const QByteArray text = '"' + QByteArray(1000000, 'x') + '"';
+    QVERIFY(m_server.serve(QStringLiteral("/large.json"), text));
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("https://") + m_server.address();
+    endpoint.caFile = m_server.certificate();
+    Bench bench;
+    bench.add(QStringLiteral("wall"), endpoint);
+    HttpRequest asked = request(QStringLiteral("wall"));
+    asked.path = QStringLiteral("/large.json");
+    for (int i = 0; i < 3; ++i) {
+        const HttpReply reply = bench.ask(asked, blocking);
+        QCOMPARE(reply.state, State::Success);
+        QVERIFY(reply.body == text);
+    }
+}
+
+void TlsTest::whatWasSentIsCounted()
+{
+    QFETCH(bool, blocking);
+    DeviceEndpoint endpoint;
+    endpoint.address = QStringLiteral("https://") + m_server.address();
+    endpoint.caFile = m_server.certificate();
+    Bench bench;
+    bench.add(QStringLiteral("wall"), endpoint);
+    HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, QByteArray(100000, 'x'));
+    asked.expectedTime = 500; // the server knows GET only, and says nothing
+    ExchangeRecord record;
+    setExchangeObserver([&record](const ExchangeRecord& told) { record = told; });
+    const HttpReply reply = bench.ask(asked, blocking);
+    setExchangeObserver({});
+    QVERIFY(reply.state != State::Success);
+    QCOMPARE(record.bytesSent, qint64(100000));
 }
 
 void TlsTest::aPlainServerIsNoTlsServer()
 {
-    SocketEngine engine(std::make_shared<DeviceRegistry>(), std::make_shared<IoLoop>());
-    HttpRequest request;
-    request.deviceKey = QStringLiteral("http://") + m_server.address();
-    request.path = QStringLiteral("/reply.json");
-    QVERIFY(engine.exchange(request).state != State::Success);
+    QFETCH(bool, blocking);
+    Bench bench;
+    QVERIFY(bench.ask(request(QStringLiteral("http://") + m_server.address()), blocking).state !=
+            State::Success);
 }
 
 void TlsTest::programsThatAreStartedInheritNothing_data()

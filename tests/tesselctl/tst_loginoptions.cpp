@@ -87,7 +87,7 @@ private Q_SLOTS:
         QFile file(TESSEL_SOURCE_DIR "/docs/transport.md");
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QString page = QString::fromUtf8(file.readAll()).simplified();
-        const QString logins = QRegularExpression("Logins are ([^.]*)\\.").match(page).captured(1);
+        const QString logins = QRegularExpression("\\| logins \\| ([^|]*)\\|").match(page).captured(1);
         QStringList documented;
         for (auto it = QRegularExpression("([a-z]+) \\(RFC").globalMatch(logins); it.hasNext();)
             documented << it.next().captured(1);

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/exchangeobserver.h"
+#include "communicator/http/exchangereport.h"
+
+#include <QtTest>
+
+using namespace Krelm::Communicator::HttpDevice;
+
+class ExchangeReportTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void exchangesAreCountedFromTheBeginningOfTheProcess()
+    {
+        static quint64 counted = 0; // of this function, however often it runs
+        QCOMPARE(exchangesBegun(), counted);
+        countExchange();
+        QCOMPARE(exchangesBegun(), ++counted);
+    }
+
+    void aTimeLimitThatPassedIsNamed()
+    {
+        HttpRequest request;
+        request.expectedTime = 250;
+        QCOMPARE(timeOutReason(request), QStringLiteral("no whole reply within 250 ms"));
+        for (const int none : {0, -1}) {
+            request.expectedTime = none;
+            QCOMPARE(timeOutReason(request), QStringLiteral("no whole reply within 10000 ms"));
+        }
+        request.expectedTime = 1;
+        QCOMPARE(timeLimit(request).count(), std::chrono::milliseconds::rep(1));
+    }
+
+    void methodsHaveTheirVerbs()
+    {
+        QCOMPARE(QByteArray(verbOf(HttpMethod::Get)), QByteArray("GET"));
+        QCOMPARE(QByteArray(verbOf(HttpMethod::Put)), QByteArray("PUT"));
+        QCOMPARE(QByteArray(verbOf(HttpMethod::Post)), QByteArray("POST"));
+        QCOMPARE(QByteArray(verbOf(HttpMethod::Delete)), QByteArray("DELETE"));
+    }
+};
+
+QTEST_GUILESS_MAIN(ExchangeReportTest)
+#include "tst_exchangereport.moc"
