@@ -95,8 +95,7 @@ public:
     void closeForLogout() override
     {
         net::post(m_socket.get_executor(), [self = shared()] {
-            const auto& exchange = self->m_exchange;
-            if (!exchange || exchange->kind != Device::Exchange::Kind::Control)
+            if (!self->m_isControl)
                 self->end();
         });
     }
@@ -303,6 +302,9 @@ private:
         if (sent > 0)
             response.body() = {m_reply.body->data(), sent};
         m_serializer.emplace(response);
+        // Whoever has the reply finds its request in the log.
+        m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
+        finishRequest(m_reply.status);
         http::async_write(m_socket, *m_serializer,
                           [self = shared()](error_code error, std::size_t) { self->onSent(error); });
     }
@@ -310,7 +312,7 @@ private:
     void onSent(error_code error)
     {
         touch();
-        finishRequest(error ? 0 : m_reply.status);
+        m_isControl = false;
         m_reply = {};
         if (error || m_truncate) {
             end();
@@ -363,6 +365,7 @@ private:
     beast::flat_buffer m_buffer;
     std::optional<Parser> m_parser;
     std::optional<Device::Exchange> m_exchange;
+    bool m_isControl = false; ///< the reply under way is one of the control interface
     std::string m_chunk;
     std::string m_body;
     std::uint64_t m_bodySize = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/connector.h"
 #include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 #include "communicator/runtime/ioloop.h"
 #include "deaflistener.h"
 #include "misbehavingserver.h"

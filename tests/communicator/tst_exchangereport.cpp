@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/exchangeid.h"
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/exchangereport.h"
+#include "communicator/http/requesthead.h"
+#include "communicator/http/timelimit.h"
 
 #include <QtTest>
 
@@ -14,7 +17,7 @@ private Q_SLOTS:
     {
         static quint64 counted = 0; // of this function, however often it runs
         QCOMPARE(exchangesBegun(), counted);
-        countExchange();
+        beginExchange();
         QCOMPARE(exchangesBegun(), ++counted);
     }
 
