@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/events/proxyeventqueue.h"
+#include "communicator/runtime/postedcall.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -32,8 +33,7 @@ public:
     explicit Delivery(std::function<void(const QString&)> receive)
         : queue([this] {
             ++wakeUps;
-            QMetaObject::invokeMethod(
-                this, [this] { deliver(); }, Qt::QueuedConnection);
+            postCall(this, [this] { deliver(); });
         })
         , m_receive(std::move(receive))
     {}
