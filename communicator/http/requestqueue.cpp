@@ -30,7 +30,7 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        abortAll(std::move(queue->waiting), std::move(queue->underWay));
+        abortAll(queue->waiting, std::move(queue->underWay));
     }
 }
 

@@ -365,7 +365,8 @@ private Q_SLOTS:
             QCOMPARE(watched.exchange.finish(state, {}).state, State::InvalidRequest);
             QCOMPARE(watched.record.reason, reason);
             // The reason is that of one request.
-            QCOMPARE(watched.prepare(request(QStringLiteral("wall"))), State::Success);
+            const HttpRequest next = request(QStringLiteral("wall"));
+            QCOMPARE(watched.prepare(next), State::Success);
             QCOMPARE(watched.exchange.finish(State::TimedOut, QStringLiteral("late")).state, State::TimedOut);
             QCOMPARE(watched.record.reason, QStringLiteral("late"));
         }
