@@ -13,17 +13,17 @@ namespace TesselCtl {
 namespace {
 
 constexpr CoefficientKind kinds[] = {
-    {Tessel::CoefficientKind::Plain, &Correctionop::uploadCoefficientAsync, &Correctionop::uploadCoefficient,
-     &Correctionop::loadCoefficient, false, &Correctionop::saveCabinetsCoeffcient,
+    {Tessel::CoefficientKind::Plain, false, &Correctionop::uploadCoefficientAsync,
+     &Correctionop::uploadCoefficient, &Correctionop::loadCoefficient, &Correctionop::saveCabinetsCoeffcient,
      &Correctionop::clearCabinetsUserCoefficient},
-    {Tessel::CoefficientKind::Multilayer, &Correctionop::uploadMultilayerCoefficientAsync,
-     &Correctionop::uploadMultilayerCoefficient, &Correctionop::loadMultilayerCoefficient, true,
+    {Tessel::CoefficientKind::Multilayer, true, &Correctionop::uploadMultilayerCoefficientAsync,
+     &Correctionop::uploadMultilayerCoefficient, &Correctionop::loadMultilayerCoefficient,
      &Correctionop::saveCabinetsMultilayerCoeffcient, &Correctionop::clearCabinetsMultilayerCoefficient},
-    {Tessel::CoefficientKind::Adaptive, &Correctionop::uploadAdaptiveCoefficientAsync, nullptr,
-     &Correctionop::loadAdaptiveCoefficient, true, &Correctionop::saveCabinetsAdapCoeffcient, nullptr},
-    {Tessel::CoefficientKind::Dynamic, &Correctionop::uploadDynamicCoefficientAsync, nullptr, nullptr, false,
+    {Tessel::CoefficientKind::Adaptive, true, &Correctionop::uploadAdaptiveCoefficientAsync, nullptr,
+     &Correctionop::loadAdaptiveCoefficient, &Correctionop::saveCabinetsAdapCoeffcient, nullptr},
+    {Tessel::CoefficientKind::Dynamic, false, &Correctionop::uploadDynamicCoefficientAsync, nullptr, nullptr,
      nullptr, nullptr},
-    {Tessel::CoefficientKind::LowGray, &Correctionop::uploadLowGrayCoefficientAsync, nullptr, nullptr, false,
+    {Tessel::CoefficientKind::LowGray, false, &Correctionop::uploadLowGrayCoefficientAsync, nullptr, nullptr,
      &Correctionop::saveCabinetsLowgrayCoeffcient, &Correctionop::clearCabinetsLowgrayCoefficient},
 };
 

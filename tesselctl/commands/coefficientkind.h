@@ -21,12 +21,12 @@ struct CoefficientKind
     using Action = bool (Correctionop::*)(const QString&, const Map&, Map&);
 
     Tessel::CoefficientKind kind;
+    bool loadsByCabinet; ///< tables are read one cabinet at a time, by its id
     Upload upload;
     // One cabinet by itself. The dynamic and low-gray forms have no path that names the cabinet, so these two
     // go as one list.
     CabinetUpload uploadCabinet;
     Load load;
-    bool loadsByCabinet; ///< one cabinet at a time, by its id
     Action save;
     Action clear;
 };
