@@ -167,7 +167,7 @@ private Q_SLOTS:
             }
         });
         turning.start(0);
-        objectFatesDuring([this] { GroupRequest("Device_Hue").put(device, {"1", "2", "3"}); });
+        objectFatesDuring([] { GroupRequest("Device_Hue").put(device, {"1", "2", "3"}); });
         QCOMPARE(living[0], 3);
         QCOMPARE(living[1], 2);
         while (m_engine->release())
@@ -185,7 +185,7 @@ private Q_SLOTS:
             fireSingleShots(10000, 1);
         });
         int living[2] = {0, 0};
-        objectFatesDuring([this, &living] {
+        objectFatesDuring([&living] {
             GroupRequest("Device_Hue").put(device, {"1", "2"});
             living[0] = livingNow<HttpJsonPackage>();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
