@@ -53,6 +53,9 @@ bool isFulfilled(const QtPromise::QPromise<T>& promise)
 
 } // namespace
 
+Q_DECLARE_METATYPE(RecordingEngine::Reply)
+Q_DECLARE_METATYPE(std::function<void()>)
+
 class TestUnreadableReplies : public QObject
 {
     Q_OBJECT
@@ -277,9 +280,6 @@ private Q_SLOTS:
         QCOMPARE(response.codeNumber(), code);
     }
 };
-
-Q_DECLARE_METATYPE(RecordingEngine::Reply)
-Q_DECLARE_METATYPE(std::function<void()>)
 
 QTEST_GUILESS_MAIN(TestUnreadableReplies)
 #include "tst_unreadablereplies.moc"
