@@ -19,13 +19,6 @@ constexpr int MaximumChallenges = 2;
 // What one exchange may send before the others, and its time limit, have their turn.
 constexpr std::size_t BytesPerTurn = 256 << 10;
 
-bool hasControl(const QString& text)
-{
-    return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
-        return character.unicode() < 0x20 || character.unicode() == 0x7F;
-    });
-}
-
 } // namespace
 
 QString faultOfRequest(const HttpRequest& request)

@@ -23,13 +23,6 @@ bool isNamed(const QString& name, const char* wanted)
     return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
 }
 
-bool hasControl(const QString& text)
-{
-    return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
-        return character.unicode() < 0x20 || character.unicode() == 0x7F;
-    });
-}
-
 QByteArray loginOf(const Device& device, const RequestHead& head)
 {
     using Login = DeviceEndpoint::Login;
@@ -62,6 +55,13 @@ const char* verbOf(HttpMethod method)
         break;
     }
     return "GET";
+}
+
+bool hasControl(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
+        return character.unicode() < 0x20 || character.unicode() == 0x7F;
+    });
 }
 
 QString faultOfHeaders(const QMap<QString, QString>& headers)

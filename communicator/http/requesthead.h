@@ -14,6 +14,9 @@ namespace Krelm::Communicator::HttpDevice {
 /// `GET`, `PUT`, `POST` or `DELETE`.
 const char* verbOf(HttpMethod method);
 
+/// Whether @p text holds a control character of ASCII, which no part of a request may.
+bool hasControl(const QString& text);
+
 /// Why @p headers cannot be sent as headers of a request; empty when they can.
 QString faultOfHeaders(const QMap<QString, QString>& headers);
 
