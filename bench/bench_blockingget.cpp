@@ -52,8 +52,9 @@ void serve(const std::function<void(const std::string&)>& ready)
     Tessel::Simulator::Options options;
     options.requestLog = 0;
     Tessel::Simulator::Simulator simulator(options);
-    if (!simulator.start() || !simulator.setValue(path, chips()))
+    if (!simulator.start() || !simulator.setValue(path, chips())) {
         return;
+    }
     ready(simulator.address().toStdString());
 }
 
@@ -81,8 +82,9 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<std::uint16_t>(port));
         inet_pton(AF_INET, host.c_str(), &address.sin_addr);
-        if (connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        if (connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
             fail("the raw socket's connect");
+        }
         const int on = 1;
         setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     }
@@ -92,14 +94,16 @@ public:
 
     void get()
     {
-        if (send(m_socket, m_request.data(), m_request.size(), 0) < 0)
+        if (send(m_socket, m_request.data(), m_request.size(), 0) < 0) {
             fail("the raw socket's send");
+        }
         std::size_t length = 0;
         std::size_t whole = 0;
         do {
             const ssize_t got = recv(m_socket, m_buffer + length, sizeof m_buffer - length, 0);
-            if (got <= 0)
+            if (got <= 0) {
                 fail("the raw socket's receive");
+            }
             length += static_cast<std::size_t>(got);
             whole = whole ? whole : wholeLength(length);
         } while (whole == 0 || length < whole);
@@ -112,8 +116,9 @@ private:
         const std::string_view text(m_buffer, length);
         const std::size_t end = text.find("\r\n\r\n");
         const std::size_t field = text.find("Content-Length: ");
-        if (end == std::string_view::npos || field == std::string_view::npos)
+        if (end == std::string_view::npos || field == std::string_view::npos) {
             return 0;
+        }
         return end + 4 + std::strtoul(m_buffer + field + 16, nullptr, 10);
     }
 
@@ -141,8 +146,9 @@ public:
     QList<QVariant> get()
     {
         m_body.resize(0);
-        if (curl_easy_perform(m_handle) != CURLE_OK)
+        if (curl_easy_perform(m_handle) != CURLE_OK) {
             fail("the bare libcurl call");
+        }
         return decode(m_body);
     }
 
@@ -163,8 +169,9 @@ QList<QVariant> getByManager(QNetworkAccessManager& manager, const QUrl& url)
     QEventLoop loop;
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     loop.exec();
-    if (reply->error() != QNetworkReply::NoError)
+    if (reply->error() != QNetworkReply::NoError) {
         fail("the QNetworkAccessManager call");
+    }
     const QByteArray body = reply->readAll();
     reply->deleteLater();
     return decode(body);
@@ -178,8 +185,9 @@ void shareOneProcessor()
     cpu_set_t one;
     CPU_ZERO(&one);
     CPU_SET(sched_getcpu(), &one);
-    if (sched_setaffinity(0, sizeof one, &one) != 0)
+    if (sched_setaffinity(0, sizeof one, &one) != 0) {
         std::fprintf(stderr, "bench_blockingget: not on one processor, so expect noise\n");
+    }
 }
 
 int main(int argc, char** argv)
@@ -187,8 +195,9 @@ int main(int argc, char** argv)
     takeRatiosOption(argc, argv);
     shareOneProcessor();
     const ServerProcess server(serve);
-    if (server.address().empty())
+    if (server.address().empty()) {
         fail("the server's start");
+    }
     QCoreApplication app(argc, argv);
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 40;
 
@@ -201,15 +210,17 @@ int main(int argc, char** argv)
 
     // All that decode see the same thirteen chips.
     if (!Capability::getInstance()->getAllChipType(deviceKey, result) || result.size() != 13 ||
-        result != curl.get() || result != getByManager(manager, url))
+        result != curl.get() || result != getByManager(manager, url)) {
         fail("the comparison of the replies");
+    }
 
     const auto figures = measureInterleaved(
         {{"raw socket, not decoded", [&] { raw.get(); }},
          {"Capability::getAllChipType",
           [&] {
-              if (!Capability::getInstance()->getAllChipType(deviceKey, result))
+              if (!Capability::getInstance()->getAllChipType(deviceKey, result)) {
                   fail("the library's call");
+              }
           }},
          {"bare libcurl, QJsonDocument", [&] { result = curl.get(); }},
          {"QNetworkAccessManager, QJsonDocument", [&] { result = getByManager(manager, url); }}},

@@ -86,8 +86,9 @@ template <class Read>
 auto repeated(Read read)
 {
     return [read] {
-        for (int i = 0; i < Reads; ++i)
+        for (int i = 0; i < Reads; ++i) {
             read();
+        }
     };
 }
 

@@ -56,8 +56,9 @@ bool sendAll(int peer, const std::string& text)
 {
     for (std::size_t sent = 0; sent < text.size();) {
         const ssize_t n = send(peer, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (n <= 0)
+        if (n <= 0) {
             return false;
+        }
         sent += static_cast<std::size_t>(n);
     }
     return true;
@@ -73,19 +74,22 @@ void serveBulk(int count, const Ready& ready)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
     if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener, 16) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
         return;
+    }
 
     std::string chunk;
-    for (int i = 0; i < Chunk; ++i)
+    for (int i = 0; i < Chunk; ++i) {
         chunk += "data: " + std::string(unrelatedEvent) + "\n\n";
+    }
     std::thread([listener, chunk, count] {
         while (const int peer = accept(listener, nullptr, nullptr)) {
             char request[65536];
             bool open = recv(peer, request, sizeof request, 0) > 0 &&
                         sendAll(peer, "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
-            for (int sent = 0; open && sent < count; sent += Chunk)
+            for (int sent = 0; open && sent < count; sent += Chunk) {
                 open = sendAll(peer, chunk);
+            }
             while (open && recv(peer, request, sizeof request, 0) > 0) {
             }
             close(peer);
@@ -106,8 +110,9 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
         options.requestLog = 0;
         options.cabinets = 16;
         fleet.push_back(std::make_unique<Simulator>(options, threads));
-        if (!fleet.back()->start())
+        if (!fleet.back()->start()) {
             return;
+        }
         addresses += fleet.back()->address().toStdString() + ' ';
     }
     std::atomic<bool> stopping{false};
@@ -116,8 +121,9 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
                            [&](const auto& device) { return (device->eventStreams() > 0) == wanted; });
     };
     const auto waitForStreams = [&](bool wanted) {
-        while (!stopping && !haveStreams(wanted))
+        while (!stopping && !haveStreams(wanted)) {
             usleep(1000);
+        }
     };
     std::thread pusher([&] {
         while (!stopping) {
@@ -125,8 +131,9 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
             for (int i = 0; i < perDevice && !stopping; ++i) {
                 for (const auto& device : fleet) {
                     device->pushEvent(event);
-                    if (microseconds > 0)
+                    if (microseconds > 0) {
                         usleep(static_cast<useconds_t>(microseconds));
+                    }
                 }
             }
             waitForStreams(false);
@@ -184,8 +191,9 @@ Run receive(const QStringList& keys, int events, int refreshes)
             if (seen == events) {
                 run.seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
                 run.cpu = processorSeconds() - cpuBefore;
-                if (refreshes == 0)
+                if (refreshes == 0) {
                     loop.quit();
+                }
             }
         });
     const auto onFresh = [&](const QString&) {
@@ -207,8 +215,9 @@ Run receive(const QStringList& keys, int events, int refreshes)
         proxy->addDevice(key, endpoint);
     }
     loop.exec();
-    for (const QString& key : keys)
+    for (const QString& key : keys) {
         proxy->removeDevice(key);
+    }
     return run;
 }
 

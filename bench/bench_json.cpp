@@ -36,8 +36,9 @@ double seconds(const std::function<void()>& work, int repeat)
 {
     QElapsedTimer timer;
     timer.start();
-    for (int i = 0; i < repeat; ++i)
+    for (int i = 0; i < repeat; ++i) {
         work();
+    }
     return double(timer.nsecsElapsed()) / 1e9 / repeat;
 }
 
@@ -86,8 +87,9 @@ int main(int argc, char** argv)
     comparePeak(
         "encode list, peak", "json/encode-list-peak", [&] { documentText(value); },
         [&] { Json::write(value); });
-    if (argc > 1)
+    if (argc > 1) {
         return 0;
+    }
 
     if (documentList(list) != JsonText::dataListFlattened(list)) {
         std::puts("the results differ");

@@ -45,8 +45,9 @@ QList<QVariant> coefficients(int count)
     list.reserve(count);
     for (int i = 0; i < count; ++i) {
         QList<QVariant> matrix;
-        for (int k = 0; k < 9; ++k)
+        for (int k = 0; k < 9; ++k) {
             matrix.append((k % 4 == 0 ? 0.9 : 0.01) + (i * 9 + k) % 8191 * 1e-5);
+        }
         list.append(QVariantMap{
             {QStringLiteral("cabinetId"), 100000 + i / 16},
             {QStringLiteral("module"), i % 16},
@@ -73,8 +74,9 @@ void serve(const std::function<void(const std::string&)>& ready)
         options.requestLog = 0;
         options.cabinets = i == 0 ? Cabinets : 16;
         fleet.push_back(std::make_unique<Simulator>(options, threads));
-        if (!fleet.back()->start())
+        if (!fleet.back()->start()) {
             return;
+        }
         addresses += fleet.back()->address().toStdString() + ' ';
     }
     ready(addresses);
@@ -96,8 +98,9 @@ double untilSettled(int count, Start start)
     clock.start();
     for (int i = 0; i < count; ++i) {
         start(i).finally([&] {
-            if (++settled == count)
+            if (++settled == count) {
                 loop.quit();
+            }
         });
     }
     QTimer::singleShot(120000, &loop, [&] { loop.exit(1); });

@@ -13,18 +13,20 @@ namespace {
 void flatten(const QVariantMap& members, const QString& prefix, QVariantMap& out)
 {
     for (auto it = members.cbegin(); it != members.cend(); ++it) {
-        if (it.value().userType() == QMetaType::QVariantMap && !it.value().toMap().isEmpty())
+        if (it.value().userType() == QMetaType::QVariantMap && !it.value().toMap().isEmpty()) {
             flatten(it.value().toMap(), prefix + it.key() + QLatin1Char('.'), out);
-        else
+        } else {
             out.insert(prefix + it.key(), it.value());
+        }
     }
 }
 
 QByteArray writtenList(int count)
 {
     QVariantList list;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         list.append(cabinet(i));
+    }
     return Krelm::Communicator::Json::write(envelope(list));
 }
 
@@ -62,23 +64,26 @@ QVariantMap envelope(const QVariant& data)
 QByteArray cabinetListReply(int count)
 {
     int channel[2];
-    if (pipe(channel) != 0)
+    if (pipe(channel) != 0) {
         return {};
+    }
     const pid_t child = fork();
     if (child == 0) {
         close(channel[0]);
         const QByteArray text = writtenList(count);
         int sent = 0;
-        for (ssize_t n = 1; sent < text.size() && n > 0; sent += static_cast<int>(n))
+        for (ssize_t n = 1; sent < text.size() && n > 0; sent += static_cast<int>(n)) {
             n = ::write(channel[1], text.constData() + sent, static_cast<std::size_t>(text.size() - sent));
+        }
         _exit(0);
     }
     close(channel[1]);
     QByteArray reply;
     reply.reserve(count * 1024);
     char chunk[65536];
-    for (ssize_t n = 0; (n = ::read(channel[0], chunk, sizeof chunk)) > 0;)
+    for (ssize_t n = 0; (n = ::read(channel[0], chunk, sizeof chunk)) > 0;) {
         reply.append(chunk, static_cast<int>(n));
+    }
     close(channel[0]);
     waitpid(child, nullptr, 0);
     return reply;
@@ -95,7 +100,8 @@ QVariantList documentList(const QByteArray& reply)
 {
     const QVariantList list = QJsonDocument::fromJson(reply).toVariant().toMap().value("data").toList();
     QVariantList out;
-    for (const QVariant& element : list)
+    for (const QVariant& element : list) {
         out.append(flattened(element.toMap()));
+    }
     return out;
 }

@@ -34,11 +34,13 @@ std::vector<Figures> measureInterleaved(const std::vector<Variant>& variants, in
                 const auto start = Clock::now();
                 variants[i].call();
                 const std::chrono::duration<double, std::micro> took = Clock::now() - start;
-                if (round >= 0)
+                if (round >= 0) {
                     samples[i].push_back(took.count());
+                }
             }
-            if (round >= 0)
+            if (round >= 0) {
                 processor[i] += processorMicroseconds() - before;
+            }
         }
     }
 

@@ -16,8 +16,9 @@ double residentPeak()
 double measuredApart(const std::function<double()>& measure)
 {
     int channel[2];
-    if (pipe(channel) != 0)
+    if (pipe(channel) != 0) {
         return -1;
+    }
     std::fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {

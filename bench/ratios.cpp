@@ -14,10 +14,11 @@ void takeRatiosOption(int& argc, char** argv)
 {
     int kept = 1;
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--ratios") == 0)
+        if (std::strcmp(argv[i], "--ratios") == 0) {
             wanted = true;
-        else
+        } else {
             argv[kept++] = argv[i];
+        }
     }
     argc = kept;
     argv[argc] = nullptr;
@@ -25,6 +26,7 @@ void takeRatiosOption(int& argc, char** argv)
 
 void tellRatio(const char* name, double value)
 {
-    if (wanted)
+    if (wanted) {
         std::printf("ratio %s %.4f\n", name, value);
+    }
 }

@@ -13,11 +13,13 @@ int main(int argc, char** argv)
     const Devices devices;
 
     QList<QVariant> chips;
-    if (!Capability::getInstance()->getAllChipType(devices.addresses.first(), chips))
+    if (!Capability::getInstance()->getAllChipType(devices.addresses.first(), chips)) {
         return 1;
+    }
 
     QTextStream out(stdout);
-    for (const QVariant& chip : qAsConst(chips))
+    for (const QVariant& chip : qAsConst(chips)) {
         out << chip.toMap().value("id").toInt() << "  " << chip.toMap().value("name").toString() << '\n';
+    }
     return chips.isEmpty() ? 1 : 0;
 }

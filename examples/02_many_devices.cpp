@@ -32,10 +32,11 @@ int main(int argc, char** argv)
     for (std::size_t i = 0; i < answers.size(); ++i) {
         const auto [answered, count] = answers[i].get();
         out << devices.addresses.at(static_cast<int>(i)) << "  ";
-        if (answered)
+        if (answered) {
             out << count << " chips\n";
-        else
+        } else {
             out << "no answer\n";
+        }
         allAnswered = allAnswered && answered;
     }
     return allAnswered ? 0 : 1;

@@ -30,8 +30,9 @@ int main(int argc, char** argv)
     for (const QString& address : devices.addresses) {
         DeviceEndpoint endpoint;
         endpoint.address = address;
-        if (!proxy->addDevice(address, endpoint))
+        if (!proxy->addDevice(address, endpoint)) {
             return 1;
+        }
     }
 
     // A simulated device says something once it is listened to.

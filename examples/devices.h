@@ -22,11 +22,13 @@ public:
         const int missing = addresses.isEmpty() ? simulated : 0;
         for (int i = 0; i < missing; ++i) {
             simulators.push_back(std::make_unique<Tessel::Simulator::Simulator>());
-            if (!simulators.back()->start())
+            if (!simulators.back()->start()) {
                 qFatal("%s", qPrintable(simulators.back()->errorString()));
+            }
         }
-        for (const auto& simulator : simulators)
+        for (const auto& simulator : simulators) {
             addresses << simulator->address();
+        }
     }
 
     QStringList addresses; ///< an address serves as device key

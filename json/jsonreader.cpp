@@ -39,8 +39,9 @@ std::string_view withoutSpaceBehind(std::string_view token)
 bool skipDigits(const char*& p, const char* end)
 {
     const char* const first = p;
-    while (p != end && *p >= '0' && *p <= '9')
+    while (p != end && *p >= '0' && *p <= '9') {
         ++p;
+    }
     return p != first;
 }
 
@@ -51,8 +52,9 @@ bool readReal(std::string_view token, QVariant& out)
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it is zero.
         number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble();
-        if (!std::isfinite(number))
+        if (!std::isfinite(number)) {
             return false;
+        }
     }
     out = number;
     return true;
@@ -67,8 +69,9 @@ bool readNumber(std::string_view token, QVariant& out)
     const bool negative = p != end && *p == '-';
     p += negative ? 1 : 0;
     const char* const digits = p;
-    if (!skipDigits(p, end) || (*digits == '0' && p - digits > 1))
+    if (!skipDigits(p, end) || (*digits == '0' && p - digits > 1)) {
         return false;
+    }
     if (p == end) {
         qlonglong number = 0;
         if (std::from_chars(token.data(), end, number).ec == std::errc()) {
@@ -82,14 +85,17 @@ bool readNumber(std::string_view token, QVariant& out)
         }
         return readReal(token, out);
     }
-    if (*p == '.' && !skipDigits(++p, end))
+    if (*p == '.' && !skipDigits(++p, end)) {
         return false;
+    }
     if (p != end && (*p == 'e' || *p == 'E')) {
         ++p;
-        if (p != end && (*p == '+' || *p == '-'))
+        if (p != end && (*p == '+' || *p == '-')) {
             ++p;
-        if (!skipDigits(p, end))
+        }
+        if (!skipDigits(p, end)) {
             return false;
+        }
     }
     return p == end && readReal(token, out);
 }
@@ -121,8 +127,9 @@ bool isWellEscaped(std::string_view raw)
 std::string_view keyText(const char* key)
 {
     const char* end = key;
-    while (*end != '"')
+    while (*end != '"') {
         end += *end == '\\' ? 2 : 1;
+    }
     return {key, std::size_t(end - key)};
 }
 
@@ -145,11 +152,13 @@ public:
         m_keys.begin(std::size_t(text.size()));
         const bool complete = parse(text, read);
         m_entries.clear();
-        if (m_entries.capacity() > RetainedEntries)
+        if (m_entries.capacity() > RetainedEntries) {
             m_entries.shrink_to_fit();
+        }
         m_keys.end();
-        if (m_parser.capacity() > RetainedCapacity)
+        if (m_parser.capacity() > RetainedCapacity) {
             m_parser = ondemand::parser();
+        }
         return complete;
     }
 
@@ -157,12 +166,14 @@ public:
     template <typename Read>
     static bool eachMember(simdjson::simdjson_result<ondemand::object> object, Read read)
     {
-        if (object.error())
+        if (object.error()) {
             return false;
+        }
         for (auto member : object) {
             ondemand::field field;
-            if (std::move(member).get(field) || !read(field.key().raw(), field.value()))
+            if (std::move(member).get(field) || !read(field.key().raw(), field.value())) {
                 return false;
+            }
         }
         return true;
     }
@@ -170,12 +181,14 @@ public:
     template <typename Read>
     static bool eachElement(simdjson::simdjson_result<ondemand::array> array, Read read)
     {
-        if (array.error())
+        if (array.error()) {
             return false;
+        }
         for (auto element : array) {
             ondemand::value value;
-            if (element.get(value) || !read(value))
+            if (element.get(value) || !read(value)) {
                 return false;
+            }
         }
         return true;
     }
@@ -186,8 +199,9 @@ public:
     {
         const std::size_t first = m_entries.size();
         Object current{m_keys.start(), scope == KeyTable::FlatRoot, false};
-        if (!members(object, scope, current, depth))
+        if (!members(object, scope, current, depth)) {
             return false;
+        }
         out = m_keys.take(scope, m_entries, first, current.repeated);
         return true;
     }
@@ -242,15 +256,18 @@ private:
 template <typename Read>
 bool Reader::parse(const QByteArray& text, Read read)
 {
-    if (text.size() > MaximumSize)
+    if (text.size() > MaximumSize) {
         return false;
+    }
     // The parser reads past the end. An array that was filled piece by piece often has the room.
     QByteArray padded = text;
-    if (padded.capacity() - padded.size() < int(simdjson::SIMDJSON_PADDING))
+    if (padded.capacity() - padded.size() < int(simdjson::SIMDJSON_PADDING)) {
         padded.reserve(padded.size() + int(simdjson::SIMDJSON_PADDING));
+    }
     std::string_view view(padded.constData(), std::size_t(padded.size()));
-    if (view.substr(0, 3) == "\xEF\xBB\xBF")
+    if (view.substr(0, 3) == "\xEF\xBB\xBF") {
         view.remove_prefix(3);
+    }
     m_end = view.data() + view.size();
     ondemand::document document;
     return !m_parser.iterate(view, view.size() + simdjson::SIMDJSON_PADDING).get(document) && read(document);
@@ -262,23 +279,28 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
     KeyTable::Id key = 0;
     return depth <= MaximumDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
                key = m_keys.find(scope, key, raw, m_end);
-               if (key == 0)
+               if (key == 0) {
                    return false;
-               if (m_keys.occurs(key, current.number, m_entries.size()))
+               }
+               if (m_keys.occurs(key, current.number, m_entries.size())) {
                    current.repeated = true;
+               }
                QVariant read;
                if (current.flat) {
                    const char opening = start(value.raw_json_token());
                    if (opening == '{') {
                        const std::size_t before = m_entries.size();
-                       if (!members(value.get_object(), key, current, depth + 1))
+                       if (!members(value.get_object(), key, current, depth + 1)) {
                            return false;
-                       if (m_entries.size() == before)
+                       }
+                       if (m_entries.size() == before) {
                            m_entries.push_back({key, QVariantMap()});
+                       }
                        return true;
                    }
-                   if (!this->value(value, opening == '[' ? m_keys.elementScope(key) : key, read, depth))
+                   if (!this->value(value, opening == '[' ? m_keys.elementScope(key) : key, read, depth)) {
                        return false;
+                   }
                } else if (!this->value(value, key, read, depth)) {
                    return false;
                }
@@ -293,8 +315,9 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
     switch (start(token)) {
     case '{': {
         QVariantMap map;
-        if (!object(value.get_object(), scope, map, depth + 1))
+        if (!object(value.get_object(), scope, map, depth + 1)) {
             return false;
+        }
         out = map;
         return true;
     }
@@ -302,15 +325,17 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
         QVariantList elements;
         // Only objects that stand in the outermost list are flattened.
         const KeyTable::Id inner = scope == KeyTable::FlatRoot ? KeyTable::PlainRoot : scope;
-        if (!list(value.get_array(), inner, elements, depth + 1))
+        if (!list(value.get_array(), inner, elements, depth + 1)) {
             return false;
+        }
         out = elements;
         return true;
     }
     case '"': {
         QString string;
-        if (value.get_raw_json_string().error() || !decodeString(content(token), string))
+        if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
             return false;
+        }
         out = string;
         return true;
     }
@@ -359,8 +384,9 @@ bool Reader::skip(simdjson::simdjson_result<ondemand::array> array, int depth)
 bool Reader::skip(ondemand::document& document)
 {
     std::string_view token;
-    if (document.raw_json_token().get(token))
+    if (document.raw_json_token().get(token)) {
         return false;
+    }
     switch (start(token)) {
     case '{':
         return skip(document.get_object(), 1) && isAtEnd(document);
@@ -389,8 +415,9 @@ bool readData(const QByteArray& reply, bool* isObject, Read read)
                                   }) &&
                Reader::isAtEnd(document);
     });
-    if (isObject != nullptr)
+    if (isObject != nullptr) {
         *isObject = complete;
+    }
     return complete;
 }
 
@@ -410,8 +437,9 @@ QVariantList readDataList(const QByteArray& reply, bool* isObject, KeyTable::Id 
     QVariantList list;
     const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
         list.clear();
-        if (start(value.raw_json_token()) != '[')
+        if (start(value.raw_json_token()) != '[') {
             return reader.skip(value, 1);
+        }
         return reader.list(value.get_array(), scope, list, 2);
     });
     return complete ? list : QVariantList();
@@ -440,8 +468,9 @@ QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject)
     QVariantMap map;
     const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
         map.clear();
-        if (start(value.raw_json_token()) != '{')
+        if (start(value.raw_json_token()) != '{') {
             return reader.skip(value, 1);
+        }
         return reader.object(value.get_object(), KeyTable::FlatRoot, map, 2);
     });
     return complete ? map : QVariantMap();

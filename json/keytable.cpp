@@ -31,14 +31,15 @@ bool readHex(const char* digits, char16_t& out)
     for (int i = 0; i < 4; ++i) {
         const char c = digits[i];
         unsigned digit{};
-        if (c >= '0' && c <= '9')
+        if (c >= '0' && c <= '9') {
             digit = unsigned(c - '0');
-        else if (c >= 'a' && c <= 'f')
+        } else if (c >= 'a' && c <= 'f') {
             digit = unsigned(c - 'a') + 10;
-        else if (c >= 'A' && c <= 'F')
+        } else if (c >= 'A' && c <= 'F') {
             digit = unsigned(c - 'A') + 10;
-        else
+        } else {
             return false;
+        }
         value = value << 4 | digit;
     }
     out = char16_t(value);
@@ -48,8 +49,9 @@ bool readHex(const char* digits, char16_t& out)
 // The escape behind a backslash; moves @p p behind it.
 bool readEscape(const char*& p, const char* end, char16_t& out)
 {
-    if (p == end)
+    if (p == end) {
         return false;
+    }
     switch (*p++) {
     case '"':
         out = '"';
@@ -76,8 +78,9 @@ bool readEscape(const char*& p, const char* end, char16_t& out)
         out = '\t';
         return true;
     case 'u':
-        if (end - p < 4 || !readHex(p, out))
+        if (end - p < 4 || !readHex(p, out)) {
             return false;
+        }
         p += 4;
         return true;
     default:
@@ -100,8 +103,9 @@ bool isVerbatim(std::string_view raw)
         const std::uint64_t difference = word ^ Backslashes;
         found |= word | ((difference - Low) & ~difference);
     }
-    for (; i < raw.size(); ++i)
+    for (; i < raw.size(); ++i) {
         found |= raw[i] == '\\' ? High : static_cast<unsigned char>(raw[i]);
+    }
     return (found & High) == 0;
 }
 
@@ -121,16 +125,18 @@ bool decodeString(std::string_view raw, QString& out)
         const auto c = static_cast<unsigned char>(*p++);
         if (c == '\\') {
             char16_t unit = 0;
-            if (!readEscape(p, end, unit))
+            if (!readEscape(p, end, unit)) {
                 return false;
+            }
             units.append(unit);
         } else if (c < 0x80) {
             units.append(c);
         } else {
             const int extra = c >= 0xf0 ? 3 : c >= 0xe0 ? 2 : 1;
             char32_t point = c & (0x3fU >> extra);
-            for (int i = 0; i < extra; ++i)
+            for (int i = 0; i < extra; ++i) {
                 point = point << 6 | (static_cast<unsigned char>(*p++) & 0x3fU);
+            }
             if (QChar::requiresSurrogates(point)) {
                 units.append(QChar::highSurrogate(point));
                 units.append(QChar::lowSurrogate(point));
@@ -158,8 +164,9 @@ void KeyTable::begin(std::size_t size)
 
 void KeyTable::end()
 {
-    if (m_nodes.size() > RetainedKeys || m_raw.size() + m_nameLength > RetainedLength)
+    if (m_nodes.size() > RetainedKeys || m_raw.size() + m_nameLength > RetainedLength) {
         *this = KeyTable();
+    }
 }
 
 KeyTable::Id KeyTable::elementScope(Id key)
@@ -201,13 +208,15 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
         // However a key is escaped, it is the same key. One with a lone surrogate has no UTF-8; its UTF-16
         // behind a byte that UTF-8 never has stands for it.
         QString key;
-        if (!decodeString(text, key))
+        if (!decodeString(text, key)) {
             return 0;
-        if (key.isValidUtf16())
+        }
+        if (key.isValidUtf16()) {
             canonical = key.toUtf8();
-        else
+        } else {
             canonical =
                 '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()), key.size() * 2);
+        }
         text = std::string_view(canonical.constData(), std::size_t(canonical.size()));
     }
 
@@ -216,18 +225,21 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
     for (; m_slots[slot] != 0; slot = (slot + 1) & (m_slots.size() - 1)) {
         const Node& node = m_nodes[m_slots[slot]];
         if (node.hash == code && node.scope == scope &&
-            text == std::string_view(m_raw.data() + node.rawAt, node.rawSize))
+            text == std::string_view(m_raw.data() + node.rawAt, node.rawSize)) {
             return m_slots[slot];
+        }
     }
 
     Node node;
-    if (!decodeString(std::string_view(raw, std::size_t(close - raw)), node.name))
+    if (!decodeString(std::string_view(raw, std::size_t(close - raw)), node.name)) {
         return 0;
+    }
     node.flat = m_nodes[scope].flat;
     const QString path = node.flat && scope != FlatRoot ? m_nodes[scope].name + QLatin1Char('.') : QString();
     m_nameLength += std::size_t(path.size()) + std::size_t(node.name.size());
-    if (m_nameLength > m_nameLimit)
+    if (m_nameLength > m_nameLimit) {
         return 0;
+    }
     node.name.prepend(path);
     node.rawAt = m_raw.size();
     node.rawSize = std::uint32_t(text.size());
@@ -238,8 +250,9 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
     const Id added = Id(m_nodes.size());
     m_nodes.push_back(std::move(node));
     m_slots[slot] = added;
-    if (m_nodes.size() * 2 > m_slots.size())
+    if (m_nodes.size() * 2 > m_slots.size()) {
         grow();
+    }
     return added;
 }
 
@@ -247,11 +260,13 @@ void KeyTable::grow()
 {
     std::vector<Id> slots(m_slots.size() * 2);
     for (const Id id : m_slots) {
-        if (id == 0)
+        if (id == 0) {
             continue;
+        }
         std::size_t slot = m_nodes[id].hash & (slots.size() - 1);
-        while (slots[slot] != 0)
+        while (slots[slot] != 0) {
             slot = (slot + 1) & (slots.size() - 1);
+        }
         slots[slot] = id;
     }
     m_slots.swap(slots);
@@ -261,8 +276,9 @@ void KeyTable::grow()
 bool KeyTable::isValid(Id key, std::uint64_t object, std::size_t position) const
 {
     for (; m_nodes[key].object == object; key = m_nodes[key].scope) {
-        if (position < m_nodes[key].validFrom)
+        if (position < m_nodes[key].validFrom) {
             return false;
+        }
     }
     return true;
 }
@@ -278,8 +294,9 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     const auto sameKey = [](const Entry& entry, Id key) { return entry.key == key; };
     if (std::equal(begin, entries.cend(), shape.keys.cbegin(), shape.keys.cend(), sameKey)) {
         if (shape.blank.isEmpty()) {
-            for (const std::uint32_t i : shape.order)
+            for (const std::uint32_t i : shape.order) {
                 shape.blank.insert(shape.blank.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
+            }
         }
         return shape;
     }
@@ -308,8 +325,9 @@ QVariantMap KeyTable::take(Id scope, std::vector<Entry>& entries, std::size_t fi
         const std::uint64_t object = m_nodes[entries.back().key].object;
         std::size_t kept = first;
         for (std::size_t i = first; i < entries.size(); ++i) {
-            if (isValid(entries[i].key, object, i))
+            if (isValid(entries[i].key, object, i)) {
                 std::swap(entries[kept++], entries[i]);
+            }
         }
         entries.erase(entries.begin() + std::ptrdiff_t(kept), entries.end());
     }
@@ -319,8 +337,9 @@ QVariantMap KeyTable::take(Id scope, std::vector<Entry>& entries, std::size_t fi
         if (!shape.blank.isEmpty()) {
             map = shape.blank;
             auto value = map.begin();
-            for (const std::uint32_t i : shape.order)
+            for (const std::uint32_t i : shape.order) {
                 (value++)->swap(begin[std::ptrdiff_t(i)].value);
+            }
         } else {
             for (const std::uint32_t i : shape.order) {
                 const auto value = map.insert(map.constEnd(), m_nodes[shape.keys[i]].name, QVariant());

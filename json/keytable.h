@@ -59,8 +59,9 @@ public:
         if (expected != 0) {
             const Node& node = m_nodes[expected];
             if (node.plain && std::size_t(textEnd - raw) > node.rawSize && raw[node.rawSize] == '"' &&
-                std::memcmp(raw, m_raw.data() + node.rawAt, node.rawSize) == 0)
+                std::memcmp(raw, m_raw.data() + node.rawAt, node.rawSize) == 0) {
                 return expected;
+            }
         }
         const Id found = search(scope, raw);
         (previous != 0 ? m_nodes[previous].next : m_nodes[scope].first) = found;

@@ -22,8 +22,9 @@ std::vector<std::size_t> Operation::userParameters() const
 {
     std::vector<std::size_t> indexes;
     for (std::size_t i = takesDevice() ? 1 : 0; i < parameters.size(); ++i) {
-        if (parameters[i].direction != Parameter::Out)
+        if (parameters[i].direction != Parameter::Out) {
             indexes.push_back(i);
+        }
     }
     return indexes;
 }
@@ -32,8 +33,9 @@ std::vector<QString> Operation::outputNames() const
 {
     std::vector<QString> names;
     for (const Parameter& parameter : parameters) {
-        if (parameter.direction != Parameter::In)
+        if (parameter.direction != Parameter::In) {
             names.push_back(parameter.name);
+        }
     }
     return names;
 }
@@ -41,9 +43,10 @@ std::vector<QString> Operation::outputNames() const
 QString Operation::usage() const
 {
     QString text = qualifiedName();
-    for (const std::size_t index : userParameters())
+    for (const std::size_t index : userParameters()) {
         text += QLatin1Char(' ') + parameters[index].name + QLatin1Char('=') +
                 placeholderOf(parameters[index].type);
+    }
     QString arrow = QStringLiteral("  ->  ");
     for (const QString& output : outputNames()) {
         text += arrow + output;

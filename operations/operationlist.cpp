@@ -35,8 +35,9 @@ int takeOverload(QString& name)
 {
     const int hash = name.lastIndexOf(QLatin1Char('#'));
     const int number = hash < 0 ? 0 : name.mid(hash + 1).toInt();
-    if (number > 0)
+    if (number > 0) {
         name.truncate(hash);
+    }
     return number;
 }
 
@@ -52,11 +53,13 @@ Lookup findOperation(const Operations& operations, QString name)
     for (const Operation& operation : operations) {
         const QString full = operation.qualifiedName();
         known << operation.name << full;
-        if (full != name && !full.endsWith(suffix))
+        if (full != name && !full.endsWith(suffix)) {
             continue;
+        }
         found.operations.push_back(&operation);
-        if (!qualified.contains(full))
+        if (!qualified.contains(full)) {
             qualified << full;
+        }
     }
     if (found.operations.empty()) {
         known.removeDuplicates();

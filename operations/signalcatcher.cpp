@@ -28,8 +28,9 @@ void SignalCatcher::hear(const QObject* object)
     const QMetaObject* const meta = object->metaObject();
     for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
         const QMetaMethod method = meta->method(i);
-        if (method.methodType() != QMetaMethod::Signal)
+        if (method.methodType() != QMetaMethod::Signal) {
             continue;
+        }
         const int slot = QObject::staticMetaObject.methodCount() + static_cast<int>(m_signals.size());
         m_signals.push_back(method);
         QMetaObject::connect(object, i, this, slot, Qt::DirectConnection);
@@ -40,8 +41,9 @@ void SignalCatcher::hear(const QObject* object)
 int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 {
     id = QObject::qt_metacall(call, id, arguments);
-    if (id < 0 || call != QMetaObject::InvokeMetaMethod)
+    if (id < 0 || call != QMetaObject::InvokeMetaMethod) {
         return id;
+    }
     const QMetaMethod& method = m_signals.at(static_cast<std::size_t>(id));
     const QList<QByteArray> names = method.parameterNames();
     CaughtSignal caught;
@@ -49,10 +51,11 @@ int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
                   QString::fromLatin1(method.name());
     for (int i = 0; i < method.parameterCount(); ++i) {
         const QVariant value = argument(method.parameterType(i), arguments[i + 1]); // 0 is the result
-        if (namesDevice(names[i]))
+        if (namesDevice(names[i])) {
             caught.deviceKey = value.toString();
-        else
+        } else {
             caught.payload.insert(QString::fromLatin1(names[i]), value);
+        }
     }
     m_handler(caught);
     return -1;

@@ -15,8 +15,9 @@ int editDistance(const QString& left, const QString& right)
     std::vector<int> beforeLast;
     std::vector<int> last;
     std::vector<int> row;
-    for (int j = 0; j <= b.size(); ++j)
+    for (int j = 0; j <= b.size(); ++j) {
         row.push_back(j);
+    }
     for (int i = 1; i <= a.size(); ++i) {
         beforeLast = std::exchange(last, row);
         row.assign(1, i);
@@ -24,8 +25,9 @@ int editDistance(const QString& left, const QString& right)
             const auto at = static_cast<std::size_t>(j);
             const int replaced = last[at - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
             int best = std::min({last[at] + 1, row[at - 1] + 1, replaced});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
                 best = std::min(best, beforeLast[at - 2] + 1);
+            }
             row.push_back(best);
         }
     }
@@ -40,15 +42,17 @@ QStringList nearest(const QString& wrong, const QStringList& known)
         // The beginning of a name is near it, however much is missing.
         const bool begins = wrong.size() >= 3 && candidate.startsWith(wrong, Qt::CaseInsensitive);
         const int distance = begins ? 1 : editDistance(wrong, candidate);
-        if (distance <= limit)
+        if (distance <= limit) {
             ranked.emplace_back(distance, candidate);
+        }
     }
     std::stable_sort(ranked.begin(), ranked.end(),
                      [](const auto& one, const auto& other) { return one.first < other.first; });
     QStringList names;
     for (const auto& entry : ranked) {
-        if (names.size() < 3)
+        if (names.size() < 3) {
             names << entry.second;
+        }
     }
     return names;
 }
@@ -56,8 +60,9 @@ QStringList nearest(const QString& wrong, const QStringList& known)
 QString didYouMean(const QString& wrong, const QStringList& known)
 {
     QStringList names = nearest(wrong, known);
-    if (names.isEmpty())
+    if (names.isEmpty()) {
         return {};
+    }
     const QString last = names.takeLast();
     const QString others = names.join(QStringLiteral(", "));
     return QStringLiteral("; did you mean ") +

@@ -157,22 +157,25 @@ void fromVariant(const QVariant& value, QList<QVariant>& out)
 void fromVariant(const QVariant& value, QMap<QString, QString>& out)
 {
     const QVariantMap map = value.toMap();
-    for (auto member = map.begin(); member != map.end(); ++member)
+    for (auto member = map.begin(); member != map.end(); ++member) {
         out.insert(member.key(), member.value().toString());
+    }
 }
 
 void fromVariant(const QVariant& value, QList<QString>& out)
 {
     const QVariantList list = value.toList();
-    for (const QVariant& element : list)
+    for (const QVariant& element : list) {
         out.append(element.toString());
+    }
 }
 
 void fromVariant(const QVariant& value, std::vector<QMap<QString, QVariant>>& out)
 {
     const QVariantList list = value.toList();
-    for (const QVariant& element : list)
+    for (const QVariant& element : list) {
         out.push_back(element.toMap());
+    }
 }
 
 void fromVariant(const QVariant& value, QVariant& out)
@@ -197,8 +200,9 @@ void fromVariant(const QVariant& value, QList<CoeffsData>& out)
 void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out)
 {
     const QVariantMap map = value.toMap();
-    for (auto member = map.begin(); member != map.end(); ++member)
+    for (auto member = map.begin(); member != map.end(); ++member) {
         out.insert(member.key(), member.value().toMap());
+    }
 }
 
 QVariant toVariant(const QString& value)
@@ -239,24 +243,27 @@ QVariant toVariant(const QList<QVariant>& value)
 QVariant toVariant(const QMap<QString, QString>& value)
 {
     QVariantMap map;
-    for (auto member = value.begin(); member != value.end(); ++member)
+    for (auto member = value.begin(); member != value.end(); ++member) {
         map.insert(member.key(), member.value());
+    }
     return map;
 }
 
 QVariant toVariant(const QList<QString>& value)
 {
     QVariantList list;
-    for (const QString& element : value)
+    for (const QString& element : value) {
         list.append(element);
+    }
     return list;
 }
 
 QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value)
 {
     QVariantList list;
-    for (const QMap<QString, QVariant>& element : value)
+    for (const QMap<QString, QVariant>& element : value) {
         list.append(QVariant(element));
+    }
     return list;
 }
 
@@ -274,8 +281,9 @@ QVariant toVariant(const QList<CoeffsData>& value)
 QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value)
 {
     QVariantMap map;
-    for (auto member = value.begin(); member != value.end(); ++member)
+    for (auto member = value.begin(); member != value.end(); ++member) {
         map.insert(member.key(), member.value());
+    }
     return map;
 }
 

@@ -74,8 +74,9 @@ bool startAll(const Arguments& arguments, std::vector<std::unique_ptr<Simulator>
     for (int i = 0; i < arguments.devices; ++i) {
         Options options = arguments.options;
         options.seed += static_cast<quint32>(i);
-        if (options.port != 0)
+        if (options.port != 0) {
             options.port = static_cast<quint16>(options.port + i);
+        }
         simulators.push_back(std::make_unique<Simulator>(options, threads));
         if (!simulators.back()->start()) {
             std::fprintf(stderr, "tessel-sim: %s\n", qPrintable(simulators.back()->errorString()));
@@ -97,8 +98,9 @@ int main(int argc, char** argv)
     declare(app, arguments);
     try {
         app.parse(argc, argv);
-        if (arguments.options.port + arguments.devices > 65536)
+        if (arguments.options.port + arguments.devices > 65536) {
             throw CLI::ValidationError("--devices", "the ports end at 65535");
+        }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? Success : BadArguments;
     }
@@ -114,10 +116,12 @@ int main(int argc, char** argv)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
     std::vector<std::unique_ptr<Simulator>> simulators;
-    if (!startAll(arguments, simulators))
+    if (!startAll(arguments, simulators)) {
         return CannotListen;
-    for (const auto& simulator : simulators)
+    }
+    for (const auto& simulator : simulators) {
         std::printf("%s\n", qPrintable(simulator->baseUrl()));
+    }
     std::fflush(stdout);
 
     int received = 0;

@@ -20,17 +20,20 @@ std::string_view view(const QByteArray& bytes)
 QStringList numbers(std::size_t count)
 {
     QStringList ids;
-    for (std::size_t i = 1; i <= count; ++i)
+    for (std::size_t i = 1; i <= count; ++i) {
         ids.append(QString::number(i));
+    }
     return ids;
 }
 
 QString hostText(const QString& bindAddress)
 {
-    if (bindAddress == QLatin1String("0.0.0.0"))
+    if (bindAddress == QLatin1String("0.0.0.0")) {
         return QStringLiteral("127.0.0.1");
-    if (bindAddress == QLatin1String("::"))
+    }
+    if (bindAddress == QLatin1String("::")) {
         return QStringLiteral("[::1]");
+    }
     return bindAddress.contains(QLatin1Char(':')) ? QLatin1Char('[') + bindAddress + QLatin1Char(']')
                                                   : bindAddress;
 }
@@ -70,12 +73,14 @@ Simulator::~Simulator()
 
 bool Simulator::start()
 {
-    if (d->server)
+    if (d->server) {
         return true;
+    }
     QString error;
     try {
-        if (!d->threads)
+        if (!d->threads) {
             d->threads = std::make_shared<IoThreads>();
+        }
         d->server = std::make_unique<HttpServer>(d->threads->d().context, d->device);
         d->port = d->server->port();
     } catch (const std::exception& failure) {

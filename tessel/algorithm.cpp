@@ -9,8 +9,9 @@ Algorithm* Algorithm::m_pInstance = nullptr;
 
 Algorithm* Algorithm::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new Algorithm(nullptr);
+    }
     return m_pInstance;
 }
 

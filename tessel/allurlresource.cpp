@@ -23,8 +23,9 @@ struct AllUrlResource::Route
 // Quirk: Instances are made without a lock and never deleted. The operators do as this table.
 AllUrlResource* AllUrlResource::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new AllUrlResource(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -60,8 +61,9 @@ AllUrlResource::~AllUrlResource() = default;
 
 void AllUrlResource::insertAll(const QString& prefix, std::initializer_list<Route> routes)
 {
-    for (const Route& route : routes)
+    for (const Route& route : routes) {
         m_mapAllUrl.insert(QLatin1String(route.key), prefix + QLatin1String(route.path));
+    }
 }
 
 // Quirk: Misspelt names are part of the interface. Operations use the keys as they are spelt here.

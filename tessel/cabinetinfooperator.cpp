@@ -28,8 +28,9 @@ CabinetInfoOperator* CabinetInfoOperator::m_pInstance = nullptr;
 
 CabinetInfoOperator* CabinetInfoOperator::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new CabinetInfoOperator(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -82,8 +83,9 @@ QtPromise::QPromise<QList<Tessel::CabinetInfo>> CabinetInfoOperator::getAllCabin
         .promise<QList<Tessel::CabinetInfo>>(
             &HttpProxy::get, deviceKey,
             [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
-                if (!succeeded(reply))
+                if (!succeeded(reply)) {
                     return reject();
+                }
                 Tessel::CabinetsResponse response;
                 readResponse(reply, response);
                 resolve(response.data);
@@ -100,11 +102,13 @@ void CabinetInfoOperator::forgetDevice(const QString& deviceKey)
 
 void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& deviceKey)
 {
-    if (!m_isWatch)
+    if (!m_isWatch) {
         return;
+    }
     const QMap<QString, QVariant> event = envelopeEvent(data);
-    if (!comesFromSourceOf(event, PushEvent::Cabinets))
+    if (!comesFromSourceOf(event, PushEvent::Cabinets)) {
         return;
+    }
     qDebug() << "CabinetInfoOperator:" << QString::fromUtf8(data) << "m_isWatch:" << m_isWatch;
     // Quirk: A refresh asks otherwise than a read. It lacks "subpixel".
     if (isEvent(event, PushEvent::Cabinets)) {
@@ -113,14 +117,16 @@ void CabinetInfoOperator::handleEvent(const QByteArray& data, const QString& dev
             Q_EMIT signal_sendDataChanged(deviceKey);
         });
         PendingRequest("Device_RvCards").refresh(deviceKey, m_rvCardsInfo, [this, deviceKey](bool stored) {
-            if (stored)
+            if (stored) {
                 Q_EMIT signal_rvCardsInfoChanged(deviceKey);
+            }
         });
     } else if (isEvent(event, PushEvent::CabinetFlags)) {
         PendingRequest("Device_AllCabinetsInfo")
             .refresh(deviceKey, m_cabinetsInfo, [this, deviceKey](bool stored) {
-                if (stored)
+                if (stored) {
                     Q_EMIT signal_sendCountChanged(deviceKey);
+                }
             });
     }
 }

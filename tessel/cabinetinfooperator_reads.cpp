@@ -167,7 +167,8 @@ void CabinetInfoOperator::getPortCabinetsInfo(const QString& deviceKey, int port
     QList<QVariant> cabinets;
     getAllCabinetsInfo(deviceKey, cabinets, false);
     for (const QVariant& cabinet : qAsConst(cabinets)) {
-        if (cabinet.toMap().value(QStringLiteral("outputID")).toInt() == portId)
+        if (cabinet.toMap().value(QStringLiteral("outputID")).toInt() == portId) {
             out.append(cabinet);
+        }
     }
 }

@@ -9,8 +9,9 @@ Capability* Capability::m_pInstance = nullptr;
 
 Capability* Capability::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new Capability(nullptr);
+    }
     return m_pInstance;
 }
 

@@ -51,8 +51,9 @@ constexpr const CoefficientKindRow& coefficientKindRow(CoefficientKind kind)
 constexpr std::optional<CoefficientKind> coefficientKindNamed(std::string_view name)
 {
     for (const CoefficientKindRow& row : coefficientKinds) {
-        if (name == row.name)
+        if (name == row.name) {
             return row.kind;
+        }
     }
     return std::nullopt;
 }
@@ -63,8 +64,9 @@ constexpr bool coefficientKindsFollowTheEnumerators()
 {
     std::size_t index = 0;
     for (const CoefficientKindRow& row : coefficientKinds) {
-        if (static_cast<std::size_t>(row.kind) != index++ || coefficientKindRow(row.kind).kind != row.kind)
+        if (static_cast<std::size_t>(row.kind) != index++ || coefficientKindRow(row.kind).kind != row.kind) {
             return false;
+        }
     }
     return true;
 }

@@ -5,8 +5,9 @@ Correctionop* Correctionop::m_pInstance = nullptr;
 
 Correctionop* Correctionop::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new Correctionop(nullptr);
+    }
     return m_pInstance;
 }
 

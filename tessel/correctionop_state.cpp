@@ -200,8 +200,9 @@ QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& devic
         .guarded<int>(&HttpProxy::get, deviceKey,
                       [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
                           VariantMapResponse response;
-                          if (!succeeded(reply) || !readResponse(reply, response) || response.code != 0)
+                          if (!succeeded(reply) || !readResponse(reply, response) || response.code != 0) {
                               return reject();
+                          }
                           resolve(response.data.value(QStringLiteral("mode")).toInt());
                       });
 }
@@ -227,8 +228,9 @@ QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKe
         .promise<bool>(&HttpProxy::get, deviceKey,
                        [](const HttpJsonPackage& reply, const auto& resolve, const auto&) {
                            VariantMapResponse response;
-                           if (succeeded(reply))
+                           if (succeeded(reply)) {
                                readResponse(reply, response);
+                           }
                            resolve(succeeded(reply) && response.code == 0 &&
                                    response.data.value(QStringLiteral("enable")).toBool());
                        });
@@ -237,8 +239,9 @@ QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKe
 QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& cid,
                                                              int mode)
 {
-    if (cid.isEmpty())
+    if (cid.isEmpty()) {
         return QtPromise::QPromise<bool>::reject("arguments error");
+    }
     return PromiseRequest("Device_SetCabinetCorrect")
         .placeHolder("cid", cid)
         .body(modeBody(mode))

@@ -57,8 +57,9 @@ bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const 
                           const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
     try {
-        if (Tessel::ApplicationEnd::hasCome())
+        if (Tessel::ApplicationEnd::hasCome()) {
             return false;
+        }
         if (Tessel::threadTakesEvents()) {
             return uploadCabinet(routeKey, deviceKey, cid, data)
                 .then([&result](const QMap<QString, QVariant>& reply) { result = reply; })
@@ -67,8 +68,9 @@ bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const 
         }
         QMap<QString, QVariant> reply;
         Request(routeKey).placeHolder("cid", cid).body(data).put(deviceKey, reply);
-        if (Tessel::ApplicationEnd::hasCome())
+        if (Tessel::ApplicationEnd::hasCome()) {
             return false;
+        }
         result = reply;
         return true;
     } catch (...) {
@@ -79,10 +81,11 @@ bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const 
 // Fulfils when the device has accepted, which only its code shows.
 const auto settleByCode = [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
     Tessel::CommonResponse response;
-    if (succeeded(reply) && Tessel::readResponse(reply, response) && response.code == 0)
+    if (succeeded(reply) && Tessel::readResponse(reply, response) && response.code == 0) {
         resolve();
-    else
+    } else {
         reject();
+    }
 };
 
 QMap<QString, QVariant> cabinets(const QStringList& cids)

@@ -9,8 +9,9 @@ DebugInfo* DebugInfo::m_pInstance = nullptr;
 
 DebugInfo* DebugInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new DebugInfo(nullptr);
+    }
     return m_pInstance;
 }
 

@@ -9,8 +9,9 @@ DeviceManager* DeviceManager::m_pInstance = nullptr;
 
 DeviceManager* DeviceManager::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new DeviceManager(nullptr);
+    }
     return m_pInstance;
 }
 

@@ -11,8 +11,9 @@ FactoryOp* FactoryOp::m_pInstance = nullptr;
 
 FactoryOp* FactoryOp::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new FactoryOp(nullptr);
+    }
     return m_pInstance;
 }
 

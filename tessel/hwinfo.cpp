@@ -21,8 +21,9 @@ HWInfo* HWInfo::m_pInstance = nullptr;
 
 HWInfo* HWInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new HWInfo(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -69,11 +70,13 @@ bool HWInfo::getHWDeviceType(const QString& deviceKey)
 // Quirk: Any answer on the route of the protocol version means the multi-screen protocol.
 bool HWInfo::getHwProtoc(const QString& deviceKey, bool force)
 {
-    if (!force)
+    if (!force) {
         return m_hwProtoc.contains(deviceKey);
+    }
     const bool answered = Request("Device_Protoc").get(deviceKey);
-    if (answered)
+    if (answered) {
         m_hwProtoc.insert(deviceKey);
+    }
     return answered;
 }
 
@@ -82,13 +85,15 @@ Correction::EnumScreenVer HWInfo::getCapabilityProtoc(const QString& deviceKey, 
 {
     if (force) {
         QMap<QString, QVariant> reply;
-        if (!Request("Device_Capability_Protoc").get(deviceKey, reply))
+        if (!Request("Device_Capability_Protoc").get(deviceKey, reply)) {
             return Correction::UnknownVersion;
+        }
         m_capabilityVersion[deviceKey] = reply.value(QStringLiteral("CapabilityVersion")).toString();
     }
     const auto version = m_capabilityVersion.constFind(deviceKey);
-    if (version == m_capabilityVersion.constEnd())
+    if (version == m_capabilityVersion.constEnd()) {
         return Correction::UnknownVersion;
+    }
     // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "key:" << deviceKey << " isNew" << *version;
     return *version == QLatin1String("V3.0") ? Correction::V3 : Correction::EarlierThanV3;
@@ -102,17 +107,20 @@ void HWInfo::forgetDevice(const QString& deviceKey)
 
 void HWInfo::handleEvent(const QByteArray& data, const QString& deviceKey)
 {
-    if (!m_isWatch)
+    if (!m_isWatch) {
         return;
+    }
     const QMap<QString, QVariant> event = changeEvent(data);
     if (isEvent(event, PushEvent::HwInfo)) {
         PendingRequest("Device_Hwinfo").refresh(deviceKey, m_hwInfo, [this](bool stored) {
-            if (stored)
+            if (stored) {
                 Q_EMIT signal_sendDataChanged();
+            }
         });
     } else if (isEvent(event, PushEvent::CustomName)) {
         const QString name = eventPayload(event, PushEvent::CustomName).toString();
-        if (!name.isEmpty())
+        if (!name.isEmpty()) {
             Q_EMIT signal_customNameChanged(deviceKey, name);
+        }
     }
 }

@@ -11,8 +11,9 @@ HwScreenInfo* HwScreenInfo::m_pInstance = nullptr;
 
 HwScreenInfo* HwScreenInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new HwScreenInfo(nullptr);
+    }
     return m_pInstance;
 }
 

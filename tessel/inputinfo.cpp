@@ -15,8 +15,9 @@ InputInfo* InputInfo::m_pInstance = nullptr;
 
 InputInfo* InputInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new InputInfo(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -35,16 +36,19 @@ void InputInfo::onLogout(const QString& deviceKey)
 
 void InputInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
-    if (!m_isWatch)
+    if (!m_isWatch) {
         return;
+    }
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (!Tessel::isEvent(event, Tessel::PushEvent::Inputs))
+    if (!Tessel::isEvent(event, Tessel::PushEvent::Inputs)) {
         return;
+    }
     m_changeInputId =
         static_cast<unsigned short>(Tessel::eventPayload(event, Tessel::PushEvent::Inputs).toUInt());
     PendingRequest("Device_AllInputs").refresh(deviceKey, m_inputsInfo, [this, deviceKey](bool stored) {
-        if (stored)
+        if (stored) {
             Q_EMIT signal_sendDataChanged(deviceKey, m_changeInputId);
+        }
     });
 }
 

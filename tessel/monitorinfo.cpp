@@ -80,8 +80,9 @@ bool MonitorInfo::getMonitorState(const QString& deviceKey, QMap<QString, QVaria
 void MonitorInfo::slot_onDeviceAutoReport(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::envelopeEvent(data);
-    if (!Tessel::comesFromSourceOf(event, PushEvent::FanSpeed))
+    if (!Tessel::comesFromSourceOf(event, PushEvent::FanSpeed)) {
         return;
+    }
     const QString name = Tessel::eventText(event, Tessel::eventRow(PushEvent::FanSpeed).text.kind.key);
     const std::optional<WarningType> type = Tessel::warningTypeNamed(name.toStdString());
     if (!type) {

@@ -14,8 +14,9 @@ OutputInfoOperator* OutputInfoOperator::m_pInstance = nullptr;
 
 OutputInfoOperator* OutputInfoOperator::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new OutputInfoOperator(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -34,8 +35,9 @@ void OutputInfoOperator::onLogout(const QString& deviceKey)
 
 void OutputInfoOperator::onEvent(const QByteArray& data, const QString& deviceKey)
 {
-    if (!m_isWatch)
+    if (!m_isWatch) {
         return;
+    }
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
     if (Tessel::isEvent(event, Tessel::PushEvent::Outputs)) {
         // Quirk: Outputs are refreshed without a signal.

@@ -14,8 +14,9 @@ PipeInfo* PipeInfo::m_pInstance = nullptr;
 
 PipeInfo* PipeInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new PipeInfo(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -32,8 +33,9 @@ PipeInfo::~PipeInfo() = default;
 void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
-    if (Tessel::isEvent(event, Tessel::PushEvent::Pipelines))
+    if (Tessel::isEvent(event, Tessel::PushEvent::Pipelines)) {
         getDevicePipes(deviceKey, true);
+    }
 }
 
 // Quirk: The signal of pipelines is raised with the lock held. A read raises it as well as an event.

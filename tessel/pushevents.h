@@ -164,8 +164,9 @@ constexpr bool eventRowsFollowTheEnumerators()
 {
     std::size_t index = 0;
     for (const EventRow& row : eventRows) {
-        if (static_cast<std::size_t>(row.event) != index++)
+        if (static_cast<std::size_t>(row.event) != index++) {
             return false;
+        }
     }
     return index == static_cast<std::size_t>(PushEvent::Count);
 }

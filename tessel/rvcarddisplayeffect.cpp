@@ -9,8 +9,9 @@ RvCardDisplayEffect* RvCardDisplayEffect::m_pInstance = nullptr;
 
 RvCardDisplayEffect* RvCardDisplayEffect::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new RvCardDisplayEffect(nullptr);
+    }
     return m_pInstance;
 }
 

@@ -22,8 +22,9 @@ namespace {
 // parameters, on every device.
 const char* screensRoute(const QString& deviceKey)
 {
-    if (!HWInfo::getInstance()->getHwProtoc(deviceKey, false))
+    if (!HWInfo::getInstance()->getHwProtoc(deviceKey, false)) {
         return "Device_AllScreens";
+    }
     // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "------------xxxx---------------------";
     return "Device_Mult_AllScreens";
@@ -35,8 +36,9 @@ ScreenInfo* ScreenInfo::m_pInstance = nullptr;
 
 ScreenInfo* ScreenInfo::getInstance()
 {
-    if (!m_pInstance)
+    if (!m_pInstance) {
         m_pInstance = new ScreenInfo(nullptr);
+    }
     return m_pInstance;
 }
 
@@ -72,8 +74,9 @@ bool ScreenInfo::getScreens(const QString& deviceKey, bool force)
 bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
                             bool perScreen)
 {
-    if (!getScreens(deviceKey, force))
+    if (!getScreens(deviceKey, force)) {
         return false;
+    }
     const auto screenId = QStringLiteral("screenID");
     const QMap<QString, QVariant> screens = m_screens.value(deviceKey);
     if (!perScreen) {
@@ -125,22 +128,26 @@ void ScreenInfo::onDeviceLogout(const QString& deviceKey)
 
 void ScreenInfo::onDeviceEvent(const QByteArray& data, const QString& deviceKey)
 {
-    if (!m_isWatch)
+    if (!m_isWatch) {
         return;
+    }
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
     if (isEvent(event, PushEvent::Screens)) {
         PendingRequest("Device_AllScreens").refresh(deviceKey, m_screens, [this, deviceKey](bool stored) {
-            if (stored)
+            if (stored) {
                 Q_EMIT signal_screenDataChanged(deviceKey);
+            }
         });
     } else if (isEvent(event, PushEvent::ScreenTags)) {
         PendingRequest("ScreenHwScreenTag").refresh(deviceKey, m_screenTags, [this, deviceKey](bool stored) {
-            if (stored)
+            if (stored) {
                 Q_EMIT signal_screenTagChanged(deviceKey);
+            }
         });
     } else if (isEvent(event, PushEvent::ScreenName)) {
         const QString name = eventPayload(event, PushEvent::ScreenName).toString();
-        if (!name.isEmpty())
+        if (!name.isEmpty()) {
             Q_EMIT signal_screenNameChanged(deviceKey, name);
+        }
     }
 }

@@ -42,8 +42,9 @@ bool hasCabinets(const QString& deviceKey)
 {
     QList<QVariant> cabinets;
     CabinetInfoOperator::getInstance()->getAllCabinetsInfo(deviceKey, cabinets, false);
-    if (cabinets.isEmpty())
+    if (cabinets.isEmpty()) {
         qDebug() << "setBrightness cabinet empty:" << deviceKey;
+    }
     return !cabinets.isEmpty();
 }
 
@@ -79,8 +80,9 @@ bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId
 bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& screenId,
                                QMap<QString, QVariant>& params, int brightness)
 {
-    if (!hasCabinets(deviceKey))
+    if (!hasCabinets(deviceKey)) {
         return true;
+    }
     const bool multi = HWInfo::getInstance()->getHwProtoc(deviceKey, false);
     params[QLatin1String(brightnessProperty.name)] = multi ? brightness / 255 : brightness;
     return writeThrough(multi ? "MulitScreenBrightness" : "ScreenBrightness", brightnessProperty, deviceKey,
@@ -118,19 +120,22 @@ bool ScreenInfo::setBrightnessRgb(const QString& deviceKey, const QString& scree
 
 bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, bool force)
 {
-    if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, screenId, force))
+    if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, screenId, force)) {
         return true;
+    }
     Request request(gammaRoute(deviceKey));
     request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QList<QVariant> gammas;
-    if (!request.decodeInto(gammas))
+    if (!request.decodeInto(gammas)) {
         return false;
+    }
     for (const QVariant& element : qAsConst(gammas)) {
         const QMap<QString, QVariant> gamma = element.toMap();
         const int type = gammaType(gamma);
-        if (type >= 0 && type < allGammaChannels)
+        if (type >= 0 && type < allGammaChannels) {
             m_screenProperties[deviceKey][screenId][QLatin1String(gammaChannels[type])] = gammaValue(gamma);
+        }
     }
     return true;
 }
@@ -145,14 +150,16 @@ bool ScreenInfo::getSingleGamma(const QString& deviceKey, const QString& screenI
 bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,
                              const QMap<QString, QVariant>& body)
 {
-    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey))
+    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey)) {
         return false;
+    }
     const QMutexLocker lock(&m_propertyMutex);
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
     const int type = gammaType(body);
     if (type == allGammaChannels) {
-        for (const char* channel : gammaChannels)
+        for (const char* channel : gammaChannels) {
             known[QLatin1String(channel)] = gammaValue(body);
+        }
     } else {
         // Quirk: Any type of gamma is cached, though only three are read.
         known[QStringLiteral("gamma.%1").arg(type)] = gammaValue(body);
@@ -178,8 +185,9 @@ bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& screenId
 {
     Request request("ScreenGammaCurve");
     request.placeHolder("id", screenId);
-    for (const char* name : {"gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode", "gammaMode"})
+    for (const char* name : {"gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode", "gammaMode"}) {
         request.parameter(name, params.take(QLatin1String(name)));
+    }
     return request.get(deviceKey, out);
 }
 

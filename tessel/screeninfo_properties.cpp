@@ -260,8 +260,9 @@ bool ScreenInfo::readProperty(const char* routeKey, const ScreenProperty& proper
 bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
                                  const QString& screenId, bool force)
 {
-    if (force)
+    if (force) {
         return false;
+    }
     const QMutexLocker lock(&m_propertyMutex);
     const QMap<QString, QVariant> known = m_screenProperties.value(deviceKey).value(screenId);
     return std::all_of(cacheKeys.begin(), cacheKeys.end(),
@@ -276,11 +277,13 @@ bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<Scr
     request.placeHolder("id", screenId).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QMap<QString, QVariant> reply;
-    if (!request.decodeInto(reply))
+    if (!request.decodeInto(reply)) {
         return false;
+    }
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
-    for (const ScreenProperty& property : properties)
+    for (const ScreenProperty& property : properties) {
         known[QLatin1String(property.cacheKey)] = property.read(reply.value(QLatin1String(property.name)));
+    }
     return true;
 }
 
@@ -290,8 +293,9 @@ bool ScreenInfo::outputProperties(std::initializer_list<ScreenProperty> properti
     // Quirk: Reading out a property that is not cached makes it cached. It has no value then.
     QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
     QMap<QString, QVariant> values;
-    for (const ScreenProperty& property : properties)
+    for (const ScreenProperty& property : properties) {
         values.insert(QLatin1String(property.name), property.read(known[QLatin1String(property.cacheKey)]));
+    }
     out = values;
     return true;
 }

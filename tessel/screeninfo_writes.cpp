@@ -20,8 +20,9 @@ namespace {
 // Quirk: Two routes take their screen from the query.
 void nameScreen(Request& request, const QString& screenId)
 {
-    if (!screenId.isEmpty())
+    if (!screenId.isEmpty()) {
         request.parameter("id", screenId);
+    }
 }
 
 } // namespace

@@ -37,8 +37,9 @@ inline constexpr std::array warningRows{
 constexpr std::optional<WarningType> warningTypeNamed(std::string_view name)
 {
     for (const WarningRow& row : warningRows) {
-        if (name == row.name())
+        if (name == row.name()) {
             return row.type;
+        }
     }
     return std::nullopt;
 }
@@ -68,8 +69,9 @@ constexpr bool warningRowsFollowTheEnumerators()
 {
     std::size_t index = 0;
     for (const WarningRow& row : warningRows) {
-        if (static_cast<std::size_t>(row.type) != index++ || warningRow(row.type).type != row.type)
+        if (static_cast<std::size_t>(row.type) != index++ || warningRow(row.type).type != row.type) {
             return false;
+        }
     }
     return true;
 }

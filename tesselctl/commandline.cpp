@@ -181,8 +181,9 @@ QString takeText(const std::string& argument)
 QStringList takeTexts(const std::vector<std::string>& arguments)
 {
     QStringList texts;
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
         texts << takeText(argument);
+    }
     return texts;
 }
 
@@ -237,8 +238,9 @@ Settings settingsOf(const ParsedOptions& options)
 std::vector<std::string> toTexts(const QStringList& names)
 {
     std::vector<std::string> texts;
-    for (const QString& name : names)
+    for (const QString& name : names) {
         texts.push_back(name.toStdString());
+    }
     return texts;
 }
 
@@ -497,8 +499,9 @@ std::vector<Command> addCommands(CLI::App& app, ParsedOptions& options)
 QString unknownCommand(const CLI::App& app, const QString& word)
 {
     QStringList names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App* /*command*/) { return true; }))
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App* /*command*/) { return true; })) {
         names << QString::fromStdString(command->get_name());
+    }
     return QStringLiteral("\"%1\" is no command").arg(printable(word)) + didYouMean(word, names);
 }
 
@@ -511,10 +514,11 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& cons
         return Done;
     }
     const std::vector<std::string> unknown = app.remaining();
-    if (app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-')
+    if (app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-') {
         console.error(unknownCommand(app, takeText(unknown.front())));
-    else
+    } else {
         console.error(printable(QString::fromUtf8(error.what())));
+    }
     console.info(QStringLiteral("\"tesselctl --help\" tells more"));
     return Usage;
 }
@@ -536,15 +540,18 @@ int runCommandLine(int argc, char** argv)
     app.footer(footer);
     addGlobalOptions(app, options);
     std::vector<Command> commands = addCommands(app, options);
-    for (Command& command : coefficientCommands(app, options))
+    for (Command& command : coefficientCommands(app, options)) {
         commands.push_back(std::move(command));
-    for (Command& command : firmwareCommands(app, options))
+    }
+    for (Command& command : firmwareCommands(app, options)) {
         commands.push_back(std::move(command));
+    }
 
     try {
         std::vector<std::string> arguments(argv + 1, argv + argc);
-        for (std::string& argument : arguments)
+        for (std::string& argument : arguments) {
             argument = marked(argument);
+        }
         std::reverse(arguments.begin(), arguments.end()); // CLI11 takes them from the end
         app.parse(arguments);
     } catch (const CLI::ParseError& error) {
@@ -558,12 +565,14 @@ int runCommandLine(int argc, char** argv)
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const Settings settings = settingsOf(options);
-    if (settings.trace)
+    if (settings.trace) {
         console.expectTrace();
+    }
     ExitCode code = Failed;
     for (const Command& command : commands) {
-        if (command.parser->parsed())
+        if (command.parser->parsed()) {
             code = command.run(settings, console);
+        }
     }
     return console.dataLost() ? Failed : code;
 }

@@ -22,12 +22,14 @@ QFlags<Attribute> AbstractSerializer::attribute() const
 bool AbstractSerializer::load(const QByteArray& bytes, Serializable* target, const QString& name) const
 {
     QMap<QString, QVariant> members;
-    if (target == nullptr || !parse(bytes, members))
+    if (target == nullptr || !parse(bytes, members)) {
         return false;
+    }
     if (!name.isEmpty()) {
         const QVariant member = members.value(name);
-        if (member.userType() != QMetaType::QVariantMap)
+        if (member.userType() != QMetaType::QVariantMap) {
             return false;
+        }
         members = member.toMap();
     }
     target->deserialize(members, m_attribute);

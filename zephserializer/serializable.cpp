@@ -56,12 +56,14 @@ void Serializable::deserializeInternal(const QMap<QString, QVariant>& map)
     for (int i = 0; i < meta->propertyCount(); ++i) {
         const QMetaProperty property = meta->property(i);
         const auto found = map.constFind(QString::fromUtf8(property.name()));
-        if (found == map.constEnd())
+        if (found == map.constEnd()) {
             continue;
+        }
         // Qt would set a typed property to its default for a value that is null or invalid.
         if (found->isNull() && found->userType() != property.userType() &&
-            property.userType() != QMetaType::QVariant)
+            property.userType() != QMetaType::QVariant) {
             continue;
+        }
         property.writeOnGadget(this, *found);
     }
 }

@@ -58,8 +58,9 @@ public:
     {
         checkSize();
         m_out.resize(m_size);
-        if (m_out.capacity() - m_size > m_size / 8)
+        if (m_out.capacity() - m_size > m_size / 8) {
             m_out.squeeze();
+        }
         return std::move(m_out);
     }
 
@@ -67,15 +68,17 @@ private:
     // Room for @p length more bytes, at most Headroom.
     char* room(int length)
     {
-        if (m_out.size() - m_size < length)
+        if (m_out.size() - m_size < length) {
             grow(length);
+        }
         return m_out.data() + m_size;
     }
     void grow(int length);
     void checkSize() const
     {
-        if (m_size > m_limit)
+        if (m_size > m_limit) {
             throw TextTooLong();
+        }
     }
     void put(char c)
     {
@@ -141,8 +144,9 @@ char* putUnicodeEscape(char* at, ushort unit)
 {
     static constexpr char Digits[] = "0123456789abcdef";
     at = putEscape(at, 'u');
-    for (int shift = 12; shift >= 0; shift -= 4)
+    for (int shift = 12; shift >= 0; shift -= 4) {
         *at++ = Digits[unit >> shift & 0xf];
+    }
     return at;
 }
 
@@ -208,18 +212,21 @@ void Writer::string(const QString& text)
 template <typename List>
 bool Writer::list(const List& list, int depth)
 {
-    if (depth > MaximumDepth)
+    if (depth > MaximumDepth) {
         return false;
+    }
     put('[');
     bool first = true;
     for (const auto& element : list) {
-        if (!first)
+        if (!first) {
             put(',');
+        }
         first = false;
-        if constexpr (std::is_same_v<List, QStringList>)
+        if constexpr (std::is_same_v<List, QStringList>) {
             string(element);
-        else if (!value(element, depth))
+        } else if (!value(element, depth)) {
             return false;
+        }
     }
     put(']');
     return true;
@@ -227,8 +234,9 @@ bool Writer::list(const List& list, int depth)
 
 bool Writer::member(bool first, const QString& key, const QVariant& member, int depth)
 {
-    if (!first)
+    if (!first) {
         put(',');
+    }
     string(key);
     put(':');
     return value(member, depth);
@@ -236,12 +244,14 @@ bool Writer::member(bool first, const QString& key, const QVariant& member, int 
 
 bool Writer::map(const QVariantMap& map, int depth)
 {
-    if (depth > MaximumDepth)
+    if (depth > MaximumDepth) {
         return false;
+    }
     put('{');
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (!member(it == map.cbegin(), it.key(), it.value(), depth))
+        if (!member(it == map.cbegin(), it.key(), it.value(), depth)) {
             return false;
+        }
     }
     put('}');
     return true;
@@ -249,17 +259,20 @@ bool Writer::map(const QVariantMap& map, int depth)
 
 bool Writer::hash(const QVariantHash& hash, int depth)
 {
-    if (depth > MaximumDepth)
+    if (depth > MaximumDepth) {
         return false;
+    }
     QVector<QVariantHash::const_iterator> members;
     members.reserve(hash.size());
-    for (auto it = hash.cbegin(); it != hash.cend(); ++it)
+    for (auto it = hash.cbegin(); it != hash.cend(); ++it) {
         members.append(it);
+    }
     std::sort(members.begin(), members.end(), [](auto left, auto right) { return left.key() < right.key(); });
     put('{');
     for (int i = 0; i < members.size(); ++i) {
-        if (!member(i == 0, members.at(i).key(), members.at(i).value(), depth))
+        if (!member(i == 0, members.at(i).key(), members.at(i).value(), depth)) {
             return false;
+        }
     }
     put('}');
     return true;
@@ -332,16 +345,18 @@ bool Writer::value(const QVariant& value, int depth)
         return map(held<QCborMap>(value).toJsonObject().toVariantMap(), depth + 1);
     case QMetaType::QByteArray:
         // Its text would not fit into a QString.
-        if (held<QByteArray>(value).size() > MaximumSize / 2)
+        if (held<QByteArray>(value).size() > MaximumSize / 2) {
             throw TextTooLong();
+        }
         Q_FALLTHROUGH();
     default: {
         // Dates, byte arrays and the like have a text form; what has none, and an empty one, is null.
         const QString text = value.toString();
-        if (text.isEmpty())
+        if (text.isEmpty()) {
             null();
-        else
+        } else {
             string(text);
+        }
         return true;
     }
     }
@@ -360,13 +375,15 @@ QByteArray write(const QVariant& value, Unwritable* why, int limit)
     Unwritable reason = Unwritable::TooDeep;
     try {
         Writer writer(limit);
-        if (writer.value(value))
+        if (writer.value(value)) {
             return writer.take();
+        }
     } catch (const TextTooLong&) {
         reason = Unwritable::TooLong;
     }
-    if (why != nullptr)
+    if (why != nullptr) {
         *why = reason;
+    }
     return {};
 }
 

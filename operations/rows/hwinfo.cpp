@@ -12,8 +12,9 @@ struct ReturnValue<Correction::EnumScreenVer>
 {
     static CallResult result(Correction::EnumScreenVer version)
     {
-        if (version == Correction::UnknownVersion)
+        if (version == Correction::UnknownVersion) {
             return {};
+        }
         const bool latest = version == Correction::V3;
         return {true, {}, {latest ? QStringLiteral("V3") : QStringLiteral("EarlierThanV3")}};
     }

@@ -48,14 +48,18 @@ Parameter parameter(const char* name)
     const QString in = QStringLiteral("in ");
     const QString inout = QStringLiteral("inout ");
     const QString form = QStringLiteral("form ");
-    if (text.startsWith(form))
+    if (text.startsWith(form)) {
         return {text.mid(form.size()), ValueType::Parts, Parameter::In};
-    if (!isOutput<Argument>)
+    }
+    if (!isOutput<Argument>) {
         return {text, type, Parameter::In};
-    if (text.startsWith(in))
+    }
+    if (text.startsWith(in)) {
         return {text.mid(in.size()), type, Parameter::In};
-    if (text.startsWith(inout))
+    }
+    if (text.startsWith(inout)) {
         return {text.mid(inout.size()), type, Parameter::InOut};
+    }
     return {text, type, Parameter::Out};
 }
 
@@ -63,8 +67,9 @@ template <class Argument>
 void appendOutput(QVariantList& outputs, const Parameter& parameter, const Stored<Argument>& value)
 {
     if constexpr (isOutput<Argument>) {
-        if (parameter.direction != Parameter::In)
+        if (parameter.direction != Parameter::In) {
             outputs.append(toVariant(value));
+        }
     }
 }
 

@@ -24,8 +24,9 @@ template <class Record>
 QVariant toVariant(const QList<Record>& records)
 {
     QVariantList list;
-    for (const Record& record : records)
+    for (const Record& record : records) {
         list.append(toVariant(record));
+    }
     return list;
 }
 

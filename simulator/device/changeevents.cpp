@@ -14,8 +14,9 @@ json idsOf(const ResourceStore::Written& written)
     if (!written.all && written.ids.size() <= listed) {
         data["ids"] = json::array();
         for (const auto& id : written.ids) {
-            if (!id.empty())
+            if (!id.empty()) {
                 data["ids"].push_back(id);
+            }
         }
     }
     return data;
@@ -56,10 +57,12 @@ json eventObject(PushEvent event, json payload)
 {
     const EventText& text = eventRow(event).text;
     json object{{text.source.key, text.source.text}};
-    if (text.kind.key)
+    if (text.kind.key) {
         object[text.kind.key] = text.kind.text;
-    if (text.payload)
+    }
+    if (text.payload) {
         object[text.payload] = std::move(payload);
+    }
     return object;
 }
 
@@ -67,12 +70,14 @@ std::vector<std::string> changeEvents(const Route& route, const ResourceStore::W
                                       const json& body)
 {
     std::vector<std::string> events;
-    if (!written.changed)
+    if (!written.changed) {
         return events;
+    }
     for (const auto& event : {route.nameEvent, route.changeEvent}) {
-        if (event)
+        if (event) {
             events.push_back(eventObject(*event, payloadOf(*event, written, body))
                                  .dump(-1, ' ', false, json::error_handler_t::replace));
+        }
     }
     return events;
 }

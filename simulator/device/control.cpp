@@ -90,8 +90,9 @@ Reply warn(Device& device, const std::string& body)
     const json warning = parseJson(body);
     const EventText& event = eventRow(PushEvent::FanSpeed).text;
     const char* const type = event.kind.key;
-    if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string())
+    if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string()) {
         return Device::failure(400, std::string("a warning has an ") + type);
+    }
     const auto id = device.warn(warning[type], warning.value(event.payload, json()));
     return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
 }
@@ -131,8 +132,9 @@ json toJson(const Fault& fault)
                    {"code", fault.code},
                    {"body", fault.body.toStdString()}};
     for (const auto& entry : cutNames) {
-        if (entry.cut == fault.cut)
+        if (entry.cut == fault.cut) {
             result["cut"] = entry.name;
+        }
     }
     return result;
 }
@@ -148,13 +150,16 @@ Fault faultOf(const json& object)
     fault.delay = object.value("delay", 0);
     fault.status = object.value("status", 0);
     fault.code = object.value("code", 0);
-    if (object.contains("body"))
+    if (object.contains("body")) {
         fault.body = QByteArray::fromStdString(object["body"].is_string() ? object["body"].get<std::string>()
                                                                           : object["body"].dump());
-    if (fault.status != 0 && (fault.status < 200 || fault.status > 599))
+    }
+    if (fault.status != 0 && (fault.status < 200 || fault.status > 599)) {
         throw std::invalid_argument("status is 0 or 200 to 599");
-    if (fault.delay < 0)
+    }
+    if (fault.delay < 0) {
         throw std::invalid_argument("delay is negative");
+    }
     const std::string cut = object.value("cut", "none");
     for (const auto& entry : cutNames) {
         if (cut == entry.name) {
@@ -168,8 +173,9 @@ Fault faultOf(const json& object)
 Reply listFaults(Device& device, const std::string& /*body*/)
 {
     json list = json::array();
-    for (const auto& fault : device.faults().waiting())
+    for (const auto& fault : device.faults().waiting()) {
         list.push_back(toJson(fault));
+    }
     return done(list);
 }
 
@@ -178,10 +184,12 @@ Reply addFaults(Device& device, const std::string& body)
     const json scripts = parseJson(body);
     try {
         std::vector<Fault> faults;
-        for (const auto& script : scripts.is_array() ? scripts : json::array({scripts}))
+        for (const auto& script : scripts.is_array() ? scripts : json::array({scripts})) {
             faults.push_back(faultOf(script));
-        for (const auto& fault : faults)
+        }
+        for (const auto& fault : faults) {
             device.faults().add(fault);
+        }
     } catch (const std::exception& error) {
         return Device::failure(400, std::string("no fault script: ") + error.what());
     }
@@ -220,15 +228,18 @@ bool isControlPath(std::string_view path)
 Reply controlReply(Device& device, Method method, const Target& target, const std::string& body)
 {
     std::string_view path = target.path;
-    if (path.size() > 1 && path.back() == '/')
+    if (path.size() > 1 && path.back() == '/') {
         path.remove_suffix(1);
+    }
     bool known = false;
     for (const auto& action : actions) {
-        if (action.path != path)
+        if (action.path != path) {
             continue;
+        }
         known = true;
-        if (action.method == method)
+        if (action.method == method) {
             return action.run(device, body);
+        }
     }
     return known ? Device::failure(405, "the control interface has no such verb here")
                  : Device::failure(404, "the control interface has no such path");

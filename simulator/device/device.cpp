@@ -52,8 +52,9 @@ std::string allowed(Verbs verbs)
 bool isFileType(std::string_view contentType)
 {
     for (const std::string_view type : {"multipart/", "application/octet-stream", "image/", "video/"}) {
-        if (startsWithNoCase(contentType, type))
+        if (startsWithNoCase(contentType, type)) {
             return true;
+        }
     }
     return false;
 }
@@ -97,12 +98,14 @@ Reply faultReply(const Fault& fault)
 {
     Reply reply;
     reply.status = fault.status ? fault.status : 200;
-    if (reply.status == 204 || reply.status == 304)
+    if (reply.status == 204 || reply.status == 304) {
         return reply;
-    if (!fault.body.isEmpty())
+    }
+    if (!fault.body.isEmpty()) {
         reply.body = std::make_shared<const std::string>(fault.body.toStdString());
-    else
+    } else {
         reply.body = envelope(fault.code ? fault.code : reply.status, "scripted fault");
+    }
     return reply;
 }
 
@@ -133,8 +136,9 @@ json described(const std::vector<FormPart>& parts)
 
 Device::Exchange::~Exchange()
 {
-    if (inFlight)
+    if (inFlight) {
         inFlight->end();
+    }
 }
 
 Device::Device(const Options& options)
@@ -152,10 +156,11 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
     exchange.method = method;
     exchange.methodName = methodName;
     exchange.contentType = contentType;
-    if (method == Method::Options && target == "*")
+    if (method == Method::Options && target == "*") {
         exchange.target.emplace();
-    else
+    } else {
         exchange.target = parseTarget(target);
+    }
     const std::string path = exchange.target ? exchange.target->path : std::string();
     if (m_options.control && isControlPath(path)) {
         exchange.kind = Exchange::Kind::Control;
@@ -168,15 +173,18 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
         exchange.kind = Exchange::Kind::Refused;
         return exchange;
     }
-    if (exchange.target)
+    if (exchange.target) {
         exchange.match = RouteTable::instance().match(exchange.target->segments);
+    }
     exchange.fault = m_faults.matchAndConsume(methodName, path, exchange.match.route);
-    if (method == Method::Get && path == eventPath && (!exchange.fault || exchange.fault->status == 0))
+    if (method == Method::Get && path == eventPath && (!exchange.fault || exchange.fault->status == 0)) {
         exchange.kind = Exchange::Kind::EventStream;
+    }
     const Route* route = exchange.match.route;
     exchange.delay = std::chrono::milliseconds(exchange.fault ? exchange.fault->delay : 0);
-    if (route && verbOf(method) == Put && CoefficientStore::isSave(*route))
+    if (route && verbOf(method) == Put && CoefficientStore::isSave(*route)) {
         exchange.delay = std::max(exchange.delay, std::chrono::milliseconds(m_options.saveTime));
+    }
     exchange.keepsBody = route && (verbOf(method) & route->verbs & ~Verbs(Get)) != 0 &&
                          (!bringsFile(exchange) || (route->takesFiles && isMultipartForm(contentType)));
     return exchange;
@@ -184,19 +192,23 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
 
 Reply Device::respond(Exchange& exchange, std::string body, std::uint64_t bodySize)
 {
-    if (exchange.kind == Exchange::Kind::Control)
+    if (exchange.kind == Exchange::Kind::Control) {
         return controlReply(*this, exchange.method, *exchange.target, body);
+    }
     const auto& fault = exchange.fault;
-    if (fault && (fault->status || fault->code || !fault->body.isEmpty()))
+    if (fault && (fault->status || fault->code || !fault->body.isEmpty())) {
         return faultReply(*fault);
-    if (!exchange.target)
+    }
+    if (!exchange.target) {
         return failure(400, "malformed request target");
+    }
 
     const Route* route = exchange.match.route;
     const bool events = exchange.target->path == eventPath;
     const bool anywhere = exchange.method == Method::Options && exchange.target->path.empty();
-    if (!events && !anywhere && !serves(route))
+    if (!events && !anywhere && !serves(route)) {
         return failure(404, "no such resource: " + exchange.target->path);
+    }
     const Verbs verbs = anywhere ? Get | Put | Post | Delete : events ? Verbs(Get) : route->verbs;
     if (exchange.method == Method::Options) {
         Reply reply;
@@ -234,12 +246,14 @@ void Device::advanceProgress(const Route& route)
         m_store.measure();
         return;
     }
-    if (route.value != SpecialValue::UpdateProgress)
+    if (route.value != SpecialValue::UpdateProgress) {
         return;
+    }
     constexpr int stride = 25;
     json update = parseJson(*read(route.pattern))["data"];
-    if (update["state"] != "running")
+    if (update["state"] != "running") {
         return;
+    }
     const int progress = std::min(100, update["progress"].get<int>() + stride);
     storeAt(route.pattern.c_str(), {},
             {{"progress", progress}, {"state", progress == 100 ? "done" : "running"}});
@@ -248,11 +262,13 @@ void Device::advanceProgress(const Route& route)
 std::uint64_t Device::warn(const std::string& eventType, const json& data)
 {
     const auto type = warningTypeNamed(eventType);
-    if (!type)
+    if (!type) {
         return 0;
+    }
     const json warned = Fixtures::warning(*type, wall(), m_store.measure());
-    if (warned.is_null())
+    if (warned.is_null()) {
         return 0;
+    }
     const json event = eventObject(warningRow(*type).event, data.is_null() ? warned : data);
     return m_events.publish(event.dump(-1, ' ', false, json::error_handler_t::replace));
 }
@@ -273,16 +289,20 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
 {
     const auto& match = exchange.match;
     const Route& route = *match.route;
-    if (route.value == SpecialValue::Lock)
+    if (route.value == SpecialValue::Lock) {
         return store(match, {{"locked", exchange.method == Method::Put}});
-    if (bodySize > 0 && bringsFile(exchange))
+    }
+    if (bodySize > 0 && bringsFile(exchange)) {
         return putFile(exchange, body, bodySize);
-    if (bodySize == 0 && route.coefficients)
+    }
+    if (bodySize == 0 && route.coefficients) {
         return success(successEnvelope());
+    }
     if (bodySize == 0) {
         json parameters = json::object();
-        for (const auto& [name, value] : parseQuery(exchange.target->query))
+        for (const auto& [name, value] : parseQuery(exchange.target->query)) {
             parameters[validText(name)] = validText(value);
+        }
         return store(match, std::move(parameters));
     }
     return storeJson(match, std::move(body));
@@ -291,17 +311,21 @@ Reply Device::put(const Exchange& exchange, std::string body, std::uint64_t body
 Reply Device::putFile(const Exchange& exchange, std::string_view body, std::uint64_t bodySize)
 {
     const auto& match = exchange.match;
-    if (!match.route->takesFiles)
+    if (!match.route->takesFiles) {
         return failure(415, "this resource takes JSON");
-    if (!isMultipartForm(exchange.contentType))
+    }
+    if (!isMultipartForm(exchange.contentType)) {
         return store(match, described(exchange.contentType, bodySize));
+    }
     const auto parts = formParts(exchange.contentType, body);
-    if (!parts)
+    if (!parts) {
         return failure(400, "the body is no multipart form");
+    }
     if (match.route->effect == WriteEffect::UploadCardFirmware) {
         for (const auto& part : *parts) {
-            if (!part.fileName.empty())
+            if (!part.fileName.empty()) {
                 m_cardFirmware.upload(part.content);
+            }
         }
     }
     return store(match, described(*parts));
@@ -314,13 +338,15 @@ Reply Device::storeJson(const RouteTable::Match& match, std::string text)
         route.scope == Scope::Plural || route.scope == Scope::Collection || route.scope == Scope::Instance;
     const bool coefficients = route.coefficients.has_value();
     if (coefficients || text.size() > (list ? maxListBytes : maxValueBytes)) {
-        if (!isJson(text))
+        if (!isJson(text)) {
             return failure(400, "the body is no JSON");
+        }
         return coefficients ? storeCoefficients(match, text) : storeText(match, std::move(text));
     }
     json value = parseJson(text);
-    if (value.is_discarded())
+    if (value.is_discarded()) {
         return failure(400, "the body is no JSON");
+    }
     return store(match, std::move(value));
 }
 
@@ -340,13 +366,15 @@ Reply Device::storeCoefficients(const RouteTable::Match& match, std::string_view
 Reply Device::store(const RouteTable::Match& match, json body)
 {
     const Route& route = *match.route;
-    if (route.effect == WriteEffect::NameDevice)
+    if (route.effect == WriteEffect::NameDevice) {
         renameMember(body, "name", "customName");
-    else if (route.effect == WriteEffect::NameScreen)
+    } else if (route.effect == WriteEffect::NameScreen) {
         renameMember(body, "name", "screenName");
+    }
     const auto written = m_store.write(route, idOf(match), body);
-    if (written.status == ResourceStore::Written::Status::Done)
+    if (written.status == ResourceStore::Written::Status::Done) {
         storeSideEffects(match, written);
+    }
     return outcome(route, written, body);
 }
 
@@ -357,21 +385,25 @@ Reply Device::storeText(const RouteTable::Match& match, std::string text)
 
 Reply Device::outcome(const Route& route, const ResourceStore::Written& written, const json& body)
 {
-    if (written.status == ResourceStore::Written::Status::NoInstance)
+    if (written.status == ResourceStore::Written::Status::NoInstance) {
         return failure(404, "no such instance");
+    }
     if (route.effect == WriteEffect::NameScreen && body.is_object() && body.contains("screenName")) {
         // The name belongs to the screen that the body names, or to the first.
         json record = {{"screenName", body["screenName"]}};
         for (const char* id : {"screenID", "screenId", "id"}) {
-            if (body.contains(id))
+            if (body.contains(id)) {
                 record["screenID"] = body[id];
+            }
         }
         m_store.write(*RouteTable::instance().match(splitPath("/api/v1/device/screen")).route, {}, record);
     }
-    for (const auto& event : changeEvents(route, written, body))
+    for (const auto& event : changeEvents(route, written, body)) {
         m_events.publish(event);
-    if (written.status == ResourceStore::Written::Status::NoSpace)
+    }
+    if (written.status == ResourceStore::Written::Status::NoSpace) {
         return failure(507, "the controller keeps no more");
+    }
     return success(route.effect == WriteEffect::SelfTest ? successEnvelope(R"([{"id":"1","result":0}])")
                                                          : successEnvelope());
 }
@@ -416,8 +448,9 @@ std::vector<std::string> Device::addressedCabinets(const RouteTable::Match& matc
         return written.ids;
     }
     std::vector<std::string> cabinets;
-    for (std::size_t index = range.first; index < range.second; ++index)
+    for (std::size_t index = range.first; index < range.second; ++index) {
         cabinets.push_back(std::to_string(index + 1));
+    }
     return cabinets;
 }
 
@@ -428,8 +461,9 @@ void Device::storeAt(const char* path, const std::string& id, const json& body)
 
 void Device::log(const Exchange& exchange, std::string body, std::uint64_t bodySize, int status)
 {
-    if (!m_log->keepsEntries() || exchange.kind == Exchange::Kind::Control)
+    if (!m_log->keepsEntries() || exchange.kind == Exchange::Kind::Control) {
         return;
+    }
     RequestLog::Entry entry;
     entry.method = exchange.methodName;
     if (exchange.target) {
@@ -454,8 +488,9 @@ Reply Device::failure(int status, std::string_view message)
 SharedText Device::read(const std::string& path)
 {
     const auto match = RouteTable::instance().match(splitPath(path));
-    if (!serves(match.route) || !(match.route->verbs & Get))
+    if (!serves(match.route) || !(match.route->verbs & Get)) {
         return nullptr;
+    }
     const Reply reply = get(match);
     return reply.status == 200 ? reply.body : nullptr;
 }
@@ -470,15 +505,17 @@ void Device::logout()
 {
     m_loggedOut = true;
     const std::lock_guard lock(m_connectionsMutex);
-    if (m_connections)
+    if (m_connections) {
         m_connections->closeAll();
+    }
 }
 
 void Device::disconnectStreams()
 {
     const std::lock_guard lock(m_connectionsMutex);
-    if (m_connections)
+    if (m_connections) {
         m_connections->closeStreams();
+    }
 }
 
 void Device::setConnections(Connections* connections)

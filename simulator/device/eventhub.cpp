@@ -12,8 +12,9 @@ SharedText frameOf(std::uint64_t id, std::string_view data)
     for (;;) {
         const auto end = data.find_first_of("\r\n");
         frame.append("data: ").append(data.substr(0, end)).append("\n");
-        if (end == std::string_view::npos)
+        if (end == std::string_view::npos) {
             break;
+        }
         const bool pair = data[end] == '\r' && end + 1 < data.size() && data[end + 1] == '\n';
         data.remove_prefix(end + (pair ? 2 : 1));
     }
@@ -38,8 +39,9 @@ std::uint64_t EventHub::publish(std::string_view data)
         m_historyBytes -= m_history.front().second->size();
         m_history.pop_front();
     }
-    for (EventSink* sink : m_sinks)
+    for (EventSink* sink : m_sinks) {
         sink->deliver(frame);
+    }
     return id;
 }
 
@@ -47,8 +49,9 @@ void EventHub::heartbeat()
 {
     static const auto frame = std::make_shared<const std::string>(":\n\n");
     const std::lock_guard lock(m_mutex);
-    for (EventSink* sink : m_sinks)
+    for (EventSink* sink : m_sinks) {
         sink->deliver(frame);
+    }
 }
 
 void EventHub::subscribe(EventSink& sink, std::optional<std::uint64_t> lastId)
@@ -58,8 +61,9 @@ void EventHub::subscribe(EventSink& sink, std::optional<std::uint64_t> lastId)
         if (lastId) {
             const bool known = *lastId <= m_lastId;
             for (const auto& [id, frame] : m_history) {
-                if (!known || id > *lastId)
+                if (!known || id > *lastId) {
                     sink.deliver(frame);
+                }
             }
         }
         m_sinks.insert(&sink);

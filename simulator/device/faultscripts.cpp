@@ -7,8 +7,9 @@ namespace Tessel::Simulator {
 
 void FaultScripts::add(const Fault& fault)
 {
-    if (fault.times == 0)
+    if (fault.times == 0) {
         return;
+    }
     const std::lock_guard lock(m_mutex);
     m_scripts.push_back({fault, fault.path.toStdString()});
     m_any = true;
@@ -25,27 +26,31 @@ std::vector<Fault> FaultScripts::waiting() const
 {
     const std::lock_guard lock(m_mutex);
     std::vector<Fault> faults;
-    for (const auto& script : m_scripts)
+    for (const auto& script : m_scripts) {
         faults.push_back(script.fault);
+    }
     return faults;
 }
 
 std::optional<Fault> FaultScripts::matchAndConsume(std::string_view method, const std::string& path,
                                                    const Route* route)
 {
-    if (!m_any)
+    if (!m_any) {
         return std::nullopt;
+    }
     const std::lock_guard lock(m_mutex);
     for (auto it = m_scripts.begin(); it != m_scripts.end(); ++it) {
-        if (!fits(*it, method, path, route))
+        if (!fits(*it, method, path, route)) {
             continue;
+        }
         if (it->fault.after > 0) {
             --it->fault.after;
             continue;
         }
         Fault fault = it->fault;
-        if (it->fault.times > 0 && --it->fault.times == 0)
+        if (it->fault.times > 0 && --it->fault.times == 0) {
             m_scripts.erase(it);
+        }
         m_any = !m_scripts.empty();
         return fault;
     }
@@ -57,10 +62,12 @@ bool FaultScripts::fits(const Script& script, std::string_view method, const std
 {
     const auto& wanted = script.fault.method;
     if (!wanted.isEmpty() &&
-        method != std::string_view(wanted.constData(), static_cast<std::size_t>(wanted.size())))
+        method != std::string_view(wanted.constData(), static_cast<std::size_t>(wanted.size()))) {
         return false;
-    if (script.path == "*" || script.path == path)
+    }
+    if (script.path == "*" || script.path == path) {
         return true;
+    }
     return route && (script.path == route->pattern ||
                      std::find(route->keys.begin(), route->keys.end(), script.path) != route->keys.end());
 }

@@ -29,10 +29,11 @@ void RequestLog::begin(const std::string& path)
     ++m_counts.requests;
     m_counts.peakInFlight = std::max(m_counts.peakInFlight, ++m_counts.inFlight);
     const auto it = m_byPath.find(path);
-    if (it != m_byPath.end())
+    if (it != m_byPath.end()) {
         ++it->second;
-    else if (m_byPath.size() < maxPaths && path.size() <= maxPathLength)
+    } else if (m_byPath.size() < maxPaths && path.size() <= maxPathLength) {
         m_byPath.emplace(path, 1);
+    }
 }
 
 void RequestLog::end()

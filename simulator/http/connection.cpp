@@ -22,15 +22,17 @@ Connection::~Connection()
 void Connection::closeIfIdle(std::chrono::steady_clock::time_point now, std::chrono::milliseconds limit)
 {
     const std::chrono::steady_clock::time_point last{std::chrono::steady_clock::duration(m_lastActivity)};
-    if (now - last > limit)
+    if (now - last > limit) {
         close();
+    }
 }
 
 bool ConnectionRegistry::add(const std::shared_ptr<Connection>& connection)
 {
     const std::lock_guard lock(m_mutex);
-    if (m_closed)
+    if (m_closed) {
         return false;
+    }
     m_connections.emplace(connection.get(), connection);
     return true;
 }
@@ -55,12 +57,14 @@ void ConnectionRegistry::forEach(const std::function<void(Connection&)>& action)
     {
         const std::lock_guard lock(m_mutex);
         for (const auto& entry : m_connections) {
-            if (auto connection = entry.second.lock())
+            if (auto connection = entry.second.lock()) {
                 open.push_back(std::move(connection));
+            }
         }
     }
-    for (const auto& connection : open)
+    for (const auto& connection : open) {
         action(*connection);
+    }
 }
 
 void ConnectionRegistry::closeAndWait()

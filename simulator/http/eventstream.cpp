@@ -46,8 +46,9 @@ public:
     {
         // The stream may be on its way out: its destructor waits for the hub, which delivers right now.
         net::post(m_socket.get_executor(), [self = weak_from_this(), frame] {
-            if (const auto stream = self.lock())
+            if (const auto stream = self.lock()) {
                 static_cast<EventStream&>(*stream).enqueue(frame);
+            }
         });
     }
 
@@ -70,14 +71,16 @@ private:
 
     void enqueue(const SharedText& frame)
     {
-        if (!m_socket.is_open())
+        if (!m_socket.is_open()) {
             return;
+        }
         m_queue.push_back(frame);
         m_queuedBytes += frame->size();
-        if (m_queue.size() > maxQueuedFrames || m_queuedBytes > maxQueuedBytes)
+        if (m_queue.size() > maxQueuedFrames || m_queuedBytes > maxQueuedBytes) {
             end();
-        else if (!m_writing)
+        } else if (!m_writing) {
             write();
+        }
     }
 
     void write()
@@ -93,10 +96,11 @@ private:
         net::async_write(m_socket, m_buffers, [self = shared()](error_code error, std::size_t bytes) {
             self->m_queuedBytes -= std::min(bytes, self->m_queuedBytes);
             self->m_writing = false;
-            if (error)
+            if (error) {
                 self->end();
-            else if (!self->m_queue.empty())
+            } else if (!self->m_queue.empty()) {
                 self->write();
+            }
         });
     }
 
@@ -104,10 +108,11 @@ private:
     void read()
     {
         m_socket.async_read_some(net::buffer(m_dropped), [self = shared()](error_code error, std::size_t) {
-            if (error)
+            if (error) {
                 self->end();
-            else
+            } else {
                 self->read();
+            }
         });
     }
 
@@ -128,8 +133,9 @@ void startEventStream(Socket socket, std::shared_ptr<ServerContext> context,
 {
     const auto registry = context->registry;
     const auto stream = std::make_shared<EventStream>(std::move(socket), std::move(context));
-    if (registry->add(stream))
+    if (registry->add(stream)) {
         stream->start(lastId);
+    }
 }
 
 } // namespace Tessel::Simulator

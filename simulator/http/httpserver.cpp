@@ -64,18 +64,21 @@ private:
 
     void accept()
     {
-        if (m_closed)
+        if (m_closed) {
             return;
+        }
         m_acceptor.async_accept(net::make_strand(m_io), [self = shared()](error_code error, Socket socket) {
-            if (self->m_closed)
+            if (self->m_closed) {
                 return;
+            }
             if (error == net::error::no_descriptors || error == net::error::no_buffer_space ||
                 error == net::error::no_memory) {
                 self->acceptLater();
                 return;
             }
-            if (!error)
+            if (!error) {
                 self->take(std::move(socket));
+            }
             self->accept();
         });
     }
@@ -89,8 +92,9 @@ private:
     void take(Socket socket)
     {
         const auto limit = static_cast<std::size_t>(std::max(1, m_context->device.options().maxConnections));
-        if (m_context->registry->size() > limit)
+        if (m_context->registry->size() > limit) {
             return;
+        }
         error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
         startHttpSession(std::move(socket), m_context);
@@ -98,13 +102,15 @@ private:
 
     void beat()
     {
-        if (m_closed)
+        if (m_closed) {
             return;
+        }
         const auto interval = std::max(10, m_context->device.options().heartbeatInterval);
         m_heartbeat.expires_after(std::chrono::milliseconds(interval));
         m_heartbeat.async_wait([self = shared()](error_code error) {
-            if (error)
+            if (error) {
                 return;
+            }
             self->m_context->device.events().heartbeat();
             self->beat();
         });
@@ -112,17 +118,20 @@ private:
 
     void sweep()
     {
-        if (m_closed)
+        if (m_closed) {
             return;
+        }
         const auto limit = std::chrono::milliseconds(std::max(100, m_context->device.options().idleTimeout));
         m_sweep.expires_after(std::max<std::chrono::milliseconds>(limit / 4, std::chrono::milliseconds(50)));
         m_sweep.async_wait([self = shared(), limit](error_code error) {
-            if (error)
+            if (error) {
                 return;
+            }
             const auto now = std::chrono::steady_clock::now();
             self->m_context->registry->forEach([&](Connection& connection) {
-                if (connection.kind() == Kind::Session)
+                if (connection.kind() == Kind::Session) {
                     connection.closeIfIdle(now, limit);
+                }
             });
             self->sweep();
         });
@@ -158,16 +167,18 @@ HttpServer::~HttpServer()
 void HttpServer::closeStreams()
 {
     m_context->registry->forEach([](Connection& connection) {
-        if (connection.kind() == Connection::Kind::Stream)
+        if (connection.kind() == Connection::Kind::Stream) {
             connection.close();
+        }
     });
 }
 
 void HttpServer::closeAll()
 {
     m_context->registry->forEach([](Connection& connection) {
-        if (connection.kind() != Connection::Kind::Listener)
+        if (connection.kind() != Connection::Kind::Listener) {
             connection.closeForLogout();
+        }
     });
 }
 

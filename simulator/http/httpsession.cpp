@@ -59,8 +59,9 @@ std::optional<std::uint64_t> eventId(std::string_view text)
 {
     std::uint64_t id = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
+    }
     return id;
 }
 
@@ -95,8 +96,9 @@ public:
     void closeForLogout() override
     {
         net::post(m_socket.get_executor(), [self = shared()] {
-            if (!self->m_isControl)
+            if (!self->m_isControl) {
                 self->end();
+            }
         });
     }
 
@@ -129,8 +131,9 @@ private:
 
     void readHead()
     {
-        if (!m_socket.is_open())
+        if (!m_socket.is_open()) {
             return;
+        }
         m_parser.emplace();
         m_parser->header_limit(static_cast<std::uint32_t>(std::max(1024, device().options().headerLimit)));
         m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
@@ -154,10 +157,11 @@ private:
         }
         const bool waits =
             beast::iequals(request[http::field::expect], "100-continue") && !m_parser->is_done();
-        if (waits)
+        if (waits) {
             sendContinue();
-        else
+        } else {
             readBody();
+        }
     }
 
     void sendContinue()
@@ -165,8 +169,9 @@ private:
         static constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
         net::async_write(m_socket, net::buffer(text.data(), text.size()),
                          [self = shared()](error_code error, std::size_t) {
-                             if (!error)
+                             if (!error) {
                                  self->readBody();
+                             }
                          });
     }
 
@@ -176,8 +181,9 @@ private:
             onRequest();
             return;
         }
-        if (m_chunk.empty())
+        if (m_chunk.empty()) {
             m_chunk.resize(readChunk);
+        }
         auto& body = m_parser->get().body();
         body.data = m_chunk.data();
         body.size = m_chunk.size();
@@ -211,15 +217,16 @@ private:
     void refuse(error_code error)
     {
         m_keepAlive = false;
-        if (error == http::error::body_limit)
+        if (error == http::error::body_limit) {
             send(Device::failure(413, "the body is too large"));
-        else if (error == http::error::header_limit || error == http::error::buffer_overflow)
+        } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
             send(Device::failure(431, "the head is too large"));
-        else if (error == http::error::end_of_stream || error == http::error::partial_message ||
-                 error.category() == boost::system::system_category() || error == net::error::eof)
+        } else if (error == http::error::end_of_stream || error == http::error::partial_message ||
+                   error.category() == boost::system::system_category() || error == net::error::eof) {
             end();
-        else
+        } else {
             send(Device::failure(400, "no valid HTTP request"));
+        }
     }
 
     void onRequest()
@@ -235,8 +242,9 @@ private:
         if (m_exchange->delay.count() > 0) {
             m_delay.expires_after(m_exchange->delay);
             m_delay.async_wait([self = shared()](error_code error) {
-                if (!error)
+                if (!error) {
                     self->serve();
+                }
             });
             return;
         }
@@ -247,10 +255,11 @@ private:
     {
         m_chunk.resize(readChunk);
         m_socket.async_read_some(net::buffer(m_chunk), [self = shared()](error_code error, std::size_t) {
-            if (error)
+            if (error) {
                 self->end();
-            else
+            } else {
                 self->waitForEnd();
+            }
         });
     }
 
@@ -292,15 +301,18 @@ private:
                          beast::string_view(m_reply.contentType.data(), m_reply.contentType.size()));
             response.content_length(size);
         }
-        if (!m_reply.allow.empty())
+        if (!m_reply.allow.empty()) {
             response.set(http::field::allow, m_reply.allow);
-        if (!m_keepAlive)
+        }
+        if (!m_keepAlive) {
             response.set(http::field::connection, "close");
-        else if (m_http10)
+        } else if (m_http10) {
             response.set(http::field::connection, "keep-alive");
+        }
         const std::size_t sent = headOnly || bodiless ? 0 : m_truncate ? size / 2 : size;
-        if (sent > 0)
+        if (sent > 0) {
             response.body() = {m_reply.body->data(), sent};
+        }
         m_serializer.emplace(response);
         // Whoever has the reply finds its request in the log.
         m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
@@ -336,10 +348,11 @@ private:
         m_chunk.resize(readChunk);
         m_socket.async_read_some(net::buffer(m_chunk),
                                  [self = shared(), drained](error_code error, std::size_t bytes) {
-                                     if (error)
+                                     if (error) {
                                          self->end();
-                                     else
+                                     } else {
                                          self->drain(drained + bytes);
+                                     }
                                  });
     }
 
@@ -352,8 +365,9 @@ private:
     void finishRequest(int status)
     {
         releaseBody();
-        if (m_exchange)
+        if (m_exchange) {
             device().log(*m_exchange, std::move(m_body), m_bodySize, status);
+        }
         m_body.clear();
         m_bodySize = 0;
         m_exchange.reset();
@@ -384,8 +398,9 @@ void startHttpSession(Socket socket, std::shared_ptr<ServerContext> context)
 {
     const auto registry = context->registry;
     const auto session = std::make_shared<HttpSession>(std::move(socket), std::move(context));
-    if (registry->add(session))
+    if (registry->add(session)) {
         session->start();
+    }
 }
 
 } // namespace Tessel::Simulator

@@ -31,8 +31,9 @@ bool isAddress(Family family, std::string_view member)
 const char* addressMember(Family family, const json& body)
 {
     for (const char* member : idMembers) {
-        if (body.is_object() && body.contains(member) && isAddress(family, member))
+        if (body.is_object() && body.contains(member) && isAddress(family, member)) {
             return member;
+        }
     }
     return nullptr;
 }
@@ -47,8 +48,9 @@ std::optional<std::size_t> indexOfId(std::string_view id, std::size_t count)
     std::size_t number = 0;
     const auto [end, error] = std::from_chars(id.data(), id.data() + id.size(), number);
     if (error != std::errc() || end != id.data() + id.size() || id.front() == '0' || number < 1 ||
-        number > count)
+        number > count) {
         return std::nullopt;
+    }
     return number - 1;
 }
 

@@ -13,16 +13,18 @@ void CardFirmware::upload(std::string_view image)
 void CardFirmware::load()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_uploaded)
+    if (m_uploaded) {
         m_loaded = m_uploaded;
+    }
 }
 
 SharedText CardFirmware::read(const std::string& type, const std::string& id) const
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_loaded)
+        if (m_loaded) {
             return m_loaded;
+        }
     }
     std::string image = "FIRMWARE " + type + " " + id + "\n";
     image.resize(64U << 10, '\x5a');

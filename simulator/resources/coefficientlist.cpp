@@ -16,8 +16,9 @@ std::string cabinetOf(std::string_view element)
 {
     // Taken apart, an element needs many times its size.
     constexpr std::size_t limit = 8U << 20;
-    if (element.empty() || element.front() != '{' || element.size() > limit)
+    if (element.empty() || element.front() != '{' || element.size() > limit) {
         return {};
+    }
     const auto object = parseJson(element);
     const char* const member = addressMember(Family::Cabinet, object);
     return member ? idText(object[member]) : std::string();
@@ -29,8 +30,9 @@ bool forEachNamed(std::string_view list,
                   const std::function<void(const std::string& cabinet, std::string_view element)>& take)
 {
     list = trimmed(list, blanks);
-    if (!startsWith(list, "["))
+    if (!startsWith(list, "[")) {
         return false;
+    }
     // The list is known to be valid: a parser would only take all of it apart once more to find the bounds.
     std::size_t begin = 1;
     int depth = 0;
@@ -38,18 +40,20 @@ bool forEachNamed(std::string_view list,
     for (std::size_t i = begin; i < list.size(); ++i) {
         const char c = list[i];
         if (inString) {
-            if (c == '\\')
+            if (c == '\\') {
                 ++i;
-            else if (c == '"')
+            } else if (c == '"') {
                 inString = false;
+            }
             continue;
         }
         const bool ends = c == ']' || c == '}';
         if (depth == 0 && (c == ',' || ends)) {
             const auto element = trimmed(list.substr(begin, i - begin), blanks);
             const std::string cabinet = cabinetOf(element);
-            if (cabinet.empty())
+            if (cabinet.empty()) {
                 return element.empty(); // of an empty list
+            }
             take(cabinet, element);
             begin = i + 1;
         }

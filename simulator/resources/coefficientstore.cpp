@@ -86,8 +86,9 @@ bool CoefficientStore::isSave(const Route& route)
 
 std::optional<std::size_t> CoefficientStore::numberOf(const std::string& cabinet) const
 {
-    if (isPlaceholder(cabinet))
+    if (isPlaceholder(cabinet)) {
         return 0;
+    }
     const auto index = indexOfId(cabinet, m_wall.cabinets());
     return index ? std::make_optional(*index + 1) : std::nullopt;
 }
@@ -125,11 +126,13 @@ SharedText CoefficientStore::read(const Route& route, const std::string& cabinet
 {
     const Kind kind = *route.coefficients;
     const std::lock_guard lock(m_mutex);
-    if (route.scope != Scope::Property)
+    if (route.scope != Scope::Property) {
         return listOfAll(kind);
+    }
     const auto number = numberOf(cabinet);
-    if (!number)
+    if (!number) {
         return nullptr;
+    }
     const Table* const table = kept(*number, kind, Bank::Loaded);
     return table ? table->reply : successEnvelope(delivered(kind));
 }
@@ -137,26 +140,31 @@ SharedText CoefficientStore::read(const Route& route, const std::string& cabinet
 SharedText CoefficientStore::listOfAll(Kind kind)
 {
     auto& [counts, unplaced, all] = m_uploads[indexOf(kind)];
-    if (unplaced)
+    if (unplaced) {
         return unplaced;
-    if (all)
+    }
+    if (all) {
         return all;
+    }
     std::string list = "[";
     for (std::size_t number = 1; number <= m_wall.cabinets(); ++number) {
         const std::string_view table = textOf(number, kind, Bank::Loaded);
-        if (table == emptyTable)
+        if (table == emptyTable) {
             continue;
-        if (list.size() > 1)
+        }
+        if (list.size() > 1) {
             list += ',';
+        }
         const Table* const own = kept(number, kind, Bank::Loaded);
-        if (own && own->namesCabinet)
+        if (own && own->namesCabinet) {
             list.append(elementsIn(table));
-        else
+        } else {
             list.append(R"({"id":")")
                 .append(std::to_string(number))
                 .append(R"(","value":)")
                 .append(table)
                 .append("}");
+        }
     }
     all = successEnvelope(list.append("]"));
     return all;
@@ -168,19 +176,22 @@ CoefficientStore::UploadResult CoefficientStore::upload(const Route& route, cons
     const Kind kind = *route.coefficients;
     const std::lock_guard lock(m_mutex);
     const auto number = route.scope == Scope::Property ? numberOf(cabinet) : std::nullopt;
-    if (route.scope == Scope::Property && !number)
+    if (route.scope == Scope::Property && !number) {
         return UploadResult::NoCabinet;
-    if (*m_bytes + json.size() > m_limit)
+    }
+    if (*m_bytes + json.size() > m_limit) {
         return UploadResult::NoSpace;
+    }
     auto& own = m_uploads[indexOf(kind)];
     ++own.counts.uploads;
     own.counts.bytes += json.size();
     own.unplaced = nullptr;
     own.all = nullptr;
-    if (number)
+    if (number) {
         tableOf(*number, kind, Bank::Loaded) = makeTable(json, false);
-    else
+    } else {
         place(kind, json);
+    }
     return UploadResult::Done;
 }
 
@@ -198,8 +209,9 @@ void CoefficientStore::place(Kind kind, std::string_view list)
         m_uploads[indexOf(kind)].unplaced = makeTable(list, false).reply;
         return;
     }
-    for (auto& [number, table] : tables)
+    for (auto& [number, table] : tables) {
         tableOf(number, kind, Bank::Loaded) = makeTable(table.append("]"), true);
+    }
 }
 
 void CoefficientStore::act(const Route& route, const std::vector<std::string>& cabinets)
@@ -208,8 +220,9 @@ void CoefficientStore::act(const Route& route, const std::vector<std::string>& c
     for (const auto& action : route.coefficientActions) {
         for (const auto& cabinet : cabinets) {
             const auto number = numberOf(cabinet);
-            if (!number)
+            if (!number) {
                 continue;
+            }
             switch (action.step) {
             case Step::Copy:
                 tableOf(*number, action.kind, action.to) = tableOf(*number, action.kind, action.from);
@@ -222,8 +235,9 @@ void CoefficientStore::act(const Route& route, const std::vector<std::string>& c
                 break;
             }
         }
-        if (action.step == Step::Clear)
+        if (action.step == Step::Clear) {
             m_uploads[indexOf(action.kind)].unplaced = nullptr;
+        }
         m_uploads[indexOf(action.kind)].all = nullptr;
     }
 }
@@ -264,8 +278,9 @@ json CoefficientStore::summary() const
         for (std::size_t kind = 0; kind < kinds; ++kind) {
             for (std::size_t bank = 0; bank < banks; ++bank) {
                 const auto& reply = cabinet.tables[kind][bank].reply;
-                if (!reply)
+                if (!reply) {
                     continue;
+                }
                 const auto text = dataOf(*reply);
                 const auto bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
                 told[nameOf(kind)][bankNames[bank]] = {
@@ -281,8 +296,9 @@ json CoefficientStore::summary() const
 void CoefficientStore::resetCounts()
 {
     const std::lock_guard lock(m_mutex);
-    for (auto& kind : m_uploads)
+    for (auto& kind : m_uploads) {
         kind.counts = {};
+    }
 }
 
 void CoefficientStore::reset()

@@ -34,16 +34,18 @@ json Collection::record(std::size_t index) const
     json result = m_make(index);
     mergeInto(result, m_writtenToAll);
     const auto it = m_written.find(index);
-    if (it != m_written.end())
+    if (it != m_written.end()) {
         mergeInto(result, it->second);
+    }
     return result;
 }
 
 const std::string& Collection::text(std::size_t index)
 {
     auto& text = m_texts[index];
-    if (text.empty())
+    if (text.empty()) {
         text = record(index).dump();
+    }
     return text;
 }
 
@@ -54,11 +56,13 @@ bool Collection::merge(std::size_t index, const json& members)
     patch.erase(m_idMember);
     json after = before;
     mergeInto(after, patch);
-    if (before == after)
+    if (before == after) {
         return false;
+    }
     auto& written = m_written.emplace(index, json::object()).first->second;
-    if (!fits(written, patch))
+    if (!fits(written, patch)) {
         return false;
+    }
     mergeInto(written, patch);
     m_texts[index].clear();
     return true;
@@ -70,17 +74,20 @@ bool Collection::mergeAll(const json& members)
     patch.erase(m_idMember);
     bool changed = false;
     const auto mergeChecked = [&](json& target) {
-        if (!fits(target, patch))
+        if (!fits(target, patch)) {
             return;
+        }
         const json before = target;
         mergeInto(target, patch);
         changed = changed || before != target;
     };
     mergeChecked(m_writtenToAll);
-    for (auto& entry : m_written)
+    for (auto& entry : m_written) {
         mergeChecked(entry.second);
-    if (changed)
+    }
+    if (changed) {
         m_texts.assign(m_count, {});
+    }
     return changed;
 }
 

@@ -160,8 +160,9 @@ json cabinetMeasures(const Wall& wall, std::size_t index, std::size_t step)
 json monitorData(const Wall& wall, std::size_t step)
 {
     json cabinets = json::array();
-    for (std::size_t i = 0; i < wall.cabinets(); ++i)
+    for (std::size_t i = 0; i < wall.cabinets(); ++i) {
         cabinets.push_back(cabinetMeasures(wall, i, step));
+    }
     return {{"time", startTime + static_cast<std::int64_t>(step) * stepSeconds},
             {"temperature", measured(wall, Temperature, deviceIndex, step, 38, 47)},
             {"fanSpeed", fanSpeeds(wall, step)},
@@ -195,8 +196,9 @@ json baseInfo(const json& cabinetRecord)
 {
     json info;
     for (const char* member : {"version", "moduleCount", "familyName", "shortName", "mfrsName", "cabType",
-                               "pointSpace", "physicalSize", "size", "cabSN"})
+                               "pointSpace", "physicalSize", "size", "cabSN"}) {
         info[member] = cabinetRecord.at(member);
+    }
     return info;
 }
 
@@ -249,8 +251,9 @@ json allReceivingCards(const Wall& wall)
 {
     json cards = json::array();
     for (std::size_t i = 0; i < wall.cabinets(); ++i) {
-        for (auto& card : receivingCards(wall, i))
+        for (auto& card : receivingCards(wall, i)) {
             cards.push_back(std::move(card));
+        }
     }
     return cards;
 }
@@ -271,8 +274,9 @@ json warning(WarningType type, const Wall& wall, std::size_t step)
         return {{"id", id}, {"linked", false}};
     }
     case WarningType::Cabinet: {
-        if (wall.cabinets() == 0)
+        if (wall.cabinets() == 0) {
             return nullptr;
+        }
         const auto last = static_cast<int>(wall.cabinets()) - 1;
         json data = cabinetMeasures(
             wall, static_cast<std::size_t>(measured(wall, Power, deviceIndex, step, 0, last)), step);

@@ -216,8 +216,9 @@ const json& plainValue(const std::string& property)
 {
     static const auto table = [] {
         std::unordered_map<std::string, json> values;
-        for (const auto& entry : plainValues)
+        for (const auto& entry : plainValues) {
             values.emplace(entry.property, json::parse(entry.text));
+        }
         return values;
     }();
     static const json nothing = json::object();

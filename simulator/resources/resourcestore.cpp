@@ -21,8 +21,9 @@ json sharedMembers(const json& record, const json& body)
     json shared = json::object();
     if (body.is_object()) {
         for (const auto& member : body.items()) {
-            if (record.contains(member.key()))
+            if (record.contains(member.key())) {
                 shared[member.key()] = member.value();
+            }
         }
     }
     return shared;
@@ -39,8 +40,9 @@ std::string joined(const std::vector<std::string>& texts)
 {
     std::string list = "[";
     for (const auto& text : texts) {
-        if (list.size() > 1)
+        if (list.size() > 1) {
             list += ',';
+        }
         list += text;
     }
     return list + "]";
@@ -79,8 +81,9 @@ void ResourceStore::reset()
     const std::lock_guard lock(m_mutex);
     m_records = makeRecords(m_wall);
     m_values.clear();
-    for (auto& replies : m_replies)
+    for (auto& replies : m_replies) {
         replies.clear();
+    }
     m_replyBytes = 0;
     m_keptBytes = 0;
     m_step = 0;
@@ -94,17 +97,20 @@ std::size_t ResourceStore::measure()
 
 std::optional<std::size_t> ResourceStore::indexOf(Family family, const std::string& id) const
 {
-    if (family == Family::Device)
+    if (family == Family::Device) {
         return 0;
+    }
     return m_records[static_cast<std::size_t>(family)].indexOf(id);
 }
 
 bool ResourceStore::hasInstance(const Route& route, const std::string& id) const
 {
-    if (route.scope != Scope::Instance && route.scope != Scope::Property)
+    if (route.scope != Scope::Instance && route.scope != Scope::Property) {
         return true;
-    if (isPlaceholder(id))
+    }
+    if (isPlaceholder(id)) {
         return route.scope == Scope::Property;
+    }
     return indexOf(route.family, id).has_value();
 }
 
@@ -120,16 +126,20 @@ SharedText ResourceStore::read(const Route& route, const std::string& id)
     std::string key = route.pattern;
     key.append(1, '\n').append(id);
     const auto it = replies.find(key);
-    if (it != replies.end())
+    if (it != replies.end()) {
         return it->second;
-    if (!hasInstance(route, id))
+    }
+    if (!hasInstance(route, id)) {
         return nullptr;
+    }
     auto reply = successEnvelope(readText(route, id));
-    if (isMeasured(route.value))
+    if (isMeasured(route.value)) {
         return reply;
+    }
     if (replies.size() >= maxReplies || m_replyBytes + reply->size() > maxReplyBytes) {
-        for (auto& other : m_replies)
+        for (auto& other : m_replies) {
             other.clear();
+        }
         m_replyBytes = 0;
     }
     m_replyBytes += reply->size();
@@ -140,12 +150,14 @@ SharedText ResourceStore::read(const Route& route, const std::string& id)
 std::string ResourceStore::readText(const Route& route, const std::string& id)
 {
     const Value* value = written(route.property, id);
-    if (value && value->text)
+    if (value && value->text) {
         return *value->text;
+    }
     switch (route.scope) {
     case Scope::Collection:
-        if (route.family == Family::Screen)
+        if (route.family == Family::Screen) {
             return screensText(route);
+        }
         return value ? value->data.dump() : listText(route.family);
     case Scope::Instance:
         return records(route.family).text(*indexOf(route.family, id));
@@ -162,8 +174,9 @@ std::string ResourceStore::readText(const Route& route, const std::string& id)
 const ResourceStore::Value* ResourceStore::written(const std::string& property, const std::string& id) const
 {
     const auto values = m_values.find(property);
-    if (values == m_values.end())
+    if (values == m_values.end()) {
         return nullptr;
+    }
     const auto own = values->second.own.find(id);
     return own == values->second.own.end() ? nullptr : &own->second;
 }
@@ -176,8 +189,9 @@ json ResourceStore::current(const Route& route, const std::string& id)
     const bool toAll = values != m_values.end() && values->second.all && route.scope != Scope::Value;
     json value;
     if (const Value* own = written(route.property, id)) {
-        if (own->text)
+        if (own->text) {
             return {{"size", own->text->size()}};
+        }
         value = own->data;
     } else if (toAll) {
         value = values->second.all->data;
@@ -186,8 +200,9 @@ json ResourceStore::current(const Route& route, const std::string& id)
     } else {
         value = Fixtures::value(route, m_wall, index, m_step);
     }
-    if (found && value.is_object())
+    if (found && value.is_object()) {
         value.update(sharedMembers(value, records(route.family).record(index)));
+    }
     return value;
 }
 
@@ -196,15 +211,17 @@ std::string ResourceStore::listText(Family family)
     auto& list = records(family);
     std::vector<std::string> texts;
     texts.reserve(list.size());
-    for (std::size_t i = 0; i < list.size(); ++i)
+    for (std::size_t i = 0; i < list.size(); ++i) {
         texts.push_back(list.text(i));
+    }
     return joined(texts);
 }
 
 std::string ResourceStore::pluralText(const Route& route)
 {
-    if (route.family == Family::Screen)
+    if (route.family == Family::Screen) {
         return current(route, idOf(Family::Screen, 0)).dump();
+    }
     const auto& list = records(route.family);
     std::vector<std::string> texts;
     texts.reserve(list.size());
@@ -220,8 +237,9 @@ std::string ResourceStore::pluralText(const Route& route)
 json ResourceStore::screenRecord(std::size_t index)
 {
     json screen = records(Family::Screen).record(index);
-    if (screen.contains("subScreens"))
+    if (screen.contains("subScreens")) {
         return screen;
+    }
     // A multi-screen controller feeds the upper and the lower half of a screen from an input each.
     const auto [first, last] = m_wall.cabinetsOf(index);
     const auto columns = m_wall.columnsOf(index);
@@ -236,8 +254,9 @@ json ResourceStore::screenRecord(std::size_t index)
             const json cabinet = records(Family::Cabinet).record(i);
             json entry = json::object();
             for (const char* member :
-                 {"id", "version", "outputId", "moduleCount", "weight", "power", "voltage", "position"})
+                 {"id", "version", "outputId", "moduleCount", "weight", "power", "voltage", "position"}) {
                 entry[member] = cabinet.at(member);
+            }
             cabinets.push_back(std::move(entry));
         }
         subScreens.push_back(
@@ -258,8 +277,9 @@ std::string ResourceStore::screensText(const Route& route)
     json reply = route.multiScreenOnly ? json::object() : screenRecord(0);
     if (m_wall.multiScreen()) {
         json screens = json::array();
-        for (std::size_t i = 0; i < m_wall.screens(); ++i)
+        for (std::size_t i = 0; i < m_wall.screens(); ++i) {
             screens.push_back(screenRecord(i));
+        }
         reply["screens"] = std::move(screens);
     }
     return reply.dump();
@@ -268,8 +288,9 @@ std::string ResourceStore::screensText(const Route& route)
 ResourceStore::Written ResourceStore::write(const Route& route, const std::string& id, const json& body)
 {
     const std::lock_guard lock(m_mutex);
-    if (!hasInstance(route, id))
+    if (!hasInstance(route, id)) {
         return failed(Written::Status::NoInstance);
+    }
     Written result;
     switch (route.scope) {
     case Scope::Collection:
@@ -288,21 +309,24 @@ ResourceStore::Written ResourceStore::write(const Route& route, const std::strin
         result = writeProperty(route, id, body);
         break;
     }
-    if (result.changed)
+    if (result.changed) {
         invalidate(route.family);
+    }
     return result;
 }
 
 ResourceStore::Written ResourceStore::writeText(const Route& route, const std::string& id, std::string text)
 {
     const std::lock_guard lock(m_mutex);
-    if (!hasInstance(route, id))
+    if (!hasInstance(route, id)) {
         return failed(Written::Status::NoInstance);
+    }
     Value value;
     value.text = std::make_shared<const std::string>(std::move(text));
     value.cost = value.text->size();
-    if (!keep(m_values[route.property].own[id], std::move(value)))
+    if (!keep(m_values[route.property].own[id], std::move(value))) {
         return failed(Written::Status::NoSpace);
+    }
     invalidate(route.family);
     Written result;
     result.changed = true;
@@ -316,15 +340,17 @@ ResourceStore::Written ResourceStore::writeProperty(const Route& route, const st
     const Value* own = written(route.property, id);
     const json before = current(route, id);
     json after = before;
-    if (own && own->text)
+    if (own && own->text) {
         after = body;
-    else
+    } else {
         mergeInto(after, body);
+    }
     Written result;
     result.ids = {id};
     result.changed = before != after;
-    if (!result.changed)
+    if (!result.changed) {
         return result;
+    }
 
     const auto index = route.scope == Scope::Value ? std::nullopt : indexOf(route.family, id);
     if (index) {
@@ -334,8 +360,9 @@ ResourceStore::Written ResourceStore::writeProperty(const Route& route, const st
     Value value;
     value.cost = footprint(after);
     value.data = std::move(after);
-    if (!keep(m_values[route.property].own[id], std::move(value)))
+    if (!keep(m_values[route.property].own[id], std::move(value))) {
         result.status = Written::Status::NoSpace;
+    }
     return result;
 }
 
@@ -354,15 +381,17 @@ ResourceStore::Written ResourceStore::writePlural(const Route& route, const json
         m_keptBytes -= kept->second.cost;
         own.erase(kept);
     }
-    if (addressees->all)
+    if (addressees->all) {
         return writeToAll(route, body);
+    }
     Written result;
     for (const auto& [index, members] : addressees->instances) {
         const auto one = writeProperty(route, idOf(route.family, index), members);
         result.changed = result.changed || one.changed;
         result.ids.push_back(idOf(route.family, index));
-        if (one.status != Written::Status::Done)
+        if (one.status != Written::Status::Done) {
             result.status = one.status;
+        }
     }
     return result;
 }
@@ -372,31 +401,37 @@ ResourceStore::Written ResourceStore::writeToAll(const Route& route, const json&
     Written result;
     result.all = true;
     auto& list = records(route.family);
-    if (list.size() == 0)
+    if (list.size() == 0) {
         return result;
+    }
     result.changed = list.mergeAll(sharedMembers(list.record(0), body));
-    if (isGenerated(route.value))
+    if (isGenerated(route.value)) {
         return result;
+    }
 
     const auto mergeValue = [&](Value& slot) {
         json after = slot.data;
         mergeInto(after, body);
-        if (slot.text || after == slot.data)
+        if (slot.text || after == slot.data) {
             return;
+        }
         Value value;
         // A list of all instances repeats what was written to all.
         value.cost = footprint(after) * (&slot == &*m_values[route.property].all ? list.size() : 1);
         value.data = std::move(after);
         result.changed = true;
-        if (!keep(slot, std::move(value)))
+        if (!keep(slot, std::move(value))) {
             result.status = Written::Status::NoSpace;
+        }
     };
     auto& values = m_values[route.property];
-    if (!values.all)
+    if (!values.all) {
         values.all = Value{Fixtures::plainValue(route.property), nullptr, 0};
+    }
     mergeValue(*values.all);
-    for (auto& entry : values.own)
+    for (auto& entry : values.own) {
         mergeValue(entry.second);
+    }
     return result;
 }
 
@@ -404,8 +439,9 @@ ResourceStore::Written ResourceStore::writeRecords(const Route& route, const jso
 {
     const auto addressees = addressed(route.family, body);
     Written result;
-    if (!addressees)
+    if (!addressees) {
         return writeProperty(route, {}, body);
+    }
     auto& list = records(route.family);
     if (addressees->all && route.family != Family::Screen) {
         result.all = true;
@@ -434,29 +470,33 @@ std::optional<ResourceStore::Addressed> ResourceStore::addressed(Family family, 
         members.erase(member);
         const json& ids = object.at(member);
         const auto add = [&](const json& id) {
-            if (const auto index = indexOf(family, idText(id)))
+            if (const auto index = indexOf(family, idText(id))) {
                 result.instances.emplace_back(*index, members);
+            }
         };
         if (ids.is_array()) {
-            for (std::size_t i = 0; i < ids.size() && result.instances.size() <= limit; ++i)
+            for (std::size_t i = 0; i < ids.size() && result.instances.size() <= limit; ++i) {
                 add(ids[i]);
+            }
         } else {
             add(ids);
         }
     };
     if (body.is_object()) {
         const char* const listMember = family == Family::Screen ? "screens" : "cabinets";
-        if (const char* member = addressMember(family, body))
+        if (const char* member = addressMember(family, body)) {
             address(body, member);
-        else if (body.contains(listMember) && body[listMember].is_array())
+        } else if (body.contains(listMember) && body[listMember].is_array()) {
             return addressed(family, body[listMember]);
-        else
+        } else {
             result.all = true;
+        }
     } else if (body.is_array()) {
         for (const auto& element : body) {
             const char* member = addressMember(family, element);
-            if (!member || result.instances.size() > limit)
+            if (!member || result.instances.size() > limit) {
                 return std::nullopt;
+            }
             address(element, member);
         }
     } else {
@@ -467,8 +507,9 @@ std::optional<ResourceStore::Addressed> ResourceStore::addressed(Family family, 
 
 bool ResourceStore::keep(Value& slot, Value value)
 {
-    if (m_keptBytes - slot.cost + value.cost > maxKeptBytes)
+    if (m_keptBytes - slot.cost + value.cost > maxKeptBytes) {
         return false;
+    }
     m_keptBytes = m_keptBytes - slot.cost + value.cost;
     slot = std::move(value);
     return true;
@@ -478,14 +519,16 @@ void ResourceStore::invalidate(Family family)
 {
     const auto drop = [this](Family dropped) {
         auto& replies = m_replies[static_cast<std::size_t>(dropped)];
-        for (const auto& reply : replies)
+        for (const auto& reply : replies) {
             m_replyBytes -= reply.second->size();
+        }
         replies.clear();
     };
     drop(family);
     // Screens list their cabinets.
-    if (family == Family::Cabinet)
+    if (family == Family::Cabinet) {
         drop(Family::Screen);
+    }
 }
 
 } // namespace Tessel::Simulator

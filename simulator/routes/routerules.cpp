@@ -207,8 +207,9 @@ bool contains(const List& list, const Value& value)
 std::string withoutPrefix(std::string_view pattern)
 {
     constexpr std::string_view prefix = "/api/v1";
-    if (!startsWith(pattern, prefix))
+    if (!startsWith(pattern, prefix)) {
         return std::string(pattern);
+    }
     const auto path = pattern.substr(prefix.size());
     const bool screens = isBelow(path, "/screen") && !isBelow(path, "/screen/hwscreen");
     return (screens ? "/device" : "") + std::string(path);
@@ -216,24 +217,30 @@ std::string withoutPrefix(std::string_view pattern)
 
 std::string withoutPlaceholders(std::string path)
 {
-    for (auto open = path.find("/{"); open != std::string::npos; open = path.find("/{"))
+    for (auto open = path.find("/{"); open != std::string::npos; open = path.find("/{")) {
         path.erase(open, path.find('}', open) + 1 - open);
+    }
     return path;
 }
 
 Scope scopeOf(const std::string& path, Family family, std::string_view prefix)
 {
     const auto placeholder = path.find('{');
-    if (isBelow(path, "/device/cabinet/rvfirmware"))
+    if (isBelow(path, "/device/cabinet/rvfirmware")) {
         return Scope::Firmware;
-    if (placeholder != std::string::npos)
+    }
+    if (placeholder != std::string::npos) {
         return path.back() == '}' && !isBelow(path, "/device/monitor") ? Scope::Instance : Scope::Property;
-    if (path == prefix)
+    }
+    if (path == prefix) {
         return Scope::Collection;
-    if (contains(deviceValues, path) || isBelow(path, "/device/cabinet/selftest"))
+    }
+    if (contains(deviceValues, path) || isBelow(path, "/device/cabinet/selftest")) {
         return Scope::Value;
-    if (family == Family::Cabinet || family == Family::Input || path == "/device/screen/brightness")
+    }
+    if (family == Family::Cabinet || family == Family::Input || path == "/device/screen/brightness") {
         return Scope::Plural;
+    }
     return Scope::Value;
 }
 
@@ -261,8 +268,9 @@ std::optional<PushEvent> eventOfFamily(const Route& route)
 std::optional<PushEvent> changeEventOf(const Route& route)
 {
     for (const auto& prefix : silentPrefixes) {
-        if (isBelow(route.property, prefix))
+        if (isBelow(route.property, prefix)) {
             return std::nullopt;
+        }
     }
     const auto* const row = rowOf(specialChangeEvents, route.property);
     return row ? row->event : eventOfFamily(route);
@@ -283,17 +291,21 @@ std::optional<PushEvent> nameEventOf(const Route& route)
 // What is special about a route, all that follows from its property.
 void applySpecialRules(Route& route)
 {
-    if (const auto* const row = rowOf(specialValues, route.property))
+    if (const auto* const row = rowOf(specialValues, route.property)) {
         route.value = row->value;
-    if (const auto* const row = rowOf(writeEffects, route.property))
+    }
+    if (const auto* const row = rowOf(writeEffects, route.property)) {
         route.effect = row->effect;
+    }
     route.nameEvent = nameEventOf(route);
     route.changeEvent = changeEventOf(route);
-    if (const auto* const row = rowOf(coefficientTables, route.property))
+    if (const auto* const row = rowOf(coefficientTables, route.property)) {
         route.coefficients = row->kind;
+    }
     for (const auto& row : coefficientActions) {
-        if (row.property == route.property)
+        if (row.property == route.property) {
             route.coefficientActions.push_back(row.action);
+        }
     }
 }
 
@@ -303,8 +315,9 @@ std::vector<std::string_view> specialProperties()
 {
     std::vector<std::string_view> properties;
     const auto add = [&properties](const auto& rows) {
-        for (const auto& row : rows)
+        for (const auto& row : rows) {
             properties.push_back(row.property);
+        }
     };
     add(specialValues);
     add(writeEffects);
@@ -319,8 +332,9 @@ void applyRouteRules(Route& route)
     const std::string path = withoutPrefix(route.pattern);
     route.property = withoutPlaceholders(path);
     // What is uploaded for one cabinet stands in the list of all.
-    if (route.property == "/device/correctionop/cabinets/coefficientv2")
+    if (route.property == "/device/correctionop/cabinets/coefficientv2") {
         route.property = "/device/correctionop/cabinets/chroma/coefficient";
+    }
     route.multiScreenOnly = route.pattern == "/api/protocol/version" ||
                             isBelow(route.pattern, "/api/v1/screen") ||
                             isBelow(route.pattern, "/api/v1/hwscreen");
@@ -330,16 +344,19 @@ void applyRouteRules(Route& route)
             route.scope = scopeOf(path, entry.family, entry.path);
         }
     }
-    if (path == "/device/hw")
+    if (path == "/device/hw") {
         route.scope = Scope::Instance;
-    else if (isBelow(path, "/device/hw"))
+    } else if (isBelow(path, "/device/hw")) {
         route.scope = Scope::Property;
-    for (const auto& exception : verbExceptions) {
-        if (contains(route.keys, exception.key))
-            route.verbs = exception.verbs;
     }
-    for (const auto& key : fileRoutes)
+    for (const auto& exception : verbExceptions) {
+        if (contains(route.keys, exception.key)) {
+            route.verbs = exception.verbs;
+        }
+    }
+    for (const auto& key : fileRoutes) {
         route.takesFiles = route.takesFiles || contains(route.keys, key);
+    }
     applySpecialRules(route);
 }
 

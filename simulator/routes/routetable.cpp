@@ -38,8 +38,9 @@ RouteTable::RouteTable()
 {
     std::map<std::string, std::vector<std::string>> keysOfPath;
     const auto urls = AllUrlResource::getInstance()->getMapAllUrl();
-    for (auto it = urls.cbegin(); it != urls.cend(); ++it)
+    for (auto it = urls.cbegin(); it != urls.cend(); ++it) {
         keysOfPath[it.value().toStdString()].push_back(it.key().toStdString());
+    }
 
     for (const auto& [path, keys] : keysOfPath) {
         Route& route = m_routes.emplace_back();
@@ -49,8 +50,9 @@ RouteTable::RouteTable()
         Node* node = m_root.get();
         for (const auto& segment : splitPath(path)) {
             auto& next = segment.front() == '{' ? node->placeholder : node->literals[segment];
-            if (!next)
+            if (!next) {
                 next = std::make_unique<Node>();
+            }
             node = next.get();
         }
         node->route = &route;
@@ -69,23 +71,28 @@ RouteTable::Match RouteTable::match(const std::vector<std::string>& segments) co
 const Route* RouteTable::descend(const Node& node, const std::vector<std::string>& segments,
                                  std::size_t depth, std::vector<std::string>& values) const
 {
-    if (depth == segments.size())
+    if (depth == segments.size()) {
         return node.route;
+    }
     const auto literal = node.literals.find(segments[depth]);
     if (literal != node.literals.end()) {
-        if (const Route* route = descend(*literal->second, segments, depth + 1, values))
+        if (const Route* route = descend(*literal->second, segments, depth + 1, values)) {
             return route;
+        }
     }
     // Quirk: The path of the hardware mode ends in a blank. Some clients trim it.
     const auto blank =
         depth + 1 == segments.size() ? node.literals.find(segments[depth] + ' ') : node.literals.end();
-    if (blank != node.literals.end())
+    if (blank != node.literals.end()) {
         return blank->second->route;
-    if (!node.placeholder || segments[depth].empty())
+    }
+    if (!node.placeholder || segments[depth].empty()) {
         return nullptr;
+    }
     values.push_back(segments[depth]);
-    if (const Route* route = descend(*node.placeholder, segments, depth + 1, values))
+    if (const Route* route = descend(*node.placeholder, segments, depth + 1, values)) {
         return route;
+    }
     values.pop_back();
     return nullptr;
 }

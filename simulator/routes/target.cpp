@@ -8,12 +8,15 @@ namespace {
 
 int hexValue(char c)
 {
-    if (c >= '0' && c <= '9')
+    if (c >= '0' && c <= '9') {
         return c - '0';
-    if (c >= 'a' && c <= 'f')
+    }
+    if (c >= 'a' && c <= 'f') {
         return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
+    }
+    if (c >= 'A' && c <= 'F') {
         return c - 'A' + 10;
+    }
     return -1;
 }
 
@@ -25,8 +28,9 @@ bool decode(std::string& text, bool plusIsBlank)
         if (c == '%') {
             const int high = i + 2 < text.size() ? hexValue(text[i + 1]) : -1;
             const int low = i + 2 < text.size() ? hexValue(text[i + 2]) : -1;
-            if (high < 0 || low < 0)
+            if (high < 0 || low < 0) {
                 return false;
+            }
             c = static_cast<char>(high * 16 + low);
             i += 2;
         } else if (c == '+' && plusIsBlank) {
@@ -49,8 +53,9 @@ std::optional<Target> parseTarget(std::string_view target)
             break;
         }
     }
-    if (target.empty() || target.front() != '/')
+    if (target.empty() || target.front() != '/') {
         return std::nullopt;
+    }
     Target result;
     const auto mark = target.find('?');
     if (mark != std::string_view::npos) {
@@ -59,8 +64,9 @@ std::optional<Target> parseTarget(std::string_view target)
     }
     result.segments = splitPath(target);
     for (auto& segment : result.segments) {
-        if (!decode(segment, false))
+        if (!decode(segment, false)) {
             return std::nullopt;
+        }
         result.path.append("/").append(segment);
     }
     return result;
@@ -75,8 +81,9 @@ std::vector<std::pair<std::string, std::string>> parseQuery(std::string_view que
         const auto equals = part.find('=');
         std::string name(part.substr(0, equals));
         std::string value(equals == std::string_view::npos ? std::string_view() : part.substr(equals + 1));
-        if (!name.empty() && decode(name, true) && decode(value, true))
+        if (!name.empty() && decode(name, true) && decode(value, true)) {
             parameters.emplace_back(std::move(name), std::move(value));
+        }
         query.remove_prefix(end == std::string_view::npos ? query.size() : end + 1);
     }
     return parameters;

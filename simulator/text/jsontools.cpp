@@ -39,11 +39,13 @@ private:
 
 bool isTypedList(const json& value)
 {
-    if (!value.is_array() || value.empty())
+    if (!value.is_array() || value.empty()) {
         return false;
+    }
     for (const auto& element : value) {
-        if (!element.is_object() || !element.contains("type"))
+        if (!element.is_object() || !element.contains("type")) {
             return false;
+        }
     }
     return true;
 }
@@ -88,10 +90,11 @@ void mergeInto(json& target, const json& patch)
     } else if (patch.is_object() && target.is_object()) {
         for (const auto& member : patch.items()) {
             const auto found = target.find(member.key());
-            if (found == target.end())
+            if (found == target.end()) {
                 target[member.key()] = member.value();
-            else
+            } else {
                 mergeInto(*found, member.value());
+            }
         }
     } else {
         target = patch;
@@ -105,12 +108,14 @@ std::size_t footprint(const json& value)
         bytes += sizeof(std::string) + value.get_ref<const std::string&>().size();
     } else if (value.is_array()) {
         bytes += sizeof(json::array_t);
-        for (const auto& element : value)
+        for (const auto& element : value) {
             bytes += footprint(element);
+        }
     } else if (value.is_object()) {
         bytes += sizeof(json::object_t);
-        for (const auto& member : value.items())
+        for (const auto& member : value.items()) {
             bytes += 64 + member.key().size() + footprint(member.value());
+        }
     }
     return bytes;
 }

@@ -23,8 +23,9 @@ std::string readValue(std::string_view header, std::size_t& at)
     }
     std::string value;
     for (++at; at < header.size() && header[at] != '"'; ++at) {
-        if (header[at] == '\\' && at + 1 < header.size())
+        if (header[at] == '\\' && at + 1 < header.size()) {
             ++at;
+        }
         value += header[at];
     }
     return value;
@@ -37,12 +38,14 @@ std::string parameter(std::string_view header, std::string_view name)
     while (at != header.npos && (at = header.find(';', at)) != header.npos) {
         const auto begin = std::min(header.find_first_not_of(blanks, at + 1), header.size());
         at = header.find_first_of("=;", begin);
-        if (at == header.npos || header[at] == ';')
+        if (at == header.npos || header[at] == ';') {
             continue;
+        }
         const bool named = at - begin == name.size() && startsWithNoCase(header.substr(begin), name);
         std::string value = readValue(header, ++at);
-        if (named)
+        if (named) {
             return value;
+        }
     }
     return {};
 }
@@ -50,8 +53,9 @@ std::string parameter(std::string_view header, std::string_view name)
 void readHeader(std::string_view line, FormPart& part)
 {
     const auto colon = line.find(':');
-    if (colon == line.npos)
+    if (colon == line.npos) {
         return;
+    }
     const auto value = trimmed(line.substr(colon + 1), blanks);
     if (startsWithNoCase(line, "content-disposition:")) {
         part.name = parameter(value, "name");
@@ -71,35 +75,40 @@ bool isMultipartForm(std::string_view contentType)
 std::optional<std::vector<FormPart>> formParts(std::string_view contentType, std::string_view body)
 {
     const std::string boundary = parameter(contentType, "boundary");
-    if (boundary.empty() || boundary.size() > 70) // RFC 2046, 5.1.1
+    if (boundary.empty() || boundary.size() > 70) { // RFC 2046, 5.1.1
         return std::nullopt;
+    }
     const std::string delimiter = "\r\n--" + boundary;
     std::size_t at = delimiter.size() - lineEnd.size();
     // Without a preamble the line break of the first delimiter is missing.
     if (body.substr(0, at) != std::string_view(delimiter).substr(lineEnd.size())) {
         const auto first = body.find(delimiter);
-        if (first == body.npos)
+        if (first == body.npos) {
             return std::nullopt;
+        }
         at = first + delimiter.size();
     }
     std::vector<FormPart> parts;
     while (!startsWith(body.substr(at), "--")) {
         at = body.find(lineEnd, at);
-        if (at == body.npos || parts.size() == maxParts)
+        if (at == body.npos || parts.size() == maxParts) {
             return std::nullopt;
+        }
         at += lineEnd.size();
         FormPart part;
         for (auto end = body.find(lineEnd, at); end != at; end = body.find(lineEnd, at)) {
-            if (end == body.npos)
+            if (end == body.npos) {
                 return std::nullopt;
+            }
             readHeader(body.substr(at, end - at), part);
             at = end + lineEnd.size();
         }
         const auto content = at + lineEnd.size();
         // The line break before a delimiter belongs to it, also where the content is empty.
         const auto end = body.find(delimiter, at);
-        if (end == body.npos)
+        if (end == body.npos) {
             return std::nullopt;
+        }
         part.content = end < content ? std::string_view() : body.substr(content, end - content);
         parts.push_back(std::move(part));
         at = end + delimiter.size();

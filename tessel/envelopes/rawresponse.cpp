@@ -19,12 +19,15 @@ Zeph::Serialize::Serializable* RawResponse::clone() const
 QMap<QString, QVariant> RawResponse::members() const
 {
     QMap<QString, QVariant> map;
-    if (message.isValid())
+    if (message.isValid()) {
         map.insert(QStringLiteral("message"), message);
-    if (code.isValid())
+    }
+    if (code.isValid()) {
         map.insert(QStringLiteral("code"), code);
-    if (data.isValid())
+    }
+    if (data.isValid()) {
         map.insert(QStringLiteral("data"), data);
+    }
     return map;
 }
 

@@ -38,8 +38,9 @@ void end()
         watches().isFirstToHear = false;
         told.swap(watches().told);
     }
-    for (const Told& one : told)
+    for (const Told& one : told) {
         (*one)();
+    }
 }
 
 void begin()
@@ -122,8 +123,9 @@ bool execUntilApplicationEnds(QEventLoop& loop, QEventLoop::ProcessEventsFlags f
     const ApplicationEnd::Watch watch([waiting] {
         const std::lock_guard<std::mutex> lock(waiting->mutex);
         waiting->ended = true;
-        if (waiting->dispatcher)
+        if (waiting->dispatcher) {
             waiting->dispatcher->wakeUp();
+        }
     });
     const auto hasEnded = [&waiting] {
         const std::lock_guard<std::mutex> lock(waiting->mutex);

@@ -20,8 +20,9 @@ using Succeeded = std::function<void(const HttpJsonPackage&, const QString& id)>
 void fill(HttpJsonPackage& package, const QString& path, const QVariant& body, const QString& id)
 {
     package.setUrl(path);
-    if (body.isValid())
+    if (body.isValid()) {
         package.setRequestWithJsonObj(body);
+    }
     package.addPlaceHolders(QStringLiteral("id"), id);
 }
 
@@ -31,15 +32,17 @@ bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body
 {
     bool ok = true;
     for (const QString& id : ids) {
-        if (ApplicationEnd::hasCome())
+        if (ApplicationEnd::hasCome()) {
             return false;
+        }
         HttpJsonPackage package(nullptr);
         fill(package, path, body, id);
         (HttpProxy::getInstance()->*exchange)(deviceKey, &package);
-        if (succeeded(package))
+        if (succeeded(package)) {
             onSuccess(package, id);
-        else
+        } else {
             ok = false;
+        }
     }
     return ok;
 }
@@ -47,16 +50,19 @@ bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body
 bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVariant& body,
                  const QString& deviceKey, const QStringList& ids, const Succeeded& onSuccess)
 {
-    if (ApplicationEnd::hasCome())
+    if (ApplicationEnd::hasCome()) {
         return false;
-    if (!canRunEventLoop())
+    }
+    if (!canRunEventLoop()) {
         return exchangeInTurn(exchange, path, body, deviceKey, ids, onSuccess);
+    }
     QEventLoop loop;
     int remaining = ids.size();
     bool ok = true;
     const auto countDown = [&loop, &remaining] {
-        if (--remaining == 0)
+        if (--remaining == 0) {
             loop.quit();
+        }
     };
 
     std::vector<QPointer<HttpJsonPackage>> packages; // null once a package is gone
@@ -66,18 +72,20 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
         packages.emplace_back(package);
         fill(*package, path, body, id);
         QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&, id](HttpJsonPackage* reply) {
-            if (succeeded(*reply))
+            if (succeeded(*reply)) {
                 onSuccess(*reply, id);
-            else
+            } else {
                 ok = false;
+            }
             reply->deleteLater();
             countDown();
         });
         // Quirk: The timer of a request in a group outlives its reply.
         QTimer::singleShot(package->expectedTime(), &loop, [&ok, &packages, position, countDown] {
             ok = false;
-            if (HttpJsonPackage* late = packages[position])
+            if (HttpJsonPackage* late = packages[position]) {
                 late->deleteLater();
+            }
             countDown();
         });
         (HttpProxy::getInstance()->*start)(deviceKey, package);
@@ -89,10 +97,11 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
     // A stale timer may have ended the loop before the slowest reply, whose package then has no listener.
     // Once the application has ended, nothing deletes it later either.
     for (const QPointer<HttpJsonPackage>& package : packages) {
-        if (ended)
+        if (ended) {
             delete package.data();
-        else if (package)
+        } else if (package) {
             package->deleteLater();
+        }
     }
     return ok && !ended;
 }
@@ -137,8 +146,9 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
         qCritical() << function << "System error! trigger is nullptr";
         return false;
     }
-    if (ApplicationEnd::hasCome())
+    if (ApplicationEnd::hasCome()) {
         return false;
+    }
     std::vector<std::unique_ptr<HttpJsonPackage>> packages;
     const auto addPackage = [&](const QMap<QString, QVariant>& item, const QString& deviceKey) {
         packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
@@ -160,15 +170,17 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
             const QString deviceKey = deviceOf(item);
             HttpJsonPackage* const package = addPackage(item, deviceKey);
             QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&loop, &remaining] {
-                if (--remaining == 0)
+                if (--remaining == 0) {
                     loop.quit();
+                }
             });
             HttpProxy::getInstance()->putMultSync(deviceKey, package);
         }
         // Quirk: The time limit of a batch fails what was answered before.
         QTimer::singleShot(expectedTime, &loop, [&loop, &packages] {
-            for (const auto& package : packages)
+            for (const auto& package : packages) {
                 package->setSimpleState(static_cast<HttpJsonPackage::HttpSimpleState>(1));
+            }
             loop.quit();
         });
         ok = execUntilApplicationEnds(loop, QEventLoop::ExcludeUserInputEvents);
@@ -179,8 +191,9 @@ bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant
         }
         ok = !ApplicationEnd::hasCome();
     }
-    for (const auto& package : packages)
+    for (const auto& package : packages) {
         ok = ok && succeeded(*package);
+    }
     return ok;
 }
 

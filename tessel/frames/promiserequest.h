@@ -66,8 +66,9 @@ public:
                                [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
                                    VariantMapResponse response;
                                    if (!succeeded(reply) || !readResponse(reply, response) ||
-                                       response.code != 0)
+                                       response.code != 0) {
                                        return reject();
+                                   }
                                    Record record;
                                    record.deserialize(response.data, Zeph::Serialize::NoAttribute);
                                    resolve(record);
@@ -82,8 +83,9 @@ public:
         if (!threadTakesEvents()) {
             return QtPromise::QPromise<T>{[&](const QtPromise::QPromiseResolve<T>& resolve,
                                               const QtPromise::QPromiseReject<T>& reject) {
-                if (!exchangeHere(verb, deviceKey))
+                if (!exchangeHere(verb, deviceKey)) {
                     return reject();
+                }
                 settle(*m_package, resolve, reject);
             }};
         }
@@ -132,8 +134,9 @@ public:
     template <class T, class Settle>
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
     {
-        if (deviceKey.isEmpty() || m_package->getUrl().isEmpty())
+        if (deviceKey.isEmpty() || m_package->getUrl().isEmpty()) {
             return QtPromise::QPromise<T>::reject("arguments error");
+        }
         return promise<T>(verb, deviceKey, settle);
     }
 
@@ -151,13 +154,15 @@ private:
     // The blocking counterpart of @p verb. Returns false at the application's end.
     bool exchangeHere(Verb verb, const QString& deviceKey)
     {
-        if (ApplicationEnd::hasCome())
+        if (ApplicationEnd::hasCome()) {
             return false;
+        }
         void (HttpProxy::*exchange)(const QString&, HttpJsonPackage*) = &HttpProxy::getSync;
-        if (verb == &HttpProxy::put)
+        if (verb == &HttpProxy::put) {
             exchange = &HttpProxy::putSync;
-        else if (verb == &HttpProxy::post)
+        } else if (verb == &HttpProxy::post) {
             exchange = &HttpProxy::postSync;
+        }
         (HttpProxy::getInstance()->*exchange)(deviceKey, m_package.get());
         return !ApplicationEnd::hasCome();
     }
@@ -169,10 +174,11 @@ private:
         if (!threadTakesEvents()) {
             const bool ended = !exchangeHere(verb, deviceKey);
             started();
-            if (ended)
+            if (ended) {
                 reject();
-            else
+            } else {
                 resolve(convert(*m_package));
+            }
             return;
         }
         (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());

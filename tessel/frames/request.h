@@ -219,8 +219,9 @@ public:
     {
         HttpProxy::getInstance()->getSync(deviceKey, &m_package);
         const QMutexLocker lock(mutex);
-        if (!succeeded(m_package))
+        if (!succeeded(m_package)) {
             return false;
+        }
         decode(m_package, cache[deviceKey]);
         stored();
         return true;
@@ -291,8 +292,9 @@ public:
         HttpProxy::getInstance()->get(deviceKey, package);
         whenAnswered(package, package, [&cache, deviceKey, handled](const HttpJsonPackage& reply) {
             const bool stored = succeeded(reply);
-            if (stored)
+            if (stored) {
                 decode(reply, cache[deviceKey]);
+            }
             handled(stored);
         });
     }
@@ -333,8 +335,9 @@ public:
     bool writeThrough(const QString& deviceKey, const QObject* context, Stored stored)
     {
         return put(deviceKey, context, [stored](const HttpJsonPackage& reply) {
-            if (succeeded(reply))
+            if (succeeded(reply)) {
                 stored();
+            }
         });
     }
 
@@ -365,8 +368,9 @@ private:
 template <class Entry>
 bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool force, QMutex* mutex = nullptr)
 {
-    if (force)
+    if (force) {
         return false;
+    }
     const QMutexLocker lock(mutex);
     return cache.contains(deviceKey);
 }
@@ -376,8 +380,9 @@ bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool fo
 template <class Entry>
 bool outputFromCache(bool loaded, const QMap<QString, Entry>& cache, const QString& deviceKey, Entry& out)
 {
-    if (loaded)
+    if (loaded) {
         out = cache.value(deviceKey);
+    }
     return loaded;
 }
 

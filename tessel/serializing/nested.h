@@ -15,8 +15,9 @@ QList<QVariant> serializeAll(const QList<Record>& records, QFlags<Zeph::Serializ
 {
     QList<QVariant> maps;
     maps.reserve(records.size());
-    for (const Record& record : records)
+    for (const Record& record : records) {
         maps.append(record.serialize(attribute));
+    }
     return maps;
 }
 

@@ -24,10 +24,12 @@ namespace {
 QVariant resultOf(const Operation& operation, const QVariantList& outputs)
 {
     const std::vector<QString> names = operation.outputNames();
-    if (outputs.isEmpty())
+    if (outputs.isEmpty()) {
         return true;
-    if (outputs.size() == 1)
+    }
+    if (outputs.size() == 1) {
         return outputs.first();
+    }
     QVariantMap named;
     for (int i = 0; i < outputs.size(); ++i) {
         const auto index = static_cast<std::size_t>(i);
@@ -57,36 +59,43 @@ public:
     void callOn(const QString& device, bool label)
     {
         QVariantList values = m_call.values;
-        if (m_call.operation->takesDevice())
+        if (m_call.operation->takesDevice()) {
             values[0] = device;
-        if (m_call.operation->choosesByProtocol())
+        }
+        if (m_call.operation->choosesByProtocol()) {
             HWInfo::getInstance()->getHwProtoc(device, true);
+        }
         CallObserver exchanges;
         const CallObserver::Scope scope = exchanges.collect();
         const CallResult called = m_call.operation->invoke(values);
         exchanges.waitForAll();
         Outcome outcome = exchanges.outcome(called.succeeded);
-        if (outcome.code == Failed && !called.reason.isEmpty())
+        if (outcome.code == Failed && !called.reason.isEmpty()) {
             outcome.reason = printable(called.reason);
+        }
         // One that did not wait says yes even when no reply came.
         const bool answered = called.succeeded && (outcome.code == Done || outcome.code == Refused);
         const QVariant result = answered ? resultOf(*m_call.operation, called.outputs) : QVariant();
         m_results.insert(device, result);
 
-        if (answered && !m_settings.json)
+        if (answered && !m_settings.json) {
             m_console.out((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
-        else if (answered && !label)
+        } else if (answered && !label) {
             m_console.out(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
-        if (outcome.code != Done)
+        }
+        if (outcome.code != Done) {
             m_console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
-        if (m_exitCode == Done)
+        }
+        if (m_exitCode == Done) {
             m_exitCode = outcome.code;
+        }
     }
 
     void printAll()
     {
-        if (m_settings.json)
+        if (m_settings.json) {
             m_console.out(QString::fromUtf8(toJson(m_results, true)) + QLatin1Char('\n'));
+        }
     }
 
     ExitCode exitCode() const { return m_exitCode; }
@@ -117,15 +126,18 @@ ExitCode runCall(const Settings& settings, const QString& operation, const QStri
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty() || !addDevices(devices, console))
+    if (devices.empty() || !addDevices(devices, console)) {
         return Usage;
+    }
 
     Caller caller(settings, call, console);
     const bool several = devices.size() > 1;
-    for (const Device& device : devices)
+    for (const Device& device : devices) {
         caller.callOn(device.name, several);
-    if (several)
+    }
+    if (several) {
         caller.printAll();
+    }
     return caller.exitCode();
 }
 

@@ -40,8 +40,9 @@ public:
     /// library's lists are flattened and would not go back the way they came.
     Outcome load(const QString& cabinet, QVariant& table)
     {
-        if (m_run.interruption().happened())
+        if (m_run.interruption().happened()) {
             return m_run.settled({Failed, {}});
+        }
         List elements;
         showProgress({});
         CallObserver exchanges;
@@ -52,18 +53,21 @@ public:
             },
             [&] { showProgress(exchanges.progress()); });
         const auto record = exchanges.latest();
-        if (!record)
+        if (!record) {
             return {Failed, QStringLiteral("no request was made")};
+        }
         m_transfer.bytes += record->bytesReceived;
         m_transfer.parts += 1;
         showProgress({});
         Outcome outcome = m_run.settled(outcomeOf(*record));
-        if (outcome.code != Done)
+        if (outcome.code != Done) {
             return outcome;
+        }
         const Expected<QVariant> envelope = parseJson(record->reply);
         table = envelope ? envelope->toMap().value(QStringLiteral("data")) : QVariant();
-        if (table.userType() != QMetaType::QVariantList)
+        if (table.userType() != QMetaType::QVariantList) {
             return {Failed, QStringLiteral("the device sent no table")};
+        }
         return {};
     }
 
@@ -102,8 +106,9 @@ Outcome store(const QString& path, const QVariant& value)
 {
     AtomicFile file(path);
     const QByteArray text = toJson(value, false) + '\n';
-    if (file.open() && file.write(text.constData(), text.size()) && file.commit())
+    if (file.open() && file.write(text.constData(), text.size()) && file.commit()) {
         return {};
+    }
     return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.reason())};
 }
 
@@ -115,11 +120,13 @@ QString faultOfDestination(const QString& path, bool directory, const QStringLis
         return file.open() ? QString() : file.reason();
     }
     for (const QString& cabinet : cabinets) {
-        if (cabinet.contains(QLatin1Char('/')))
+        if (cabinet.contains(QLatin1Char('/'))) {
             return QStringLiteral("cabinet %1 gives no file name").arg(printable(cabinet));
+        }
     }
-    if (!QDir().mkpath(path))
+    if (!QDir().mkpath(path)) {
         return QStringLiteral("the directory cannot be made");
+    }
     return QFileInfo(path).isWritable() ? QString() : QStringLiteral("the directory cannot be written");
 }
 
@@ -131,22 +138,24 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     const CoefficientKind& kind = coefficientKind(kindName);
     const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
     QString problem;
-    if (!kind.load)
+    if (!kind.load) {
         problem = QStringLiteral("devices do not give %1 coefficients back").arg(kindName);
-    else if (settings.devices.devices.size() > 1)
+    } else if (settings.devices.devices.size() > 1) {
         problem = QStringLiteral("coefficients are downloaded from one device at a time");
-    else if (kind.loadsByCabinet && cabinets.isEmpty())
+    } else if (kind.loadsByCabinet && cabinets.isEmpty()) {
         problem = QStringLiteral("%1 coefficients are read by cabinet; say --cabinets").arg(kindName);
-    else if (!kind.loadsByCabinet && (directory || !cabinets.isEmpty()))
+    } else if (!kind.loadsByCabinet && (directory || !cabinets.isEmpty())) {
         problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
                       .arg(kindName);
+    }
     if (!problem.isEmpty()) {
         console.error(problem);
         return Usage;
     }
     DeviceRun run(settings, console);
-    if (run.devices().empty())
+    if (run.devices().empty()) {
         return Usage;
+    }
     const QString fault = faultOfDestination(path, directory, cabinets);
     if (!fault.isEmpty()) {
         console.error(QStringLiteral("%1: %2").arg(printable(path), fault));
@@ -161,26 +170,31 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
     for (const QString& name : names) {
         QVariant table;
         Outcome outcome = loader.load(name, table);
-        if (outcome.code == Done && directory)
+        if (outcome.code == Done && directory) {
             outcome = store(QDir(path).filePath(name + QStringLiteral(".json")), table);
-        else if (outcome.code == Done)
+        } else if (outcome.code == Done) {
             tables.insert(name, table);
-        if (outcome.code == Done)
+        }
+        if (outcome.code == Done) {
             continue;
+        }
         loader.clearBar();
         console.error(QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
-        if (code == Done)
+        if (code == Done) {
             code = outcome.code;
+        }
     }
     loader.clearBar();
     if (code == Done && !directory) {
         const Outcome stored = store(path, kind.loadsByCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
-        if (code != Done)
+        if (code != Done) {
             console.error(stored.reason);
+        }
     }
-    if (code != Done && !directory && QFileInfo::exists(path))
+    if (code != Done && !directory && QFileInfo::exists(path)) {
         console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
+    }
     return code;
 }
 

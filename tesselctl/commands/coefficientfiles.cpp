@@ -72,19 +72,22 @@ public:
 
     bool start_object(std::size_t /*size*/) override
     {
-        if (m_depth == 0)
+        if (m_depth == 0) {
             m_object = true;
-        else if (m_depth == tableDepth())
+        } else if (m_depth == tableDepth()) {
             return plainValue();
+        }
         return enter();
     }
     bool key(string_t& name) override
     {
-        if (m_depth != 1 || !m_object)
+        if (m_depth != 1 || !m_object) {
             return true;
+        }
         m_cabinet = QString::fromUtf8(name.data(), static_cast<int>(name.size()));
-        if (m_cabinet.isEmpty())
+        if (m_cabinet.isEmpty()) {
             return fail(QStringLiteral("a cabinet without a name"));
+        }
         return m_cabinets.insert(m_cabinet).second ||
                fail(QStringLiteral("cabinet %1 stands here twice").arg(printable(m_cabinet)));
     }
@@ -95,15 +98,17 @@ public:
     }
     bool start_array(std::size_t /*size*/) override
     {
-        if (m_depth == tableDepth())
+        if (m_depth == tableDepth()) {
             m_start = reached() - 1;
+        }
         return enter();
     }
     bool end_array() override
     {
         --m_depth;
-        if (m_depth == tableDepth())
+        if (m_depth == tableDepth()) {
             m_tables.push_back({m_cabinet, m_text.mid(m_start, reached() - m_start)});
+        }
         return true;
     }
     bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
@@ -123,8 +128,9 @@ private:
 
     bool plainValue()
     {
-        if (m_depth > tableDepth())
+        if (m_depth > tableDepth()) {
             return true;
+        }
         return fail(m_object ? QStringLiteral("cabinet %1 has no JSON array").arg(printable(m_cabinet))
                              : QStringLiteral("a JSON array was expected"));
     }
@@ -160,13 +166,16 @@ void sortByCabinet(std::vector<CoefficientTable>& tables)
 Expected<QByteArray> contentOf(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
-    if (file.size() > sizeLimit)
+    }
+    if (file.size() > sizeLimit) {
         return Mistake{QStringLiteral("%1: larger than 1 GiB").arg(printable(path))};
+    }
     QByteArray content = file.readAll();
-    if (file.error() != QFileDevice::NoError)
+    if (file.error() != QFileDevice::NoError) {
         return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+    }
     return content;
 }
 
@@ -178,19 +187,23 @@ Expected<std::vector<CoefficientTable>> readDirectory(const QString& path)
         QDir(path).entryInfoList({QStringLiteral("*") + ending}, QDir::Files | QDir::Hidden);
     for (const QFileInfo& file : files) {
         const Expected<QByteArray> content = contentOf(file.filePath());
-        if (!content)
+        if (!content) {
             return Mistake{content.error()};
+        }
         Expected<std::vector<CoefficientTable>> found = splitCoefficients(*content, file.filePath());
-        if (!found)
+        if (!found) {
             return found;
+        }
         const QString cabinet = file.fileName().chopped(ending.size());
-        if (cabinet.isEmpty() || found->size() != 1 || !found->front().cabinet.isEmpty())
+        if (cabinet.isEmpty() || found->size() != 1 || !found->front().cabinet.isEmpty()) {
             return Mistake{QStringLiteral("%1:1: a file CABINET.json with one JSON array was expected")
                                .arg(printable(file.filePath()))};
+        }
         tables.push_back({cabinet, found->front().text});
     }
-    if (tables.empty())
+    if (tables.empty()) {
         return Mistake{QStringLiteral("%1: no file CABINET.json is there").arg(printable(path))};
+    }
     return tables;
 }
 
@@ -202,20 +215,23 @@ bool cabinetBefore(const QString& left, const QString& right)
     bool rightIsNumber = false;
     const qulonglong leftNumber = left.toULongLong(&leftIsNumber);
     const qulonglong rightNumber = right.toULongLong(&rightIsNumber);
-    if (leftIsNumber && rightIsNumber && leftNumber != rightNumber)
+    if (leftIsNumber && rightIsNumber && leftNumber != rightNumber) {
         return leftNumber < rightNumber;
+    }
     return leftIsNumber != rightIsNumber ? leftIsNumber : left < right;
 }
 
 Expected<std::vector<CoefficientTable>> splitCoefficients(const QByteArray& text, const QString& file)
 {
     Splitter splitter(text);
-    if (!splitter.split())
+    if (!splitter.split()) {
         return Mistake{
             QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.problem())};
+    }
     std::vector<CoefficientTable> tables = splitter.tables();
-    if (tables.empty())
+    if (tables.empty()) {
         return Mistake{QStringLiteral("%1:1: no cabinet is in it").arg(printable(file))};
+    }
     sortByCabinet(tables);
     return tables;
 }
@@ -224,27 +240,31 @@ Expected<std::vector<CoefficientTable>> readCoefficients(const QString& path)
 {
     if (!QFileInfo(path).isDir()) {
         const Expected<QByteArray> content = contentOf(path);
-        if (!content)
+        if (!content) {
             return Mistake{content.error()};
+        }
         return splitCoefficients(*content, path);
     }
     Expected<std::vector<CoefficientTable>> tables = readDirectory(path);
-    if (tables)
+    if (tables) {
         sortByCabinet(*tables);
+    }
     return tables;
 }
 
 Expected<std::vector<CoefficientTable>> tablesOf(std::vector<CoefficientTable> tables,
                                                  const QStringList& cabinets)
 {
-    if (cabinets.isEmpty())
+    if (cabinets.isEmpty()) {
         return tables;
+    }
     for (const QString& cabinet : cabinets) {
         const bool known = std::any_of(tables.begin(), tables.end(), [&](const CoefficientTable& table) {
             return table.cabinet == cabinet;
         });
-        if (!known)
+        if (!known) {
             return Mistake{QStringLiteral("cabinet %1 has no table").arg(printable(cabinet))};
+        }
     }
     const auto others = [&](const CoefficientTable& table) { return !cabinets.contains(table.cabinet); };
     tables.erase(std::remove_if(tables.begin(), tables.end(), others), tables.end());

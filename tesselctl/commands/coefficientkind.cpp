@@ -31,8 +31,9 @@ constexpr bool kindsFollowTheTable()
 {
     std::size_t index = 0;
     for (const CoefficientKind& kind : kinds) {
-        if (static_cast<std::size_t>(kind.kind) != index++)
+        if (static_cast<std::size_t>(kind.kind) != index++) {
             return false;
+        }
     }
     return index == Tessel::coefficientKindCount;
 }
@@ -44,8 +45,9 @@ static_assert(kindsFollowTheTable(),
 QStringList coefficientKindNames()
 {
     QStringList names;
-    for (const auto& row : Tessel::coefficientKinds)
+    for (const auto& row : Tessel::coefficientKinds) {
         names << QLatin1String(row.name);
+    }
     return names;
 }
 

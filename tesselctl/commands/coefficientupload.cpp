@@ -40,8 +40,9 @@ struct Job
     qint64 bytes() const
     {
         qint64 sum = 0;
-        for (const CoefficientTable* table : tables)
+        for (const CoefficientTable* table : tables) {
             sum += table->text.size();
+        }
         return sum;
     }
 };
@@ -80,8 +81,9 @@ public:
         QTimer redraw;
         QObject::connect(&redraw, &QTimer::timeout, &redraw, [this] { showProgress(); });
         redraw.start(redrawInterval);
-        if (!m_underWay.empty())
+        if (!m_underWay.empty()) {
             m_loop.exec();
+        }
         redraw.stop();
         m_bar.clear();
         m_transfer.milliseconds = m_clock.elapsed();
@@ -100,11 +102,13 @@ public:
         Result result = m_results.value(device);
         const QSet<QString> uploaded(result.uploaded.begin(), result.uploaded.end());
         for (const Job& job : m_jobs) {
-            if (job.device != device)
+            if (job.device != device) {
                 continue;
+            }
             for (const CoefficientTable* table : job.tables) {
-                if (!uploaded.contains(table->cabinet) && !result.failed.contains(table->cabinet))
+                if (!uploaded.contains(table->cabinet) && !result.failed.contains(table->cabinet)) {
                     result.failed.insert(table->cabinet, QStringLiteral("interrupted"));
+                }
             }
         }
         return result;
@@ -118,8 +122,9 @@ private:
 
     void beginSome()
     {
-        while (m_underWay.size() < m_parallel && m_next < m_jobs.size() && !m_stopped)
+        while (m_underWay.size() < m_parallel && m_next < m_jobs.size() && !m_stopped) {
             begin(m_jobs[m_next++]);
+        }
     }
 
     void begin(const Job& job)
@@ -141,11 +146,12 @@ private:
         const CallObserver::Scope scope = exchanges.collect();
         const auto done = [this, &job] { ended(job); };
         auto* const correction = Correctionop::getInstance();
-        if (job.wholeList)
+        if (job.wholeList) {
             (correction->*m_kind.upload)(job.device, elements).then([done](bool) { done(); }, done);
-        else
+        } else {
             (correction->*m_kind.uploadCabinet)(job.device, job.tables.front()->cabinet, elements)
                 .then([done](const Map&) { done(); }, done);
+        }
     }
 
     void ended(const Job& job)
@@ -161,8 +167,9 @@ private:
 
     void quitWhenIdle()
     {
-        if (m_underWay.empty())
+        if (m_underWay.empty()) {
             m_loop.quit();
+        }
     }
 
     void settle(const Job& job, const Outcome& outcome)
@@ -171,13 +178,15 @@ private:
         const bool lost = outcome.code == Unreachable || outcome.code == TimedOut;
         result.lostInARow = lost ? result.lostInARow + 1 : 0;
         for (const CoefficientTable* table : job.tables) {
-            if (outcome.code == Done)
+            if (outcome.code == Done) {
                 result.uploaded << table->cabinet;
-            else
+            } else {
                 result.failed.insert(table->cabinet, outcome.reason);
+            }
         }
-        if (m_exitCode == Done)
+        if (m_exitCode == Done) {
             m_exitCode = outcome.code;
+        }
         if (outcome.code == Done) {
             m_transfer.bytes += job.bytes();
             m_transfer.parts += static_cast<int>(job.tables.size());
@@ -189,8 +198,9 @@ private:
     {
         Transfer transfer = m_transfer;
         transfer.milliseconds = m_clock.elapsed();
-        for (const auto& [job, exchanges] : m_underWay)
+        for (const auto& [job, exchanges] : m_underWay) {
             transfer.bytes += bytesOnTheWay(*job, exchanges.progress());
+        }
         m_bar.show(fraction(transfer.bytes, transfer.bytesInAll), transferText(transfer));
     }
 
@@ -198,8 +208,9 @@ private:
     // table.
     static qint64 bytesOnTheWay(const Job& job, const std::optional<CallObserver::Progress>& progress)
     {
-        if (!progress || progress->bytesToSend <= 0)
+        if (!progress || progress->bytesToSend <= 0) {
             return 0;
+        }
         const double share = fraction(progress->bytesSent, progress->bytesToSend);
         return static_cast<qint64>(share * static_cast<double>(job.bytes() - 1));
     }
@@ -227,13 +238,15 @@ std::vector<Job> jobsFor(const CoefficientKind& kind, const std::vector<Device>&
     for (const Device& device : devices) {
         Job whole{device.name, {}, true};
         for (const CoefficientTable& table : tables) {
-            if (perCabinet)
+            if (perCabinet) {
                 jobs.push_back({device.name, {&table}, false});
-            else
+            } else {
                 whole.tables.push_back(&table);
+            }
         }
-        if (!perCabinet)
+        if (!perCabinet) {
             jobs.push_back(whole);
+        }
     }
     return jobs;
 }
@@ -243,19 +256,22 @@ QString resumeOf(const Settings& settings, const CoefficientUpload& upload, cons
 {
     QStringList command{QStringLiteral("coefficients"), QStringLiteral("upload"),
                         QFileInfo(upload.path).absoluteFilePath(), QStringLiteral("--kind"), upload.kind};
-    if (upload.parallel != CoefficientUpload().parallel)
+    if (upload.parallel != CoefficientUpload().parallel) {
         command << QStringLiteral("--parallel") << QString::number(upload.parallel);
+    }
     cabinets.removeAll(QString());
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
-    if (!cabinets.isEmpty())
+    if (!cabinets.isEmpty()) {
         command << QStringLiteral("--cabinets") << cabinets.join(QLatin1Char(','));
+    }
     return resumeCommand(settings, device, command);
 }
 
 QString uploadedText(const QStringList& cabinets)
 {
-    if (cabinets.size() == 1)
+    if (cabinets.size() == 1) {
         return cabinetText(cabinets.first()) + QStringLiteral(" uploaded");
+    }
     return QStringLiteral("%1 cabinets uploaded").arg(cabinets.size());
 }
 
@@ -263,17 +279,19 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 {
     QStringList cabinets = result.failed.keys();
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
-    for (const QString& cabinet : std::as_const(cabinets))
+    for (const QString& cabinet : std::as_const(cabinets)) {
         console.error(QStringLiteral("%1: %2: %3")
                           .arg(printable(device), cabinetText(cabinet), result.failed.value(cabinet)));
+    }
     const int all = cabinets.size() + result.uploaded.size();
-    if (all > 1)
+    if (all > 1) {
         console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
                          .arg(cabinets.size())
                          .arg(all)
                          .arg(printable(device)));
-    else
+    } else {
         console.info(QStringLiteral("to upload again:"));
+    }
     console.info(QStringLiteral("  ") + resume);
 }
 
@@ -282,22 +300,26 @@ void tellFailures(const QString& device, const Result& result, const QString& re
 ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
 {
     Expected<std::vector<CoefficientTable>> tables = readCoefficients(upload.path);
-    if (tables)
+    if (tables) {
         tables = tablesOf(*std::move(tables), upload.cabinets);
+    }
     if (!tables) {
         console.error(tables.error());
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty())
+    if (devices.empty()) {
         return Usage;
+    }
     Uploader* running = nullptr;
     const TerminationSignal stop([&] {
-        if (running)
+        if (running) {
             running->stop();
+        }
     });
-    if (!addDevices(devices, console))
+    if (!addDevices(devices, console)) {
         return Usage;
+    }
 
     // The library tells on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
@@ -314,19 +336,22 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
             tellFailures(device.name, result, resume, console);
         }
         QVariantMap failed;
-        for (auto cabinet = result.failed.begin(); cabinet != result.failed.end(); ++cabinet)
+        for (auto cabinet = result.failed.begin(); cabinet != result.failed.end(); ++cabinet) {
             failed.insert(cabinet.key(), cabinet.value());
+        }
         results.insert(device.name,
                        QVariantMap{{QStringLiteral("uploaded"),
                                     QVariantList(result.uploaded.begin(), result.uploaded.end())},
                                    {QStringLiteral("failed"), failed},
                                    {QStringLiteral("resume"), resume.isEmpty() ? QVariant() : resume}});
-        if (!settings.json && !result.uploaded.isEmpty())
+        if (!settings.json && !result.uploaded.isEmpty()) {
             console.out(
                 QStringLiteral("%1: %2\n").arg(printable(device.name), uploadedText(result.uploaded)));
+        }
     }
-    if (settings.json)
+    if (settings.json) {
         console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
+    }
     return uploader.exitCode();
 }
 

@@ -68,8 +68,9 @@ public:
             lines = lines.mid(0, shown);
             lines << QStringLiteral("... and %1 more lines").arg(more);
         }
-        for (const QString& line : std::as_const(lines))
+        for (const QString& line : std::as_const(lines)) {
             m_console.out(QStringLiteral("      ") + line + QLatin1Char('\n'));
+        }
     }
     void line(const QString& text) { m_console.out(text + QLatin1Char('\n')); }
 
@@ -117,8 +118,9 @@ private:
         m_devices.push_back({QStringLiteral("arena"), std::make_unique<Simulator>(multiScreen)});
         QList<QStringList> rows;
         for (const Controller& device : m_devices) {
-            if (!device.simulator->start())
+            if (!device.simulator->start()) {
                 return failed(device.name, device.simulator->errorString());
+            }
             rows << QStringList{
                 device.name, device.simulator->address(),
                 QStringLiteral("%1 protocol, %2 cabinets")
@@ -136,9 +138,10 @@ private:
         // Before any operator listens, so that an event stands before the signals that it causes.
         QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &m_context,
                          [this](const QByteArray& data, const QString& deviceKey) {
-                             if (m_showsEvents)
+                             if (m_showsEvents) {
                                  m_page.result(deviceKey + QStringLiteral(" pushed ") +
                                                printable(QString::fromUtf8(data)));
+                             }
                          });
         DeviceManager::getInstance()->initManager();
         for (const Controller& device : m_devices) {
@@ -146,8 +149,9 @@ private:
                             .arg(device.name, device.simulator->address()));
             DeviceEndpoint endpoint;
             endpoint.address = device.simulator->address();
-            if (!HttpProxy::getInstance()->addDevice(device.name, endpoint))
+            if (!HttpProxy::getInstance()->addDevice(device.name, endpoint)) {
                 return failed(device.name, QStringLiteral("the transport does not take it"));
+            }
         }
         return true;
     }
@@ -158,14 +162,16 @@ private:
         const QString device = m_devices.front().name;
         QList<QVariant> chips;
         m_page.call(QStringLiteral("Capability::getInstance()->getAllChipType(\"%1\", chips);").arg(device));
-        if (!Capability::getInstance()->getAllChipType(device, chips) || chips.isEmpty())
+        if (!Capability::getInstance()->getAllChipType(device, chips) || chips.isEmpty()) {
             return failed(device);
+        }
         m_page.result(humanText(chips));
         QList<QVariant> decoders;
         m_page.call(
             QStringLiteral("Capability::getInstance()->getRowDecodeType(\"%1\", decoders);").arg(device));
-        if (!Capability::getInstance()->getRowDecodeType(device, decoders) || decoders.isEmpty())
+        if (!Capability::getInstance()->getRowDecodeType(device, decoders) || decoders.isEmpty()) {
             return failed(device);
+        }
         m_page.result(humanText(decoders));
         return true;
     }
@@ -179,16 +185,18 @@ private:
         m_page.call(QStringLiteral(
                         "DebugInfo::getInstance()->getParameters(\"%1\", {{\"cabinetId\", 1}}, parameters);")
                         .arg(device));
-        if (!DebugInfo::getInstance()->getParameters(device, what, parameters))
+        if (!DebugInfo::getInstance()->getParameters(device, what, parameters)) {
             return failed(device);
+        }
         m_page.result(humanText(parameters));
         const QMap<QString, QVariant> change{{QStringLiteral("cabinetId"), 1}, {QStringLiteral("mode"), 2}};
         QList<QVariant> outcome;
         m_page.call(QStringLiteral("DebugInfo::getInstance()->sendParameters(\"%1\", {{\"cabinetId\", 1}, "
                                    "{\"mode\", 2}}, outcome);")
                         .arg(device));
-        if (!DebugInfo::getInstance()->sendParameters(device, change, outcome))
+        if (!DebugInfo::getInstance()->sendParameters(device, change, outcome)) {
             return failed(device);
+        }
         m_page.result(humanText(outcome));
         return true;
     }
@@ -200,15 +208,17 @@ private:
             m_page.call(QStringLiteral("HWInfo::getInstance()->getHwProtoc(\"%1\", true);").arg(device.name));
             const bool isMultiScreen = HWInfo::getInstance()->getHwProtoc(device.name, true);
             const Protocol protocol = isMultiScreen ? Protocol::MultiScreen : Protocol::SingleScreen;
-            if (protocol != device.simulator->options().protocol)
+            if (protocol != device.simulator->options().protocol) {
                 return failed(device.name, QStringLiteral("the other protocol was expected"));
+            }
             QMap<QString, QMap<QString, QVariant>> screens;
             m_page.call(
                 QStringLiteral("ScreenInfo::getInstance()->getScreens(\"%1\", screens, false, %2);")
                     .arg(device.name, isMultiScreen ? QStringLiteral("true") : QStringLiteral("false")));
             if (!ScreenInfo::getInstance()->getScreens(device.name, screens, false, isMultiScreen) ||
-                screens.isEmpty())
+                screens.isEmpty()) {
                 return failed(device.name);
+            }
             m_page.result(QStringLiteral("%1 protocol, screens: %2")
                               .arg(QLatin1String(Tessel::protocolName(protocol)),
                                    printable(screens.keys().join(QStringLiteral(", ")))));
@@ -253,8 +263,9 @@ private:
         m_page.heading(QStringLiteral("A cache that follows its device: it is renamed, and says so"));
         const Controller& arena = m_devices.back();
         const int patience = 5000;
-        if (!arena.simulator->waitForEventStreams(1, patience))
+        if (!arena.simulator->waitForEventStreams(1, patience)) {
             return failed(arena.name, QStringLiteral("no event stream"));
+        }
         m_page.call(QStringLiteral("connect(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged, ...);"));
         HWInfo* const info = HWInfo::getInstance();
         QEventLoop loop;
@@ -275,14 +286,16 @@ private:
                                    "{{\"customName\", \"North stand\"}}, reply);")
                         .arg(arena.name));
         if (!info->putHWInfoRename(arena.name,
-                                   {{QStringLiteral("customName"), QStringLiteral("North stand")}}, reply))
+                                   {{QStringLiteral("customName"), QStringLiteral("North stand")}}, reply)) {
             return failed(arena.name);
+        }
         QTimer::singleShot(patience, &loop, &QEventLoop::quit);
         m_showsEvents = true;
         loop.exec();
         m_showsEvents = false;
-        if (!refreshed)
+        if (!refreshed) {
             return failed(arena.name, QStringLiteral("no event came"));
+        }
         return readNameFromCache() && (m_name == QLatin1String("North stand") ||
                                        failed(arena.name, QStringLiteral("the cache is stale")));
     }
@@ -310,14 +323,16 @@ private:
         m_page.call(QStringLiteral("ScreenInfo::getInstance()->setBrightness(\"%1\", \"%2\", params, %3);")
                         .arg(device, screen)
                         .arg(brightness));
-        if (!screens->setBrightness(device, screen, params, brightness))
+        if (!screens->setBrightness(device, screen, params, brightness)) {
             return failed(device);
+        }
         m_exchanges.waitForAll(); // a write does not wait
         QMap<QString, QVariant> read;
         m_page.call(QStringLiteral("ScreenInfo::getInstance()->getBrightness(\"%1\", \"%2\", read, true);")
                         .arg(device, screen));
-        if (!screens->getBrightness(device, screen, read, true))
+        if (!screens->getBrightness(device, screen, read, true)) {
             return failed(device);
+        }
         m_page.result(humanText(read));
         return read.value(QStringLiteral("brightness")).toInt() == expected ||
                failed(device, QStringLiteral("another brightness was expected"));
@@ -328,8 +343,9 @@ private:
         const QString device = m_devices.back().name;
         QMap<QString, QVariant> info;
         m_page.call(QStringLiteral("HWInfo::getInstance()->getHWInfo(\"%1\", info, false);").arg(device));
-        if (!HWInfo::getInstance()->getHWInfo(device, info, false))
+        if (!HWInfo::getInstance()->getHWInfo(device, info, false)) {
             return failed(device);
+        }
         m_name = info.value(QStringLiteral("customName")).toString();
         m_page.result(QStringLiteral("info[\"customName\"] is \"%1\"").arg(printable(m_name)));
         return true;
@@ -338,10 +354,12 @@ private:
     bool readNameFromCache()
     {
         const quint64 before = exchangesBegun();
-        if (!readName())
+        if (!readName()) {
             return false;
-        if (exchangesBegun() != before)
+        }
+        if (exchangesBegun() != before) {
             return failed(m_devices.back().name, QStringLiteral("a request where the cache should answer"));
+        }
         m_page.result(QStringLiteral("no request: the cache answered"));
         return true;
     }
@@ -356,8 +374,9 @@ private:
 
     bool failed(const QString& who, QString why = {})
     {
-        if (why.isEmpty())
+        if (why.isEmpty()) {
             why = m_exchanges.outcome(false).reason;
+        }
         m_console.error(QStringLiteral("demo: %1: %2").arg(who, why));
         return false;
     }

@@ -12,8 +12,9 @@ DeviceRun::DeviceRun(const Settings& settings, Console& console)
     , m_devices(readDevices(settings.devices, console))
     , m_trace(traceExchanges(settings.trace, console))
 {
-    if (!addDevices(m_devices, console))
+    if (!addDevices(m_devices, console)) {
         m_devices.clear();
+    }
 }
 
 Outcome DeviceRun::settled(const Outcome& outcome) const
@@ -24,25 +25,30 @@ Outcome DeviceRun::settled(const Outcome& outcome) const
 
 ExitCode DeviceRun::forEach(const std::function<Result(const QString& device)>& work, const QVariant& failure)
 {
-    if (m_devices.empty())
+    if (m_devices.empty()) {
         return Usage;
+    }
     QVariantMap values;
     ExitCode code = Done;
     for (const Device& device : m_devices) {
         Result result{{Failed, {}}, {}, {}};
-        if (!m_interruption.happened())
+        if (!m_interruption.happened()) {
             result = work(device.name);
+        }
         const Outcome outcome = settled(result.outcome);
         values.insert(device.name, outcome.code == Done ? result.value : failure);
-        if (outcome.code != Done)
+        if (outcome.code != Done) {
             m_console.error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
-        else if (!m_settings.json)
+        } else if (!m_settings.json) {
             m_console.out(printable(device.name) + result.text);
-        if (code == Done)
+        }
+        if (code == Done) {
             code = outcome.code;
+        }
     }
-    if (m_settings.json)
+    if (m_settings.json) {
         m_console.out(QString::fromUtf8(toJson(values, true)) + QLatin1Char('\n'));
+    }
     return code;
 }
 

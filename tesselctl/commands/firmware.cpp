@@ -38,10 +38,11 @@ Outcome readProgress(const QString& device, bool controller, Map& reply)
 {
     CallObserver exchanges;
     const CallObserver::Scope scope = exchanges.collect();
-    if (controller)
+    if (controller) {
         HWInfo::getInstance()->getHWInfoUpdateProgress(device, reply);
-    else
+    } else {
         CabinetInfoOperator::getInstance()->getRvCardsUpdateProgress(device, reply);
+    }
     return exchanges.outcome();
 }
 
@@ -50,10 +51,12 @@ QString faultOfImage(const QString& path)
 {
     QString fault = sourceFileError(path);
     const qint64 size = QFileInfo(path).size();
-    if (!fault.isEmpty())
+    if (!fault.isEmpty()) {
         return fault;
-    if (size > sizeLimit)
+    }
+    if (size > sizeLimit) {
         return QStringLiteral("is larger than 1 GiB");
+    }
     return size == 0 ? QStringLiteral("is empty") : QString();
 }
 
@@ -63,8 +66,9 @@ Expected<Map> formOf(const QStringList& fields)
     Map form;
     for (const QString& field : fields) {
         const int equals = field.indexOf(QLatin1Char('='));
-        if (equals <= 0)
+        if (equals <= 0) {
             return Mistake{QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field))};
+        }
         form.insert(field.left(equals), field.mid(equals + 1));
     }
     return form;
@@ -87,8 +91,9 @@ public:
         Map reply;
         Outcome outcome = readProgress(m_device, m_controller, reply);
         m_latest = updateProgressOf(reply);
-        if (m_latest.share >= 0)
+        if (m_latest.share >= 0) {
             m_bar.show(m_latest.share, m_latest.state);
+        }
         return outcome;
     }
 
@@ -101,12 +106,15 @@ public:
         Outcome outcome;
         do {
             outcome = look();
-            if (m_latest.failed)
+            if (m_latest.failed) {
                 return {Failed, QStringLiteral("the device says: ") + m_latest.state};
-            if (outcome.code == Done && m_latest.share < 0)
+            }
+            if (outcome.code == Done && m_latest.share < 0) {
                 return silence;
-            if (outcome.code == Refused || m_latest.share >= 1)
+            }
+            if (outcome.code == Refused || m_latest.share >= 1) {
                 return outcome;
+            }
             if (m_latest.share > reached) {
                 reached = m_latest.share;
                 still.restart();
@@ -148,8 +156,9 @@ private:
     Outcome updateController()
     {
         QFile file(m_update.file);
-        if (!file.open(QIODevice::ReadOnly))
+        if (!file.open(QIODevice::ReadOnly)) {
             return {Failed, file.errorString()};
+        }
         const QByteArray image = file.readAll();
         auto* const controller = HWInfo::getInstance();
         const Outcome sent = step([this, controller, image] {
@@ -168,8 +177,9 @@ private:
             Map reply;
             cards->putRvCardsUpdate(m_device, parts, reply);
         });
-        if (outcome.code != Done || m_update.uploadOnly)
+        if (outcome.code != Done || m_update.uploadOnly) {
             return outcome;
+        }
         parts = m_form;
         parts.insert(m_update.part, QFileInfo(m_update.file).fileName());
         outcome = step([this, cards, parts] {
@@ -186,8 +196,9 @@ private:
     /// which may take minutes to answer.
     Outcome step(const std::function<void()>& send)
     {
-        if (m_run.interruption().happened())
+        if (m_run.interruption().happened()) {
             return {Failed, {}};
+        }
         QElapsedTimer begun;
         begun.start();
         QElapsedTimer looked;
@@ -236,19 +247,22 @@ Outcome download(const QString& device, const QString& id, int type, const QStri
     };
     workAndShow(work, [&] {
         const auto progress = exchanges.progress();
-        if (!progress)
+        if (!progress) {
             return;
+        }
         const qint64 all = progress->bytesToReceive;
         const Transfer transfer{progress->bytesReceived, all, 0, 0, {}, begun.elapsed()};
         bar.show(all < 0 ? -1 : fraction(transfer.bytes, all), transferText(transfer));
     });
     const auto record = exchanges.latest();
-    if (!record)
+    if (!record) {
         return {Failed, QStringLiteral("no request was made")};
+    }
     Outcome outcome = run.settled(outcomeOf(*record));
     using State = Krelm::Communicator::HttpDevice::IHttpVersionTrigger;
-    if (record->state == State::FileFailure)
+    if (record->state == State::FileFailure) {
         outcome.reason = QStringLiteral("%1: %2").arg(printable(path), outcome.reason);
+    }
     return outcome;
 }
 
@@ -257,13 +271,16 @@ Outcome download(const QString& device, const QString& id, int type, const QStri
 ExitCode runFirmwareUpdate(const Settings& settings, const FirmwareUpdate& update, Console& console)
 {
     QString problem = faultOfImage(update.file);
-    if (!problem.isEmpty())
+    if (!problem.isEmpty()) {
         problem = QStringLiteral("%1: %2").arg(printable(update.file), problem);
+    }
     const Expected<Map> form = formOf(update.fields);
-    if (problem.isEmpty())
+    if (problem.isEmpty()) {
         problem = form.error();
-    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form->isEmpty()))
+    }
+    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form->isEmpty())) {
         problem = QStringLiteral("a controller's firmware goes without a form: no --field, no --upload-only");
+    }
     if (!problem.isEmpty()) {
         console.error(problem);
         return Usage;
@@ -303,23 +320,26 @@ ExitCode runFirmwareDownload(const Settings& settings, const QString& path, cons
         return Usage;
     }
     DeviceRun run(settings, console);
-    if (run.devices().empty())
+    if (run.devices().empty()) {
         return Usage;
+    }
     const QString device = run.devices().front().name;
     const Outcome outcome = download(device, id, type, path, run, console);
     if (outcome.code != Done) {
         console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
-        if (QFileInfo::exists(path))
+        if (QFileInfo::exists(path)) {
             console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
+        }
         return outcome.code;
     }
     const qint64 size = QFileInfo(path).size();
-    if (settings.json)
+    if (settings.json) {
         console.out(QString::fromUtf8(toJson(
                         QVariantMap{{QStringLiteral("file"), path}, {QStringLiteral("bytes"), size}}, true)) +
                     QLatin1Char('\n'));
-    else
+    } else {
         console.out(QStringLiteral("%1: %2\n").arg(printable(path), humanSize(size)));
+    }
     return Done;
 }
 

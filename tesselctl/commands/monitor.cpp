@@ -61,8 +61,9 @@ public:
         , m_console(console)
         , m_trace(traceExchanges(settings.trace, console))
     {
-        for (const Device& device : devices)
+        for (const Device& device : devices) {
             m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}, 0, nullptr});
+        }
         const MonitorInfo* const monitor = MonitorInfo::getInstance();
         connect(monitor, &MonitorInfo::signal_tqWarningReport, this,
                 [this](const QString& device, const QVariant& payload, int type) {
@@ -88,8 +89,9 @@ public:
         m_timer.stop();
         forgetDevices();
         const auto underWay = [](const Reading& reading) { return reading.underWay != nullptr; };
-        while (std::any_of(m_readings.begin(), m_readings.end(), underWay))
+        while (std::any_of(m_readings.begin(), m_readings.end(), underWay)) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
@@ -115,16 +117,18 @@ private:
     {
         for (Reading& reading : m_readings) {
             const bool enough = m_count > 0 && reading.attempts == m_count;
-            if (reading.underWay || enough)
+            if (reading.underWay || enough) {
                 continue;
+            }
             reading.underWay = std::make_unique<CallObserver>();
             const CallObserver::Scope scope = reading.underWay->collect();
             MonitorInfo::getInstance()->getMonitorData(
                 reading.device, [this, &reading](HttpJsonPackage* package) {
                     package->deleteLater();
                     const std::unique_ptr<CallObserver> exchanges = std::move(reading.underWay);
-                    if (!m_ending)
+                    if (!m_ending) {
                         onReading(reading, exchanges->outcome(), package->getReceiveData());
+                    }
                 });
         }
     }
@@ -135,11 +139,12 @@ private:
         reading.outcome = outcome;
         if (reading.outcome.code == Done) {
             const Expected<QVariant> envelope = parseJson(reply);
-            if (envelope)
+            if (envelope) {
                 reading.data = envelope->toMap().value(QStringLiteral("data")).toMap();
-            else
+            } else {
                 reading.outcome = {Failed,
                                    QStringLiteral("the reply is no JSON: ") + printable(envelope.error())};
+            }
         }
         tell(reading);
         const bool all = std::all_of(m_readings.begin(), m_readings.end(),
@@ -165,8 +170,9 @@ private:
             const QStringList columns = monitorColumns();
             const QStringList cells = monitorCells(reading.data);
             QStringList words{now(), printable(reading.device)};
-            for (int i = 0; i < columns.size(); ++i)
+            for (int i = 0; i < columns.size(); ++i) {
                 words << columns[i] + QLatin1Char(' ') + cells[i];
+            }
             print(words.join(QStringLiteral("  ")) + QLatin1Char('\n'));
         }
     }
@@ -174,11 +180,13 @@ private:
     // A warning is signalled twice, one right after the other; it is told once, when both have come.
     void onWarning(const Warning& warning)
     {
-        if (m_warnings.contains(warning))
+        if (m_warnings.contains(warning)) {
             return;
+        }
         m_warnings << warning;
-        if (m_warnings.size() == 1)
+        if (m_warnings.size() == 1) {
             QTimer::singleShot(0, this, &Monitor::tellWarnings);
+        }
     }
 
     void tellWarnings()
@@ -209,8 +217,9 @@ private:
         for (const Reading& reading : m_readings) {
             const QString device = printable(reading.device);
             rows << QStringList{device} + monitorCells(reading.data);
-            if (reading.outcome.code != Done)
+            if (reading.outcome.code != Done) {
                 problems << device + QStringLiteral(": ") + reading.outcome.reason;
+            }
         }
         QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + problems;
         lines << QStringLiteral("as of ") + now() + QStringLiteral("; Ctrl-C ends");
@@ -229,8 +238,9 @@ private:
     void print(const QString& text)
     {
         m_console.out(text);
-        if (m_console.dataLost())
+        if (m_console.dataLost()) {
             QCoreApplication::quit();
+        }
     }
 
     static QString now()
@@ -255,16 +265,18 @@ private:
 ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console)
 {
     const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty())
+    if (devices.empty()) {
         return Usage;
+    }
     bool ended = false;
     const TerminationSignal stop([&ended] {
         ended = true;
         QCoreApplication::quit();
     });
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console))
+    if (!addDevices(devices, console)) {
         return Usage;
+    }
     Monitor monitor(settings, devices, interval, count, console);
     QCoreApplication::exec();
     monitor.end();

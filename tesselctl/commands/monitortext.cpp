@@ -54,12 +54,14 @@ QString quantity(const QVariant& value)
     QStringList words;
     if (isMap(value)) {
         const QVariantMap map = value.toMap();
-        for (auto member = map.begin(); member != map.end(); ++member)
+        for (auto member = map.begin(); member != map.end(); ++member) {
             words << printable(member.key()) + QLatin1Char(' ') + formatInline(member.value());
+        }
     } else if (isList(value)) {
         const QVariantList list = value.toList();
-        for (const QVariant& element : list)
+        for (const QVariant& element : list) {
             words << formatInline(element);
+        }
     } else {
         words << formatInline(value);
     }
@@ -70,8 +72,9 @@ QString quantities(const QVariantMap& data, const QString& name)
 {
     QStringList words;
     for (auto member = data.begin(); member != data.end(); ++member) {
-        if (member.key().contains(name, Qt::CaseInsensitive) && !isListOfMaps(member.value()))
+        if (member.key().contains(name, Qt::CaseInsensitive) && !isListOfMaps(member.value())) {
             words << quantity(member.value());
+        }
     }
     return words.join(QStringLiteral(", "));
 }
@@ -85,10 +88,12 @@ QString ranges(const QVariantList& elements)
         for (auto member = map.begin(); member != map.end(); ++member) {
             bool isNumber = false;
             const double value = member.value().toDouble(&isNumber);
-            if (!isNumber || !isMeasurement(member.key()))
+            if (!isNumber || !isMeasurement(member.key())) {
                 continue;
-            if (!found.contains(member.key()))
+            }
+            if (!found.contains(member.key())) {
                 found.insert(member.key(), {value, value});
+            }
             Range& range = found[member.key()];
             range = {std::min(range.least, value), std::max(range.most, value)};
         }
@@ -98,8 +103,9 @@ QString ranges(const QVariantList& elements)
         const QString least = QString::number(range->least);
         const QString most = QString::number(range->most);
         text += QStringLiteral(", %1 %2").arg(printable(range.key()), least);
-        if (least != most)
+        if (least != most) {
             text += QStringLiteral("..") + most;
+        }
     }
     return text;
 }
@@ -108,8 +114,9 @@ QString listsOfMaps(const QVariantMap& data)
 {
     QStringList words;
     for (auto member = data.begin(); member != data.end(); ++member) {
-        if (isListOfMaps(member.value()))
+        if (isListOfMaps(member.value())) {
             words << printable(member.key()) + QLatin1Char(' ') + ranges(member.value().toList());
+        }
     }
     return words.join(QStringLiteral("; "));
 }
@@ -125,8 +132,9 @@ QStringList monitorColumns()
 QStringList monitorCells(const QVariantMap& data)
 {
     QStringList cells;
-    for (const QString& name : measurements())
+    for (const QString& name : measurements()) {
         cells << quantities(data, name);
+    }
     cells << listsOfMaps(data);
     cells.replaceInStrings(QRegularExpression(QStringLiteral("^$")), QStringLiteral("-"));
     return cells;

@@ -35,10 +35,11 @@ QString nameOf(Protocol protocol)
 QString linesOf(const ProbedRequests& requests, const QString& info)
 {
     QString lines;
-    for (const ProbedRequest& request : requests)
+    for (const ProbedRequest& request : requests) {
         lines +=
             QStringLiteral("    %1 %2%3\n")
                 .arg(request.verb, request.path.isEmpty() ? QStringLiteral("(no path)") : request.path, info);
+    }
     return lines.isEmpty() ? QStringLiteral("    sends nothing%1\n").arg(info) : lines;
 }
 
@@ -46,8 +47,9 @@ QString textOf(const Entry& entry)
 {
     const QString arguments = entry.operation.usage().mid(entry.operation.qualifiedName().size());
     QString text = entry.name + arguments + QLatin1Char('\n');
-    if (entry.singleScreen == entry.multiScreen)
+    if (entry.singleScreen == entry.multiScreen) {
         return text + linesOf(entry.singleScreen, {});
+    }
     const auto info = [](Protocol protocol) {
         return QStringLiteral("  (%1 protocol)").arg(nameOf(protocol));
     };
@@ -58,9 +60,10 @@ QString textOf(const Entry& entry)
 QVariantList listOf(const ProbedRequests& requests)
 {
     QVariantList list;
-    for (const ProbedRequest& request : requests)
+    for (const ProbedRequest& request : requests) {
         list.append(
             QVariantMap{{QStringLiteral("verb"), request.verb}, {QStringLiteral("path"), request.path}});
+    }
     return list;
 }
 
@@ -68,10 +71,11 @@ QVariantMap objectOf(const Entry& entry)
 {
     const QString directions[] = {QStringLiteral("in"), QStringLiteral("out"), QStringLiteral("inout")};
     QVariantList parameters;
-    for (const Parameter& parameter : entry.operation.parameters)
+    for (const Parameter& parameter : entry.operation.parameters) {
         parameters.append(QVariantMap{{QStringLiteral("name"), parameter.name},
                                       {QStringLiteral("type"), placeholderOf(parameter.type)},
                                       {QStringLiteral("direction"), directions[parameter.direction]}});
+    }
     return {{QStringLiteral("operation"), entry.name},
             {QStringLiteral("usage"), entry.operation.usage()},
             {QStringLiteral("parameters"), parameters},
@@ -84,8 +88,9 @@ QVariantMap objectOf(const Entry& entry)
 ExitCode runOps(const Settings& settings, const QString& filter, Console& console)
 {
     QHash<QString, int> overloads;
-    for (const Operation& operation : allOperations())
+    for (const Operation& operation : allOperations()) {
         ++overloads[operation.qualifiedName()];
+    }
 
     QVariantList list;
     QString lines;
@@ -96,20 +101,23 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
     for (const Operation& operation : allOperations()) {
         QString name = operation.qualifiedName();
         const int number = ++seen[name];
-        if (overloads.value(name) > 1)
+        if (overloads.value(name) > 1) {
             name += QStringLiteral("#%1").arg(number);
+        }
         Entry entry{operation, name, probe.requestsOf(operation, Protocol::SingleScreen), {}};
         entry.multiScreen = operation.choosesByProtocol() ? probe.requestsOf(operation, Protocol::MultiScreen)
                                                           : entry.singleScreen;
         const QString text = textOf(entry);
-        if (!text.contains(filter, Qt::CaseInsensitive))
+        if (!text.contains(filter, Qt::CaseInsensitive)) {
             continue;
+        }
         lines += text;
         list.append(objectOf(entry));
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
-    if (list.isEmpty())
+    if (list.isEmpty()) {
         console.error(QStringLiteral("no operation matches"));
+    }
     return Done;
 }
 

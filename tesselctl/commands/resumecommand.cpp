@@ -10,12 +10,14 @@ namespace TesselCtl {
 QString shellWord(const QString& word)
 {
     static const QRegularExpression harmless(QStringLiteral("^[A-Za-z0-9_@%+=:,./-]+$"));
-    if (harmless.match(word).hasMatch())
+    if (harmless.match(word).hasMatch()) {
         return word;
+    }
     QString quoted = word;
-    if (printable(word) == word)
+    if (printable(word) == word) {
         return QLatin1Char('\'') + quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''")) +
                QLatin1Char('\'');
+    }
     quoted.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
     quoted.replace(QLatin1Char('\''), QStringLiteral("\\'"));
     return QStringLiteral("$'%1'").arg(printable(quoted));
@@ -25,12 +27,14 @@ QString resumeCommand(const Settings& settings, const QString& device, const QSt
 {
     QStringList words{QStringLiteral("tesselctl")};
     const auto option = [&words](const QString& name, const QString& value) {
-        if (!value.isEmpty())
+        if (!value.isEmpty()) {
             words << name << shellWord(value);
+        }
     };
     for (const QString& text : settings.devices.devices) {
-        if (text == device || text.startsWith(device + QLatin1Char('=')))
+        if (text == device || text.startsWith(device + QLatin1Char('='))) {
             option(QStringLiteral("--device"), text);
+        }
     }
     option(QStringLiteral("--login"), settings.devices.login);
     option(QStringLiteral("--user"), settings.devices.user);
@@ -38,14 +42,18 @@ QString resumeCommand(const Settings& settings, const QString& device, const QSt
     option(QStringLiteral("--secret-file"), settings.devices.secretFile);
     option(QStringLiteral("--ca-file"), settings.devices.caFile);
     option(QStringLiteral("--pinned-key"), settings.devices.pinnedKey);
-    if (settings.devices.insecure)
+    if (settings.devices.insecure) {
         words << QStringLiteral("--insecure");
-    if (settings.json)
+    }
+    if (settings.json) {
         words << QStringLiteral("--json");
-    if (settings.trace)
+    }
+    if (settings.trace) {
         words << QStringLiteral("--trace");
-    for (const QString& word : command)
+    }
+    for (const QString& word : command) {
         words << shellWord(word);
+    }
     return words.join(QLatin1Char(' '));
 }
 

@@ -42,23 +42,26 @@ public:
         connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
         // After the connections above, so that an event stands before the signals that it causes.
-        for (const QObject* one : allOperators())
+        for (const QObject* one : allOperators()) {
             m_catcher.hear(one);
+        }
     }
 
 private:
     void onEvent(const QByteArray& data, const QString& deviceKey)
     {
-        if (m_limited && m_remaining == 0)
+        if (m_limited && m_remaining == 0) {
             return;
+        }
         QVariant payload;
         if (m_json) {
             const Expected<QVariant> json = parseJson(data);
             payload = json ? *json : QVariant(QString::fromUtf8(data));
         }
         print(QStringLiteral("event"), deviceKey, printable(QString::fromUtf8(data)), payload);
-        if (m_limited && --m_remaining == 0)
+        if (m_limited && --m_remaining == 0) {
             QCoreApplication::quit();
+        }
     }
 
     void onLogout(const QString& deviceKey)
@@ -69,8 +72,9 @@ private:
     void onSignal(const CaughtSignal& caught)
     {
         QString text = caught.name;
-        if (!caught.payload.isEmpty())
+        if (!caught.payload.isEmpty()) {
             text += QStringLiteral("  ") + printable(QString::fromUtf8(toJson(caught.payload, false)));
+        }
         print(QStringLiteral("signal"), caught.deviceKey, text, caught.payload, caught.name);
     }
 
@@ -78,8 +82,9 @@ private:
     {
         // One notice comes per device that is added; the list is worth a line when it differs.
         const QStringList devices = HttpProxy::getInstance()->devices();
-        if (devices == m_devices)
+        if (devices == m_devices) {
             return;
+        }
         m_devices = devices;
         print(QStringLiteral("devices"), {},
               QStringLiteral("devices: ") + printable(devices.join(QStringLiteral(", "))),
@@ -97,16 +102,18 @@ private:
                              {QStringLiteral("kind"), kind},
                              {QStringLiteral("device"), deviceKey.isNull() ? QVariant() : deviceKey},
                              {QStringLiteral("payload"), payload}};
-            if (!signal.isEmpty())
+            if (!signal.isEmpty()) {
                 line.insert(QStringLiteral("signal"), signal);
+            }
             m_console.out(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
         } else {
             const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
             m_console.out(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
                           QLatin1Char('\n'));
         }
-        if (m_console.dataLost())
+        if (m_console.dataLost()) {
             QCoreApplication::quit();
+        }
     }
 
     const bool m_json;
@@ -122,8 +129,9 @@ private:
 ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console)
 {
     const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty())
+    if (devices.empty()) {
         return Usage;
+    }
     const TerminationSignal stop([] { QCoreApplication::quit(); });
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
@@ -131,11 +139,13 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     const auto trace = traceExchanges(settings.trace, console);
     const Watcher watcher(settings.json, count, console);
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console))
+    if (!addDevices(devices, console)) {
         return Usage;
-    if (seconds > 0)
+    }
+    if (seconds > 0) {
         QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
                            &QCoreApplication::quit);
+    }
     QCoreApplication::exec();
     return Done;
 }

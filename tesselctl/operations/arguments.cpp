@@ -116,8 +116,9 @@ QString abridged(const QString& text)
 Mistake mismatch(ValueType type, const QString& text, const QString& detail = {})
 {
     QString problem = QStringLiteral("%1 was expected, \"%2\" came").arg(expectationOf(type), abridged(text));
-    if (!detail.isEmpty())
+    if (!detail.isEmpty()) {
         problem += QStringLiteral(" (%1)").arg(abridged(detail));
+    }
     return {problem};
 }
 
@@ -134,18 +135,21 @@ Expected<QVariant> plainValue(ValueType type, const QString& text)
         fits = on || text == QLatin1String("false") || text == QLatin1String("0");
         value = on;
     }
-    if (!fits)
+    if (!fits) {
         return mismatch(type, text);
+    }
     return value;
 }
 
 Expected<QVariant> jsonValue(ValueType type, const QString& text, const QByteArray& content)
 {
     Expected<QVariant> value = parseJson(content);
-    if (!value)
+    if (!value) {
         return mismatch(type, text, value.error());
-    if (!hasShape(*value, type))
+    }
+    if (!hasShape(*value, type)) {
         return mismatch(type, text);
+    }
     return value;
 }
 
@@ -154,16 +158,18 @@ Expected<QVariant> formOf(QVariantMap parts)
 {
     for (QVariant& part : parts) {
         const QString text = part.toString();
-        if (part.userType() != QMetaType::QString || !text.startsWith(QLatin1Char('@')))
+        if (part.userType() != QMetaType::QString || !text.startsWith(QLatin1Char('@'))) {
             continue;
+        }
         const QString path = text.mid(1);
         if (path.startsWith(QLatin1Char('@'))) {
             part = path;
             continue;
         }
         const QString fault = sourceFileError(path);
-        if (!fault.isEmpty())
+        if (!fault.isEmpty()) {
             return Mistake{QStringLiteral("%1: %2").arg(printable(path), fault)};
+        }
         part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
     }
     return parts;
@@ -173,8 +179,9 @@ QVariant words(const QString& text)
 {
     QVariantList list;
     const QStringList parts = text.split(QLatin1Char(','));
-    for (const QString& word : parts)
+    for (const QString& word : parts) {
         list.append(word);
+    }
     return list;
 }
 
@@ -196,14 +203,17 @@ Expected<std::map<std::size_t, QString>> assign(const Operation& operation, cons
         }
     }
     for (const std::size_t index : written) {
-        if (assigned.count(index) != 0)
+        if (assigned.count(index) != 0) {
             continue;
-        if (positional.isEmpty())
+        }
+        if (positional.isEmpty()) {
             return Mistake{QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name)};
+        }
         assigned[index] = positional.takeFirst();
     }
-    if (!positional.isEmpty())
+    if (!positional.isEmpty()) {
         return Mistake{QStringLiteral("one argument too many: \"%1\"").arg(abridged(positional.first()))};
+    }
     return assigned;
 }
 
@@ -232,8 +242,9 @@ Fit fit(const Operation& operation, const QStringList& texts, ArgumentFiles& fil
     }
     fit.rightCount = true;
     fit.merit.second = operation.outputNames().size();
-    for (std::size_t i = 0; i < operation.parameters.size(); ++i)
+    for (std::size_t i = 0; i < operation.parameters.size(); ++i) {
         fit.call.values.append(QVariant());
+    }
     for (const auto& [index, text] : *assigned) {
         const Parameter& parameter = operation.parameters[index];
         const Expected<QVariant> value = valueFromText(parameter.type, text, files);
@@ -258,33 +269,40 @@ bool ArgumentFiles::isFile(const QString& text)
 Expected<QByteArray> ArgumentFiles::read(const QString& text)
 {
     const auto known = m_contents.find(text);
-    if (known != m_contents.end())
+    if (known != m_contents.end()) {
         return known->second;
+    }
     QFile file(text.mid(1));
     const bool open =
         text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     const QByteArray content = open ? file.readAll() : QByteArray();
-    if (!open || file.error() != QFileDevice::NoError)
+    if (!open || file.error() != QFileDevice::NoError) {
         return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString())};
+    }
     m_contents.emplace(text, content);
     return content;
 }
 
 Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFiles& files)
 {
-    if (type == ValueType::Text)
+    if (type == ValueType::Text) {
         return text;
-    if (type == ValueType::Integer || type == ValueType::LongInteger || type == ValueType::Boolean)
+    }
+    if (type == ValueType::Integer || type == ValueType::LongInteger || type == ValueType::Boolean) {
         return plainValue(type, text);
+    }
 
     const bool fromFile = ArgumentFiles::isFile(text);
     const Expected<QByteArray> content = fromFile ? files.read(text) : text.toUtf8();
-    if (!content)
+    if (!content) {
         return Mistake{content.error()};
-    if (type == ValueType::Bytes)
+    }
+    if (type == ValueType::Bytes) {
         return *content;
-    if (type == ValueType::TextList && !fromFile && !text.startsWith(QLatin1Char('[')))
+    }
+    if (type == ValueType::TextList && !fromFile && !text.startsWith(QLatin1Char('['))) {
         return words(text);
+    }
     Expected<QVariant> value = jsonValue(type, text, *content);
     return value && type == ValueType::Parts ? formOf(value->toMap()) : value;
 }
@@ -294,30 +312,35 @@ BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QS
 {
     std::vector<Fit> fits;
     fits.reserve(overloads.size());
-    for (const Operation* operation : overloads)
+    for (const Operation* operation : overloads) {
         fits.push_back(fit(*operation, texts, files));
+    }
 
     const Fit* best = nullptr;
     for (const Fit& one : fits) {
-        if (one.call.operation && (!best || one.merit > best->merit))
+        if (one.call.operation && (!best || one.merit > best->merit)) {
             best = &one;
+        }
     }
-    if (best)
+    if (best) {
         return best->call;
+    }
 
     // The fault that a person most likely made: in the only overload that takes as many arguments, if there
     // is one.
     const auto takesAsMany = [](const Fit& one) { return one.rightCount; };
     const auto near = std::find_if(fits.begin(), fits.end(), takesAsMany);
     BoundCall none;
-    if (fits.size() == 1)
+    if (fits.size() == 1) {
         none.problem = fits.front().call.problem;
-    else if (std::count_if(fits.begin(), fits.end(), takesAsMany) == 1)
+    } else if (std::count_if(fits.begin(), fits.end(), takesAsMany) == 1) {
         none.problem = near->call.problem;
-    else
+    } else {
         none.problem = QStringLiteral("no overload takes these arguments");
-    for (const Operation* operation : overloads)
+    }
+    for (const Operation* operation : overloads) {
         none.problem += QStringLiteral("\n  ") + operation->usage();
+    }
     return none;
 }
 

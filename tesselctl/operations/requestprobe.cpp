@@ -86,10 +86,12 @@ HttpReply okReply()
 QVariantList sampleArguments(const Operation& operation, const QString& device)
 {
     QVariantList values;
-    for (const Parameter& parameter : operation.parameters)
+    for (const Parameter& parameter : operation.parameters) {
         values.append(sampleOf(parameter.type, device));
-    if (operation.takesDevice())
+    }
+    if (operation.takesDevice()) {
         values[0] = device;
+    }
     return values;
 }
 
@@ -122,8 +124,9 @@ private:
     {
         const ProbedRequest probed{verbOf(request.method), request.path, request.multipart};
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (std::find(m_requests.begin(), m_requests.end(), probed) == m_requests.end())
+        if (std::find(m_requests.begin(), m_requests.end(), probed) == m_requests.end()) {
             m_requests.push_back(probed);
+        }
     }
 
     QObject m_home;     // its thread's event loop answers
@@ -148,8 +151,9 @@ ProbedRequests RequestProbe::requestsOf(const Operation& operation, Tessel::Prot
     // A device of its own, so that no cache answers, nor one that an earlier probe filled.
     static int devices = 0;
     const QString device = QStringLiteral("probe%1").arg(++devices);
-    if (protocol == Tessel::Protocol::MultiScreen)
+    if (protocol == Tessel::Protocol::MultiScreen) {
         HWInfo::getInstance()->getHwProtoc(device, true);
+    }
     m_engine->take();
     operation.invoke(sampleArguments(operation, device));
     QCoreApplication::sendPostedEvents();

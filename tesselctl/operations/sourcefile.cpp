@@ -9,10 +9,12 @@ namespace TesselCtl {
 QString sourceFileError(const QString& path)
 {
     const QFileInfo info(path);
-    if (info.isDir())
+    if (info.isDir()) {
         return QStringLiteral("is a directory");
-    if (info.exists() && !info.isFile())
+    }
+    if (info.exists() && !info.isFile()) {
         return QStringLiteral("is no regular file");
+    }
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? QString() : file.errorString();
 }

@@ -41,12 +41,14 @@ ExitCode exitCodeOf(IHttpVersionTrigger::HttpSimpleState state)
 QString refusalIn(const QByteArray& reply)
 {
     QMap<QString, QVariant> envelope;
-    if (!JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(reply), envelope))
+    if (!JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(reply), envelope)) {
         return {};
+    }
     const qlonglong code = envelope.value(QStringLiteral("code")).toLongLong();
     const QString message = envelope.value(QStringLiteral("message")).toString();
-    if (code == 0)
+    if (code == 0) {
         return {};
+    }
     return QStringLiteral("code %1").arg(code) +
            (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)));
 }
@@ -55,15 +57,17 @@ QString refusalIn(const QByteArray& reply)
 
 CallObserver::CallObserver()
     : m_endObserver(addExchangeObserver([this](const Record& record) {
-        if (!m_ids.contains(record.id))
+        if (!m_ids.contains(record.id)) {
             return;
+        }
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_records.push_back(record);
         m_ended.notify_all();
     }))
     , m_progressObserver(addProgressObserver([this](const Progress& progress) {
-        if (!m_ids.contains(progress.id))
+        if (!m_ids.contains(progress.id)) {
             return;
+        }
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_progress = progress;
     }))
@@ -109,19 +113,23 @@ Outcome CallObserver::outcome(bool succeeded) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     Outcome outcome = m_records.empty() ? Outcome() : outcomeOf(m_records.back());
-    if (succeeded)
+    if (succeeded) {
         return outcome;
-    for (auto record = m_records.rbegin(); record != m_records.rend() && outcome.code == Done; ++record)
+    }
+    for (auto record = m_records.rbegin(); record != m_records.rend() && outcome.code == Done; ++record) {
         outcome = outcomeOf(*record);
-    if (outcome.code == Done)
+    }
+    if (outcome.code == Done) {
         outcome = {Failed, QStringLiteral("the operation failed without a request that did")};
+    }
     return outcome;
 }
 
 ObserverHandle traceExchanges(bool wanted, Console& console)
 {
-    if (!wanted)
+    if (!wanted) {
         return {};
+    }
     return addExchangeObserver(
         [&console](const CallObserver::Record& record) { console.info(traceLine(record)); });
 }
@@ -140,9 +148,10 @@ QString traceLine(const CallObserver::Record& record)
 Outcome outcomeOf(const CallObserver::Record& record)
 {
     const QString refusal = refusalIn(record.reply);
-    if (record.state == IHttpVersionTrigger::Success)
+    if (record.state == IHttpVersionTrigger::Success) {
         return refusal.isEmpty() ? Outcome()
                                  : Outcome{Refused, QStringLiteral("the device refused: ") + refusal};
+    }
     if (record.state == IHttpVersionTrigger::HttpFailure) {
         const QString status = QStringLiteral("the device refused: HTTP status %1").arg(record.status);
         return {Refused, refusal.isEmpty() ? status : status + QStringLiteral(", ") + refusal};

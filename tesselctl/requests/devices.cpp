@@ -27,15 +27,19 @@ QString faultOfLogin(const DeviceSettings& settings)
                    : QStringLiteral("a user or secret needs --login");
     }
     const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString());
-    if (!scheme)
+    if (!scheme) {
         return QStringLiteral("unknown --login %1; use %2")
             .arg(printable(settings.login), loginNames().join(QStringLiteral(" or ")));
-    if (scheme->takesUser && settings.user.isEmpty())
+    }
+    if (scheme->takesUser && settings.user.isEmpty()) {
         return QStringLiteral("--login %1 needs --user").arg(settings.login);
-    if (!scheme->takesUser && !settings.user.isEmpty())
+    }
+    if (!scheme->takesUser && !settings.user.isEmpty()) {
         return QStringLiteral("--login %1 takes no --user").arg(settings.login);
-    if (!scheme->takesColonInUser && settings.user.contains(QLatin1Char(':')))
+    }
+    if (!scheme->takesColonInUser && settings.user.contains(QLatin1Char(':'))) {
         return QStringLiteral("--user must not contain ':' with --login %1").arg(settings.login);
+    }
     return {};
 }
 
@@ -44,8 +48,9 @@ QString faultOfLogin(const DeviceSettings& settings)
 QStringList loginNames()
 {
     QStringList names;
-    for (const LoginScheme& scheme : loginSchemes)
+    for (const LoginScheme& scheme : loginSchemes) {
         names << QLatin1String(scheme.name);
+    }
     return names;
 }
 
@@ -53,8 +58,9 @@ QStringList loginNamesWithUser()
 {
     QStringList names;
     for (const LoginScheme& scheme : loginSchemes) {
-        if (scheme.takesUser)
+        if (scheme.takesUser) {
             names << QLatin1String(scheme.name);
+        }
     }
     return names;
 }
@@ -63,13 +69,16 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
 {
     QString problem = faultOfLogin(settings);
     if (problem.isEmpty() && !settings.pinnedKey.isEmpty() &&
-        !settings.pinnedKey.startsWith(QLatin1String("sha256//")))
+        !settings.pinnedKey.startsWith(QLatin1String("sha256//"))) {
         problem = QStringLiteral("--pinned-key reads sha256//BASE64");
-    if (problem.isEmpty() && settings.devices.isEmpty())
+    }
+    if (problem.isEmpty() && settings.devices.isEmpty()) {
         problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
+    }
     DeviceEndpoint endpoint;
-    if (const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString()))
+    if (const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString())) {
         endpoint.login = scheme->login;
+    }
     endpoint.user = settings.user;
     endpoint.caFile = settings.caFile;
     endpoint.pinnedKey = settings.pinnedKey;
@@ -77,19 +86,21 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
 
     std::vector<Device> devices;
     for (const QString& text : settings.devices) {
-        if (!problem.isEmpty())
+        if (!problem.isEmpty()) {
             break;
+        }
         const int equals = text.indexOf(QLatin1Char('='));
         endpoint.address = text.mid(equals + 1);
         const QString name = equals < 0 ? text : text.left(equals);
         // The text is not repeated: what stands before the @ may be a password.
-        if (endpoint.address.contains(QLatin1Char('@')))
+        if (endpoint.address.contains(QLatin1Char('@'))) {
             problem = QStringLiteral("the address must not contain credentials; use --login and --user");
-        else if (name.isEmpty() || endpoint.address.isEmpty())
+        } else if (name.isEmpty() || endpoint.address.isEmpty()) {
             problem = QStringLiteral("\"%1\" is neither ADDRESS nor NAME=ADDRESS").arg(printable(text));
-        else if (std::any_of(devices.begin(), devices.end(),
-                             [&](const Device& one) { return one.name == name; }))
+        } else if (std::any_of(devices.begin(), devices.end(),
+                               [&](const Device& one) { return one.name == name; })) {
             problem = QStringLiteral("device %1 is given twice").arg(printable(name));
+        }
         devices.push_back({name, endpoint});
     }
     QString secret;
@@ -102,8 +113,9 @@ std::vector<Device> readDevices(const DeviceSettings& settings, Console& console
         console.error(problem);
         return {};
     }
-    for (Device& device : devices)
+    for (Device& device : devices) {
         device.endpoint.secret = secret;
+    }
     return devices;
 }
 
@@ -124,8 +136,9 @@ bool addDevices(const std::vector<Device>& devices, Console& console)
 void forgetDevices()
 {
     HttpProxy* const proxy = HttpProxy::getInstance();
-    for (const QString& device : proxy->devices())
+    for (const QString& device : proxy->devices()) {
         proxy->removeDevice(device);
+    }
 }
 
 } // namespace TesselCtl

@@ -29,8 +29,9 @@ void Interruption::listen()
     pollfd awaited[] = {{m_leave, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}};
     while (awaited[0].revents == 0) {
         ::poll(awaited, 2, -1);
-        if (m_signals.take() == 0)
+        if (m_signals.take() == 0) {
             continue;
+        }
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_happened = true;

@@ -19,16 +19,18 @@ namespace {
 QString firstLine(const QByteArray& text)
 {
     QByteArray line = text.left(text.indexOf('\n'));
-    if (line.endsWith('\r'))
+    if (line.endsWith('\r')) {
         line.chop(1);
+    }
     return QString::fromUtf8(line);
 }
 
 Expected<QString> fromFile(const QString& name)
 {
     QFile file(name);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
+    }
     const int limit = 64 * 1024;
     return firstLine(file.read(limit));
 }
@@ -48,9 +50,10 @@ Expected<QString> fromTerminal()
     QFile terminal(QStringLiteral("/dev/tty"));
     termios shown{};
     if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
-        tcgetattr(terminal.handle(), &shown) != 0)
+        tcgetattr(terminal.handle(), &shown) != 0) {
         return Mistake{
             QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file")};
+    }
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     QByteArray line;
@@ -61,8 +64,9 @@ Expected<QString> fromTerminal()
         tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
         terminal.write("Password or token: ");
         signal = signalWhileWaiting(terminal, signals);
-        if (signal == 0)
+        if (signal == 0) {
             line = terminal.readLine();
+        }
         tcsetattr(terminal.handle(), TCSAFLUSH, &shown);
         terminal.write("\n");
     }
@@ -79,13 +83,15 @@ Expected<QString> readSecret(const QString& variable, const QString& file)
 {
     if (!variable.isEmpty()) {
         const QString secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
-        if (secret.isEmpty())
+        if (secret.isEmpty()) {
             return Mistake{QStringLiteral("the environment variable %1 is empty").arg(printable(variable))};
+        }
         return secret;
     }
     Expected<QString> secret = file.isEmpty() ? fromTerminal() : fromFile(file);
-    if (secret && secret->isEmpty())
+    if (secret && secret->isEmpty()) {
         return Mistake{QStringLiteral("the secret is empty")};
+    }
     return secret;
 }
 

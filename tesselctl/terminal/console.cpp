@@ -9,16 +9,19 @@ namespace TesselCtl {
 
 void Console::out(const QString& text)
 {
-    if (m_lost)
+    if (m_lost) {
         return;
+    }
     const QByteArray bytes = text.toUtf8();
     const auto size = static_cast<std::size_t>(bytes.size());
-    if (std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0)
+    if (std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0) {
         return;
+    }
     const int reason = errno;
     m_lost = true;
-    if (reason != EPIPE)
+    if (reason != EPIPE) {
         error(QStringLiteral("standard output: ") + QString::fromLocal8Bit(std::strerror(reason)));
+    }
 }
 
 void Console::error(const QString& message)

@@ -31,14 +31,16 @@ QVariant toVariant(const json& value)
     switch (value.type()) {
     case json::value_t::object: {
         QVariantMap map;
-        for (const auto& member : value.items())
+        for (const auto& member : value.items()) {
             map.insert(textOf(member.key()), toVariant(member.value()));
+        }
         return map;
     }
     case json::value_t::array: {
         QVariantList list;
-        for (const json& element : value)
+        for (const json& element : value) {
             list.append(toVariant(element));
+        }
         return list;
     }
     case json::value_t::string:
@@ -49,8 +51,9 @@ QVariant toVariant(const json& value)
         return qlonglong(value.get<std::int64_t>());
     case json::value_t::number_unsigned: {
         const auto number = value.get<std::uint64_t>();
-        if (number > static_cast<std::uint64_t>(std::numeric_limits<qlonglong>::max()))
+        if (number > static_cast<std::uint64_t>(std::numeric_limits<qlonglong>::max())) {
             return qulonglong(number);
+        }
         return qlonglong(number);
     }
     case json::value_t::number_float:
@@ -66,15 +69,17 @@ json fromVariant(const QVariant& value)
     case QMetaType::QVariantMap: {
         json object = json::object();
         const QVariantMap map = value.toMap();
-        for (auto member = map.begin(); member != map.end(); ++member)
+        for (auto member = map.begin(); member != map.end(); ++member) {
             object[bytesOf(member.key())] = fromVariant(member.value());
+        }
         return object;
     }
     case QMetaType::QVariantList: {
         json array = json::array();
         const QVariantList list = value.toList();
-        for (const QVariant& element : list)
+        for (const QVariant& element : list) {
             array.push_back(fromVariant(element));
+        }
         return array;
     }
     case QMetaType::Bool:
@@ -109,8 +114,9 @@ Expected<QVariant> parseJson(const QByteArray& text)
     };
     try {
         const json parsed = json::parse(text.begin(), text.end(), guardDepth);
-        if (tooDeep)
+        if (tooDeep) {
             return Mistake{QStringLiteral("nested more than %1 levels deep").arg(depthLimit)};
+        }
         return toVariant(parsed);
     } catch (const json::exception& error) {
         const QString what = QString::fromUtf8(error.what());

@@ -39,14 +39,16 @@ QString table(const QVariantList& list)
 {
     const QStringList keys = list.first().toMap().keys();
     QStringList head;
-    for (const QString& key : keys)
+    for (const QString& key : keys) {
         head << printable(key);
+    }
     QList<QStringList> rows{head};
     for (const QVariant& element : list) {
         QStringList row;
         const QVariantMap map = element.toMap();
-        for (const QVariant& value : map)
+        for (const QVariant& value : map) {
             row << formatInline(value);
+        }
         rows << row;
     }
     return aligned(rows);
@@ -55,16 +57,18 @@ QString table(const QVariantList& list)
 QString keysAndValues(const QVariantMap& map)
 {
     QList<QStringList> rows;
-    for (auto member = map.begin(); member != map.end(); ++member)
+    for (auto member = map.begin(); member != map.end(); ++member) {
         rows << QStringList{printable(member.key()), formatInline(member.value())};
+    }
     return aligned(rows);
 }
 
 QString lines(const QVariantList& list)
 {
     QString text;
-    for (const QVariant& element : list)
+    for (const QVariant& element : list) {
         text += formatInline(element) + QLatin1Char('\n');
+    }
     return text;
 }
 
@@ -75,8 +79,9 @@ QString aligned(const QList<QStringList>& rows)
     QVector<int> widths;
     for (const QStringList& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
-        for (int i = 0; i < row.size(); ++i)
+        for (int i = 0; i < row.size(); ++i) {
             widths[i] = std::max(widths[i], displayWidth(row[i]));
+        }
     }
     QString text;
     for (const QStringList& row : rows) {
@@ -94,33 +99,40 @@ QString humanText(const QVariant& value)
 {
     const QVariantMap map = value.toMap();
     const QVariantList list = value.toList();
-    if (isMap(value) && !map.isEmpty())
+    if (isMap(value) && !map.isEmpty()) {
         return keysAndValues(map);
-    if (!list.isEmpty() && std::none_of(list.begin(), list.end(), isNested))
+    }
+    if (!list.isEmpty() && std::none_of(list.begin(), list.end(), isNested)) {
         return lines(list);
-    if (!list.isEmpty() && !list.first().toMap().isEmpty() && isTable(list))
+    }
+    if (!list.isEmpty() && !list.first().toMap().isEmpty() && isTable(list)) {
         return table(list);
-    if (isNested(value))
+    }
+    if (isNested(value)) {
         return QString::fromUtf8(toJson(value, true)) + QLatin1Char('\n');
+    }
     return formatInline(value) + QLatin1Char('\n');
 }
 
 QString formatInline(const QVariant& value)
 {
-    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray)
+    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray) {
         return printable(value.toString());
+    }
     return QString::fromUtf8(toJson(value, false));
 }
 
 // QLocale::formattedDataSize() makes "1000.0 kB" of 999,999 bytes and "34 bytes" of 34.
 QString humanSize(qint64 bytes)
 {
-    if (bytes < 1000)
+    if (bytes < 1000) {
         return QStringLiteral("%1 B").arg(bytes);
+    }
     double size = static_cast<double>(bytes) / 1000;
     for (const char* unit : {"kB", "MB"}) {
-        if (size < 999.95)
+        if (size < 999.95) {
             return QStringLiteral("%1 %2").arg(size, 0, 'f', 1).arg(QLatin1String(unit));
+        }
         size /= 1000;
     }
     return QStringLiteral("%1 GB").arg(size, 0, 'f', 1);

@@ -27,14 +27,15 @@ QString escaped(const QString& text, bool keepLineFeeds)
     QString result;
     result.reserve(text.size());
     for (const QChar character : text) {
-        if (isHarmless(character) || (keepLineFeeds && character == QLatin1Char('\n')))
+        if (isHarmless(character) || (keepLineFeeds && character == QLatin1Char('\n'))) {
             result += character;
-        else if (character == QLatin1Char('\n'))
+        } else if (character == QLatin1Char('\n')) {
             result += QStringLiteral("\\n");
-        else if (character == QLatin1Char('\t'))
+        } else if (character == QLatin1Char('\t')) {
             result += QStringLiteral("\\t");
-        else
+        } else {
             result += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        }
     }
     return result;
 }

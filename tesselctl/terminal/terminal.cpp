@@ -22,25 +22,31 @@ int terminalColumns(std::FILE* stream)
 
 QString cutToColumns(const QString& line, int columns)
 {
-    if (displayWidth(line) <= columns)
+    if (displayWidth(line) <= columns) {
         return line;
+    }
     QString cut = line.left(columns);
-    while (!cut.isEmpty() && displayWidth(cut) > columns)
+    while (!cut.isEmpty() && displayWidth(cut) > columns) {
         cut.chop(1);
-    if (!cut.isEmpty() && cut.at(cut.size() - 1).isHighSurrogate())
+    }
+    if (!cut.isEmpty() && cut.at(cut.size() - 1).isHighSurrogate()) {
         cut.chop(1);
+    }
     return cut;
 }
 
 QString repainted(int before, const QStringList& above, const QStringList& lines, int columns)
 {
     QString text;
-    if (before > 0)
+    if (before > 0) {
         text = QStringLiteral("\x1b[%1A\r\x1b[J").arg(before);
-    for (const QString& line : above)
+    }
+    for (const QString& line : above) {
         text += line + QLatin1Char('\n');
-    for (const QString& line : lines)
+    }
+    for (const QString& line : lines) {
         text += cutToColumns(line, columns) + QLatin1Char('\n');
+    }
     return text;
 }
 

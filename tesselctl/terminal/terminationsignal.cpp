@@ -12,8 +12,9 @@ TerminationSignal::TerminationSignal(std::function<void()> received)
 {
     QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier,
                      [this, received = std::move(received)] {
-                         if (m_signals.take() != 0)
+                         if (m_signals.take() != 0) {
                              received();
+                         }
                      });
 }
 

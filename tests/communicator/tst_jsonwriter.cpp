@@ -118,8 +118,9 @@ private Q_SLOTS:
     void stringsAreEscapedAsInTheDocument_data()
     {
         QTest::addColumn<QString>("text");
-        for (ushort unit = 0; unit < 0xa0; ++unit)
+        for (ushort unit = 0; unit < 0xa0; ++unit) {
             QTest::addRow("U+%04x", unit) << QString(QChar(unit));
+        }
         QTest::newRow("two bytes") << QString::fromUtf8("\u0080\u07ff");
         QTest::newRow("three bytes") << QString::fromUtf8("\u0800\u5c4f\uffff\ufeff\u2028");
         QTest::newRow("four bytes") << QString::fromUtf8("\U00010000\U0010ffff");
@@ -140,8 +141,9 @@ private Q_SLOTS:
     void longStringsKeepTheirPairsTogether_data()
     {
         QTest::addColumn<int>("ahead");
-        for (int ahead = 1020; ahead <= 1028; ++ahead)
+        for (int ahead = 1020; ahead <= 1028; ++ahead) {
             QTest::addRow("%d units ahead", ahead) << ahead;
+        }
     }
     void longStringsKeepTheirPairsTogether()
     {
@@ -177,8 +179,9 @@ private Q_SLOTS:
             const quint64 bits = random.generate64();
             double value = 0;
             std::memcpy(&value, &bits, sizeof value);
-            if (!qIsFinite(value))
+            if (!qIsFinite(value)) {
                 continue;
+            }
             const QByteArray text = Json::write(value);
             QVERIFY2(JsonText::isComplete(text), text.constData());
             QVERIFY2(text.toDouble() == value, text.constData());
@@ -201,16 +204,18 @@ private Q_SLOTS:
     void aLargeValueComesOutWhole()
     {
         QVariantList list;
-        for (int i = 0; i < 20000; ++i)
+        for (int i = 0; i < 20000; ++i) {
             list.append(QVariantMap{{"id", QString::number(i)}, {"value", i * 0.5}});
+        }
         QCOMPARE(Json::write(list), documentText(list));
     }
 
     void nestingTooDeepGivesNoText()
     {
         QVariant value = 1;
-        for (int i = 0; i < 1024; ++i)
+        for (int i = 0; i < 1024; ++i) {
             value = i % 2 == 0 ? QVariant(QVariantList{value}) : QVariant(QVariantMap{{"k", value}});
+        }
         QVERIFY(!Json::write(value).isEmpty());
         QVERIFY(Json::write(QVariantList{value}).isEmpty());
         QVERIFY(Json::write(QVariantMap{{"k", value}}).isEmpty());
@@ -264,10 +269,11 @@ private Q_SLOTS:
     {
         QFETCH(QVariant, innermost);
         QVariant value = innermost;
-        for (int i = 1; i < 1024; ++i)
+        for (int i = 1; i < 1024; ++i) {
             value = i % 3 == 0   ? QVariant(QVariantMap{{"a", value}})
                     : i % 3 == 1 ? QVariant(QVariantHash{{"a", value}})
                                  : QVariant(QVariantList{value});
+        }
         QVERIFY(!Json::write(value).isEmpty());
         value = QVariantList{value};
         Json::Unwritable why = Json::Unwritable::TooLong;

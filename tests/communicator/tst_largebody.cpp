@@ -29,11 +29,13 @@ constexpr qint64 wantedMemory = qint64(6) << 30;
 qint64 availableMemory()
 {
     QFile info(QStringLiteral("/proc/meminfo"));
-    if (!info.open(QIODevice::ReadOnly))
+    if (!info.open(QIODevice::ReadOnly)) {
         return 0;
+    }
     for (const QByteArray& line : info.readAll().split('\n')) {
-        if (line.startsWith("MemAvailable:"))
+        if (line.startsWith("MemAvailable:")) {
             return line.simplified().split(' ').value(1).toLongLong() * 1024;
+        }
     }
     return 0;
 }
@@ -43,8 +45,9 @@ QVariantList largeValue()
 {
     const QVariant text = QString(1 << 20, QLatin1Char('x'));
     QVariantList list;
-    for (int i = 0; i < 2049; ++i)
+    for (int i = 0; i < 2049; ++i) {
         list << text;
+    }
     return list;
 }
 

@@ -19,8 +19,9 @@ inline QStringList matchesIn(const QString& text, const QString& pattern)
 {
     QStringList found;
     for (auto it = QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
-         it.hasNext();)
+         it.hasNext();) {
         found << it.next().captured(1);
+    }
     return found;
 }
 
@@ -36,8 +37,9 @@ inline QList<QStringList> tableRows(const QString& page, const QString& heading)
             break;
         } else if (within && !line.startsWith("|--")) {
             QStringList cells = line.split('|');
-            for (QString& cell : cells)
+            for (QString& cell : cells) {
                 cell = cell.trimmed();
+            }
             rows << cells.mid(1, cells.size() - 2);
         }
     }

@@ -64,8 +64,9 @@ QStringList productSources()
                                 "operations", "simulator", "tesselctl"}) {
         QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + library, {"*.h", "*.cpp", "*.inl"},
                         QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext())
+        while (it.hasNext()) {
             files << QDir(QStringLiteral(TESSEL_SOURCE_DIR)).relativeFilePath(it.next());
+        }
     }
     files.sort();
     return files;
@@ -82,8 +83,9 @@ QStringList featuresOf(const QString& code, const Feature (&features)[Count])
 {
     QStringList found;
     for (const Feature& feature : features) {
-        if (code.contains(QRegularExpression(feature.pattern)))
+        if (code.contains(QRegularExpression(feature.pattern))) {
             found << feature.name;
+        }
     }
     return found;
 }
@@ -121,8 +123,9 @@ private Q_SLOTS:
         const QStringList paths =
             matchesIn(m_page, "`((?!(?:sys|netinet|arpa|net)/)(?:[\\w.]+/)+(?:[\\w.]+)?)`");
         QVERIFY(paths.size() > 80);
-        for (const QString& path : paths)
+        for (const QString& path : paths) {
             QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + path), qPrintable(path));
+        }
     }
 
     void everyTestThatIsNamedExists()
@@ -148,8 +151,9 @@ private Q_SLOTS:
     void theStepsOfAWalkAreNumberedAndEachNamesAnotherFile_data()
     {
         QTest::addColumn<QString>("walk");
-        for (const char* walk : {"call", "event"})
+        for (const char* walk : {"call", "event"}) {
             QTest::newRow(walk) << walk;
+        }
     }
     void theStepsOfAWalkAreNumberedAndEachNamesAnotherFile()
     {
@@ -169,8 +173,9 @@ private Q_SLOTS:
     void whatIsNotPortableStandsInTheFilesThatAreNamed()
     {
         QMap<QString, QString> named;
-        for (const QStringList& row : tableRows(m_page, "file"))
+        for (const QStringList& row : tableRows(m_page, "file")) {
             named[namesIn(row.value(0)).value(0)] = shown(namesIn(row.value(1)), namesIn(row.value(2)));
+        }
         QVERIFY(named.size() > 5);
 
         const QStringList files = productSources();
@@ -180,8 +185,9 @@ private Q_SLOTS:
             const QStringList linuxOnly = featuresOf(code, onlyLinux);
             QStringList posixOnly = featuresOf(code, onlyPosix) + posixHeadersOf(code);
             // The headers of Linux say no more than the feature that they are for.
-            for (const char* header : {"sys/epoll.h", "sys/eventfd.h", "sys/signalfd.h"})
+            for (const char* header : {"sys/epoll.h", "sys/eventfd.h", "sys/signalfd.h"}) {
                 posixOnly.removeAll(header);
+            }
             if (linuxOnly.isEmpty() && posixOnly.isEmpty()) {
                 QVERIFY2(!named.contains(file), qPrintable(file + " is portable; take its row out"));
                 continue;

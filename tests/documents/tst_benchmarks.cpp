@@ -24,8 +24,9 @@ QStringList namesOfThePrograms()
     const QDir folder(TESSEL_SOURCE_DIR "/bench");
     for (const QString& program : folder.entryList({"bench_*.cpp"})) {
         const QString source = textOf("bench/" + program);
-        for (const QString& name : matchesIn(source, "\"((?:get|cache|events|json|upload)/[a-z-]+)\""))
+        for (const QString& name : matchesIn(source, "\"((?:get|cache|events|json|upload)/[a-z-]+)\"")) {
             names << name;
+        }
     }
     names.sort();
     return names;
@@ -43,13 +44,15 @@ Compared compare(const QByteArray& printed, const QStringList& arguments)
 {
     const QTemporaryDir folder;
     QFile file(folder.filePath("printed.txt"));
-    if (!file.open(QIODevice::WriteOnly) || file.write(printed) != printed.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(printed) != printed.size()) {
         return {};
+    }
     file.close();
     QProcess process;
     process.start(TESSEL_SOURCE_DIR "/bench/compare", QStringList{"--output", file.fileName()} + arguments);
-    if (!process.waitForFinished(60000))
+    if (!process.waitForFinished(60000)) {
         return {};
+    }
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 

@@ -29,35 +29,39 @@ private:
     bool take(const char* sign)
     {
         const QString wanted = QString::fromLatin1(sign);
-        if (m_text.mid(m_at, wanted.size()) != wanted)
+        if (m_text.mid(m_at, wanted.size()) != wanted) {
             return false;
+        }
         m_at += wanted.size();
         return true;
     }
     qint64 shift()
     {
         qint64 result = sum();
-        while (take("<<"))
+        while (take("<<")) {
             result <<= sum();
+        }
         return result;
     }
     qint64 sum()
     {
         qint64 result = product();
         while (true) {
-            if (take("+"))
+            if (take("+")) {
                 result += product();
-            else if (take("-"))
+            } else if (take("-")) {
                 result -= product();
-            else
+            } else {
                 return result;
+            }
         }
     }
     qint64 product()
     {
         qint64 result = primary();
-        while (take("*"))
+        while (take("*")) {
             result *= primary();
+        }
         return result;
     }
     qint64 primary()
@@ -182,8 +186,9 @@ private Q_SLOTS:
     void aNumberIsThatOfItsConstant_data()
     {
         QTest::addColumn<int>("row");
-        for (std::size_t row = 0; row < std::size(numbers); ++row)
+        for (std::size_t row = 0; row < std::size(numbers); ++row) {
             QTest::addRow("%s: %s", numbers[row].document, numbers[row].constant) << int(row);
+        }
     }
     void aNumberIsThatOfItsConstant()
     {

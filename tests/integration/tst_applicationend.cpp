@@ -66,8 +66,9 @@ private:
                              const QString& application, const QString& address)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "QT_LOGGING_CONF"})
+        for (const char* name : {"QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "QT_LOGGING_CONF"}) {
             environment.remove(QString::fromLatin1(name));
+        }
         // What the end of an application cuts off is left to the end of the process.
         environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         process.setProcessEnvironment(environment);
@@ -168,10 +169,12 @@ void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication_data(
 {
     QTest::addColumn<QString>("thread");
     QTest::addColumn<QString>("application");
-    for (const char* thread : {"QThread", "pool", "std::thread"})
+    for (const char* thread : {"QThread", "pool", "std::thread"}) {
         QTest::newRow(qPrintable(QString(thread) + ", ends")) << QString(thread) << QString("ends");
-    for (const char* thread : {"main", "QThread", "std::thread"})
+    }
+    for (const char* thread : {"main", "QThread", "std::thread"}) {
         QTest::newRow(qPrintable(QString(thread) + ", gone")) << QString(thread) << QString("gone");
+    }
 }
 
 void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication()

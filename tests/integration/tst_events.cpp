@@ -205,8 +205,9 @@ private Q_SLOTS:
     void aChangeOnTheDeviceRaisesItsSignalsAndFreshensTheCache_data()
     {
         QTest::addColumn<Change>("change");
-        for (const Change& change : changes())
+        for (const Change& change : changes()) {
             QTest::newRow(change.name) << change;
+        }
     }
     void aChangeOnTheDeviceRaisesItsSignalsAndFreshensTheCache()
     {
@@ -215,8 +216,9 @@ private Q_SLOTS:
         QVERIFY(device.startWithEvents());
         fillCaches(device.key);
         std::vector<std::unique_ptr<QSignalSpy>> spies;
-        for (const auto& raised : change.signalsRaised)
+        for (const auto& raised : change.signalsRaised) {
             spies.push_back(std::make_unique<QSignalSpy>(raised.first, raised.second.constData()));
+        }
         device.simulator.resetCounts();
 
         QVERIFY(device.simulator.setValue(QString::fromLatin1(change.path), change.body));
@@ -228,8 +230,9 @@ private Q_SLOTS:
         }
         for (const auto& spy : spies) {
             QTRY_COMPARE(spy->count(), 1);
-            if (!spy->first().isEmpty())
+            if (!spy->first().isEmpty()) {
                 QCOMPARE(spy->first().first().toString(), device.key);
+            }
         }
 
         fillCaches(device.key);
@@ -335,8 +338,9 @@ private Q_SLOTS:
         QCOMPARE(renamed[0][1].toString(), QStringLiteral("next"));
         QCOMPARE(hwInfo(device.key), before);
         for (const char* key : {"Device_Hwinfo", "Device_AllScreens", "Device_AllCabinetsInfo",
-                                "Device_AllInputs", "Device_AllOutputsInfo", "Device_Pipes"})
+                                "Device_AllInputs", "Device_AllOutputsInfo", "Device_Pipes"}) {
             QCOMPARE(device.requests(key), 0);
+        }
     }
 
     void anEventOfOneMebibyteIsStillHeard()
@@ -394,8 +398,9 @@ private Q_SLOTS:
         QSignalSpy changed(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged);
         const std::unique_ptr<QThread> user(QThread::create([&device] {
             QDeadlineTimer deadline(10000);
-            while (device.requests("Device_Hwinfo") == 0 && !deadline.hasExpired())
+            while (device.requests("Device_Hwinfo") == 0 && !deadline.hasExpired()) {
                 QThread::yieldCurrentThread();
+            }
             device.simulator.setValue("/api/v1/device/hw/customname", R"({"customName":"North"})");
         }));
         user->start();
@@ -414,10 +419,11 @@ private Q_SLOTS:
         fillCaches(device.key);
         device.simulator.resetCounts();
         QSignalSpy changed(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged);
-        for (int mode = 1; mode <= 50; ++mode)
+        for (int mode = 1; mode <= 50; ++mode) {
             QVERIFY(device.simulator.setValue(
                 "/api/v1/device/hw/displaymode",
                 QByteArray(R"({"displayMode":X})").replace('X', QByteArray::number(mode))));
+        }
         QTRY_COMPARE(changed.size(), 50);
         QCOMPARE(device.requests("Device_Hwinfo"), 50);
         QCOMPARE(hwInfo(device.key).value("displayMode").toInt(), 50);
@@ -484,8 +490,9 @@ private Q_SLOTS:
         fillCaches(device.key);
         fillCaches(device.key);
         for (const char* key : {"Device_Hwinfo", "Device_AllScreens", "Device_AllCabinetsInfo",
-                                "Device_AllInputs", "Device_AllOutputsInfo"})
+                                "Device_AllInputs", "Device_AllOutputsInfo"}) {
             QCOMPARE(device.requests(key), 1);
+        }
         QCOMPARE(device.requests("Device_Pipes"), 0);
         QVERIFY(device.simulator.waitForEventStreams(1));
         QVERIFY(device.simulator.setValue("/api/v1/device/hw/displaymode", R"({"displayMode":3})"));
@@ -504,8 +511,9 @@ private Q_SLOTS:
         device.simulator.loginDevice();
         QVERIFY(HWInfo::getInstance()->getHWInfo(device.key, true));
         QVERIFY(device.simulator.waitForEventStreams(1, 20000));
-        for (const auto& logout : loggedOut)
+        for (const auto& logout : loggedOut) {
             QVERIFY(logout[0].toString() != device.key);
+        }
     }
 
     void handlersRunOnTheOperatorsThreadWhoeverEmits()

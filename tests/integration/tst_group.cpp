@@ -28,16 +28,18 @@ Options manyInputs()
 QStringList allIds()
 {
     QStringList ids;
-    for (int id = 1; id <= inputCount; ++id)
+    for (int id = 1; id <= inputCount; ++id) {
         ids << QString::number(id);
+    }
     return ids;
 }
 
 QStringList idsOf(const List& results)
 {
     QStringList ids;
-    for (const QVariant& result : results)
+    for (const QVariant& result : results) {
         ids << result.toMap().value(QStringLiteral("id")).toString();
+    }
     return ids;
 }
 
@@ -75,8 +77,9 @@ private Q_SLOTS:
         QCOMPARE(device.requests(), inputCount);
         QCOMPARE(results.size(), inputCount);
         QCOMPARE(setOf(idsOf(results)), setOf(allIds()));
-        for (const QVariant& result : results)
+        for (const QVariant& result : results) {
             QCOMPARE(result.toMap().value("width").toInt(), 3840);
+        }
     }
 
     void aGroupIsWrittenAllAtOnce()

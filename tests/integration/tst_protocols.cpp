@@ -49,12 +49,15 @@ struct AbsentDevice
 {
     explicit AbsentDevice(Absence absence)
     {
-        if (absence == Absence::Refused && !device.add(closed.address()))
+        if (absence == Absence::Refused && !device.add(closed.address())) {
             qFatal("no device");
-        if (absence != Absence::Gone)
+        }
+        if (absence != Absence::Gone) {
             return;
-        if (!device.start())
+        }
+        if (!device.start()) {
             qFatal("no simulator");
+        }
         device.simulator.logoutDevice();
     }
     const ClosedPort closed;

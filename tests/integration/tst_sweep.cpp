@@ -72,11 +72,13 @@ bool isListRoute(const QString& key)
 void send(const VerbCall& call, const QString& deviceKey, const QString& path, HttpJsonPackage& package)
 {
     package.setUrl(path);
-    for (const char* placeHolder : {"id", "cid", "outputid"})
+    for (const char* placeHolder : {"id", "cid", "outputid"}) {
         package.addPlaceHolders(QLatin1String(placeHolder), QStringLiteral("1"));
+    }
     package.addPlaceHolders(QStringLiteral("type"), QStringLiteral("3"));
-    if (call.verb == Sim::Put || call.verb == Sim::Post)
+    if (call.verb == Sim::Put || call.verb == Sim::Post) {
         package.setRequestWithJsonObj(QVariantMap{{QStringLiteral("probe"), 1}});
+    }
     (HttpProxy::getInstance()->*call.send)(deviceKey, &package);
 }
 
@@ -96,8 +98,9 @@ private Q_SLOTS:
     {
         QStringList served;
         for (const Sim::Route& route : Sim::RouteTable::instance().routes()) {
-            for (const std::string& key : route.keys)
+            for (const std::string& key : route.keys) {
                 served << QString::fromStdString(key);
+            }
         }
         served.sort();
         QCOMPARE(served.size(), 427);
@@ -110,9 +113,10 @@ private Q_SLOTS:
         QTest::addColumn<unsigned>("verbs");
         QTest::addColumn<bool>("bytes");
         for (const Sim::Route& route : Sim::RouteTable::instance().routes()) {
-            for (const std::string& key : route.keys)
+            for (const std::string& key : route.keys) {
                 QTest::newRow(key.c_str())
                     << QString::fromStdString(route.pattern) << route.verbs << bringsBytes(route);
+            }
         }
     }
     void everyRouteAnswersEachOfItsVerbs()
@@ -123,8 +127,9 @@ private Q_SLOTS:
         const QString key = QString::fromLatin1(QTest::currentDataTag());
         QCOMPARE(path, AllUrlResource::getUrl(key));
         for (const VerbCall& call : verbCalls) {
-            if (!(verbs & call.verb))
+            if (!(verbs & call.verb)) {
                 continue;
+            }
             HttpJsonPackage package(nullptr);
             send(call, m_device.key, path, package);
             QVERIFY2(package.getSimpleState() == HttpJsonPackage::Success, call.name);
@@ -138,8 +143,9 @@ private Q_SLOTS:
             QCOMPARE(envelope["code"].toInt(-1), 0);
             QVERIFY(envelope["message"].isString());
             QVERIFY(envelope.object().contains("data"));
-            if (call.verb == Sim::Get)
+            if (call.verb == Sim::Get) {
                 checkShape(key, envelope["data"], package);
+            }
         }
     }
 

@@ -96,13 +96,16 @@ public:
     }
     ~Work()
     {
-        if (m_qThread)
+        if (m_qThread) {
             m_qThread->wait();
-        if (m_thread.joinable())
+        }
+        if (m_thread.joinable()) {
             m_thread.join();
+        }
         // An application that goes waits for its pool, and leaves none.
-        if (QThreadPool* const pool = QThreadPool::globalInstance())
+        if (QThreadPool* const pool = QThreadPool::globalInstance()) {
             pool->waitForDone();
+        }
     }
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
@@ -116,8 +119,9 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 5)
+    if (argc != 5) {
         return 2;
+    }
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.http=false\ndefault.debug=false"));
     const std::string thread = argv[1];
     const std::string wait = argv[2];
@@ -138,8 +142,9 @@ int main(int argc, char** argv)
     ScreenInfo::getInstance();
     Correctionop::getInstance();
     Capability::getInstance();
-    if (application == "gone")
+    if (application == "gone") {
         app.reset();
+    }
     if (thread == "main") {
         work();
     } else {

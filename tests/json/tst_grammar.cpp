@@ -122,8 +122,9 @@ private Q_SLOTS:
         QCOMPARE(decodersTake(text), valid);
         QCOMPARE(JsonText::isComplete(text), valid);
         QVariantMap out;
-        if (QString::fromUtf8(text).toUtf8() == text)
+        if (QString::fromUtf8(text).toUtf8() == text) {
             QCOMPARE(JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(text), out), valid);
+        }
     }
 
     // A reader that looks only at what it returns would take these.
@@ -156,8 +157,9 @@ private Q_SLOTS:
         const QVariantMap loaded = reply.data.toMap();
         const QVariantMap decoded = package.getRoutesJsonMap();
         QCOMPARE(loaded, decoded);
-        for (auto it = loaded.cbegin(); it != loaded.cend(); ++it)
+        for (auto it = loaded.cbegin(); it != loaded.cend(); ++it) {
             QCOMPARE(it->userType(), decoded.value(it.key()).userType());
+        }
         QCOMPARE(loaded.value("i"), QVariant(9007199254740995LL));
     }
 
@@ -168,9 +170,10 @@ private Q_SLOTS:
         for (int i = 0; i < 20000; ++i) {
             QByteArray text = sample;
             const int changes = 1 + int(random.bounded(2));
-            for (int c = 0; c < changes; ++c)
+            for (int c = 0; c < changes; ++c) {
                 text[int(random.bounded(text.size()))] =
                     "{}[]\",:\\ 019.-+eEtfnu\x01\x7f\xc3"[random.bounded(25)];
+            }
             const bool serializer = serializerTakes(text);
             QVERIFY2(!decodersTake(text) || serializer, text.constData());
             QVERIFY2(!serializer || JsonText::isComplete(text), text.constData());

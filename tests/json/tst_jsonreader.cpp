@@ -66,14 +66,16 @@ QVariant toVariant(const nlohmann::json& value)
     switch (value.type()) {
     case nlohmann::json::value_t::object: {
         QVariantMap map;
-        for (const auto& member : value.items())
+        for (const auto& member : value.items()) {
             map.insert(QString::fromStdString(member.key()), toVariant(member.value()));
+        }
         return map;
     }
     case nlohmann::json::value_t::array: {
         QVariantList list;
-        for (const nlohmann::json& element : value)
+        for (const nlohmann::json& element : value) {
             list.append(toVariant(element));
+        }
         return list;
     }
     case nlohmann::json::value_t::string:
@@ -119,8 +121,9 @@ private Q_SLOTS:
                                  "\"\\ud800\"",
                                  "1e-400",
                                  "\xEF\xBB\xBF[1]",
-                                 "7 "})
+                                 "7 "}) {
             QTest::newRow(text) << QByteArray(text);
+        }
         QTest::newRow("deepest") << nested(JsonText::MaximumDepth);
         QTest::newRow("deepest objects") << nestedObjects(JsonText::MaximumDepth);
     }
@@ -204,8 +207,9 @@ private Q_SLOTS:
                                  "\xEF\xBB",
                                  "\xEF\xBB\xBF\xEF\xBB\xBF{}",
                                  "{\"\\q\":1}",
-                                 "[\"\\ud800\\q\"]"})
+                                 "[\"\\ud800\\q\"]"}) {
             QTest::newRow(text) << QByteArray(text);
+        }
         QTest::newRow("empty") << QByteArray("");
         QTest::newRow("null array") << QByteArray();
         QTest::newRow("NUL behind") << QByteArray("{}\0", 3);
@@ -250,8 +254,9 @@ private Q_SLOTS:
     void whatIsNoObjectGivesNothing_data()
     {
         QTest::addColumn<QByteArray>("text");
-        for (const char* text : {"[]", "[{\"data\":[1]}]", "1", "\"data\"", "null", "true"})
+        for (const char* text : {"[]", "[{\"data\":[1]}]", "1", "\"data\"", "null", "true"}) {
             QTest::newRow(text) << QByteArray(text);
+        }
     }
     void whatIsNoObjectGivesNothing()
     {
@@ -350,10 +355,12 @@ private Q_SLOTS:
     void manyDuplicatesAreReadInTime()
     {
         QByteArray text = "{";
-        for (int i = 0; i < 50000; ++i)
+        for (int i = 0; i < 50000; ++i) {
             text += "\"k" + QByteArray::number(i) + "\":1,";
-        for (int i = 0; i < 200000; ++i)
+        }
+        for (int i = 0; i < 200000; ++i) {
             text += "\"a\":{\"b\":1},";
+        }
         text += "\"a\":2}";
         const QVariantMap map = flattened(text);
         QCOMPARE(map.size(), 50001);
@@ -392,8 +399,9 @@ private Q_SLOTS:
     void dataOfAnotherKindGivesNothing_data()
     {
         QTest::addColumn<QByteArray>("data");
-        for (const char* data : {"null", "1", "1.5", "\"text\"", "true", "{}", "[]"})
+        for (const char* data : {"null", "1", "1.5", "\"text\"", "true", "{}", "[]"}) {
             QTest::newRow(data) << QByteArray(data);
+        }
     }
     void dataOfAnotherKindGivesNothing()
     {
@@ -474,8 +482,9 @@ private Q_SLOTS:
     void nullBoolAndStringArriveAsInTheDocument_data()
     {
         QTest::addColumn<QByteArray>("text");
-        for (const char* text : {"null", "true", "false", "\"\"", "\"a\"", "{}", "[]"})
+        for (const char* text : {"null", "true", "false", "\"\"", "\"a\"", "{}", "[]"}) {
             QTest::newRow(text) << QByteArray(text);
+        }
     }
     void nullBoolAndStringArriveAsInTheDocument()
     {
@@ -563,8 +572,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("garbage");
         for (const char* garbage :
-             {"x", "}", "]", ",", "{}", "1", "\"", "\"a\"", "null", "\xff", "\xEF\xBB\xBF"})
+             {"x", "}", "]", ",", "{}", "1", "\"", "\"a\"", "null", "\xff", "\xEF\xBB\xBF"}) {
             QTest::newRow(garbage) << QByteArray(garbage);
+        }
         QTest::newRow("NUL") << QByteArray(1, '\0');
     }
     void whatFollowsTheTextGivesNothing()
@@ -624,8 +634,9 @@ private Q_SLOTS:
             QByteArray members;
             for (int member = int(random.bounded(6)); member > 0; --member) {
                 const QString key = QString(QChar('a' + int(random.bounded(8))));
-                if (map.contains(key))
+                if (map.contains(key)) {
                     continue;
+                }
                 members += (members.isEmpty() ? "\"" : ",\"") + key.toUtf8() +
                            "\":{\"x\":" + QByteArray::number(i) + "}";
                 map.insert(key, QVariantMap{{"x", i}});
@@ -655,10 +666,11 @@ private Q_SLOTS:
     void aLargeTextIsRead()
     {
         QByteArray text = "[";
-        for (int i = 0; i < 5000; ++i)
+        for (int i = 0; i < 5000; ++i) {
             text += (i == 0 ? "" : ",") + QByteArray("{\"id\":\"") + QByteArray::number(i) +
                     "\",\"pos\":{\"x\":" + QByteArray::number(i) +
                     ",\"y\":0.5},\"list\":[1,2,3],\"name\":\"some name\"}";
+        }
         text += "]";
         const QVariantList list = JsonText::dataListFlattened(reply(text));
         QCOMPARE(list.size(), 5000);
@@ -673,9 +685,10 @@ private Q_SLOTS:
     {
         for (int round = 0; round < 3; ++round) {
             QByteArray text = "{";
-            for (int i = 0; i < 20000; ++i)
+            for (int i = 0; i < 20000; ++i) {
                 text += (i == 0 ? "\"k" : ",\"k") + QByteArray::number(round) + "_" + QByteArray::number(i) +
                         "\":1";
+            }
             text += "}";
             QCOMPARE(object(text).size(), 20000);
             QCOMPARE(flattened(text).size(), 20000);
@@ -686,8 +699,9 @@ private Q_SLOTS:
     void pathsThatWouldFillTheMemoryAreRefused()
     {
         QByteArray text = "{\"" + QByteArray(100000, 'k') + "\":{";
-        for (int i = 0; i < 10000; ++i)
+        for (int i = 0; i < 10000; ++i) {
             text += (i == 0 ? "\"" : ",\"") + QByteArray::number(i) + "\":0";
+        }
         text += "}}";
         QVariantMap out;
         QVERIFY(!JsonText::readFlattened(text, out));
@@ -704,14 +718,17 @@ private Q_SLOTS:
         std::vector<std::thread> threads;
         for (int& count : right) {
             threads.emplace_back([&text, &expected, &count] {
-                for (int i = 0; i < 200; ++i)
+                for (int i = 0; i < 200; ++i) {
                     count += JsonText::dataListFlattened(text) == expected ? 1 : 0;
+                }
             });
         }
-        for (std::thread& thread : threads)
+        for (std::thread& thread : threads) {
             thread.join();
-        for (const int count : right)
+        }
+        for (const int count : right) {
             QCOMPARE(count, 200);
+        }
     }
 
     void damagedTextsAreReadAsOthersReadThem()
@@ -745,8 +762,9 @@ private Q_SLOTS:
             }
             const bool complete = JsonText::isComplete(text);
             // A lone surrogate is the one thing that we read and others do not.
-            if (!text.contains("\\ud"))
+            if (!text.contains("\\ud")) {
                 QVERIFY2(complete == nlohmann::json::accept(text.cbegin(), text.cend()), text.constData());
+            }
             QVariantMap plain;
             const bool isObject = JsonText::readObject(text, plain);
             QVariantMap flat;
@@ -759,8 +777,9 @@ private Q_SLOTS:
                 continue;
             }
             ++accepted;
-            if (isObject && !text.contains("\\ud"))
+            if (isObject && !text.contains("\\ud")) {
                 QCOMPARE(QVariant(plain), toVariant(nlohmann::json::parse(text.cbegin(), text.cend())));
+            }
         }
         QVERIFY(accepted > 5000);
     }
@@ -770,8 +789,9 @@ private Q_SLOTS:
         QRandomGenerator random(815);
         for (int i = 0; i < 20000; ++i) {
             QByteArray text(int(random.bounded(200)), Qt::Uninitialized);
-            for (char& c : text)
+            for (char& c : text) {
                 c = char(random.bounded(256));
+            }
             const bool complete = JsonText::isComplete(text);
             QVariantMap out;
             QVERIFY(!JsonText::readObject(text, out) || complete);

@@ -31,8 +31,9 @@ inline unsigned char* reached()
         const char* const path = std::getenv("TESSEL_MUTANTS_REACHED");
         const int file = path == nullptr ? -1 : ::open(path, O_RDWR | O_CLOEXEC);
         struct stat status;
-        if (file < 0 || ::fstat(file, &status) != 0)
+        if (file < 0 || ::fstat(file, &status) != 0) {
             return nullptr;
+        }
         void* const map = ::mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ | PROT_WRITE,
                                  MAP_SHARED, file, 0);
         ::close(file);
@@ -44,8 +45,9 @@ inline unsigned char* reached()
 /// Whether mutant @p number is the one to run.
 inline bool on(int number)
 {
-    if (unsigned char* const bytes = reached())
+    if (unsigned char* const bytes = reached()) {
         bytes[number] = 1;
+    }
     return active() == number;
 }
 
@@ -53,8 +55,9 @@ inline bool on(int number)
 template <class Object, class Call>
 std::remove_reference_t<Object>& link(int number, Object&& object, Call call)
 {
-    if (!on(number))
+    if (!on(number)) {
         call(object);
+    }
     return object;
 }
 

@@ -33,8 +33,9 @@ std::string joined(const std::vector<std::string>& parts)
 {
     Text text;
     for (const std::string& part : parts) {
-        if (part.empty())
+        if (part.empty()) {
             continue;
+        }
         text.append(part);
     }
     return text.take();

@@ -82,9 +82,10 @@ private Q_SLOTS:
     {
         QFETCH(int, way);
         const auto make = [way]() -> QPromise<Counted> {
-            if (way == 0)
+            if (way == 0) {
                 return QPromise<Counted>(
                     [](const QPromiseResolve<Counted>& resolve) { resolve(Counted(1)); });
+            }
             return way == 1 ? QPromise<Counted>::resolve(Counted(1)) : QtPromise::resolve(Counted(1));
         };
         const QPromise<Counted> promise = make();
@@ -98,8 +99,9 @@ private Q_SLOTS:
         QFETCH(int, way);
         const Counted value(1);
         const auto make = [way, &value]() -> QPromise<Counted> {
-            if (way == 0)
+            if (way == 0) {
                 return QPromise<Counted>([&](const QPromiseResolve<Counted>& resolve) { resolve(value); });
+            }
             return way == 1 ? QPromise<Counted>::resolve(value) : QtPromise::resolve(value);
         };
         const QPromise<Counted> promise = make();

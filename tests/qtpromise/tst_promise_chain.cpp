@@ -14,8 +14,9 @@ const int links = 50000;
 QPromise<int> adoptedManyTimes(const QPromise<int>& innermost)
 {
     QPromise<int> outermost = innermost;
-    for (int i = 0; i < links; ++i)
+    for (int i = 0; i < links; ++i) {
         outermost = QPromise<int>::resolve(0).then([outermost] { return outermost; });
+    }
     QCoreApplication::sendPostedEvents();
     return outermost;
 }
@@ -39,10 +40,11 @@ private Q_SLOTS:
         Pending<int> pending;
         const QPromise<int> outermost = adoptedManyTimes(pending.promise);
         QVERIFY(outermost.isPending());
-        if (fulfilled)
+        if (fulfilled) {
             (*pending.resolve)(7);
-        else
+        } else {
             (*pending.reject)(7);
+        }
         QVERIFY(!outermost.isPending());
         QCOMPARE(fulfilled ? valueOf(outermost, 0) : reasonOf(outermost, 0), 7);
     }
@@ -64,8 +66,9 @@ private Q_SLOTS:
         {
             Pending<int> pending;
             QPromise<int> last = pending.promise;
-            for (int i = 0; i < links; ++i)
+            for (int i = 0; i < links; ++i) {
                 last = last.then([held](int value) { return value; });
+            }
             QCOMPARE(held.use_count(), links + 1L);
         }
         QCOMPARE(held.use_count(), 1L);

@@ -303,8 +303,9 @@ private Q_SLOTS:
     void promisesAreReassignedInALoop()
     {
         QPromise<int> promise = QPromise<int>::resolve(0);
-        for (int i = 0; i < 5; ++i)
+        for (int i = 0; i < 5; ++i) {
             promise = promise.then([](int value) { return value + 1; });
+        }
         QCOMPARE(valueOf(promise, 0), 5);
     }
 
@@ -312,8 +313,9 @@ private Q_SLOTS:
     {
         int pending = 0;
         for (const auto& promise :
-             {QPromise<int>::resolve(1), QPromise<int>([](const QPromiseResolve<int>&) {})})
+             {QPromise<int>::resolve(1), QPromise<int>([](const QPromiseResolve<int>&) {})}) {
             pending += promise.isPending() ? 1 : 0;
+        }
         QCOMPARE(pending, 1);
     }
 

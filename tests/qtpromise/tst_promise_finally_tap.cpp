@@ -28,8 +28,9 @@ private Q_SLOTS:
     {
         Pending<QString> gate;
         const auto promise = QPromise<int>::resolve(1).finally([&] { return gate.promise; });
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
+        }
         QVERIFY(promise.isPending());
         (*gate.resolve)(QString());
         QCOMPARE(valueOf(promise, 0), 1);
@@ -72,8 +73,9 @@ private Q_SLOTS:
     {
         Pending<void> gate;
         const auto promise = QPromise<int>::resolve(1).tap([&] { return gate.promise; });
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
+        }
         QVERIFY(promise.isPending());
         (*gate.reject)(QString("gate"));
         QCOMPARE(reasonOf(promise, QString()), QString("gate"));
@@ -108,8 +110,9 @@ private Q_SLOTS:
     {
         Pending<void> gate;
         const auto promise = QPromise<int>::reject(1).tapFail([&] { return gate.promise; });
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
+        }
         QVERIFY(promise.isPending());
         (*gate.resolve)();
         QCOMPARE(reasonOf(promise, 0), 1);

@@ -52,8 +52,9 @@ private Q_SLOTS:
         int visited = 0;
         const auto promise = QtPromise::map(Ints{1, 2, 3}, [&](int value, int) -> int {
             ++visited;
-            if (value == 1)
+            if (value == 1) {
                 throw QString("one");
+            }
             return value;
         });
         QCOMPARE(visited, 3);
@@ -127,8 +128,9 @@ private Q_SLOTS:
         int visited = 0;
         const auto promise = QPromise<Ints>::resolve({1, 2}).each([&](int value, int) {
             ++visited;
-            if (value == 1)
+            if (value == 1) {
                 throw QString("one");
+            }
             return QPromise<void>::resolve().delay(1);
         });
         QCOMPARE(reasonOf(promise, QString()), QString("one"));
@@ -136,8 +138,9 @@ private Q_SLOTS:
 
         Pending<void> gate;
         const auto gated = QtPromise::each(Ints{1}, [&](int, int) { return gate.promise; });
-        for (int i = 0; i < 5; ++i)
+        for (int i = 0; i < 5; ++i) {
             QCoreApplication::sendPostedEvents();
+        }
         QVERIFY(gated.isPending());
         (*gate.resolve)();
         QVERIFY(settles(gated));
@@ -161,8 +164,9 @@ private Q_SLOTS:
             Ints{1, 2, 3},
             [&](const QString& accumulator, int value, int index) {
                 calls += QString("%1/%2 ").arg(value).arg(index);
-                if (++running != 1)
+                if (++running != 1) {
                     throw QString("overlap");
+                }
                 return QPromise<QString>::resolve(accumulator + QString::number(value)).delay(1).tap([&] {
                     --running;
                 });
@@ -219,8 +223,9 @@ private Q_SLOTS:
         int calls = 0;
         const auto failing = [&](int accumulator, int value, int) {
             ++calls;
-            if (value == 2)
+            if (value == 2) {
                 throw QString("two");
+            }
             return accumulator + value;
         };
         QCOMPARE(reasonOf(QtPromise::reduce(Ints{1, 2, 3, 4}, failing, 0), QString()), QString("two"));

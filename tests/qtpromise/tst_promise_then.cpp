@@ -43,11 +43,13 @@ private Q_SLOTS:
     {
         QVector<int> order;
         Pending<int> pending;
-        for (int i = 0; i < 5; ++i)
+        for (int i = 0; i < 5; ++i) {
             pending.promise.then([&order, i](int) { order << i; });
+        }
         (*pending.resolve)(0);
-        for (int i = 5; i < 8; ++i)
+        for (int i = 5; i < 8; ++i) {
             pending.promise.then([&order, i](int) { order << i; });
+        }
         QCoreApplication::sendPostedEvents();
         QCOMPARE(order, (QVector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
     }
@@ -59,8 +61,9 @@ private Q_SLOTS:
         pending.promise.then([&](int) { ++calls; });
         (*pending.resolve)(0);
         (*pending.resolve)(1);
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             QCoreApplication::sendPostedEvents();
+        }
         QCOMPARE(calls, 1);
     }
 

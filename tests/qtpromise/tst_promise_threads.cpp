@@ -206,8 +206,9 @@ private Q_SLOTS:
                 (*pending.resolve)(QString("value"));
             });
             go = true;
-            for (int i = 0; i < 5; ++i)
+            for (int i = 0; i < 5; ++i) {
                 pending.promise.then([&](const QString&) { ++calls; });
+            }
             settling.join();
         }
         QCoreApplication::sendPostedEvents();
@@ -262,8 +263,9 @@ private Q_SLOTS:
             workers.emplace_back(QThread::create([&] {
                 const auto done = QPromise<QString>(pending.promise).then([&](const QString& value) {
                     const QString* expected = nullptr;
-                    if (first.compare_exchange_strong(expected, &value) || expected == &value)
+                    if (first.compare_exchange_strong(expected, &value) || expected == &value) {
                         ++same;
+                    }
                 });
                 ++attached;
                 done.wait();
@@ -272,8 +274,9 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(int(attached), 4);
         (*pending.resolve)(QString("shared"));
-        for (const auto& worker : workers)
+        for (const auto& worker : workers) {
             QVERIFY(worker->wait(20000));
+        }
         QCOMPARE(int(same), 4);
     }
 
@@ -300,16 +303,19 @@ private Q_SLOTS:
     {
         std::vector<Pending<QString>> inputs(8);
         QVector<QPromise<QString>> promises;
-        for (const auto& input : inputs)
+        for (const auto& input : inputs) {
             promises.push_back(input.promise);
+        }
         const auto gathered = all(promises);
         std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < inputs.size(); ++i)
+        for (std::size_t i = 0; i < inputs.size(); ++i) {
             threads.emplace_back([&, i] { (*inputs[i].resolve)(QString::number(i)); });
+        }
         const QVector<QString> expected{"0", "1", "2", "3", "4", "5", "6", "7"};
         const QVector<QString> values = valueOf(gathered, QVector<QString>());
-        for (std::thread& thread : threads)
+        for (std::thread& thread : threads) {
             thread.join();
+        }
         QCOMPARE(values, expected);
     }
 };

@@ -56,8 +56,9 @@ HttpClient::HttpClient(quint16 port)
 
 HttpClient::~HttpClient()
 {
-    if (m_socket >= 0)
+    if (m_socket >= 0) {
         ::close(m_socket);
+    }
 }
 
 HttpReply HttpClient::request(const QByteArray& method, const QByteArray& target, const QByteArray& body,
@@ -65,8 +66,9 @@ HttpReply HttpClient::request(const QByteArray& method, const QByteArray& target
 {
     QByteArray text = method + ' ' + target + " HTTP/1.1\r\nHost: test\r\n" + extraHeaders;
     if (!body.isEmpty()) {
-        if (!extraHeaders.toLower().contains("content-type"))
+        if (!extraHeaders.toLower().contains("content-type")) {
             text += "Content-Type: application/json\r\n";
+        }
         text += "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
     }
     send(text + "\r\n" + body);
@@ -79,8 +81,9 @@ bool HttpClient::send(const QByteArray& bytes)
     while (sent < bytes.size()) {
         const auto count = ::send(m_socket, bytes.constData() + sent,
                                   static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
-        if (count <= 0)
+        if (count <= 0) {
             return false;
+        }
         sent += count;
     }
     return true;
@@ -95,8 +98,9 @@ bool HttpClient::fill()
 {
     std::array<char, 65536> chunk{};
     const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
-    if (count <= 0)
+    if (count <= 0) {
         return false;
+    }
     m_buffer.append(chunk.data(), static_cast<int>(count));
     return true;
 }
@@ -105,8 +109,9 @@ QByteArray HttpClient::readUntil(const QByteArray& end)
 {
     int at = m_buffer.indexOf(end);
     while (at < 0) {
-        if (!fill())
+        if (!fill()) {
             return std::exchange(m_buffer, {});
+        }
         at = m_buffer.indexOf(end);
     }
     QByteArray result = m_buffer.left(at + end.size());
@@ -118,8 +123,9 @@ HttpReply HttpClient::readReply(bool headOnly)
 {
     HttpReply reply;
     const QByteArray head = readUntil("\r\n\r\n");
-    if (!head.endsWith("\r\n\r\n"))
+    if (!head.endsWith("\r\n\r\n")) {
         return reply;
+    }
     const QList<QByteArray> lines = head.trimmed().split('\n');
     reply.status = lines.first().split(' ').value(1).toInt();
     for (const QByteArray& line : lines.mid(1)) {
@@ -140,10 +146,12 @@ bool HttpClient::endsSoon()
     std::array<char, 65536> chunk{};
     for (;;) {
         const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
-        if (count == 0 || (count < 0 && errno == ECONNRESET))
+        if (count == 0 || (count < 0 && errno == ECONNRESET)) {
             return true;
-        if (count < 0)
+        }
+        if (count < 0) {
             return false;
+        }
     }
 }
 
@@ -166,13 +174,15 @@ EventReader::Event EventReader::next()
     Event event;
     for (;;) {
         const QByteArray text = m_client.readUntil("\n");
-        if (text.isEmpty())
+        if (text.isEmpty()) {
             return {};
-        if (text.startsWith("id: "))
+        }
+        if (text.startsWith("id: ")) {
             event.id = text.mid(4).trimmed().toULongLong();
-        else if (text.startsWith("data: "))
+        } else if (text.startsWith("data: ")) {
             event.data += (event.data.isEmpty() ? "" : "\n") + text.mid(6).chopped(1);
-        else if (text == "\n" && event.id != 0)
+        } else if (text == "\n" && event.id != 0) {
             return event;
+        }
     }
 }

@@ -168,8 +168,9 @@ private Q_SLOTS:
     void aLargeListIsTakenApartToo()
     {
         QByteArray list = "[";
-        for (int i = 0; i < 300000; ++i)
+        for (int i = 0; i < 300000; ++i) {
             list += "{\"cid\":" + QByteArray::number(1 + i % 6) + ",\"coefficient\":\"AAAAAAAA\"},";
+        }
         list += "{\"cid\":\"1\"}]";
         QCOMPARE(put(cabinets + "/adaptive/coefficient", list), 200);
         QVERIFY(table("1", Kind::Adaptive).endsWith(R"(,{"cid":"1"}])"));
@@ -183,8 +184,9 @@ private Q_SLOTS:
         QCOMPARE(table("2", Kind::Plain, Bank::Saved), delivered);
         QCOMPARE(put(cabinets + "/savecoefficient", R"({"cids":["2"]})"), 200);
         QCOMPARE(table("2", Kind::Plain, Bank::Saved), second);
-        for (const char* cabinet : {"2", "3"})
+        for (const char* cabinet : {"2", "3"}) {
             QCOMPARE(put(cabinets + "/" + cabinet + "/coefficientv2", "[0]"), 200);
+        }
         QCOMPARE(put(cabinets + "/loadcoefficient", R"({"cids":["2","3"]})"), 200);
         QCOMPARE(table("2"), second);
         QCOMPARE(table("3"), delivered);
@@ -225,8 +227,9 @@ private Q_SLOTS:
 
     void aScreenSavesItsOwnCabinetsOnly()
     {
-        for (const QString& cabinet : m_simulator->cabinetIds())
+        for (const QString& cabinet : m_simulator->cabinetIds()) {
             QCOMPARE(put(cabinets + "/" + cabinet.toLatin1() + "/coefficientv2", "[9]"), 200);
+        }
         QCOMPARE(put(correction + "/screens/2/usereffectadjustcoeffsave", ""), 200);
         QCOMPARE(table("1", Kind::Plain, Bank::Saved), delivered);
         QCOMPARE(table("6", Kind::Plain, Bank::Saved), QByteArray("[9]"));
@@ -334,8 +337,9 @@ private Q_SLOTS:
     {
         const QJsonObject received = get("/sim/coefficients").object()["received"].toObject();
         QCOMPARE(received.size(), static_cast<int>(Tessel::coefficientKindCount));
-        for (const auto& row : Tessel::coefficientKinds)
+        for (const auto& row : Tessel::coefficientKinds) {
             QVERIFY2(received.contains(row.name), row.name);
+        }
     }
 
     void aResetGivesTheDeliveredTablesBack()

@@ -63,9 +63,10 @@ private Q_SLOTS:
         row("/device/factoryop/cabinets/1/struct", R"({"scan":1})",
             {R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{"ids":["1"]}})"});
         for (const char* path : {"/device/cabinet/cabinetflags", "/device/cabinet/moduleflags",
-                                 "/device/cabinet/recvcardflags", "/device/cabinet/flags"})
+                                 "/device/cabinet/recvcardflags", "/device/cabinet/flags"}) {
             row(path, R"([{"id":"9","flag":1}])",
                 {R"({"eventSender":"cabinet","eventType":"allFlags","eventData":{"ids":["9"]}})"});
+        }
         row("/device/input/3/hue", R"({"hue":5})",
             {R"({"dataType":"change","changeTag":"inputsInfo","changeInputId":3})"});
         row("/device/output/2/enable", R"({"enable":false})", {outputs});
@@ -91,8 +92,9 @@ private Q_SLOTS:
         QVERIFY(m_simulator->waitForEventStreams(1));
         QCOMPARE(HttpClient(m_simulator->port()).put("/api/v1" + path, body).status, 200);
         m_simulator->pushEvent("{\"last\":1}");
-        for (const QByteArray& event : events)
+        for (const QByteArray& event : events) {
             QCOMPARE(reader.next().object(), QJsonDocument::fromJson(event).object());
+        }
         QCOMPARE(reader.next().data, QByteArray("{\"last\":1}"));
     }
 
@@ -128,14 +130,16 @@ private Q_SLOTS:
         const Tessel::EventText& text = Tessel::eventRow(static_cast<Tessel::PushEvent>(event)).text;
         EventReader reader(m_simulator->port());
         QVERIFY(m_simulator->waitForEventStreams(1));
-        if (path.isEmpty())
+        if (path.isEmpty()) {
             QVERIFY2(m_simulator->pushWarning(text.kind.text) > 0, text.kind.text);
-        else
+        } else {
             QCOMPARE(HttpClient(m_simulator->port()).put("/api/v1" + path, body).status, 200);
+        }
         const QJsonObject pushed = reader.next().object();
         QCOMPARE(pushed.value(text.source.key).toString(), QString(text.source.text));
-        if (text.kind.key)
+        if (text.kind.key) {
             QCOMPARE(pushed.value(text.kind.key).toString(), QString(text.kind.text));
+        }
         QCOMPARE(pushed.size(), 1 + (text.kind.key ? 1 : 0) + (text.payload ? 1 : 0));
         QVERIFY(!text.payload || !pushed.value(text.payload).isNull());
     }
@@ -156,10 +160,12 @@ private Q_SLOTS:
     {
         EventReader reader(m_simulator->port());
         QVERIFY(m_simulator->waitForEventStreams(1));
-        for (quint64 id = 1; id <= 5; ++id)
+        for (quint64 id = 1; id <= 5; ++id) {
             QCOMPARE(m_simulator->pushEvent("{}"), id);
-        for (quint64 id = 1; id <= 5; ++id)
+        }
+        for (quint64 id = 1; id <= 5; ++id) {
             QCOMPARE(reader.next().id, id);
+        }
     }
 
     void anEventOfSeveralLinesArrivesWhole()
@@ -191,13 +197,15 @@ private Q_SLOTS:
         Options options;
         options.eventHistory = 5;
         restart(options);
-        for (int i = 0; i < 10; ++i)
+        for (int i = 0; i < 10; ++i) {
             m_simulator->pushEvent("{}");
+        }
         EventReader reader(m_simulator->port(), lastId);
         QVERIFY(m_simulator->waitForEventStreams(1));
         m_simulator->pushEvent("{}");
-        for (quint64 id = next; id <= 11; ++id)
+        for (quint64 id = next; id <= 11; ++id) {
             QCOMPARE(reader.next().id, id);
+        }
     }
 
     void aSilentStreamHearsAHeartbeat()
@@ -215,14 +223,17 @@ private Q_SLOTS:
     void twoHundredStreamsHearEveryEventInOrder()
     {
         std::vector<std::unique_ptr<EventReader>> readers;
-        for (int i = 0; i < 200; ++i)
+        for (int i = 0; i < 200; ++i) {
             readers.push_back(std::make_unique<EventReader>(m_simulator->port()));
+        }
         QVERIFY(m_simulator->waitForEventStreams(200));
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             m_simulator->pushEvent("{\"n\":" + QByteArray::number(i) + "}");
+        }
         for (const auto& reader : readers) {
-            for (quint64 id = 1; id <= 100; ++id)
+            for (quint64 id = 1; id <= 100; ++id) {
                 QCOMPARE(reader->next().id, id);
+            }
         }
     }
 

@@ -62,8 +62,9 @@ private Q_SLOTS:
         fault.status = 500;
         fault.times = -1;
         m_simulator->addFault(fault);
-        for (int i = 0; i < 5; ++i)
+        for (int i = 0; i < 5; ++i) {
             QCOMPARE(get(hw).status, 500);
+        }
         m_simulator->clearFaults();
         QCOMPARE(get(hw).status, 200);
     }
@@ -202,10 +203,12 @@ private Q_SLOTS:
         fault.times = 8;
         m_simulator->addFault(fault);
         std::vector<std::thread> threads;
-        for (int i = 0; i < 8; ++i)
+        for (int i = 0; i < 8; ++i) {
             threads.emplace_back([this] { get(hw); });
-        for (auto& thread : threads)
+        }
+        for (auto& thread : threads) {
             thread.join();
+        }
         QCOMPARE(m_simulator->requestCount(), quint64(8));
         QCOMPARE(m_simulator->requestCount(QString::fromLatin1(hw)), quint64(8));
         QVERIFY(m_simulator->peakRequestsInFlight() >= 2);
@@ -292,8 +295,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         for (const char* body :
              {"", "x", "7", "[1]", R"({"status":"500"})", R"({"status":99})", R"({"status":600})",
-              R"({"cut":"slice"})", R"({"delay":-1})", R"({"path":7})"})
+              R"({"cut":"slice"})", R"({"delay":-1})", R"({"path":7})"}) {
             QTest::newRow(body) << QByteArray(body);
+        }
     }
 
     void theControlInterfaceRefusesWhatIsNoScript()

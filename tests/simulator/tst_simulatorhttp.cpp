@@ -29,8 +29,9 @@ private Q_SLOTS:
     void aConnectionServesManyRequests()
     {
         HttpClient client(m_simulator->port());
-        for (int i = 0; i < 50; ++i)
+        for (int i = 0; i < 50; ++i) {
             QCOMPARE(client.get("/api/v1/device/hw").status, 200);
+        }
     }
 
     void requestsInOneGoAreAnsweredInOrder()
@@ -104,10 +105,11 @@ private Q_SLOTS:
         HttpClient client(m_simulator->port());
         client.send(request);
         QCOMPARE(client.readReply().status, 200);
-        if (ends)
+        if (ends) {
             QVERIFY(client.endsSoon());
-        else
+        } else {
             QCOMPARE(client.get("/api/v1/device/hw").status, 200);
+        }
     }
 
     void aChunkedBodyIsTaken()
@@ -198,9 +200,10 @@ private Q_SLOTS:
             QByteArray bytes = "PUT /api/v1/device/cabinet/1/weight HTTP/1.1\r\nHost: t\r\nContent-Type: "
                                "application/json\r\n"
                                "Content-Length: 14\r\n\r\n{\"weight\":900}";
-            for (int k = 0; k <= i % 8; ++k)
+            for (int k = 0; k <= i % 8; ++k) {
                 bytes[static_cast<int>(random() % static_cast<unsigned>(bytes.size()))] =
                     static_cast<char>(random() % 256);
+            }
             row(qPrintable(QStringLiteral("mutated %1").arg(i)), bytes, served.value(i, 400));
         }
     }
@@ -220,8 +223,9 @@ private Q_SLOTS:
             QCOMPARE(reply.code() == 0, status == 200);
         }
         // A refusal is the connection's last word; what was served may have a rest that is no request.
-        if (status == 400 || status == 413)
+        if (status == 400 || status == 413) {
             QCOMPARE(reply.headers.value("connection"), QByteArray("close"));
+        }
         QVERIFY(client.endsSoon());
         QVERIFY(isServing());
         QTRY_COMPARE(m_simulator->requestsInFlight(), 0);

@@ -170,14 +170,16 @@ private Q_SLOTS:
                                     : client.get("/api/v1/device/cabinet").status;
                             served = served || status == 200;
                         }
-                        if (!client.isConnected() || status == 0)
+                        if (!client.isConnected() || status == 0) {
                             return;
+                        }
                     }
                 });
             }
             threads.emplace_back([&simulator] {
-                for (int i = 0; i < 1000; ++i)
+                for (int i = 0; i < 1000; ++i) {
                     simulator.pushEvent("{}");
+                }
             });
             QTRY_VERIFY(served);
             simulator.stop();
@@ -185,8 +187,9 @@ private Q_SLOTS:
             QVERIFY(delayed.endsSoon());
             QVERIFY(reader.endsSoon());
             QVERIFY(idle.endsSoon());
-            for (auto& thread : threads)
+            for (auto& thread : threads) {
                 thread.join();
+            }
             QCOMPARE(simulator.requestsInFlight(), 0);
             QCOMPARE(simulator.eventStreams(), 0);
         }
@@ -213,17 +216,20 @@ private Q_SLOTS:
                     simulator.setValue(QStringLiteral("/api/v1/device/input/1/hue"), "{\"hue\":" + id + "}");
                     simulator.requests();
                     simulator.peakRequestsInFlight();
-                    if (k % 10 == 0)
+                    if (k % 10 == 0) {
                         simulator.disconnectStreams();
+                    }
                 }
             });
         }
-        for (auto& thread : threads)
+        for (auto& thread : threads) {
             thread.join();
+        }
         QCOMPARE(failures.load(), 0);
         for (const auto& entry :
-             HttpClient(simulator.port()).get("/api/v1/device/cabinet").list().toVariantList().mid(0, 200))
+             HttpClient(simulator.port()).get("/api/v1/device/cabinet").list().toVariantList().mid(0, 200)) {
             QCOMPARE(entry.toMap().value(QStringLiteral("weight")).toInt(), 1);
+        }
     }
 
     void tenThousandCabinetsAreServed()

@@ -73,8 +73,9 @@ private Q_SLOTS:
         for (int update = 0; update < 2; ++update) {
             QCOMPARE(put(start, "{\"update\":" + QByteArray::number(update) + "}").status, 200);
             QStringList states;
-            for (int i = 0; i < 6; ++i)
+            for (int i = 0; i < 6; ++i) {
                 states << state();
+            }
             QCOMPARE(states, (QStringList{"running 0", "running 25", "running 50", "running 75", "done 100",
                                           "done 100"}));
         }
@@ -134,8 +135,9 @@ private Q_SLOTS:
                                              {"temperature", "temperature"},
                                              {"outputChange", "linked"},
                                              {"cabinet", "temperature"}};
-        for (const auto& row : Tessel::warningRows)
+        for (const auto& row : Tessel::warningRows) {
             QTest::newRow(row.name()) << row.name() << members.value(row.name());
+        }
     }
     void warningsArePushed()
     {
@@ -147,8 +149,9 @@ private Q_SLOTS:
         const QByteArray body = "{\"eventType\":\"" + type.toLatin1() + "\",\"eventData\":{\"a\":1}}";
         QCOMPARE(HttpClient(m_simulator->port()).request("POST", "/sim/warnings", body).status, 200);
         QList<QJsonObject> events;
-        for (int i = 0; i < 2; ++i)
+        for (int i = 0; i < 2; ++i) {
             events << stream.next().object();
+        }
         for (const QJsonObject& event : events) {
             QCOMPARE(event.value(QStringLiteral("eventSender")).toString(), QStringLiteral("monitor"));
             QCOMPARE(event.value(QStringLiteral("eventType")).toString(), type);
@@ -162,8 +165,9 @@ private Q_SLOTS:
         QCOMPARE(m_simulator->pushWarning(QStringLiteral("weather")), quint64(0));
         QCOMPARE(m_simulator->pushWarning(QStringLiteral("voltage"), "{"), quint64(0));
         HttpClient client(m_simulator->port());
-        for (const char* body : {"", "[]", "{}", R"({"eventType":1})", R"({"eventType":"weather"})"})
+        for (const char* body : {"", "[]", "{}", R"({"eventType":1})", R"({"eventType":"weather"})"}) {
             QCOMPARE(client.request("POST", "/sim/warnings", body).status, 400);
+        }
         Options options;
         options.cabinets = 0;
         Simulator bare(options);

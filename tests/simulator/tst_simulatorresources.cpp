@@ -18,12 +18,14 @@ QJsonValue parsed(const QByteArray& json)
 // Whether everything in expected stands in actual too.
 bool holds(const QJsonValue& actual, const QJsonValue& expected)
 {
-    if (!expected.isObject())
+    if (!expected.isObject()) {
         return actual == expected;
+    }
     const QJsonObject members = expected.toObject();
     for (auto it = members.begin(); it != members.end(); ++it) {
-        if (!holds(actual.toObject().value(it.key()), it.value()))
+        if (!holds(actual.toObject().value(it.key()), it.value())) {
             return false;
+        }
     }
     return true;
 }
@@ -63,8 +65,9 @@ private Q_SLOTS:
     void theDeviceTellsWhoItIs()
     {
         const QJsonObject device = get("/device/hw").object();
-        for (const char* member : {"name", "customName", "mac", "ip"})
+        for (const char* member : {"name", "customName", "mac", "ip"}) {
             QVERIFY2(!device.value(QLatin1String(member)).toString().isEmpty(), member);
+        }
         QVERIFY(device.value(QStringLiteral("capability"))
                     .toObject()
                     .value(QStringLiteral("deviceType"))
@@ -128,18 +131,21 @@ private Q_SLOTS:
         const QJsonArray screens = get("/screen").object().value(QStringLiteral("screens")).toArray();
         for (const auto& screen : screens) {
             for (const auto& part : screen.toObject().value(QStringLiteral("subScreens")).toArray()) {
-                for (const char* member : {"subScreenID", "inputID", "postion", "size", "cabinets"})
+                for (const char* member : {"subScreenID", "inputID", "postion", "size", "cabinets"}) {
                     QVERIFY2(part.toObject().contains(QLatin1String(member)), member);
-                for (const auto& cabinet : part.toObject().value(QStringLiteral("cabinets")).toArray())
+                }
+                for (const auto& cabinet : part.toObject().value(QStringLiteral("cabinets")).toArray()) {
                     onScreens.insert(cabinet.toObject().value(QStringLiteral("id")).toString());
+                }
             }
         }
         QCOMPARE(onScreens.size(), 240);
         for (const auto& entry : get("/device/cabinet").list()) {
             const QJsonObject cabinet = entry.toObject();
             QVERIFY(onScreens.contains(cabinet.value(QStringLiteral("id")).toString()));
-            for (const char* member : {"outputId", "outputID", "moduleCount", "weight", "power", "voltage"})
+            for (const char* member : {"outputId", "outputID", "moduleCount", "weight", "power", "voltage"}) {
                 QVERIFY2(cabinet.value(QLatin1String(member)).isDouble(), member);
+            }
             const int output = cabinet.value(QStringLiteral("outputID")).toInt();
             QVERIFY(output >= 1 && output <= 16);
         }
@@ -202,8 +208,9 @@ private Q_SLOTS:
         const QJsonValue after = get(path).data();
         QVERIFY2(holds(after, parsed(body)), QJsonDocument(QJsonArray{after}).toJson().constData());
         if (before.isObject()) {
-            for (const QString& key : before.toObject().keys())
+            for (const QString& key : before.toObject().keys()) {
                 QVERIFY2(after.toObject().contains(key), qPrintable(key));
+            }
         }
         m_simulator->reset();
         QCOMPARE(get(path).data(), before);
@@ -399,9 +406,10 @@ private Q_SLOTS:
         QCOMPARE(image.value("contentType").toString(), QStringLiteral("image/png"));
         QCOMPARE(image.value("fileName").toString(), QStringLiteral("a \"b\";c.png"));
         QStringList parts;
-        for (const auto& part : image.value("parts").toArray())
+        for (const auto& part : image.value("parts").toArray()) {
             parts << part.toObject().value("name").toString() + ' ' +
                          QString::number(part.toObject().value("size").toInt());
+        }
         QCOMPARE(parts, (QStringList{"id 1", "image " + QString::number(pixels.size()), " 0"}));
     }
 
@@ -517,8 +525,9 @@ private Q_SLOTS:
     void aLargeBodyIsKeptAsItIs()
     {
         QByteArray body = "[";
-        for (int i = 0; i < 400000; ++i)
+        for (int i = 0; i < 400000; ++i) {
             body += "{\"c\":\"AAAA\"},";
+        }
         body += "{}]";
         QCOMPARE(put("/device/correctionop/cabinets/2/coefficientv2", body).status, 200);
         QVERIFY(get("/device/correctionop/cabinets/2/coefficientv2").body.contains(body));
@@ -531,11 +540,12 @@ private Q_SLOTS:
         const QByteArray large = "{\"x\":\"" + QByteArray(200000, 'x') + "\"}";
         QCOMPARE(put("/device/cabinet/rgbgain", large).status, 200);
         int status = 200;
-        for (int i = 0; i < 40 && status == 200; ++i)
+        for (int i = 0; i < 40 && status == 200; ++i) {
             status = put("/device/factoryop/cabinets/" +
                              QByteArray(i % 2 == 0 ? "struct/extends/signaldelay" : "chipregister"),
                          "{\"x" + QByteArray::number(i) + "\":\"" + QByteArray(200000, 'x') + "\"}")
                          .status;
+        }
         QCOMPARE(status, 507);
         QCOMPARE(get("/device/hw").status, 200);
     }

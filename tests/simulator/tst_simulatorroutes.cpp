@@ -21,8 +21,9 @@ namespace {
 QByteArray filled(QString path)
 {
     path.replace(QStringLiteral("{type}"), QStringLiteral("3"));
-    for (const char* placeholder : {"{id}", "{cid}", "{outputid}"})
+    for (const char* placeholder : {"{id}", "{cid}", "{outputid}"}) {
         path.replace(QLatin1String(placeholder), QStringLiteral("1"));
+    }
     return path.replace(QLatin1Char(' '), QStringLiteral("%20")).toLatin1();
 }
 
@@ -52,8 +53,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         const auto urls = AllUrlResource::getInstance()->getMapAllUrl();
         QCOMPARE(urls.size(), 427);
-        for (auto it = urls.cbegin(); it != urls.cend(); ++it)
+        for (auto it = urls.cbegin(); it != urls.cend(); ++it) {
             QTest::newRow(qPrintable(it.key())) << it.value();
+        }
     }
 
     void everyRouteAnswersItsVerbsWithAnEnvelope()
@@ -79,8 +81,9 @@ private Q_SLOTS:
                 } else {
                     QCOMPARE(reply.status, 200);
                 }
-                if (reply.headers.value("content-type") != "application/octet-stream")
+                if (reply.headers.value("content-type") != "application/octet-stream") {
                     QVERIFY2(reply.isEnvelope(), verb);
+                }
                 QCOMPARE(reply.code(), reply.headers.value("content-type") == "application/octet-stream" ? -1
                                        : reply.status == 200                                             ? 0
                                                              : reply.status);
@@ -112,8 +115,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("target");
         for (const char* target : {"/api/protocol/version", "/api/v1/screen", "/api/v1/screen/brightness",
-                                   "/api/v1/screen/1/gamma", "/api/v1/hwscreen/correction/drawid"})
+                                   "/api/v1/screen/1/gamma", "/api/v1/hwscreen/correction/drawid"}) {
             QTest::newRow(target) << QByteArray(target);
+        }
     }
 
     void anOlderControllerLacksTheMultiScreenRoutes()
@@ -150,8 +154,9 @@ private Q_SLOTS:
                                    "/API/v1/device/hw",
                                    "/sim",
                                    "/sim/counts",
-                                   "/api/v1/../v1/device/hw"})
+                                   "/api/v1/../v1/device/hw"}) {
             QTest::newRow(target) << QByteArray(target);
+        }
     }
 
     void whatIsNoResourceAnswers404()
@@ -213,8 +218,9 @@ private Q_SLOTS:
     void everySpecialRuleIsForARouteThatThereIs()
     {
         QSet<QString> properties;
-        for (const Route& route : RouteTable::instance().routes())
+        for (const Route& route : RouteTable::instance().routes()) {
             properties << QString::fromStdString(route.property);
+        }
         const auto special = specialProperties();
         QVERIFY(special.size() > 40);
         for (const auto property : special) {
@@ -234,13 +240,16 @@ private Q_SLOTS:
             values.insert(route.value);
             effects.insert(route.effect);
             for (const auto& event : {route.nameEvent, route.changeEvent}) {
-                if (event)
+                if (event) {
                     events.insert(*event);
+                }
             }
-            if (route.coefficients)
+            if (route.coefficients) {
                 uploads.insert(*route.coefficients);
-            for (const auto& action : route.coefficientActions)
+            }
+            for (const auto& action : route.coefficientActions) {
                 actions.insert(action.kind);
+            }
         }
         QCOMPARE(values.size(), static_cast<std::size_t>(SpecialValue::Lock) + 1);
         QCOMPARE(effects.size(), static_cast<std::size_t>(WriteEffect::DisableTestPattern) + 1);

@@ -13,8 +13,9 @@ QByteArray nextLine(QProcess& process)
 {
     QDeadlineTimer watchdog(10000);
     while (!process.canReadLine() && !watchdog.hasExpired()) {
-        if (!process.waitForReadyRead(1000) && process.state() == QProcess::NotRunning)
+        if (!process.waitForReadyRead(1000) && process.state() == QProcess::NotRunning) {
             break;
+        }
     }
     return process.readLine().trimmed();
 }
@@ -72,11 +73,13 @@ private Q_SLOTS:
         QProcess process;
         run(process, {QStringLiteral("--devices"), QStringLiteral("3"), QStringLiteral("--control")});
         QSet<quint16> ports;
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             ports.insert(portOf(nextLine(process)));
+        }
         QCOMPARE(ports.size(), 3);
-        for (const quint16 port : qAsConst(ports))
+        for (const quint16 port : qAsConst(ports)) {
             QCOMPARE(HttpClient(port).get("/sim").status, 200);
+        }
         process.terminate();
         QVERIFY(process.waitForFinished(10000));
         QCOMPARE(process.exitCode(), 0);

@@ -37,8 +37,9 @@ public:
     void watch(bool on)
     {
         m_watching = on || !op.watch;
-        if (op.watch)
+        if (op.watch) {
             op.watch(on);
+        }
     }
 
     // Entries differ by a number.
@@ -71,8 +72,9 @@ public:
     {
         const int before = engine->count();
         QVariant out = kept();
-        if (!op.read(deviceKey, out, false))
+        if (!op.read(deviceKey, out, false)) {
             return QStringLiteral("the read failed");
+        }
         return engine->count() == before ? out : QStringLiteral("the device was asked");
     }
 
@@ -94,8 +96,9 @@ public:
     /// Lets all replies come.
     void settle() const
     {
-        for (int held = engine->held(); held > 0; --held)
+        for (int held = engine->held(); held > 0; --held) {
             engine->release();
+        }
         QTRY_COMPARE(engine->held(), 0);
         QCoreApplication::processEvents();
     }
@@ -144,11 +147,13 @@ private:
     }
     void noteEvent(const QByteArray& event)
     {
-        if (!m_watching)
+        if (!m_watching) {
             return;
+        }
         const QStringList lines = op.traceOfEvent(event);
-        for (const QString& line : lines)
+        for (const QString& line : lines) {
             m_trace << QRegularExpression::escape(line);
+        }
     }
 
     bool m_watching = true;
@@ -294,8 +299,9 @@ void withTheWatchOffEventsAreLost(Bench& bench)
 {
     bench.watch(false);
     bench.push(bench.op.event);
-    for (const auto& [name, event] : bench.op.otherEvents)
+    for (const auto& [name, event] : bench.op.otherEvents) {
         bench.push(event);
+    }
     bench.watch(true);
     bench.settle();
     QCOMPARE(bench.engine->count(), 0);
@@ -394,8 +400,9 @@ void anEventDuringAReadIsHandledAfterIt(Bench& bench)
 {
     bench.engine->answer([&bench](const RecordingEngine::Request&) {
         const int number = bench.engine->count();
-        if (number == 1)
+        if (number == 1) {
             bench.pushFromForeignThread(bench.op.event);
+        }
         return bench.reply(number);
     });
     QVERIFY(bench.load());
@@ -412,8 +419,9 @@ void anEventFromAForeignThreadIsHandledOnTheOperatorsThread(Bench& bench)
 {
     QThread* startedOn = nullptr;
     bench.engine->answer([&](const RecordingEngine::Request&) {
-        if (bench.op.refreshBlocks)
+        if (bench.op.refreshBlocks) {
             startedOn = QThread::currentThread();
+        }
         return bench.reply(1);
     });
     bool answered = bench.op.refreshBlocks;
@@ -435,8 +443,9 @@ void anEventFromAForeignThreadIsHandledOnTheOperatorsThread(Bench& bench)
     QCOMPARE(startedOn, thread);
     const int told = bench.op.told(bench.device).size();
     QTRY_COMPARE(bench.recorder.threads().size(), told);
-    for (const QThread* raisedOn : bench.recorder.threads())
+    for (const QThread* raisedOn : bench.recorder.threads()) {
         QCOMPARE(raisedOn, thread);
+    }
     QTRY_VERIFY(answered);
     bench.settle();
     QCOMPARE(bench.cached(), bench.entry(1));
@@ -549,8 +558,9 @@ void addOtherEvents(const CachedOperator& subject)
     add("cut", subject.event.left(subject.event.size() - 1));
     add("no JSON", "change");
     add("nothing", "");
-    for (const auto& [name, other] : subject.otherEvents)
+    for (const auto& [name, other] : subject.otherEvents) {
         add(name, other);
+    }
 }
 
 } // namespace
@@ -583,14 +593,16 @@ void addCachedOperatorChecks(const CachedOperator& subject)
     ADD_CHECK(anEventFromAForeignThreadIsHandledOnTheOperatorsThread);
     if (subject.forgetsOnLogout) {
         ADD_CHECK(aLogoutForgetsTheEntry);
-        if (subject.watch)
+        if (subject.watch) {
             ADD_CHECK(aLogoutForgetsTheEntryWithTheWatchOffAsWell);
+        }
     } else {
         ADD_CHECK(aLogoutKeepsTheEntry);
     }
     ADD_CHECK(theLogoutOfAnotherDeviceChangesNothing);
-    if (!subject.refreshBlocks)
+    if (!subject.refreshBlocks) {
         ADD_CHECK(aLogoutDoesNotStopARefreshUnderWay);
+    }
 #undef ADD_CHECK
     addOtherEvents(subject);
 }
@@ -599,6 +611,7 @@ void checkCachedOperator(const CachedOperator& subject, const CachedOperatorChec
 {
     CachedOperatorBench bench(subject);
     check(bench);
-    if (!QTest::currentTestFailed())
+    if (!QTest::currentTestFailed()) {
         bench.compareLog();
+    }
 }

@@ -27,8 +27,9 @@ void enableAllButQts(QLoggingCategory* category)
         formerFilter.load()(category);
         return;
     }
-    for (const QtMsgType type : {QtDebugMsg, QtInfoMsg, QtWarningMsg, QtCriticalMsg})
+    for (const QtMsgType type : {QtDebugMsg, QtInfoMsg, QtWarningMsg, QtCriticalMsg}) {
         category->setEnabled(type, true);
+    }
 }
 
 const char* word(QtMsgType type)
@@ -64,8 +65,9 @@ LogCollector::LogCollector()
         m_outer = innermost;
         innermost = this;
     }
-    if (m_outer)
+    if (m_outer) {
         return;
+    }
     // In two steps: the filter calls the former one, which only its replacement tells.
     formerFilter = QLoggingCategory::installFilter(nullptr);
     QLoggingCategory::installFilter(enableAllButQts);
@@ -78,8 +80,9 @@ LogCollector::~LogCollector()
         const std::lock_guard<std::mutex> lock(mutex);
         innermost = m_outer;
     }
-    if (m_outer)
+    if (m_outer) {
         return;
+    }
     qInstallMessageHandler(formerHandler);
     QLoggingCategory::installFilter(formerFilter);
 }
@@ -105,6 +108,7 @@ void LogCollector::collect(QtMsgType type, const QMessageLogContext& context, co
             return;
         }
     }
-    if (const QtMessageHandler former = formerHandler)
+    if (const QtMessageHandler former = formerHandler) {
         former(type, context, text);
+    }
 }

@@ -59,8 +59,9 @@ void compareRequest(const RecordingEngine::Request& sent, const OperationRow& ro
     QCOMPARE(sent.downloadPath, row.downloadPath);
     QMap<QString, QString> headers = sent.headers;
     // The proxy names the type of a JSON body.
-    if (!row.headers.contains(contentType))
+    if (!row.headers.contains(contentType)) {
         headers.remove(contentType);
+    }
     QCOMPARE(headers, row.headers);
 }
 
@@ -111,12 +112,13 @@ void checkBlockingOperation(const OperationRow& row)
     engine->answer(RecordingEngine::failure());
     outputs = usedOutputs();
     QCOMPARE(row.call(outputs), row.onFailure == OnFailure::Unnoticed);
-    if (row.decoder == Decoder::None || row.onFailure != OnFailure::EmptyOutput)
+    if (row.decoder == Decoder::None || row.onFailure != OnFailure::EmptyOutput) {
         verifyUntouched(outputs);
-    else if (isList)
+    } else if (isList) {
         QVERIFY(outputs.list.isEmpty());
-    else
+    } else {
         QVERIFY(outputs.map.isEmpty());
+    }
 
     // What did not wait for its reply gets it here, not in the middle of a later test.
     QTRY_COMPARE(engine->held(), 0);
@@ -136,10 +138,11 @@ void checkUnansweredOperation(const OperationRow& row)
     compareRequest(engine->last(), row);
 
     Outputs expected = usedOutputs();
-    if (row.decoder == Decoder::Map)
+    if (row.decoder == Decoder::Map) {
         expected.map.clear();
-    else if (row.decoder != Decoder::None)
+    } else if (row.decoder != Decoder::None) {
         expected.list.clear();
+    }
     QCOMPARE(outputs.map, expected.map);
     QCOMPARE(outputs.list, expected.list);
 

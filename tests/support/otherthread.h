@@ -17,8 +17,9 @@ public:
     /// A call that did not get through has to by now.
     ~OtherThread()
     {
-        if (m_thread)
+        if (m_thread) {
             m_thread->wait();
+        }
     }
 
     /// Runs @p call on a thread of its own. @return whether it returned; `false` after five seconds.

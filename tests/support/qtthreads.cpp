@@ -55,8 +55,9 @@ bool QSemaphore::tryAcquire(int n)
 {
     static const auto next = nextOf<bool (*)(QSemaphore*, int)>("_ZN10QSemaphore10tryAcquireEi");
     const bool acquired = next(this, n);
-    if (acquired)
+    if (acquired) {
         __tsan_acquire(this);
+    }
     return acquired;
 }
 
@@ -64,8 +65,9 @@ bool QSemaphore::tryAcquire(int n, int timeout)
 {
     static const auto next = nextOf<bool (*)(QSemaphore*, int, int)>("_ZN10QSemaphore10tryAcquireEii");
     const bool acquired = next(this, n, timeout);
-    if (acquired)
+    if (acquired) {
         __tsan_acquire(this);
+    }
     return acquired;
 }
 
@@ -89,8 +91,9 @@ bool QThread::wait(QDeadlineTimer deadline)
 {
     static const auto next = nextOf<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
     const bool ended = next(this, deadline);
-    if (ended)
+    if (ended) {
         __tsan_acquire(this);
+    }
     return ended;
 }
 
@@ -98,7 +101,8 @@ bool QThread::wait(unsigned long time)
 {
     static const auto next = nextOf<bool (*)(QThread*, unsigned long)>("_ZN7QThread4waitEm");
     const bool ended = next(this, time);
-    if (ended)
+    if (ended) {
         __tsan_acquire(this);
+    }
     return ended;
 }

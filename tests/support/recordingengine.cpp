@@ -63,8 +63,9 @@ void RecordingEngine::hold()
 
 bool RecordingEngine::release()
 {
-    if (held() == 0)
+    if (held() == 0) {
         return false;
+    }
     answerOldestLater();
     return true;
 }
@@ -116,13 +117,16 @@ bool RecordingEngine::start(const Request& request, Done done)
         m_requests.push_back(request);
         start = m_start;
         hold = m_hold;
-        if (!start)
+        if (!start) {
             m_held.push_back({request, done});
+        }
     }
-    if (start)
+    if (start) {
         return start(request, done);
-    if (!hold)
+    }
+    if (!hold) {
         answerOldestLater();
+    }
     return true;
 }
 
@@ -147,8 +151,9 @@ void RecordingEngine::answerOldest()
     Pending pending;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_held.empty())
+        if (m_held.empty()) {
             return;
+        }
         pending = std::move(m_held.front());
         m_held.pop_front();
     }

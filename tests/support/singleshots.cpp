@@ -13,17 +13,21 @@ int fireSingleShots(int interval, int count)
     // Qt makes each single shot a child of the thread's dispatcher.
     QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance();
     QList<QPointer<QObject>> shots;
-    for (QObject* child : dispatcher->children())
+    for (QObject* child : dispatcher->children()) {
         shots << child;
+    }
     int fired = 0;
     for (const QPointer<QObject>& shot : shots) {
-        if (fired == count)
+        if (fired == count) {
             break;
-        if (!shot)
+        }
+        if (!shot) {
             continue;
+        }
         for (const QAbstractEventDispatcher::TimerInfo& timer : dispatcher->registeredTimers(shot)) {
-            if (timer.interval != interval)
+            if (timer.interval != interval) {
                 continue;
+            }
             QTimerEvent timeout(timer.timerId);
             QCoreApplication::sendEvent(shot, &timeout);
             ++fired;

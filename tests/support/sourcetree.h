@@ -16,8 +16,9 @@ inline QStringList sourcesBelow(const QString& directory)
     QStringList files;
     QDirIterator it(root + '/' + directory, {"*.h", "*.cpp", "*.inl"}, QDir::Files,
                     QDirIterator::Subdirectories);
-    while (it.hasNext())
+    while (it.hasNext()) {
         files << QDir(root).relativeFilePath(it.next());
+    }
     return files;
 }
 

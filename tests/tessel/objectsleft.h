@@ -70,10 +70,11 @@ int livingNow()
 {
     std::set<QObject*> living;
     for (const ObjectFate& fate : objectFates) {
-        if (fate.made)
+        if (fate.made) {
             living.insert(fate.object);
-        else
+        } else {
             living.erase(fate.object);
+        }
     }
     return static_cast<int>(std::count_if(living.begin(), living.end(), [](QObject* object) {
         return qobject_cast<Class*>(object) != nullptr;

@@ -42,8 +42,9 @@ class TestAlgorithm : public QObject
     static void everyCalculation()
     {
         QTest::addColumn<const Named*>("named");
-        for (const Named& named : calculations)
+        for (const Named& named : calculations) {
             QTest::newRow(named.name) << &named;
+        }
     }
     static bool calculate(const Named* named, const Parameters& parameters, Map& reply)
     {
@@ -124,8 +125,9 @@ private Q_SLOTS:
     {
         QSignalSpy raised(Algorithm::getInstance(), &Algorithm::needGetAlgorithmInfo);
         Map reply;
-        for (const Named& named : calculations)
+        for (const Named& named : calculations) {
             calculate(&named, {}, reply);
+        }
         QCoreApplication::processEvents();
         QCOMPARE(raised.size(), 0);
     }

@@ -51,8 +51,9 @@ private Q_SLOTS:
     void everyKeyHasItsPath_data()
     {
         QTest::addColumn<QString>("path");
-        for (const ExpectedRoute& route : expectedRoutes)
+        for (const ExpectedRoute& route : expectedRoutes) {
             QTest::newRow(route.key) << QString(route.path);
+        }
     }
     void everyKeyHasItsPath()
     {
@@ -63,8 +64,9 @@ private Q_SLOTS:
     void theTableHoldsNoOtherKeys()
     {
         QStringList expected;
-        for (const ExpectedRoute& route : expectedRoutes)
+        for (const ExpectedRoute& route : expectedRoutes) {
             expected << route.key;
+        }
         QCOMPARE(AllUrlResource::getInstance()->getMapAllUrl().keys(), expected);
     }
 
@@ -95,8 +97,9 @@ private Q_SLOTS:
     {
         const QMap<QString, QString> table = AllUrlResource::getInstance()->getMapAllUrl();
         for (auto route = table.begin(); route != table.end(); ++route) {
-            if (route.key() == "Device_Protoc" || route.key() == "Device_Capability_Protoc")
+            if (route.key() == "Device_Protoc" || route.key() == "Device_Capability_Protoc") {
                 continue;
+            }
             QVERIFY2(route.value().startsWith("/api/v1/"), qPrintable(route.key()));
         }
     }
@@ -111,8 +114,9 @@ private Q_SLOTS:
     void pathsReplacedByALaterInsertAreUnreachable_data()
     {
         QTest::addColumn<QString>("path");
-        for (const char* last : {"switch", "mode", "hlgmode", "peakbrightness", "illuminance"})
+        for (const char* last : {"switch", "mode", "hlgmode", "peakbrightness", "illuminance"}) {
             QTest::newRow(last) << QString("/api/v1/device/channel/{id}/hdr/%1").arg(last);
+        }
     }
     void pathsReplacedByALaterInsertAreUnreachable()
     {
@@ -128,8 +132,9 @@ private Q_SLOTS:
     void anAbsentKeyYieldsAnEmptyPath_data()
     {
         QTest::addColumn<QString>("key");
-        for (const char* key : absentRouteKeys)
+        for (const char* key : absentRouteKeys) {
             QTest::newRow(key) << QString(key);
+        }
         QTest::newRow("empty") << QString();
         QTest::newRow("another case") << QString("device_hwinfo");
     }
@@ -143,16 +148,18 @@ private Q_SLOTS:
     void keysThatShareAPathStaySeparate_data()
     {
         QTest::addColumn<int>("row");
-        for (std::size_t row = 0; row < std::size(sharedPaths); ++row)
+        for (std::size_t row = 0; row < std::size(sharedPaths); ++row) {
             QTest::newRow(sharedPaths[row].path) << int(row);
+        }
     }
     void keysThatShareAPathStaySeparate()
     {
         QFETCH(int, row);
         const SharedPath& shared = sharedPaths[row];
         QStringList expected;
-        for (const char* key : shared.keys)
+        for (const char* key : shared.keys) {
             expected << key;
+        }
         expected.sort();
         QCOMPARE(AllUrlResource::getInstance()->getMapAllUrl().keys(shared.path), expected);
     }
@@ -163,8 +170,9 @@ private Q_SLOTS:
         const QRegularExpression placeHolder("\\{([^}]*)\\}");
         for (const QString& path : AllUrlResource::getInstance()->getMapAllUrl()) {
             auto match = placeHolder.globalMatch(path);
-            while (match.hasNext())
+            while (match.hasNext()) {
                 names << match.next().captured(1);
+            }
         }
         QCOMPARE(names, (QSet<QString>{"id", "cid", "outputid", "type"}));
         QCOMPARE(AllUrlResource::getUrl("Device_RvCardFirmware"),

@@ -118,10 +118,11 @@ private Q_SLOTS:
             auto app = application();
             qAddPostRoutine(askWhetherItIsTheEnd);
             std::unique_ptr<ApplicationEnd::Watch> watch;
-            if (watches)
+            if (watches) {
                 watch = std::make_unique<ApplicationEnd::Watch>([] {});
-            else
+            } else {
                 QVERIFY(!ApplicationEnd::hasCome());
+            }
             app.reset();
             QVERIFY(knewTheEnd);
         }
@@ -136,8 +137,9 @@ private Q_SLOTS:
             auto app = application();
             std::thread caller([&] { ok = Tessel::GroupRequest("Device_Hue").put("wall", {"1", "2"}); });
             const QDeadlineTimer limit(10000);
-            while (engine->held() < 2 && !limit.hasExpired())
+            while (engine->held() < 2 && !limit.hasExpired()) {
                 std::this_thread::yield();
+            }
             app.reset();
             caller.join();
         });

@@ -34,8 +34,9 @@ CabinetInfoOperator* cabinets()
 
 QStringList traceOf(const QByteArray& event)
 {
-    if (QJsonDocument::fromJson(event).object().value("eventSender").toString() != "cabinet")
+    if (QJsonDocument::fromJson(event).object().value("eventSender").toString() != "cabinet") {
         return {};
+    }
     return {"debug: CabinetInfoOperator: \"" + QString(event).replace('"', "\\\"") + "\" m_isWatch: true"};
 }
 
@@ -131,8 +132,9 @@ private Q_SLOTS:
             row.expectedTime = 30000;
             row.onFailure = OnFailure::KeepOutput;
         }
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -424,8 +426,9 @@ private Q_SLOTS:
         DeviceSide::pushFromForeignThread(m_device, cabinetsChange);
         DeviceSide::pushFromForeignThread(m_device, allFlags);
         QTRY_COMPARE(heardOn.size(), 3);
-        for (const QThread* thread : qAsConst(heardOn))
+        for (const QThread* thread : qAsConst(heardOn)) {
             QCOMPARE(thread, QThread::currentThread());
+        }
     }
 
     // Logout
@@ -484,8 +487,9 @@ private Q_SLOTS:
         QCOMPARE(meta.methodCount() - meta.methodOffset(), 3);
         QCOMPARE(meta.propertyCount(), meta.propertyOffset());
         for (const char* signal : {"signal_sendDataChanged(QString)", "signal_rvCardsInfoChanged(QString)",
-                                   "signal_sendCountChanged(QString)"})
+                                   "signal_sendCountChanged(QString)"}) {
             QVERIFY(meta.indexOfSignal(signal) >= 0);
+        }
     }
 
     void oneInstanceListensOnce()

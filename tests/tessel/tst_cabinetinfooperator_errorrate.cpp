@@ -53,8 +53,9 @@ private Q_SLOTS:
                              {},
                              {{"id", cabinet}},
                              {{"beginTime", "2026-01-01 00:00"}, {"endTime", "now"}}};
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -69,8 +70,9 @@ private Q_SLOTS:
         QVERIFY(cabinets()->communicationErrorDetectSwitcher(sampleDevice, settings, out));
         QVERIFY(cabinets()->berTestPattern(sampleDevice, cabinet, settings, out));
         QVERIFY(cabinets()->berTestPattern(sampleDevice, settings, out));
-        for (const RecordingEngine::Request& request : m_engine->requests())
+        for (const RecordingEngine::Request& request : m_engine->requests()) {
             QCOMPARE(request.headers, (QMap<QString, QString>{{"content-Type", "application/json"}}));
+        }
 
         m_engine->forget();
         QVERIFY(cabinets()->getDetecteErrorRateTimeData(sampleDevice, cabinet, out));
@@ -78,8 +80,9 @@ private Q_SLOTS:
         QVERIFY(cabinets()->setDetecteErrorRateTimeData(sampleDevice, settingsList, out));
         QVERIFY(cabinets()->getCommunicationErrorData(sampleDevice, cabinet, "1", "2", out));
         QCOMPARE(m_engine->count(), 4);
-        for (const RecordingEngine::Request& request : m_engine->requests())
+        for (const RecordingEngine::Request& request : m_engine->requests()) {
             QVERIFY(!request.headers.contains("content-Type"));
+        }
     }
 
     void emptyTimesAreSentAllTheSame()

@@ -62,8 +62,9 @@ private Q_SLOTS:
                             31000, &Operator::reloadModuleCoefficient);
         rows << coefficient("CabinetInfoOperator::saveModuleCoefficient", "Device_SaveModuleCoefficient",
                             301000, &Operator::saveModuleCoefficient);
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {

@@ -78,8 +78,9 @@ class TestCabinetGuards : public QObject
                  return cabinets()->setDetecteErrorRateTimeData(sampleDevice, settingsList, out);
              }},
         };
-        for (const Guarded& operation : operations)
+        for (const Guarded& operation : operations) {
             QTest::newRow(operation.name) << operation;
+        }
     }
 
     static void checkRefusal(const Guarded& operation, const char* message)
@@ -105,8 +106,9 @@ private Q_SLOTS:
         QVERIFY(cabinets());
         const QStringList lines = log.lines();
         QCOMPARE(lines.size(), 2);
-        for (const QString& line : lines)
+        for (const QString& line : lines) {
             QVERIFY2(line.startsWith("warning: QObject::connect"), qPrintable(line));
+        }
     }
 
     void aMissingRouteTableIsLoggedAndRefused_data() { addRows(); }

@@ -70,8 +70,9 @@ private Q_SLOTS:
             [](Outputs&) { return cabinets()->setTestPattern(sampleDevice, cabinet, "#ff0000", "black"); },
             R"({"bgColor":"black","fbColor":"#ff0000"})",
             {{"id", cabinet}}};
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -94,8 +95,9 @@ private Q_SLOTS:
         QFETCH(QVariant, id);
         QFETCH(int, limit);
         Map parts{{"file", QByteArray("image")}};
-        if (id.isValid())
+        if (id.isValid()) {
             parts.insert("id", id);
+        }
         Map out;
         QVERIFY(cabinets()->setMultiPrestoreImage(sampleDevice, parts, out));
         QCOMPARE(m_engine->last().expectedTime, limit);
@@ -144,8 +146,9 @@ private Q_SLOTS:
         QVERIFY(!cabinets()->setBootImagePos(sampleDevice, settingsList, out));
         QVERIFY(!cabinets()->setCabBootRestoreImage(sampleDevice, settingsList, out));
         QCOMPARE(m_engine->count(), 4);
-        for (const RecordingEngine::Request& request : m_engine->requests())
+        for (const RecordingEngine::Request& request : m_engine->requests()) {
             QVERIFY(request.path.isEmpty());
+        }
     }
 
     void bothPatternsOfSeveralShareARouteButNotTheHeader()

@@ -222,15 +222,17 @@ private:
             {},
             {{"id", cabinet}},
             {{"color", "red"}}};
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
 
     static QStringList idsOf(const List& list)
     {
         QStringList ids;
-        for (const QVariant& element : list)
+        for (const QVariant& element : list) {
             ids << element.toMap().value("id").toString();
+        }
         return ids;
     }
 };

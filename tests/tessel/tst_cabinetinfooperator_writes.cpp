@@ -146,8 +146,9 @@ private Q_SLOTS:
         QVERIFY(cabinets()->setCabinetBrightnessAsync(sampleDevice, settingsList));
         const std::vector<RecordingEngine::Request> sent = m_engine->requests();
         QCOMPARE(int(sent.size()), 3);
-        for (const RecordingEngine::Request& request : sent)
+        for (const RecordingEngine::Request& request : sent) {
             QVERIFY(request.path.isEmpty());
+        }
         handleAllReplies();
     }
 
@@ -359,8 +360,9 @@ private:
             [](Outputs&) { return cabinets()->setCabinetBrightnessAsync(sampleDevice, settingsList); },
             settingsListJson};
         rows.last().onFailure = OnFailure::Unnoticed;
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
 
     void handleAllReplies()

@@ -24,8 +24,9 @@ private Q_SLOTS:
                  return Capability::getInstance()->getRowDecodeType(sampleDevice, out.list);
              }},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {

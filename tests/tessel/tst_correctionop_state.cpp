@@ -197,15 +197,17 @@ class TestCorrectionopState : public QObject
             Forms::idWrite("Correctionop::setScreenABLEnable", "Device_setScreensABL",
                            &Op::setScreenABLEnable),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
 
     void addPromiseForms()
     {
         QTest::addColumn<PromiseForm>("form");
-        for (const PromiseForm& form : promiseForms())
+        for (const PromiseForm& form : promiseForms()) {
             QTest::newRow(form.name) << form;
+        }
     }
     void answerText(const QByteArray& body) { m_engine->answer(RecordingEngine::reply(body)); }
 

@@ -110,8 +110,9 @@ class TestCorrectionopStorage : public QObject
             checkCode,
             checkCodePromise,
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
 
 private Q_SLOTS:

@@ -175,8 +175,9 @@ class TestCorrectionopUpload : public QObject
     void addTransfers()
     {
         QTest::addColumn<Transfer>("transfer");
-        for (const Transfer& transfer : transfers())
+        for (const Transfer& transfer : transfers()) {
             QTest::newRow(transfer.name) << transfer;
+        }
     }
 
 private Q_SLOTS:
@@ -268,8 +269,9 @@ private Q_SLOTS:
     {
         QFETCH(Transfer, transfer);
         QFETCH(bool, success);
-        if (!success)
+        if (!success) {
             m_engine->answer(RecordingEngine::failure());
+        }
         const LogCollector log;
         transfer.outcome(sampleDevice);
         QStringList expected;
@@ -292,8 +294,9 @@ private Q_SLOTS:
         QVERIFY(all->clearCabinetCoeffs(sampleDevice, cabinets).isPending());
         QVERIFY(all->downloadCoefficient(sampleDevice, cabinets).isPending());
         QCOMPARE(m_engine->held(), 5);
-        while (m_engine->release())
+        while (m_engine->release()) {
             QCoreApplication::processEvents();
+        }
     }
 
     void aDroppedPromiseStopsNeitherItsHandlerNorTheReleaseOfItsPackage()
@@ -308,8 +311,9 @@ private Q_SLOTS:
             all->clearCabinetCoeffs(sampleDevice, cabinets);
             all->downloadCoefficient(sampleDevice, cabinets);
             QCOMPARE(log.lines().size(), 1);
-            while (m_engine->release())
+            while (m_engine->release()) {
                 QCoreApplication::processEvents();
+            }
             QCoreApplication::processEvents();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QCOMPARE(log.lines().size(), 2);
@@ -438,8 +442,9 @@ private Q_SLOTS:
                               "Device_GetCabinetMultilayerCoefficients", &Op::loadAdaptiveCoefficient,
                               Decoder::FlatList, "cid", 10000),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -489,8 +494,9 @@ private Q_SLOTS:
     void oneTableIsOneRequestHoweverLong()
     {
         List longTable;
-        for (int i = 0; i < 5000; ++i)
+        for (int i = 0; i < 5000; ++i) {
             longTable << Map{{"cid", i}, {"data", "AAAA"}};
+        }
         QCOMPARE(PromiseOutcome::of(correction()->uploadCoefficientAsync(sampleDevice, longTable)),
                  QString("true"));
         QCOMPARE(m_engine->count(), 1);

@@ -34,8 +34,9 @@ private Q_SLOTS:
                  return DebugInfo::getInstance()->clearKeyParameters(sampleDevice, out.map);
              }},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {

@@ -128,8 +128,9 @@ private Q_SLOTS:
         QVERIFY(factory()->setSingleSmartBackStep(sampleDevice, "1", Map(), out));
         QVERIFY(factory()->setSingleSmartBackStep(sampleDevice, "1", Map(), out));
         QCOMPARE(m_engine->count(), 2);
-        for (const RecordingEngine::Request& sent : m_engine->requests())
+        for (const RecordingEngine::Request& sent : m_engine->requests()) {
             QCOMPARE(int(sent.method), int(HttpMethod::Put));
+        }
     }
 
     void getCabinetMaxPixelOfAnUnreachableDeviceFailsWithAnEmptyOutput()

@@ -157,10 +157,11 @@ private Q_SLOTS:
             // What a reply or a timer sets off takes a few turns of the loop.
             if (++turns == 20) {
                 living[0] = livingNow<HttpJsonPackage>();
-                if (answered)
+                if (answered) {
                     m_engine->release();
-                else
+                } else {
                     fireSingleShots(10000, 1);
+                }
             } else if (turns == 40) {
                 living[1] = livingNow<HttpJsonPackage>();
                 fireAllSingleShots(10000);
@@ -170,8 +171,9 @@ private Q_SLOTS:
         objectFatesDuring([] { GroupRequest("Device_Hue").put(device, {"1", "2", "3"}); });
         QCOMPARE(living[0], 3);
         QCOMPARE(living[1], 2);
-        while (m_engine->release())
+        while (m_engine->release()) {
             QCoreApplication::processEvents();
+        }
     }
 
     void whatIsUnansweredWhenAGroupEndsGoesWithTheNextEvents()
@@ -193,8 +195,9 @@ private Q_SLOTS:
         });
         QCOMPARE(living[0], 1);
         QCOMPARE(living[1], 0);
-        while (m_engine->release())
+        while (m_engine->release()) {
             QCoreApplication::processEvents();
+        }
     }
 
     void aBatchSendsEachItemToItsOwnDeviceAndRoute()
@@ -210,8 +213,9 @@ private Q_SLOTS:
         QCOMPARE(sent[1].deviceKey, QString("new"));
         QCOMPARE(sent[1].path, QString("/api/v1/screen/hwscreen/correction/drawregion"));
         QCOMPARE(sent[2].deviceKey, QString());
-        for (const auto& request : sent)
+        for (const auto& request : sent) {
             QCOMPARE(request.expectedTime, 20000);
+        }
     }
 
     void theUsersInputWaitsForABatchAndNotForAGroup()
@@ -260,8 +264,9 @@ private Q_SLOTS:
                 items.shrink_to_fit();
             }
             // A reply takes a few turns of the loop: each is handled before the next one comes.
-            if (++turns % 20 == 0)
+            if (++turns % 20 == 0) {
                 m_engine->release();
+            }
         });
         turning.start(0);
         QVERIFY(putToDevices("f", items, routeOf, 20000));

@@ -93,8 +93,9 @@ private Q_SLOTS:
              }},
         };
         rows[1].onFailure = OnFailure::KeepOutput;
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {

@@ -121,8 +121,9 @@ private Q_SLOTS:
                                      return (hwInfo()->*op.put)(sampleDevice, parts, out.map);
                                  }};
             rows.last().parts = parts;
-            if (op.put == &HWInfo::putDeviceImage)
+            if (op.put == &HWInfo::putDeviceImage) {
                 rows.last().expectedTime = 10000;
+            }
         }
 
         const QMap<QString, QString> query{{"type", "all of it"}};
@@ -180,8 +181,9 @@ private Q_SLOTS:
         rows << OperationRow{"HWInfo::lock", "Device_lock", HttpMethod::Put, Decoder::Map,
                              [=](Outputs& out) { return hwInfo()->lock(sampleDevice, settings, out.map); }};
 
-        for (const OperationRow& row : qAsConst(rows))
+        for (const OperationRow& row : qAsConst(rows)) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -226,8 +228,9 @@ private Q_SLOTS:
     void putHWInfoUpdateSendsExactlyTheBytes()
     {
         QByteArray firmware(1 << 20, Qt::Uninitialized);
-        for (int i = 0; i < firmware.size(); ++i)
+        for (int i = 0; i < firmware.size(); ++i) {
             firmware[i] = static_cast<char>(i * 31);
+        }
         Map result;
         QVERIFY(hwInfo()->putHWInfoUpdate(sampleDevice, firmware, result));
         QCOMPARE(m_engine->last().body, firmware);
@@ -238,8 +241,9 @@ private Q_SLOTS:
         QSemaphore uploading;
         QSemaphore asked;
         m_engine->answer([&](const RecordingEngine::Request& request) {
-            if (request.method == HttpMethod::Get)
+            if (request.method == HttpMethod::Get) {
                 return RecordingEngine::data(R"({"progress":40})");
+            }
             uploading.release();
             return asked.tryAcquire(1, 60000) ? RecordingEngine::data(R"({"done":true})")
                                               : RecordingEngine::failure();

@@ -75,8 +75,9 @@ private Q_SLOTS:
             Forms::mapWrite("HwScreenInfo::setDisplayVedioSource", "HwScreen_ShowVedioSource",
                             &HwScreenInfo::setDisplayVedioSource),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -135,8 +136,9 @@ private Q_SLOTS:
             {"HwScreenInfo::setDisplayVedioSource", "HwScreen_ShowVedioSource", "HwScreen_ShowVedioSource",
              map(&HwScreenInfo::setDisplayVedioSource)},
         };
-        for (const ProtocolRow& row : rows)
+        for (const ProtocolRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void theProtocolChoosesTheRouteOfThreeOperationsOnly()
     {

@@ -131,8 +131,9 @@ private Q_SLOTS:
             {"InputInfo::getAllInputBackup", "Device_AllInputBackup", HttpMethod::Get, Decoder::FlatList,
              [](Outputs& out) { return inputs()->getAllInputBackup(sampleDevice, out.list); }},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -398,8 +399,9 @@ private Q_SLOTS:
         QTimer::singleShot(0, this, [this] {
             push(inputsChanged);
             QCOMPARE(m_engine->held(), 3);
-            for (int i = 0; i < 3; ++i)
+            for (int i = 0; i < 3; ++i) {
                 m_engine->release();
+            }
         });
         List result;
         QVERIFY(inputs()->getEDIDs(m_device, {"1", "2"}, result));

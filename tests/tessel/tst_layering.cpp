@@ -26,8 +26,9 @@ QList<Include> includesBelow(const QString& directory)
     QList<Include> includes;
     for (const QString& file : sourcesBelow(directory)) {
         auto match = directive.globalMatch(textOf(file));
-        while (match.hasNext())
+        while (match.hasNext()) {
             includes << Include{file, match.next().captured(1)};
+        }
     }
     return includes;
 }
@@ -105,8 +106,9 @@ private Q_SLOTS:
     void aFolderIncludesOnlyWhatItMayKnow_data()
     {
         QTest::addColumn<QString>("folder");
-        for (auto row = layers().cbegin(); row != layers().cend(); ++row)
+        for (auto row = layers().cbegin(); row != layers().cend(); ++row) {
             QTest::newRow(qPrintable(row.key())) << row.key();
+        }
     }
     void aFolderIncludesOnlyWhatItMayKnow()
     {
@@ -114,8 +116,9 @@ private Q_SLOTS:
         const QStringList mayKnow = layers().value(folder);
         bool anyFile = false;
         for (const Include& include : includesBelow(folder)) {
-            if (folderOf(include.file) != folder)
+            if (folderOf(include.file) != folder) {
                 continue;
+            }
             anyFile = true;
             const QString known = folderOf(include.header);
             const bool ours =
@@ -129,8 +132,9 @@ private Q_SLOTS:
     void everyFolderHasItsRow()
     {
         for (const QString& library : libraries()) {
-            for (const QString& file : sourcesBelow(library))
+            for (const QString& file : sourcesBelow(library)) {
                 QVERIFY2(layers().contains(folderOf(file)), qPrintable(file + ": no row for its folder"));
+            }
         }
     }
 
@@ -144,8 +148,9 @@ private Q_SLOTS:
         for (auto rows = row.globalMatch(table); rows.hasNext();) {
             const QRegularExpressionMatch match = rows.next();
             QStringList known;
-            for (auto names = name.globalMatch(match.captured(2)); names.hasNext();)
+            for (auto names = name.globalMatch(match.captured(2)); names.hasNext();) {
                 known << names.next().captured(1);
+            }
             known.sort();
             documented << match.captured(1) + ": " + known.join(' ');
         }
@@ -157,8 +162,9 @@ private Q_SLOTS:
             rules << layer.key() + ": " + known.join(' ');
         }
         rules.sort();
-        for (const QString& rule : rules)
+        for (const QString& rule : rules) {
             QVERIFY2(documented.contains(rule), qPrintable("not in docs/architecture.md: " + rule));
+        }
         QCOMPARE(documented, rules);
     }
 
@@ -172,8 +178,9 @@ private Q_SLOTS:
             for (const Include& include : includesBelow(user)) {
                 const QString library = include.header.section('/', 0, 0);
                 const QString folder = folderOf(include.header);
-                if (!libraries().contains(library) || library == user || exceptions.contains(include.file))
+                if (!libraries().contains(library) || library == user || exceptions.contains(include.file)) {
                     continue;
+                }
                 const bool isPublic =
                     folder == "interfaces" || folder == library || folder == "tessel/records";
                 QVERIFY2(isPublic, qPrintable(include.file + " includes " + include.header));
@@ -200,8 +207,9 @@ private Q_SLOTS:
         static const QRegularExpression send("\\b(getSync|putSync|postSync|delSync|putMutilPartSync|"
                                              "getFileDownloadSync|putMultSync)\\b");
         for (const QString& file : sourcesBelow("tessel")) {
-            if (forms.contains(file))
+            if (forms.contains(file)) {
                 continue;
+            }
             QVERIFY2(!textOf(file).contains(send), qPrintable(file));
         }
     }
@@ -211,11 +219,13 @@ private Q_SLOTS:
         static const QRegularExpression header("\\.headers\\(|\\bsetRequestHeader\\b");
         QStringList setters;
         for (const QString& file : sourcesBelow("tessel")) {
-            if (file == "tessel/frames/request.h")
+            if (file == "tessel/frames/request.h") {
                 continue;
+            }
             auto match = header.globalMatch(textOf(file));
-            for (; match.hasNext(); match.next())
+            for (; match.hasNext(); match.next()) {
                 setters << file;
+            }
         }
         QCOMPARE(setters, (QStringList{"tessel/cabinetinfooperator_errorrate.cpp",
                                        "tessel/cabinetinfooperator_errorrate.cpp",
@@ -231,14 +241,16 @@ private Q_SLOTS:
         int programs = 0;
         for (const QString& file : sourcesBelow("tests")) {
             const QString program = QFileInfo(file).completeBaseName();
-            if (!program.startsWith("tst_"))
+            if (!program.startsWith("tst_")) {
                 continue;
+            }
             const QString build = textOf(file.section('/', 0, -2) + "/CMakeLists.txt").remove(comment);
             QStringList names{program};
             for (auto prefixes = prefix.globalMatch(build); prefixes.hasNext();) {
                 const QString start = "tst_" + prefixes.next().captured(1);
-                if (program.startsWith(start))
+                if (program.startsWith(start)) {
                     names << program.mid(start.size());
+                }
             }
             const bool isBuilt = std::any_of(names.cbegin(), names.cend(), [&](const QString& name) {
                 return build.contains(QRegularExpression("\\b" + name + "\\b"));
@@ -254,8 +266,9 @@ private Q_SLOTS:
         for (const char* directory :
              {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise", "simulator",
               "operations", "simulator", "operations", "tesselctl", "tests", "bench", "examples"}) {
-            for (const QString& file : sourcesBelow(directory))
+            for (const QString& file : sourcesBelow(directory)) {
                 QVERIFY2(textOf(file).startsWith("// SPDX-License-Identifier: MIT\n"), qPrintable(file));
+            }
         }
     }
 };

@@ -37,8 +37,9 @@ class PackageFinder : public QObject
 public:
     bool eventFilter(QObject* receiver, QEvent*) override
     {
-        if (auto* found = qobject_cast<HttpJsonPackage*>(receiver); found && !package)
+        if (auto* found = qobject_cast<HttpJsonPackage*>(receiver); found && !package) {
             package.reset(found);
+        }
         return false;
     }
     std::unique_ptr<HttpJsonPackage> package;
@@ -81,8 +82,9 @@ private Q_SLOTS:
             {"UrlResource::MonitorInfo::getMonitorState", "MonitorState", HttpMethod::Get, Decoder::Map,
              [](Outputs& out) { return monitor()->getMonitorState(sampleDevice, out.map); }},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -177,8 +179,9 @@ private Q_SLOTS:
         QVERIFY(monitor()->getMonitorData(m_device, {}));
         // Not from an event loop, which is no place to throw through.
         const auto deliver = [this] {
-            while (m_engine->held() > 0)
+            while (m_engine->held() > 0) {
                 QCoreApplication::sendPostedEvents();
+            }
             QCoreApplication::sendPostedEvents();
         };
         QVERIFY_EXCEPTION_THROWN(deliver(), std::bad_function_call);
@@ -222,8 +225,9 @@ private Q_SLOTS:
             for (const List& arguments : *spy) {
                 QCOMPARE(arguments.at(0), payload.at(0));
                 QCOMPARE(arguments.at(1).value<QVariant>(), payload.at(1));
-                if (spy == &warnings)
+                if (spy == &warnings) {
                     QCOMPARE(arguments.at(2).toInt(), warningType);
+                }
             }
         }
         QCOMPARE(m_engine->count(), 0);
@@ -348,8 +352,9 @@ private Q_SLOTS:
     {
         const QMetaObject& meta = MonitorInfo::staticMetaObject;
         QList<QByteArray> names;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
             names << meta.method(i).name();
+        }
         QCOMPARE(names, (QList<QByteArray>{"signal_tqOutputStateChanged", "signal_tqWarningReport",
                                            "signal_cabinetWarningReport", "slot_onDeviceAutoReport"}));
     }

@@ -106,8 +106,9 @@ private Q_SLOTS:
             setter("OutputInfoOperator::setOutputPipeMapping", "Device_OutputPipeMapping",
                    &Op::setOutputPipeMapping),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -142,10 +143,11 @@ private Q_SLOTS:
         answerList(list);
         Map result{{"kept", 1}};
         QCOMPARE(outputs()->getOutputInfo(m_device, id, result), found != 0);
-        if (found != 0)
+        if (found != 0) {
             QCOMPARE(result.value("n").toInt(), found);
-        else
+        } else {
             QCOMPARE(result, (Map{{"kept", 1}}));
+        }
         QCOMPARE(m_engine->count(), 1);
         QCOMPARE(m_engine->last().path, AllUrlResource::getUrl("Device_AllOutputsInfo"));
     }

@@ -28,8 +28,9 @@ public:
     ReleasedPackages() { QCoreApplication::instance()->installEventFilter(this); }
     bool eventFilter(QObject* receiver, QEvent* event) override
     {
-        if (event->type() == QEvent::DeferredDelete && qobject_cast<HttpJsonPackage*>(receiver))
+        if (event->type() == QEvent::DeferredDelete && qobject_cast<HttpJsonPackage*>(receiver)) {
             ++count;
+        }
         return false;
     }
     int count = 0;
@@ -95,8 +96,9 @@ private Q_SLOTS:
     void aWriteThroughStoresOnlyWhatTheDeviceAccepted()
     {
         QFETCH(bool, accepted);
-        if (!accepted)
+        if (!accepted) {
             m_engine->answer(RecordingEngine::failure(RecordingEngine::State::HttpFailure));
+        }
         bool stored = false;
         QVERIFY2(PendingRequest("ScreenXbit")
                      .placeHolder("id", "1")
@@ -129,8 +131,9 @@ private Q_SLOTS:
     void aPackageMayBeGivenToItsCaller()
     {
         QFETCH(bool, success);
-        if (!success)
+        if (!success) {
             m_engine->answer(RecordingEngine::failure());
+        }
         std::unique_ptr<HttpJsonPackage> package;
         PendingRequest("MonitorData").get(device, [&](HttpJsonPackage* reply) { package.reset(reply); });
         QVERIFY(!package);
@@ -185,8 +188,9 @@ private Q_SLOTS:
         transport.join();
         QVERIFY(handled);
         QVERIFY(handledOn == emittedOn);
-        while (m_engine->release())
+        while (m_engine->release()) {
             QCoreApplication::processEvents();
+        }
     }
 
     void anAnswerAfterTheContextIsGoneCallsNobody()

@@ -198,8 +198,9 @@ private Q_SLOTS:
             Forms::idWrite("PipeInfo::putDeviceOnePipeDisplayAreaSize", "Device_PipeDisplayAreaSize",
                            &Op::putDeviceOnePipeDisplayAreaSize),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -261,10 +262,11 @@ private Q_SLOTS:
         answerList(list);
         Map result{{"kept", 1}};
         QCOMPARE(pipes()->getDeviceOnePipe(m_device, "2", result), found != 0);
-        if (found != 0)
+        if (found != 0) {
             QCOMPARE(result.value("n").toInt(), found);
-        else
+        } else {
             QCOMPARE(result, (Map{{"kept", 1}}));
+        }
     }
 
     void getDeviceOnePipeOfAnUnknownIdKeepsTheResultAndFetchedTheList()
@@ -310,8 +312,9 @@ private Q_SLOTS:
         OtherThread other;
         bool free = false;
         m_engine->answer([&](const RecordingEngine::Request&) {
-            if (m_engine->count() > 1)
+            if (m_engine->count() > 1) {
                 return RecordingEngine::data("[2]");
+            }
             free = other.getsThrough([&device] { pipes()->getDevicePipes(device, true); });
             return RecordingEngine::data("[1]");
         });
@@ -369,14 +372,17 @@ private Q_SLOTS:
         std::array<std::unique_ptr<QThread>, 4> readers;
         for (std::size_t i = 0; i < readers.size(); ++i) {
             readers.at(i).reset(QThread::create([this, i] {
-                for (int j = 0; j < 50; ++j)
+                for (int j = 0; j < 50; ++j) {
                     pipes()->getDevicePipes(m_device + "-" + QString::number(j), i % 2 == 0);
+                }
             }));
         }
-        for (const auto& reader : readers)
+        for (const auto& reader : readers) {
             reader->start();
-        for (const auto& reader : readers)
+        }
+        for (const auto& reader : readers) {
             QVERIFY(reader->wait(60000));
+        }
         const int before = m_engine->count();
         QVERIFY(pipes()->getDevicePipes(m_device + "-49", false));
         QCOMPARE(m_engine->count(), before);
@@ -403,8 +409,9 @@ private Q_SLOTS:
     {
         QSignalSpy changed(pipes(), &PipeInfo::signal_sendDataChanged);
         m_engine->answer([this](const RecordingEngine::Request&) {
-            if (m_engine->count() > 1)
+            if (m_engine->count() > 1) {
                 return RecordingEngine::data("[2]");
+            }
             push(pipesChanged);
             return RecordingEngine::data("[1]");
         });

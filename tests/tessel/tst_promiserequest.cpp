@@ -121,10 +121,11 @@ private Q_SLOTS:
                 .promise<int>(&HttpProxy::get, device,
                               [&](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
                                   package = &reply;
-                                  if (success)
+                                  if (success) {
                                       resolve(1);
-                                  else
+                                  } else {
                                       reject(2);
+                                  }
                               });
         promise.wait();
         QVERIFY(success ? promise.isFulfilled() : promise.isRejected());
@@ -164,8 +165,9 @@ private Q_SLOTS:
     void anAnswerIsFulfilledWhateverTheState()
     {
         QFETCH(bool, success);
-        if (!success)
+        if (!success) {
             m_engine->answer(RecordingEngine::failure());
+        }
         QPointer<const QObject> package;
         bool started = false;
         bool outcome = !success;
@@ -193,14 +195,16 @@ private Q_SLOTS:
     void anAnswerIsRejectedWhenAStepThrows()
     {
         QFETCH(int, step);
-        if (step == 2)
+        if (step == 2) {
             HttpProxy::getInstance()->setEngine(std::make_unique<ThrowingEngine>());
+        }
         QPointer<const QObject> package;
         const auto promise = PromiseRequest::answer<bool>(
             "Device_Hwinfo",
             [&](PromiseRequest&) {
-                if (step == 1)
+                if (step == 1) {
                     throw std::runtime_error("filling");
+                }
             },
             &HttpProxy::put, device,
             [&](const HttpJsonPackage& reply) -> bool {
@@ -259,8 +263,9 @@ private Q_SLOTS:
         QVERIFY(failed);
         QCOMPARE(started, 1);
         QCOMPARE(sent.size(), std::size_t(2));
-        for (const RecordingEngine::Request& request : sent)
+        for (const RecordingEngine::Request& request : sent) {
             QCOMPARE(int(request.method), method);
+        }
     }
 
     void anExceptionFromSendingRejectsARecordWithIt()
@@ -320,8 +325,9 @@ private Q_SLOTS:
         QVERIFY(handledOn == emittedOn);
         promise->wait();
         QVERIFY(promise->isFulfilled());
-        while (m_engine->release())
+        while (m_engine->release()) {
             QCoreApplication::processEvents();
+        }
     }
 
     void aReplyWithoutACodeReadsAsCodeZero()

@@ -56,10 +56,12 @@ QString className(const QObject* object)
 QByteArray sample(const EventText& text)
 {
     QJsonObject event{{text.source.key, text.source.text}};
-    if (text.kind.key)
+    if (text.kind.key) {
         event[text.kind.key] = text.kind.text;
-    if (text.payload)
+    }
+    if (text.payload) {
         event[text.payload] = text.form == EventForm::Name ? "Lobby" : "3";
+    }
     return QJsonDocument(event).toJson(QJsonDocument::Compact);
 }
 
@@ -77,9 +79,10 @@ QMap<QString, QString> sourcesBelow(const QString& folder)
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         QFile file(it.next());
-        if (file.open(QIODevice::ReadOnly))
+        if (file.open(QIODevice::ReadOnly)) {
             sources[QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.filePath())] =
                 QString::fromUtf8(file.readAll()).remove(comment);
+        }
     }
     return sources;
 }
@@ -95,8 +98,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("index");
         int index = 0;
-        for (const EventRow& row : Tessel::eventRows)
+        for (const EventRow& row : Tessel::eventRows) {
             QTest::newRow(qPrintable(rowName(row))) << index++;
+        }
     }
     void anEventIsActedOnAsItsRowSays()
     {
@@ -104,8 +108,9 @@ private Q_SLOTS:
         const EventRow& row = Tessel::eventRows[index];
         RecordingEngine* const engine = RecordingEngine::install();
         std::vector<std::unique_ptr<SignalRecorder>> recorders;
-        for (const QObject* listener : listeners())
+        for (const QObject* listener : listeners()) {
             recorders.push_back(std::make_unique<SignalRecorder>(listener));
+        }
 
         DeviceSide::push(DeviceSide::fresh(), sample(row.text));
         QTRY_COMPARE(engine->held(), 0);
@@ -113,14 +118,17 @@ private Q_SLOTS:
         QStringList paths;
         QStringList signalNames;
         for (const auto& effect : row.effects) {
-            if (effect.routeKey)
+            if (effect.routeKey) {
                 paths << AllUrlResource::getUrl(QLatin1String(effect.routeKey));
-            if (effect.signal)
+            }
+            if (effect.signal) {
                 signalNames << effect.signal;
+            }
         }
         QStringList asked;
-        for (const auto& request : engine->requests())
+        for (const auto& request : engine->requests()) {
             asked << request.path;
+        }
         QCOMPARE(asked, paths);
 
         bool known = false;
@@ -137,8 +145,9 @@ private Q_SLOTS:
     void noTwoRowsAreOneEvent()
     {
         QStringList samples;
-        for (const EventRow& row : Tessel::eventRows)
+        for (const EventRow& row : Tessel::eventRows) {
             samples << sample(row.text);
+        }
         QCOMPARE(samples.removeDuplicates(), 0);
     }
 
@@ -149,16 +158,19 @@ private Q_SLOTS:
         QSet<QString> listening;
         const auto sources = sourcesBelow("tessel");
         for (const QString& text : sources) {
-            for (auto match = listens.globalMatch(text); match.hasNext();)
+            for (auto match = listens.globalMatch(text); match.hasNext();) {
                 listening << match.next().captured(1);
+            }
         }
         QSet<QString> named;
-        for (const EventRow& row : Tessel::eventRows)
+        for (const EventRow& row : Tessel::eventRows) {
             named << row.operatorClass;
+        }
         QCOMPARE(listening, named);
         QSet<QString> tried;
-        for (const QObject* listener : listeners())
+        for (const QObject* listener : listeners()) {
             tried << className(listener);
+        }
         QCOMPARE(tried, named);
     }
 
@@ -166,8 +178,9 @@ private Q_SLOTS:
     {
         std::vector<Tessel::PushEvent> events;
         for (const EventRow& row : Tessel::eventRows) {
-            if (row.text.source.text == std::string_view("monitor"))
+            if (row.text.source.text == std::string_view("monitor")) {
                 events.push_back(row.event);
+            }
         }
         std::vector<Tessel::PushEvent> warnings;
         for (const auto& row : Tessel::warningRows) {
@@ -187,8 +200,9 @@ private Q_SLOTS:
             DeviceSide::push("a", sample(Tessel::eventRow(row.event).text));
             const bool numbered = row.type <= Tessel::WarningType::Temperature;
             QCOMPARE(warnings.size(), numbered ? 2 : 0);
-            if (numbered)
+            if (numbered) {
                 QCOMPARE(warnings[0][2].toInt(), static_cast<int>(row.type));
+            }
         }
     }
 
@@ -201,8 +215,9 @@ private Q_SLOTS:
         for (const EventRow& row : Tessel::eventRows) {
             for (const char* word : {row.text.source.key, row.text.source.text, row.text.kind.key,
                                      row.text.kind.text, row.text.payload}) {
-                if (word && !common.contains(word))
+                if (word && !common.contains(word)) {
                     words << word;
+                }
             }
         }
         words.removeDuplicates();

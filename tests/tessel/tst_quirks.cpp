@@ -18,8 +18,9 @@ const char* const parts[] = {"Operations", "Expected", "What happens", "Relied o
 QStringList allSources()
 {
     QStringList files;
-    for (const char* library : libraries)
+    for (const char* library : libraries) {
         files += sourcesBelow(library);
+    }
     return files;
 }
 
@@ -38,8 +39,9 @@ QStringList tagsIn(const QString& file)
     static const QRegularExpression lead("\n[ \t]*// ");
     QStringList titles;
     auto match = tag.globalMatch(textOf(file));
-    while (match.hasNext())
+    while (match.hasNext()) {
         titles << titleOf(match.next().captured(1).replace(lead, " "));
+    }
     return titles;
 }
 
@@ -49,8 +51,9 @@ const QMap<QString, QSet<QString>>& tags()
     static const auto all = [] {
         QMap<QString, QSet<QString>> files;
         for (const QString& file : allSources()) {
-            for (const QString& title : tagsIn(file))
+            for (const QString& title : tagsIn(file)) {
                 files[title] << file;
+            }
         }
         return files;
     }();
@@ -64,8 +67,9 @@ const QString& declarations()
         QString text;
         for (const char* library : {"tessel", "interfaces"}) {
             for (const QString& file : sourcesBelow(library)) {
-                if (file.endsWith(".h"))
+                if (file.endsWith(".h")) {
                     text += textOf(file);
+                }
             }
         }
         return text;
@@ -98,8 +102,9 @@ QSet<QString> quoted(const QString& text, const QString& pattern)
     const QRegularExpression word('`' + pattern + '`');
     QSet<QString> words;
     auto match = word.globalMatch(text);
-    while (match.hasNext())
+    while (match.hasNext()) {
         words << match.next().captured(1);
+    }
     return words;
 }
 
@@ -121,8 +126,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("title");
         const auto& all = tags();
         QVERIFY(!all.isEmpty());
-        for (auto tag = all.cbegin(); tag != all.cend(); ++tag)
+        for (auto tag = all.cbegin(); tag != all.cend(); ++tag) {
             QTest::newRow(qPrintable(tag.key())) << tag.key();
+        }
     }
     void everyTagHasItsEntry()
     {
@@ -136,8 +142,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("title");
         const auto all = entries();
         QVERIFY(!all.isEmpty());
-        for (auto entry = all.cbegin(); entry != all.cend(); ++entry)
+        for (auto entry = all.cbegin(); entry != all.cend(); ++entry) {
             QTest::newRow(qPrintable(entry.key())) << entry.key();
+        }
     }
     void everyEntryHasItsTags()
     {
@@ -151,8 +158,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, title);
         const Entry entry = entries().value(title);
-        for (const char* part : parts)
+        for (const char* part : parts) {
             QVERIFY2(!entry.value(part).isEmpty(), part);
+        }
         QCOMPARE(entry.size(), int(std::size(parts)));
     }
 
@@ -180,8 +188,9 @@ private Q_SLOTS:
             const QString text = textOf(file);
             auto match = quirk.globalMatch(text);
             int comments = 0;
-            for (; match.hasNext(); match.next())
+            for (; match.hasNext(); match.next()) {
                 ++comments;
+            }
             QVERIFY2(comments == tagsIn(file).size(),
                      qPrintable(file + ": begin a line with \"// Quirk: \" for each quirk"));
         }
@@ -201,8 +210,9 @@ private Q_SLOTS:
     void theKeysWithoutARouteAreThoseThatTheTableLacks()
     {
         QSet<QString> absent;
-        for (const char* key : absentRouteKeys)
+        for (const char* key : absentRouteKeys) {
             absent << key;
+        }
         const Entry entry =
             entries().value("An operation without a route sends its request with an empty path");
         const QString keys = entry.value("What happens").section("The keys:", 1);

@@ -321,8 +321,9 @@ private Q_SLOTS:
         QVERIFY(load(screen, screenText()));
         QStringList expected;
         for (const char* name :
-             {"ScreensInfo", "SubScreenInfo", "Point", "Size", "CabinetInfo", "CabinetInfo"})
+             {"ScreensInfo", "SubScreenInfo", "Point", "Size", "CabinetInfo", "CabinetInfo"}) {
             expected << QStringLiteral("Tessel::%1 %2").arg(name).arg(attribute);
+        }
 
         handled.clear();
         const QVariantMap map = screen.serialize(QFlags<Attribute>(QFlag(attribute)));

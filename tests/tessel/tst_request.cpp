@@ -41,8 +41,9 @@ struct LockWitness
 void decode(const Krelm::Communicator::HttpDevice::HttpJsonPackage&, LockWitness& out)
 {
     out.wasLocked = !LockWitness::mutex.tryLock();
-    if (!out.wasLocked)
+    if (!out.wasLocked) {
         LockWitness::mutex.unlock();
+    }
 }
 
 } // namespace
@@ -314,8 +315,9 @@ private Q_SLOTS:
         bool wasFree = false;
         m_engine->answer([&](const RecordingEngine::Request&) {
             wasFree = mutex.tryLock();
-            if (wasFree)
+            if (wasFree) {
                 mutex.unlock();
+            }
             return RecordingEngine::data(R"({"a":1})");
         });
         QVERIFY(Request("Device_Pipes").fetch(device, cache, &mutex));

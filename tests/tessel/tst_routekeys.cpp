@@ -51,8 +51,9 @@ const QSet<QString> idleKeys{
 QSet<QString> absentKeys()
 {
     QSet<QString> keys;
-    for (const char* key : absentRouteKeys)
+    for (const char* key : absentRouteKeys) {
         keys << key;
+    }
     return keys;
 }
 
@@ -67,11 +68,13 @@ QSet<QString> keysInTheSources()
     QDirIterator sources(TESSEL_SOURCE_DIR "/tessel", {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
     while (sources.hasNext()) {
         QFile file(sources.next());
-        if (sources.fileName() == "allurlresource.cpp" || !file.open(QIODevice::ReadOnly))
+        if (sources.fileName() == "allurlresource.cpp" || !file.open(QIODevice::ReadOnly)) {
             continue;
+        }
         auto match = key.globalMatch(QString::fromUtf8(file.readAll()).remove(comment));
-        while (match.hasNext())
+        while (match.hasNext()) {
             keys << match.next().captured(1);
+        }
     }
     return keys;
 }
@@ -93,8 +96,9 @@ private Q_SLOTS:
     {
         const QMap<QString, QString> table = AllUrlResource::getInstance()->getMapAllUrl();
         QSet<QString> strangers = keysInTheSources() - absentKeys();
-        for (const QString& key : table.keys())
+        for (const QString& key : table.keys()) {
             strangers.remove(key);
+        }
         QCOMPARE(listed(strangers), QString());
     }
 

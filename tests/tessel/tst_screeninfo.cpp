@@ -144,8 +144,9 @@ private Q_SLOTS:
             {"ScreenInfo::getHWInfoScreenTag", "ScreenHwScreenTag", HttpMethod::Get, Decoder::Map,
              [](Outputs& out) { return screenInfo()->getHWInfoScreenTag(sampleDevice, out.map); }},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -169,8 +170,9 @@ private Q_SLOTS:
              },
              R"({"enable":true})"},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsThatDoNotWaitSendAndReturnAsTold()
     {
@@ -483,8 +485,9 @@ private Q_SLOTS:
         const QMetaObject& meta = ScreenInfo::staticMetaObject;
         QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
         QList<QByteArray> signatures;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
             signatures << meta.method(i).methodSignature();
+        }
         QCOMPARE(signatures,
                  (QList<QByteArray>{"signal_screenDataChanged(QString)", "signal_screenTagChanged(QString)",
                                     "signal_screenNameChanged(QString,QString)", "needGetAllInputsInfo()"}));

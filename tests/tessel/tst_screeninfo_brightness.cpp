@@ -176,8 +176,9 @@ private Q_SLOTS:
              {},
              id},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -201,8 +202,9 @@ private Q_SLOTS:
              },
              R"({"mode":2})", id},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsThatDoNotWaitSendAndReturnAsTold()
     {
@@ -239,8 +241,9 @@ private Q_SLOTS:
             {"ScreenInfo::setGammaTable", "ScreenGammaTable", "MultScreenGammaTable",
              [](const QString& device) { screenInfo()->setGammaTable(device, screen, {}); }},
         };
-        for (const ProtocolRow& row : rows)
+        for (const ProtocolRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void theProtocolChoosesTheRoute()
     {
@@ -260,8 +263,9 @@ private Q_SLOTS:
     {
         QFETCH(bool, newer);
         giveCabinets(m_device);
-        if (newer)
+        if (newer) {
             speakNewerProtocol();
+        }
         m_engine->answer(RecordingEngine::data(R"({"brightness":200})"));
         Map out{{"stale", 1}};
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
@@ -325,8 +329,9 @@ private Q_SLOTS:
         QTest::addColumn<bool>("newer");
         QTest::addColumn<int>("brightness");
         QTest::addColumn<int>("sent");
-        for (const int brightness : {254, 255, 256, 510, 0, -254, -255, INT_MAX})
+        for (const int brightness : {254, 255, 256, 510, 0, -254, -255, INT_MAX}) {
             QTest::addRow("single-screen protocol, %d", brightness) << false << brightness << brightness;
+        }
         QTest::newRow("multi-screen protocol, 254") << true << 254 << 0;
         QTest::newRow("multi-screen protocol, 255") << true << 255 << 1;
         QTest::newRow("multi-screen protocol, 510") << true << 510 << 2;
@@ -339,8 +344,9 @@ private Q_SLOTS:
         QFETCH(int, brightness);
         QFETCH(int, sent);
         giveCabinets(m_device);
-        if (newer)
+        if (newer) {
             speakNewerProtocol();
+        }
         Map params{{"brightness", "stale"}, {"other", 1}};
         QVERIFY(screenInfo()->setBrightness(m_device, screen, params, brightness));
         QCOMPARE(params, (Map{{"brightness", sent}, {"other", 1}}));
@@ -433,8 +439,9 @@ private Q_SLOTS:
         Map out{{"stale", 1}};
         QVERIFY(screenInfo()->getSingleGamma(m_device, screen, out, false));
         QCOMPARE(out, gammas(2, 2.2, 2.4));
-        for (const QVariant& gamma : qAsConst(out))
+        for (const QVariant& gamma : qAsConst(out)) {
             QCOMPARE(int(gamma.type()), int(QVariant::Double));
+        }
         QCOMPARE(cachedGammas(), gammas(2, 2.2, 2.4));
         QCOMPARE(m_engine->count(), 1);
         QVERIFY(screenInfo()->getSingleGamma(m_device, screen, out, true));
@@ -501,8 +508,9 @@ private Q_SLOTS:
         double expected[] = {2.5, 2.5, 2.5};
         expected[channel] = 3;
         for (const int type : {0, 1, 2}) {
-            if (type != channel)
+            if (type != channel) {
                 QVERIFY(screenInfo()->setOneGamma(m_device, screen, {{"type", type}, {"gamma", 2.5}}));
+            }
         }
         m_engine->answer(
             RecordingEngine::data(R"([{"type":)" + QByteArray::number(channel) + R"(,"gamma":3}])"));
@@ -583,8 +591,9 @@ private Q_SLOTS:
         const QMap<QString, QString> sent = m_engine->last().parameters;
         QCOMPARE(sent.keys(),
                  (QStringList{"gammaMode", "gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode"}));
-        for (const QString& value : sent)
+        for (const QString& value : sent) {
             QCOMPARE(value, QString(""));
+        }
     }
 };
 

@@ -84,8 +84,9 @@ class TestScreenInfoImages : public QObject
     static void everyBatch()
     {
         QTest::addColumn<const Batch*>("batch");
-        for (const Batch& batch : batches)
+        for (const Batch& batch : batches) {
             QTest::newRow(batch.name) << &batch;
+        }
     }
     static bool write(const Batch* batch, const std::vector<Map>& items)
     {
@@ -177,8 +178,9 @@ private Q_SLOTS:
             batchWrite("ScreenInfo::setMultCheckerBoardImage", "HwScreen_DrawCheckerBoardRegion",
                        &ScreenInfo::setMultCheckerBoardImage),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -214,8 +216,9 @@ private Q_SLOTS:
             {"ScreenInfo::setCorrectClearImage", "HwScreen_CorrectClear", "HwScreen_CorrectClear",
              call(&ScreenInfo::setCorrectClearImage)},
         };
-        for (const ProtocolRow& row : rows)
+        for (const ProtocolRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void theProtocolChoosesTheRoute()
     {
@@ -385,8 +388,9 @@ private Q_SLOTS:
         int outTogether = 0;
         QTimer::singleShot(0, this, [&] {
             outTogether = m_engine->held();
-            while (m_engine->release())
+            while (m_engine->release()) {
                 QCoreApplication::processEvents();
+            }
         });
         QVERIFY(write(batch, {Map{{"devKey", m_device}}, Map{{"devKey", DeviceSide::fresh()}}}));
         QCOMPARE(outTogether, 2);

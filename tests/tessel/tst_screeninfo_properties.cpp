@@ -142,8 +142,9 @@ bool memoryRunsOut = false; // at the next look-up of a path
 QString AllUrlResource::getUrl(const QString& key)
 {
     static const auto library = replaced<QString(const QString&)>("_ZN14AllUrlResource6getUrlERK7QString");
-    if (memoryRunsOut)
+    if (memoryRunsOut) {
         throw std::bad_alloc();
+    }
     return library(key);
 }
 
@@ -158,8 +159,9 @@ class TestScreenInfoProperties : public QObject
     static void everyProperty()
     {
         QTest::addColumn<const Property*>("property");
-        for (const Property& property : properties)
+        for (const Property& property : properties) {
             QTest::newRow(property.name) << &property;
+        }
     }
     bool read(const Property* property, Map& out, bool force = false) const
     {
@@ -169,8 +171,9 @@ class TestScreenInfoProperties : public QObject
     static void compareExactly(const Map& out, const Map& expected)
     {
         QCOMPARE(out, expected);
-        for (auto member = out.begin(); member != out.end(); ++member)
+        for (auto member = out.begin(); member != out.end(); ++member) {
             QCOMPARE(int(member->type()), int(expected.value(member.key()).type()));
+        }
     }
 
 private Q_SLOTS:
@@ -224,8 +227,9 @@ private Q_SLOTS:
              {},
              {{"id", screen}}},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -276,8 +280,9 @@ private Q_SLOTS:
     void aFailedForcedReadKeepsTheEarlierValue()
     {
         QFETCH(const Property*, property);
-        if (!property->cacheAnswers)
+        if (!property->cacheAnswers) {
             return;
+        }
         m_engine->answer(RecordingEngine::data(property->data));
         Map out;
         QVERIFY(read(property, out));
@@ -306,8 +311,9 @@ private Q_SLOTS:
     void aLogoutLeavesTheProperty()
     {
         QFETCH(const Property*, property);
-        if (!property->cacheAnswers)
+        if (!property->cacheAnswers) {
             return;
+        }
         m_engine->answer(RecordingEngine::data(property->data));
         Map out;
         QVERIFY(read(property, out));
@@ -325,14 +331,16 @@ private Q_SLOTS:
     {
         m_engine->answer([](const RecordingEngine::Request& request) {
             for (const Property& property : properties) {
-                if (AllUrlResource::getUrl(property.routeKey) == request.path)
+                if (AllUrlResource::getUrl(property.routeKey) == request.path) {
                     return RecordingEngine::data(property.data);
+                }
             }
             return RecordingEngine::failure();
         });
         Map out;
-        for (const Property& property : properties)
+        for (const Property& property : properties) {
             QVERIFY(read(&property, out));
+        }
         m_engine->forget();
         for (const Property& property : properties) {
             QVERIFY(read(&property, out));

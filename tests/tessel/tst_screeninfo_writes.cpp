@@ -174,8 +174,9 @@ class TestScreenInfoWrites : public QObject
     static void everyWriteThrough()
     {
         QTest::addColumn<const WriteThrough*>("property");
-        for (const WriteThrough& property : writeThroughs)
+        for (const WriteThrough& property : writeThroughs) {
             QTest::newRow(property.name) << &property;
+        }
     }
     QVariant cachedValue(const WriteThrough* property) const
     {
@@ -307,8 +308,9 @@ private Q_SLOTS:
              {},
              id},
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsSendAndReturnAsTold()
     {
@@ -352,8 +354,9 @@ private Q_SLOTS:
             Forms::listWrite("ScreenInfo::setScreenRegionState", "Screen_SetRegionState",
                              &ScreenInfo::setScreenRegionState),
         };
-        for (const OperationRow& row : rows)
+        for (const OperationRow& row : rows) {
             QTest::newRow(row.name) << row;
+        }
     }
     void operationsThatDoNotWaitSendAndReturnAsTold()
     {
@@ -430,8 +433,9 @@ private Q_SLOTS:
     void hdrAndThreeDWritesLeaveTheCache_data()
     {
         QTest::addColumn<const EffectProperty*>("property");
-        for (const EffectProperty& property : effectProperties)
+        for (const EffectProperty& property : effectProperties) {
             QTest::newRow(property.name) << &property;
+        }
     }
     void hdrAndThreeDWritesLeaveTheCache()
     {
@@ -544,8 +548,9 @@ private Q_SLOTS:
     void aRequestForWhichTheTableHasNoPathGoesOutWithoutOne()
     {
         QFETCH(bool, newer);
-        if (newer)
+        if (newer) {
             HWInfo::getInstance()->getHwProtoc(m_device, true);
+        }
         m_engine->forget();
         Map reply;
         for (int call = 1; call <= 2; ++call) {

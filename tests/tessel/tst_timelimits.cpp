@@ -72,8 +72,9 @@ private Q_SLOTS:
         QFETCH(int, limit);
         QVariantList ids;
         ids.reserve(cabinets);
-        for (int i = 0; i < cabinets; ++i)
+        for (int i = 0; i < cabinets; ++i) {
             ids << 1;
+        }
         Map out;
         QVERIFY(CabinetInfoOperator::getInstance()->setMultiPrestoreImage(
             device, {{QStringLiteral("id"), ids}}, out));

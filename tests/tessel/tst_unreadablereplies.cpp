@@ -112,8 +112,9 @@ private Q_SLOTS:
         package.setUrl(path);
         const LogCollector log;
         HttpProxy::getInstance()->getSync(device, &package);
-        if (decoded)
+        if (decoded) {
             decodeAll(package);
+        }
         QCOMPARE(log.lines(), QStringList());
     }
 

@@ -80,8 +80,9 @@ private Q_SLOTS:
     {
         QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
         QMetaType::registerConverter<Unwritable, QString>([this](const Unwritable&) -> QString {
-            if (m_outOfMemory)
+            if (m_outOfMemory) {
                 throw std::bad_alloc();
+            }
             throw std::runtime_error("no text");
         });
         Correctionop::getInstance();

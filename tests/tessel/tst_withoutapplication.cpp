@@ -48,8 +48,9 @@ private Q_SLOTS:
         QVERIFY(GroupRequest("Device_OneEDID").get(device, {"1", "2"}, results));
         QCOMPARE(results,
                  (List{"earlier", Map{{"edid", "x"}, {"id", "1"}}, Map{{"edid", "x"}, {"id", "2"}}}));
-        for (const RecordingEngine::Request& sent : m_engine->requests())
+        for (const RecordingEngine::Request& sent : m_engine->requests()) {
             QCOMPARE(int(sent.method), int(HttpMethod::Get));
+        }
     }
 
     void aGroupWriteSendsTheBodyToEachId()

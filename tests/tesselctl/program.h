@@ -33,8 +33,9 @@ public:
     explicit Program(const QStringList& arguments, const QStringList& environment = {})
     {
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-        for (const QString& entry : environment)
+        for (const QString& entry : environment) {
             variables.insert(entry.section('=', 0, 0), entry.section('=', 1));
+        }
         process.setProcessEnvironment(variables);
         process.start(TESSELCTL_PROGRAM, arguments);
     }
@@ -50,8 +51,9 @@ public:
     {
         Run run;
         const int patience = 60000;
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit) {
             run.code = process.exitCode();
+        }
         run.out = process.readAllStandardOutput();
         run.err = process.readAllStandardError();
         return run;

@@ -27,8 +27,9 @@ public:
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         variables.remove("NO_COLOR");
         variables.insert("TERM", "xterm");
-        for (const QString& entry : environment)
+        for (const QString& entry : environment) {
             variables.insert(entry.section('=', 0, 0), entry.section('=', 1));
+        }
         // All is made before the fork, after which only exec may follow.
         Words words(QStringList{TESSELCTL_PROGRAM} + arguments);
         Words values(variables.toStringList());
@@ -51,8 +52,9 @@ public:
     /// Types on the keyboard.
     void type(const QByteArray& keys) const
     {
-        if (::write(m_terminal, keys.constData(), static_cast<size_t>(keys.size())) != keys.size())
+        if (::write(m_terminal, keys.constData(), static_cast<size_t>(keys.size())) != keys.size()) {
             qFatal("the terminal takes no keys");
+        }
     }
     /// Everything that the terminal showed so far.
     const QByteArray& shown() const { return m_shown; }
@@ -62,8 +64,9 @@ public:
         const QRegularExpression expected(pattern);
         const QDeadlineTimer patience(60000);
         while (!expected.match(QString::fromUtf8(m_shown)).hasMatch()) {
-            if (!readMore(patience))
+            if (!readMore(patience)) {
                 return false;
+            }
         }
         return true;
     }
@@ -73,8 +76,9 @@ public:
         const QDeadlineTimer patience(60000);
         while (readMore(patience)) {
         }
-        if (patience.hasExpired())
+        if (patience.hasExpired()) {
             ::kill(m_process, SIGKILL);
+        }
         int status = 0;
         ::waitpid(m_process, &status, 0);
         m_process = 0;
@@ -109,11 +113,13 @@ private:
     {
         pollfd awaited{m_terminal, POLLIN, 0};
         char bytes[4096];
-        if (::poll(&awaited, 1, static_cast<int>(patience.remainingTime())) <= 0)
+        if (::poll(&awaited, 1, static_cast<int>(patience.remainingTime())) <= 0) {
             return false;
+        }
         const ssize_t count = ::read(m_terminal, bytes, sizeof bytes);
-        if (count > 0)
+        if (count > 0) {
             m_shown.append(bytes, static_cast<int>(count));
+        }
         return count > 0;
     }
 

@@ -168,8 +168,9 @@ void TestArguments::aMissingFileIsNamed()
 
 void TestArguments::everyTypeHasAPlaceholder()
 {
-    for (int type = 0; type <= static_cast<int>(ValueType::MapOfMaps); ++type)
+    for (int type = 0; type <= static_cast<int>(ValueType::MapOfMaps); ++type) {
         QVERIFY(!placeholderOf(static_cast<ValueType>(type)).isEmpty());
+    }
 }
 
 void TestArguments::argumentsStandInOrder()

@@ -28,8 +28,9 @@ const Route& routeOf(RecordingEngine* engine, const Call& call)
     static const Route none;
     engine->forget();
     call();
-    if (engine->count() != 1)
+    if (engine->count() != 1) {
         return none;
+    }
     const std::string path = engine->last().path.toStdString();
     const auto& routes = RouteTable::instance().routes();
     const auto found =
@@ -48,8 +49,9 @@ bool does(const Route& route, CoefficientAction::Step step, Tessel::CoefficientK
 QStringList names()
 {
     QStringList all;
-    for (const auto& row : Tessel::coefficientKinds)
+    for (const auto& row : Tessel::coefficientKinds) {
         all << row.name;
+    }
     return all;
 }
 
@@ -63,8 +65,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("index");
         int index = 0;
-        for (const auto& row : Tessel::coefficientKinds)
+        for (const auto& row : Tessel::coefficientKinds) {
             QTest::newRow(row.name) << index++;
+        }
     }
     void theRoutesOfAKindAreThoseOfTheController()
     {
@@ -80,8 +83,9 @@ private Q_SLOTS:
         const QString device = QStringLiteral("wall");
         const auto own = std::make_optional(row.kind);
         QCOMPARE(routeOf(engine, [&] { (all->*kind.upload)(device, {}); }).coefficients, own);
-        if (kind.uploadCabinet)
+        if (kind.uploadCabinet) {
             QCOMPARE(routeOf(engine, [&] { (all->*kind.uploadCabinet)(device, "1", {}); }).coefficients, own);
+        }
         if (kind.load) {
             // The library reads adaptive tables by the path of the multilayer ones.
             const bool adaptive = row.kind == Tessel::CoefficientKind::Adaptive;
@@ -90,12 +94,14 @@ private Q_SLOTS:
                      adaptive ? std::make_optional(Tessel::CoefficientKind::Multilayer) : own);
         }
         Map reply;
-        if (kind.save)
+        if (kind.save) {
             QVERIFY(does(routeOf(engine, [&] { (all->*kind.save)(device, {}, reply); }),
                          CoefficientAction::Step::Copy, row.kind));
-        if (kind.clear)
+        }
+        if (kind.clear) {
             QVERIFY(does(routeOf(engine, [&] { (all->*kind.clear)(device, {}, reply); }),
                          CoefficientAction::Step::Clear, row.kind));
+        }
     }
 
     void helpAndDocumentNameTheKindsAndNoOther()
@@ -112,8 +118,9 @@ private Q_SLOTS:
         const QString page = QString::fromUtf8(file.readAll()).simplified();
         const QString kinds = QRegularExpression("`--kind` is ([^.]*)\\.").match(page).captured(1);
         QStringList documented;
-        for (auto it = QRegularExpression("`([a-z]+)`").globalMatch(kinds); it.hasNext();)
+        for (auto it = QRegularExpression("`([a-z]+)`").globalMatch(kinds); it.hasNext();) {
             documented << it.next().captured(1);
+        }
         QCOMPARE(documented, names());
     }
 
@@ -121,8 +128,9 @@ private Q_SLOTS:
     {
         const Run run = ::run({"--device", "wall=127.0.0.1:1", "coefficients", "save", "--kind", "guess"});
         QCOMPARE(run.code, 2);
-        for (const QString& name : names())
+        for (const QString& name : names()) {
             QVERIFY2(run.err.contains(name.toUtf8()), run.err);
+        }
     }
 };
 

@@ -48,8 +48,9 @@ private Q_SLOTS:
         QStringList found;
         const auto split = splitCoefficients(text, "f");
         QCOMPARE(split.error(), QString());
-        for (const CoefficientTable& table : *split)
+        for (const CoefficientTable& table : *split) {
             found << table.cabinet + '=' + table.text;
+        }
         QCOMPARE(found, tables);
     }
 
@@ -127,8 +128,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("word");
         int row = 0;
         for (const char* word : {"plain-1.json", "with blank", "it's", "$HOME;`id`", "", "back\\slash",
-                                 "a\nb", "\x1b[2J'\\", "*"})
+                                 "a\nb", "\x1b[2J'\\", "*"}) {
             QTest::newRow(qPrintable(QString::number(row++))) << QString(word);
+        }
     }
     void wordsAreQuotedForAShell()
     {
@@ -167,8 +169,9 @@ private Q_SLOTS:
     void otherKindsGoAsOneList_data()
     {
         QTest::addColumn<QString>("kind");
-        for (const char* kind : {"adaptive", "dynamic", "lowgray"})
+        for (const char* kind : {"adaptive", "dynamic", "lowgray"}) {
             QTest::newRow(kind) << kind;
+        }
     }
     void otherKindsGoAsOneList()
     {
@@ -195,8 +198,9 @@ private Q_SLOTS:
     void onlySoManyRequestsAreUnderWay()
     {
         QByteArray text = "{\"1\":[]";
-        for (int cabinet = 2; cabinet <= 40; ++cabinet)
+        for (int cabinet = 2; cabinet <= 40; ++cabinet) {
             text += QStringLiteral(",\"%1\":[1]").arg(cabinet).toUtf8();
+        }
         write("f.json", text + "}");
         const Run run = upload({"f.json", "--parallel", "2"});
         QVERIFY2(run.code == 0, run.err);
@@ -286,8 +290,9 @@ private Q_SLOTS:
     void aDeadDeviceIsNotAskedForEver()
     {
         QByteArray text = "{\"0\":[]";
-        for (int cabinet = 1; cabinet < 20; ++cabinet)
+        for (int cabinet = 1; cabinet < 20; ++cabinet) {
             text += QStringLiteral(",\"%1\":[1]").arg(cabinet).toUtf8();
+        }
         write("f.json", text + "}");
         const Run run = ::run({"--device", "wall=" + closedAddress(), "--trace", "coefficients", "upload",
                                path("f.json"), "--parallel", "1"});
@@ -411,9 +416,10 @@ private Q_SLOTS:
     {
         // Members with dots and nested objects have to come back as they were.
         const QByteArray table = R"([{"a.b":{"c":{}}},[1,[2]],9007199254740993])";
-        for (const char* cabinet : {"3", "7"})
+        for (const char* cabinet : {"3", "7"}) {
             m_simulator->addFault(
                 answer(multilayer.arg(cabinet), 200, "{\"code\":0,\"data\":" + table + "}"));
+        }
         for (const QString& destination : {QStringLiteral("f.json"), QStringLiteral("new/tables/")}) {
             Run run = download({destination, "--kind", "multilayer", "--cabinets", "3,7"});
             QVERIFY2(run.code == 0, run.err);
@@ -589,8 +595,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("command");
         QTest::newRow("coefficients") << QStringList{"coefficients"};
-        for (const char* command : {"upload", "download", "save", "clear"})
+        for (const char* command : {"upload", "download", "save", "clear"}) {
             QTest::newRow(command) << QStringList{"coefficients", command};
+        }
     }
     void theHelpHasExamples()
     {
@@ -611,8 +618,9 @@ private:
     QMap<QString, QByteArray> bodies() const
     {
         QMap<QString, QByteArray> found;
-        for (const RequestRecord& request : m_simulator->requests())
+        for (const RequestRecord& request : m_simulator->requests()) {
             found.insert(request.path, request.body);
+        }
         return found;
     }
 };

@@ -22,8 +22,9 @@ QString textOf(const QString& name)
 QStringList matchesIn(const QString& text, const QString& pattern)
 {
     QStringList found;
-    for (auto it = QRegularExpression(pattern).globalMatch(text); it.hasNext();)
+    for (auto it = QRegularExpression(pattern).globalMatch(text); it.hasNext();) {
         found << it.next().captured(1);
+    }
     found.removeDuplicates();
     return found;
 }
@@ -112,11 +113,13 @@ private Q_SLOTS:
         for (const QString& command : listedIn(helps, "Subcommands")) {
             const QString help = helpOf(TESSELCTL_PROGRAM, {command});
             helps += help;
-            for (const QString& subcommand : listedIn(help, "Subcommands"))
+            for (const QString& subcommand : listedIn(help, "Subcommands")) {
                 helps += helpOf(TESSELCTL_PROGRAM, {command, subcommand});
+            }
         }
-        for (const QString& option : matchesIn(textOf("docs/commandline.md"), "`(--[a-z-]+)`"))
+        for (const QString& option : matchesIn(textOf("docs/commandline.md"), "`(--[a-z-]+)`")) {
             QVERIFY2(optionsIn(helps).contains(option) || option == "--help", qPrintable(option));
+        }
 
         QStringList offered = optionsIn(helpOf(TESSEL_SIM, {}));
         QStringList documented = matchesIn(textOf("docs/simulator.md"), "`(--[a-z-]+)");
@@ -132,10 +135,12 @@ private Q_SLOTS:
         const QString page = textOf("docs/simulator.md");
         const QStringList paths = matchesIn(source, "Method::\\w+, \"(/sim[a-z/]*)\"");
         QVERIFY(paths.size() > 9);
-        for (const QString& path : paths)
+        for (const QString& path : paths) {
             QVERIFY2(page.contains(QRegularExpression("(GET|POST|DELETE) " + path + "`")), qPrintable(path));
-        for (const QString& path : matchesIn(page, "(?:GET|POST|DELETE) (/sim[a-z/]*)`"))
+        }
+        for (const QString& path : matchesIn(page, "(?:GET|POST|DELETE) (/sim[a-z/]*)`")) {
             QVERIFY2(paths.contains(path), qPrintable(path));
+        }
     }
 
     void theTableOfEventsIsThatOfTheLibrary()
@@ -151,10 +156,12 @@ private Q_SLOTS:
             QStringList routeKeys;
             QStringList raised;
             for (const auto& effect : row.effects) {
-                if (effect.routeKey)
+                if (effect.routeKey) {
                     routeKeys << effect.routeKey;
-                if (effect.signal)
+                }
+                if (effect.signal) {
                     raised << effect.signal;
+                }
             }
             const QString more = row.text.payload ? code({row.text.payload}) : "-";
             lines << "| " +
@@ -169,8 +176,9 @@ private Q_SLOTS:
     void theWarningsOfTheControlInterfaceAreDocumented()
     {
         QStringList names;
-        for (const auto& row : Tessel::warningRows)
+        for (const auto& row : Tessel::warningRows) {
             names << row.name();
+        }
         const QStringList line = matchesIn(textOf("docs/simulator.md"), "`POST /sim/warnings` ([^\\n]*)");
         QCOMPARE(line.size(), 1);
         QStringList documented = matchesIn(line.first(), "[`\"]([a-zA-Z]+)[`\"]");
@@ -187,8 +195,9 @@ private Q_SLOTS:
         const QStringList row = matchesIn(textOf("docs/simulator.md"), "\\n\\| `--protocol` \\| ([^\\n]*)");
         QCOMPARE(row.size(), 1);
         QStringList names;
-        for (const auto& protocol : Tessel::protocols)
+        for (const auto& protocol : Tessel::protocols) {
             names << protocol.name;
+        }
         QCOMPARE(matchesIn(row.first(), "`([a-z-]+)`"), names);
         QVERIFY2(help.contains('{' + names.join(',') + '}'), qPrintable(help));
         QVERIFY(textOf("docs/glossary.md").contains("\n| " + names.join(", ") + " |"));
@@ -199,8 +208,9 @@ private Q_SLOTS:
              {"docs", "tessel", "simulator", "operations", "tesselctl", "examples", "tests"}) {
             QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp", "*.md"},
                             QDir::Files, QDirIterator::Subdirectories);
-            while (it.hasNext())
+            while (it.hasNext()) {
                 files << QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.next());
+            }
         }
         QVERIFY(files.size() > 200);
         for (const QString& file : files) {
@@ -214,11 +224,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("document");
         for (const char* name :
              {"README.md", "CONTRIBUTING.md", "docs/commandline.md", "docs/simulator.md", "docs/transport.md",
-              "docs/events.md", "bench/README.md", "examples/README.md"})
+              "docs/events.md", "bench/README.md", "examples/README.md"}) {
             QTest::newRow(name) << name;
+        }
         for (const char* name : {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md",
-                                 "docs/performance.md", "docs/releasing.md"})
+                                 "docs/performance.md", "docs/releasing.md"}) {
             QTest::newRow(name) << name;
+        }
     }
     void filesThatTheDocumentsNameExist()
     {
@@ -226,11 +238,13 @@ private Q_SLOTS:
         const QString page = textOf(document);
         QVERIFY(!page.isEmpty());
         const QString folder = QFileInfo(document).path() + '/';
-        for (const QString& link : matchesIn(page, "\\]\\(([^):#]+)\\)"))
+        for (const QString& link : matchesIn(page, "\\]\\(([^):#]+)\\)")) {
             QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + folder + link), qPrintable(link));
+        }
         for (const QString& path :
-             matchesIn(page, "`((?!build/|sys/|netinet/)(?:[a-z]+/)+(?:[a-z_]+\\.(?:h|cpp|md))?)`"))
+             matchesIn(page, "`((?!build/|sys/|netinet/)(?:[a-z]+/)+(?:[a-z_]+\\.(?:h|cpp|md))?)`")) {
             QVERIFY2(QFile::exists(TESSEL_SOURCE_DIR "/" + path), qPrintable(path));
+        }
     }
 
     void everySubcommandHasAnExampleThatDoesSomething()
@@ -245,19 +259,23 @@ private Q_SLOTS:
             const QStringList command = commands[i];
             const QString help = helpOf(TESSELCTL_PROGRAM, command);
             const QStringList subcommands = listedIn(help, "Subcommands");
-            for (const QString& subcommand : subcommands)
+            for (const QString& subcommand : subcommands) {
                 commands << command + QStringList{subcommand};
-            if (!subcommands.isEmpty() || command == QStringList{"demo"}) // which takes nothing
+            }
+            if (!subcommands.isEmpty() || command == QStringList{"demo"}) { // which takes nothing
                 continue;
+            }
             const QString name = command.join(' ');
             const QStringList examples = matchesIn(help, "\\n  (tesselctl [^\\n|']*)(?=\\n|$)").filter(name);
             QVERIFY2(!examples.isEmpty(), qPrintable(name));
             QString line = examples.first();
             line.replace("192.168.0.10", address);
-            if (name == "watch")
+            if (name == "watch") {
                 line += " --seconds 1";
-            if (name == "monitor")
+            }
+            if (name == "monitor") {
                 line += " --count 1";
+            }
             const Run ran = ::run(line.split(' ').mid(1));
             QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
             QVERIFY2(!ran.out.isEmpty() || !ran.err.isEmpty(), qPrintable(line));
@@ -277,8 +295,9 @@ private Q_SLOTS:
             for (QString line : matchesIn(textOf(name), "\\n(tesselctl [^\\n]*)")) {
                 line.replace(QRegularExpression("=(192\\.168\\.0\\.10|127\\.0\\.0\\.1:8080)"), '=' + address);
                 // These two go on until they are told to end.
-                if (line.contains(" watch") || line.contains(" monitor"))
+                if (line.contains(" watch") || line.contains(" monitor")) {
                     continue;
+                }
                 const Run ran = run(line.split(' ').mid(1));
                 QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
                 ++commands;

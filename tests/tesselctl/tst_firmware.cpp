@@ -390,10 +390,11 @@ private Q_SLOTS:
         Program program(
             {"--device", "wall=" + server.address(), "firmware", "download", path("card.bin"), "--id", "3"});
         QVERIFY(tells(program, told));
-        if (head.startsWith("Content-Length"))
+        if (head.startsWith("Content-Length")) {
             server.broadcast(QByteArray(100000, 'd'));
-        else
+        } else {
             server.broadcast("\r\n0\r\n\r\n");
+        }
         const Run run = program.finish();
         QVERIFY2(run.code == 0, run.err);
         QCOMPARE(read("card.bin").size(), head.startsWith("Content-Length") ? 200000 : 100000);
@@ -480,8 +481,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("command");
         QTest::newRow("firmware") << QStringList{"firmware"};
-        for (const char* command : {"update", "progress", "download"})
+        for (const char* command : {"update", "progress", "download"}) {
             QTest::newRow(command) << QStringList{"firmware", command};
+        }
     }
     void theHelpHasExamples()
     {
@@ -503,8 +505,9 @@ private:
     QByteArray bodyOf(const QString& requestPath) const
     {
         for (const RequestRecord& request : m_simulator->requests()) {
-            if (request.path == requestPath && request.method != "GET")
+            if (request.path == requestPath && request.method != "GET") {
                 return request.body;
+            }
         }
         return {};
     }

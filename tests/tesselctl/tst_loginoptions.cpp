@@ -20,8 +20,9 @@ namespace {
 QStringList schemeNames()
 {
     QStringList names;
-    for (const LoginScheme& scheme : loginSchemes)
+    for (const LoginScheme& scheme : loginSchemes) {
         names << scheme.name;
+    }
     return names;
 }
 
@@ -35,8 +36,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("index");
         int index = 0;
-        for (const LoginScheme& scheme : loginSchemes)
+        for (const LoginScheme& scheme : loginSchemes) {
             QTest::newRow(scheme.name) << index++;
+        }
     }
     void everySchemeIsTakenWithWhatItNeeds()
     {
@@ -73,8 +75,9 @@ private Q_SLOTS:
         const Run run = ::run({"--device", "wall=127.0.0.1:1", "--login", "guess", "routes"});
         QCOMPARE(run.code, 2);
         QVERIFY2(run.err.contains("--login"), run.err);
-        for (const QString& name : schemeNames())
+        for (const QString& name : schemeNames()) {
             QVERIFY2(run.err.contains(name.toUtf8()), run.err);
+        }
     }
 
     void helpAndDocumentNameTheSchemesAndNoOther()
@@ -89,8 +92,9 @@ private Q_SLOTS:
         const QString page = QString::fromUtf8(file.readAll()).simplified();
         const QString logins = QRegularExpression("\\| logins \\| ([^|]*)\\|").match(page).captured(1);
         QStringList documented;
-        for (auto it = QRegularExpression("([a-z]+) \\(RFC").globalMatch(logins); it.hasNext();)
+        for (auto it = QRegularExpression("([a-z]+) \\(RFC").globalMatch(logins); it.hasNext();) {
             documented << it.next().captured(1);
+        }
         QCOMPARE(documented, names);
     }
 
@@ -98,8 +102,9 @@ private:
     Settings withSecret()
     {
         QFile file(m_folder.filePath("secret"));
-        if (file.open(QIODevice::WriteOnly))
+        if (file.open(QIODevice::WriteOnly)) {
             file.write("hunter2\n");
+        }
         Settings settings;
         settings.devices.devices = QStringList{"wall=127.0.0.1:1"};
         settings.devices.secretFile = file.fileName();

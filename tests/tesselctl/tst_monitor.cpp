@@ -24,8 +24,9 @@ QList<QJsonObject> linesOfKind(const QByteArray& out, const QString& kind)
     QList<QJsonObject> found;
     for (const QByteArray& line : out.trimmed().split('\n')) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
-        if (object.value("kind") == kind)
+        if (object.value("kind") == kind) {
             found << object;
+        }
     }
     return found;
 }
@@ -94,8 +95,9 @@ private Q_SLOTS:
         QCOMPARE(run.out.count('\n'), 3);
         const QRegularExpression line(
             R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d  wall  fans \d+, \d+  temperature \d+  voltage core )");
-        for (const QByteArray& text : run.out.trimmed().split('\n'))
+        for (const QByteArray& text : run.out.trimmed().split('\n')) {
             QVERIFY2(line.match(text).hasMatch(), text);
+        }
         QVERIFY(!run.out.contains('\x1b') && !run.out.contains('\a'));
         QCOMPARE(m_simulator->requestCount(dataPath), quint64(3));
     }
@@ -113,8 +115,9 @@ private Q_SLOTS:
                    "b@wall=" + failing.address(), "monitor", "--interval", "0.1", "--count", "1"});
         const QList<QJsonObject> readings = linesOfKind(run.out, "reading");
         QCOMPARE(readings.size(), 2);
-        for (const QJsonObject& reading : readings)
+        for (const QJsonObject& reading : readings) {
             QCOMPARE(reading.value("problem").isNull(), reading.value("device") == "a@wall");
+        }
     }
 
     void jsonIsOneObjectPerReading()
@@ -133,8 +136,9 @@ private Q_SLOTS:
     void aWarningIsToldOnce_data()
     {
         QTest::addColumn<QString>("eventType");
-        for (const auto& row : Tessel::warningRows)
+        for (const auto& row : Tessel::warningRows) {
             QTest::newRow(row.name()) << row.name();
+        }
     }
     void aWarningIsToldOnce()
     {
@@ -142,8 +146,9 @@ private Q_SLOTS:
         for (const bool json : {true, false}) {
             QStringList arguments{"--device", "wall=" + m_simulator->address(), "monitor", "--interval",
                                   "60"};
-            if (json)
+            if (json) {
                 arguments << "--json";
+            }
             Program program(arguments);
             QVERIFY(m_simulator->waitForEventStreams(1, 30000));
             m_simulator->pushEvent(QStringLiteral(R"({"eventSender":"monitor","eventType":"%1",)"

@@ -90,10 +90,12 @@ public:
     }
     QPromise<int> refuse(const QString& reason)
     {
-        if (reason == "text")
+        if (reason == "text") {
             return QPromise<int>::reject("arguments error");
-        if (reason == "exception")
+        }
+        if (reason == "exception") {
             return QPromise<int>::reject(std::runtime_error("thrown"));
+        }
         return QPromise<int>{[](const QtPromise::QPromiseResolve<int>& /*resolve*/,
                                 const QtPromise::QPromiseReject<int>& reject) { reject(); }};
     }
@@ -322,8 +324,9 @@ void TestOperation::everyRowOfTheListIsComplete()
     for (const Operation& one : allOperations()) {
         QVERIFY(one.invoke);
         QSet<QString> names;
-        for (const Parameter& parameter : one.parameters)
+        for (const Parameter& parameter : one.parameters) {
             names.insert(parameter.name);
+        }
         QVERIFY2(names.size() == static_cast<int>(one.parameters.size()), qPrintable(one.usage()));
         QVERIFY2(!names.contains(QString()), qPrintable(one.usage()));
     }

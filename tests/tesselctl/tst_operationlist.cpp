@@ -60,8 +60,9 @@ QString bracedText(const QString& source, int open)
     for (int i = open; i < source.size(); ++i) {
         depth += source[i] == '{' ? 1 : 0;
         depth -= source[i] == '}' ? 1 : 0;
-        if (depth == 0)
+        if (depth == 0) {
             return source.mid(open + 1, i - open - 1);
+        }
     }
     return {};
 }
@@ -77,14 +78,16 @@ QStringList publicFunctions(const QString& body)
     QRegularExpressionMatchIterator sections = section.globalMatch(body);
     while (sections.hasNext()) {
         const QRegularExpressionMatch from = sections.next();
-        if (!from.captured(1).startsWith("public"))
+        if (!from.captured(1).startsWith("public")) {
             continue;
+        }
         const int end = sections.hasNext() ? sections.peekNext().capturedStart() : body.size();
         const QString text = body.mid(from.capturedEnd(), end - from.capturedEnd());
         for (const QString& statement : text.split(';')) {
             const QRegularExpressionMatch match = declaration.match(statement);
-            if (match.hasMatch() && match.captured(1) != "getInstance")
+            if (match.hasMatch() && match.captured(1) != "getInstance") {
                 names << match.captured(1);
+            }
         }
     }
     return names;
@@ -98,15 +101,17 @@ QMap<QString, int> functionsOfTheHeaders()
     const QDir directory(TESSEL_SOURCE_DIR "/tessel");
     for (const QString& name : directory.entryList({"*.h"}, QDir::Files)) {
         QFile file(directory.filePath(name));
-        if (!file.open(QIODevice::ReadOnly))
+        if (!file.open(QIODevice::ReadOnly)) {
             return {};
+        }
         const QString source = withoutComments(QString::fromUtf8(file.readAll()));
         const QString space = source.contains("namespace UrlResource") ? "UrlResource::" : "";
         QRegularExpressionMatchIterator classes = head.globalMatch(source);
         while (classes.hasNext()) {
             const QRegularExpressionMatch one = classes.next();
-            for (const QString& function : publicFunctions(bracedText(source, one.capturedEnd() - 1)))
+            for (const QString& function : publicFunctions(bracedText(source, one.capturedEnd() - 1))) {
                 ++functions[space + one.captured(1) + "::" + function];
+            }
         }
     }
     return functions;
@@ -128,8 +133,9 @@ QStringList codeOfTheTests()
     const QDir directory(TESSEL_SOURCE_DIR "/tests/tessel");
     for (const QString& name : directory.entryList({"*.cpp"}, QDir::Files)) {
         QString source = textOf(directory.filePath(name));
-        for (auto header = include.globalMatch(source); header.hasNext();)
+        for (auto header = include.globalMatch(source); header.hasNext();) {
             source += textOf(directory.filePath(header.next().captured(1)));
+        }
         // In this order: a text may hold what looks like a comment.
         QString code = withoutComments(withoutTexts(source));
         for (auto it = alias.globalMatch(code); it.hasNext();) {
@@ -144,8 +150,9 @@ QStringList codeOfTheTests()
 QMap<QString, int> rowsOfTheList()
 {
     QMap<QString, int> rows;
-    for (const Operation& operation : allOperations())
+    for (const Operation& operation : allOperations()) {
         ++rows[operation.qualifiedName()];
+    }
     return rows;
 }
 
@@ -176,11 +183,12 @@ void TestOperationList::everyPublicFunctionHasItsRows()
     QStringList missing;
     for (auto function = functions.begin(); function != functions.end(); ++function) {
         const int expected = notCallable.contains(function.key()) ? 0 : function.value();
-        if (rows.value(function.key()) != expected)
+        if (rows.value(function.key()) != expected) {
             missing << QString("%1: %2 rows, %3 overloads")
                            .arg(function.key())
                            .arg(rows.value(function.key()))
                            .arg(expected);
+        }
     }
     QVERIFY2(missing.isEmpty(), qPrintable(missing.join('\n')));
 }
@@ -188,20 +196,23 @@ void TestOperationList::everyPublicFunctionHasItsRows()
 void TestOperationList::everyRowHasItsFunction()
 {
     const QMap<QString, int> functions = functionsOfTheHeaders();
-    for (const Operation& operation : allOperations())
+    for (const Operation& operation : allOperations()) {
         QVERIFY2(functions.contains(operation.qualifiedName()), qPrintable(operation.qualifiedName()));
+    }
 }
 
 void TestOperationList::everyClassWithRowsIsAmongTheOperators()
 {
     QStringList classes;
-    for (const Operation& operation : allOperations())
+    for (const Operation& operation : allOperations()) {
         classes << operation.qualifiedName().section("::", 0, -2);
+    }
     classes.removeDuplicates();
     classes.sort();
     QStringList operators;
-    for (const QObject* one : allOperators())
+    for (const QObject* one : allOperators()) {
         operators << one->metaObject()->className();
+    }
     operators.sort();
     QCOMPARE(operators, classes);
 }
@@ -218,8 +229,9 @@ void TestOperationList::theReadmeTellsHowManyThereAre()
 void TestOperationList::whatIsNotCallableIsDeclared()
 {
     const QMap<QString, int> functions = functionsOfTheHeaders();
-    for (const QString& name : notCallable)
+    for (const QString& name : notCallable) {
         QVERIFY2(functions.contains(name), qPrintable(name));
+    }
 }
 
 void TestOperationList::everyPublicFunctionIsExported()
@@ -231,12 +243,14 @@ void TestOperationList::everyPublicFunctionIsExported()
     static const QRegularExpression symbol(R"( [TW] ((?:\w+::)+\w+)\()");
     for (const QString& line : QString::fromUtf8(nm.readAllStandardOutput()).split('\n')) {
         const QRegularExpressionMatch match = symbol.match(line);
-        if (match.hasMatch())
+        if (match.hasMatch()) {
             ++exported[match.captured(1)];
+        }
     }
     const QMap<QString, int> functions = functionsOfTheHeaders();
-    for (auto function = functions.begin(); function != functions.end(); ++function)
+    for (auto function = functions.begin(); function != functions.end(); ++function) {
         QVERIFY2(exported.value(function.key()) >= function.value(), qPrintable(function.key()));
+    }
 }
 
 // A test takes a function's address, under its class's name, or calls it on an object in a file that is about
@@ -258,9 +272,10 @@ void TestOperationList::everyPublicFunctionIsTested()
             uses += test.count(address);
             uses += test.contains(object) ? test.count(call) : 0;
         }
-        if (uses < function.value())
+        if (uses < function.value()) {
             missing
                 << QString("%1: %2 uses, %3 overloads").arg(function.key()).arg(uses).arg(function.value());
+        }
     }
     QVERIFY2(missing.isEmpty(), qPrintable(missing.join('\n')));
 }
@@ -270,8 +285,9 @@ void TestOperationList::everyOperationIsProbedWithoutWaiting()
     RequestProbe probe;
     int silent = 0;
     for (const Operation& operation : allOperations()) {
-        for (const auto& row : Tessel::protocols)
+        for (const auto& row : Tessel::protocols) {
             silent += probe.requestsOf(operation, row.protocol).empty() ? 1 : 0;
+        }
     }
     // Those that send nothing at all: twice six.
     QCOMPARE(silent, 12);

@@ -33,9 +33,10 @@ public:
         ++m_count;
         // An operation without a route fails in the transport; that is no reply.
         if (record.state != IHttpVersionTrigger::Success &&
-            record.state != IHttpVersionTrigger::InvalidRequest)
+            record.state != IHttpVersionTrigger::InvalidRequest) {
             m_failures << QString::fromUtf8(record.verb + ' ' + record.path + ' ' +
                                             QByteArray::number(record.status));
+        }
     }
     quint64 count() const
     {
@@ -106,28 +107,34 @@ void TestOperationSweep::whatIsReadAsAListComesAsOne()
         std::vector<std::size_t> lists;
         std::size_t output = 0;
         for (const Parameter& parameter : operation.parameters) {
-            if (parameter.direction == Parameter::In)
+            if (parameter.direction == Parameter::In) {
                 continue;
-            if (parameter.type == ValueType::List)
+            }
+            if (parameter.type == ValueType::List) {
                 lists.push_back(output);
+            }
             ++output;
         }
-        if (lists.empty())
+        if (lists.empty()) {
             continue;
+        }
         // Those that wait are told of on the thread that calls; the others end at any time.
         QStringList requests;
         setExchangeObserver([&requests, caller = QThread::currentThread()](const ExchangeRecord& record) {
-            if (QThread::currentThread() == caller)
+            if (QThread::currentThread() == caller) {
                 requests << QString::fromUtf8(record.verb + ' ' + record.path);
+            }
         });
         const CallResult result = operation.invoke(sampleArguments(operation, device));
         setExchangeObserver({});
-        if (!result.succeeded || requests.size() != 1 || !requests.first().startsWith("GET"))
+        if (!result.succeeded || requests.size() != 1 || !requests.first().startsWith("GET")) {
             continue;
+        }
         ++read;
         for (const std::size_t index : lists) {
-            if (result.outputs.value(int(index)).toList().isEmpty())
+            if (result.outputs.value(int(index)).toList().isEmpty()) {
                 empty << operation.qualifiedName() + ": " + requests.first();
+            }
         }
     }
     qInfo("%d operations read a list", read);

@@ -72,8 +72,9 @@ void TestOutput::valuesForPeople()
 
 void TestOutput::wideCharactersKeepTheColumns()
 {
-    if (displayWidth(QString::fromUtf8("屏")) != 2)
+    if (displayWidth(QString::fromUtf8("屏")) != 2) {
         QSKIP("the locale knows no wide characters");
+    }
     QCOMPARE(aligned({{QString::fromUtf8("屏幕"), "1"}, {"hall", "2"}}),
              QString::fromUtf8("屏幕  1\nhall  2\n"));
 }
@@ -152,8 +153,9 @@ void TestOutput::nothingSteersTheTerminal()
     QCOMPARE(humanText(QVariantMap{{text, text}}), shown + "  " + shown + "\n");
     QCOMPARE(humanText(QVariantList{QVariantMap{{text, text}}}), shown + "\n" + shown + "\n");
     const QByteArray json = toJson(QVariantMap{{text, QVariantList{text}}}, true);
-    for (const QChar character : QString::fromUtf8(json))
+    for (const QChar character : QString::fromUtf8(json)) {
         QVERIFY(character == '\n' || printable(QString(character)) == QString(character));
+    }
 }
 
 void TestOutput::sizesForPeople_data()

@@ -108,8 +108,9 @@ void TestSignalCatcher::everySignalOfEveryOperatorIsHeard()
         const QMetaObject* const meta = one->metaObject();
         for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
             const QMetaMethod method = meta->method(i);
-            if (method.methodType() != QMetaMethod::Signal)
+            if (method.methodType() != QMetaMethod::Signal) {
                 continue;
+            }
             QVector<QVariant> values;
             for (int k = 0; k < method.parameterCount(); ++k) {
                 const int type = method.parameterType(k);
@@ -128,8 +129,9 @@ void TestSignalCatcher::everySignalOfEveryOperatorIsHeard()
     }
     QVERIFY(names.contains("HWInfo::signal_customNameChanged"));
     QSet<QString> caught;
-    for (const CaughtSignal& one : m_caught)
+    for (const CaughtSignal& one : m_caught) {
         caught << one.name;
+    }
     QCOMPARE(caught, names);
 }
 

@@ -52,8 +52,9 @@ private Q_SLOTS:
         sender.server.broadcast(half);
         QCOMPARE(program.finish(), 0);
         const QList<QByteArray> lines = QByteArray(program.shown()).replace(clearLine, "\n").split('\n');
-        for (const QByteArray& line : lines.mid(0, lines.size() - 2))
+        for (const QByteArray& line : lines.mid(0, lines.size() - 2)) {
             QVERIFY2(line.size() < 45, line);
+        }
     }
 
     void linesComeWhereNothingCanStayInItsPlace_data()

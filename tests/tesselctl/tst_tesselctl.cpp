@@ -174,8 +174,9 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo()
 
 void TestTesselctl::wrongArgumentsSendNothing()
 {
-    for (const char* argument : {"[1]", "word", "{}x"})
+    for (const char* argument : {"[1]", "word", "{}x"}) {
         QCOMPARE(run({"--device", address(), "call", "getParameters", argument}).code, 2);
+    }
     QCOMPARE(m_simulator->requestCount(), quint64(0));
 }
 
@@ -272,8 +273,9 @@ void TestTesselctl::anImageThatCannotBeReadSendsNothing()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, reason);
-    if (name == "forbidden" && ::geteuid() == 0)
+    if (name == "forbidden" && ::geteuid() == 0) {
         QSKIP("nothing is forbidden to root");
+    }
     const QTemporaryDir directory;
     QCOMPARE(::mkfifo(qPrintable(directory.filePath("pipe")), 0600), 0);
     QCOMPARE(::mknod(qPrintable(directory.filePath("socket")), S_IFSOCK | 0600, 0), 0);
@@ -529,8 +531,9 @@ void TestTesselctl::controlCharactersOfADeviceDoNotReachTheTerminal()
     for (const char* style : {"--json", "--trace"}) {
         const Run run = ::run({"--device", address(), "call", "getAllChipType", style});
         QCOMPARE(run.code, 5);
-        for (const QChar character : QString::fromUtf8(run.out + run.err))
+        for (const QChar character : QString::fromUtf8(run.out + run.err)) {
             QVERIFY2(character == '\n' || character.category() != QChar::Other_Control, run.out + run.err);
+        }
     }
 }
 
@@ -550,8 +553,9 @@ void TestTesselctl::aReaderThatLeavesEndsItQuietly()
 
 void TestTesselctl::aFullDiskIsTold()
 {
-    if (!QFile::exists("/dev/full"))
+    if (!QFile::exists("/dev/full")) {
         QSKIP("no /dev/full");
+    }
     QProcess program;
     program.setStandardOutputFile("/dev/full");
     program.start(TESSELCTL_PROGRAM, {"routes"});
@@ -638,8 +642,9 @@ void TestTesselctl::watchPrintsPushedEvents()
     const QList<QByteArray> lines = run.out.trimmed().split('\n');
     QCOMPARE(lines.size(), 3);
     const QRegularExpression time(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}  )");
-    for (const QByteArray& line : lines)
+    for (const QByteArray& line : lines) {
         QVERIFY2(time.match(line).hasMatch(), line);
+    }
     QVERIFY2(lines[0].endsWith("  -  devices: wall"), lines[0]);
     QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"nothing"})"), lines[1]);
     QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u001b[2J"})"), lines[2]);
@@ -658,8 +663,9 @@ void TestTesselctl::watchPrintsJsonLines()
     for (const QByteArray& line : run.out.trimmed().split('\n')) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
         QCOMPARE(object.keys(), QStringList({"device", "kind", "payload", "time"}));
-        if (object.value("kind") == "event")
+        if (object.value("kind") == "event") {
             events << object;
+        }
     }
     QCOMPARE(events.size(), 2);
     QCOMPARE(events[0].value("device").toString(), QString("wall"));
@@ -690,8 +696,9 @@ void TestTesselctl::watchPrintsSignalsAsJson()
     QJsonObject caught;
     for (const QByteArray& line : program.out().split('\n')) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
-        if (object.value("signal").toString() == "HWInfo::signal_customNameChanged")
+        if (object.value("signal").toString() == "HWInfo::signal_customNameChanged") {
             caught = object;
+        }
     }
     QCOMPARE(caught.value("kind").toString(), QString("signal"));
     QCOMPARE(caught.value("device").toString(), QString("wall"));
@@ -730,8 +737,9 @@ void TestTesselctl::theDemoSucceedsWithoutColour()
           "single-screen protocol, screens: 1\n", "multi-screen protocol, screens: 1, 2\n",
           "/api/v1/device/hw  200", "no request: the cache answered", "pushed",
           "info[\"customName\"] is \"North stand\"", "/api/v1/device/screen/1/brightness  200",
-          "/api/v1/screen/brightness  200", "All steps succeeded"})
+          "/api/v1/screen/brightness  200", "All steps succeeded"}) {
         QVERIFY2(run.out.contains(part), part);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestTesselctl)

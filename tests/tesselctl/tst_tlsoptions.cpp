@@ -18,8 +18,9 @@ class TestTlsOptions : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (!m_server.isAvailable())
+        if (!m_server.isAvailable()) {
             QSKIP("the openssl program is not installed");
+        }
         QVERIFY(m_server.start());
         QVERIFY(m_server.serve(chipPath, R"({"code":0,"data":[{"id":1}]})"));
     }

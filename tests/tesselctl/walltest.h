@@ -64,8 +64,9 @@ protected:
         program.process.setReadChannel(QProcess::StandardError);
         do {
             told += program.process.readAllStandardError();
-            if (expected.match(QString::fromUtf8(told)).hasMatch())
+            if (expected.match(QString::fromUtf8(told)).hasMatch()) {
                 return true;
+            }
         } while (program.process.waitForReadyRead(static_cast<int>(patience.remainingTime())));
         return false;
     }

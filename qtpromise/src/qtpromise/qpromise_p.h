@@ -64,8 +64,9 @@ public:
     {
         // Pairs with the store above: the hand-over does not lean on what Qt's event queue synchronises
         // inside.
-        if (m_complete.load(std::memory_order_acquire))
+        if (m_complete.load(std::memory_order_acquire)) {
             m_call();
+        }
     }
 
     CallEvent(const CallEvent&) = delete;
@@ -98,8 +99,9 @@ public:
         CallReceiver*& receiver = current();
         if (!receiver) {
             QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance();
-            if (!dispatcher)
+            if (!dispatcher) {
                 return nullptr;
+            }
             receiver = new CallReceiver(dispatcher);
         }
         return receiver->m_link;
@@ -110,14 +112,16 @@ public:
     {
         // A dropped call is released after the lock: it is an argument, and those outlive the locals.
         const std::lock_guard<std::mutex> lock(link.mutex);
-        if (link.object)
+        if (link.object) {
             QCoreApplication::postEvent(link.object, new CallEvent(std::move(call)));
+        }
     }
 
     ~CallReceiver() override
     {
-        if (current() == this)
+        if (current() == this) {
             current() = nullptr;
+        }
         const std::lock_guard<std::mutex> lock(m_link->mutex);
         m_link->object = nullptr;
     }
@@ -158,14 +162,16 @@ public:
         }
         // Attached without an event dispatcher; the thread may have made one since.
         QThread* const thread = m_thread.data();
-        if (!thread || thread->isFinished())
+        if (!thread || thread->isFinished()) {
             return;
+        }
         if (QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance(thread)) {
             QCoreApplication::postEvent(dispatcher, new CallEvent(std::move(call)));
             return;
         }
-        if (QCoreApplication::closingDown())
+        if (QCoreApplication::closingDown()) {
             return;
+        }
         qCWarning(promiseLog,
                   "A promise handler was attached on a thread that has no event dispatcher; it runs on "
                   "the thread that settles the promise");
@@ -213,12 +219,14 @@ public:
     {
         std::unique_ptr<CallTimer> own; // outlives the lock, which the destructor takes again
         const std::lock_guard<std::mutex> lock(link.mutex);
-        if (!link.object)
+        if (!link.object) {
             return;
-        if (link.object->thread() == QThread::currentThread())
+        }
+        if (link.object->thread() == QThread::currentThread()) {
             own.reset(link.object);
-        else
+        } else {
             link.object->deleteLater();
+        }
         link.object = nullptr;
     }
 
@@ -272,8 +280,9 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_settled = true;
         m_changed.notify_all();
-        if (m_dispatcher)
+        if (m_dispatcher) {
             m_dispatcher->wakeUp();
+        }
     }
 
     /// Processes events of the calling thread until wake() is called, or until the application closes, after
@@ -286,12 +295,15 @@ public:
         // deleted later does not, and its end may be what settles the promise. Nor does the application's
         // closing.
         QTimer deferredDeletes;
-        if (m_dispatcher)
+        if (m_dispatcher) {
             deferredDeletes.start(flushInterval());
-        while (!isSettled() && !QCoreApplication::closingDown())
+        }
+        while (!isSettled() && !QCoreApplication::closingDown()) {
             processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-        if (!isSettled()) // what was posted before may settle the promise
+        }
+        if (!isSettled()) { // what was posted before may settle the promise
             processEvents(QEventLoop::AllEvents);
+        }
 
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_dispatcher = nullptr;
@@ -456,8 +468,9 @@ public:
     PromiseState() = default;
     ~PromiseState()
     {
-        if (!m_listeners.empty())
+        if (!m_listeners.empty()) {
             releaseInTurn(std::make_shared<std::vector<Listener>>(std::move(m_listeners)));
+        }
     }
     PromiseState(const PromiseState&) = delete;
     PromiseState& operator=(const PromiseState&) = delete;
@@ -473,8 +486,9 @@ public:
     {
         Listener listener{std::move(observer), nullptr};
         const Outcome<T> outcome = keepWhilePending(listener);
-        if (!outcome.isPending())
+        if (!outcome.isPending()) {
             listener.observer(outcome);
+        }
     }
 
     /// Settles `follower` as this promise settles: at once if it has.
@@ -482,8 +496,9 @@ public:
     {
         Listener listener{nullptr, std::move(follower)};
         const Outcome<T> outcome = keepWhilePending(listener);
-        if (!outcome.isPending())
+        if (!outcome.isPending()) {
             listener.follower->settle(outcome);
+        }
     }
 
     /// As observe(), but calls `handler` on the thread that is the current one now, never from inside this
@@ -512,10 +527,11 @@ public:
         while (!waiting.empty()) {
             const Listener next = std::move(waiting.back());
             waiting.pop_back();
-            if (!next.follower)
+            if (!next.follower) {
                 next.observer(outcome);
-            else if (const auto state = next.follower->claim())
+            } else if (const auto state = next.follower->claim()) {
                 settleOne(*state);
+            }
         }
     }
 
@@ -531,8 +547,9 @@ private:
     Outcome<T> keepWhilePending(Listener& listener)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_outcome.isPending())
+        if (m_outcome.isPending()) {
             m_listeners.push_back(std::move(listener));
+        }
         return m_outcome;
     }
 
@@ -569,15 +586,17 @@ public:
     template <typename Make>
     void settleWith(Make&& make)
     {
-        if (const std::shared_ptr<PromiseState<T>> state = claim())
+        if (const std::shared_ptr<PromiseState<T>> state = claim()) {
             state->settle(outcomeOf(make));
+        }
     }
 
     /// The promise to settle, for the first caller; null for a later one. Only the first touches m_state.
     std::shared_ptr<PromiseState<T>> claim()
     {
-        if (m_used.exchange(true))
+        if (m_used.exchange(true)) {
             return nullptr;
+        }
         return std::move(m_state);
     }
 
@@ -831,10 +850,11 @@ void settleAfterCall(const SettlerPtr<T>& settler, const Outcome<T>& outcome, F&
 {
     using Awaited = Unwrapped<decltype(call())>;
     PromiseAccess::state(attemptCall(call))->observeHere([settler, outcome](const Outcome<Awaited>& awaited) {
-        if (awaited.isRejected())
+        if (awaited.isRejected()) {
             settler->rejectWith(awaited.reason());
-        else
+        } else {
             settler->settle(outcome);
+        }
     });
 }
 

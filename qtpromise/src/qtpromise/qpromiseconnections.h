@@ -66,8 +66,9 @@ private:
                 cut.swap(connections);
             }
             // Without the mutex: slots are destroyed here.
-            for (const QMetaObject::Connection& connection : qAsConst(cut))
+            for (const QMetaObject::Connection& connection : qAsConst(cut)) {
                 QObject::disconnect(connection);
+            }
         }
 
         std::mutex mutex;

@@ -15,8 +15,9 @@ struct FutureResult
 {
     static void fulfil(const SettlerPtr<T>& settler, const QFuture<T>& future)
     {
-        if (future.resultCount() == 0) // finished without a result, which result() does not survive
+        if (future.resultCount() == 0) { // finished without a result, which result() does not survive
             throw QtPromise::QPromiseCanceledException();
+        }
         settler->fulfil(future.result());
     }
 };

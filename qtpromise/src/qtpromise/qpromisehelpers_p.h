@@ -37,8 +37,9 @@ struct AllResult
     {
         QVector<T> result;
         result.reserve(static_cast<int>(values.size()));
-        for (const std::shared_ptr<const T>& value : values)
+        for (const std::shared_ptr<const T>& value : values) {
             result.append(*value);
+        }
         return Outcome<Type>::fulfilled(std::move(result));
     }
 };
@@ -76,8 +77,9 @@ public:
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_values[index] = outcome.value();
-            if (--m_pending != 0)
+            if (--m_pending != 0) {
                 return;
+            }
         }
         m_settler->settleWith([this] { return AllResult<T>::of(m_values); });
     }
@@ -95,8 +97,9 @@ QtPromise::QPromise<typename AllResult<T>::Type> allOf(const Sequence& promises)
 {
     const auto count = static_cast<std::size_t>(std::distance(std::begin(promises), std::end(promises)));
     const Deferred<typename AllResult<T>::Type> deferred;
-    if (count == 0)
+    if (count == 0) {
         deferred.settler->settle(AllResult<T>::of({}));
+    }
     const auto collector = std::make_shared<Collector<T>>(count, deferred.settler);
     std::size_t index = 0;
     for (const auto& promise : promises) {
@@ -151,8 +154,9 @@ QtPromise::QPromise<Sequence> filterSequence(const Sequence& sequence, const F& 
         Sequence result;
         auto keep = kept.begin();
         for (const auto& item : sequence) {
-            if (*keep++)
+            if (*keep++) {
                 result.push_back(item);
+            }
         }
         return result;
     });
@@ -296,8 +300,9 @@ QtPromise::QPromise<T> promiseOfSignals(const QObject* resolvingSender, Wire wir
                             [reject](QObject*) { reject(QtPromise::QPromiseContextException()); });
         });
     // A sender of another thread may have emitted before all was connected.
-    if (!promise.isPending())
+    if (!promise.isPending()) {
         connections.disconnect();
+    }
     return promise;
 }
 
@@ -322,8 +327,9 @@ struct Conversion
     {
         QVariant variant = QVariant::fromValue(value);
         const int type = qMetaTypeId<U>();
-        if (!variant.canConvert(type) || !variant.convert(type))
+        if (!variant.canConvert(type) || !variant.convert(type)) {
             throw QtPromise::QPromiseConversionException();
+        }
         return variant.template value<U>();
     }
 };
