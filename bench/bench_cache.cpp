@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Reads that a cache answers, against copying the containers themselves; and taking a reply with 10,000
+// reads that a cache answers, against copying the containers themselves; and taking a reply with 10,000
 // cabinets into the cache, against QJsonDocument with toVariant() and the same flattening. The replies come
 // from an engine within the process, so no network is in the figures.
 // Usage: bench_cache [--ratios] [rounds]
@@ -27,7 +27,7 @@ using Krelm::Communicator::HttpDevice::HttpRequest;
 
 namespace {
 
-constexpr int Reads = 1000; // per call that is timed
+constexpr int reads = 1000; // per call that is timed
 const QString deviceKey = QStringLiteral("127.0.0.1:1");
 const QString screenId = QStringLiteral("1");
 
@@ -86,7 +86,7 @@ template <class Read>
 auto repeated(Read read)
 {
     return [read] {
-        for (int i = 0; i < Reads; ++i) {
+        for (int i = 0; i < reads; ++i) {
             read();
         }
     };
@@ -94,9 +94,9 @@ auto repeated(Read read)
 
 void printReads(const char* title, const char* name, const std::vector<Figures>& figures)
 {
-    constexpr double Nanoseconds = 1000.0 / Reads;
+    constexpr double nanoseconds = 1000.0 / reads;
     std::printf("%-36s %7.1f ns, copying the containers %7.1f ns, ratio %.1f\n", title,
-                figures[1].median * Nanoseconds, figures[0].median * Nanoseconds,
+                figures[1].median * nanoseconds, figures[0].median * nanoseconds,
                 figures[1].median / figures[0].median);
     tellRatio(name, figures[1].median / figures[0].median);
 }

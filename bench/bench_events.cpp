@@ -41,11 +41,11 @@ namespace {
 
 using Ready = std::function<void(const std::string&)>;
 
-constexpr int Devices = 200;
-constexpr int EventsPerDevice = 10;
-constexpr int BurstEvents = 10000;
-constexpr int Rounds = 5;
-constexpr int WatchdogMilliseconds = 60000;
+constexpr int deviceCount = 200;
+constexpr int eventsPerDevice = 10;
+constexpr int burstEvents = 10000;
+constexpr int rounds = 5;
+constexpr int watchdogMilliseconds = 60000;
 
 const char unrelatedEvent[] =
     R"({"eventSender":"screen","eventType":"brightnessChange","eventData":{"screenID":1,"brightness":0.8}})";
@@ -67,7 +67,7 @@ bool sendAll(int peer, const std::string& text)
 /// Serves one event stream after the other; each gets @p count events and then stays open.
 void serveBulk(int count, const Ready& ready)
 {
-    constexpr int Chunk = 1000;
+    constexpr int chunkBytes = 1000;
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -79,7 +79,7 @@ void serveBulk(int count, const Ready& ready)
     }
 
     std::string chunk;
-    for (int i = 0; i < Chunk; ++i) {
+    for (int i = 0; i < chunkBytes; ++i) {
         chunk += "data: " + std::string(unrelatedEvent) + "\n\n";
     }
     std::thread([listener, chunk, count] {
@@ -87,7 +87,7 @@ void serveBulk(int count, const Ready& ready)
             char request[65536];
             bool open = recv(peer, request, sizeof request, 0) > 0 &&
                         sendAll(peer, "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
-            for (int sent = 0; open && sent < count; sent += Chunk) {
+            for (int sent = 0; open && sent < count; sent += chunkBytes) {
                 open = sendAll(peer, chunk);
             }
             while (open && recv(peer, request, sizeof request, 0) > 0) {
@@ -204,7 +204,7 @@ Run receive(const QStringList& keys, int events, int refreshes)
     };
     QObject::connect(cabinets, &CabinetInfoOperator::signal_sendDataChanged, &loop, onFresh);
     QObject::connect(cabinets, &CabinetInfoOperator::signal_rvCardsInfoChanged, &loop, onFresh);
-    QTimer::singleShot(WatchdogMilliseconds, &loop, [&] {
+    QTimer::singleShot(watchdogMilliseconds, &loop, [&] {
         std::fprintf(stderr, "bench_events: only %d of %d events and %d of %d refreshes came\n", seen, events,
                      fresh, refreshes);
         std::exit(1);
@@ -225,7 +225,7 @@ void measureBulk(const QStringList& keys, int events, const char* title)
 {
     std::vector<double> rates;
     std::vector<double> cpu;
-    for (int i = 0; i < Rounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         const Run run = receive(keys, events, 0);
         rates.push_back(events / run.seconds);
         cpu.push_back(run.cpu * 1e6 / events);
@@ -236,16 +236,16 @@ void measureBulk(const QStringList& keys, int events, const char* title)
 
 void measureStreams(const QStringList& one, const QStringList& many)
 {
-    constexpr int Events = Devices * EventsPerDevice;
+    constexpr int eventCount = deviceCount * eventsPerDevice;
     std::vector<double> oneCpu;
     std::vector<double> manyCpu;
-    for (int i = 0; i < Rounds; ++i) {
-        oneCpu.push_back(receive(one, Events, 0).cpu * 1e6 / Events);
-        manyCpu.push_back(receive(many, Events, 0).cpu * 1e6 / Events);
+    for (int i = 0; i < rounds; ++i) {
+        oneCpu.push_back(receive(one, eventCount, 0).cpu * 1e6 / eventCount);
+        manyCpu.push_back(receive(many, eventCount, 0).cpu * 1e6 / eventCount);
     }
     std::printf("single events: %.1f us CPU each with one stream, %.1f with %d: ratio %.2f (wanted: at most "
                 "1.5)\n",
-                median(oneCpu), median(manyCpu), Devices, median(manyCpu) / median(oneCpu));
+                median(oneCpu), median(manyCpu), deviceCount, median(manyCpu) / median(oneCpu));
     tellRatio("events/streams", median(manyCpu) / median(oneCpu));
 }
 
@@ -262,27 +262,29 @@ int main(int argc, char** argv)
 {
     takeRatiosOption(argc, argv);
     const int bulkEvents = argc > 1 ? std::atoi(argv[1]) : 500000;
-    constexpr int Pause = 300;
+    constexpr int pauseTime = 300;
     const ServerProcess bulk([&](const Ready& ready) { serveBulk(bulkEvents, ready); });
-    const ServerProcess tenThousand([](const Ready& ready) { serveBulk(BurstEvents, ready); });
-    const ServerProcess single(
-        [](const Ready& ready) { serveFleet(1, Devices * EventsPerDevice, unrelatedEvent, Pause, ready); });
-    const ServerProcess fleet(
-        [](const Ready& ready) { serveFleet(Devices, EventsPerDevice, unrelatedEvent, Pause, ready); });
-    const ServerProcess burst([](const Ready& ready) { serveFleet(1, BurstEvents, refreshEvent, 0, ready); });
+    const ServerProcess tenThousand([](const Ready& ready) { serveBulk(burstEvents, ready); });
+    const ServerProcess single([](const Ready& ready) {
+        serveFleet(1, deviceCount * eventsPerDevice, unrelatedEvent, pauseTime, ready);
+    });
+    const ServerProcess fleet([](const Ready& ready) {
+        serveFleet(deviceCount, eventsPerDevice, unrelatedEvent, pauseTime, ready);
+    });
+    const ServerProcess burst([](const Ready& ready) { serveFleet(1, burstEvents, refreshEvent, 0, ready); });
     const ServerProcess burstFleet(
-        [](const Ready& ready) { serveFleet(Devices, EventsPerDevice, refreshEvent, 0, ready); });
+        [](const Ready& ready) { serveFleet(deviceCount, eventsPerDevice, refreshEvent, 0, ready); });
 
     const QCoreApplication app(argc, argv);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     CabinetInfoOperator::getInstance();
     HttpProxy::getInstance()->initialize(true);
 
-    measureBulk(keysOf(tenThousand), BurstEvents, "10,000 events on one device");
+    measureBulk(keysOf(tenThousand), burstEvents, "10,000 events on one device");
     measureBulk(keysOf(bulk), bulkEvents, "bulk on one device");
     measureStreams(keysOf(single), keysOf(fleet));
-    measureRefresh(keysOf(burst), BurstEvents, "10,000 events on one device, each refreshes two caches");
-    measureRefresh(keysOf(burstFleet), Devices * EventsPerDevice,
+    measureRefresh(keysOf(burst), burstEvents, "10,000 events on one device, each refreshes two caches");
+    measureRefresh(keysOf(burstFleet), deviceCount * eventsPerDevice,
                    "10 on each of 200 devices, each refreshes two caches");
     return 0;
 }

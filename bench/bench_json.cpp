@@ -45,19 +45,19 @@ double seconds(const std::function<void()>& work, int repeat)
 void compare(const char* what, const char* name, const std::function<void()>& theirs,
              const std::function<void()>& ours, int repeat)
 {
-    constexpr int Rounds = 11;
+    constexpr int rounds = 11;
     std::vector<double> theirTimes;
     std::vector<double> ourTimes;
     theirs();
     ours();
-    for (int i = 0; i < Rounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         theirTimes.push_back(seconds(theirs, repeat));
         ourTimes.push_back(seconds(ours, repeat));
     }
     std::sort(theirTimes.begin(), theirTimes.end());
     std::sort(ourTimes.begin(), ourTimes.end());
-    const double their = theirTimes[Rounds / 2];
-    const double our = ourTimes[Rounds / 2];
+    const double their = theirTimes[rounds / 2];
+    const double our = ourTimes[rounds / 2];
     std::printf("%-28s QJsonDocument %10.1f us   ours %10.1f us   ratio %.2f\n", what, their * 1e6, our * 1e6,
                 their / our);
     tellRatio(name, their / our);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Upload of coefficients to simulated devices in a process of their own: the encoding of a whole list of
-// about 64 MiB against QJsonDocument, the memory that its upload takes, and many uploads of single cabinets
-// in flight at once. Usage: bench_upload [--ratios] [rounds of the encoding]
+// about 64 mebibyte against QJsonDocument, the memory that its upload takes, and many uploads of single
+// cabinets in flight at once. Usage: bench_upload [--ratios] [rounds of the encoding]
 #include "interleaved.h"
 #include "peakmemory.h"
 #include "ratios.h"
@@ -33,11 +33,11 @@ using Tessel::Simulator::Simulator;
 
 namespace {
 
-constexpr int Devices = 100;
-constexpr int Cabinets = 1000; // of the first device
-constexpr int WholeList = 200000;
-constexpr int CabinetList = 200; // of one cabinet, about 64 KiB
-constexpr double MiB = 1 << 20;
+constexpr int deviceCount = 100;
+constexpr int cabinetCount = 1000; // of the first device
+constexpr int wholeList = 200000;
+constexpr int cabinetList = 200; // of one cabinet, about 64 KiB
+constexpr double mebibyte = 1 << 20;
 
 QList<QVariant> coefficients(int count)
 {
@@ -69,10 +69,10 @@ void serve(const std::function<void(const std::string&)>& ready)
     const auto threads = std::make_shared<IoThreads>(1);
     std::vector<std::unique_ptr<Simulator>> fleet;
     std::string addresses;
-    for (int i = 0; i < Devices; ++i) {
+    for (int i = 0; i < deviceCount; ++i) {
         Options options;
         options.requestLog = 0;
-        options.cabinets = i == 0 ? Cabinets : 16;
+        options.cabinets = i == 0 ? cabinetCount : 16;
         fleet.push_back(std::make_unique<Simulator>(options, threads));
         if (!fleet.back()->start()) {
             return;
@@ -109,7 +109,7 @@ double untilSettled(int count, Start start)
     return all ? static_cast<double>(clock.nsecsElapsed()) / 1e9 : -1;
 }
 
-/// In a process of its own: what @p start's uploads of @p data add to the peak, in MiB.
+/// In a process of its own: what @p start's uploads of @p data add to the peak, in mebibyte.
 template <class Start>
 double uploadApart(int& argc, char** argv, int entries, int count, Start start)
 {
@@ -122,7 +122,7 @@ double uploadApart(int& argc, char** argv, int entries, int count, Start start)
         const QList<QVariant> small = coefficients(1);
         untilSettled(1, [&](int i) { return start(i, small); });
         const double before = residentPeak();
-        std::printf("  first use of the transport: %.1f MiB\n", before - fresh);
+        std::printf("  first use of the transport: %.1f mebibyte\n", before - fresh);
         const double seconds = untilSettled(count, [&](int i) { return start(i, data); });
         std::printf("  %d of %d uploads succeeded, all settled: %s, %.2f s\n", succeeded.load(), count,
                     seconds < 0 ? "no" : "yes", seconds);
@@ -132,12 +132,12 @@ double uploadApart(int& argc, char** argv, int entries, int count, Start start)
 
 double textSize(int entries)
 {
-    return measuredApart([&] { return write(coefficients(entries)).size() / MiB; });
+    return measuredApart([&] { return write(coefficients(entries)).size() / mebibyte; });
 }
 
 void measureEncoding(int rounds)
 {
-    const QVariant value(coefficients(WholeList));
+    const QVariant value(coefficients(wholeList));
     const auto figures =
         measureInterleaved({{"", [&] { write(value); }},
                             {"", [&] { QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact); }}},
@@ -159,35 +159,36 @@ int main(int argc, char** argv)
     const ServerProcess server(serve);
     const QStringList keys =
         QString::fromStdString(server.address()).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (keys.size() != Devices) {
+    if (keys.size() != deviceCount) {
         std::fprintf(stderr, "bench_upload: the server did not start\n");
         return 1;
     }
 
     Correctionop* const correction = Correctionop::getInstance();
-    const double whole = textSize(WholeList);
-    const double part = textSize(CabinetList);
-    std::printf("whole list of %.1f MiB\n", whole);
-    const double wholePeak = uploadApart(argc, argv, WholeList, 1, [&](int, const QList<QVariant>& data) {
+    const double whole = textSize(wholeList);
+    const double part = textSize(cabinetList);
+    std::printf("whole list of %.1f mebibyte\n", whole);
+    const double wholePeak = uploadApart(argc, argv, wholeList, 1, [&](int, const QList<QVariant>& data) {
         return correction->uploadCoefficientAsync(keys.first(), data);
     });
-    std::printf("  peak beyond the variants: %.1f MiB, %.2f times the text (wanted: at most 1.1)\n",
+    std::printf("  peak beyond the variants: %.1f mebibyte, %.2f times the text (wanted: at most 1.1)\n",
                 wholePeak, wholePeak / whole);
     tellRatio("upload/peak", wholePeak / whole);
 
     std::printf("1,000 uploads of %.0f KiB at once to one device\n", part * 1024);
     const double onePeak =
-        uploadApart(argc, argv, CabinetList, Cabinets, [&](int i, const QList<QVariant>& data) {
+        uploadApart(argc, argv, cabinetList, cabinetCount, [&](int i, const QList<QVariant>& data) {
             return correction->uploadCoefficient(keys.first(), QString::number(i + 1), data);
         });
-    std::printf("  peak: %.1f MiB for %.1f MiB of text\n", onePeak, Cabinets * part);
+    std::printf("  peak: %.1f mebibyte for %.1f mebibyte of text\n", onePeak, cabinetCount * part);
 
-    std::printf("10 uploads of %.0f KiB at once to each of %d devices\n", part * 1024, Devices);
+    std::printf("10 uploads of %.0f KiB at once to each of %d devices\n", part * 1024, deviceCount);
     const double manyPeak =
-        uploadApart(argc, argv, CabinetList, 10 * Devices, [&](int i, const QList<QVariant>& data) {
-            return correction->uploadCoefficient(keys[i % Devices], QString::number(i / Devices + 1), data);
+        uploadApart(argc, argv, cabinetList, 10 * deviceCount, [&](int i, const QList<QVariant>& data) {
+            return correction->uploadCoefficient(keys[i % deviceCount], QString::number(i / deviceCount + 1),
+                                                 data);
         });
-    std::printf("  peak: %.1f MiB for %.1f MiB of text\n", manyPeak, 10 * Devices * part);
+    std::printf("  peak: %.1f mebibyte for %.1f mebibyte of text\n", manyPeak, 10 * deviceCount * part);
 
     measureEncoding(rounds);
     return 0;

@@ -94,7 +94,7 @@ HttpJsonPackage::HttpJsonPackage(QObject* parent)
     : QObject(parent)
     , d(std::make_unique<Private>(nextNumber()))
 {
-    d->expectedMilliseconds = DefaultExpectedTime;
+    d->expectedMilliseconds = defaultExpectedTime;
 }
 
 HttpJsonPackage::~HttpJsonPackage()

@@ -10,8 +10,7 @@ namespace {
 // A text that is too long to be converted is none.
 QByteArray utf8(const QString& text)
 {
-    return text.size() <= Krelm::Communicator::HttpDevice::MaximumConvertibleText ? text.toUtf8()
-                                                                                  : QByteArray();
+    return text.size() <= Krelm::Communicator::HttpDevice::maxConvertibleText ? text.toUtf8() : QByteArray();
 }
 
 } // namespace

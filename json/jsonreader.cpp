@@ -15,8 +15,8 @@ namespace JsonText {
 namespace {
 
 // What a thread keeps for its next text: the parser's buffers for texts up to this size, so many entries.
-constexpr std::size_t RetainedCapacity = std::size_t(256) * 1024;
-constexpr std::size_t RetainedEntries = 4096;
+constexpr std::size_t retainedCapacity = std::size_t(256) * 1024;
+constexpr std::size_t retainedEntries = 4096;
 
 // A token reaches to the start of the next one; behind the last one it is empty.
 char start(std::string_view token)
@@ -152,11 +152,11 @@ public:
         m_keys.begin(std::size_t(text.size()));
         const bool complete = parse(text, read);
         m_entries.clear();
-        if (m_entries.capacity() > RetainedEntries) {
+        if (m_entries.capacity() > retainedEntries) {
             m_entries.shrink_to_fit();
         }
         m_keys.end();
-        if (m_parser.capacity() > RetainedCapacity) {
+        if (m_parser.capacity() > retainedCapacity) {
             m_parser = ondemand::parser();
         }
         return complete;
@@ -198,7 +198,7 @@ public:
                 int depth)
     {
         const std::size_t first = m_entries.size();
-        Object current{m_keys.start(), scope == KeyTable::FlatRoot, false};
+        Object current{m_keys.start(), scope == KeyTable::flatRoot, false};
         if (!members(object, scope, current, depth)) {
             return false;
         }
@@ -209,7 +209,7 @@ public:
     bool list(simdjson::simdjson_result<ondemand::array> array, KeyTable::Id scope, QVariantList& out,
               int depth)
     {
-        return depth <= MaximumDepth && eachElement(array, [&](ondemand::value element) {
+        return depth <= maxDepth && eachElement(array, [&](ondemand::value element) {
                    out.append(QVariant());
                    return value(element, scope, out.last(), depth);
                });
@@ -256,7 +256,7 @@ private:
 template <typename Read>
 bool Reader::parse(const QByteArray& text, Read read)
 {
-    if (text.size() > MaximumSize) {
+    if (text.size() > maxSize) {
         return false;
     }
     // The parser reads past the end. An array that was filled piece by piece often has the room.
@@ -277,7 +277,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                      int depth)
 {
     KeyTable::Id key = 0;
-    return depth <= MaximumDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
+    return depth <= maxDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
                key = m_keys.find(scope, key, raw, m_end);
                if (key == 0) {
                    return false;
@@ -324,7 +324,7 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
     case '[': {
         QVariantList elements;
         // Only objects that stand in the outermost list are flattened.
-        const KeyTable::Id inner = scope == KeyTable::FlatRoot ? KeyTable::PlainRoot : scope;
+        const KeyTable::Id inner = scope == KeyTable::flatRoot ? KeyTable::plainRoot : scope;
         if (!list(value.get_array(), inner, elements, depth + 1)) {
             return false;
         }
@@ -370,14 +370,14 @@ bool Reader::skip(ondemand::value value, int depth)
 
 bool Reader::skip(simdjson::simdjson_result<ondemand::object> object, int depth)
 {
-    return depth <= MaximumDepth && eachMember(object, [&](const char* key, ondemand::value member) {
+    return depth <= maxDepth && eachMember(object, [&](const char* key, ondemand::value member) {
                return isWellEscaped(keyText(key)) && skip(member, depth);
            });
 }
 
 bool Reader::skip(simdjson::simdjson_result<ondemand::array> array, int depth)
 {
-    return depth <= MaximumDepth &&
+    return depth <= maxDepth &&
            eachElement(array, [&](ondemand::value element) { return skip(element, depth); });
 }
 
@@ -455,12 +455,12 @@ bool isComplete(const QByteArray& text)
 
 bool readObject(const QByteArray& text, QMap<QString, QVariant>& out)
 {
-    return readMembers(text, KeyTable::PlainRoot, out);
+    return readMembers(text, KeyTable::plainRoot, out);
 }
 
 bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out)
 {
-    return readMembers(text, KeyTable::FlatRoot, out);
+    return readMembers(text, KeyTable::flatRoot, out);
 }
 
 QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject)
@@ -471,19 +471,19 @@ QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject)
         if (start(value.raw_json_token()) != '{') {
             return reader.skip(value, 1);
         }
-        return reader.object(value.get_object(), KeyTable::FlatRoot, map, 2);
+        return reader.object(value.get_object(), KeyTable::flatRoot, map, 2);
     });
     return complete ? map : QVariantMap();
 }
 
 QList<QVariant> dataListFlattened(const QByteArray& reply, bool* isObject)
 {
-    return readDataList(reply, isObject, KeyTable::FlatRoot);
+    return readDataList(reply, isObject, KeyTable::flatRoot);
 }
 
 QList<QVariant> dataList(const QByteArray& reply, bool* isObject)
 {
-    return readDataList(reply, isObject, KeyTable::PlainRoot);
+    return readDataList(reply, isObject, KeyTable::plainRoot);
 }
 
 } // namespace JsonText

@@ -10,12 +10,12 @@ namespace JsonText {
 
 namespace {
 
-constexpr std::size_t InitialSlots = 256;
-constexpr std::size_t RetainedKeys = 4096;
-constexpr std::size_t RetainedLength = std::size_t(256) * 1024;
+constexpr std::size_t initialSlots = 256;
+constexpr std::size_t retainedKeys = 4096;
+constexpr std::size_t retainedLength = std::size_t(256) * 1024;
 // Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.
-constexpr std::size_t BaseNameLimit = std::size_t(64) * 1024;
-constexpr std::size_t NameLimitPerByte = 16;
+constexpr std::size_t baseNameLimit = std::size_t(64) * 1024;
+constexpr std::size_t nameLimitPerByte = 16;
 
 __extension__ using Wide = unsigned __int128;
 
@@ -91,22 +91,22 @@ bool readEscape(const char*& p, const char* end, char16_t& out)
 // Whether @p raw is ASCII without a backslash.
 bool isVerbatim(std::string_view raw)
 {
-    constexpr std::uint64_t Low = 0x0101010101010101U;
-    constexpr std::uint64_t High = 0x8080808080808080U;
-    constexpr std::uint64_t Backslashes = Low * '\\';
+    constexpr std::uint64_t lowBits = 0x0101010101010101U;
+    constexpr std::uint64_t highBits = 0x8080808080808080U;
+    constexpr std::uint64_t backslashes = lowBits * '\\';
     std::uint64_t found = 0;
     std::size_t i = 0;
     for (; i + 8 <= raw.size(); i += 8) {
         std::uint64_t word = 0;
         std::memcpy(&word, raw.data() + i, 8);
         // The high bit of a byte is set by the byte itself, or by a byte that was a backslash.
-        const std::uint64_t difference = word ^ Backslashes;
-        found |= word | ((difference - Low) & ~difference);
+        const std::uint64_t difference = word ^ backslashes;
+        found |= word | ((difference - lowBits) & ~difference);
     }
     for (; i < raw.size(); ++i) {
-        found |= raw[i] == '\\' ? High : static_cast<unsigned char>(raw[i]);
+        found |= raw[i] == '\\' ? highBits : static_cast<unsigned char>(raw[i]);
     }
-    return (found & High) == 0;
+    return (found & highBits) == 0;
 }
 
 } // namespace
@@ -151,20 +151,20 @@ bool decodeString(std::string_view raw, QString& out)
 
 KeyTable::KeyTable()
     : m_nodes(3)
-    , m_slots(InitialSlots)
+    , m_slots(initialSlots)
     , m_secret(QRandomGenerator::global()->generate64() | 1)
 {
-    m_nodes[FlatRoot].flat = true;
+    m_nodes[flatRoot].flat = true;
 }
 
 void KeyTable::begin(std::size_t size)
 {
-    m_nameLimit = m_nameLength + BaseNameLimit + NameLimitPerByte * size;
+    m_nameLimit = m_nameLength + baseNameLimit + nameLimitPerByte * size;
 }
 
 void KeyTable::end()
 {
-    if (m_nodes.size() > RetainedKeys || m_raw.size() + m_nameLength > RetainedLength) {
+    if (m_nodes.size() > retainedKeys || m_raw.size() + m_nameLength > retainedLength) {
         *this = KeyTable();
     }
 }
@@ -235,7 +235,7 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
         return 0;
     }
     node.flat = m_nodes[scope].flat;
-    const QString path = node.flat && scope != FlatRoot ? m_nodes[scope].name + QLatin1Char('.') : QString();
+    const QString path = node.flat && scope != flatRoot ? m_nodes[scope].name + QLatin1Char('.') : QString();
     m_nameLength += std::size_t(path.size()) + std::size_t(node.name.size());
     if (m_nameLength > m_nameLimit) {
         return 0;

@@ -28,9 +28,9 @@ public:
     using Id = std::uint32_t;
 
     /// The scope of an object that is flattened.
-    static constexpr Id FlatRoot = 1;
+    static constexpr Id flatRoot = 1;
     /// The scope of an object as parsed.
-    static constexpr Id PlainRoot = 2;
+    static constexpr Id plainRoot = 2;
 
     /// A value that was read, before it goes into the object's map.
     struct Entry

@@ -11,7 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr int MaximumRememberedAddresses = 4096;
+constexpr int maxRememberedAddresses = 4096;
 
 bool hasControlCharacter(const QString& text)
 {
@@ -144,7 +144,7 @@ std::shared_ptr<const Device> DeviceRegistry::find(const QString& deviceKey) con
     device->endpoint.address = deviceKey;
     device->baseUrl = baseUrl;
     complete(*device);
-    if (m_addresses.size() >= MaximumRememberedAddresses) {
+    if (m_addresses.size() >= maxRememberedAddresses) {
         m_addresses.clear();
     }
     m_addresses.insert(deviceKey, device);

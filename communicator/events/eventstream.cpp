@@ -16,11 +16,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr size_t MaximumEventBytes = (1U << 20U) + (64U << 10U);
-constexpr size_t MaximumOverhead = 64U << 10U;
+constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
+constexpr size_t maxOverhead = 64U << 10U;
 // What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
-constexpr size_t BytesPerTurn = 16U << 10U;
-static_assert(BytesPerTurn >= LargestTlsRecord, "what TLS held back no readiness would announce");
+constexpr size_t bytesPerTurn = 16U << 10U;
+static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
 
 std::function<double()> randomNumbers()
 {
@@ -58,7 +58,7 @@ EventStream::EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<con
     , m_device(std::move(device))
     , m_proxyEvents(proxyEvents)
     , m_pausedStreams(paused)
-    , m_reader(MaximumEventBytes,
+    , m_reader(maxEventBytes,
                [this](QByteArray&& data) {
                    m_batch.push_back({ProxyEvent::Kind::Event, m_device->key, std::move(data), m_quota});
                })
@@ -183,7 +183,7 @@ void EventStream::ready(std::uint32_t events)
 
 void EventStream::receive()
 {
-    std::array<char, BytesPerTurn> buffer;
+    std::array<char, bytesPerTurn> buffer;
     // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
     if (m_quota->isFull()) {
         setPaused(true);
@@ -250,7 +250,7 @@ bool EventStream::responseBody(const char* bytes, std::size_t size)
 {
     if (!m_isStream) {
         m_overhead += size;
-        return m_overhead <= MaximumOverhead;
+        return m_overhead <= maxOverhead;
     }
     const bool taken = m_reader.feed(bytes, size);
     if (const auto retry = m_reader.takeRetry()) {

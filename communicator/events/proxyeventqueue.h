@@ -20,14 +20,14 @@ class StreamQuota
 {
 public:
     /// Whether so much waits that the stream must pause.
-    bool isFull() const { return m_events >= MaximumEvents || m_bytes >= MaximumBytes; }
+    bool isFull() const { return m_events >= maxEvents || m_bytes >= maxBytes; }
     /// Whether so little waits that a paused stream may go on.
-    bool isLow() const { return m_events <= MaximumEvents / 4 && m_bytes <= MaximumBytes / 4; }
+    bool isLow() const { return m_events <= maxEvents / 4 && m_bytes <= maxBytes / 4; }
 
 private:
     friend class ProxyEventQueue;
-    static constexpr size_t MaximumEvents = 4096;
-    static constexpr size_t MaximumBytes = 8U << 20U;
+    static constexpr size_t maxEvents = 4096;
+    static constexpr size_t maxBytes = 8U << 20U;
     std::atomic<size_t> m_events{0};
     std::atomic<size_t> m_bytes{0};
 };

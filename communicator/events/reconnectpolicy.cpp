@@ -8,8 +8,8 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // A stream that asks for less is not believed: the device would be hammered.
-constexpr std::chrono::milliseconds ShortestDelay{100};
-constexpr int MaximumDoublings = 20;
+constexpr std::chrono::milliseconds shortestDelay{100};
+constexpr int maxDoublings = 20;
 
 } // namespace
 
@@ -73,12 +73,12 @@ void ReconnectPolicy::setHeldBack(bool heldBack, Clock::time_point now)
 
 void ReconnectPolicy::setFirstDelay(std::chrono::milliseconds delay)
 {
-    m_firstDelay = std::clamp(delay, std::min(ShortestDelay, m_timings.firstDelay), m_timings.longestDelay);
+    m_firstDelay = std::clamp(delay, std::min(shortestDelay, m_timings.firstDelay), m_timings.longestDelay);
 }
 
 std::chrono::milliseconds ReconnectPolicy::nextDelay()
 {
-    const int doublings = std::min(m_failures - 1, MaximumDoublings);
+    const int doublings = std::min(m_failures - 1, maxDoublings);
     const auto longest = std::max(m_timings.longestDelay, m_firstDelay);
     const auto delay =
         std::min<std::chrono::milliseconds>(m_firstDelay * (std::int64_t(1) << doublings), longest);

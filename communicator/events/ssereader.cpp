@@ -9,9 +9,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t MaximumRetryDigits = 9;
-constexpr std::ptrdiff_t MaximumIdBytes = 4096; // it goes back as a header
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t maxRetryDigits = 9;
+constexpr std::ptrdiff_t maxIdBytes = 4096; // it goes back as a header
 
 const char* find(const char* begin, const char* end, char wanted)
 {
@@ -95,9 +95,9 @@ bool SseReader::line(const char* begin, const char* end)
 {
     if (m_atStart) {
         m_atStart = false;
-        if (std::string_view(begin, static_cast<std::size_t>(end - begin)).substr(0, ByteOrderMark.size()) ==
-            ByteOrderMark) {
-            begin += ByteOrderMark.size();
+        if (std::string_view(begin, static_cast<std::size_t>(end - begin)).substr(0, byteOrderMark.size()) ==
+            byteOrderMark) {
+            begin += byteOrderMark.size();
         }
     }
     if (begin == end) {
@@ -114,7 +114,7 @@ bool SseReader::line(const char* begin, const char* end)
         return data(value, end);
     }
     if (field == "id") {
-        if (end - value <= MaximumIdBytes && find(value, end, '\0') == end) {
+        if (end - value <= maxIdBytes && find(value, end, '\0') == end) {
             m_id = QByteArray(value, static_cast<int>(end - value));
         }
     } else if (field == "retry") {
@@ -151,7 +151,7 @@ void SseReader::retry(const char* begin, const char* end)
 {
     const bool isNumber =
         begin != end && std::all_of(begin, end, [](char c) { return c >= '0' && c <= '9'; });
-    if (isNumber && static_cast<std::size_t>(end - begin) <= MaximumRetryDigits) {
+    if (isNumber && static_cast<std::size_t>(end - begin) <= maxRetryDigits) {
         m_retry = std::chrono::milliseconds(QByteArray(begin, static_cast<int>(end - begin)).toLongLong());
     }
 }

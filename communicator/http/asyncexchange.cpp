@@ -9,8 +9,8 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // What one connection may deliver before the others have their turn.
-constexpr size_t BytesPerTurn = 64 << 10;
-static_assert(BytesPerTurn >= LargestTlsRecord, "what TLS held back no readiness would announce");
+constexpr size_t bytesPerTurn = 64 << 10;
+static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
 
 } // namespace
 
@@ -71,7 +71,7 @@ void AsyncExchange::ready(std::uint32_t events)
         step = m_exchange.send(*m_connection);
     }
     if (step == Exchange::Step::GoOn && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
-        std::array<char, BytesPerTurn> buffer;
+        std::array<char, bytesPerTurn> buffer;
         const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
         step = m_exchange.received(result, buffer.data(), m_isReused);
     }

@@ -16,7 +16,7 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // A bound that no limit reaches keeps arithmetic on milliseconds within an int.
-constexpr std::chrono::milliseconds LongestPoll{1 << 30};
+constexpr std::chrono::milliseconds longestPoll{1 << 30};
 
 bool meansWaiting(int error)
 {
@@ -56,7 +56,7 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
         // A record at a time: of more, TLS tells nothing until all has gone out.
         std::size_t sent{};
         const CURLcode code =
-            curl_easy_send(m_easy, piece.data, std::min(piece.size, LargestTlsRecord), &sent);
+            curl_easy_send(m_easy, piece.data, std::min(piece.size, largestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
                : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
                                      : Result{Status::Failed, 0};
@@ -128,7 +128,7 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
 bool Connection::wait(bool orSend, std::chrono::milliseconds limit)
 {
     pollfd watched{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0};
-    const auto bounded = std::clamp(limit, std::chrono::milliseconds(0), LongestPoll);
+    const auto bounded = std::clamp(limit, std::chrono::milliseconds(0), longestPoll);
     ::poll(&watched, 1, static_cast<int>(bounded.count()));
     return (watched.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }

@@ -14,7 +14,7 @@ using CURL = void;
 namespace Krelm::Communicator::HttpDevice {
 
 /// The largest record of TLS (RFC 8446, 5.1), and the least size for a buffer to receive in.
-constexpr std::size_t LargestTlsRecord = 16 << 10;
+constexpr std::size_t largestTlsRecord = 16 << 10;
 
 /// Bytes that somebody else owns.
 struct Bytes

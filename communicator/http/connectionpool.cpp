@@ -14,11 +14,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t MaximumIdlePerClass = 16;
-constexpr std::chrono::seconds LeaveTime{2};
+constexpr size_t maxIdlePerClass = 16;
+constexpr std::chrono::seconds leaveTime{2};
 // What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
 // small: what is thread_local would lie in the stack of every thread of the process.
-constexpr size_t BufferBytes = 32 << 10;
+constexpr size_t bufferBytes = 32 << 10;
 
 std::chrono::milliseconds timeLeft(Clock::time_point deadline)
 {
@@ -86,7 +86,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
 /// @return how the exchange goes on; GoOn when the time has passed.
 Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
 {
-    std::array<char, BufferBytes> buffer;
+    std::array<char, bufferBytes> buffer;
     auto left = timeLeft(deadline);
     while (left.count() > 0 && !m_aborted) {
         Exchange::Step step = m_exchange.send(*m_connection);
@@ -167,7 +167,7 @@ void ConnectionPool::release(Sessions::iterator entry)
         return;
     }
     std::vector<Sessions::iterator>& trafficClass = m_idleByClass[entry->trafficClass()];
-    if (!entry->session.isConnected() || trafficClass.size() >= MaximumIdlePerClass) {
+    if (!entry->session.isConnected() || trafficClass.size() >= maxIdlePerClass) {
         dropped.splice(dropped.end(), m_active, entry);
         return;
     }
@@ -218,7 +218,7 @@ void ConnectionPool::close()
         entry.session.abort();
     }
     // An observer that calls this is itself within an exchange.
-    m_left.wait_for(lock, LeaveTime, [this] {
+    m_left.wait_for(lock, leaveTime, [this] {
         return std::all_of(m_active.cbegin(), m_active.cend(),
                            [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });
     });

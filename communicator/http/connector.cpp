@@ -15,7 +15,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr int PollMilliseconds = 1000; // libcurl returns earlier for its own timers
+constexpr int pollMilliseconds = 1000; // libcurl returns earlier for its own timers
 
 using ErrorText = std::array<char, CURL_ERROR_SIZE>;
 
@@ -133,7 +133,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         if (running == 0) {
             break;
         }
-        curl_multi_poll(multi, nullptr, 0, PollMilliseconds, nullptr);
+        curl_multi_poll(multi, nullptr, 0, pollMilliseconds, nullptr);
         setMulti(multi);
     }
     setMulti(nullptr);

@@ -16,7 +16,7 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // How far behind the lowest free descriptor the two of a new handle are looked for.
-constexpr int DescriptorsLookedAt = 64;
+constexpr int descriptorsLookedAt = 64;
 
 /// The bytes in a local socket that programs inherit, those to read (FIONREAD) or those that its peer has not
 /// read (SIOCOUTQ); 0 for any other descriptor.
@@ -50,7 +50,7 @@ CURLM* newMulti()
     }
     int reader = -1;
     int writer = -1;
-    for (int i = lowest; i < lowest + DescriptorsLookedAt && (reader < 0 || writer < 0); ++i) {
+    for (int i = lowest; i < lowest + descriptorsLookedAt && (reader < 0 || writer < 0); ++i) {
         if (reader < 0 && pending(i, FIONREAD) == 1) {
             reader = i;
         } else if (writer < 0 && pending(i, SIOCOUTQ) > 0) {

@@ -14,10 +14,10 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
-constexpr int MaximumChallenges = 2;
+constexpr int maxChallenges = 2;
 
 // What one exchange may send before the others, and its time limit, have their turn.
-constexpr std::size_t BytesPerTurn = 256 << 10;
+constexpr std::size_t bytesPerTurn = 256 << 10;
 
 } // namespace
 
@@ -113,11 +113,11 @@ void Exchange::startAnew()
 
 Exchange::Step Exchange::send(Connection& connection)
 {
-    for (std::size_t sent = 0; !mayReceive() && sent < BytesPerTurn;) {
+    for (std::size_t sent = 0; !mayReceive() && sent < bytesPerTurn;) {
         const Bytes head{m_head.constData() + m_headSent,
                          static_cast<std::size_t>(m_head.size() - m_headSent)};
         Bytes body = m_body.next();
-        body.size = std::min(body.size, BytesPerTurn);
+        body.size = std::min(body.size, bytesPerTurn);
         if (m_body.hasFailed()) {
             m_fault = m_body.error();
             return Step::Ended;
@@ -190,7 +190,7 @@ Exchange::Step Exchange::lost(bool isReused)
 // once more, with the answer to the challenge.
 Exchange::Step Exchange::completed()
 {
-    if (m_reader.status() != 401 || !m_device->digest || m_challenges == MaximumChallenges ||
+    if (m_reader.status() != 401 || !m_device->digest || m_challenges == maxChallenges ||
         !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")), m_authorization,
                                          m_challenges > 0)) {
         return Step::Ended;

@@ -14,7 +14,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-constexpr qint64 FileBlock = 256 << 10;
+constexpr qint64 fileBlock = 256 << 10;
 
 QByteArray newBoundary()
 {
@@ -103,7 +103,7 @@ IHttpVersionTrigger::HttpSimpleState OutgoingBody::addPart(const QString& name, 
     case QMetaType::QByteArray:
         return addBytes("application/octet-stream", value.toByteArray());
     case QMetaType::QString:
-        if (value.toString().size() > MaximumConvertibleText) {
+        if (value.toString().size() > maxConvertibleText) {
             m_error = QStringLiteral("the text of a part is too long to be sent");
             return IHttpVersionTrigger::InvalidRequest;
         }
@@ -151,7 +151,7 @@ Bytes OutgoingBody::next()
             m_file = std::make_unique<QFile>(piece.path);
             m_failed = !m_file->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
         }
-        m_read = m_failed ? QByteArray() : m_file->read(std::min(FileBlock, piece.size - m_position));
+        m_read = m_failed ? QByteArray() : m_file->read(std::min(fileBlock, piece.size - m_position));
         m_failed = m_read.isEmpty();
         if (m_failed) {
             m_error = QStringLiteral("cannot read the file ") + piece.path;

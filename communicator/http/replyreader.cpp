@@ -15,9 +15,9 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // A length that a reply merely claims reserves no more than this.
-constexpr qint64 MaximumReserve = 1 << 20;
+constexpr qint64 maxReserve = 1 << 20;
 // Room behind the text, which spares the JSON reader a copy.
-constexpr qint64 Padding = 64;
+constexpr qint64 padding = 64;
 
 // Of all replies that are coming in, on all threads.
 std::atomic<qint64> bodiesInMemory{0};
@@ -150,7 +150,7 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
                              QStringLiteral("the replies that are coming in together are too large")));
     }
     if (m_body.isEmpty()) {
-        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), MaximumReserve) + Padding));
+        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
     }
     m_body.append(bytes, static_cast<int>(size));
     return true;

@@ -67,7 +67,7 @@ bool hasControl(const QString& text)
 QString faultOfHeaders(const QMap<QString, QString>& headers)
 {
     for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
-        if (it.key().size() > MaximumHeaderLength || it.value().size() > MaximumHeaderLength) {
+        if (it.key().size() > maxHeaderLength || it.value().size() > maxHeaderLength) {
             return QStringLiteral("a header's name or value is too long");
         }
         // The transport frames the message itself: a second Content-Length would desynchronise the

@@ -11,11 +11,11 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 // As many as a group of inputs has, so that it lasts no longer than its slowest reply.
-constexpr size_t MaximumPerDevice = 64;
+constexpr size_t maxPerDevice = 64;
 // Exchanges kept for reuse, which spares their making; they hold no connection.
-constexpr size_t MaximumIdle = 64;
+constexpr size_t maxIdle = 64;
 // Connections kept to one device.
-constexpr size_t MaximumKeptPerDevice = 64;
+constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
 
@@ -71,7 +71,7 @@ bool RequestQueue::mayBegin(const DeviceQueue& queue) const
     if (ofDevice == 0) {
         return m_underWay < 2 * m_connections;
     }
-    return ofDevice < MaximumPerDevice && m_underWay + ofDevice < m_connections;
+    return ofDevice < maxPerDevice && m_underWay + ofDevice < m_connections;
 }
 
 void RequestQueue::startRunnable()
@@ -189,7 +189,7 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
         connection && !device->isRemoved) {
         std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
-        if (ofDevice.size() == MaximumKeptPerDevice) {
+        if (ofDevice.size() == maxKeptPerDevice) {
             dropKept(ofDevice.front());
         } else if (m_kept.size() >= m_connections) {
             dropKept(m_kept.begin());
@@ -197,7 +197,7 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
         m_kept.push_back({device, std::move(connection)});
         m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
     }
-    if (m_idle.size() < MaximumIdle) {
+    if (m_idle.size() < maxIdle) {
         m_idle.push_back(std::move(exchange));
     }
 }

@@ -40,7 +40,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
                          const QMap<QString, QString>& parameters)
 {
     // Encoding makes a text longer, never shorter: what fits does not overflow on the way.
-    const auto fits = [](const QString& text) { return text.size() <= MaximumTargetLength; };
+    const auto fits = [](const QString& text) { return text.size() <= maxTargetLength; };
     if (!fits(path)) {
         return {};
     }
@@ -68,7 +68,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
             appendComponent(target, *value);
             done = close + 1;
         }
-        if (target.size() > MaximumTargetLength) {
+        if (target.size() > maxTargetLength) {
             return {};
         }
     }
@@ -76,7 +76,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
 
     char separator = target.contains('?') ? '&' : '?';
     for (auto it = parameters.cbegin(); it != parameters.cend(); ++it) {
-        if (!fits(it.key()) || !fits(it.value()) || target.size() > MaximumTargetLength) {
+        if (!fits(it.key()) || !fits(it.value()) || target.size() > maxTargetLength) {
             return {};
         }
         target += separator;
@@ -85,7 +85,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
         appendComponent(target, it.value());
         separator = '&';
     }
-    return target.size() <= MaximumTargetLength ? target : QByteArray();
+    return target.size() <= maxTargetLength ? target : QByteArray();
 }
 
 } // namespace Krelm::Communicator::HttpDevice

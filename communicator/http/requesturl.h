@@ -14,7 +14,7 @@ namespace Krelm::Communicator::HttpDevice {
 /// segment; one without a value goes out encoded, braces included, and so does every other character that a
 /// path cannot hold. What is percent-encoded in @p path already stays. @p parameters follow as a query, in
 /// the order of their names. The result begins with a slash, so that it cannot become part of the host; it is
-/// empty when it would be longer than `MaximumTargetLength`.
+/// empty when it would be longer than `maxTargetLength`.
 QByteArray requestTarget(const QString& path, const QMap<QString, QString>& placeHolders,
                          const QMap<QString, QString>& parameters);
 

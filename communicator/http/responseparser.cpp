@@ -17,13 +17,13 @@ using boost::beast::error_code;
 using BeastView = boost::beast::string_view;
 
 // The frame of a chunk: its size, extensions, and the trailer behind the last one.
-constexpr int MaximumFrameBytes = 16 << 10;
+constexpr int maxFrameBytes = 16 << 10;
 // The shortest end of a chunked body, which the grammar takes for granted once it has seen its first line.
-constexpr std::size_t LeastFrameBytes = 5;
+constexpr std::size_t leastFrameBytes = 5;
 // Extensions of all chunks of a response together; nothing uses them.
-constexpr std::size_t MaximumExtensionBytes = 16 << 10;
+constexpr std::size_t maxExtensionBytes = 16 << 10;
 
-constexpr std::string_view Blanks = " \t";
+constexpr std::string_view blanks = " \t";
 
 std::string_view view(BeastView text)
 {
@@ -100,12 +100,12 @@ QByteArray tidied(std::string_view head)
             isStatusLine = false;
             const std::string_view version = line.substr(0, std::min<std::size_t>(8, line.size()));
             line.remove_prefix(version.size());
-            const std::size_t code = line.find_first_not_of(Blanks);
+            const std::size_t code = line.find_first_not_of(blanks);
             if (code == 0 || code == std::string_view::npos || line.size() < code + 3) {
                 return {};
             }
             std::string_view reason = line.substr(code + 3);
-            if (!reason.empty() && Blanks.find(reason.front()) == std::string_view::npos) {
+            if (!reason.empty() && blanks.find(reason.front()) == std::string_view::npos) {
                 return {};
             }
             reason.remove_prefix(std::min<std::size_t>(1, reason.size()));
@@ -113,11 +113,11 @@ QByteArray tidied(std::string_view head)
             out.append(line.data() + code, 3).append(' ').append(reason.data(), int(reason.size()));
         } else {
             const std::size_t colon = line.find(':');
-            const bool folded = !line.empty() && Blanks.find(line.front()) != std::string_view::npos;
+            const bool folded = !line.empty() && blanks.find(line.front()) != std::string_view::npos;
             if (folded || colon == std::string_view::npos) {
                 out.append(line.data(), int(line.size())); // the grammar judges it
             } else {
-                const std::size_t last = line.substr(0, colon).find_last_not_of(Blanks);
+                const std::size_t last = line.substr(0, colon).find_last_not_of(blanks);
                 out.append(line.data(), last == std::string_view::npos ? 0 : int(last + 1));
                 out.append(line.data() + colon, int(line.size() - colon));
             }
@@ -145,7 +145,7 @@ public:
 
     bool isInterim() const { return m_status / 100 == 1; }
     bool isRefused() const { return m_refused; }
-    bool hasTooManyExtensions() const { return m_extensionBytes > MaximumExtensionBytes; }
+    bool hasTooManyExtensions() const { return m_extensionBytes > maxExtensionBytes; }
 
 private:
     void on_request_impl(http::verb /*method*/, BeastView /*name*/, BeastView /*target*/, int /*version*/,
@@ -188,8 +188,8 @@ private:
         head.status = m_status;
         head.untilClose = need_eof() && m_status != 204 && m_status != 304;
         if (const auto length = content_length()) {
-            constexpr auto Longest = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
-            head.length = static_cast<qint64>(std::min<std::uint64_t>(*length, Longest));
+            constexpr auto longest = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
+            head.length = static_cast<qint64>(std::min<std::uint64_t>(*length, longest));
         }
         refuseUnless(m_handler.responseHead(head), ec);
     }
@@ -279,11 +279,11 @@ ResponseParser::State ResponseParser::feed(const char* bytes, std::size_t size)
 
 std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
 {
-    constexpr std::string_view Start = "HTTP/1.";
+    constexpr std::string_view start = "HTTP/1.";
     const std::string_view piece(bytes, size);
     const auto before = static_cast<std::size_t>(m_pending.size());
     if (before == 0) {
-        if (piece.substr(0, Start.size()) != Start.substr(0, size)) {
+        if (piece.substr(0, start.size()) != start.substr(0, size)) {
             fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
             return size;
         }
@@ -297,7 +297,7 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     const std::size_t taken = std::min(size, room > before ? room - before : 1);
     m_pending.append(bytes, static_cast<int>(taken));
     const std::string_view all(m_pending.constData(), before + taken);
-    if (all.substr(0, Start.size()) != Start.substr(0, all.size())) {
+    if (all.substr(0, start.size()) != start.substr(0, all.size())) {
         fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
     } else if (const std::size_t end = headEnd(all, before < 2 ? 0 : before - 2)) {
         const QByteArray head = std::exchange(m_pending, {});
@@ -353,7 +353,7 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
     const std::size_t before = static_cast<std::size_t>(m_pending.size());
     const std::size_t more = std::min<std::size_t>(size, 64);
     m_pending.append(bytes, static_cast<int>(more));
-    if (before + more < LeastFrameBytes) {
+    if (before + more < leastFrameBytes) {
         return more;
     }
     const QByteArray frame = std::exchange(m_pending, {});
@@ -383,7 +383,7 @@ std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
         } else if (m_grammar->is_done()) {
             m_state = State::Complete;
         } else if (taken == 0) {
-            if (size - done > MaximumFrameBytes) {
+            if (size - done > maxFrameBytes) {
                 fail(State::TooLarge, QStringLiteral("the frame of a chunk is too large"));
             }
             break;

@@ -7,7 +7,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 std::chrono::milliseconds timeLimit(const HttpRequest& request)
 {
-    return std::chrono::milliseconds(request.expectedTime > 0 ? request.expectedTime : DefaultExpectedTime);
+    return std::chrono::milliseconds(request.expectedTime > 0 ? request.expectedTime : defaultExpectedTime);
 }
 
 QString timeOutReason(const HttpRequest& request)

@@ -9,15 +9,15 @@
 namespace Krelm::Communicator::HttpDevice {
 
 /// Milliseconds for an exchange whose package or request sets no limit.
-constexpr int DefaultExpectedTime = 10000;
+constexpr int defaultExpectedTime = 10000;
 
 /// The longest path and query that go out, in bytes. What is under libcurl refuses twice as many.
-constexpr int MaximumTargetLength = 4 << 20;
+constexpr int maxTargetLength = 4 << 20;
 /// The longest name and the longest value of a header that go out, in UTF-16 units.
-constexpr int MaximumHeaderLength = 1 << 20;
+constexpr int maxHeaderLength = 1 << 20;
 /// The longest text that QString::toUtf8() converts, in UTF-16 units: it reckons with three bytes for each,
 /// and an int overflows beyond.
-constexpr int MaximumConvertibleText = std::numeric_limits<int>::max() / 3;
+constexpr int maxConvertibleText = std::numeric_limits<int>::max() / 3;
 
 /// How much of a reply the transport takes; beyond it an exchange ends with `LimitExceeded`.
 struct TransferLimits

@@ -24,20 +24,20 @@ namespace Krelm::Communicator::Json {
 
 namespace {
 
-constexpr int MaximumDepth = 1024;
-constexpr int InitialCapacity = 512;
+constexpr int maxDepth = 1024;
+constexpr int initialCapacity = 512;
 // Longer than any number: a double in its shortest form, a 64-bit integer.
-constexpr int NumberLength = 32;
+constexpr int numberLength = 32;
 // Integral doubles are written without an exponent up to 2^64. Up to 2^53 their digits are those of the
 // integer.
-constexpr double IntegralLimit = 18446744073709551616.0;
-constexpr double ExactLimit = 9007199254740992.0;
+constexpr double integralLimit = 18446744073709551616.0;
+constexpr double exactLimit = 9007199254740992.0;
 // Strings are written in chunks of so many UTF-16 units, whose longest form is an escape of six bytes.
-constexpr int Chunk = 1024;
-constexpr int LongestUnit = 6;
+constexpr int chunkBytes = 1024;
+constexpr int longestUnit = 6;
 // No more room than this is asked for at once. Buffers reach so far beyond the limit.
-constexpr int Headroom = LongestUnit * (Chunk + 1);
-static_assert(MaximumSize + Headroom < std::numeric_limits<int>::max() - 1024);
+constexpr int headroom = longestUnit * (chunkBytes + 1);
+static_assert(maxSize + headroom < std::numeric_limits<int>::max() - 1024);
 
 // Thrown where the text grows beyond its limit: all that stands above has nothing left to do.
 struct TextTooLong
@@ -49,7 +49,7 @@ public:
     explicit Writer(int limit)
         : m_limit(limit)
     {
-        m_out.resize(InitialCapacity);
+        m_out.resize(initialCapacity);
     }
 
     bool value(const QVariant& value, int depth = 0);
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    // Room for @p length more bytes, at most Headroom.
+    // Room for @p length more bytes, at most headroom.
     char* room(int length)
     {
         if (m_out.size() - m_size < length) {
@@ -94,8 +94,8 @@ private:
     template <typename Number>
     void number(Number value)
     {
-        char* const at = room(NumberLength);
-        m_size += int(std::to_chars(at, at + NumberLength, value).ptr - at);
+        char* const at = room(numberLength);
+        m_size += int(std::to_chars(at, at + numberLength, value).ptr - at);
     }
     void number(double value);
     void string(const QString& text);
@@ -114,7 +114,7 @@ void Writer::grow(int length)
 {
     checkSize();
     const qint64 half = qint64(m_out.size()) + m_out.size() / 2;
-    m_out.resize(std::max(m_size + length, int(std::min<qint64>(half, m_limit + Headroom))));
+    m_out.resize(std::max(m_size + length, int(std::min<qint64>(half, m_limit + headroom))));
 }
 
 void Writer::number(double value)
@@ -122,10 +122,10 @@ void Writer::number(double value)
     const double size = std::fabs(value);
     if (!std::isfinite(value)) {
         null();
-    } else if (size > IntegralLimit || std::trunc(value) != value) {
-        char* const at = room(NumberLength);
-        m_size += int(std::to_chars(at, at + NumberLength, value).ptr - at);
-    } else if (size <= ExactLimit) {
+    } else if (size > integralLimit || std::trunc(value) != value) {
+        char* const at = room(numberLength);
+        m_size += int(std::to_chars(at, at + numberLength, value).ptr - at);
+    } else if (size <= exactLimit) {
         number(qlonglong(value));
     } else {
         const QByteArray digits = QByteArray::number(value, 'f', QLocale::FloatingPointShortest);
@@ -142,10 +142,10 @@ char* putEscape(char* at, char letter)
 
 char* putUnicodeEscape(char* at, ushort unit)
 {
-    static constexpr char Digits[] = "0123456789abcdef";
+    static constexpr char hexDigits[] = "0123456789abcdef";
     at = putEscape(at, 'u');
     for (int shift = 12; shift >= 0; shift -= 4) {
-        *at++ = Digits[unit >> shift & 0xf];
+        *at++ = hexDigits[unit >> shift & 0xf];
     }
     return at;
 }
@@ -178,8 +178,8 @@ void Writer::string(const QString& text)
     const ushort* unit = text.utf16();
     const ushort* const end = unit + text.size();
     while (unit != end) {
-        const ushort* const stop = unit + std::min<qptrdiff>(Chunk, end - unit);
-        char* const start = room(LongestUnit * int(stop - unit + 1));
+        const ushort* const stop = unit + std::min<qptrdiff>(chunkBytes, end - unit);
+        char* const start = room(longestUnit * int(stop - unit + 1));
         char* at = start;
         while (unit < stop) {
             const ushort u = *unit++;
@@ -212,7 +212,7 @@ void Writer::string(const QString& text)
 template <typename List>
 bool Writer::list(const List& list, int depth)
 {
-    if (depth > MaximumDepth) {
+    if (depth > maxDepth) {
         return false;
     }
     put('[');
@@ -244,7 +244,7 @@ bool Writer::member(bool first, const QString& key, const QVariant& member, int 
 
 bool Writer::map(const QVariantMap& map, int depth)
 {
-    if (depth > MaximumDepth) {
+    if (depth > maxDepth) {
         return false;
     }
     put('{');
@@ -259,7 +259,7 @@ bool Writer::map(const QVariantMap& map, int depth)
 
 bool Writer::hash(const QVariantHash& hash, int depth)
 {
-    if (depth > MaximumDepth) {
+    if (depth > maxDepth) {
         return false;
     }
     QVector<QVariantHash::const_iterator> members;
@@ -345,7 +345,7 @@ bool Writer::value(const QVariant& value, int depth)
         return map(held<QCborMap>(value).toJsonObject().toVariantMap(), depth + 1);
     case QMetaType::QByteArray:
         // Its text would not fit into a QString.
-        if (held<QByteArray>(value).size() > MaximumSize / 2) {
+        if (held<QByteArray>(value).size() > maxSize / 2) {
             throw TextTooLong();
         }
         Q_FALLTHROUGH();

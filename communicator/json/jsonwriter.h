@@ -10,7 +10,7 @@
 namespace Krelm::Communicator::Json {
 
 /// How many bytes a text may have: about 2 GiB, which is what a QByteArray holds, less the writer's headroom.
-constexpr int MaximumSize = 0x7fffffff - 64 * 1024;
+constexpr int maxSize = 0x7fffffff - 64 * 1024;
 
 /// Why there is no text.
 enum class Unwritable { TooDeep, TooLong };
@@ -23,9 +23,8 @@ COMMUNICATOR_EXPORT const char* textOf(Unwritable why);
 /// differences: integers are exact beyond 2^53, and a @p value that is neither map nor list is written as the
 /// value that it is.
 /// @return an empty array, which is no JSON text, when @p value nests deeper than 1024 levels or its text is
-/// longer than @p limit, which is at most `MaximumSize`; @p why, if given, then tells which.
-COMMUNICATOR_EXPORT QByteArray write(const QVariant& value, Unwritable* why = nullptr,
-                                     int limit = MaximumSize);
+/// longer than @p limit, which is at most `maxSize`; @p why, if given, then tells which.
+COMMUNICATOR_EXPORT QByteArray write(const QVariant& value, Unwritable* why = nullptr, int limit = maxSize);
 
 } // namespace Krelm::Communicator::Json
 

@@ -30,7 +30,7 @@ Bytes bytes(const QByteArray& text)
 
 } // namespace
 
-class ConnectionTest : public QObject
+class TestConnection : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -294,5 +294,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ConnectionTest)
+QTEST_GUILESS_MAIN(TestConnection)
 #include "tst_connection.moc"

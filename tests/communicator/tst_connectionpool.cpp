@@ -35,7 +35,7 @@ struct Pool
 
 } // namespace
 
-class ConnectionPoolTest : public QObject
+class TestConnectionPool : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -168,5 +168,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ConnectionPoolTest)
+QTEST_GUILESS_MAIN(TestConnectionPool)
 #include "tst_connectionpool.moc"

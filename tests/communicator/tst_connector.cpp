@@ -62,7 +62,7 @@ ConnectResult connectTo(bool blocking, const QString& address, std::chrono::mill
 
 } // namespace
 
-class ConnectorTest : public QObject
+class TestConnector : public QObject
 {
     Q_OBJECT
 private:
@@ -175,5 +175,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ConnectorTest)
+QTEST_GUILESS_MAIN(TestConnector)
 #include "tst_connector.moc"

@@ -12,7 +12,7 @@
 
 using namespace Krelm::Communicator::HttpDevice;
 
-class CurlMultiTest : public QObject
+class TestCurlMulti : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -55,5 +55,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(CurlMultiTest)
+QTEST_GUILESS_MAIN(TestCurlMulti)
 #include "tst_curlmulti.moc"

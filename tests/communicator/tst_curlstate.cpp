@@ -6,7 +6,7 @@
 using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
 
-class CurlStateTest : public QObject
+class TestCurlState : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -38,5 +38,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(CurlStateTest)
+QTEST_GUILESS_MAIN(TestCurlState)
 #include "tst_curlstate.moc"

@@ -20,7 +20,7 @@ DeviceEndpoint endpoint(const char* address)
 
 } // namespace
 
-class DeviceRegistryTest : public QObject
+class TestDeviceRegistry : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -233,5 +233,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeviceRegistryTest)
+QTEST_GUILESS_MAIN(TestDeviceRegistry)
 #include "tst_deviceregistry.moc"

@@ -29,7 +29,7 @@ QByteArray hex(const QByteArray& text, QCryptographicHash::Algorithm algorithm)
 
 } // namespace
 
-class DigestLoginTest : public QObject
+class TestDigestLogin : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -207,5 +207,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DigestLoginTest)
+QTEST_GUILESS_MAIN(TestDigestLogin)
 #include "tst_digestlogin.moc"

@@ -31,7 +31,7 @@ std::vector<int> connectionsTo(quint16 port)
 
 } // namespace
 
-class EngineConnectionsTest : public QObject
+class TestEngineConnections : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -118,7 +118,7 @@ private Q_SLOTS:
     void aStoppedEngineSendsNothing();
 };
 
-void EngineConnectionsTest::aDaemonRequestDoesNotWaitForNormalTraffic()
+void TestEngineConnections::aDaemonRequestDoesNotWaitForNormalTraffic()
 {
     MisbehavingServer server(Mode::Stall);
     Bench bench;
@@ -136,7 +136,7 @@ void EngineConnectionsTest::aDaemonRequestDoesNotWaitForNormalTraffic()
     QCOMPARE(settled.load(), 100);
 }
 
-void EngineConnectionsTest::aWriteIsNeverSentTwice_data()
+void TestEngineConnections::aWriteIsNeverSentTwice_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<int>("method");
@@ -159,7 +159,7 @@ void EngineConnectionsTest::aWriteIsNeverSentTwice_data()
     }
 }
 
-void EngineConnectionsTest::aWriteIsNeverSentTwice()
+void TestEngineConnections::aWriteIsNeverSentTwice()
 {
     QFETCH(bool, blocking);
     QFETCH(int, method);
@@ -177,7 +177,7 @@ void EngineConnectionsTest::aWriteIsNeverSentTwice()
     QCOMPARE(server.deliveries(), 3);
 }
 
-void EngineConnectionsTest::proxyVariablesOfTheEnvironmentAreIgnored()
+void TestEngineConnections::proxyVariablesOfTheEnvironmentAreIgnored()
 {
     const ClosedPort closed;
     const QByteArray nowhere = "http://127.0.0.1:" + QByteArray::number(closed.port());
@@ -191,7 +191,7 @@ void EngineConnectionsTest::proxyVariablesOfTheEnvironmentAreIgnored()
     QCOMPARE(reply.state, State::Success);
 }
 
-void EngineConnectionsTest::theLimitHoldsWhileARequestWaitsForAConnection()
+void TestEngineConnections::theLimitHoldsWhileARequestWaitsForAConnection()
 {
     MisbehavingServer server(Mode::Stall);
     Bench bench;
@@ -217,7 +217,7 @@ void EngineConnectionsTest::theLimitHoldsWhileARequestWaitsForAConnection()
     QVERIFY2(mostOpen > 0 && mostOpen <= 128, qPrintable(QString::number(mostOpen)));
 }
 
-void EngineConnectionsTest::programsThatAreStartedInheritNoConnection()
+void TestEngineConnections::programsThatAreStartedInheritNoConnection()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server;
@@ -228,7 +228,7 @@ void EngineConnectionsTest::programsThatAreStartedInheritNoConnection()
     QVERIFY((::fcntl(kept.front(), F_GETFD) & FD_CLOEXEC) != 0);
 }
 
-void EngineConnectionsTest::aStalledDeviceDoesNotHoldUpAnother()
+void TestEngineConnections::aStalledDeviceDoesNotHoldUpAnother()
 {
     MisbehavingServer stalled(Mode::Stall);
     MisbehavingServer well;
@@ -246,7 +246,7 @@ void EngineConnectionsTest::aStalledDeviceDoesNotHoldUpAnother()
     blocked.join();
 }
 
-void EngineConnectionsTest::removingADeviceAbortsWhatIsInFlight()
+void TestEngineConnections::removingADeviceAbortsWhatIsInFlight()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server(Mode::Stall);
@@ -263,7 +263,7 @@ void EngineConnectionsTest::removingADeviceAbortsWhatIsInFlight()
     QCOMPARE(reply.state, State::Aborted);
 }
 
-void EngineConnectionsTest::stoppingTheEngineAbortsWhatIsInFlight()
+void TestEngineConnections::stoppingTheEngineAbortsWhatIsInFlight()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server(Mode::Stall);
@@ -277,7 +277,7 @@ void EngineConnectionsTest::stoppingTheEngineAbortsWhatIsInFlight()
     QCOMPARE(reply.state, State::Aborted);
 }
 
-void EngineConnectionsTest::aStoppedEngineSendsNothing()
+void TestEngineConnections::aStoppedEngineSendsNothing()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server;
@@ -287,5 +287,5 @@ void EngineConnectionsTest::aStoppedEngineSendsNothing()
     QCOMPARE(server.connections(), 0);
 }
 
-QTEST_GUILESS_MAIN(EngineConnectionsTest)
+QTEST_GUILESS_MAIN(TestEngineConnections)
 #include "tst_engine_connections.moc"

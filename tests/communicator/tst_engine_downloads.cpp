@@ -29,7 +29,7 @@ extern "C" int fsync(int descriptor)
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
 }
 
-class EngineDownloadsTest : public QObject
+class TestEngineDownloads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -64,7 +64,7 @@ void writeFile(const QString& path, const QByteArray& content)
 
 } // namespace
 
-void EngineDownloadsTest::aDownloadAppearsUnderItsName()
+void TestEngineDownloads::aDownloadAppearsUnderItsName()
 {
     QFETCH(bool, blocking);
     QTemporaryDir directory;
@@ -81,7 +81,7 @@ void EngineDownloadsTest::aDownloadAppearsUnderItsName()
     QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
-void EngineDownloadsTest::aFailedDownloadLeavesTheOldFile_data()
+void TestEngineDownloads::aFailedDownloadLeavesTheOldFile_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<int>("state");
@@ -94,7 +94,7 @@ void EngineDownloadsTest::aFailedDownloadLeavesTheOldFile_data()
                                << int(State::LimitExceeded);
 }
 
-void EngineDownloadsTest::aFailedDownloadLeavesTheOldFile()
+void TestEngineDownloads::aFailedDownloadLeavesTheOldFile()
 {
     QFETCH(QByteArray, text);
     QFETCH(int, state);
@@ -110,7 +110,7 @@ void EngineDownloadsTest::aFailedDownloadLeavesTheOldFile()
     QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
-void EngineDownloadsTest::aDownloadThatCannotBeWrittenFails()
+void TestEngineDownloads::aDownloadThatCannotBeWrittenFails()
 {
     QTemporaryDir directory;
     MisbehavingServer server;
@@ -130,7 +130,7 @@ void EngineDownloadsTest::aDownloadThatCannotBeWrittenFails()
     QVERIFY(!QFileInfo(pipe).isFile() && QFileInfo(link).isSymLink());
 }
 
-void EngineDownloadsTest::aFullDiskFailsTheDownload_data()
+void TestEngineDownloads::aFullDiskFailsTheDownload_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<int>("size");
@@ -144,7 +144,7 @@ void EngineDownloadsTest::aFullDiskFailsTheDownload_data()
     }
 }
 
-void EngineDownloadsTest::aFullDiskFailsTheDownload()
+void TestEngineDownloads::aFullDiskFailsTheDownload()
 {
     QFETCH(bool, blocking);
     QFETCH(int, size);
@@ -176,7 +176,7 @@ void EngineDownloadsTest::aFullDiskFailsTheDownload()
     QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
-void EngineDownloadsTest::aDiskThatRefusesToKeepADownloadFailsIt()
+void TestEngineDownloads::aDiskThatRefusesToKeepADownloadFailsIt()
 {
     QFETCH(bool, blocking);
     QTemporaryDir directory;
@@ -195,5 +195,5 @@ void EngineDownloadsTest::aDiskThatRefusesToKeepADownloadFailsIt()
     QCOMPARE(contentOf(asked.downloadPath), QByteArray("new"));
 }
 
-QTEST_GUILESS_MAIN(EngineDownloadsTest)
+QTEST_GUILESS_MAIN(TestEngineDownloads)
 #include "tst_engine_downloads.moc"

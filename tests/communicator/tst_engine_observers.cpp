@@ -10,7 +10,7 @@
 #include <future>
 #include <mutex>
 
-class EngineObserversTest : public QObject
+class TestEngineObservers : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -27,7 +27,7 @@ private Q_SLOTS:
     void progressIsToldOnlyWhileAnObserverIsSet();
 };
 
-void EngineObserversTest::eachFailureIsOneLineWithoutSecrets()
+void TestEngineObservers::eachFailureIsOneLineWithoutSecrets()
 {
     MisbehavingServer server(Mode::Raw);
     server.setRaw("HTTP/1.1 500 Oops\r\nContent-Length: 0\r\n\r\n");
@@ -65,7 +65,7 @@ void EngineObserversTest::eachFailureIsOneLineWithoutSecrets()
     QVERIFY2(!all.contains(QLatin1String("hunter2")), qPrintable(all));
 }
 
-void EngineObserversTest::theObserverLearnsWhatHappened()
+void TestEngineObservers::theObserverLearnsWhatHappened()
 {
     MisbehavingServer server;
     Bench bench;
@@ -129,7 +129,7 @@ private:
 
 } // namespace
 
-void EngineObserversTest::bytesUnderWayAreTold_data()
+void TestEngineObservers::bytesUnderWayAreTold_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<bool>("multipart");
@@ -139,7 +139,7 @@ void EngineObserversTest::bytesUnderWayAreTold_data()
     QTest::newRow("form, non-blocking") << false << true;
 }
 
-void EngineObserversTest::bytesUnderWayAreTold()
+void TestEngineObservers::bytesUnderWayAreTold()
 {
     QFETCH(bool, blocking);
     QFETCH(bool, multipart);
@@ -176,7 +176,7 @@ void EngineObserversTest::bytesUnderWayAreTold()
     QCOMPARE(told.back().bytesToReceive, qint64(goodBody.size()));
 }
 
-void EngineObserversTest::aDownloadIsToldWhileItComes()
+void TestEngineObservers::aDownloadIsToldWhileItComes()
 {
     QFETCH(bool, blocking);
     QTemporaryDir directory;
@@ -205,7 +205,7 @@ void EngineObserversTest::aDownloadIsToldWhileItComes()
     }
 }
 
-void EngineObserversTest::anUnknownSizeIsToldAsSuch()
+void TestEngineObservers::anUnknownSizeIsToldAsSuch()
 {
     MisbehavingServer server(Mode::Raw);
     server.setRaw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n");
@@ -223,7 +223,7 @@ void EngineObserversTest::anUnknownSizeIsToldAsSuch()
     QVERIFY2(!told.back().deviceKey.contains(QLatin1String("hunter2")), qPrintable(told.back().deviceKey));
 }
 
-void EngineObserversTest::progressIsToldOnlyWhileAnObserverIsSet()
+void TestEngineObservers::progressIsToldOnlyWhileAnObserverIsSet()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server;
@@ -248,5 +248,5 @@ void EngineObserversTest::progressIsToldOnlyWhileAnObserverIsSet()
     QCOMPARE(server.connections(), 1);
 }
 
-QTEST_GUILESS_MAIN(EngineObserversTest)
+QTEST_GUILESS_MAIN(TestEngineObservers)
 #include "tst_engine_observers.moc"

@@ -18,7 +18,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-class EnginePartsTest : public QObject
+class TestEngineParts : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -50,7 +50,7 @@ QByteArray partOf(const MisbehavingServer::Received& received, const QByteArray&
 
 } // namespace
 
-void EnginePartsTest::multipartValuesBecomePartsOfTheirKind()
+void TestEngineParts::multipartValuesBecomePartsOfTheirKind()
 {
     QFETCH(bool, blocking);
     QTemporaryDir directory;
@@ -89,7 +89,7 @@ void EnginePartsTest::multipartValuesBecomePartsOfTheirKind()
     QVERIFY(part("text").endsWith("\r\n\r\ngr\xc3\xbc\xc3\x9f"));
 }
 
-void EnginePartsTest::valuesOfOtherTypesBecomeJsonParts_data()
+void TestEngineParts::valuesOfOtherTypesBecomeJsonParts_data()
 {
     QTest::addColumn<QVariant>("value");
     const QDateTime time = QDateTime::fromSecsSinceEpoch(1000000000, Qt::UTC);
@@ -135,7 +135,7 @@ void EnginePartsTest::valuesOfOtherTypesBecomeJsonParts_data()
     }
 }
 
-void EnginePartsTest::valuesOfOtherTypesBecomeJsonParts()
+void TestEngineParts::valuesOfOtherTypesBecomeJsonParts()
 {
     QFETCH(QVariant, value);
     MisbehavingServer server;
@@ -156,7 +156,7 @@ void EnginePartsTest::valuesOfOtherTypesBecomeJsonParts()
     QCOMPARE(part.mid(part.indexOf("\r\n\r\n") + 4), expected);
 }
 
-void EnginePartsTest::aPartThatIsNoJsonSendsNothing()
+void TestEngineParts::aPartThatIsNoJsonSendsNothing()
 {
     QFETCH(bool, blocking);
     QVariant nested;
@@ -172,7 +172,7 @@ void EnginePartsTest::aPartThatIsNoJsonSendsNothing()
     QCOMPARE(server.connections(), 0);
 }
 
-void EnginePartsTest::aFileThatCannotBeReadIsTold_data()
+void TestEngineParts::aFileThatCannotBeReadIsTold_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<QString>("name");
@@ -185,7 +185,7 @@ void EnginePartsTest::aFileThatCannotBeReadIsTold_data()
 }
 
 // One that waits for a writer would never end.
-void EnginePartsTest::aFileThatCannotBeReadIsTold()
+void TestEngineParts::aFileThatCannotBeReadIsTold()
 {
     QFETCH(bool, blocking);
     QFETCH(QString, name);
@@ -213,7 +213,7 @@ void EnginePartsTest::aFileThatCannotBeReadIsTold()
     QCOMPARE(server.connections(), 0);
 }
 
-void EnginePartsTest::aMissingFilePartSendsNothing()
+void TestEngineParts::aMissingFilePartSendsNothing()
 {
     QFETCH(bool, blocking);
     QTemporaryDir directory;
@@ -232,5 +232,5 @@ void EnginePartsTest::aMissingFilePartSendsNothing()
     QCOMPARE(bench.ask(request(server.address()), blocking).state, State::Success);
 }
 
-QTEST_GUILESS_MAIN(EnginePartsTest)
+QTEST_GUILESS_MAIN(TestEngineParts)
 #include "tst_engine_parts.moc"

@@ -6,7 +6,7 @@
 
 Q_DECLARE_METATYPE(Mode)
 
-class EngineRepliesTest : public QObject
+class TestEngineReplies : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -58,7 +58,7 @@ private Q_SLOTS:
     void everyReplyTextEndsInItsState();
 };
 
-void EngineRepliesTest::everyFaultEndsInItsState_data()
+void TestEngineReplies::everyFaultEndsInItsState_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<Mode>("mode");
@@ -80,7 +80,7 @@ void EngineRepliesTest::everyFaultEndsInItsState_data()
     }
 }
 
-void EngineRepliesTest::everyFaultEndsInItsState()
+void TestEngineReplies::everyFaultEndsInItsState()
 {
     QFETCH(bool, blocking);
     QFETCH(Mode, mode);
@@ -97,7 +97,7 @@ void EngineRepliesTest::everyFaultEndsInItsState()
     QVERIFY(reply.body.isEmpty());
 }
 
-void EngineRepliesTest::everyReplyTextEndsInItsState_data()
+void TestEngineReplies::everyReplyTextEndsInItsState_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<QByteArray>("text");
@@ -163,7 +163,7 @@ void EngineRepliesTest::everyReplyTextEndsInItsState_data()
     }
 }
 
-void EngineRepliesTest::everyReplyTextEndsInItsState()
+void TestEngineReplies::everyReplyTextEndsInItsState()
 {
     QFETCH(bool, blocking);
     QFETCH(QByteArray, text);
@@ -180,7 +180,7 @@ void EngineRepliesTest::everyReplyTextEndsInItsState()
     QCOMPARE(server.deliveries(), 1);
 }
 
-void EngineRepliesTest::noLimitStandsForTenSeconds()
+void TestEngineReplies::noLimitStandsForTenSeconds()
 {
     HttpRequest asked;
     for (const int limit : {0, -1}) {
@@ -191,5 +191,5 @@ void EngineRepliesTest::noLimitStandsForTenSeconds()
     QCOMPARE(timeLimit(asked).count(), 3000);
 }
 
-QTEST_GUILESS_MAIN(EngineRepliesTest)
+QTEST_GUILESS_MAIN(TestEngineReplies)
 #include "tst_engine_replies.moc"

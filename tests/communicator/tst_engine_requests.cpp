@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "enginebench.h"
 
-class EngineRequestsTest : public QObject
+class TestEngineRequests : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -32,7 +32,7 @@ private Q_SLOTS:
     void theLoginGoesOutAsItsKindDemands();
 };
 
-void EngineRequestsTest::aKeyThatIsNoAddressSendsNothing_data()
+void TestEngineRequests::aKeyThatIsNoAddressSendsNothing_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<bool>("blocking");
@@ -44,7 +44,7 @@ void EngineRequestsTest::aKeyThatIsNoAddressSendsNothing_data()
     }
 }
 
-void EngineRequestsTest::aKeyThatIsNoAddressSendsNothing()
+void TestEngineRequests::aKeyThatIsNoAddressSendsNothing()
 {
     QFETCH(QString, key);
     QFETCH(bool, blocking);
@@ -54,7 +54,7 @@ void EngineRequestsTest::aKeyThatIsNoAddressSendsNothing()
     QCOMPARE(reply.status, 0);
 }
 
-void EngineRequestsTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves_data()
+void TestEngineRequests::whatCannotBeSentIsRefusedBeforeAnythingLeaves_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<QString>("path");
@@ -81,7 +81,7 @@ void EngineRequestsTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves_data()
     }
 }
 
-void EngineRequestsTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves()
+void TestEngineRequests::whatCannotBeSentIsRefusedBeforeAnythingLeaves()
 {
     QFETCH(bool, blocking);
     QFETCH(QString, path);
@@ -99,7 +99,7 @@ void EngineRequestsTest::whatCannotBeSentIsRefusedBeforeAnythingLeaves()
     QCOMPARE(bench.engine.start(asked, [](const HttpReply&) {}), false);
 }
 
-void EngineRequestsTest::requestsGoOutAsTheyWereMade_data()
+void TestEngineRequests::requestsGoOutAsTheyWereMade_data()
 {
     QTest::addColumn<int>("method");
     QTest::addColumn<QByteArray>("body");
@@ -134,7 +134,7 @@ void EngineRequestsTest::requestsGoOutAsTheyWereMade_data()
                             << QByteArray("\r\nHost: ") << QByteArray("Content-Type");
 }
 
-void EngineRequestsTest::requestsGoOutAsTheyWereMade()
+void TestEngineRequests::requestsGoOutAsTheyWereMade()
 {
     QFETCH(int, method);
     QFETCH(QByteArray, body);
@@ -158,7 +158,7 @@ void EngineRequestsTest::requestsGoOutAsTheyWereMade()
     QVERIFY2(!received[0].head.contains("Expect"), received[0].head.constData());
 }
 
-void EngineRequestsTest::aShapeDoesNotLeakIntoTheNextRequest()
+void TestEngineRequests::aShapeDoesNotLeakIntoTheNextRequest()
 {
     MisbehavingServer server;
     Bench bench;
@@ -188,7 +188,7 @@ void EngineRequestsTest::aShapeDoesNotLeakIntoTheNextRequest()
     QCOMPARE(received[3].method, QByteArray("DELETE"));
 }
 
-void EngineRequestsTest::theLoginGoesOutAsItsKindDemands_data()
+void TestEngineRequests::theLoginGoesOutAsItsKindDemands_data()
 {
     QTest::addColumn<int>("login");
     QTest::addColumn<int>("method");
@@ -204,7 +204,7 @@ void EngineRequestsTest::theLoginGoesOutAsItsKindDemands_data()
                                          << QByteArray("Digest username=\"admin\"");
 }
 
-void EngineRequestsTest::theLoginGoesOutAsItsKindDemands()
+void TestEngineRequests::theLoginGoesOutAsItsKindDemands()
 {
     QFETCH(int, login);
     QFETCH(int, method);
@@ -228,5 +228,5 @@ void EngineRequestsTest::theLoginGoesOutAsItsKindDemands()
     }
 }
 
-QTEST_GUILESS_MAIN(EngineRequestsTest)
+QTEST_GUILESS_MAIN(TestEngineRequests)
 #include "tst_engine_requests.moc"

@@ -83,7 +83,7 @@ DeviceEndpoint digestEndpoint(const QString& address)
 
 } // namespace
 
-class EngineReuseTest : public QObject
+class TestEngineReuse : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -327,5 +327,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(EngineReuseTest)
+QTEST_GUILESS_MAIN(TestEngineReuse)
 #include "tst_engine_reuse.moc"

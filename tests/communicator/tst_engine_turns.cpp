@@ -17,9 +17,9 @@
 namespace {
 
 // Several records of TLS, and less than a socket takes whose reader does not read.
-constexpr int BodySize = 60000;
+constexpr int bodySize = 60000;
 // What is left of them behind the first one.
-constexpr int Waiting = 43000;
+constexpr int waitingCount = 43000;
 
 /// The bytes that wait on the one connection of this process to @p port.
 int waitingFrom(quint16 port)
@@ -40,7 +40,7 @@ int waitingFrom(quint16 port)
 
 } // namespace
 
-class EngineTurnsTest : public QObject
+class TestEngineTurns : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -51,23 +51,23 @@ private Q_SLOTS:
     void aLargeUploadGoesOutInTurns();
 };
 
-void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns_data()
+void TestEngineTurns::whatADeviceSendsOverTlsComesInTurns_data()
 {
     QTest::addColumn<bool>("isStream");
     QTest::addColumn<QByteArray>("reply");
     QByteArray events;
-    while (events.size() < BodySize) {
+    while (events.size() < bodySize) {
         events += "data: 1\n\n";
     }
     QTest::newRow("reply") << false
                            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 60000\r\n\r\n") +
-                                  QByteArray(BodySize, ' ');
+                                  QByteArray(bodySize, ' ');
     QTest::newRow("events") << true << "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n" + events;
 }
 
 // At the first piece that comes, on the loop's thread, the test waits until much more is there, and posts a
 // task: that has to run before all of it is read.
-void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns()
+void TestEngineTurns::whatADeviceSendsOverTlsComesInTurns()
 {
     QFETCH(bool, isStream);
     QFETCH(QByteArray, reply);
@@ -93,7 +93,7 @@ void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns()
             return;
         }
         const QDeadlineTimer patience(10000);
-        while (waitingFrom(port) < Waiting && !patience.hasExpired()) {
+        while (waitingFrom(port) < waitingCount && !patience.hasExpired()) {
             std::this_thread::yield();
         }
         bench.loop->post([&] { left.set_value(waitingFrom(port)); });
@@ -116,10 +116,10 @@ void EngineTurnsTest::whatADeviceSendsOverTlsComesInTurns()
     channels.reset();
     bench.engine.stop();
     QVERIFY(ran);
-    QVERIFY(waiting.get() >= Waiting);
+    QVERIFY(waiting.get() >= waitingCount);
 }
 
-void EngineTurnsTest::aLargeUploadGoesOutInTurns_data()
+void TestEngineTurns::aLargeUploadGoesOutInTurns_data()
 {
     QTest::addColumn<bool>("isForm");
     QTest::addColumn<bool>("isTls");
@@ -129,11 +129,11 @@ void EngineTurnsTest::aLargeUploadGoesOutInTurns_data()
     QTest::newRow("bytes over TLS") << false << true;
 }
 
-void EngineTurnsTest::aLargeUploadGoesOutInTurns()
+void TestEngineTurns::aLargeUploadGoesOutInTurns()
 {
     QFETCH(bool, isForm);
     QFETCH(bool, isTls);
-    constexpr int Size = 64 << 20;
+    constexpr int replyBytes = 64 << 20;
     MisbehavingServer server;
     TlsServer tlsServer;
     Bench bench;
@@ -151,11 +151,11 @@ void EngineTurnsTest::aLargeUploadGoesOutInTurns()
     HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put);
     QTemporaryFile file;
     if (isForm) {
-        QVERIFY(file.open() && file.resize(Size));
+        QVERIFY(file.open() && file.resize(replyBytes));
         asked.multipart = true;
         asked.parts.insert(QStringLiteral("file"), QUrl::fromLocalFile(file.fileName()));
     } else {
-        asked.body = QByteArray(Size, '\n');
+        asked.body = QByteArray(replyBytes, '\n');
     }
     qint64 sent = 0; // on the loop's thread
     std::promise<qint64> sentInTurn;
@@ -174,5 +174,5 @@ void EngineTurnsTest::aLargeUploadGoesOutInTurns()
     QVERIFY2(bytes > 0 && bytes <= 1 << 20, qPrintable(QString::number(bytes)));
 }
 
-QTEST_GUILESS_MAIN(EngineTurnsTest)
+QTEST_GUILESS_MAIN(TestEngineTurns)
 #include "tst_engine_turns.moc"

@@ -29,7 +29,7 @@ QByteArray eventText(int number)
 
 } // namespace
 
-class EventDeliveryTest : public QObject
+class TestEventDelivery : public QObject
 {
     Q_OBJECT
     MisbehavingServer* m_server = nullptr;
@@ -61,7 +61,7 @@ private:
     }
 };
 
-void EventDeliveryTest::aStreamGoesOnWhoseReceiverProcessesEvents_data()
+void TestEventDelivery::aStreamGoesOnWhoseReceiverProcessesEvents_data()
 {
     QTest::addColumn<int>("round");
     for (int round = 1; round <= 20; ++round) {
@@ -69,7 +69,7 @@ void EventDeliveryTest::aStreamGoesOnWhoseReceiverProcessesEvents_data()
     }
 }
 
-void EventDeliveryTest::aStreamGoesOnWhoseReceiverProcessesEvents()
+void TestEventDelivery::aStreamGoesOnWhoseReceiverProcessesEvents()
 {
     constexpr int batches = 20;
     constexpr int batchSize = 3;
@@ -106,7 +106,7 @@ void EventDeliveryTest::aStreamGoesOnWhoseReceiverProcessesEvents()
     QCOMPARE(received, sent);
 }
 
-void EventDeliveryTest::theEventsBehindOneComeWhileItsReceiverRunsALoop()
+void TestEventDelivery::theEventsBehindOneComeWhileItsReceiverRunsALoop()
 {
     QList<QByteArray> received;
     QList<QByteArray> inside;
@@ -135,5 +135,5 @@ void EventDeliveryTest::theEventsBehindOneComeWhileItsReceiverRunsALoop()
     QCOMPARE(inside, (QList<QByteArray>{"0", "1", "2", "3", "4"}));
 }
 
-QTEST_GUILESS_MAIN(EventDeliveryTest)
+QTEST_GUILESS_MAIN(TestEventDelivery)
 #include "tst_eventdelivery.moc"

@@ -86,7 +86,7 @@ const QString wall = QStringLiteral("wall");
 
 } // namespace
 
-class EventsTest : public QObject
+class TestEvents : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -439,5 +439,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(EventsTest)
+QTEST_GUILESS_MAIN(TestEvents)
 #include "tst_events.moc"

@@ -72,7 +72,7 @@ public:
 
 } // namespace
 
-class ExchangeTest : public QObject
+class TestExchange : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -407,5 +407,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ExchangeTest)
+QTEST_GUILESS_MAIN(TestExchange)
 #include "tst_exchange.moc"

@@ -65,7 +65,7 @@ ExchangeRecord recordOf(ExchangeId id)
 
 } // namespace
 
-class ExchangeIdsTest : public QObject
+class TestExchangeIds : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -95,14 +95,14 @@ private Q_SLOTS:
     void observersMayComeAndGoWhileExchangesEnd();
 };
 
-void ExchangeIdsTest::recordAndProgressCarryTheIdThatTheScopeCollected_data()
+void TestExchangeIds::recordAndProgressCarryTheIdThatTheScopeCollected_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::newRow("blocking") << true;
     QTest::newRow("non-blocking") << false;
 }
 
-void ExchangeIdsTest::recordAndProgressCarryTheIdThatTheScopeCollected()
+void TestExchangeIds::recordAndProgressCarryTheIdThatTheScopeCollected()
 {
     QFETCH(bool, blocking);
     MisbehavingServer server;
@@ -135,7 +135,7 @@ void ExchangeIdsTest::recordAndProgressCarryTheIdThatTheScopeCollected()
     QVERIFY(std::none_of(told.begin(), told.begin() + int(before), [&](auto& one) { return one.id == id; }));
 }
 
-void ExchangeIdsTest::whatIsNeverSentHasItsIdToo_data()
+void TestExchangeIds::whatIsNeverSentHasItsIdToo_data()
 {
     QTest::addColumn<Request>("request");
     const auto unwritable = [](HttpJsonPackage* package) {
@@ -164,7 +164,7 @@ void ExchangeIdsTest::whatIsNeverSentHasItsIdToo_data()
     });
 }
 
-void ExchangeIdsTest::whatIsNeverSentHasItsIdToo()
+void TestExchangeIds::whatIsNeverSentHasItsIdToo()
 {
     QFETCH(Request, request);
     MisbehavingServer server;
@@ -183,7 +183,7 @@ void ExchangeIdsTest::whatIsNeverSentHasItsIdToo()
     QCOMPARE(server.connections(), 0);
 }
 
-void ExchangeIdsTest::idsRiseAndNoneIsZero()
+void TestExchangeIds::idsRiseAndNoneIsZero()
 {
     ExchangeIds ids;
     QCOMPARE(ids.latest(), ExchangeId(0));
@@ -200,7 +200,7 @@ void ExchangeIdsTest::idsRiseAndNoneIsZero()
     QCOMPARE(ids.all(), (std::vector<ExchangeId>{before - 2, before - 1, before}));
 }
 
-void ExchangeIdsTest::anEngineIsGivenTheIdAndMayTellTheObservers()
+void TestExchangeIds::anEngineIsGivenTheIdAndMayTellTheObservers()
 {
     auto* const engine = RecordingEngine::install();
     engine->answer([](const HttpRequest& request) {
@@ -225,7 +225,7 @@ void ExchangeIdsTest::anEngineIsGivenTheIdAndMayTellTheObservers()
     QCOMPARE(underWay.records()[0].id, ids.latest());
 }
 
-void ExchangeIdsTest::theLogNamesTheId()
+void TestExchangeIds::theLogNamesTheId()
 {
     MisbehavingServer server;
     const LogCollector log;
@@ -237,7 +237,7 @@ void ExchangeIdsTest::theLogNamesTheId()
     QVERIFY2(log.lines().size() == 1 && log.lines()[0].startsWith(start), qPrintable(log.lines().join('\n')));
 }
 
-void ExchangeIdsTest::aScopeCollectsNothingOfOtherThreads()
+void TestExchangeIds::aScopeCollectsNothingOfOtherThreads()
 {
     ExchangeIds ids;
     const ExchangeScope scope(ids);
@@ -245,7 +245,7 @@ void ExchangeIdsTest::aScopeCollectsNothingOfOtherThreads()
     QVERIFY(ids.all().empty());
 }
 
-void ExchangeIdsTest::aScopeCollectsWhatAnEventLoopBegins()
+void TestExchangeIds::aScopeCollectsWhatAnEventLoopBegins()
 {
     RecordingEngine::install();
     ExchangeIds ids;
@@ -259,7 +259,7 @@ void ExchangeIdsTest::aScopeCollectsWhatAnEventLoopBegins()
     QCOMPARE(ids.all(), std::vector<ExchangeId>{exchangesBegun()});
 }
 
-void ExchangeIdsTest::nestedScopesAllCollect()
+void TestExchangeIds::nestedScopesAllCollect()
 {
     ExchangeIds outer;
     ExchangeIds inner;
@@ -276,7 +276,7 @@ void ExchangeIdsTest::nestedScopesAllCollect()
     QCOMPARE(outer.all(), (std::vector<ExchangeId>{first, second, third}));
 }
 
-void ExchangeIdsTest::scopesMayEndInAnyOrder()
+void TestExchangeIds::scopesMayEndInAnyOrder()
 {
     ExchangeIds outer;
     ExchangeIds inner;
@@ -290,7 +290,7 @@ void ExchangeIdsTest::scopesMayEndInAnyOrder()
     QCOMPARE(inner.all(), std::vector<ExchangeId>{first});
 }
 
-void ExchangeIdsTest::scopesOfSeveralThreadsMayShareTheirIds()
+void TestExchangeIds::scopesOfSeveralThreadsMayShareTheirIds()
 {
     constexpr int each = 500;
     ExchangeIds ids;
@@ -314,7 +314,7 @@ void ExchangeIdsTest::scopesOfSeveralThreadsMayShareTheirIds()
     QVERIFY(std::adjacent_find(all.begin(), all.end(), std::greater_equal<ExchangeId>()) == all.end());
 }
 
-void ExchangeIdsTest::observersAreCalledInTheOrderInWhichTheyCame()
+void TestExchangeIds::observersAreCalledInTheOrderInWhichTheyCame()
 {
     std::vector<int> called;
     const auto note = [&called](int number) {
@@ -330,7 +330,7 @@ void ExchangeIdsTest::observersAreCalledInTheOrderInWhichTheyCame()
     QCOMPARE(called, (std::vector<int>{1, 2, 3, 1, 3}));
 }
 
-void ExchangeIdsTest::aHandleRemovesItsObserver()
+void TestExchangeIds::aHandleRemovesItsObserver()
 {
     QVERIFY(!isExchangeObserved() && !isProgressObserved());
     Heard<ExchangeProgress> underWay;
@@ -355,7 +355,7 @@ void ExchangeIdsTest::aHandleRemovesItsObserver()
     QVERIFY(!isExchangeObserved());
 }
 
-void ExchangeIdsTest::theOneWithoutAHandleStandsBesideTheOthers()
+void TestExchangeIds::theOneWithoutAHandleStandsBesideTheOthers()
 {
     Heard<ExchangeRecord> ended;
     Heard<ExchangeRecord> set;
@@ -373,7 +373,7 @@ void ExchangeIdsTest::theOneWithoutAHandleStandsBesideTheOthers()
     QCOMPARE(setLater.records()[0].id, ExchangeId(2));
 }
 
-void ExchangeIdsTest::aRemovalWaitsForTheCallOnAnotherThread()
+void TestExchangeIds::aRemovalWaitsForTheCallOnAnotherThread()
 {
     std::promise<void> entered;
     std::promise<void> gate;
@@ -404,7 +404,7 @@ void ExchangeIdsTest::aRemovalWaitsForTheCallOnAnotherThread()
     teller.join();
 }
 
-void ExchangeIdsTest::anObserverMayRemoveObservers()
+void TestExchangeIds::anObserverMayRemoveObservers()
 {
     ObserverHandle second;
     Heard<ExchangeRecord> ended;
@@ -422,7 +422,7 @@ void ExchangeIdsTest::anObserverMayRemoveObservers()
     QVERIFY(!isExchangeObserved());
 }
 
-void ExchangeIdsTest::anObserverMayAddObservers()
+void TestExchangeIds::anObserverMayAddObservers()
 {
     Heard<ExchangeRecord> ended;
     std::vector<ObserverHandle> added;
@@ -437,7 +437,7 @@ void ExchangeIdsTest::anObserverMayAddObservers()
     QCOMPARE(ended.count(), size_t(1));
 }
 
-void ExchangeIdsTest::observersMayComeAndGoWhileExchangesEnd()
+void TestExchangeIds::observersMayComeAndGoWhileExchangesEnd()
 {
     MisbehavingServer server;
     Heard<ExchangeRecord> all;
@@ -462,5 +462,5 @@ void ExchangeIdsTest::observersMayComeAndGoWhileExchangesEnd()
     QCOMPARE(all.count(), size_t(200));
 }
 
-QTEST_GUILESS_MAIN(ExchangeIdsTest)
+QTEST_GUILESS_MAIN(TestExchangeIds)
 #include "tst_exchangeids.moc"

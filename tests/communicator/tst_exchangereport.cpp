@@ -9,7 +9,7 @@
 
 using namespace Krelm::Communicator::HttpDevice;
 
-class ExchangeReportTest : public QObject
+class TestExchangeReport : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -43,5 +43,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ExchangeReportTest)
+QTEST_GUILESS_MAIN(TestExchangeReport)
 #include "tst_exchangereport.moc"

@@ -6,7 +6,7 @@
 
 using Mode = MisbehavingServer::Mode;
 
-class ExitTest : public QObject
+class TestExit : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -14,7 +14,7 @@ private Q_SLOTS:
     void aProcessEndsCleanlyWithRequestsInFlight();
 };
 
-void ExitTest::aProcessEndsCleanlyWithRequestsInFlight_data()
+void TestExit::aProcessEndsCleanlyWithRequestsInFlight_data()
 {
     QTest::addColumn<QString>("way");
     QTest::addColumn<QByteArray>("output");
@@ -34,7 +34,7 @@ void ExitTest::aProcessEndsCleanlyWithRequestsInFlight_data()
         << QStringLiteral("a second application") << QByteArray("between 10\nstate 0\n" + called);
 }
 
-void ExitTest::aProcessEndsCleanlyWithRequestsInFlight()
+void TestExit::aProcessEndsCleanlyWithRequestsInFlight()
 {
     QFETCH(QString, way);
     QFETCH(QByteArray, output);
@@ -55,5 +55,5 @@ void ExitTest::aProcessEndsCleanlyWithRequestsInFlight()
     QCOMPARE(text, output);
 }
 
-QTEST_GUILESS_MAIN(ExitTest)
+QTEST_GUILESS_MAIN(TestExit)
 #include "tst_exit.moc"

@@ -40,7 +40,7 @@ struct Pipe
 
 } // namespace
 
-class IoLoopTest : public QObject
+class TestIoLoop : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -274,5 +274,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(IoLoopTest)
+QTEST_GUILESS_MAIN(TestIoLoop)
 #include "tst_ioloop.moc"

@@ -59,6 +59,8 @@ QStringList warnings(const LogCollector& log)
 
 } // namespace
 
+Q_DECLARE_METATYPE(std::function<void(HttpJsonPackage&)>)
+
 #define SKIP_WHEN_MEMORY_IS_SHORT()                                                                          \
     if (availableMemory() < wantedMemory)                                                                    \
     QSKIP("needs 6 GiB of free memory")
@@ -213,8 +215,6 @@ private Q_SLOTS:
         QVERIFY(package.requestData().isEmpty());
     }
 };
-
-Q_DECLARE_METATYPE(std::function<void(HttpJsonPackage&)>)
 
 QTEST_GUILESS_MAIN(TestLargeBody)
 #include "tst_largebody.moc"

@@ -77,7 +77,7 @@ void run(Loop kind)
 
 } // namespace
 
-class NoticeQueueTest : public QObject
+class TestNoticeQueue : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -97,7 +97,7 @@ private Q_SLOTS:
     void aStreamGoesOnWhenAQuarterIsLeft();
 };
 
-void NoticeQueueTest::aNoticePushedInAReceiversLoopComes_data()
+void TestNoticeQueue::aNoticePushedInAReceiversLoopComes_data()
 {
     QTest::addColumn<int>("loop");
     QTest::newRow("processEvents") << int(Loop::ProcessEvents);
@@ -105,7 +105,7 @@ void NoticeQueueTest::aNoticePushedInAReceiversLoopComes_data()
     QTest::newRow("an event loop") << int(Loop::EventLoop);
 }
 
-void NoticeQueueTest::aNoticePushedInAReceiversLoopComes()
+void TestNoticeQueue::aNoticePushedInAReceiversLoopComes()
 {
     QFETCH(int, loop);
     Delivery delivery([&](const QString& key) {
@@ -121,7 +121,7 @@ void NoticeQueueTest::aNoticePushedInAReceiversLoopComes()
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C", "D"}));
 }
 
-void NoticeQueueTest::theRestOfABatchComesInAReceiversLoop()
+void TestNoticeQueue::theRestOfABatchComesInAReceiversLoop()
 {
     QFETCH(int, loop);
     QStringList atReturn;
@@ -138,7 +138,7 @@ void NoticeQueueTest::theRestOfABatchComesInAReceiversLoop()
     QCOMPARE(atReturn, (QStringList{"A", "B", "C", "D"}));
 }
 
-void NoticeQueueTest::loopsWithinLoopsKeepTheOrder()
+void TestNoticeQueue::loopsWithinLoopsKeepTheOrder()
 {
     QFETCH(int, loop);
     QStringList returned;
@@ -159,7 +159,7 @@ void NoticeQueueTest::loopsWithinLoopsKeepTheOrder()
     QCOMPARE(returned, (QStringList{"Y", "X", "C", "B", "A"}));
 }
 
-void NoticeQueueTest::everyReceiverOfAStreamMayRunALoop()
+void TestNoticeQueue::everyReceiverOfAStreamMayRunALoop()
 {
     constexpr int batches = 200;
     constexpr int batchSize = 3;
@@ -179,7 +179,7 @@ void NoticeQueueTest::everyReceiverOfAStreamMayRunALoop()
     QCOMPARE(delivery.received, pushed);
 }
 
-void NoticeQueueTest::whatComesAfterAReceiverThrewIsDelivered()
+void TestNoticeQueue::whatComesAfterAReceiverThrewIsDelivered()
 {
     ProxyEventQueue queue([] {});
     std::vector<ProxyEvent> batch = batchOf({"A", "B"});
@@ -197,7 +197,7 @@ void NoticeQueueTest::whatComesAfterAReceiverThrewIsDelivered()
 }
 
 // The event queue of a thread is emptied when its application goes, wake-ups included.
-void NoticeQueueTest::aLostWakeUpIsMadeGood()
+void TestNoticeQueue::aLostWakeUpIsMadeGood()
 {
     Delivery delivery([](const QString&) {});
     delivery.queue.push(noticeOf("A"));
@@ -210,7 +210,7 @@ void NoticeQueueTest::aLostWakeUpIsMadeGood()
     QCOMPARE(delivery.wakeUps, before);
 }
 
-void NoticeQueueTest::aBatchIsOneWakeUpHoweverLong()
+void TestNoticeQueue::aBatchIsOneWakeUpHoweverLong()
 {
     Delivery delivery([](const QString&) {});
     for (int round = 1; round <= 3; ++round) {
@@ -225,7 +225,7 @@ void NoticeQueueTest::aBatchIsOneWakeUpHoweverLong()
     }
 }
 
-void NoticeQueueTest::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
+void TestNoticeQueue::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
 {
     const auto quota = std::make_shared<StreamQuota>();
     Delivery delivery([](const QString& key) {
@@ -243,7 +243,7 @@ void NoticeQueueTest::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
     QVERIFY(quota->isLow());
 }
 
-void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
+void TestNoticeQueue::afterAReceiversLoopTheQueueSaysThatItDelivered()
 {
     QStringList told;
     Delivery delivery([&](const QString& key) {
@@ -259,7 +259,7 @@ void NoticeQueueTest::afterAReceiversLoopTheQueueSaysThatItDelivered()
     QCOMPARE(told.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
 }
 
-void NoticeQueueTest::pushesBeforeADeliveryAreOneWakeUp()
+void TestNoticeQueue::pushesBeforeADeliveryAreOneWakeUp()
 {
     Delivery delivery([](const QString&) {});
     for (const char* key : {"A", "B", "C"}) {
@@ -269,7 +269,7 @@ void NoticeQueueTest::pushesBeforeADeliveryAreOneWakeUp()
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
 }
 
-void NoticeQueueTest::aStreamGoesOnWhenAQuarterIsLeft()
+void TestNoticeQueue::aStreamGoesOnWhenAQuarterIsLeft()
 {
     // In events and in bytes.
     const std::pair<int, int> shapes[] = {{4096, 1}, {8, 1 << 20}};
@@ -297,5 +297,5 @@ void NoticeQueueTest::aStreamGoesOnWhenAQuarterIsLeft()
     }
 }
 
-QTEST_GUILESS_MAIN(NoticeQueueTest)
+QTEST_GUILESS_MAIN(TestNoticeQueue)
 #include "tst_noticequeue.moc"

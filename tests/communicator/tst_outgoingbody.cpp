@@ -36,7 +36,7 @@ QByteArray boundaryOf(const OutgoingBody& body)
 
 } // namespace
 
-class OutgoingBodyTest : public QObject
+class TestOutgoingBody : public QObject
 {
     Q_OBJECT
 private:
@@ -233,5 +233,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(OutgoingBodyTest)
+QTEST_GUILESS_MAIN(TestOutgoingBody)
 #include "tst_outgoingbody.moc"

@@ -9,7 +9,7 @@
 using namespace Krelm::Communicator::HttpDevice;
 using Headers = QMap<QString, QString>;
 
-class PackageTest : public QObject
+class TestPackage : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -154,5 +154,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PackageTest)
+QTEST_GUILESS_MAIN(TestPackage)
 #include "tst_package.moc"

@@ -26,7 +26,7 @@ using Call = std::function<void(HttpProxy*, HttpMutilPartPackage*)>;
 Q_DECLARE_METATYPE(DeviceEndpoint)
 Q_DECLARE_METATYPE(Call)
 
-class ProxyTest : public QObject
+class TestProxy : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -102,7 +102,7 @@ private:
     std::vector<Done> m_pending; ///< what the engine of install() has not answered yet
 };
 
-void ProxyTest::initTestCase()
+void TestProxy::initTestCase()
 {
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
     // Another thread asks first, whichever function comes first.
@@ -110,13 +110,13 @@ void ProxyTest::initTestCase()
     QVERIFY(m_proxy != nullptr);
 }
 
-void ProxyTest::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
+void TestProxy::theProxyLivesOnTheApplicationsThreadWhoeverAsksFirst()
 {
     QCOMPARE(m_proxy->thread(), QCoreApplication::instance()->thread());
     QCOMPARE(HttpProxy::getInstance(), m_proxy);
 }
 
-void ProxyTest::eachOperationSendsItsVerb_data()
+void TestProxy::eachOperationSendsItsVerb_data()
 {
     QTest::addColumn<Call>("call");
     QTest::addColumn<int>("method");
@@ -146,7 +146,7 @@ void ProxyTest::eachOperationSendsItsVerb_data()
         HttpMethod::Put);
 }
 
-void ProxyTest::eachOperationSendsItsVerb()
+void TestProxy::eachOperationSendsItsVerb()
 {
     QFETCH(Call, call);
     QFETCH(int, method);
@@ -159,7 +159,7 @@ void ProxyTest::eachOperationSendsItsVerb()
     QCOMPARE(package.getDevkey(), QStringLiteral("wall"));
 }
 
-void ProxyTest::everyOperationIsCountedOnce()
+void TestProxy::everyOperationIsCountedOnce()
 {
     QFETCH(Call, call);
     install();
@@ -169,7 +169,7 @@ void ProxyTest::everyOperationIsCountedOnce()
     QCOMPARE(exchangesBegun() - before, quint64(1));
 }
 
-void ProxyTest::everythingReachesTheEngineAsItWasSet()
+void TestProxy::everythingReachesTheEngineAsItWasSet()
 {
     const auto* const engine = install();
     HttpJsonPackage package(nullptr);
@@ -194,7 +194,7 @@ void ProxyTest::everythingReachesTheEngineAsItWasSet()
     QVERIFY(request.downloadPath.isEmpty());
 }
 
-void ProxyTest::anEmptyPathReachesTheEngine()
+void TestProxy::anEmptyPathReachesTheEngine()
 {
     const auto* const engine = install();
     HttpJsonPackage package(nullptr);
@@ -204,7 +204,7 @@ void ProxyTest::anEmptyPathReachesTheEngine()
     QCOMPARE(engine->requests()[0].expectedTime, 10000);
 }
 
-void ProxyTest::aJsonBodyIsTypedUnlessTheCallerDid()
+void TestProxy::aJsonBodyIsTypedUnlessTheCallerDid()
 {
     const auto* const engine = install();
     const QString json = QStringLiteral("application/json");
@@ -226,7 +226,7 @@ void ProxyTest::aJsonBodyIsTypedUnlessTheCallerDid()
     QVERIFY(engine->requests().at(2).headers.isEmpty());
 }
 
-void ProxyTest::aJsonBodyThatCannotBeWrittenIsNotSent()
+void TestProxy::aJsonBodyThatCannotBeWrittenIsNotSent()
 {
     const auto* const engine = install();
     QVariant deep = 1;
@@ -244,7 +244,7 @@ void ProxyTest::aJsonBodyThatCannotBeWrittenIsNotSent()
     QVERIFY(engine->requests().empty());
 }
 
-void ProxyTest::putSyncOfAMultipartPackageSendsItsParts()
+void TestProxy::putSyncOfAMultipartPackageSendsItsParts()
 {
     const auto* const engine = install();
     HttpMutilPartPackage package(nullptr);
@@ -258,7 +258,7 @@ void ProxyTest::putSyncOfAMultipartPackageSendsItsParts()
     QCOMPARE(engine->requests().size(), size_t(2));
 }
 
-void ProxyTest::aDownloadNamesItsDestination()
+void TestProxy::aDownloadNamesItsDestination()
 {
     const auto* const engine = install();
     HttpJsonPackage package(nullptr);
@@ -269,7 +269,7 @@ void ProxyTest::aDownloadNamesItsDestination()
     QVERIFY(engine->requests().at(1).downloadPath.isEmpty());
 }
 
-void ProxyTest::aDownloadWithoutADestinationSendsNothing()
+void TestProxy::aDownloadWithoutADestinationSendsNothing()
 {
     const auto* const engine = install();
     HttpJsonPackage package(nullptr);
@@ -278,7 +278,7 @@ void ProxyTest::aDownloadWithoutADestinationSendsNothing()
     QVERIFY(engine->requests().empty());
 }
 
-void ProxyTest::theReplyStandsInThePackageOnReturn()
+void TestProxy::theReplyStandsInThePackageOnReturn()
 {
     RecordingEngine* const engine = RecordingEngine::install();
     HttpReply reply;
@@ -296,7 +296,7 @@ void ProxyTest::theReplyStandsInThePackageOnReturn()
     QVERIFY(package.getRoutesJsonMap().isEmpty());
 }
 
-void ProxyTest::blockingRequestsRaiseNoReadyRead()
+void TestProxy::blockingRequestsRaiseNoReadyRead()
 {
     install();
     HttpJsonPackage package(nullptr);
@@ -306,7 +306,7 @@ void ProxyTest::blockingRequestsRaiseNoReadyRead()
     QCOMPARE(spy.count(), 0);
 }
 
-void ProxyTest::aNullPackageIsIgnored()
+void TestProxy::aNullPackageIsIgnored()
 {
     const auto* const engine = install();
     m_proxy->getSync(QStringLiteral("wall"), nullptr);
@@ -314,7 +314,7 @@ void ProxyTest::aNullPackageIsIgnored()
     QVERIFY(engine->requests().empty());
 }
 
-void ProxyTest::readyReadComesOnceAndNeverFromInside_data()
+void TestProxy::readyReadComesOnceAndNeverFromInside_data()
 {
     QTest::addColumn<int>("answersAtOnce");
     QTest::addColumn<bool>("isKept");
@@ -327,7 +327,7 @@ void ProxyTest::readyReadComesOnceAndNeverFromInside_data()
     QTest::newRow("dropped") << 0 << false << false << int(State::Aborted);
 }
 
-void ProxyTest::readyReadComesOnceAndNeverFromInside()
+void TestProxy::readyReadComesOnceAndNeverFromInside()
 {
     QFETCH(int, answersAtOnce);
     QFETCH(bool, isKept);
@@ -366,7 +366,7 @@ void ProxyTest::readyReadComesOnceAndNeverFromInside()
     QCOMPARE(stateAtCall, state);
 }
 
-void ProxyTest::readyReadCanBeConnectedAfterTheCall()
+void TestProxy::readyReadCanBeConnectedAfterTheCall()
 {
     installAnsweringEarly();
     HttpJsonPackage package(nullptr);
@@ -375,7 +375,7 @@ void ProxyTest::readyReadCanBeConnectedAfterTheCall()
     QVERIFY(spy.wait());
 }
 
-void ProxyTest::readyReadComesOnThePackagesThread()
+void TestProxy::readyReadComesOnThePackagesThread()
 {
     install();
     QThread thread;
@@ -404,7 +404,7 @@ void ProxyTest::readyReadComesOnThePackagesThread()
     thread.wait();
 }
 
-void ProxyTest::readyReadMayDeleteThePackage()
+void TestProxy::readyReadMayDeleteThePackage()
 {
     installAnsweringEarly();
     QPointer<HttpJsonPackage> package = new HttpJsonPackage(nullptr);
@@ -413,14 +413,14 @@ void ProxyTest::readyReadMayDeleteThePackage()
     QTRY_VERIFY(package.isNull());
 }
 
-void ProxyTest::aPackageThatIsGoneIsNotAnswered_data()
+void TestProxy::aPackageThatIsGoneIsNotAnswered_data()
 {
     QTest::addColumn<bool>("answeredInTime");
     QTest::newRow("before the answer") << false;
     QTest::newRow("between the answer and its delivery") << true;
 }
 
-void ProxyTest::aPackageThatIsGoneIsNotAnswered()
+void TestProxy::aPackageThatIsGoneIsNotAnswered()
 {
     QFETCH(bool, answeredInTime);
     install();
@@ -453,7 +453,7 @@ void ProxyTest::aPackageThatIsGoneIsNotAnswered()
     QCOMPARE(package->getSimpleState(), State::TimedOut);
 }
 
-void ProxyTest::aStackPackageMayGoRightAfterThePut()
+void TestProxy::aStackPackageMayGoRightAfterThePut()
 {
     const auto* const engine = install();
     bool started = false;
@@ -471,7 +471,7 @@ void ProxyTest::aStackPackageMayGoRightAfterThePut()
     QCoreApplication::processEvents();
 }
 
-void ProxyTest::replacingTheEngineAbortsWhatIsInFlight()
+void TestProxy::replacingTheEngineAbortsWhatIsInFlight()
 {
     const auto sharedWithEngine = std::make_shared<int>();
     RecordingEngine* const engine = RecordingEngine::install();
@@ -489,7 +489,7 @@ void ProxyTest::replacingTheEngineAbortsWhatIsInFlight()
     QCOMPARE(next->requests().size(), size_t(1));
 }
 
-void ProxyTest::nullRestoresTheBuiltInEngine()
+void TestProxy::nullRestoresTheBuiltInEngine()
 {
     const auto asked = std::make_shared<int>(0);
     RecordingEngine::install()->answer([asked](const HttpRequest&) {
@@ -510,7 +510,7 @@ void ProxyTest::nullRestoresTheBuiltInEngine()
     QCOMPARE(package.getSimpleState(), State::InvalidRequest);
 }
 
-void ProxyTest::addingADeviceIsAnnouncedLater()
+void TestProxy::addingADeviceIsAnnouncedLater()
 {
     QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
     DeviceEndpoint endpoint;
@@ -526,7 +526,7 @@ void ProxyTest::addingADeviceIsAnnouncedLater()
     QCOMPARE(changed.count(), 2);
 }
 
-void ProxyTest::invalidDevicesAreRefused_data()
+void TestProxy::invalidDevicesAreRefused_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<DeviceEndpoint>("endpoint");
@@ -552,7 +552,7 @@ void ProxyTest::invalidDevicesAreRefused_data()
     row("line end in the token", key, Login::Bearer, address, {}, QStringLiteral("a\r\nX: y"));
 }
 
-void ProxyTest::invalidDevicesAreRefused()
+void TestProxy::invalidDevicesAreRefused()
 {
     QFETCH(QString, key);
     QFETCH(DeviceEndpoint, endpoint);
@@ -560,7 +560,7 @@ void ProxyTest::invalidDevicesAreRefused()
     QVERIFY(m_proxy->devices().isEmpty());
 }
 
-void ProxyTest::removingADeviceIsAnnouncedLater()
+void TestProxy::removingADeviceIsAnnouncedLater()
 {
     DeviceEndpoint endpoint;
     endpoint.address = QStringLiteral("127.0.0.1:1");
@@ -577,7 +577,7 @@ void ProxyTest::removingADeviceIsAnnouncedLater()
     QVERIFY(m_proxy->devices().isEmpty());
 }
 
-void ProxyTest::devicesWorkWithAForeignEngine()
+void TestProxy::devicesWorkWithAForeignEngine()
 {
     install();
     QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
@@ -589,7 +589,7 @@ void ProxyTest::devicesWorkWithAForeignEngine()
     QVERIFY(m_proxy->removeDevice(QStringLiteral("wall")));
 }
 
-void ProxyTest::aLoginThatTravelsInClearIsWarnedOf()
+void TestProxy::aLoginThatTravelsInClearIsWarnedOf()
 {
     LogCollector log;
     DeviceEndpoint endpoint;
@@ -604,7 +604,7 @@ void ProxyTest::aLoginThatTravelsInClearIsWarnedOf()
                               "https address")));
 }
 
-void ProxyTest::removingADeviceEndsItsRequests()
+void TestProxy::removingADeviceEndsItsRequests()
 {
     MisbehavingServer server(MisbehavingServer::Mode::Stall);
     DeviceEndpoint endpoint;
@@ -622,7 +622,7 @@ void ProxyTest::removingADeviceEndsItsRequests()
     QCOMPARE(package.getSimpleState(), State::Aborted);
 }
 
-void ProxyTest::eventsEndWhenNobodyWantsThem()
+void TestProxy::eventsEndWhenNobodyWantsThem()
 {
     MisbehavingServer server(MisbehavingServer::Mode::Scripted);
     server.addScript({"HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n"});
@@ -636,7 +636,7 @@ void ProxyTest::eventsEndWhenNobodyWantsThem()
     QTRY_COMPARE(server.open(), 0);
 }
 
-void ProxyTest::aBodyThatCannotBeWrittenSaysWhy()
+void TestProxy::aBodyThatCannotBeWrittenSaysWhy()
 {
     QVariant deep = 1;
     for (int i = 0; i < 2000; ++i) {
@@ -653,5 +653,5 @@ void ProxyTest::aBodyThatCannotBeWrittenSaysWhy()
     QCOMPARE(reason, QStringLiteral("the body nests too deep to be written as JSON"));
 }
 
-QTEST_GUILESS_MAIN(ProxyTest)
+QTEST_GUILESS_MAIN(TestProxy)
 #include "tst_proxy.moc"

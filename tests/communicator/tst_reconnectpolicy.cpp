@@ -70,7 +70,7 @@ const QStringList gone{QStringLiteral("gone")};
 
 } // namespace
 
-class EventSupervisorTest : public QObject
+class TestEventSupervisor : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -279,5 +279,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(EventSupervisorTest)
+QTEST_GUILESS_MAIN(TestEventSupervisor)
 #include "tst_reconnectpolicy.moc"

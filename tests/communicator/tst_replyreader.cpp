@@ -27,7 +27,7 @@ QByteArray headOf(int length)
 
 } // namespace
 
-class ReplyReaderTest : public QObject
+class TestReplyReader : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -153,9 +153,9 @@ private Q_SLOTS:
         QCOMPARE(limits.downloadBytes, qint64(17179869184));
         QCOMPARE(limits.headerBytes, qint64(65536));
         QCOMPARE(limits.headerLines, 256);
-        QCOMPARE(MaximumTargetLength, 4194304);
-        QCOMPARE(MaximumHeaderLength, 1048576);
-        QCOMPARE(DefaultExpectedTime, 10000);
+        QCOMPARE(maxTargetLength, 4194304);
+        QCOMPARE(maxHeaderLength, 1048576);
+        QCOMPARE(defaultExpectedTime, 10000);
     }
 
     void headersOfOneNameAreOneList()
@@ -256,5 +256,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ReplyReaderTest)
+QTEST_GUILESS_MAIN(TestReplyReader)
 #include "tst_replyreader.moc"

@@ -26,7 +26,7 @@ std::shared_ptr<const Device> deviceWith(Login login)
 
 } // namespace
 
-class RequestHeadTest : public QObject
+class TestRequestHead : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -117,10 +117,10 @@ private Q_SLOTS:
         row("all that a name may hold", "!#$%&'*+-.^_`|~09AZaz", plain, {});
         row("no value", "X", {}, {});
         row("a value with blanks and letters of any kind", "X", QStringLiteral("a \u00e9 ~"), {});
-        row("the longest name", QString(MaximumHeaderLength, 'a'), plain, {});
-        row("a longer name", QString(MaximumHeaderLength + 1, 'a'), plain, tooLong);
-        row("the longest value", "X", QString(MaximumHeaderLength, 'a'), {});
-        row("a longer value", "X", QString(MaximumHeaderLength + 1, 'a'), tooLong);
+        row("the longest name", QString(maxHeaderLength, 'a'), plain, {});
+        row("a longer name", QString(maxHeaderLength + 1, 'a'), plain, tooLong);
+        row("the longest value", "X", QString(maxHeaderLength, 'a'), {});
+        row("a longer value", "X", QString(maxHeaderLength + 1, 'a'), tooLong);
         row("no name", {}, plain, invalid);
         for (const QChar c : QStringLiteral("()<>@,;:\\\"/[]?={} \t\u007f\u0080\u00e9")) {
             row(qPrintable(QStringLiteral("%1 in a name").arg(c.unicode(), 0, 16)), QStringLiteral("X") + c,
@@ -143,5 +143,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RequestHeadTest)
+QTEST_GUILESS_MAIN(TestRequestHead)
 #include "tst_requesthead.moc"

@@ -7,7 +7,7 @@
 using namespace Krelm::Communicator::HttpDevice;
 using Values = QMap<QString, QString>;
 
-class RequestUrlTest : public QObject
+class TestRequestUrl : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -17,7 +17,7 @@ private Q_SLOTS:
     void addressesAreTakenOrRefused();
 };
 
-void RequestUrlTest::targetsAreExpandedAndEncoded_data()
+void TestRequestUrl::targetsAreExpandedAndEncoded_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<Values>("placeHolders");
@@ -76,7 +76,7 @@ void RequestUrlTest::targetsAreExpandedAndEncoded_data()
     row("query in the path", "/x?y=1", none, {{QStringLiteral("a"), QStringLiteral("1")}}, "/x?y=1&a=1");
 }
 
-void RequestUrlTest::targetsAreExpandedAndEncoded()
+void TestRequestUrl::targetsAreExpandedAndEncoded()
 {
     QFETCH(QString, path);
     QFETCH(Values, placeHolders);
@@ -85,7 +85,7 @@ void RequestUrlTest::targetsAreExpandedAndEncoded()
     QCOMPARE(requestTarget(path, placeHolders, parameters), target);
 }
 
-void RequestUrlTest::addressesAreTakenOrRefused_data()
+void TestRequestUrl::addressesAreTakenOrRefused_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<QByteArray>("url");
@@ -111,12 +111,12 @@ void RequestUrlTest::addressesAreTakenOrRefused_data()
     }
 }
 
-void RequestUrlTest::addressesAreTakenOrRefused()
+void TestRequestUrl::addressesAreTakenOrRefused()
 {
     QFETCH(QString, address);
     QFETCH(QByteArray, url);
     QCOMPARE(baseUrlOfAddress(address), url);
 }
 
-QTEST_GUILESS_MAIN(RequestUrlTest)
+QTEST_GUILESS_MAIN(TestRequestUrl)
 #include "tst_requesturl.moc"

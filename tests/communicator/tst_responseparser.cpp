@@ -59,7 +59,7 @@ const std::vector<int> pieceSizes{1, 2, 3, 7, 64, 100000};
 
 } // namespace
 
-class ResponseParserTest : public QObject
+class TestResponseParser : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -360,5 +360,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ResponseParserTest)
+QTEST_GUILESS_MAIN(TestResponseParser)
 #include "tst_responseparser.moc"

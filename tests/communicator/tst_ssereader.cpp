@@ -20,7 +20,7 @@ struct Reading
 
 } // namespace
 
-class SseReaderTest : public QObject
+class TestSseReader : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -99,7 +99,7 @@ private Q_SLOTS:
     }
 };
 
-void SseReaderTest::streamsAreReadWhereverThePiecesEnd_data()
+void TestSseReader::streamsAreReadWhereverThePiecesEnd_data()
 {
     QTest::addColumn<QByteArray>("stream");
     QTest::addColumn<QList<QByteArray>>("events");
@@ -136,7 +136,7 @@ void SseReaderTest::streamsAreReadWhereverThePiecesEnd_data()
     row("blank lines", "\n\n\r\n\rdata: a\n\n\n\n", {"a"});
 }
 
-void SseReaderTest::streamsAreReadWhereverThePiecesEnd()
+void TestSseReader::streamsAreReadWhereverThePiecesEnd()
 {
     QFETCH(QByteArray, stream);
     QFETCH(QList<QByteArray>, events);
@@ -155,7 +155,7 @@ void SseReaderTest::streamsAreReadWhereverThePiecesEnd()
     }
 }
 
-void SseReaderTest::whatIsTakenIsCountedToTheByte()
+void TestSseReader::whatIsTakenIsCountedToTheByte()
 {
     for (const int surplus : {0, 1}) {
         QList<QByteArray> events;
@@ -170,5 +170,5 @@ void SseReaderTest::whatIsTakenIsCountedToTheByte()
     }
 }
 
-QTEST_GUILESS_MAIN(SseReaderTest)
+QTEST_GUILESS_MAIN(TestSseReader)
 #include "tst_ssereader.moc"

@@ -20,7 +20,7 @@ using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
 using Mode = MisbehavingServer::Mode;
 
-class ThreadsTest : public QObject
+class TestThreads : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -42,7 +42,7 @@ private Q_SLOTS:
     void thousandsOfRequestsAllSettle();
 };
 
-void ThreadsTest::manyThreadsBlockOnSeveralDevicesAtOnce()
+void TestThreads::manyThreadsBlockOnSeveralDevicesAtOnce()
 {
     MisbehavingServer servers[4];
     std::atomic<int> good{0};
@@ -76,9 +76,9 @@ void ThreadsTest::manyThreadsBlockOnSeveralDevicesAtOnce()
 
 // Each package takes the place of the one before: an answer that comes too late for that one would be its own
 // second one, or come before it asked.
-void ThreadsTest::aPackageMayGoAtAnyMomentOfItsExchange()
+void TestThreads::aPackageMayGoAtAnyMomentOfItsExchange()
 {
-    enum Moment { AtOnce, WhileTheLoopTurns, WhenTheDeviceHasAnswered, Answered, MomentCount };
+    enum Moment { atOnce, WhileTheLoopTurns, WhenTheDeviceHasAnswered, Answered, MomentCount };
     constexpr int count = 2000;
     MisbehavingServer server;
     std::optional<HttpJsonPackage> package;
@@ -101,7 +101,7 @@ void ThreadsTest::aPackageMayGoAtAnyMomentOfItsExchange()
         asked = true;
         QVERIFY(HttpProxy::getInstance()->get(server.address(), &*package));
         switch (i % MomentCount) {
-        case AtOnce:
+        case atOnce:
             break;
         case WhileTheLoopTurns:
             for (int turn = 0; turn < i % 40; ++turn) {
@@ -127,7 +127,7 @@ void ThreadsTest::aPackageMayGoAtAnyMomentOfItsExchange()
     QCOMPARE(good, awaited);
 }
 
-void ThreadsTest::packagesOfManyThreadsAreAnsweredOnTheirOwn()
+void TestThreads::packagesOfManyThreadsAreAnsweredOnTheirOwn()
 {
     MisbehavingServer server;
     std::atomic<int> answered{0};
@@ -163,7 +163,7 @@ void ThreadsTest::packagesOfManyThreadsAreAnsweredOnTheirOwn()
     QCOMPARE(answered.load(), 8 * 50);
 }
 
-void ThreadsTest::theEngineMayBeReplacedWhileRequestsRun()
+void TestThreads::theEngineMayBeReplacedWhileRequestsRun()
 {
     MisbehavingServer server;
     std::vector<std::unique_ptr<HttpJsonPackage>> packages;
@@ -183,7 +183,7 @@ void ThreadsTest::theEngineMayBeReplacedWhileRequestsRun()
     QTRY_COMPARE(answered, 200);
 }
 
-void ThreadsTest::theEngineMayBeReplacedByAnObserver_data()
+void TestThreads::theEngineMayBeReplacedByAnObserver_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::addColumn<bool>("midway");
@@ -194,12 +194,12 @@ void ThreadsTest::theEngineMayBeReplacedByAnObserver_data()
 }
 
 // Time enough for all, unless each replacement waits for the exchange that it is called from.
-void ThreadsTest::theEngineMayBeReplacedByAnObserver()
+void TestThreads::theEngineMayBeReplacedByAnObserver()
 {
     QFETCH(bool, blocking);
     QFETCH(bool, midway);
-    constexpr int Rounds = 30;
-    constexpr int AtOnce = 5;
+    constexpr int rounds = 30;
+    constexpr int atOnce = 5;
     MisbehavingServer server;
     const auto replace = [](const auto&) { HttpProxy::getInstance()->setEngine(nullptr); };
     if (midway) {
@@ -208,10 +208,10 @@ void ThreadsTest::theEngineMayBeReplacedByAnObserver()
         setExchangeObserver(replace);
     }
     const QDeadlineTimer patience(30000);
-    for (int round = 0; round < Rounds && !patience.hasExpired(); ++round) {
+    for (int round = 0; round < rounds && !patience.hasExpired(); ++round) {
         std::vector<std::unique_ptr<HttpJsonPackage>> packages;
         int answered = 0;
-        for (int i = 0; i < AtOnce; ++i) {
+        for (int i = 0; i < atOnce; ++i) {
             packages.push_back(std::make_unique<HttpJsonPackage>(nullptr));
             HttpJsonPackage* const package = packages.back().get();
             package->setUrl(QStringLiteral("/api/v1/x"));
@@ -223,13 +223,13 @@ void ThreadsTest::theEngineMayBeReplacedByAnObserver()
             }
         }
         if (!blocking) {
-            QTRY_COMPARE_WITH_TIMEOUT(answered, AtOnce, 20000);
+            QTRY_COMPARE_WITH_TIMEOUT(answered, atOnce, 20000);
         }
     }
     QVERIFY(!patience.hasExpired());
 }
 
-void ThreadsTest::devicesMayComeAndGoWhileRequestsRun()
+void TestThreads::devicesMayComeAndGoWhileRequestsRun()
 {
     MisbehavingServer server;
     std::atomic<bool> going{true};
@@ -266,7 +266,7 @@ void ThreadsTest::devicesMayComeAndGoWhileRequestsRun()
     QCOMPARE(wrong.load(), 0);
 }
 
-void ThreadsTest::thousandsOfRequestsAllSettle()
+void TestThreads::thousandsOfRequestsAllSettle()
 {
     MisbehavingServer servers[3];
     std::vector<std::unique_ptr<HttpJsonPackage>> packages;
@@ -287,5 +287,5 @@ void ThreadsTest::thousandsOfRequestsAllSettle()
     QCOMPARE(good, 3000);
 }
 
-QTEST_GUILESS_MAIN(ThreadsTest)
+QTEST_GUILESS_MAIN(TestThreads)
 #include "tst_threads.moc"

@@ -10,7 +10,7 @@
 #include <fcntl.h>
 #include <future>
 
-class TlsTest : public QObject
+class TestTls : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -30,7 +30,7 @@ private:
     TlsServer m_server;
 };
 
-void TlsTest::initTestCase()
+void TestTls::initTestCase()
 {
     muteLog();
     if (!m_server.isAvailable()) {
@@ -40,7 +40,7 @@ void TlsTest::initTestCase()
     QVERIFY(m_server.serve(QStringLiteral("/reply.json"), "{\"code\":0}"));
 }
 
-void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays_data()
+void TestTls::aDeviceIsTrustedOnlyAsItsEndpointSays_data()
 {
     QTest::addColumn<QString>("caFile");
     QTest::addColumn<bool>("pinned");
@@ -62,7 +62,7 @@ void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays_data()
         << QString() << false << true << false << int(State::TlsFailure);
 }
 
-void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays()
+void TestTls::aDeviceIsTrustedOnlyAsItsEndpointSays()
 {
     QFETCH(QString, caFile);
     QFETCH(bool, pinned);
@@ -88,7 +88,7 @@ void TlsTest::aDeviceIsTrustedOnlyAsItsEndpointSays()
     }
 }
 
-void TlsTest::aLargeReplyComesWhole()
+void TestTls::aLargeReplyComesWhole()
 {
     QFETCH(bool, blocking);
     // In records of TLS, of which several may be there at once.
@@ -108,7 +108,7 @@ void TlsTest::aLargeReplyComesWhole()
     }
 }
 
-void TlsTest::whatWasSentIsCounted()
+void TestTls::whatWasSentIsCounted()
 {
     QFETCH(bool, blocking);
     DeviceEndpoint endpoint;
@@ -126,7 +126,7 @@ void TlsTest::whatWasSentIsCounted()
     QCOMPARE(record.bytesSent, qint64(100000));
 }
 
-void TlsTest::aPlainServerIsNoTlsServer()
+void TestTls::aPlainServerIsNoTlsServer()
 {
     QFETCH(bool, blocking);
     Bench bench;
@@ -134,7 +134,7 @@ void TlsTest::aPlainServerIsNoTlsServer()
             State::Success);
 }
 
-void TlsTest::programsThatAreStartedInheritNothing_data()
+void TestTls::programsThatAreStartedInheritNothing_data()
 {
     QTest::addColumn<bool>("blocking");
     QTest::newRow("blocking") << true;
@@ -142,7 +142,7 @@ void TlsTest::programsThatAreStartedInheritNothing_data()
 }
 
 // Not the connections, nor what libcurl keeps beside each.
-void TlsTest::programsThatAreStartedInheritNothing()
+void TestTls::programsThatAreStartedInheritNothing()
 {
     QFETCH(bool, blocking);
     const auto inherited = [] {
@@ -181,5 +181,5 @@ void TlsTest::programsThatAreStartedInheritNothing()
     QCOMPARE(inherited(), before);
 }
 
-QTEST_GUILESS_MAIN(TlsTest)
+QTEST_GUILESS_MAIN(TestTls)
 #include "tst_tls.moc"

@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr qint64 KiB = 1 << 10;
-constexpr qint64 MiB = 1 << 20;
-constexpr qint64 GiB = 1 << 30;
+constexpr qint64 kibibyte = 1 << 10;
+constexpr qint64 mebibyte = 1 << 20;
+constexpr qint64 gibibyte = 1 << 30;
 
 /// Reads the integer expressions of constants: numbers, `+ - * <<`, brackets and casts in function form.
 class Expression
@@ -115,48 +115,49 @@ const char requestQueue[] = "communicator/http/requestqueue.cpp";
 const char keys[] = "json/keytable.cpp";
 
 const Number numbers[] = {
-    {transportPage, "%1 s when none is set", limits, "DefaultExpectedTime", 1000},
-    {transportPage, "%1 MiB of a body in memory", limits, "bodyBytes", MiB},
-    {transportPage, "%1 MiB for the bodies that are coming into memory", limits, "allBodiesBytes", MiB},
-    {transportPage, "%1 GiB of a download", limits, "downloadBytes", GiB},
-    {transportPage, "%1 KiB and 256 lines of headers", limits, "headerBytes", KiB},
+    {transportPage, "%1 s when none is set", limits, "defaultExpectedTime", 1000},
+    {transportPage, "%1 MiB of a body in memory", limits, "bodyBytes", mebibyte},
+    {transportPage, "%1 MiB for the bodies that are coming into memory", limits, "allBodiesBytes", mebibyte},
+    {transportPage, "%1 GiB of a download", limits, "downloadBytes", gibibyte},
+    {transportPage, "%1 KiB and 256 lines of headers", limits, "headerBytes", kibibyte},
     {transportPage, "64 KiB and %1 lines of headers", limits, "headerLines", 1},
-    {transportPage, "%1 levels of JSON", "json/jsonreader.h", "MaximumDepth", 1},
-    {transportPage, "%1 GiB of a JSON body or part", "communicator/json/jsonwriter.h", "MaximumSize", GiB},
-    {transportPage, "%1 MiB of path and query", limits, "MaximumTargetLength", MiB},
-    {transportPage, "%1 per device, the rest waits", requestQueue, "MaximumPerDevice", 1},
-    {transportPage, "%1 events or 8 MiB may wait", quota, "MaximumEvents", 1},
-    {transportPage, "events or %1 MiB may wait", quota, "MaximumBytes", MiB},
-    {transportPage, "An event may have %1 MiB", "communicator/events/eventstream.cpp", "MaximumEventBytes",
-     MiB},
+    {transportPage, "%1 levels of JSON", "json/jsonreader.h", "maxDepth", 1},
+    {transportPage, "%1 GiB of a JSON body or part", "communicator/json/jsonwriter.h", "maxSize", gibibyte},
+    {transportPage, "%1 MiB of path and query", limits, "maxTargetLength", mebibyte},
+    {transportPage, "%1 per device, the rest waits", requestQueue, "maxPerDevice", 1},
+    {transportPage, "%1 events or 8 MiB may wait", quota, "maxEvents", 1},
+    {transportPage, "events or %1 MiB may wait", quota, "maxBytes", mebibyte},
+    {transportPage, "An event may have %1 MiB", "communicator/events/eventstream.cpp", "maxEventBytes",
+     mebibyte},
     {transportPage, "opened again after %1 s,", policy, "firstDelay", 1000},
     {transportPage, "and so on up to %1 s", policy, "longestDelay", 1000},
     {transportPage, "after a stream has lasted %1 s", policy, "stableAfter", 1000},
     {transportPage, "%1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
     {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
-    {architecturePage, "| exchanges of one device at once | %1 |", requestQueue, "MaximumPerDevice", 1},
-    {architecturePage, "at most %1 of a device go at once", requestQueue, "MaximumPerDevice", 1},
+    {architecturePage, "| exchanges of one device at once | %1 |", requestQueue, "maxPerDevice", 1},
+    {architecturePage, "at most %1 of a device go at once", requestQueue, "maxPerDevice", 1},
     {architecturePage, "| blocking connections kept to one device | %1 |",
-     "communicator/http/connectionpool.cpp", "MaximumIdlePerClass", 1},
+     "communicator/http/connectionpool.cpp", "maxIdlePerClass", 1},
     {architecturePage, "| one turn of a connection | %1 KiB |", "communicator/http/asyncexchange.cpp",
-     "BytesPerTurn", KiB},
+     "bytesPerTurn", kibibyte},
     {architecturePage, "| one turn of a stream | %1 KiB |", "communicator/events/eventstream.cpp",
-     "BytesPerTurn", KiB},
-    {architecturePage, "up to %1 KiB are read", "communicator/events/eventstream.cpp", "BytesPerTurn", KiB},
-    {architecturePage, "| %1 or 8 MiB |", quota, "MaximumEvents", 1},
-    {architecturePage, " or %1 MiB | beyond it the stream is not read", quota, "MaximumBytes", MiB},
-    {architecturePage, "| bodies coming in, together | %1 MiB |", limits, "allBodiesBytes", MiB},
+     "bytesPerTurn", kibibyte},
+    {architecturePage, "up to %1 KiB are read", "communicator/events/eventstream.cpp", "bytesPerTurn",
+     kibibyte},
+    {architecturePage, "| %1 or 8 MiB |", quota, "maxEvents", 1},
+    {architecturePage, " or %1 MiB | beyond it the stream is not read", quota, "maxBytes", mebibyte},
+    {architecturePage, "| bodies coming in, together | %1 MiB |", limits, "allBodiesBytes", mebibyte},
     {architecturePage, "| reserved for an announced length | %1 MiB |", "communicator/http/replyreader.cpp",
-     "MaximumReserve", MiB},
+     "maxReserve", mebibyte},
     {architecturePage, "| remembered keys that are addresses | %1 |",
-     "communicator/devices/deviceregistry.cpp", "MaximumRememberedAddresses", 1},
+     "communicator/devices/deviceregistry.cpp", "maxRememberedAddresses", 1},
     {architecturePage, "only after %1 s of stream", policy, "stableAfter", 1000},
-    {architecturePage, "%1 s when no time limit is set", limits, "DefaultExpectedTime", 1000},
-    {architecturePage, "names are bounded by %1 Ki units", keys, "BaseNameLimit", KiB},
-    {architecturePage, "Ki units and %1 for each byte of text", keys, "NameLimitPerByte", 1},
-    {architecturePage, "beyond %1 keys", keys, "RetainedKeys", 1},
-    {architecturePage, "keys or %1 Ki", keys, "RetainedLength", KiB},
+    {architecturePage, "%1 s when no time limit is set", limits, "defaultExpectedTime", 1000},
+    {architecturePage, "names are bounded by %1 Ki units", keys, "baseNameLimit", kibibyte},
+    {architecturePage, "Ki units and %1 for each byte of text", keys, "nameLimitPerByte", 1},
+    {architecturePage, "beyond %1 keys", keys, "retainedKeys", 1},
+    {architecturePage, "keys or %1 Ki", keys, "retainedLength", kibibyte},
 };
 
 } // namespace

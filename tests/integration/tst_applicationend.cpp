@@ -31,7 +31,7 @@ const Wait waits[] = {
 
 } // namespace
 
-class ApplicationEndTest : public QObject
+class TestApplicationEnd : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -91,12 +91,12 @@ private:
     }
 };
 
-void ApplicationEndTest::whatWaitsEndsWithTheApplication_data()
+void TestApplicationEnd::whatWaitsEndsWithTheApplication_data()
 {
     addRows({"QThread", "pool", "std::thread"});
 }
 
-void ApplicationEndTest::whatWaitsEndsWithTheApplication()
+void TestApplicationEnd::whatWaitsEndsWithTheApplication()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
@@ -110,12 +110,12 @@ void ApplicationEndTest::whatWaitsEndsWithTheApplication()
     endsWith(process, cutOff + '\n');
 }
 
-void ApplicationEndTest::whatIsAskedAfterTheApplicationEndsAtOnce_data()
+void TestApplicationEnd::whatIsAskedAfterTheApplicationEndsAtOnce_data()
 {
     addRows({"main", "QThread", "std::thread"});
 }
 
-void ApplicationEndTest::whatIsAskedAfterTheApplicationEndsAtOnce()
+void TestApplicationEnd::whatIsAskedAfterTheApplicationEndsAtOnce()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
@@ -127,12 +127,12 @@ void ApplicationEndTest::whatIsAskedAfterTheApplicationEndsAtOnce()
     QCOMPARE(well.deliveries(), 0);
 }
 
-void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread_data()
+void TestApplicationEnd::whatIsAskedIsAnsweredOnAnyThread_data()
 {
     addRows({"main", "QThread", "pool", "std::thread"});
 }
 
-void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread()
+void TestApplicationEnd::whatIsAskedIsAnsweredOnAnyThread()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
@@ -147,12 +147,12 @@ void ApplicationEndTest::whatIsAskedIsAnsweredOnAnyThread()
     }
 }
 
-void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp_data()
+void TestApplicationEnd::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp_data()
 {
     addRows({"pool"});
 }
 
-void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
+void TestApplicationEnd::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
@@ -165,7 +165,7 @@ void ApplicationEndTest::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
     endsWith(process, QByteArray());
 }
 
-void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication_data()
+void TestApplicationEnd::theWaitForAPromiseOfNothingEndsWithTheApplication_data()
 {
     QTest::addColumn<QString>("thread");
     QTest::addColumn<QString>("application");
@@ -177,7 +177,7 @@ void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication_data(
     }
 }
 
-void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication()
+void TestApplicationEnd::theWaitForAPromiseOfNothingEndsWithTheApplication()
 {
     QFETCH(QString, thread);
     QFETCH(QString, application);
@@ -187,5 +187,5 @@ void ApplicationEndTest::theWaitForAPromiseOfNothingEndsWithTheApplication()
     endsWith(process, "rejected pending\n");
 }
 
-QTEST_GUILESS_MAIN(ApplicationEndTest)
+QTEST_GUILESS_MAIN(TestApplicationEnd)
 #include "tst_applicationend.moc"

@@ -74,8 +74,8 @@ private Q_SLOTS:
         good("DEL", "\"\x7f\"");
         good("white space", " \t\r\n7 ");
         // Envelope and `data` are two levels.
-        good("deepest", nested(JsonText::MaximumDepth - 2));
-        bad("a level too deep", nested(JsonText::MaximumDepth - 1));
+        good("deepest", nested(JsonText::maxDepth - 2));
+        bad("a level too deep", nested(JsonText::maxDepth - 1));
         bad("300 levels", nested(300));
         bad("newline in a string", "\"a\nb\"");
         bad("tab in a string", "\"a\tb\"");

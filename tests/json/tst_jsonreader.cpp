@@ -124,8 +124,8 @@ private Q_SLOTS:
                                  "7 "}) {
             QTest::newRow(text) << QByteArray(text);
         }
-        QTest::newRow("deepest") << nested(JsonText::MaximumDepth);
-        QTest::newRow("deepest objects") << nestedObjects(JsonText::MaximumDepth);
+        QTest::newRow("deepest") << nested(JsonText::maxDepth);
+        QTest::newRow("deepest objects") << nestedObjects(JsonText::maxDepth);
     }
     void completeTextsAreComplete()
     {
@@ -214,8 +214,8 @@ private Q_SLOTS:
         QTest::newRow("null array") << QByteArray();
         QTest::newRow("NUL behind") << QByteArray("{}\0", 3);
         QTest::newRow("NUL within") << QByteArray("[1,\0]", 5);
-        QTest::newRow("too deep") << nested(JsonText::MaximumDepth + 1);
-        QTest::newRow("objects too deep") << nestedObjects(JsonText::MaximumDepth + 1);
+        QTest::newRow("too deep") << nested(JsonText::maxDepth + 1);
+        QTest::newRow("objects too deep") << nestedObjects(JsonText::maxDepth + 1);
         QTest::newRow("far too deep") << nested(1000000);
         QTest::newRow("far too deep and open") << QByteArray(1000000, '[');
         QTest::newRow("objects far too deep and open") << QByteArray("{\"k\":").repeated(200000);
@@ -589,7 +589,7 @@ private Q_SLOTS:
 
     void theDepthIsBoundedInEveryOperation()
     {
-        const QByteArray inner = nestedObjects(JsonText::MaximumDepth - 2);
+        const QByteArray inner = nestedObjects(JsonText::maxDepth - 2);
         QVERIFY(!JsonText::dataFlattened(reply("{\"k\":" + inner + "}")).isEmpty());
         QVERIFY(JsonText::dataFlattened(reply("{\"k\":{\"k\":" + inner + "}}")).isEmpty());
         QVERIFY(!JsonText::dataList(reply("[" + inner + "]")).isEmpty());

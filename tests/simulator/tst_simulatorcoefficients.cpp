@@ -38,7 +38,7 @@ Options withControl()
 } // namespace
 
 /// Which coefficients a controller holds, and what becomes of them.
-class tst_SimulatorCoefficients : public QObject
+class TestSimulatorCoefficients : public QObject
 {
     Q_OBJECT
 
@@ -376,5 +376,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorCoefficients)
+QTEST_GUILESS_MAIN(TestSimulatorCoefficients)
 #include "tst_simulatorcoefficients.moc"

@@ -13,7 +13,7 @@
 
 using namespace Tessel::Simulator;
 
-class tst_SimulatorEvents : public QObject
+class TestSimulatorEvents : public QObject
 {
     Q_OBJECT
 
@@ -295,5 +295,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorEvents)
+QTEST_GUILESS_MAIN(TestSimulatorEvents)
 #include "tst_simulatorevents.moc"

@@ -18,7 +18,7 @@ const QByteArray hw = "/api/v1/device/hw";
 
 } // namespace
 
-class tst_SimulatorFaults : public QObject
+class TestSimulatorFaults : public QObject
 {
     Q_OBJECT
 
@@ -325,5 +325,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorFaults)
+QTEST_GUILESS_MAIN(TestSimulatorFaults)
 #include "tst_simulatorfaults.moc"

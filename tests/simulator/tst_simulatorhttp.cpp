@@ -9,7 +9,7 @@
 
 using namespace Tessel::Simulator;
 
-class tst_SimulatorHttp : public QObject
+class TestSimulatorHttp : public QObject
 {
     Q_OBJECT
 
@@ -272,5 +272,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorHttp)
+QTEST_GUILESS_MAIN(TestSimulatorHttp)
 #include "tst_simulatorhttp.moc"

@@ -31,7 +31,7 @@ Options cabinets(int count)
 
 } // namespace
 
-class tst_SimulatorLifecycle : public QObject
+class TestSimulatorLifecycle : public QObject
 {
     Q_OBJECT
 
@@ -272,5 +272,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorLifecycle)
+QTEST_GUILESS_MAIN(TestSimulatorLifecycle)
 #include "tst_simulatorlifecycle.moc"

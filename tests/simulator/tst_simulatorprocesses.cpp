@@ -26,7 +26,7 @@ Options withControl()
 } // namespace
 
 /// What goes on in a controller beyond keeping what is written.
-class tst_SimulatorProcesses : public QObject
+class TestSimulatorProcesses : public QObject
 {
     Q_OBJECT
 
@@ -175,5 +175,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorProcesses)
+QTEST_GUILESS_MAIN(TestSimulatorProcesses)
 #include "tst_simulatorprocesses.moc"

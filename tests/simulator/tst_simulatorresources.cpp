@@ -39,7 +39,7 @@ Options optionsOf(Protocol protocol)
 
 } // namespace
 
-class tst_SimulatorResources : public QObject
+class TestSimulatorResources : public QObject
 {
     Q_OBJECT
 
@@ -551,5 +551,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorResources)
+QTEST_GUILESS_MAIN(TestSimulatorResources)
 #include "tst_simulatorresources.moc"

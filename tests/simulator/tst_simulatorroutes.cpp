@@ -29,7 +29,7 @@ QByteArray filled(QString path)
 
 } // namespace
 
-class tst_SimulatorRoutes : public QObject
+class TestSimulatorRoutes : public QObject
 {
     Q_OBJECT
 
@@ -290,5 +290,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_SimulatorRoutes)
+QTEST_GUILESS_MAIN(TestSimulatorRoutes)
 #include "tst_simulatorroutes.moc"

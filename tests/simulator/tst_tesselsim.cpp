@@ -27,7 +27,7 @@ quint16 portOf(const QByteArray& url)
 
 } // namespace
 
-class tst_TesselSim : public QObject
+class TestTesselSim : public QObject
 {
     Q_OBJECT
 
@@ -157,5 +157,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_TesselSim)
+QTEST_GUILESS_MAIN(TestTesselSim)
 #include "tst_tesselsim.moc"

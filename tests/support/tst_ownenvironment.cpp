@@ -8,7 +8,7 @@
 #include <clocale>
 #include <cstring>
 
-class OwnEnvironmentTest : public QObject
+class TestOwnEnvironment : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -76,5 +76,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(OwnEnvironmentTest)
+QTEST_GUILESS_MAIN(TestOwnEnvironment)
 #include "tst_ownenvironment.moc"

@@ -88,41 +88,43 @@ private Q_SLOTS:
         QTest::addColumn<QString>("className");
         QTest::addColumn<QStringList>("names");
         QTest::addColumn<QVector<int>>("types");
-        constexpr int Text = QMetaType::QString;
-        constexpr int Int = QMetaType::Int;
-        constexpr int Any = QMetaType::QVariant;
+        constexpr int textValue = QMetaType::QString;
+        constexpr int intValue = QMetaType::Int;
+        constexpr int anyValue = QMetaType::QVariant;
         QTest::newRow("Point") << &Tessel::Point::staticMetaObject << "Tessel::Point" << QStringList{"x", "y"}
-                               << QVector<int>{Int, Int};
+                               << QVector<int>{intValue, intValue};
         QTest::newRow("Size") << &Tessel::Size::staticMetaObject << "Tessel::Size"
-                              << QStringList{"width", "height"} << QVector<int>{Int, Int};
+                              << QStringList{"width", "height"} << QVector<int>{intValue, intValue};
         QTest::newRow("CabinetInfo") << &Tessel::CabinetInfo::staticMetaObject << "Tessel::CabinetInfo"
                                      << QStringList{"id",     "version", "outputId", "moduleCount",
                                                     "weight", "power",   "voltage"}
-                                     << QVector<int>{Text, Text, Int, Int, Int, Int, Int};
+                                     << QVector<int>{textValue, textValue, intValue, intValue,
+                                                     intValue,  intValue,  intValue};
         QTest::newRow("DeviceInfo") << &Tessel::DeviceInfo::staticMetaObject << "Tessel::DeviceInfo"
                                     << QStringList{"name", "customName", "mac", "ip"}
-                                    << QVector<int>{Text, Text, Text, Text};
+                                    << QVector<int>{textValue, textValue, textValue, textValue};
         QTest::newRow("SubScreenInfo") << &Tessel::SubScreenInfo::staticMetaObject << "Tessel::SubScreenInfo"
                                        << QStringList{"subScreenID", "inputID", "postion", "size", "cabinets"}
-                                       << QVector<int>{Text, Text, Any, Any, Any};
+                                       << QVector<int>{textValue, textValue, anyValue, anyValue, anyValue};
         QTest::newRow("ScreensInfo") << &Tessel::ScreensInfo::staticMetaObject << "Tessel::ScreensInfo"
                                      << QStringList{"screenUUID", "screenName", "screenTime", "subScreens"}
-                                     << QVector<int>{Text, Text, Text, Any};
+                                     << QVector<int>{textValue, textValue, textValue, anyValue};
         QTest::newRow("CoeffsData") << &CoeffsData::staticMetaObject << "CoeffsData"
                                     << QStringList{"rect", "data"}
                                     << QVector<int>{QMetaType::QRect, QMetaType::QByteArray};
         QTest::newRow("CommonResponse")
             << &Tessel::CommonResponse::staticMetaObject << "Tessel::CommonResponse"
-            << QStringList{"message", "code"} << QVector<int>{Text, Int};
+            << QStringList{"message", "code"} << QVector<int>{textValue, intValue};
         QTest::newRow("VariantMapResponse")
             << &Tessel::VariantMapResponse::staticMetaObject << "Tessel::VariantMapResponse"
-            << QStringList{"message", "code", "data"} << QVector<int>{Text, Int, QMetaType::QVariantMap};
+            << QStringList{"message", "code", "data"}
+            << QVector<int>{textValue, intValue, QMetaType::QVariantMap};
         QTest::newRow("VariantResponse")
             << &Tessel::VariantResponse::staticMetaObject << "Tessel::VariantResponse"
-            << QStringList{"message", "code", "data"} << QVector<int>{Text, Int, Any};
+            << QStringList{"message", "code", "data"} << QVector<int>{textValue, intValue, anyValue};
         QTest::newRow("CabinetsResponse")
             << &Tessel::CabinetsResponse::staticMetaObject << "Tessel::CabinetsResponse"
-            << QStringList{"message", "code", "data"} << QVector<int>{Text, Int, Any};
+            << QStringList{"message", "code", "data"} << QVector<int>{textValue, intValue, anyValue};
     }
     void propertiesHaveTheirNamesOrderAndTypes()
     {

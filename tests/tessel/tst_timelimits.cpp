@@ -15,8 +15,8 @@ using Map = QMap<QString, QVariant>;
 namespace {
 
 const QString device = QStringLiteral("wall");
-constexpr int Longest = std::numeric_limits<int>::max();
-constexpr int Least = std::numeric_limits<int>::min();
+constexpr int longest = std::numeric_limits<int>::max();
+constexpr int least = std::numeric_limits<int>::min();
 
 } // namespace
 
@@ -33,13 +33,13 @@ private Q_SLOTS:
         QTest::addColumn<int>("waitTime");
         QTest::addColumn<int>("limit");
         QTest::addColumn<int>("limitOfSave");
-        QTest::newRow("the largest") << Longest << Longest << Longest;
-        QTest::newRow("one too many") << Longest - 29999 << Longest << Longest;
-        QTest::newRow("just right") << Longest - 30000 << Longest << Longest;
-        QTest::newRow("one too many to save") << Longest - 299999 << Longest - 269999 << Longest;
-        QTest::newRow("just right to save") << Longest - 300000 << Longest - 270000 << Longest;
-        QTest::newRow("one less") << Longest - 300001 << Longest - 270001 << Longest - 1;
-        QTest::newRow("the least") << Least << Least + 30000 << Least + 300000;
+        QTest::newRow("the largest") << longest << longest << longest;
+        QTest::newRow("one too many") << longest - 29999 << longest << longest;
+        QTest::newRow("just right") << longest - 30000 << longest << longest;
+        QTest::newRow("one too many to save") << longest - 299999 << longest - 269999 << longest;
+        QTest::newRow("just right to save") << longest - 300000 << longest - 270000 << longest;
+        QTest::newRow("one less") << longest - 300001 << longest - 270001 << longest - 1;
+        QTest::newRow("the least") << least << least + 30000 << least + 300000;
     }
     void aWaitTimeThatIsTooLongIsTheLongestLimit()
     {
@@ -64,7 +64,7 @@ private Q_SLOTS:
         QTest::newRow("none") << 0 << 0;
         QTest::newRow("some") << 3 << 9000;
         QTest::newRow("the last that fit") << 715827 << 2147481000;
-        QTest::newRow("one more") << 715828 << Longest;
+        QTest::newRow("one more") << 715828 << longest;
     }
     void aLimitPerCabinetEndsAtTheLongest()
     {
@@ -87,13 +87,13 @@ private Q_SLOTS:
         QTest::addColumn<int>("limit");
         QTest::newRow("none") << qint64(0) << 0;
         QTest::newRow("usual") << qint64(20000) << 20000;
-        QTest::newRow("the longest") << qint64(Longest) << Longest;
-        QTest::newRow("longer") << qint64(Longest) + 1 << Longest;
-        QTest::newRow("2^32") << (qint64(1) << 32) << Longest;
-        QTest::newRow("far longer") << std::numeric_limits<qint64>::max() << Longest;
-        QTest::newRow("the least") << qint64(Least) << Least;
-        QTest::newRow("less") << qint64(Least) - 1 << Least;
-        QTest::newRow("far less") << std::numeric_limits<qint64>::min() << Least;
+        QTest::newRow("the longest") << qint64(longest) << longest;
+        QTest::newRow("longer") << qint64(longest) + 1 << longest;
+        QTest::newRow("2^32") << (qint64(1) << 32) << longest;
+        QTest::newRow("far longer") << std::numeric_limits<qint64>::max() << longest;
+        QTest::newRow("the least") << qint64(least) << least;
+        QTest::newRow("less") << qint64(least) - 1 << least;
+        QTest::newRow("far less") << std::numeric_limits<qint64>::min() << least;
     }
     void anyLimitIsSaturated()
     {
