@@ -2,9 +2,11 @@
 #include <json/jsonreader.h>
 
 #include <json/keytable.h>
+#include <json/tokencounter.h>
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -17,6 +19,16 @@ namespace {
 // What a thread keeps for its next text: the parser's buffers for texts up to this size, so many entries.
 constexpr std::size_t retainedCapacity = std::size_t(256) * 1024;
 constexpr std::size_t retainedEntries = 4096;
+
+bool hasTooManyTokens(const QByteArray& text)
+{
+    TokenCounter tokens;
+    constexpr int piece = 1 << 20;
+    for (int at = 0; at < text.size() && tokens.count() <= maxTokens; at += piece) {
+        tokens.add(text.constData() + at, std::size_t(std::min(piece, text.size() - at)));
+    }
+    return tokens.count() > maxTokens;
+}
 
 // A token reaches to the start of the next one; behind the last one it is empty.
 char start(std::string_view token)
@@ -256,7 +268,8 @@ private:
 template <typename Read>
 bool Reader::parse(const QByteArray& text, Read read)
 {
-    if (text.size() > maxSize) {
+    // The parser's own index takes four bytes for each token.
+    if (text.size() > maxSize || (text.size() > maxTokens && hasTooManyTokens(text))) {
         return false;
     }
     // The parser reads past the end. An array that was filled piece by piece often has the room.

@@ -11,8 +11,8 @@
 /// Reads JSON texts (RFC 8259) straight into Qt containers. Internal to the libraries that take it in.
 ///
 /// All operations are safe on any bytes and may be called from any thread. They deliver all or nothing: a
-/// text that is cut off, followed by anything but white space, not UTF-8, nested deeper than `maxDepth`
-/// or longer than `maxSize` gives no result.
+/// text that is cut off, followed by anything but white space, not UTF-8, nested deeper than `maxDepth`,
+/// longer than `maxSize` or of more than `maxTokens` tokens gives no result.
 ///
 /// Values: an integer is a `qlonglong`, or a `qulonglong` above that range, or a `double` beyond 64 bits; a
 /// number with a fraction or an exponent is a `double` (2.0 stays one); a number too large for a `double`
@@ -30,6 +30,9 @@ namespace JsonText {
 constexpr int maxDepth = 256;
 /// How many bytes a text may have, so that each of its strings fits into a QString.
 constexpr int maxSize = (1 << 30) - 64;
+/// How many tokens a text may have, as TokenCounter counts them: each may become some hundred bytes, and
+/// takes its time. A list of 10,000 cabinets has a seventh of it. No text has more tokens than bytes.
+constexpr int maxTokens = 8 << 20;
 
 /// Whether the whole of @p text is one JSON value.
 bool isComplete(const QByteArray& text);

@@ -13,9 +13,10 @@ namespace {
 constexpr std::size_t initialSlots = 256;
 constexpr std::size_t retainedKeys = 4096;
 constexpr std::size_t retainedLength = std::size_t(256) * 1024;
-// Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.
+// Of the names of one text, in UTF-16 units: what every text may have, and per byte of it, and none exceeds.
 constexpr std::size_t baseNameLimit = std::size_t(64) * 1024;
 constexpr std::size_t nameLimitPerByte = 16;
+constexpr std::size_t maxNameLimit = std::size_t(64) << 20;
 
 __extension__ using Wide = unsigned __int128;
 
@@ -159,7 +160,7 @@ KeyTable::KeyTable()
 
 void KeyTable::begin(std::size_t size)
 {
-    m_nameLimit = m_nameLength + baseNameLimit + nameLimitPerByte * size;
+    m_nameLimit = m_nameLength + std::min(baseNameLimit + nameLimitPerByte * size, maxNameLimit);
 }
 
 void KeyTable::end()

@@ -41,8 +41,9 @@ public:
 
     KeyTable();
 
-    /// Prepares for a text of @p size bytes. The names of its flattened keys may be 16 times as long in all:
-    /// paths with a long common start could otherwise fill the memory from a small text.
+    /// Prepares for a text of @p size bytes. The names of its flattened keys may be 16 times as long in all,
+    /// and 64 Mi units at most: paths with a long common start could otherwise fill the memory from a small
+    /// text.
     void begin(std::size_t size);
     /// Forgets everything if the last text left more than is worth keeping.
     void end();

@@ -681,6 +681,54 @@ private Q_SLOTS:
                                                    {"name", "some name"}}));
     }
 
+    void aTextOfTooManyTokensGivesNothing_data()
+    {
+        QTest::addColumn<QByteArray>("element");
+        QTest::addColumn<int>("tokens");
+        QTest::newRow("numbers") << QByteArray("1,") << 2;
+        QTest::newRow("lists") << QByteArray("[],") << 3;
+        QTest::newRow("objects") << QByteArray("{\"\":1},") << 6;
+        QTest::newRow("texts") << QByteArray("\"a\",") << 2;
+    }
+    // The frame around the elements has 14 tokens, and one comma is left out.
+    void aTextOfTooManyTokensGivesNothing()
+    {
+        QFETCH(QByteArray, element);
+        QFETCH(int, tokens);
+        const auto textOf = [&](int count) {
+            const QByteArray list = element.repeated(count);
+            return reply("[" + list.left(list.size() - 1) + "]");
+        };
+        const int most = (JsonText::maxTokens + 1 - 14) / tokens;
+        QCOMPARE(JsonText::dataList(textOf(most)).size(), most);
+        const QByteArray text = textOf(most + 1);
+        bool isObject = true;
+        QVERIFY(JsonText::dataList(text, &isObject).isEmpty());
+        QVERIFY(!isObject);
+        QVERIFY(!JsonText::isComplete(text));
+        givesNothing(text);
+    }
+
+    // As a table of coefficients may be one, much longer than there may be tokens.
+    void aLongStringIsRead()
+    {
+        const QByteArray coefficients = QByteArray("[{1,\\n:2},").repeated(2 << 20);
+        const QVariantMap map = JsonText::dataFlattened(reply("{\"coefficients\":\"" + coefficients + "\"}"));
+        QCOMPARE(map.value("coefficients").toString().size(), 9 * (2 << 20));
+    }
+
+    void theNamesOfOneTextAreBoundedHoweverLongItIs()
+    {
+        QByteArray text = "{\"" + QByteArray(8 << 20, 'k') + "\":{";
+        for (int i = 0; i < 9; ++i) {
+            text += (i == 0 ? "\"" : ",\"") + QByteArray::number(i) + "\":0";
+        }
+        text += "}}";
+        QVariantMap out;
+        QVERIFY(!JsonText::readFlattened(text, out));
+        QVERIFY(JsonText::readObject(text, out));
+    }
+
     void manyDistinctKeysAreRead()
     {
         for (int round = 0; round < 3; ++round) {
