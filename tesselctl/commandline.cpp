@@ -44,7 +44,7 @@ Exit codes:
   2  the command line is wrong; nothing was sent
   3  no connection to the device, or it ended early
   4  the device did not answer in time
-  5  the device refused: an HTTP status other than 2xx, or a code other than 0 in its reply
+  5  the device refused: an HTTP status other than 2xx, a code other than 0 in its reply, or no JSON
 With several devices: the code of the first that failed.)";
 
 const char* const callFooter = R"(

@@ -11,7 +11,8 @@ enum ExitCode {
     Usage = 2,       ///< the command line is wrong; nothing was sent
     Unreachable = 3, ///< no connection to the device, or it ended early
     TimedOut = 4,    ///< the device did not answer in time
-    Refused = 5      ///< the device answered no: an HTTP status other than 2xx, or a `code` other than 0
+    Refused = 5      ///< the device answered no: an HTTP status other than 2xx, a `code` other than 0,
+                     ///< or something that is not JSON
 };
 
 } // namespace TesselCtl

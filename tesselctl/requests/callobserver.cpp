@@ -7,6 +7,7 @@
 #include <communicator/jsonutil.h>
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 
 namespace TesselCtl {
 
@@ -51,6 +52,20 @@ QString refusalIn(const QByteArray& reply)
     }
     return QStringLiteral("code %1").arg(code) +
            (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)));
+}
+
+// What stands in the place of JSON in a reply with a good status; empty when JSON or nothing came.
+QString otherThanJson(const QByteArray& reply)
+{
+    constexpr int shown = 60;
+    QMap<QString, QVariant> object;
+    if (reply.isEmpty() || JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(reply), object) ||
+        QJsonDocument::fromJson(reply).isArray()) {
+        return {};
+    }
+    const QString text = printable(QString::fromUtf8(reply.left(shown)));
+    return QStringLiteral("the device answered, but not with JSON: \"%1%2\"")
+        .arg(text, reply.size() > shown ? QStringLiteral("...") : QString());
 }
 
 } // namespace
@@ -149,8 +164,11 @@ Outcome outcomeOf(const CallObserver::Record& record)
 {
     const QString refusal = refusalIn(record.reply);
     if (record.state == IHttpVersionTrigger::Success) {
-        return refusal.isEmpty() ? Outcome()
-                                 : Outcome{Refused, QStringLiteral("the device refused: ") + refusal};
+        if (!refusal.isEmpty()) {
+            return {Refused, QStringLiteral("the device refused: ") + refusal};
+        }
+        const QString other = otherThanJson(record.reply);
+        return other.isEmpty() ? Outcome() : Outcome{Refused, other};
     }
     if (record.state == IHttpVersionTrigger::HttpFailure) {
         const QString status = QStringLiteral("the device refused: HTTP status %1").arg(record.status);

@@ -191,6 +191,11 @@ void TestOutput::exchangesNameTheirOutcome_data()
     };
     row("success", State::Success, 200, R"({"code":0})", Done, "");
     row("success without an envelope", State::Success, 200, "[]", Done, "");
+    row("success without a body", State::Success, 204, "", Done, "");
+    row("no JSON", State::Success, 200, "<html>\n<body>Router</body></html>", Refused,
+        "the device answered, but not with JSON: \"<html>\\n<body>Router</body></html>\"");
+    row("long text that is no JSON", State::Success, 200, QByteArray(100, 'x').constData(), Refused,
+        qPrintable("the device answered, but not with JSON: \"" + QString(60, 'x') + "...\""));
     row("code", State::Success, 200, R"({"code":7,"message":"busy"})", Refused,
         "the device refused: code 7, \"busy\"");
     row("status", State::HttpFailure, 404, "", Refused, "the device refused: HTTP status 404");
