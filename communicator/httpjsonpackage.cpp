@@ -10,6 +10,7 @@
 #include <json/jsonreader.h>
 
 #include <atomic>
+#include <chrono>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -20,6 +21,9 @@ quint64 nextNumber()
     static std::atomic<quint64> last{0};
     return ++last;
 }
+
+// Replies from this size on have the time of their decoding told.
+constexpr int toldFrom = 1 << 20;
 
 // A package without a reply has nothing to read, nor has "204 No Content".
 bool mayHoldBody(int status, const QByteArray& body)
@@ -71,7 +75,16 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
         return {};
     }
     bool isObject = false;
+    const auto started = std::chrono::steady_clock::now();
     Data data = read(p.received, &isObject);
+    if (p.received.size() >= toldFrom && httpLog().isInfoEnabled()) {
+        const auto took =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
+        qCInfo(httpLog, "%s %s: decoding %d bytes took %lld ms beside the time limit",
+               qPrintable(printableKey(p.deviceKey)),
+               requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(), p.received.size(),
+               static_cast<long long>(took.count()));
+    }
     if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
         p.unreadableLogged = true;
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),

@@ -19,6 +19,14 @@ constexpr qint64 maxReserve = 1 << 20;
 // Room behind the text, which spares the JSON reader a copy.
 constexpr qint64 padding = 64;
 
+// Whether @p text begins as a JSON object or list does.
+bool beginsAsContainer(const QByteArray& text)
+{
+    const std::string_view view(text.constData(), static_cast<std::size_t>(text.size()));
+    const std::size_t first = view.find_first_not_of(" \t\r\n", text.startsWith("\xEF\xBB\xBF") ? 3 : 0);
+    return first != std::string_view::npos && (view[first] == '{' || view[first] == '[');
+}
+
 // Of all replies that are coming in, on all threads.
 std::atomic<qint64> bodiesInMemory{0};
 
@@ -61,6 +69,9 @@ void ReplyReader::restart()
     m_length = -1;
     m_headers.clear();
     m_body.clear();
+    m_tokens = {};
+    m_searched = 0;
+    m_isPlain = false;
     uncountBody();
     m_received = 0;
 }
@@ -153,7 +164,30 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
         m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
     }
     m_body.append(bytes, static_cast<int>(size));
+    if (hasTooManyTokens(static_cast<int>(size))) {
+        return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
+                             QStringLiteral("the reply holds more than %1 million JSON tokens")
+                                 .arg(JsonText::maxTokens / 1000000)));
+    }
     return true;
+}
+
+// No text has more tokens than bytes, so that most need no count. That of a longer one begins halfway to the
+// bound and goes over two bytes for each that comes: where it matters it has caught up, and no turn is long.
+// What is neither an object nor a list becomes nothing, however long it is.
+bool ReplyReader::hasTooManyTokens(int added)
+{
+    if (m_body.size() <= JsonText::maxTokens / 2 || m_isPlain) {
+        return false;
+    }
+    const int searched = std::min(m_body.size(), m_searched + 2 * added);
+    m_tokens.add(m_body.constData() + m_searched, static_cast<std::size_t>(searched - m_searched));
+    m_searched = searched;
+    if (m_tokens.count() <= JsonText::maxTokens) {
+        return false;
+    }
+    m_isPlain = !beginsAsContainer(m_body);
+    return !m_isPlain;
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::HttpSimpleState exchange)

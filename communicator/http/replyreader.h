@@ -7,6 +7,8 @@
 #include "communicator/http/transferlimits.h"
 #include "communicator/httpengine.h"
 
+#include <json/tokencounter.h>
+
 #include <memory>
 #include <string_view>
 
@@ -62,6 +64,7 @@ private:
     bool hasSuccessStatus() const { return m_status >= 200 && m_status < 300; }
     qint64 bodyLimit() const;
     bool countBody(qint64 size);
+    bool hasTooManyTokens(int added);
     void uncountBody();
 
     const TransferLimits m_limits;
@@ -76,6 +79,9 @@ private:
     bool m_untilClose = false;
     QMap<QString, QString> m_headers;
     QByteArray m_body;
+    JsonText::TokenCounter m_tokens;
+    int m_searched = 0;     ///< bytes of m_body whose tokens are counted
+    bool m_isPlain = false; ///< m_body is found to be no JSON object or list
     qint64 m_received = 0;
     qint64 m_counted = 0; ///< bytes of m_body among those of all replies
 };

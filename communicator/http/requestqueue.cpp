@@ -3,6 +3,7 @@
 
 #include "communicator/http/refusal.h"
 #include "communicator/http/timelimit.h"
+#include "communicator/runtime/logging.h"
 
 #include <algorithm>
 
@@ -19,10 +20,10 @@ constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
 
-RequestQueue::RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections)
+RequestQueue::RequestQueue(IoLoop& loop, const TransferLimits& limits, std::function<size_t()> maxConnections)
     : m_loop(loop)
     , m_limits(limits)
-    , m_connections(connections)
+    , m_maxConnections(std::move(maxConnections))
     , m_connector(loop)
 {}
 
@@ -65,13 +66,27 @@ void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
 }
 
 // Half of what is left for each: a few devices that never answer cannot take all.
-bool RequestQueue::mayBegin(const DeviceQueue& queue) const
+RequestQueue::Room RequestQueue::roomFor(const DeviceQueue& queue, size_t connections) const
 {
     const size_t ofDevice = queue.underWay.size();
-    if (ofDevice == 0) {
-        return m_underWay < 2 * m_connections;
+    if (ofDevice >= maxPerDevice) {
+        return Room::DeviceIsBusy;
     }
-    return ofDevice < maxPerDevice && m_underWay + ofDevice < m_connections;
+    const bool free = ofDevice == 0 ? m_underWay < 2 * connections : m_underWay + ofDevice < connections;
+    return free ? Room::Free : Room::AllAreBusy;
+}
+
+void RequestQueue::tellLimit(size_t connections)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (m_limitTold && now - *m_limitTold < std::chrono::minutes(1)) {
+        return;
+    }
+    m_limitTold = now;
+    qCWarning(httpLog,
+              "requests wait for others: %zu are under way, and the limit for all devices together is %zu; "
+              "setRequestLimits() changes it",
+              m_underWay, connections);
 }
 
 void RequestQueue::startRunnable()
@@ -80,8 +95,14 @@ void RequestQueue::startRunnable()
         return; // whoever is starting sees what is new
     }
     m_isStarting = true;
+    const size_t connections = m_maxConnections();
+    bool limited = false;
     // One round without a start is enough: nothing changes by itself.
-    for (size_t refused = 0; refused < m_runnable.size() && m_underWay < 2 * m_connections;) {
+    for (size_t refused = 0; refused < m_runnable.size();) {
+        if (m_underWay >= 2 * connections) {
+            limited = true;
+            break;
+        }
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
         const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
@@ -89,16 +110,21 @@ void RequestQueue::startRunnable()
             continue;
         }
         queue->isRunnable = false;
-        if (!queue->waiting.empty() && mayBegin(*queue)) {
+        const Room room = queue->waiting.empty() ? Room::DeviceIsBusy : roomFor(*queue, connections);
+        if (room == Room::Free) {
             begin(key, *queue);
             refused = 0;
         } else {
             ++refused;
+            limited = limited || room == Room::AllAreBusy;
         }
         markRunnable(key, *queue);
         forgetIfIdle(key);
     }
     m_isStarting = false;
+    if (limited) {
+        tellLimit(connections);
+    }
 }
 
 void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
@@ -191,7 +217,7 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
         std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
         if (ofDevice.size() == maxKeptPerDevice) {
             dropKept(ofDevice.front());
-        } else if (m_kept.size() >= m_connections) {
+        } else if (m_kept.size() >= m_maxConnections()) {
             dropKept(m_kept.begin());
         }
         m_kept.push_back({device, std::move(connection)});

@@ -12,6 +12,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -20,15 +21,15 @@ namespace Krelm::Communicator::HttpDevice {
 /// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
 /// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
 /// The bound is shared so that devices which never answer keep no other one waiting: each may have one
-/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
-/// thread only.
+/// exchange under way in any case, and more only while as many connections again are free. That requests wait
+/// for the bound is told in the log, at most once a minute. Used on the loop's thread only.
 class RequestQueue
 {
 public:
     using Done = std::function<void(const HttpReply&)>;
 
-    /// @p connections bounds those in use and those kept for later exchanges.
-    RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections);
+    /// @p maxConnections says how many may be in use, and how many be kept for later exchanges.
+    RequestQueue(IoLoop& loop, const TransferLimits& limits, std::function<size_t()> maxConnections);
     /// Ends all exchanges with `Aborted`.
     ~RequestQueue();
 
@@ -63,7 +64,9 @@ private:
     };
 
     void markRunnable(const QString& deviceKey, DeviceQueue& queue);
-    bool mayBegin(const DeviceQueue& queue) const;
+    enum class Room { Free, DeviceIsBusy, AllAreBusy };
+    Room roomFor(const DeviceQueue& queue, size_t connections) const;
+    void tellLimit(size_t connections);
     void startRunnable();
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
@@ -76,12 +79,13 @@ private:
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
-    const size_t m_connections;
+    const std::function<size_t()> m_maxConnections;
     Connector m_connector;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
     std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
+    std::optional<std::chrono::steady_clock::time_point> m_limitTold;
     std::list<Kept> m_kept; ///< the least recently used first
     std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
     std::vector<std::unique_ptr<AsyncExchange>> m_idle;

@@ -3,7 +3,7 @@
 
 #include "communicator/http/refusal.h"
 #include "communicator/http/requestqueue.h"
-#include "communicator/runtime/descriptorbudget.h"
+#include "communicator/requestlimits.h"
 
 #include <optional>
 
@@ -22,8 +22,8 @@ QString unknownDevice()
 struct SocketEngine::Queues
 {
     Queues(IoLoop& loop, const TransferLimits& limits)
-        : normal(std::in_place, loop, limits, descriptorBudget(4, 1))
-        , daemon(std::in_place, loop, limits, descriptorBudget(16, 1))
+        : normal(std::in_place, loop, limits, [] { return size_t(requestLimits().normal); })
+        , daemon(std::in_place, loop, limits, [] { return size_t(requestLimits().daemon); })
     {}
     std::optional<RequestQueue> normal;
     std::optional<RequestQueue> daemon;

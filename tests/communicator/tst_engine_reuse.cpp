@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/requestlimits.h"
 #include "enginebench.h"
+
+#include <logcollector.h>
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -308,6 +311,68 @@ private Q_SLOTS:
         QCOMPARE(settled.load(), 0);
         bench.engine.stop();
         QCOMPARE(settled.load(), 12 * 64);
+    }
+
+    void theCommonLimitIsThatOfTheApplicationAndTold_data()
+    {
+        QTest::addColumn<bool>("daemon");
+        QTest::newRow("normal") << false;
+        QTest::newRow("daemon") << true;
+    }
+    void theCommonLimitIsThatOfTheApplicationAndTold()
+    {
+        QFETCH(bool, daemon);
+        const RequestLimits before = requestLimits();
+        QVERIFY(before.normal >= 16 && before.daemon >= 16);
+        RequestLimits limits{40, 40};
+        (daemon ? limits.daemon : limits.normal) = 4;
+        setRequestLimits(limits);
+        const auto restore = qScopeGuard([] { setRequestLimits({}); });
+        QCOMPARE(requestLimits().normal, limits.normal);
+        QCOMPARE(requestLimits().daemon, limits.daemon);
+        const LogCollector log;
+        std::vector<std::unique_ptr<MisbehavingServer>> silent;
+        MisbehavingServer healthy;
+        Bench bench;
+        std::atomic<int> settled{0};
+        const auto begin = [&](const MisbehavingServer& server) {
+            HttpRequest asked = request(server.address());
+            asked.expectedTime = 60000;
+            asked.daemon = daemon;
+            bench.engine.start(asked, [&settled](const HttpReply&) { ++settled; });
+        };
+        // Half of what is left for each, and one in any case.
+        for (int device = 0; device < 3; ++device) {
+            silent.push_back(std::make_unique<MisbehavingServer>(Mode::Stall));
+            for (int i = 0; i < 8; ++i) {
+                begin(*silent.back());
+            }
+        }
+        HttpRequest asked = request(healthy.address());
+        asked.daemon = daemon;
+        QCOMPARE(bench.ask(asked, false).state, State::Success);
+        int connections = 0;
+        for (const auto& server : silent) {
+            QVERIFY(server->waitForDeliveries(1));
+            connections += server->connections();
+        }
+        QVERIFY2(connections >= 3 && connections <= 4, qPrintable(QString::number(connections)));
+        const QString told =
+            QStringLiteral("tessel.http.warning: requests wait for others: 2 are under way, and "
+                           "the limit for all devices together is 4; setRequestLimits() changes "
+                           "it");
+        QCOMPARE(log.lines().filter(QStringLiteral(".warning: ")), QStringList(told));
+
+        // A higher limit holds for what begins from then on.
+        setRequestLimits({40, 40});
+        begin(*silent[0]);
+        QVERIFY(silent[0]->waitForDeliveries(8));
+        QCOMPARE(settled.load(), 0);
+        bench.engine.stop();
+        QCOMPARE(settled.load(), 3 * 8 + 1);
+        setRequestLimits({-1, -1});
+        QCOMPARE(requestLimits().normal, before.normal);
+        QCOMPARE(requestLimits().daemon, before.daemon);
     }
 
     void anExchangeThatBeginsAsItsDeviceIsRemovedIsAborted()

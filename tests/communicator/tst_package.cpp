@@ -2,6 +2,9 @@
 #include <communicator/httpjsonpackage.h>
 #include <communicator/httpmutilpartpackage.h>
 
+#include <logcollector.h>
+
+#include <QRegularExpression>
 #include <QSet>
 #include <QUrl>
 #include <QtTest>
@@ -110,6 +113,24 @@ private Q_SLOTS:
         QCOMPARE(package.getRoutesJsonDataListMap().at(0).toMap().value(QStringLiteral("a.b")).toInt(), 1);
         QCOMPARE(package.getJsonDataListMap().at(0).toMap().value(QStringLiteral("a")).toMap().size(), 1);
         QCOMPARE(package.getJsonDataListMap().at(1).toInt(), 5);
+    }
+
+    void theTimeOfALargeDecodingIsTold()
+    {
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        package.setDevkey(QStringLiteral("user:secret@wall"));
+        package.setReceiveData("{\"data\":{\"a\":\"" + QByteArray((1 << 20) - 20, 'x') + "\"}}");
+        const LogCollector log;
+        QCOMPARE(package.getRoutesJsonMap().size(), 1);
+        QVERIFY(log.lines().isEmpty());
+        package.setReceiveData("{\"data\":{\"a\":\"" + QByteArray(1 << 20, 'x') + "\"}}");
+        QCOMPARE(package.getRoutesJsonMap().size(), 1);
+        QCOMPARE(log.lines().size(), 1);
+        const QRegularExpression told(
+            "^tessel\\.http\\.info: \\*\\*\\*@wall /api/v1/x: decoding 1048593 bytes took "
+            "[0-9]+ ms beside the time limit$");
+        QVERIFY2(told.match(log.lines()[0]).hasMatch(), qPrintable(log.lines()[0]));
     }
 
     void decodersAreEmptyAfterAFailure()

@@ -244,6 +244,51 @@ private Q_SLOTS:
         QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
+    void aReplyThatWouldBecomeTooMuchIsBrokenOff_data()
+    {
+        QTest::addColumn<QByteArray>("start");
+        QTest::addColumn<QByteArray>("element");
+        QTest::addColumn<int>("state");
+        const auto row = [](const char* name, const QByteArray& start, const QByteArray& element, int state) {
+            QTest::newRow(name) << start << element << state;
+        };
+        row("objects", "{\"data\":[", "{\"\":1},", State::LimitExceeded);
+        row("numbers", "[", "1,", State::LimitExceeded);
+        row("closing brackets", "[", "]", State::LimitExceeded);
+        row("behind a byte-order mark and white space", "\xEF\xBB\xBF \n[", "[],", State::LimitExceeded);
+        row("a long string", "{\"data\":\"", "[1,{\\\"},", State::Success);
+        row("many short strings", "{\"data\":[", "\"0.125,0.5\",", State::Success);
+        row("no JSON", "coefficients ", "1 ", State::Success);
+        row("white space", "", " ", State::Success);
+        row("zero bytes", "", QByteArray(1, '\0'), State::Success);
+    }
+    // The bound is exceeded long before the end where it is.
+    void aReplyThatWouldBecomeTooMuchIsBrokenOff()
+    {
+        QFETCH(QByteArray, start);
+        QFETCH(QByteArray, element);
+        QFETCH(int, state);
+        constexpr int size = 40 << 20;
+        ReplyReader reader{TransferLimits()};
+        const QByteArray piece = element.repeated((60 << 10) / element.size());
+        feed(reader, headOf(start.size() + piece.size() * (size / piece.size())) + start);
+        ResponseParser::State parsing = ResponseParser::State::Reading;
+        for (int i = 0; i < size / piece.size() && parsing == ResponseParser::State::Reading; ++i) {
+            parsing = reader.feed(piece.constData(), std::size_t(piece.size()));
+        }
+        const bool isWhole = state == State::Success;
+        QCOMPARE(parsing == ResponseParser::State::Complete, isWhole);
+        const HttpReply reply = reader.finish(State::Success);
+        QCOMPARE(int(reply.state), state);
+        QCOMPARE(reply.body.isEmpty(), !isWhole);
+        QCOMPARE(reader.reason(),
+                 isWhole ? QString() : QStringLiteral("the reply holds more than 8 million JSON tokens"));
+        // The next one is counted anew.
+        reader.reset();
+        feed(reader, headOf(5 << 20) + "[" + QByteArray("1,").repeated((5 << 19) - 1) + "1]");
+        QCOMPARE(reader.finish(State::Success).state, State::Success);
+    }
+
     void aFileThatCannotBeWrittenIsTold()
     {
         const QTemporaryDir directory;

@@ -122,6 +122,8 @@ const Number numbers[] = {
     {transportPage, "%1 KiB and 256 lines of headers", limits, "headerBytes", kibibyte},
     {transportPage, "64 KiB and %1 lines of headers", limits, "headerLines", 1},
     {transportPage, "%1 levels of JSON", "json/jsonreader.h", "maxDepth", 1},
+    {transportPage, "%1 Mi tokens of JSON", "json/jsonreader.h", "maxTokens", mebibyte},
+    {transportPage, "took how long from %1 MiB on", "communicator/httpjsonpackage.cpp", "toldFrom", mebibyte},
     {transportPage, "%1 GiB of a JSON body or part", "communicator/json/jsonwriter.h", "maxSize", gibibyte},
     {transportPage, "%1 MiB of path and query", limits, "maxTargetLength", mebibyte},
     {transportPage, "%1 per device, the rest waits", requestQueue, "maxPerDevice", 1},
@@ -156,6 +158,8 @@ const Number numbers[] = {
     {architecturePage, "%1 s when no time limit is set", limits, "defaultExpectedTime", 1000},
     {architecturePage, "names are bounded by %1 Ki units", keys, "baseNameLimit", kibibyte},
     {architecturePage, "Ki units and %1 for each byte of text", keys, "nameLimitPerByte", 1},
+    {architecturePage, "at most %1 Mi in all", keys, "maxNameLimit", mebibyte},
+    {architecturePage, "| tokens of one reply | %1 Mi |", "json/jsonreader.h", "maxTokens", mebibyte},
     {architecturePage, "beyond %1 keys", keys, "retainedKeys", 1},
     {architecturePage, "keys or %1 Ki", keys, "retainedLength", kibibyte},
 };
@@ -222,10 +226,8 @@ private Q_SLOTS:
             return matchesIn(textOf(file), pattern).value(0).toInt();
         };
         QCOMPARE(share("communicator/http/connectionpool.cpp", "descriptorBudget\\((\\d+), 1\\)"), 2);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "normal\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 4);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 16);
+        QCOMPARE(share("communicator/requestlimits.cpp", "normal = .*descriptorBudget\\((\\d+), 1\\)"), 4);
+        QCOMPARE(share("communicator/requestlimits.cpp", "daemon = .*descriptorBudget\\((\\d+), 1\\)"), 16);
         QVERIFY(page.contains("a half for the kept ones of blocking calls, a quarter for non-blocking "
                               "exchanges, a sixteenth for daemon ones"));
         QCOMPARE(
