@@ -30,9 +30,13 @@ inline TransferLimits smallLimits()
 /// An engine of its own for one test, both ways of asking it.
 struct Bench
 {
+    explicit Bench(const TransferLimits& limits = smallLimits())
+        : engine(registry, loop, limits)
+    {}
+
     std::shared_ptr<DeviceRegistry> registry = std::make_shared<DeviceRegistry>();
     std::shared_ptr<IoLoop> loop = std::make_shared<IoLoop>();
-    SocketEngine engine{registry, loop, smallLimits()};
+    SocketEngine engine;
 
     void add(const QString& key, const DeviceEndpoint& endpoint)
     {

@@ -25,6 +25,12 @@ bool sendAll(int socket, const QByteArray& text)
     return true;
 }
 
+void resetWhenClosed(int socket)
+{
+    const linger hard{1, 0};
+    ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+}
+
 bool receiveMore(int socket, QByteArray& buffer)
 {
     char piece[65536];
@@ -99,6 +105,13 @@ void MisbehavingServer::setRaw(const QByteArray& raw)
     m_raw = raw;
 }
 
+void MisbehavingServer::setFlood(const QByteArray& start, const QByteArray& more)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_floodStart = start;
+    m_floodMore = more;
+}
+
 void MisbehavingServer::addScript(std::vector<QByteArray> pieces)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -123,6 +136,18 @@ void MisbehavingServer::dropConnections()
             ::shutdown(connection.socket, SHUT_RDWR);
         }
     }
+}
+
+void MisbehavingServer::resetConnections()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (const Connection& connection : m_connections) {
+        if (connection.open) {
+            resetWhenClosed(connection.socket);
+            ::shutdown(connection.socket, SHUT_RD); // its thread finds an end, and closes
+        }
+    }
+    m_changed.wait(lock, [this] { return m_open == 0; });
 }
 
 std::vector<MisbehavingServer::Received> MisbehavingServer::received() const
@@ -194,8 +219,7 @@ void MisbehavingServer::serve(Connection& connection, int number)
         mode = m_mode;
     }
     if (mode == Mode::ResetOnAccept) {
-        const linger hard{1, 0};
-        ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+        resetWhenClosed(socket);
     } else if (mode == Mode::Silent) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this] { return m_stopping; });
@@ -225,6 +249,7 @@ void MisbehavingServer::serve(Connection& connection, int number)
     --m_open;
     connection.open = false;
     ::close(socket);
+    m_changed.notify_all();
 }
 
 bool MisbehavingServer::readRequest(int socket, QByteArray& buffer, Received& request) const
@@ -298,10 +323,14 @@ bool MisbehavingServer::answer(Mode mode, int socket, const Received& request, i
 {
     QByteArray body;
     QByteArray raw;
+    QByteArray floodStart;
+    QByteArray floodMore;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         body = m_body;
         raw = m_raw;
+        floodStart = m_floodStart;
+        floodMore = m_floodMore;
     }
     switch (mode) {
     case Mode::Answer:
@@ -333,6 +362,11 @@ bool MisbehavingServer::answer(Mode mode, int socket, const Received& request, i
         return flood(socket, "HTTP/1.1 200 OK\r\nX-Line: ", QByteArray(4096, 'a'));
     case Mode::FloodInterim:
         return flood(socket, {}, "HTTP/1.1 102 Processing\r\n\r\n");
+    case Mode::Flood:
+        return flood(socket, floodStart, floodMore);
+    case Mode::ResetOnRequest:
+        resetWhenClosed(socket);
+        return false;
     case Mode::AnswerOnceThenDrop:
         return ofConnection == 1 && sendAll(socket, goodReply(body));
     case Mode::Digest:

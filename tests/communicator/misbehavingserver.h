@@ -29,8 +29,10 @@ public:
         FloodHeaders,       ///< header lines without end
         EndlessHeader,      ///< one header line without end
         FloodInterim,       ///< interim replies without end
+        Flood,              ///< the texts of setFlood()
         AnswerOnceThenDrop, ///< a connection's first request is answered, its next one read whole and dropped
         ResetOnAccept,      ///< resets each connection at once
+        ResetOnRequest,     ///< reads the request and resets its connection
         Digest,             ///< asks for a digest login, answers the request that carries one
         Scripted ///< what addScript() holds, one script per connection; then the connection stays open
     };
@@ -54,12 +56,16 @@ public:
     QString address() const;
     void setMode(Mode mode);
     void setRaw(const QByteArray& raw);
+    /// What a flood begins with, and what then comes without end.
+    void setFlood(const QByteArray& start, const QByteArray& more);
     /// Pieces of text for the next connection, sent one by one after its request.
     void addScript(std::vector<QByteArray> pieces);
     /// Sends @p text on all open connections.
     void broadcast(const QByteArray& text);
     /// Closes all open connections.
     void dropConnections();
+    /// Resets all open connections and waits until that is done.
+    void resetConnections();
 
     /// The requests that came whole.
     std::vector<Received> received() const;
@@ -96,6 +102,8 @@ private:
     Mode m_mode;
     QByteArray m_body;
     QByteArray m_raw;
+    QByteArray m_floodStart;
+    QByteArray m_floodMore;
     std::list<std::vector<QByteArray>> m_scripts;
     std::list<Connection> m_connections;
     std::vector<Received> m_received;

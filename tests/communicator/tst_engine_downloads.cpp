@@ -3,11 +3,13 @@
 #include "enginebench.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <limits>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -29,6 +31,8 @@ extern "C" int fsync(int descriptor)
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
 }
 
+Q_DECLARE_METATYPE(Mode)
+
 class TestEngineDownloads : public QObject
 {
     Q_OBJECT
@@ -42,6 +46,8 @@ private Q_SLOTS:
     void aDownloadThatCannotBeWrittenFails();
     void aFullDiskFailsTheDownload_data();
     void aFullDiskFailsTheDownload();
+    void aDownloadEndsAtItsLimit_data();
+    void aDownloadEndsAtItsLimit();
     void aDiskThatRefusesToKeepADownloadFailsIt_data() { bothWays(); }
     void aDiskThatRefusesToKeepADownloadFailsIt();
 };
@@ -174,6 +180,45 @@ void TestEngineDownloads::aFullDiskFailsTheDownload()
              qPrintable(reason));
     QCOMPARE(contentOf(asked.downloadPath), QByteArray("old"));
     QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void TestEngineDownloads::aDownloadEndsAtItsLimit_data()
+{
+    QTest::addColumn<bool>("blocking");
+    QTest::addColumn<Mode>("mode");
+    for (const bool blocking : {true, false}) {
+        const char* const way = blocking ? "blocking" : "non-blocking";
+        QTest::addRow("drip, %s", way) << blocking << Mode::SlowDrip;
+        QTest::addRow("stall in the body, %s", way) << blocking << Mode::RawKeepAlive;
+        QTest::addRow("mute, %s", way) << blocking << Mode::Stall;
+    }
+}
+
+// A machine with much to do is late now and then, a transport that is late by itself is so each time.
+void TestEngineDownloads::aDownloadEndsAtItsLimit()
+{
+    QFETCH(bool, blocking);
+    QFETCH(Mode, mode);
+    constexpr int limit = 300;
+    constexpr int tolerance = 500;
+    constexpr int attempts = 10;
+    QTemporaryDir directory;
+    MisbehavingServer server(mode, QByteArray(1000, 'd'));
+    server.setRaw("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nnew");
+    Bench bench;
+    HttpRequest asked = request(server.address());
+    asked.downloadPath = directory.filePath(QStringLiteral("firmware.bin"));
+    asked.expectedTime = limit;
+    qint64 shortest = std::numeric_limits<qint64>::max();
+    for (int i = 0; i < attempts && shortest > limit + tolerance; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(bench.ask(asked, blocking).state, State::TimedOut);
+        QVERIFY(timer.elapsed() >= limit);
+        shortest = std::min(shortest, timer.elapsed());
+    }
+    QVERIFY2(shortest <= limit + tolerance, qPrintable(QString::number(shortest)));
+    QVERIFY(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());
 }
 
 void TestEngineDownloads::aDiskThatRefusesToKeepADownloadFailsIt()
