@@ -2,6 +2,7 @@
 //
 // Every fault of a device in every form of a request, against the tables of docs/reliability.md. Run with
 // --write the program writes what it measures into the document.
+#include "communicator/events/connectionboard.h"
 #include "communicator/events/eventchannels.h"
 #include "communicator/exchangeobserver.h"
 #include "communicator/runtime/postedcall.h"
@@ -401,7 +402,8 @@ public:
         QElapsedTimer timer;
         timer.start();
         ProxyEventQueue queue([] {});
-        EventChannels channels(m_bench.loop, queue, timings);
+        ConnectionBoard board;
+        EventChannels channels(m_bench.loop, queue, board, timings);
         channels.open(m_bench.registry->find(wall), {});
         waitFor([&] { return !log.lines().filter(start).isEmpty(); });
         const qint64 milliseconds = timer.elapsed();
