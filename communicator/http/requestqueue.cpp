@@ -2,6 +2,7 @@
 #include "communicator/http/requestqueue.h"
 
 #include "communicator/http/refusal.h"
+#include "communicator/http/requesturl.h"
 #include "communicator/http/timelimit.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        abortAll(queue->waiting, std::move(queue->underWay));
+        abortAll(takeWaiting(*queue), std::move(queue->underWay));
     }
 }
 
@@ -47,9 +48,25 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
         queue = std::make_shared<DeviceQueue>();
     }
     const auto deadline = started + timeLimit(request);
-    queue->waiting.push_back(
-        {std::move(request), std::move(device), std::move(done), started, deadline, {}, nullptr});
-    const auto job = std::prev(queue->waiting.end());
+    const QByteArray path = request.method == HttpMethod::Get
+                                ? QByteArray()
+                                : requestTarget(request.path, request.placeHolders, {});
+    const auto earlier = path.isEmpty() ? queue->heldBack.end() : queue->heldBack.find(path);
+    const bool isHeldBack = earlier != queue->heldBack.end();
+    if (!isHeldBack && !path.isEmpty()) {
+        queue->heldBack.try_emplace(path);
+    }
+    Jobs& jobs = isHeldBack ? earlier->second : queue->waiting;
+    jobs.push_back({std::move(request),
+                    std::move(device),
+                    std::move(done),
+                    started,
+                    deadline,
+                    {},
+                    path,
+                    isHeldBack,
+                    nullptr});
+    const auto job = std::prev(jobs.end());
     job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
     markRunnable(key, *queue);
     startRunnable();
@@ -122,6 +139,7 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     m_loop.stopTimer(job->timer);
     const Done done = std::move(job->done);
     keep(job->device, std::move(job->exchange));
+    writeEnded(*queue, job->writtenPath);
     queue->underWay.erase(job);
     --m_underWay;
     markRunnable(deviceKey, *queue);
@@ -139,9 +157,32 @@ void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
     }
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
-    expired.splice(expired.end(), queue->waiting, job);
+    if (job->isHeldBack) {
+        expired.splice(expired.end(), queue->heldBack[job->writtenPath], job);
+    } else {
+        expired.splice(expired.end(), queue->waiting, job);
+        writeEnded(*queue, job->writtenPath);
+        markRunnable(deviceKey, *queue);
+    }
     forgetIfIdle(deviceKey);
     job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    startRunnable();
+}
+
+// The next write to the path, if one is held back, waits for its turn from now on.
+void RequestQueue::writeEnded(DeviceQueue& queue, const QByteArray& path)
+{
+    if (path.isEmpty()) {
+        return;
+    }
+    const auto next = queue.heldBack.find(path);
+    Jobs& heldBack = next->second;
+    if (heldBack.empty()) {
+        queue.heldBack.erase(next);
+        return;
+    }
+    heldBack.front().isHeldBack = false;
+    queue.waiting.splice(queue.waiting.end(), heldBack, heldBack.begin());
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -166,9 +207,20 @@ void RequestQueue::abort(const QString& deviceKey)
     if (!queue) {
         return;
     }
-    abortAll(std::exchange(queue->waiting, {}), std::exchange(queue->underWay, {}));
+    abortAll(takeWaiting(*queue), std::exchange(queue->underWay, {}));
     forgetIfIdle(deviceKey);
     startRunnable();
+}
+
+// What has not begun, held back or not.
+RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
+{
+    Jobs all = std::exchange(queue.waiting, {});
+    for (auto& path : queue.heldBack) {
+        all.splice(all.end(), path.second);
+    }
+    queue.heldBack.clear();
+    return all;
 }
 
 void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)

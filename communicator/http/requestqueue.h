@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -20,8 +21,11 @@ namespace Krelm::Communicator::HttpDevice {
 /// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
 /// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
 /// The bound is shared so that devices which never answer keep no other one waiting: each may have one
-/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
-/// thread only.
+/// exchange under way in any case, and more only while as many connections again are free.
+///
+/// Writes to one expanded path of a device keep their order, one under way at a time: a value that follows
+/// another cannot be overtaken by it on another connection. Reads, and writes to other paths, go on beside
+/// them. Used on the loop's thread only.
 class RequestQueue
 {
 public:
@@ -47,6 +51,8 @@ private:
         std::chrono::steady_clock::time_point started;
         std::chrono::steady_clock::time_point deadline;
         IoLoop::TimerId timer;
+        QByteArray writtenPath;                  ///< expanded; empty for a read
+        bool isHeldBack = false;                 ///< an earlier write to its path has not ended
         std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
     };
     using Jobs = std::list<Job>;
@@ -54,6 +60,8 @@ private:
     {
         Jobs waiting;
         Jobs underWay;
+        std::map<QByteArray, Jobs>
+            heldBack;            ///< by path, for each path with a write that waits or is under way
         bool isRunnable = false; ///< in m_runnable
     };
     struct Kept
@@ -68,7 +76,9 @@ private:
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
     void expire(const QString& deviceKey, Jobs::iterator job);
+    static Jobs takeWaiting(DeviceQueue& queue);
     void abortAll(const Jobs& waiting, Jobs underWay);
+    void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
     std::unique_ptr<Connection> takeKept(const Device* device);
