@@ -31,15 +31,16 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        abortAll(takeWaiting(*queue), std::move(queue->underWay));
+        endAll(*queue, abortedReason());
     }
 }
 
 void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
                        std::chrono::steady_clock::time_point started)
 {
-    if (device->isRemoved) {
-        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+    if (device->isRemoved || m_cancelled.contains(request.id)) {
+        done(failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                                device->isRemoved ? abortedReason() : cancelledReason(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -67,7 +68,9 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
                     isHeldBack,
                     nullptr});
     const auto job = std::prev(jobs.end());
-    job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
+    job->timer = m_loop.startTimer(deadline, [this, key, job] {
+        endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutReason(job->request));
+    });
     markRunnable(key, *queue);
     startRunnable();
 }
@@ -148,13 +151,14 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     startRunnable();
 }
 
-void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
+void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
+                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
 {
-    const QString reason = timeOutReason(job->request);
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        finished(deviceKey, job, job->exchange->breakOff(outcome, reason));
         return;
     }
+    m_loop.stopTimer(job->timer);
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
     if (job->isHeldBack) {
@@ -165,7 +169,7 @@ void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
         markRunnable(deviceKey, *queue);
     }
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    job->done(failWithoutSending(job->request, outcome, reason, job->started));
     startRunnable();
 }
 
@@ -203,13 +207,44 @@ void RequestQueue::abort(const QString& deviceKey)
         }
         kept = next;
     }
-    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
-    if (!queue) {
-        return;
+    endAllOf(deviceKey, abortedReason());
+}
+
+void RequestQueue::cancel(ExchangeId id)
+{
+    m_cancelled.add(id);
+    for (auto device = m_devices.begin(); device != m_devices.end(); ++device) {
+        DeviceQueue& queue = **device;
+        const auto endIn = [&](Jobs& jobs) {
+            const auto job =
+                std::find_if(jobs.begin(), jobs.end(), [id](const Job& one) { return one.request.id == id; });
+            if (job == jobs.end()) {
+                return false;
+            }
+            endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledReason());
+            return true;
+        };
+        const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) ||
+                             std::any_of(queue.heldBack.begin(), queue.heldBack.end(),
+                                         [&endIn](auto& path) { return endIn(path.second); });
+        if (isEnded) {
+            return; // the containers have changed
+        }
     }
-    abortAll(takeWaiting(*queue), std::exchange(queue->underWay, {}));
-    forgetIfIdle(deviceKey);
-    startRunnable();
+}
+
+void RequestQueue::cancelAll(const QString& deviceKey)
+{
+    endAllOf(deviceKey, cancelledReason());
+}
+
+void RequestQueue::endAllOf(const QString& deviceKey, const QString& reason)
+{
+    if (const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey)) {
+        endAll(*queue, reason);
+        forgetIfIdle(deviceKey);
+        startRunnable();
+    }
 }
 
 // What has not begun, held back or not.
@@ -223,16 +258,18 @@ RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
     return all;
 }
 
-void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)
+void RequestQueue::endAll(DeviceQueue& queue, const QString& reason)
 {
+    const Jobs waiting = takeWaiting(queue);
+    Jobs underWay = std::exchange(queue.underWay, {});
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, reason, job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, reason));
     }
 }
 

@@ -3,6 +3,7 @@
 #define COMMUNICATOR_HTTP_REQUESTQUEUE_H
 
 #include "communicator/http/asyncexchange.h"
+#include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
 #include "communicator/runtime/ioloop.h"
 
@@ -39,8 +40,12 @@ public:
     /// Takes on an exchange that began at @p started; @p done is called once, possibly from inside.
     void add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
              std::chrono::steady_clock::time_point started);
-    /// Ends the exchanges with @p deviceKey with `Aborted`.
+    /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
+    /// Ends the exchange @p id with `Aborted`, if it is here or comes later.
+    void cancel(ExchangeId id);
+    /// Ends the exchanges with @p deviceKey with `Aborted`.
+    void cancelAll(const QString& deviceKey);
 
 private:
     struct Job
@@ -75,9 +80,11 @@ private:
     void startRunnable();
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
-    void expire(const QString& deviceKey, Jobs::iterator job);
+    void endEarly(const QString& deviceKey, Jobs::iterator job, IHttpVersionTrigger::HttpSimpleState outcome,
+                  const QString& reason);
     static Jobs takeWaiting(DeviceQueue& queue);
-    void abortAll(const Jobs& waiting, Jobs underWay);
+    void endAll(DeviceQueue& queue, const QString& reason);
+    void endAllOf(const QString& deviceKey, const QString& reason);
     void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
@@ -88,6 +95,7 @@ private:
     const TransferLimits m_limits;
     const size_t m_connections;
     Connector m_connector;
+    CancelledIds m_cancelled;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
     std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
     bool m_isStarting = false;
