@@ -249,6 +249,8 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     } else if (download && request.downloadPath.isEmpty()) {
         const QString reason = QStringLiteral("the download has no destination");
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, reason, now));
+    } else if (isCancelledHere()) {
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledReason(), now));
     } else if (const std::shared_ptr<HttpEngine> current = engine()) {
         putReply(package, current->exchange(request));
     } else {
@@ -267,6 +269,11 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::faultOfBody(package),
+                                           std::chrono::steady_clock::now()));
+        return false;
+    }
+    if (isCancelledHere()) {
+        promise->settle(failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledReason(),
                                            std::chrono::steady_clock::now()));
         return false;
     }
@@ -392,6 +399,20 @@ bool HttpProxy::removeDevice(const QString& deviceKey)
 QStringList HttpProxy::devices() const
 {
     return d->registry->keys();
+}
+
+void HttpProxy::cancel(quint64 exchange)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engine()) {
+        current->cancel(exchange);
+    }
+}
+
+void HttpProxy::cancelAll(const QString& deviceKey)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engine()) {
+        current->cancelAll(deviceKey);
+    }
 }
 
 void HttpProxy::setEngine(std::unique_ptr<HttpEngine> engine)
