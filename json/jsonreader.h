@@ -30,7 +30,7 @@ namespace JsonText {
 constexpr int maxDepth = 256;
 /// How many bytes a text may have, so that each of its strings fits into a QString.
 constexpr int maxSize = (1 << 30) - 64;
-/// How many tokens a text may have, as TokenCounter counts them: each may become some hundred bytes, and
+/// How many tokens a text may have, as TokenCounter counts them: each may become some sixty bytes, and
 /// takes its time. A list of 10,000 cabinets has a seventh of it. No text has more tokens than bytes.
 constexpr int maxTokens = 8 << 20;
 

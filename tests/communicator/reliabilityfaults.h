@@ -19,7 +19,8 @@ struct Fault
     const char* description; ///< as in the document, behind "The device"
     MisbehavingServer::Mode mode = MisbehavingServer::Mode::Raw;
     QByteArray text = {}; ///< a raw reply, or what a flood begins with
-    QByteArray more = {}; ///< what a flood goes on with
+    /// What a flood goes on with; of kept connections the reply before, where it is no usual one.
+    QByteArray more = {};
     Idle idle = Idle::Untouched;
     bool stalls = false;    ///< only the time limit ends it, which is short then
     bool listens = true;    ///< there is a device at all
@@ -52,12 +53,8 @@ inline const std::vector<Fault>& allFaults()
          "HTTP/1.1 408 Request Timeout\r\nContent-Length: 0\r\n\r\n",
          {},
          Idle::Spoken},
-        {"late body",
-         "sent, late, the body of a reply that has none (204)",
-         Mode::Answer,
-         R"({"code":0,"data":{"b":2}})",
-         {},
-         Idle::Spoken},
+        {"late body", "sent, late, the body of a reply that has none (204)", Mode::Answer,
+         R"({"code":0,"data":{"b":2}})", "HTTP/1.1 204 No Content\r\n\r\n", Idle::Spoken},
         {"idle close", "closed a connection that is kept", Mode::Answer, {}, {}, Idle::Closed},
         {"idle reset", "reset a connection that is kept", Mode::Answer, {}, {}, Idle::Reset},
 

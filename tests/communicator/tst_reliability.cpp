@@ -418,9 +418,14 @@ public:
 private:
     void spoilKeptConnections(const Form& called)
     {
-        if (called.call(m_bench).state != success) {
+        if (!m_fault.more.isEmpty()) {
+            m_server.setRaw(m_fault.more);
+            m_server.setMode(Mode::RawKeepAlive);
+        }
+        if (!called.call(m_bench).state.startsWith(success)) {
             qFatal("the exchange before the fault failed");
         }
+        m_server.setMode(m_fault.mode);
         switch (m_fault.idle) {
         case Fault::Idle::Spoken:
             m_server.broadcast(m_fault.text);
