@@ -76,6 +76,7 @@ const QMap<QString, QStringList>& layers()
         {"simulator/device",
          {"simulator", "simulator/resources", "simulator/routes", "simulator/text", "tessel"}},
         {"simulator/http", {"simulator", "simulator/device"}},
+        {"simulator/program", {"simulator"}},
         {"simulator/resources", {"simulator", "simulator/routes", "simulator/text", "tessel"}},
         {"simulator/routes", {"simulator", "simulator/text", "tessel"}},
         {"simulator/text", {}},
