@@ -136,24 +136,18 @@ HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
                                                            bool daemon)
 {
-    Sessions fresh;
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto idle = m_idleByClass.find({device.get(), daemon});
-    if (idle != m_idleByClass.end() && !idle->second.empty()) {
-        const Sessions::iterator entry = idle->second.back();
-        idle->second.pop_back();
-        m_active.splice(m_active.end(), m_idle, entry);
-        entry->user = std::this_thread::get_id();
-        return entry;
+    Sessions entry = m_idle.takeNewest({device.get(), daemon});
+    if (entry.empty()) {
+        lock.unlock();
+        entry.emplace_back(m_limits, device, daemon);
+        lock.lock();
+        if (m_closed) {
+            entry.front().session.abort();
+        }
     }
-    lock.unlock();
-    fresh.emplace_back(m_limits, device, daemon);
-    fresh.front().user = std::this_thread::get_id();
-    lock.lock();
-    if (m_closed) {
-        fresh.front().session.abort();
-    }
-    m_active.splice(m_active.end(), fresh);
+    entry.front().user = std::this_thread::get_id();
+    m_active.splice(m_active.end(), entry);
     return std::prev(m_active.end());
 }
 
@@ -161,59 +155,39 @@ void ConnectionPool::release(Sessions::iterator entry)
 {
     Sessions dropped; // destroyed after the lock is free: closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
+    dropped.splice(dropped.end(), m_active, entry);
     if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
-        dropped.splice(dropped.end(), m_active, entry);
         m_left.notify_all();
         return;
     }
-    std::vector<Sessions::iterator>& trafficClass = m_idleByClass[entry->trafficClass()];
-    if (!entry->session.isConnected() || trafficClass.size() >= maxIdlePerClass) {
-        dropped.splice(dropped.end(), m_active, entry);
+    const TrafficClass trafficClass = entry->trafficClass();
+    if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
         return;
     }
-    trafficClass.push_back(entry);
-    m_idle.splice(m_idle.end(), m_active, entry);
+    m_idle.add(trafficClass, std::exchange(dropped, {}));
     if (m_idle.size() > m_maximumIdle) {
-        dropOldest(dropped);
+        dropped = m_idle.takeOldest();
     }
-}
-
-void ConnectionPool::dropOldest(Sessions& dropped)
-{
-    const auto trafficClass = m_idleByClass.find(m_idle.front().trafficClass());
-    trafficClass->second.erase(trafficClass->second.begin());
-    if (trafficClass->second.empty()) {
-        m_idleByClass.erase(trafficClass);
-    }
-    dropped.splice(dropped.end(), m_idle, m_idle.begin());
 }
 
 void ConnectionPool::abort(const QString& deviceKey)
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Entry& entry : m_active) {
         if (entry.device->key == deviceKey) {
             entry.session.abort();
         }
     }
-    for (auto entry = m_idle.begin(); entry != m_idle.end();) {
-        const auto next = std::next(entry);
-        if (entry->device->key == deviceKey) {
-            m_idleByClass.erase(entry->trafficClass());
-            dropped.splice(dropped.end(), m_idle, entry);
-        }
-        entry = next;
-    }
+    dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
 }
 
 void ConnectionPool::close()
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     std::unique_lock<std::mutex> lock(m_mutex);
     m_closed = true;
-    m_idleByClass.clear();
-    dropped.splice(dropped.end(), m_idle);
+    dropped = m_idle.takeIf([](const Sessions& /*idle*/) { return true; });
     for (Entry& entry : m_active) {
         entry.session.abort();
     }

@@ -4,8 +4,6 @@
 #include "communicator/http/refusal.h"
 #include "communicator/http/timelimit.h"
 
-#include <algorithm>
-
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
@@ -112,7 +110,8 @@ void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
         job->exchange = std::move(m_idle.back());
         m_idle.pop_back();
     }
-    job->exchange->start(job->request, job->device, takeKept(job->device.get()), job->started, job->deadline,
+    job->exchange->start(job->request, job->device, m_kept.takeNewest(job->device.get()).connection,
+                         job->started, job->deadline,
                          [this, deviceKey, job](const HttpReply& reply) { finished(deviceKey, job, reply); });
 }
 
@@ -155,13 +154,7 @@ void RequestQueue::forgetIfIdle(const QString& deviceKey)
 
 void RequestQueue::abort(const QString& deviceKey)
 {
-    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
-        const auto next = std::next(kept);
-        if (kept->device->key == deviceKey) {
-            dropKept(kept);
-        }
-        kept = next;
-    }
+    m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey; });
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     if (!queue) {
         return;
@@ -188,41 +181,16 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
 {
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
         connection && !device->isRemoved) {
-        std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
-        if (ofDevice.size() == maxKeptPerDevice) {
-            dropKept(ofDevice.front());
+        if (m_kept.count(device.get()) == maxKeptPerDevice) {
+            m_kept.takeOldest(device.get());
         } else if (m_kept.size() >= m_connections) {
-            dropKept(m_kept.begin());
+            m_kept.takeOldest();
         }
-        m_kept.push_back({device, std::move(connection)});
-        m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
+        m_kept.add(device.get(), {device, std::move(connection)});
     }
     if (m_idle.size() < maxIdle) {
         m_idle.push_back(std::move(exchange));
     }
-}
-
-void RequestQueue::dropKept(std::list<Kept>::iterator kept)
-{
-    const auto ofDevice = m_keptTo.find(kept->device.get());
-    ofDevice->second.erase(std::find(ofDevice->second.begin(), ofDevice->second.end(), kept));
-    if (ofDevice->second.empty()) {
-        m_keptTo.erase(ofDevice);
-    }
-    m_kept.erase(kept);
-}
-
-// The one used last is the least likely to have been closed.
-std::unique_ptr<Connection> RequestQueue::takeKept(const Device* device)
-{
-    const auto ofDevice = m_keptTo.find(device);
-    if (ofDevice == m_keptTo.end()) {
-        return nullptr;
-    }
-    const auto kept = ofDevice->second.back();
-    std::unique_ptr<Connection> connection = std::move(kept->connection);
-    dropKept(kept);
-    return connection;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -4,6 +4,7 @@
 
 #include "communicator/http/asyncexchange.h"
 #include "communicator/http/connector.h"
+#include "communicator/http/keptlist.h"
 #include "communicator/runtime/ioloop.h"
 
 #include <QHash>
@@ -12,7 +13,6 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -71,8 +71,6 @@ private:
     void abortAll(const Jobs& waiting, Jobs underWay);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
-    std::unique_ptr<Connection> takeKept(const Device* device);
-    void dropKept(std::list<Kept>::iterator kept);
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
@@ -82,8 +80,7 @@ private:
     std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
-    std::list<Kept> m_kept; ///< the least recently used first
-    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    KeptList<const Device*, Kept> m_kept;
     std::vector<std::unique_ptr<AsyncExchange>> m_idle;
     Q_DISABLE_COPY_MOVE(RequestQueue)
 };
