@@ -43,7 +43,7 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
     if (p.bodyIsJson) {
         bool typed = false;
         for (auto it = request.headers.cbegin(); it != request.headers.cend() && !typed; ++it) {
-            typed = it.key().compare(QLatin1String("content-type"), Qt::CaseInsensitive) == 0;
+            typed = isNamed(it.key(), "content-type");
         }
         if (!typed) {
             request.headers.insert(QStringLiteral("Content-Type"), QStringLiteral("application/json"));

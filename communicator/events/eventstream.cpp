@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/events/eventstream.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/runtime/logging.h"
 
@@ -223,12 +224,9 @@ void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std:
 void EventStream::responseField(std::string_view name, std::string_view value)
 {
     const QByteArray text = QByteArray(value.data(), static_cast<int>(value.size()));
-    const auto isNamed = [name](const char* wanted) {
-        return name.size() == qstrlen(wanted) && qstrnicmp(name.data(), wanted, uint(name.size())) == 0;
-    };
-    if (isNamed("content-type")) {
+    if (isNamed(name, "content-type")) {
         m_isEventType = text.split(';').first().trimmed().toLower() == "text/event-stream";
-    } else if (isNamed("www-authenticate")) {
+    } else if (isNamed(name, "www-authenticate")) {
         m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
     }
 }
@@ -238,7 +236,7 @@ bool EventStream::responseHead(const ResponseParser::Head& head)
     m_status = head.status;
     m_isStream = m_status == 200 && m_isEventType;
     if (m_isStream) {
-        m_wasChallenged = false;
+        m_challenges = 0;
         qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
         m_reconnectPolicy.connected(IoLoop::Clock::now());
         scheduleTick();
@@ -313,10 +311,11 @@ void EventStream::finished()
 bool EventStream::answerChallenge()
 {
     const QString challenge = std::exchange(m_challenge, {});
-    const bool answered = m_status == 401 && m_device->digest && !m_wasChallenged &&
-                          m_device->digest->takeChallenge(challenge, m_authorization);
-    m_wasChallenged = answered;
-    return answered;
+    if (takeChallenge(*m_device, m_status, challenge, m_authorization, m_challenges)) {
+        return true;
+    }
+    m_challenges = 0; // the next attempt is another request
+    return false;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)

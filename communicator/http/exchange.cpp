@@ -13,9 +13,6 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
-constexpr int maxChallenges = 2;
-
 // What one exchange may send before the others, and its time limit, have their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
@@ -186,16 +183,13 @@ Exchange::Step Exchange::lost(bool isReused)
     return Step::Ended;
 }
 
-// A 401 says that the device did not do what was asked (RFC 9110, 15.5.2), so that the request may follow
-// once more, with the answer to the challenge.
 Exchange::Step Exchange::completed()
 {
-    if (m_reader.status() != 401 || !m_device->digest || m_challenges == maxChallenges ||
-        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")), m_authorization,
-                                         m_challenges > 0)) {
+    if (m_reader.status() != 401 ||
+        !takeChallenge(*m_device, m_reader.status(), m_reader.header(QStringLiteral("www-authenticate")),
+                       m_authorization, m_challenges)) {
         return Step::Ended;
     }
-    ++m_challenges;
     const bool here = keepsConnection();
     startAnew();
     writeHead();

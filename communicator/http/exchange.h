@@ -68,7 +68,7 @@ private:
     bool m_sendFailed = false;
     bool m_asksToClose = false; ///< the request asks for the end of the connection
     QByteArray m_authorization;
-    int m_challenges = 0;       ///< login challenges answered
+    int m_challenges = 0;       ///< that were answered
     bool m_wasRepeated = false; ///< once more because a kept connection had ended
     qint64 m_bytesSent = 0;
     QString m_fault;

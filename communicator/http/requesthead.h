@@ -34,6 +34,12 @@ struct RequestHead
 /// for exchanges and event streams. @p authorization becomes the login that it carries, empty without one.
 QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& authorization);
 
+/// Whether a request with @p authorization that got @p status may follow once more, with a new head. A 401
+/// says that the device did not do what was asked (RFC 9110, 15.5.2); @p challenges is its
+/// `WWW-Authenticate`. @p taken counts how often this was so for one request, and bounds it.
+bool takeChallenge(const Device& device, int status, const QString& challenges,
+                   const QByteArray& authorization, int& taken);
+
 } // namespace Krelm::Communicator::HttpDevice
 
 #endif
