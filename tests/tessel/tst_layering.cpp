@@ -57,8 +57,8 @@ const QMap<QString, QStringList>& layers()
 {
     static const QMap<QString, QStringList> table{
         {"communicator",
-         {"communicator/devices", "communicator/events", "communicator/http", "communicator/packages",
-          "communicator/runtime", "interfaces", "json"}},
+         {"communicator/http", "communicator/packages", "communicator/proxy", "communicator/runtime",
+          "interfaces", "json"}},
         {"communicator/devices", {"communicator", "communicator/http"}},
         {"communicator/events", {"communicator/devices", "communicator/http", "communicator/runtime"}},
         {"communicator/http",
@@ -67,6 +67,9 @@ const QMap<QString, QStringList>& layers()
         {"communicator/json", {"interfaces"}},
         {"communicator/packages",
          {"communicator", "communicator/json", "communicator/runtime", "interfaces"}},
+        {"communicator/proxy",
+         {"communicator", "communicator/devices", "communicator/events", "communicator/http",
+          "communicator/runtime"}},
         {"communicator/runtime", {}},
         {"interfaces", {}},
         {"json", {}},
