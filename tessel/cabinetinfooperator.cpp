@@ -2,7 +2,9 @@
 #include <tessel/cabinetinfooperator.h>
 
 #include <tessel/envelopes/cabinetsresponse.h>
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
 

@@ -7,6 +7,7 @@
 // Quirk: Two messages of the guarded operations are shorter than the others.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/instancesready.h>
 #include <tessel/frames/request.h>
 
 using Tessel::instancesReady;

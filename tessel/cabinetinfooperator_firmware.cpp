@@ -3,6 +3,7 @@
 // The receiving cards as a whole: their list, their firmware, and what the modules store.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/request.h>
 
 #include <QDebug>

@@ -3,6 +3,7 @@
 // Writes of settings, for one cabinet or several.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 
 #include <QDebug>

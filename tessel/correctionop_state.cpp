@@ -4,6 +4,7 @@
 #include <tessel/correctionop.h>
 
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 

@@ -5,6 +5,7 @@
 
 #include <tessel/envelopes/commonresponse.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 #include <QThread>

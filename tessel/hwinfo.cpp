@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/hwinfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
 

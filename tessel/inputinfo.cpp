@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/inputinfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
 #include <tessel/frames/grouprequest.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 
 using Tessel::cached;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/pipeinfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
 #include <tessel/frames/request.h>
 

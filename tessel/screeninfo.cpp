@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/screeninfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 #include <tessel/hwinfo.h>
 
 #include <QDebug>

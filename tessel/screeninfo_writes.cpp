@@ -2,6 +2,7 @@
 //
 // ScreenInfo: writes of display and colour parameters.
 #include <tessel/frames/grouprequest.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
