@@ -57,9 +57,9 @@ bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
     return package->d->bodyIsJson && package->d->body.isEmpty();
 }
 
-QString HttpJsonPackage::Private::faultOfBody(const HttpJsonPackage* package)
+QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 {
-    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyFault));
+    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyError));
 }
 
 template <class Data>
@@ -229,7 +229,7 @@ void HttpJsonPackage::setParameters(const QMap<QString, QString>& parameters)
 
 void HttpJsonPackage::setRequestWithJsonObj(const QVariant& body)
 {
-    d->body = Json::write(body, &d->bodyFault);
+    d->body = Json::write(body, &d->bodyError);
     d->bodyIsJson = true;
 }
 

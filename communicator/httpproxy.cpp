@@ -77,14 +77,14 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
-                                             HttpJsonPackage::Private::faultOfBody(package), now));
+                                             HttpJsonPackage::Private::errorOfBody(package), now));
     } else if (download && request.downloadPath.isEmpty()) {
         const QString error = QStringLiteral("the download has no destination");
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, error, now));
     } else if (const std::shared_ptr<HttpEngine> current = engines.engine()) {
         putReply(package, current->exchange(request));
     } else {
-        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), now));
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), now));
     }
 }
 
@@ -98,7 +98,7 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     request.id = beginExchange();
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
-                                           HttpJsonPackage::Private::faultOfBody(package),
+                                           HttpJsonPackage::Private::errorOfBody(package),
                                            std::chrono::steady_clock::now()));
         return false;
     }

@@ -52,14 +52,14 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     while (true) {
         if (m_aborted || device->isRemoved) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedReason());
+            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedError());
         }
         if (!m_connection) {
             ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
             if (!opened.connection) {
                 return m_exchange.finish(opened.state, opened.state == IHttpVersionTrigger::TimedOut
-                                                           ? timeOutReason(request)
-                                                           : opened.reason);
+                                                           ? timeOutError(request)
+                                                           : opened.error);
             }
             setConnection(std::move(opened.connection));
             continue; // an abort() meanwhile has not seen the connection
@@ -70,7 +70,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         }
         if (step == Exchange::Step::GoOn) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutReason(request));
+            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutError(request));
         }
         m_isReused = true;
         if (step == Exchange::Step::AgainFresh ||

@@ -18,7 +18,7 @@ constexpr std::size_t bytesPerTurn = 256 << 10;
 
 } // namespace
 
-QString faultOfRequest(const HttpRequest& request)
+QString errorOfRequest(const HttpRequest& request)
 {
     if (request.path.isEmpty()) {
         return QStringLiteral("there is no path");
@@ -28,7 +28,7 @@ QString faultOfRequest(const HttpRequest& request)
             return QStringLiteral("a placeholder holds a control character");
         }
     }
-    return faultOfHeaders(request.headers);
+    return errorOfHeaders(request.headers);
 }
 
 Exchange::Exchange(const TransferLimits& limits)
@@ -52,21 +52,21 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_challenges = 0;
     m_wasRepeated = false;
     m_bytesSent = 0;
-    m_told = {};
+    m_lastProgress = {};
     m_reader.reset();
     m_body.clear();
-    m_fault = faultOfRequest(request);
-    if (!m_fault.isEmpty()) {
+    m_error = errorOfRequest(request);
+    if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
     }
     if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
-        m_fault = m_reader.reason();
+        m_error = m_reader.error();
         return IHttpVersionTrigger::FileFailure;
     }
     if (request.multipart) {
         const auto state = m_body.setForm(request.parts);
         if (state != IHttpVersionTrigger::Success) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return state;
         }
     } else {
@@ -74,7 +74,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
-        m_fault = QStringLiteral("the path and the query are too long together");
+        m_error = QStringLiteral("the path and the query are too long together");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
@@ -116,7 +116,7 @@ Exchange::Step Exchange::send(Connection& connection)
         Bytes body = m_body.next();
         body.size = std::min(body.size, bytesPerTurn);
         if (m_body.hasFailed()) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return Step::Ended;
         }
         const bool more = m_body.sent() + static_cast<qint64>(body.size) < m_body.size();
@@ -178,7 +178,7 @@ Exchange::Step Exchange::lost(bool isReused)
         return Step::AgainFresh;
     }
     if (isReused && m_request->method != HttpMethod::Get) {
-        m_fault = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+        m_error = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
     }
     return Step::Ended;
 }
@@ -203,13 +203,13 @@ void Exchange::tellProgress()
     }
     const TransferSizes sizes{m_body.sent(), m_body.size() > 0 ? m_body.size() : -1, m_reader.received(),
                               m_reader.expected()};
-    if (!(sizes == m_told)) {
-        m_told = sizes;
+    if (!(sizes == m_lastProgress)) {
+        m_lastProgress = sizes;
         reportProgress(*m_request, m_target, sizes);
     }
 }
 
-HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_body.hasFailed()) {
         outcome = IHttpVersionTrigger::FileFailure;
@@ -223,9 +223,9 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     summary.bytesSent = m_bytesSent + m_body.sent();
     summary.bytesReceived = m_reader.received();
     summary.reply = reply.body;
-    summary.reason = !m_fault.isEmpty() ? m_fault : m_reader.reason().isEmpty() ? reason : m_reader.reason();
+    summary.error = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
     if (reply.state == IHttpVersionTrigger::Success) {
-        summary.reason.clear();
+        summary.error.clear();
     }
     reportExchange(*m_request, summary);
     m_body.clear();

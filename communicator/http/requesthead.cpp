@@ -63,7 +63,7 @@ bool hasControl(const QString& text)
     });
 }
 
-QString faultOfHeaders(const QMap<QString, QString>& headers)
+QString errorOfHeaders(const QMap<QString, QString>& headers)
 {
     for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
         if (it.key().size() > maxHeaderLength || it.value().size() > maxHeaderLength) {

@@ -18,7 +18,7 @@ const char* verbOf(HttpMethod method);
 bool hasControl(const QString& text);
 
 /// Why @p headers cannot be sent as headers of a request; empty when they can.
-QString faultOfHeaders(const QMap<QString, QString>& headers);
+QString errorOfHeaders(const QMap<QString, QString>& headers);
 
 /// What the head of a request says beside its first line and the caller's own headers.
 struct RequestHead

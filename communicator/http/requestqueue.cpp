@@ -36,7 +36,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
                        std::chrono::steady_clock::time_point started)
 {
     if (device->isRemoved) {
-        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -131,16 +131,16 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
 
 void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
 {
-    const QString reason = timeOutReason(job->request);
+    const QString error = timeOutError(job->request);
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, error));
         return;
     }
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
     expired.splice(expired.end(), queue->waiting, job);
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, error, job->started));
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -168,12 +168,12 @@ void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)
 {
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedError(), job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedError()));
     }
 }
 
