@@ -141,8 +141,8 @@ quint64 Simulator::pushEvent(const QByteArray& event)
 
 quint64 Simulator::pushWarning(const QString& eventType, const QByteArray& data)
 {
-    const auto told = data.isEmpty() ? nlohmann::json() : parseJson(view(data));
-    return told.is_discarded() ? 0 : d->device.state().warn(eventType.toStdString(), told);
+    const auto parsed = data.isEmpty() ? nlohmann::json() : parseJson(view(data));
+    return parsed.is_discarded() ? 0 : d->device.state().warn(eventType.toStdString(), parsed);
 }
 
 int Simulator::eventStreams() const
