@@ -11,6 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// A program that makes keys up must not grow.
 constexpr int maxRememberedAddresses = 4096;
 
 bool hasControlCharacter(const QString& text)

@@ -17,7 +17,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
+// Of a reply that is no stream, before its connection is given up.
 constexpr size_t maxOverhead = 64U << 10U;
 // What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
 constexpr size_t bytesPerTurn = 16U << 10U;

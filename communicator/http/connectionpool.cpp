@@ -14,7 +14,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// More threads at once open connections of their own and close them.
 constexpr size_t maxIdlePerClass = 16;
+// Exchanges leave soon after their abort, but an observer that one is in may not return.
 constexpr std::chrono::seconds leaveTime{2};
 // What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
 // small: what is thread_local would lie in the stack of every thread of the process.

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t maxPerDevice = 64;
 // Exchanges kept for reuse, which spares their making; they hold no connection.
 constexpr size_t maxIdle = 64;
-// Connections kept to one device.
+// Connections kept to one device: what a group has opened serves the next one.
 constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace

@@ -4,6 +4,7 @@
 namespace Tessel::Simulator {
 namespace {
 
+// Beside the number of events, since one may be large.
 constexpr std::size_t maxHistoryBytes = 16U << 20;
 
 SharedText frameOf(std::uint64_t id, std::string_view data)

@@ -340,6 +340,7 @@ private:
 
     void drain(std::size_t drained)
     {
+        // A client that does not stop sending has not read the refusal and never will.
         constexpr std::size_t limit = 8U << 20;
         if (drained > limit) {
             end();

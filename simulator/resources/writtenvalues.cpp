@@ -4,6 +4,7 @@
 namespace Tessel::Simulator {
 namespace {
 
+// Whoever writes to a simulator must not fill the memory of its machine.
 constexpr std::size_t maxBytes = 512U << 20;
 
 } // namespace
