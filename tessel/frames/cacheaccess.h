@@ -55,7 +55,11 @@ bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString
 
 /// The same for the element whose `id` equals @p id, a number as its text. An element without `id` never
 /// matches.
-bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out);
+inline bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
+{
+    return copyElementWhere(
+        list, [wanted = QVariant(id)](const QVariant& found) { return wanted == found; }, out);
+}
 
 } // namespace Tessel
 
