@@ -53,9 +53,9 @@ bool HWInfo::getHWInfo(const QString& deviceKey, bool force)
            Request("Device_Hwinfo").fetch(deviceKey, m_hwInfo);
 }
 
-bool HWInfo::getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force)
+bool HWInfo::getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& result, bool force)
 {
-    return outputFromCache(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, out);
+    return outputFromCache(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, result);
 }
 
 QtPromise::QPromise<Tessel::DeviceInfo> HWInfo::getHWInfo2(const QString& deviceKey)
