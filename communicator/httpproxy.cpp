@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpproxy.h>
 
+#include "communicator/deviceconnections.h"
 #include "communicator/http/refusal.h"
 #include "communicator/packages/httpjsonpackage_p.h"
 #include "communicator/packages/pendingreply.h"
@@ -121,6 +122,12 @@ void HttpProxy::Private::deliverProxyEvents()
             break;
         case ProxyEvent::Kind::Event:
             Q_EMIT m_proxy->deviceAutoReportData(event.data, event.deviceKey);
+            break;
+        case ProxyEvent::Kind::Connection:
+            Q_EMIT DeviceConnections::getInstance()->connectionChanged(*event.connection);
+            break;
+        case ProxyEvent::Kind::EventsMissed:
+            Q_EMIT DeviceConnections::getInstance()->eventsMissed(event.deviceKey);
             break;
         }
     });

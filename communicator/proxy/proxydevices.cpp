@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/proxy/proxydevices.h"
 
+#include "communicator/events/connectionboard.h"
 #include "communicator/runtime/lifecycle.h"
 #include "communicator/runtime/logging.h"
 
@@ -29,7 +30,8 @@ void ProxyDevices::setEvents(bool wanted)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {
-            open = m_channels = std::make_shared<EventChannels>(m_engines.loop(), m_events);
+            open = m_channels =
+                std::make_shared<EventChannels>(m_engines.loop(), m_events, ConnectionBoard::ofProcess());
         } else if (!wanted) {
             closed.swap(m_channels);
         }

@@ -57,10 +57,11 @@ const QMap<QString, QStringList>& layers()
 {
     static const QMap<QString, QStringList> table{
         {"communicator",
-         {"communicator/http", "communicator/packages", "communicator/proxy", "communicator/runtime",
-          "interfaces", "json"}},
+         {"communicator/events", "communicator/http", "communicator/packages", "communicator/proxy",
+          "communicator/runtime", "interfaces", "json"}},
         {"communicator/devices", {"communicator", "communicator/http"}},
-        {"communicator/events", {"communicator/devices", "communicator/http", "communicator/runtime"}},
+        {"communicator/events",
+         {"communicator", "communicator/devices", "communicator/http", "communicator/runtime"}},
         {"communicator/http",
          {"communicator", "communicator/devices", "communicator/json", "communicator/runtime", "interfaces",
           "json"}},
