@@ -26,13 +26,13 @@ public:
     /// Puts the file in its place. @return whether it is there, whole; see reason(). It is the last call.
     bool commit();
     /// Why the last call failed, for people.
-    const QString& reason() const { return m_reason; }
+    const QString& error() const { return m_error; }
 
 private:
-    bool fail(const QString& reason);
+    bool fail(const QString& error);
 
     QSaveFile m_file;
-    QString m_reason;
+    QString m_error;
     Q_DISABLE_COPY_MOVE(AtomicFile)
 };
 
