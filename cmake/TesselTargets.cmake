@@ -18,7 +18,7 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   add_link_options(-fsanitize=thread)
   # Every program of ours tells the sanitizer how Qt orders threads.
   add_library(tessel_qtthreads OBJECT ${PROJECT_SOURCE_DIR}/tests/support/qtthreads.cpp)
-  target_link_libraries(tessel_qtthreads PRIVATE Qt5::Core)
+  target_link_libraries(tessel_qtthreads PRIVATE Qt${TESSEL_QT}::Core)
   target_sources(tessel_warnings INTERFACE
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
@@ -37,7 +37,7 @@ endfunction()
 
 # tessel_precompile_test(TARGET): the same for test code, which shares one set of headers.
 function(tessel_precompile_test target)
-  target_link_libraries(${target} PRIVATE qtpromise::qtpromise Qt5::Test)
+  target_link_libraries(${target} PRIVATE qtpromise::qtpromise Qt${TESSEL_QT}::Test)
   target_precompile_headers(${target} REUSE_FROM tessel_test_headers)
 endfunction()
 
@@ -101,7 +101,7 @@ function(tessel_test name)
     set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp
       PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   endif()
-  target_link_libraries(${name} PRIVATE test_process ${ARG_LIBRARIES} Qt5::Core Qt5::Test tessel_warnings)
+  target_link_libraries(${name} PRIVATE test_process ${ARG_LIBRARIES} Qt${TESSEL_QT}::Core Qt${TESSEL_QT}::Test tessel_warnings)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
     ENVIRONMENT "${tessel_test_environment}")
