@@ -17,7 +17,7 @@ thread_local int callsHere = 0;
 
 } // namespace
 
-class ObserverHandle::Observer
+class Q_DECL_HIDDEN ObserverHandle::Observer
 {
 public:
     virtual ~Observer() = default;
