@@ -5,6 +5,7 @@ build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-d
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 test_packages=(python3)
 style_packages=(git clang-format clang-tidy)
+abi_packages=(git abigail-tools)
 mutation_packages=(python3 python3-clang)
 
 # install_missing PACKAGE...
