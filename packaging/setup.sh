@@ -4,6 +4,7 @@
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 test_packages=(python3)
+qt6_packages=(qt6-base-dev)
 style_packages=(git clang-format clang-tidy codespell doxygen reuse)
 abi_packages=(git abigail-tools)
 mutation_packages=(python3 python3-clang)
