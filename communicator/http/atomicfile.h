@@ -2,8 +2,6 @@
 #ifndef COMMUNICATOR_HTTP_ATOMICFILE_H
 #define COMMUNICATOR_HTTP_ATOMICFILE_H
 
-#include <communicator/ihttpversiontrigger.h>
-
 #include <QSaveFile>
 #include <QString>
 
@@ -14,7 +12,7 @@ namespace Krelm::Communicator::HttpDevice {
 ///
 /// QSaveFile alone does not do: the last buffer that it writes may fail unseen, when the disk is full, and a
 /// cut file then takes the place of the old one.
-class COMMUNICATOR_EXPORT AtomicFile
+class AtomicFile
 {
 public:
     explicit AtomicFile(const QString& path);

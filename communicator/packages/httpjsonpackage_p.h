@@ -13,7 +13,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 class PendingReply;
 
-class HttpJsonPackage::Private
+class Q_DECL_HIDDEN HttpJsonPackage::Private
 {
 public:
     /// The package as the value that an engine takes; the body is shared, not copied.
