@@ -5,6 +5,7 @@
 #include "communicator/http/asyncexchange.h"
 #include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
+#include "communicator/http/keptlist.h"
 #include "communicator/runtime/ioloop.h"
 
 #include <QHash>
@@ -15,7 +16,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -92,8 +92,6 @@ private:
     void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
-    std::unique_ptr<Connection> takeKept(const Device* device);
-    void dropKept(std::list<Kept>::iterator kept);
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
@@ -105,8 +103,7 @@ private:
     bool m_isStarting = false;
     size_t m_underWay = 0;
     std::optional<std::chrono::steady_clock::time_point> m_limitTold;
-    std::list<Kept> m_kept; ///< the least recently used first
-    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    KeptList<const Device*, Kept> m_kept;
     std::vector<std::unique_ptr<AsyncExchange>> m_idle;
     Q_DISABLE_COPY_MOVE(RequestQueue)
 };
