@@ -18,10 +18,13 @@ namespace Tessel::Operations {
 struct Parameter
 {
     enum Direction { In, Out, InOut };
+    /// What of a reply an output holds.
+    enum Source { Body, HttpStatus, ResponseHeaders };
 
     QString name;
     ValueType type;
     Direction direction;
+    Source source = Body;
 };
 
 /// What a call left behind.

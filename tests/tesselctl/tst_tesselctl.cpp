@@ -354,7 +354,7 @@ void TestTesselctl::anOverloadIsPickedByItsNumber()
 
 void TestTesselctl::coefficientsAreReadAsBlocks()
 {
-    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "cids=1,2"};
+    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "ids=1,2"};
     const Run sent = run(call + QStringList{R"(data=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
     QVERIFY2(sent.code == 0, sent.err);
     QCOMPARE(m_simulator->requestCount(), quint64(1));
@@ -599,7 +599,7 @@ void TestTesselctl::operationsAreListedWithWhatTheySend()
 
 void TestTesselctl::operationsAreListedForBothProtocols()
 {
-    const Run run = ::run({"ops", "ScreenInfo::getBrightness screenId"});
+    const Run run = ::run({"ops", "ScreenInfo::getBrightness id"});
     QVERIFY2(run.out.contains("GET /api/v1/device/screen/{id}/brightness  (single-screen protocol)\n"),
              run.out);
     QVERIFY2(run.out.contains("GET /api/v1/screen/brightness  (multi-screen protocol)\n"), run.out);
@@ -609,7 +609,7 @@ void TestTesselctl::overloadsAreListedWithTheirNumbers()
 {
     const QByteArray out = run({"ops", "HWInfo::getHWInfo#"}).out;
     QVERIFY2(out.startsWith("HWInfo::getHWInfo#1 force=true|false\n"), out);
-    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  out\n"), out);
+    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  result\n"), out);
 }
 
 void TestTesselctl::operationsAreListedAsJson()
