@@ -20,6 +20,33 @@ using Tessel::Operations::Lookup;
 
 namespace {
 
+const char* const footer = R"(
+Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl ops"
+lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
+standard input. The device is no argument, it comes from --device.
+
+In the object of a form's parts a text "@FILE" is a file to send, "@@..." a text that begins with an @; other texts
+go as they are, everything else as JSON.
+
+Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl ops". Operations that do
+not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
+which protocol it speaks, since their paths depend on it.
+
+An operation without a result prints ok, with --json true. With several devices --json prints one object with the
+results by device, null where the call failed.
+
+Examples:
+  tesselctl --device 192.168.0.10 call Capability::getAllChipType
+  tesselctl --device 192.168.0.10 call sendParameters body=@parameters.json
+  tesselctl --device 192.168.0.10 call setSinglePrestoreImage id=3 parts='{"image":"@picture.png"}'
+  echo '{"cabinetId":1}' | tesselctl --device 192.168.0.10 call getParameters -)";
+
+struct Options
+{
+    QString operation;
+    QStringList arguments;
+};
+
 // One output stands for itself, several stand under their names, none leaves the bare yes.
 QVariant resultOf(const Operation& operation, const QVariantList& outputs)
 {
@@ -109,18 +136,15 @@ private:
     ExitCode m_exitCode = Done;
 };
 
-} // namespace
-
-ExitCode runCall(const Settings& settings, const QString& operation, const QStringList& arguments,
-                 Console& console)
+ExitCode runCall(const Settings& settings, const Options& options, Console& console)
 {
-    const Lookup found = findOperation(allOperations(), operation);
+    const Lookup found = findOperation(allOperations(), options.operation);
     if (found.operations.empty()) {
         console.error(printable(found.problem));
         return Usage;
     }
     ArgumentFiles files;
-    const BoundCall call = bindArguments(found.operations, arguments, files);
+    const BoundCall call = bindArguments(found.operations, options.arguments, files);
     if (!call.operation) {
         console.error(call.problem);
         return Usage;
@@ -139,6 +163,23 @@ ExitCode runCall(const Settings& settings, const QString& operation, const QStri
         caller.printAll();
     }
     return caller.exitCode();
+}
+
+} // namespace
+
+void addCall(CommandParser& parser)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser call = parser.addCommand("call", QStringLiteral("call an operation on every device"));
+    call.add("OPERATION", options->operation,
+             QStringLiteral("Class::operation, or operation where one class alone has it"))
+        .required();
+    call.add("ARGUMENTS", options->arguments, QStringLiteral("its arguments, value or name=value"))
+        .placeholder("");
+    call.setFooter(QString::fromUtf8(footer));
+    call.setRun([options](const Settings& settings, Console& console) {
+        return runCall(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/coefficients.h"
 #include "tesselctl/commands/devicerun.h"
 
 #include "tesselctl/terminal/jsontext.h"
@@ -18,6 +18,24 @@ namespace TesselCtl {
 using Krelm::Communicator::HttpDevice::AtomicFile;
 
 namespace {
+
+const char* const footer = R"(
+PATH is a directory, which ends in a slash or is there, and gets a file CABINET.json for each cabinet; or a file,
+which gets a JSON object of cabinet and table, and only when all could be read. What "upload" reads is what
+"download" writes. SIGINT and SIGTERM end it with exit code 1; a file is written whole or stays as it was.
+
+Plain tables come as one list of the whole device, into a file. Multilayer and adaptive ones come by cabinet and
+need --cabinets. Devices do not give the other kinds back.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients download wall.json
+  tesselctl --device 192.168.0.10 coefficients download tables/ --kind multilayer --cabinets 3,7)";
+
+struct Options
+{
+    QString path; ///< file or directory
+    CoefficientSelection selection;
+};
 
 using List = QList<QVariant>;
 
@@ -130,11 +148,13 @@ QString faultOfDestination(const QString& path, bool directory, const QStringLis
     return QFileInfo(path).isWritable() ? QString() : QStringLiteral("the directory cannot be written");
 }
 
-} // namespace
-
-ExitCode runCoefficientDownload(const Settings& settings, const QString& path, const QString& kindName,
-                                const QStringList& cabinets, Console& console)
+/// Reads coefficients from one device into a file, or into one file per cabinet where the path is a
+/// directory. What a failure would cut short stays as it was.
+ExitCode runDownload(const Settings& settings, const Options& options, Console& console)
 {
+    const QString& path = options.path;
+    const QString& kindName = options.selection.kind;
+    const QStringList cabinets = options.selection.cabinetNames();
     const CoefficientKind& kind = coefficientKind(kindName);
     const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
     QString problem;
@@ -196,6 +216,21 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
     }
     return code;
+}
+
+} // namespace
+
+void addCoefficientDownload(CommandParser& coefficients)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser download = coefficients.addCommand("download", QStringLiteral("write tables into files"));
+    download.add("PATH", options->path, QStringLiteral("file or directory")).required().placeholder("");
+    options->selection.addKind(download);
+    options->selection.addCabinets(download, QStringLiteral("those to read"));
+    download.setFooter(QString::fromUtf8(footer));
+    download.setRun([options](const Settings& settings, Console& console) {
+        return runDownload(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/coefficients.h"
 
 #include "tesselctl/commands/coefficientfiles.h"
 #include "tesselctl/commands/resumecommand.h"
@@ -26,6 +26,29 @@
 namespace TesselCtl {
 
 namespace {
+
+const char* const footer = R"(
+PATH is a directory with a file CABINET.json for each cabinet, which holds one JSON array; or a file with a JSON
+object of cabinet and array; or a file with one JSON array, which goes to the device as it is. All files are
+tested before anything is sent.
+
+Plain and multilayer tables go cabinet by cabinet. Adaptive, dynamic and lowgray ones go as one list, the tables
+of all cabinets one after the other, because the device's paths for them name no cabinet.
+
+A device that cannot be reached three times in a row gets no further tables. Cabinets that failed are told at the
+end, with the command that uploads just those; after SIGINT or SIGTERM too.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients upload tables/
+  tesselctl --device 192.168.0.10 coefficients upload wall.json --kind multilayer --parallel 8
+  tesselctl --device wall=192.168.0.10 --json coefficients upload wall.json | jq .wall.failed)";
+
+struct Options
+{
+    QString path; ///< file or directory
+    CoefficientSelection selection;
+    int parallel = 4; ///< requests under way at once
+};
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
@@ -251,13 +274,14 @@ std::vector<Job> jobsFor(const CoefficientKind& kind, const std::vector<Device>&
     return jobs;
 }
 
-QString resumeOf(const Settings& settings, const CoefficientUpload& upload, const QString& device,
+QString resumeOf(const Settings& settings, const Options& options, const QString& device,
                  QStringList cabinets)
 {
     QStringList command{QStringLiteral("coefficients"), QStringLiteral("upload"),
-                        QFileInfo(upload.path).absoluteFilePath(), QStringLiteral("--kind"), upload.kind};
-    if (upload.parallel != CoefficientUpload().parallel) {
-        command << QStringLiteral("--parallel") << QString::number(upload.parallel);
+                        QFileInfo(options.path).absoluteFilePath(), QStringLiteral("--kind"),
+                        options.selection.kind};
+    if (options.parallel != Options().parallel) {
+        command << QStringLiteral("--parallel") << QString::number(options.parallel);
     }
     cabinets.removeAll(QString());
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
@@ -295,13 +319,12 @@ void tellFailures(const QString& device, const Result& result, const QString& re
     console.info(QStringLiteral("  ") + resume);
 }
 
-} // namespace
-
-ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
+/// Uploads coefficients to every device and tells which cabinets failed and how to go on with those.
+ExitCode runUpload(const Settings& settings, const Options& options, Console& console)
 {
-    Expected<std::vector<CoefficientTable>> tables = readCoefficients(upload.path);
+    Expected<std::vector<CoefficientTable>> tables = readCoefficients(options.path);
     if (tables) {
-        tables = tablesOf(*std::move(tables), upload.cabinets);
+        tables = tablesOf(*std::move(tables), options.selection.cabinetNames());
     }
     if (!tables) {
         console.error(tables.error());
@@ -323,8 +346,8 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
 
     // The library tells on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
-    const CoefficientKind& kind = coefficientKind(upload.kind);
-    Uploader uploader(kind, jobsFor(kind, devices, *tables), upload.parallel, settings.trace, console);
+    const CoefficientKind& kind = coefficientKind(options.selection.kind);
+    Uploader uploader(kind, jobsFor(kind, devices, *tables), options.parallel, settings.trace, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;
@@ -332,7 +355,7 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
         const Result result = uploader.resultOf(device.name);
         QString resume;
         if (!result.failed.isEmpty()) {
-            resume = resumeOf(settings, upload, device.name, result.failed.keys());
+            resume = resumeOf(settings, options, device.name, result.failed.keys());
             tellFailures(device.name, result, resume, console);
         }
         QVariantMap failed;
@@ -353,6 +376,25 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
         console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
     }
     return uploader.exitCode();
+}
+
+} // namespace
+
+void addCoefficientUpload(CommandParser& coefficients)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser upload = coefficients.addCommand("upload", QStringLiteral("upload tables from files"));
+    upload.add("PATH", options->path, QStringLiteral("file or directory")).required().placeholder("");
+    options->selection.addKind(upload);
+    options->selection.addCabinets(upload, QStringLiteral("only these; otherwise all that are there"));
+    upload.add("--parallel", options->parallel, QStringLiteral("requests under way at once"))
+        .between(1, 16)
+        .placeholder("N")
+        .showDefault();
+    upload.setFooter(QString::fromUtf8(footer));
+    upload.setRun([options](const Settings& settings, Console& console) {
+        return runUpload(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

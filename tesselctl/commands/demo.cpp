@@ -401,9 +401,13 @@ private:
 
 } // namespace
 
-ExitCode runDemo(Console& console)
+void addDemo(CommandParser& parser)
 {
-    return Demo(console).run() ? Done : Failed;
+    CommandParser demo =
+        parser.addCommand("demo", QStringLiteral("show the library at work on two simulated controllers"));
+    demo.setFooter(QStringLiteral("\nIt needs no device. Exit code 0 when every step succeeded."));
+    demo.setRun(
+        [](const Settings& /*settings*/, Console& console) { return Demo(console).run() ? Done : Failed; });
 }
 
 } // namespace TesselCtl

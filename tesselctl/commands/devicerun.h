@@ -2,10 +2,9 @@
 #ifndef TESSELCTL_DEVICERUN_H
 #define TESSELCTL_DEVICERUN_H
 
-#include "tesselctl/commands/commands.h"
-
 #include "tesselctl/requests/callobserver.h"
 #include "tesselctl/requests/interruption.h"
+#include "tesselctl/settings.h"
 
 #include <QVariant>
 

@@ -30,6 +30,24 @@ using UrlResource::MonitorInfo;
 
 namespace {
 
+const char* const footer = R"(
+On a terminal a table that stays in its place, elsewhere a line per reading: time, device, fans, temperature,
+voltage and, as ranges, what its parts measure. Warnings that a device pushes stand above the table, with a bell,
+or are lines of their own. With --json one object per line with time, kind (reading or warning), device and data
+or payload. SIGINT and SIGTERM end it with exit code 0; after --count it ends with the code of the first device
+whose last reading failed.
+
+Examples:
+  tesselctl --device 192.168.0.10 monitor
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 monitor --interval 10
+  tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
+
+struct Options
+{
+    double interval = 2; ///< seconds between readings
+    int count = 0;       ///< readings of each device; 0 is no limit
+};
+
 QString warningName(WarningType type)
 {
     return QLatin1String(Tessel::warningRow(type).name());
@@ -53,11 +71,11 @@ struct Warning
 class Monitor : public QObject
 {
 public:
-    Monitor(const Settings& settings, const std::vector<Device>& devices, int interval, int count,
+    Monitor(const Settings& settings, const std::vector<Device>& devices, const Options& options,
             Console& console)
         : m_json(settings.json)
         , m_inPlace(!settings.json && isTerminal(stdout))
-        , m_count(count)
+        , m_count(options.count)
         , m_console(console)
         , m_trace(traceExchanges(settings.trace, console))
     {
@@ -78,7 +96,7 @@ public:
                     onWarning({device, warningName(WarningType::Cabinet), payload});
                 });
         connect(&m_timer, &QTimer::timeout, this, &Monitor::readAll);
-        m_timer.start(interval);
+        m_timer.start(static_cast<int>(options.interval * 1000));
         QTimer::singleShot(0, this, &Monitor::readAll);
     }
 
@@ -260,9 +278,7 @@ private:
     int m_painted = 0; // lines of the table on the terminal
 };
 
-} // namespace
-
-ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console)
+ExitCode runMonitor(const Settings& settings, const Options& options, Console& console)
 {
     const std::vector<Device> devices = readDevices(settings.devices, console);
     if (devices.empty()) {
@@ -277,10 +293,30 @@ ExitCode runMonitor(const Settings& settings, int interval, int count, Console& 
     if (!addDevices(devices, console)) {
         return Usage;
     }
-    Monitor monitor(settings, devices, interval, count, console);
+    Monitor monitor(settings, devices, options, console);
     QCoreApplication::exec();
     monitor.end();
     return ended ? Done : monitor.exitCode();
+}
+
+} // namespace
+
+void addMonitor(CommandParser& parser)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser monitor = parser.addCommand(
+        "monitor", QStringLiteral("show fans, temperatures and voltages live, and warnings"));
+    monitor.add("--interval", options->interval, QStringLiteral("time between readings"))
+        .between(0.1, 86400.0)
+        .placeholder("SECONDS")
+        .showDefault();
+    monitor.add("--count", options->count, QStringLiteral("end after so many readings of each device"))
+        .positive()
+        .placeholder("N");
+    monitor.setFooter(QString::fromUtf8(footer));
+    monitor.setRun([options](const Settings& settings, Console& console) {
+        return runMonitor(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -18,6 +18,11 @@ using Tessel::Operations::placeholderOf;
 
 namespace {
 
+const char* const footer = R"(
+Examples:
+  tesselctl ops brightness
+  tesselctl --json ops | jq .)";
+
 /// An operation as the list shows it.
 struct Entry
 {
@@ -70,11 +75,16 @@ QVariantList listOf(const ProbedRequests& requests)
 QVariantMap objectOf(const Entry& entry)
 {
     const QString directions[] = {QStringLiteral("in"), QStringLiteral("out"), QStringLiteral("inout")};
+    const QString sources[] = {QString(), QStringLiteral("HTTP status"), QStringLiteral("response headers")};
     QVariantList parameters;
     for (const Parameter& parameter : entry.operation.parameters) {
-        parameters.append(QVariantMap{{QStringLiteral("name"), parameter.name},
-                                      {QStringLiteral("type"), placeholderOf(parameter.type)},
-                                      {QStringLiteral("direction"), directions[parameter.direction]}});
+        QVariantMap object{{QStringLiteral("name"), parameter.name},
+                           {QStringLiteral("type"), placeholderOf(parameter.type)},
+                           {QStringLiteral("direction"), directions[parameter.direction]}};
+        if (parameter.source != Parameter::Body) {
+            object.insert(QStringLiteral("source"), sources[parameter.source]);
+        }
+        parameters.append(object);
     }
     return {{QStringLiteral("operation"), entry.name},
             {QStringLiteral("usage"), entry.operation.usage()},
@@ -83,8 +93,8 @@ QVariantMap objectOf(const Entry& entry)
             {nameOf(Protocol::MultiScreen), listOf(entry.multiScreen)}};
 }
 
-} // namespace
-
+/// Lists the operations, with what they take and what they send, whose lines hold @p filter, upper and lower
+/// case being the same.
 ExitCode runOps(const Settings& settings, const QString& filter, Console& console)
 {
     QHash<QString, int> overloads;
@@ -119,6 +129,19 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
         console.error(QStringLiteral("no operation matches"));
     }
     return Done;
+}
+
+} // namespace
+
+void addOps(CommandParser& parser)
+{
+    const auto filter = std::make_shared<QString>();
+    CommandParser ops =
+        parser.addCommand("ops", QStringLiteral("list the operations: arguments, verb and path"));
+    ops.add("FILTER", *filter, QStringLiteral("only those that contain this"));
+    ops.setFooter(QString::fromUtf8(footer));
+    ops.setRun(
+        [filter](const Settings& settings, Console& console) { return runOps(settings, *filter, console); });
 }
 
 } // namespace TesselCtl

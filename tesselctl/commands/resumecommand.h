@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_COMMANDS_RESUMECOMMAND_H
 #define TESSELCTL_COMMANDS_RESUMECOMMAND_H
 
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/settings.h"
 
 #include <QString>
 #include <QStringList>

@@ -8,6 +8,14 @@
 
 namespace TesselCtl {
 
+namespace {
+
+const char* const footer = R"(
+Examples:
+  tesselctl routes chips
+  tesselctl routes /device/cabinet)";
+
+/// Lists the routes whose key or path holds @p filter, upper and lower case being the same.
 ExitCode runRoutes(const Settings& settings, const QString& filter, Console& console)
 {
     const QMap<QString, QString> routes = AllUrlResource::getInstance()->getMapAllUrl();
@@ -27,6 +35,20 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
         console.error(QStringLiteral("no route matches"));
     }
     return Done;
+}
+
+} // namespace
+
+void addRoutes(CommandParser& parser)
+{
+    const auto filter = std::make_shared<QString>();
+    CommandParser routes =
+        parser.addCommand("routes", QStringLiteral("list the device API's routes: key and path"));
+    routes.add("FILTER", *filter, QStringLiteral("only those that contain this"));
+    routes.setFooter(QString::fromUtf8(footer));
+    routes.setRun([filter](const Settings& settings, Console& console) {
+        return runRoutes(settings, *filter, console);
+    });
 }
 
 } // namespace TesselCtl

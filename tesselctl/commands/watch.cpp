@@ -26,6 +26,22 @@ using Krelm::Communicator::HttpDevice::HttpProxy;
 
 namespace {
 
+const char* const footer = R"(
+One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device
+where the signal tells it, Class::signal, its other arguments. With --json one object per line with time, kind
+(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit
+code 0. What the event streams do goes to standard error.
+
+Examples:
+  tesselctl --device 192.168.0.10 watch
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 --json watch --seconds 60 | jq .payload)";
+
+struct Options
+{
+    int count = 0;   ///< events to print; 0 is no limit
+    int seconds = 0; ///< to watch; 0 is no limit
+};
+
 /// Prints what comes, line by line, and ends the event loop when enough came or nobody reads any more.
 class Watcher : public QObject
 {
@@ -124,9 +140,7 @@ private:
     SignalCatcher m_catcher;
 };
 
-} // namespace
-
-ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console)
+ExitCode runWatch(const Settings& settings, const Options& options, Console& console)
 {
     const std::vector<Device> devices = readDevices(settings.devices, console);
     if (devices.empty()) {
@@ -137,17 +151,36 @@ ExitCode runWatch(const Settings& settings, int count, int seconds, Console& con
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
     const auto trace = traceExchanges(settings.trace, console);
-    const Watcher watcher(settings.json, count, console);
+    const Watcher watcher(settings.json, options.count, console);
     DeviceManager::getInstance()->initManager();
     if (!addDevices(devices, console)) {
         return Usage;
     }
-    if (seconds > 0) {
-        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
+    if (options.seconds > 0) {
+        QTimer::singleShot(std::chrono::seconds(options.seconds), QCoreApplication::instance(),
                            &QCoreApplication::quit);
     }
     QCoreApplication::exec();
     return Done;
+}
+
+} // namespace
+
+void addWatch(CommandParser& parser)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser watch = parser.addCommand(
+        "watch", QStringLiteral("print what the devices push and the signals of the operators"));
+    watch.add("--count", options->count, QStringLiteral("end after so many events"))
+        .positive()
+        .placeholder("N");
+    watch.add("--seconds", options->seconds, QStringLiteral("end after so many seconds"))
+        .between(1, 1'000'000)
+        .placeholder("N");
+    watch.setFooter(QString::fromUtf8(footer));
+    watch.setRun([options](const Settings& settings, Console& console) {
+        return runWatch(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -84,7 +84,7 @@ const QMap<QString, QStringList>& layers()
         {"tessel/frames", {"interfaces", "tessel", "tessel/envelopes"}},
         {"tessel/records", {"interfaces", "tessel", "tessel/serializing"}},
         {"tessel/serializing", {"interfaces"}},
-        {"tesselctl", {"operations", "tesselctl/commands", "tesselctl/terminal"}},
+        {"tesselctl", {"operations", "tesselctl/commands", "tesselctl/requests", "tesselctl/terminal"}},
         {"tesselctl/commands",
          {"communicator/http", "interfaces", "operations", "simulator", "tessel", "tesselctl",
           "tesselctl/operations", "tesselctl/requests", "tesselctl/terminal"}},

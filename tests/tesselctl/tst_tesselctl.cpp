@@ -78,6 +78,7 @@ private Q_SLOTS:
     void routesAreListed();
     void operationsAreListedWithWhatTheySend();
     void operationsAreListedForBothProtocols();
+    void outputsOfAnotherKindThanTheBodySaySo();
     void overloadsAreListedWithTheirNumbers();
     void operationsAreListedAsJson();
     void watchPrintsPushedEvents();
@@ -158,7 +159,16 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
     row("secret variable not set",
         call + QStringList{"getAllChipType", "--login", "bearer", "--secret-env", "TESSELCTL_TEST_NOT_SET"},
         "TESSELCTL_TEST_NOT_SET");
-    row("count of nothing", {"--device", "h:1", "watch", "--count", "0"}, "--count");
+    row("count of nothing", {"--device", "h:1", "watch", "--count", "0"},
+        "--count: expected a whole number from 1, got \"0\"");
+    row("count below nothing", {"--device", "h:1", "watch", "--count", "-5"},
+        "--count: expected a whole number from 1, got \"-5\"");
+    row("seconds beyond the limit", {"--device", "h:1", "watch", "--seconds", "1000001"},
+        "--seconds: expected a whole number from 1 to 1000000, got \"1000001\"");
+    row("time that is no number", {"--device", "h:1", "monitor", "--interval", "soon"},
+        "--interval: expected a number from 0.1 to 86400, got \"soon\"");
+    row("number that is none", {"firmware", "download", "f", "--id", "3", "--type", "x"},
+        "--type: expected a whole number, got \"x\"");
     row("watch without device", {"watch"}, "--device");
 }
 
@@ -603,6 +613,24 @@ void TestTesselctl::operationsAreListedForBothProtocols()
     QVERIFY2(run.out.contains("GET /api/v1/device/screen/{id}/brightness  (single-screen protocol)\n"),
              run.out);
     QVERIFY2(run.out.contains("GET /api/v1/screen/brightness  (multi-screen protocol)\n"), run.out);
+}
+
+void TestTesselctl::outputsOfAnotherKindThanTheBodySaySo()
+{
+    const auto sources = [](const char* filter) {
+        QStringList found;
+        for (const QJsonValue& operation : run({"ops", "--json", filter}).json().array()) {
+            for (const QJsonValue& parameter : operation.toObject().value("parameters").toArray()) {
+                const QString source = parameter.toObject().value("source").toString();
+                if (!source.isEmpty()) {
+                    found << parameter.toObject().value("name").toString() + ": " + source;
+                }
+            }
+        }
+        return found;
+    };
+    QCOMPARE(sources("getScreenCorrectNicc"), QStringList{"status: HTTP status"});
+    QCOMPARE(sources("setCheckerBoardImage#2"), QStringList{"headers: response headers"});
 }
 
 void TestTesselctl::overloadsAreListedWithTheirNumbers()
