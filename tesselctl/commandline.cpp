@@ -33,6 +33,7 @@ Exit codes:
   3  no connection to the device, or it ended early
   4  the device did not answer in time
   5  the device refused: an HTTP status other than 2xx, or a code other than 0 in its reply
+  130, 143  SIGINT or SIGTERM ended a call
 With several devices: the code of the first that failed.)";
 
 // "a, b or c"

@@ -3,6 +3,7 @@
 
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
@@ -74,9 +75,11 @@ QString textOf(const QVariant& result)
 class Caller
 {
 public:
-    Caller(const Settings& settings, const BoundCall& call, Console& console)
+    Caller(const Settings& settings, const BoundCall& call, const Interruption& interruption,
+           Console& console)
         : m_settings(settings)
         , m_call(call)
+        , m_interruption(interruption)
         , m_console(console)
         , m_trace(traceExchanges(settings.trace, console))
     {}
@@ -85,20 +88,14 @@ public:
     /// output of one of several.
     void callOn(const QString& device, bool label)
     {
-        QVariantList values = m_call.values;
-        if (m_call.operation->takesDevice()) {
-            values[0] = device;
-        }
         if (m_call.operation->choosesByProtocol()) {
             HWInfo::getInstance()->getHwProtoc(device, true);
         }
-        CallObserver exchanges;
-        const CallObserver::Scope scope = exchanges.collect();
-        const CallResult called = m_call.operation->invoke(values);
-        exchanges.waitForAll();
-        Outcome outcome = exchanges.outcome(called.succeeded);
-        if (outcome.code == Failed && !called.reason.isEmpty()) {
-            outcome.reason = printable(called.reason);
+        CallResult called;
+        Outcome outcome = m_interruption.happened() ? Outcome{Failed, {}} : call(device, called);
+        if (outcome.code != Done && m_interruption.happened()) {
+            m_exitCode = static_cast<ExitCode>(128 + m_interruption.signal());
+            outcome = {m_exitCode, QStringLiteral("interrupted")};
         }
         // One that did not wait says yes even when no reply came.
         const bool answered = called.succeeded && (outcome.code == Done || outcome.code == Refused);
@@ -128,8 +125,26 @@ public:
     ExitCode exitCode() const { return m_exitCode; }
 
 private:
+    Outcome call(const QString& device, CallResult& called)
+    {
+        QVariantList values = m_call.values;
+        if (m_call.operation->takesDevice()) {
+            values[0] = device;
+        }
+        CallObserver exchanges;
+        const CallObserver::Scope scope = exchanges.collect();
+        called = m_call.operation->invoke(values);
+        exchanges.waitForAll();
+        Outcome outcome = exchanges.outcome(called.succeeded);
+        if (outcome.code == Failed && !called.reason.isEmpty()) {
+            outcome.reason = printable(called.reason);
+        }
+        return outcome;
+    }
+
     const Settings& m_settings;
     const BoundCall& m_call;
+    const Interruption& m_interruption;
     Console& m_console;
     const ObserverHandle m_trace;
     QVariantMap m_results; ///< by device, null where the call failed
@@ -150,11 +165,15 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
         return Usage;
     }
     const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty() || !addDevices(devices, console)) {
+    if (devices.empty()) {
+        return Usage;
+    }
+    const Interruption interruption(forgetDevices);
+    if (!addDevices(devices, console)) {
         return Usage;
     }
 
-    Caller caller(settings, call, console);
+    Caller caller(settings, call, interruption, console);
     const bool several = devices.size() > 1;
     for (const Device& device : devices) {
         caller.callOn(device.name, several);

@@ -5,12 +5,13 @@
 #include "tesselctl/commands/coefficientfiles.h"
 #include "tesselctl/commands/resumecommand.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
-#include "tesselctl/terminal/terminationsignal.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -335,11 +336,11 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         return Usage;
     }
     Uploader* running = nullptr;
-    const TerminationSignal stop([&] {
+    const Interruption interruption(Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
         if (running) {
             running->stop();
         }
-    });
+    }));
     if (!addDevices(devices, console)) {
         return Usage;
     }

@@ -3,8 +3,8 @@
 #define TESSELCTL_DEVICERUN_H
 
 #include "tesselctl/requests/callobserver.h"
-#include "tesselctl/requests/interruption.h"
 #include "tesselctl/settings.h"
+#include "tesselctl/terminal/interruption.h"
 
 #include <QVariant>
 
@@ -46,7 +46,8 @@ private:
     const Settings& m_settings;
     Console& m_console;
     std::vector<Device> m_devices;
-    const Interruption m_interruption; // after the devices: a question for the secret ends the usual way
+    // After the devices: a signal at the question for the secret ends the process.
+    const Interruption m_interruption{forgetDevices};
     const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
 };
 

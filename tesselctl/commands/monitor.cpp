@@ -3,11 +3,11 @@
 
 #include "tesselctl/commands/monitortext.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminal.h"
-#include "tesselctl/terminal/terminationsignal.h"
 
 #include <communicator/httpjsonpackage.h>
 #include <tessel/devicemanager.h>
@@ -284,11 +284,8 @@ ExitCode runMonitor(const Settings& settings, const Options& options, Console& c
     if (devices.empty()) {
         return Usage;
     }
-    bool ended = false;
-    const TerminationSignal stop([&ended] {
-        ended = true;
-        QCoreApplication::quit();
-    });
+    const Interruption interruption(
+        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     DeviceManager::getInstance()->initManager();
     if (!addDevices(devices, console)) {
         return Usage;
@@ -296,7 +293,7 @@ ExitCode runMonitor(const Settings& settings, const Options& options, Console& c
     Monitor monitor(settings, devices, options, console);
     QCoreApplication::exec();
     monitor.end();
-    return ended ? Done : monitor.exitCode();
+    return interruption.happened() ? Done : monitor.exitCode();
 }
 
 } // namespace

@@ -2,9 +2,9 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
-#include "tesselctl/terminal/terminationsignal.h"
 #include <operations/operators.h>
 #include <operations/signalcatcher.h>
 
@@ -146,7 +146,8 @@ ExitCode runWatch(const Settings& settings, const Options& options, Console& con
     if (devices.empty()) {
         return Usage;
     }
-    const TerminationSignal stop([] { QCoreApplication::quit(); });
+    const Interruption interruption(
+        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     // The transport tells what its streams do in this category, on standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));

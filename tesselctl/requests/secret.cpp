@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/requests/secret.h"
 
-#include "tesselctl/terminal/blockedsignals.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/printable.h"
 
 #include <QFile>
@@ -36,12 +36,12 @@ Expected<QString> fromFile(const QString& name)
 }
 
 /// Waits until @p terminal can be read. @return 0, or the signal that came instead.
-int signalWhileWaiting(const QFile& terminal, const BlockedSignals& signals)
+int signalWhileWaiting(const QFile& terminal, const Interruption& interruption)
 {
-    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {interruption.descriptor(), POLLIN, 0}};
     while (::poll(awaited, 2, -1) < 0 && errno == EINTR) {
     }
-    return signals.take();
+    return interruption.signal();
 }
 
 // readpassphrase() does not end when the signal comes between its question and its read.
@@ -60,10 +60,10 @@ Expected<QString> fromTerminal()
     int signal = 0;
     {
         // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
-        const BlockedSignals signals;
+        const Interruption interruption;
         tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
         terminal.write("Password or token: ");
-        signal = signalWhileWaiting(terminal, signals);
+        signal = signalWhileWaiting(terminal, interruption);
         if (signal == 0) {
             line = terminal.readLine();
         }

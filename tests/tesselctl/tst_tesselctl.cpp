@@ -60,6 +60,8 @@ private Q_SLOTS:
     void coefficientsAreReadAsBlocks();
     void aPackageThatAnOperationFillsIsSent();
     void aCallbackIsWaitedFor();
+    void aSignalEndsACall_data();
+    void aSignalEndsACall();
     void aClosedPortEndsWithThree();
     void aBrokenReplyEndsWithThree();
     void silenceEndsWithFour();
@@ -387,6 +389,46 @@ void TestTesselctl::aCallbackIsWaitedFor()
     const Run run = ::run({"--json", "--device", address(), "call", "getMonitorData"});
     QVERIFY2(run.code == 0, run.err);
     QVERIFY(run.json().object().contains("fanSpeed"));
+}
+
+void TestTesselctl::aSignalEndsACall_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<int>("code");
+    const QString protocol = "/api/protocol/version";
+    QTest::newRow("SIGINT") << "getAllChipType" << chipPath << SIGINT << 130;
+    QTest::newRow("SIGTERM") << "getAllChipType" << chipPath << SIGTERM << 143;
+    QTest::newRow("one that does not wait")
+        << "setCabSingleBrightness 1 {}" << QString("/api/v1/device/cabinet/1/brightness") << SIGINT << 130;
+    QTest::newRow("a promise") << "getHWInfo2" << QString("/api/v1/device/hw") << SIGINT << 130;
+    QTest::newRow("while the protocol is asked for") << "getScreens true" << protocol << SIGINT << 130;
+}
+
+void TestTesselctl::aSignalEndsACall()
+{
+    QFETCH(QString, operation);
+    QFETCH(QString, path);
+    QFETCH(int, signal);
+    QFETCH(int, code);
+    Fault stall;
+    stall.path = path;
+    stall.cut = Fault::Cut::Stall;
+    stall.times = -1;
+    m_simulator->addFault(stall);
+    Simulator other;
+    QVERIFY(other.start());
+    Program program(QStringList{"--json", "--device", "wall=" + address(), "--device",
+                                "other=" + other.address(), "call"} +
+                    operation.split(' '));
+    QTRY_COMPARE_WITH_TIMEOUT(m_simulator->requestsInFlight(), 1, 30000);
+    program.send(signal);
+    const Run run = program.finish();
+    QCOMPARE(run.code, code);
+    QCOMPARE(run.err, QByteArray("tesselctl: wall: interrupted\ntesselctl: other: interrupted\n"));
+    QCOMPARE(run.json().object(), (QJsonObject{{"wall", QJsonValue()}, {"other", QJsonValue()}}));
+    QCOMPARE(other.requestCount(), quint64(0));
 }
 
 void TestTesselctl::aClosedPortEndsWithThree()
