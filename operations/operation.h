@@ -31,7 +31,7 @@ struct Parameter
 struct CallResult
 {
     bool succeeded = false;
-    QString reason; ///< why a promise was rejected
+    QString error; ///< why a promise was rejected
     QVariantList
         outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };

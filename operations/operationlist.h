@@ -35,7 +35,7 @@ const Operations& allOperations();
 struct Lookup
 {
     std::vector<const Operation*> operations; ///< the overloads; empty when the name is unknown or ambiguous
-    QString problem;                          ///< why, with the nearest names
+    QString error;                            ///< why, with the nearest names
 };
 
 /// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.

@@ -22,19 +22,19 @@ Examples:
   tesselctl --device https://wall.local --login digest --user admin --secret-file pw call getAllChipType
   tesselctl --device wall=192.168.0.10 watch --json | jq .payload
 
-Data goes to standard output, everything else to standard error. Colour is for terminals alone, and the environment
-variable NO_COLOR turns it off. Passwords and tokens are read from an environment variable, a file or the terminal,
+Data goes to standard output, everything else to standard error. Colour is used on terminals only; set the environment
+variable NO_COLOR to turn it off. Passwords and tokens are read from an environment variable, a file or the terminal,
 never from the command line.
 
 Exit codes:
-  0  done
-  1  failed for a reason that no other code names
-  2  the command line is wrong; nothing was sent
-  3  no connection to the device, or it ended early
+  0  success
+  1  a failure that no other code covers
+  2  an error in the command line; nothing was sent
+  3  no connection to the device, or the connection was lost
   4  the device did not answer in time
   5  the device refused: an HTTP status other than 2xx, or a code other than 0 in its reply
-  130, 143  SIGINT or SIGTERM ended a call
-With several devices: the code of the first that failed.)";
+  130, 143  SIGINT or SIGTERM interrupted a call
+With several devices, the exit code is that of the first one that failed.)";
 
 // "a, b or c"
 QString alternatives(QStringList names, const char* conjunction)
@@ -48,12 +48,11 @@ void addGlobalOptions(CommandParser& parser, Settings& settings)
 {
     DeviceSettings& devices = settings.devices;
     parser
-        .add("-d,--device", devices.devices,
-             QStringLiteral("a device: an address, or NAME=ADDRESS; repeatable"))
+        .add("-d,--device", devices.devices, QStringLiteral("a device: ADDRESS or NAME=ADDRESS; repeatable"))
         .placeholder("DEVICE")
         .repeatable();
     parser.addFlag("-j,--json", settings.json, QStringLiteral("print JSON"));
-    parser.addFlag("-t,--trace", settings.trace, QStringLiteral("tell every exchange on standard error"));
+    parser.addFlag("-t,--trace", settings.trace, QStringLiteral("print every exchange on standard error"));
 
     parser
         .add("--login", devices.login, QStringLiteral("how to log in: ") + alternatives(loginNames(), " or "))
@@ -62,31 +61,35 @@ void addGlobalOptions(CommandParser& parser, Settings& settings)
         .group("Login");
     parser
         .add("--user", devices.user,
-             QStringLiteral("user for ") + alternatives(loginNamesWithUser(), " and "))
+             QStringLiteral("user name for ") + alternatives(loginNamesWithUser(), " and "))
         .placeholder("NAME")
         .group("Login");
     const CommandOption variable =
         parser
             .add("--secret-env", devices.secretVariable,
-                 QStringLiteral("environment variable that holds password or token"))
+                 QStringLiteral("environment variable that holds the password or token"))
             .placeholder("VARIABLE")
             .group("Login");
     parser
         .add("--secret-file", devices.secretFile,
-             QStringLiteral("file whose first line is password or token"))
+             QStringLiteral("file whose first line is the password or token"))
         .placeholder("FILE")
         .excludes(variable)
         .group("Login");
 
-    parser.add("--ca-file", devices.caFile, QStringLiteral("PEM file of the authorities to trust"))
+    parser
+        .add("--ca-file", devices.caFile,
+             QStringLiteral("PEM file with the certificate authorities to trust"))
         .placeholder("FILE")
         .group("TLS");
-    parser.add("--pinned-key", devices.pinnedKey, QStringLiteral("sha256//BASE64 of the device's public key"))
+    parser
+        .add("--pinned-key", devices.pinnedKey,
+             QStringLiteral("sha256//BASE64 hash of the device's public key"))
         .placeholder("HASH")
         .group("TLS");
     parser
         .addFlag("--insecure", devices.insecure,
-                 QStringLiteral("accept any certificate, on a closed network only"))
+                 QStringLiteral("accept any certificate; for closed networks only"))
         .group("TLS");
 }
 
@@ -94,7 +97,7 @@ ExitCode run(const CommandParser::Run& command, const Settings& settings, char**
 {
     int qtArgc = 1;
     const QCoreApplication application(qtArgc, argv);
-    // Failures are told once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
+    // Failures are reported once, in this program's own words; QT_LOGGING_RULES brings the transport's back.
     qSetMessagePattern(QStringLiteral("tesselctl: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     if (settings.trace) {

@@ -36,15 +36,6 @@ QString takeText(const std::string& argument)
     return text.startsWith(QLatin1Char(mark)) ? text.mid(1) : text;
 }
 
-std::vector<std::string> toTexts(const QStringList& names)
-{
-    std::vector<std::string> texts;
-    for (const QString& name : names) {
-        texts.push_back(name.toStdString());
-    }
-    return texts;
-}
-
 // CLI11's own texts name no option's remedy and print numbers with all their digits.
 template <class Number>
 CLI::Validator numberBetween(Number least, Number most, const QString& expected, const char* description)
@@ -65,13 +56,73 @@ CLI::Validator numberBetween(Number least, Number most, const QString& expected,
     return {mistake, description};
 }
 
-QString unknownCommand(const CLI::App& app, const QString& word)
+/// The command that the command line named, as far as it names one.
+const CLI::App& innermostCommand(const CLI::App& app)
+{
+    const std::vector<CLI::App*> named = app.get_subcommands();
+    return named.empty() ? app : innermostCommand(*named.front());
+}
+
+/// "tesselctl firmware update"
+QString fullName(const CLI::App& command)
+{
+    const QString name = QString::fromStdString(command.get_name());
+    return command.get_parent() ? fullName(*command.get_parent()) + QLatin1Char(' ') + name : name;
+}
+
+QStringList commandNames(const CLI::App& command)
 {
     QStringList names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App* /*command*/) { return true; })) {
-        names << QString::fromStdString(command->get_name());
+    for (const CLI::App* one : command.get_subcommands([](const CLI::App* /*command*/) { return true; })) {
+        names << QString::fromStdString(one->get_name());
     }
-    return QStringLiteral("\"%1\" is no command").arg(printable(word)) + didYouMean(word, names);
+    return names;
+}
+
+QStringList optionNames(const CLI::App& command)
+{
+    QStringList names = command.get_parent() ? optionNames(*command.get_parent()) : QStringList();
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names << QStringLiteral("--") + QString::fromStdString(name);
+        }
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+/// What is wrong with a command line that CLI11 did not take.
+QString mistakeIn(const CLI::App& app, const CLI::ParseError& error)
+{
+    const QString text = printable(QString::fromUtf8(error.what()).remove(QLatin1Char(mark)));
+    const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    if (kind == CLI::ExitCodes::ArgumentMismatch) {
+        return text.section(QLatin1Char(':'), 0, 0) + QStringLiteral(" needs a value");
+    }
+    if (kind != CLI::ExitCodes::RequiredError && kind != CLI::ExitCodes::ExtrasError) {
+        return text;
+    }
+    const CLI::App& command = innermostCommand(app);
+    const QStringList commands = commandNames(command);
+    const std::vector<std::string> remaining = app.remaining(true);
+    const auto isOption = [](const std::string& one) { return one.size() > 1 && one.front() == '-'; };
+    const auto option = std::find_if(remaining.begin(), remaining.end(), isOption);
+    if (!commands.isEmpty() && !remaining.empty() && !isOption(remaining.front())) {
+        const QString word = takeText(remaining.front());
+        return QStringLiteral("unknown command \"%1\"").arg(printable(word)) + didYouMean(word, commands);
+    }
+    if (option != remaining.end()) {
+        const QString word = QString::fromStdString(*option).section(QLatin1Char('='), 0, 0);
+        return QStringLiteral("unknown option \"%1\"").arg(printable(word)) +
+               didYouMean(word, optionNames(command));
+    }
+    if (!commands.isEmpty()) {
+        return QStringLiteral("no command given; use %1").arg(commands.join(QStringLiteral(", ")));
+    }
+    if (!remaining.empty()) {
+        return QStringLiteral("unexpected argument \"%1\"").arg(printable(takeText(remaining.front())));
+    }
+    return text;
 }
 
 ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& console)
@@ -82,13 +133,8 @@ ExitCode report(const CLI::App& app, const CLI::ParseError& error, Console& cons
         console.out(QString::fromStdString(text.str()));
         return Done;
     }
-    const std::vector<std::string> unknown = app.remaining();
-    if (app.get_subcommands().empty() && !unknown.empty() && unknown.front().front() != '-') {
-        console.error(unknownCommand(app, takeText(unknown.front())));
-    } else {
-        console.error(printable(QString::fromUtf8(error.what()).remove(QLatin1Char(mark))));
-    }
-    console.info(QStringLiteral("\"tesselctl --help\" tells more"));
+    console.error(mistakeIn(app, error));
+    console.info(QStringLiteral("see \"%1 --help\"").arg(fullName(innermostCommand(app))));
     return Usage;
 }
 
@@ -131,7 +177,15 @@ CommandOption& CommandOption::repeatable()
 
 CommandOption& CommandOption::oneOf(const QStringList& values)
 {
-    m_option->check(CLI::IsMember(toTexts(values)));
+    const auto mistake = [values](const std::string& argument) {
+        const QString text = takeText(argument);
+        return values.contains(text) ? std::string()
+                                     : QStringLiteral("expected %1, got \"%2\"")
+                                           .arg(values.join(QStringLiteral(" or ")), printable(text))
+                                           .toStdString();
+    };
+    m_option->check(
+        CLI::Validator(mistake, qPrintable(QStringLiteral("{%1}").arg(values.join(QLatin1Char(','))))));
     return *this;
 }
 
@@ -228,8 +282,8 @@ CommandLineParser::CommandLineParser(std::unique_ptr<CLI::App> app)
     : CommandParser(app.get(), std::make_shared<Runnables>())
     , m_owned(std::move(app))
 {
-    m_app->set_version_flag("--version", "tesselctl " TESSEL_VERSION);
-    m_app->set_help_flag("-h,--help", "print this and exit");
+    m_app->set_version_flag("--version", "tesselctl " TESSEL_VERSION, "print the version and exit");
+    m_app->set_help_flag("-h,--help", "print this help and exit");
     m_app->fallthrough();
 }
 

@@ -4,7 +4,7 @@
 
 namespace TesselCtl {
 
-/// What the process returns; part of the interface, told by --help.
+/// What the process returns; part of the interface, listed by --help.
 enum ExitCode {
     Done = 0,
     Failed = 1,      ///< anything that no other code names

@@ -22,19 +22,20 @@ using Tessel::Operations::Lookup;
 namespace {
 
 const char* const footer = R"(
-Arguments stand in the order of the operation's signature or carry its names, name=value. "tesselctl ops"
-lists both. Objects and arrays are written as JSON; instead of JSON or bytes @FILE takes them from a file, - from
-standard input. The device is no argument, it comes from --device.
+Give the arguments in the order of the operation's signature, or by name as name=value; "tesselctl ops" lists both.
+Write objects and arrays as JSON. Wherever JSON or bytes are expected, @FILE reads them from a file and - reads them
+from standard input. The device is not an argument; it comes from --device.
 
-In the object of a form's parts a text "@FILE" is a file to send, "@@..." a text that begins with an @; other texts
-go as they are, everything else as JSON.
+In the object with the parts of a form, a text "@FILE" sends that file; write "@@..." for a text that begins with an @.
+Other texts are sent as they are, all other values as JSON.
 
-Overloads are told apart by their arguments; NAME#2 is the second one of "tesselctl ops". Operations that do
-not wait for the device are waited for. Before an operation of ScreenInfo or HwScreenInfo the device is asked
-which protocol it speaks, since their paths depend on it.
+The arguments select the overload; NAME#2 selects the second one that "tesselctl ops" lists. The call waits for the
+reply even where the operation itself does not. Before an operation of ScreenInfo or HwScreenInfo the device is asked
+which protocol it speaks, because their paths depend on it.
 
-An operation without a result prints ok, with --json true. With several devices --json prints one object with the
-results by device, null where the call failed.
+An operation without a result prints ok, or true with --json. With several devices, --json prints one object with the
+result of each device, or null where the call failed. SIGINT and SIGTERM interrupt the call; the exit code is then 130
+or 143.
 
 Examples:
   tesselctl --device 192.168.0.10 call Capability::getAllChipType
@@ -48,7 +49,7 @@ struct Options
     QStringList arguments;
 };
 
-// One output stands for itself, several stand under their names, none leaves the bare yes.
+// One output is the result; several are a map by their names; without any the result is true.
 QVariant resultOf(const Operation& operation, const QVariantList& outputs)
 {
     const std::vector<QString> names = operation.outputNames();
@@ -97,7 +98,7 @@ public:
             m_exitCode = static_cast<ExitCode>(128 + m_interruption.signal());
             outcome = {m_exitCode, QStringLiteral("interrupted")};
         }
-        // One that did not wait says yes even when no reply came.
+        // An operation that does not wait succeeds even when no reply comes.
         const bool answered = called.succeeded && (outcome.code == Done || outcome.code == Refused);
         const QVariant result = answered ? resultOf(*m_call.operation, called.outputs) : QVariant();
         m_results.insert(device, result);
@@ -108,7 +109,7 @@ public:
             m_console.out(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
         }
         if (outcome.code != Done) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.error));
         }
         if (m_exitCode == Done) {
             m_exitCode = outcome.code;
@@ -136,8 +137,8 @@ private:
         called = m_call.operation->invoke(values);
         exchanges.waitForAll();
         Outcome outcome = exchanges.outcome(called.succeeded);
-        if (outcome.code == Failed && !called.reason.isEmpty()) {
-            outcome.reason = printable(called.reason);
+        if (outcome.code == Failed && !called.error.isEmpty()) {
+            outcome.error = printable(called.error);
         }
         return outcome;
     }
@@ -155,27 +156,29 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
 {
     const Lookup found = findOperation(allOperations(), options.operation);
     if (found.operations.empty()) {
-        console.error(printable(found.problem));
+        console.error(printable(found.error));
         return Usage;
     }
     ArgumentFiles files;
-    const BoundCall call = bindArguments(found.operations, options.arguments, files);
-    if (!call.operation) {
-        console.error(call.problem);
+    const Expected<BoundCall> call = bindArguments(found.operations, options.arguments, files);
+    if (!call) {
+        console.error(call.error());
         return Usage;
     }
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
     const Interruption interruption(forgetDevices);
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
 
-    Caller caller(settings, call, interruption, console);
-    const bool several = devices.size() > 1;
-    for (const Device& device : devices) {
+    Caller caller(settings, *call, interruption, console);
+    const bool several = devices->size() > 1;
+    for (const Device& device : *devices) {
         caller.callOn(device.name, several);
     }
     if (several) {
@@ -191,9 +194,9 @@ void addCall(CommandParser& parser)
     const auto options = std::make_shared<Options>();
     CommandParser call = parser.addCommand("call", QStringLiteral("call an operation on every device"));
     call.add("OPERATION", options->operation,
-             QStringLiteral("Class::operation, or operation where one class alone has it"))
+             QStringLiteral("Class::operation, or only the operation if its name is unique"))
         .required();
-    call.add("ARGUMENTS", options->arguments, QStringLiteral("its arguments, value or name=value"))
+    call.add("ARGUMENTS", options->arguments, QStringLiteral("its arguments, as value or name=value"))
         .placeholder("");
     call.setFooter(QString::fromUtf8(footer));
     call.setRun([options](const Settings& settings, Console& console) {

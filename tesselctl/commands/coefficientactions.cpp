@@ -20,8 +20,8 @@ ExitCode act(const Settings& settings, const char* verb, const CoefficientSelect
              CoefficientKind::Action action, Console& console)
 {
     if (!action) {
-        console.error(
-            QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), selection.kind));
+        console.error(QStringLiteral("devices cannot %1 %2 coefficients; choose another --kind")
+                          .arg(QLatin1String(verb), selection.kind));
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -40,10 +40,10 @@ ExitCode act(const Settings& settings, const char* verb, const CoefficientSelect
 void addCoefficientSave(CommandParser& coefficients)
 {
     const auto selection = std::make_shared<CoefficientSelection>();
-    CommandParser save =
-        coefficients.addCommand("save", QStringLiteral("have cabinets keep what they show; takes minutes"));
+    CommandParser save = coefficients.addCommand(
+        "save", QStringLiteral("have cabinets store the tables in use; takes minutes"));
     selection->addKind(save);
-    selection->addCabinets(save, QStringLiteral("those that save")).required();
+    selection->addCabinets(save, QStringLiteral("the cabinets")).required();
     save.setFooter(QString::fromUtf8(saveFooter));
     save.setRun([selection](const Settings& settings, Console& console) {
         return act(settings, "save", *selection, coefficientKind(selection->kind).save, console);
@@ -54,9 +54,9 @@ void addCoefficientClear(CommandParser& coefficients)
 {
     const auto selection = std::make_shared<CoefficientSelection>();
     CommandParser clear =
-        coefficients.addCommand("clear", QStringLiteral("have cabinets drop their coefficients"));
+        coefficients.addCommand("clear", QStringLiteral("have cabinets delete their tables"));
     selection->addKind(clear);
-    selection->addCabinets(clear, QStringLiteral("those that clear")).required();
+    selection->addCabinets(clear, QStringLiteral("the cabinets")).required();
     clear.setFooter(QString::fromUtf8(clearFooter));
     clear.setRun([selection](const Settings& settings, Console& console) {
         return act(settings, "clear", *selection, coefficientKind(selection->kind).clear, console);

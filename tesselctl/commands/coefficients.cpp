@@ -40,8 +40,8 @@ CommandOption CoefficientSelection::addCabinets(CommandParser& command, const QS
 
 void addCoefficients(CommandParser& parser)
 {
-    CommandParser coefficients =
-        parser.addCommand("coefficients", QStringLiteral("upload, download, save and clear coefficients"));
+    CommandParser coefficients = parser.addCommand(
+        "coefficients", QStringLiteral("upload, download, save or clear correction coefficients"));
     coefficients.setFooter(
         QStringLiteral("\nKinds: %1.\n%2")
             .arg(coefficientKindNames().join(QStringLiteral(", ")), QString::fromUtf8(footer)));

@@ -29,15 +29,15 @@ namespace TesselCtl {
 namespace {
 
 const char* const footer = R"(
-PATH is a directory with a file CABINET.json for each cabinet, which holds one JSON array; or a file with a JSON
-object of cabinet and array; or a file with one JSON array, which goes to the device as it is. All files are
-tested before anything is sent.
+PATH is a directory with one file per cabinet, CABINET.json, that holds a JSON array; or a file with a JSON object of
+cabinets and arrays; or a file with one JSON array, which is sent unchanged. All files are checked before anything is
+sent.
 
-Plain and multilayer tables go cabinet by cabinet. Adaptive, dynamic and lowgray ones go as one list, the tables
-of all cabinets one after the other, because the device's paths for them name no cabinet.
+Plain and multilayer tables are sent one cabinet at a time. Adaptive, dynamic and lowgray tables are sent as one list,
+those of all cabinets one after the other, because the device's paths for them do not name a cabinet.
 
-A device that cannot be reached three times in a row gets no further tables. Cabinets that failed are told at the
-end, with the command that uploads just those; after SIGINT or SIGTERM too.
+A device that could not be reached three times in a row gets no further tables. The cabinets that failed are listed at
+the end, with a command that retries only those; also after SIGINT or SIGTERM.
 
 Examples:
   tesselctl --device 192.168.0.10 coefficients upload tables/
@@ -75,7 +75,7 @@ struct Job
 struct Result
 {
     QStringList uploaded;
-    QMap<QString, QString> failed; ///< with the reason
+    QMap<QString, QString> failed; ///< with the error
     int lostInARow = 0;            ///< requests that found no device
 };
 
@@ -141,8 +141,8 @@ public:
     const Transfer& transfer() const { return m_transfer; }
 
 private:
-    // A device that is away so often in a row is not asked again: each try may take its whole time limit.
-    static constexpr int patience = 3;
+    // A device that is away so often in a row gets no more requests: each may take its whole time limit.
+    static constexpr int maxLostInARow = 3;
 
     void beginSome()
     {
@@ -153,8 +153,8 @@ private:
 
     void begin(const Job& job)
     {
-        if (m_results[job.device].lostInARow >= patience) {
-            settle(job, {Unreachable, QStringLiteral("not sent, the device does not answer")});
+        if (m_results[job.device].lostInARow >= maxLostInARow) {
+            settle(job, {Unreachable, QStringLiteral("not sent: the device does not answer")});
             return;
         }
         List elements;
@@ -205,7 +205,7 @@ private:
             if (outcome.code == Done) {
                 result.uploaded << table->cabinet;
             } else {
-                result.failed.insert(table->cabinet, outcome.reason);
+                result.failed.insert(table->cabinet, outcome.error);
             }
         }
         if (m_exitCode == Done) {
@@ -300,7 +300,7 @@ QString uploadedText(const QStringList& cabinets)
     return QStringLiteral("%1 cabinets uploaded").arg(cabinets.size());
 }
 
-void tellFailures(const QString& device, const Result& result, const QString& resume, Console& console)
+void reportFailures(const QString& device, const Result& result, const QString& resume, Console& console)
 {
     QStringList cabinets = result.failed.keys();
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
@@ -310,12 +310,12 @@ void tellFailures(const QString& device, const Result& result, const QString& re
     }
     const int all = cabinets.size() + result.uploaded.size();
     if (all > 1) {
-        console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
+        console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to retry them:")
                          .arg(cabinets.size())
                          .arg(all)
                          .arg(printable(device)));
     } else {
-        console.info(QStringLiteral("to upload again:"));
+        console.info(QStringLiteral("to retry:"));
     }
     console.info(QStringLiteral("  ") + resume);
 }
@@ -331,8 +331,9 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         console.error(tables.error());
         return Usage;
     }
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
     Uploader* running = nullptr;
@@ -341,23 +342,24 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
             running->stop();
         }
     }));
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
 
     // The library tells on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
-    Uploader uploader(kind, jobsFor(kind, devices, *tables), options.parallel, settings.trace, console);
+    Uploader uploader(kind, jobsFor(kind, *devices, *tables), options.parallel, settings.trace, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;
-    for (const Device& device : devices) {
+    for (const Device& device : *devices) {
         const Result result = uploader.resultOf(device.name);
         QString resume;
         if (!result.failed.isEmpty()) {
             resume = resumeOf(settings, options, device.name, result.failed.keys());
-            tellFailures(device.name, result, resume, console);
+            reportFailures(device.name, result, resume, console);
         }
         QVariantMap failed;
         for (auto cabinet = result.failed.begin(); cabinet != result.failed.end(); ++cabinet) {
@@ -384,11 +386,11 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
 void addCoefficientUpload(CommandParser& coefficients)
 {
     const auto options = std::make_shared<Options>();
-    CommandParser upload = coefficients.addCommand("upload", QStringLiteral("upload tables from files"));
+    CommandParser upload = coefficients.addCommand("upload", QStringLiteral("send tables from files"));
     upload.add("PATH", options->path, QStringLiteral("file or directory")).required().placeholder("");
     options->selection.addKind(upload);
-    options->selection.addCabinets(upload, QStringLiteral("only these; otherwise all that are there"));
-    upload.add("--parallel", options->parallel, QStringLiteral("requests under way at once"))
+    options->selection.addCabinets(upload, QStringLiteral("only these cabinets; without it, all in PATH"));
+    upload.add("--parallel", options->parallel, QStringLiteral("concurrent requests"))
         .between(1, 16)
         .placeholder("N")
         .showDefault();

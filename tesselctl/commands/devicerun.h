@@ -13,7 +13,7 @@
 
 namespace TesselCtl {
 
-/// What a command that goes from device to device, waiting for each, works with; and how it tells what came
+/// What a command that goes from device to device, waiting for each, works with; and how it reports what came
 /// of it. SIGINT and SIGTERM give up what is under way. One at a time; used on one thread.
 class DeviceRun
 {
@@ -29,7 +29,7 @@ public:
     /// Makes the devices known to the transport.
     DeviceRun(const Settings& settings, Console& console);
 
-    /// The devices; none when the settings are wrong, which was told.
+    /// The devices; none when the settings are wrong, which the console has shown.
     const std::vector<Device>& devices() const { return m_devices; }
     const Interruption& interruption() const { return m_interruption; }
 

@@ -19,7 +19,7 @@ Examples:
 void addFirmware(CommandParser& parser)
 {
     CommandParser firmware = parser.addCommand(
-        "firmware", QStringLiteral("update and read the firmware of receiving cards and controllers"));
+        "firmware", QStringLiteral("update or download the firmware of receiving cards and controllers"));
     firmware.setFooter(QString::fromUtf8(footer));
     addFirmwareUpdate(firmware);
     addFirmwareProgress(firmware);

@@ -17,8 +17,8 @@ namespace TesselCtl {
 namespace {
 
 const char* const footer = R"(
-The file gets its name when it is whole. After a failure, SIGINT or SIGTERM an earlier one is as it was, and
-nothing else is left behind.
+The file is replaced when the download is complete. After an error, SIGINT or SIGTERM it is unchanged, and no partial
+file remains.
 
 Examples:
   tesselctl --device 192.168.0.10 firmware download card.bin --id 3 --type 1)";
@@ -37,7 +37,7 @@ Outcome download(const QString& device, const Options& options, DeviceRun& run, 
     begun.start();
     ProgressBar bar(QStringLiteral("download"), console);
     CallObserver exchanges;
-    // It tells no failure; the exchange does.
+    // Its return value says nothing; the exchange does.
     const auto work = [&] {
         const CallObserver::Scope scope = exchanges.collect();
         CabinetInfoOperator::getInstance()->getRvCardFirmware(device, options.id, options.type, options.path);
@@ -53,12 +53,12 @@ Outcome download(const QString& device, const Options& options, DeviceRun& run, 
     });
     const auto record = exchanges.latest();
     if (!record) {
-        return {Failed, QStringLiteral("no request was made")};
+        return {Failed, QStringLiteral("the operation sent no request")};
     }
     Outcome outcome = run.settled(outcomeOf(*record));
     using State = Krelm::Communicator::HttpDevice::IHttpVersionTrigger;
     if (record->state == State::FileFailure) {
-        outcome.reason = QStringLiteral("%1: %2").arg(printable(options.path), outcome.reason);
+        outcome.error = QStringLiteral("%1: %2").arg(printable(options.path), outcome.error);
     }
     return outcome;
 }
@@ -68,7 +68,7 @@ ExitCode runDownload(const Settings& settings, const Options& options, Console& 
 {
     const QString& path = options.path;
     if (settings.devices.devices.size() > 1) {
-        console.error(QStringLiteral("firmware is downloaded from one device at a time"));
+        console.error(QStringLiteral("firmware can be downloaded from one device only; give one --device"));
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -78,9 +78,9 @@ ExitCode runDownload(const Settings& settings, const Options& options, Console& 
     const QString device = run.devices().front().name;
     const Outcome outcome = download(device, options, run, console);
     if (outcome.code != Done) {
-        console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.reason));
+        console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.error));
         if (QFileInfo::exists(path)) {
-            console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
+            console.info(QStringLiteral("%1 is unchanged").arg(printable(path)));
         }
         return outcome.code;
     }
@@ -101,8 +101,8 @@ void addFirmwareDownload(CommandParser& firmware)
 {
     const auto options = std::make_shared<Options>();
     CommandParser download =
-        firmware.addCommand("download", QStringLiteral("read the firmware of a receiving card into a file"));
-    download.add("FILE", options->path, QStringLiteral("where to; it stays as it was when this fails"))
+        firmware.addCommand("download", QStringLiteral("save the firmware of a receiving card to a file"));
+    download.add("FILE", options->path, QStringLiteral("where to; unchanged when the download fails"))
         .required()
         .placeholder("");
     download.add("--id", options->id, QStringLiteral("the receiving card")).required().placeholder("ID");

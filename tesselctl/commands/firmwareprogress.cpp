@@ -10,9 +10,9 @@ namespace TesselCtl {
 namespace {
 
 const char* const footer = R"(
-Without --follow the device's reply is printed. With it the progress is shown until the update ended: exit code 0
-when it is done, 1 when it failed, the device tells no progress or a signal came, 4 when it got no further for two
-minutes.
+Without --follow, prints the device's reply. With --follow, shows the progress until the update ends; the exit code is
+0 when it is done, 1 when it failed, when the device reports no progress or after a signal, and 4 when there was no
+progress for two minutes.
 
 Examples:
   tesselctl --device 192.168.0.10 firmware progress --controller
@@ -45,7 +45,7 @@ ExitCode runFollow(const Settings& settings, bool controller, Console& console)
     return run.forEach([&](const QString& device) {
         ProgressBar bar(device, console);
         return UpdateWatch(device, controller, run, bar)
-            .waitUntilDone({Failed, QStringLiteral("the device tells no progress")});
+            .waitUntilDone({Failed, QStringLiteral("the device reports no progress")});
     });
 }
 
@@ -54,10 +54,11 @@ ExitCode runFollow(const Settings& settings, bool controller, Console& console)
 void addFirmwareProgress(CommandParser& firmware)
 {
     const auto options = std::make_shared<Options>();
-    CommandParser progress = firmware.addCommand("progress", QStringLiteral("print how far an update is"));
+    CommandParser progress =
+        firmware.addCommand("progress", QStringLiteral("print the progress of an update"));
     progress.addFlag("--controller", options->controller,
-                     QStringLiteral("of the controller, not of its receiving cards"));
-    progress.addFlag("--follow", options->follow, QStringLiteral("show it until the update ended"));
+                     QStringLiteral("of the controller instead of its receiving cards"));
+    progress.addFlag("--follow", options->follow, QStringLiteral("show it until the update ends"));
     progress.setFooter(QString::fromUtf8(footer));
     progress.setRun([options](const Settings& settings, Console& console) {
         return options->follow ? runFollow(settings, options->controller, console)

@@ -23,10 +23,10 @@ namespace TesselCtl {
 namespace {
 
 const char* const footer = R"(
-Sends the firmware of the receiving cards, has the cards load it and waits until the device tells that the update
-is done. Several devices are updated one after the other. What the parts of the form are called is between you and
-the device: the file's is --part, --field adds others; the request to load carries the file's name under --part
-and the same fields. SIGINT and SIGTERM end it with exit code 1; what the device has, it keeps.
+Sends the firmware to the receiving cards, has the cards load it and waits until the device reports that the update is
+done. Several devices are updated one after the other. The names of the form's parts depend on the device: --part names
+the one with the file, --field adds others; the request to load has the file's name under --part and the same fields.
+SIGINT and SIGTERM end it with exit code 1; the device keeps what it has received.
 
 Examples:
   tesselctl --device 192.168.0.10 firmware update card.bin
@@ -47,30 +47,44 @@ struct Options
     bool uploadOnly = false;               ///< the cards get the file and do not load it yet
 };
 
-/// Why @p path cannot be sent as firmware; empty when it can.
-QString faultOfImage(const QString& path)
+/// Whether the file @p path can be sent as firmware.
+Expected<void> checkImage(const QString& path)
 {
-    QString fault = sourceFileError(path);
+    Expected<void> usable = checkSourceFile(path);
     const qint64 size = QFileInfo(path).size();
-    if (!fault.isEmpty()) {
-        return fault;
+    if (usable && size > sizeLimit) {
+        return Error{QStringLiteral("%1: file is larger than 1 GiB").arg(printable(path))};
     }
-    if (size > sizeLimit) {
-        return QStringLiteral("is larger than 1 GiB");
+    if (usable && size == 0) {
+        return Error{QStringLiteral("%1: file is empty").arg(printable(path))};
     }
-    return size == 0 ? QStringLiteral("is empty") : QString();
+    return usable;
 }
 
-/// The further parts of the form; or which of @p fields is none.
+/// The further parts of the form.
 Expected<Map> formOf(const QStringList& fields)
 {
     Map form;
     for (const QString& field : fields) {
         const int equals = field.indexOf(QLatin1Char('='));
         if (equals <= 0) {
-            return Mistake{QStringLiteral("\"%1\" is not NAME=VALUE").arg(printable(field))};
+            return Error{QStringLiteral("--field must be NAME=VALUE, not \"%1\"").arg(printable(field))};
         }
         form.insert(field.left(equals), field.mid(equals + 1));
+    }
+    return form;
+}
+
+/// The further parts of the form; or the first thing that is wrong with the options.
+Expected<Map> checkedForm(const Options& options)
+{
+    if (const Expected<void> usable = checkImage(options.file); !usable) {
+        return Error{usable.error()};
+    }
+    Expected<Map> form = formOf(options.fields);
+    if (form && options.controller && (options.uploadOnly || !form->isEmpty())) {
+        return Error{QStringLiteral(
+            "a controller's firmware is sent without a form; leave out --field and --upload-only")};
     }
     return form;
 }
@@ -103,7 +117,7 @@ private:
             Map reply;
             controller->putHWInfoUpdate(m_device, image, reply);
         });
-        return sent.code == Done ? m_watch.waitUntilDone(toldNothing()) : sent;
+        return sent.code == Done ? m_watch.waitUntilDone(noProgress()) : sent;
     }
 
     Outcome updateCards()
@@ -124,11 +138,11 @@ private:
             Map reply;
             cards->putRvCardsUpdateLoad(m_device, parts, reply);
         });
-        return outcome.code == Done ? m_watch.waitUntilDone(toldNothing()) : outcome;
+        return outcome.code == Done ? m_watch.waitUntilDone(noProgress()) : outcome;
     }
 
-    /// A device that tells no progress has done what it was told when it answered.
-    static Outcome toldNothing() { return {}; }
+    /// A device that reports no progress is done when it has answered.
+    static Outcome noProgress() { return {}; }
 
     /// Sends, and shows meanwhile the bytes on their way; and once they are all there what the device says,
     /// which may take minutes to answer.
@@ -174,19 +188,9 @@ private:
 /// done.
 ExitCode runUpdate(const Settings& settings, const Options& update, Console& console)
 {
-    QString problem = faultOfImage(update.file);
-    if (!problem.isEmpty()) {
-        problem = QStringLiteral("%1: %2").arg(printable(update.file), problem);
-    }
-    const Expected<Map> form = formOf(update.fields);
-    if (problem.isEmpty()) {
-        problem = form.error();
-    }
-    if (problem.isEmpty() && update.controller && (update.uploadOnly || !form->isEmpty())) {
-        problem = QStringLiteral("a controller's firmware goes without a form: no --field, no --upload-only");
-    }
-    if (!problem.isEmpty()) {
-        console.error(problem);
+    const Expected<Map> form = checkedForm(update);
+    if (!form) {
+        console.error(form.error());
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -200,17 +204,18 @@ void addFirmwareUpdate(CommandParser& firmware)
 {
     const auto options = std::make_shared<Options>();
     CommandParser update =
-        firmware.addCommand("update", QStringLiteral("send firmware and wait until it is in use"));
+        firmware.addCommand("update", QStringLiteral("send firmware and wait until the update is done"));
     update.add("FILE", options->file, QStringLiteral("the firmware")).required().placeholder("");
     update.addFlag("--controller", options->controller,
-                   QStringLiteral("for the controller, not for its receiving cards"));
-    update.add("--part", options->part, QStringLiteral("name of the file's part in the form"))
+                   QStringLiteral("update the controller instead of its receiving cards"));
+    update.add("--part", options->part, QStringLiteral("name of the form part with the file"))
         .placeholder("NAME")
         .showDefault();
-    update.add("--field", options->fields, QStringLiteral("a further part of the form; repeatable"))
+    update.add("--field", options->fields, QStringLiteral("another part of the form; repeatable"))
         .placeholder("NAME=VALUE")
         .repeatable();
-    update.addFlag("--upload-only", options->uploadOnly, QStringLiteral("do not have the cards load it"));
+    update.addFlag("--upload-only", options->uploadOnly,
+                   QStringLiteral("do not have the cards load the firmware"));
     update.setFooter(QString::fromUtf8(footer));
     update.setRun([options](const Settings& settings, Console& console) {
         return runUpdate(settings, *options, console);

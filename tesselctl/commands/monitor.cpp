@@ -31,11 +31,11 @@ using UrlResource::MonitorInfo;
 namespace {
 
 const char* const footer = R"(
-On a terminal a table that stays in its place, elsewhere a line per reading: time, device, fans, temperature,
-voltage and, as ranges, what its parts measure. Warnings that a device pushes stand above the table, with a bell,
-or are lines of their own. With --json one object per line with time, kind (reading or warning), device and data
-or payload. SIGINT and SIGTERM end it with exit code 0; after --count it ends with the code of the first device
-whose last reading failed.
+On a terminal, a table that is updated in place; otherwise one line per reading: time, device, fans, temperature,
+voltage and the ranges of the values that its parts measured. Warnings that a device pushes appear above the table, with
+a bell, or as lines of their own. With --json, one object per line with time, kind (reading or warning), device and data
+or payload. SIGINT and SIGTERM end it with exit code 0. With --count, the exit code is that of the first device whose
+last reading failed.
 
 Examples:
   tesselctl --device 192.168.0.10 monitor
@@ -160,8 +160,8 @@ private:
             if (envelope) {
                 reading.data = envelope->toMap().value(QStringLiteral("data")).toMap();
             } else {
-                reading.outcome = {Failed,
-                                   QStringLiteral("the reply is no JSON: ") + printable(envelope.error())};
+                reading.outcome = {Failed, QStringLiteral("the reply is not valid JSON: ") +
+                                               printable(envelope.error())};
             }
         }
         tell(reading);
@@ -181,9 +181,9 @@ private:
         } else if (m_json) {
             printJson(QStringLiteral("reading"), reading.device,
                       {{QStringLiteral("data"), failed ? QVariant() : QVariant(reading.data)},
-                       {QStringLiteral("problem"), failed ? reading.outcome.reason : QVariant()}});
+                       {QStringLiteral("error"), failed ? reading.outcome.error : QVariant()}});
         } else if (failed) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.error));
         } else {
             const QStringList columns = monitorColumns();
             const QStringList cells = monitorCells(reading.data);
@@ -231,16 +231,16 @@ private:
     void repaint(const QStringList& above)
     {
         QList<QStringList> rows{QStringList{QStringLiteral("device")} + monitorColumns()};
-        QStringList problems;
+        QStringList errors;
         for (const Reading& reading : m_readings) {
             const QString device = printable(reading.device);
             rows << QStringList{device} + monitorCells(reading.data);
             if (reading.outcome.code != Done) {
-                problems << device + QStringLiteral(": ") + reading.outcome.reason;
+                errors << device + QStringLiteral(": ") + reading.outcome.error;
             }
         }
-        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + problems;
-        lines << QStringLiteral("as of ") + now() + QStringLiteral("; Ctrl-C ends");
+        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + errors;
+        lines << QStringLiteral("as of ") + now() + QStringLiteral("; press Ctrl-C to stop");
         print(repainted(m_painted, above, lines, terminalColumns(stdout)));
         m_painted = lines.size();
     }
@@ -280,17 +280,19 @@ private:
 
 ExitCode runMonitor(const Settings& settings, const Options& options, Console& console)
 {
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
     const Interruption interruption(
         Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
-    Monitor monitor(settings, devices, options, console);
+    Monitor monitor(settings, *devices, options, console);
     QCoreApplication::exec();
     monitor.end();
     return interruption.happened() ? Done : monitor.exitCode();
@@ -301,13 +303,13 @@ ExitCode runMonitor(const Settings& settings, const Options& options, Console& c
 void addMonitor(CommandParser& parser)
 {
     const auto options = std::make_shared<Options>();
-    CommandParser monitor = parser.addCommand(
-        "monitor", QStringLiteral("show fans, temperatures and voltages live, and warnings"));
+    CommandParser monitor =
+        parser.addCommand("monitor", QStringLiteral("show fans, temperatures, voltages and warnings, live"));
     monitor.add("--interval", options->interval, QStringLiteral("time between readings"))
         .between(0.1, 86400.0)
         .placeholder("SECONDS")
         .showDefault();
-    monitor.add("--count", options->count, QStringLiteral("end after so many readings of each device"))
+    monitor.add("--count", options->count, QStringLiteral("stop after N readings of each device"))
         .positive()
         .placeholder("N");
     monitor.setFooter(QString::fromUtf8(footer));

@@ -4,6 +4,7 @@
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/requestprobe.h"
 #include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
 #include <operations/operationlist.h>
 
 #include <QHash>
@@ -105,7 +106,7 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
     QVariantList list;
     QString lines;
     QHash<QString, int> seen;
-    // What operations say of sample arguments is nothing to anybody.
+    // What operations log about sample arguments helps nobody.
     QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
     RequestProbe probe;
     for (const Operation& operation : allOperations()) {
@@ -126,7 +127,7 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
     if (list.isEmpty()) {
-        console.error(QStringLiteral("no operation matches"));
+        console.error(QStringLiteral("no operation matches \"%1\"").arg(printable(filter)));
     }
     return Done;
 }
@@ -137,8 +138,8 @@ void addOps(CommandParser& parser)
 {
     const auto filter = std::make_shared<QString>();
     CommandParser ops =
-        parser.addCommand("ops", QStringLiteral("list the operations: arguments, verb and path"));
-    ops.add("FILTER", *filter, QStringLiteral("only those that contain this"));
+        parser.addCommand("ops", QStringLiteral("list the operations with arguments, verb and path"));
+    ops.add("FILTER", *filter, QStringLiteral("list only what contains this text"));
     ops.setFooter(QString::fromUtf8(footer));
     ops.setRun(
         [filter](const Settings& settings, Console& console) { return runOps(settings, *filter, console); });

@@ -3,6 +3,7 @@
 
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <tessel/allurlresource.h>
 
@@ -32,7 +33,7 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
     if (list.isEmpty()) {
-        console.error(QStringLiteral("no route matches"));
+        console.error(QStringLiteral("no route matches \"%1\"").arg(printable(filter)));
     }
     return Done;
 }
@@ -43,8 +44,8 @@ void addRoutes(CommandParser& parser)
 {
     const auto filter = std::make_shared<QString>();
     CommandParser routes =
-        parser.addCommand("routes", QStringLiteral("list the device API's routes: key and path"));
-    routes.add("FILTER", *filter, QStringLiteral("only those that contain this"));
+        parser.addCommand("routes", QStringLiteral("list the routes of the device API with key and path"));
+    routes.add("FILTER", *filter, QStringLiteral("list only what contains this text"));
     routes.setFooter(QString::fromUtf8(footer));
     routes.setRun([filter](const Settings& settings, Console& console) {
         return runRoutes(settings, *filter, console);

@@ -11,7 +11,7 @@ namespace TesselCtl {
 namespace {
 
 // An update that gets no further for so long is given up; cards that restart are silent for a while.
-constexpr qint64 patience = 120000;
+constexpr qint64 stallTimeout = 120000; // milliseconds
 
 } // namespace
 
@@ -47,7 +47,7 @@ Outcome UpdateWatch::waitUntilDone(const Outcome& silence)
     do {
         outcome = look();
         if (m_latest.failed) {
-            return {Failed, QStringLiteral("the device says: ") + m_latest.state};
+            return {Failed, QStringLiteral("the device reports: ") + m_latest.state};
         }
         if (outcome.code == Done && m_latest.share < 0) {
             return silence;
@@ -59,9 +59,9 @@ Outcome UpdateWatch::waitUntilDone(const Outcome& silence)
             reached = m_latest.share;
             still.restart();
         }
-        if (still.hasExpired(patience)) {
+        if (still.hasExpired(stallTimeout)) {
             const QString stopped =
-                QStringLiteral("the update got no further for %1").arg(durationText(patience / 1000));
+                QStringLiteral("no progress for %1").arg(durationText(stallTimeout / 1000));
             return outcome.code == Done ? Outcome{TimedOut, stopped} : outcome;
         }
     } while (m_run.interruption().pause(updatePollInterval));

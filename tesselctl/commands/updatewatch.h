@@ -34,7 +34,7 @@ public:
     /// Reads how far it is and shows what came. @return how the reading ended.
     Outcome look();
 
-    /// Waits until the update ended; @p silence is how it ends when the device tells no progress.
+    /// Waits until the update ended; @p silence is how it ends when the device reports no progress.
     Outcome waitUntilDone(const Outcome& silence);
 
 private:

@@ -27,10 +27,10 @@ using Krelm::Communicator::HttpDevice::HttpProxy;
 namespace {
 
 const char* const footer = R"(
-One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device
-where the signal tells it, Class::signal, its other arguments. With --json one object per line with time, kind
-(event, signal, logout or devices), device, payload and, of a signal, its name. SIGINT and SIGTERM end it with exit
-code 0. What the event streams do goes to standard error.
+One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device if
+the signal names one, Class::signal, its other arguments. With --json, one object per line with time, kind (event,
+signal, logout or devices), device, payload and, for a signal, its name. SIGINT and SIGTERM end it with exit code 0. The
+state of the event streams is reported on standard error.
 
 Examples:
   tesselctl --device 192.168.0.10 watch
@@ -82,7 +82,7 @@ private:
 
     void onLogout(const QString& deviceKey)
     {
-        print(QStringLiteral("logout"), deviceKey, QStringLiteral("device gone"), {});
+        print(QStringLiteral("logout"), deviceKey, QStringLiteral("device disconnected"), {});
     }
 
     void onSignal(const CaughtSignal& caught)
@@ -142,8 +142,9 @@ private:
 
 ExitCode runWatch(const Settings& settings, const Options& options, Console& console)
 {
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
     const Interruption interruption(
@@ -154,7 +155,8 @@ ExitCode runWatch(const Settings& settings, const Options& options, Console& con
     const auto trace = traceExchanges(settings.trace, console);
     const Watcher watcher(settings.json, options.count, console);
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
     if (options.seconds > 0) {
@@ -171,11 +173,9 @@ void addWatch(CommandParser& parser)
 {
     const auto options = std::make_shared<Options>();
     CommandParser watch = parser.addCommand(
-        "watch", QStringLiteral("print what the devices push and the signals of the operators"));
-    watch.add("--count", options->count, QStringLiteral("end after so many events"))
-        .positive()
-        .placeholder("N");
-    watch.add("--seconds", options->seconds, QStringLiteral("end after so many seconds"))
+        "watch", QStringLiteral("print the events that devices push and the signals of operators"));
+    watch.add("--count", options->count, QStringLiteral("stop after N events")).positive().placeholder("N");
+    watch.add("--seconds", options->seconds, QStringLiteral("stop after N seconds"))
         .between(1, 1'000'000)
         .placeholder("N");
     watch.setFooter(QString::fromUtf8(footer));

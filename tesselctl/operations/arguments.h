@@ -38,15 +38,14 @@ Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFi
 /// An operation together with one value per parameter, that of the device still open.
 struct BoundCall
 {
-    const Operation* operation = nullptr; ///< null when the arguments fit no overload
+    const Operation* operation;
     QVariantList values;
-    QString problem; ///< why they do not fit
 };
 
 /// Fits @p texts, positional or `name=value`, to the one of @p overloads that takes them. Where several do,
 /// one whose types say more than text wins, then the one with more outputs.
-BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
-                        ArgumentFiles& files);
+Expected<BoundCall> bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
+                                  ArgumentFiles& files);
 
 } // namespace TesselCtl
 

@@ -16,11 +16,11 @@
 
 namespace TesselCtl {
 
-/// How a call ended, and what to tell when it did not end well.
+/// How a call ended, and why when it did not end well.
 struct Outcome
 {
     ExitCode code = Done;
-    QString reason;
+    QString error;
 };
 
 /// Watches the exchanges that are begun on behalf of a call: operations say yes or no, the exchanges under

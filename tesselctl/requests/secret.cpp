@@ -29,7 +29,7 @@ Expected<QString> fromFile(const QString& name)
 {
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
+        return Error{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
     }
     const int limit = 64 * 1024;
     return firstLine(file.read(limit));
@@ -51,8 +51,8 @@ Expected<QString> fromTerminal()
     termios shown{};
     if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
         tcgetattr(terminal.handle(), &shown) != 0) {
-        return Mistake{
-            QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file")};
+        return Error{QStringLiteral(
+            "no terminal to ask for the password or token; use --secret-env or --secret-file")};
     }
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -72,7 +72,7 @@ Expected<QString> fromTerminal()
     }
     if (signal != 0) {
         ::raise(signal);
-        return Mistake{QStringLiteral("interrupted")};
+        return Error{QStringLiteral("interrupted")};
     }
     return firstLine(line);
 }
@@ -84,13 +84,14 @@ Expected<QString> readSecret(const QString& variable, const QString& file)
     if (!variable.isEmpty()) {
         const QString secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
         if (secret.isEmpty()) {
-            return Mistake{QStringLiteral("the environment variable %1 is empty").arg(printable(variable))};
+            return Error{QStringLiteral("the environment variable %1 is not set or is empty")
+                             .arg(printable(variable))};
         }
         return secret;
     }
     Expected<QString> secret = file.isEmpty() ? fromTerminal() : fromFile(file);
     if (secret && secret->isEmpty()) {
-        return Mistake{QStringLiteral("the secret is empty")};
+        return Error{QStringLiteral("the password or token is empty")};
     }
     return secret;
 }

@@ -101,8 +101,7 @@ private Q_SLOTS:
         const Interruption interruption(forgetDevices);
         Device device{QStringLiteral("wall"), {}};
         device.endpoint.address = silent.address();
-        Console console;
-        QVERIFY(addDevices({device}, console));
+        QVERIFY(addDevices({device}));
         QVERIFY(!interruption.happened());
         sendToProcess(SIGINT);
         QVERIFY(!interruption.pause(longTime));

@@ -134,8 +134,8 @@ private Q_SLOTS:
     void aPromiseOfRecordsIsAListOfMaps();
     void aPromiseOfAPlainValueIsThatValue();
     void aPromiseOfNothingSucceeds();
-    void aRejectionTellsItsReason_data();
-    void aRejectionTellsItsReason();
+    void aRejectionTellsItsError_data();
+    void aRejectionTellsItsError();
     void namesInTheListAreUniqueUpToOverloads();
     void everyRowOfTheListIsComplete();
 };
@@ -287,7 +287,7 @@ void TestOperation::aPromiseOfNothingSucceeds()
     QVERIFY(result.outputs.isEmpty());
 }
 
-void TestOperation::aRejectionTellsItsReason_data()
+void TestOperation::aRejectionTellsItsError_data()
 {
     QTest::addColumn<QString>("reason");
     QTest::addColumn<QString>("told");
@@ -299,14 +299,14 @@ void TestOperation::aRejectionTellsItsReason_data()
                           << "";
 }
 
-void TestOperation::aRejectionTellsItsReason()
+void TestOperation::aRejectionTellsItsError()
 {
     QFETCH(QString, reason);
     QFETCH(QString, told);
     const CallResult result = operation("refuse", &Operator::refuse, {"reason"}).invoke({reason});
     QVERIFY(!result.succeeded);
     QVERIFY(result.outputs.isEmpty());
-    QCOMPARE(result.reason, told);
+    QCOMPARE(result.error, told);
 }
 
 void TestOperation::namesInTheListAreUniqueUpToOverloads()

@@ -131,23 +131,32 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         QTest::newRow(name) << arguments << QByteArray(told);
     };
     const QStringList call{"--device", "wall=127.0.0.1:1", "call"};
-    row("nothing", {}, "subcommand");
-    row("unknown command", {"cal"}, "\"cal\" is no command; did you mean call?");
-    row("unknown option", {"--jsonn", "routes"}, "--jsonn");
+    row("nothing", {}, "no command given; use call, ops,");
+    row("no command within another", {"firmware"}, "no command given; use update, progress, download");
+    row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
+    row("unknown command within another", {"firmware", "updat"},
+        "unknown command \"updat\"; did you mean update?");
+    row("unknown option", {"--jsonn", "routes"}, "unknown option \"--jsonn\"; did you mean --json?");
+    row("unknown option of a command", {"firmware", "download", "f", "--idd=3"},
+        "unknown option \"--idd\"; did you mean --id?");
+    row("option without its value", {"routes", "--device"}, "--device needs a value");
+    row("argument that nobody takes", {"routes", "a", "b"}, "unexpected argument \"b\"");
+    row("help of the command", {"firmware", "update"}, "see \"tesselctl firmware update --help\"");
     row("no operation", call, "OPERATION");
     row("unknown operation", call + QStringList{"getAllChipTipe"}, "did you mean getAllChipType?");
     row("argument missing", call + QStringList{"getParameters"}, "argument body is missing");
     row("argument of another kind", call + QStringList{"getParameters", "[1]"},
-        "a JSON object was expected, \"[1]\" came");
-    row("negative number as an argument", call + QStringList{"getParameters", "-5"}, "\"-5\" came");
-    row("argument too many", call + QStringList{"getAllChipType", "1"}, "one argument too many");
+        "expected a JSON object, got \"[1]\"");
+    row("negative number as an argument", call + QStringList{"getParameters", "-5"}, "got \"-5\"");
+    row("argument too many", call + QStringList{"getAllChipType", "1"}, "unexpected argument \"1\"");
     row("missing file", call + QStringList{"getParameters", "@/does/not/exist"}, "/does/not/exist");
     row("no device", {"call", "getAllChipType"}, "--device");
     row("no address", {"--device", "wall=", "call", "getAllChipType"}, "NAME=ADDRESS");
     row("no name", {"--device", "=127.0.0.1:1", "call", "getAllChipType"}, "NAME=ADDRESS");
     row("two wrong devices", {"--device", "first=", "--device", "second=", "call", "getAllChipType"},
-        "\"first=\" is neither");
-    row("bad address", {"--device", "wall=ftp://x", "call", "getAllChipType"}, "wall cannot be used");
+        "not \"first=\"");
+    row("bad address", {"--device", "wall=ftp://x", "call", "getAllChipType"},
+        "invalid device wall; use HOST[:PORT]");
     row("device twice", {"--device", "a=h:1", "--device", "a=h:2", "call", "getAllChipType"}, "twice");
     row("unknown login", call + QStringList{"getAllChipType", "--login", "guess"}, "--login");
     row("login without user", call + QStringList{"getAllChipType", "--login", "basic"}, "needs --user");
@@ -155,12 +164,14 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         "must not contain ':'");
     row("pinned key of another kind", call + QStringList{"getAllChipType", "--pinned-key", "md5//x"},
         "sha256//BASE64");
+    row("pinned key without TLS", call + QStringList{"getAllChipType", "--pinned-key", "sha256//x"},
+        "--ca-file and --pinned-key need an address that begins with https://, not \"127.0.0.1:1\"");
     row("token with user", call + QStringList{"getAllChipType", "--login", "bearer", "--user", "x"},
         "takes no --user");
-    row("user without login", call + QStringList{"getAllChipType", "--user", "x"}, "needs --login");
+    row("user without login", call + QStringList{"getAllChipType", "--user", "x"}, "need --login");
     row("secret variable not set",
         call + QStringList{"getAllChipType", "--login", "bearer", "--secret-env", "TESSELCTL_TEST_NOT_SET"},
-        "TESSELCTL_TEST_NOT_SET");
+        "TESSELCTL_TEST_NOT_SET is not set");
     row("count of nothing", {"--device", "h:1", "watch", "--count", "0"},
         "--count: expected a whole number from 1, got \"0\"");
     row("count below nothing", {"--device", "h:1", "watch", "--count", "-5"},
@@ -276,8 +287,8 @@ void TestTesselctl::anImageThatCannotBeReadSendsNothing_data()
     QTest::addColumn<QByteArray>("reason");
     QTest::newRow("missing") << "nothing" << QByteArray("No such file or directory");
     QTest::newRow("a directory") << "." << QByteArray("is a directory");
-    QTest::newRow("a pipe that nobody fills") << "pipe" << QByteArray("is no regular file");
-    QTest::newRow("a socket") << "socket" << QByteArray("is no regular file");
+    QTest::newRow("a pipe that nobody fills") << "pipe" << QByteArray("not a regular file");
+    QTest::newRow("a socket") << "socket" << QByteArray("not a regular file");
     QTest::newRow("forbidden") << "forbidden" << QByteArray("Permission denied");
 }
 
