@@ -67,7 +67,7 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<AtomicFile>(path);
+    m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
         m_file.reset();
@@ -96,7 +96,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::Http
 IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
 {
     return fail(IHttpVersionTrigger::FileFailure,
-                QStringLiteral("the destination cannot be written: ") + m_file->reason());
+                QStringLiteral("the destination cannot be written: ") + m_file->error());
 }
 
 bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)

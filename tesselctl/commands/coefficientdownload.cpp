@@ -7,7 +7,7 @@
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
 
-#include <communicator/http/atomicfile.h>
+#include <files/atomicfile.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -15,7 +15,7 @@
 
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::AtomicFile;
+using Tessel::Files::AtomicFile;
 
 namespace {
 
@@ -93,7 +93,7 @@ public:
     void clearBar() { m_bar.clear(); }
 
 private:
-    // What a device has to tell is known while it sends the last table.
+    // The size of everything is known while the last table comes.
     void showProgress(const std::optional<CallObserver::Progress>& current)
     {
         Transfer transfer = m_transfer;
@@ -127,7 +127,7 @@ Outcome store(const QString& path, const QVariant& value)
     if (file.open() && file.write(text.constData(), text.size()) && file.commit()) {
         return {};
     }
-    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.reason())};
+    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.error())};
 }
 
 /// Whether @p path can be written to; a directory is created.
@@ -138,7 +138,7 @@ Expected<void> checkDestination(const QString& path, bool directory, const QStri
     };
     if (!directory) {
         AtomicFile file(path);
-        return file.open() ? Expected<void>() : error(file.reason());
+        return file.open() ? Expected<void>() : error(file.error());
     }
     for (const QString& cabinet : cabinets) {
         if (cabinet.contains(QLatin1Char('/'))) {

@@ -252,7 +252,7 @@ private Q_SLOTS:
         QVERIFY2(reader.reason().startsWith(QLatin1String("the destination cannot be written: ")),
                  qPrintable(reader.reason()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
-        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: not a regular file"));
     }
 };
 

@@ -60,8 +60,8 @@ const Feature onlyPosix[] = {
 QStringList productSources()
 {
     QStringList files;
-    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise",
-                                "operations", "simulator", "tesselctl"}) {
+    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "files",
+                                "qtpromise", "operations", "simulator", "tesselctl"}) {
         QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + library, {"*.h", "*.cpp", "*.inl"},
                         QDir::Files, QDirIterator::Subdirectories);
         while (it.hasNext()) {
