@@ -27,7 +27,7 @@ struct Parameter
     Source source = Body;
 };
 
-/// What a call left behind.
+/// What came of a call.
 struct CallResult
 {
     bool succeeded = false;

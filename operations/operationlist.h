@@ -31,7 +31,7 @@ Operations screenInfoOperations();
 /// Every operation that can be called, class by class, overloads side by side. Built on the first call.
 const Operations& allOperations();
 
-/// What a name stands for.
+/// The operations that a name can mean.
 struct Lookup
 {
     std::vector<const Operation*> operations; ///< the overloads; empty when the name is unknown or ambiguous

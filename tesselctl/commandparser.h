@@ -32,7 +32,7 @@ public:
     CommandOption& placeholder(const char* text);
     /// The title under which the help lists it.
     CommandOption& group(const char* title);
-    /// Has the help tell the value that it has when it is not given.
+    /// Has the help show the value that it has when it is not given.
     CommandOption& showDefault();
     CommandOption& required();
     /// One value each time that it is given; it may be given several times.
@@ -48,9 +48,8 @@ private:
     std::string m_initial;
 };
 
-/// A command that is being described: its options, its help and what runs it. Commands within it are added
-/// the same way. A handle: copies are the same command. Values that options are given go where add() was
-/// told, which has to stay there until the command has run.
+/// Describes a command: its options, its help and what runs it; commands within it are added the same way. A
+/// handle: copies are the same command. The variables that add() fills must outlive the run of the command.
 class CommandParser
 {
 public:

@@ -85,8 +85,8 @@ public:
         , m_trace(traceExchanges(settings.trace, console))
     {}
 
-    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label stands before the
-    /// output of one of several.
+    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label: the device is one
+    /// of several, and its name precedes its output.
     void callOn(const QString& device, bool label)
     {
         if (m_call.operation->choosesByProtocol()) {

@@ -25,8 +25,9 @@ constexpr std::size_t depthLimit = 500;
 // What the reader's texts can hold, with a margin.
 constexpr qint64 sizeLimit = 1LL << 30;
 
-/// A text that says how far it was read: the parser tells no positions. simdjson does, but it does not look
-/// at what it skips, and a table is to be valid before the first byte is sent.
+/// A text that knows how far it was read, since the SAX parser reports no positions. simdjson does, but its
+/// on-demand parser does not validate what it skips, and a table has to be valid before the first byte is
+/// sent.
 class ReadText : public std::streambuf
 {
 public:
@@ -114,8 +115,8 @@ public:
     bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
                      const nlohmann::detail::exception& error) override
     {
-        // Such as "[json.exception.parse_error.101] parse error at line 3, column 5: what"; the line is told
-        // by other means.
+        // Such as "[json.exception.parse_error.101] parse error at line 3, column 5: what"; the line is
+        // known by other means.
         const QString text = QString::fromUtf8(error.what());
         const int place = text.indexOf(QStringLiteral(", column "));
         const int colon = text.indexOf(QStringLiteral(": "), std::max(0, place));

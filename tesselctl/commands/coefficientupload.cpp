@@ -113,7 +113,7 @@ public:
         m_transfer.milliseconds = m_clock.elapsed();
     }
 
-    /// Sends nothing more and gives up what is under way; what was not told done counts as failed.
+    /// Sends nothing more and gives up what is under way; what is not known to be done counts as failed.
     void stop()
     {
         m_stopped = true;
@@ -320,7 +320,7 @@ void reportFailures(const QString& device, const Result& result, const QString& 
     console.info(QStringLiteral("  ") + resume);
 }
 
-/// Uploads coefficients to every device and tells which cabinets failed and how to go on with those.
+/// Uploads coefficients to every device; lists the cabinets that failed and the command that retries them.
 ExitCode runUpload(const Settings& settings, const Options& options, Console& console)
 {
     Expected<std::vector<CoefficientTable>> tables = readCoefficients(options.path);
@@ -347,7 +347,7 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         return Usage;
     }
 
-    // The library tells on which threads its uploads run.
+    // The library logs on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
     Uploader uploader(kind, jobsFor(kind, *devices, *tables), options.parallel, settings.trace, console);

@@ -35,7 +35,7 @@ using Tessel::Simulator::Simulator;
 
 namespace {
 
-/// Writes the demonstration: headings, the calls as they stand in a program, the exchanges under them, what
+/// Writes the demonstration: headings, the calls as a program makes them, the exchanges under them, what
 /// came.
 class Page
 {
@@ -135,7 +135,7 @@ private:
     {
         m_page.heading(QStringLiteral("The transport starts and learns where they are"));
         m_page.call(QStringLiteral("DeviceManager::getInstance()->initManager();"));
-        // Before any operator listens, so that an event stands before the signals that it causes.
+        // Before any operator listens, so that an event is printed before the signals that it causes.
         QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &m_context,
                          [this](const QByteArray& data, const QString& deviceKey) {
                              if (m_showsEvents) {

@@ -36,7 +36,7 @@ public:
     /// @p outcome, unless a failure that comes from a signal: that is called interrupted.
     Outcome settled(const Outcome& outcome) const;
 
-    /// Does @p work for one device after the other and tells each outcome, in JSON @p failure for a device
+    /// Does @p work for one device after the other and prints each outcome, in JSON @p failure for a device
     /// that failed. @return the code of the first that failed.
     ExitCode forEach(const std::function<Result(const QString& device)>& work, const QVariant& failure);
     /// The same for work that either is done or not.

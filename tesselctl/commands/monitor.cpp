@@ -66,7 +66,7 @@ struct Warning
     }
 };
 
-/// Reads the devices in turn with a timer and tells what they say: in a table that stays in its place on a
+/// Reads the devices with a timer and shows what they say: in a table that stays in its place on a
 /// terminal, in lines elsewhere.
 class Monitor : public QObject
 {
@@ -164,7 +164,7 @@ private:
                                                printable(envelope.error())};
             }
         }
-        tell(reading);
+        show(reading);
         const bool all = std::all_of(m_readings.begin(), m_readings.end(),
                                      [this](const Reading& one) { return one.attempts == m_count; });
         if (m_count > 0 && all) {
@@ -173,7 +173,7 @@ private:
         }
     }
 
-    void tell(const Reading& reading)
+    void show(const Reading& reading)
     {
         const bool failed = reading.outcome.code != Done;
         if (m_inPlace) {
@@ -195,7 +195,7 @@ private:
         }
     }
 
-    // A warning is signalled twice, one right after the other; it is told once, when both have come.
+    // A warning is signalled twice, one right after the other; it is shown once, when both have come.
     void onWarning(const Warning& warning)
     {
         if (m_warnings.contains(warning)) {
@@ -203,11 +203,11 @@ private:
         }
         m_warnings << warning;
         if (m_warnings.size() == 1) {
-            QTimer::singleShot(0, this, &Monitor::tellWarnings);
+            QTimer::singleShot(0, this, &Monitor::showWarnings);
         }
     }
 
-    void tellWarnings()
+    void showWarnings()
     {
         QStringList lines;
         for (const Warning& warning : std::exchange(m_warnings, {})) {
@@ -273,7 +273,7 @@ private:
     const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
-    QList<Warning> m_warnings;       // signalled and not yet told
+    QList<Warning> m_warnings;       // signalled and not yet shown
     bool m_ending = false;
     int m_painted = 0; // lines of the table on the terminal
 };

@@ -57,7 +57,7 @@ public:
         connect(proxy, &HttpProxy::deviceAutoReportData, this, &Watcher::onEvent);
         connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
-        // After the connections above, so that an event stands before the signals that it causes.
+        // After the connections above, so that an event is printed before the signals that it causes.
         for (const QObject* one : allOperators()) {
             m_catcher.hear(one);
         }
@@ -149,7 +149,7 @@ ExitCode runWatch(const Settings& settings, const Options& options, Console& con
     }
     const Interruption interruption(
         Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
-    // The transport tells what its streams do in this category, on standard error.
+    // The transport logs what its streams do in this category, to standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
     const auto trace = traceExchanges(settings.trace, console);

@@ -153,7 +153,7 @@ Expected<QVariant> jsonValue(ValueType type, const QString& text, const QByteArr
     return value;
 }
 
-// A part whose text is @FILE is that file; @@ stands for an @ that begins a text.
+// A part whose text is @FILE is that file; a text that begins with an @ is written with two.
 Expected<QVariant> formOf(QVariantMap parts)
 {
     for (QVariant& part : parts) {

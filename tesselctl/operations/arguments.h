@@ -18,7 +18,7 @@ namespace TesselCtl {
 using Tessel::Operations::Operation;
 using Tessel::Operations::ValueType;
 
-/// Reads what `@file` and `-` stand for, each once, so that overloads can be tried on the same content.
+/// Reads the content of `@file` and `-`, each once, so that overloads can be tried on the same content.
 class ArgumentFiles
 {
 public:
@@ -31,8 +31,8 @@ private:
     std::map<QString, QByteArray> m_contents;
 };
 
-/// The value that @p text stands for; when it stands for none, what was expected and what came. Types written
-/// as JSON or bytes also take `@file` and `-`; texts and numbers stand for themselves.
+/// Converts @p text to a value of @p type; the error says what was expected. Types written as JSON or bytes
+/// also take `@file` and `-`; texts and numbers are taken as they are.
 Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFiles& files);
 
 /// An operation together with one value per parameter, that of the device still open.

@@ -69,7 +69,7 @@ Expected<Device> readDevice(const QString& text, DeviceEndpoint endpoint)
     const int equals = text.indexOf(QLatin1Char('='));
     const QString name = equals < 0 ? text : text.left(equals);
     endpoint.address = text.mid(equals + 1);
-    // The text is not repeated: what stands before the @ may be a password.
+    // The text is not repeated: a password may precede the @.
     if (endpoint.address.contains(QLatin1Char('@'))) {
         return Error{QStringLiteral("the address must not contain credentials; use --login and --user")};
     }

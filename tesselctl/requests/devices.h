@@ -13,7 +13,7 @@
 
 namespace TesselCtl {
 
-/// What the command line says of devices. Where a secret stands, never the secret.
+/// What the command line says of devices. It names where a secret is and never holds one.
 struct DeviceSettings
 {
     QStringList devices;    ///< `address` or `name=address`

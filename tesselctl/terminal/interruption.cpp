@@ -55,8 +55,7 @@ Interruption::~Interruption()
 {
     makeReadable(m_leave);
     m_listener.join();
-    // What came too late to be told would end the process as soon as it is let
-    // through.
+    // A signal that came too late for the handler would end the process as soon as it is let through.
     while (takeSignal(m_signals) != 0) {
     }
     ::close(m_signals);
