@@ -94,7 +94,7 @@ QStringList optionNames(const CLI::App& command)
 /// What is wrong with a command line that CLI11 did not take.
 QString mistakeIn(const CLI::App& app, const CLI::ParseError& error)
 {
-    const QString text = printable(QString::fromUtf8(error.what()).remove(QLatin1Char(mark)));
+    QString text = printable(QString::fromUtf8(error.what()).remove(QLatin1Char(mark)));
     const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
     if (kind == CLI::ExitCodes::ArgumentMismatch) {
         return text.section(QLatin1Char(':'), 0, 0) + QStringLiteral(" needs a value");
