@@ -252,7 +252,7 @@ private Q_SLOTS:
         QVERIFY2(reader.error().startsWith(QLatin1String("the destination cannot be written: ")),
                  qPrintable(reader.error()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
-        QCOMPARE(reader.error(), QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(reader.error(), QStringLiteral("the destination cannot be written: not a regular file"));
     }
 };
 

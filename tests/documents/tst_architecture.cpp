@@ -58,8 +58,8 @@ const Feature onlyPosix[] = {
 QStringList productSources()
 {
     QStringList files;
-    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise",
-                                "operations", "simulator", "tesselctl"}) {
+    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "files",
+                                "qtpromise", "operations", "simulator", "tesselctl"}) {
         files << sourcesBelow(library);
     }
     files.sort();
