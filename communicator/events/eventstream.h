@@ -17,20 +17,20 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The event stream of one device: opens it when its policy says so, reads events from it, hands them to
-/// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
+/// The event stream of one device. Opens the stream when its policy says so, passes its events to the queue,
+/// and pauses while the queue holds too many of them. Used on the loop's thread only.
 class EventStream final : private ReconnectPolicy::Listener, private ResponseParser::Handler
 {
 public:
-    /// @p paused counts the streams that wait for the queue; the stream resumes after the event @p
-    /// lastEventId, unless that is empty.
+    /// @p paused counts the streams that wait for the queue. Unless @p lastEventId is empty, the device is
+    /// asked to continue after that event.
     EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
                 ProxyEventQueue& proxyEvents, std::atomic<int>& paused, const EventTimings& timings,
                 const QByteArray& lastEventId);
     /// Closes the stream.
     ~EventStream() override;
 
-    /// Goes on if the stream is paused and the queue has room again.
+    /// Resumes reading if the stream is paused and the queue has room again.
     void resume();
     const Device& device() const { return *m_device; }
     const QByteArray& lastEventId() const { return m_reader.lastEventId(); }
@@ -71,19 +71,19 @@ private:
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
-    QByteArray m_head;           ///< of the request, what has not gone out yet
+    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0 for none
+    QByteArray m_head;           ///< the unsent part of the request
     QByteArray m_authorization;
-    QString m_challenge; ///< of a reply that asks for a login
+    QString m_challenge; ///< from a reply that requires a login
     bool m_wasChallenged = false;
     std::optional<IoLoop::TimerId> m_timer;
     bool m_open = false; ///< or being opened
     bool m_isPaused = false;
-    bool m_isStream = false; ///< a head came that announces events
+    bool m_isStream = false; ///< whether a head that announces events was received
     bool m_isEventType = false;
     bool m_tooLarge = false;
     int m_status = 0;
-    size_t m_overhead = 0; ///< bytes of a body that is no stream
+    size_t m_overhead = 0; ///< bytes of a body that is not an event stream
     Q_DISABLE_COPY_MOVE(EventStream)
 };
 

@@ -7,8 +7,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The first header in @p headers that is called @p name, a QString or QLatin1String; cend() when there is
-/// none. Names compare without regard to case (RFC 9110, 5.1).
+/// The first header in @p headers called @p name, a QString or QLatin1String; cend() if there is none. Names
+/// are compared without regard to case (RFC 9110, "Field Names").
 template <class Name>
 QMap<QString, QString>::const_iterator findHeader(const QMap<QString, QString>& headers, const Name& name)
 {

@@ -17,22 +17,22 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
-/// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
-/// The bound is shared so that devices which never answer keep no other one waiting: each may have one
-/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
-/// thread only.
+/// The non-blocking exchanges of one class of traffic, normal or daemon. The number of exchanges that have a
+/// connection is limited, in total and per device; the others wait their turn as plain values, while their
+/// time limit runs. Connections are shared so that devices which never answer do not block others: a device
+/// may always run one exchange, and more only while at least as many connections are free as it uses. Used on
+/// the loop's thread only.
 class RequestQueue
 {
 public:
     using Done = std::function<void(const HttpReply&)>;
 
-    /// @p connections bounds those in use and those kept for later exchanges.
+    /// @p connections limits both the connections in use and the idle ones.
     RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections);
     /// Ends all exchanges with `Aborted`.
     ~RequestQueue();
 
-    /// Takes on an exchange that began at @p started; @p done is called once, possibly from inside.
+    /// Adds an exchange that began at @p started; @p done is called once, possibly from inside.
     void add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
              std::chrono::steady_clock::time_point started);
     /// Ends the exchanges with @p deviceKey with `Aborted`.
@@ -47,7 +47,7 @@ private:
         std::chrono::steady_clock::time_point started;
         std::chrono::steady_clock::time_point deadline;
         IoLoop::TimerId timer;
-        std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
+        std::unique_ptr<AsyncExchange> exchange; ///< while it is running
     };
     using Jobs = std::list<Job>;
     struct DeviceQueue
@@ -79,7 +79,7 @@ private:
     const size_t m_connections;
     Connector m_connector;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
-    std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
+    std::deque<QString> m_runnable;                         ///< devices with waiting exchanges, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
     std::list<Kept> m_kept; ///< the least recently used first
