@@ -84,7 +84,7 @@ public:
     /// it.
     Reply respond(Exchange& exchange, std::string body, std::uint64_t bodySize);
     /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
-    /// when that is null. @return the event's id; 0 when the controller does not warn of that.
+    /// when that is null. @return the event's id; 0 when there is no warning of that name.
     std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
     /// Logs a served request. @p status is 0 when no reply went out.
     void log(const Exchange& exchange, std::string body, std::uint64_t bodySize, int status);

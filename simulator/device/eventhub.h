@@ -16,29 +16,31 @@
 
 namespace Tessel::Simulator {
 
-/// Where events go: one open stream.
+/// An open stream that receives events.
 class EventSink
 {
 public:
     virtual ~EventSink() = default;
-    /// Takes frames of the stream. Must not block and must not call back into the hub.
+    /// Sends frames on the stream. Must not block and must not call the hub.
     virtual void deliver(const SharedText& frame) = 0;
 };
 
-/// Numbers events, keeps the latest and hands each as one shared frame (WHATWG HTML, server-sent events) to
-/// all streams. Operations may be called from any thread.
+/// Numbers events, keeps the latest ones, and passes each to all streams as one shared frame (WHATWG HTML,
+/// "Server-sent events"). May be used from any thread.
 class EventHub
 {
 public:
     explicit EventHub(std::size_t historySize);
 
-    /// Sends @p data, line by line as it is. @return the id of the event, counted from 1.
+    /// Sends @p data unchanged, line by line.
+    /// @return the id of the event, counted from 1.
     std::uint64_t publish(std::string_view data);
-    /// Sends a comment, which keeps silent streams alive.
+    /// Sends a comment, which keeps idle streams alive.
     void heartbeat();
 
-    /// Opens a stream: first what it missed after @p lastId, if it says so, then everything new. An id that
-    /// was never given away comes from an earlier life of the device: then it missed all.
+    /// Opens a stream. It receives the events that it missed after @p lastId, if given, and then all new
+    /// ones. An id that was never assigned comes from an earlier run of the device, so the stream has missed
+    /// all events.
     void subscribe(EventSink& sink, std::optional<std::uint64_t> lastId);
     void unsubscribe(EventSink& sink);
 
@@ -47,7 +49,7 @@ public:
 
 private:
     const std::size_t m_historySize;
-    mutable std::mutex m_mutex; ///< guards everything below
+    mutable std::mutex m_mutex; ///< guards all members below
     mutable std::condition_variable m_streamsChanged;
     std::unordered_set<EventSink*> m_sinks;
     std::deque<std::pair<std::uint64_t, SharedText>> m_history;

@@ -9,7 +9,7 @@
 
 namespace Tessel::Simulator {
 
-/// Turns a connection into an event stream that begins behind @p lastId.
+/// Turns a connection into an event stream that begins after @p lastId.
 void startEventStream(Socket socket, std::shared_ptr<ServerContext> context,
                       std::optional<std::uint64_t> lastId);
 
