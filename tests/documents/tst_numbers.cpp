@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The numbers that the documents tell against the constants of the sources.
+// Checks the numbers in the documents against the constants in the sources.
 #include "document.h"
 
 #include <QtTest>
@@ -18,7 +18,7 @@ public:
     explicit Expression(const QString& text)
         : m_text(text.simplified().remove(' '))
     {}
-    /// @return the value; -1 when the whole text is no such expression.
+    /// @return the value, or -1 if the text is not such an expression.
     qint64 value()
     {
         const qint64 result = shift();
