@@ -18,9 +18,10 @@ namespace {
 
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
 constexpr size_t maxOverhead = 64U << 10U;
-// What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
+// How much one stream may deliver before the others get their turn, and by how much it may overfill the
+// queue.
 constexpr size_t bytesPerTurn = 16U << 10U;
-static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
+static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 std::function<double()> randomNumbers()
 {
@@ -37,9 +38,9 @@ const char* textOf(ReconnectPolicy::Failure failure)
     case ReconnectPolicy::Failure::Ended:
         return "the stream ended";
     case ReconnectPolicy::Failure::Silent:
-        return "the stream fell silent";
+        return "the stream timed out";
     case ReconnectPolicy::Failure::Refused:
-        return "the device offers no events";
+        return "the device has no event stream";
     case ReconnectPolicy::Failure::LoginRefused:
         return "the device refused the login";
     case ReconnectPolicy::Failure::TooLarge:
@@ -165,7 +166,7 @@ void EventStream::watch()
     }
     m_watched = wanted;
     if (wanted == 0) {
-        m_loop.unwatch(m_connection->socket()); // the end of the connection would be told again and again
+        m_loop.unwatch(m_connection->socket()); // the end of the connection would be reported over and over
     } else {
         m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
     }
@@ -184,7 +185,7 @@ void EventStream::ready(std::uint32_t events)
 void EventStream::receive()
 {
     std::array<char, bytesPerTurn> buffer;
-    // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
+    // Count first, then check again: a thread that empties the queue meanwhile sees the count.
     if (m_quota->isFull()) {
         setPaused(true);
         if (m_quota->isFull()) {
@@ -309,7 +310,7 @@ void EventStream::finished()
     }
 }
 
-// A digest login begins with a refusal; the second attempt carries the answer and is a part of the first.
+// A digest login begins with a refusal; the second attempt has the answer and counts as part of the first.
 bool EventStream::answerChallenge()
 {
     const QString challenge = std::exchange(m_challenge, {});

@@ -91,10 +91,17 @@ Reply warn(Device& device, const std::string& body)
     const EventText& event = eventRow(PushEvent::FanSpeed).text;
     const char* const type = event.kind.key;
     if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string()) {
-        return Device::failure(400, std::string("a warning has an ") + type);
+        return Device::failure(400, std::string("a warning needs a string member ") + type);
     }
     const auto id = device.warn(warning[type], warning.value(event.payload, json()));
-    return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
+    if (id == 0) {
+        std::string names;
+        for (const WarningRow& row : warningRows) {
+            names += (names.empty() ? "" : ", ") + std::string(row.name());
+        }
+        return Device::failure(400, std::string("unknown ") + type + "; use one of " + names);
+    }
+    return done({{"id", id}});
 }
 
 Reply disconnect(Device& device, const std::string& /*body*/)
@@ -139,7 +146,7 @@ json toJson(const Fault& fault)
     return result;
 }
 
-// Throws when a member has the wrong type or an unknown value.
+// Throws if a member has the wrong type or an unknown value.
 Fault faultOf(const json& object)
 {
     Fault fault;
@@ -155,10 +162,10 @@ Fault faultOf(const json& object)
                                                                           : object["body"].dump());
     }
     if (fault.status != 0 && (fault.status < 200 || fault.status > 599)) {
-        throw std::invalid_argument("status is 0 or 200 to 599");
+        throw std::invalid_argument("status must be 0 or 200 to 599");
     }
     if (fault.delay < 0) {
-        throw std::invalid_argument("delay is negative");
+        throw std::invalid_argument("delay must not be negative");
     }
     const std::string cut = object.value("cut", "none");
     for (const auto& entry : cutNames) {
@@ -167,7 +174,7 @@ Fault faultOf(const json& object)
             return fault;
         }
     }
-    throw std::invalid_argument("cut is none, truncate, close or stall");
+    throw std::invalid_argument("cut must be none, truncate, close or stall");
 }
 
 Reply listFaults(Device& device, const std::string& /*body*/)
@@ -191,7 +198,7 @@ Reply addFaults(Device& device, const std::string& body)
             device.faults().add(fault);
         }
     } catch (const std::exception& error) {
-        return Device::failure(400, std::string("no fault script: ") + error.what());
+        return Device::failure(400, std::string("not a valid fault: ") + error.what());
     }
     return done();
 }
@@ -241,8 +248,8 @@ Reply controlReply(Device& device, Method method, const Target& target, const st
             return action.run(device, body);
         }
     }
-    return known ? Device::failure(405, "the control interface has no such verb here")
-                 : Device::failure(404, "the control interface has no such path");
+    return known ? Device::failure(405, "the control interface does not support this method here")
+                 : Device::failure(404, "the control interface has no such path; see docs/simulator.md");
 }
 
 } // namespace Tessel::Simulator

@@ -36,7 +36,7 @@ EventTimings quickTimings()
     return timings;
 }
 
-/// The channels, and what they told this thread.
+/// The channels, and what they reported to this thread.
 struct Listening : QObject
 {
     explicit Listening(const EventTimings& timings = quickTimings())
@@ -178,18 +178,18 @@ private Q_SLOTS:
         const QByteArray empty = "\r\nContent-Length: 0\r\n\r\n";
         row("closes", {}, false, "the device does not answer");
         row("no HTTP", "hello\r\n", true, "the device does not answer");
-        row("not found", "HTTP/1.1 404 No" + empty, true, "the device offers no events");
-        row("payment", "HTTP/1.1 402 No" + empty, true, "the device offers no events");
-        row("no content", "HTTP/1.1 204 No\r\n\r\n", true, "the device offers no events");
+        row("not found", "HTTP/1.1 404 No" + empty, true, "the device has no event stream");
+        row("payment", "HTTP/1.1 402 No" + empty, true, "the device has no event stream");
+        row("no content", "HTTP/1.1 204 No\r\n\r\n", true, "the device has no event stream");
         row("another type", "HTTP/1.1 200 OK\r\nContent-Type: text/plain" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("another status", "HTTP/1.1 201 OK\r\nContent-Type: text/event-stream" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("not logged in", "HTTP/1.1 401 No" + empty, true, "the device refused the login");
         row("forbidden", "HTTP/1.1 403 No" + empty, true, "the device refused the login");
         row("ends", head + "data: a\n\n", false, "the stream ended");
         row("falls silent", "HTTP/1.1 200 OK\r\ncontent-TYPE: Text/Event-Stream ; a=b\r\n\r\n", true,
-            "the stream fell silent");
+            "the stream timed out");
         row("huge event", head + "data: " + QByteArray(2 << 20, 'x') + "\n\n", true, "an event is too large");
     }
     void everyFailureIsToldOnce()
