@@ -12,7 +12,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// Calls of observers that this thread is in.
+// The observer calls that are running on this thread.
 thread_local int callsHere = 0;
 
 } // namespace
@@ -21,20 +21,20 @@ class ObserverHandle::Observer
 {
 public:
     virtual ~Observer() = default;
-    /// Has no further call begin.
+    /// Prevents further calls.
     virtual void remove() = 0;
     /// Waits for the calls that began before remove().
     void waitForCalls()
     {
         if (callsHere > 0) {
-            return; // that of another thread may wait for the one of this thread
+            return; // a call on another thread may be waiting for the one on this thread
         }
         std::unique_lock<std::mutex> lock(m_mutex);
         m_returned.wait(lock, [this] { return m_calls == 0; });
     }
 
 protected:
-    /// While it lives, a call is under way; unless the observer was removed.
+    /// Marks a running call while it lives, unless the observer was removed.
     class Call
     {
     public:
@@ -79,7 +79,7 @@ private:
 
 namespace {
 
-/// The observers that want @p Record.
+/// The observers of @p Record.
 template <class Record>
 class ObserverList
 {
@@ -98,7 +98,7 @@ public:
         return added;
     }
 
-    /// Has @p function take the place of the one set before; waits for no call.
+    /// Replaces the function set before by @p function; does not wait for running calls.
     void set(Function function)
     {
         std::shared_ptr<ObserverHandle::Observer> replaced = add(std::move(function));
@@ -160,7 +160,8 @@ private:
     template <class Change>
     void change(Change make)
     {
-        std::shared_ptr<const Entries> old; // an observer may end with it, and its end may come back here
+        std::shared_ptr<const Entries>
+            old; // may be the last reference to an observer, whose destructor may call this again
         const std::lock_guard<std::mutex> lock(m_mutex);
         auto changed = std::make_shared<Entries>(*m_entries);
         make(*changed);
@@ -174,7 +175,7 @@ private:
     std::shared_ptr<ObserverHandle::Observer> m_set;
 };
 
-// Never destroyed: exchanges may end while the process does.
+// Never destroyed, because exchanges may finish during process exit.
 template <class Record>
 ObserverList<Record>& observers()
 {

@@ -43,7 +43,7 @@ void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Proxy
             QByteArray lastEventId;
             const auto old = streams->byDevice.find(device->key);
             if (old != streams->byDevice.end()) {
-                // Another login does not make it another device; another address may.
+                // With another login it is still the same device; with another address it may not be.
                 if (old->second.device().baseUrl == device->baseUrl) {
                     lastEventId = old->second.lastEventId();
                 }

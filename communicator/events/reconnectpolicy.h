@@ -11,18 +11,22 @@ namespace Krelm::Communicator::HttpDevice {
 /// The time limits of an event stream.
 struct EventTimings
 {
-    std::chrono::milliseconds connect{10000}; ///< until the stream's response head must arrive
-    std::chrono::milliseconds firstDelay{
-        1000}; ///< before the first attempt after a failure; doubles each time
-    std::chrono::milliseconds longestDelay{60000}; ///< the upper limit of the doubling
-    std::chrono::milliseconds loginDelay{300000};  ///< before the next attempt when the login was refused
-    std::chrono::milliseconds stableAfter{
-        30000}; ///< how long a stream must last for the delays to start over
-    std::chrono::milliseconds silence{
-        45000}; ///< without a byte, heartbeats included, a stream counts as dead
-    std::chrono::milliseconds goneAfter{60000}; ///< without contact a device counts as gone
-    double jitter =
-        0.3; ///< the fraction by which a delay may be shorter, to spread the reconnects of a fleet
+    /// Until the stream's response head must arrive.
+    std::chrono::milliseconds connect{10000};
+    /// Before the first attempt after a failure; doubles each time.
+    std::chrono::milliseconds firstDelay{1000};
+    /// The upper limit of the doubling.
+    std::chrono::milliseconds longestDelay{60000};
+    /// Before the next attempt after the login was refused.
+    std::chrono::milliseconds loginDelay{300000};
+    /// How long a stream must last for the delays to start over.
+    std::chrono::milliseconds stableAfter{30000};
+    /// Without a byte, heartbeats included, a stream counts as dead.
+    std::chrono::milliseconds silence{45000};
+    /// Without contact a device counts as gone.
+    std::chrono::milliseconds goneAfter{60000};
+    /// The fraction by which a delay may be shorter, so that a fleet does not reconnect all at once.
+    double jitter = 0.3;
 };
 
 /// Decides when the event stream of a device is opened, given up and reopened. It has no clock and performs
