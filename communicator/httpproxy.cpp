@@ -163,7 +163,8 @@ void HttpProxy::Private::setEvents(bool wanted)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {
-            open = m_channels = std::make_shared<EventChannels>(loop(), m_proxyEvents);
+            open = m_channels =
+                std::make_shared<EventChannels>(loop(), m_proxyEvents, ConnectionBoard::ofProcess());
         } else if (!wanted) {
             closed.swap(m_channels);
         }
@@ -288,6 +289,12 @@ void HttpProxy::Private::deliverProxyEvents()
             break;
         case ProxyEvent::Kind::Event:
             Q_EMIT m_proxy->deviceAutoReportData(event.data, event.deviceKey);
+            break;
+        case ProxyEvent::Kind::Connection:
+            Q_EMIT DeviceConnections::getInstance()->connectionChanged(*event.connection);
+            break;
+        case ProxyEvent::Kind::EventsMissed:
+            Q_EMIT DeviceConnections::getInstance()->eventsMissed(event.deviceKey);
             break;
         }
     });

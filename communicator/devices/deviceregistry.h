@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 
@@ -30,6 +31,8 @@ struct Device
     std::shared_ptr<DigestLogin> digest; ///< null for any other login or none
     /// Set when the device is removed, so that an exchange that has just begun ends like one in flight.
     mutable std::atomic<bool> isRemoved{false};
+    /// When the device last answered an exchange.
+    mutable std::atomic<std::chrono::steady_clock::time_point> lastAnswer{};
 };
 
 /// Maps device keys to devices: those that were added, and keys that are addresses themselves.

@@ -25,6 +25,10 @@ struct EventTimings
     std::chrono::milliseconds silence{45000};
     /// Without contact a device counts as gone.
     std::chrono::milliseconds goneAfter{60000};
+    /// For a reopened stream to say after which event it continues.
+    std::chrono::milliseconds proof{5000};
+    /// Between the reports of two devices whose events may have been missed.
+    std::chrono::milliseconds reportGap{20};
     /// The fraction by which a delay may be shorter, so that a fleet does not reconnect all at once.
     double jitter = 0.3;
 };
@@ -64,6 +68,8 @@ public:
         virtual void closeStream() = 0;
         /// The device has been unreachable for too long; called once until it is back.
         virtual void deviceGone() = 0;
+        /// When the device last answered an exchange; the clock's beginning if it never did.
+        virtual Clock::time_point lastAnswer() const = 0;
         /// A failure; @p first when it is the first since the last stable stream.
         virtual void failureSeen(Failure failure, bool first, std::chrono::milliseconds delay) = 0;
     };
@@ -78,18 +84,25 @@ public:
     void connected(Clock::time_point now);
     /// Call this when bytes were received on the stream.
     void heard(Clock::time_point now);
+    /// Call this when an event was received: the stream is useful, however short it lasts.
+    void delivered() { m_hasDelivered = true; }
+    /// Call this when the device has ended the stream permanently.
+    void ended();
     /// Call this when reading the stream is paused or resumed; while it is paused, silence is not an error.
     void setHeldBack(bool heldBack, Clock::time_point now);
     /// Call this when the stream has set the delay before the first attempt (its `retry` field).
     void setFirstDelay(std::chrono::milliseconds delay);
-    /// Call this when the stream has ended or could not be opened.
-    void failed(Failure failure, Clock::time_point now);
+    /// Call this when the stream has ended or could not be opened. The next attempt is at least @p atLeast
+    /// later.
+    void failed(Failure failure, Clock::time_point now, std::chrono::milliseconds atLeast = {});
     /// Does what is due. Call it at deadline(); earlier calls do nothing.
     void tick(Clock::time_point now);
 
     /// When tick() has something to do next; none while stopped.
     std::optional<Clock::time_point> deadline() const;
     State state() const { return m_state; }
+    /// Whether the device has stayed away too long.
+    bool isGone() const { return m_gone; }
 
 private:
     void open(Clock::time_point now);
@@ -107,7 +120,8 @@ private:
     std::optional<Clock::time_point>
         m_goneAt; ///< when the device counts as gone; none while in contact or announced
     bool m_gone = false;
-    int m_failures = 0; ///< in a row, without a stable stream between
+    bool m_hasDelivered = false; ///< on this stream
+    int m_failures = 0;          ///< in a row, without a stable stream between
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -104,6 +104,12 @@ Reply warn(Device& device, const std::string& body)
     return done({{"id", id}});
 }
 
+Reply restart(Device& device, const std::string& /*body*/)
+{
+    device.restart();
+    return done();
+}
+
 Reply disconnect(Device& device, const std::string& /*body*/)
 {
     device.disconnectStreams();
@@ -216,6 +222,7 @@ constexpr Action actions[] = {
     {Method::Post, "/sim/events", pushEvent},
     {Method::Post, "/sim/warnings", warn},
     {Method::Post, "/sim/disconnect", disconnect},
+    {Method::Post, "/sim/restart", restart},
     {Method::Post, "/sim/logout", logout},
     {Method::Post, "/sim/login", login},
     {Method::Post, "/sim/reset", reset},

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
-#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
@@ -26,22 +26,27 @@ public:
 };
 
 /// Numbers events, keeps the latest ones, and passes each to all streams as one shared frame (WHATWG HTML,
-/// "Server-sent events"). May be used from any thread.
+/// "Server-sent events"). Ids are `epoch:sequence`: the epoch identifies one run of the device, the sequence
+/// counts its events from 1. May be used from any thread.
 class EventHub
 {
 public:
     explicit EventHub(std::size_t historySize);
 
     /// Sends @p data unchanged, line by line.
-    /// @return the id of the event, counted from 1.
+    /// @return the sequence number of the event.
     std::uint64_t publish(std::string_view data);
     /// Sends a comment, which keeps idle streams alive.
     void heartbeat();
 
-    /// Opens a stream. It receives the events that it missed after @p lastId, if given, and then all new
-    /// ones. An id that was never assigned comes from an earlier run of the device, so the stream has missed
-    /// all events.
-    void subscribe(EventSink& sink, std::optional<std::uint64_t> lastId);
+    /// Opens a stream. It receives the id after which it continues, then the events that it missed after
+    /// @p lastId, if given, and then all new ones. If missed events are no longer stored, or @p lastId was
+    /// never assigned in this run of the device, it receives a `gap` event and then all stored events.
+    void subscribe(EventSink& sink, std::string_view lastId);
+    /// Begins another run, with a new epoch and no stored events. Streams should be closed first.
+    void startAnew();
+    /// The common beginning of all ids of this run.
+    std::string epoch() const;
     void unsubscribe(EventSink& sink);
 
     int streams() const;
@@ -54,6 +59,7 @@ private:
     std::unordered_set<EventSink*> m_sinks;
     std::deque<std::pair<std::uint64_t, SharedText>> m_history;
     std::size_t m_historyBytes = 0;
+    std::string m_epoch;
     std::uint64_t m_lastId = 0;
 };
 
