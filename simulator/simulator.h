@@ -76,8 +76,8 @@ public:
     bool waitForEventStreams(int count, int milliseconds = 5000) const;
     /// Closes all event streams; clients may reconnect at once.
     void disconnectStreams();
-    /// Restarts the device: event ids get a new epoch, earlier events are discarded, and all event streams are
-    /// closed. Written values are kept.
+    /// Restarts the device: event ids get a new epoch, earlier events are discarded, and all event streams
+    /// are closed. Written values are kept.
     void restartDevice();
     /// Makes the device disappear: closes all connections, and every later request without a reply, until
     /// loginDevice() is called.

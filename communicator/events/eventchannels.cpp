@@ -13,7 +13,7 @@ struct EventChannels::Streams
         , context{loop, *connector, proxyEvents, board, timings}
     {}
 
-    /// Ends the stream of a device and says why.
+    /// Ends the stream of a device, with a reason.
     void close(std::map<QString, EventStream>::iterator stream, const QString& reason)
     {
         const QString deviceKey = stream->first;

@@ -16,7 +16,7 @@ namespace Krelm::Communicator::HttpDevice {
 class EventChannels
 {
 public:
-    /// @p board is told where each stream is, and says what is reported when events may have been missed.
+    /// @p board stores the state of each stream, and lists what to report when events may have been missed.
     EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents, ConnectionBoard& board,
                   const EventTimings& timings = {});
     /// Closes all streams.

@@ -54,14 +54,14 @@ const char* textOf(ReconnectPolicy::Failure failure)
     return "an event is too large";
 }
 
-// What may go back to the device as a header: UTF-8 without control characters.
+// Whether an id can be sent back to the device as a header: UTF-8 without control characters.
 bool isSendable(const QByteArray& id)
 {
     const QString text = QString::fromUtf8(id);
     return text.toUtf8() == id && !hasControl(text);
 }
 
-// Seconds or a date (RFC 9110, 10.2.3); zero when it is neither.
+// Seconds or a date (RFC 9110, "Retry-After"); zero if it is neither.
 std::chrono::milliseconds retryAfter(const QByteArray& text)
 {
     bool isNumber = false;
@@ -80,7 +80,7 @@ std::chrono::milliseconds retryAfter(const QByteArray& text)
     return std::clamp(wait, std::chrono::milliseconds(0), longestRetryAfter);
 }
 
-// Operators and applications read events as JSON, which is UTF-8 (RFC 8259, 8.1).
+// Operators and applications read events as JSON, which is UTF-8 (RFC 8259).
 bool isJson(const QByteArray& text)
 {
     thread_local simdjson::dom::parser parser;
@@ -161,7 +161,7 @@ void EventStream::closeStream()
     m_head.clear();
 }
 
-// Where the channel is, for DeviceConnections. A device that is gone stays so until it is back.
+// Reports the state to DeviceConnections. A device that is gone remains so until it is back.
 void EventStream::setState(ConnectionState state, const QString& reason,
                            std::optional<std::chrono::milliseconds> next)
 {
@@ -186,7 +186,7 @@ void EventStream::live()
 {
     m_wasChallenged = false;
     qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
-    // A device that was gone has been forgotten by the caches, whatever its stream proves.
+    // The caches have dropped a device that was gone, whatever its stream proves.
     const bool wasGone = m_reconnectPolicy.isGone();
     m_reconnectPolicy.connected(IoLoop::Clock::now());
     scheduleTick();
@@ -230,8 +230,8 @@ void EventStream::eventCame(SseReader::Event&& event)
     }
 }
 
-// Each device in its turn, and only while its stream is open: caches are read anew from a device that is
-// there.
+// Devices are reported in turn, and only while their streams are open, so that caches are read from a device
+// that is there.
 void EventStream::reportMissed()
 {
     if (m_reportTimer) {
@@ -257,7 +257,8 @@ void EventStream::tellMissed()
     m_proxyEvents.push(m_batch);
 }
 
-// What goes back to the device as a header; empty when no id is known, or only one that no header may hold.
+// The id sent to the device as a header; empty if no id is known, or only one that cannot be sent in a
+// header.
 QByteArray EventStream::resumeId() const
 {
     const QByteArray& id = m_reader.lastEventId();
@@ -423,7 +424,7 @@ bool EventStream::responseBody(const char* bytes, std::size_t size)
     }
     if (!taken) {
         m_tooLarge = true;
-        m_continuity.interrupted(); // the event is passed over
+        m_continuity.interrupted(); // the event is skipped
     }
     return taken;
 }
@@ -468,7 +469,7 @@ void EventStream::finished()
     closeStream();
     if (answerChallenge()) {
         openStream();
-    } else if (m_status == 204) { // WHATWG HTML, 9.2.3: the device wants no further attempt
+    } else if (m_status == 204) { // WHATWG HTML, "Processing model": no further attempts
         m_reconnectPolicy.ended();
         scheduleTick();
         qCWarning(eventLog, "%s: the device ended its events for good (HTTP status 204)",
@@ -495,7 +496,7 @@ void EventStream::fail(ReconnectPolicy::Failure failure)
     if (!m_isStream) {
         m_continuity.interrupted();
     }
-    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, 10.2.3 and RFC 6585, 4
+    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, RFC 6585
     m_reconnectPolicy.failed(failure, IoLoop::Clock::now(), mayAsk ? m_retryAfter : decltype(m_retryAfter)());
     scheduleTick();
 }

@@ -17,11 +17,11 @@ namespace Krelm::Communicator::HttpDevice {
 class SseReader
 {
 public:
-    /// What one block of lines said, up to its empty line.
+    /// The contents of one block of lines, which ends with an empty line.
     struct Event
     {
-        std::optional<QByteArray> id;   ///< none: the block named none
-        std::optional<QByteArray> data; ///< lines joined by line feeds; none: the block is no event
+        std::optional<QByteArray> id;   ///< none if the block has no id
+        std::optional<QByteArray> data; ///< lines joined by line feeds; none if the block is not an event
         bool isGap = false;             ///< its type is `gap`: the device has lost events before this one
     };
     /// Called for each block that has an id or data.

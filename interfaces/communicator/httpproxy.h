@@ -23,9 +23,9 @@ struct DeviceEndpoint;
 /// and is followed by the package's `readyRead`, exactly once, on the thread that the package lives in. The
 /// outcome is in the package, see HttpJsonPackage.
 ///
-/// A `deviceKey` is either a key registered with addDevice(), or an address: `http(s)://host[:port]` or
-/// `host[:port]`, where a host without a port needs a dot, or is `localhost`. Any other key is unknown, and a
-/// request to it ends with `InvalidRequest`.
+/// A `deviceKey` is either a key registered with addDevice(), or an address: `http(s)://host[:port]`,
+/// `host:port`, or a host that contains a dot or is `localhost`. Any other key is unknown, and a request to
+/// it ends with `InvalidRequest`.
 class COMMUNICATOR_EXPORT HttpProxy : public QObject
 {
     Q_OBJECT
