@@ -19,17 +19,31 @@ struct Parameter
 {
     /// Whether the operation reads the argument, writes it, or both.
     enum Direction { In, Out, InOut };
+    /// What of a reply an output holds.
+    enum Source { Body, HttpStatus, ResponseHeaders };
 
+<<<<<<< HEAD
     QString name;        ///< as in the declaration; the name of the argument on a command line
     ValueType type;      ///< how it is written
     Direction direction; ///< which way its value goes
+=======
+    QString name;
+    ValueType type;
+    Direction direction;
+    Source source = Body;
+>>>>>>> h/cli
 };
 
-/// What a call left behind.
+/// What came of a call.
 struct CallResult
 {
+<<<<<<< HEAD
     bool succeeded = false; ///< what the operation returned, or whether its promise was fulfilled
     QString reason;         ///< why a promise was rejected
+=======
+    bool succeeded = false;
+    QString error; ///< why a promise was rejected
+>>>>>>> h/cli
     QVariantList
         outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };

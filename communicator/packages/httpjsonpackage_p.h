@@ -3,7 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 

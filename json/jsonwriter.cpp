@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/json/jsonwriter.h>
+#include "json/jsonwriter.h"
 
 #include <QCborArray>
 #include <QCborMap>

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
+<<<<<<< HEAD:communicator/json/jsonwriter.h
 #ifndef COMMUNICATOR_JSON_JSONWRITER_H
 #define COMMUNICATOR_JSON_JSONWRITER_H
+=======
+#ifndef JSON_JSONWRITER_H
+#define JSON_JSONWRITER_H
+>>>>>>> h/cli:json/jsonwriter.h
 
 #include <QByteArray>
 #include <QVariant>
@@ -15,7 +20,7 @@ enum class Unwritable { TooDeep, TooLong };
 /// The same for people, behind the name of what was to be written.
 const char* textOf(Unwritable why);
 
-/// Writes @p value as compact JSON in UTF-8. Internal to the transport; may be called from any thread.
+/// Writes @p value as compact JSON in UTF-8. May be called from any thread.
 ///
 /// Every type becomes what QJsonDocument makes of it, members in the order of their keys, with two
 /// differences: integers are exact beyond 2^53, and a @p value that is neither map nor list is written as the
