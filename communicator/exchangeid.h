@@ -31,8 +31,17 @@ public:
     /// Whether @p id was collected.
     bool contains(ExchangeId id) const;
 
+    /// Ends them at once with `Aborted`, on whatever threads they are, and every exchange that is begun on
+    /// the same behalf from now on, without sending it: an operation of another thread returns as soon as it
+    /// can.
+    /// @warning What had gone out may have been executed by the device.
+    void cancel();
+    /// Whether cancel() was called.
+    bool isCancelled() const;
+
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     class Private;
     const std::unique_ptr<Private> d;
     Q_DISABLE_COPY_MOVE(ExchangeIds)
@@ -47,11 +56,13 @@ private:
 class COMMUNICATOR_EXPORT ExchangeScope
 {
 public:
+    /// Collects into @p ids from now on.
     explicit ExchangeScope(ExchangeIds& ids);
     ~ExchangeScope();
 
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     ExchangeIds& m_ids;
     ExchangeScope* m_outer; ///< the enclosing scope on this thread, or null
     Q_DISABLE_COPY_MOVE(ExchangeScope)
@@ -61,6 +72,10 @@ private:
 /// this for each request; code that uses an HttpEngine directly must call it itself. May be called from any
 /// thread.
 COMMUNICATOR_EXPORT ExchangeId beginExchange();
+
+/// Whether a scope on the calling thread collects for something that was cancelled, so that nothing is to be
+/// sent. May be called from any thread.
+COMMUNICATOR_EXPORT bool isCancelledHere();
 
 /// The number of exchanges that have begun in this process, blocking and non-blocking. With the built-in
 /// transport, observers are called once for each of them, when it finishes. May be called from any thread.

@@ -59,6 +59,11 @@ public:
     /// never from inside this call.
     /// @return whether the exchange was started; @p done is called in either case.
     virtual bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) = 0;
+    /// Ends the exchange @p id at once with `Aborted`, if it is under way or about to begin; its thread may
+    /// be another one. Called from any thread. An engine that cannot leaves this as it is: it does nothing.
+    virtual void cancel(ExchangeId id);
+    /// The same for all exchanges with @p deviceKey that are under way.
+    virtual void cancelAll(const QString& deviceKey);
 };
 
 } // namespace Krelm::Communicator::HttpDevice

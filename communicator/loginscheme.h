@@ -12,12 +12,12 @@ namespace Krelm::Communicator::HttpDevice {
 /// A login scheme and its requirements. `DeviceEndpoint::Login::None` has no entry.
 struct LoginScheme
 {
-    DeviceEndpoint::Login login;
-    const char* name;       ///< used on command lines, in messages, in documents, and by HTTP (RFC 9110)
-    bool takesUser;         ///< whether it needs a user name and a password, rather than a token only
-    bool takesColonInUser;  ///< whether the user name may contain ':'
-    bool needsSecret;       ///< whether an empty secret is invalid
-    bool answersAChallenge; ///< whether credentials are sent only after a challenge from the device
+    DeviceEndpoint::Login login; ///< as an endpoint names it
+    const char* name;            ///< used on command lines, in messages, in documents, and by HTTP (RFC 9110)
+    bool takesUser;              ///< whether it needs a user name and a password, rather than a token only
+    bool takesColonInUser;       ///< whether the user name may contain ':'
+    bool needsSecret;            ///< whether an empty secret is invalid
+    bool answersAChallenge;      ///< whether credentials are sent only after a challenge from the device
 };
 
 inline constexpr std::array loginSchemes{

@@ -11,6 +11,7 @@ namespace Tessel::Simulator {
 /// matches a request applies.
 struct Fault
 {
+    /// Where the reply ends too early.
     enum class Cut {
         None,     ///< the complete reply is sent
         Truncate, ///< the head announces the whole body, but the connection is closed after half of it
@@ -23,10 +24,10 @@ struct Fault
     int times = 1;                      ///< how often it applies; negative for until cleared
     int after = 0;                      ///< how many matching requests pass first
     int delay = 0;                      ///< milliseconds before the reply
-    int status = 0;  ///< HTTP status; if it is 0 and there is no code or body, the request is served normally
-    int code = 0;    ///< `code` of the envelope; the HTTP status is 200 unless `status` is set
-    QByteArray body; ///< the complete reply body; empty for an envelope
-    Cut cut = Cut::None;
+    int status = 0;      ///< HTTP status; if 0 without code and body, the request is served normally
+    int code = 0;        ///< `code` of the envelope; the HTTP status is 200 unless `status` is set
+    QByteArray body;     ///< the complete reply body; empty for an envelope
+    Cut cut = Cut::None; ///< whether and how the reply is cut short
 };
 
 } // namespace Tessel::Simulator

@@ -14,7 +14,7 @@ using Tessel::Protocol;
 /// The options of a simulated controller. A count of -1 selects the default of its protocol.
 struct Options
 {
-    Protocol protocol = Protocol::MultiScreen;
+    Protocol protocol = Protocol::MultiScreen; ///< which of the two protocols it speaks
     int screens = -1;       ///< 1 or 2 by default; a single-screen controller always has one
     int cabinets = -1;      ///< 16 or 240 by default; 0 to 10000
     int receivingCards = 1; ///< receiving cards per cabinet, 1 to 16

@@ -20,13 +20,13 @@ class IoThreads;
 /// A request that the simulator has received.
 struct RequestRecord
 {
-    QByteArray method;
-    QString path;     ///< decoded, without the query
-    QByteArray query; ///< as received, without the question mark
-    QByteArray contentType;
-    QByteArray body; ///< the first 64 KiB of the body
-    qint64 bodySize = 0;
-    int status = 0; ///< HTTP status of the reply, or 0 if none was sent
+    QByteArray method;      ///< `GET`, `PUT` and so on
+    QString path;           ///< decoded, without the query
+    QByteArray query;       ///< as received, without the question mark
+    QByteArray contentType; ///< empty if the request had none
+    QByteArray body;        ///< the first 64 KiB of the body
+    qint64 bodySize = 0;    ///< size of the whole body in bytes
+    int status = 0;         ///< HTTP status of the reply, or 0 if none was sent
 };
 
 /// A simulated controller of an LED wall: serves the device API over HTTP/1.1 (RFC 9112) and pushes events on
@@ -51,6 +51,7 @@ public:
     /// Closes all connections and waits until their work has ended. Does nothing if it is already stopped.
     /// After a later start() the state is unchanged.
     void stop();
+    /// Whether it listens.
     bool isRunning() const;
     /// Why start() failed; empty after success.
     QString errorString() const;
@@ -59,7 +60,9 @@ public:
     QString address() const;
     /// "http://" followed by address().
     QString baseUrl() const;
+    /// The port that it listens on; 0 unless running.
     quint16 port() const;
+    /// The options that it runs with.
     Options options() const;
 
     /// Pushes @p event, unchanged, to all streams and into the history.
@@ -82,6 +85,7 @@ public:
     /// Makes the device disappear: closes all connections, and every later request without a reply, until
     /// loginDevice() is called.
     void logoutDevice();
+    /// The device is back: requests are served again.
     void loginDevice();
 
     /// Adds a fault.
@@ -110,6 +114,7 @@ public:
     quint64 requestCount(const QString& path) const;
     /// The number of requests between their head and the end of their reply, without event streams.
     int requestsInFlight() const;
+    /// The most that there were at once, since the start or resetCounts().
     int peakRequestsInFlight() const;
     /// The latest requests, oldest first, limited by Options::requestLog.
     QList<RequestRecord> requests() const;
@@ -119,7 +124,9 @@ public:
     /// and event ids continue.
     void reset();
 
+    /// The ids of its screens, as they are in paths.
     QStringList screenIds() const;
+    /// The ids of its cabinets, as they are in paths.
     QStringList cabinetIds() const;
 
 private:

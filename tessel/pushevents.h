@@ -36,13 +36,14 @@ enum class PushEvent {
 /// The members of an event's JSON object.
 struct EventText
 {
+    /// One member of the object. Null twice: there is none.
     struct Member
     {
-        const char* key = nullptr;
-        const char* text = nullptr;
+        const char* key = nullptr;  ///< its key
+        const char* text = nullptr; ///< its value, a string
     };
 
-    EventForm form;
+    EventForm form;      ///< which members there are
     Member source;       ///< `dataType` or `eventSender`
     Member kind;         ///< `changeTag` or `eventType`; none in EventForm::Name
     const char* payload; ///< the key of the member with further data; null if there is none
@@ -58,8 +59,8 @@ struct EventRow
         const char* signal = nullptr;   ///< the signal that is emitted, after the fetch if there is one
     };
 
-    PushEvent event;
-    EventText text;
+    PushEvent event;           ///< the event
+    EventText text;            ///< what a device sends
     const char* operatorClass; ///< the class that reacts to it, without its namespace
     Effect effects[2];         ///< in order; most events have one
 };

@@ -100,8 +100,8 @@ private:
     std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0 for none
     QByteArray m_head;           ///< the unsent part of the request
     QByteArray m_authorization;
-    QString m_challenge; ///< from a reply that requires a login
-    bool m_wasChallenged = false;
+    QString m_challenge;  ///< from a reply that requires a login
+    int m_challenges = 0; ///< number answered in this attempt
     std::optional<IoLoop::TimerId> m_timer;
     bool m_open = false; ///< or being opened
     bool m_isPaused = false;

@@ -50,7 +50,7 @@ public:
     /// Ends the exchange with what was received, or with a failure given by the caller. Reports it and
     /// returns the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
-    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
 private:
     void writeHead();
@@ -70,16 +70,16 @@ private:
     bool m_sendFailed = false;
     bool m_asksToClose = false; ///< the request asks to close the connection
     QByteArray m_authorization;
-    int m_challenges = 0;       ///< login challenges answered
+    int m_challenges = 0;       ///< that were answered
     bool m_wasRepeated = false; ///< sent again because a reused connection had ended
     qint64 m_bytesSent = 0;
-    QString m_fault;
-    TransferSizes m_told; ///< the progress reported last
+    QString m_error;
+    TransferSizes m_lastProgress; ///< reported last
     Q_DISABLE_COPY_MOVE(Exchange)
 };
 
 /// Why @p request cannot be sent to any device; empty if it can.
-QString faultOfRequest(const HttpRequest& request);
+QString errorOfRequest(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

@@ -10,10 +10,12 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// Reports a request that is not sent, and returns the reply to it.
 HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started);
+                             const QString& error, std::chrono::steady_clock::time_point started);
 
 /// The reason text of exchanges that end with `Aborted`.
-QString abortedReason();
+QString abortedError();
+/// The same when the application ended it.
+QString cancelledError();
 
 } // namespace Krelm::Communicator::HttpDevice
 

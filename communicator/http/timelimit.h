@@ -11,7 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 /// The time limit of @p request.
 std::chrono::milliseconds timeLimit(const HttpRequest& request);
 /// The reason text of exchanges that exceed it.
-QString timeOutReason(const HttpRequest& request);
+QString timeOutError(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

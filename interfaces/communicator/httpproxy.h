@@ -38,13 +38,14 @@ public:
     /// whenever one is added; without, it closes them. Requests work without this call.
     void initialize(bool events);
 
-    /// Performs a GET (RFC 9110) and blocks until it has finished.
+    /// Performs a GET (RFC 9110) and blocks until it has finished; the package then has state, body and
+    /// headers.
     void getSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Performs a PUT and blocks until it has finished.
+    /// Performs a PUT, like getSync().
     void putSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Performs a POST and blocks until it has finished.
+    /// Performs a POST, like getSync().
     void postSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Performs a DELETE and blocks until it has finished.
+    /// Performs a DELETE, like getSync().
     void delSync(const QString& deviceKey, HttpJsonPackage* package);
     // Quirk: Misspelt names are part of the interface.
     /// Performs a PUT with a multipart body and blocks until it has finished.
@@ -77,6 +78,14 @@ public:
     bool removeDevice(const QString& deviceKey);
     /// The keys of all devices registered with addDevice(), sorted.
     QStringList devices() const;
+
+    /// Ends the exchange @p exchange (`communicator/exchangeid.h`) at once with `Aborted`, whatever thread it
+    /// is on; nothing when it has ended. ExchangeIds::cancel() ends all exchanges of an operation.
+    /// @warning What had gone out may have been executed by the device. Any thread.
+    void cancel(quint64 exchange);
+    /// Ends all exchanges with @p deviceKey that are under way or wait with `Aborted`; the device stays known
+    /// and its event stream open. Any thread.
+    void cancelAll(const QString& deviceKey);
 
     /// Replaces the engine; null restores the built-in one. Requests in flight with the old engine end with
     /// `Aborted`. Call it on the application's main thread while no blocking request is running.

@@ -15,7 +15,8 @@ public:
     enum HttpSimpleState {
         // Quirk: A package without a reply counts as successful.
         Success = 0, ///< a complete reply with a 2xx status; also the state of a package not yet answered
-        /// Nothing was sent: there is no path or no such device, the request contains a control character, or
+        /// Nothing was sent: the request has no path or no such device, the request contains a control
+        /// character, or
         /// its body, path or headers are too long.
         InvalidRequest = 1,
         HostNotFound = 2, ///< the device's host name could not be resolved
@@ -26,7 +27,7 @@ public:
         LimitExceeded = 7, ///< the reply or its headers exceed the transport's limits
         TlsFailure = 8,    ///< the TLS handshake failed, or the certificate is not trusted
         FileFailure = 9,   ///< a file to send could not be read, or the download could not be written
-        Aborted = 10       ///< the transport was stopped or the device removed before the reply was complete
+        Aborted = 10       ///< cancelled, or the transport was stopped or the device removed meanwhile
     };
 
     ~IHttpVersionTrigger() override;

@@ -32,9 +32,7 @@ constexpr CutName cutNames[] = {
 
 Reply done(const json& data = json::object())
 {
-    Reply reply;
-    reply.body = successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace));
-    return reply;
+    return successReply(successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace)));
 }
 
 Reply describe(Device& device, const std::string& /*body*/)
@@ -77,7 +75,7 @@ Reply requests(Device& device, const std::string& /*body*/)
 
 Reply coefficients(Device& device, const std::string& /*body*/)
 {
-    return done(device.coefficients().summary());
+    return done(device.state().coefficients().summary());
 }
 
 Reply pushEvent(Device& device, const std::string& body)
@@ -91,15 +89,15 @@ Reply warn(Device& device, const std::string& body)
     const EventText& event = eventRow(PushEvent::FanSpeed).text;
     const char* const type = event.kind.key;
     if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string()) {
-        return Device::failure(400, std::string("a warning needs a string member ") + type);
+        return failureReply(400, std::string("a warning needs a string member ") + type);
     }
-    const auto id = device.warn(warning[type], warning.value(event.payload, json()));
+    const auto id = device.state().warn(warning[type], warning.value(event.payload, json()));
     if (id == 0) {
         std::string names;
         for (const WarningRow& row : warningRows) {
             names += (names.empty() ? "" : ", ") + std::string(row.name());
         }
-        return Device::failure(400, std::string("unknown ") + type + "; use one of " + names);
+        return failureReply(400, std::string("unknown ") + type + "; use one of " + names);
     }
     return done({{"id", id}});
 }
@@ -204,7 +202,7 @@ Reply addFaults(Device& device, const std::string& body)
             device.faults().add(fault);
         }
     } catch (const std::exception& error) {
-        return Device::failure(400, std::string("not a valid fault: ") + error.what());
+        return failureReply(400, std::string("not a valid fault: ") + error.what());
     }
     return done();
 }
@@ -255,8 +253,8 @@ Reply controlReply(Device& device, Method method, const Target& target, const st
             return action.run(device, body);
         }
     }
-    return known ? Device::failure(405, "the control interface does not support this method here")
-                 : Device::failure(404, "the control interface has no such path; see docs/simulator.md");
+    return known ? failureReply(405, "the control interface does not support this method here")
+                 : failureReply(404, "the control interface has no such path; see docs/simulator.md");
 }
 
 } // namespace Tessel::Simulator

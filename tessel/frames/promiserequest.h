@@ -7,8 +7,10 @@
 #include <tessel/envelopes/rawresponse.h>
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/frames/applicationend.h>
-#include <tessel/frames/request.h>
+#include <tessel/frames/decoding.h>
+#include <tessel/frames/packagefiller.h>
 
+#include <communicator/httpproxy.h>
 #include <zephserializer/jsonserializer.h>
 
 #include <QtPromise>
@@ -17,6 +19,8 @@
 #include <memory>
 
 namespace Tessel {
+
+using Krelm::Communicator::HttpDevice::HttpProxy;
 
 /// Reads a reply into an envelope record. A missing code reads as zero, one that is not an integer in the
 /// range of `int` as -1.

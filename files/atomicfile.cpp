@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/atomicfile.h"
+#include "files/atomicfile.h"
 
 #include <QFileInfo>
 
 #include <cerrno>
 #include <unistd.h>
 
-namespace Krelm::Communicator::HttpDevice {
+namespace Tessel::Files {
 
 AtomicFile::AtomicFile(const QString& path)
     : m_file(path)
 {}
 
-bool AtomicFile::fail(const QString& reason)
+bool AtomicFile::fail(const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return false;
 }
 
@@ -53,4 +53,4 @@ bool AtomicFile::commit()
     return m_file.commit() || fail(m_file.errorString());
 }
 
-} // namespace Krelm::Communicator::HttpDevice
+} // namespace Tessel::Files
