@@ -22,9 +22,9 @@ struct Parameter
     /// What of a reply an output holds.
     enum Source { Body, HttpStatus, ResponseHeaders };
 
-    QString name;        ///< as in the declaration; the name of the argument on a command line
-    ValueType type;      ///< how it is written
-    Direction direction; ///< which way its value goes
+    QString name;         ///< as in the declaration; the name of the argument on a command line
+    ValueType type;       ///< how it is written
+    Direction direction;  ///< which way its value goes
     Source source = Body; ///< of an output
 };
 

@@ -9,7 +9,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// One segment of a path, or one name or value of a query: all but the unreserved characters (RFC 3986, 2.3).
+// Encodes one segment of a path, or one name or value of a query: all but unreserved characters (RFC 3986).
 void appendComponent(QByteArray& out, const QString& text)
 {
     out += QUrl::toPercentEncoding(text);
@@ -20,7 +20,8 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-// A piece of the path that holds no placeholder: slashes, a query and encoded characters are part of it.
+// Encodes a piece of the path without placeholders, which may contain slashes, a query and encoded
+// characters.
 void appendLiteral(QByteArray& out, const QString& text)
 {
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
@@ -39,7 +40,7 @@ void appendLiteral(QByteArray& out, const QString& text)
 QByteArray requestTarget(const QString& path, const QMap<QString, QString>& placeHolders,
                          const QMap<QString, QString>& parameters)
 {
-    // Encoding makes a text longer, never shorter: what fits does not overflow on the way.
+    // Encoding never makes a text shorter, so if the result fits, nothing overflows on the way.
     const auto fits = [](const QString& text) { return text.size() <= maxTargetLength; };
     if (!fits(path)) {
         return {};

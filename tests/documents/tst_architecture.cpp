@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What docs/architecture.md says of files, tests and systems, against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources.
 #include "document.h"
 
 #include <QMap>

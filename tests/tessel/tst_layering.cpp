@@ -146,7 +146,7 @@ private Q_SLOTS:
         static const QRegularExpression row("^\\| `([\\w/]+)` \\| [^|]+ \\| ([^|]+) \\|$",
                                             QRegularExpression::MultilineOption);
         static const QRegularExpression name("`([\\w/]+)`");
-        const QString table = textOf("docs/architecture.md").section("\n## Rooms", 1).section("\n## ", 0, 0);
+        const QString table = textOf("docs/architecture.md").section("\n## Layers", 1).section("\n## ", 0, 0);
         QStringList documented;
         for (auto rows = row.globalMatch(table); rows.hasNext();) {
             const QRegularExpressionMatch match = rows.next();
