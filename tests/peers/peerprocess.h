@@ -67,7 +67,8 @@ QList<quint16> freePorts(int count);
 /// Whether all peers must be there: then one that is missing is a failure, and not left out.
 bool arePeersRequired();
 
-/// Leaves a test program out, from its initTestCase(), when the program of its peer was not found.
+/// Leaves a test function out, and from initTestCase() the whole test program, when the program of a peer was
+/// not found.
 #define REQUIRE_PEER(program, package)                                                                       \
     do {                                                                                                     \
         if ((program).isEmpty()) {                                                                           \

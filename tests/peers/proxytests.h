@@ -46,6 +46,8 @@ inline void checkIdleVerdict(const Verdict& verdict, bool keeps = true)
     QCOMPARE(verdict.lost, 0);
     QCOMPARE(verdict.doubled, 0);
     QCOMPARE(verdict.writes, 1000);
+    // Who ends a silent connection has heard nothing on it.
+    QCOMPARE(verdict.undecidableExecuted, 0);
     // Pauses that all fall to one side of the limit would show nothing.
     QCOMPARE(verdict.onOpen > 0, keeps);
     QCOMPARE(verdict.onEnded > 0, keeps);
@@ -122,6 +124,33 @@ inline void checkError(const DeviceEndpoint& endpoint, int status)
             QVERIFY(!call.hasData);
         }
     }
+}
+
+/// A write that the proxy refuses by its size, both ways: an error with @p status.
+inline void checkRefusal(FrontProxy& proxy, const ProxyOptions& options, int bodySize, int querySize,
+                         int status)
+{
+    using namespace Krelm::Communicator::HttpDevice;
+    Tessel::Simulator::Simulator simulator(longMemory());
+    QVERIFY(simulator.start());
+    QVERIFY2(proxy.start(simulator.port(), options), proxy.output().constData());
+    const KnownDevice device(proxy.endpoint());
+    const auto check = [&](const std::function<void(HttpJsonPackage*)>& send) {
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/device/hw/customname"));
+        package.setRequestData(QByteArray(bodySize, 'x'));
+        package.addParameters(QStringLiteral("long"), QString(querySize, QLatin1Char('x')));
+        send(&package);
+        QCOMPARE(package.getSimpleState(), State::HttpFailure);
+        QCOMPARE(package.replyStatus, status);
+    };
+    check([&](HttpJsonPackage* package) { HttpProxy::getInstance()->putSync(device.key, package); });
+    check([&](HttpJsonPackage* package) {
+        QSignalSpy answered(package, &HttpJsonPackage::readyRead);
+        HttpProxy::getInstance()->put(device.key, package);
+        QVERIFY(answered.wait(30000));
+    });
+    QCOMPARE(simulator.requestCount(), quint64(0));
 }
 
 /// How the device behind a proxy fails.

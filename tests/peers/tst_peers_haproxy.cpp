@@ -36,9 +36,7 @@ private Q_SLOTS:
     void writesToADeviceOfHttp10AreCarriedOutOnce()
     {
         const QString python = PeerProcess::find(QStringLiteral("python3"));
-        if (python.isEmpty()) {
-            QSKIP("python3 is not installed: apt-get install python3");
-        }
+        REQUIRE_PEER(python, "python3");
         ScriptServer device;
         QVERIFY2(device.startPython(python, 1, "HTTP/1.0", 10000), device.output().constData());
         ProxyOptions options;
@@ -105,6 +103,27 @@ private Q_SLOTS:
         QFETCH(int, status);
         HaProxy haproxy(m_program);
         checkErrorOf(haproxy, options, behind, status);
+    }
+
+    void aWriteThatTheProxyFindsTooLargeIsAnError_data()
+    {
+        QTest::addColumn<bool>("tls");
+        QTest::addColumn<int>("bodySize");
+        QTest::addColumn<int>("querySize");
+        QTest::addColumn<int>("status");
+        QTest::newRow("a query of 32 KiB") << false << 1 << (32 << 10) << 400;
+        QTest::newRow("a query of 32 KiB, TLS") << true << 1 << (32 << 10) << 400;
+    }
+    void aWriteThatTheProxyFindsTooLargeIsAnError()
+    {
+        QFETCH(bool, tls);
+        QFETCH(int, bodySize);
+        QFETCH(int, querySize);
+        QFETCH(int, status);
+        ProxyOptions options;
+        options.tls = tls;
+        HaProxy haproxy(m_program);
+        checkRefusal(haproxy, options, bodySize, querySize, status);
     }
 };
 

@@ -107,6 +107,28 @@ private Q_SLOTS:
         endpoint.address = QStringLiteral("127.0.0.1:%1").arg(nginx.ports()[0]);
         checkError(endpoint, 400);
     }
+
+    void aWriteThatTheProxyFindsTooLargeIsAnError_data()
+    {
+        QTest::addColumn<bool>("tls");
+        QTest::addColumn<int>("bodySize");
+        QTest::addColumn<int>("querySize");
+        QTest::addColumn<int>("status");
+        QTest::newRow("a body of 2 MiB") << false << (2 << 20) << 1 << 413;
+        QTest::newRow("a body of 2 MiB, TLS") << true << (2 << 20) << 1 << 413;
+        QTest::newRow("a query of 16 KiB") << false << 1 << (16 << 10) << 414;
+    }
+    void aWriteThatTheProxyFindsTooLargeIsAnError()
+    {
+        QFETCH(bool, tls);
+        QFETCH(int, bodySize);
+        QFETCH(int, querySize);
+        QFETCH(int, status);
+        ProxyOptions options;
+        options.tls = tls;
+        Nginx nginx(m_program);
+        checkRefusal(nginx, options, bodySize, querySize, status);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestPeersNginx)
