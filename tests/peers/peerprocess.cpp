@@ -20,13 +20,13 @@ const char keeper[] = "exec 3<&0\n"
                       "setsid \"$@\" 3<&- </dev/null &\n"
                       "peer=$!\n"
                       "echo \"keeps $peer.\"\n"
-                      "{ read -r nothing; kill -KILL -- -$peer; } <&3 2>/dev/null &\n"
+                      "{ read -r nothing; kill -KILL -$peer; } <&3 2>/dev/null &\n"
                       "guard=$!\n"
                       "exec 3<&-\n"
                       "wait $peer\n"
                       "code=$?\n"
                       "kill $guard\n"
-                      "kill -KILL -- -$peer 2>/dev/null\n"
+                      "kill -KILL -$peer 2>/dev/null\n"
                       "exit $code\n";
 
 bool isFree(quint16 port)
