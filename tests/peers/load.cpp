@@ -78,7 +78,7 @@ KnownDevice::KnownDevice(const DeviceEndpoint& endpoint)
     : key(freshKey())
 {
     if (!HttpProxy::getInstance()->addDevice(key, endpoint)) {
-        qFatal("the device is refused");
+        qFatal("the device at %s is refused", qPrintable(endpoint.address));
     }
 }
 
@@ -424,7 +424,8 @@ Verdict writeDuringRestarts(const QList<DeviceEndpoint>& endpoints, FrontProxy& 
         simulator.addFault(slow);
         expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() >= slow.times; }, patienceForSlow),
                QStringLiteral("no write is under way before"));
-        expect(disturb(), QString::fromUtf8(proxy.output()) + QStringLiteral("this does not succeed:"));
+        const bool succeeded = disturb();
+        expect(succeeded, QString::fromUtf8(proxy.output()) + QStringLiteral("this does not succeed:"));
         // Whoever sent a slow write again would have it carried out twice by now.
         expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() < slow.times; }, patienceForSlow),
                QStringLiteral("the simulator does not come to an end after"));

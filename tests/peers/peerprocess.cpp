@@ -14,12 +14,11 @@ namespace {
 // A process that has just begun to serve may not listen to signals yet: they are repeated.
 constexpr int signalPatience = 3000;
 
-// Runs a command in a session of its own, tells its process id, and ends the whole session when the command
-// has ended or nobody holds the other end of standard input any more.
+// Runs a command in a session of its own, tells its process id before the command tells anything, and ends
+// the whole session when the command has ended or nobody holds the other end of standard input any more.
 const char keeper[] = "exec 3<&0\n"
-                      "setsid \"$@\" 3<&- </dev/null &\n"
+                      "setsid /bin/sh -c 'echo \"keeps $$.\"; exec \"$@\"' peer \"$@\" 3<&- </dev/null &\n"
                       "peer=$!\n"
-                      "echo \"keeps $peer.\"\n"
                       "{ read -r nothing; kill -KILL -$peer; } <&3 2>/dev/null &\n"
                       "guard=$!\n"
                       "exec 3<&-\n"

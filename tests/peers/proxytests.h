@@ -9,6 +9,7 @@
 #include <closedport.h>
 
 #include <QLoggingCategory>
+#include <QScopeGuard>
 #include <QtTest>
 
 // What is tested with each proxy.
@@ -86,6 +87,7 @@ inline void checkEvents(FrontProxy& proxy, const ProxyOptions& options)
     QVERIFY(simulator.start());
     QVERIFY2(proxy.start(simulator.port(), options), proxy.output().constData());
     HttpProxy::getInstance()->initialize(true);
+    const auto events = qScopeGuard([] { HttpProxy::getInstance()->initialize(false); });
     const KnownDevice device(proxy.endpoint());
     EventLog log(simulator, device.key);
     QVERIFY(simulator.waitForEventStreams(1, 30000));
@@ -150,7 +152,7 @@ inline void checkRefusal(FrontProxy& proxy, const ProxyOptions& options, int bod
         HttpProxy::getInstance()->put(device.key, package);
         QVERIFY(answered.wait(30000));
     });
-    QCOMPARE(simulator.requestCount(), quint64(0));
+    QCOMPARE(executedBy(simulator), Counts());
 }
 
 /// How the device behind a proxy fails.

@@ -16,7 +16,9 @@ bool ScriptServer::start(const QString& interpreter, const QStringList& argument
         return false;
     }
     const QByteArray output = m_process.output();
-    for (const QByteArray& port : output.mid(output.indexOf(ready) + ready.size()).simplified().split(' ')) {
+    const int first = output.indexOf(ready) + ready.size();
+    const QByteArray line = output.mid(first, output.indexOf('\n', first) - first);
+    for (const QByteArray& port : line.split(' ')) {
         m_ports << port.toUShort();
     }
     return true;

@@ -2,7 +2,7 @@
 """A server on Python's own HTTP library that counts which calls it carried out.
 
 server.py PORTS PROTOCOL SECONDS: listens on so many free ports of 127.0.0.1, speaks HTTP/1.0 or HTTP/1.1, and ends a
-connection that was silent for so long.
+connection that was silent for so long after a reply.
 """
 import http.server
 import json
@@ -17,7 +17,6 @@ lock = threading.Lock()
 
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = sys.argv[2]
-    timeout = float(sys.argv[3])
 
     def answer(self):
         length = int(self.headers.get("Content-Length", 0))
@@ -41,6 +40,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.send_header("Content-Length", str(len(reply)))
         self.end_headers()
         self.wfile.write(reply)
+        self.connection.settimeout(float(sys.argv[3]))
 
     do_GET = do_PUT = do_POST = answer
 
