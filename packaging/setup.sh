@@ -5,7 +5,9 @@ build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-d
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 test_packages=(python3)
 peer_packages=(nginx haproxy nodejs) # what tests/peers tries the transport against; left out where it is missing
-style_packages=(git clang-format clang-tidy)
+qt6_packages=(qt6-base-dev)
+style_packages=(git clang-format clang-tidy codespell doxygen reuse)
+abi_packages=(git abigail-tools)
 mutation_packages=(python3 python3-clang)
 
 # is_installed PACKAGE

@@ -2,6 +2,8 @@
 #ifndef COMMUNICATOR_EVENTS_PROXYEVENTQUEUE_H
 #define COMMUNICATOR_EVENTS_PROXYEVENTQUEUE_H
 
+#include <communicator/deviceconnections.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -26,6 +28,7 @@ public:
 
 private:
     friend class ProxyEventQueue;
+    // Beyond either the stream is not read, so that TCP holds the device back and nothing is lost.
     static constexpr size_t maxEvents = 4096;
     static constexpr size_t maxBytes = 8U << 20U;
     std::atomic<size_t> m_events{0};
@@ -35,11 +38,12 @@ private:
 /// One thing to tell the application of a device.
 struct ProxyEvent
 {
-    enum class Kind { DevicesChanged, Logout, Event };
+    enum class Kind { DevicesChanged, Logout, Event, Connection, EventsMissed };
     Kind kind = Kind::DevicesChanged;
     QString deviceKey;
     QByteArray data;                    ///< of an event
     std::shared_ptr<StreamQuota> quota; ///< of an event
+    std::shared_ptr<const DeviceConnection> connection = {};
 };
 
 /// Carries events, in their order, from any thread to the one that delivers them, as queued signals would

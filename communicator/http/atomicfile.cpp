@@ -12,9 +12,9 @@ AtomicFile::AtomicFile(const QString& path)
     : m_file(path)
 {}
 
-bool AtomicFile::fail(const QString& reason)
+bool AtomicFile::fail(const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return false;
 }
 

@@ -2,8 +2,6 @@
 #ifndef COMMUNICATOR_HTTP_ATOMICFILE_H
 #define COMMUNICATOR_HTTP_ATOMICFILE_H
 
-#include <communicator/ihttpversiontrigger.h>
-
 #include <QSaveFile>
 #include <QString>
 
@@ -14,7 +12,7 @@ namespace Krelm::Communicator::HttpDevice {
 ///
 /// QSaveFile alone does not do: the last buffer that it writes may fail unseen, when the disk is full, and a
 /// cut file then takes the place of the old one.
-class COMMUNICATOR_EXPORT AtomicFile
+class AtomicFile
 {
 public:
     explicit AtomicFile(const QString& path);
@@ -26,13 +24,13 @@ public:
     /// Puts the file in its place. @return whether it is there, whole; see reason(). It is the last call.
     bool commit();
     /// Why the last call failed, for people.
-    const QString& reason() const { return m_reason; }
+    const QString& error() const { return m_error; }
 
 private:
-    bool fail(const QString& reason);
+    bool fail(const QString& error);
 
     QSaveFile m_file;
-    QString m_reason;
+    QString m_error;
     Q_DISABLE_COPY_MOVE(AtomicFile)
 };
 

@@ -21,8 +21,10 @@ EventLog::EventLog(Tessel::Simulator::Simulator& simulator, const QString& devic
 {
     QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &m_context,
                      [this, deviceKey](const QByteArray& data, const QString& key) {
-                         if (key == deviceKey) {
-                             m_arrived << QJsonDocument::fromJson(data).object().value(number).toInt();
+                         const QJsonObject event = QJsonDocument::fromJson(data).object();
+                         // What is told in place of events that may have been missed has no number.
+                         if (key == deviceKey && event.contains(number)) {
+                             m_arrived << event.value(number).toInt();
                          }
                      });
 }

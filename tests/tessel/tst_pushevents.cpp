@@ -5,9 +5,13 @@
 #include "deviceside.h"
 #include "recordingengine.h"
 #include "signalrecorder.h"
+#include "sourcetree.h"
 
+#include <communicator/deviceconnections.h>
 #include <tessel/allurlresource.h>
 #include <tessel/cabinetinfooperator.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/missedevents.h>
 #include <tessel/hwinfo.h>
 #include <tessel/inputinfo.h>
 #include <tessel/monitorinfo.h>
@@ -16,7 +20,6 @@
 #include <tessel/screeninfo.h>
 #include <tessel/warningtypes.h>
 
-#include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -71,18 +74,11 @@ QString rowName(const EventRow& row)
 }
 
 /// The sources of a folder with their text, comments left out.
-QMap<QString, QString> sourcesBelow(const QString& folder)
+QMap<QString, QString> codeBelow(const QString& folder)
 {
-    static const QRegularExpression comment("//[^\n]*");
     QMap<QString, QString> sources;
-    QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp"}, QDir::Files,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QFile file(it.next());
-        if (file.open(QIODevice::ReadOnly)) {
-            sources[QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.filePath())] =
-                QString::fromUtf8(file.readAll()).remove(comment);
-        }
+    for (const QString& file : sourcesBelow(folder)) {
+        sources[file] = codeOf(file);
     }
     return sources;
 }
@@ -94,6 +90,58 @@ class TestPushEvents : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void everyEventThatReadsAListAnewIsReportedWhenEventsMayHaveBeenMissed()
+    {
+        QVERIFY(!listeners().empty());
+        const QList<QByteArray> reported =
+            Krelm::Communicator::HttpDevice::DeviceConnections::getInstance()->changeEvents();
+        QCOMPARE(reported, Tessel::refreshingEvents());
+        for (const EventRow& row : Tessel::eventRows) {
+            const bool reads = row.effects[0].routeKey || row.effects[1].routeKey;
+            int times = 0;
+            for (const QByteArray& event : reported) {
+                QMap<QString, QVariant> members;
+                JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(event), members);
+                times += Tessel::isEvent(members, row.event) ? 1 : 0;
+            }
+            QCOMPARE(times, reads ? 1 : 0);
+        }
+    }
+
+    void aReportedEventReadsAnewWhatItsRowSays_data()
+    {
+        QTest::addColumn<QByteArray>("event");
+        QTest::addColumn<int>("index");
+        const QList<QByteArray> events = Tessel::refreshingEvents();
+        int next = 0;
+        for (std::size_t index = 0; index < std::size(Tessel::eventRows); ++index) {
+            if (Tessel::eventRows[index].effects[0].routeKey) {
+                QTest::newRow(qPrintable(rowName(Tessel::eventRows[index])))
+                    << events.value(next++) << int(index);
+            }
+        }
+    }
+    void aReportedEventReadsAnewWhatItsRowSays()
+    {
+        QFETCH(QByteArray, event);
+        QFETCH(int, index);
+        QVERIFY(!listeners().empty());
+        RecordingEngine* const engine = RecordingEngine::install();
+        DeviceSide::push(DeviceSide::fresh(), event);
+        QTRY_COMPARE(engine->held(), 0);
+        QStringList paths;
+        for (const auto& effect : Tessel::eventRows[index].effects) {
+            if (effect.routeKey) {
+                paths << AllUrlResource::getUrl(QLatin1String(effect.routeKey));
+            }
+        }
+        QStringList asked;
+        for (const auto& request : engine->requests()) {
+            asked << request.path;
+        }
+        QCOMPARE(asked, paths);
+    }
+
     void anEventIsActedOnAsItsRowSays_data()
     {
         QTest::addColumn<int>("index");
@@ -156,7 +204,7 @@ private Q_SLOTS:
         static const QRegularExpression listens(
             "\\blistenTo(?:Events|Devices)\\(this, (?:&\\w+::\\w+, )?&(\\w+)::");
         QSet<QString> listening;
-        const auto sources = sourcesBelow("tessel");
+        const auto sources = codeBelow("tessel");
         for (const QString& text : sources) {
             for (auto match = listens.globalMatch(text); match.hasNext();) {
                 listening << match.next().captured(1);
@@ -223,7 +271,7 @@ private Q_SLOTS:
         words.removeDuplicates();
         const QRegularExpression spelt("\"(" + words.join('|') + ")\"");
         for (const char* folder : {"tessel", "simulator", "operations", "tesselctl"}) {
-            const auto sources = sourcesBelow(folder);
+            const auto sources = codeBelow(folder);
             QVERIFY(!sources.isEmpty());
             for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
                 const auto match = spelt.match(source.value());
