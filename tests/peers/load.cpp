@@ -21,7 +21,7 @@ using namespace Krelm::Communicator::HttpDevice;
 
 namespace {
 
-constexpr std::chrono::seconds patience{60};
+constexpr std::chrono::seconds patience{240};
 constexpr int writesEach = 10;
 constexpr int readsEach = 3;
 
