@@ -35,7 +35,7 @@ public:
     /// A value that was read, before it goes into the object's map.
     struct Entry
     {
-        Id key;
+        Id key = 0;
         QVariant value;
     };
 

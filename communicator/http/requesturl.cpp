@@ -5,6 +5,8 @@
 
 #include <QUrl>
 
+#include <algorithm>
+
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
@@ -20,9 +22,22 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
+/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
+/// a path and a query their form.
+bool isPlain(QChar character)
+{
+    const ushort code = character.unicode();
+    return (code >= 'a' && code <= 'z') || (code >= '?' && code <= 'Z') || (code >= '&' && code <= ';') ||
+           code == '_' || code == '=' || code == '!' || code == '$' || code == '~';
+}
+
 // A piece of the path that holds no placeholder: slashes, a query and encoded characters are part of it.
 void appendLiteral(QByteArray& out, const QString& text)
 {
+    if (std::all_of(text.cbegin(), text.cend(), isPlain)) {
+        out += text.toLatin1(); // as most paths are; the same, and faster
+        return;
+    }
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
     int done = 0;
     for (int i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
@@ -72,7 +87,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
             return {};
         }
     }
-    appendLiteral(target, path.mid(done));
+    appendLiteral(target, done == 0 ? path : path.mid(done));
 
     char separator = target.contains('?') ? '&' : '?';
     for (auto it = parameters.cbegin(); it != parameters.cend(); ++it) {
