@@ -8,8 +8,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// What one connection may deliver before the others have their turn.
-constexpr size_t bytesPerTurn = 64 << 10;
+// What one connection may deliver before the others have their turn. Chunks of one byte make much work of it.
+constexpr size_t bytesPerTurn = 16 << 10;
 static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
 
 } // namespace
