@@ -259,14 +259,15 @@ void open(const QStringList& keys)
 {
     HttpProxy* const proxy = HttpProxy::getInstance();
     QEventLoop loop;
-    int waiting = keys.size();
+    int waiting = static_cast<int>(keys.size());
     QObject::connect(proxy, &HttpProxy::deviceAutoReportData, &loop, [&] {
         if (--waiting == 0) {
             loop.quit();
         }
     });
     QTimer::singleShot(watchdogMilliseconds, &loop, [&] {
-        std::fprintf(stderr, "bench_events: %d of %d streams did not open\n", waiting, keys.size());
+        std::fprintf(stderr, "bench_events: %d of %d streams did not open\n", waiting,
+                     static_cast<int>(keys.size()));
         std::exit(1);
     });
     for (const QString& key : keys) {
@@ -288,7 +289,7 @@ void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
         open(keys.mid(0, 1));
         const double before = allocated();
         open(keys.mid(1));
-        return (allocated() - before) / 1024 / (keys.size() - 1);
+        return (allocated() - before) / 1024 / static_cast<double>(keys.size() - 1);
     });
     std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", idleStreams, kibibytes);
     tellRatio("events/idle-stream", kibibytes);
