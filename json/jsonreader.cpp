@@ -60,6 +60,24 @@ bool readReal(std::string_view token, QVariant& out)
     return true;
 }
 
+// Most numbers of most texts: no sign, no leading zero, and so few digits that none is too large.
+bool readShortInteger(std::string_view token, QVariant& out)
+{
+    constexpr std::size_t mostDigits = 18;
+    if (token.empty() || token.size() > mostDigits || (token.front() == '0' && token.size() > 1)) {
+        return false;
+    }
+    qlonglong number = 0;
+    for (const char c : token) {
+        if (c < '0' || c > '9') {
+            return false;
+        }
+        number = number * 10 + (c - '0');
+    }
+    out = number;
+    return true;
+}
+
 // The parser's own numbers are not used, because it rounds some numbers with many digits incorrectly.
 bool readNumber(std::string_view token, QVariant& out)
 {
@@ -218,6 +236,9 @@ public:
     // A value below @p depth levels; objects in it are in @p scope.
     bool value(ondemand::value value, KeyTable::Id scope, QVariant& out, int depth);
 
+    // A value that is no object and no array, and whose token is @p token.
+    static bool scalar(ondemand::value value, std::string_view token, QVariant& out);
+
     // Reads a value, or the whole document, only to validate it.
     bool skip(ondemand::value value, int depth);
     bool skip(ondemand::document& document);
@@ -285,9 +306,16 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                if (m_keys.occurs(key, current.number, m_entries.size())) {
                    current.repeated = true;
                }
+               const std::string_view token = value.raw_json_token();
+               const char opening = start(token);
+               if (opening != '{' && opening != '[') {
+                   // Nothing else is read meanwhile, so that it may be read where it is to stand.
+                   m_entries.emplace_back();
+                   m_entries.back().key = key;
+                   return scalar(value, token, m_entries.back().value);
+               }
                QVariant read;
                if (current.flat) {
-                   const char opening = start(value.raw_json_token());
                    if (opening == '{') {
                        const std::size_t before = m_entries.size();
                        if (!members(value.get_object(), key, current, depth + 1)) {
@@ -331,24 +359,33 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
         out = elements;
         return true;
     }
-    case '"': {
-        QString string;
-        if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
-            return false;
-        }
-        out = string;
-        return true;
-    }
     default:
-        // The iteration passes over it.
-        return readAtom(token, out);
+        return scalar(value, token, out);
     }
+}
+
+bool Reader::scalar(ondemand::value value, std::string_view token, QVariant& out)
+{
+    if (start(token) != '"') {
+        // The iteration passes over it.
+        return readShortInteger(token, out) || readAtom(token, out);
+    }
+    QString string;
+    if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
+        return false;
+    }
+    out = string;
+    return true;
 }
 
 bool Reader::isData(const char* key)
 {
+    const std::string_view text = keyText(key);
+    if (text.find('\\') == std::string_view::npos) {
+        return text == "data";
+    }
     QString string;
-    return decodeString(keyText(key), string) && string == QLatin1String("data");
+    return decodeString(text, string) && string == QLatin1String("data");
 }
 
 bool Reader::skip(ondemand::value value, int depth)

@@ -37,7 +37,7 @@ public:
     /// A value that was read but is not yet in its object's map.
     struct Entry
     {
-        Id key;
+        Id key = 0;
         QVariant value;
     };
 

@@ -8,8 +8,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// How much one connection may deliver before the others get their turn.
-constexpr size_t bytesPerTurn = 64 << 10;
+// How much one connection may deliver before the others get their turn; chunks of one byte make much work of
+// it.
+constexpr size_t bytesPerTurn = 16 << 10;
 static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 } // namespace

@@ -61,12 +61,17 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
                : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
                                      : Result{Status::Failed, 0};
     }
+    const int flags = MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0);
+    if (second.size == 0) { // as in every read; a message of one piece costs the system less
+        const ssize_t sent = ::send(m_socket, first.data, first.size, flags);
+        return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
+    }
     iovec pieces[2] = {{const_cast<char*>(first.data), first.size},
                        {const_cast<char*>(second.data), second.size}};
     msghdr message{};
     message.msg_iov = pieces;
     message.msg_iovlen = 2;
-    const ssize_t sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0));
+    const ssize_t sent = ::sendmsg(m_socket, &message, flags);
     return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
 }
 

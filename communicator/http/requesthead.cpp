@@ -83,7 +83,7 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
 {
     QByteArray text;
     text.reserve(256 + head.target.size());
-    text += head.method + ' ' + head.target + " HTTP/1.1\r\n";
+    text.append(head.method).append(' ').append(head.target).append(" HTTP/1.1\r\n");
     bool hasHost = false;
     bool hasAccept = false;
     bool hasLogin = false;
@@ -99,7 +99,7 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
         own += it.key().toLatin1() + (value.isEmpty() ? QByteArrayLiteral(":") : ": " + value) + "\r\n";
     }
     if (!hasHost) {
-        text += "Host: " + device.authority + "\r\n";
+        text.append("Host: ").append(device.authority).append("\r\n");
     }
     authorization = hasLogin ? QByteArray() : loginOf(device, head);
     if (!authorization.isEmpty()) {

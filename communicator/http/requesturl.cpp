@@ -5,6 +5,8 @@
 
 #include <QUrl>
 
+#include <algorithm>
+
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
@@ -20,10 +22,23 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
+/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
+/// a path and a query their form.
+bool isPlain(QChar character)
+{
+    const ushort code = character.unicode();
+    return (code >= 'a' && code <= 'z') || (code >= '?' && code <= 'Z') || (code >= '&' && code <= ';') ||
+           code == '_' || code == '=' || code == '!' || code == '$' || code == '~';
+}
+
 // Encodes a piece of the path without placeholders, which may contain slashes, a query and encoded
 // characters.
 void appendLiteral(QByteArray& out, const QString& text)
 {
+    if (std::all_of(text.cbegin(), text.cend(), isPlain)) {
+        out += text.toLatin1(); // as most paths are; the same, and faster
+        return;
+    }
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
     decltype(text.size()) done = 0;
     for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
@@ -73,7 +88,7 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
             return {};
         }
     }
-    appendLiteral(target, path.mid(done));
+    appendLiteral(target, done == 0 ? path : path.mid(done));
 
     char separator = target.contains('?') ? '&' : '?';
     for (auto it = parameters.cbegin(); it != parameters.cend(); ++it) {
