@@ -33,7 +33,7 @@ namespace {
 // Cuts the number of an overload off; 0 when there is none.
 int takeOverload(QString& name)
 {
-    const int hash = name.lastIndexOf(QLatin1Char('#'));
+    const auto hash = name.lastIndexOf(QLatin1Char('#'));
     const int number = hash < 0 ? 0 : name.mid(hash + 1).toInt();
     if (number > 0) {
         name.truncate(hash);

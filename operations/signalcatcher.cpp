@@ -14,7 +14,14 @@ bool namesDevice(const QByteArray& parameter)
 
 QVariant argument(int type, const void* value)
 {
-    return type == QMetaType::QVariant ? *static_cast<const QVariant*>(value) : QVariant(type, value);
+    if (type == QMetaType::QVariant) {
+        return *static_cast<const QVariant*>(value);
+    }
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    return QVariant(type, value);
+#else
+    return QVariant(QMetaType(type), value);
+#endif
 }
 
 } // namespace

@@ -26,13 +26,16 @@ struct CaughtSignal
 class SignalCatcher : public QObject
 {
 public:
+    /// What is called for each signal.
     using Handler = std::function<void(const CaughtSignal&)>;
 
+    /// Hears nothing yet; @p handler must be callable.
     explicit SignalCatcher(Handler handler);
 
     /// Hears the signals of @p object from now on, those of QObject left out.
     void hear(const QObject* object);
 
+    /// Where the signals arrive; called by Qt.
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 
 private:

@@ -14,6 +14,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Read at once, so that the reading costs little beside the sending, and that many uploads cost little
+// memory.
 constexpr qint64 fileBlock = 256 << 10;
 
 QByteArray newBoundary()

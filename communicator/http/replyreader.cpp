@@ -55,7 +55,7 @@ void ReplyReader::restart()
 {
     m_parser.reset();
     m_refusal = IHttpVersionTrigger::Success;
-    m_reason.clear();
+    m_error.clear();
     m_status = 0;
     m_headComplete = false;
     m_length = -1;
@@ -87,9 +87,9 @@ qint64 ReplyReader::bodyLimit() const
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::HttpSimpleState state,
-                                                       const QString& reason)
+                                                       const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return state;
 }
 

@@ -35,9 +35,13 @@ public:
     /// those added later, with `false` requests only. Requests work without it as well.
     void initialize(bool events);
 
+    /// Makes a GET and returns when it ended; the package then has state, body and headers.
     void getSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a PUT, as getSync().
     void putSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a POST, as getSync().
     void postSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a DELETE, as getSync().
     void delSync(const QString& deviceKey, HttpJsonPackage* package);
     // Quirk: Misspelt names are part of the interface.
     /// PUT of a multipart body.
@@ -65,6 +69,14 @@ public:
     bool removeDevice(const QString& deviceKey);
     /// The keys of all devices made known by addDevice(), sorted.
     QStringList devices() const;
+
+    /// Ends the exchange @p exchange (`communicator/exchangeid.h`) at once with `Aborted`, whatever thread it
+    /// is on; nothing when it has ended. ExchangeIds::cancel() ends all exchanges of an operation.
+    /// @warning What had gone out may have been executed by the device. Any thread.
+    void cancel(quint64 exchange);
+    /// Ends all exchanges with @p deviceKey that are under way or wait with `Aborted`; the device stays known
+    /// and its event stream open. Any thread.
+    void cancelAll(const QString& deviceKey);
 
     /// Replaces the engine; null restores the built-in one. What the old engine had in flight ends with
     /// `Aborted`. To be called from the application's thread while no blocking request runs.

@@ -59,7 +59,7 @@ public:
     /// Where the error is, counted from 1.
     int line() const
     {
-        const int seen = std::max(0, std::min(m_text.size(), reached()) - 1);
+        const int seen = std::max(0, std::min(int(m_text.size()), reached()) - 1);
         return 1 + static_cast<int>(std::count(m_text.constData(), m_text.constData() + seen, '\n'));
     }
 

@@ -41,7 +41,7 @@ private Q_SLOTS:
             ReplyReader second(limits);
             feed(second, headOf(500) + QByteArray(500, 'b'));
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
-            QVERIFY(!second.reason().isEmpty());
+            QVERIFY(!second.error().isEmpty());
             second.reset();
             feed(second, headOf(400) + QByteArray(400, 'c'));
             QCOMPARE(second.finish(State::Success).state, State::Success);
@@ -131,17 +131,17 @@ private Q_SLOTS:
             const HttpReply reply = reader.finish(State::Success);
             QCOMPARE(int(reply.state), state);
             QCOMPARE(reply.status, status);
-            QCOMPARE(reader.reason(), reason);
+            QCOMPARE(reader.error(), reason);
             QCOMPARE(reply.body.isEmpty(), state != State::Success && state != State::HttpFailure);
         }
         // What the caller knows better has no reason of the reader's, unless the reader gave up first.
         reader.reset();
-        QCOMPARE(reader.reason(), QString());
+        QCOMPARE(reader.error(), QString());
         feed(reader, text);
         const bool refused = reason == QLatin1String("the reply is too large");
         const HttpReply reply = reader.finish(State::TimedOut);
         QCOMPARE(int(reply.state), refused || status == 206 ? state : int(State::TimedOut));
-        QCOMPARE(reader.reason(), refused || status == 206 ? reason : QString());
+        QCOMPARE(reader.error(), refused || status == 206 ? reason : QString());
         QVERIFY(reply.body.isEmpty());
     }
 
@@ -249,10 +249,14 @@ private Q_SLOTS:
         const QTemporaryDir directory;
         ReplyReader reader{TransferLimits()};
         QVERIFY(!reader.storeIn(directory.filePath(QStringLiteral("none/x"))));
-        QVERIFY2(reader.reason().startsWith(QLatin1String("the destination cannot be written: ")),
-                 qPrintable(reader.reason()));
+        QVERIFY2(reader.error().startsWith(QLatin1String("the destination cannot be written: ")),
+                 qPrintable(reader.error()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
+<<<<<<< HEAD
+        QCOMPARE(reader.error(), QStringLiteral("the destination cannot be written: is no regular file"));
+=======
         QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: not a regular file"));
+>>>>>>> h/cli
     }
 };
 

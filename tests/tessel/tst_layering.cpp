@@ -57,14 +57,25 @@ const QMap<QString, QStringList>& layers()
 {
     static const QMap<QString, QStringList> table{
         {"communicator",
-         {"communicator/devices", "communicator/events", "communicator/http", "communicator/packages",
+         {"communicator/events", "communicator/http", "communicator/packages", "communicator/proxy",
           "communicator/runtime", "interfaces", "json"}},
         {"communicator/devices", {"communicator", "communicator/http"}},
         {"communicator/events",
          {"communicator", "communicator/devices", "communicator/http", "communicator/runtime"}},
         {"communicator/http",
+<<<<<<< HEAD
+         {"communicator", "communicator/devices", "communicator/json", "communicator/runtime", "interfaces",
+          "json"}},
+        {"communicator/json", {"interfaces"}},
+        {"communicator/packages",
+         {"communicator", "communicator/json", "communicator/runtime", "interfaces"}},
+        {"communicator/proxy",
+         {"communicator", "communicator/devices", "communicator/events", "communicator/http",
+          "communicator/runtime"}},
+=======
          {"communicator", "communicator/devices", "communicator/runtime", "files", "interfaces", "json"}},
         {"communicator/packages", {"communicator", "communicator/runtime", "interfaces", "json"}},
+>>>>>>> h/cli
         {"communicator/runtime", {}},
         {"files", {}},
         {"interfaces", {}},
@@ -75,6 +86,7 @@ const QMap<QString, QStringList>& layers()
         {"simulator/device",
          {"simulator", "simulator/resources", "simulator/routes", "simulator/text", "tessel"}},
         {"simulator/http", {"simulator", "simulator/device"}},
+        {"simulator/program", {"simulator"}},
         {"simulator/resources", {"simulator", "simulator/routes", "simulator/text", "tessel"}},
         {"simulator/routes", {"simulator", "simulator/text", "tessel"}},
         {"simulator/text", {}},
@@ -214,7 +226,7 @@ private Q_SLOTS:
         static const QRegularExpression header("\\.headers\\(|\\bsetRequestHeader\\b");
         QStringList setters;
         for (const QString& file : sourcesBelow("tessel")) {
-            if (file == "tessel/frames/request.h") {
+            if (file == "tessel/frames/packagefiller.h") {
                 continue;
             }
             auto match = header.globalMatch(textOf(file));

@@ -12,7 +12,6 @@
 #include <stdexcept>
 
 using namespace Tessel::Operations;
-using QtPromise::QPromise;
 
 /// An operator with one operation per signature of interest.
 class Operator : public QObject
@@ -70,41 +69,44 @@ public:
         Q_UNUSED(deviceKey)
         return force && number == 7;
     }
-    QPromise<Tessel::DeviceInfo> record(const QString& deviceKey)
+    QtPromise::QPromise<Tessel::DeviceInfo> record(const QString& deviceKey)
     {
         Tessel::DeviceInfo info;
         info.name = deviceKey;
         return later(info);
     }
-    QPromise<QList<Tessel::DeviceInfo>> records(const QString& deviceKey)
+    QtPromise::QPromise<QList<Tessel::DeviceInfo>> records(const QString& deviceKey)
     {
         Tessel::DeviceInfo info;
         info.mac = deviceKey;
         return later(QList<Tessel::DeviceInfo>{info});
     }
-    QPromise<int> number(const QString& deviceKey) { return later(static_cast<int>(deviceKey.size())); }
-    QPromise<void> nothing(const QString& deviceKey)
+    QtPromise::QPromise<int> number(const QString& deviceKey)
+    {
+        return later(static_cast<int>(deviceKey.size()));
+    }
+    QtPromise::QPromise<void> nothing(const QString& deviceKey)
     {
         Q_UNUSED(deviceKey)
-        return QPromise<void>::resolve();
+        return QtPromise::QPromise<void>::resolve();
     }
-    QPromise<int> refuse(const QString& reason)
+    QtPromise::QPromise<int> refuse(const QString& reason)
     {
         if (reason == "text") {
-            return QPromise<int>::reject("arguments error");
+            return QtPromise::QPromise<int>::reject("arguments error");
         }
         if (reason == "exception") {
-            return QPromise<int>::reject(std::runtime_error("thrown"));
+            return QtPromise::QPromise<int>::reject(std::runtime_error("thrown"));
         }
-        return QPromise<int>{[](const QtPromise::QPromiseResolve<int>& /*resolve*/,
-                                const QtPromise::QPromiseReject<int>& reject) { reject(); }};
+        return QtPromise::QPromise<int>{[](const QtPromise::QPromiseResolve<int>& /*resolve*/,
+                                           const QtPromise::QPromiseReject<int>& reject) { reject(); }};
     }
 
 private:
     template <class Value>
-    static QPromise<Value> later(const Value& value)
+    static QtPromise::QPromise<Value> later(const Value& value)
     {
-        return QPromise<Value>{[&](const QtPromise::QPromiseResolve<Value>& resolve) {
+        return QtPromise::QPromise<Value>{[&](const QtPromise::QPromiseResolve<Value>& resolve) {
             QTimer::singleShot(0, [resolve, value] { resolve(value); });
         }};
     }
