@@ -134,8 +134,8 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
     row("nothing", {}, "no command given; use call, ops,");
     row("no command within another", {"firmware"}, "no command given; use update, progress, download");
     row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
-    row("unknown command within another", {"firmware", "updat"},
-        "unknown command \"updat\"; did you mean update?");
+    row("unknown command within another", {"firmware", "xupdate"},
+        "unknown command \"xupdate\"; did you mean update?");
     row("unknown option", {"--jsonn", "routes"}, "unknown option \"--jsonn\"; did you mean --json?");
     row("unknown option of a command", {"firmware", "download", "f", "--idd=3"},
         "unknown option \"--idd\"; did you mean --id?");
