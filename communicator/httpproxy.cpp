@@ -82,6 +82,8 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     } else if (download && request.downloadPath.isEmpty()) {
         const QString error = QStringLiteral("the download has no destination");
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, error, now));
+    } else if (isCancelledHere()) {
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledError(), now));
     } else if (const std::shared_ptr<HttpEngine> current = engines.engine()) {
         putReply(package, current->exchange(request));
     } else {
@@ -100,6 +102,11 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::errorOfBody(package),
+                                           std::chrono::steady_clock::now()));
+        return false;
+    }
+    if (isCancelledHere()) {
+        promise->settle(failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledError(),
                                            std::chrono::steady_clock::now()));
         return false;
     }
@@ -227,6 +234,20 @@ bool HttpProxy::removeDevice(const QString& deviceKey)
 QStringList HttpProxy::devices() const
 {
     return d->registry->keys();
+}
+
+void HttpProxy::cancel(quint64 exchange)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engines.engine()) {
+        current->cancel(exchange);
+    }
+}
+
+void HttpProxy::cancelAll(const QString& deviceKey)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engines.engine()) {
+        current->cancelAll(deviceKey);
+    }
 }
 
 void HttpProxy::setEngine(std::unique_ptr<HttpEngine> engine)

@@ -54,7 +54,8 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     while (true) {
         if (m_aborted || device->isRemoved) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedError());
+            return m_exchange.finish(IHttpVersionTrigger::Aborted,
+                                     m_isCancelled ? cancelledError() : abortedError());
         }
         if (!m_connection) {
             ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
@@ -111,6 +112,12 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
     return Exchange::Step::GoOn;
 }
 
+void BlockingExchange::cancel()
+{
+    m_isCancelled = true;
+    abort();
+}
+
 void BlockingExchange::abort()
 {
     m_aborted = true;
@@ -129,26 +136,30 @@ ConnectionPool::ConnectionPool(const TransferLimits& limits)
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                                    std::chrono::steady_clock::time_point started)
 {
-    const Sessions::iterator entry = acquire(device, request.daemon);
+    const Sessions::iterator entry = acquire(device, request);
     HttpReply reply = entry->session.perform(request, device, started);
     release(entry);
     return reply;
 }
 
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
-                                                           bool daemon)
+                                                           const HttpRequest& request)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    Sessions entry = m_idle.takeNewest({device.get(), daemon});
+    Sessions entry = m_idle.takeNewest({device.get(), request.daemon});
     if (entry.empty()) {
         lock.unlock();
-        entry.emplace_back(m_limits, device, daemon);
+        entry.emplace_back(m_limits, device, request.daemon);
         lock.lock();
         if (m_closed) {
             entry.front().session.abort();
         }
     }
     entry.front().user = std::this_thread::get_id();
+    entry.front().exchange = request.id;
+    if (!m_closed && m_cancelled.contains(request.id)) {
+        entry.front().session.cancel();
+    }
     m_active.splice(m_active.end(), entry);
     return std::prev(m_active.end());
 }
@@ -182,6 +193,27 @@ void ConnectionPool::abort(const QString& deviceKey)
         }
     }
     dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
+}
+
+void ConnectionPool::cancel(ExchangeId id)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_cancelled.add(id);
+    for (Entry& entry : m_active) {
+        if (entry.exchange == id) {
+            entry.session.cancel();
+        }
+    }
+}
+
+void ConnectionPool::cancelAll(const QString& deviceKey)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (Entry& entry : m_active) {
+        if (entry.device->key == deviceKey) {
+            entry.session.cancel();
+        }
+    }
 }
 
 void ConnectionPool::close()

@@ -23,4 +23,9 @@ QString abortedError()
     return QStringLiteral("the transport was stopped or the device removed");
 }
 
+QString cancelledError()
+{
+    return QStringLiteral("the application cancelled the request");
+}
+
 } // namespace Krelm::Communicator::HttpDevice

@@ -14,6 +14,8 @@ HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::Ht
 
 /// Why an exchange ended with `Aborted`.
 QString abortedError();
+/// The same when the application ended it.
+QString cancelledError();
 
 } // namespace Krelm::Communicator::HttpDevice
 
