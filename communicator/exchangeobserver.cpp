@@ -7,7 +7,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-class ObserverHandle::Observer
+class Q_DECL_HIDDEN ObserverHandle::Observer
 {
 public:
     explicit Observer(std::shared_ptr<RegisteredObserver> observer)

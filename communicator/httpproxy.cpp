@@ -14,7 +14,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-class HttpProxy::Private
+class Q_DECL_HIDDEN HttpProxy::Private
 {
 public:
     explicit Private(HttpProxy* proxy);

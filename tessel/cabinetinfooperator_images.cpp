@@ -123,9 +123,9 @@ bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
                                                 const QMap<QString, QVariant>& parts,
                                                 QMap<QString, QVariant>& reply)
 {
-    const int cabinets = parts.value(QStringLiteral("id")).toList().size();
+    const auto cabinets = parts.value(QStringLiteral("id")).toList().size();
     return MultipartRequest("Device_Multi_Prestoreimage", parts)
-        .expectedTime(cabinets * qint64(3000))
+        .expectedTime(qint64(cabinets) * 3000)
         .put(deviceKey, reply);
 }
 

@@ -10,7 +10,6 @@
 #include <QDebug>
 #include <QThread>
 
-using QtPromise::QPromise;
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
 using Tessel::PromiseRequest;
@@ -26,8 +25,8 @@ void logThread(const char* operation, const char* event)
 }
 
 // Quirk: A failed upload does not reject its promise.
-QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QString& deviceKey,
-                           const QList<QVariant>& data)
+QtPromise::QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QString& deviceKey,
+                                      const QList<QVariant>& data)
 {
     return PromiseRequest::answer<bool>(
         routeKey, [&data](PromiseRequest& request) { request.body(data); }, &HttpProxy::put, deviceKey,
@@ -40,8 +39,8 @@ QPromise<bool> uploadTable(const char* routeKey, const char* operation, const QS
 }
 
 // Quirk: A failed upload does not reject its promise.
-QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey, const QString& deviceKey,
-                                                const QString& cid, const QList<QVariant>& data)
+QtPromise::QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey, const QString& deviceKey,
+                                                           const QString& cid, const QList<QVariant>& data)
 {
     return PromiseRequest::answer<QMap<QString, QVariant>>(
         routeKey, [&](PromiseRequest& request) { request.placeHolder("cid", cid).body(data); },

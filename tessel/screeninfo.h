@@ -192,6 +192,7 @@ public:
     /// delivered meanwhile, so operators may be re-entered. Without ids the call blocks until something else
     /// quits its event loop.
     /// @{
+
     /// Sets the HDR switch.
     bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
@@ -326,6 +327,7 @@ public:
     /// Those that do not wait return `true` and an empty reply, since no reply has arrived yet. Those without
     /// a route send a request with an empty path, which has no effect.
     /// @{
+
     /// Writes the data of a colour switch; does not wait.
     bool putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);

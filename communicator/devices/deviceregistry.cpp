@@ -65,7 +65,7 @@ void complete(Device& device)
         !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
     device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
     // A zone is of this machine alone (RFC 6874, 4).
-    const int zone = device.authority.indexOf("%25");
+    const auto zone = device.authority.indexOf("%25");
     if (zone >= 0) {
         device.authority.remove(zone, device.authority.indexOf(']') - zone);
     }

@@ -2,7 +2,7 @@
 #include "communicator/http/outgoingbody.h"
 
 #include "communicator/http/transferlimits.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <QFileInfo>
 #include <QUrl>

@@ -67,7 +67,7 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<AtomicFile>(path);
+    m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
         m_file.reset();

@@ -2,10 +2,10 @@
 #ifndef COMMUNICATOR_HTTP_REPLYREADER_H
 #define COMMUNICATOR_HTTP_REPLYREADER_H
 
-#include "communicator/http/atomicfile.h"
 #include "communicator/http/responseparser.h"
 #include "communicator/http/transferlimits.h"
 #include "communicator/httpengine.h"
+#include "files/atomicfile.h"
 
 #include <memory>
 #include <string_view>
@@ -66,7 +66,7 @@ private:
 
     const TransferLimits m_limits;
     ResponseParser m_parser;
-    std::unique_ptr<AtomicFile> m_file;
+    std::unique_ptr<Tessel::Files::AtomicFile> m_file;
     IHttpVersionTrigger::HttpSimpleState m_refusal =
         IHttpVersionTrigger::Success; ///< why reading was broken off
     QString m_error;

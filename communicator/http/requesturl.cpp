@@ -24,8 +24,8 @@ bool isHexDigit(char c)
 void appendLiteral(QByteArray& out, const QString& text)
 {
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
-    int done = 0;
-    for (int i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
+    decltype(text.size()) done = 0;
+    for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
         if (i + 2 >= encoded.size() || !isHexDigit(encoded[i + 1]) || !isHexDigit(encoded[i + 2])) {
             out.append(encoded.constData() + done, i - done).append("%25");
             done = i + 1;
@@ -49,10 +49,10 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
     if (!path.startsWith(QLatin1Char('/'))) {
         target += '/';
     }
-    int done = 0;
+    decltype(path.size()) done = 0;
     while (done < path.size()) {
-        const int open = path.indexOf(QLatin1Char('{'), done);
-        const int close = open < 0 ? -1 : path.indexOf(QLatin1Char('}'), open);
+        const auto open = path.indexOf(QLatin1Char('{'), done);
+        const auto close = open < 0 ? -1 : path.indexOf(QLatin1Char('}'), open);
         if (close < 0) {
             break;
         }

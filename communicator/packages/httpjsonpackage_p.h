@@ -3,7 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 
@@ -13,7 +13,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 class PendingReply;
 
-class HttpJsonPackage::Private
+class Q_DECL_HIDDEN HttpJsonPackage::Private
 {
 public:
     /// The package as the value that an engine takes; the body is shared, not copied.

@@ -61,7 +61,7 @@ bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVar
         return exchangeInTurn(exchange, path, body, deviceKey, ids, onSuccess);
     }
     QEventLoop loop;
-    int remaining = ids.size();
+    auto remaining = ids.size();
     bool ok = true;
     const auto countDown = [&loop, &remaining] {
         if (--remaining == 0) {
