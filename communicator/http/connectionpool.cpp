@@ -157,7 +157,7 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
     }
     entry.front().user = std::this_thread::get_id();
     entry.front().exchange = request.id;
-    if (m_cancelled.contains(request.id)) {
+    if (!m_closed && m_cancelled.contains(request.id)) {
         entry.front().session.cancel();
     }
     m_active.splice(m_active.end(), entry);
