@@ -329,6 +329,23 @@ private Q_SLOTS:
         }
     }
 
+    void framingReachesToItsBound()
+    {
+        const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+        for (const int tooMuch : {0, 1}) {
+            const State expected = tooMuch == 0 ? State::Reading : State::TooLarge;
+            Reading frame;
+            QCOMPARE(frame.feed(chunked + "1;" + QByteArray(16384 - 2 + tooMuch, 'x'), 100000), expected);
+            // In several chunks, each with the semicolon.
+            Reading extensions;
+            QByteArray chunks;
+            for (int i = 0; i < 16; ++i) {
+                chunks += "1;" + QByteArray(1023 + (i == 0 ? tooMuch : 0), 'x') + "\r\ny\r\n";
+            }
+            QCOMPARE(extensions.feed(chunked + chunks, 100000), expected);
+        }
+    }
+
     void aHandlerThatRefusesEndsTheReading()
     {
         Reading head;
