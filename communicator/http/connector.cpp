@@ -17,6 +17,7 @@ namespace {
 
 constexpr int pollMilliseconds = 1000; // libcurl returns earlier for its own timers
 
+// libcurl writes into it as long as the handle is there, of a TLS connection to its end.
 using ErrorText = std::array<char, CURL_ERROR_SIZE>;
 
 // As libcurl does it, except that programs which the process starts do not inherit the connection.
@@ -31,7 +32,6 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     CURL* const easy = curl_easy_init();
     curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L);
     curl_easy_setopt(easy, CURLOPT_URL, device.baseUrl.constData());
-    curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
@@ -44,7 +44,6 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-    error[0] = '\0';
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
 
     const DeviceEndpoint& endpoint = device.endpoint;
@@ -111,10 +110,10 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
-    ErrorText error;
+    const auto error = std::make_shared<ErrorText>();
     CURLM* const multi = newMulti();
-    CURL* const easy = newHandle(device, limit, error);
-    const auto release = [multi, easy] {
+    CURL* const easy = newHandle(device, limit, *error);
+    const auto release = [multi, easy, error] {
         curl_multi_remove_handle(multi, easy);
         curl_easy_cleanup(easy);
         curl_multi_cleanup(multi);
@@ -147,11 +146,10 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         return result;
     }
     if (message->data.result != CURLE_OK) {
-        ConnectResult result = failure(message->data.result, error);
+        ConnectResult result = failure(message->data.result, *error);
         release();
         return result;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     return opened(device, easy, release);
 }
 
@@ -167,7 +165,7 @@ void BlockingConnector::abort()
 struct Connector::Pending
 {
     std::shared_ptr<const Device> device;
-    ErrorText error;
+    std::shared_ptr<ErrorText> error = std::make_shared<ErrorText>();
     Done done;
 };
 
@@ -189,7 +187,7 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
     auto pending = std::make_unique<Pending>();
     pending->device = device;
     pending->done = std::move(done);
-    CURL* const easy = newHandle(*device, limit, pending->error);
+    CURL* const easy = newHandle(*device, limit, *pending->error);
     m_pending.emplace(easy, std::move(pending));
     m_multi.add(easy, [this, easy](CURLcode code) { finished(easy, code); });
     return easy;
@@ -206,17 +204,16 @@ void Connector::finished(CURL* easy, CURLcode code)
 {
     auto node = m_pending.extract(easy);
     const std::unique_ptr<Pending> pending = std::move(node.mapped());
-    const auto release = [this, easy] {
+    const auto release = [this, easy, error = pending->error] {
         m_multi.remove(easy);
         curl_easy_cleanup(easy);
     };
     if (code != CURLE_OK) {
-        ConnectResult result = failure(code, pending->error);
+        ConnectResult result = failure(code, *pending->error);
         release();
         pending->done(std::move(result));
         return;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     pending->done(opened(*pending->device, easy, release));
 }
 
