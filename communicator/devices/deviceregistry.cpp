@@ -63,11 +63,9 @@ void complete(Device& device)
     device.hasClearLogin =
         !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
     device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
-    // A zone is of this machine alone (RFC 6874, 4).
+    // A zone is of this machine alone (RFC 6874, 4). Without one nothing is taken out.
     const int zone = device.authority.indexOf("%25");
-    if (zone >= 0) {
-        device.authority.remove(zone, device.authority.indexOf(']') - zone);
-    }
+    device.authority.remove(zone, device.authority.indexOf(']') - zone);
     const char* const defaultPort = device.isTls ? ":443" : ":80";
     if (device.authority.endsWith(defaultPort)) {
         device.authority.chop(static_cast<int>(qstrlen(defaultPort)));

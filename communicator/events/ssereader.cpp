@@ -51,7 +51,7 @@ bool SseReader::feed(const char* bytes, std::size_t size)
         m_skipFeed = false;
         position += *position == '\n' ? 1 : 0;
     }
-    // Each is searched anew only when it was passed, so that a text of one kind of line end is not searched
+    // Each is searched anew from where it was found, so that a text of one kind of line end is not searched
     // for the other over and over.
     const char* feedAt = find(position, end, '\n');
     const char* returnAt = find(position, end, '\r');
@@ -82,11 +82,9 @@ bool SseReader::feed(const char* bytes, std::size_t size)
             } else if (position == feedAt) {
                 ++position;
             }
-            returnAt = find(position, end, '\r');
         }
-        if (feedAt < position) {
-            feedAt = find(position, end, '\n');
-        }
+        feedAt = find(std::max(feedAt, position), end, '\n');
+        returnAt = find(std::max(returnAt, position), end, '\r');
     }
     return true;
 }

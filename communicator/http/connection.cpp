@@ -46,7 +46,7 @@ Connection::~Connection()
 
 Connection::Result Connection::failure() const
 {
-    return meansWaiting(errno) ? Result{Status::Waiting, 0} : Result{Status::Failed, 0};
+    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed};
 }
 
 Connection::Result Connection::send(Bytes first, Bytes second, bool more)
@@ -58,8 +58,8 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
         const CURLcode code =
             curl_easy_send(m_easy, piece.data, std::min(piece.size, largestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
-               : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
-                                     : Result{Status::Failed, 0};
+               : code == CURLE_AGAIN ? Result{Status::Waiting}
+                                     : Result{Status::Failed};
     }
     iovec pieces[2] = {{const_cast<char*>(first.data), first.size},
                        {const_cast<char*>(second.data), second.size}};
@@ -78,7 +78,7 @@ Connection::Result Connection::receive(char* buffer, std::size_t size)
         if (code == CURLE_OK) {
             return {received > 0 ? Status::Moved : Status::Closed, received};
         }
-        return {code == CURLE_AGAIN ? Status::Waiting : Status::Failed, 0};
+        return {code == CURLE_AGAIN ? Status::Waiting : Status::Failed};
     }
     const ssize_t received = ::recv(m_socket, buffer, size, MSG_DONTWAIT);
     if (received < 0) {

@@ -26,7 +26,8 @@ void appendLiteral(QByteArray& out, const QString& text)
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
     int done = 0;
     for (int i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
-        if (i + 2 >= encoded.size() || !isHexDigit(encoded[i + 1]) || !isHexDigit(encoded[i + 2])) {
+        const char* const digits = encoded.constData() + i + 1; // the end is a zero
+        if (!isHexDigit(digits[0]) || !isHexDigit(digits[1])) {
             out.append(encoded.constData() + done, i - done).append("%25");
             done = i + 1;
         }

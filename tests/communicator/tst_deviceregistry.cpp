@@ -228,7 +228,8 @@ private Q_SLOTS:
         DeviceRegistry registry;
         QString reason;
         QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Refused);
-        QVERIFY2(reason.contains(QStringLiteral("unknown login")), qPrintable(reason));
+        QCOMPARE(reason,
+                 QStringLiteral("unknown login %1; use an enumerator of DeviceEndpoint::Login").arg(value));
         QVERIFY(!registry.find(QStringLiteral("wall")));
     }
 };
