@@ -121,7 +121,7 @@ void BlockingExchange::abort()
 
 ConnectionPool::ConnectionPool(const TransferLimits& limits)
     : m_limits(limits)
-    , m_maximumIdle(descriptorBudget(2, 1))
+    , m_maximumIdle(descriptorBudget(2))
 {}
 
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
