@@ -12,6 +12,7 @@
 #include <QLoggingCategory>
 #include <QtTest>
 
+#include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -105,6 +106,28 @@ private Q_SLOTS:
         QCOMPARE(received[0].target, QByteArray("/api/v1/events"));
         QCOMPARE(received[0].headers.value("accept"), QByteArray("text/event-stream"));
         QVERIFY(!received[0].headers.contains("last-event-id"));
+    }
+
+    void aStreamThatIsClosedIsNeverWokenAgain()
+    {
+        EventTimings timings = quickTimings();
+        timings.connect = 100ms;
+        timings.firstDelay = 1ms;
+        timings.longestDelay = 1ms;
+        MisbehavingServer server(Mode::ResetOnAccept);
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_VERIFY(server.connections() >= 3);
+        listening.channels.close(wall, {});
+        // Whatever it left is due before this.
+        std::promise<void> later;
+        listening.loop->run([&] {
+            listening.loop->startTimer(IoLoop::Clock::now() + timings.connect, [&] { later.set_value(); });
+        });
+        QCOMPARE(later.get_future().wait_for(10s), std::future_status::ready);
+        const int connections = server.connections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(server.connections(), connections);
     }
 
     void aBrokenStreamIsResumedBehindTheLastEvent()

@@ -37,6 +37,9 @@ struct Watch : ReconnectPolicy::Listener
         lastDelay = delay;
     }
 
+    explicit Watch(const EventTimings& timings = Watch::timings())
+        : policy(*this, timings, [this] { return random; })
+    {}
     QStringList take() { return std::exchange(done, {}); }
     void advance(std::chrono::milliseconds by)
     {
@@ -61,7 +64,7 @@ struct Watch : ReconnectPolicy::Listener
     int firsts = 0;
     std::chrono::milliseconds lastDelay{};
     ReconnectPolicy::Clock::time_point now{1000s};
-    ReconnectPolicy policy{*this, timings(), [this] { return random; }};
+    ReconnectPolicy policy;
 };
 
 const QStringList opened{QStringLiteral("open")};
@@ -111,6 +114,22 @@ private Q_SLOTS:
             watch.now += delay;
             watch.policy.tick(watch.now);
             QCOMPARE(watch.take(), opened);
+        }
+    }
+
+    void delaysDoubleTwentyTimesAtMost()
+    {
+        EventTimings timings = Watch::timings();
+        timings.firstDelay = 1ms;
+        timings.longestDelay = std::chrono::hours(24 * 365);
+        timings.goneAfter = timings.longestDelay;
+        Watch watch(timings);
+        watch.policy.start(watch.now);
+        for (int failures = 1; failures <= 30; ++failures) {
+            watch.fail();
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1 << std::min(failures - 1, 20)));
+            watch.now += watch.lastDelay;
+            watch.policy.tick(watch.now);
         }
     }
 
