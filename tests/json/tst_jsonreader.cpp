@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <malloc.h>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -708,6 +710,37 @@ private Q_SLOTS:
         QVERIFY(out.isEmpty());
         QVERIFY(JsonText::readObject(text, out));
         QVERIFY(JsonText::isComplete(text));
+    }
+
+    // Pages that nobody touches take no memory.
+    void aTextBeyondTheLongestIsRefusedUnread()
+    {
+        QCOMPARE(JsonText::maxSize, 1073741760);
+        constexpr std::size_t size = std::size_t(1073741761);
+        void* const pages =
+            ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        QVERIFY(pages != MAP_FAILED);
+        givesNothing(QByteArray::fromRawData(static_cast<const char*>(pages), int(size)));
+        ::munmap(pages, size);
+    }
+
+    // Nothing where the allocator is another one, such as a sanitizer's, that does not count.
+    void aLargeTextLeavesNoMemoryBehind()
+    {
+        const auto memory = [] {
+            const struct mallinfo2 now = ::mallinfo2();
+            return qint64(now.uordblks) + qint64(now.hblkhd);
+        };
+        QVERIFY(JsonText::isComplete("{}"));
+        const qint64 before = memory();
+        {
+            const QByteArray text = '{' + QByteArray("\"a\":1,").repeated(200000) + "\"a\":2}";
+            QVariantMap out;
+            QVERIFY(JsonText::readFlattened(text, out));
+            QCOMPARE(out, (QVariantMap{{"a", 2LL}}));
+        }
+        const qint64 left = memory() - before;
+        QVERIFY2(left < 1 << 20, qPrintable(QString::number(left)));
     }
 
     void threadsReadAtTheSameTime()
