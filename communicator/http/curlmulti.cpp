@@ -18,7 +18,7 @@ namespace {
 constexpr int descriptorsLookedAt = 64;
 
 /// The bytes in a local socket that programs inherit, those to read (FIONREAD) or those that its peer has not
-/// read (SIOCOUTQ); 0 for any other descriptor.
+/// read (SIOCOUTQ); -1 for any other descriptor and for none.
 int pending(int descriptor, unsigned long request)
 {
     int domain = 0;
@@ -26,7 +26,7 @@ int pending(int descriptor, unsigned long request)
     int bytes = 0;
     if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 || domain != AF_UNIX ||
         (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0 || ::ioctl(descriptor, request, &bytes) != 0) {
-        return 0;
+        return -1;
     }
     return bytes;
 }
@@ -55,7 +55,7 @@ CURLM* newMulti()
         }
     }
     curl_multi_poll(multi, nullptr, 0, 0, nullptr);
-    if (reader != -1 && writer != -1 && pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
+    if (pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
         ::fcntl(reader, F_SETFD, FD_CLOEXEC);
         ::fcntl(writer, F_SETFD, FD_CLOEXEC);
     }

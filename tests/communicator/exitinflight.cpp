@@ -126,6 +126,10 @@ int main(int argc, char** argv)
         HttpProxy* const proxy = HttpProxy::getInstance();
         proxy->addDevice(QStringLiteral("wall"), endpoint);
         std::printf("state %d\n", blockingState(QStringLiteral("wall")));
+        static HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/x"));
+        proxy->get(QStringLiteral("wall"), &package);
+        std::printf("state %d\n", blockingState(QStringLiteral("wall")));
         return 0;
     }
     if (way == "observer" || way == "blocking observer") {

@@ -56,7 +56,7 @@ void TestExit::aProcessEndsCleanlyWithAConnectionOverTls()
     }
     QVERIFY(server.start());
     QVERIFY(server.serve(QStringLiteral("/x"), "{\"code\":0}"));
-    endsWith({QStringLiteral("a connection over TLS"), QString(), server.address()}, "state 0\n");
+    endsWith({QStringLiteral("a connection over TLS"), QString(), server.address()}, "state 0\nstate 0\n");
 }
 
 void TestExit::endsWith(const QStringList& arguments, const QByteArray& output)

@@ -18,7 +18,7 @@ struct Queue
     {
         loop.run([this] { queue.reset(); });
     }
-    void add(const QString& key, const QString& address, const QString& path)
+    void add(const QString& key, const QString& address, const QString& path, int limit = 60000)
     {
         DeviceEndpoint endpoint;
         endpoint.address = address;
@@ -29,12 +29,17 @@ struct Queue
         }
         HttpRequest asked = request(key);
         asked.path = path;
-        asked.expectedTime = 60000;
+        asked.expectedTime = limit;
         loop.run([&] {
             queue->add(
-                asked, registry.find(key), [this](const HttpReply&) { ++settled; },
+                asked, registry.find(key), [this](const HttpReply& reply) { tell(reply); },
                 std::chrono::steady_clock::now());
         });
+    }
+    void tell(const HttpReply& reply)
+    {
+        timedOut += reply.state == State::TimedOut ? 1 : 0;
+        ++settled;
     }
     void abort(const QString& key)
     {
@@ -43,6 +48,7 @@ struct Queue
 
     DeviceRegistry registry;
     IoLoop loop;
+    std::atomic<int> timedOut{0};
     std::atomic<int> settled{0};
     std::optional<RequestQueue> queue;
 };
@@ -54,6 +60,24 @@ class TestRequestQueue : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase() { muteLog(); }
+
+    void aRequestThatHasNoTurnWithinItsLimitTimesOut()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        Queue queue(1);
+        queue.add(QStringLiteral("x"), silent.address(), QStringLiteral("/x"));
+        queue.add(QStringLiteral("y"), silent.address(), QStringLiteral("/y"));
+        queue.add(QStringLiteral("a"), server.address(), QStringLiteral("/a0"), 20);
+        QTRY_COMPARE(queue.timedOut.load(), 1);
+        QCOMPARE(queue.settled.load(), 1);
+        queue.add(QStringLiteral("a"), server.address(), QStringLiteral("/a1"));
+        queue.abort(QStringLiteral("x"));
+        QVERIFY(server.waitForDeliveries(1));
+        QCOMPARE(server.received().at(0).target, QByteArray("/a1"));
+        QTRY_COMPARE(queue.settled.load(), 3);
+        QCOMPARE(queue.timedOut.load(), 1);
+    }
 
     void aDeviceWhoseRequestsWereAbortedKeepsOneTurn()
     {
