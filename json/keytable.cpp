@@ -279,7 +279,7 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     const auto name = [&](std::uint32_t i) -> const QString& { return m_nodes[shape.keys[i]].name; };
     std::sort(shape.order.begin(), shape.order.end(), [&](std::uint32_t left, std::uint32_t right) {
         const int order = name(left).compare(name(right));
-        return order != 0 ? order < 0 : left > right;
+        return order < 0 || (order == 0 && left > right);
     });
     const auto sameName = [&](std::uint32_t left, std::uint32_t right) { return name(left) == name(right); };
     shape.order.erase(std::unique(shape.order.begin(), shape.order.end(), sameName), shape.order.end());

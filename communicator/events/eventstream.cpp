@@ -88,7 +88,6 @@ void EventStream::openStream()
     m_tooLarge = false;
     m_status = 0;
     m_overhead = 0;
-    m_open = true;
     m_attempt = m_connector.connect(m_device, m_connectLimit, [this](ConnectResult opened) {
         m_attempt = nullptr;
         if (opened.connection) {
@@ -101,7 +100,6 @@ void EventStream::openStream()
 
 void EventStream::closeStream()
 {
-    m_open = false;
     setPaused(false);
     if (m_attempt != nullptr) {
         m_connector.cancel(m_attempt);

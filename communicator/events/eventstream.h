@@ -77,7 +77,6 @@ private:
     QString m_challenge; ///< of a reply that asks for a login
     bool m_wasChallenged = false;
     std::optional<IoLoop::TimerId> m_timer;
-    bool m_open = false; ///< or being opened
     bool m_isPaused = false;
     bool m_isStream = false; ///< a head came that announces events
     bool m_isEventType = false;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <curl/curl.h>
 #include <fcntl.h>
+#include <iterator>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -61,11 +62,11 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
                : code == CURLE_AGAIN ? Result{Status::Waiting}
                                      : Result{Status::Failed};
     }
-    iovec pieces[2] = {{const_cast<char*>(first.data), first.size},
-                       {const_cast<char*>(second.data), second.size}};
+    iovec pieces[] = {{const_cast<char*>(first.data), first.size},
+                      {const_cast<char*>(second.data), second.size}};
     msghdr message{};
     message.msg_iov = pieces;
-    message.msg_iovlen = 2;
+    message.msg_iovlen = std::size(pieces);
     const ssize_t sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0));
     return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
 }
@@ -127,10 +128,10 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
 
 bool Connection::wait(bool orSend, std::chrono::milliseconds limit)
 {
-    pollfd watched{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0};
+    pollfd watched[] = {{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0}};
     const auto bounded = std::clamp(limit, std::chrono::milliseconds(0), longestPoll);
-    ::poll(&watched, 1, static_cast<int>(bounded.count()));
-    return (watched.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
+    ::poll(watched, std::size(watched), static_cast<int>(bounded.count()));
+    return (watched[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }
 
 bool Connection::isQuiet()
@@ -141,7 +142,7 @@ bool Connection::isQuiet()
         return meansWaiting(errno);
     }
     // What TLS keeps for itself, such as a ticket for a later session, is no byte of a reply.
-    return m_easy != nullptr && seen > 0 && receive(&byte, sizeof byte).status == Status::Waiting;
+    return m_easy != nullptr && receive(&byte, sizeof byte).status == Status::Waiting;
 }
 
 void Connection::shutDown()

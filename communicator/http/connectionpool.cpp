@@ -161,7 +161,7 @@ void ConnectionPool::release(Sessions::iterator entry)
 {
     Sessions dropped; // destroyed after the lock is free: closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
+    if (entry->session.isAborted() || entry->device->isRemoved) {
         dropped.splice(dropped.end(), m_active, entry);
         m_left.notify_all();
         return;

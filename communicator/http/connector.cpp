@@ -42,7 +42,6 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     // 0 would stand for no limit at all.
     const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
 
@@ -86,7 +85,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
     const int socket = socketOf(easy);
     if (!device.isTls) {
         // The socket is all there is to the connection: keeping it alone spares the memory of the handle.
-        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, 0);
+        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, socket);
         release();
         if (own >= 0) {
             result.connection = std::make_unique<Connection>(own);
@@ -119,7 +118,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         curl_multi_cleanup(multi);
     };
     curl_multi_add_handle(multi, easy);
-    bool aborted = false;
+    bool aborted{};
     const auto setMulti = [&](CURLM* connecting) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_multi = connecting;

@@ -107,10 +107,9 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
         }
         return 0;
     }
-    const bool in = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
-    const bool out = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
-    multi->m_loop.watch(socket, (in ? std::uint32_t(EPOLLIN) : 0U) | (out ? std::uint32_t(EPOLLOUT) : 0U),
-                        [multi, socket](std::uint32_t /*events*/) { multi->act(socket); });
+    const std::uint32_t in = (what & CURL_POLL_IN) != 0 ? EPOLLIN : 0U;
+    const std::uint32_t out = (what & CURL_POLL_OUT) != 0 ? EPOLLOUT : 0U;
+    multi->m_loop.watch(socket, in | out, [multi, socket](std::uint32_t /*events*/) { multi->act(socket); });
     return 0;
 }
 

@@ -53,8 +53,8 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
     int done = 0;
     while (done < path.size()) {
         const int open = path.indexOf(QLatin1Char('{'), done);
-        const int close = open < 0 ? -1 : path.indexOf(QLatin1Char('}'), open);
-        if (close < 0) {
+        const int close = open == -1 ? -1 : path.indexOf(QLatin1Char('}'), open);
+        if (close == -1) {
             break;
         }
         const auto value = placeHolders.constFind(path.mid(open + 1, close - open - 1));

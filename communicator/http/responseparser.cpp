@@ -264,7 +264,7 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     }
     const std::size_t room =
         static_cast<std::size_t>(std::max<qint64>(0, m_limits.headerBytes - m_headBytes)) + 1;
-    const std::size_t taken = std::min(size, room > before ? room - before : 1);
+    const std::size_t taken = std::min(size, room - before);
     m_pending.append(bytes, static_cast<int>(taken));
     const std::string_view all(m_pending.constData(), before + taken);
     if (all.substr(0, start.size()) != start.substr(0, all.size())) {
