@@ -202,6 +202,11 @@ int main(int argc, char** argv)
         static Requests elsewhere;
         elsewhere.start(stalled);
     });
+    setExchangeObserver([](const ExchangeRecord&) {
+        if (leaving) {
+            std::puts("told after the end");
+        }
+    });
     // At whatever moment of the requests this falls; the time is for some of them to be under way.
     QTimer::singleShot(100, &application, [&] {
         if (way == "exit") {

@@ -208,6 +208,7 @@ private Q_SLOTS:
             ::setrlimit(RLIMIT_NOFILE, &usual);
             isOpen = result.connection != nullptr;
             QCOMPARE(result.state == State::Success, isOpen);
+            QVERIFY(result.state != State::Aborted);
             QCOMPARE(result.reason.isEmpty(), isOpen);
             if (!isOpen) {
                 reasons << QStringLiteral("%1 %2").arg(result.state).arg(result.reason);

@@ -130,6 +130,29 @@ private Q_SLOTS:
         QCOMPARE(server.connections(), connections);
     }
 
+    void aDeviceThatNeverAnswersIsTriedAgain()
+    {
+        MisbehavingServer server(Mode::Stall);
+        EventTimings timings = quickTimings();
+        timings.connect = 50ms;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(3));
+    }
+
+    void theTimingsAreThoseThatArePromised()
+    {
+        const EventTimings timings;
+        QCOMPARE(timings.connect.count(), 10000);
+        QCOMPARE(timings.firstDelay.count(), 1000);
+        QCOMPARE(timings.longestDelay.count(), 60000);
+        QCOMPARE(timings.loginDelay.count(), 300000);
+        QCOMPARE(timings.stableAfter.count(), 30000);
+        QCOMPARE(timings.silence.count(), 45000);
+        QCOMPARE(timings.goneAfter.count(), 60000);
+        QCOMPARE(timings.jitter, 0.3);
+    }
+
     void aBrokenStreamIsResumedBehindTheLastEvent()
     {
         MisbehavingServer server(Mode::Scripted);
@@ -365,6 +388,7 @@ private Q_SLOTS:
 
     void aDeviceThatStaysAwayIsLoggedOutOnce()
     {
+        const LogCollector log;
         const ClosedPort closed;
         EventTimings timings = quickTimings();
         timings.goneAfter = 100ms;
@@ -378,6 +402,7 @@ private Q_SLOTS:
         QCOMPARE(std::count_if(listening.proxyEvents.cbegin(), listening.proxyEvents.cend(),
                                [](const ProxyEvent& event) { return event.deviceKey == wall; }),
                  1);
+        QCOMPARE(log.lines().count(QStringLiteral("tessel.events.info: wall: gone")), 1);
     }
 
     void aFullQueuePausesTheStreamAndLosesNothing()
@@ -396,6 +421,15 @@ private Q_SLOTS:
         for (int i = 0; i < 200; ++i) {
             listening.loop->run([] {});
         }
+        const pid_t thread = threadOf(*listening.loop);
+        const auto staysAsleep = [thread] {
+            bool asleep = true;
+            for (int i = 0; i < 50 && asleep; ++i) {
+                asleep = sleeps(thread);
+            }
+            return asleep;
+        };
+        QTRY_VERIFY(staysAsleep());
         QCoreApplication::processEvents();
         QVERIFY2(listening.events.size() < 8192, qPrintable(QString::number(listening.events.size())));
         QTRY_COMPARE_WITH_TIMEOUT(listening.events.size(), count, 60000);

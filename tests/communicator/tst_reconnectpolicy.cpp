@@ -169,6 +169,20 @@ private Q_SLOTS:
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1s));
     }
 
+    void aStreamIsStableFromItsTimeOn()
+    {
+        for (const auto lasted : {29999ms, 30000ms}) {
+            Watch watch;
+            watch.policy.start(watch.now);
+            watch.fail();
+            watch.advance(1s);
+            watch.policy.connected(watch.now);
+            watch.now += lasted;
+            watch.fail(Failure::Ended);
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(lasted == 30s ? 1s : 2s));
+        }
+    }
+
     void theFirstFailureOfARowStandsOut()
     {
         Watch watch;

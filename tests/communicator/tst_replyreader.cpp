@@ -39,7 +39,9 @@ private Q_SLOTS:
         feed(first, headOf(700) + QByteArray(600, 'a'));
         {
             ReplyReader second(limits);
-            feed(second, headOf(500) + QByteArray(500, 'b'));
+            const QByteArray tooMuch = headOf(500) + QByteArray(500, 'b');
+            QCOMPARE(second.feed(tooMuch.constData(), std::size_t(tooMuch.size())),
+                     ResponseParser::State::Refused);
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
             QVERIFY(!second.reason().isEmpty());
             second.reset();

@@ -79,6 +79,21 @@ private Q_SLOTS:
         QCOMPARE(queue.timedOut.load(), 1);
     }
 
+    void allPlacesThatGetFreeAreTaken()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer later(Mode::Stall);
+        Queue queue(4); // eight in all
+        for (const char* const key : {"x", "x", "1", "2", "3", "4", "5", "6"}) {
+            queue.add(QLatin1String(key), silent.address(), QStringLiteral("/x"));
+        }
+        QVERIFY(silent.waitForDeliveries(8));
+        queue.add(QStringLiteral("a"), later.address(), QStringLiteral("/a"));
+        queue.add(QStringLiteral("b"), later.address(), QStringLiteral("/b"));
+        queue.abort(QStringLiteral("x"));
+        QVERIFY(later.waitForDeliveries(2));
+    }
+
     void aDeviceWhoseRequestsWereAbortedKeepsOneTurn()
     {
         MisbehavingServer silent(Mode::Stall);

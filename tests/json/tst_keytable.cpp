@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include <string>
+#include <vector>
 
 using JsonText::KeyTable;
 
@@ -41,6 +42,41 @@ private Q_SLOTS:
         QFETCH(QByteArray, raw);
         QString out;
         QVERIFY(!JsonText::decodeString({raw.constData(), std::size_t(raw.size())}, out));
+    }
+
+    void lettersOfEveryLengthStandBesideEscapes_data()
+    {
+        QTest::addColumn<QByteArray>("raw");
+        QTest::addColumn<QString>("text");
+        for (const uint point :
+             {0x7fU, 0x80U, 0x7ffU, 0x800U, 0xfffU, 0x1000U, 0xffffU, 0x10000U, 0x10ffffU}) {
+            const QString text = QString::fromUcs4(&point, 1);
+            QTest::newRow(QByteArray::number(point, 16).constData())
+                << "\\n" + text.toUtf8() + "\\\\" << '\n' + text + '\\';
+        }
+    }
+    void lettersOfEveryLengthStandBesideEscapes()
+    {
+        QFETCH(QByteArray, raw);
+        QFETCH(QString, text);
+        QString out;
+        QVERIFY(JsonText::decodeString({raw.constData(), std::size_t(raw.size())}, out));
+        QCOMPARE(out, text);
+    }
+
+    void everyKeyIsFoundAgainHoweverManyThereAre()
+    {
+        KeyTable table;
+        table.begin(std::size_t(1) << 20);
+        std::vector<KeyTable::Id> ids;
+        for (int i = 0; i < 2000; ++i) {
+            ids.push_back(find(table, numbered(i)));
+        }
+        for (int i = 0; i < 2000; ++i) {
+            QCOMPARE(find(table, numbered(i)), ids[std::size_t(i)]);
+        }
+        // In another scope they are others.
+        QVERIFY(find(table, numbered(7), KeyTable::plainRoot) != ids[7]);
     }
 
     void aByteOrderMarkInAStringIsKept()
