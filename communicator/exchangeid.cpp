@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/exchangeid.h"
 
+#include <communicator/httpproxy.h>
+
 #include <algorithm>
 #include <atomic>
 #include <mutex>
@@ -19,6 +21,7 @@ class ExchangeIds::Private
 public:
     mutable std::mutex mutex; ///< guards ids
     std::vector<ExchangeId> ids;
+    std::atomic<bool> isCancelled{false};
 };
 
 ExchangeIds::ExchangeIds()
@@ -43,6 +46,19 @@ bool ExchangeIds::contains(ExchangeId id) const
 {
     const std::lock_guard<std::mutex> lock(d->mutex);
     return std::binary_search(d->ids.begin(), d->ids.end(), id);
+}
+
+void ExchangeIds::cancel()
+{
+    d->isCancelled = true; // first: what begins meanwhile is either collected already or sees this
+    for (const ExchangeId id : all()) {
+        HttpProxy::getInstance()->cancel(id);
+    }
+}
+
+bool ExchangeIds::isCancelled() const
+{
+    return d->isCancelled;
 }
 
 ExchangeScope::ExchangeScope(ExchangeIds& ids)
@@ -78,6 +94,16 @@ ExchangeId beginExchange()
         }
     }
     return id;
+}
+
+bool isCancelledHere()
+{
+    for (const ExchangeScope* scope = innermost; scope != nullptr; scope = scope->m_outer) {
+        if (scope->m_ids.d->isCancelled) {
+            return true;
+        }
+    }
+    return false;
 }
 
 quint64 exchangesBegun()

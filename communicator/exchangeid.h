@@ -31,8 +31,17 @@ public:
     /// Whether @p id is one of them.
     bool contains(ExchangeId id) const;
 
+    /// Ends them at once with `Aborted`, on whatever threads they are, and every exchange that is begun on
+    /// the same behalf from now on, without sending it: an operation of another thread returns as soon as it
+    /// can.
+    /// @warning What had gone out may have been executed by the device.
+    void cancel();
+    /// Whether cancel() was called.
+    bool isCancelled() const;
+
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     class Private;
     const std::unique_ptr<Private> d;
     Q_DISABLE_COPY_MOVE(ExchangeIds)
@@ -51,6 +60,7 @@ public:
 
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     ExchangeIds& m_ids;
     ExchangeScope* m_outer; ///< the one that began before on this thread
     Q_DISABLE_COPY_MOVE(ExchangeScope)
@@ -59,6 +69,10 @@ private:
 /// Gives the next exchange its id, and the id to the scopes on the calling thread. HttpProxy does so for each
 /// of its requests; whoever asks an HttpEngine directly does it for theirs. May be called from any thread.
 COMMUNICATOR_EXPORT ExchangeId beginExchange();
+
+/// Whether a scope on the calling thread collects for something that was cancelled, so that nothing is to be
+/// sent. May be called from any thread.
+COMMUNICATOR_EXPORT bool isCancelledHere();
 
 /// How many exchanges began in this process, blocking or not. Of the built-in transport, each is told to the
 /// observers once, when it ends. May be called from any thread.

@@ -58,6 +58,11 @@ public:
     /// Starts the exchange and returns at once; @p done is called exactly once, later, from any thread and
     /// never from inside this call. @return whether it was started; `done` is called in either case.
     virtual bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) = 0;
+    /// Ends the exchange @p id at once with `Aborted`, if it is under way or about to begin; its thread may
+    /// be another one. Called from any thread. An engine that cannot leaves this as it is: it does nothing.
+    virtual void cancel(ExchangeId id);
+    /// The same for all exchanges with @p deviceKey that are under way.
+    virtual void cancelAll(const QString& deviceKey);
 };
 
 } // namespace Krelm::Communicator::HttpDevice

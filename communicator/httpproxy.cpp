@@ -163,7 +163,8 @@ void HttpProxy::Private::setEvents(bool wanted)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {
-            open = m_channels = std::make_shared<EventChannels>(loop(), m_proxyEvents);
+            open = m_channels =
+                std::make_shared<EventChannels>(loop(), m_proxyEvents, ConnectionBoard::ofProcess());
         } else if (!wanted) {
             closed.swap(m_channels);
         }
@@ -248,6 +249,8 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     } else if (download && request.downloadPath.isEmpty()) {
         const QString reason = QStringLiteral("the download has no destination");
         putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, reason, now));
+    } else if (isCancelledHere()) {
+        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledReason(), now));
     } else if (const std::shared_ptr<HttpEngine> current = engine()) {
         putReply(package, current->exchange(request));
     } else {
@@ -266,6 +269,11 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::faultOfBody(package),
+                                           std::chrono::steady_clock::now()));
+        return false;
+    }
+    if (isCancelledHere()) {
+        promise->settle(failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledReason(),
                                            std::chrono::steady_clock::now()));
         return false;
     }
@@ -288,6 +296,12 @@ void HttpProxy::Private::deliverProxyEvents()
             break;
         case ProxyEvent::Kind::Event:
             Q_EMIT m_proxy->deviceAutoReportData(event.data, event.deviceKey);
+            break;
+        case ProxyEvent::Kind::Connection:
+            Q_EMIT DeviceConnections::getInstance()->connectionChanged(*event.connection);
+            break;
+        case ProxyEvent::Kind::EventsMissed:
+            Q_EMIT DeviceConnections::getInstance()->eventsMissed(event.deviceKey);
             break;
         }
     });
@@ -385,6 +399,20 @@ bool HttpProxy::removeDevice(const QString& deviceKey)
 QStringList HttpProxy::devices() const
 {
     return d->registry->keys();
+}
+
+void HttpProxy::cancel(quint64 exchange)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engine()) {
+        current->cancel(exchange);
+    }
+}
+
+void HttpProxy::cancelAll(const QString& deviceKey)
+{
+    if (const std::shared_ptr<HttpEngine> current = d->engine()) {
+        current->cancelAll(deviceKey);
+    }
 }
 
 void HttpProxy::setEngine(std::unique_ptr<HttpEngine> engine)

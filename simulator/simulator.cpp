@@ -155,6 +155,11 @@ bool Simulator::waitForEventStreams(int count, int milliseconds) const
     return d->device.events().waitForStreams(count, std::chrono::milliseconds(milliseconds));
 }
 
+void Simulator::restartDevice()
+{
+    d->device.restart();
+}
+
 void Simulator::disconnectStreams()
 {
     d->device.disconnectStreams();

@@ -74,6 +74,9 @@ public:
     bool waitForEventStreams(int count, int milliseconds = 5000) const;
     /// Closes all event streams; clients may come back at once.
     void disconnectStreams();
+    /// The device starts anew: event ids get another epoch, earlier events are forgotten and all event
+    /// streams are closed. What was written stays.
+    void restartDevice();
     /// The device is gone: closes all connections and cuts every request without a reply, until
     /// loginDevice().
     void logoutDevice();

@@ -3,7 +3,7 @@
 
 namespace {
 
-const QString Url_Prefix = QStringLiteral("/api/v1");
+const QString urlPrefix = QStringLiteral("/api/v1");
 
 } // namespace
 
@@ -77,7 +77,7 @@ void AllUrlResource::initHwInfo()
 {
     m_mapAllUrl.insert(QStringLiteral("Device_Hwinfo"), Device_Hwinfo);
     m_mapAllUrl.insert(QStringLiteral("Device_System"), Device_System);
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_Customemit", "/device/hw/threed/emitter"},
         {"Device_PipeThreeDSingaldelaytime", "/device/hw/threed/signaldelaytime"},
         {"Device_Customdata", "/device/hw/customdata"},
@@ -118,7 +118,7 @@ void AllUrlResource::initHwInfo()
 
 void AllUrlResource::initPipes()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_Pipes", "/device/pipeline"},
         {"Device_PipeInfo", "/device/pipeline/{id}"},
         {"Device_PipeInputId", "/device/pipeline/{id}/inputid"},
@@ -185,7 +185,7 @@ void AllUrlResource::initPipes()
 
 void AllUrlResource::initCorrectionop()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_CorrectionAction", "/device/correctionop/screens/{id}/action"},
         {"Device_uploadCoefficient", "/device/correctionop/coefficient"},
         {"Device_TestFlash", "/device/correctionop/flash"},
@@ -255,7 +255,7 @@ void AllUrlResource::initCorrectionop()
 
 void AllUrlResource::initOutPuts()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_AllOutputsInfo", "/device/output"},
         {"Device_OutputInfo", "/device/output/{outputid}"},
         {"Device_AllOutputsPipeMapping", "/device/output/pipelinemapping"},
@@ -268,7 +268,7 @@ void AllUrlResource::initOutPuts()
 
 void AllUrlResource::initCabinets()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_RxsInfo", "/device/cabinet/rxs"},
         {"Device_AllCabinetsInfo", "/device/cabinet"},
         {"Device_Multi_CabFineGray", "/device/cabinet/finegray"},
@@ -383,7 +383,7 @@ void AllUrlResource::initCabinets()
 
 void AllUrlResource::initInputs()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Device_AllInputs", "/device/input"},
         {"Device_Signal", "/device/input/{id}/signal"},
         {"Device_HdMode", "/device/input/{id}/hdmode"},
@@ -406,7 +406,7 @@ void AllUrlResource::initScreens()
 {
     m_mapAllUrl.insert(QStringLiteral("Device_AllScreens"), Device_AllScreens);
     m_mapAllUrl.insert(QStringLiteral("Device_Mult_AllScreens"), Device_Mult_AllScreens);
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"ScreenRgbBrightness", "/device/screen/{id}/rgbbrightness"},
         {"ScreenBrightness", "/device/screen/{id}/brightness"},
         {"MulitScreenBrightness", "/screen/brightness"},
@@ -473,7 +473,7 @@ void AllUrlResource::initScreens()
 
 void AllUrlResource::initFactoryop()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Cabinet_CreateCabinet", "/device/factoryop/cabinets/{id}/struct"},
         {"Cabinet_SmartGroup", "/device/factoryop/cabinets/{id}/struct/temppattern"},
         {"Cabinet_FlashTopoInfo", "/device/factoryop/cabinets/{id}/struct/flash"},
@@ -532,7 +532,7 @@ void AllUrlResource::initFactoryop()
 
 void AllUrlResource::initCapability()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Capability_AllChipType", "/device/capability/chips"},
         {"Capability_RowDecodeType", "/device/capability/decodechips"},
     });
@@ -540,7 +540,7 @@ void AllUrlResource::initCapability()
 
 void AllUrlResource::initHwScreen()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"HwScreen_DrawLine", "/device/hwscreen/edgebrightadjust/drawline"},
         {"HwScreen_DrawSectionLine", "/device/hwscreen/edgebrightadjust/drawsectionalline"},
         {"HwScreen_DrawRect", "/device/hwscreen/edgebrightadjust/drawrect"},
@@ -571,7 +571,7 @@ void AllUrlResource::initHwScreen()
 
 void AllUrlResource::initMonitor()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"MonitorData", "/device/monitor/data"},
         {"MonitorHistory", "/device/monitor/cabinet/history/{id}"},
         {"MonitorLog", "/device/monitor/logs"},
@@ -581,7 +581,7 @@ void AllUrlResource::initMonitor()
 
 void AllUrlResource::initSelfTestop()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"SelfTest_CabReadPara", "/device/cabinet/selftest/read"},
         {"SelfTest_CabSendPara", "/device/cabinet/selftest/send"},
         {"SelfTest_CabClearKeyPara", "/device/cabinet/selftest/clear"},
@@ -590,7 +590,7 @@ void AllUrlResource::initSelfTestop()
 
 void AllUrlResource::initAlgorithm()
 {
-    insertAll(Url_Prefix, {
+    insertAll(urlPrefix, {
         {"Algorithm_RGBLight", "/algorithm/rgblocation"},
         {"Algorithm_WhiteLightCoord", "/algorithm/whitelocation"},
         {"Algorithm_colorTemperature", "/algorithm/temperature"},

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 
@@ -31,6 +32,8 @@ struct Device
     std::shared_ptr<DigestLogin> digest; ///< null: another login, or none
     /// Set when the device is removed: an exchange that has just begun then ends like one under way.
     mutable std::atomic<bool> isRemoved{false};
+    /// When the device last answered an exchange.
+    mutable std::atomic<std::chrono::steady_clock::time_point> lastAnswer{};
 };
 
 /// What device keys stand for: the devices that were added, and keys that are addresses themselves.

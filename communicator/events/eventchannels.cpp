@@ -8,26 +8,43 @@ namespace Krelm::Communicator::HttpDevice {
 
 struct EventChannels::Streams
 {
-    explicit Streams(IoLoop& loop)
+    Streams(IoLoop& loop, ProxyEventQueue& proxyEvents, ConnectionBoard& board, const EventTimings& timings)
         : connector(std::in_place, loop)
+        , context{loop, *connector, proxyEvents, board, timings}
     {}
+
+    /// Ends the stream of a device and says why.
+    void close(std::map<QString, EventStream>::iterator stream, const QString& reason)
+    {
+        const QString deviceKey = stream->first;
+        byDevice.erase(stream);
+        if (auto closed = context.board.remove(deviceKey, reason)) {
+            context.proxyEvents.push({ProxyEvent::Kind::Connection,
+                                      deviceKey,
+                                      {},
+                                      nullptr,
+                                      std::make_shared<const DeviceConnection>(*std::move(closed))});
+        }
+    }
+
     std::optional<Connector> connector; ///< none once the channels are closed
+    StreamContext context;
     std::map<QString, EventStream> byDevice;
-    std::atomic<int> paused{0};
 };
 
 EventChannels::EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents,
-                             const EventTimings& timings)
+                             ConnectionBoard& board, const EventTimings& timings)
     : m_loop(std::move(loop))
     , m_proxyEvents(proxyEvents)
-    , m_timings(timings)
-    , m_streams(std::make_shared<Streams>(*m_loop))
+    , m_streams(std::make_shared<Streams>(*m_loop, proxyEvents, board, timings))
 {}
 
 EventChannels::~EventChannels()
 {
     m_loop->run([this] {
-        m_streams->byDevice.clear();
+        while (!m_streams->byDevice.empty()) {
+            m_streams->close(m_streams->byDevice.begin(), QStringLiteral("the push channel was turned off"));
+        }
         m_streams->connector.reset();
     });
 }
@@ -49,8 +66,7 @@ void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Proxy
                 }
                 streams->byDevice.erase(old);
             }
-            streams->byDevice.try_emplace(device->key, *m_loop, *streams->connector, device, m_proxyEvents,
-                                          streams->paused, m_timings, lastEventId);
+            streams->byDevice.try_emplace(device->key, streams->context, device, lastEventId);
         });
 }
 
@@ -60,14 +76,16 @@ void EventChannels::close(const QString& deviceKey, std::vector<ProxyEvent> anno
         if (!streams->connector) {
             return;
         }
-        streams->byDevice.erase(deviceKey);
+        if (const auto stream = streams->byDevice.find(deviceKey); stream != streams->byDevice.end()) {
+            streams->close(stream, QStringLiteral("the device was removed"));
+        }
         m_proxyEvents.push(announced);
     });
 }
 
 void EventChannels::resume()
 {
-    if (m_streams->paused > 0) {
+    if (m_streams->context.paused > 0) {
         m_loop->post([streams = m_streams] {
             for (auto& stream : streams->byDevice) {
                 stream.second.resume();

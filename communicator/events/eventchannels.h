@@ -16,7 +16,8 @@ namespace Krelm::Communicator::HttpDevice {
 class EventChannels
 {
 public:
-    EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents,
+    /// @p board is told where each stream is, and says what is reported when events may have been missed.
+    EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents, ConnectionBoard& board,
                   const EventTimings& timings = {});
     /// Closes all streams.
     ~EventChannels();
@@ -33,7 +34,6 @@ private:
     struct Streams;
     const std::shared_ptr<IoLoop> m_loop;
     ProxyEventQueue& m_proxyEvents;
-    const EventTimings m_timings;
     const std::shared_ptr<Streams> m_streams; ///< touched on the loop's thread only, but for `paused`
 };
 

@@ -4,11 +4,14 @@
 #include "communicator/http/requesthead.h"
 #include "communicator/runtime/logging.h"
 
+#include <QDateTime>
 #include <QList>
+#include <QLocale>
 
 #include <array>
 #include <netinet/in.h>
 #include <random>
+#include <simdjson.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
@@ -18,6 +21,8 @@ namespace {
 
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
 constexpr size_t maxOverhead = 64U << 10U;
+// A device that asks for more is tried again all the same.
+constexpr std::chrono::milliseconds longestRetryAfter = std::chrono::hours(24);
 // What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
 constexpr size_t bytesPerTurn = 16U << 10U;
 static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
@@ -48,22 +53,49 @@ const char* textOf(ReconnectPolicy::Failure failure)
     return "an event is too large";
 }
 
+// What may go back to the device as a header: UTF-8 without control characters.
+bool isSendable(const QByteArray& id)
+{
+    const QString text = QString::fromUtf8(id);
+    return text.toUtf8() == id && !hasControl(text);
+}
+
+// Seconds or a date (RFC 9110, 10.2.3); zero when it is neither.
+std::chrono::milliseconds retryAfter(const QByteArray& text)
+{
+    bool isNumber = false;
+    const qlonglong seconds = text.trimmed().toLongLong(&isNumber);
+    std::chrono::milliseconds wait{0};
+    if (isNumber) {
+        wait = std::chrono::seconds(std::clamp<qlonglong>(seconds, 0, 1000000));
+    } else {
+        const QDateTime date = QLocale::c().toDateTime(QString::fromLatin1(text).trimmed(),
+                                                       QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+        if (date.isValid()) {
+            const QDateTime utc(date.date(), date.time(), Qt::UTC);
+            wait = std::chrono::milliseconds(QDateTime::currentDateTimeUtc().msecsTo(utc));
+        }
+    }
+    return std::clamp(wait, std::chrono::milliseconds(0), longestRetryAfter);
+}
+
+// Operators and applications read events as JSON, which is UTF-8 (RFC 8259, 8.1).
+bool isJson(const QByteArray& text)
+{
+    thread_local simdjson::dom::parser parser;
+    return parser.parse(text.constData(), static_cast<std::size_t>(text.size())).error() == simdjson::SUCCESS;
+}
+
 } // namespace
 
-EventStream::EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
-                         ProxyEventQueue& proxyEvents, std::atomic<int>& paused, const EventTimings& timings,
+EventStream::EventStream(StreamContext& context, std::shared_ptr<const Device> device,
                          const QByteArray& lastEventId)
-    : m_loop(loop)
-    , m_connector(connector)
+    : m_context(context)
+    , m_loop(context.loop)
     , m_device(std::move(device))
-    , m_proxyEvents(proxyEvents)
-    , m_pausedStreams(paused)
-    , m_reader(maxEventBytes,
-               [this](QByteArray&& data) {
-                   m_batch.push_back({ProxyEvent::Kind::Event, m_device->key, std::move(data), m_quota});
-               })
-    , m_reconnectPolicy(*this, timings, randomNumbers())
-    , m_connectLimit(timings.connect)
+    , m_proxyEvents(context.proxyEvents)
+    , m_reader(maxEventBytes, [this](SseReader::Event&& event) { eventCame(std::move(event)); })
+    , m_reconnectPolicy(*this, context.timings, randomNumbers())
     , m_parser(*this, {})
 {
     m_reader.setLastEventId(lastEventId);
@@ -86,23 +118,38 @@ void EventStream::openStream()
     m_isStream = false;
     m_isEventType = false;
     m_tooLarge = false;
+    m_hasDroppedEvent = false;
     m_status = 0;
+    m_retryAfter = {};
     m_overhead = 0;
-    m_attempt = m_connector.connect(m_device, m_connectLimit, [this](ConnectResult opened) {
-        m_attempt = nullptr;
-        if (opened.connection) {
-            use(std::move(opened.connection));
-        } else {
-            finished();
-        }
-    });
+    m_open = true;
+    setState(ConnectionState::Connecting, m_reason, std::nullopt);
+    m_attempt =
+        m_context.connector.connect(m_device, m_context.timings.connect, [this](ConnectResult opened) {
+            m_attempt = nullptr;
+            if (opened.connection) {
+                use(std::move(opened.connection));
+            } else {
+                finished();
+            }
+        });
 }
 
 void EventStream::closeStream()
 {
+    m_open = false;
     setPaused(false);
+    if (m_proofTimer) {
+        m_loop.stopTimer(*m_proofTimer);
+        m_proofTimer.reset();
+    }
+    if (m_reportTimer) {
+        m_loop.stopTimer(*m_reportTimer);
+        m_reportTimer.reset();
+        m_owesReport = true;
+    }
     if (m_attempt != nullptr) {
-        m_connector.cancel(m_attempt);
+        m_context.connector.cancel(m_attempt);
         m_attempt = nullptr;
     }
     if (m_watched != 0) {
@@ -113,6 +160,109 @@ void EventStream::closeStream()
     m_head.clear();
 }
 
+// Where the channel is, for DeviceConnections. A device that is gone stays so until it is back.
+void EventStream::setState(ConnectionState state, const QString& reason,
+                           std::optional<std::chrono::milliseconds> next)
+{
+    const bool isAway = state == ConnectionState::Connecting || state == ConnectionState::Waiting;
+    DeviceConnection connection;
+    connection.deviceKey = m_device->key;
+    connection.state = isAway && m_reconnectPolicy.isGone() ? ConnectionState::Gone : state;
+    connection.reason = reason;
+    if (next) {
+        connection.nextAttempt = QDateTime::currentDateTimeUtc().addMSecs(next->count());
+    }
+    if (auto changed = m_context.board.put(std::move(connection))) {
+        m_proxyEvents.push({ProxyEvent::Kind::Connection,
+                            m_device->key,
+                            {},
+                            nullptr,
+                            std::make_shared<const DeviceConnection>(*std::move(changed))});
+    }
+}
+
+void EventStream::live()
+{
+    m_wasChallenged = false;
+    qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
+    // A device that was gone has been forgotten by the caches, whatever its stream proves.
+    const bool wasGone = m_reconnectPolicy.isGone();
+    m_reconnectPolicy.connected(IoLoop::Clock::now());
+    scheduleTick();
+    m_reason.clear();
+    setState(ConnectionState::Live, {}, std::nullopt);
+    const bool mayHaveMissed = m_continuity.opened(resumeId());
+    if (mayHaveMissed || wasGone || std::exchange(m_owesReport, false)) {
+        reportMissed();
+    }
+    if (m_continuity.isUnproven()) {
+        m_proofTimer = m_loop.startTimer(IoLoop::Clock::now() + m_context.timings.proof, [this] {
+            m_proofTimer.reset();
+            if (m_continuity.nothingProven()) {
+                reportMissed();
+            }
+        });
+    }
+}
+
+void EventStream::eventCame(SseReader::Event&& event)
+{
+    const bool hasId = event.id && isSendable(*event.id);
+    bool mayHaveMissed = hasId ? m_continuity.idCame(*event.id) : m_continuity.nothingProven();
+    if (event.isGap) {
+        mayHaveMissed = m_continuity.gapCame();
+    }
+    if (mayHaveMissed) {
+        reportMissed();
+    }
+    if (!event.data || event.isGap) {
+        return;
+    }
+    m_reconnectPolicy.delivered();
+    if (isJson(*event.data)) {
+        m_batch.push_back({ProxyEvent::Kind::Event, m_device->key, *std::move(event.data), m_quota});
+    } else if (!std::exchange(m_hasDroppedEvent, true)) {
+        qCWarning(eventLog,
+                  "%s: an event was dropped because it is not JSON in UTF-8; further ones on this "
+                  "connection are not reported",
+                  qPrintable(printableKey(m_device->key)));
+    }
+}
+
+// Each device in its turn, and only while its stream is open: caches are read anew from a device that is
+// there.
+void EventStream::reportMissed()
+{
+    if (m_reportTimer) {
+        return;
+    }
+    const auto now = IoLoop::Clock::now();
+    const auto turn = std::max(now, m_context.reportsFrom);
+    m_context.reportsFrom = turn + m_context.timings.reportGap;
+    m_reportTimer = m_loop.startTimer(turn, [this] {
+        m_reportTimer.reset();
+        tellMissed();
+    });
+}
+
+void EventStream::tellMissed()
+{
+    qCInfo(eventLog, "%s: events may have been missed; every kind of change is reported",
+           qPrintable(printableKey(m_device->key)));
+    m_proxyEvents.push({ProxyEvent::Kind::EventsMissed, m_device->key, {}, nullptr});
+    for (const QByteArray& event : m_context.board.changeEvents()) {
+        m_batch.push_back({ProxyEvent::Kind::Event, m_device->key, event, m_quota});
+    }
+    m_proxyEvents.push(m_batch);
+}
+
+// What goes back to the device as a header; empty when no id is known, or only one that no header may hold.
+QByteArray EventStream::resumeId() const
+{
+    const QByteArray& id = m_reader.lastEventId();
+    return isSendable(id) ? id : QByteArray();
+}
+
 void EventStream::writeHead()
 {
     RequestHead head;
@@ -120,8 +270,8 @@ void EventStream::writeHead()
     head.target = QByteArrayLiteral("/api/v1/events");
     head.headers = {{QStringLiteral("Accept"), QStringLiteral("text/event-stream")},
                     {QStringLiteral("Cache-Control"), QStringLiteral("no-store")}};
-    if (!m_reader.lastEventId().isEmpty()) {
-        head.headers.insert(QStringLiteral("Last-Event-ID"), QString::fromUtf8(m_reader.lastEventId()));
+    if (const QByteArray id = resumeId(); !id.isEmpty()) {
+        head.headers.insert(QStringLiteral("Last-Event-ID"), QString::fromUtf8(id));
     }
     m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
 }
@@ -206,6 +356,11 @@ void EventStream::receive()
 void EventStream::deviceGone()
 {
     qCInfo(eventLog, "%s: gone", qPrintable(printableKey(m_device->key)));
+    const auto due = m_reconnectPolicy.deadline();
+    const auto wait = due && !m_open ? std::optional(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                           *due - IoLoop::Clock::now()))
+                                     : std::nullopt;
+    setState(ConnectionState::Gone, m_reason, wait);
     m_proxyEvents.push({ProxyEvent::Kind::Logout, m_device->key, {}, nullptr});
 }
 
@@ -216,6 +371,14 @@ void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std:
     }
     qCDebug(eventLog, "%s: %s, next attempt in %lld ms", qPrintable(printableKey(m_device->key)),
             textOf(failure), static_cast<long long>(delay.count()));
+    m_reason = QString::fromLatin1(textOf(failure));
+    if (m_status != 0 && !m_isStream) {
+        m_reason += QStringLiteral(" (HTTP status %1)").arg(m_status);
+    }
+    const bool isBusy = m_status == 429 || m_status >= 500;
+    const bool isRefusal = failure == ReconnectPolicy::Failure::LoginRefused ||
+                           (failure == ReconnectPolicy::Failure::Refused && !isBusy);
+    setState(isRefusal ? ConnectionState::Refused : ConnectionState::Waiting, m_reason, delay);
 }
 
 void EventStream::responseField(std::string_view name, std::string_view value)
@@ -228,6 +391,8 @@ void EventStream::responseField(std::string_view name, std::string_view value)
         m_isEventType = text.split(';').first().trimmed().toLower() == "text/event-stream";
     } else if (isNamed("www-authenticate")) {
         m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
+    } else if (isNamed("retry-after")) {
+        m_retryAfter = retryAfter(text);
     }
 }
 
@@ -236,10 +401,7 @@ bool EventStream::responseHead(const ResponseParser::Head& head)
     m_status = head.status;
     m_isStream = m_status == 200 && m_isEventType;
     if (m_isStream) {
-        m_wasChallenged = false;
-        qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
-        m_reconnectPolicy.connected(IoLoop::Clock::now());
-        scheduleTick();
+        live();
     }
     return true;
 }
@@ -258,7 +420,10 @@ bool EventStream::responseBody(const char* bytes, std::size_t size)
     if (!m_batch.empty()) {
         m_proxyEvents.push(m_batch);
     }
-    m_tooLarge = !taken;
+    if (!taken) {
+        m_tooLarge = true;
+        m_continuity.interrupted(); // the event is passed over
+    }
     return taken;
 }
 
@@ -266,7 +431,7 @@ void EventStream::setPaused(bool paused)
 {
     if (paused != m_isPaused) {
         m_isPaused = paused;
-        m_pausedStreams += paused ? 1 : -1;
+        m_context.paused += paused ? 1 : -1;
         m_reconnectPolicy.setHeldBack(paused, IoLoop::Clock::now());
     }
 }
@@ -302,6 +467,13 @@ void EventStream::finished()
     closeStream();
     if (answerChallenge()) {
         openStream();
+    } else if (m_status == 204) { // WHATWG HTML, 9.2.3: the device wants no further attempt
+        m_reconnectPolicy.ended();
+        scheduleTick();
+        qCWarning(eventLog, "%s: the device ended its events for good (HTTP status 204)",
+                  qPrintable(printableKey(m_device->key)));
+        setState(ConnectionState::Stopped, QStringLiteral("the device ended its events (HTTP status 204)"),
+                 std::nullopt);
     } else {
         fail(failure);
     }
@@ -319,7 +491,11 @@ bool EventStream::answerChallenge()
 
 void EventStream::fail(ReconnectPolicy::Failure failure)
 {
-    m_reconnectPolicy.failed(failure, IoLoop::Clock::now());
+    if (!m_isStream) {
+        m_continuity.interrupted();
+    }
+    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, 10.2.3 and RFC 6585, 4
+    m_reconnectPolicy.failed(failure, IoLoop::Clock::now(), mayAsk ? m_retryAfter : decltype(m_retryAfter)());
     scheduleTick();
 }
 

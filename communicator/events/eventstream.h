@@ -3,6 +3,8 @@
 #define COMMUNICATOR_EVENTS_EVENTSTREAM_H
 
 #include "communicator/devices/deviceregistry.h"
+#include "communicator/events/connectionboard.h"
+#include "communicator/events/continuity.h"
 #include "communicator/events/proxyeventqueue.h"
 #include "communicator/events/reconnectpolicy.h"
 #include "communicator/events/ssereader.h"
@@ -17,16 +19,28 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+/// What the streams of all devices share. Used on the loop's thread only, but for what the atomic counts.
+struct StreamContext
+{
+    IoLoop& loop;
+    Connector& connector;
+    ProxyEventQueue& proxyEvents;
+    ConnectionBoard& board;
+    const EventTimings timings;
+    std::atomic<int> paused{0}; ///< streams that wait for the queue
+    /// Before which no further device is reported whose events may have been missed: a fleet that comes back
+    /// does not read all its caches at once.
+    IoLoop::Clock::time_point reportsFrom{};
+};
+
 /// The event stream of one device: opens it when its policy says so, reads events from it, hands them to
-/// the queue and pauses while the queue holds too many of them. Used on the loop's thread only.
+/// the queue and pauses while the queue holds too many of them. Notes on the board where it is, and has the
+/// change events reported when events may have been missed. Used on the loop's thread only.
 class EventStream final : private ReconnectPolicy::Listener, private ResponseParser::Handler
 {
 public:
-    /// @p paused counts the streams that wait for the queue; the stream resumes after the event @p
-    /// lastEventId, unless that is empty.
-    EventStream(IoLoop& loop, Connector& connector, std::shared_ptr<const Device> device,
-                ProxyEventQueue& proxyEvents, std::atomic<int>& paused, const EventTimings& timings,
-                const QByteArray& lastEventId);
+    /// The stream resumes after the event @p lastEventId, unless that is empty.
+    EventStream(StreamContext& context, std::shared_ptr<const Device> device, const QByteArray& lastEventId);
     /// Closes the stream.
     ~EventStream() override;
 
@@ -39,6 +53,7 @@ private:
     void openStream() override;
     void closeStream() override;
     void deviceGone() override;
+    ReconnectPolicy::Clock::time_point lastAnswer() const override { return m_device->lastAnswer; }
     void failureSeen(ReconnectPolicy::Failure failure, bool first, std::chrono::milliseconds delay) override;
 
     void responseField(std::string_view name, std::string_view value) override;
@@ -55,19 +70,30 @@ private:
     void finished();
     void fail(ReconnectPolicy::Failure failure);
     ReconnectPolicy::Failure failureOf() const;
+    void eventCame(SseReader::Event&& event);
+    void live();
+    void setState(ConnectionState state, const QString& reason,
+                  std::optional<std::chrono::milliseconds> next);
+    QByteArray resumeId() const;
+    void reportMissed();
+    void tellMissed();
     void setPaused(bool paused);
     void scheduleTick();
 
+    StreamContext& m_context;
     IoLoop& m_loop;
-    Connector& m_connector;
     const std::shared_ptr<const Device> m_device;
     ProxyEventQueue& m_proxyEvents;
-    std::atomic<int>& m_pausedStreams;
     const std::shared_ptr<StreamQuota> m_quota = std::make_shared<StreamQuota>();
     std::vector<ProxyEvent> m_batch;
     SseReader m_reader;
     ReconnectPolicy m_reconnectPolicy;
-    const std::chrono::milliseconds m_connectLimit;
+    Continuity m_continuity;
+    std::optional<IoLoop::TimerId> m_proofTimer;  ///< while a stream has to prove its continuity
+    std::optional<IoLoop::TimerId> m_reportTimer; ///< while a report waits for its turn
+    bool m_owesReport = false;                    ///< once the device is back
+    bool m_hasDroppedEvent = false;               ///< on this stream, and said so
+    QString m_reason;                             ///< why the last stream ended
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
@@ -77,12 +103,14 @@ private:
     QString m_challenge; ///< of a reply that asks for a login
     bool m_wasChallenged = false;
     std::optional<IoLoop::TimerId> m_timer;
+    bool m_open = false; ///< or being opened
     bool m_isPaused = false;
     bool m_isStream = false; ///< a head came that announces events
     bool m_isEventType = false;
     bool m_tooLarge = false;
     int m_status = 0;
-    size_t m_overhead = 0; ///< bytes of a body that is no stream
+    std::chrono::milliseconds m_retryAfter{}; ///< that the device asked for
+    size_t m_overhead = 0;                    ///< bytes of a body that is no stream
     Q_DISABLE_COPY_MOVE(EventStream)
 };
 

@@ -2,6 +2,8 @@
 #ifndef COMMUNICATOR_EVENTS_PROXYEVENTQUEUE_H
 #define COMMUNICATOR_EVENTS_PROXYEVENTQUEUE_H
 
+#include <communicator/deviceconnections.h>
+
 #include <QByteArray>
 #include <QString>
 
@@ -35,11 +37,12 @@ private:
 /// One thing to tell the application of a device.
 struct ProxyEvent
 {
-    enum class Kind { DevicesChanged, Logout, Event };
+    enum class Kind { DevicesChanged, Logout, Event, Connection, EventsMissed };
     Kind kind = Kind::DevicesChanged;
     QString deviceKey;
     QByteArray data;                    ///< of an event
     std::shared_ptr<StreamQuota> quota; ///< of an event
+    std::shared_ptr<const DeviceConnection> connection = {};
 };
 
 /// Carries events, in their order, from any thread to the one that delivers them, as queued signals would

@@ -39,10 +39,17 @@ void ReconnectPolicy::stop()
     m_goneAt.reset();
 }
 
+void ReconnectPolicy::ended()
+{
+    m_gone = false;
+    stop();
+}
+
 void ReconnectPolicy::open(Clock::time_point now)
 {
     m_state = State::Connecting;
     m_heldBack = false;
+    m_hasDelivered = false;
     m_due = now + m_timings.connect;
     m_listener.openStream();
 }
@@ -86,7 +93,7 @@ std::chrono::milliseconds ReconnectPolicy::nextDelay()
     return std::chrono::duration_cast<std::chrono::milliseconds>(delay * part);
 }
 
-void ReconnectPolicy::failed(Failure failure, Clock::time_point now)
+void ReconnectPolicy::failed(Failure failure, Clock::time_point now, std::chrono::milliseconds atLeast)
 {
     if (m_state != State::Connecting && m_state != State::Streaming) {
         return;
@@ -98,15 +105,15 @@ void ReconnectPolicy::failed(Failure failure, Clock::time_point now)
     } else if (!m_goneAt && !m_gone) {
         m_goneAt = now + m_timings.goneAfter;
     }
-    if (m_state == State::Streaming && now - m_streamingSince >= m_timings.stableAfter) {
-        m_failures = 0;
-    }
-    ++m_failures;
+    const bool wasStable = m_state == State::Streaming && now - m_streamingSince >= m_timings.stableAfter;
+    const bool wasOfUse = m_hasDelivered && (failure == Failure::Ended || failure == Failure::Silent);
+    const bool isFirst = m_failures == 0 || wasStable;
+    m_failures = wasStable || wasOfUse ? 1 : m_failures + 1;
     const bool login = failure == Failure::LoginRefused;
-    const auto delay = login ? m_timings.loginDelay : nextDelay();
+    const auto delay = std::max(login ? m_timings.loginDelay : nextDelay(), atLeast);
     m_state = login ? State::LoginRefused : State::BackingOff;
     m_due = now + delay;
-    m_listener.failureSeen(failure, m_failures == 1, delay);
+    m_listener.failureSeen(failure, isFirst, delay);
 }
 
 void ReconnectPolicy::giveUp(Failure failure, Clock::time_point now)
@@ -127,9 +134,15 @@ std::optional<ReconnectPolicy::Clock::time_point> ReconnectPolicy::deadline() co
 void ReconnectPolicy::tick(Clock::time_point now)
 {
     if (m_goneAt && now >= *m_goneAt) {
-        m_goneAt.reset();
-        m_gone = true;
-        m_listener.deviceGone();
+        // A device that answers requests is there, even if its stream cannot be opened.
+        const auto goneAt = m_listener.lastAnswer() + m_timings.goneAfter;
+        if (now < goneAt) {
+            m_goneAt = goneAt;
+        } else {
+            m_goneAt.reset();
+            m_gone = true;
+            m_listener.deviceGone();
+        }
     }
     if (now < m_due) {
         return;

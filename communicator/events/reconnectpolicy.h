@@ -21,6 +21,9 @@ struct EventTimings
     std::chrono::milliseconds silence{
         45000}; ///< without a byte, heartbeats included, a stream counts as dead
     std::chrono::milliseconds goneAfter{60000}; ///< without contact a device counts as gone
+    std::chrono::milliseconds proof{5000}; ///< for a stream opened again to say after which event it goes on
+    std::chrono::milliseconds reportGap{
+        20};             ///< between the reports of two devices whose events may have been missed
     double jitter = 0.3; ///< by which part a delay may be shorter, so that a fleet spreads
 };
 
@@ -58,6 +61,8 @@ public:
         virtual void closeStream() = 0;
         /// The device has stayed away too long: once until it is back.
         virtual void deviceGone() = 0;
+        /// When the device last answered an exchange; the clock's beginning if it never did.
+        virtual Clock::time_point lastAnswer() const = 0;
         /// A failure; @p first when it is the first since the last stable stream.
         virtual void failureSeen(Failure failure, bool first, std::chrono::milliseconds delay) = 0;
     };
@@ -72,18 +77,24 @@ public:
     void connected(Clock::time_point now);
     /// Bytes came on the stream.
     void heard(Clock::time_point now);
+    /// An event came on the stream: the stream is of use, however short it lasts.
+    void delivered() { m_hasDelivered = true; }
+    /// The device ended the stream for good.
+    void ended();
     /// The stream is held back by this side, or goes on: silence means nothing meanwhile.
     void setHeldBack(bool heldBack, Clock::time_point now);
     /// The stream asked for another delay before the first attempt.
     void setFirstDelay(std::chrono::milliseconds delay);
-    /// The stream ended or could not be opened.
-    void failed(Failure failure, Clock::time_point now);
+    /// The stream ended or could not be opened. The next attempt comes @p atLeast later.
+    void failed(Failure failure, Clock::time_point now, std::chrono::milliseconds atLeast = {});
     /// Does what is due. To be called at deadline(), earlier calls do nothing.
     void tick(Clock::time_point now);
 
     /// When tick() has something to do next; none while stopped.
     std::optional<Clock::time_point> deadline() const;
     State state() const { return m_state; }
+    /// Whether the device has stayed away too long.
+    bool isGone() const { return m_gone; }
 
 private:
     void open(Clock::time_point now);
@@ -101,7 +112,8 @@ private:
     std::optional<Clock::time_point>
         m_goneAt; ///< when the device counts as gone; none while in contact or announced
     bool m_gone = false;
-    int m_failures = 0; ///< in a row, without a stable stream between
+    bool m_hasDelivered = false; ///< on this stream
+    int m_failures = 0;          ///< in a row, without a stable stream between
 };
 
 } // namespace Krelm::Communicator::HttpDevice

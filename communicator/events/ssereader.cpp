@@ -34,7 +34,9 @@ void SseReader::reset()
     m_partial.clear();
     m_hasData = false;
     m_data.clear();
+    m_hasId = false;
     m_id = m_lastEventId;
+    m_isGap = false;
     m_retry.reset();
 }
 
@@ -114,11 +116,14 @@ bool SseReader::line(const char* begin, const char* end)
     if (field == "id") {
         if (end - value <= maxIdBytes && find(value, end, '\0') == end) {
             m_id = QByteArray(value, static_cast<int>(end - value));
+            m_hasId = true;
         }
+    } else if (field == "event") {
+        m_isGap = std::string_view(value, static_cast<std::size_t>(end - value)) == "gap";
     } else if (field == "retry") {
         retry(value, end);
     }
-    // A comment has an empty field name; the type of an event means nothing here.
+    // A comment has an empty field name.
     return true;
 }
 
@@ -157,9 +162,16 @@ void SseReader::retry(const char* begin, const char* end)
 void SseReader::dispatch()
 {
     m_lastEventId = m_id;
-    if (m_hasData) {
-        m_hasData = false;
-        m_sink(std::exchange(m_data, QByteArray()));
+    Event event;
+    event.isGap = std::exchange(m_isGap, false);
+    if (std::exchange(m_hasId, false)) {
+        event.id = m_id;
+    }
+    if (std::exchange(m_hasData, false)) {
+        event.data = std::exchange(m_data, QByteArray());
+    }
+    if (event.id || event.data) {
+        m_sink(std::move(event));
     }
 }
 

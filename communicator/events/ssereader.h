@@ -16,8 +16,15 @@ namespace Krelm::Communicator::HttpDevice {
 class SseReader
 {
 public:
-    /// Called with the data of one event, lines joined by line feeds.
-    using Sink = std::function<void(QByteArray&& data)>;
+    /// What one block of lines said, up to its empty line.
+    struct Event
+    {
+        std::optional<QByteArray> id;   ///< none: the block named none
+        std::optional<QByteArray> data; ///< lines joined by line feeds; none: the block is no event
+        bool isGap = false;             ///< its type is `gap`: the device has lost events before this one
+    };
+    /// Called for each block that has an id or data.
+    using Sink = std::function<void(Event&& event)>;
 
     /// @p maximumBytes bounds one line and the data of one event.
     SseReader(std::size_t maximumBytes, Sink sink);
@@ -48,7 +55,9 @@ private:
     QByteArray m_partial;    ///< the line that the last piece ended in
     bool m_hasData = false;
     QByteArray m_data;
+    bool m_hasId = false;
     QByteArray m_id;
+    bool m_isGap = false;
     QByteArray m_lastEventId;
     std::optional<std::chrono::milliseconds> m_retry;
 };

@@ -52,7 +52,8 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     while (true) {
         if (m_aborted || device->isRemoved) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedReason());
+            return m_exchange.finish(IHttpVersionTrigger::Aborted,
+                                     m_isCancelled ? cancelledReason() : abortedReason());
         }
         if (!m_connection) {
             ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
@@ -109,6 +110,12 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
     return Exchange::Step::GoOn;
 }
 
+void BlockingExchange::cancel()
+{
+    m_isCancelled = true;
+    abort();
+}
+
 void BlockingExchange::abort()
 {
     m_aborted = true;
@@ -127,31 +134,38 @@ ConnectionPool::ConnectionPool(const TransferLimits& limits)
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                                    std::chrono::steady_clock::time_point started)
 {
-    const Sessions::iterator entry = acquire(device, request.daemon);
+    const Sessions::iterator entry = acquire(device, request);
     HttpReply reply = entry->session.perform(request, device, started);
     release(entry);
     return reply;
 }
 
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
-                                                           bool daemon)
+                                                           const HttpRequest& request)
 {
     Sessions fresh;
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto idle = m_idleByClass.find({device.get(), daemon});
+    const auto idle = m_idleByClass.find({device.get(), request.daemon});
     if (idle != m_idleByClass.end() && !idle->second.empty()) {
         const Sessions::iterator entry = idle->second.back();
         idle->second.pop_back();
         m_active.splice(m_active.end(), m_idle, entry);
         entry->user = std::this_thread::get_id();
+        entry->exchange = request.id;
+        if (m_cancelled.contains(request.id)) {
+            entry->session.cancel();
+        }
         return entry;
     }
     lock.unlock();
-    fresh.emplace_back(m_limits, device, daemon);
+    fresh.emplace_back(m_limits, device, request.daemon);
     fresh.front().user = std::this_thread::get_id();
+    fresh.front().exchange = request.id;
     lock.lock();
     if (m_closed) {
         fresh.front().session.abort();
+    } else if (m_cancelled.contains(request.id)) {
+        fresh.front().session.cancel();
     }
     m_active.splice(m_active.end(), fresh);
     return std::prev(m_active.end());
@@ -204,6 +218,27 @@ void ConnectionPool::abort(const QString& deviceKey)
             dropped.splice(dropped.end(), m_idle, entry);
         }
         entry = next;
+    }
+}
+
+void ConnectionPool::cancel(ExchangeId id)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_cancelled.add(id);
+    for (Entry& entry : m_active) {
+        if (entry.exchange == id) {
+            entry.session.cancel();
+        }
+    }
+}
+
+void ConnectionPool::cancelAll(const QString& deviceKey)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (Entry& entry : m_active) {
+        if (entry.device->key == deviceKey) {
+            entry.session.cancel();
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef COMMUNICATOR_HTTP_CONNECTIONPOOL_H
 #define COMMUNICATOR_HTTP_CONNECTIONPOOL_H
 
+#include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
 #include "communicator/http/exchange.h"
 
@@ -27,6 +28,8 @@ public:
                       std::chrono::steady_clock::time_point started);
     /// Ends the exchange under way, and makes the session useless for another. From any thread.
     void abort();
+    /// The same, on behalf of the application.
+    void cancel();
     bool isAborted() const { return m_aborted; }
     bool isConnected() const { return m_connection != nullptr; }
 
@@ -40,6 +43,7 @@ private:
     std::unique_ptr<Connection> m_connection; ///< changed by the performing thread only
     bool m_isReused = false;                  ///< m_connection has served an exchange
     std::atomic<bool> m_aborted{false};
+    std::atomic<bool> m_isCancelled{false};
     Q_DISABLE_COPY_MOVE(BlockingExchange)
 };
 
@@ -55,6 +59,10 @@ public:
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges with @p deviceKey and drops its connections.
     void abort(const QString& deviceKey);
+    /// Ends the exchange @p id, if it is under way or about to begin.
+    void cancel(ExchangeId id);
+    /// Ends the exchanges with @p deviceKey.
+    void cancelAll(const QString& deviceKey);
     /// Aborts all exchanges and waits, for two seconds at most, until those of other threads have left. Later
     /// ones are refused.
     void close();
@@ -89,16 +97,18 @@ private:
         BlockingExchange session;
         const std::shared_ptr<const Device> device;
         const bool daemon;
-        std::thread::id user; ///< while active
+        std::thread::id user;    ///< while active
+        ExchangeId exchange = 0; ///< while active
     };
     using Sessions = std::list<Entry>; ///< entries move between lists without being copied
 
-    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, bool daemon);
+    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, const HttpRequest& request);
     void release(Sessions::iterator entry);
     void dropOldest(Sessions& dropped);
 
     const TransferLimits m_limits;
     const size_t m_maximumIdle;
+    CancelledIds m_cancelled;
     std::mutex m_mutex; ///< guards all below
     std::condition_variable m_left;
     bool m_closed = false;

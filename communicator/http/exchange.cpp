@@ -216,6 +216,9 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
         outcome = IHttpVersionTrigger::FileFailure;
     }
     HttpReply reply = m_reader.finish(outcome);
+    if (reply.status != 0 && m_device) {
+        m_device->lastAnswer = std::chrono::steady_clock::now();
+    }
     ExchangeSummary summary;
     summary.started = m_started;
     summary.target = m_target;

@@ -23,4 +23,9 @@ QString abortedReason()
     return QStringLiteral("the transport was stopped or the device removed");
 }
 
+QString cancelledReason()
+{
+    return QStringLiteral("the application cancelled the request");
+}
+
 } // namespace Krelm::Communicator::HttpDevice

@@ -14,6 +14,8 @@ HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::Ht
 
 /// Why an exchange ended with `Aborted`.
 QString abortedReason();
+/// The same when the application ended it.
+QString cancelledReason();
 
 } // namespace Krelm::Communicator::HttpDevice
 

@@ -2,6 +2,7 @@
 #include "communicator/http/requestqueue.h"
 
 #include "communicator/http/refusal.h"
+#include "communicator/http/requesturl.h"
 #include "communicator/http/timelimit.h"
 
 #include <algorithm>
@@ -30,15 +31,16 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        abortAll(queue->waiting, std::move(queue->underWay));
+        endAll(*queue, abortedReason());
     }
 }
 
 void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
                        std::chrono::steady_clock::time_point started)
 {
-    if (device->isRemoved) {
-        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+    if (device->isRemoved || m_cancelled.contains(request.id)) {
+        done(failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                                device->isRemoved ? abortedReason() : cancelledReason(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -47,10 +49,28 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
         queue = std::make_shared<DeviceQueue>();
     }
     const auto deadline = started + timeLimit(request);
-    queue->waiting.push_back(
-        {std::move(request), std::move(device), std::move(done), started, deadline, {}, nullptr});
-    const auto job = std::prev(queue->waiting.end());
-    job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
+    const QByteArray path = request.method == HttpMethod::Get
+                                ? QByteArray()
+                                : requestTarget(request.path, request.placeHolders, {});
+    const auto earlier = path.isEmpty() ? queue->heldBack.end() : queue->heldBack.find(path);
+    const bool isHeldBack = earlier != queue->heldBack.end();
+    if (!isHeldBack && !path.isEmpty()) {
+        queue->heldBack.try_emplace(path);
+    }
+    Jobs& jobs = isHeldBack ? earlier->second : queue->waiting;
+    jobs.push_back({std::move(request),
+                    std::move(device),
+                    std::move(done),
+                    started,
+                    deadline,
+                    {},
+                    path,
+                    isHeldBack,
+                    nullptr});
+    const auto job = std::prev(jobs.end());
+    job->timer = m_loop.startTimer(deadline, [this, key, job] {
+        endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutReason(job->request));
+    });
     markRunnable(key, *queue);
     startRunnable();
 }
@@ -119,6 +139,7 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     m_loop.stopTimer(job->timer);
     const Done done = std::move(job->done);
     keep(job->device, std::move(job->exchange));
+    writeEnded(*queue, job->writtenPath);
     queue->underWay.erase(job);
     --m_underWay;
     markRunnable(deviceKey, *queue);
@@ -127,18 +148,42 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     startRunnable();
 }
 
-void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
+void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
+                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
 {
-    const QString reason = timeOutReason(job->request);
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        finished(deviceKey, job, job->exchange->breakOff(outcome, reason));
         return;
     }
+    m_loop.stopTimer(job->timer);
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
-    expired.splice(expired.end(), queue->waiting, job);
+    if (job->isHeldBack) {
+        expired.splice(expired.end(), queue->heldBack[job->writtenPath], job);
+    } else {
+        expired.splice(expired.end(), queue->waiting, job);
+        writeEnded(*queue, job->writtenPath);
+        markRunnable(deviceKey, *queue);
+    }
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    job->done(failWithoutSending(job->request, outcome, reason, job->started));
+    startRunnable();
+}
+
+// The next write to the path, if one is held back, waits for its turn from now on.
+void RequestQueue::writeEnded(DeviceQueue& queue, const QByteArray& path)
+{
+    if (path.isEmpty()) {
+        return;
+    }
+    const auto next = queue.heldBack.find(path);
+    Jobs& heldBack = next->second;
+    if (heldBack.empty()) {
+        queue.heldBack.erase(next);
+        return;
+    }
+    heldBack.front().isHeldBack = false;
+    queue.waiting.splice(queue.waiting.end(), heldBack, heldBack.begin());
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -159,25 +204,69 @@ void RequestQueue::abort(const QString& deviceKey)
         }
         kept = next;
     }
-    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
-    if (!queue) {
-        return;
-    }
-    abortAll(std::exchange(queue->waiting, {}), std::exchange(queue->underWay, {}));
-    forgetIfIdle(deviceKey);
-    startRunnable();
+    endAllOf(deviceKey, abortedReason());
 }
 
-void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)
+void RequestQueue::cancel(ExchangeId id)
 {
+    m_cancelled.add(id);
+    for (auto device = m_devices.begin(); device != m_devices.end(); ++device) {
+        DeviceQueue& queue = **device;
+        const auto endIn = [&](Jobs& jobs) {
+            const auto job =
+                std::find_if(jobs.begin(), jobs.end(), [id](const Job& one) { return one.request.id == id; });
+            if (job == jobs.end()) {
+                return false;
+            }
+            endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledReason());
+            return true;
+        };
+        const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) ||
+                             std::any_of(queue.heldBack.begin(), queue.heldBack.end(),
+                                         [&endIn](auto& path) { return endIn(path.second); });
+        if (isEnded) {
+            return; // the containers have changed
+        }
+    }
+}
+
+void RequestQueue::cancelAll(const QString& deviceKey)
+{
+    endAllOf(deviceKey, cancelledReason());
+}
+
+void RequestQueue::endAllOf(const QString& deviceKey, const QString& reason)
+{
+    if (const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey)) {
+        endAll(*queue, reason);
+        forgetIfIdle(deviceKey);
+        startRunnable();
+    }
+}
+
+// What has not begun, held back or not.
+RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
+{
+    Jobs all = std::exchange(queue.waiting, {});
+    for (auto& path : queue.heldBack) {
+        all.splice(all.end(), path.second);
+    }
+    queue.heldBack.clear();
+    return all;
+}
+
+void RequestQueue::endAll(DeviceQueue& queue, const QString& reason)
+{
+    const Jobs waiting = takeWaiting(queue);
+    Jobs underWay = std::exchange(queue.underWay, {});
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, reason, job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, reason));
     }
 }
 

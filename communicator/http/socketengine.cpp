@@ -73,6 +73,31 @@ bool SocketEngine::start(const HttpRequest& request, std::function<void(const Ht
     return valid;
 }
 
+void SocketEngine::cancel(ExchangeId id)
+{
+    if (id == 0) {
+        return; // names none
+    }
+    m_pool.cancel(id);
+    m_loop->post([queues = m_queues, id] {
+        if (queues->normal) {
+            queues->normal->cancel(id);
+            queues->daemon->cancel(id);
+        }
+    });
+}
+
+void SocketEngine::cancelAll(const QString& deviceKey)
+{
+    m_pool.cancelAll(deviceKey);
+    m_loop->post([queues = m_queues, deviceKey] {
+        if (queues->normal) {
+            queues->normal->cancelAll(deviceKey);
+            queues->daemon->cancelAll(deviceKey);
+        }
+    });
+}
+
 void SocketEngine::abort(const QString& deviceKey)
 {
     m_pool.abort(deviceKey);

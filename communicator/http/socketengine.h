@@ -25,6 +25,9 @@ public:
     HttpReply exchange(const HttpRequest& request) override;
     bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) override;
 
+    void cancel(ExchangeId id) override;
+    void cancelAll(const QString& deviceKey) override;
+
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
     /// Ends all exchanges with `Aborted`; later ones end so at once. An observer may call it: the exchange

@@ -66,6 +66,14 @@ public:
     /// The keys of all devices made known by addDevice(), sorted.
     QStringList devices() const;
 
+    /// Ends the exchange @p exchange (`communicator/exchangeid.h`) at once with `Aborted`, whatever thread it
+    /// is on; nothing when it has ended. ExchangeIds::cancel() ends all exchanges of an operation.
+    /// @warning What had gone out may have been executed by the device. Any thread.
+    void cancel(quint64 exchange);
+    /// Ends all exchanges with @p deviceKey that are under way or wait with `Aborted`; the device stays known
+    /// and its event stream open. Any thread.
+    void cancelAll(const QString& deviceKey);
+
     /// Replaces the engine; null restores the built-in one. What the old engine had in flight ends with
     /// `Aborted`. To be called from the application's thread while no blocking request runs.
     void setEngine(std::unique_ptr<HttpEngine> engine);

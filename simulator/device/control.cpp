@@ -97,6 +97,12 @@ Reply warn(Device& device, const std::string& body)
     return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
 }
 
+Reply restart(Device& device, const std::string& /*body*/)
+{
+    device.restart();
+    return done();
+}
+
 Reply disconnect(Device& device, const std::string& /*body*/)
 {
     device.disconnectStreams();
@@ -209,6 +215,7 @@ constexpr Action actions[] = {
     {Method::Post, "/sim/events", pushEvent},
     {Method::Post, "/sim/warnings", warn},
     {Method::Post, "/sim/disconnect", disconnect},
+    {Method::Post, "/sim/restart", restart},
     {Method::Post, "/sim/logout", logout},
     {Method::Post, "/sim/login", login},
     {Method::Post, "/sim/reset", reset},

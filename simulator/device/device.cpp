@@ -510,6 +510,12 @@ void Device::logout()
     }
 }
 
+void Device::restart()
+{
+    m_events.startAnew(); // before a client may come back
+    disconnectStreams();
+}
+
 void Device::disconnectStreams()
 {
     const std::lock_guard lock(m_connectionsMutex);

@@ -101,6 +101,8 @@ public:
     void logout();
     void login() { m_loggedOut = false; }
     void disconnectStreams();
+    /// Begins another life: event ids get another epoch, no event is kept, streams are closed.
+    void restart();
     /// Back to the starting content.
     void reset();
 

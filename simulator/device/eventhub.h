@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
-#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
@@ -26,20 +26,26 @@ public:
 };
 
 /// Numbers events, keeps the latest and hands each as one shared frame (WHATWG HTML, server-sent events) to
-/// all streams. Operations may be called from any thread.
+/// all streams. Ids are `epoch:sequence`: the epoch names one life of the device, the sequence counts its
+/// events from 1. Operations may be called from any thread.
 class EventHub
 {
 public:
     explicit EventHub(std::size_t historySize);
 
-    /// Sends @p data, line by line as it is. @return the id of the event, counted from 1.
+    /// Sends @p data, line by line as it is. @return the sequence number of the event.
     std::uint64_t publish(std::string_view data);
     /// Sends a comment, which keeps silent streams alive.
     void heartbeat();
 
-    /// Opens a stream: first what it missed after @p lastId, if it says so, then everything new. An id that
-    /// was never given away comes from an earlier life of the device: then it missed all.
-    void subscribe(EventSink& sink, std::optional<std::uint64_t> lastId);
+    /// Opens a stream: first the id after which it goes on, then what it missed after @p lastId, if it says
+    /// so, then everything new. When it missed events that are not kept any more, or names an id that this
+    /// life of the device never gave away, a `gap` event says so and all that is kept follows.
+    void subscribe(EventSink& sink, std::string_view lastId);
+    /// Begins another life: another epoch, nothing kept. Streams should be closed first.
+    void startAnew();
+    /// What all ids of this life begin with.
+    std::string epoch() const;
     void unsubscribe(EventSink& sink);
 
     int streams() const;
@@ -52,6 +58,7 @@ private:
     std::unordered_set<EventSink*> m_sinks;
     std::deque<std::pair<std::uint64_t, SharedText>> m_history;
     std::size_t m_historyBytes = 0;
+    std::string m_epoch;
     std::uint64_t m_lastId = 0;
 };
 

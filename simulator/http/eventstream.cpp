@@ -30,7 +30,7 @@ public:
 
     ~EventStream() override { m_context->device.events().unsubscribe(*this); }
 
-    void start(std::optional<std::uint64_t> lastId)
+    void start(std::string_view lastId)
     {
         static const auto head = std::make_shared<const std::string>("HTTP/1.1 200 OK\r\n"
                                                                      "Content-Type: text/event-stream\r\n"
@@ -128,8 +128,7 @@ private:
 
 } // namespace
 
-void startEventStream(Socket socket, std::shared_ptr<ServerContext> context,
-                      std::optional<std::uint64_t> lastId)
+void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId)
 {
     const auto registry = context->registry;
     const auto stream = std::make_shared<EventStream>(std::move(socket), std::move(context));

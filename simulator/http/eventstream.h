@@ -4,14 +4,12 @@
 
 #include <simulator/http/httpserver.h>
 
-#include <cstdint>
-#include <optional>
+#include <string_view>
 
 namespace Tessel::Simulator {
 
-/// Turns a connection into an event stream that begins behind @p lastId.
-void startEventStream(Socket socket, std::shared_ptr<ServerContext> context,
-                      std::optional<std::uint64_t> lastId);
+/// Turns a connection into an event stream that goes on after the event @p lastId, unless that is empty.
+void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId);
 
 } // namespace Tessel::Simulator
 

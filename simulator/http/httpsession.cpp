@@ -55,16 +55,6 @@ Method methodOf(http::verb verb)
     }
 }
 
-std::optional<std::uint64_t> eventId(std::string_view text)
-{
-    std::uint64_t id = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return id;
-}
-
 class HttpSession : public Connection
 {
 public:
@@ -272,7 +262,7 @@ private:
             return;
         }
         if (m_exchange->kind == Device::Exchange::Kind::EventStream) {
-            const auto lastId = eventId(view(m_parser->get()["Last-Event-ID"]));
+            const std::string lastId(view(m_parser->get()["Last-Event-ID"]));
             finishRequest(200);
             startEventStream(std::move(m_socket), m_context, lastId);
             return;

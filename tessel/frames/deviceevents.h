@@ -6,6 +6,7 @@
 
 #include <communicator/httpproxy.h>
 #include <communicator/jsonutil.h>
+#include <tessel/frames/missedevents.h>
 #include <tessel/pushevents.h>
 
 #include <QMap>
@@ -20,6 +21,7 @@ void listenToEvents(Operator* listener,
                     void (Operator::*event)(const QByteArray& data, const QString& deviceKey))
 {
     using Krelm::Communicator::HttpDevice::HttpProxy;
+    reportMissedEvents();
     QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, listener, event);
 }
 

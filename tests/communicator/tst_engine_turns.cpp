@@ -98,10 +98,27 @@ void TestEngineTurns::whatADeviceSendsOverTlsComesInTurns()
         }
         bench.loop->post([&] { left.set_value(waitingFrom(port)); });
     };
-    ProxyEventQueue events(firstPiece);
+    ProxyEventQueue* queue = nullptr;
+    bool isDelivering = false;
+    bool isWaiting = false;
+    ProxyEventQueue events([&] {
+        isWaiting = true;
+        while (!isDelivering && isWaiting) {
+            isWaiting = false;
+            isDelivering = true;
+            queue->deliver([&firstPiece](const ProxyEvent& event) {
+                if (event.kind == ProxyEvent::Kind::Event) {
+                    firstPiece();
+                }
+            });
+            isDelivering = false;
+        }
+    });
+    queue = &events;
+    ConnectionBoard board;
     std::unique_ptr<EventChannels> channels;
     if (isStream) {
-        channels = std::make_unique<EventChannels>(bench.loop, events);
+        channels = std::make_unique<EventChannels>(bench.loop, events, board);
         channels->open(bench.registry->find(QStringLiteral("wall")), {});
     } else {
         setProgressObserver([&](const ExchangeProgress& progress) {

@@ -385,7 +385,7 @@ private Q_SLOTS:
         const auto started = std::chrono::steady_clock::now() - std::chrono::seconds(90);
         QCOMPARE(watched.exchange.prepare(request(QStringLiteral("wall")), device(), started),
                  State::Success);
-        watched.exchange.finish(State::TimedOut);
+        watched.exchange.finish(State::TimedOut, {});
         QVERIFY2(watched.record.milliseconds >= 90000,
                  qPrintable(QString::number(watched.record.milliseconds)));
     }

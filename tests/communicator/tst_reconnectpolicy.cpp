@@ -31,6 +31,7 @@ struct Watch : ReconnectPolicy::Listener
     void openStream() override { done += QStringLiteral("open"); }
     void closeStream() override { done += QStringLiteral("close"); }
     void deviceGone() override { done += QStringLiteral("gone"); }
+    ReconnectPolicy::Clock::time_point lastAnswer() const override { return answered; }
     void failureSeen(Failure /*failure*/, bool first, std::chrono::milliseconds delay) override
     {
         firsts += first ? 1 : 0;
@@ -62,6 +63,7 @@ struct Watch : ReconnectPolicy::Listener
     double random = 0.0;
     QStringList done;
     int firsts = 0;
+    ReconnectPolicy::Clock::time_point answered{};
     std::chrono::milliseconds lastDelay{};
     ReconnectPolicy::Clock::time_point now{1000s};
     ReconnectPolicy policy;
@@ -77,6 +79,73 @@ class TestEventSupervisor : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void aDeviceThatAnswersRequestsIsNotGone()
+    {
+        Watch watch;
+        watch.policy.start(watch.now);
+        watch.fail();
+        watch.answered = watch.now + 20s;
+        watch.advance(79s);
+        QVERIFY(!watch.take().contains(QStringLiteral("gone")));
+        QVERIFY(!watch.policy.isGone());
+        watch.advance(1s);
+        QVERIFY(watch.policy.isGone());
+    }
+
+    void aStreamThatDeliversComesBackSoonHoweverOftenItIsCut()
+    {
+        Watch watch;
+        watch.policy.start(watch.now);
+        for (int i = 0; i < 6; ++i) {
+            watch.policy.connected(watch.now);
+            watch.policy.delivered();
+            watch.fail(Failure::Ended);
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1s));
+            QCOMPARE(watch.firsts, 1);
+            watch.advance(1s);
+            QCOMPARE(watch.policy.state(), State::Connecting);
+        }
+        watch.policy.connected(watch.now);
+        watch.fail(Failure::Ended); // this one delivered nothing
+        QCOMPARE(watch.lastDelay, std::chrono::milliseconds(2s));
+    }
+
+    void anEventThatIsTooLargeDoesNotBringTheStreamBackSooner()
+    {
+        Watch watch;
+        watch.policy.start(watch.now);
+        for (const auto delay : {1s, 2s, 4s}) {
+            watch.policy.connected(watch.now);
+            watch.policy.delivered();
+            watch.fail(Failure::TooLarge);
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(delay));
+            watch.advance(delay);
+        }
+    }
+
+    void theDeviceMayAskForALongerDelayNotForAShorterOne()
+    {
+        Watch watch;
+        watch.policy.start(watch.now);
+        watch.policy.failed(Failure::Refused, watch.now, 7s);
+        QCOMPARE(watch.lastDelay, std::chrono::milliseconds(7s));
+        watch.advance(7s);
+        watch.policy.failed(Failure::Refused, watch.now, 1s);
+        QCOMPARE(watch.lastDelay, std::chrono::milliseconds(2s));
+    }
+
+    void anEndedStreamIsNotOpenedAgain()
+    {
+        Watch watch;
+        watch.policy.start(watch.now);
+        watch.take();
+        watch.policy.ended();
+        QCOMPARE(watch.policy.state(), State::Stopped);
+        QVERIFY(!watch.policy.deadline());
+        watch.advance(1h);
+        QCOMPARE(watch.take(), QStringList());
+    }
+
     void startOpensTheStream()
     {
         Watch watch;

@@ -10,7 +10,17 @@ namespace {
 struct Reading
 {
     QList<QByteArray> events;
-    SseReader reader{1000, [this](QByteArray&& data) { events.append(data); }};
+    QStringList ids;
+    int gaps = 0;
+    SseReader reader{1000, [this](SseReader::Event&& event) {
+                         if (event.id) {
+                             ids.append(QString::fromUtf8(*event.id));
+                         }
+                         if (event.data) {
+                             events.append(*event.data);
+                         }
+                         gaps += event.isGap ? 1 : 0;
+                     }};
 
     bool feed(const QByteArray& bytes)
     {
@@ -48,13 +58,32 @@ private Q_SLOTS:
         QCOMPARE(reading.reader.lastEventId(), QByteArray());
     }
 
+    void anIdIsToldWithTheBlockThatNamesItOnly()
+    {
+        Reading reading;
+        reading.feed("id: e:1\n\ndata: a\n\nid: e:2\ndata: b\n\n:\n\ndata: c\nid: e:3\n\n");
+        QCOMPARE(reading.ids, (QStringList{"e:1", "e:2", "e:3"}));
+        QCOMPARE(reading.events, (QList<QByteArray>{"a", "b", "c"}));
+    }
+
+    void aGapIsAnEventOfItsOwnType()
+    {
+        Reading reading;
+        reading.feed(
+            "event: gap\nid: e:7\ndata: {}\n\nevent: gaps\ndata: a\n\nevent: gap\nevent: other\ndata: b\n\n"
+            "event: gap\n\ndata: c\n\n");
+        QCOMPARE(reading.gaps, 1);
+        QCOMPARE(reading.ids, QStringList("e:7"));
+        QCOMPARE(reading.events.size(), 4);
+    }
+
     void anIdWithNulOrBeyondAHeadersSizeIsIgnored()
     {
         Reading reading;
         reading.feed("id: 1\n\n");
         reading.feed(QByteArray("id: 2\0x\n\n", 9));
         QCOMPARE(reading.reader.lastEventId(), QByteArray("1"));
-        SseReader large(1 << 20, [](QByteArray&&) {});
+        SseReader large(1 << 20, [](SseReader::Event&&) {});
         const QByteArray line = "id: " + QByteArray(5000, 'i') + "\n\n";
         QVERIFY(large.feed(line.constData(), static_cast<size_t>(line.size())));
         QVERIFY(large.lastEventId().isEmpty());
@@ -63,7 +92,7 @@ private Q_SLOTS:
     void anIdReachesToItsBound()
     {
         for (const int size : {4096, 4097}) {
-            SseReader reader(1 << 20, [](QByteArray&&) {});
+            SseReader reader(1 << 20, [](SseReader::Event&&) {});
             const QByteArray line = "id: " + QByteArray(size, 'i') + "\n\n";
             QVERIFY(reader.feed(line.constData(), static_cast<size_t>(line.size())));
             QCOMPARE(reader.lastEventId().size(), size == 4096 ? 4096 : 0);
@@ -180,7 +209,8 @@ void TestSseReader::whatIsTakenIsCountedToTheByte()
 {
     for (const int surplus : {0, 1}) {
         QList<QByteArray> events;
-        SseReader reader(100, [&events](QByteArray&& data) { events.append(std::move(data)); });
+        SseReader reader(100,
+                         [&events](SseReader::Event&& event) { events.append(event.data.value_or("")); });
         const auto feed = [&reader](const QByteArray& text) {
             return reader.feed(text.constData(), std::size_t(text.size()));
         };

@@ -135,6 +135,8 @@ const Number numbers[] = {
     {transportPage, "%1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
     {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
+    {transportPage, "or with none within %1 s", policy, "proof", 1000},
+    {transportPage, "at least %1 ms apart", policy, "reportGap", 1},
     {architecturePage, "| exchanges of one device at once | %1 |", requestQueue, "maxPerDevice", 1},
     {architecturePage, "at most %1 of a device go at once", requestQueue, "maxPerDevice", 1},
     {architecturePage, "| blocking connections kept to one device | %1 |",

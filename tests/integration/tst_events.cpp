@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "simulateddevice.h"
 
+#include <communicator/deviceconnections.h>
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/hwinfo.h>
 #include <tessel/inputinfo.h>
@@ -8,6 +9,7 @@
 #include <tessel/pipeinfo.h>
 #include <tessel/screeninfo.h>
 
+#include <QRandomGenerator>
 #include <QThread>
 #include <QtTest>
 
@@ -320,7 +322,6 @@ private Q_SLOTS:
         const QByteArray huge = padded(R"({"dataType":"change","changeTag":"nothing","padding":"PADDING"})");
         QTest::newRow("1 MiB") << huge;
         QTest::newRow("1 MiB of no JSON") << QByteArray(1 << 20, 'x');
-        QTest::newRow("longer than a stream may send") << huge + QByteArray(1 << 20, 'x');
     }
     void aBadEventIsIgnoredAndTheNextOneHeard()
     {
@@ -340,6 +341,23 @@ private Q_SLOTS:
         for (const char* key : {"Device_Hwinfo", "Device_AllScreens", "Device_AllCabinetsInfo",
                                 "Device_AllInputs", "Device_AllOutputsInfo", "Device_Pipes"}) {
             QCOMPARE(device.requests(key), 0);
+        }
+    }
+
+    void anEventThatIsTooLongForAStreamIsMadeUpForByReadingAnew()
+    {
+        SimulatedDevice device;
+        QVERIFY(device.startWithEvents());
+        fillCaches(device.key);
+        QSignalSpy renamed(HWInfo::getInstance(), &HWInfo::signal_customNameChanged);
+        device.simulator.resetCounts();
+        device.simulator.pushEvent(
+            padded(R"({"dataType":"change","padding":"PADDINGPADDING","changeTag":"hwInfo"})"));
+        device.simulator.pushEvent(R"({"dataType":"customNameChange","name":"next"})");
+        QTRY_COMPARE(renamed.size(), 1);
+        for (const char* key : {"Device_Hwinfo", "Device_AllScreens", "Device_AllInputs",
+                                "Device_AllOutputsInfo", "Device_Pipes"}) {
+            QTRY_COMPARE(device.requests(key), 1);
         }
     }
 
@@ -440,6 +458,99 @@ private Q_SLOTS:
         device.simulator.disconnectStreams();
         QVERIFY(device.simulator.setValue("/api/v1/device/hw/displaymode", R"({"displayMode":2})"));
         QTRY_COMPARE_WITH_TIMEOUT(hwInfo(device.key).value("displayMode").toInt(), 2, 20000);
+    }
+
+    void whateverHappensTheCachesEqualTheDeviceInTheEnd_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (const quint32 seed : {1U, 2U, 3U}) {
+            QTest::newRow(qPrintable(QStringLiteral("seed %1").arg(seed))) << seed;
+        }
+    }
+    void whateverHappensTheCachesEqualTheDeviceInTheEnd()
+    {
+        QFETCH(quint32, seed);
+        Tessel::Simulator::Options options;
+        options.eventHistory = 4; // a burst of writes is more than the device remembers
+        SimulatedDevice device(options);
+        QVERIFY(device.startWithEvents());
+        fillCaches(device.key);
+        const struct
+        {
+            const char* path;
+            const char* member;
+            Read read;
+        } values[] = {
+            {"/api/v1/device/hw/displaymode", "displayMode", member(hwInfo, "displayMode")},
+            {"/api/v1/device/screen/1/brightness", "brightness", member(screen, "brightness")},
+            {"/api/v1/device/cabinet/7/weight", "weight",
+             [](const QString& key) { return cabinet(key).value("weight"); }},
+            {"/api/v1/device/pipeline/2/mirrormode", "mirrorMode", member(pipeline, "mirrorMode")},
+        };
+        QMap<int, int> written;
+        QRandomGenerator random(seed);
+        const auto writeSome = [&](int count) {
+            for (int i = 0; i < count; ++i) {
+                const int which = random.bounded(int(std::size(values)));
+                written[which] = random.bounded(1, 100);
+                const QByteArray body = QByteArray("{\"") + values[which].member +
+                                        "\":" + QByteArray::number(written[which]) + '}';
+                QVERIFY(device.simulator.setValue(QLatin1String(values[which].path), body));
+            }
+        };
+        for (int round = 0; round < 6; ++round) {
+            writeSome(random.bounded(3));
+            switch (random.bounded(4)) {
+            case 0:
+                device.simulator.disconnectStreams();
+                break;
+            case 1:
+                device.simulator.restartDevice();
+                break;
+            case 2: {
+                device.simulator.logoutDevice();
+                writeSome(random.bounded(10));
+                device.simulator.loginDevice();
+                break;
+            }
+            default:
+                break;
+            }
+            writeSome(random.bounded(10));
+            for (auto it = written.cbegin(); it != written.cend(); ++it) {
+                QTRY_COMPARE_WITH_TIMEOUT(values[it.key()].read(device.key).toInt(), it.value(), 30000);
+            }
+        }
+    }
+
+    void theStateOfTheChannelIsSeen()
+    {
+        using namespace Krelm::Communicator::HttpDevice;
+        SimulatedDevice device;
+        DeviceConnections* const connections = DeviceConnections::getInstance();
+        QStringList states;
+        QObject context;
+        connect(connections, &DeviceConnections::connectionChanged, &context,
+                [&](const DeviceConnection& connection) {
+                    if (connection.deviceKey == device.key) {
+                        QCOMPARE(QThread::currentThread(), HttpProxy::getInstance()->thread());
+                        states << connectionStateName(connection.state);
+                    }
+                });
+        QSignalSpy missed(connections, &DeviceConnections::eventsMissed);
+        QCOMPARE(connections->connection(device.key).state, ConnectionState::Stopped);
+        QVERIFY(device.startWithEvents());
+        QTRY_COMPARE(states, (QStringList{"connecting", "live"}));
+        QVERIFY(missed.isEmpty());
+        device.simulator.restartDevice();
+        QTRY_COMPARE_WITH_TIMEOUT(
+            states, (QStringList{"connecting", "live", "waiting", "connecting", "live"}), 20000);
+        QTRY_COMPARE(missed.size(), 1);
+        QCOMPARE(missed[0][0].toString(), device.key);
+        QVERIFY(connections->connection(device.key).since.isValid());
+        HttpProxy::getInstance()->removeDevice(device.key);
+        QTRY_COMPARE(states.last(), QStringLiteral("stopped"));
+        QCOMPARE(connections->connection(device.key).state, ConnectionState::Stopped);
     }
 
     void aFailedRefreshKeepsTheCacheAndTheNextEventFreshensIt()

@@ -169,6 +169,19 @@ EventReader::EventReader(quint16 port, const QByteArray& lastId)
     m_open = head.startsWith("HTTP/1.1 200 ") && head.contains("text/event-stream");
 }
 
+QByteArray EventReader::begin()
+{
+    while (m_begin.isEmpty()) {
+        const QByteArray text = line();
+        if (text.startsWith("id: ")) {
+            m_begin = text.mid(4).trimmed();
+        } else if (text != ":\n" && text != "\n") {
+            break;
+        }
+    }
+    return m_begin;
+}
+
 EventReader::Event EventReader::next()
 {
     Event event;
@@ -178,11 +191,21 @@ EventReader::Event EventReader::next()
             return {};
         }
         if (text.startsWith("id: ")) {
-            event.id = text.mid(4).trimmed().toULongLong();
+            event.fullId = text.mid(4).trimmed();
+            event.id = event.fullId.mid(event.fullId.lastIndexOf(':') + 1).toULongLong();
+        } else if (text.startsWith("event: ")) {
+            event.type = text.mid(7).trimmed();
         } else if (text.startsWith("data: ")) {
             event.data += (event.data.isEmpty() ? "" : "\n") + text.mid(6).chopped(1);
-        } else if (text == "\n" && event.id != 0) {
-            return event;
+        } else if (text == "\n") {
+            if (!event.data.isEmpty()) {
+                return event;
+            }
+            if (event.fullId.isEmpty()) {
+                event = {};
+            } else {
+                m_begin = std::exchange(event, {}).fullId;
+            }
         }
     }
 }

@@ -63,7 +63,9 @@ class EventReader
 public:
     struct Event
     {
-        quint64 id = 0; ///< 0: the stream ended, or nothing came in time
+        quint64 id = 0; ///< its sequence number; 0: the stream ended, or nothing came in time
+        QByteArray fullId;
+        QByteArray type;
         QByteArray data;
         QJsonObject object() const;
     };
@@ -72,6 +74,8 @@ public:
 
     bool isOpen() const { return m_open; }
     Event next();
+    /// The id that the stream begins with; waits for it.
+    QByteArray begin();
     /// Whether the stream ends.
     bool endsSoon() { return m_client.endsSoon(); }
     /// The next line as it came.
@@ -80,6 +84,7 @@ public:
 private:
     HttpClient m_client;
     bool m_open = false;
+    QByteArray m_begin;
 };
 
 #endif

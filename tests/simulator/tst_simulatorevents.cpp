@@ -180,32 +180,81 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("lastId");
         QTest::addColumn<quint64>("next");
-        QTest::newRow("some") << QByteArray("7") << quint64(8);
-        QTest::newRow("all that is kept") << QByteArray("0") << quint64(6);
-        QTest::newRow("older than the history") << QByteArray("2") << quint64(6);
-        QTest::newRow("nothing missed") << QByteArray("10") << quint64(11);
-        QTest::newRow("another life") << QByteArray("5000") << quint64(6);
-        QTest::newRow("not told") << QByteArray() << quint64(11);
-        QTest::newRow("no number") << QByteArray("abc") << quint64(11);
-        QTest::newRow("beyond numbers") << QByteArray("99999999999999999999999") << quint64(11);
+        QTest::addColumn<bool>("isGap");
+        QTest::newRow("some") << QByteArray("%1:7") << quint64(8) << false;
+        QTest::newRow("all that is kept") << QByteArray("%1:5") << quint64(6) << false;
+        QTest::newRow("one more than is kept") << QByteArray("%1:4") << quint64(6) << true;
+        QTest::newRow("from the beginning") << QByteArray("%1:0") << quint64(6) << true;
+        QTest::newRow("nothing missed") << QByteArray("%1:10") << quint64(11) << false;
+        QTest::newRow("not given away yet") << QByteArray("%1:11") << quint64(6) << true;
+        QTest::newRow("another life") << QByteArray("another:7") << quint64(6) << true;
+        QTest::newRow("an epoch that begins alike") << QByteArray("%10:7") << quint64(6) << true;
+        QTest::newRow("not told") << QByteArray() << quint64(11) << false;
+        QTest::newRow("no epoch") << QByteArray("7") << quint64(6) << true;
+        QTest::newRow("no number") << QByteArray("%1:abc") << quint64(6) << true;
+        QTest::newRow("beyond numbers") << QByteArray("%1:99999999999999999999999") << quint64(6) << true;
     }
 
     void aStreamResumesBehindItsLastEvent()
     {
         QFETCH(QByteArray, lastId);
         QFETCH(quint64, next);
+        QFETCH(bool, isGap);
         Options options;
         options.eventHistory = 5;
         restart(options);
         for (int i = 0; i < 10; ++i) {
             m_simulator->pushEvent("{}");
         }
-        EventReader reader(m_simulator->port(), lastId);
+        const QByteArray begin = EventReader(m_simulator->port()).begin();
+        QVERIFY(begin.endsWith(":10"));
+        const QByteArray epoch = begin.chopped(3);
+        QTRY_COMPARE(m_simulator->eventStreams(), 0);
+        EventReader reader(m_simulator->port(), lastId.replace("%1", epoch));
         QVERIFY(m_simulator->waitForEventStreams(1));
         m_simulator->pushEvent("{}");
-        for (quint64 id = next; id <= 11; ++id) {
-            QCOMPARE(reader.next().id, id);
+        if (isGap) {
+            const EventReader::Event gap = reader.next();
+            QCOMPARE(gap.type, QByteArray("gap"));
+            QCOMPARE(gap.fullId, epoch + ':' + QByteArray::number(next - 1));
+        } else {
+            QCOMPARE(reader.begin(), epoch + ':' + QByteArray::number(next - 1));
         }
+        for (quint64 id = next; id <= 11; ++id) {
+            const EventReader::Event event = reader.next();
+            QCOMPARE(event.fullId, epoch + ':' + QByteArray::number(id));
+            QCOMPARE(event.type, QByteArray());
+        }
+    }
+
+    void aRestartBeginsAnotherEpochAndForgetsEvents_data()
+    {
+        QTest::addColumn<bool>("byControl");
+        QTest::newRow("by function") << false;
+        QTest::newRow("by the control interface") << true;
+    }
+    void aRestartBeginsAnotherEpochAndForgetsEvents()
+    {
+        QFETCH(bool, byControl);
+        Options options;
+        options.control = true;
+        restart(options);
+        EventReader reader(m_simulator->port());
+        const QByteArray begin = reader.begin();
+        m_simulator->pushEvent("{}");
+        QCOMPARE(reader.next().id, quint64(1));
+        if (byControl) {
+            QCOMPARE(HttpClient(m_simulator->port()).request("POST", "/sim/restart").status, 200);
+        } else {
+            m_simulator->restartDevice();
+        }
+        QVERIFY(reader.endsSoon());
+        EventReader second(m_simulator->port(), begin.chopped(2) + ":1");
+        const EventReader::Event gap = second.next();
+        QCOMPARE(gap.type, QByteArray("gap"));
+        QCOMPARE(gap.id, quint64(0));
+        QVERIFY(gap.fullId.endsWith(":0"));
+        QVERIFY(gap.fullId != begin);
     }
 
     void aSilentStreamHearsAHeartbeat()
@@ -214,9 +263,9 @@ private Q_SLOTS:
         options.heartbeatInterval = 20;
         restart(options);
         EventReader reader(m_simulator->port());
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 8; ++i) {
             const QByteArray line = reader.line();
-            QVERIFY(line == ":\n" || line == "\n");
+            QVERIFY(line == ":\n" || line == "\n" || line.startsWith("id: "));
         }
     }
 
@@ -254,7 +303,9 @@ private Q_SLOTS:
         m_simulator->disconnectStreams();
         QVERIFY(reader.endsSoon());
         QTRY_COMPARE(m_simulator->eventStreams(), 0);
-        QCOMPARE(EventReader(m_simulator->port(), "0").next().id, quint64(1));
+        EventReader next(m_simulator->port(), "another:0");
+        QCOMPARE(next.next().type, QByteArray("gap"));
+        QCOMPARE(next.next().id, quint64(1));
     }
 
     void aLoggedOutDeviceRefusesEverythingUntilItIsBack()

@@ -6,8 +6,11 @@
 #include "recordingengine.h"
 #include "signalrecorder.h"
 
+#include <communicator/deviceconnections.h>
 #include <tessel/allurlresource.h>
 #include <tessel/cabinetinfooperator.h>
+#include <tessel/frames/deviceevents.h>
+#include <tessel/frames/missedevents.h>
 #include <tessel/hwinfo.h>
 #include <tessel/inputinfo.h>
 #include <tessel/monitorinfo.h>
@@ -94,6 +97,58 @@ class TestPushEvents : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void everyEventThatReadsAListAnewIsReportedWhenEventsMayHaveBeenMissed()
+    {
+        QVERIFY(!listeners().empty());
+        const QList<QByteArray> reported =
+            Krelm::Communicator::HttpDevice::DeviceConnections::getInstance()->changeEvents();
+        QCOMPARE(reported, Tessel::refreshingEvents());
+        for (const EventRow& row : Tessel::eventRows) {
+            const bool reads = row.effects[0].routeKey || row.effects[1].routeKey;
+            int times = 0;
+            for (const QByteArray& event : reported) {
+                QMap<QString, QVariant> members;
+                JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(event), members);
+                times += Tessel::isEvent(members, row.event) ? 1 : 0;
+            }
+            QCOMPARE(times, reads ? 1 : 0);
+        }
+    }
+
+    void aReportedEventReadsAnewWhatItsRowSays_data()
+    {
+        QTest::addColumn<QByteArray>("event");
+        QTest::addColumn<int>("index");
+        const QList<QByteArray> events = Tessel::refreshingEvents();
+        int next = 0;
+        for (std::size_t index = 0; index < std::size(Tessel::eventRows); ++index) {
+            if (Tessel::eventRows[index].effects[0].routeKey) {
+                QTest::newRow(qPrintable(rowName(Tessel::eventRows[index])))
+                    << events.value(next++) << int(index);
+            }
+        }
+    }
+    void aReportedEventReadsAnewWhatItsRowSays()
+    {
+        QFETCH(QByteArray, event);
+        QFETCH(int, index);
+        QVERIFY(!listeners().empty());
+        RecordingEngine* const engine = RecordingEngine::install();
+        DeviceSide::push(DeviceSide::fresh(), event);
+        QTRY_COMPARE(engine->held(), 0);
+        QStringList paths;
+        for (const auto& effect : Tessel::eventRows[index].effects) {
+            if (effect.routeKey) {
+                paths << AllUrlResource::getUrl(QLatin1String(effect.routeKey));
+            }
+        }
+        QStringList asked;
+        for (const auto& request : engine->requests()) {
+            asked << request.path;
+        }
+        QCOMPARE(asked, paths);
+    }
+
     void anEventIsActedOnAsItsRowSays_data()
     {
         QTest::addColumn<int>("index");

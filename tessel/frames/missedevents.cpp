@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "tessel/frames/missedevents.h"
+
+#include <communicator/deviceconnections.h>
+#include <tessel/pushevents.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace Tessel {
+
+namespace {
+
+QByteArray eventText(const EventRow& row)
+{
+    QJsonObject object{{QLatin1String(row.text.source.key), QLatin1String(row.text.source.text)}};
+    if (row.text.kind.key) {
+        object.insert(QLatin1String(row.text.kind.key), QLatin1String(row.text.kind.text));
+    }
+    if (row.text.payload) {
+        // No element is named: it may be any of them.
+        object.insert(QLatin1String(row.text.payload),
+                      row.text.form == EventForm::Envelope ? QJsonValue(QJsonObject()) : QJsonValue(0));
+    }
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+QList<QByteArray> refreshingEvents()
+{
+    QList<QByteArray> events;
+    for (const EventRow& row : eventRows) {
+        if (row.effects[0].routeKey) {
+            events.append(eventText(row));
+        }
+    }
+    return events;
+}
+
+void reportMissedEvents()
+{
+    using Krelm::Communicator::HttpDevice::DeviceConnections;
+    static const bool isDone = [] {
+        DeviceConnections* const connections = DeviceConnections::getInstance();
+        connections->setChangeEvents(refreshingEvents() + connections->changeEvents());
+        return true;
+    }();
+    Q_UNUSED(isDone)
+}
+
+} // namespace Tessel
