@@ -6,7 +6,7 @@ add_library(tessel_interfaces INTERFACE)
 add_library(tessel::interfaces ALIAS tessel_interfaces)
 target_include_directories(tessel_interfaces INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/interfaces> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-target_link_libraries(tessel_interfaces INTERFACE Qt5::Core)
+target_link_libraries(tessel_interfaces INTERFACE Qt${TESSEL_QT}::Core)
 
 # tessel_platform(communicator): TESSEL_OWN_<NAME>, and the alias tessel::<name> of a foreign implementation.
 function(tessel_platform name)
@@ -51,7 +51,7 @@ if(NOT TESSEL_QTPROMISE STREQUAL "own")
     add_library(qtpromise INTERFACE)
     add_library(qtpromise::qtpromise ALIAS qtpromise)
     target_include_directories(qtpromise SYSTEM INTERFACE $<BUILD_INTERFACE:${QTPROMISE_INCLUDE_DIR}>)
-    target_link_libraries(qtpromise INTERFACE Qt5::Core)
+    target_link_libraries(qtpromise INTERFACE Qt${TESSEL_QT}::Core)
     install(TARGETS qtpromise EXPORT TesselTargets)
     set(TESSEL_QTPROMISE_INSTALLED ON)
     set(TESSEL_QTPROMISE_ORIGIN "installed, ${QTPROMISE_INCLUDE_DIR}")

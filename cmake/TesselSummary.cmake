@@ -19,7 +19,7 @@ endfunction()
 
 function(tessel_summary)
   message(STATUS "Tessel ${PROJECT_VERSION}")
-  tessel_summary_line("Qt" "${Qt5_VERSION}")
+  tessel_summary_line("Qt" "${Qt${TESSEL_QT}_VERSION}")
   tessel_summary_line("QtPromise" "${TESSEL_QTPROMISE_ORIGIN}")
   tessel_summary_line("communicator" "${TESSEL_COMMUNICATOR_ORIGIN}")
   tessel_summary_line("zephserializer" "${TESSEL_ZEPHSERIALIZER_ORIGIN}")

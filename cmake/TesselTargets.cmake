@@ -1,10 +1,12 @@
 # SPDX-License-Identifier: MIT
 # How Tessel builds its targets: one place for warnings, sanitizers, visibility, SONAME and install rules.
 
-# Warnings and definitions that hold for all of our own code.
+# Warnings and definitions that hold for all of our own code. Sizes have 64 bits in Qt 6: there the libraries are held to
+# lose none of them, while programs and tests count what is small.
 add_library(tessel_warnings INTERFACE)
+set(tessel_library_warnings $<$<STREQUAL:${TESSEL_QT},6>:-Wconversion>)
 target_compile_options(tessel_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wall -Wextra -Wpedantic -Wshadow $<$<STREQUAL:${TESSEL_QT},5>:-Wconversion> -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<BOOL:${TESSEL_WERROR}>:-Werror>)
 target_compile_definitions(tessel_warnings INTERFACE
   QT_NO_KEYWORDS QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
@@ -18,7 +20,7 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   add_link_options(-fsanitize=thread)
   # Every program of ours tells the sanitizer how Qt orders threads.
   add_library(tessel_qtthreads OBJECT ${PROJECT_SOURCE_DIR}/tests/support/qtthreads.cpp)
-  target_link_libraries(tessel_qtthreads PRIVATE Qt5::Core)
+  target_link_libraries(tessel_qtthreads PRIVATE Qt${TESSEL_QT}::Core)
   target_sources(tessel_warnings INTERFACE
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
@@ -37,7 +39,7 @@ endfunction()
 
 # tessel_precompile_test(TARGET): the same for test code, which shares one set of headers.
 function(tessel_precompile_test target)
-  target_link_libraries(${target} PRIVATE qtpromise::qtpromise Qt5::Test)
+  target_link_libraries(${target} PRIVATE qtpromise::qtpromise Qt${TESSEL_QT}::Test)
   target_precompile_headers(${target} REUSE_FROM tessel_test_headers)
 endfunction()
 
@@ -53,6 +55,7 @@ function(tessel_library name)
     VISIBILITY_INLINES_HIDDEN ON
     AUTOMOC ON)
   target_compile_definitions(${name}_objects PRIVATE ${ARG_EXPORT}_LIBRARY)
+  target_compile_options(${name}_objects PRIVATE ${tessel_library_warnings})
   target_include_directories(${name}_objects PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name}_objects PRIVATE ${ARG_PUBLIC} ${ARG_PRIVATE} tessel_warnings)
 
@@ -63,6 +66,10 @@ function(tessel_library name)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     INSTALL_RPATH "$ORIGIN"
     LINKER_LANGUAGE CXX)
+  if(UNIX AND NOT APPLE)
+    target_link_options(${name} PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden.map)
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/hidden.map)
+  endif()
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   install(TARGETS ${name} EXPORT TesselTargets
@@ -101,7 +108,7 @@ function(tessel_test name)
     set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp
       PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   endif()
-  target_link_libraries(${name} PRIVATE test_process ${ARG_LIBRARIES} Qt5::Core Qt5::Test tessel_warnings)
+  target_link_libraries(${name} PRIVATE test_process ${ARG_LIBRARIES} Qt${TESSEL_QT}::Core Qt${TESSEL_QT}::Test tessel_warnings)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
     ENVIRONMENT "${tessel_test_environment}")

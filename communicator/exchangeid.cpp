@@ -16,7 +16,7 @@ thread_local ExchangeScope* innermost = nullptr;
 
 } // namespace
 
-class ExchangeIds::Private
+class Q_DECL_HIDDEN ExchangeIds::Private
 {
 public:
     mutable std::mutex mutex; ///< guards ids

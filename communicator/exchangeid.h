@@ -55,6 +55,7 @@ private:
 class COMMUNICATOR_EXPORT ExchangeScope
 {
 public:
+    /// Collects into @p ids from now on.
     explicit ExchangeScope(ExchangeIds& ids);
     ~ExchangeScope();
 

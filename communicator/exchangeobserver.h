@@ -57,6 +57,7 @@ public:
     ObserverHandle();
     /// Removes the observer.
     ~ObserverHandle();
+    /// Takes over the observer of @p other, which holds none then.
     ObserverHandle(ObserverHandle&& other) noexcept;
     /// Removes the observer that is held, and takes over the one of @p other.
     ObserverHandle& operator=(ObserverHandle&& other) noexcept;

@@ -3,7 +3,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-class HttpMutilPartPackage::Private
+class Q_DECL_HIDDEN HttpMutilPartPackage::Private
 {
 public:
     QMap<QString, QVariant> parts;

@@ -12,7 +12,7 @@ namespace Krelm::Communicator::HttpDevice {
 /// A way to log in to a device and what it needs. `DeviceEndpoint::Login::None` is not one.
 struct LoginScheme
 {
-    DeviceEndpoint::Login login;
+    DeviceEndpoint::Login login; ///< as an endpoint names it
     const char* name;       ///< on command lines, in messages and in documents; also that of the HTTP scheme
     bool takesUser;         ///< logs in with a user and a password, otherwise with a token alone
     bool takesColonInUser;  ///< whether the user name may contain ':'

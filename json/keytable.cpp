@@ -11,6 +11,7 @@ namespace JsonText {
 namespace {
 
 constexpr std::size_t initialSlots = 256;
+// Keys come from the network: a table that has grown beyond what devices use starts anew.
 constexpr std::size_t retainedKeys = 4096;
 constexpr std::size_t retainedLength = std::size_t(256) * 1024;
 // Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.

@@ -17,18 +17,22 @@ namespace Tessel::Operations {
 /// One parameter of an operation.
 struct Parameter
 {
+    /// Whether the operation reads the argument, writes it, or both.
     enum Direction { In, Out, InOut };
+    /// What of a reply an output holds.
+    enum Source { Body, HttpStatus, ResponseHeaders };
 
-    QString name;
-    ValueType type;
-    Direction direction;
+    QString name;        ///< as in the declaration; the name of the argument on a command line
+    ValueType type;      ///< how it is written
+    Direction direction; ///< which way its value goes
+    Source source = Body; ///< of an output
 };
 
-/// What a call left behind.
+/// What came of a call.
 struct CallResult
 {
-    bool succeeded = false;
-    QString reason; ///< why a promise was rejected
+    bool succeeded = false; ///< what the operation returned, or whether its promise was fulfilled
+    QString error;          ///< why a promise was rejected
     QVariantList
         outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };
@@ -39,10 +43,10 @@ using Invoker = std::function<CallResult(const QVariantList& values)>;
 /// One operation of the library that can be called by name.
 struct Operation
 {
-    QString className; ///< as C++ spells it, `UrlResource::MonitorInfo`
-    QString name;      ///< of the operation alone
-    std::vector<Parameter> parameters;
-    Invoker invoke;
+    QString className;                 ///< as C++ spells it, `UrlResource::MonitorInfo`
+    QString name;                      ///< of the operation alone
+    std::vector<Parameter> parameters; ///< in the order of the declaration
+    Invoker invoke;                    ///< calls it on the calling thread
 
     /// `Capability::getAllChipType`
     QString qualifiedName() const;

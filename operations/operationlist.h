@@ -10,10 +10,12 @@
 
 namespace Tessel::Operations {
 
+/// Rows, one for each operation.
 using Operations = std::vector<Operation>;
 
-/// One function per class, each in operations/rows/<class>.cpp.
+/// The rows of one class. Each class has such a function, in a file of its own in operations/rows.
 Operations algorithmOperations();
+/// @cond the other classes
 Operations cabinetInfoOperatorOperations();
 Operations capabilityOperations();
 Operations correctionopOperations();
@@ -27,15 +29,16 @@ Operations outputInfoOperatorOperations();
 Operations pipeInfoOperations();
 Operations rvCardDisplayEffectOperations();
 Operations screenInfoOperations();
+/// @endcond
 
 /// Every operation that can be called, class by class, overloads side by side. Built on the first call.
 const Operations& allOperations();
 
-/// What a name stands for.
+/// The operations that a name can mean.
 struct Lookup
 {
     std::vector<const Operation*> operations; ///< the overloads; empty when the name is unknown or ambiguous
-    QString problem;                          ///< why, with the nearest names
+    QString error;                            ///< why, with the nearest names
 };
 
 /// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.

@@ -14,7 +14,14 @@ bool namesDevice(const QByteArray& parameter)
 
 QVariant argument(int type, const void* value)
 {
-    return type == QMetaType::QVariant ? *static_cast<const QVariant*>(value) : QVariant(type, value);
+    if (type == QMetaType::QVariant) {
+        return *static_cast<const QVariant*>(value);
+    }
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    return QVariant(type, value);
+#else
+    return QVariant(QMetaType(type), value);
+#endif
 }
 
 } // namespace
@@ -37,7 +44,7 @@ void SignalCatcher::hear(const QObject* object)
     }
 }
 
-// The slots exist by their numbers alone: those behind the ones of QObject, one per signal heard.
+// The slots exist by their numbers alone: those after the ones of QObject, one per signal heard.
 int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 {
     id = QObject::qt_metacall(call, id, arguments);

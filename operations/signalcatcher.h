@@ -16,7 +16,7 @@ namespace Tessel::Operations {
 struct CaughtSignal
 {
     QString name;        ///< `HWInfo::signal_customNameChanged`
-    QString deviceKey;   ///< null where the signal does not tell the device
+    QString deviceKey;   ///< null where the signal does not name the device
     QVariantMap payload; ///< the other arguments by their names
 };
 
@@ -26,18 +26,21 @@ struct CaughtSignal
 class SignalCatcher : public QObject
 {
 public:
+    /// What is called for each signal.
     using Handler = std::function<void(const CaughtSignal&)>;
 
+    /// Hears nothing yet; @p handler must be callable.
     explicit SignalCatcher(Handler handler);
 
     /// Hears the signals of @p object from now on, those of QObject left out.
     void hear(const QObject* object);
 
+    /// Where the signals arrive; called by Qt.
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 
 private:
     Handler m_handler;
-    std::vector<QMetaMethod> m_signals; // the index is that of the slot that stands for it
+    std::vector<QMetaMethod> m_signals; // the index is that of its slot
 };
 
 } // namespace Tessel::Operations

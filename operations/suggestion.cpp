@@ -36,7 +36,7 @@ int editDistance(const QString& left, const QString& right)
 
 QStringList nearest(const QString& wrong, const QStringList& known)
 {
-    const int limit = std::max(2, wrong.size() / 3);
+    const int limit = std::max(2, int(wrong.size()) / 3);
     std::vector<std::pair<int, QString>> ranked;
     for (const QString& candidate : known) {
         // The beginning of a name is near it, however much is missing.

@@ -39,6 +39,7 @@ QString placeholderOf(ValueType type);
 
 /// The type of an argument; its pointer only names it.
 ValueType valueType(const QString*);
+/// @cond overloads
 ValueType valueType(const int*);
 ValueType valueType(const qint64*);
 ValueType valueType(const bool*);
@@ -51,9 +52,11 @@ ValueType valueType(const std::vector<QMap<QString, QVariant>>*);
 ValueType valueType(const QVariant*);
 ValueType valueType(const QList<CoeffsData>*);
 ValueType valueType(const QMap<QString, QMap<QString, QVariant>>*);
+/// @endcond
 
 /// Takes the argument out of @p value; an invalid one gives an empty argument.
 void fromVariant(const QVariant& value, QString& out);
+/// @cond overloads
 void fromVariant(const QVariant& value, int& out);
 void fromVariant(const QVariant& value, qint64& out);
 void fromVariant(const QVariant& value, bool& out);
@@ -66,9 +69,11 @@ void fromVariant(const QVariant& value, std::vector<QMap<QString, QVariant>>& ou
 void fromVariant(const QVariant& value, QVariant& out);
 void fromVariant(const QVariant& value, QList<CoeffsData>& out);
 void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out);
+/// @endcond
 
 /// The result made of nothing but variant maps, variant lists and plain values.
 QVariant toVariant(const QString& value);
+/// @cond overloads
 QVariant toVariant(int value);
 QVariant toVariant(qint64 value);
 QVariant toVariant(bool value);
@@ -80,6 +85,7 @@ QVariant toVariant(const QList<QString>& value);
 QVariant toVariant(const std::vector<QMap<QString, QVariant>>& value);
 QVariant toVariant(const QList<CoeffsData>& value);
 QVariant toVariant(const QMap<QString, QMap<QString, QVariant>>& value);
+/// @endcond
 
 } // namespace Tessel::Operations
 

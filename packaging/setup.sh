@@ -4,7 +4,9 @@
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 test_packages=(python3)
-style_packages=(git clang-format clang-tidy)
+qt6_packages=(qt6-base-dev)
+style_packages=(git clang-format clang-tidy codespell doxygen reuse)
+abi_packages=(git abigail-tools)
 mutation_packages=(python3 python3-clang)
 
 # install_missing PACKAGE...

@@ -11,6 +11,7 @@ namespace Tessel::Simulator {
 class IoThreads
 {
 public:
+    /// Starts @p threads of them, which is at least 1.
     explicit IoThreads(int threads = 1);
     ~IoThreads();
     IoThreads(const IoThreads&) = delete;

@@ -14,7 +14,7 @@ using Tessel::Protocol;
 /// What a simulated controller is made of. A count of -1 takes the usual one of its protocol.
 struct Options
 {
-    Protocol protocol = Protocol::MultiScreen;
+    Protocol protocol = Protocol::MultiScreen; ///< which of the two protocols it speaks
     int screens = -1;       ///< usually 1 or 2; a single-screen controller has one, whatever stands here
     int cabinets = -1;      ///< usually 16 or 240; at most 10000; 0 is a controller without cabinets
     int receivingCards = 1; ///< receiving cards per cabinet, 1 to 16

@@ -20,13 +20,13 @@ class IoThreads;
 /// One request as the simulator saw it.
 struct RequestRecord
 {
-    QByteArray method;
-    QString path;     ///< decoded, without the query
-    QByteArray query; ///< as it came, without the question mark
-    QByteArray contentType;
-    QByteArray body; ///< the first 64 KiB
-    qint64 bodySize = 0;
-    int status = 0; ///< 0: no reply was sent
+    QByteArray method;      ///< `GET`, `PUT` and so on
+    QString path;           ///< decoded, without the query
+    QByteArray query;       ///< as it came, without the question mark
+    QByteArray contentType; ///< empty when the request had none
+    QByteArray body;        ///< the first 64 KiB
+    qint64 bodySize = 0;    ///< bytes of the whole body
+    int status = 0;         ///< 0: no reply was sent
 };
 
 /// The controller of an LED wall in software: serves the device API on HTTP/1.1 and pushes events on the
@@ -51,6 +51,7 @@ public:
     /// Closes every connection and waits until nothing of it runs any more. Stopping twice is harmless;
     /// start() may follow, with the state as it was.
     void stop();
+    /// Whether it listens.
     bool isRunning() const;
     /// Why start() failed; empty after a success.
     QString errorString() const;
@@ -59,7 +60,9 @@ public:
     QString address() const;
     /// "http://" and address().
     QString baseUrl() const;
+    /// The port that it listens on; 0 unless running.
     quint16 port() const;
+    /// The options that it runs with.
     Options options() const;
 
     /// Pushes @p event, sent as it is, to all streams and into the history. @return its id.
@@ -80,6 +83,7 @@ public:
     /// The device is gone: closes all connections and cuts every request without a reply, until
     /// loginDevice().
     void logoutDevice();
+    /// The device is back: requests are served again.
     void loginDevice();
 
     /// Adds a fault script.
@@ -107,6 +111,7 @@ public:
     quint64 requestCount(const QString& path) const;
     /// Requests between their head and the end of their reply; event streams do not count.
     int requestsInFlight() const;
+    /// The most that there were at once, since the start or resetCounts().
     int peakRequestsInFlight() const;
     /// The latest requests, oldest first, as many as Options::requestLog keeps.
     QList<RequestRecord> requests() const;
@@ -115,7 +120,9 @@ public:
     /// Back to the starting content: state, faults, counts, login. Streams stay open, event ids go on.
     void reset();
 
+    /// The ids of its screens, as they are in paths.
     QStringList screenIds() const;
+    /// The ids of its cabinets, as they are in paths.
     QStringList cabinetIds() const;
 
 private:

@@ -23,15 +23,15 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static Algorithm* getInstance();
 
-    /// Calculates RGB light values from @p params.
-    bool getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
-                     QMap<QString, QVariant>& reply);
-    /// Calculates white light coordinates from @p params.
-    bool getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& params,
-                            QMap<QString, QVariant>& reply);
-    /// Calculates a colour temperature from @p params.
-    bool getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& params,
-                             QMap<QString, QVariant>& reply);
+    /// Calculates RGB light values from @p query.
+    bool getRGBLight(const QString& deviceKey, const QMap<QString, QString>& query,
+                     QMap<QString, QVariant>& result);
+    /// Calculates white light coordinates from @p query.
+    bool getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& query,
+                            QMap<QString, QVariant>& result);
+    /// Calculates a colour temperature from @p query.
+    bool getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& query,
+                             QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
     // Quirk: A signal that nothing raises stays declared.

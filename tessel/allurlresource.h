@@ -21,10 +21,10 @@ class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT
 public:
-    static const QString Device_Hwinfo;
-    static const QString Device_System;
-    static const QString Device_AllScreens;
-    static const QString Device_Mult_AllScreens;
+    static const QString Device_Hwinfo;          ///< the key of the hardware information
+    static const QString Device_System;          ///< the key of the system
+    static const QString Device_AllScreens;      ///< the key of all screens, single-screen protocol
+    static const QString Device_Mult_AllScreens; ///< the key of all screens, multi-screen protocol
 
     /// The table, created on first use and never deleted.
     static AllUrlResource* getInstance();

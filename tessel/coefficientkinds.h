@@ -15,8 +15,8 @@ enum class CoefficientKind { Plain, Multilayer, Adaptive, Dynamic, LowGray };
 /// A kind and what it is called on command lines, in the control interface and in documents.
 struct CoefficientKindRow
 {
-    CoefficientKind kind;
-    const char* name;
+    CoefficientKind kind; ///< the kind
+    const char* name;     ///< its name
 };
 
 inline constexpr std::array coefficientKinds{

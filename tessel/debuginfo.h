@@ -26,9 +26,9 @@ public:
                        QList<QVariant>& result);
     /// Sends the parameters in @p body.
     bool sendParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                        QList<QVariant>& result);
+                        QList<QVariant>& reply);
     /// Clears the key parameters.
-    bool clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& result);
+    bool clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& reply);
 
 private:
     explicit DebugInfo(QObject* parent = nullptr);

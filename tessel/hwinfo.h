@@ -47,8 +47,8 @@ public:
 
     /// Makes sure that the description is cached; @p force fetches it even if it is.
     bool getHWInfo(const QString& deviceKey, bool force);
-    /// The description. @p out is left unchanged on `false`.
-    bool getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force);
+    /// The description. @p result is left unchanged on `false`.
+    bool getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& result, bool force);
     /// The typed description, bypassing the cache. Rejects with the text "arguments error" when the device's
     /// key is empty, with QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or
     /// its `code` is not zero.
@@ -63,18 +63,18 @@ public:
 
     /// Changes the description, such as the custom name.
     bool putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                   QMap<QString, QVariant>& result);
+                   QMap<QString, QVariant>& reply);
     /// Changes the system's state; @p parameters go out as the query.
     bool putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
-                         QMap<QString, QVariant>& result);
+                         QMap<QString, QVariant>& reply);
     /// Sends custom data.
     bool putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                             QMap<QString, QVariant>& result);
+                             QMap<QString, QVariant>& reply);
     /// The delay of the 3D signal.
     bool getHWInfoSignalDelayTime(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Sets the delay of the 3D signal.
     bool putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                  QMap<QString, QVariant>& result);
+                                  QMap<QString, QVariant>& reply);
     // Quirk: Misspelt names are part of the interface.
     /// The custom data; @p parameters go out as the query.
     bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
@@ -83,83 +83,83 @@ public:
     bool getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result);
     /// Sets the hot-backup relations.
     bool putHWInfoHotBackupInfo(const QString& deviceKey, const QList<QVariant>& body,
-                                QMap<QString, QVariant>& result);
+                                QMap<QString, QVariant>& reply);
     /// Sets the additional video delay.
     bool putHWInfoIncreaseVideoDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                     QMap<QString, QVariant>& result);
+                                     QMap<QString, QVariant>& reply);
     /// Sets the synchronisation.
     bool putHWInfoSyncinfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                           QMap<QString, QVariant>& result);
+                           QMap<QString, QVariant>& reply);
     /// Sets the frequency of the synchronisation.
     bool putHWInfoFrequency(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                            QMap<QString, QVariant>& result);
+                            QMap<QString, QVariant>& reply);
     /// Synchronises to an input.
     bool putHWInfoInput(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                        QMap<QString, QVariant>& result);
+                        QMap<QString, QVariant>& reply);
     /// Synchronises to the external input.
-    bool putHWInfoExternalInput(const QString& deviceKey, QMap<QString, QVariant>& result);
+    bool putHWInfoExternalInput(const QString& deviceKey, QMap<QString, QVariant>& reply);
     /// Renames the device.
     bool putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                         QMap<QString, QVariant>& result);
+                         QMap<QString, QVariant>& reply);
     /// Uploads a background image.
     bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                        QMap<QString, QVariant>& result);
+                        QMap<QString, QVariant>& reply);
     /// Switches the background image.
     bool putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                              QMap<QString, QVariant>& result);
+                              QMap<QString, QVariant>& reply);
     /// Switches the mapping display.
     bool putHWInfoMapping(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                          QMap<QString, QVariant>& result);
+                          QMap<QString, QVariant>& reply);
     /// Controls what the screens show.
     bool putHWInfoScreenControl(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                QMap<QString, QVariant>& result);
+                                QMap<QString, QVariant>& reply);
     /// Sets what is shown without a signal.
     bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                        QMap<QString, QVariant>& result);
+                                        QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                              QMap<QString, QVariant>& result);
+                                              QMap<QString, QVariant>& reply);
     /// Uploads firmware; takes up to five minutes.
-    bool putHWInfoUpdate(const QString& deviceKey, const QByteArray& data, QMap<QString, QVariant>& result);
+    bool putHWInfoUpdate(const QString& deviceKey, const QByteArray& data, QMap<QString, QVariant>& reply);
     /// The progress of a firmware update; may be read while the upload runs.
     bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Enters the hardware mode.
     bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                        QMap<QString, QVariant>& result);
+                        QMap<QString, QVariant>& reply);
     /// Sets the high-definition mode.
     bool putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                         QMap<QString, QVariant>& result);
+                         QMap<QString, QVariant>& reply);
     /// Sends a version; @p parameters go out as the query.
     bool postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Shows a test pattern.
     bool putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                  QMap<QString, QVariant>& result);
+                                  QMap<QString, QVariant>& reply);
     /// Sets the log level.
     bool putLogLevel(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                     QMap<QString, QVariant>& result);
+                     QMap<QString, QVariant>& reply);
     /// Sets how long logs are kept.
     bool putLogReserve(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                       QMap<QString, QVariant>& result);
+                       QMap<QString, QVariant>& reply);
     /// Locks the device. @p body is not sent.
-    bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result);
+    bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Unlocks the device.
-    bool unLock(const QString& deviceKey, QMap<QString, QVariant>& result);
+    bool unLock(const QString& deviceKey, QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                           QMap<QString, QVariant>& result);
+                           QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                              QMap<QString, QVariant>& result);
+                              QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                             QMap<QString, QVariant>& result);
+                             QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                QMap<QString, QVariant>& result);
+                                QMap<QString, QVariant>& reply);
     /// Always fails: it has no route, so the request goes out with an empty path.
     bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                   QMap<QString, QVariant>& result);
+                                   QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     // Quirk: Some signals of a change name no device.

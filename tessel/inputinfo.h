@@ -64,32 +64,32 @@ public:
     bool getVideoSourceBitDepth(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
 
     /// Sets the HD mode of an input.
-    bool setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                   QMap<QString, QVariant>& result);
+    bool setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& reply);
     /// Sets the backup source of an input.
-    bool setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                   QMap<QString, QVariant>& result);
+    bool setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& reply);
     /// Sets the EDID of an input.
-    bool setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                 QMap<QString, QVariant>& result);
+    bool setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                 QMap<QString, QVariant>& reply);
     /// Sets the hue of an input.
-    bool setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                QMap<QString, QVariant>& result);
+    bool setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                QMap<QString, QVariant>& reply);
     /// Sets the contrast of an input.
-    bool setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                     QMap<QString, QVariant>& result);
+    bool setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                     QMap<QString, QVariant>& reply);
     /// Sets the saturation of an input.
-    bool setSaturation(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
+    bool setSaturation(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
     /// Sets the black level of an input.
-    bool setBlackLevel(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
+    bool setBlackLevel(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
     /// Sets the bit depth of an input's video source.
     bool setVideoSourceBitDepth(const QString& deviceKey, const QString& id,
-                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
 
     /// Clears the backup source of an input.
-    bool clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    bool clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// The backup sources of all inputs.
     bool getAllInputBackup(const QString& deviceKey, QList<QVariant>& result);
 
@@ -97,22 +97,22 @@ public:
     /// answered, in the order of the replies, its member `id` set to the input's id. @return whether all
     /// requests succeeded in time.
     bool getEDIDs(const QString& deviceKey, const QStringList& ids, QList<QVariant>& result);
-    /// Sets the hue of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// Sets the hue of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
-                QList<QVariant>& result);
-    /// Sets the contrast of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                QList<QVariant>& reply);
+    /// Sets the contrast of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
-                     QList<QVariant>& result);
-    /// Sets the saturation of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                     QList<QVariant>& reply);
+    /// Sets the saturation of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setSaturation(const QString& deviceKey, const QStringList& ids,
-                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
-    /// Sets the black level of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setSaturation(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& reply);
+    /// Sets the black level of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setBlackLevel(const QString& deviceKey, const QStringList& ids,
-                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
+    bool setBlackLevel(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& reply);
 
 Q_SIGNALS:
     /// An event's refresh stored a new list of inputs: once per such refresh, on this object's thread, never
@@ -129,7 +129,7 @@ private:
 
     void onLogout(const QString& deviceKey);
     void onEvent(const QByteArray& data, const QString& deviceKey);
-    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
+    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
                       QList<QVariant>& result, const QString& routeKey);
 
     bool m_isWatch = true;

@@ -40,27 +40,27 @@ public:
     /// is left unchanged on `false`.
     bool getOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Writes the records of all outputs.
-    bool setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& list,
-                           QMap<QString, QVariant>& result);
+    bool setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     // Quirk: Settings taken by reference are not changed.
-    /// Maps all outputs to pipelines. Leaves @p params unchanged.
-    bool setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& params,
-                                  QMap<QString, QVariant>& result);
-    /// Writes the whole record of an output. Leaves @p params unchanged.
-    bool setOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
-    /// Switches an output on or off. Leaves @p params unchanged.
-    bool setOutputEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                         QMap<QString, QVariant>& result);
-    /// Sets the resolution of an output. Leaves @p params unchanged.
-    bool setOutputResolution(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                             QMap<QString, QVariant>& result);
-    /// Sets the offset of an output. Leaves @p params unchanged.
-    bool setOutputOffset(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                         QMap<QString, QVariant>& result);
-    /// Maps an output to a pipeline. Leaves @p params unchanged.
-    bool setOutputPipeMapping(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                              QMap<QString, QVariant>& result);
+    /// Maps all outputs to pipelines. Leaves @p body unchanged.
+    bool setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply);
+    /// Writes the whole record of an output. Leaves @p body unchanged.
+    bool setOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Switches an output on or off. Leaves @p body unchanged.
+    bool setOutputEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Sets the resolution of an output. Leaves @p body unchanged.
+    bool setOutputResolution(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Sets the offset of an output. Leaves @p body unchanged.
+    bool setOutputOffset(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Maps an output to a pipeline. Leaves @p body unchanged.
+    bool setOutputPipeMapping(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     // Quirk: A signal that nothing raises stays declared.

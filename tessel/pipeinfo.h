@@ -50,154 +50,144 @@ public:
     bool getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result);
 
     /// Writes the records of all pipelines.
-    bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& list,
-                        QMap<QString, QVariant>& result);
+    bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     // Quirk: Misspelt names are part of the interface.
     /// Sets the delay time of the 3D signal, for the whole device.
-    bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey,
-                                               const QMap<QString, QVariant>& params,
-                                               QMap<QString, QVariant>& result);
+    bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& reply);
     /// Writes the whole record of a pipeline.
-    bool putDeviceOnePipe(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                          QMap<QString, QVariant>& result);
+    bool putDeviceOnePipe(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
     /// Chooses the input of a pipeline.
     bool putDeviceOnePipeInputId(const QString& deviceKey, const QString& id,
-                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the mirror mode.
     bool putDeviceOnePipeMirrorMode(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the type of image handling.
     bool putDeviceOnePipeImageHandleType(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Writes the 3D settings.
     bool putDeviceOnePipethreeD(const QString& deviceKey, const QString& id,
-                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches 3D on or off.
     bool putDeviceOnePipethreeDSwitch(const QString& deviceKey, const QString& id,
-                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D type, on the path of the 3D source mode.
     bool putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D source mode. Always fails: it has no route, so the request goes out with an empty path.
     bool putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets which eye comes first in 3D.
     bool putDeviceOnePipethreeDEyepriority(const QString& deviceKey, const QString& id,
-                                           const QMap<QString, QVariant>& params,
-                                           QMap<QString, QVariant>& result);
+                                           const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& reply);
     /// Sets the 3D source adjustment, on the path of the field depth.
     bool putDeviceOnePipethreeDSourcenadj(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the start position of the right eye's picture.
     bool putDeviceOnePipethreeDStartposition(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Sets the 3D field depth.
     bool putDeviceOnePipethreeDDepthField(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Switches HDR on or off.
     bool putDeviceOnePipeHDRSwitch(const QString& deviceKey, const QString& id,
-                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR mode.
     bool putDeviceOnePipeHdrparamHdrmode(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HLG type of HDR.
     bool putDeviceOnePipeHdrparamHlgtype(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR maximum of light.
     bool putDeviceOnePipeHdrparamMaxoflight(const QString& deviceKey, const QString& id,
-                                            const QMap<QString, QVariant>& params,
-                                            QMap<QString, QVariant>& result);
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
     /// Sets the HDR illuminance.
     bool putDeviceOnePipeHdrparamIlluminance(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Sets the HDR low gray.
     bool putDeviceOnePipeHdrparamLowgray(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the brightness.
     bool putDeviceOnePipeBrightness(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the colour temperature.
     bool putDeviceOnePipeColorTemperature(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the gamma.
     bool putDeviceOnePipeGamma(const QString& deviceKey, const QString& id,
-                               const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets 18-bit processing.
     bool putDeviceOnePipe18bitPlus(const QString& deviceKey, const QString& id,
-                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the seam adjustment.
     bool putDeviceOnePipeSeamAdjustment(const QString& deviceKey, const QString& id,
-                                        const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result);
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the colour adjustment.
     bool putDeviceOnePipeColorAdjust(const QString& deviceKey, const QString& id,
-                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets low latency.
     bool putDeviceOnePipeLowLatency(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the image stored in advance.
     bool putDeviceOnePipePrestoreImage(const QString& deviceKey, const QString& id,
-                                       const QMap<QString, QVariant>& params,
-                                       QMap<QString, QVariant>& result);
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the position of the image stored in advance.
     bool putDeviceOnePipePrestoreImagePos(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the region of the image stored in advance.
     bool putDeviceOnePipePrestoreImageRegion(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Switches the start image on or off.
     bool putDeviceOnePipeStartImageSwitch(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets how long the start image stays.
     bool putDeviceOnePipeStartImageTime(const QString& deviceKey, const QString& id,
-                                        const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result);
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets what is shown while the cable is disconnected.
     bool putDeviceOnePipeCableDisconnect(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets what is shown while there is no DVI signal.
     bool putDeviceOnePipeDVINoSignal(const QString& deviceKey, const QString& id,
-                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches zoom on or off.
     bool putDeviceOnePipeZoomSwitch(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches the global screen on or off.
     bool putDeviceOnePipeGlobalScreenSwitch(const QString& deviceKey, const QString& id,
-                                            const QMap<QString, QVariant>& params,
-                                            QMap<QString, QVariant>& result);
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
     /// Sets the position of the part that is cut out of the input.
     bool putDeviceOnePipeInterceptionPosition(const QString& deviceKey, const QString& id,
-                                              const QMap<QString, QVariant>& params,
-                                              QMap<QString, QVariant>& result);
+                                              const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& reply);
     /// Sets the size of the part that is cut out of the input.
     bool putDeviceOnePipeInterceptionSize(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the zoom mode.
     bool putDeviceOnePipeZoomMode(const QString& deviceKey, const QString& id,
-                                  const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                  const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the position of the display area.
     bool putDeviceOnePipeDisplayAreaPosition(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Sets the size of the display area.
     bool putDeviceOnePipeDisplayAreaSize(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     // Quirk: Some signals of a change name no device.

@@ -15,8 +15,8 @@ enum class Protocol {
 /// A protocol and what it is called in output, options and documents.
 struct ProtocolRow
 {
-    Protocol protocol;
-    const char* name;
+    Protocol protocol; ///< the protocol
+    const char* name;  ///< its name
 };
 
 inline constexpr ProtocolRow protocols[] = {

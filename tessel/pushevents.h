@@ -36,13 +36,14 @@ enum class PushEvent {
 /// What stands in the JSON object of an event.
 struct EventText
 {
+    /// One member of the object. Null twice: there is none.
     struct Member
     {
-        const char* key = nullptr;
-        const char* text = nullptr;
+        const char* key = nullptr;  ///< its key
+        const char* text = nullptr; ///< its value, a string
     };
 
-    EventForm form;
+    EventForm form;      ///< which members there are
     Member source;       ///< `dataType` or `eventSender`
     Member kind;         ///< `changeTag` or `eventType`; none in EventForm::Name
     const char* payload; ///< the key of the member that tells more; null: there is none
@@ -58,8 +59,8 @@ struct EventRow
         const char* signal = nullptr;   ///< is raised, after the read if there is one
     };
 
-    PushEvent event;
-    EventText text;
+    PushEvent event;           ///< the event
+    EventText text;            ///< what a device sends
     const char* operatorClass; ///< the class that acts on it, without its namespace
     Effect effects[2];         ///< in their order; most events have one
 };

@@ -55,9 +55,9 @@ public:
 
     /// Makes sure that the screen list of the device is loaded.
     bool getScreens(const QString& deviceKey, bool force);
-    /// The same, then adds the screens to @p out by their id: with @p perScreen each element of the lists in
-    /// the device's reply, otherwise the reply as a whole. Other entries of @p out stay.
-    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
+    /// The same, then adds the screens to @p result by their id: with @p perScreen each element of the lists
+    /// in the device's reply, otherwise the reply as a whole. Other entries of @p result stay.
+    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& result, bool force,
                     bool perScreen);
     /// Reads a typed screen, bypassing the cache. Rejects with the text "arguments error" when @p deviceKey
     /// is empty, with QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or its
@@ -66,271 +66,268 @@ public:
     /// Posts @p body to the screens. Does not wait: returns `true` and an empty @p reply, since no reply has
     /// arrived yet.
     bool postScreens(const QString& deviceKey, QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Reads the screen tags into @p reply and the cache, both empty on failure.
-    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Reads the screen tags into @p result and the cache, both empty on failure.
+    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Writes the screen tags. Does not wait: always `true`, @p reply is left unchanged.
     bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
 
     /// Reads the 18-bit switch into `enable` (`bool`).
-    bool get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
-                  bool force);
+    bool get18bit(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool force);
     /// Reads the colour gamut into `gamut` (`uint`).
-    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getCurrentGamut(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                          bool force);
     /// Reads the low-latency switch into `enable` (`bool`).
-    bool getLowLatency(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getLowLatency(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                        bool force);
     /// Reads the uniform-display switch into `enable` (`bool`).
-    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getUniformDisplay(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                            bool force);
     /// Reads the HDR switch into `enable` (`bool`).
-    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
-                                          QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR mode into `mode` (`int`).
-    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the HLG mode into `hlgMode` (`int`).
-    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR peak brightness into `peakBrightness` (`int`).
-    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
-                                           QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
+                                           QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR illuminance into `illuminance` (`int`).
-    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
-                                            QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
+                                            QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR low-gray compensation into `lowGray` (`int`).
-    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D switch into `enable` (`bool`).
-    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
-                                     QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
+                                     QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D source mode into `sourceMode` (`int`).
-    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
-                                         QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D eye priority into `eyePriority` (`int`).
-    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
-                                          QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D depth of field into `fieldDepth` (`int`).
-    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
-                                         QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& result, bool force);
     /// Reads the offset of the right eye into `rightEyeOffset.x` and `rightEyeOffset.y` (`int`); always from
     /// the device.
-    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
-                                            QMap<QString, QVariant>& out, bool force);
-    /// Reads the colour temperature; @p map is sent as the body and then replaced by the reply. The flag is
+    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
+                                            QMap<QString, QVariant>& result, bool force);
+    /// Reads the colour temperature; @p body is sent and then replaced by the reply. The flag is
     /// ignored.
-    bool getColorTemperature(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map,
+    bool getColorTemperature(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                              bool);
     /// Reads the colour space of the LEDs.
-    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
-                                 QMap<QString, QVariant>& reply);
+    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& id,
+                                 QMap<QString, QVariant>& result);
     /// Reads the mode of the extended bit depth. Not reentrant.
-    bool getXbitMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getXbitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Not in use: does nothing and returns `false`.
-    bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
+    bool getFineGray(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool);
 
     /// Reads the brightness into `brightness` (`uint`), unscaled. Unless the value is cached, looks at the
     /// device's cabinets first and fetches them when CabinetInfoOperator has none cached. Without cabinets,
     /// or when they cannot be read, the brightness is not read: returns `true` and the cached value, or else
     /// 0, which is cached from then on.
-    bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                        bool force);
-    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the multi-screen protocol,
-    /// and sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may block;
-    /// without cabinets, or when they cannot be read, returns `true` and neither changes nor sends @p params.
+    /// Sets the brightness as member `brightness` of @p body, divided by 255 on the multi-screen protocol,
+    /// and sends @p body. Looks at the device's cabinets first, as getBrightness() does, which may block;
+    /// without cabinets, or when they cannot be read, returns `true` and neither changes nor sends @p body.
     /// The write itself does not wait; it updates the cache once the device has accepted it.
     /// @return whether the request was started.
-    bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
+    bool setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                        int brightness);
     /// Reads the brightness mode.
-    bool getBrightnessMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getBrightnessMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Sets the brightness mode. Does not wait: returns `true` and an empty @p reply, since no reply has
     /// arrived yet.
-    bool setBrightnessMode(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Reads the brightness of the colours; @p map is sent as the body and then replaced by the reply.
-    bool getBrightnessRgb(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map);
+    bool setBrightnessMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Reads the brightness of the colours; @p body is sent and then replaced by the reply.
+    bool getBrightnessRgb(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body);
     /// Sets the brightness of the colours.
-    bool setBrightnessRgb(const QString& deviceKey, const QString& screenId,
-                          const QMap<QString, QVariant>& body);
+    bool setBrightnessRgb(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); a missing channel
     /// reads as 0.
-    bool getSingleGamma(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getSingleGamma(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                         bool force);
     /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and updates the cache.
-    bool setOneGamma(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    bool setOneGamma(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma table.
-    bool getGammaAllList(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getGammaAllList(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Sets the gamma table.
-    bool setGammaTable(const QString& deviceKey, const QString& screenId,
-                       const QMap<QString, QVariant>& body);
+    bool setGammaTable(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma curve that the six members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
-    /// `qualityMode` and `gammaMode` of @p params describe; missing ones go out empty.
-    bool getGammaCurve(const QString& deviceKey, const QString& screenId, QMap<QString, QString> params,
-                       QList<QVariant>& out);
+    /// `qualityMode` and `gammaMode` of @p query describe; missing ones go out empty.
+    bool getGammaCurve(const QString& deviceKey, const QString& id, QMap<QString, QString> query,
+                       QList<QVariant>& result);
     /// Reads the gray scale.
-    bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
 
     /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the device has
     /// accepted it.
     /// @return whether the request was started.
-    bool set18bit(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    bool set18bit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the device has
     /// accepted it.
     /// @return whether the request was started.
-    bool setLowLatency(const QString& deviceKey, const QString& screenId,
-                       const QMap<QString, QVariant>& body);
+    bool setLowLatency(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the device
     /// has accepted it.
     /// @return whether the request was started.
-    bool setUniformDisplay(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body);
+    bool setUniformDisplay(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the device has
     /// accepted it; @p reply is left unchanged. @return whether the request was started.
-    bool setGamut(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body,
+    bool setGamut(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& reply);
 
     /// @name HDR and 3D, on one screen and on several at once
     /// The cached properties stay as they were. On several screens the requests run in parallel, `false`
-    /// means that at least one failed, and `results` is left unchanged. Other events of the thread are
+    /// means that at least one failed, and `result` is left unchanged. Other events of the thread are
     /// delivered meanwhile, so operators may be re-entered. Without ids the call blocks until something else
     /// quits its event loop.
     /// @{
+
     /// Sets the HDR switch.
-    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the HDR switch of the screens @p ids.
     bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
-                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR mode.
-    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR mode of the screens @p ids.
     bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HLG mode.
-    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HLG mode of the screens @p ids.
     bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR peak brightness.
-    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
                                            const QMap<QString, QVariant>& body,
                                            QMap<QString, QVariant>& reply);
     /// Sets the HDR peak brightness of the screens @p ids.
     bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
-                                           const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                           const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR illuminance.
-    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
     /// Sets the HDR illuminance of the screens @p ids.
     bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
-                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR low-gray compensation.
-    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR low-gray compensation of the screens @p ids.
     bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D switch.
-    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D switch of the screens @p ids.
     bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
-                                     const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                     const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D source mode.
-    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D source mode of the screens @p ids.
     bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
-                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D eye priority.
-    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the 3D eye priority of the screens @p ids.
     bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
-                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the offset of the right eye.
-    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
     /// Sets the offset of the right eye of the screens @p ids.
     bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
-                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D depth of field.
-    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D depth of field of the screens @p ids.
     bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
-                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// @}
 
     /// Sets what the screen shows when a cable is unplugged.
-    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Adjusts the seams between cabinets.
-    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& id,
                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Chooses the input of the screen.
-    bool putScreenSetInput(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool putScreenSetInput(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Initialises the colour space of the LEDs.
-    bool setColorSpaceInit(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool setColorSpaceInit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Returns from colour space measuring to the normal display.
-    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& reply);
     /// Demonstrates a gamut.
-    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Shows a colour.
-    bool setScreenColor(const QString& deviceKey, const QString& screenId,
-                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool setScreenColor(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     // Quirk: Settings taken by reference are not changed.
     /// Changes a source colour to a target colour.
-    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches the protection of skin tones.
-    bool setSkinProtect(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool setSkinProtect(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& reply);
     /// Switches the image of the tolerance.
-    bool setToleranceToggle(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool setToleranceToggle(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Sets the colour correction.
-    bool setColorCorrection(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool setColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Sets the colour correction of white and black.
-    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& id,
                                       QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Resets the colour correction.
-    bool resetColorCorrection(const QString& deviceKey, const QString& screenId,
-                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool resetColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
     /// Resets the colour replacement.
-    bool resetColorpReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool resetColorpReplace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Triggers the colour correction.
-    bool triggerColorCorrection(const QString& deviceKey, const QString& screenId,
-                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool triggerColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& reply);
     /// Triggers the colour replacement.
-    bool triggerColorReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool triggerColorReplace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
     /// Saves the colour temperature. Does not wait: returns `true` and an empty @p reply, since no reply has
     /// arrived yet.
-    bool saveColorTemperature(const QString& deviceKey, const QString& screenId,
+    bool saveColorTemperature(const QString& deviceKey, const QString& id,
                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the colour temperature. Does not wait: returns `true`, since no reply has arrived yet.
-    bool setColorTemperature(const QString& deviceKey, const QString& screenId,
+    bool setColorTemperature(const QString& deviceKey, const QString& id,
                              const QMap<QString, QVariant>& body);
 
     /// @name On the device as a whole
     /// Those that do not wait return `true` and an empty reply, since no reply has arrived yet. Those without
     /// a route send a request with an empty path, which has no effect.
     /// @{
+
     /// Writes the data of a colour switch; does not wait.
     bool putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
@@ -371,50 +368,47 @@ public:
     /// @}
 
     /// Sets the mode of the extended bit depth.
-    bool setXbitMode(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    bool setXbitMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Not in use: does nothing and returns `false`.
-    bool setFineGray(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Uploads a NICC file unchanged; an empty @p screenId is not sent.
-    bool uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data);
+    bool setFineGray(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Uploads a NICC file unchanged; an empty @p id is not sent.
+    bool uploadNiccData(const QString& deviceKey, const QString& id, const QByteArray& data);
     /// Asks the device for its NICC state and returns whether the exchange succeeded; the state itself is
-    /// dropped and @p params is ignored. An empty @p screenId is not sent.
-    bool getNiccState(const QString& deviceKey, const QString& screenId,
-                      const QMap<QString, QVariant>& params);
+    /// dropped and @p body is ignored. An empty @p id is not sent.
+    bool getNiccState(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
 
     /// Sets the boot image; has no route.
-    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& id,
                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the position of the boot image; has no route.
-    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the region of the boot image; has no route.
-    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets how long the boot image stays.
-    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Previews the boot image.
-    bool putBootImagePreview(const QString& deviceKey, const QString& screenId,
-                             QMap<QString, QVariant>& reply);
+    bool putBootImagePreview(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// Sets the prestored image.
-    bool putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+    bool putScreenPreStoreImage(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Uploads a prestored image as the multipart fields @p parts and applies it to all.
-    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& reply);
 
     /// Shows a solid colour. Takes up to 10 s.
-    bool putScreenSolid(const QString& deviceKey, const QString& screenId,
-                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool putScreenSolid(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     /// Shows the solid colour of the colour space.
-    bool setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
-                            QMap<QString, QVariant>& reply);
+    bool setColorSpaceSolid(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// Shows a test pattern of the sender.
-    bool putDeviceTestMode(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool putDeviceTestMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Ends the test pattern of the sender.
-    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& id,
                                   QMap<QString, QVariant>& reply);
     /// Shows a test pattern of the receivers.
     bool putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -471,41 +465,41 @@ private:
     ~ScreenInfo() override;
 
     // Make sure that a property is cached; for the twins above, which hand it out.
-    bool get18bit(const QString& deviceKey, const QString& screenId, bool force);
-    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force);
-    bool getLowLatency(const QString& deviceKey, const QString& screenId, bool force);
-    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHdrMode(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHlgtype(const QString& deviceKey, const QString& screenId, bool force);
-    bool getMaxoflight(const QString& deviceKey, const QString& screenId, bool force);
-    bool getIlluminance(const QString& deviceKey, const QString& screenId, bool force);
-    bool getLowgray(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force);
-    bool getFineGray(const QString& deviceKey, const QString& screenId, bool force);
-    bool getBrightness(const QString& deviceKey, const QString& screenId, bool force);
-    bool getGamma(const QString& deviceKey, const QString& screenId, bool force);
+    bool get18bit(const QString& deviceKey, const QString& id, bool force);
+    bool getCurrentGamut(const QString& deviceKey, const QString& id, bool force);
+    bool getLowLatency(const QString& deviceKey, const QString& id, bool force);
+    bool getUniformDisplay(const QString& deviceKey, const QString& id, bool force);
+    bool getHdrSwitch(const QString& deviceKey, const QString& id, bool force);
+    bool getHdrMode(const QString& deviceKey, const QString& id, bool force);
+    bool getHlgtype(const QString& deviceKey, const QString& id, bool force);
+    bool getMaxoflight(const QString& deviceKey, const QString& id, bool force);
+    bool getIlluminance(const QString& deviceKey, const QString& id, bool force);
+    bool getLowgray(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDSwitch(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDSourceMode(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDEyepriority(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDDepthField(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDStartposition(const QString& deviceKey, const QString& id, bool force);
+    bool getFineGray(const QString& deviceKey, const QString& id, bool force);
+    bool getBrightness(const QString& deviceKey, const QString& id, bool force);
+    bool getGamma(const QString& deviceKey, const QString& id, bool force);
 
     // The form of the above: ask the cache unless forced, else fetch and store.
     bool readProperty(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
-                      const QString& screenId, bool force);
+                      const QString& id, bool force);
     bool knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
-                         const QString& screenId, bool force);
+                         const QString& id, bool force);
     bool fetchProperties(const char* routeKey, std::initializer_list<Tessel::ScreenProperty> properties,
-                         const QString& deviceKey, const QString& screenId);
+                         const QString& deviceKey, const QString& id);
     // The form of the twins: replaces the output by the cached values under their own names.
     bool outputProperties(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
-                          const QString& screenId, QMap<QString, QVariant>& out);
+                          const QString& id, QMap<QString, QVariant>& result);
     // One PUT per screen, in parallel; the results stay as they were.
     bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
-                      QList<QVariant>& results, const QString& routeKey);
+                      QList<QVariant>& result, const QString& routeKey);
     // Writes without waiting, and caches the property of the body once the device agreed.
     bool writeThrough(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
-                      const QString& screenId, const QMap<QString, QVariant>& body);
+                      const QString& id, const QMap<QString, QVariant>& body);
 
     void onDeviceLogout(const QString& deviceKey);
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);

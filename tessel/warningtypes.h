@@ -18,8 +18,8 @@ enum class WarningType { FanSpeed = 0, Voltage = 1, Temperature = 2, Output, Cab
 /// A type of warning and the event that tells of it.
 struct WarningRow
 {
-    WarningType type;
-    PushEvent event;
+    WarningType type; ///< the type
+    PushEvent event;  ///< the event that tells of it
 
     /// The `eventType` of its event, and its name everywhere else.
     constexpr const char* name() const { return eventRow(event).text.kind.text; }

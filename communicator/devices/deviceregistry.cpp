@@ -11,6 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// A program that makes keys up must not grow.
 constexpr int maxRememberedAddresses = 4096;
 
 bool hasControlCharacter(const QString& text)
@@ -19,7 +20,7 @@ bool hasControlCharacter(const QString& text)
                        [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
-QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
+QString errorOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
 {
     if (deviceKey.isEmpty() || hasControlCharacter(deviceKey)) {
         return QStringLiteral("the key is empty or holds a control character");
@@ -64,7 +65,7 @@ void complete(Device& device)
         !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
     device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
     // A zone is of this machine alone (RFC 6874, 4). Without one nothing is taken out.
-    const int zone = device.authority.indexOf("%25");
+    const auto zone = device.authority.indexOf("%25");
     device.authority.remove(zone, device.authority.indexOf(']') - zone);
     const char* const defaultPort = device.isTls ? ":443" : ":80";
     if (device.authority.endsWith(defaultPort)) {
@@ -79,11 +80,11 @@ void complete(Device& device)
 } // namespace
 
 DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint,
-                                           QString& reason)
+                                           QString& error)
 {
     const QByteArray baseUrl = baseUrlOfAddress(endpoint.address);
-    reason = faultOf(deviceKey, endpoint, baseUrl);
-    if (!reason.isEmpty()) {
+    error = errorOf(deviceKey, endpoint, baseUrl);
+    if (!error.isEmpty()) {
         return Change::Refused;
     }
     auto device = std::make_shared<Device>();

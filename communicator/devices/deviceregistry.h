@@ -45,7 +45,7 @@ public:
 
     /// Makes a device known or gives it another endpoint. Refused when the key or the endpoint is invalid; @p
     /// reason then says why, without a secret.
-    Change add(const QString& deviceKey, const DeviceEndpoint& endpoint, QString& reason);
+    Change add(const QString& deviceKey, const DeviceEndpoint& endpoint, QString& error);
     /// @return whether the device was known.
     bool remove(const QString& deviceKey);
     /// The keys of the added devices, sorted.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/events/eventstream.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/runtime/logging.h"
 
@@ -19,7 +20,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
+// Of a reply that is no stream, before its connection is given up.
 constexpr size_t maxOverhead = 64U << 10U;
 // A device that asks for more is tried again all the same.
 constexpr std::chrono::milliseconds longestRetryAfter = std::chrono::hours(24);
@@ -183,7 +186,7 @@ void EventStream::setState(ConnectionState state, const QString& reason,
 
 void EventStream::live()
 {
-    m_wasChallenged = false;
+    m_challenges = 0;
     qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
     // A device that was gone has been forgotten by the caches, whatever its stream proves.
     const bool wasGone = m_reconnectPolicy.isGone();
@@ -384,14 +387,11 @@ void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std:
 void EventStream::responseField(std::string_view name, std::string_view value)
 {
     const QByteArray text = QByteArray(value.data(), static_cast<int>(value.size()));
-    const auto isNamed = [name](const char* wanted) {
-        return name.size() == qstrlen(wanted) && qstrnicmp(name.data(), wanted, uint(name.size())) == 0;
-    };
-    if (isNamed("content-type")) {
+    if (isNamed(name, "content-type")) {
         m_isEventType = text.split(';').first().trimmed().toLower() == "text/event-stream";
-    } else if (isNamed("www-authenticate")) {
+    } else if (isNamed(name, "www-authenticate")) {
         m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
-    } else if (isNamed("retry-after")) {
+    } else if (isNamed(name, "retry-after")) {
         m_retryAfter = retryAfter(text);
     }
 }
@@ -483,10 +483,11 @@ void EventStream::finished()
 bool EventStream::answerChallenge()
 {
     const QString challenge = std::exchange(m_challenge, {});
-    const bool answered = m_status == 401 && m_device->digest && !m_wasChallenged &&
-                          m_device->digest->takeChallenge(challenge, m_authorization);
-    m_wasChallenged = answered;
-    return answered;
+    if (takeChallenge(*m_device, m_status, challenge, m_authorization, m_challenges)) {
+        return true;
+    }
+    m_challenges = 0; // the next attempt is another request
+    return false;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)

@@ -100,8 +100,8 @@ private:
     std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
     QByteArray m_head;           ///< of the request, what has not gone out yet
     QByteArray m_authorization;
-    QString m_challenge; ///< of a reply that asks for a login
-    bool m_wasChallenged = false;
+    QString m_challenge;  ///< of a reply that asks for a login
+    int m_challenges = 0; ///< answered in this attempt
     std::optional<IoLoop::TimerId> m_timer;
     bool m_open = false; ///< or being opened
     bool m_isPaused = false;

@@ -28,6 +28,7 @@ public:
 
 private:
     friend class ProxyEventQueue;
+    // Beyond either the stream is not read, so that TCP holds the device back and nothing is lost.
     static constexpr size_t maxEvents = 4096;
     static constexpr size_t maxBytes = 8U << 20U;
     std::atomic<size_t> m_events{0};

@@ -10,7 +10,7 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t maxRetryDigits = 9;
+constexpr std::size_t maxRetryDigits = 9;   // eleven days, and far from any overflow
 constexpr std::ptrdiff_t maxIdBytes = 4096; // it goes back as a header
 
 const char* find(const char* begin, const char* end, char wanted)

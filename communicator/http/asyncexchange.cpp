@@ -51,7 +51,7 @@ void AsyncExchange::connect()
         if (opened.connection) {
             use(std::move(opened.connection), false);
         } else {
-            end(opened.state, opened.reason);
+            end(opened.state, opened.error);
         }
     });
 }
@@ -114,14 +114,14 @@ void AsyncExchange::drop()
     m_connection.reset();
 }
 
-void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     const Finished finished = std::move(m_finished);
-    const HttpReply reply = breakOff(outcome, reason);
+    const HttpReply reply = breakOff(outcome, error);
     finished(reply);
 }
 
-HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_attempt != nullptr) {
         m_connector.cancel(m_attempt);
@@ -134,7 +134,7 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
         drop();
     }
     m_finished = nullptr;
-    return m_exchange.finish(outcome, reason);
+    return m_exchange.finish(outcome, error);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -28,7 +28,7 @@ public:
                std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
                std::chrono::steady_clock::time_point deadline, Finished finished);
     /// Ends the exchange under way; `finished` is not called.
-    HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
     /// After the end: the connection if it may serve another exchange, else null.
     std::unique_ptr<Connection> takeConnection() { return std::move(m_connection); }
 
@@ -39,7 +39,7 @@ private:
     void go(Exchange::Step step);
     void watch();
     void drop();
-    void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
     Connector& m_connector;

@@ -14,7 +14,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// More threads at once open connections of their own and close them.
 constexpr size_t maxIdlePerClass = 16;
+// Exchanges leave soon after their abort, but an observer that one is in may not return.
 constexpr std::chrono::seconds leaveTime{2};
 // What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
 // small: what is thread_local would lie in the stack of every thread of the process.
@@ -53,14 +55,14 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         if (m_aborted || device->isRemoved) {
             setConnection(nullptr);
             return m_exchange.finish(IHttpVersionTrigger::Aborted,
-                                     m_isCancelled ? cancelledReason() : abortedReason());
+                                     m_isCancelled ? cancelledError() : abortedError());
         }
         if (!m_connection) {
             ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
             if (!opened.connection) {
                 return m_exchange.finish(opened.state, opened.state == IHttpVersionTrigger::TimedOut
-                                                           ? timeOutReason(request)
-                                                           : opened.reason);
+                                                           ? timeOutError(request)
+                                                           : opened.error);
             }
             setConnection(std::move(opened.connection));
             continue; // an abort() meanwhile has not seen the connection
@@ -71,7 +73,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         }
         if (step == Exchange::Step::GoOn) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutReason(request));
+            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutError(request));
         }
         m_isReused = true;
         if (step == Exchange::Step::AgainFresh ||
@@ -143,31 +145,22 @@ HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
                                                            const HttpRequest& request)
 {
-    Sessions fresh;
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto idle = m_idleByClass.find({device.get(), request.daemon});
-    if (idle != m_idleByClass.end() && !idle->second.empty()) {
-        const Sessions::iterator entry = idle->second.back();
-        idle->second.pop_back();
-        m_active.splice(m_active.end(), m_idle, entry);
-        entry->user = std::this_thread::get_id();
-        entry->exchange = request.id;
-        if (m_cancelled.contains(request.id)) {
-            entry->session.cancel();
+    Sessions entry = m_idle.takeNewest({device.get(), request.daemon});
+    if (entry.empty()) {
+        lock.unlock();
+        entry.emplace_back(m_limits, device, request.daemon);
+        lock.lock();
+        if (m_closed) {
+            entry.front().session.abort();
         }
-        return entry;
     }
-    lock.unlock();
-    fresh.emplace_back(m_limits, device, request.daemon);
-    fresh.front().user = std::this_thread::get_id();
-    fresh.front().exchange = request.id;
-    lock.lock();
-    if (m_closed) {
-        fresh.front().session.abort();
-    } else if (m_cancelled.contains(request.id)) {
-        fresh.front().session.cancel();
+    entry.front().user = std::this_thread::get_id();
+    entry.front().exchange = request.id;
+    if (m_cancelled.contains(request.id)) {
+        entry.front().session.cancel();
     }
-    m_active.splice(m_active.end(), fresh);
+    m_active.splice(m_active.end(), entry);
     return std::prev(m_active.end());
 }
 
@@ -175,50 +168,31 @@ void ConnectionPool::release(Sessions::iterator entry)
 {
     Sessions dropped; // destroyed after the lock is free: closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
+    dropped.splice(dropped.end(), m_active, entry);
     if (entry->session.isAborted() || entry->device->isRemoved) {
-        dropped.splice(dropped.end(), m_active, entry);
         m_left.notify_all();
         return;
     }
-    std::vector<Sessions::iterator>& trafficClass = m_idleByClass[entry->trafficClass()];
-    if (!entry->session.isConnected() || trafficClass.size() >= maxIdlePerClass) {
-        dropped.splice(dropped.end(), m_active, entry);
+    const TrafficClass trafficClass = entry->trafficClass();
+    if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
         return;
     }
-    trafficClass.push_back(entry);
-    m_idle.splice(m_idle.end(), m_active, entry);
+    m_idle.add(trafficClass, std::exchange(dropped, {}));
     if (m_idle.size() > m_maximumIdle) {
-        dropOldest(dropped);
+        dropped = m_idle.takeOldest();
     }
-}
-
-void ConnectionPool::dropOldest(Sessions& dropped)
-{
-    const auto trafficClass = m_idleByClass.find(m_idle.front().trafficClass());
-    trafficClass->second.erase(trafficClass->second.begin());
-    if (trafficClass->second.empty()) {
-        m_idleByClass.erase(trafficClass);
-    }
-    dropped.splice(dropped.end(), m_idle, m_idle.begin());
 }
 
 void ConnectionPool::abort(const QString& deviceKey)
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Entry& entry : m_active) {
         if (entry.device->key == deviceKey) {
             entry.session.abort();
         }
     }
-    for (auto entry = m_idle.begin(); entry != m_idle.end();) {
-        const auto next = std::next(entry);
-        if (entry->device->key == deviceKey) {
-            m_idleByClass.erase(entry->trafficClass());
-            dropped.splice(dropped.end(), m_idle, entry);
-        }
-        entry = next;
-    }
+    dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
 }
 
 void ConnectionPool::cancel(ExchangeId id)
@@ -244,11 +218,10 @@ void ConnectionPool::cancelAll(const QString& deviceKey)
 
 void ConnectionPool::close()
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     std::unique_lock<std::mutex> lock(m_mutex);
     m_closed = true;
-    m_idleByClass.clear();
-    dropped.splice(dropped.end(), m_idle);
+    dropped = m_idle.takeIf([](const Sessions& /*idle*/) { return true; });
     for (Entry& entry : m_active) {
         entry.session.abort();
     }

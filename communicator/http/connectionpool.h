@@ -5,14 +5,13 @@
 #include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
 #include "communicator/http/exchange.h"
+#include "communicator/http/keptlist.h"
 
 #include <condition_variable>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
-#include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -68,8 +67,7 @@ public:
     void close();
 
 private:
-    /// Whom a connection leads to and for which traffic. A traffic class without a session may name a device
-    /// that is gone.
+    /// Whom a connection leads to and for which traffic.
     struct TrafficClass
     {
         const Device* device;
@@ -104,7 +102,6 @@ private:
 
     Sessions::iterator acquire(const std::shared_ptr<const Device>& device, const HttpRequest& request);
     void release(Sessions::iterator entry);
-    void dropOldest(Sessions& dropped);
 
     const TransferLimits m_limits;
     const size_t m_maximumIdle;
@@ -113,9 +110,7 @@ private:
     std::condition_variable m_left;
     bool m_closed = false;
     Sessions m_active;
-    Sessions m_idle; ///< the least recently used first
-    std::unordered_map<TrafficClass, std::vector<Sessions::iterator>, TrafficClassHash>
-        m_idleByClass; ///< the idle ones, oldest first
+    KeptList<TrafficClass, Sessions, TrafficClassHash> m_idle; ///< each a list of one
 };
 
 } // namespace Krelm::Communicator::HttpDevice

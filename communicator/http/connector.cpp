@@ -66,7 +66,7 @@ ConnectResult failure(CURLcode code, const ErrorText& error)
 {
     ConnectResult result;
     result.state = stateOfCurlCode(code);
-    result.reason =
+    result.error =
         error[0] != '\0' ? QString::fromUtf8(error.data()) : QString::fromUtf8(curl_easy_strerror(code));
     return result;
 }
@@ -101,7 +101,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
         result.connection.reset();
     }
     result.state = IHttpVersionTrigger::Broken;
-    result.reason = QStringLiteral("the connection was lost as soon as it was open");
+    result.error = QStringLiteral("the connection was lost as soon as it was open");
     return result;
 }
 
@@ -141,7 +141,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         release();
         ConnectResult result;
         result.state = IHttpVersionTrigger::Aborted;
-        result.reason = abortedReason();
+        result.error = abortedError();
         return result;
     }
     if (message->data.result != CURLE_OK) {

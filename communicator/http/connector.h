@@ -23,7 +23,7 @@ struct ConnectResult
 {
     std::unique_ptr<Connection> connection; ///< null after a failure
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
-    QString reason;
+    QString error;
 };
 
 /// Opens a connection on the calling thread. libcurl finds the name's addresses, tries them, and sees to TLS

@@ -13,15 +13,12 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
-constexpr int maxChallenges = 2;
-
 // What one exchange may send before the others, and its time limit, have their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
 } // namespace
 
-QString faultOfRequest(const HttpRequest& request)
+QString errorOfRequest(const HttpRequest& request)
 {
     if (request.path.isEmpty()) {
         return QStringLiteral("there is no path");
@@ -31,7 +28,7 @@ QString faultOfRequest(const HttpRequest& request)
             return QStringLiteral("a placeholder holds a control character");
         }
     }
-    return faultOfHeaders(request.headers);
+    return errorOfHeaders(request.headers);
 }
 
 Exchange::Exchange(const TransferLimits& limits)
@@ -55,11 +52,11 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_challenges = 0;
     m_wasRepeated = false;
     m_bytesSent = 0;
-    m_told = {};
+    m_lastProgress = {};
     m_reader.reset();
     m_body.clear();
-    m_fault = faultOfRequest(request);
-    if (!m_fault.isEmpty()) {
+    m_error = errorOfRequest(request);
+    if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
     }
     if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
@@ -68,7 +65,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     if (request.multipart) {
         const auto state = m_body.setForm(request.parts);
         if (state != IHttpVersionTrigger::Success) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return state;
         }
     } else {
@@ -76,7 +73,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
-        m_fault = QStringLiteral("the path and the query are too long together");
+        m_error = QStringLiteral("the path and the query are too long together");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
@@ -118,7 +115,7 @@ Exchange::Step Exchange::send(Connection& connection)
         Bytes body = m_body.next();
         body.size = std::min(body.size, bytesPerTurn);
         if (m_body.hasFailed()) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return Step::Ended;
         }
         const bool more = m_body.sent() + static_cast<qint64>(body.size) < m_body.size();
@@ -176,21 +173,18 @@ Exchange::Step Exchange::lost(bool isReused)
         return Step::AgainFresh;
     }
     if (isReused && m_request->method != HttpMethod::Get) {
-        m_fault = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+        m_error = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
     }
     return Step::Ended;
 }
 
-// A 401 says that the device did not do what was asked (RFC 9110, 15.5.2), so that the request may follow
-// once more, with the answer to the challenge.
 Exchange::Step Exchange::completed()
 {
-    if (m_reader.status() != 401 || !m_device->digest || m_challenges == maxChallenges ||
-        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")), m_authorization,
-                                         m_challenges > 0)) {
+    if (m_reader.status() != 401 ||
+        !takeChallenge(*m_device, m_reader.status(), m_reader.header(QStringLiteral("www-authenticate")),
+                       m_authorization, m_challenges)) {
         return Step::Ended;
     }
-    ++m_challenges;
     const bool here = keepsConnection();
     startAnew();
     writeHead();
@@ -204,13 +198,13 @@ void Exchange::tellProgress()
     }
     const TransferSizes sizes{m_body.sent(), m_body.size() > 0 ? m_body.size() : -1, m_reader.received(),
                               m_reader.expected()};
-    if (!(sizes == m_told)) {
-        m_told = sizes;
+    if (!(sizes == m_lastProgress)) {
+        m_lastProgress = sizes;
         reportProgress(*m_request, m_target, sizes);
     }
 }
 
-HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_body.hasFailed()) {
         outcome = IHttpVersionTrigger::FileFailure;
@@ -227,9 +221,9 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     summary.bytesSent = m_bytesSent + m_body.sent();
     summary.bytesReceived = m_reader.received();
     summary.reply = reply.body;
-    summary.reason = !m_fault.isEmpty() ? m_fault : m_reader.reason().isEmpty() ? reason : m_reader.reason();
+    summary.error = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
     if (reply.state == IHttpVersionTrigger::Success) {
-        summary.reason.clear();
+        summary.error.clear();
     }
     reportExchange(*m_request, summary);
     m_body.clear();

@@ -48,7 +48,7 @@ public:
 
     /// Ends the exchange: with what came, or with a failure of its caller's. Reports it and gives the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
-    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
 private:
     void writeHead();
@@ -68,16 +68,16 @@ private:
     bool m_sendFailed = false;
     bool m_asksToClose = false; ///< the request asks for the end of the connection
     QByteArray m_authorization;
-    int m_challenges = 0;       ///< login challenges answered
+    int m_challenges = 0;       ///< that were answered
     bool m_wasRepeated = false; ///< once more because a kept connection had ended
     qint64 m_bytesSent = 0;
-    QString m_fault;
-    TransferSizes m_told; ///< progress told last
+    QString m_error;
+    TransferSizes m_lastProgress; ///< reported last
     Q_DISABLE_COPY_MOVE(Exchange)
 };
 
 /// Why @p request cannot be sent whatever the device; empty when it can.
-QString faultOfRequest(const HttpRequest& request);
+QString errorOfRequest(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

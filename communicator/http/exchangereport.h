@@ -15,7 +15,7 @@ struct ExchangeSummary
     QByteArray target; ///< path and query as sent; empty: nothing was sent
     int status = 0;
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
-    QString reason; ///< why it failed, without a secret
+    QString error; ///< why it failed, without a secret
     qint64 bytesSent = 0;
     qint64 bytesReceived = 0;
     QByteArray reply;

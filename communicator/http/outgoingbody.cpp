@@ -2,7 +2,7 @@
 #include "communicator/http/outgoingbody.h"
 
 #include "communicator/http/transferlimits.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <QFileInfo>
 #include <QUrl>
@@ -14,6 +14,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Read at once, so that the reading costs little beside the sending, and that many uploads cost little
+// memory.
 constexpr qint64 fileBlock = 256 << 10;
 
 QByteArray newBoundary()

@@ -10,12 +10,12 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// The reply to a request of which nothing is sent; reports it.
 HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started);
+                             const QString& error, std::chrono::steady_clock::time_point started);
 
 /// Why an exchange ended with `Aborted`.
-QString abortedReason();
+QString abortedError();
 /// The same when the application ended it.
-QString cancelledReason();
+QString cancelledError();
 
 } // namespace Krelm::Communicator::HttpDevice
 

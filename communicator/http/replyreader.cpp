@@ -55,7 +55,7 @@ void ReplyReader::restart()
 {
     m_parser.reset();
     m_refusal = IHttpVersionTrigger::Success;
-    m_reason.clear();
+    m_error.clear();
     m_status = 0;
     m_headComplete = false;
     m_length = -1;
@@ -67,7 +67,7 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<AtomicFile>(path);
+    m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
         return false;
@@ -86,16 +86,16 @@ qint64 ReplyReader::bodyLimit() const
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::HttpSimpleState state,
-                                                       const QString& reason)
+                                                       const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return state;
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
 {
     return fail(IHttpVersionTrigger::FileFailure,
-                QStringLiteral("the destination cannot be written: ") + m_file->reason());
+                QStringLiteral("the destination cannot be written: ") + m_file->error());
 }
 
 bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)

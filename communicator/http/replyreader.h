@@ -2,10 +2,10 @@
 #ifndef COMMUNICATOR_HTTP_REPLYREADER_H
 #define COMMUNICATOR_HTTP_REPLYREADER_H
 
-#include "communicator/http/atomicfile.h"
 #include "communicator/http/responseparser.h"
 #include "communicator/http/transferlimits.h"
 #include "communicator/httpengine.h"
+#include "files/atomicfile.h"
 
 #include <memory>
 #include <string_view>
@@ -43,7 +43,7 @@ public:
     HttpReply finish(IHttpVersionTrigger::HttpSimpleState exchange);
 
     /// Why the reply failed; empty when finish() was told so by its caller.
-    const QString& reason() const { return m_reason; }
+    const QString& error() const { return m_error; }
     /// The bytes of the body that came.
     qint64 received() const { return m_received; }
     /// The bytes of the body that will come; -1: not told.
@@ -57,7 +57,7 @@ private:
     IHttpVersionTrigger::HttpSimpleState judge(IHttpVersionTrigger::HttpSimpleState exchange);
     IHttpVersionTrigger::HttpSimpleState failFile();
     IHttpVersionTrigger::HttpSimpleState fail(IHttpVersionTrigger::HttpSimpleState state,
-                                              const QString& reason);
+                                              const QString& error);
     bool breakOff(IHttpVersionTrigger::HttpSimpleState state);
     bool hasSuccessStatus() const { return m_status >= 200 && m_status < 300; }
     qint64 bodyLimit() const;
@@ -66,10 +66,10 @@ private:
 
     const TransferLimits m_limits;
     ResponseParser m_parser;
-    std::unique_ptr<AtomicFile> m_file;
+    std::unique_ptr<Tessel::Files::AtomicFile> m_file;
     IHttpVersionTrigger::HttpSimpleState m_refusal =
         IHttpVersionTrigger::Success; ///< why reading was broken off
-    QString m_reason;
+    QString m_error;
     int m_status = 0;
     bool m_headComplete = false;
     qint64 m_length = -1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/requesthead.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/transferlimits.h"
 
 #include <algorithm>
@@ -9,6 +10,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
+constexpr int maxChallenges = 2;
+
 // RFC 9110, 5.6.2
 bool isToken(const QString& text)
 {
@@ -16,11 +20,6 @@ bool isToken(const QString& text)
         const ushort code = character.unicode();
         return code > 0x20 && code < 0x7F && !QStringLiteral("()<>@,;:\\\"/[]?={}").contains(character);
     });
-}
-
-bool isNamed(const QString& name, const char* wanted)
-{
-    return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
 }
 
 QByteArray loginOf(const Device& device, const RequestHead& head)
@@ -64,7 +63,7 @@ bool hasControl(const QString& text)
     });
 }
 
-QString faultOfHeaders(const QMap<QString, QString>& headers)
+QString errorOfHeaders(const QMap<QString, QString>& headers)
 {
     for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
         if (it.key().size() > maxHeaderLength || it.value().size() > maxHeaderLength) {
@@ -117,6 +116,17 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
         text += "Content-Length: " + QByteArray::number(head.contentLength) + "\r\n";
     }
     return text += "\r\n";
+}
+
+bool takeChallenge(const Device& device, int status, const QString& challenges,
+                   const QByteArray& authorization, int& taken)
+{
+    if (status != 401 || !device.digest || taken == maxChallenges ||
+        !device.digest->takeChallenge(challenges, authorization, taken > 0)) {
+        return false;
+    }
+    ++taken;
+    return true;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -15,7 +15,7 @@ namespace {
 constexpr size_t maxPerDevice = 64;
 // Exchanges kept for reuse, which spares their making; they hold no connection.
 constexpr size_t maxIdle = 64;
-// Connections kept to one device.
+// Connections kept to one device: what a group has opened serves the next one.
 constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
@@ -31,7 +31,7 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        endAll(*queue, abortedReason());
+        endAll(*queue, abortedError());
     }
 }
 
@@ -40,7 +40,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
 {
     if (device->isRemoved || m_cancelled.contains(request.id)) {
         done(failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                                device->isRemoved ? abortedReason() : cancelledReason(), started));
+                                device->isRemoved ? abortedError() : cancelledError(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -69,7 +69,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
                     nullptr});
     const auto job = std::prev(jobs.end());
     job->timer = m_loop.startTimer(deadline, [this, key, job] {
-        endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutReason(job->request));
+        endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutError(job->request));
     });
     markRunnable(key, *queue);
     startRunnable();
@@ -129,7 +129,8 @@ void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
         job->exchange = std::move(m_idle.back());
         m_idle.pop_back();
     }
-    job->exchange->start(job->request, job->device, takeKept(job->device.get()), job->started, job->deadline,
+    job->exchange->start(job->request, job->device, m_kept.takeNewest(job->device.get()).connection,
+                         job->started, job->deadline,
                          [this, deviceKey, job](const HttpReply& reply) { finished(deviceKey, job, reply); });
 }
 
@@ -197,14 +198,8 @@ void RequestQueue::forgetIfIdle(const QString& deviceKey)
 
 void RequestQueue::abort(const QString& deviceKey)
 {
-    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
-        const auto next = std::next(kept);
-        if (kept->device->key == deviceKey) {
-            dropKept(kept);
-        }
-        kept = next;
-    }
-    endAllOf(deviceKey, abortedReason());
+    m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey; });
+    endAllOf(deviceKey, abortedError());
 }
 
 void RequestQueue::cancel(ExchangeId id)
@@ -218,7 +213,7 @@ void RequestQueue::cancel(ExchangeId id)
             if (job == jobs.end()) {
                 return false;
             }
-            endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledReason());
+            endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledError());
             return true;
         };
         const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) ||
@@ -232,7 +227,7 @@ void RequestQueue::cancel(ExchangeId id)
 
 void RequestQueue::cancelAll(const QString& deviceKey)
 {
-    endAllOf(deviceKey, cancelledReason());
+    endAllOf(deviceKey, cancelledError());
 }
 
 void RequestQueue::endAllOf(const QString& deviceKey, const QString& reason)
@@ -274,41 +269,16 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
 {
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
         connection && !device->isRemoved) {
-        std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
-        if (ofDevice.size() == maxKeptPerDevice) {
-            dropKept(ofDevice.front());
+        if (m_kept.count(device.get()) == maxKeptPerDevice) {
+            m_kept.takeOldest(device.get());
         } else if (m_kept.size() >= m_connections) {
-            dropKept(m_kept.begin());
+            m_kept.takeOldest();
         }
-        m_kept.push_back({device, std::move(connection)});
-        m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
+        m_kept.add(device.get(), {device, std::move(connection)});
     }
     if (m_idle.size() < maxIdle) {
         m_idle.push_back(std::move(exchange));
     }
-}
-
-void RequestQueue::dropKept(std::list<Kept>::iterator kept)
-{
-    const auto ofDevice = m_keptTo.find(kept->device.get());
-    ofDevice->second.erase(std::find(ofDevice->second.begin(), ofDevice->second.end(), kept));
-    if (ofDevice->second.empty()) {
-        m_keptTo.erase(ofDevice);
-    }
-    m_kept.erase(kept);
-}
-
-// The one used last is the least likely to have been closed.
-std::unique_ptr<Connection> RequestQueue::takeKept(const Device* device)
-{
-    const auto ofDevice = m_keptTo.find(device);
-    if (ofDevice == m_keptTo.end()) {
-        return nullptr;
-    }
-    const auto kept = ofDevice->second.back();
-    std::unique_ptr<Connection> connection = std::move(kept->connection);
-    dropKept(kept);
-    return connection;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

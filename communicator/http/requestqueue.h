@@ -5,6 +5,7 @@
 #include "communicator/http/asyncexchange.h"
 #include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
+#include "communicator/http/keptlist.h"
 #include "communicator/runtime/ioloop.h"
 
 #include <QHash>
@@ -14,7 +15,6 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -88,8 +88,6 @@ private:
     void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
-    std::unique_ptr<Connection> takeKept(const Device* device);
-    void dropKept(std::list<Kept>::iterator kept);
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
@@ -100,8 +98,7 @@ private:
     std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
-    std::list<Kept> m_kept; ///< the least recently used first
-    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    KeptList<const Device*, Kept> m_kept;
     std::vector<std::unique_ptr<AsyncExchange>> m_idle;
     Q_DISABLE_COPY_MOVE(RequestQueue)
 };

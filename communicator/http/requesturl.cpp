@@ -24,8 +24,8 @@ bool isHexDigit(char c)
 void appendLiteral(QByteArray& out, const QString& text)
 {
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
-    int done = 0;
-    for (int i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
+    decltype(text.size()) done = 0;
+    for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
         const char* const digits = encoded.constData() + i + 1; // the end is a zero
         if (!isHexDigit(digits[0]) || !isHexDigit(digits[1])) {
             out.append(encoded.constData() + done, i - done).append("%25");
@@ -50,10 +50,10 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
     if (!path.startsWith(QLatin1Char('/'))) {
         target += '/';
     }
-    int done = 0;
+    decltype(path.size()) done = 0;
     while (done < path.size()) {
-        const int open = path.indexOf(QLatin1Char('{'), done);
-        const int close = open == -1 ? -1 : path.indexOf(QLatin1Char('}'), open);
+        const auto open = path.indexOf(QLatin1Char('{'), done);
+        const auto close = open == -1 ? -1 : path.indexOf(QLatin1Char('}'), open);
         if (close == -1) {
             break;
         }

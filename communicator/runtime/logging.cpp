@@ -9,11 +9,11 @@ Q_LOGGING_CATEGORY(eventLog, "tessel.events", QtWarningMsg)
 QString printableKey(const QString& deviceKey)
 {
     QString key = deviceKey;
-    const int at = key.lastIndexOf(QLatin1Char('@'));
+    const auto at = key.lastIndexOf(QLatin1Char('@'));
     if (at >= 0) {
         key = QStringLiteral("***") + key.mid(at);
     }
-    const int query = key.indexOf(QLatin1Char('?'));
+    const auto query = key.indexOf(QLatin1Char('?'));
     if (query >= 0) {
         key = key.left(query) + QStringLiteral("?***");
     }

@@ -21,6 +21,7 @@ class COMMUNICATOR_EXPORT HttpJsonPackage : public QObject, public IHttpVersionT
 {
     Q_OBJECT
 public:
+    /// An empty package of the calling thread.
     explicit HttpJsonPackage(QObject* parent);
     ~HttpJsonPackage() override;
 

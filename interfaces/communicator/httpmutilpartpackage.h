@@ -12,6 +12,7 @@ class COMMUNICATOR_EXPORT HttpMutilPartPackage : public HttpJsonPackage
 {
     Q_OBJECT
 public:
+    /// An empty package of the calling thread.
     explicit HttpMutilPartPackage(QObject* parent);
     ~HttpMutilPartPackage() override;
 

@@ -35,9 +35,13 @@ public:
     /// those added later, with `false` requests only. Requests work without it as well.
     void initialize(bool events);
 
+    /// Makes a GET and returns when it ended; the package then has state, body and headers.
     void getSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a PUT, as getSync().
     void putSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a POST, as getSync().
     void postSync(const QString& deviceKey, HttpJsonPackage* package);
+    /// Makes a DELETE, as getSync().
     void delSync(const QString& deviceKey, HttpJsonPackage* package);
     // Quirk: Misspelt names are part of the interface.
     /// PUT of a multipart body.

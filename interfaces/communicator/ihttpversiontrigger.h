@@ -25,7 +25,7 @@ public:
         LimitExceeded = 7, ///< the reply or its headers are larger than the transport takes
         TlsFailure = 8,    ///< no TLS session, or a certificate that is not trusted
         FileFailure = 9,   ///< a file to send cannot be read, or the download's destination cannot be written
-        Aborted = 10       ///< the transport was stopped, or the device was removed, before the reply came
+        Aborted = 10 ///< cancelled, or the transport was stopped or the device removed before the reply came
     };
 
     ~IHttpVersionTrigger() override;

@@ -20,8 +20,12 @@ class ZEPHSERIALIZER_EXPORT Serializable
 {
     Q_GADGET
 public:
+    /// A record without a value of its own. @p parent is ignored: a record owns nothing and is owned by
+    /// nobody.
     explicit Serializable(Serializable* parent = nullptr);
+    /// Copies the flags. @p parent is ignored.
     Serializable(const Serializable& other, Serializable* parent = nullptr);
+    /// Copies the flags.
     Serializable& operator=(const Serializable& other);
 
     /// The meta-object of the record's own class.
@@ -39,7 +43,9 @@ public:
     QFlags<Attribute> attribute() const;
 
 protected:
+    /// What serialize() returns. A record that writes itself otherwise overrides it.
     virtual QMap<QString, QVariant> serializeInternal() const;
+    /// What deserialize() does. A record that reads itself otherwise overrides it.
     virtual void deserializeInternal(const QMap<QString, QVariant>& map);
 
     /// Wraps the map of a nested record for its parent.

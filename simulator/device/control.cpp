@@ -32,9 +32,7 @@ constexpr CutName cutNames[] = {
 
 Reply done(const json& data = json::object())
 {
-    Reply reply;
-    reply.body = successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace));
-    return reply;
+    return successReply(successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace)));
 }
 
 Reply describe(Device& device, const std::string& /*body*/)
@@ -77,7 +75,7 @@ Reply requests(Device& device, const std::string& /*body*/)
 
 Reply coefficients(Device& device, const std::string& /*body*/)
 {
-    return done(device.coefficients().summary());
+    return done(device.state().coefficients().summary());
 }
 
 Reply pushEvent(Device& device, const std::string& body)
@@ -91,10 +89,10 @@ Reply warn(Device& device, const std::string& body)
     const EventText& event = eventRow(PushEvent::FanSpeed).text;
     const char* const type = event.kind.key;
     if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string()) {
-        return Device::failure(400, std::string("a warning has an ") + type);
+        return failureReply(400, std::string("a warning has an ") + type);
     }
-    const auto id = device.warn(warning[type], warning.value(event.payload, json()));
-    return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
+    const auto id = device.state().warn(warning[type], warning.value(event.payload, json()));
+    return id == 0 ? failureReply(400, "the controller does not warn of that") : done({{"id", id}});
 }
 
 Reply restart(Device& device, const std::string& /*body*/)
@@ -197,7 +195,7 @@ Reply addFaults(Device& device, const std::string& body)
             device.faults().add(fault);
         }
     } catch (const std::exception& error) {
-        return Device::failure(400, std::string("no fault script: ") + error.what());
+        return failureReply(400, std::string("no fault script: ") + error.what());
     }
     return done();
 }
@@ -248,8 +246,8 @@ Reply controlReply(Device& device, Method method, const Target& target, const st
             return action.run(device, body);
         }
     }
-    return known ? Device::failure(405, "the control interface has no such verb here")
-                 : Device::failure(404, "the control interface has no such path");
+    return known ? failureReply(405, "the control interface has no such verb here")
+                 : failureReply(404, "the control interface has no such path");
 }
 
 } // namespace Tessel::Simulator

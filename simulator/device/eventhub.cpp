@@ -10,6 +10,7 @@
 namespace Tessel::Simulator {
 namespace {
 
+// Beside the number of events, since one may be large.
 constexpr std::size_t maxHistoryBytes = 16U << 20;
 
 std::string idLine(std::string_view epoch, std::uint64_t sequence)

@@ -197,7 +197,7 @@ private:
         m_body.append(m_chunk.data(), wanted);
         if (m_context->bodyBytes > maxBodyBytes) {
             m_keepAlive = false;
-            send(Device::failure(503, "too many bodies at once"));
+            send(failureReply(503, "too many bodies at once"));
             return;
         }
         readBody();
@@ -208,14 +208,14 @@ private:
     {
         m_keepAlive = false;
         if (error == http::error::body_limit) {
-            send(Device::failure(413, "the body is too large"));
+            send(failureReply(413, "the body is too large"));
         } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-            send(Device::failure(431, "the head is too large"));
+            send(failureReply(431, "the head is too large"));
         } else if (error == http::error::end_of_stream || error == http::error::partial_message ||
                    error.category() == boost::system::system_category() || error == net::error::eof) {
             end();
         } else {
-            send(Device::failure(400, "no valid HTTP request"));
+            send(failureReply(400, "no valid HTTP request"));
         }
     }
 
@@ -330,6 +330,7 @@ private:
 
     void drain(std::size_t drained)
     {
+        // A client that does not stop sending has not read the refusal and never will.
         constexpr std::size_t limit = 8U << 20;
         if (drained > limit) {
             end();

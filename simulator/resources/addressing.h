@@ -4,18 +4,32 @@
 
 #include <simulator/routes/route.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Tessel::Simulator {
 
 /// The member by which @p body names the instances of @p family that it is meant for, one or a list of them;
 /// null when it names none.
 const char* addressMember(Family family, const nlohmann::json& body);
+
+/// Whom the body of a write to all instances of a family is for.
+struct Addressed
+{
+    bool all = false;
+    /// By index, each with the members that are written to it.
+    std::vector<std::pair<std::size_t, nlohmann::json>> instances;
+};
+
+/// Whom @p body addresses of the @p count instances of @p family. Nothing when it has a shape that names
+/// nobody, or names more than a controller takes.
+std::optional<Addressed> addressed(Family family, std::size_t count, const nlohmann::json& body);
 
 /// The text of an id, which may come as text or as a number; empty for anything else.
 std::string idText(const nlohmann::json& id);

@@ -273,8 +273,8 @@ json CoefficientStore::summary() const
     }
     json cabinets = json::object();
     for (const auto& [number, cabinet] : m_cabinets) {
-        json& told = cabinets[number == 0 ? "{cid}" : std::to_string(number)];
-        told["shown"] = bankNames[indexOf(cabinet.shown)];
+        json& entry = cabinets[number == 0 ? "{cid}" : std::to_string(number)];
+        entry["shown"] = bankNames[indexOf(cabinet.shown)];
         for (std::size_t kind = 0; kind < kinds; ++kind) {
             for (std::size_t bank = 0; bank < banks; ++bank) {
                 const auto& reply = cabinet.tables[kind][bank].reply;
@@ -283,7 +283,7 @@ json CoefficientStore::summary() const
                 }
                 const auto text = dataOf(*reply);
                 const auto bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
-                told[nameOf(kind)][bankNames[bank]] = {
+                entry[nameOf(kind)][bankNames[bank]] = {
                     {"bytes", text.size()},
                     {"sha256",
                      QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString()}};

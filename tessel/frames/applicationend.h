@@ -26,13 +26,13 @@ public:
     class Watch
     {
     public:
-        explicit Watch(std::function<void()> told);
+        explicit Watch(std::function<void()> callback);
         ~Watch();
         Watch(const Watch&) = delete;
         Watch& operator=(const Watch&) = delete;
 
     private:
-        const std::shared_ptr<const std::function<void()>> m_told;
+        const std::shared_ptr<const std::function<void()>> m_callback;
     };
 };
 

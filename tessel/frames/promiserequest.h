@@ -7,8 +7,10 @@
 #include <tessel/envelopes/rawresponse.h>
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/frames/applicationend.h>
-#include <tessel/frames/request.h>
+#include <tessel/frames/decoding.h>
+#include <tessel/frames/packagefiller.h>
 
+#include <communicator/httpproxy.h>
 #include <zephserializer/jsonserializer.h>
 
 #include <QtPromise>
@@ -17,6 +19,8 @@
 #include <memory>
 
 namespace Tessel {
+
+using Krelm::Communicator::HttpDevice::HttpProxy;
 
 /// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is not
 /// a whole number in the range of an `int` as -1. @return `false` when the body is not a JSON object.

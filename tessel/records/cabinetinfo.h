@@ -24,10 +24,12 @@ class TESSEL_EXPORT CabinetInfo : public Zeph::Serialize::Serializable
     Q_PROPERTY(int voltage MEMBER voltage)
 public:
     CabinetInfo();
+    /// @cond copies and moves
     CabinetInfo(const CabinetInfo& other);
     CabinetInfo(CabinetInfo&& other) noexcept;
     CabinetInfo& operator=(const CabinetInfo& other);
     CabinetInfo& operator=(CabinetInfo&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~CabinetInfo() override;

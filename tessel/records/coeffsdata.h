@@ -17,10 +17,12 @@ class TESSEL_EXPORT CoeffsData : public Zeph::Serialize::Serializable
     Q_PROPERTY(QByteArray data MEMBER data)
 public:
     CoeffsData();
+    /// @cond copies and moves
     CoeffsData(const CoeffsData& other);
     CoeffsData(CoeffsData&& other) noexcept;
     CoeffsData& operator=(const CoeffsData& other);
     CoeffsData& operator=(CoeffsData&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~CoeffsData() override;

@@ -20,10 +20,12 @@ class TESSEL_EXPORT DeviceInfo : public Zeph::Serialize::Serializable
     Q_PROPERTY(QString ip MEMBER ip)
 public:
     DeviceInfo();
+    /// @cond copies and moves
     DeviceInfo(const DeviceInfo& other);
     DeviceInfo(DeviceInfo&& other) noexcept;
     DeviceInfo& operator=(const DeviceInfo& other);
     DeviceInfo& operator=(DeviceInfo&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~DeviceInfo() override;

@@ -17,10 +17,12 @@ class TESSEL_EXPORT Point : public Zeph::Serialize::Serializable
     Q_PROPERTY(int y MEMBER y)
 public:
     Point();
+    /// @cond copies and moves
     Point(const Point& other);
     Point(Point&& other) noexcept;
     Point& operator=(const Point& other);
     Point& operator=(Point&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~Point() override;

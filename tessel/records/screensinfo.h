@@ -23,10 +23,12 @@ class TESSEL_EXPORT ScreensInfo : public Zeph::Serialize::Serializable
     Q_PROPERTY(QVariant subScreens READ _getsubScreenssubScreens WRITE _setsubScreenssubScreens)
 public:
     ScreensInfo();
+    /// @cond copies and moves
     ScreensInfo(const ScreensInfo& other);
     ScreensInfo(ScreensInfo&& other) noexcept;
     ScreensInfo& operator=(const ScreensInfo& other);
     ScreensInfo& operator=(ScreensInfo&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~ScreensInfo() override;

@@ -17,10 +17,12 @@ class TESSEL_EXPORT Size : public Zeph::Serialize::Serializable
     Q_PROPERTY(int height MEMBER height)
 public:
     Size();
+    /// @cond copies and moves
     Size(const Size& other);
     Size(Size&& other) noexcept;
     Size& operator=(const Size& other);
     Size& operator=(Size&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~Size() override;

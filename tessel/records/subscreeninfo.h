@@ -28,10 +28,12 @@ class TESSEL_EXPORT SubScreenInfo : public Zeph::Serialize::Serializable
     Q_PROPERTY(QVariant cabinets READ _getcabinetscabinets WRITE _setcabinetscabinets)
 public:
     SubScreenInfo();
+    /// @cond copies and moves
     SubScreenInfo(const SubScreenInfo& other);
     SubScreenInfo(SubScreenInfo&& other) noexcept;
     SubScreenInfo& operator=(const SubScreenInfo& other);
     SubScreenInfo& operator=(SubScreenInfo&& other) noexcept;
+    /// @endcond
 
     const QMetaObject* metaObject() const override;
     ~SubScreenInfo() override;

@@ -107,7 +107,7 @@ private Q_SLOTS:
         MisbehavingServer server;
         const ConnectResult result = connectTo(blocking, server.address(), 10s);
         QCOMPARE(result.state, State::Success);
-        QCOMPARE(result.reason, QString());
+        QCOMPARE(result.error, QString());
         QVERIFY(result.connection);
         const int socket = result.connection->socket();
         int value = 0;
@@ -128,11 +128,11 @@ private Q_SLOTS:
         const ConnectResult refused = connectTo(blocking, closed.address(), 10s);
         QVERIFY(!refused.connection);
         QCOMPARE(refused.state, State::Unreachable);
-        QVERIFY2(refused.reason.contains(QString::number(closed.port())), qPrintable(refused.reason));
+        QVERIFY2(refused.error.contains(QString::number(closed.port())), qPrintable(refused.error));
         const ConnectResult unknown = connectTo(blocking, QStringLiteral("wall.invalid"), 10s);
         QVERIFY(!unknown.connection);
         QVERIFY(unknown.state == State::HostNotFound || unknown.state == State::TimedOut);
-        QVERIFY(!unknown.reason.isEmpty());
+        QVERIFY(!unknown.error.isEmpty());
     }
 
     void theLimitHolds_data()
@@ -176,7 +176,7 @@ private Q_SLOTS:
         connecting.join();
         QVERIFY(!result.connection);
         QCOMPARE(result.state, State::Aborted);
-        QCOMPARE(result.reason, abortedReason());
+        QCOMPARE(result.error, abortedError());
         const ConnectResult later = connector.connect(*device, 1h);
         QVERIFY(!later.connection);
         QCOMPARE(later.state, State::Aborted);
@@ -209,9 +209,9 @@ private Q_SLOTS:
             isOpen = result.connection != nullptr;
             QCOMPARE(result.state == State::Success, isOpen);
             QVERIFY(result.state != State::Aborted);
-            QCOMPARE(result.reason.isEmpty(), isOpen);
+            QCOMPARE(result.error.isEmpty(), isOpen);
             if (!isOpen) {
-                reasons << QStringLiteral("%1 %2").arg(result.state).arg(result.reason);
+                reasons << QStringLiteral("%1 %2").arg(result.state).arg(result.error);
             }
         }
         QVERIFY(isOpen);

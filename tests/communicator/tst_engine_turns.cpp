@@ -92,8 +92,8 @@ void TestEngineTurns::whatADeviceSendsOverTlsComesInTurns()
         if (!isFirst.exchange(false)) {
             return;
         }
-        const QDeadlineTimer patience(10000);
-        while (waitingFrom(port) < waitingCount && !patience.hasExpired()) {
+        const QDeadlineTimer timeout(10000);
+        while (waitingFrom(port) < waitingCount && !timeout.hasExpired()) {
             std::this_thread::yield();
         }
         bench.loop->post([&] { left.set_value(waitingFrom(port)); });

@@ -466,7 +466,7 @@ private Q_SLOTS:
         QCOMPARE(watched.prepare(asked), State::FileFailure);
         QCOMPARE(watched.exchange.finish(State::FileFailure, {}).state, State::FileFailure);
         QCOMPARE(watched.record.reason,
-                 QStringLiteral("the destination cannot be written: is no regular file"));
+                 QStringLiteral("the destination cannot be written: not a regular file"));
     }
 };
 

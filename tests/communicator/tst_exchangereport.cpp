@@ -27,10 +27,10 @@ private Q_SLOTS:
     {
         HttpRequest request;
         request.expectedTime = 250;
-        QCOMPARE(timeOutReason(request), QStringLiteral("no whole reply within 250 ms"));
+        QCOMPARE(timeOutError(request), QStringLiteral("no whole reply within 250 ms"));
         for (const int none : {0, -1}) {
             request.expectedTime = none;
-            QCOMPARE(timeOutReason(request), QStringLiteral("no whole reply within 10000 ms"));
+            QCOMPARE(timeOutError(request), QStringLiteral("no whole reply within 10000 ms"));
         }
         request.expectedTime = 1;
         QCOMPARE(timeLimit(request).count(), std::chrono::milliseconds::rep(1));
@@ -57,7 +57,7 @@ private Q_SLOTS:
 
     void anAbortIsNamed()
     {
-        QCOMPARE(abortedReason(), QStringLiteral("the transport was stopped or the device removed"));
+        QCOMPARE(abortedError(), QStringLiteral("the transport was stopped or the device removed"));
     }
 
     void methodsHaveTheirVerbs()

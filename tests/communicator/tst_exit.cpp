@@ -2,7 +2,8 @@
 #include "misbehavingserver.h"
 #include "tlsserver.h"
 
-#include <QProcess>
+#include <childprogram.h>
+
 #include <QtTest>
 
 using Mode = MisbehavingServer::Mode;
@@ -62,18 +63,10 @@ void TestExit::aProcessEndsCleanlyWithAConnectionOverTls()
 void TestExit::endsWith(const QStringList& arguments, const QByteArray& output)
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QStringLiteral(EXITINFLIGHT), arguments);
-    QVERIFY(process.waitForStarted());
-    if (!process.waitForFinished(30000)) {
-        process.kill();
-        process.waitForFinished();
-        QFAIL("the process hangs");
+    startProgram(process, QStringLiteral(EXITINFLIGHT), arguments);
+    if (!QTest::currentTestFailed()) {
+        expectEnd(process, output);
     }
-    const QByteArray text = process.readAll();
-    QVERIFY2(process.exitStatus() == QProcess::NormalExit, text.constData());
-    QVERIFY2(process.exitCode() == 0, text.constData());
-    QCOMPARE(text, output);
 }
 
 QTEST_GUILESS_MAIN(TestExit)

@@ -43,7 +43,7 @@ private Q_SLOTS:
             QCOMPARE(second.feed(tooMuch.constData(), std::size_t(tooMuch.size())),
                      ResponseParser::State::Refused);
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
-            QVERIFY(!second.reason().isEmpty());
+            QVERIFY(!second.error().isEmpty());
             second.reset();
             feed(second, headOf(400) + QByteArray(400, 'c'));
             QCOMPARE(second.finish(State::Success).state, State::Success);
@@ -158,17 +158,17 @@ private Q_SLOTS:
             const HttpReply reply = reader.finish(State::Success);
             QCOMPARE(int(reply.state), state);
             QCOMPARE(reply.status, status);
-            QCOMPARE(reader.reason(), reason);
+            QCOMPARE(reader.error(), reason);
             QCOMPARE(reply.body.isEmpty(), state != State::Success && state != State::HttpFailure);
         }
         // What the caller knows better has no reason of the reader's, unless the reader gave up first.
         reader.reset();
-        QCOMPARE(reader.reason(), QString());
+        QCOMPARE(reader.error(), QString());
         feed(reader, text);
         const bool refused = reason == QLatin1String("the reply is too large");
         const HttpReply reply = reader.finish(State::TimedOut);
         QCOMPARE(int(reply.state), refused || status == 206 ? state : int(State::TimedOut));
-        QCOMPARE(reader.reason(), refused || status == 206 ? reason : QString());
+        QCOMPARE(reader.error(), refused || status == 206 ? reason : QString());
         QVERIFY(reply.body.isEmpty());
     }
 
@@ -276,10 +276,10 @@ private Q_SLOTS:
         const QTemporaryDir directory;
         ReplyReader reader{TransferLimits()};
         QVERIFY(!reader.storeIn(directory.filePath(QStringLiteral("none/x"))));
-        QVERIFY2(reader.reason().startsWith(QLatin1String("the destination cannot be written: ")),
-                 qPrintable(reader.reason()));
+        QVERIFY2(reader.error().startsWith(QLatin1String("the destination cannot be written: ")),
+                 qPrintable(reader.error()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
-        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(reader.error(), QStringLiteral("the destination cannot be written: not a regular file"));
     }
 };
 

@@ -122,7 +122,7 @@ const Number numbers[] = {
     {transportPage, "%1 KiB and 256 lines of headers", limits, "headerBytes", kibibyte},
     {transportPage, "64 KiB and %1 lines of headers", limits, "headerLines", 1},
     {transportPage, "%1 levels of JSON", "json/jsonreader.h", "maxDepth", 1},
-    {transportPage, "%1 GiB of a JSON body or part", "communicator/json/jsonwriter.h", "maxSize", gibibyte},
+    {transportPage, "%1 GiB of a JSON body or part", "json/jsonwriter.h", "maxSize", gibibyte},
     {transportPage, "%1 MiB of path and query", limits, "maxTargetLength", mebibyte},
     {transportPage, "%1 per device, the rest waits", requestQueue, "maxPerDevice", 1},
     {transportPage, "%1 events or 8 MiB may wait", quota, "maxEvents", 1},

@@ -81,14 +81,15 @@ private Q_SLOTS:
     void anRvalueIsMovedOnce()
     {
         QFETCH(int, way);
-        const auto make = [way]() -> QPromise<Counted> {
+        const auto make = [way]() -> QtPromise::QPromise<Counted> {
             if (way == 0) {
-                return QPromise<Counted>(
+                return QtPromise::QPromise<Counted>(
                     [](const QPromiseResolve<Counted>& resolve) { resolve(Counted(1)); });
             }
-            return way == 1 ? QPromise<Counted>::resolve(Counted(1)) : QtPromise::resolve(Counted(1));
+            return way == 1 ? QtPromise::QPromise<Counted>::resolve(Counted(1))
+                            : QtPromise::resolve(Counted(1));
         };
-        const QPromise<Counted> promise = make();
+        const QtPromise::QPromise<Counted> promise = make();
         COMPARE_COUNTS(1, 0, 1);
     }
 
@@ -98,25 +99,27 @@ private Q_SLOTS:
     {
         QFETCH(int, way);
         const Counted value(1);
-        const auto make = [way, &value]() -> QPromise<Counted> {
+        const auto make = [way, &value]() -> QtPromise::QPromise<Counted> {
             if (way == 0) {
-                return QPromise<Counted>([&](const QPromiseResolve<Counted>& resolve) { resolve(value); });
+                return QtPromise::QPromise<Counted>(
+                    [&](const QPromiseResolve<Counted>& resolve) { resolve(value); });
             }
-            return way == 1 ? QPromise<Counted>::resolve(value) : QtPromise::resolve(value);
+            return way == 1 ? QtPromise::QPromise<Counted>::resolve(value) : QtPromise::resolve(value);
         };
-        const QPromise<Counted> promise = make();
+        const QtPromise::QPromise<Counted> promise = make();
         COMPARE_COUNTS(1, 1, 0);
     }
 
     void handlersByReferenceAndFinallyAndTapsAddNothing()
     {
         int sum = 0;
-        const QPromise<void> promise = QPromise<Counted>::resolve(Counted(1))
-                                           .finally([] {})
-                                           .tap([&](const Counted& value) { sum += value.value(); })
-                                           .tapFail([] {})
-                                           .timeout(60000)
-                                           .then([&](const Counted& value) { sum += value.value(); });
+        const QtPromise::QPromise<void> promise =
+            QtPromise::QPromise<Counted>::resolve(Counted(1))
+                .finally([] {})
+                .tap([&](const Counted& value) { sum += value.value(); })
+                .tapFail([] {})
+                .timeout(60000)
+                .then([&](const Counted& value) { sum += value.value(); });
         QVERIFY(settles(promise));
         QCOMPARE(sum, 2);
         COMPARE_COUNTS(1, 0, 1);
@@ -124,23 +127,24 @@ private Q_SLOTS:
 
     void passingThroughAFailHandlerAddsNothing()
     {
-        const QPromise<Counted> promise =
-            QPromise<Counted>::resolve(Counted(1)).fail([] { return Counted(2); });
+        const QtPromise::QPromise<Counted> promise =
+            QtPromise::QPromise<Counted>::resolve(Counted(1)).fail([] { return Counted(2); });
         QVERIFY(settles(promise));
         COMPARE_COUNTS(1, 0, 1);
     }
 
     void aReturnedValueIsMovedOnce()
     {
-        const QPromise<Counted> promise = QPromise<void>::resolve().then([] { return Counted(1); });
+        const QtPromise::QPromise<Counted> promise =
+            QtPromise::QPromise<void>::resolve().then([] { return Counted(1); });
         QVERIFY(settles(promise));
         COMPARE_COUNTS(1, 0, 1);
     }
 
     void anAdoptedValueIsShared()
     {
-        const QPromise<Counted> promise =
-            QPromise<void>::resolve().then([] { return QPromise<Counted>::resolve(Counted(1)); });
+        const QtPromise::QPromise<Counted> promise = QtPromise::QPromise<void>::resolve().then(
+            [] { return QtPromise::QPromise<Counted>::resolve(Counted(1)); });
         QVERIFY(settles(promise));
         COMPARE_COUNTS(1, 0, 1);
     }
@@ -148,12 +152,12 @@ private Q_SLOTS:
     void aReasonIsCopiedOnce()
     {
         {
-            const QPromise<void> promise = QPromise<void>::reject(Counted(1));
+            const QtPromise::QPromise<void> promise = QtPromise::QPromise<void>::reject(Counted(1));
             COMPARE_COUNTS(1, 1, 0);
         }
         counts = Counts();
         const Counted reason(1);
-        const QPromise<void> promise(
+        const QtPromise::QPromise<void> promise(
             [&](const QPromiseResolve<void>&, const QPromiseReject<void>& reject) { reject(reason); });
         COMPARE_COUNTS(1, 1, 0);
     }
@@ -161,12 +165,13 @@ private Q_SLOTS:
     void aReasonThatIsRethrownIsNotCopiedAgain()
     {
         int sum = 0;
-        const QPromise<void> promise = QPromise<void>::reject(Counted(1))
-                                           .fail([&](const Counted& reason) {
-                                               sum += reason.value();
-                                               throw;
-                                           })
-                                           .fail([&](const Counted& reason) { sum += reason.value(); });
+        const QtPromise::QPromise<void> promise =
+            QtPromise::QPromise<void>::reject(Counted(1))
+                .fail([&](const Counted& reason) {
+                    sum += reason.value();
+                    throw;
+                })
+                .fail([&](const Counted& reason) { sum += reason.value(); });
         QVERIFY(settles(promise));
         QCOMPARE(sum, 2);
         COMPARE_COUNTS(1, 1, 0);
@@ -174,8 +179,10 @@ private Q_SLOTS:
 
     void aRejectedPromiseMakesNoValue()
     {
-        const QPromise<Counted> rejected = QPromise<Counted>::reject(1).then(nullptr, nullptr).finally([] {});
-        const QPromise<Counted> throwing = QPromise<void>::resolve().then([]() -> Counted { throw 1; });
+        const QtPromise::QPromise<Counted> rejected =
+            QtPromise::QPromise<Counted>::reject(1).then(nullptr, nullptr).finally([] {});
+        const QtPromise::QPromise<Counted> throwing =
+            QtPromise::QPromise<void>::resolve().then([]() -> Counted { throw 1; });
         QVERIFY(settles(rejected));
         QVERIFY(settles(throwing));
         COMPARE_COUNTS(0, 0, 0);
@@ -185,9 +192,10 @@ private Q_SLOTS:
     {
         const auto value = std::make_shared<int>(1);
         {
-            auto promise = QPromise<std::shared_ptr<int>>::resolve(value);
+            auto promise = QtPromise::QPromise<std::shared_ptr<int>>::resolve(value);
             QCOMPARE(value.use_count(), 2L);
-            const auto adopted = QPromise<void>::resolve().then([&] { return promise; }).finally([] {});
+            const auto adopted =
+                QtPromise::QPromise<void>::resolve().then([&] { return promise; }).finally([] {});
             QVERIFY(settles(adopted));
             QCOMPARE(value.use_count(), 2L);
         }
@@ -198,14 +206,14 @@ private Q_SLOTS:
     {
         using Unique = std::unique_ptr<int>;
         int sum = 0;
-        const QPromise<Unique> executed(
+        const QtPromise::QPromise<Unique> executed(
             [](const QPromiseResolve<Unique>& resolve) { resolve(std::make_unique<int>(1)); });
-        const QPromise<void> promise =
+        const QtPromise::QPromise<void> promise =
             executed.finally([] {}).timeout(60000).delay(0).then([&](const Unique& value) { sum += *value; });
         QVERIFY(settles(promise));
         QVERIFY(
             settles(QtPromise::resolve(std::make_unique<int>(2)).then([&](const Unique& v) { sum += *v; })));
-        QVERIFY(settles(QPromise<Unique>::resolve(std::make_unique<int>(3))
+        QVERIFY(settles(QtPromise::QPromise<Unique>::resolve(std::make_unique<int>(3))
                             .fail([] { return Unique(); })
                             .then([&](const Unique& v) { sum += *v; })));
         QCOMPARE(sum, 6);

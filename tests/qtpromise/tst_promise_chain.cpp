@@ -11,11 +11,11 @@ namespace {
 const int links = 50000;
 
 /// Ends with `innermost`, through as many promises that each adopt the one before.
-QPromise<int> adoptedManyTimes(const QPromise<int>& innermost)
+QtPromise::QPromise<int> adoptedManyTimes(const QtPromise::QPromise<int>& innermost)
 {
-    QPromise<int> outermost = innermost;
+    QtPromise::QPromise<int> outermost = innermost;
     for (int i = 0; i < links; ++i) {
-        outermost = QPromise<int>::resolve(0).then([outermost] { return outermost; });
+        outermost = QtPromise::QPromise<int>::resolve(0).then([outermost] { return outermost; });
     }
     QCoreApplication::sendPostedEvents();
     return outermost;
@@ -38,7 +38,7 @@ private Q_SLOTS:
     {
         QFETCH(bool, fulfilled);
         Pending<int> pending;
-        const QPromise<int> outermost = adoptedManyTimes(pending.promise);
+        const QtPromise::QPromise<int> outermost = adoptedManyTimes(pending.promise);
         QVERIFY(outermost.isPending());
         if (fulfilled) {
             (*pending.resolve)(7);
@@ -65,7 +65,7 @@ private Q_SLOTS:
         const auto held = std::make_shared<int>(1);
         {
             Pending<int> pending;
-            QPromise<int> last = pending.promise;
+            QtPromise::QPromise<int> last = pending.promise;
             for (int i = 0; i < links; ++i) {
                 last = last.then([held](int value) { return value; });
             }
@@ -79,17 +79,20 @@ private Q_SLOTS:
         Pending<int> pending;
         QStringList order;
         const auto append = [&order](const char* name) { return [&order, name] { order << name; }; };
-        const auto adopting = [&] { return QPromise<int>::resolve(0).then([&] { return pending.promise; }); };
+        const auto adopting = [&] {
+            return QtPromise::QPromise<int>::resolve(0).then([&] { return pending.promise; });
+        };
 
         pending.promise.then(append("first"));
-        const QPromise<int> outer = adopting();
+        const QtPromise::QPromise<int> outer = adopting();
         QCoreApplication::sendPostedEvents();
-        const QPromise<int> outermost = QPromise<int>::resolve(0).then([&] { return outer; });
+        const QtPromise::QPromise<int> outermost =
+            QtPromise::QPromise<int>::resolve(0).then([&] { return outer; });
         QCoreApplication::sendPostedEvents();
         outermost.then(append("outermost"));
         outer.then(append("outer"));
         pending.promise.then(append("between"));
-        const QPromise<int> last = adopting();
+        const QtPromise::QPromise<int> last = adopting();
         QCoreApplication::sendPostedEvents();
         last.then(append("last"));
         QVERIFY(order.isEmpty());

@@ -30,29 +30,29 @@ private Q_SLOTS:
         QVERIFY(QtPromise::resolve(1).isFulfilled());
         QCOMPARE(valueOf(QtPromise::resolve(constant), 0), 2);
         QCOMPARE(valueOf(QtPromise::resolve(lvalue), 0), 3);
-        QVERIFY((std::is_same<decltype(QtPromise::resolve(constant)), QPromise<int>>::value));
+        QVERIFY((std::is_same<decltype(QtPromise::resolve(constant)), QtPromise::QPromise<int>>::value));
         QVERIFY(QtPromise::resolve().isFulfilled());
     }
 
     void resolveOfAPromiseIsThatPromise()
     {
-        QPromise<int> promise = QPromise<int>::resolve(1);
-        const QPromise<int> constant = promise;
+        QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> constant = promise;
         QVERIFY(QtPromise::resolve(promise) == promise);
         QVERIFY(QtPromise::resolve(constant) == promise);
-        QVERIFY(QtPromise::resolve(QPromise<int>(promise)) == promise);
+        QVERIFY(QtPromise::resolve(QtPromise::QPromise<int>(promise)) == promise);
     }
 
     void allOfNothingIsFulfilledOnReturn()
     {
-        QVERIFY(all(QVector<QPromise<int>>()).isFulfilled());
-        QVERIFY(all(QVector<QPromise<void>>()).isFulfilled());
+        QVERIFY(all(QVector<QtPromise::QPromise<int>>()).isFulfilled());
+        QVERIFY(all(QVector<QtPromise::QPromise<void>>()).isFulfilled());
     }
 
     void allOfSettledInputsIsPendingForOnePass()
     {
-        const auto promise =
-            all(QVector<QPromise<int>>{QPromise<int>::resolve(1), QPromise<int>::resolve(2)});
+        const auto promise = all(QVector<QtPromise::QPromise<int>>{QtPromise::QPromise<int>::resolve(1),
+                                                                   QtPromise::QPromise<int>::resolve(2)});
         QVERIFY(promise.isPending());
         QCOMPARE(passesToSettle(promise), 1);
     }
@@ -61,7 +61,7 @@ private Q_SLOTS:
     {
         Pending<int> one;
         Pending<int> two;
-        const auto promise = all(QVector<QPromise<int>>{one.promise, two.promise});
+        const auto promise = all(QVector<QtPromise::QPromise<int>>{one.promise, two.promise});
         (*two.resolve)(2);
         QCoreApplication::sendPostedEvents();
         QVERIFY(promise.isPending());
@@ -71,13 +71,13 @@ private Q_SLOTS:
 
     void allTakesAnySequence()
     {
-        const QPromise<int> one = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> one = QtPromise::QPromise<int>::resolve(1);
         const QVector<int> expected{1, 1};
-        QCOMPARE(valueOf(all(QVector<QPromise<int>>{one, one}), QVector<int>()), expected);
-        QCOMPARE(valueOf(all(QList<QPromise<int>>{one, one}), QVector<int>()), expected);
-        QCOMPARE(valueOf(all(std::vector<QPromise<int>>{one, one}), QVector<int>()), expected);
-        QCOMPARE(valueOf(all(std::list<QPromise<int>>{one, one}), QVector<int>()), expected);
-        QVERIFY(settles(all(std::list<QPromise<void>>{QPromise<void>::resolve()})));
+        QCOMPARE(valueOf(all(QVector<QtPromise::QPromise<int>>{one, one}), QVector<int>()), expected);
+        QCOMPARE(valueOf(all(QList<QtPromise::QPromise<int>>{one, one}), QVector<int>()), expected);
+        QCOMPARE(valueOf(all(std::vector<QtPromise::QPromise<int>>{one, one}), QVector<int>()), expected);
+        QCOMPARE(valueOf(all(std::list<QtPromise::QPromise<int>>{one, one}), QVector<int>()), expected);
+        QVERIFY(settles(all(std::list<QtPromise::QPromise<void>>{QtPromise::QPromise<void>::resolve()})));
     }
 
     void theFirstRejectionInTimeWins()
@@ -85,7 +85,7 @@ private Q_SLOTS:
         Pending<int> one;
         Pending<int> two;
         Pending<int> three;
-        const auto promise = all(QVector<QPromise<int>>{one.promise, two.promise, three.promise});
+        const auto promise = all(QVector<QtPromise::QPromise<int>>{one.promise, two.promise, three.promise});
         (*three.reject)(3);
         (*one.reject)(1);
         QCOMPARE(reasonOf(promise, 0), 3);
@@ -94,7 +94,8 @@ private Q_SLOTS:
         QVERIFY(promise.isRejected());
 
         Pending<void> none;
-        const auto empty = all(QVector<QPromise<void>>{QPromise<void>::resolve(), none.promise});
+        const auto empty =
+            all(QVector<QtPromise::QPromise<void>>{QtPromise::QPromise<void>::resolve(), none.promise});
         (*none.reject)(4);
         QCOMPARE(reasonOf(empty, 0), 4);
     }
@@ -102,8 +103,9 @@ private Q_SLOTS:
     void allNeedsNoDefaultConstructor()
     {
         const auto sum =
-            all(std::vector<QPromise<NoDefault>>{QPromise<NoDefault>::resolve(NoDefault(1)),
-                                                 QPromise<NoDefault>::resolve(NoDefault(2))})
+            all(std::vector<QtPromise::QPromise<NoDefault>>{
+                    QtPromise::QPromise<NoDefault>::resolve(NoDefault(1)),
+                    QtPromise::QPromise<NoDefault>::resolve(NoDefault(2))})
                 .then([](const QVector<NoDefault>& v) { return v.first().value + v.last().value; });
         QCOMPARE(valueOf(sum, 0), 3);
     }
@@ -112,18 +114,19 @@ private Q_SLOTS:
     {
         QT_WARNING_PUSH
         QT_WARNING_DISABLE_DEPRECATED
-        const QVector<QPromise<int>> promises{qPromise(1), qPromise(QPromise<int>::resolve(2))};
+        const QVector<QtPromise::QPromise<int>> promises{qPromise(1),
+                                                         qPromise(QtPromise::QPromise<int>::resolve(2))};
         QVERIFY(qPromise().isFulfilled());
         QCOMPARE(valueOf(qPromiseAll(promises), QVector<int>()), (QVector<int>{1, 2}));
-        QCOMPARE(valueOf(QPromise<int>::all(promises), QVector<int>()), (QVector<int>{1, 2}));
-        QVERIFY(QPromise<void>::all(QVector<QPromise<void>>()).isFulfilled());
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::all(promises), QVector<int>()), (QVector<int>{1, 2}));
+        QVERIFY(QtPromise::QPromise<void>::all(QVector<QtPromise::QPromise<void>>()).isFulfilled());
         QT_WARNING_POP
     }
 
     void attemptCallsAtOnce()
     {
         bool called = false;
-        const QPromise<int> promise = attempt([&] {
+        const QtPromise::QPromise<int> promise = attempt([&] {
             called = true;
             return 1;
         });
@@ -141,7 +144,7 @@ private Q_SLOTS:
 
     void attemptRejectsOnAThrow()
     {
-        const QPromise<int> promise = attempt([]() -> int { throw QString("thrown"); });
+        const QtPromise::QPromise<int> promise = attempt([]() -> int { throw QString("thrown"); });
         QVERIFY(promise.isRejected());
         QCOMPARE(reasonOf(promise, QString()), QString("thrown"));
     }
@@ -149,11 +152,11 @@ private Q_SLOTS:
     void attemptAdoptsAPromise()
     {
         Pending<int> inner;
-        const QPromise<int> promise = attempt([&] { return inner.promise; });
+        const QtPromise::QPromise<int> promise = attempt([&] { return inner.promise; });
         QVERIFY(promise.isPending());
         (*inner.resolve)(1);
         QVERIFY(promise.isFulfilled());
-        QVERIFY(attempt([] { return QPromise<int>::reject(1); }).isRejected());
+        QVERIFY(attempt([] { return QtPromise::QPromise<int>::reject(1); }).isRejected());
     }
 };
 

@@ -34,9 +34,9 @@ private Q_SLOTS:
         const auto none = QtPromise::connect(&emitter, &Emitter::nothing);
         const auto text = QtPromise::connect(&emitter, &Emitter::text);
         const auto pair = QtPromise::connect(&emitter, &Emitter::pair);
-        QVERIFY((std::is_same<decltype(none), const QPromise<void>>::value));
-        QVERIFY((std::is_same<decltype(text), const QPromise<QString>>::value));
-        QVERIFY((std::is_same<decltype(pair), const QPromise<int>>::value));
+        QVERIFY((std::is_same<decltype(none), const QtPromise::QPromise<void>>::value));
+        QVERIFY((std::is_same<decltype(text), const QtPromise::QPromise<QString>>::value));
+        QVERIFY((std::is_same<decltype(pair), const QtPromise::QPromise<int>>::value));
         Q_EMIT emitter.nothing();
         Q_EMIT emitter.text("value");
         Q_EMIT emitter.pair(3, "dropped");
@@ -114,7 +114,7 @@ private Q_SLOTS:
         QTimer timer;
         timer.setSingleShot(true);
         const auto promise = QtPromise::connect(&timer, &QTimer::timeout);
-        QVERIFY(!(std::is_same<decltype(promise), const QPromise<void>>::value));
+        QVERIFY(!(std::is_same<decltype(promise), const QtPromise::QPromise<void>>::value));
         timer.start(0);
         const auto done = promise.then([] { return true; });
         QVERIFY(valueOf(done, false));

@@ -33,21 +33,21 @@ private Q_SLOTS:
     void theExecutorRunsInsideTheConstructor()
     {
         bool ran = false;
-        const QPromise<void> promise([&](const QPromiseResolve<void>&) { ran = true; });
+        const QtPromise::QPromise<void> promise([&](const QPromiseResolve<void>&) { ran = true; });
         QVERIFY(ran);
         QVERIFY(promise.isPending());
     }
 
     void anExecutorOfOneArgumentReceivesTheResolver()
     {
-        const QPromise<int> promise([](const QPromiseResolve<int>& resolve) { resolve(3); });
+        const QtPromise::QPromise<int> promise([](const QPromiseResolve<int>& resolve) { resolve(3); });
         QVERIFY(promise.isFulfilled());
         QCOMPARE(valueOf(promise, 0), 3);
     }
 
     void anExecutorOfTwoArgumentsReceivesBothResolvers()
     {
-        const QPromise<int> promise(
+        const QtPromise::QPromise<int> promise(
             [](const QPromiseResolve<int>&, const QPromiseReject<int>& reject) { reject(QString("no")); });
         QVERIFY(promise.isRejected());
         QCOMPARE(reasonOf(promise, QString()), QString("no"));
@@ -55,29 +55,30 @@ private Q_SLOTS:
 
     void aGenericExecutorReceivesBothResolvers()
     {
-        const QPromise<int> promise([](auto resolve, auto) { resolve(4); });
+        const QtPromise::QPromise<int> promise([](auto resolve, auto) { resolve(4); });
         QCOMPARE(valueOf(promise, 0), 4);
     }
 
     void resolversArriveByValueConstReferenceOrRvalue()
     {
-        QVERIFY(QPromise<void>([](QPromiseResolve<void> resolve) { resolve(); }).isFulfilled());
-        QVERIFY(QPromise<void>([](const QPromiseResolve<void>& resolve) { resolve(); }).isFulfilled());
-        QVERIFY(QPromise<void>([](QPromiseResolve<void>&& resolve) { resolve(); }).isFulfilled());
+        QVERIFY(QtPromise::QPromise<void>([](QPromiseResolve<void> resolve) { resolve(); }).isFulfilled());
+        QVERIFY(
+            QtPromise::QPromise<void>([](const QPromiseResolve<void>& resolve) { resolve(); }).isFulfilled());
+        QVERIFY(QtPromise::QPromise<void>([](QPromiseResolve<void>&& resolve) { resolve(); }).isFulfilled());
     }
 
     void theReturnValueOfAnExecutorIsIgnored()
     {
-        QVERIFY(QPromise<int>([](const QPromiseResolve<int>&) { return 5; }).isPending());
+        QVERIFY(QtPromise::QPromise<int>([](const QPromiseResolve<int>&) { return 5; }).isPending());
     }
 
     void functionsAndFunctionPointersAndStdFunctionsConvertImplicitly()
     {
-        const QPromise<int> fromFunction = fulfilWithSeven;
-        const QPromise<int> fromPointer = &fulfilWithSeven;
-        const QPromise<int> fromTwo = rejectWithText;
+        const QtPromise::QPromise<int> fromFunction = fulfilWithSeven;
+        const QtPromise::QPromise<int> fromPointer = &fulfilWithSeven;
+        const QtPromise::QPromise<int> fromTwo = rejectWithText;
         const std::function<void(const QPromiseResolve<int>&)> function = fulfilWithSeven;
-        const QPromise<int> fromStd = function;
+        const QtPromise::QPromise<int> fromStd = function;
         QVERIFY(fromFunction.isFulfilled());
         QVERIFY(fromPointer.isFulfilled());
         QVERIFY(fromTwo.isRejected());
@@ -86,20 +87,21 @@ private Q_SLOTS:
 
     void aNoexceptExecutorIsAccepted()
     {
-        QVERIFY(
-            QPromise<int>([](const QPromiseResolve<int>& resolve) noexcept { resolve(1); }).isFulfilled());
+        QVERIFY(QtPromise::QPromise<int>([](const QPromiseResolve<int>& resolve) noexcept {
+                    resolve(1);
+                }).isFulfilled());
     }
 
     void anExceptionFromTheExecutorRejects()
     {
-        const QPromise<int> promise([](const QPromiseResolve<int>&) { throw QString("thrown"); });
+        const QtPromise::QPromise<int> promise([](const QPromiseResolve<int>&) { throw QString("thrown"); });
         QVERIFY(promise.isRejected());
         QCOMPARE(reasonOf(promise, QString()), QString("thrown"));
     }
 
     void anExceptionAfterSettlingIsDropped()
     {
-        const QPromise<int> promise([](const QPromiseResolve<int>& resolve) {
+        const QtPromise::QPromise<int> promise([](const QPromiseResolve<int>& resolve) {
             resolve(1);
             throw QString("thrown");
         });
@@ -108,7 +110,7 @@ private Q_SLOTS:
 
     void theFirstSettleWins()
     {
-        const QPromise<int> fulfilled(
+        const QtPromise::QPromise<int> fulfilled(
             [](const QPromiseResolve<int>& resolve, const QPromiseReject<int>& reject) {
                 const QPromiseResolve<int> copy = resolve;
                 copy(1);
@@ -117,7 +119,7 @@ private Q_SLOTS:
             });
         QCOMPARE(valueOf(fulfilled, 0), 1);
 
-        const QPromise<int> rejected(
+        const QtPromise::QPromise<int> rejected(
             [](const QPromiseResolve<int>& resolve, const QPromiseReject<int>& reject) {
                 reject(1);
                 reject(2);
@@ -130,7 +132,7 @@ private Q_SLOTS:
     {
         int received = 0;
         std::unique_ptr<QPromiseResolve<int>> resolve;
-        QPromise<int>([&](const QPromiseResolve<int>& r) {
+        QtPromise::QPromise<int>([&](const QPromiseResolve<int>& r) {
             resolve = std::make_unique<QPromiseResolve<int>>(r);
         }).then([&](int value) { received = value; });
         (*resolve)(8);
@@ -143,7 +145,7 @@ private Q_SLOTS:
         const auto value = std::make_shared<int>(1);
         Pending<std::shared_ptr<int>> pending;
         {
-            const QPromise<std::shared_ptr<int>> promise = std::move(pending.promise);
+            const QtPromise::QPromise<std::shared_ptr<int>> promise = std::move(pending.promise);
             (*pending.resolve)(value);
             QCOMPARE(value.use_count(), 2L);
         }
@@ -166,7 +168,7 @@ private Q_SLOTS:
         const auto captured = std::make_shared<int>(1);
         {
             Pending<int> pending;
-            const QPromise<int> child = pending.promise.finally([captured] {}).tap([captured] {});
+            const QtPromise::QPromise<int> child = pending.promise.finally([captured] {}).tap([captured] {});
             pending.promise.then([captured] {}).fail([captured] {});
             QVERIFY(captured.use_count() > 1);
         }
@@ -175,29 +177,32 @@ private Q_SLOTS:
 
     void aReasonIsAnyCopyableType()
     {
-        QCOMPARE(reasonOf(QPromise<int>::reject(42), 0), 42);
-        QVERIFY((rejectsWith<std::runtime_error>(QPromise<int>::reject(std::runtime_error("x")))));
-        QVERIFY((rejectsWith<std::shared_ptr<int>>(QPromise<void>::reject(std::make_shared<int>(1)))));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(42), 0), 42);
+        QVERIFY((rejectsWith<std::runtime_error>(QtPromise::QPromise<int>::reject(std::runtime_error("x")))));
+        QVERIFY(
+            (rejectsWith<std::shared_ptr<int>>(QtPromise::QPromise<void>::reject(std::make_shared<int>(1)))));
     }
 
     void anExceptionPointerGivesTheExceptionThatItHolds()
     {
         std::exception_ptr lvalue = std::make_exception_ptr(QString("held"));
         const std::exception_ptr constant = lvalue;
-        QCOMPARE(reasonOf(QPromise<int>::reject(lvalue), QString()), QString("held"));
-        QCOMPARE(reasonOf(QPromise<int>::reject(constant), QString()), QString("held"));
-        QCOMPARE(reasonOf(QPromise<int>::reject(std::make_exception_ptr(QString("held"))), QString()),
-                 QString("held"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(lvalue), QString()), QString("held"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(constant), QString()), QString("held"));
+        QCOMPARE(
+            reasonOf(QtPromise::QPromise<int>::reject(std::make_exception_ptr(QString("held"))), QString()),
+            QString("held"));
     }
 
     void aNullExceptionPointerBecomesUndefined()
     {
-        QVERIFY((rejectsWith<QPromiseUndefinedException>(QPromise<int>::reject(std::exception_ptr()))));
+        QVERIFY((
+            rejectsWith<QPromiseUndefinedException>(QtPromise::QPromise<int>::reject(std::exception_ptr()))));
     }
 
     void aStringLiteralIsRejectedAsItsPointer()
     {
-        const QPromise<int> promise = QPromise<int>::reject("literal");
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::reject("literal");
         QVERIFY((rejectsWith<const char*>(promise)));
         QVERIFY(!(rejectsWith<QString>(promise)));
         QVERIFY(!(rejectsWith<std::string>(promise)));
@@ -205,7 +210,7 @@ private Q_SLOTS:
 
     void rejectingWithoutReasonGivesUndefined()
     {
-        const QPromise<int> promise(
+        const QtPromise::QPromise<int> promise(
             [](const QPromiseResolve<int>&, const QPromiseReject<int>& reject) { reject(); });
         QVERIFY((rejectsWith<QPromiseUndefinedException>(promise)));
     }
@@ -222,7 +227,7 @@ private Q_SLOTS:
         (*pending.resolve)(thrower);
         QVERIFY(pending.promise.isRejected());
         bool caught = false;
-        pending.promise.then(nullptr, [&](const QString& reason) -> QPromise<Thrower> {
+        pending.promise.then(nullptr, [&](const QString& reason) -> QtPromise::QPromise<Thrower> {
             caught = reason == QLatin1String("copy");
             throw;
         });
@@ -232,7 +237,7 @@ private Q_SLOTS:
 
     void aResolverOfVoidServesAsASlot()
     {
-        const QPromise<void> promise(
+        const QtPromise::QPromise<void> promise(
             [](const QPromiseResolve<void>& resolve) { QTimer::singleShot(0, resolve); });
         QVERIFY(settles(promise));
         QVERIFY(promise.isFulfilled());
@@ -241,7 +246,7 @@ private Q_SLOTS:
     void aResolverServesAsASlotOfASignalWithItsValue()
     {
         QObject sender;
-        const QPromise<QString> promise([&](const QPromiseResolve<QString>& resolve) {
+        const QtPromise::QPromise<QString> promise([&](const QPromiseResolve<QString>& resolve) {
             connect(&sender, &QObject::objectNameChanged, resolve);
         });
         sender.setObjectName("named");
@@ -251,24 +256,26 @@ private Q_SLOTS:
     void aRejecterServesAsASlot()
     {
         QObject sender;
-        const QPromise<void> promise([&](const QPromiseResolve<void>&, const QPromiseReject<void>& reject) {
-            connect(&sender, &QObject::objectNameChanged, reject);
-        });
+        const QtPromise::QPromise<void> promise(
+            [&](const QPromiseResolve<void>&, const QPromiseReject<void>& reject) {
+                connect(&sender, &QObject::objectNameChanged, reject);
+            });
         sender.setObjectName("named");
         QCOMPARE(reasonOf(promise, QString()), QString("named"));
     }
 
     void aResolvedValueConvertsImplicitly()
     {
-        const QPromise<QString> promise([](const QPromiseResolve<QString>& resolve) { resolve("text"); });
+        const QtPromise::QPromise<QString> promise(
+            [](const QPromiseResolve<QString>& resolve) { resolve("text"); });
         QCOMPARE(valueOf(promise, QString()), QString("text"));
     }
 
     void handlesAreEqualIfTheyShareTheState()
     {
-        const QPromise<int> one = QPromise<int>::resolve(1);
-        const QPromise<int> copy = one;
-        const QPromise<int> other = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> one = QtPromise::QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> copy = one;
+        const QtPromise::QPromise<int> other = QtPromise::QPromise<int>::resolve(1);
         QVERIFY(one == copy);
         QVERIFY(!(one != copy));
         QVERIFY(one != other);
@@ -277,14 +284,14 @@ private Q_SLOTS:
 
     void aHandleIsAssignedAndMovedAndSwapped()
     {
-        QPromise<int> one = QPromise<int>::resolve(1);
-        QPromise<int> two = QPromise<int>::resolve(2);
-        const QPromise<int> first = one;
-        const QPromise<int> second = two;
+        QtPromise::QPromise<int> one = QtPromise::QPromise<int>::resolve(1);
+        QtPromise::QPromise<int> two = QtPromise::QPromise<int>::resolve(2);
+        const QtPromise::QPromise<int> first = one;
+        const QtPromise::QPromise<int> second = two;
         one.swap(two);
         QVERIFY(one == second);
         QVERIFY(two == first);
-        QPromise<int> moved = std::move(one);
+        QtPromise::QPromise<int> moved = std::move(one);
         QVERIFY(moved == second);
         one = two;
         QVERIFY(one == first);
@@ -295,14 +302,14 @@ private Q_SLOTS:
     void aHandleOfTheBaseConvertsToThePromise()
     {
         const QPromiseBase<int> base = QPromiseBase<int>::reject(1);
-        const QPromise<int> promise = base;
+        const QtPromise::QPromise<int> promise = base;
         QVERIFY(promise == base);
         QVERIFY((std::is_same<QPromiseBase<int>::Type, int>::value));
     }
 
     void promisesAreReassignedInALoop()
     {
-        QPromise<int> promise = QPromise<int>::resolve(0);
+        QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(0);
         for (int i = 0; i < 5; ++i) {
             promise = promise.then([](int value) { return value + 1; });
         }
@@ -312,8 +319,8 @@ private Q_SLOTS:
     void anInitializerListOfPromisesIsIterable()
     {
         int pending = 0;
-        for (const auto& promise :
-             {QPromise<int>::resolve(1), QPromise<int>([](const QPromiseResolve<int>&) {})}) {
+        for (const auto& promise : {QtPromise::QPromise<int>::resolve(1),
+                                    QtPromise::QPromise<int>([](const QPromiseResolve<int>&) {})}) {
             pending += promise.isPending() ? 1 : 0;
         }
         QCOMPARE(pending, 1);
@@ -321,11 +328,11 @@ private Q_SLOTS:
 
     void staticResolveAndRejectAreSettledOnReturn()
     {
-        QVERIFY(QPromise<int>::resolve(1).isFulfilled());
-        QVERIFY(QPromise<void>::resolve().isFulfilled());
+        QVERIFY(QtPromise::QPromise<int>::resolve(1).isFulfilled());
+        QVERIFY(QtPromise::QPromise<void>::resolve().isFulfilled());
         QVERIFY(QPromiseBase<int>::reject(1).isRejected());
-        QVERIFY(QPromise<void>::reject(1).isRejected());
-        QVERIFY(!QPromise<void>::reject(1).isPending());
+        QVERIFY(QtPromise::QPromise<void>::reject(1).isRejected());
+        QVERIFY(!QtPromise::QPromise<void>::reject(1).isPending());
     }
 
     void aSettledPromiseDropsItsHandlers()

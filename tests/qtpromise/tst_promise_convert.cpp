@@ -36,8 +36,8 @@ bool isQtException()
     } catch (const E&) {
         raised = true;
     }
-    return raised && rejectsWith<QException>(QPromise<int>::reject(error)) &&
-           rejectsWith<std::exception>(QPromise<int>::reject(E()));
+    return raised && rejectsWith<QException>(QtPromise::QPromise<int>::reject(error)) &&
+           rejectsWith<std::exception>(QtPromise::QPromise<int>::reject(E()));
 }
 
 } // namespace
@@ -51,60 +51,63 @@ class TestPromiseConvert : public QObject
 private Q_SLOTS:
     void convertIsAsynchronous()
     {
-        const QPromise<double> promise = QPromise<int>::resolve(1).convert<double>();
+        const QtPromise::QPromise<double> promise = QtPromise::QPromise<int>::resolve(1).convert<double>();
         QVERIFY(promise.isPending());
         QCOMPARE(passesToSettle(promise), 1);
     }
 
     void convertUsesTheConversionOfTheLanguage()
     {
-        QCOMPARE(valueOf(QPromise<int>::resolve(3).convert<double>(), 0.0), 3.0);
-        QCOMPARE(valueOf(QPromise<double>::resolve(3.7).convert<int>(), 0), 3);
-        QCOMPARE(valueOf(QPromise<int>::resolve(3).convert<Wrapper>(), Wrapper()).value, 3);
-        QCOMPARE(valueOf(QPromise<int>::resolve(3).convert<int>(), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(3).convert<double>(), 0.0), 3.0);
+        QCOMPARE(valueOf(QtPromise::QPromise<double>::resolve(3.7).convert<int>(), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(3).convert<Wrapper>(), Wrapper()).value, 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(3).convert<int>(), 0), 3);
     }
 
     void convertCastsBetweenEnumerationsAndNumbers()
     {
-        QCOMPARE(valueOf(QPromise<Colour>::resolve(Colour::Green).convert<int>(), 0), 1);
-        QVERIFY(valueOf(QPromise<int>::resolve(1).convert<Colour>(), Colour::Red) == Colour::Green);
-        QVERIFY(valueOf(QPromise<Colour>::resolve(Colour::Green).convert<Plain>(), None) == Some);
+        QCOMPARE(valueOf(QtPromise::QPromise<Colour>::resolve(Colour::Green).convert<int>(), 0), 1);
+        QVERIFY(valueOf(QtPromise::QPromise<int>::resolve(1).convert<Colour>(), Colour::Red) ==
+                Colour::Green);
+        QVERIFY(valueOf(QtPromise::QPromise<Colour>::resolve(Colour::Green).convert<Plain>(), None) == Some);
     }
 
     void convertToVoidDropsTheValue()
     {
-        const QPromise<void> promise = QPromise<int>::resolve(1).convert<void>();
+        const QtPromise::QPromise<void> promise = QtPromise::QPromise<int>::resolve(1).convert<void>();
         QVERIFY(settles(promise));
         QVERIFY(promise.isFulfilled());
     }
 
     void convertToQVariantWrapsTheValue()
     {
-        QCOMPARE(valueOf(QPromise<int>::resolve(3).convert<QVariant>(), QVariant()), QVariant(3));
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(3).convert<QVariant>(), QVariant()), QVariant(3));
         const QVariant wrapped =
-            valueOf(QPromise<Registered>::resolve(Registered{4}).convert<QVariant>(), QVariant());
+            valueOf(QtPromise::QPromise<Registered>::resolve(Registered{4}).convert<QVariant>(), QVariant());
         QCOMPARE(wrapped.value<Registered>().value, 4);
-        QCOMPARE(valueOf(QPromise<QVariant>::resolve(5).convert<QVariant>(), QVariant()), QVariant(5));
+        QCOMPARE(valueOf(QtPromise::QPromise<QVariant>::resolve(5).convert<QVariant>(), QVariant()),
+                 QVariant(5));
     }
 
     void convertGoesThroughQVariantOtherwise()
     {
-        QCOMPARE(valueOf(QPromise<QString>::resolve("42").convert<int>(), 0), 42);
-        QCOMPARE(valueOf(QPromise<int>::resolve(42).convert<QString>(), QString()), QString("42"));
-        QCOMPARE(valueOf(QPromise<QVariant>::resolve(QString("7")).convert<int>(), 0), 7);
+        QCOMPARE(valueOf(QtPromise::QPromise<QString>::resolve("42").convert<int>(), 0), 42);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(42).convert<QString>(), QString()), QString("42"));
+        QCOMPARE(valueOf(QtPromise::QPromise<QVariant>::resolve(QString("7")).convert<int>(), 0), 7);
     }
 
     void aConversionThatFailsRejects()
     {
-        QVERIFY(
-            (rejectsWith<QPromiseConversionException>(QPromise<QString>::resolve("text").convert<int>())));
-        QVERIFY((
-            rejectsWith<QPromiseConversionException>(QPromise<QString>::resolve("x").convert<Registered>())));
+        QVERIFY((rejectsWith<QPromiseConversionException>(
+            QtPromise::QPromise<QString>::resolve("text").convert<int>())));
+        QVERIFY((rejectsWith<QPromiseConversionException>(
+            QtPromise::QPromise<QString>::resolve("x").convert<Registered>())));
     }
 
     void convertPassesARejection()
     {
-        QCOMPARE(reasonOf(QPromise<int>::reject(QString("no")).convert<QString>(), QString()), QString("no"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(QString("no")).convert<QString>(), QString()),
+                 QString("no"));
     }
 
     void theExceptionsAreQtExceptions()

@@ -13,21 +13,22 @@ private Q_SLOTS:
     void finallyRunsOnEitherOutcomeAndKeepsIt()
     {
         int calls = 0;
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).finally([&] { ++calls; }), 0), 1);
-        QCOMPARE(reasonOf(QPromise<int>::reject(2).finally([&] { ++calls; }), 0), 2);
-        QVERIFY(settles(QPromise<void>::resolve().finally([&] { ++calls; })));
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).finally([&] { ++calls; }), 0), 1);
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(2).finally([&] { ++calls; }), 0), 2);
+        QVERIFY(settles(QtPromise::QPromise<void>::resolve().finally([&] { ++calls; })));
         QCOMPARE(calls, 3);
     }
 
     void finallyIgnoresTheReturnValue()
     {
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).finally([] { return QString("ignored"); }), 0), 1);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).finally([] { return QString("ignored"); }), 0),
+                 1);
     }
 
     void finallyAwaitsAReturnedPromise()
     {
         Pending<QString> gate;
-        const auto promise = QPromise<int>::resolve(1).finally([&] { return gate.promise; });
+        const auto promise = QtPromise::QPromise<int>::resolve(1).finally([&] { return gate.promise; });
         for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
         }
@@ -39,69 +40,77 @@ private Q_SLOTS:
     void aFailureInFinallyReplacesTheOutcome()
     {
         const auto throwing = [] { throw QString("thrown"); };
-        const auto rejecting = [] { return QPromise<void>::reject(QString("rejected")); };
-        QCOMPARE(reasonOf(QPromise<int>::resolve(1).finally(throwing), QString()), QString("thrown"));
-        QCOMPARE(reasonOf(QPromise<int>::reject(1).finally(throwing), QString()), QString("thrown"));
-        QCOMPARE(reasonOf(QPromise<int>::resolve(1).finally(rejecting), QString()), QString("rejected"));
-        QCOMPARE(reasonOf(QPromise<int>::reject(1).finally(rejecting), QString()), QString("rejected"));
+        const auto rejecting = [] { return QtPromise::QPromise<void>::reject(QString("rejected")); };
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::resolve(1).finally(throwing), QString()),
+                 QString("thrown"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(1).finally(throwing), QString()),
+                 QString("thrown"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::resolve(1).finally(rejecting), QString()),
+                 QString("rejected"));
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(1).finally(rejecting), QString()),
+                 QString("rejected"));
     }
 
     void finallyAndTapAndTapFailTakeTwoPasses()
     {
-        QCOMPARE(passesToSettle(QPromise<int>::resolve(1).finally([] {})), 2);
-        QCOMPARE(passesToSettle(QPromise<int>::resolve(1).tap([] {})), 2);
-        QCOMPARE(passesToSettle(QPromise<int>::reject(1).tapFail([] {})), 2);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::resolve(1).finally([] {})), 2);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::resolve(1).tap([] {})), 2);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::reject(1).tapFail([] {})), 2);
     }
 
     void tapSeesTheValueAndKeepsIt()
     {
         int seen = 0;
-        QCOMPARE(valueOf(QPromise<int>::resolve(5).tap([&](int value) { seen = value; }), 0), 5);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(5).tap([&](int value) { seen = value; }), 0), 5);
         QCOMPARE(seen, 5);
-        QCOMPARE(valueOf(QPromise<int>::resolve(5).tap([] { return 9; }), 0), 5);
-        QVERIFY(settles(QPromise<void>::resolve().tap([] {})));
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(5).tap([] { return 9; }), 0), 5);
+        QVERIFY(settles(QtPromise::QPromise<void>::resolve().tap([] {})));
     }
 
     void tapIsSkippedByARejection()
     {
         bool called = false;
-        QCOMPARE(reasonOf(QPromise<int>::reject(3).tap([&](int) { called = true; }), 0), 3);
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(3).tap([&](int) { called = true; }), 0), 3);
         QVERIFY(!called);
     }
 
     void tapAwaitsAndItsFailureReplacesTheOutcome()
     {
         Pending<void> gate;
-        const auto promise = QPromise<int>::resolve(1).tap([&] { return gate.promise; });
+        const auto promise = QtPromise::QPromise<int>::resolve(1).tap([&] { return gate.promise; });
         for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
         }
         QVERIFY(promise.isPending());
         (*gate.reject)(QString("gate"));
         QCOMPARE(reasonOf(promise, QString()), QString("gate"));
-        QCOMPARE(reasonOf(QPromise<int>::resolve(1).tap([](int) { throw QString("thrown"); }), QString()),
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::resolve(1).tap([](int) { throw QString("thrown"); }),
+                          QString()),
                  QString("thrown"));
     }
 
     void tapFailSeesTheReasonAndKeepsIt()
     {
         int seen = 0;
-        QCOMPARE(reasonOf(QPromise<int>::reject(5).tapFail([&](int reason) { seen = reason; }), 0), 5);
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(5).tapFail([&](int reason) { seen = reason; }), 0),
+                 5);
         QCOMPARE(seen, 5);
-        QCOMPARE(reasonOf(QPromise<int>::reject(5).tapFail([] {}), 0), 5);
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(5).tapFail([] {}), 0), 5);
     }
 
     void tapFailIsSkippedByFulfilment()
     {
         bool called = false;
-        QCOMPARE(valueOf(QPromise<int>::resolve(3).tapFail([&] { called = true; }), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(3).tapFail([&] { called = true; }), 0), 3);
         QVERIFY(!called);
     }
 
     void tapFailThatDoesNotMatchIsSkipped()
     {
         bool called = false;
-        QCOMPARE(reasonOf(QPromise<int>::reject(3).tapFail([&](const std::exception&) { called = true; }), 0),
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(3).tapFail(
+                              [&](const std::exception&) { called = true; }),
+                          0),
                  3);
         QVERIFY(!called);
     }
@@ -109,20 +118,21 @@ private Q_SLOTS:
     void tapFailAwaitsAndItsFailureReplacesTheReason()
     {
         Pending<void> gate;
-        const auto promise = QPromise<int>::reject(1).tapFail([&] { return gate.promise; });
+        const auto promise = QtPromise::QPromise<int>::reject(1).tapFail([&] { return gate.promise; });
         for (int i = 0; i < 4; ++i) {
             QCoreApplication::sendPostedEvents();
         }
         QVERIFY(promise.isPending());
         (*gate.resolve)();
         QCOMPARE(reasonOf(promise, 0), 1);
-        QCOMPARE(reasonOf(QPromise<int>::reject(1).tapFail([](int) { throw QString("thrown"); }), QString()),
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(1).tapFail([](int) { throw QString("thrown"); }),
+                          QString()),
                  QString("thrown"));
     }
 
     void rethrowingInsideTapFailKeepsTheReason()
     {
-        QCOMPARE(reasonOf(QPromise<int>::reject(1).tapFail([] { throw; }), 0), 1);
+        QCOMPARE(reasonOf(QtPromise::QPromise<int>::reject(1).tapFail([] { throw; }), 0), 1);
     }
 };
 

@@ -47,7 +47,7 @@ private Q_SLOTS:
     void resolveOfAFutureIsPendingOnReturn()
     {
         const auto promise = QtPromise::resolve(finished(1));
-        QVERIFY((std::is_same<decltype(promise), const QPromise<int>>::value));
+        QVERIFY((std::is_same<decltype(promise), const QtPromise::QPromise<int>>::value));
         QVERIFY(promise.isPending());
         QCOMPARE(valueOf(promise, 0), 1);
         QVERIFY(QtPromise::resolve(cancelled()).isPending());
@@ -56,7 +56,7 @@ private Q_SLOTS:
     void aFutureOfVoidGivesAPromiseOfVoid()
     {
         const auto promise = QtPromise::resolve(QtConcurrent::run([] {}));
-        QVERIFY((std::is_same<decltype(promise), const QPromise<void>>::value));
+        QVERIFY((std::is_same<decltype(promise), const QtPromise::QPromise<void>>::value));
         QVERIFY(settles(promise));
         QVERIFY(promise.isFulfilled());
     }
@@ -97,12 +97,12 @@ private Q_SLOTS:
 
     void handlersMayReturnFutures()
     {
-        const QPromise<int> promise = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(1);
         const auto future = [](int value) { return QtConcurrent::run([value] { return value + 1; }); };
         const auto chained = promise.then(future);
-        QVERIFY((std::is_same<decltype(chained), const QPromise<int>>::value));
+        QVERIFY((std::is_same<decltype(chained), const QtPromise::QPromise<int>>::value));
         QCOMPARE(valueOf(chained, 0), 2);
-        QCOMPARE(valueOf(QPromise<int>::reject(1).fail([] { return finished(3); }), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::reject(1).fail([] { return finished(3); }), 0), 3);
         QCOMPARE(valueOf(QtPromise::attempt([] { return finished(4); }), 0), 4);
         QCOMPARE(
             valueOf(QtPromise::map(QVector<int>{5}, [](int v, int) { return finished(v); }), QVector<int>()),
@@ -112,19 +112,19 @@ private Q_SLOTS:
     void finallyAndTapsAndEachAwaitFutures()
     {
         const auto failing = [] { return QtConcurrent::run([] { throw Failure(); }); };
-        QVERIFY((rejectsWith<Failure>(QPromise<int>::resolve(1).finally(failing))));
-        QVERIFY((rejectsWith<Failure>(QPromise<int>::resolve(1).tap(failing))));
-        QVERIFY((rejectsWith<Failure>(QPromise<int>::reject(1).tapFail(failing))));
+        QVERIFY((rejectsWith<Failure>(QtPromise::QPromise<int>::resolve(1).finally(failing))));
+        QVERIFY((rejectsWith<Failure>(QtPromise::QPromise<int>::resolve(1).tap(failing))));
+        QVERIFY((rejectsWith<Failure>(QtPromise::QPromise<int>::reject(1).tapFail(failing))));
         QVERIFY(
             (rejectsWith<Failure>(QtPromise::each(QVector<int>{1}, [&](int, int) { return failing(); }))));
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).finally([] { return finished(2); }), 0), 1);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).finally([] { return finished(2); }), 0), 1);
     }
 
     void aThreadThatEndsBeforeTheFutureLeavesThePromisePending()
     {
         QFutureInterface<int> interface;
         interface.reportStarted();
-        std::promise<QPromise<int>> handedOver;
+        std::promise<QtPromise::QPromise<int>> handedOver;
         const std::unique_ptr<QThread> worker(
             QThread::create([&] { handedOver.set_value(QtPromise::resolve(interface.future())); }));
         worker->start();

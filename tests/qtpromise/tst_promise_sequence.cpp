@@ -41,9 +41,10 @@ private Q_SLOTS:
 
     void mapAwaitsPromisesAndAlwaysGivesAVector()
     {
-        const auto promise = QtPromise::map(
-            std::list<int>{1, 2}, [](int value, int) { return QPromise<int>::resolve(value * 10).delay(1); });
-        QVERIFY((std::is_same<decltype(promise), const QPromise<QVector<int>>>::value));
+        const auto promise = QtPromise::map(std::list<int>{1, 2}, [](int value, int) {
+            return QtPromise::QPromise<int>::resolve(value * 10).delay(1);
+        });
+        QVERIFY((std::is_same<decltype(promise), const QtPromise::QPromise<QVector<int>>>::value));
         QCOMPARE(valueOf(promise, Ints()), (Ints{10, 20}));
     }
 
@@ -64,14 +65,17 @@ private Q_SLOTS:
     void mapAcceptsAVariadicFunctor()
     {
         QCOMPARE(valueOf(QtPromise::map(Ints{1}, [](int value, ...) { return value + 1; }), Ints()), Ints{2});
-        QCOMPARE(valueOf(QPromise<Ints>::resolve({1}).map([](int value, ...) { return value + 1; }), Ints()),
-                 Ints{2});
+        QCOMPARE(
+            valueOf(QtPromise::QPromise<Ints>::resolve({1}).map([](int value, ...) { return value + 1; }),
+                    Ints()),
+            Ints{2});
     }
 
     void theMapMemberMapsTheValue()
     {
         QCOMPARE(
-            valueOf(QPromise<QList<int>>::resolve({1, 2}).map([](int v, int i) { return v + i; }), Ints()),
+            valueOf(QtPromise::QPromise<QList<int>>::resolve({1, 2}).map([](int v, int i) { return v + i; }),
+                    Ints()),
             (Ints{1, 3}));
     }
 
@@ -85,17 +89,19 @@ private Q_SLOTS:
     {
         const auto promise =
             QtPromise::filter(std::vector<int>{1, 2, 3, 4}, [](int value, int) { return value % 2 == 0; });
-        QVERIFY((std::is_same<decltype(promise), const QPromise<std::vector<int>>>::value));
+        QVERIFY((std::is_same<decltype(promise), const QtPromise::QPromise<std::vector<int>>>::value));
         QCOMPARE(valueOf(promise, std::vector<int>()), (std::vector<int>{2, 4}));
-        QCOMPARE(valueOf(QPromise<QList<int>>::resolve({1, 2}).filter([](int, int i) { return i == 0; }),
+        QCOMPARE(valueOf(QtPromise::QPromise<QList<int>>::resolve({1, 2}).filter(
+                             [](int, int i) { return i == 0; }),
                          QList<int>()),
                  QList<int>{1});
     }
 
     void filterAwaitsPromisesOfBool()
     {
-        const auto promise = QtPromise::filter(
-            Ints{1, 2}, [](int value, int) { return QPromise<bool>::resolve(value == 2).delay(1); });
+        const auto promise = QtPromise::filter(Ints{1, 2}, [](int value, int) {
+            return QtPromise::QPromise<bool>::resolve(value == 2).delay(1);
+        });
         QCOMPARE(valueOf(promise, Ints()), Ints{2});
     }
 
@@ -126,12 +132,12 @@ private Q_SLOTS:
     void eachAwaitsAndVisitsAllDespiteAThrow()
     {
         int visited = 0;
-        const auto promise = QPromise<Ints>::resolve({1, 2}).each([&](int value, int) {
+        const auto promise = QtPromise::QPromise<Ints>::resolve({1, 2}).each([&](int value, int) {
             ++visited;
             if (value == 1) {
                 throw QString("one");
             }
-            return QPromise<void>::resolve().delay(1);
+            return QtPromise::QPromise<void>::resolve().delay(1);
         });
         QCOMPARE(reasonOf(promise, QString()), QString("one"));
         QCOMPARE(visited, 2);
@@ -167,12 +173,12 @@ private Q_SLOTS:
                 if (++running != 1) {
                     throw QString("overlap");
                 }
-                return QPromise<QString>::resolve(accumulator + QString::number(value)).delay(1).tap([&] {
-                    --running;
-                });
+                return QtPromise::QPromise<QString>::resolve(accumulator + QString::number(value))
+                    .delay(1)
+                    .tap([&] { --running; });
             },
             QString("0"));
-        QVERIFY((std::is_same<decltype(promise), const QPromise<QString>>::value));
+        QVERIFY((std::is_same<decltype(promise), const QtPromise::QPromise<QString>>::value));
         QCOMPARE(valueOf(promise, QString()), QString("0123"));
         QCOMPARE(calls, QString("1/0 2/1 3/2 "));
     }
@@ -208,14 +214,18 @@ private Q_SLOTS:
     void reduceTakesPromisesAsItemsAndInitialValue()
     {
         const auto sum = [](int accumulator, int value, int) { return accumulator + value; };
-        const QVector<QPromise<int>> items{QPromise<int>::resolve(1).delay(1), QPromise<int>::resolve(2)};
+        const QVector<QtPromise::QPromise<int>> items{QtPromise::QPromise<int>::resolve(1).delay(1),
+                                                      QtPromise::QPromise<int>::resolve(2)};
         const auto first = QtPromise::reduce(items, sum);
-        QVERIFY((std::is_same<decltype(first), const QPromise<int>>::value));
+        QVERIFY((std::is_same<decltype(first), const QtPromise::QPromise<int>>::value));
         QCOMPARE(valueOf(first, 0), 3);
-        QCOMPARE(valueOf(QtPromise::reduce(items, sum, QPromise<int>::resolve(10)), 0), 13);
-        QCOMPARE(valueOf(QPromise<Ints>::resolve({1, 2}).reduce(sum), 0), 3);
-        QCOMPARE(valueOf(QPromise<Ints>::resolve({1, 2}).reduce(sum, 5), 0), 8);
-        QCOMPARE(valueOf(QPromise<Ints>::resolve({1, 2}).reduce(sum, QPromise<int>::resolve(6)), 0), 9);
+        QCOMPARE(valueOf(QtPromise::reduce(items, sum, QtPromise::QPromise<int>::resolve(10)), 0), 13);
+        QCOMPARE(valueOf(QtPromise::QPromise<Ints>::resolve({1, 2}).reduce(sum), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<Ints>::resolve({1, 2}).reduce(sum, 5), 0), 8);
+        QCOMPARE(valueOf(QtPromise::QPromise<Ints>::resolve({1, 2}).reduce(
+                             sum, QtPromise::QPromise<int>::resolve(6)),
+                         0),
+                 9);
     }
 
     void reduceStopsAfterARejection()
@@ -232,8 +242,9 @@ private Q_SLOTS:
         QCOMPARE(calls, 2);
 
         calls = 0;
-        const QVector<QPromise<int>> items{QPromise<int>::resolve(1), QPromise<int>::reject(QString("item")),
-                                           QPromise<int>::resolve(3)};
+        const QVector<QtPromise::QPromise<int>> items{QtPromise::QPromise<int>::resolve(1),
+                                                      QtPromise::QPromise<int>::reject(QString("item")),
+                                                      QtPromise::QPromise<int>::resolve(3)};
         QCOMPARE(reasonOf(QtPromise::reduce(items, failing, 0), QString()), QString("item"));
         QCOMPARE(calls, 1);
     }

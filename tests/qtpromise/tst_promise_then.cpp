@@ -18,9 +18,9 @@ struct Functor
     int operator()(int value) const { return value + 100; }
 };
 
-QPromise<int> failing(const QString& reason)
+QtPromise::QPromise<int> failing(const QString& reason)
 {
-    return QPromise<int>::reject(reason);
+    return QtPromise::QPromise<int>::reject(reason);
 }
 
 } // namespace
@@ -33,7 +33,7 @@ private Q_SLOTS:
     void aHandlerNeverRunsInsideThen()
     {
         bool ran = false;
-        QPromise<int>::resolve(1).then([&](int) { ran = true; });
+        QtPromise::QPromise<int>::resolve(1).then([&](int) { ran = true; });
         QVERIFY(!ran);
         QCoreApplication::sendPostedEvents();
         QVERIFY(ran);
@@ -69,16 +69,18 @@ private Q_SLOTS:
 
     void aHandlerTakesOnePass()
     {
-        QCOMPARE(passesToSettle(QPromise<int>::resolve(1).then([](int) {})), 1);
-        QCOMPARE(
-            passesToSettle(QPromise<int>::resolve(1).then([](int) { return QPromise<int>::resolve(2); })), 1);
-        QCOMPARE(passesToSettle(QPromise<int>::reject(1).fail([] { return 2; })), 1);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::resolve(1).then([](int) {})), 1);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::resolve(1).then(
+                     [](int) { return QtPromise::QPromise<int>::resolve(2); })),
+                 1);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::reject(1).fail([] { return 2; })), 1);
     }
 
     void aHandlerPostedFromAPassRunsInTheNext()
     {
         bool inner = false;
-        QPromise<void>::resolve().then([&] { QPromise<void>::resolve().then([&] { inner = true; }); });
+        QtPromise::QPromise<void>::resolve().then(
+            [&] { QtPromise::QPromise<void>::resolve().then([&] { inner = true; }); });
         QCoreApplication::sendPostedEvents();
         QVERIFY(!inner);
         QCoreApplication::sendPostedEvents();
@@ -87,7 +89,7 @@ private Q_SLOTS:
 
     void lambdasFunctionsFunctorsAndStdFunctionsAreHandlers()
     {
-        const QPromise<int> one = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> one = QtPromise::QPromise<int>::resolve(1);
         const std::function<int(int)> function = [](int value) { return value + 10; };
         Functor lvalue;
         const Functor constant;
@@ -103,7 +105,10 @@ private Q_SLOTS:
 
     void noexceptHandlersAreAccepted()
     {
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).then([](int value) noexcept { return value + 1; }), 0), 2);
+        QCOMPARE(
+            valueOf(QtPromise::QPromise<int>::resolve(1).then([](int value) noexcept { return value + 1; }),
+                    0),
+            2);
         QCOMPARE(valueOf(failing("x").fail([](const QString&) noexcept { return 3; }), 0), 3);
     }
 
@@ -111,15 +116,15 @@ private Q_SLOTS:
     {
         int seen = 0;
         auto counter = [calls = 0, &seen](int) mutable { seen = ++calls; };
-        QPromise<int>::resolve(1).then(counter);
-        QPromise<int>::resolve(1).then(counter);
+        QtPromise::QPromise<int>::resolve(1).then(counter);
+        QtPromise::QPromise<int>::resolve(1).then(counter);
         QCoreApplication::sendPostedEvents();
         QCOMPARE(seen, 1);
     }
 
     void aHandlerTakesTheValueByValueReferenceOrConversion()
     {
-        const QPromise<int> promise = QPromise<int>::resolve(3);
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(3);
         QCOMPARE(valueOf(promise.then([](int value) { return value; }), 0), 3);
         QCOMPARE(valueOf(promise.then([](const int& value) { return value; }), 0), 3);
         QCOMPARE(valueOf(promise.then([](double value) { return value; }), 0.0), 3.0);
@@ -128,23 +133,23 @@ private Q_SLOTS:
 
     void nullptrPassesTheOutcomeThrough()
     {
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).then(nullptr), 0), 1);
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).then(nullptr, [] { return 2; }), 0), 1);
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).then([](int) { return 3; }, nullptr), 0), 3);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).then(nullptr), 0), 1);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).then(nullptr, [] { return 2; }), 0), 1);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).then([](int) { return 3; }, nullptr), 0), 3);
         QCOMPARE(reasonOf(failing("x").then(nullptr, nullptr), QString()), QString("x"));
         QCOMPARE(reasonOf(failing("x").then([](int) { return 3; }, nullptr), QString()), QString("x"));
     }
 
     void theResultTypeComesFromTheFulfilledHandler()
     {
-        const QPromise<int> promise = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(1);
         static const QString text = QStringLiteral("text");
         const auto none = promise.then([](int) {});
         const auto stripped = promise.then([](int) -> const QString& { return text; });
-        const auto unwrapped = promise.then([](int) { return QPromise<double>::resolve(1.5); });
-        QVERIFY((std::is_same<decltype(none), const QPromise<void>>::value));
-        QVERIFY((std::is_same<decltype(stripped), const QPromise<QString>>::value));
-        QVERIFY((std::is_same<decltype(unwrapped), const QPromise<double>>::value));
+        const auto unwrapped = promise.then([](int) { return QtPromise::QPromise<double>::resolve(1.5); });
+        QVERIFY((std::is_same<decltype(none), const QtPromise::QPromise<void>>::value));
+        QVERIFY((std::is_same<decltype(stripped), const QtPromise::QPromise<QString>>::value));
+        QVERIFY((std::is_same<decltype(unwrapped), const QtPromise::QPromise<double>>::value));
         QCOMPARE(valueOf(stripped, QString()), text);
         QCOMPARE(valueOf(unwrapped, 0.0), 1.5);
     }
@@ -152,20 +157,22 @@ private Q_SLOTS:
     void aReturnedPromiseIsAdopted()
     {
         Pending<int> inner;
-        const auto outer = QPromise<void>::resolve().then([&] { return inner.promise; });
+        const auto outer = QtPromise::QPromise<void>::resolve().then([&] { return inner.promise; });
         QCoreApplication::sendPostedEvents();
         QVERIFY(outer.isPending());
         (*inner.resolve)(5);
         QVERIFY(outer.isFulfilled());
         QCOMPARE(valueOf(outer, 0), 5);
-        QCOMPARE(reasonOf(QPromise<void>::resolve().then([] { return failing("inner"); }), QString()),
-                 QString("inner"));
+        QCOMPARE(
+            reasonOf(QtPromise::QPromise<void>::resolve().then([] { return failing("inner"); }), QString()),
+            QString("inner"));
     }
 
     void aThrowingHandlerRejects()
     {
         QCOMPARE(
-            reasonOf(QPromise<int>::resolve(1).then([](int) -> int { throw QString("thrown"); }), QString()),
+            reasonOf(QtPromise::QPromise<int>::resolve(1).then([](int) -> int { throw QString("thrown"); }),
+                     QString()),
             QString("thrown"));
         QCOMPARE(reasonOf(failing("first").fail([]() -> int { throw QString("second"); }), QString()),
                  QString("second"));
@@ -182,26 +189,26 @@ private Q_SLOTS:
 
     void aPromiseOfVoidCallsItsHandlerWithoutArgument()
     {
-        QCOMPARE(valueOf(QPromise<void>::resolve().then([] { return 4; }), 0), 4);
+        QCOMPARE(valueOf(QtPromise::QPromise<void>::resolve().then([] { return 4; }), 0), 4);
     }
 
     void failReturnsToFulfilment()
     {
         QCOMPARE(valueOf(failing("x").fail([](const QString& reason) { return reason.size() + 1; }), 0), 2);
-        QCOMPARE(valueOf(failing("x").fail([] { return QPromise<int>::resolve(6); }), 0), 6);
-        QVERIFY(settles(QPromise<void>::reject(1).fail([] {})));
+        QCOMPARE(valueOf(failing("x").fail([] { return QtPromise::QPromise<int>::resolve(6); }), 0), 6);
+        QVERIFY(settles(QtPromise::QPromise<void>::reject(1).fail([] {})));
     }
 
     void aFailHandlerReturnsWhatConverts()
     {
         QCOMPARE(valueOf(failing("x").fail([] { return short(7); }), 0), 7);
-        QCOMPARE(valueOf(QPromise<QString>::reject(1).fail([] { return "text"; }), QString()),
+        QCOMPARE(valueOf(QtPromise::QPromise<QString>::reject(1).fail([] { return "text"; }), QString()),
                  QString("text"));
     }
 
     void aFailHandlerCatchesItsTypeAndBases()
     {
-        const auto promise = QPromise<int>::reject(std::out_of_range("x"));
+        const auto promise = QtPromise::QPromise<int>::reject(std::out_of_range("x"));
         QCOMPARE(valueOf(promise.fail([](const std::out_of_range&) { return 1; }), 0), 1);
         QCOMPARE(valueOf(promise.fail([](const std::exception&) { return 2; }), 0), 2);
         QCOMPARE(valueOf(promise.fail([](std::logic_error) { return 3; }), 0), 3);
@@ -209,7 +216,7 @@ private Q_SLOTS:
 
     void aFailHandlerDoesNotConvert()
     {
-        const auto promise = QPromise<int>::reject(short(1));
+        const auto promise = QtPromise::QPromise<int>::reject(short(1));
         QVERIFY(settles(promise.fail([](int) { return 0; })));
         QVERIFY((rejectsWith<short>(promise.fail([](int) { return 0; }))));
     }
@@ -243,13 +250,13 @@ private Q_SLOTS:
     void currentExceptionIsTheReason()
     {
         const auto promise =
-            failing("x").fail([] { return QPromise<int>::reject(std::current_exception()); });
+            failing("x").fail([] { return QtPromise::QPromise<int>::reject(std::current_exception()); });
         QCOMPARE(reasonOf(promise, QString()), QString("x"));
     }
 
     void thenOnAConstPromiseCompiles()
     {
-        const QPromise<int> promise = QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(1);
         QCOMPARE(valueOf(promise.then([](int value) { return value + 1; }, [] { return 0; }), 0), 2);
     }
 
@@ -269,7 +276,7 @@ private Q_SLOTS:
             bool eventFilter(QObject*, QEvent*) override { return true; }
         } swallow;
         bool ran = false;
-        QPromise<void>::resolve().then([&] { ran = true; });
+        QtPromise::QPromise<void>::resolve().then([&] { ran = true; });
         QCoreApplication::instance()->installEventFilter(&swallow);
         QCoreApplication::sendPostedEvents();
         QVERIFY(ran);

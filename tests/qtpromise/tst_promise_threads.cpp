@@ -65,7 +65,7 @@ private Q_SLOTS:
         std::atomic<bool> ranThere{false};
         const std::unique_ptr<QThread> worker(QThread::create([&] {
             QEventLoop loop;
-            QPromise<int>(pending.promise).then([&](int) {
+            QtPromise::QPromise<int>(pending.promise).then([&](int) {
                 ranThere = QThread::currentThread() == worker.get();
                 loop.quit();
             });
@@ -82,8 +82,9 @@ private Q_SLOTS:
     void anUndeliveredHandlerRunsWhileItsThreadEnds()
     {
         std::atomic<QThread*> ranOn{nullptr};
-        const std::unique_ptr<QThread> worker(QThread::create(
-            [&] { QPromise<int>::resolve(1).then([&](int) { ranOn = QThread::currentThread(); }); }));
+        const std::unique_ptr<QThread> worker(QThread::create([&] {
+            QtPromise::QPromise<int>::resolve(1).then([&](int) { ranOn = QThread::currentThread(); });
+        }));
         worker->start();
         QVERIFY(worker->wait(20000));
         QVERIFY(ranOn == worker.get());
@@ -93,9 +94,10 @@ private Q_SLOTS:
     {
         Pending<int> pending;
         bool ran = false;
-        std::unique_ptr<QPromise<void>> chained;
+        std::unique_ptr<QtPromise::QPromise<void>> chained;
         const std::unique_ptr<QThread> worker(QThread::create([&] {
-            chained = std::make_unique<QPromise<void>>(pending.promise.then([&](int) { ran = true; }));
+            chained =
+                std::make_unique<QtPromise::QPromise<void>>(pending.promise.then([&](int) { ran = true; }));
         }));
         worker->start();
         QVERIFY(worker->wait(20000));
@@ -148,7 +150,7 @@ private Q_SLOTS:
     void aHandlerOfASettledPromiseWithoutEventDispatcherWarnsOnce()
     {
         const LogCollector log;
-        std::thread([] { QPromise<int>::resolve(1).then([](int) {}); }).join();
+        std::thread([] { QtPromise::QPromise<int>::resolve(1).then([](int) {}); }).join();
         QCOMPARE(log.lines(), QStringList{noDispatcher});
     }
 
@@ -222,7 +224,7 @@ private Q_SLOTS:
             QSemaphore attached;
             const auto calls = std::make_shared<std::atomic<int>>(0);
             const std::unique_ptr<QThread> worker(QThread::create([&, calls] {
-                QPromise<QString>(pending.promise).then([calls](const QString&) { ++*calls; });
+                QtPromise::QPromise<QString>(pending.promise).then([calls](const QString&) { ++*calls; });
                 attached.release();
             }));
             worker->start();
@@ -238,10 +240,10 @@ private Q_SLOTS:
         for (int round = 0; round < 50; ++round) {
             Pending<int> pending;
             QSemaphore armed;
-            std::unique_ptr<QPromise<int>> output;
+            std::unique_ptr<QtPromise::QPromise<int>> output;
             const std::unique_ptr<QThread> worker(QThread::create([&] {
-                output = std::make_unique<QPromise<int>>(
-                    QPromise<int>(pending.promise).timeout(600000, QString("late")));
+                output = std::make_unique<QtPromise::QPromise<int>>(
+                    QtPromise::QPromise<int>(pending.promise).timeout(600000, QString("late")));
                 armed.release();
             }));
             worker->start();
@@ -261,12 +263,13 @@ private Q_SLOTS:
         std::vector<std::unique_ptr<QThread>> workers;
         for (int i = 0; i < 4; ++i) {
             workers.emplace_back(QThread::create([&] {
-                const auto done = QPromise<QString>(pending.promise).then([&](const QString& value) {
-                    const QString* expected = nullptr;
-                    if (first.compare_exchange_strong(expected, &value) || expected == &value) {
-                        ++same;
-                    }
-                });
+                const auto done =
+                    QtPromise::QPromise<QString>(pending.promise).then([&](const QString& value) {
+                        const QString* expected = nullptr;
+                        if (first.compare_exchange_strong(expected, &value) || expected == &value) {
+                            ++same;
+                        }
+                    });
                 ++attached;
                 done.wait();
             }));
@@ -284,10 +287,10 @@ private Q_SLOTS:
     {
         for (int round = 0; round < 50; ++round) {
             Pending<QString> pending;
-            auto handle = std::make_unique<QPromise<QString>>(std::move(pending.promise));
+            auto handle = std::make_unique<QtPromise::QPromise<QString>>(std::move(pending.promise));
             const auto read = handle->then([](const QString& value) { return value.size(); });
-            const auto failed = QPromise<QString>::reject(QString("reason %1").arg(round));
-            auto reason = std::make_unique<QPromise<QString>>(failed);
+            const auto failed = QtPromise::QPromise<QString>::reject(QString("reason %1").arg(round));
+            auto reason = std::make_unique<QtPromise::QPromise<QString>>(failed);
             std::thread ending([&] {
                 (*pending.resolve)(QString("value %1").arg(round));
                 handle.reset();
@@ -302,7 +305,7 @@ private Q_SLOTS:
     void allGathersFromManyThreads()
     {
         std::vector<Pending<QString>> inputs(8);
-        QVector<QPromise<QString>> promises;
+        QVector<QtPromise::QPromise<QString>> promises;
         for (const auto& input : inputs) {
             promises.push_back(input.promise);
         }

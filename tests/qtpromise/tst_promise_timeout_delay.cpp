@@ -41,23 +41,23 @@ private Q_SLOTS:
 
     void aSettledPromiseSettlesTheTimeoutAtOnce()
     {
-        const QPromise<int> input = QPromise<int>::resolve(1);
-        const QPromise<int> output = input.timeout(10);
+        const QtPromise::QPromise<int> input = QtPromise::QPromise<int>::resolve(1);
+        const QtPromise::QPromise<int> output = input.timeout(10);
         QVERIFY(output.isFulfilled());
         QVERIFY(output != input);
-        QVERIFY(QPromise<int>::reject(1).timeout(10).isRejected());
+        QVERIFY(QtPromise::QPromise<int>::reject(1).timeout(10).isRejected());
     }
 
     void theInputSettlesTheTimeoutSynchronously()
     {
         Pending<int> fulfilled;
-        const QPromise<int> one = fulfilled.promise.timeout(60000);
+        const QtPromise::QPromise<int> one = fulfilled.promise.timeout(60000);
         (*fulfilled.resolve)(3);
         QVERIFY(one.isFulfilled());
         QCOMPARE(valueOf(one, 0), 3);
 
         Pending<int> rejected;
-        const QPromise<int> two = rejected.promise.timeout(60000);
+        const QtPromise::QPromise<int> two = rejected.promise.timeout(60000);
         (*rejected.reject)(4);
         QCOMPARE(reasonOf(two, 0), 4);
     }
@@ -66,7 +66,7 @@ private Q_SLOTS:
     {
         const auto error = std::make_shared<int>(1);
         Pending<int> pending;
-        const QPromise<int> output = pending.promise.timeout(600000, error);
+        const QtPromise::QPromise<int> output = pending.promise.timeout(600000, error);
         QVERIFY(error.use_count() > 1);
         (*pending.resolve)(1);
         QCOMPARE(error.use_count(), 1L);
@@ -76,7 +76,7 @@ private Q_SLOTS:
     {
         const auto error = std::make_shared<int>(1);
         Pending<int> pending;
-        const QPromise<int> output = pending.promise.timeout(600000, error);
+        const QtPromise::QPromise<int> output = pending.promise.timeout(600000, error);
         std::thread([&] { (*pending.resolve)(1); }).join();
         QVERIFY(output.isFulfilled());
         QTRY_COMPARE(error.use_count(), 1L);
@@ -87,7 +87,7 @@ private Q_SLOTS:
         const auto captured = std::make_shared<int>(1);
         Pending<int> pending;
         {
-            const QPromise<int> output = pending.promise.timeout(1).tapFail([captured] {});
+            const QtPromise::QPromise<int> output = pending.promise.timeout(1).tapFail([captured] {});
             QVERIFY(settles(output));
         }
         QTRY_COMPARE(captured.use_count(), 1L);
@@ -97,7 +97,7 @@ private Q_SLOTS:
     void aTimerThatFiresFirstWins()
     {
         Pending<int> pending;
-        const QPromise<int> output = pending.promise.timeout(1);
+        const QtPromise::QPromise<int> output = pending.promise.timeout(1);
         QVERIFY(settles(output));
         (*pending.resolve)(1);
         QVERIFY(output.isRejected());
@@ -107,26 +107,26 @@ private Q_SLOTS:
     void aTimeoutOfAPromiseThatNobodyCanSettleStillFires()
     {
         QVERIFY((rejectsWith<QPromiseTimeoutException>(
-            QPromise<int>([](const QPromiseResolve<int>&) {}).timeout(1))));
+            QtPromise::QPromise<int>([](const QPromiseResolve<int>&) {}).timeout(1))));
     }
 
     void delayHoldsFulfilmentBack()
     {
         QElapsedTimer elapsed;
         elapsed.start();
-        QCOMPARE(valueOf(QPromise<int>::resolve(1).delay(40), 0), 1);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(1).delay(40), 0), 1);
         QVERIFY(elapsed.elapsed() >= 36); // coarse timers: 5 percent
-        QCOMPARE(valueOf(QPromise<int>::resolve(2).delay(std::chrono::milliseconds(1)), 0), 2);
+        QCOMPARE(valueOf(QtPromise::QPromise<int>::resolve(2).delay(std::chrono::milliseconds(1)), 0), 2);
     }
 
     void delayPassesARejectionAtOnce()
     {
-        QCOMPARE(passesToSettle(QPromise<int>::reject(1).delay(600000)), 1);
+        QCOMPARE(passesToSettle(QtPromise::QPromise<int>::reject(1).delay(600000)), 1);
     }
 
     void delayOfZeroIsAsynchronous()
     {
-        const QPromise<void> promise = QPromise<void>::resolve().delay(0);
+        const QtPromise::QPromise<void> promise = QtPromise::QPromise<void>::resolve().delay(0);
         QVERIFY(promise.isPending());
         QVERIFY(settles(promise));
         QVERIFY(promise.isFulfilled());
@@ -135,7 +135,7 @@ private Q_SLOTS:
     void delayStartsWhenTheInputFulfils()
     {
         Pending<int> pending;
-        const QPromise<int> promise = pending.promise.delay(1);
+        const QtPromise::QPromise<int> promise = pending.promise.delay(1);
         QCoreApplication::processEvents();
         QVERIFY(promise.isPending());
         (*pending.resolve)(1);
@@ -149,7 +149,7 @@ private Q_SLOTS:
         bool pendingBefore = false;
         bool fulfilledAfter = false;
         std::thread([&] {
-            const QPromise<int> output = pending.promise.timeout(1);
+            const QtPromise::QPromise<int> output = pending.promise.timeout(1);
             pendingBefore = output.isPending();
             (*pending.resolve)(1);
             fulfilledAfter = output.isFulfilled();

@@ -76,21 +76,22 @@ struct OneOfInt
     void operator()(const QPromiseResolve<int>&) const;
 };
 
-static_assert(!std::is_default_constructible<QPromise<int>>::value, "");
-static_assert(!std::is_default_constructible<QPromise<void>>::value, "");
-static_assert(!std::is_constructible<QPromise<void>, QPromise<int>>::value, "");
-static_assert(!std::is_constructible<QPromise<int>, QPromise<void>>::value, "");
-static_assert(!std::is_constructible<QPromise<int>, Nullary>::value, "");
-static_assert(!std::is_constructible<QPromise<int>, ByNonConstReference>::value, "");
-static_assert(!std::is_constructible<QPromise<int>, int>::value, "");
-static_assert(std::is_convertible<OneOfInt, QPromise<int>>::value, "");
-static_assert(std::is_convertible<void (*)(QPromiseResolve<int>), QPromise<int>>::value, "");
-static_assert(std::is_convertible<std::function<void(const QPromiseResolve<int>&)>, QPromise<int>>::value,
-              "");
-static_assert(std::is_convertible<QPromiseBase<int>, QPromise<int>>::value, "");
-static_assert(std::is_copy_constructible<QPromise<int>>::value, "");
+static_assert(!std::is_default_constructible<QtPromise::QPromise<int>>::value, "");
+static_assert(!std::is_default_constructible<QtPromise::QPromise<void>>::value, "");
+static_assert(!std::is_constructible<QtPromise::QPromise<void>, QtPromise::QPromise<int>>::value, "");
+static_assert(!std::is_constructible<QtPromise::QPromise<int>, QtPromise::QPromise<void>>::value, "");
+static_assert(!std::is_constructible<QtPromise::QPromise<int>, Nullary>::value, "");
+static_assert(!std::is_constructible<QtPromise::QPromise<int>, ByNonConstReference>::value, "");
+static_assert(!std::is_constructible<QtPromise::QPromise<int>, int>::value, "");
+static_assert(std::is_convertible<OneOfInt, QtPromise::QPromise<int>>::value, "");
+static_assert(std::is_convertible<void (*)(QPromiseResolve<int>), QtPromise::QPromise<int>>::value, "");
+static_assert(
+    std::is_convertible<std::function<void(const QPromiseResolve<int>&)>, QtPromise::QPromise<int>>::value,
+    "");
+static_assert(std::is_convertible<QPromiseBase<int>, QtPromise::QPromise<int>>::value, "");
+static_assert(std::is_copy_constructible<QtPromise::QPromise<int>>::value, "");
 static_assert(std::is_nothrow_move_assignable<QPromiseBase<int>>::value, "");
-static_assert(std::has_virtual_destructor<QPromise<int>>::value, "");
+static_assert(std::has_virtual_destructor<QtPromise::QPromise<int>>::value, "");
 
 using QtPromisePrivate::IsCallable;
 static_assert(IsCallable<const QPromiseResolve<int>&, int>::value, "");
@@ -99,7 +100,8 @@ static_assert(IsCallable<const QPromiseResolve<void>&>::value, "");
 static_assert(!IsCallable<const QPromiseResolve<int>&>::value, "resolve() is for void");
 static_assert(!IsCallable<const QPromiseResolve<void>&, int>::value, "resolve(value) is not for void");
 static_assert(!IsCallable<const QPromiseResolve<int>&, QString>::value, "the value must convert");
-static_assert(!IsCallable<const QPromiseResolve<int>&, QPromise<int>>::value, "a resolver adopts nothing");
+static_assert(!IsCallable<const QPromiseResolve<int>&, QtPromise::QPromise<int>>::value,
+              "a resolver adopts nothing");
 static_assert(IsCallable<const QPromiseReject<int>&>::value, "");
 static_assert(IsCallable<const QPromiseReject<int>&, const char (&)[4]>::value, "");
 
@@ -110,8 +112,8 @@ template <typename P>
 struct HasSequenceMembers<P, typename QtPromisePrivate::MakeVoid<decltype(std::declval<P>().each(
                                  std::declval<void (*)(int, int)>()))>::Type> : std::true_type
 {};
-static_assert(HasSequenceMembers<QPromise<QVector<int>>>::value, "");
-static_assert(!HasSequenceMembers<QPromise<void>>::value, "");
+static_assert(HasSequenceMembers<QtPromise::QPromise<QVector<int>>>::value, "");
+static_assert(!HasSequenceMembers<QtPromise::QPromise<void>>::value, "");
 
 } // namespace
 
@@ -167,45 +169,47 @@ private Q_SLOTS:
 
     void theResultTypesOfTheMembers()
     {
-        const auto p = QPromise<int>::resolve(1);
-        const auto s = QPromise<QVector<int>>::resolve({1});
+        const auto p = QtPromise::QPromise<int>::resolve(1);
+        const auto s = QtPromise::QPromise<QVector<int>>::resolve({1});
         const auto text = [](int, int) { return QString(); };
-        QVERIFY((same<QPromise<void>>(p.then([](int) {}))));
-        QVERIFY((same<QPromise<QString>>(p.then([] { return QString(); }, nullptr))));
-        QVERIFY((same<QPromise<int>>(p.then(nullptr))));
-        QVERIFY((same<QPromise<int>>(p.fail([] { return 0; }))));
-        QVERIFY((same<QPromise<int>>(p.finally([] {}))));
-        QVERIFY((same<QPromise<int>>(p.tap([] {}))));
-        QVERIFY((same<QPromise<int>>(p.tapFail([] {}))));
-        QVERIFY((same<QPromise<int>>(p.timeout(60000))));
-        QVERIFY((same<QPromise<int>>(p.delay(0))));
-        QVERIFY((same<QPromise<int>>(p.wait())));
-        QVERIFY((same<QPromise<double>>(p.convert<double>())));
-        QVERIFY((same<QPromise<QVector<int>>>(s.each(text))));
-        QVERIFY((same<QPromise<QVector<int>>>(s.filter([](int, int) { return true; }))));
-        QVERIFY((same<QPromise<QVector<QString>>>(s.map(text))));
-        QVERIFY((same<QPromise<int>>(s.reduce([](int a, int, int) { return a; }))));
-        QVERIFY((same<QPromise<double>>(s.reduce([](double a, int, int) { return a; }, 0.5))));
-        QVERIFY((same<QPromise<int>>(QPromiseBase<int>::reject(1))));
+        QVERIFY((same<QtPromise::QPromise<void>>(p.then([](int) {}))));
+        QVERIFY((same<QtPromise::QPromise<QString>>(p.then([] { return QString(); }, nullptr))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.then(nullptr))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.fail([] { return 0; }))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.finally([] {}))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.tap([] {}))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.tapFail([] {}))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.timeout(60000))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.delay(0))));
+        QVERIFY((same<QtPromise::QPromise<int>>(p.wait())));
+        QVERIFY((same<QtPromise::QPromise<double>>(p.convert<double>())));
+        QVERIFY((same<QtPromise::QPromise<QVector<int>>>(s.each(text))));
+        QVERIFY((same<QtPromise::QPromise<QVector<int>>>(s.filter([](int, int) { return true; }))));
+        QVERIFY((same<QtPromise::QPromise<QVector<QString>>>(s.map(text))));
+        QVERIFY((same<QtPromise::QPromise<int>>(s.reduce([](int a, int, int) { return a; }))));
+        QVERIFY((same<QtPromise::QPromise<double>>(s.reduce([](double a, int, int) { return a; }, 0.5))));
+        QVERIFY((same<QtPromise::QPromise<int>>(QPromiseBase<int>::reject(1))));
     }
 
     void theResultTypesOfTheFreeFunctions()
     {
         const std::list<int> list{1};
         const auto text = [](int, int) { return QString(); };
-        QVERIFY((same<QPromise<int>>(QtPromise::resolve(1))));
-        QVERIFY((same<QPromise<void>>(QtPromise::resolve())));
-        QVERIFY((same<QPromise<int>>(QtPromise::resolve(QPromise<int>::resolve(1)))));
-        QVERIFY((same<QPromise<QVector<int>>>(QtPromise::all(std::vector<QPromise<int>>()))));
-        QVERIFY((same<QPromise<void>>(QtPromise::all(std::list<QPromise<void>>()))));
-        QVERIFY((same<QPromise<void>>(QtPromise::attempt([] {}))));
-        QVERIFY(
-            (same<QPromise<int>>(QtPromise::attempt([](int a) { return QPromise<int>::resolve(a); }, 1))));
-        QVERIFY((same<QPromise<std::list<int>>>(QtPromise::each(list, text))));
-        QVERIFY((same<QPromise<QVector<QString>>>(QtPromise::map(list, text))));
-        QVERIFY((same<QPromise<std::list<int>>>(QtPromise::filter(list, [](int, int) { return true; }))));
-        QVERIFY((same<QPromise<int>>(QtPromise::reduce(list, [](int a, int, int) { return a; }))));
-        QVERIFY((same<QPromise<int>>(QtPromise::reduce(
+        QVERIFY((same<QtPromise::QPromise<int>>(QtPromise::resolve(1))));
+        QVERIFY((same<QtPromise::QPromise<void>>(QtPromise::resolve())));
+        QVERIFY((same<QtPromise::QPromise<int>>(QtPromise::resolve(QtPromise::QPromise<int>::resolve(1)))));
+        QVERIFY((same<QtPromise::QPromise<QVector<int>>>(
+            QtPromise::all(std::vector<QtPromise::QPromise<int>>()))));
+        QVERIFY((same<QtPromise::QPromise<void>>(QtPromise::all(std::list<QtPromise::QPromise<void>>()))));
+        QVERIFY((same<QtPromise::QPromise<void>>(QtPromise::attempt([] {}))));
+        QVERIFY((same<QtPromise::QPromise<int>>(
+            QtPromise::attempt([](int a) { return QtPromise::QPromise<int>::resolve(a); }, 1))));
+        QVERIFY((same<QtPromise::QPromise<std::list<int>>>(QtPromise::each(list, text))));
+        QVERIFY((same<QtPromise::QPromise<QVector<QString>>>(QtPromise::map(list, text))));
+        QVERIFY((same<QtPromise::QPromise<std::list<int>>>(
+            QtPromise::filter(list, [](int, int) { return true; }))));
+        QVERIFY((same<QtPromise::QPromise<int>>(QtPromise::reduce(list, [](int a, int, int) { return a; }))));
+        QVERIFY((same<QtPromise::QPromise<int>>(QtPromise::reduce(
             list, [](int a, int, int) { return a; }, 2))));
     }
 };

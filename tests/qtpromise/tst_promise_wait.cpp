@@ -18,18 +18,18 @@ class TestPromiseWait : public QObject
 private Q_SLOTS:
     void waitReturnsTheSamePromiseSettled()
     {
-        const QPromise<int> promise = QPromise<int>::resolve(1).delay(1);
-        const QPromise<int> waited = promise.wait();
+        const QtPromise::QPromise<int> promise = QtPromise::QPromise<int>::resolve(1).delay(1);
+        const QtPromise::QPromise<int> waited = promise.wait();
         QVERIFY(waited == promise);
         QVERIFY(waited.isFulfilled());
-        QVERIFY(QPromise<int>::resolve(1).delay(1).then([](int) { throw 1; }).wait().isRejected());
+        QVERIFY(QtPromise::QPromise<int>::resolve(1).delay(1).then([](int) { throw 1; }).wait().isRejected());
     }
 
     void waitOnASettledPromiseProcessesNothing()
     {
         bool ran = false;
-        QPromise<void>::resolve().then([&] { ran = true; });
-        QPromise<int>::resolve(1).wait();
+        QtPromise::QPromise<void>::resolve().then([&] { ran = true; });
+        QtPromise::QPromise<int>::resolve(1).wait();
         QVERIFY(!ran);
         QCoreApplication::sendPostedEvents();
         QVERIFY(ran);
@@ -38,7 +38,7 @@ private Q_SLOTS:
     void aHandlerHasRunOnceItsOwnPromiseIsWaitedFor()
     {
         int value = 0;
-        QPromise<int>::resolve(1).delay(1).then([&](int v) { value = v; }).wait();
+        QtPromise::QPromise<int>::resolve(1).delay(1).then([&](int v) { value = v; }).wait();
         QCOMPARE(value, 1);
     }
 
@@ -55,7 +55,7 @@ private Q_SLOTS:
     {
         QStringList seen;
         Pending<void> pending;
-        QPromise<void>::resolve().then([&] { seen << "handler"; });
+        QtPromise::QPromise<void>::resolve().then([&] { seen << "handler"; });
         QTimer::singleShot(1, [&] {
             seen << "timer";
             (*pending.resolve)();
@@ -67,8 +67,8 @@ private Q_SLOTS:
     void waitIsReentrant()
     {
         bool inner = false;
-        const QPromise<void> outer = QPromise<void>::resolve().then(
-            [&] { inner = QPromise<int>::resolve(1).delay(1).wait().isFulfilled(); });
+        const QtPromise::QPromise<void> outer = QtPromise::QPromise<void>::resolve().then(
+            [&] { inner = QtPromise::QPromise<int>::resolve(1).delay(1).wait().isFulfilled(); });
         outer.wait();
         QVERIFY(inner);
         QVERIFY(outer.isFulfilled());
@@ -98,7 +98,7 @@ private Q_SLOTS:
         QPointer<QObject> before = new QObject;
         before->deleteLater();
         QPointer<QObject> released = new QObject;
-        QPromise<int>::resolve(1).delay(1).finally([&] { released->deleteLater(); }).wait();
+        QtPromise::QPromise<int>::resolve(1).delay(1).finally([&] { released->deleteLater(); }).wait();
         QVERIFY(before.isNull());
         QVERIFY(released.isNull());
     }
@@ -109,7 +109,7 @@ private Q_SLOTS:
         QEventLoop loop;
         QTimer::singleShot(0, [&] {
             QPointer<QObject> released = new QObject;
-            QPromise<int>::resolve(1).delay(1).finally([&] { released->deleteLater(); }).wait();
+            QtPromise::QPromise<int>::resolve(1).delay(1).finally([&] { released->deleteLater(); }).wait();
             gone = released.isNull();
             loop.quit();
         });
@@ -120,7 +120,7 @@ private Q_SLOTS:
     void aDeferredDeleteThatSettlesThePromiseEndsTheWait()
     {
         auto* const sender = new QObject;
-        const QPromise<QString> promise = QtPromise::connect(sender, &QObject::objectNameChanged);
+        const QtPromise::QPromise<QString> promise = QtPromise::connect(sender, &QObject::objectNameChanged);
         QTimer::singleShot(0, [&] {
             sender->deleteLater();
             // Takes the wake-up that the deferred delete posted, and leaves the delete to the wait: the time
@@ -135,7 +135,7 @@ private Q_SLOTS:
 
     void waitSleepsWhileNothingHappens()
     {
-        const QPromise<void> promise = QPromise<void>::resolve().delay(400);
+        const QtPromise::QPromise<void> promise = QtPromise::QPromise<void>::resolve().delay(400);
         const std::clock_t before = std::clock();
         promise.wait();
         const double seconds = double(std::clock() - before) / CLOCKS_PER_SEC;
@@ -148,7 +148,7 @@ private Q_SLOTS:
         std::atomic<bool> waiting{false};
         bool fulfilled = false;
         std::thread waiter([&] {
-            const QPromise<int> promise = pending.promise;
+            const QtPromise::QPromise<int> promise = pending.promise;
             waiting = true;
             fulfilled = promise.wait().isFulfilled();
         });
@@ -162,8 +162,8 @@ private Q_SLOTS:
     {
         Pending<int> pending;
         std::atomic<bool> fulfilled{false};
-        const std::unique_ptr<QThread> thread(
-            QThread::create([&] { fulfilled = QPromise<int>(pending.promise).wait().isFulfilled(); }));
+        const std::unique_ptr<QThread> thread(QThread::create(
+            [&] { fulfilled = QtPromise::QPromise<int>(pending.promise).wait().isFulfilled(); }));
         thread->start();
         (*pending.resolve)(1);
         QVERIFY(thread->wait(20000));

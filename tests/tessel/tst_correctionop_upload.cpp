@@ -23,7 +23,6 @@
 using Krelm::Communicator::HttpDevice::HttpJsonPackage;
 using Krelm::Communicator::HttpDevice::HttpMethod;
 using Krelm::Communicator::HttpDevice::HttpProxy;
-using QtPromise::QPromise;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
@@ -38,8 +37,8 @@ Correctionop* correction()
 const List table{Map{{"x", 1}}};
 const QStringList cabinets{"7", "8"};
 
-using ListUpload = QPromise<bool> (Correctionop::*)(const QString&, const List&);
-using CabinetUpload = QPromise<Map> (Correctionop::*)(const QString&, const QString&, const List&);
+using ListUpload = QtPromise::QPromise<bool> (Correctionop::*)(const QString&, const List&);
+using CabinetUpload = QtPromise::QPromise<Map> (Correctionop::*)(const QString&, const QString&, const List&);
 using BlockingUpload = bool (Correctionop::*)(const QString&, const QString&, const List&, Map&);
 using Preparation = void (Correctionop::*)(HttpJsonPackage*, const Map&);
 

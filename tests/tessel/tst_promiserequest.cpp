@@ -16,7 +16,6 @@
 #include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
-using QtPromise::QPromise;
 using Tessel::DeviceInfo;
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
@@ -29,7 +28,7 @@ const QString device = QStringLiteral("wall");
 enum class Outcome { Pending, Fulfilled, ArgumentsError, Undefined, Other };
 
 template <class T>
-Outcome outcomeOf(const QPromise<T>& promise)
+Outcome outcomeOf(const QtPromise::QPromise<T>& promise)
 {
     Outcome outcome = Outcome::Pending;
     promise.then([&](const T&) { outcome = Outcome::Fulfilled; })
@@ -80,7 +79,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, routeKey);
         QFETCH(QString, deviceKey);
-        const QPromise<DeviceInfo> promise = PromiseRequest(routeKey).getRecord<DeviceInfo>(deviceKey);
+        const QtPromise::QPromise<DeviceInfo> promise =
+            PromiseRequest(routeKey).getRecord<DeviceInfo>(deviceKey);
         QVERIFY(promise.isRejected());
         QVERIFY(outcomeOf(promise) == Outcome::ArgumentsError);
         QCOMPARE(m_engine->count(), 0);
@@ -297,7 +297,7 @@ private Q_SLOTS:
             handledOn = std::this_thread::get_id();
             handled = true;
         };
-        std::optional<QPromise<bool>> promise;
+        std::optional<QtPromise::QPromise<bool>> promise;
         const std::vector<ObjectFate> made = objectFatesDuring([&] {
             promise = answered
                           ? PromiseRequest::answer<bool>(

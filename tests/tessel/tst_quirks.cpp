@@ -11,8 +11,8 @@
 
 namespace {
 
-const char* const libraries[] = {"tessel",    "interfaces", "communicator", "zephserializer", "json",
-                                 "qtpromise", "operations", "simulator",    "tesselctl"};
+const char* const libraries[] = {"tessel", "interfaces", "communicator", "zephserializer", "json",
+                                 "files",  "qtpromise",  "operations",   "simulator",      "tesselctl"};
 const char* const parts[] = {"Operations", "Expected", "What happens", "Relied on", "Tagged in"};
 
 QStringList allSources()

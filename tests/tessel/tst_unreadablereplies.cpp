@@ -8,6 +8,7 @@
 #include <tessel/correctionop.h>
 #include <tessel/envelopes/rawresponse.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 #include <tessel/records/deviceinfo.h>
 
 #include <QtTest>

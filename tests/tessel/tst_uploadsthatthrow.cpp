@@ -15,7 +15,6 @@
 #include <thread>
 
 using Krelm::Communicator::HttpDevice::HttpProxy;
-using QtPromise::QPromise;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
@@ -33,7 +32,7 @@ const QString cid = QStringLiteral("1");
 using Upload = std::function<QString(const List& table)>;
 
 template <class Result>
-QString outcomeOf(const QPromise<Result>& promise)
+QString outcomeOf(const QtPromise::QPromise<Result>& promise)
 {
     QString outcome = QStringLiteral("fulfilled");
     promise.then([](const Result&) {})
@@ -43,14 +42,14 @@ QString outcomeOf(const QPromise<Result>& promise)
     return outcome;
 }
 
-Upload whole(QPromise<bool> (Correctionop::*upload)(const QString&, const List&))
+Upload whole(QtPromise::QPromise<bool> (Correctionop::*upload)(const QString&, const List&))
 {
     return [upload](const List& table) {
         return outcomeOf((Correctionop::getInstance()->*upload)(device, table));
     };
 }
 
-Upload cabinet(QPromise<Map> (Correctionop::*upload)(const QString&, const QString&, const List&))
+Upload cabinet(QtPromise::QPromise<Map> (Correctionop::*upload)(const QString&, const QString&, const List&))
 {
     return [upload](const List& table) {
         return outcomeOf((Correctionop::getInstance()->*upload)(device, cid, table));

@@ -50,8 +50,8 @@ public:
     Run finish()
     {
         Run run;
-        const int patience = 60000;
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit) {
+        const int timeout = 60000;
+        if (process.waitForFinished(timeout) && process.exitStatus() == QProcess::NormalExit) {
             run.code = process.exitCode();
         }
         run.out = process.readAllStandardOutput();

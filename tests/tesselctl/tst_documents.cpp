@@ -110,6 +110,13 @@ private Q_SLOTS:
     void whatIsDocumentedExists()
     {
         QString helps = helpOf(TESSELCTL_PROGRAM, {});
+        const QString page = textOf("docs/commandline.md");
+        const QString table = page.section("\n| subcommand |", 1).section("\n\n", 0, 0);
+        const QStringList documentedCommands = matchesIn(table, "\n\\| `([a-z]+)");
+        QVERIFY(documentedCommands.size() > 7);
+        for (const QString& command : documentedCommands) {
+            QVERIFY2(listedIn(helps, "Subcommands").contains(command), qPrintable(command));
+        }
         for (const QString& command : listedIn(helps, "Subcommands")) {
             const QString help = helpOf(TESSELCTL_PROGRAM, {command});
             helps += help;
@@ -117,7 +124,7 @@ private Q_SLOTS:
                 helps += helpOf(TESSELCTL_PROGRAM, {command, subcommand});
             }
         }
-        for (const QString& option : matchesIn(textOf("docs/commandline.md"), "`(--[a-z-]+)`")) {
+        for (const QString& option : matchesIn(page, "`(--[a-z-]+)`")) {
             QVERIFY2(optionsIn(helps).contains(option) || option == "--help", qPrintable(option));
         }
 

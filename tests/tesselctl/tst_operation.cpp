@@ -12,7 +12,6 @@
 #include <stdexcept>
 
 using namespace Tessel::Operations;
-using QtPromise::QPromise;
 
 /// An operator with one operation per signature of interest.
 class Operator : public QObject
@@ -70,41 +69,44 @@ public:
         Q_UNUSED(deviceKey)
         return force && number == 7;
     }
-    QPromise<Tessel::DeviceInfo> record(const QString& deviceKey)
+    QtPromise::QPromise<Tessel::DeviceInfo> record(const QString& deviceKey)
     {
         Tessel::DeviceInfo info;
         info.name = deviceKey;
         return later(info);
     }
-    QPromise<QList<Tessel::DeviceInfo>> records(const QString& deviceKey)
+    QtPromise::QPromise<QList<Tessel::DeviceInfo>> records(const QString& deviceKey)
     {
         Tessel::DeviceInfo info;
         info.mac = deviceKey;
         return later(QList<Tessel::DeviceInfo>{info});
     }
-    QPromise<int> number(const QString& deviceKey) { return later(static_cast<int>(deviceKey.size())); }
-    QPromise<void> nothing(const QString& deviceKey)
+    QtPromise::QPromise<int> number(const QString& deviceKey)
+    {
+        return later(static_cast<int>(deviceKey.size()));
+    }
+    QtPromise::QPromise<void> nothing(const QString& deviceKey)
     {
         Q_UNUSED(deviceKey)
-        return QPromise<void>::resolve();
+        return QtPromise::QPromise<void>::resolve();
     }
-    QPromise<int> refuse(const QString& reason)
+    QtPromise::QPromise<int> refuse(const QString& reason)
     {
         if (reason == "text") {
-            return QPromise<int>::reject("arguments error");
+            return QtPromise::QPromise<int>::reject("arguments error");
         }
         if (reason == "exception") {
-            return QPromise<int>::reject(std::runtime_error("thrown"));
+            return QtPromise::QPromise<int>::reject(std::runtime_error("thrown"));
         }
-        return QPromise<int>{[](const QtPromise::QPromiseResolve<int>& /*resolve*/,
-                                const QtPromise::QPromiseReject<int>& reject) { reject(); }};
+        return QtPromise::QPromise<int>{[](const QtPromise::QPromiseResolve<int>& /*resolve*/,
+                                           const QtPromise::QPromiseReject<int>& reject) { reject(); }};
     }
 
 private:
     template <class Value>
-    static QPromise<Value> later(const Value& value)
+    static QtPromise::QPromise<Value> later(const Value& value)
     {
-        return QPromise<Value>{[&](const QtPromise::QPromiseResolve<Value>& resolve) {
+        return QtPromise::QPromise<Value>{[&](const QtPromise::QPromiseResolve<Value>& resolve) {
             QTimer::singleShot(0, [resolve, value] { resolve(value); });
         }};
     }
@@ -134,8 +136,8 @@ private Q_SLOTS:
     void aPromiseOfRecordsIsAListOfMaps();
     void aPromiseOfAPlainValueIsThatValue();
     void aPromiseOfNothingSucceeds();
-    void aRejectionTellsItsReason_data();
-    void aRejectionTellsItsReason();
+    void aRejectionTellsItsError_data();
+    void aRejectionTellsItsError();
     void namesInTheListAreUniqueUpToOverloads();
     void everyRowOfTheListIsComplete();
 };
@@ -215,7 +217,7 @@ void TestOperation::everyOutputTypeComesBack()
 
 void TestOperation::anInOutParameterIsWrittenAndReturned()
 {
-    const Operation row = operation("change", &Operator::change, {"deviceKey", "inout items"});
+    const Operation row = operation("change", &Operator::change, {"deviceKey", inout("items")});
     QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QCOMPARE(row.outputNames(), std::vector<QString>{"items"});
     QCOMPARE(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs,
@@ -224,7 +226,7 @@ void TestOperation::anInOutParameterIsWrittenAndReturned()
 
 void TestOperation::anOutputThatIsOnlyReadIsAnInput()
 {
-    const Operation row = operation("change", &Operator::change, {"deviceKey", "in items"});
+    const Operation row = operation("change", &Operator::change, {"deviceKey", in("items")});
     QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QVERIFY(row.outputNames().empty());
     QVERIFY(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs.isEmpty());
@@ -287,7 +289,7 @@ void TestOperation::aPromiseOfNothingSucceeds()
     QVERIFY(result.outputs.isEmpty());
 }
 
-void TestOperation::aRejectionTellsItsReason_data()
+void TestOperation::aRejectionTellsItsError_data()
 {
     QTest::addColumn<QString>("reason");
     QTest::addColumn<QString>("told");
@@ -299,14 +301,14 @@ void TestOperation::aRejectionTellsItsReason_data()
                           << "";
 }
 
-void TestOperation::aRejectionTellsItsReason()
+void TestOperation::aRejectionTellsItsError()
 {
     QFETCH(QString, reason);
     QFETCH(QString, told);
     const CallResult result = operation("refuse", &Operator::refuse, {"reason"}).invoke({reason});
     QVERIFY(!result.succeeded);
     QVERIFY(result.outputs.isEmpty());
-    QCOMPARE(result.reason, told);
+    QCOMPARE(result.error, told);
 }
 
 void TestOperation::namesInTheListAreUniqueUpToOverloads()
@@ -329,6 +331,18 @@ void TestOperation::everyRowOfTheListIsComplete()
         }
         QVERIFY2(names.size() == static_cast<int>(one.parameters.size()), qPrintable(one.usage()));
         QVERIFY2(!names.contains(QString()), qPrintable(one.usage()));
+        for (const Parameter& parameter : one.parameters) {
+            const QString text = one.usage() + ": " + parameter.name;
+            // A row's parameter says what it is by its function, such as in(), and not in its name.
+            QVERIFY2(!parameter.name.contains(' '), qPrintable(text));
+            const bool isOutput = parameter.direction != Parameter::In;
+            QVERIFY2(isOutput || parameter.source == Parameter::Body, qPrintable(text));
+            // A body holds neither a status nor texts alone.
+            const bool holdsHeaders = isOutput && parameter.type == ValueType::TextMap;
+            QVERIFY2(holdsHeaders == (parameter.source == Parameter::ResponseHeaders), qPrintable(text));
+            const bool holdsStatus = isOutput && parameter.type == ValueType::Integer;
+            QVERIFY2(holdsStatus == (parameter.source == Parameter::HttpStatus), qPrintable(text));
+        }
     }
 }
 

@@ -36,12 +36,12 @@ public:
     template <typename F, QtPromisePrivate::Requires<QtPromisePrivate::Executor<T, F>::isValid> = 0>
     QPromiseBase(F executor); // NOLINT(google-explicit-constructor)
 
-    QPromiseBase(const QPromiseBase<T>&) = default;
+    QPromiseBase(const QPromiseBase<T>&) = default; ///< another handle of the same state
     /// A moved-from handle can only be assigned to or destroyed.
     QPromiseBase(QPromiseBase<T>&&) noexcept = default;
     virtual ~QPromiseBase() = default;
 
-    QPromiseBase<T>& operator=(const QPromiseBase<T>&) = default;
+    QPromiseBase<T>& operator=(const QPromiseBase<T>&) = default;     ///< as the copy constructor
     QPromiseBase<T>& operator=(QPromiseBase<T>&&) noexcept = default; ///< as the move constructor
 
     bool operator==(const QPromiseBase<T>& other) const
@@ -119,6 +119,7 @@ public:
     static QPromise<T> reject(E&& error);
 
 protected:
+    /// @cond private
     friend struct QtPromisePrivate::PromiseAccess;
 
     using StatePtr = std::shared_ptr<QtPromisePrivate::PromiseState<T>>;
@@ -128,6 +129,7 @@ protected:
     {}
 
     StatePtr m_state;
+    /// @endcond
 };
 
 /// A promise of a value of type T, which may be move-only.

@@ -25,7 +25,7 @@ public:
     int count() const
     {
         const std::lock_guard<std::mutex> lock(m_list->mutex);
-        return m_list->connections.count();
+        return int(m_list->connections.count());
     }
 
     /// Cuts all connections and empties the list.
@@ -53,7 +53,7 @@ private:
         {
             if (!connections.isEmpty()) {
                 qCWarning(QtPromisePrivate::promiseLog, "QPromiseConnections ends with %d connections left",
-                          connections.count());
+                          int(connections.count()));
                 disconnect();
             }
         }

@@ -11,7 +11,9 @@ namespace QtPromise {
 class QPromiseCanceledException : public QException
 {
 public:
+    /// Throws a copy.
     void raise() const override { throw *this; }
+    /// A copy that the caller owns.
     QPromiseCanceledException* clone() const override { return new QPromiseCanceledException(*this); }
 };
 
@@ -19,7 +21,9 @@ public:
 class QPromiseContextException : public QException
 {
 public:
+    /// Throws a copy.
     void raise() const override { throw *this; }
+    /// A copy that the caller owns.
     QPromiseContextException* clone() const override { return new QPromiseContextException(*this); }
 };
 
@@ -27,7 +31,9 @@ public:
 class QPromiseConversionException : public QException
 {
 public:
+    /// Throws a copy.
     void raise() const override { throw *this; }
+    /// A copy that the caller owns.
     QPromiseConversionException* clone() const override { return new QPromiseConversionException(*this); }
 };
 
@@ -35,7 +41,9 @@ public:
 class QPromiseTimeoutException : public QException
 {
 public:
+    /// Throws a copy.
     void raise() const override { throw *this; }
+    /// A copy that the caller owns.
     QPromiseTimeoutException* clone() const override { return new QPromiseTimeoutException(*this); }
 };
 
@@ -43,7 +51,9 @@ public:
 class QPromiseUndefinedException : public QException
 {
 public:
+    /// Throws a copy.
     void raise() const override { throw *this; }
+    /// A copy that the caller owns.
     QPromiseUndefinedException* clone() const override { return new QPromiseUndefinedException(*this); }
 };
 

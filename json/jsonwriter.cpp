@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/json/jsonwriter.h>
+#include "json/jsonwriter.h"
 
 #include <QCborArray>
 #include <QCborMap>
@@ -129,7 +129,7 @@ void Writer::number(double value)
         number(qlonglong(value));
     } else {
         const QByteArray digits = QByteArray::number(value, 'f', QLocale::FloatingPointShortest);
-        literal(digits.constData(), digits.size());
+        literal(digits.constData(), int(digits.size()));
     }
 }
 

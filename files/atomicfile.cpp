@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/atomicfile.h"
+#include "files/atomicfile.h"
 
 #include <QFileInfo>
 
 #include <cerrno>
 #include <unistd.h>
 
-namespace Krelm::Communicator::HttpDevice {
+namespace Tessel::Files {
 
 AtomicFile::AtomicFile(const QString& path)
     : m_file(path)
 {}
 
-bool AtomicFile::fail(const QString& reason)
+bool AtomicFile::fail(const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return false;
 }
 
@@ -23,7 +23,7 @@ bool AtomicFile::open()
     // A file in place of a device or a pipe would take it away from everybody else.
     const QFileInfo earlier(m_file.fileName());
     if (earlier.exists() && !earlier.isFile() && !earlier.isDir()) {
-        return fail(QStringLiteral("is no regular file"));
+        return fail(QStringLiteral("not a regular file"));
     }
     return m_file.open(QIODevice::WriteOnly) || fail(m_file.errorString());
 }
@@ -51,4 +51,4 @@ bool AtomicFile::commit()
     return m_file.commit() || fail(m_file.errorString());
 }
 
-} // namespace Krelm::Communicator::HttpDevice
+} // namespace Tessel::Files

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <tessel/frames/request.h>
+#include <tessel/frames/instancesready.h>
 
 #include <tessel/allurlresource.h>
+
+#include <communicator/httpproxy.h>
 
 #include <QDebug>
 
@@ -18,25 +20,10 @@ void logSystemError(const CallSite& site, const char* message)
 
 } // namespace
 
-QString routePath(const char* routeKey)
-{
-    return routePath(QString(QLatin1String(routeKey)));
-}
-
-QString routePath(const QString& routeKey)
-{
-    return AllUrlResource::getUrl(routeKey);
-}
-
-bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
-{
-    return copyElementWhere(
-        list, [wanted = QVariant(id)](const QVariant& found) { return wanted == found; }, out);
-}
-
 bool instancesReady(const CallSite& site, const char* tableMessage)
 {
-    return instancesReady(site, tableMessage, AllUrlResource::getInstance(), HttpProxy::getInstance());
+    return instancesReady(site, tableMessage, AllUrlResource::getInstance(),
+                          Krelm::Communicator::HttpDevice::HttpProxy::getInstance());
 }
 
 bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable, const void* proxy)

@@ -1,33 +1,27 @@
 // SPDX-License-Identifier: MIT
-#include <simulator/iothreads.h>
-#include <simulator/simulator.h>
+//
+// Apart from what serves: CLI11 takes the compiler longer than all the rest of the program.
+#include <simulator/program/arguments.h>
 
 #include <CLI/CLI.hpp>
 
-#include <csignal>
-#include <cstdio>
 #include <map>
-#include <memory>
 #include <string>
-#include <vector>
 
+namespace Tessel::Simulator {
 namespace {
 
-using namespace Tessel::Simulator;
+enum ExitCode { Success = 0, BadArguments = 2 };
 
-enum ExitCode { Success = 0, CannotListen = 1, BadArguments = 2 };
-
-struct Arguments
+/// What CLI11 reads as std::string.
+struct Texts
 {
-    Options options;
-    int devices = 1;
-    int threads = 1;
     std::string bind = "127.0.0.1";
     std::string name;
     std::string customName;
 };
 
-void declare(CLI::App& app, Arguments& arguments)
+void declare(CLI::App& app, Arguments& arguments, Texts& texts)
 {
     Options& options = arguments.options;
     std::map<std::string, Protocol> kinds;
@@ -47,9 +41,9 @@ void declare(CLI::App& app, Arguments& arguments)
         ->check(CLI::Range(1, 16));
     app.add_option("--inputs", options.inputs, "Video inputs")->check(CLI::Range(1, 256));
     app.add_option("--seed", options.seed, "Serial numbers, temperatures and the like follow from it");
-    app.add_option("--name", arguments.name, "Model name");
-    app.add_option("--custom-name", arguments.customName, "Name that the user of the device gave");
-    app.add_option("--bind", arguments.bind, "IP address to listen on")
+    app.add_option("--name", texts.name, "Model name");
+    app.add_option("--custom-name", texts.customName, "Name that the user of the device gave");
+    app.add_option("--bind", texts.bind, "IP address to listen on")
         ->check(CLI::ValidIPV4 | CLI::Validator(
                                      [](std::string& text) {
                                          return text.find(':') == std::string::npos ? "no IP address"
@@ -68,63 +62,29 @@ void declare(CLI::App& app, Arguments& arguments)
     app.add_flag("--control", options.control, "Serve the control interface under /sim/");
 }
 
-bool startAll(const Arguments& arguments, std::vector<std::unique_ptr<Simulator>>& simulators)
-{
-    const auto threads = std::make_shared<IoThreads>(arguments.threads);
-    for (int i = 0; i < arguments.devices; ++i) {
-        Options options = arguments.options;
-        options.seed += static_cast<quint32>(i);
-        if (options.port != 0) {
-            options.port = static_cast<quint16>(options.port + i);
-        }
-        simulators.push_back(std::make_unique<Simulator>(options, threads));
-        if (!simulators.back()->start()) {
-            std::fprintf(stderr, "tessel-sim: %s\n", qPrintable(simulators.back()->errorString()));
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
-int main(int argc, char** argv)
+bool parseArguments(int argc, char** argv, Arguments& arguments, int& exitCode)
 {
-    Arguments arguments;
     CLI::App app(
         "The controller of an LED wall in software. Prints one base URL per controller when it is ready, "
         "and runs until SIGINT or SIGTERM.",
         "tessel-sim");
-    declare(app, arguments);
+    Texts texts;
+    declare(app, arguments, texts);
     try {
         app.parse(argc, argv);
         if (arguments.options.port + arguments.devices > 65536) {
             throw CLI::ValidationError("--devices", "the ports end at 65535");
         }
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? Success : BadArguments;
+        exitCode = app.exit(error) == 0 ? Success : BadArguments;
+        return false;
     }
-    arguments.options.bindAddress = QString::fromStdString(arguments.bind);
-    arguments.options.name = QString::fromLocal8Bit(arguments.name.c_str());
-    arguments.options.customName = QString::fromLocal8Bit(arguments.customName.c_str());
-
-    // Blocked here and so in all threads that follow: the signals wait for sigwait().
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-
-    std::vector<std::unique_ptr<Simulator>> simulators;
-    if (!startAll(arguments, simulators)) {
-        return CannotListen;
-    }
-    for (const auto& simulator : simulators) {
-        std::printf("%s\n", qPrintable(simulator->baseUrl()));
-    }
-    std::fflush(stdout);
-
-    int received = 0;
-    sigwait(&signals, &received);
-    return Success;
+    arguments.options.bindAddress = QString::fromStdString(texts.bind);
+    arguments.options.name = QString::fromLocal8Bit(texts.name.c_str());
+    arguments.options.customName = QString::fromLocal8Bit(texts.customName.c_str());
+    return true;
 }
+
+} // namespace Tessel::Simulator

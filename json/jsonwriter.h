@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef COMMUNICATOR_JSON_JSONWRITER_H
-#define COMMUNICATOR_JSON_JSONWRITER_H
-
-#include <communicator/communicatorexport.h>
+#ifndef JSON_JSONWRITER_H
+#define JSON_JSONWRITER_H
 
 #include <QByteArray>
 #include <QVariant>
@@ -15,16 +13,16 @@ constexpr int maxSize = 0x7fffffff - 64 * 1024;
 /// Why there is no text.
 enum class Unwritable { TooDeep, TooLong };
 /// The same for people, behind the name of what was to be written.
-COMMUNICATOR_EXPORT const char* textOf(Unwritable why);
+const char* textOf(Unwritable why);
 
-/// Writes @p value as compact JSON in UTF-8. Internal to the transport; may be called from any thread.
+/// Writes @p value as compact JSON in UTF-8. May be called from any thread.
 ///
 /// Every type becomes what QJsonDocument makes of it, members in the order of their keys, with two
 /// differences: integers are exact beyond 2^53, and a @p value that is neither map nor list is written as the
 /// value that it is.
 /// @return an empty array, which is no JSON text, when @p value nests deeper than 1024 levels or its text is
 /// longer than @p limit, which is at most `maxSize`; @p why, if given, then tells which.
-COMMUNICATOR_EXPORT QByteArray write(const QVariant& value, Unwritable* why = nullptr, int limit = maxSize);
+QByteArray write(const QVariant& value, Unwritable* why = nullptr, int limit = maxSize);
 
 } // namespace Krelm::Communicator::Json
 
