@@ -25,10 +25,10 @@ RequestLimits requestLimits()
 {
     RequestLimits limits{normalLimit, daemonLimit};
     if (limits.normal == 0) {
-        limits.normal = static_cast<int>(descriptorBudget(4, 1));
+        limits.normal = static_cast<int>(descriptorBudget(4));
     }
     if (limits.daemon == 0) {
-        limits.daemon = static_cast<int>(descriptorBudget(16, 1));
+        limits.daemon = static_cast<int>(descriptorBudget(16));
     }
     return limits;
 }

@@ -21,12 +21,6 @@ constexpr std::size_t maxNameLimit = std::size_t(64) << 20;
 
 __extension__ using Wide = unsigned __int128;
 
-std::uint64_t fold(std::uint64_t a, std::uint64_t b)
-{
-    const Wide product = Wide(a) * b;
-    return std::uint64_t(product) ^ std::uint64_t(product >> 64);
-}
-
 bool readHex(const char* digits, char16_t& out)
 {
     unsigned value{};
@@ -48,7 +42,7 @@ bool readHex(const char* digits, char16_t& out)
     return true;
 }
 
-// The escape behind a backslash; moves @p p behind it.
+// Decodes the escape after a backslash, and moves @p p past it.
 bool readEscape(const char*& p, const char* end, char16_t& out)
 {
     if (p == end) {
@@ -90,36 +84,16 @@ bool readEscape(const char*& p, const char* end, char16_t& out)
     }
 }
 
-// Whether @p raw is ASCII without a backslash.
-bool isVerbatim(std::string_view raw)
-{
-    constexpr std::uint64_t lowBits = 0x0101010101010101U;
-    constexpr std::uint64_t highBits = 0x8080808080808080U;
-    constexpr std::uint64_t backslashes = lowBits * '\\';
-    std::uint64_t found = 0;
-    std::size_t i = 0;
-    for (; i + 8 <= raw.size(); i += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, raw.data() + i, 8);
-        // The high bit of a byte is set by the byte itself, or by a byte that was a backslash.
-        const std::uint64_t difference = word ^ backslashes;
-        found |= word | ((difference - lowBits) & ~difference);
-    }
-    for (; i < raw.size(); ++i) {
-        found |= raw[i] == '\\' ? highBits : static_cast<unsigned char>(raw[i]);
-    }
-    return (found & highBits) == 0;
-}
-
 } // namespace
 
 bool decodeString(std::string_view raw, QString& out)
 {
-    if (isVerbatim(raw)) {
-        out = QString::fromLatin1(raw.data(), int(raw.size()));
+    // The parser has checked that the text is UTF-8, but not its escapes. QString would pass over a
+    // byte-order mark in front.
+    if (raw.find('\\') == std::string_view::npos && raw.substr(0, 3) != "\xEF\xBB\xBF") {
+        out = QString::fromUtf8(raw.data(), int(raw.size()));
         return true;
     }
-    // The parser has checked that the text is UTF-8, but not its escapes.
     QVarLengthArray<char16_t, 512> units;
     const char* p = raw.data();
     const char* const end = p + raw.size();
@@ -154,7 +128,7 @@ bool decodeString(std::string_view raw, QString& out)
 KeyTable::KeyTable()
     : m_nodes(3)
     , m_slots(initialSlots)
-    , m_secret(QRandomGenerator::global()->generate64() | 1)
+    , m_secret(QRandomGenerator::global()->generate64())
 {
     m_nodes[flatRoot].flat = true;
 }
@@ -171,28 +145,22 @@ void KeyTable::end()
     }
 }
 
-KeyTable::Id KeyTable::elementScope(Id key)
-{
-    if (m_nodes[key].elements == 0) {
-        m_nodes[key].elements = Id(m_nodes.size());
-        m_nodes.emplace_back();
-    }
-    return m_nodes[key].elements;
-}
-
-// Keys come from the network: the secret keeps a device from choosing keys that collide.
+// Keys come from the network; the secret prevents a device from choosing keys that collide.
 std::uint32_t KeyTable::hash(Id scope, std::string_view raw) const
 {
-    std::uint64_t state = fold(m_secret ^ scope, 0x9e3779b97f4a7c15U ^ raw.size());
-    while (raw.size() >= 8) {
+    std::uint64_t state = m_secret;
+    const auto mix = [&](std::uint64_t word) {
+        const Wide product = Wide(state ^ word) * m_secret;
+        state = std::uint64_t(product) ^ std::uint64_t(product >> 64);
+    };
+    mix(scope);
+    while (!raw.empty()) {
         std::uint64_t word = 0;
-        std::memcpy(&word, raw.data(), 8);
-        state = fold(state ^ word, m_secret);
-        raw.remove_prefix(8);
+        const std::size_t size = std::min(raw.size(), sizeof word);
+        std::memcpy(&word, raw.data(), size);
+        mix(word);
+        raw.remove_prefix(size);
     }
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, raw.data(), raw.size());
-    state = fold(state ^ rest, m_secret);
     return std::uint32_t(state ^ state >> 32);
 }
 
@@ -207,8 +175,8 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
     std::string_view text(raw, std::size_t(close - raw));
     QByteArray canonical;
     if (!plain) {
-        // However a key is escaped, it is the same key. One with a lone surrogate has no UTF-8; its UTF-16
-        // behind a byte that UTF-8 never has stands for it.
+        // A key is the same however it is escaped. One with a lone surrogate has no UTF-8; it is represented
+        // by its UTF-16 after a byte that never occurs in UTF-8.
         QString key;
         if (!decodeString(text, key)) {
             return 0;
@@ -274,7 +242,7 @@ void KeyTable::grow()
     m_slots.swap(slots);
 }
 
-// A key's values count from its last occurrence on, and so do those of every key within it.
+// A key's values count from its last occurrence on, as do those of every key within it.
 bool KeyTable::isValid(Id key, std::uint64_t object, std::size_t position) const
 {
     for (; m_nodes[key].object == object; key = m_nodes[key].scope) {
@@ -313,7 +281,7 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     const auto name = [&](std::uint32_t i) -> const QString& { return m_nodes[shape.keys[i]].name; };
     std::sort(shape.order.begin(), shape.order.end(), [&](std::uint32_t left, std::uint32_t right) {
         const int order = name(left).compare(name(right));
-        return order != 0 ? order < 0 : left > right;
+        return order < 0 || (order == 0 && left > right);
     });
     const auto sameName = [&](std::uint32_t left, std::uint32_t right) { return name(left) == name(right); };
     shape.order.erase(std::unique(shape.order.begin(), shape.order.end(), sameName), shape.order.end());

@@ -17,9 +17,10 @@ namespace {
 
 constexpr int pollMilliseconds = 1000; // libcurl returns earlier for its own timers
 
+// libcurl writes into it as long as the handle is there, of a TLS connection to its end.
 using ErrorText = std::array<char, CURL_ERROR_SIZE>;
 
-// As libcurl does it, except that programs which the process starts do not inherit the connection.
+// Like libcurl's default, except that child processes do not inherit the connection.
 curl_socket_t openSocket(void* /*self*/, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -31,20 +32,17 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     CURL* const easy = curl_easy_init();
     curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L);
     curl_easy_setopt(easy, CURLOPT_URL, device.baseUrl.constData());
-    curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_SSL_ENABLE_ALPN, 0L);
     curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
-    // Without it the end of a handle waits for a name lookup that still hangs.
+    // Without this, destroying a handle waits for a name lookup that hangs.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    // 0 would stand for no limit at all.
+    // 0 would mean no limit.
     const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-    error[0] = '\0';
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
 
     const DeviceEndpoint& endpoint = device.endpoint;
@@ -54,8 +52,7 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     if (!endpoint.pinnedKey.isEmpty()) {
         curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, endpoint.pinnedKey.toLatin1().constData());
     }
-    // A pinned key alone says which device is meant; its certificate is then commonly signed by the device
-    // itself.
+    // A pinned key identifies the device by itself, and the certificate is then usually self-signed.
     const bool pinOnly = !endpoint.pinnedKey.isEmpty() && endpoint.caFile.isEmpty();
     if (!endpoint.verifyTls || pinOnly) {
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
@@ -80,14 +77,14 @@ int socketOf(CURL* easy)
     return socket;
 }
 
-/// The connection that @p easy has opened. @p release ends the handle, at once when there is no TLS.
+/// The connection that @p easy has opened. @p release destroys the handle, immediately if there is no TLS.
 ConnectResult opened(const Device& device, CURL* easy, std::function<void()> release)
 {
     ConnectResult result;
     const int socket = socketOf(easy);
     if (!device.isTls) {
-        // The socket is all there is to the connection: keeping it alone spares the memory of the handle.
-        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, 0);
+        // The connection needs only the socket; keeping no more than that saves the memory of the handle.
+        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, socket);
         release();
         if (own >= 0) {
             result.connection = std::make_unique<Connection>(own);
@@ -95,7 +92,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
         }
     } else {
         result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
-        // Also has libcurl know from now on that the connection is in use.
+        // This also makes libcurl treat the connection as being in use from now on.
         char byte{};
         if (result.connection->receive(&byte, sizeof byte).status == Connection::Status::Waiting) {
             return result;
@@ -103,7 +100,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
         result.connection.reset();
     }
     result.state = IHttpVersionTrigger::Broken;
-    result.error = QStringLiteral("the connection was lost as soon as it was open");
+    result.error = QStringLiteral("the connection was lost right after it was opened");
     return result;
 }
 
@@ -111,16 +108,16 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
-    ErrorText error;
+    const auto error = std::make_shared<ErrorText>();
     CURLM* const multi = newMulti();
-    CURL* const easy = newHandle(device, limit, error);
-    const auto release = [multi, easy] {
+    CURL* const easy = newHandle(device, limit, *error);
+    const auto release = [multi, easy, error] {
         curl_multi_remove_handle(multi, easy);
         curl_easy_cleanup(easy);
         curl_multi_cleanup(multi);
     };
     curl_multi_add_handle(multi, easy);
-    bool aborted = false;
+    bool aborted{};
     const auto setMulti = [&](CURLM* connecting) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_multi = connecting;
@@ -147,11 +144,10 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         return result;
     }
     if (message->data.result != CURLE_OK) {
-        ConnectResult result = failure(message->data.result, error);
+        ConnectResult result = failure(message->data.result, *error);
         release();
         return result;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     return opened(device, easy, release);
 }
 
@@ -167,11 +163,11 @@ void BlockingConnector::abort()
 struct Connector::Pending
 {
     std::shared_ptr<const Device> device;
-    ErrorText error;
+    std::shared_ptr<ErrorText> error = std::make_shared<ErrorText>();
     Done done;
 };
 
-// libcurl must never close a connection to make room: what it takes for idle ones are ours.
+// libcurl must never close a connection to make room, because those that it considers idle are in use by us.
 Connector::Connector(IoLoop& loop)
     : m_multi(loop, 1L << 20)
 {}
@@ -189,7 +185,7 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
     auto pending = std::make_unique<Pending>();
     pending->device = device;
     pending->done = std::move(done);
-    CURL* const easy = newHandle(*device, limit, pending->error);
+    CURL* const easy = newHandle(*device, limit, *pending->error);
     m_pending.emplace(easy, std::move(pending));
     m_multi.add(easy, [this, easy](CURLcode code) { finished(easy, code); });
     return easy;
@@ -206,17 +202,16 @@ void Connector::finished(CURL* easy, CURLcode code)
 {
     auto node = m_pending.extract(easy);
     const std::unique_ptr<Pending> pending = std::move(node.mapped());
-    const auto release = [this, easy] {
+    const auto release = [this, easy, error = pending->error] {
         m_multi.remove(easy);
         curl_easy_cleanup(easy);
     };
     if (code != CURLE_OK) {
-        ConnectResult result = failure(code, pending->error);
+        ConnectResult result = failure(code, *pending->error);
         release();
         pending->done(std::move(result));
         return;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     pending->done(opened(*pending->device, easy, release));
 }
 

@@ -14,9 +14,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A length that a reply merely claims reserves no more than this.
+// The maximum that is reserved for an announced length.
 constexpr qint64 maxReserve = 1 << 20;
-// Room behind the text, which spares the JSON reader a copy.
+// Room after the text, which saves the JSON reader a copy.
 constexpr qint64 padding = 64;
 
 // Whether @p text begins as a JSON object or list does.
@@ -27,7 +27,7 @@ bool beginsAsContainer(const QByteArray& text)
     return first != std::string_view::npos && (view[first] == '{' || view[first] == '[');
 }
 
-// Of all replies that are coming in, on all threads.
+// Of all replies being received, on all threads.
 std::atomic<qint64> bodiesInMemory{0};
 
 } // namespace
@@ -45,7 +45,9 @@ ReplyReader::~ReplyReader()
 bool ReplyReader::countBody(qint64 size)
 {
     m_counted += size;
-    return bodiesInMemory.fetch_add(size) + size <= m_limits.allBodiesBytes;
+    // The large replies of one device must not fail the small ones of another.
+    return bodiesInMemory.fetch_add(size) + size <= m_limits.allBodiesBytes ||
+           m_counted <= m_limits.smallBodyBytes;
 }
 
 void ReplyReader::uncountBody()
@@ -78,10 +80,9 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<AtomicFile>(path);
+    m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
-        m_file.reset();
         return false;
     }
     return true;
@@ -107,7 +108,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::Http
 IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
 {
     return fail(IHttpVersionTrigger::FileFailure,
-                QStringLiteral("the destination cannot be written: ") + m_file->error());
+                QStringLiteral("cannot write the destination: ") + m_file->error());
 }
 
 bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)
@@ -120,7 +121,7 @@ void ReplyReader::responseField(std::string_view name, std::string_view value)
 {
     const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
-    // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
+    // Lines of the same name, in any case, form one list (RFC 9110, "Field Order").
     const auto earlier = findHeader(m_headers, spelled);
     if (earlier == m_headers.cend()) {
         m_headers.insert(spelled, text);
@@ -138,10 +139,11 @@ bool ReplyReader::responseHead(const ResponseParser::Head& head)
     if (m_length > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
-    // A part of something would pass for the whole.
+    // A partial reply would be mistaken for the whole.
     if (m_status == 206) {
-        return breakOff(fail(IHttpVersionTrigger::Broken,
-                             QStringLiteral("the device sent a part (206), which nobody asked for")));
+        return breakOff(
+            fail(IHttpVersionTrigger::Broken,
+                 QStringLiteral("the device sent a partial reply (206), which was not requested")));
     }
     return true;
 }
@@ -157,8 +159,9 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
         return m_file->write(bytes, size) || breakOff(failFile());
     }
     if (!countBody(size)) {
-        return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
-                             QStringLiteral("the replies that are coming in together are too large")));
+        return breakOff(
+            fail(IHttpVersionTrigger::LimitExceeded,
+                 QStringLiteral("the replies being received together exceed their common limit")));
     }
     if (m_body.isEmpty()) {
         m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
@@ -208,16 +211,18 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     default:
         return fail(IHttpVersionTrigger::Broken,
                     !m_parser.hasBegun() ? QStringLiteral("the connection ended without a reply")
-                    : m_headComplete     ? QStringLiteral("the connection ended within the reply's body")
-                                         : QStringLiteral("the connection ended within the reply's head"));
+                    : m_headComplete
+                        ? QStringLiteral("the connection ended in the middle of the reply's body")
+                        : QStringLiteral("the connection ended in the middle of the reply's head"));
     }
     if (!hasSuccessStatus()) {
         return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(m_status));
     }
-    // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
-    // whether it was.
+    // A body delimited only by the end of the connection may be truncated anywhere; a JSON text shows whether
+    // it is.
     if (m_untilClose && (m_file || !JsonText::isComplete(m_body))) {
-        return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
+        return fail(IHttpVersionTrigger::Broken,
+                    QStringLiteral("the reply has no length and may be truncated"));
     }
     if (m_file && !m_file->commit()) {
         return failFile();

@@ -12,11 +12,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// As many as a group of inputs has, so that it lasts no longer than its slowest reply.
+// The size of a group of inputs, so that a group takes no longer than its slowest reply.
 constexpr size_t maxPerDevice = 64;
-// Exchanges kept for reuse, which spares their making; they hold no connection.
+// Exchange objects kept for reuse, which saves creating them; they hold no connection.
 constexpr size_t maxIdle = 64;
-// Connections kept to one device: what a group has opened serves the next one.
+// Idle connections kept per device, so that the next group can use those that a group has opened.
 constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
@@ -76,7 +76,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
     startRunnable();
 }
 
-// A device is in the list once at most, however much waits for it.
+// A device is in the list at most once, however many exchanges are waiting for it.
 void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
 {
     if (!queue.isRunnable && !queue.waiting.empty()) {
@@ -85,7 +85,7 @@ void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
     }
 }
 
-// Half of what is left for each: a few devices that never answer cannot take all.
+// Half of the remaining connections for each, so that a few devices which never answer cannot take all.
 RequestQueue::Room RequestQueue::roomFor(const DeviceQueue& queue, size_t connections) const
 {
     const size_t ofDevice = queue.underWay.size();
@@ -112,12 +112,12 @@ void RequestQueue::tellLimit(size_t connections)
 void RequestQueue::startRunnable()
 {
     if (m_isStarting) {
-        return; // whoever is starting sees what is new
+        return; // the call that is already starting exchanges sees the new ones
     }
     m_isStarting = true;
     const size_t connections = m_maxConnections();
     bool limited = false;
-    // One round without a start is enough: nothing changes by itself.
+    // One round without a start is enough, because nothing changes by itself.
     for (size_t refused = 0; refused < m_runnable.size();) {
         if (m_underWay >= 2 * connections) {
             limited = true;
@@ -126,9 +126,6 @@ void RequestQueue::startRunnable()
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
         const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
-        if (!queue) {
-            continue;
-        }
         queue->isRunnable = false;
         const Room room = queue->waiting.empty() ? Room::DeviceIsBusy : roomFor(*queue, connections);
         if (room == Room::Free) {
@@ -179,10 +176,10 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
 }
 
 void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
-                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(outcome, reason));
+        finished(deviceKey, job, job->exchange->breakOff(outcome, error));
         return;
     }
     m_loop.stopTimer(job->timer);
@@ -196,7 +193,7 @@ void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
         markRunnable(deviceKey, *queue);
     }
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, outcome, reason, job->started));
+    job->done(failWithoutSending(job->request, outcome, error, job->started));
     startRunnable();
 }
 
@@ -259,10 +256,10 @@ void RequestQueue::cancelAll(const QString& deviceKey)
     endAllOf(deviceKey, cancelledError());
 }
 
-void RequestQueue::endAllOf(const QString& deviceKey, const QString& reason)
+void RequestQueue::endAllOf(const QString& deviceKey, const QString& error)
 {
     if (const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey)) {
-        endAll(*queue, reason);
+        endAll(*queue, error);
         forgetIfIdle(deviceKey);
         startRunnable();
     }
@@ -279,18 +276,18 @@ RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
     return all;
 }
 
-void RequestQueue::endAll(DeviceQueue& queue, const QString& reason)
+void RequestQueue::endAll(DeviceQueue& queue, const QString& error)
 {
     const Jobs waiting = takeWaiting(queue);
     Jobs underWay = std::exchange(queue.underWay, {});
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, reason, job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, error, job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, reason));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, error));
     }
 }
 

@@ -6,9 +6,9 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// How many things that take @p each file descriptors may use a @p share th of what the process may open:
+/// The number of connections that may use 1/@p share of the file descriptors that the process may open;
 /// between 16 and 4096.
-size_t descriptorBudget(size_t share, size_t each);
+size_t descriptorBudget(size_t share);
 
 } // namespace Krelm::Communicator::HttpDevice
 

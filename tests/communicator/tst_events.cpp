@@ -12,6 +12,7 @@
 #include <QLoggingCategory>
 #include <QtTest>
 
+#include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -36,7 +37,7 @@ EventTimings quickTimings()
     return timings;
 }
 
-/// The channels, and what they told this thread.
+/// The channels, and what they reported to this thread.
 struct Listening : QObject
 {
     explicit Listening(const EventTimings& timings = quickTimings())
@@ -106,6 +107,51 @@ private Q_SLOTS:
         QCOMPARE(received[0].target, QByteArray("/api/v1/events"));
         QCOMPARE(received[0].headers.value("accept"), QByteArray("text/event-stream"));
         QVERIFY(!received[0].headers.contains("last-event-id"));
+    }
+
+    void aStreamThatIsClosedIsNeverWokenAgain()
+    {
+        EventTimings timings = quickTimings();
+        timings.connect = 100ms;
+        timings.firstDelay = 1ms;
+        timings.longestDelay = 1ms;
+        MisbehavingServer server(Mode::ResetOnAccept);
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_VERIFY(server.connections() >= 3);
+        listening.channels.close(wall, {});
+        // Whatever it left is due before this.
+        std::promise<void> later;
+        listening.loop->run([&] {
+            listening.loop->startTimer(IoLoop::Clock::now() + timings.connect, [&] { later.set_value(); });
+        });
+        QCOMPARE(later.get_future().wait_for(10s), std::future_status::ready);
+        const int connections = server.connections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(server.connections(), connections);
+    }
+
+    void aDeviceThatNeverAnswersIsTriedAgain()
+    {
+        MisbehavingServer server(Mode::Stall);
+        EventTimings timings = quickTimings();
+        timings.connect = 50ms;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(3));
+    }
+
+    void theTimingsAreThoseThatArePromised()
+    {
+        const EventTimings timings;
+        QCOMPARE(timings.connect.count(), 10000);
+        QCOMPARE(timings.firstDelay.count(), 1000);
+        QCOMPARE(timings.longestDelay.count(), 60000);
+        QCOMPARE(timings.loginDelay.count(), 300000);
+        QCOMPARE(timings.stableAfter.count(), 30000);
+        QCOMPARE(timings.silence.count(), 45000);
+        QCOMPARE(timings.goneAfter.count(), 60000);
+        QCOMPARE(timings.jitter, 0.3);
     }
 
     void aBrokenStreamIsResumedBehindTheLastEvent()
@@ -263,13 +309,13 @@ private Q_SLOTS:
         };
         row("streams", head + "id: e:1\n\n", ConnectionState::Live, "");
         row("not found", "HTTP/1.1 404 No" + empty, ConnectionState::Refused,
-            "the device offers no events (HTTP status 404)");
+            "the device has no event stream (HTTP status 404)");
         row("not logged in", "HTTP/1.1 401 No" + empty, ConnectionState::Refused,
             "the device refused the login (HTTP status 401)");
         row("busy", "HTTP/1.1 503 Busy" + empty, ConnectionState::Waiting,
-            "the device offers no events (HTTP status 503)");
+            "the device has no event stream (HTTP status 503)");
         row("too many", "HTTP/1.1 429 Busy" + empty, ConnectionState::Waiting,
-            "the device offers no events (HTTP status 429)");
+            "the device has no event stream (HTTP status 429)");
         row("no HTTP", "hello\r\n", ConnectionState::Waiting, "the device does not answer");
         row("ended for good", "HTTP/1.1 204 No Content\r\n\r\n", ConnectionState::Stopped,
             "the device ended its events (HTTP status 204)");
@@ -411,17 +457,17 @@ private Q_SLOTS:
         const QByteArray empty = "\r\nContent-Length: 0\r\n\r\n";
         row("closes", {}, false, "the device does not answer");
         row("no HTTP", "hello\r\n", true, "the device does not answer");
-        row("not found", "HTTP/1.1 404 No" + empty, true, "the device offers no events");
-        row("payment", "HTTP/1.1 402 No" + empty, true, "the device offers no events");
+        row("not found", "HTTP/1.1 404 No" + empty, true, "the device has no event stream");
+        row("payment", "HTTP/1.1 402 No" + empty, true, "the device has no event stream");
         row("another type", "HTTP/1.1 200 OK\r\nContent-Type: text/plain" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("another status", "HTTP/1.1 201 OK\r\nContent-Type: text/event-stream" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("not logged in", "HTTP/1.1 401 No" + empty, true, "the device refused the login");
         row("forbidden", "HTTP/1.1 403 No" + empty, true, "the device refused the login");
         row("ends", head + "data: 1\n\n", false, "the stream ended");
         row("falls silent", "HTTP/1.1 200 OK\r\ncontent-TYPE: Text/Event-Stream ; a=b\r\n\r\n", true,
-            "the stream fell silent");
+            "the stream timed out");
         row("huge event", head + "data: " + QByteArray(2 << 20, 'x') + "\n\n", true, "an event is too large");
     }
     void everyFailureIsToldOnce()
@@ -574,6 +620,7 @@ private Q_SLOTS:
 
     void aDeviceThatStaysAwayIsLoggedOutOnce()
     {
+        const LogCollector log;
         const ClosedPort closed;
         EventTimings timings = quickTimings();
         timings.goneAfter = 100ms;
@@ -589,6 +636,7 @@ private Q_SLOTS:
                                    return event.deviceKey == wall && event.kind == ProxyEvent::Kind::Logout;
                                }),
                  1);
+        QCOMPARE(log.lines().count(QStringLiteral("tessel.events.info: wall: gone")), 1);
     }
 
     void aFullQueuePausesTheStreamAndLosesNothing()
@@ -607,6 +655,19 @@ private Q_SLOTS:
         for (int i = 0; i < 200; ++i) {
             listening.loop->run([] {});
         }
+        const pid_t thread = threadOf(*listening.loop);
+        const auto staysAsleep = [thread] {
+            bool asleep = true;
+            for (int i = 0; i < 50 && asleep; ++i) {
+                asleep = sleeps(thread);
+            }
+            return asleep;
+        };
+        const QDeadlineTimer patience(10000); // without the event loop, which would deliver
+        while (!staysAsleep() && !patience.hasExpired()) {
+            std::this_thread::yield();
+        }
+        QVERIFY(staysAsleep());
         QCoreApplication::processEvents();
         QVERIFY2(listening.events.size() < 8192, qPrintable(QString::number(listening.events.size())));
         QTRY_COMPARE_WITH_TIMEOUT(listening.events.size(), count, 60000);

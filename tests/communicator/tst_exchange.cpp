@@ -36,7 +36,7 @@ QByteArray headOf(const char* verb, const QByteArray& rest = {})
 const QByteArray goodReply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
 const QByteArray challenge = "HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=n\r\n";
 
-/// An exchange with the record of its end, and what it told of its progress.
+/// An exchange with the record of its end and its progress reports.
 class Watched
 {
 public:
@@ -241,7 +241,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason");
         const QString nothing = QStringLiteral("the connection ended without a reply");
         const QString once =
-            QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+            QStringLiteral("the connection ended after the request was sent; the request is not repeated");
         QTest::newRow("GET, new") << int(HttpMethod::Get) << false << 0 << nothing;
         QTest::newRow("GET, kept") << int(HttpMethod::Get) << true << 1 << nothing;
         QTest::newRow("PUT, new") << int(HttpMethod::Put) << false << 0 << nothing;
@@ -263,7 +263,7 @@ private Q_SLOTS:
             for (int i = 0; i < repeats; ++i) {
                 QCOMPARE(watched.exchange.send(connection), Step::GoOn);
                 QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
-                QVERIFY(!watched.exchange.mayReceive()); // all of it goes out again
+                QVERIFY(!watched.exchange.mayReceive()); // all of it is sent again
             }
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
             QCOMPARE(watched.lose(how, isReused), Step::Ended);
@@ -287,7 +287,8 @@ private Q_SLOTS:
         QCOMPARE(watched.feed(goodReply.left(5), true), Step::GoOn);
         QCOMPARE(watched.lose(Status::Closed, true), Step::Ended); // a part of a reply came: not again
         QCOMPARE(watched.exchange.finish().state, State::Broken);
-        QCOMPARE(watched.record.reason, QStringLiteral("the connection ended within the reply's head"));
+        QCOMPARE(watched.record.reason,
+                 QStringLiteral("the connection ended in the middle of the reply's head"));
     }
 
     void aChallengeIsAnsweredWhereTheConnectionStays_data()
@@ -327,6 +328,69 @@ private Q_SLOTS:
         QCOMPARE(watched.record.bytesReceived, qint64(2));
     }
 
+    void theEndOfTheConnectionMayEndAChallenge()
+    {
+        for (const Status how : {Status::Closed, Status::Failed}) {
+            Watched watched;
+            const HttpRequest asked = request(QStringLiteral("wall"));
+            QCOMPARE(watched.prepare(asked, true), State::Success);
+            QCOMPARE(watched.feed(challenge + "\r\n{}"), Step::GoOn);
+            QCOMPARE(watched.lose(how), how == Status::Closed ? Step::AgainFresh : Step::Ended);
+            watched.exchange.finish();
+        }
+    }
+
+    void aNonceThatRanOutBetweenRequestsIsReplaced()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const std::shared_ptr<const Device> wall = device(true);
+        const HttpRequest asked = request(QStringLiteral("wall"));
+        const auto now = std::chrono::steady_clock::now();
+        QCOMPARE(watched.exchange.prepare(asked, wall, now), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(challenge + "Content-Length: 0\r\n\r\n"), Step::AgainHere);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(goodReply), Step::Ended);
+        QCOMPARE(watched.exchange.finish().state, State::Success);
+        // The next one carries the answer to the first nonce from the start, and may get another.
+        const QByteArray other = "HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=m\r\n"
+                                 "Content-Length: 0\r\n\r\n";
+        QCOMPARE(watched.exchange.prepare(asked, wall, now), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(other), Step::AgainHere);
+        watched.exchange.finish();
+    }
+
+    void aChallengeMayComeThoughTheRequestCouldNotBeSent()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, QByteArray(32 << 20, 'b'));
+        QCOMPARE(watched.prepare(asked, true), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        ends.reset();
+        QVERIFY(connection.wait(false, std::chrono::seconds(10)));
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QVERIFY(watched.exchange.mayReceive());
+        QCOMPARE(watched.feed(challenge + "Content-Length: 0\r\n\r\n"), Step::AgainFresh);
+        QVERIFY(!watched.exchange.mayReceive()); // it is to be sent once more
+        watched.exchange.finish();
+    }
+
+    void theTimeOfAnExchangeCountsFromItsStart()
+    {
+        Watched watched;
+        const auto started = std::chrono::steady_clock::now() - std::chrono::seconds(90);
+        QCOMPARE(watched.exchange.prepare(request(QStringLiteral("wall")), device(), started),
+                 State::Success);
+        watched.exchange.finish(State::TimedOut, {});
+        QVERIFY2(watched.record.milliseconds >= 90000,
+                 qPrintable(QString::number(watched.record.milliseconds)));
+    }
+
     void whatCannotBeSentSaysWhy_data()
     {
         QTest::addColumn<QString>("path");
@@ -334,19 +398,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("header");
         QTest::addColumn<QString>("reason");
         const QString path = QStringLiteral("/x/{id}");
-        const QString control = QStringLiteral("a placeholder holds a control character");
+        const QString control = QStringLiteral("a placeholder contains a control character");
         const QString plain = QStringLiteral("1");
         const QString none;
         QTest::newRow("good") << path << plain << plain << none;
-        QTest::newRow("no path") << none << plain << plain << QStringLiteral("there is no path");
+        QTest::newRow("no path") << none << plain << plain << QStringLiteral("the request has no path");
         for (const int c : {0, 0x0a, 0x1f, 0x7f}) {
             QTest::addRow("%x in a placeholder", c) << path << QString(QChar(c)) << plain << control;
         }
         QTest::newRow("a blank in a placeholder") << path << QStringLiteral(" \u00e9~") << plain << none;
         QTest::newRow("a header") << path << plain << QStringLiteral("\r")
-                                  << QStringLiteral("a header's name or value cannot be sent");
+                                  << QStringLiteral(
+                                         "a header's name or value contains characters that cannot be sent");
         QTest::newRow("too long") << path << QString(5 << 20, 'x') << plain
-                                  << QStringLiteral("the path and the query are too long together");
+                                  << QStringLiteral("path and query together are too long");
     }
     void whatCannotBeSentSaysWhy()
     {
@@ -402,8 +467,7 @@ private Q_SLOTS:
         Watched watched;
         QCOMPARE(watched.prepare(asked), State::FileFailure);
         QCOMPARE(watched.exchange.finish(State::FileFailure, {}).state, State::FileFailure);
-        QCOMPARE(watched.record.reason,
-                 QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(watched.record.reason, QStringLiteral("cannot write the destination: not a regular file"));
     }
 };
 

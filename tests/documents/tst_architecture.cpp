@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What docs/architecture.md says of files, tests and systems, against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources.
 #include "document.h"
 
 #include <QMap>
@@ -58,8 +58,8 @@ const Feature onlyPosix[] = {
 QStringList productSources()
 {
     QStringList files;
-    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise",
-                                "operations", "simulator", "tesselctl"}) {
+    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "files",
+                                "qtpromise", "operations", "simulator", "tesselctl"}) {
         files << sourcesBelow(library);
     }
     files.sort();

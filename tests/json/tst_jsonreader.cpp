@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <malloc.h>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -59,8 +61,8 @@ QByteArray nestedObjects(int levels)
     return QByteArray("{\"k\":").repeated(levels - 1) + "{}" + QByteArray(levels - 1, '}');
 }
 
-// What another parser read, in our types. QJsonDocument is no judge here: it leaks memory on some duplicate
-// keys.
+// The result of another parser, in our types. QJsonDocument cannot be used here: it leaks memory on some
+// duplicate keys.
 QVariant toVariant(const nlohmann::json& value)
 {
     switch (value.type()) {
@@ -341,7 +343,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, text);
         QFETCH(QVariantMap, plain);
         QFETCH(QVariantMap, flat);
-        // The second round meets keys and shapes that the first one left behind.
+        // The second round encounters keys and shapes from the first one.
         for (int round = 0; round < 3; ++round) {
             QCOMPARE(object(text), plain);
             QCOMPARE(flattened(text), flat);
@@ -612,7 +614,7 @@ private Q_SLOTS:
         QByteArray roomy(Text);
         roomy.reserve(4096);
         QCOMPARE(flattened(roomy), expected);
-        // What stands behind the text does not matter.
+        // The bytes after the text do not matter.
         QByteArray dirty = QByteArray(Text) + QByteArray(200, ']');
         dirty.resize(int(sizeof Text) - 1);
         QCOMPARE(flattened(dirty), expected);
@@ -756,6 +758,54 @@ private Q_SLOTS:
         QVERIFY(out.isEmpty());
         QVERIFY(JsonText::readObject(text, out));
         QVERIFY(JsonText::isComplete(text));
+    }
+
+    // Pages that nobody touches take no memory.
+    void aTextBeyondTheLongestIsRefusedUnread()
+    {
+        QCOMPARE(JsonText::maxSize, 1073741760);
+        constexpr std::size_t size = std::size_t(1073741761);
+        void* const pages =
+            ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        QVERIFY(pages != MAP_FAILED);
+        givesNothing(QByteArray::fromRawData(static_cast<const char*>(pages), int(size)));
+        ::munmap(pages, size);
+    }
+
+    // Otherwise the time would grow with the square of their number, whoever sends them.
+    void theSameKeyInManyObjectsIsReadInTime()
+    {
+        constexpr int count = 200000;
+        QByteArray text = "{";
+        for (int i = 0; i < count; ++i) {
+            text += (i == 0 ? "\"k" : ",\"k") + QByteArray::number(i) + "\":{\"x\":1}";
+        }
+        text += "}";
+        QCOMPARE(flattened(text).size(), count);
+    }
+
+    // A thread keeps what it learned, so that one of its own has kept nothing yet. An allocator that does not
+    // count, such as a sanitizer's, tells nothing.
+    void aLargeTextLeavesNoMemoryBehind()
+    {
+        const auto memory = [] {
+            const struct mallinfo2 now = ::mallinfo2();
+            return qint64(now.uordblks) + qint64(now.hblkhd);
+        };
+        qint64 left = 0;
+        bool read = false;
+        std::thread([&] {
+            read = JsonText::isComplete("{}");
+            const qint64 before = memory();
+            {
+                const QByteArray text = '{' + QByteArray("\"a\":1,").repeated(200000) + "\"a\":2}";
+                QVariantMap out;
+                read = read && JsonText::readFlattened(text, out) && out == QVariantMap{{"a", 2LL}};
+            }
+            left = memory() - before;
+        }).join();
+        QVERIFY(read);
+        QVERIFY2(left < 1 << 20, qPrintable(QString::number(left)));
     }
 
     void threadsReadAtTheSameTime()

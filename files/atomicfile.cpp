@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "communicator/http/atomicfile.h"
+#include "files/atomicfile.h"
 
 #include <QFileInfo>
 
 #include <cerrno>
 #include <unistd.h>
 
-namespace Krelm::Communicator::HttpDevice {
+namespace Tessel::Files {
 
 AtomicFile::AtomicFile(const QString& path)
     : m_file(path)
@@ -20,10 +20,10 @@ bool AtomicFile::fail(const QString& error)
 
 bool AtomicFile::open()
 {
-    // A file in place of a device or a pipe would take it away from everybody else.
+    // Replacing a device or a pipe by a file would take it away from everyone else.
     const QFileInfo earlier(m_file.fileName());
     if (earlier.exists() && !earlier.isFile() && !earlier.isDir()) {
-        return fail(QStringLiteral("is no regular file"));
+        return fail(QStringLiteral("not a regular file"));
     }
     return m_file.open(QIODevice::WriteOnly) || fail(m_file.errorString());
 }
@@ -32,12 +32,11 @@ bool AtomicFile::write(const char* bytes, qint64 size)
 {
     while (size > 0) {
         const ssize_t taken = ::write(m_file.handle(), bytes, static_cast<size_t>(size));
-        if (taken < 0 && errno != EINTR) {
-            return fail(qt_error_string(errno));
-        }
-        if (taken > 0) {
+        if (taken != -1) {
             bytes += taken;
             size -= taken;
+        } else if (errno != EINTR) {
+            return fail(qt_error_string(errno));
         }
     }
     return true;
@@ -45,11 +44,12 @@ bool AtomicFile::write(const char* bytes, qint64 size)
 
 bool AtomicFile::commit()
 {
-    // Disks behind a network may tell only now that they are full. Others cannot be asked.
+    // Network file systems may report only now that they are full. Some file systems do not support this
+    // call.
     if (::fsync(m_file.handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
         return fail(qt_error_string(errno));
     }
     return m_file.commit() || fail(m_file.errorString());
 }
 
-} // namespace Krelm::Communicator::HttpDevice
+} // namespace Tessel::Files
