@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: MIT
-<<<<<<< HEAD:communicator/http/atomicfile.h
-#ifndef COMMUNICATOR_HTTP_ATOMICFILE_H
-#define COMMUNICATOR_HTTP_ATOMICFILE_H
-=======
 #ifndef FILES_ATOMICFILE_H
 #define FILES_ATOMICFILE_H
->>>>>>> h/cli:files/atomicfile.h
 
 #include <QSaveFile>
 #include <QString>

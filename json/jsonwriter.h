@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: MIT
-<<<<<<< HEAD:communicator/json/jsonwriter.h
-#ifndef COMMUNICATOR_JSON_JSONWRITER_H
-#define COMMUNICATOR_JSON_JSONWRITER_H
-=======
 #ifndef JSON_JSONWRITER_H
 #define JSON_JSONWRITER_H
->>>>>>> h/cli:json/jsonwriter.h
 
 #include <QByteArray>
 #include <QVariant>

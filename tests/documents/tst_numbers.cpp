@@ -135,6 +135,7 @@ const Number numbers[] = {
     {transportPage, "after %1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
     {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
+    {transportPage, "counts as unanswered after %1 s", policy, "connect", 1000},
     {transportPage, "or with none within %1 s", policy, "proof", 1000},
     {transportPage, "at least %1 ms apart", policy, "reportGap", 1},
     {architecturePage, "| exchanges per device at once | %1 |", requestQueue, "maxPerDevice", 1},
