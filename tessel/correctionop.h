@@ -93,7 +93,7 @@ public:
     /// QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or its `code` is not
     /// zero.
     QtPromise::QPromise<void> uploadCoefficient(const QString& deviceKey, const QList<QString>& ids,
-                                                const QList<CoeffsData>& data);
+                                                const QList<CoeffsData>& body);
     /// Makes cabinets load their coefficients. Rejects like the operation above.
     QtPromise::QPromise<void> loadCabinetCoeffs(const QString& deviceKey, const QStringList& ids);
     /// Clears the coefficients of cabinets. Always fulfilled.
