@@ -8,9 +8,10 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// What one connection may deliver before the others have their turn.
-constexpr size_t bytesPerTurn = 64 << 10;
-static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
+// How much one connection may deliver before the others get their turn; chunks of one byte make much work of
+// it.
+constexpr size_t bytesPerTurn = 16 << 10;
+static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 } // namespace
 

@@ -112,6 +112,17 @@ private Q_SLOTS:
     void everyTypeBecomesWhatTheDocumentMakesOfIt()
     {
         QFETCH(QVariant, value);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+        // Devices are sent the same with Qt 6, whose document writes these in another way.
+        static const QMap<QByteArray, QByteArray> asEver{
+            {"short", "\"5\""}, {"ushort", "\"5\""}, {"large integral double", "1000000000000000000"}};
+        const auto text = asEver.constFind(QTest::currentDataTag());
+        if (text != asEver.cend()) {
+            QCOMPARE(Json::write(value), *text);
+            QVERIFY(documentText(value) != *text);
+            return;
+        }
+#endif
         QCOMPARE(Json::write(value), documentText(value));
     }
 
