@@ -50,11 +50,6 @@ std::size_t headEnd(std::string_view text, std::size_t from)
     return 0;
 }
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
