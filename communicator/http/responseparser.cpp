@@ -50,37 +50,6 @@ std::size_t headEnd(std::string_view text, std::size_t from)
     return 0;
 }
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// Whether the grammar accepts @p head as it is, so that it need not be normalised.
-bool isTidy(std::string_view head)
-{
-    if (head.size() < 15 || head[8] != ' ' || !isDigit(head[9]) || !isDigit(head[10]) || !isDigit(head[11]) ||
-        head[12] != ' ') {
-        return false;
-    }
-    bool inName = false; // the status line has none
-    char before = '\0';
-    for (const char c : head) {
-        if (c == '\n') {
-            if (before != '\r') {
-                return false;
-            }
-            inName = true;
-        } else if (c == ':') {
-            if (inName && (before == ' ' || before == '\t')) {
-                return false;
-            }
-            inName = false;
-        }
-        before = c;
-    }
-    return true;
-}
-
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
