@@ -68,14 +68,15 @@ ExchangeScope::ExchangeScope(ExchangeIds& ids)
     innermost = this;
 }
 
-// Scopes that live in objects need not end in the order in which they nest.
+// Scopes that are members of objects need not be destroyed in reverse order.
 ExchangeScope::~ExchangeScope()
 {
     ExchangeScope** link = &innermost;
     while (*link != nullptr && *link != this) {
         link = &(*link)->m_outer;
     }
-    Q_ASSERT_X(*link == this, "ExchangeScope", "destroyed on another thread than the one that made it");
+    Q_ASSERT_X(*link == this, "ExchangeScope",
+               "destroyed on a different thread than the one that created it");
     if (*link == this) {
         *link = m_outer;
     }
@@ -87,7 +88,7 @@ ExchangeId beginExchange()
     for (const ExchangeScope* scope = innermost; scope != nullptr; scope = scope->m_outer) {
         ExchangeIds::Private& collected = *scope->m_ids.d;
         const std::lock_guard<std::mutex> lock(collected.mutex);
-        // Another thread may have put a later one here since, and nested scopes may share what they fill.
+        // Another thread may have added a later id since, and nested scopes may share one ExchangeIds.
         const auto place = std::lower_bound(collected.ids.begin(), collected.ids.end(), id);
         if (place == collected.ids.end() || *place != id) {
             collected.ids.insert(place, id);

@@ -19,7 +19,7 @@ public:
 
 namespace {
 
-// Never destroyed: exchanges may end while the process does.
+// Never destroyed, because exchanges may finish during process exit.
 template <class Record>
 ObserverList<Record>& observers()
 {

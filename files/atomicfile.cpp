@@ -20,7 +20,7 @@ bool AtomicFile::fail(const QString& error)
 
 bool AtomicFile::open()
 {
-    // A file in place of a device or a pipe would take it away from everybody else.
+    // Replacing a device or a pipe by a file would take it away from everyone else.
     const QFileInfo earlier(m_file.fileName());
     if (earlier.exists() && !earlier.isFile() && !earlier.isDir()) {
         return fail(QStringLiteral("not a regular file"));
@@ -45,7 +45,8 @@ bool AtomicFile::write(const char* bytes, qint64 size)
 
 bool AtomicFile::commit()
 {
-    // Disks behind a network may tell only now that they are full. Others cannot be asked.
+    // Network file systems may report only now that they are full. Some file systems do not support this
+    // call.
     if (::fsync(m_file.handle()) != 0 && errno != EINVAL && errno != ENOTSUP) {
         return fail(qt_error_string(errno));
     }

@@ -1,34 +1,32 @@
 // SPDX-License-Identifier: MIT
-<<<<<<< HEAD:communicator/http/atomicfile.h
-#ifndef COMMUNICATOR_HTTP_ATOMICFILE_H
-#define COMMUNICATOR_HTTP_ATOMICFILE_H
-=======
 #ifndef FILES_ATOMICFILE_H
 #define FILES_ATOMICFILE_H
->>>>>>> h/cli:files/atomicfile.h
 
 #include <QSaveFile>
 #include <QString>
 
 namespace Tessel::Files {
 
-/// A file that takes the place of an earlier one only once the disk has all of it. What is written goes
-/// beside it first and is gone when the object is destroyed before. Used by one thread at a time.
+/// Writes a file that replaces an existing one only after all of it is on disk. The data is first written to
+/// a file beside it, which is deleted if the object is destroyed before that. Used by one thread at a time.
 ///
-/// QSaveFile alone does not do: the last buffer that it writes may fail unseen, when the disk is full, and a
-/// cut file then takes the place of the old one.
+/// QSaveFile alone is not enough: if the disk is full, writing its last buffer can fail unnoticed, and a
+/// truncated file would replace the old one.
 class AtomicFile
 {
 public:
     explicit AtomicFile(const QString& path);
 
-    /// Begins. @return whether a regular file can be written where it is to be; see error().
+    /// Begins writing.
+    /// @return whether a regular file can be written at the destination; see error().
     bool open();
-    /// Adds @p size bytes. @return whether the disk took them; see error().
+    /// Appends @p size bytes.
+    /// @return whether they were written; see error().
     bool write(const char* bytes, qint64 size);
-    /// Puts the file in its place. @return whether it is there, whole; see error(). It is the last call.
+    /// Flushes the file to disk and moves it to its destination. This must be the last call.
+    /// @return whether the complete file is in place; see error().
     bool commit();
-    /// Why the last call failed, for people.
+    /// Why the last call failed, as text for people.
     const QString& error() const { return m_error; }
 
 private:

@@ -35,11 +35,11 @@ constexpr double exactLimit = 9007199254740992.0;
 // Strings are written in chunks of so many UTF-16 units, whose longest form is an escape of six bytes.
 constexpr int chunkBytes = 1024;
 constexpr int longestUnit = 6;
-// No more room than this is asked for at once. Buffers reach so far beyond the limit.
+// The maximum room requested at once; buffers extend beyond the limit by this much.
 constexpr int headroom = longestUnit * (chunkBytes + 1);
 static_assert(maxSize + headroom < std::numeric_limits<int>::max() - 1024);
 
-// Thrown where the text grows beyond its limit: all that stands above has nothing left to do.
+// Thrown when the text exceeds its limit; no caller up the stack has anything left to do.
 struct TextTooLong
 {};
 
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    // Room for @p length more bytes, at most headroom.
+    // Returns room for @p length more bytes, at most `headroom`.
     char* room(int length)
     {
         if (m_out.size() - m_size < length) {
@@ -150,7 +150,7 @@ char* putUnicodeEscape(char* at, ushort unit)
     return at;
 }
 
-// @p c cannot stand in a string as it is.
+// Escapes @p c, which must not appear literally in a string.
 char* putAscii(char* at, char c)
 {
     switch (c) {
@@ -344,13 +344,14 @@ bool Writer::value(const QVariant& value, int depth)
     case QMetaType::QCborMap:
         return map(held<QCborMap>(value).toJsonObject().toVariantMap(), depth + 1);
     case QMetaType::QByteArray:
-        // Its text would not fit into a QString.
+        // The text would not fit into a QString.
         if (held<QByteArray>(value).size() > maxSize / 2) {
             throw TextTooLong();
         }
         Q_FALLTHROUGH();
     default: {
-        // Dates, byte arrays and the like have a text form; what has none, and an empty one, is null.
+        // Dates, byte arrays and the like have a text form; a value without one, or with an empty one, is
+        // null.
         const QString text = value.toString();
         if (text.isEmpty()) {
             null();
@@ -366,8 +367,8 @@ bool Writer::value(const QVariant& value, int depth)
 
 const char* textOf(Unwritable why)
 {
-    return why == Unwritable::TooDeep ? "nests too deep to be written as JSON"
-                                      : "is longer than the 2 GiB that can be sent as JSON";
+    return why == Unwritable::TooDeep ? "is nested too deeply to be written as JSON"
+                                      : "is longer than 2 GiB, the limit for JSON";
 }
 
 QByteArray write(const QVariant& value, Unwritable* why, int limit)

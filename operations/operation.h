@@ -22,28 +22,17 @@ struct Parameter
     /// What of a reply an output holds.
     enum Source { Body, HttpStatus, ResponseHeaders };
 
-<<<<<<< HEAD
-    QString name;        ///< as in the declaration; the name of the argument on a command line
-    ValueType type;      ///< how it is written
-    Direction direction; ///< which way its value goes
-=======
-    QString name;
-    ValueType type;
-    Direction direction;
-    Source source = Body;
->>>>>>> h/cli
+    QString name;         ///< as in the declaration; the name of the argument on a command line
+    ValueType type;       ///< how it is written
+    Direction direction;  ///< which way its value goes
+    Source source = Body; ///< of an output
 };
 
 /// What came of a call.
 struct CallResult
 {
-<<<<<<< HEAD
     bool succeeded = false; ///< what the operation returned, or whether its promise was fulfilled
-    QString reason;         ///< why a promise was rejected
-=======
-    bool succeeded = false;
-    QString error; ///< why a promise was rejected
->>>>>>> h/cli
+    QString error;          ///< why a promise was rejected
     QVariantList
         outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };

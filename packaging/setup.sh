@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Sourced by ./demo, ./test and .ci/run: installs the Debian packages that are missing, and says so.
+# Sourced by ./demo, ./test and .ci/run: installs missing Debian packages and runs the build.
 
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
@@ -28,13 +28,13 @@ install_missing() {
     fi
     root=(sudo)
   fi
-  echo "Installing from Debian: ${missing[*]}" >&2
+  echo "Installing Debian packages: ${missing[*]}" >&2
   "${root[@]}" apt-get update -qq
   "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# progress PRESET: copies the build's output, and on a terminal shows how far the build is in one line that changes.
+# progress PRESET: copies the build output and, on a terminal, shows the progress in a single line.
 progress() {
   local line counter='^\[[0-9]+/[0-9]+\]'
   if [ ! -t 2 ]; then
@@ -52,7 +52,7 @@ progress() {
   echo >&2
 }
 
-# build PRESET [TARGET...]: configures and builds; shows the compiler's output only when something fails.
+# build PRESET [TARGET...]: configures and builds; prints the compiler output only if something fails.
 build() {
   local -
   set -o pipefail

@@ -50,8 +50,8 @@ public:
 
     Device device;
     std::shared_ptr<IoThreads> threads; ///< null until started when it has its own
-    std::unique_ptr<HttpServer> server; ///< touched by start() and stop() only
-    std::atomic<quint16> port{0};       ///< 0: not running
+    std::unique_ptr<HttpServer> server; ///< used by start() and stop() only
+    std::atomic<quint16> port{0};       ///< 0 if not running
     mutable std::mutex mutex;           ///< guards error
     QString error;
 };

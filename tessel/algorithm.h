@@ -10,12 +10,12 @@
 
 /// Colour calculations of a device.
 ///
-/// Its routes are never in force: every request goes out with an empty path and the parameters as its query,
-/// and the outcome is what the transport makes of it.
+/// @warning These operations have no route: every request is sent with an empty path and the parameters as
+/// its query. The built-in transport ends it with `InvalidRequest`.
 ///
 /// No cache, no events. Operations block their caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; the reply is replaced, and emptied on failure.
+/// succeeded; the reply is replaced, and is empty after a failure.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ public:
 
 Q_SIGNALS:
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAlgorithmInfo();
 
 private:

@@ -9,12 +9,13 @@
 #include <QObject>
 #include <QVariant>
 
-/// How a cabinet is built, as the factory describes it, and the steps of its smart setting.
+/// The structure of cabinets as described by the factory, and the steps of smart setting.
 ///
-/// No cache, no events. Bodies and replies are agreed between application and device and pass through.
-/// Operations block their caller and may run on any thread once the route table exists (see AllUrlResource);
-/// the first getInstance() must not race with another. They return whether the exchange succeeded, whatever
-/// the reply's `code`: a refusal is in the output, which is replaced, and emptied on failure.
+/// No cache, no events. The device defines bodies and replies, which are passed through unchanged. Operations
+/// block their caller, by default for at most the transport's time limit (10 s), and may run on any thread
+/// once the route table exists (see AllUrlResource); the first getInstance() must not race with another. They
+/// return whether the exchange succeeded, whatever the reply's `code`: if the device refuses a request, the
+/// output says so. The output is replaced, and is empty after a failure.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT
@@ -24,9 +25,9 @@ public:
 
     // Cabinet structure.
 
-    /// How a cabinet is built.
+    /// Reads the structure of a cabinet.
     bool getCreateCabinetInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
-    /// Sets how a cabinet is built.
+    /// Sets the structure of a cabinet.
     bool setCreateSingleCabinetInfo(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// The same for the cabinets that the body names.
@@ -99,7 +100,7 @@ public:
     /// The same for the cabinets that the body names.
     bool setMutiSignalPolarity(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply);
-    /// Sets the light of a cabinet's receiving card.
+    /// Sets the indicator light of a cabinet's receiving card.
     bool setSingleRvcardLight(const QString& deviceKey, const QString& id,
                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// The same for the cabinets that the body names.
@@ -118,10 +119,10 @@ public:
     bool setMutiSignalDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
 
-    // Smart setting: a procedure of the device, whose steps may be sent in any order. The device keeps
-    // track of the current step.
+    // Smart setting is a procedure of the device, which keeps track of the current step. Its steps may be
+    // sent in any order.
 
-    /// Smart setting of a cabinet: one step back.
+    /// Smart setting of a cabinet: goes back one step.
     bool setSingleSmartBackStep(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// The same for the cabinets that the body names.

@@ -23,9 +23,10 @@
 /// AllUrlResource).
 ///
 /// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
-/// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing ends that loop: the
-/// call returns only when something else quits it. The time limit of a request keeps running after its reply;
-/// if it expires while others are awaited, the call fails.
+/// thread, so operators may be re-entered meanwhile. The time limit of a request keeps running after its
+/// reply; if it expires while others are still awaited, the call fails.
+/// @warning With an empty list of ids nothing ends that loop: the call waits until something else quits it or
+/// the application ends.
 class TESSEL_EXPORT InputInfo : public QObject
 {
     Q_OBJECT
@@ -38,10 +39,9 @@ public:
     /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Loads the list of the device's inputs into the cache unless it is cached; @p force loads it in any
-    /// case.
+    /// Makes sure that the device's inputs are cached; @p force always fetches them.
     bool getAllInputsInfo(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
+    /// The same; copies the cached list to @p result, which is left unchanged on failure.
     bool getAllInputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
 
     /// The signal state of an input.
@@ -115,12 +115,13 @@ public:
                        QList<QVariant>& reply);
 
 Q_SIGNALS:
-    /// An event's refresh stored a new list of inputs: once per such refresh, on this object's thread, never
-    /// from a read. @p changeInputId is what the latest event named, also when an earlier event's refresh
-    /// raises it.
+    /// An event caused the list of inputs to be replaced. Emitted once per such refresh, on this object's
+    /// thread, never by a read.
+    /// @warning @p changeInputId is the input named by the latest event of any device, even if the refresh
+    /// belongs to an earlier one.
     void signal_sendDataChanged(QString deviceKey, unsigned short changeInputId);
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAllInputsInfo();
 
 private:
@@ -135,7 +136,7 @@ private:
     bool m_isWatch = true;
     // Quirk: The changed input is one for all devices.
     unsigned short m_changeInputId = 255; // of the latest accepted event
-    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on one thread.
     QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_inputsInfo; // by device key
 

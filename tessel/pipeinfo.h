@@ -10,18 +10,19 @@
 #include <QObject>
 #include <QVariant>
 
-/// The pipelines of a device, each one video path from an input through its image processing to its place on
-/// the output: their list and their settings.
+/// The pipelines of a device: their list and their settings. A pipeline is a video path from an input through
+/// image processing to its position on the output.
 ///
-/// The list of pipelines is cached per device and stays after a logout. An event "Change" of "PipeLineInfo"
-/// fetches it again, blocking the object's thread for the exchange; there is no switch to ignore events. A
-/// failed read leaves the cache unchanged. Writes do not touch it: they become visible once the device has
+/// The list of pipelines is cached per device and survives a logout. An event "Change" of "PipeLineInfo"
+/// fetches it again, blocking the object's thread during the exchange; events cannot be switched off. A
+/// failed read leaves the cache unchanged. Writes do not affect it: they become visible after the device has
 /// reported the change.
 ///
-/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
-/// are replaced, and emptied on failure. Writes concern one pipeline unless stated otherwise, and may run on
-/// any thread once the route table exists (see AllUrlResource). Call the reads that copy from the cached list
-/// on the object's thread, that of the first getInstance().
+/// Operations block their caller, by default for at most the transport's time limit (10 s), and return
+/// whether the exchange succeeded; unless stated otherwise outputs are replaced, and are empty after a
+/// failure. Writes apply to one pipeline unless stated otherwise, and may run on any thread once the route
+/// table exists (see AllUrlResource). Call the reads that copy from the cached list on the object's thread,
+/// which is that of the first getInstance().
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT
@@ -29,10 +30,10 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static PipeInfo* getInstance();
 
-    /// Loads the list of the device's pipelines into the cache unless it is cached; @p force loads it in any
-    /// case. May run on any thread.
+    /// Makes sure that the device's pipelines are cached; @p force always fetches them. May run on any
+    /// thread.
     bool getDevicePipes(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
+    /// The same; copies the cached list to @p result, which is left unchanged on failure.
     bool getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force);
     /// The first pipeline of the list whose member `id` equals @p id. @return whether there is one; @p result
     /// is left unchanged on `false`.
@@ -45,8 +46,8 @@ public:
     /// The relative points of the screens grouped on a pipeline, as parsed.
     bool getDeviceOnePipeGroupScreenRelativePoint(const QString& deviceKey, const QString& id,
                                                   QList<QVariant>& result);
-    /// The grouped screens of a device, as parsed. Always fails: it has no route, so the request goes out
-    /// with an empty path.
+    /// The grouped screens of a device, as parsed.
+    /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result);
 
     /// Writes the records of all pipelines.
@@ -74,26 +75,29 @@ public:
     /// Switches 3D on or off.
     bool putDeviceOnePipethreeDSwitch(const QString& deviceKey, const QString& id,
                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the 3D type, on the path of the 3D source mode.
+    /// Sets the 3D type.
+    /// @warning The request goes to the path of the 3D source mode.
     bool putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the 3D source mode. Always fails: it has no route, so the request goes out with an empty path.
+    /// Sets the 3D source mode.
+    /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
-    /// Sets which eye comes first in 3D.
+    /// Sets the eye that comes first in 3D.
     bool putDeviceOnePipethreeDEyepriority(const QString& deviceKey, const QString& id,
                                            const QMap<QString, QVariant>& body,
                                            QMap<QString, QVariant>& reply);
-    /// Sets the 3D source adjustment, on the path of the field depth.
+    /// Sets the 3D source adjustment.
+    /// @warning The request goes to the path of the 3D depth of field.
     bool putDeviceOnePipethreeDSourcenadj(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
-    /// Sets the start position of the right eye's picture.
+    /// Sets the start position of the picture for the right eye.
     bool putDeviceOnePipethreeDStartposition(const QString& deviceKey, const QString& id,
                                              const QMap<QString, QVariant>& body,
                                              QMap<QString, QVariant>& reply);
-    /// Sets the 3D field depth.
+    /// Sets the 3D depth of field.
     bool putDeviceOnePipethreeDDepthField(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
@@ -106,7 +110,7 @@ public:
     /// Sets the HLG type of HDR.
     bool putDeviceOnePipeHdrparamHlgtype(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the HDR maximum of light.
+    /// Sets the HDR peak brightness.
     bool putDeviceOnePipeHdrparamMaxoflight(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
@@ -139,14 +143,14 @@ public:
     /// Sets low latency.
     bool putDeviceOnePipeLowLatency(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the image stored in advance.
+    /// Sets the prestored image.
     bool putDeviceOnePipePrestoreImage(const QString& deviceKey, const QString& id,
                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the position of the image stored in advance.
+    /// Sets the position of the prestored image.
     bool putDeviceOnePipePrestoreImagePos(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
-    /// Sets the region of the image stored in advance.
+    /// Sets the region of the prestored image.
     bool putDeviceOnePipePrestoreImageRegion(const QString& deviceKey, const QString& id,
                                              const QMap<QString, QVariant>& body,
                                              QMap<QString, QVariant>& reply);
@@ -154,7 +158,7 @@ public:
     bool putDeviceOnePipeStartImageSwitch(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
-    /// Sets how long the start image stays.
+    /// Sets how long the start image is shown.
     bool putDeviceOnePipeStartImageTime(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets what is shown while the cable is disconnected.
@@ -170,11 +174,11 @@ public:
     bool putDeviceOnePipeGlobalScreenSwitch(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
-    /// Sets the position of the part that is cut out of the input.
+    /// Sets the position of the area taken from the input.
     bool putDeviceOnePipeInterceptionPosition(const QString& deviceKey, const QString& id,
                                               const QMap<QString, QVariant>& body,
                                               QMap<QString, QVariant>& reply);
-    /// Sets the size of the part that is cut out of the input.
+    /// Sets the size of the area taken from the input.
     bool putDeviceOnePipeInterceptionSize(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
@@ -191,8 +195,10 @@ public:
 
 Q_SIGNALS:
     // Quirk: Some signals of a change name no device.
-    /// A read or an event stored a list, changed or not. Raised on the reading thread with the cache's lock
-    /// held: a slot connected directly that calls getDevicePipes() or getDeviceOnePipe() would deadlock.
+    /// A read or an event stored a list, whether or not it changed; the signal does not say of which device.
+    /// Emitted on the reading thread.
+    /// @warning The cache's lock is held: a directly connected slot that calls getDevicePipes() or
+    /// getDeviceOnePipe() deadlocks. Use a queued connection.
     void signal_sendDataChanged();
 
 private:

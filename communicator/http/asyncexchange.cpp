@@ -8,9 +8,10 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// What one connection may deliver before the others have their turn. Chunks of one byte make much work of it.
+// How much one connection may deliver before the others get their turn. Chunks of one byte make this
+// much work.
 constexpr size_t bytesPerTurn = 16 << 10;
-static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
+static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 } // namespace
 

@@ -18,8 +18,8 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t maxIdlePerClass = 16;
 // Exchanges leave soon after their abort, but an observer that one is in may not return.
 constexpr std::chrono::seconds leaveTime{2};
-// What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
-// small: what is thread_local would lie in the stack of every thread of the process.
+// The maximum size of one read; larger replies are read in pieces of it. The buffer is on the stack, which
+// may be small; a thread_local one would take its space in every thread of the process.
 constexpr size_t bufferBytes = 32 << 10;
 
 std::chrono::milliseconds timeLeft(Clock::time_point deadline)
@@ -36,7 +36,7 @@ BlockingExchange::BlockingExchange(const TransferLimits& limits)
 void BlockingExchange::setConnection(std::unique_ptr<Connection> connection)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_connection.swap(connection); // the old one ends after the lock
+    m_connection.swap(connection); // the old one is destroyed after the lock is released
     m_isReused = false;
 }
 
@@ -65,7 +65,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
                                                            : opened.error);
             }
             setConnection(std::move(opened.connection));
-            continue; // an abort() meanwhile has not seen the connection
+            continue; // an abort() in the meantime has not seen the connection
         }
         const Exchange::Step step = transfer(deadline);
         if (m_aborted) {
@@ -86,7 +86,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     }
 }
 
-/// @return how the exchange goes on; GoOn when the time has passed.
+/// @return how the exchange continues; GoOn if the time has passed.
 Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
 {
     std::array<char, bufferBytes> buffer;
@@ -96,7 +96,7 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
         if (step != Exchange::Step::GoOn) {
             return step;
         }
-        // A device may answer, and end the connection, before it has heard all.
+        // A device may reply, and close the connection, before it has received the whole request.
         const bool mayAnswer = m_exchange.mayReceive() || m_connection->wait(true, left);
         if (mayAnswer) {
             const Connection::Result result =
@@ -166,7 +166,7 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
 
 void ConnectionPool::release(Sessions::iterator entry)
 {
-    Sessions dropped; // destroyed after the lock is free: closing connections takes time
+    Sessions dropped; // destroyed after the lock is released, because closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
     dropped.splice(dropped.end(), m_active, entry);
     if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
@@ -225,7 +225,7 @@ void ConnectionPool::close()
     for (Entry& entry : m_active) {
         entry.session.abort();
     }
-    // An observer that calls this is itself within an exchange.
+    // An observer that calls this is running inside an exchange.
     m_left.wait_for(lock, leaveTime, [this] {
         return std::all_of(m_active.cbegin(), m_active.cend(),
                            [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });

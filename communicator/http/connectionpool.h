@@ -15,17 +15,17 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// An exchange on the caller's thread, with the connection that it keeps for the next one. One thread at a
-/// time performs; another may abort it meanwhile.
+/// Performs exchanges on the caller's thread, and keeps the connection for the next one. Used by one thread
+/// at a time, while any other thread may abort.
 class BlockingExchange
 {
 public:
     explicit BlockingExchange(const TransferLimits& limits);
 
-    /// Performs the exchange and returns when it ended.
+    /// Performs the exchange and returns when it has finished.
     HttpReply perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                       std::chrono::steady_clock::time_point started);
-    /// Ends the exchange under way, and makes the session useless for another. From any thread.
+    /// Ends the running exchange and makes the session unusable. From any thread.
     void abort();
     /// The same, on behalf of the application.
     void cancel();
@@ -46,14 +46,14 @@ private:
     Q_DISABLE_COPY_MOVE(BlockingExchange)
 };
 
-/// The sessions for blocking exchanges: those in use, and those that keep a connection for the next exchange
-/// with the same device, daemon exchanges apart. May be used from any thread.
+/// The sessions of blocking exchanges: those in use, and idle ones, which keep a connection for the next
+/// exchange with the same device and traffic class. May be used from any thread.
 class ConnectionPool
 {
 public:
     explicit ConnectionPool(const TransferLimits& limits);
 
-    /// Performs the exchange on the calling thread, on a kept connection where there is one.
+    /// Performs the exchange on the calling thread, on an idle connection if there is one.
     HttpReply exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges with @p deviceKey and drops its connections.
@@ -62,12 +62,12 @@ public:
     void cancel(ExchangeId id);
     /// Ends the exchanges with @p deviceKey.
     void cancelAll(const QString& deviceKey);
-    /// Aborts all exchanges and waits, for two seconds at most, until those of other threads have left. Later
-    /// ones are refused.
+    /// Aborts all exchanges and waits at most two seconds until those of other threads have returned. Later
+    /// exchanges are refused.
     void close();
 
 private:
-    /// Whom a connection leads to and for which traffic.
+    /// The device of a connection and its class of traffic.
     struct TrafficClass
     {
         const Device* device;

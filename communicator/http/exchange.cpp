@@ -13,7 +13,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// What one exchange may send before the others, and its time limit, have their turn.
+// How much one exchange may send before the others, and its time limit, get their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
 } // namespace
@@ -21,11 +21,11 @@ constexpr std::size_t bytesPerTurn = 256 << 10;
 QString errorOfRequest(const HttpRequest& request)
 {
     if (request.path.isEmpty()) {
-        return QStringLiteral("there is no path");
+        return QStringLiteral("the request has no path");
     }
     for (const QString& value : request.placeHolders) {
         if (hasControl(value)) {
-            return QStringLiteral("a placeholder holds a control character");
+            return QStringLiteral("a placeholder contains a control character");
         }
     }
     return errorOfHeaders(request.headers);
@@ -74,7 +74,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
-        m_error = QStringLiteral("the path and the query are too long together");
+        m_error = QStringLiteral("path and query together are too long");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
@@ -93,7 +93,7 @@ void Exchange::writeHead()
     m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
 }
 
-// A caller's header may ask the device to end the connection, which it then may do at any moment.
+// A caller's header may ask the device to close the connection, which it may then do at any moment.
 bool Exchange::keepsConnection() const
 {
     return isSent() && m_reader.keepsConnection() && !m_asksToClose;
@@ -127,10 +127,10 @@ Exchange::Step Exchange::send(Connection& connection)
         if (result.status != Connection::Status::Moved) {
             if (m_headSent == 0 && !m_wasRepeated) {
                 m_wasRepeated =
-                    true; // nothing of it has left: it may go out elsewhere, whatever it does there
+                    true; // nothing of it was sent, so it may be sent elsewhere, whatever its effect
                 return Step::AgainFresh;
             }
-            m_sendFailed = true; // the device may have answered before it closed
+            m_sendFailed = true; // the device may have replied before it closed the connection
         }
         const std::size_t ofHead = std::min(result.bytes, head.size);
         m_headSent += static_cast<int>(ofHead);
@@ -161,15 +161,15 @@ Exchange::Step Exchange::received(const Connection::Result& result, const char* 
     if (!m_reader.hasBegun()) {
         return lost(isReused);
     }
-    // A reset may have swallowed the end of the reply.
+    // A connection reset may have discarded the end of the reply.
     if (result.status == Connection::Status::Closed && m_reader.end() == ResponseParser::State::Complete) {
         return completed();
     }
     return Step::Ended;
 }
 
-// The connection ended without a byte of a reply. On a kept one the device may have closed it just as the
-// request was sent, and a read does no harm twice; a write may have been carried out.
+// The connection ended without a byte of a reply. If it was reused, the device may have closed it just as the
+// request was sent. Repeating a read is harmless, but a write may have been carried out.
 Exchange::Step Exchange::lost(bool isReused)
 {
     if (isReused && !m_wasRepeated && m_request->method == HttpMethod::Get) {
@@ -178,7 +178,8 @@ Exchange::Step Exchange::lost(bool isReused)
         return Step::AgainFresh;
     }
     if (isReused && m_request->method != HttpMethod::Get) {
-        m_error = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+        m_error =
+            QStringLiteral("the connection ended after the request was sent; the request is not repeated");
     }
     return Step::Ended;
 }

@@ -20,8 +20,7 @@ inline bool isNamed(const QString& name, const char* wanted)
     return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
 }
 
-/// The first header in @p headers that is called @p name, a QString or QLatin1String; cend() when there is
-/// none.
+/// The first header in @p headers called @p name, a QString or QLatin1String; cend() if there is none.
 template <class Name>
 QMap<QString, QString>::const_iterator findHeader(const QMap<QString, QString>& headers, const Name& name)
 {

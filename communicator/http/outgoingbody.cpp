@@ -106,7 +106,7 @@ IHttpVersionTrigger::HttpSimpleState OutgoingBody::addPart(const QString& name, 
         return addBytes("application/octet-stream", value.toByteArray());
     case QMetaType::QString:
         if (value.toString().size() > maxConvertibleText) {
-            m_error = QStringLiteral("the text of a part is too long to be sent");
+            m_error = QStringLiteral("a text part is too long to be sent");
             return IHttpVersionTrigger::InvalidRequest;
         }
         return addBytes("text/plain", value.toString().toUtf8());
@@ -115,7 +115,7 @@ IHttpVersionTrigger::HttpSimpleState OutgoingBody::addPart(const QString& name, 
         const QFileInfo file(path);
         if (!file.isFile() || !file.isReadable()) {
             m_error = QStringLiteral("cannot read the file ") +
-                      (path.isEmpty() ? QStringLiteral("of a part that names no local file") : path);
+                      (path.isEmpty() ? QStringLiteral("of a part whose URL is not a local file") : path);
             return IHttpVersionTrigger::FileFailure;
         }
         add(start + "; filename=" + quoted(file.fileName()) + "\r\nContent-Type: " + typeOfFile(path) +

@@ -20,7 +20,7 @@ HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::Ht
 
 QString abortedError()
 {
-    return QStringLiteral("the transport was stopped or the device removed");
+    return QStringLiteral("the transport was stopped or the device was removed");
 }
 
 QString cancelledError()

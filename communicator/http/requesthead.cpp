@@ -13,7 +13,7 @@ namespace {
 // A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
 constexpr int maxChallenges = 2;
 
-// RFC 9110, 5.6.2
+// RFC 9110, "Tokens"
 bool isToken(const QString& text)
 {
     return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), [](QChar character) {
@@ -73,7 +73,7 @@ QString errorOfHeaders(const QMap<QString, QString>& headers)
         // connection.
         if (!isToken(it.key()) || isNamed(it.key(), "content-length") ||
             isNamed(it.key(), "transfer-encoding") || hasControl(it.value())) {
-            return QStringLiteral("a header's name or value cannot be sent");
+            return QStringLiteral("a header's name or value contains characters that cannot be sent");
         }
     }
     return {};
@@ -90,7 +90,7 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
     QByteArray own;
     for (auto it = head.headers.cbegin(); it != head.headers.cend(); ++it) {
         if (!head.contentType.isEmpty() && isNamed(it.key(), "content-type")) {
-            continue; // only the transport knows the boundary
+            continue; // only the transport knows the form's boundary
         }
         hasHost = hasHost || isNamed(it.key(), "host");
         hasAccept = hasAccept || isNamed(it.key(), "accept");

@@ -11,11 +11,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// As many as a group of inputs has, so that it lasts no longer than its slowest reply.
+// The size of a group of inputs, so that a group takes no longer than its slowest reply.
 constexpr size_t maxPerDevice = 64;
-// Exchanges kept for reuse, which spares their making; they hold no connection.
+// Exchange objects kept for reuse, which saves creating them; they hold no connection.
 constexpr size_t maxIdle = 64;
-// Connections kept to one device: what a group has opened serves the next one.
+// Idle connections kept per device, so that the next group can use those that a group has opened.
 constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
@@ -75,7 +75,7 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
     startRunnable();
 }
 
-// A device is in the list once at most, however much waits for it.
+// A device is in the list at most once, however many exchanges are waiting for it.
 void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
 {
     if (!queue.isRunnable && !queue.waiting.empty()) {
@@ -84,7 +84,7 @@ void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
     }
 }
 
-// Half of what is left for each: a few devices that never answer cannot take all.
+// Half of the remaining connections for each, so that a few devices which never answer cannot take all.
 bool RequestQueue::mayBegin(const DeviceQueue& queue) const
 {
     const size_t ofDevice = queue.underWay.size();
@@ -97,10 +97,10 @@ bool RequestQueue::mayBegin(const DeviceQueue& queue) const
 void RequestQueue::startRunnable()
 {
     if (m_isStarting) {
-        return; // whoever is starting sees what is new
+        return; // the call that is already starting exchanges sees the new ones
     }
     m_isStarting = true;
-    // One round without a start is enough: nothing changes by itself.
+    // One round without a start is enough, because nothing changes by itself.
     for (size_t refused = 0; refused < m_runnable.size() && m_underWay < 2 * m_connections;) {
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();

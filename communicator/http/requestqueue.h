@@ -19,25 +19,25 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
-/// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
-/// The bound is shared so that devices which never answer keep no other one waiting: each may have one
-/// exchange under way in any case, and more only while as many connections again are free.
+/// The non-blocking exchanges of one class of traffic, normal or daemon. The number of exchanges that have a
+/// connection is limited, in total and per device; the others wait their turn as plain values, while their
+/// time limit runs. Connections are shared so that devices which never answer do not block others: a device
+/// may always run one exchange, and more only while at least as many connections are free as it uses.
 ///
-/// Writes to one expanded path of a device keep their order, one under way at a time: a value that follows
-/// another cannot be overtaken by it on another connection. Reads, and writes to other paths, go on beside
-/// them. Used on the loop's thread only.
+/// Writes to one expanded path of a device keep their order and run one at a time, so that a later value is
+/// not overtaken by an earlier one on another connection. Reads, and writes to other paths, run beside them.
+/// Used on the loop's thread only.
 class RequestQueue
 {
 public:
     using Done = std::function<void(const HttpReply&)>;
 
-    /// @p connections bounds those in use and those kept for later exchanges.
+    /// @p connections limits both the connections in use and the idle ones.
     RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections);
     /// Ends all exchanges with `Aborted`.
     ~RequestQueue();
 
-    /// Takes on an exchange that began at @p started; @p done is called once, possibly from inside.
+    /// Adds an exchange that began at @p started; @p done is called once, possibly from inside.
     void add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
              std::chrono::steady_clock::time_point started);
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
@@ -58,7 +58,7 @@ private:
         IoLoop::TimerId timer;
         QByteArray writtenPath;                  ///< expanded; empty for a read
         bool isHeldBack = false;                 ///< an earlier write to its path has not ended
-        std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
+        std::unique_ptr<AsyncExchange> exchange; ///< while it is running
     };
     using Jobs = std::list<Job>;
     struct DeviceQueue
@@ -95,7 +95,7 @@ private:
     Connector m_connector;
     CancelledIds m_cancelled;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
-    std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
+    std::deque<QString> m_runnable;                         ///< devices with waiting exchanges, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
     KeptList<const Device*, Kept> m_kept;

@@ -11,7 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// One segment of a path, or one name or value of a query: all but the unreserved characters (RFC 3986, 2.3).
+// Encodes one segment of a path, or one name or value of a query: all but unreserved characters (RFC 3986).
 void appendComponent(QByteArray& out, const QString& text)
 {
     out += QUrl::toPercentEncoding(text);
@@ -22,8 +22,8 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
-/// a path and a query their form.
+/// Whether @p character goes out unencoded: unreserved characters (RFC 3986, 2.3), and those that separate
+/// the parts of a path and a query.
 bool isPlain(QChar character)
 {
     const ushort code = character.unicode();
@@ -31,11 +31,12 @@ bool isPlain(QChar character)
            code == '_' || code == '=' || code == '!' || code == '$' || code == '~';
 }
 
-// A piece of the path that holds no placeholder: slashes, a query and encoded characters are part of it.
+// Encodes a piece of the path without placeholders, which may contain slashes, a query and encoded
+// characters.
 void appendLiteral(QByteArray& out, const QString& text)
 {
     if (std::all_of(text.cbegin(), text.cend(), isPlain)) {
-        out += text.toLatin1(); // as most paths are; the same, and faster
+        out += text.toLatin1(); // most paths; the result is the same, only faster
         return;
     }
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
@@ -54,7 +55,7 @@ void appendLiteral(QByteArray& out, const QString& text)
 QByteArray requestTarget(const QString& path, const QMap<QString, QString>& placeHolders,
                          const QMap<QString, QString>& parameters)
 {
-    // Encoding makes a text longer, never shorter: what fits does not overflow on the way.
+    // Encoding never makes a text shorter, so if the result fits, nothing overflows on the way.
     const auto fits = [](const QString& text) { return text.size() <= maxTargetLength; };
     if (!fits(path)) {
         return {};

@@ -13,12 +13,12 @@ namespace {
 
 QString unknownDevice()
 {
-    return QStringLiteral("the device is not known and its key is no address");
+    return QStringLiteral("the device key is neither known nor an address such as host:port");
 }
 
 } // namespace
 
-// Daemon exchanges have connections of their own, so that neither traffic class waits for the other.
+// Daemon exchanges have their own connections, so that neither traffic class waits for the other.
 struct SocketEngine::Queues
 {
     Queues(IoLoop& loop, const TransferLimits& limits)
@@ -119,7 +119,7 @@ void SocketEngine::stop()
         queues->normal.reset();
         queues->daemon.reset();
     };
-    // On the loop's thread an observer calls, from within one of the exchanges: they end when it has
+    // On the loop's thread the caller is an observer inside one of the exchanges, so they end after it has
     // returned.
     if (m_loop->isHere()) {
         m_loop->post(endAll);

@@ -12,7 +12,7 @@ std::chrono::milliseconds timeLimit(const HttpRequest& request)
 
 QString timeOutError(const HttpRequest& request)
 {
-    return QStringLiteral("no whole reply within %1 ms").arg(timeLimit(request).count());
+    return QStringLiteral("no complete reply within %1 ms").arg(timeLimit(request).count());
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -39,7 +39,7 @@ public:
                     std::uint64_t bodySize);
 
     /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
-    /// when that is null. @return the event's id; 0 when the controller does not warn of that.
+    /// when that is null. @return the event's id; 0 if there is no warning of that name.
     std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
     /// Back to the starting content.
     void reset();

@@ -16,7 +16,7 @@ constexpr const char* idMembers[] = {
     "screenID", "screenIDs", "screenId", "screenIds", "inputId",   "inputID",   "outputId",   "outputID",
 };
 
-// Of these the body of a cabinet or a pipeline is a member, not the address.
+// Some of these are ordinary members in the body of a cabinet or a pipeline, and not its address.
 bool isAddress(Family family, std::string_view member)
 {
     const bool input = member.substr(0, 5) == "input";

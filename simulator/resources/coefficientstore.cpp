@@ -107,7 +107,7 @@ CoefficientStore::Table& CoefficientStore::tableOf(std::size_t number, Kind kind
     return m_cabinets[number].tables[indexOf(kind)][indexOf(bank)];
 }
 
-// Null where the table is the one of the delivery.
+// Null for the factory table.
 const CoefficientStore::Table* CoefficientStore::kept(std::size_t number, Kind kind, Bank bank) const
 {
     const auto cabinet = m_cabinets.find(number);
@@ -199,7 +199,7 @@ void CoefficientStore::place(Kind kind, std::string_view list)
 {
     std::map<std::size_t, std::string> tables;
     const bool named = forEachNamed(list, [&](const std::string& cabinet, std::string_view element) {
-        // What is meant for a cabinet that the wall lacks goes nowhere.
+        // Tables for cabinets that do not exist are discarded.
         if (const auto number = numberOf(cabinet)) {
             auto& table = tables[*number];
             table.append(table.empty() ? "[" : ",").append(element);

@@ -114,7 +114,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("blocking");
         QTest::addColumn<int>("limit");
         for (const bool blocking : {true, false}) {
-            for (const int limit : {200, 1, 0, -5}) { // none left is no lack of a limit
+            for (const int limit : {200, 1, 0, -5}) { // no time left is not the same as no limit
                 QTest::addRow("%d ms, %s", limit, blocking ? "blocking" : "on a loop") << blocking << limit;
             }
         }

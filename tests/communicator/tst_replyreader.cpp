@@ -74,22 +74,22 @@ private Q_SLOTS:
         const QByteArray ok = "HTTP/1.1 200 OK\r\n";
         row("whole", ok + "Content-Length: 2\r\n\r\n{}", false, State::Success, 200, "");
         row("199 is interim", "HTTP/1.1 199 No\r\n\r\n", true, State::Broken, 0,
-            "the connection ended within the reply's head");
+            "the connection ended in the middle of the reply's head");
         row("299", "HTTP/1.1 299 OK\r\nContent-Length: 2\r\n\r\n{}", false, State::Success, 299, "");
         row("300", "HTTP/1.1 300 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 300,
             "HTTP status 300");
         row("404", "HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 404,
             "HTTP status 404");
         row("206", "HTTP/1.1 206 Part\r\nContent-Length: 2\r\n\r\n{}", false, State::Broken, 206,
-            "the device sent a part (206), which nobody asked for");
+            "the device sent a partial reply (206), which was not requested");
         row("nothing", "", true, State::Broken, 0, "the connection ended without a reply");
         row("a cut head", "HTTP/1.1 200", true, State::Broken, 0,
-            "the connection ended within the reply's head");
+            "the connection ended in the middle of the reply's head");
         row("a cut body", headOf(3) + "{}", true, State::Broken, 200,
-            "the connection ended within the reply's body");
+            "the connection ended in the middle of the reply's body");
         row("no length, JSON", ok + "\r\n{}", true, State::Success, 200, "");
         row("no length, cut JSON", ok + "\r\n{\"a\"", true, State::Broken, 200,
-            "the reply tells no length and may be cut");
+            "the reply has no length and may be truncated");
         row("the largest body", headOf(1000) + QByteArray(1000, ' '), false, State::Success, 200, "");
         row("a larger one", headOf(1001), false, State::LimitExceeded, 200, "the reply is too large");
         row("a larger one, in chunks",
@@ -104,7 +104,7 @@ private Q_SLOTS:
         row("the largest head",
             ok + "X: " + QByteArray(65536 - 17 - 3 - 2 - 21 - 2, 'x') + "\r\nContent-Length: 2\r\n\r\n{}",
             false, State::Success, 200, "");
-        row("no HTTP", "hello\r\n", false, State::Broken, 0, "what came is not an HTTP/1 response");
+        row("no HTTP", "hello\r\n", false, State::Broken, 0, "the reply is not an HTTP/1 response");
     }
     void everyOutcomeHasItsReason()
     {
@@ -249,14 +249,10 @@ private Q_SLOTS:
         const QTemporaryDir directory;
         ReplyReader reader{TransferLimits()};
         QVERIFY(!reader.storeIn(directory.filePath(QStringLiteral("none/x"))));
-        QVERIFY2(reader.error().startsWith(QLatin1String("the destination cannot be written: ")),
+        QVERIFY2(reader.error().startsWith(QLatin1String("cannot write the destination: ")),
                  qPrintable(reader.error()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
-<<<<<<< HEAD
-        QCOMPARE(reader.error(), QStringLiteral("the destination cannot be written: is no regular file"));
-=======
-        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: not a regular file"));
->>>>>>> h/cli
+        QCOMPARE(reader.error(), QStringLiteral("cannot write the destination: not a regular file"));
     }
 };
 

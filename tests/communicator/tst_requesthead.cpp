@@ -109,7 +109,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("error");
         const QString tooLong = QStringLiteral("a header's name or value is too long");
-        const QString invalid = QStringLiteral("a header's name or value cannot be sent");
+        const QString invalid =
+            QStringLiteral("a header's name or value contains characters that cannot be sent");
         const QString plain = QStringLiteral("1");
         const auto row = [&](const char* label, const QString& name, const QString& value,
                              const QString& error) { QTest::newRow(label) << name << value << error; };

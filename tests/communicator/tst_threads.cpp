@@ -242,7 +242,7 @@ void TestThreads::devicesMayComeAndGoWhileRequestsRun()
                 package.setUrl(QStringLiteral("/api/v1/x"));
                 HttpProxy::getInstance()->getSync(QStringLiteral("the wall"), &package);
                 const auto state = package.getSimpleState();
-                // A key with a blank is no address: the device is known, aborted, or not known.
+                // A key with a blank is not an address: the device is known, aborted, or unknown.
                 wrong += state != State::Success && state != State::Aborted && state != State::InvalidRequest
                              ? 1
                              : 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What docs/architecture.md says of files, tests and systems, against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources.
 #include "document.h"
 
 #include <QMap>
@@ -58,19 +58,9 @@ const Feature onlyPosix[] = {
 QStringList productSources()
 {
     QStringList files;
-<<<<<<< HEAD
-    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise",
-                                "operations", "simulator", "tesselctl"}) {
-        files << sourcesBelow(library);
-=======
     for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "files",
                                 "qtpromise", "operations", "simulator", "tesselctl"}) {
-        QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + library, {"*.h", "*.cpp", "*.inl"},
-                        QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            files << QDir(QStringLiteral(TESSEL_SOURCE_DIR)).relativeFilePath(it.next());
-        }
->>>>>>> h/cli
+        files << sourcesBelow(library);
     }
     files.sort();
     return files;

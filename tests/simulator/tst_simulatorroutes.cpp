@@ -215,7 +215,7 @@ private Q_SLOTS:
         QCOMPARE(HttpClient(m_multiScreen.port()).request("OPTIONS", "*").status, 204);
     }
 
-    // A rule that singles out a property which no route has does nothing, and nobody would hear of it.
+    // A rule for a property that no route has would have no effect, and nobody would notice.
     void everySpecialRuleIsForARouteThatThereIs()
     {
         QSet<QString> properties;

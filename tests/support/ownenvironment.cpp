@@ -45,7 +45,7 @@ bool isKept(const std::string& name)
     }
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::setenv("TZ", "UTC", 1);
-    // No settings of the user's apply, and nothing is left behind there.
+    // No settings of the user apply, and nothing is left there.
     ::setenv("HOME", "/nonexistent", 1);
 }
 

@@ -63,19 +63,11 @@ const QMap<QString, QStringList>& layers()
         {"communicator/events",
          {"communicator", "communicator/devices", "communicator/http", "communicator/runtime"}},
         {"communicator/http",
-<<<<<<< HEAD
-         {"communicator", "communicator/devices", "communicator/json", "communicator/runtime", "interfaces",
-          "json"}},
-        {"communicator/json", {"interfaces"}},
-        {"communicator/packages",
-         {"communicator", "communicator/json", "communicator/runtime", "interfaces"}},
+         {"communicator", "communicator/devices", "communicator/runtime", "files", "interfaces", "json"}},
+        {"communicator/packages", {"communicator", "communicator/runtime", "interfaces", "json"}},
         {"communicator/proxy",
          {"communicator", "communicator/devices", "communicator/events", "communicator/http",
           "communicator/runtime"}},
-=======
-         {"communicator", "communicator/devices", "communicator/runtime", "files", "interfaces", "json"}},
-        {"communicator/packages", {"communicator", "communicator/runtime", "interfaces", "json"}},
->>>>>>> h/cli
         {"communicator/runtime", {}},
         {"files", {}},
         {"interfaces", {}},
@@ -154,7 +146,7 @@ private Q_SLOTS:
         static const QRegularExpression row("^\\| `([\\w/]+)` \\| [^|]+ \\| ([^|]+) \\|$",
                                             QRegularExpression::MultilineOption);
         static const QRegularExpression name("`([\\w/]+)`");
-        const QString table = textOf("docs/architecture.md").section("\n## Rooms", 1).section("\n## ", 0, 0);
+        const QString table = textOf("docs/architecture.md").section("\n## Layers", 1).section("\n## ", 0, 0);
         QStringList documented;
         for (auto rows = row.globalMatch(table); rows.hasNext();) {
             const QRegularExpressionMatch match = rows.next();

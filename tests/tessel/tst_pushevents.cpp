@@ -184,7 +184,7 @@ private Q_SLOTS:
             const bool itsOwn = className(listeners()[i]) == row.operatorClass;
             known = known || itsOwn;
             QStringList raised = recorders[i]->take().replaceInStrings(QRegularExpression("\\(.*"), {});
-            raised.removeDuplicates(); // MonitorInfo hears every event twice
+            raised.removeDuplicates(); // MonitorInfo receives every event twice
             QCOMPARE(raised, itsOwn ? signalNames : QStringList());
         }
         QVERIFY2(known, row.operatorClass);
@@ -256,7 +256,7 @@ private Q_SLOTS:
 
     void onlyTheTableSpellsAnEvent()
     {
-        // These stand for other things as well, members of records and routes above all.
+        // These words have other meanings as well, such as members of records and routes.
         const QStringList common{"change",   "Change",  "cabinet",     "monitor",   "name",
                                  "fanSpeed", "voltage", "temperature", "screenName"};
         QStringList words;

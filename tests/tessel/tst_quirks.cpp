@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The quirks that comments tag in the sources against those that docs/quirks.md explains.
+// Compares the quirks tagged in the sources with those explained in docs/quirks.md.
 #include "absentroutekeys.h"
 #include <sourcetree.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Replies with a good status that are no JSON, or whose code is none.
+// Replies with a good status that are not JSON, or whose code is not an integer.
 #include <logcollector.h>
 #include <recordingengine.h>
 

@@ -108,7 +108,7 @@ private:
         std::vector<char*> pointers;
     };
 
-    // False when nobody can show anything any more.
+    // False once nothing can be shown any more.
     bool readMore(const QDeadlineTimer& deadline)
     {
         pollfd awaited{m_terminal, POLLIN, 0};

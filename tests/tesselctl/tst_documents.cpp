@@ -37,7 +37,7 @@ QString helpOf(const QString& program, const QStringList& arguments)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-/// The names that stand in a help text under @p title.
+/// The names in a help text under @p title.
 QStringList listedIn(const QString& help, const QString& title)
 {
     const int begin = help.indexOf('\n' + title + ":\n");
@@ -80,7 +80,7 @@ private:
 
 } // namespace
 
-/// What the documents tell of the programs is what the programs do.
+/// Checks that the programs do what the documents say.
 class TestDocuments : public QObject
 {
     Q_OBJECT
@@ -256,7 +256,7 @@ private Q_SLOTS:
 
     void everySubcommandHasAnExampleThatDoesSomething()
     {
-        // Against an address where nobody listens, all but the command line itself fails.
+        // With an address on which nothing listens, everything fails except parsing the command line.
         const QString address = closedAddress();
         const FilesOfTheExamples files;
         QVERIFY(files.wereMade());
@@ -293,7 +293,7 @@ private Q_SLOTS:
 
     void theCommandsOfTheDocumentsAreUnderstood()
     {
-        // Against an address where nobody listens, all but the command line itself fails.
+        // With an address on which nothing listens, everything fails except parsing the command line.
         const QString address = closedAddress();
         const FilesOfTheExamples files;
         QVERIFY(files.wereMade());
@@ -301,7 +301,7 @@ private Q_SLOTS:
         for (const char* name : {"README.md", "docs/commandline.md", "docs/simulator.md"}) {
             for (QString line : matchesIn(textOf(name), "\\n(tesselctl [^\\n]*)")) {
                 line.replace(QRegularExpression("=(192\\.168\\.0\\.10|127\\.0\\.0\\.1:8080)"), '=' + address);
-                // These two go on until they are told to end.
+                // These two run until they are interrupted.
                 if (line.contains(" watch") || line.contains(" monitor")) {
                     continue;
                 }

@@ -438,7 +438,7 @@ private Q_SLOTS:
         const Run run = runOnFullDisk(arguments, kibibytes);
         QCOMPARE(run.code, 1);
         QCOMPARE(run.out, QByteArray());
-        QVERIFY2(run.err.contains("card.bin: the destination cannot be written: File too large\n"), run.err);
+        QVERIFY2(run.err.contains("card.bin: cannot write the destination: File too large\n"), run.err);
         QVERIFY2(run.err.contains("card.bin is unchanged"), run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
         QCOMPARE(files(), QStringList{"card.bin"});
@@ -464,7 +464,7 @@ private Q_SLOTS:
         const QStringList before = files();
         const Run run = download(name);
         QCOMPARE(run.code, 1);
-        QVERIFY2(run.err.contains(path(name).toUtf8() + ": the destination cannot be written: "), run.err);
+        QVERIFY2(run.err.contains(path(name).toUtf8() + ": cannot write the destination: "), run.err);
         QCOMPARE(m_simulator->requestCount(), quint64(0));
         QCOMPARE(files(), before);
     }
