@@ -45,6 +45,36 @@ bool skipDigits(const char*& p, const char* end)
     return p != first;
 }
 
+// Of a number that a double cannot hold: whether it is too large, and not too small. Qt 6 reads both as zero.
+bool isTooLarge(std::string_view token)
+{
+    long long place = 0; // of the first digit that counts, from the decimal point
+    bool counts = false;
+    bool isFraction = false;
+    std::size_t i = token.front() == '-' ? 1 : 0;
+    for (; i < token.size() && token[i] != 'e' && token[i] != 'E'; ++i) {
+        if (token[i] == '.') {
+            isFraction = true;
+            continue;
+        }
+        counts = counts || token[i] != '0';
+        if (counts && !isFraction) {
+            ++place;
+        } else if (!counts && isFraction) {
+            --place;
+        }
+    }
+    if (i == token.size()) {
+        return place > 0;
+    }
+    const bool hasPlus = token[i + 1] == '+';
+    const bool isNegative = token[i + 1] == '-';
+    long long exponent = 0;
+    const auto result =
+        std::from_chars(token.data() + i + (hasPlus ? 2 : 1), token.data() + token.size(), exponent);
+    return result.ec == std::errc() ? exponent > -place : !isNegative;
+}
+
 bool readReal(std::string_view token, QVariant& out)
 {
     double number = 0;
@@ -52,7 +82,7 @@ bool readReal(std::string_view token, QVariant& out)
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it rounds to zero.
         number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble();
-        if (!std::isfinite(number)) {
+        if (!std::isfinite(number) || (number == 0 && isTooLarge(token))) {
             return false;
         }
     }
@@ -236,7 +266,7 @@ public:
     // A value below @p depth levels; objects in it are in @p scope.
     bool value(ondemand::value value, KeyTable::Id scope, QVariant& out, int depth);
 
-    // Reads a value that is neither an object nor an array and whose token is @p token.
+    // A value that is no object and no array, and whose token is @p token.
     static bool scalar(ondemand::value value, std::string_view token, QVariant& out);
 
     // Reads a value, or the whole document, only to validate it.
@@ -326,7 +356,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                        }
                        return true;
                    }
-                   if (!this->value(value, opening == '[' ? m_keys.elementScope(key) : key, read, depth)) {
+                   if (!this->value(value, opening == '[' ? KeyTable::plainRoot : key, read, depth)) {
                        return false;
                    }
                } else if (!this->value(value, key, read, depth)) {

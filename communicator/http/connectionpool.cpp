@@ -130,7 +130,7 @@ void BlockingExchange::abort()
 
 ConnectionPool::ConnectionPool(const TransferLimits& limits)
     : m_limits(limits)
-    , m_maximumIdle(descriptorBudget(2, 1))
+    , m_maximumIdle(descriptorBudget(2))
 {}
 
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
@@ -157,7 +157,7 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
     }
     entry.front().user = std::this_thread::get_id();
     entry.front().exchange = request.id;
-    if (m_cancelled.contains(request.id)) {
+    if (!m_closed && m_cancelled.contains(request.id)) {
         entry.front().session.cancel();
     }
     m_active.splice(m_active.end(), entry);
@@ -169,7 +169,7 @@ void ConnectionPool::release(Sessions::iterator entry)
     Sessions dropped; // destroyed after the lock is released, because closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
     dropped.splice(dropped.end(), m_active, entry);
-    if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
+    if (entry->session.isAborted() || entry->device->isRemoved) {
         m_left.notify_all();
         return;
     }

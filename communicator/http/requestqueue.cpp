@@ -105,9 +105,6 @@ void RequestQueue::startRunnable()
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
         const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
-        if (!queue) {
-            continue;
-        }
         queue->isRunnable = false;
         if (!queue->waiting.empty() && mayBegin(*queue)) {
             begin(key, *queue);
@@ -153,10 +150,10 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
 }
 
 void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
-                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(outcome, reason));
+        finished(deviceKey, job, job->exchange->breakOff(outcome, error));
         return;
     }
     m_loop.stopTimer(job->timer);
@@ -170,7 +167,7 @@ void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
         markRunnable(deviceKey, *queue);
     }
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, outcome, reason, job->started));
+    job->done(failWithoutSending(job->request, outcome, error, job->started));
     startRunnable();
 }
 
@@ -233,10 +230,10 @@ void RequestQueue::cancelAll(const QString& deviceKey)
     endAllOf(deviceKey, cancelledError());
 }
 
-void RequestQueue::endAllOf(const QString& deviceKey, const QString& reason)
+void RequestQueue::endAllOf(const QString& deviceKey, const QString& error)
 {
     if (const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey)) {
-        endAll(*queue, reason);
+        endAll(*queue, error);
         forgetIfIdle(deviceKey);
         startRunnable();
     }
@@ -253,18 +250,18 @@ RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
     return all;
 }
 
-void RequestQueue::endAll(DeviceQueue& queue, const QString& reason)
+void RequestQueue::endAll(DeviceQueue& queue, const QString& error)
 {
     const Jobs waiting = takeWaiting(queue);
     Jobs underWay = std::exchange(queue.underWay, {});
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, reason, job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, error, job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, reason));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, error));
     }
 }
 

@@ -81,10 +81,10 @@ private:
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
     void endEarly(const QString& deviceKey, Jobs::iterator job, IHttpVersionTrigger::HttpSimpleState outcome,
-                  const QString& reason);
+                  const QString& error);
     static Jobs takeWaiting(DeviceQueue& queue);
-    void endAll(DeviceQueue& queue, const QString& reason);
-    void endAllOf(const QString& deviceKey, const QString& reason);
+    void endAll(DeviceQueue& queue, const QString& error);
+    void endAllOf(const QString& deviceKey, const QString& error);
     void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);

@@ -22,8 +22,8 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-/// Whether @p character goes out unencoded: unreserved characters (RFC 3986, 2.3), and those that separate
-/// the parts of a path and a query.
+/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
+/// a path and a query their form.
 bool isPlain(QChar character)
 {
     const ushort code = character.unicode();
@@ -36,13 +36,14 @@ bool isPlain(QChar character)
 void appendLiteral(QByteArray& out, const QString& text)
 {
     if (std::all_of(text.cbegin(), text.cend(), isPlain)) {
-        out += text.toLatin1(); // most paths; the result is the same, only faster
+        out += text.toLatin1(); // as most paths are; the same, and faster
         return;
     }
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
     decltype(text.size()) done = 0;
     for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
-        if (i + 2 >= encoded.size() || !isHexDigit(encoded[i + 1]) || !isHexDigit(encoded[i + 2])) {
+        const char* const digits = encoded.constData() + i + 1; // the end is a zero
+        if (!isHexDigit(digits[0]) || !isHexDigit(digits[1])) {
             out.append(encoded.constData() + done, i - done).append("%25");
             done = i + 1;
         }
@@ -68,8 +69,8 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
     decltype(path.size()) done = 0;
     while (done < path.size()) {
         const auto open = path.indexOf(QLatin1Char('{'), done);
-        const auto close = open < 0 ? -1 : path.indexOf(QLatin1Char('}'), open);
-        if (close < 0) {
+        const auto close = open == -1 ? -1 : path.indexOf(QLatin1Char('}'), open);
+        if (close == -1) {
             break;
         }
         const auto value = placeHolders.constFind(path.mid(open + 1, close - open - 1));

@@ -33,7 +33,7 @@ QByteArray TlsServer::run(const QStringList& arguments, const QByteArray& input)
     process.write(input);
     process.closeWriteChannel();
     return process.waitForFinished(timeout) && process.exitCode() == 0 ? process.readAllStandardOutput()
-                                                                        : QByteArray();
+                                                                       : QByteArray();
 }
 
 bool TlsServer::start(Serves what)

@@ -112,6 +112,17 @@ private Q_SLOTS:
     void everyTypeBecomesWhatTheDocumentMakesOfIt()
     {
         QFETCH(QVariant, value);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+        // Devices are sent the same with Qt 6, whose document writes these in another way.
+        static const QMap<QByteArray, QByteArray> asEver{
+            {"short", "\"5\""}, {"ushort", "\"5\""}, {"large integral double", "1000000000000000000"}};
+        const auto text = asEver.constFind(QTest::currentDataTag());
+        if (text != asEver.cend()) {
+            QCOMPARE(Json::write(value), *text);
+            QVERIFY(documentText(value) != *text);
+            return;
+        }
+#endif
         QCOMPARE(Json::write(value), documentText(value));
     }
 
@@ -208,6 +219,32 @@ private Q_SLOTS:
             list.append(QVariantMap{{"id", QString::number(i)}, {"value", i * 0.5}});
         }
         QCOMPARE(Json::write(list), documentText(list));
+    }
+
+    // What is cut off costs a copy, so that only much is.
+    void aTextKeepsLittleMoreMemoryThanItNeeds_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("capacity");
+        QTest::newRow("much too much") << 300 << 300;
+        QTest::newRow("an eighth too much") << 455 << 455;
+        QTest::newRow("less than that") << 456 << 512;
+        QTest::newRow("just the room that is there") << 512 << 512;
+    }
+    void aTextKeepsLittleMoreMemoryThanItNeeds()
+    {
+        QFETCH(int, size);
+        QFETCH(int, capacity);
+        QVariantList list;
+        for (int i = 2; i < size; i += 2) { // a digit and a comma or bracket each
+            list << 1;
+        }
+        if (size % 2 == 0) {
+            list.last() = 11;
+        }
+        const QByteArray text = Json::write(list);
+        QCOMPARE(text.size(), size);
+        QCOMPARE(text.capacity(), capacity);
     }
 
     void nestingTooDeepGivesNoText()

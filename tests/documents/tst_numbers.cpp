@@ -135,6 +135,7 @@ const Number numbers[] = {
     {transportPage, "after %1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
     {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
+    {transportPage, "counts as unanswered after %1 s", policy, "connect", 1000},
     {transportPage, "or with none within %1 s", policy, "proof", 1000},
     {transportPage, "at least %1 ms apart", policy, "reportGap", 1},
     {architecturePage, "| exchanges per device at once | %1 |", requestQueue, "maxPerDevice", 1},
@@ -223,11 +224,9 @@ private Q_SLOTS:
         const auto share = [](const char* file, const char* pattern) {
             return matchesIn(textOf(file), pattern).value(0).toInt();
         };
-        QCOMPARE(share("communicator/http/connectionpool.cpp", "descriptorBudget\\((\\d+), 1\\)"), 2);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "normal\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 4);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 16);
+        QCOMPARE(share("communicator/http/connectionpool.cpp", "descriptorBudget\\((\\d+)\\)"), 2);
+        QCOMPARE(share("communicator/http/socketengine.cpp", "normal\\(.*descriptorBudget\\((\\d+)\\)"), 4);
+        QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+)\\)"), 16);
         QVERIFY(page.contains("half for idle connections of blocking calls, a quarter for non-blocking "
                               "exchanges, a sixteenth for daemon requests"));
         QCOMPARE(

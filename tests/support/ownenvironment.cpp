@@ -12,7 +12,7 @@
 namespace {
 
 /// What tells where programs and scratch space are, and what steers a sanitizer, a debugger, a mutation run
-/// or Qt Test itself.
+/// or Qt Test itself, and whether servers of other makers have to be there.
 bool isKept(const std::string& name)
 {
     static const std::vector<std::string> kept = {"PATH",
@@ -25,6 +25,7 @@ bool isKept(const std::string& name)
                                                   "UBSAN_OPTIONS",
                                                   "QTEST_ENVIRONMENT",
                                                   "QTEST_FUNCTION_TIMEOUT",
+                                                  "TESSEL_REQUIRE_PEERS",
                                                   "TESSEL_MUTANT",
                                                   "TESSEL_MUTANTS_REACHED"};
     return std::find(kept.begin(), kept.end(), name) != kept.end();

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "signalrecorder.h"
 
+#include "variantof.h"
+
 #include <QMetaMethod>
-#include <QVariant>
 
 SignalRecorder::SignalRecorder(const QObject* sender)
     : m_meta(sender->metaObject())
@@ -33,7 +34,7 @@ int SignalRecorder::qt_metacall(QMetaObject::Call call, int id, void** arguments
     const QMetaMethod signal = m_meta->method(id);
     QStringList values;
     for (int i = 0; i < signal.parameterCount(); ++i) {
-        values << QVariant(signal.parameterType(i), arguments[i + 1]).toString();
+        values << variantOf(signal.parameterType(i), arguments[i + 1]).toString();
     }
     m_raised << QString::fromLatin1(signal.name()) + '(' + values.join(QStringLiteral(", ")) + ')';
     m_threads << QThread::currentThread();

@@ -350,7 +350,7 @@ private Q_SLOTS:
         Map params{{"brightness", "stale"}, {"other", 1}};
         QVERIFY(screenInfo()->setBrightness(m_device, screen, params, brightness));
         QCOMPARE(params, (Map{{"brightness", sent}, {"other", 1}}));
-        QCOMPARE(int(params.value("brightness").type()), int(QVariant::Int));
+        QCOMPARE(params.value("brightness").userType(), int(QMetaType::Int));
         QCOMPARE(m_engine->last().body,
                  QByteArray(R"({"brightness":)" + QByteArray::number(sent) + R"(,"other":1})"));
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <operations/signalcatcher.h>
 
+#include "variantof.h"
+
 #include <operations/operators.h>
 
 #include <QMetaMethod>
@@ -114,13 +116,14 @@ void TestSignalCatcher::everySignalOfEveryOperatorIsHeard()
             QVector<QVariant> values;
             for (int k = 0; k < method.parameterCount(); ++k) {
                 const int type = method.parameterType(k);
-                values << (type == QMetaType::QVariant ? QVariant(1) : QVariant(type, nullptr));
+                values << (type == QMetaType::QVariant ? QVariant(1) : variantOf(type));
             }
+            const QList<QByteArray> types = method.parameterTypes();
             QVector<QGenericArgument> arguments(3);
             for (int k = 0; k < values.size(); ++k) {
                 const bool variant = method.parameterType(k) == QMetaType::QVariant;
-                arguments[k] = QGenericArgument(QMetaType::typeName(method.parameterType(k)),
-                                                variant ? &values[k] : values[k].constData());
+                arguments[k] =
+                    QGenericArgument(types[k].constData(), variant ? &values[k] : values[k].constData());
             }
             QVERIFY2(method.invoke(one, Qt::DirectConnection, arguments[0], arguments[1], arguments[2]),
                      method.methodSignature());
