@@ -38,7 +38,7 @@ namespace {
 constexpr int threadCount = 32;
 constexpr int readsPerThread = 200;
 constexpr int deviceCount = 100;
-constexpr int inFlight = 1000;
+constexpr int requestCount = 1000;
 constexpr int flooding = 8;
 constexpr int healthyCalls = 1000;
 
@@ -162,8 +162,8 @@ void measureThreads(const QStringList& keys, int rounds)
 void fetchByLibrary(const QStringList& keys)
 {
     QEventLoop loop;
-    int left = inFlight;
-    for (int i = 0; i < inFlight; ++i) {
+    int left = requestCount;
+    for (int i = 0; i < requestCount; ++i) {
         auto* const package = new HttpJsonPackage(nullptr);
         package->setUrl(path);
         QObject::connect(package, &HttpJsonPackage::readyRead, &loop, [&](HttpJsonPackage* answered) {
@@ -183,8 +183,8 @@ void fetchByLibrary(const QStringList& keys)
 void fetchByManager(QNetworkAccessManager& manager, const QStringList& keys)
 {
     QEventLoop loop;
-    int left = inFlight;
-    for (int i = 0; i < inFlight; ++i) {
+    int left = requestCount;
+    for (int i = 0; i < requestCount; ++i) {
         QNetworkReply* const reply = manager.get(QNetworkRequest(urlOf(keys[i % deviceCount])));
         QObject::connect(reply, &QNetworkReply::finished, &loop, [&, reply] {
             if (decode(reply->readAll()).size() != 13) {
@@ -215,8 +215,8 @@ public:
 
     void fetch(const QStringList& keys)
     {
-        std::vector<QByteArray> bodies(inFlight);
-        for (int i = 0; i < inFlight; ++i) {
+        std::vector<QByteArray> bodies(requestCount);
+        for (int i = 0; i < requestCount; ++i) {
             CURL* const easy = curl_easy_init();
             curl_easy_setopt(easy, CURLOPT_URL, urlOf(keys[i % deviceCount]).toEncoded().constData());
             curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
@@ -226,7 +226,7 @@ public:
             curl_easy_setopt(easy, CURLOPT_PRIVATE, &bodies[static_cast<std::size_t>(i)]);
             curl_multi_add_handle(m_multi, easy);
         }
-        for (int left = inFlight; left > 0;) {
+        for (int left = requestCount; left > 0;) {
             int running = 0;
             curl_multi_perform(m_multi, &running);
             int queued = 0;
@@ -266,7 +266,7 @@ void measureInFlight(const QStringList& keys, int rounds)
                             {"one multi handle of libcurl", [&] { curl.fetch(keys); }},
                             {"QNetworkAccessManager", [&] { fetchByManager(manager, keys); }}},
                            rounds, 1);
-    std::printf("%d requests in flight to %d devices\n", inFlight, deviceCount);
+    std::printf("%d requests in flight to %d devices\n", requestCount, deviceCount);
     printFigures(figures);
     tellRatio("parallel/in-flight-libcurl", figures[1].cpu / figures[0].cpu);
     tellRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);

@@ -12,8 +12,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
-
-extern char** environ;
+#include <unistd.h>
 
 namespace {
 

@@ -68,8 +68,14 @@ CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
     static const auto call = loaded<decltype(curl_easy_setopt)>("curl_easy_setopt");
     va_list arguments;
     va_start(arguments, option);
-    const CURLcode code = option < CURLOPTTYPE_OBJECTPOINT ? call(easy, option, va_arg(arguments, long))
-                                                           : call(easy, option, va_arg(arguments, void*));
+    CURLcode code{};
+    if (option < CURLOPTTYPE_OBJECTPOINT) {
+        const long value = va_arg(arguments, long);
+        code = call(easy, option, value);
+    } else {
+        void* const value = va_arg(arguments, void*);
+        code = call(easy, option, value);
+    }
     va_end(arguments);
     return code;
 }
@@ -125,8 +131,14 @@ CURLMcode curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
     static const auto call = loaded<decltype(curl_multi_setopt)>("curl_multi_setopt");
     va_list arguments;
     va_start(arguments, option);
-    const CURLMcode code = option < CURLOPTTYPE_OBJECTPOINT ? call(multi, option, va_arg(arguments, long))
-                                                            : call(multi, option, va_arg(arguments, void*));
+    CURLMcode code{};
+    if (option < CURLOPTTYPE_OBJECTPOINT) {
+        const long value = va_arg(arguments, long);
+        code = call(multi, option, value);
+    } else {
+        void* const value = va_arg(arguments, void*);
+        code = call(multi, option, value);
+    }
     va_end(arguments);
     return code;
 }
