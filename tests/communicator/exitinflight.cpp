@@ -136,7 +136,11 @@ int main(int argc, char** argv)
         QCoreApplication application(argc, argv);
         streamEvents(stalled);
         requests.start(stalled);
-        setExchangeObserver([](const ExchangeRecord&) { std::exit(0); });
+        setExchangeObserver([](const ExchangeRecord&) {
+            starting.lock(); // once all is in flight that is to be
+            starting.unlock();
+            std::exit(0);
+        });
         if (way == "observer") {
             requests.start(well);
             application.exec();
