@@ -3,9 +3,11 @@
 // Pushed events from the socket to an operator's handler: in bulk from a server that writes as fast as the
 // socket takes it, one by one with one stream and with 200 streams open, and with the refresh of the caches
 // that each event asks for. Only CabinetInfoOperator listens, since every operator reads every event. Its
-// debug lines are dropped. All servers are processes of their own.
-// Usage: bench_events [--ratios] [bulk events]
+// debug lines are dropped. All servers are processes of their own. And the memory of 1,000 streams that are
+// open and silent. Usage: bench_events [--ratios] [bulk events]
+#include "fixedserver.h"
 #include "interleaved.h"
+#include "peakmemory.h"
 #include "ratios.h"
 #include "serverprocess.h"
 
@@ -26,6 +28,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
@@ -45,24 +48,12 @@ constexpr int deviceCount = 200;
 constexpr int eventsPerDevice = 10;
 constexpr int burstEvents = 10000;
 constexpr int rounds = 5;
+constexpr int idleStreams = 1000;
 constexpr int watchdogMilliseconds = 60000;
 
 const char unrelatedEvent[] =
     R"({"eventSender":"screen","eventType":"brightnessChange","eventData":{"screenID":1,"brightness":0.8}})";
 const char refreshEvent[] = R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{}})";
-
-/// Sends all of @p text. @return whether the peer took it.
-bool sendAll(int peer, const std::string& text)
-{
-    for (std::size_t sent = 0; sent < text.size();) {
-        const ssize_t n = send(peer, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (n <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(n);
-    }
-    return true;
-}
 
 /// Serves one event stream after the other; each gets @p count events and then stays open.
 void serveBulk(int count, const Ready& ready)
@@ -142,6 +133,13 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
     ready(addresses);
     stopping = true;
     pusher.join();
+}
+
+/// Answers with an event stream of one event, which stays open and silent.
+bool beginStream(int connection)
+{
+    return sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\ndata: " +
+                                   std::string(unrelatedEvent) + "\n\n");
 }
 
 QStringList keysOf(const ServerProcess& server)
@@ -249,6 +247,54 @@ void measureStreams(const QStringList& one, const QStringList& many)
     tellRatio("events/streams", median(manyCpu) / median(oneCpu));
 }
 
+/// Bytes that this process has allocated.
+double allocated()
+{
+    const auto now = mallinfo2();
+    return static_cast<double>(now.uordblks + now.hblkhd);
+}
+
+/// Adds the devices and returns when an event of each has come.
+void open(const QStringList& keys)
+{
+    HttpProxy* const proxy = HttpProxy::getInstance();
+    QEventLoop loop;
+    int waiting = static_cast<int>(keys.size());
+    QObject::connect(proxy, &HttpProxy::deviceAutoReportData, &loop, [&] {
+        if (--waiting == 0) {
+            loop.quit();
+        }
+    });
+    QTimer::singleShot(watchdogMilliseconds, &loop, [&] {
+        std::fprintf(stderr, "bench_events: %d of %d streams did not open\n", waiting,
+                     static_cast<int>(keys.size()));
+        std::exit(1);
+    });
+    for (const QString& key : keys) {
+        DeviceEndpoint endpoint;
+        endpoint.address = key;
+        proxy->addDevice(key, endpoint);
+    }
+    loop.exec();
+}
+
+/// In a process of its own, whose first stream is not counted: it takes what the transport takes once.
+void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
+{
+    const double kibibytes = measuredApart([&] {
+        const QCoreApplication app(argc, argv);
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        HttpProxy::getInstance()->initialize(true);
+        const QStringList keys = keysOf(server);
+        open(keys.mid(0, 1));
+        const double before = allocated();
+        open(keys.mid(1));
+        return (allocated() - before) / 1024 / static_cast<double>(keys.size() - 1);
+    });
+    std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", idleStreams, kibibytes);
+    tellRatio("events/idle-stream", kibibytes);
+}
+
 void measureRefresh(const QStringList& keys, int events, const char* title)
 {
     const Run run = receive(keys, events, 2 * events);
@@ -274,6 +320,9 @@ int main(int argc, char** argv)
     const ServerProcess burst([](const Ready& ready) { serveFleet(1, burstEvents, refreshEvent, 0, ready); });
     const ServerProcess burstFleet(
         [](const Ready& ready) { serveFleet(deviceCount, eventsPerDevice, refreshEvent, 0, ready); });
+
+    const ServerProcess idle([](const Ready& ready) { serveBy(idleStreams, beginStream, ready); });
+    measureIdleStreams(argc, argv, idle);
 
     const QCoreApplication app(argc, argv);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});

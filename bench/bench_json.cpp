@@ -7,8 +7,8 @@
 #include "peakmemory.h"
 #include "ratios.h"
 
-#include <communicator/json/jsonwriter.h>
 #include <json/jsonreader.h>
+#include <json/jsonwriter.h>
 
 #include <QElapsedTimer>
 #include <QJsonDocument>

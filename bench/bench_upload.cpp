@@ -9,7 +9,7 @@
 #include "serverprocess.h"
 
 #include <communicator/exchangeobserver.h>
-#include <communicator/json/jsonwriter.h>
+#include <json/jsonwriter.h>
 #include <simulator/iothreads.h>
 #include <simulator/simulator.h>
 #include <tessel/correctionop.h>

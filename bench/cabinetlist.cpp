@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cabinetlist.h"
 
-#include <communicator/json/jsonwriter.h>
+#include <json/jsonwriter.h>
 
 #include <QJsonDocument>
 

@@ -24,7 +24,7 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   target_sources(tessel_warnings INTERFACE
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
-  message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it takes nothing, address or thread")
+  message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it must be empty, address or thread")
 endif()
 
 # tessel_precompile(TARGET [HEADER ...]): compiles once per target what nearly all its sources read, and HEADERs that
@@ -84,7 +84,7 @@ function(tessel_library name)
   target_link_libraries(${name}_private PUBLIC ${ARG_PUBLIC} ${ARG_PRIVATE})
 endfunction()
 
-# What the sanitizers are told in every test.
+# The sanitizer options of every test.
 set(tessel_test_environment
   TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp
   UBSAN_OPTIONS=print_stacktrace=1
@@ -104,7 +104,7 @@ function(tessel_test name)
   set_target_properties(${name} PROPERTIES AUTOMOC ON)
   if(NOT ARG_NO_PRECOMPILE)
     tessel_precompile_test(${name})
-    # The sources include their own moc output, so next to nothing stands here.
+    # The sources include their own moc output, so this file is nearly empty.
     set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp
       PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   endif()

@@ -13,63 +13,63 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Where the push channel of a device is.
+/// The state of a device's event stream.
 enum class ConnectionState {
-    Stopped,    ///< there is none: the device is unknown, events were not asked for, or the device ended them
+    Stopped,    ///< no stream: the device is unknown, events were not requested, or the device ended them
     Connecting, ///< the stream is being opened
-    Live,       ///< the stream is open: what changes on the device is heard
-    Waiting,    ///< the stream ended or could not be opened, and will be opened again
-    Refused,    ///< the device answers, but refuses the login or offers no events; tried again, less often
-    Gone        ///< without contact for so long that deviceLogout() was raised; tried again
+    Live,       ///< the stream is open, and changes on the device are received
+    Waiting,    ///< the stream has ended or could not be opened, and will be opened again
+    Refused,    ///< the device answers, but refuses the login or has no event stream; tried again, less often
+    Gone        ///< without contact for so long that deviceLogout() was emitted; tried again
 };
 
 /// The name of @p state as it is printed: `stopped`, `connecting`, `live`, `waiting`, `refused`, `gone`.
 COMMUNICATOR_EXPORT QString connectionStateName(ConnectionState state);
 
-/// The push channel of one device, at one moment.
+/// The event stream of one device at one moment. A plain value.
 struct COMMUNICATOR_EXPORT DeviceConnection
 {
-    QString deviceKey;                                ///< as addDevice() was given it
-    ConnectionState state = ConnectionState::Stopped; ///< where the channel is
-    QString reason;        ///< why it is not live, for people, without a secret; empty while it is live
-    QDateTime since;       ///< when the state began, UTC; invalid for a device that has no channel
-    QDateTime nextAttempt; ///< when the stream will be opened again, UTC; invalid when nothing is planned
+    QString deviceKey;                                ///< the key given to addDevice()
+    ConnectionState state = ConnectionState::Stopped; ///< the state of the stream
+    QString reason;  ///< why it is not live, as text for people, without secrets; empty while it is live
+    QDateTime since; ///< when the state began, in UTC; invalid for a device without a stream
+    QDateTime nextAttempt; ///< when the stream will be opened again, in UTC; invalid if nothing is planned
 };
 
-/// Tells for each device whether its events are heard, and which may have been missed.
+/// Reports for each device whether its events are received, and whether events may have been missed.
 ///
-/// An application shows from it what it knows: while a device is `Live`, caches follow the device; in every
-/// other state they may be out of date. When a stream comes back and does not prove that nothing was missed,
-/// the transport reports each of changeEvents() by HttpProxy::deviceAutoReportData, as the device would, so
-/// that caches are read anew and signals are raised.
+/// While a device is `Live`, caches follow the device; in every other state they may be out of date. If a
+/// stream comes back without proof that nothing was missed, the transport reports each of changeEvents() by
+/// HttpProxy::deviceAutoReportData, as if the device had pushed it, so that caches are read again and signals
+/// are emitted.
 ///
-/// All functions may be called from any thread and return at once. The signals are raised on the proxy's
-/// thread, in one order with the signals of HttpProxy.
+/// All functions may be called from any thread and return at once. The signals are emitted on the proxy's
+/// thread, in order with the signals of HttpProxy.
 class COMMUNICATOR_EXPORT DeviceConnections : public QObject
 {
     Q_OBJECT
 public:
-    /// The one of this process, created on first use and never deleted.
+    /// The instance of this process, created on first use and never deleted.
     static DeviceConnections* getInstance();
 
-    /// The channel of @p deviceKey now; `Stopped` when it has none.
+    /// The current state of the stream of @p deviceKey; `Stopped` if it has none.
     DeviceConnection connection(const QString& deviceKey) const;
-    /// The channels of all devices that have one, sorted by device key.
+    /// The streams of all devices that have one, sorted by device key.
     QList<DeviceConnection> connections() const;
 
-    /// Sets what is reported of a device whose events may have been missed, each as the JSON text that a
-    /// device would push. Tessel's operators set the events that make them read their caches anew; an
-    /// application that acts on further kinds of events adds those.
+    /// Sets the events that are reported for a device whose events may have been missed, each as the JSON
+    /// text that a device would push. Tessel's operators set the events that make them fetch their caches
+    /// again; an application that reacts to further kinds of events adds those.
     void setChangeEvents(const QList<QByteArray>& events);
-    /// What is reported of such a device, in this order.
+    /// The events that are reported for such a device, in order.
     QList<QByteArray> changeEvents() const;
 
 Q_SIGNALS:
-    /// Where the channel of a device is has changed; @p connection is what it was then, which may be older
-    /// than what connection() returns.
+    /// The state of a device's stream has changed. @p connection is the state at that time, which may be
+    /// older than the one that connection() returns.
     void connectionChanged(const Krelm::Communicator::HttpDevice::DeviceConnection& connection);
-    /// Events of @p deviceKey may have been missed. The reports of changeEvents() follow; what they do not
-    /// cover, the application has to read itself.
+    /// Events of @p deviceKey may have been missed. The reports of changeEvents() follow; the application has
+    /// to read anything that they do not cover itself.
     void eventsMissed(const QString& deviceKey);
 
 private:

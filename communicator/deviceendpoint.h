@@ -9,22 +9,26 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Where a device is reached and how one logs in to it.
+/// How to reach a device, how to log in to it, and how to verify its identity. A plain value.
 struct COMMUNICATOR_EXPORT DeviceEndpoint
 {
-    /// How the transport logs in. Digest is RFC 7616, Basic RFC 7617, Bearer RFC 6750.
+    /// The login scheme: Basic is RFC 7617, Digest RFC 7616, Bearer RFC 6750.
     enum class Login { None, Basic, Digest, Bearer };
 
-    QString address;           ///< `http(s)://host[:port]` or `host[:port]`; without a scheme it is http
-    Login login = Login::None; ///< how to log in
-    QString user;              ///< for Basic and Digest
-    QString secret;            ///< password or token; never logged
-    QString
-        caFile; ///< PEM file of the authorities to trust for this device; empty: the system's. Needs https
-    QString pinnedKey;     ///< `sha256//` and the base64 of the public key's hash; empty: none. Needs https.
-                           ///< Without a caFile it alone says which device is meant, else both must agree
-    bool verifyTls = true; ///< `false` accepts any certificate: for commissioning on a closed network only
-    bool requireTls = false; ///< refuses an address without https, so that a login never travels in clear
+    QString address;           ///< `http(s)://host[:port]` or `host[:port]`; http if there is no scheme
+    Login login = Login::None; ///< the login scheme
+    QString user;              ///< the user name for Basic and Digest
+    QString secret;            ///< the password or token; never logged
+    /// PEM file with the authorities to trust for this device; empty for the system's. Requires https.
+    QString caFile;
+    /// `sha256//` followed by the base64 SHA-256 hash of the device's public key; empty for none. Requires
+    /// https. Without a caFile it identifies the device by itself, whoever signed the certificate; with a
+    /// caFile both must match.
+    QString pinnedKey;
+    /// Whether the device's certificate is verified.
+    /// @warning `false` accepts any certificate; use it only for commissioning on a closed network.
+    bool verifyTls = true;
+    bool requireTls = false; ///< refuses an address without https, so that a login is never sent in clear
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/exchangeid.h"
 
+#include <communicator/httpproxy.h>
+
 #include <algorithm>
 #include <atomic>
 #include <mutex>
@@ -19,6 +21,7 @@ class Q_DECL_HIDDEN ExchangeIds::Private
 public:
     mutable std::mutex mutex; ///< guards ids
     std::vector<ExchangeId> ids;
+    std::atomic<bool> isCancelled{false};
 };
 
 ExchangeIds::ExchangeIds()
@@ -45,6 +48,19 @@ bool ExchangeIds::contains(ExchangeId id) const
     return std::binary_search(d->ids.begin(), d->ids.end(), id);
 }
 
+void ExchangeIds::cancel()
+{
+    d->isCancelled = true; // first: what begins meanwhile is either collected already or sees this
+    for (const ExchangeId id : all()) {
+        HttpProxy::getInstance()->cancel(id);
+    }
+}
+
+bool ExchangeIds::isCancelled() const
+{
+    return d->isCancelled;
+}
+
 ExchangeScope::ExchangeScope(ExchangeIds& ids)
     : m_ids(ids)
     , m_outer(innermost)
@@ -52,14 +68,15 @@ ExchangeScope::ExchangeScope(ExchangeIds& ids)
     innermost = this;
 }
 
-// Scopes that live in objects need not end in the order in which they nest.
+// Scopes that are members of objects need not be destroyed in reverse order.
 ExchangeScope::~ExchangeScope()
 {
     ExchangeScope** link = &innermost;
     while (*link != nullptr && *link != this) {
         link = &(*link)->m_outer;
     }
-    Q_ASSERT_X(*link == this, "ExchangeScope", "destroyed on another thread than the one that made it");
+    Q_ASSERT_X(*link == this, "ExchangeScope",
+               "destroyed on a different thread than the one that created it");
     if (*link == this) {
         *link = m_outer;
     }
@@ -71,13 +88,23 @@ ExchangeId beginExchange()
     for (const ExchangeScope* scope = innermost; scope != nullptr; scope = scope->m_outer) {
         ExchangeIds::Private& collected = *scope->m_ids.d;
         const std::lock_guard<std::mutex> lock(collected.mutex);
-        // Another thread may have put a later one here since, and nested scopes may share what they fill.
+        // Another thread may have added a later id since, and nested scopes may share one ExchangeIds.
         const auto place = std::lower_bound(collected.ids.begin(), collected.ids.end(), id);
         if (place == collected.ids.end() || *place != id) {
             collected.ids.insert(place, id);
         }
     }
     return id;
+}
+
+bool isCancelledHere()
+{
+    for (const ExchangeScope* scope = innermost; scope != nullptr; scope = scope->m_outer) {
+        if (scope->m_ids.d->isCancelled) {
+            return true;
+        }
+    }
+    return false;
 }
 
 quint64 exchangesBegun()

@@ -11,38 +11,48 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Names one exchange for as long as the process runs; never given twice. 0 names none.
+/// Identifies an exchange, uniquely within the process; 0 means none.
 using ExchangeId = quint64;
 
 COMMUNICATOR_EXPORT ExchangeId beginExchange();
 
-/// The exchanges that were begun on behalf of something, such as a call of the library: those that an
-/// ExchangeScope put here. May be used from any thread.
+/// The ids that ExchangeScope objects have collected, such as those of the exchanges of one library call. May
+/// be used from any thread.
 class COMMUNICATOR_EXPORT ExchangeIds
 {
 public:
     ExchangeIds();
     ~ExchangeIds();
 
-    /// All of them, in the order in which they began.
+    /// All ids, in the order in which the exchanges began.
     std::vector<ExchangeId> all() const;
-    /// The one that began last; 0 when there is none.
+    /// The id of the exchange that began last, or 0 if there is none.
     ExchangeId latest() const;
-    /// Whether @p id is one of them.
+    /// Whether @p id was collected.
     bool contains(ExchangeId id) const;
+
+    /// Ends them at once with `Aborted`, on whatever threads they are, and every exchange that is begun on
+    /// the same behalf from now on, without sending it: an operation of another thread returns as soon as it
+    /// can.
+    /// @warning What had gone out may have been executed by the device.
+    void cancel();
+    /// Whether cancel() was called.
+    bool isCancelled() const;
 
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     class Private;
     const std::unique_ptr<Private> d;
     Q_DISABLE_COPY_MOVE(ExchangeIds)
 };
 
-/// Collects the exchanges that begin on the thread that made it, while it lives: blocking ones, those that
-/// are only started, and those that an event loop on that thread begins meanwhile. What continues later, such
-/// as in a promise's handler, needs a scope there. Scopes may be nested, and each then collects; several may
-/// collect into one ExchangeIds, on different threads too. An id is collected before anything of its exchange
-/// is told. Has to be destroyed on its thread, before @p ids.
+/// While it lives, collects the ids of all exchanges that begin on the thread that created it: blocking and
+/// non-blocking ones, including those begun by an event loop on that thread. Code that continues later, such
+/// as a promise's handler, needs a scope of its own. Scopes can be nested, in which case each of them
+/// collects, and several scopes, even on different threads, can collect into one ExchangeIds. An id is
+/// collected before its exchange is first reported to observers. A scope must be destroyed on its own thread,
+/// before @p ids.
 class COMMUNICATOR_EXPORT ExchangeScope
 {
 public:
@@ -52,17 +62,23 @@ public:
 
 private:
     friend ExchangeId beginExchange();
+    friend bool isCancelledHere();
     ExchangeIds& m_ids;
-    ExchangeScope* m_outer; ///< the one that began before on this thread
+    ExchangeScope* m_outer; ///< the enclosing scope on this thread, or null
     Q_DISABLE_COPY_MOVE(ExchangeScope)
 };
 
-/// Gives the next exchange its id, and the id to the scopes on the calling thread. HttpProxy does so for each
-/// of its requests; whoever asks an HttpEngine directly does it for theirs. May be called from any thread.
+/// Returns the id of a new exchange, after adding it to the scopes on the calling thread. HttpProxy calls
+/// this for each request; code that uses an HttpEngine directly must call it itself. May be called from any
+/// thread.
 COMMUNICATOR_EXPORT ExchangeId beginExchange();
 
-/// How many exchanges began in this process, blocking or not. Of the built-in transport, each is told to the
-/// observers once, when it ends. May be called from any thread.
+/// Whether a scope on the calling thread collects for something that was cancelled, so that nothing is to be
+/// sent. May be called from any thread.
+COMMUNICATOR_EXPORT bool isCancelledHere();
+
+/// The number of exchanges that have begun in this process, blocking and non-blocking. With the built-in
+/// transport, observers are called once for each of them, when it finishes. May be called from any thread.
 COMMUNICATOR_EXPORT quint64 exchangesBegun();
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -13,43 +13,44 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// One finished exchange of the built-in transport. Headers, request bodies and logins are no part of it.
+/// A finished exchange of the built-in transport, without headers, request body and login.
 struct COMMUNICATOR_EXPORT ExchangeRecord
 {
-    QString deviceKey; ///< what could be a login in it is masked
+    QString deviceKey; ///< the device key, with anything that could be a login masked
     QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
-    QByteArray path;   ///< expanded and encoded, with the query
-    int status = 0;    ///< HTTP status, 0 when none came
-    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< outcome
-    qint64 milliseconds = 0;  ///< from the call to the outcome
-    qint64 bytesSent = 0;     ///< of the body
-    qint64 bytesReceived = 0; ///< of the body
-    QString reason;           ///< why it failed, without a secret; empty after a success
-    QByteArray reply;         ///< the body that came, shared and not copied; empty for a download
-    ExchangeId id = 0;        ///< given when it began
+    QByteArray path;   ///< the path as sent, expanded and encoded, including the query
+    int status = 0;    ///< the HTTP status, or 0 if there was no reply
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< the outcome
+    qint64 milliseconds = 0;  ///< time from the call to the outcome, including the wait for a connection
+    qint64 bytesSent = 0;     ///< size of the request body sent
+    qint64 bytesReceived = 0; ///< size of the reply body received
+    QString reason;           ///< why it failed, without secrets; empty after a success
+    QByteArray reply;         ///< the reply body, shared and not copied; empty for a download
+    ExchangeId id = 0;        ///< the id it got when it began
 };
 
-/// How far an exchange of the built-in transport is. Sizes are those of the bodies, as they travel: a form
-/// counts with what stands around its parts.
+/// The progress of an exchange of the built-in transport. Sizes are those of the bodies as transferred, so a
+/// form includes the boundaries and headers of its parts.
 struct COMMUNICATOR_EXPORT ExchangeProgress
 {
-    QString deviceKey;          ///< what could be a login in it is masked
-    QByteArray verb;            ///< `GET`, `PUT`, `POST` or `DELETE`
-    QByteArray path;            ///< expanded and encoded, with the query
-    qint64 bytesSent = 0;       ///< handed to the system so far; begins anew when a login has to be repeated
-    qint64 bytesToSend = -1;    ///< in all; -1: none or not known
-    qint64 bytesReceived = 0;   ///< so far
-    qint64 bytesToReceive = -1; ///< in all; -1: none or not known, such as before the reply told
-    ExchangeId id = 0;          ///< given when it began
+    QString deviceKey;       ///< the device key, with anything that could be a login masked
+    QByteArray verb;         ///< `GET`, `PUT`, `POST` or `DELETE`
+    QByteArray path;         ///< the path as sent, expanded and encoded, including the query
+    qint64 bytesSent = 0;    ///< passed to the system so far; restarts if a login requires repeating the body
+    qint64 bytesToSend = -1; ///< total size, or -1 if there is no body or its size is unknown
+    qint64 bytesReceived = 0;   ///< received so far
+    qint64 bytesToReceive = -1; ///< total size; -1 while unknown, for example before the response headers
+    ExchangeId id = 0;          ///< the id it got when it began
 };
 
-/// Removes an observer when it is destroyed or remove() is called.
+/// Owns the registration of an observer, which ends when the handle is destroyed or remove() is called.
 ///
-/// The removal waits until calls of the observer that are under way on other threads have returned, so that
-/// what the observer uses may be destroyed afterwards. It therefore must not happen while a lock is held that
-/// the observer takes. A removal from inside a call of an observer, this or another one, waits for none.
+/// Removal waits until calls of the observer that are running on other threads have returned, so that
+/// everything the observer uses can be destroyed afterwards.
+/// @warning Do not remove an observer while holding a lock that it takes. Removal from inside a call of any
+/// observer does not wait.
 ///
-/// Each may be used by one thread at a time, whichever.
+/// A handle must be used by only one thread at a time; which thread does not matter.
 class COMMUNICATOR_EXPORT ObserverHandle
 {
 public:
@@ -59,14 +60,14 @@ public:
     ~ObserverHandle();
     /// Takes over the observer of @p other, which holds none then.
     ObserverHandle(ObserverHandle&& other) noexcept;
-    /// Removes the observer that is held, and takes over the one of @p other.
+    /// Removes the current observer and takes over the one of @p other.
     ObserverHandle& operator=(ObserverHandle&& other) noexcept;
 
-    /// Removes the observer now; nothing when there is none.
+    /// Removes the observer now; does nothing if there is none.
     void remove();
 
     class Observer;
-    /// For the functions below.
+    /// Used by the functions below.
     explicit ObserverHandle(std::shared_ptr<Observer> observer);
 
 private:
@@ -74,38 +75,38 @@ private:
     Q_DISABLE_COPY(ObserverHandle)
 };
 
-/// Has @p observer called for every exchange that ends from now on, until the handle is destroyed. Observers
-/// are called one after the other in the order in which they were added, on the thread that performed the
-/// exchange: they must be quick and may be called from several threads at once. An observer may add and
-/// remove observers. May be called from any thread.
+/// Registers @p observer, which is called for every exchange that finishes, until the handle is destroyed.
+/// Observers are called in the order in which they were added, on the thread that performed the exchange, so
+/// they must be fast and can be called from several threads at once. An observer may add and remove
+/// observers. May be called from any thread.
 [[nodiscard]] COMMUNICATOR_EXPORT ObserverHandle
 addExchangeObserver(std::function<void(const ExchangeRecord&)> observer);
 
-/// Has @p observer called whenever one of the sizes of an exchange changed, those under way included, until
-/// the handle is destroyed, which ends the reports of exchanges under way too. The end of an exchange is told
-/// to the exchange observers alone. Order and threads are those of addExchangeObserver(). May be called from
-/// any thread.
+/// Registers @p observer, which is called whenever a size in ExchangeProgress has changed, until the handle
+/// is destroyed. Exchanges that are already running are included. The end of an exchange is reported only to
+/// exchange observers. Order and threads are as for addExchangeObserver(). May be called from any thread.
 [[nodiscard]] COMMUNICATOR_EXPORT ObserverHandle
 addProgressObserver(std::function<void(const ExchangeProgress&)> observer);
 
-/// Like addExchangeObserver(), for the one observer that has no handle: it takes the place of the one that
-/// was set so before; an empty function only removes that one. Waits for nothing: a call that had begun may
-/// outlast its removal. May be called from any thread.
+/// Sets the one exchange observer that has no handle, replacing the previous one; an empty function only
+/// removes it. May be called from any thread.
+/// @warning Unlike the destruction of a handle, this does not wait: a running call of the previous observer
+/// can continue after it has been replaced.
 COMMUNICATOR_EXPORT void setExchangeObserver(std::function<void(const ExchangeRecord&)> observer);
 
-/// The same for addProgressObserver(). May be called from any thread.
+/// The same for progress, see addProgressObserver(). May be called from any thread.
 COMMUNICATOR_EXPORT void setProgressObserver(std::function<void(const ExchangeProgress&)> observer);
 
-/// Whether somebody listens, so that an engine may save the work of telling. May be called from any thread;
-/// costs next to nothing.
+/// Whether there is any exchange observer, so that an engine can skip preparing reports. Cheap; may be called
+/// from any thread.
 COMMUNICATOR_EXPORT bool isExchangeObserved();
-/// The same for exchanges under way.
+/// The same for progress observers.
 COMMUNICATOR_EXPORT bool isProgressObserved();
 
-/// Calls the observers: for engines beside the built-in one, which takes `id` from HttpRequest. May be called
-/// from any thread, with no lock held that an observer could take.
+/// Calls the exchange observers. For engines other than the built-in one; they take `id` from HttpRequest.
+/// May be called from any thread, but not while holding a lock that an observer could take.
 COMMUNICATOR_EXPORT void tellObservers(const ExchangeRecord& record);
-/// The same for exchanges under way.
+/// The same for progress observers.
 COMMUNICATOR_EXPORT void tellObservers(const ExchangeProgress& progress);
 
 } // namespace Krelm::Communicator::HttpDevice

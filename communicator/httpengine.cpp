@@ -5,4 +5,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 HttpEngine::~HttpEngine() = default;
 
+void HttpEngine::cancel(ExchangeId /*id*/) {}
+
+void HttpEngine::cancelAll(const QString& /*deviceKey*/) {}
+
 } // namespace Krelm::Communicator::HttpDevice

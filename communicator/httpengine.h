@@ -14,50 +14,56 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The verb of a request.
+/// The method of a request (RFC 9110).
 enum class HttpMethod { Get, Put, Post, Delete };
 
-/// All that the network needs of a request, by value.
+/// Everything that an engine needs to send a request. A plain value.
 struct COMMUNICATOR_EXPORT HttpRequest
 {
-    QString deviceKey;                   ///< names the device; the engine resolves it
-    HttpMethod method = HttpMethod::Get; ///< the verb
-    QString path;                        ///< placeholders unexpanded
-    QMap<QString, QString> placeHolders; ///< values, not encoded
-    QMap<QString, QString> parameters;   ///< the query, not encoded
+    QString deviceKey;                   ///< identifies the device; the engine resolves it
+    HttpMethod method = HttpMethod::Get; ///< the method
+    QString path;                        ///< the path with placeholders unexpanded
+    QMap<QString, QString> placeHolders; ///< placeholder values, unencoded
+    QMap<QString, QString> parameters;   ///< query parameters, unencoded
     QMap<QString, QString> headers;      ///< request headers, names as written
-    QByteArray body;                     ///< the body of a request that is not multipart
-    bool multipart = false;              ///< the body is built from `parts`
-    QMap<QString, QVariant> parts;       ///< the fields of a multipart body
-    QString downloadPath;                ///< empty: the body stays in memory
-    int expectedTime = 0;                ///< milliseconds for the whole exchange
-    bool daemon = false;                 ///< travels on connections apart from normal traffic
-    ExchangeId id = 0;                   ///< what an engine tells the observers; 0: nobody gave one
+    QByteArray body;                     ///< the body, unless `multipart` is set
+    bool multipart = false;              ///< whether the body is built from `parts`
+    QMap<QString, QVariant> parts;       ///< the parts of a multipart body, by field name
+    QString downloadPath;                ///< file that receives the reply body; empty to keep it in memory
+    int expectedTime = 0;                ///< time limit of the whole exchange in ms; 0 for the default
+    bool daemon = false;                 ///< whether to use connections apart from normal traffic
+    ExchangeId id = 0;                   ///< the id to report to observers; 0 if none was assigned
 };
 
-/// What came back, by value.
+/// The reply to a request, or the reason why there is none. A plain value.
 struct COMMUNICATOR_EXPORT HttpReply
 {
-    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< zero is success
-    int status = 0;  ///< HTTP status, 0 when none came
-    QByteArray body; ///< empty after a failed exchange without a reply
-    /// Names as the device spelled them. The built-in transport makes one entry of all lines of one name: the
-    /// values, joined by ", ", under the spelling that came first.
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< zero means success
+    int status = 0;  ///< the HTTP status, or 0 if there was no reply
+    QByteArray body; ///< the reply body; empty if there was no complete reply
+    /// Response headers, with names as the device spelt them. The built-in transport joins lines of the same
+    /// name by ", " into one entry under the first spelling.
     QMap<QString, QString> headers;
 };
 
-/// The network behind HttpProxy. An engine knows nothing of packages, and may be replaced by one that records
-/// and answers in process or by another transport.
+/// The network layer of HttpProxy. An engine does not know packages. It can be replaced by one that records
+/// requests and answers them in process, or by another transport; see HttpProxy::setEngine().
 class COMMUNICATOR_EXPORT HttpEngine
 {
 public:
     virtual ~HttpEngine();
-    /// Performs the exchange on the caller's thread and returns when it ended. Called from any number of
-    /// threads.
+    /// Performs the exchange on the caller's thread and returns when it has finished, at the latest after
+    /// HttpRequest::expectedTime. Can be called from several threads at once.
     virtual HttpReply exchange(const HttpRequest& request) = 0;
-    /// Starts the exchange and returns at once; @p done is called exactly once, later, from any thread and
-    /// never from inside this call. @return whether it was started; `done` is called in either case.
+    /// Starts the exchange and returns at once. @p done must be called exactly once, from any thread but
+    /// never from inside this call.
+    /// @return whether the exchange was started; @p done is called in either case.
     virtual bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) = 0;
+    /// Ends the exchange @p id at once with `Aborted`, if it is under way or about to begin; its thread may
+    /// be another one. Called from any thread. An engine that cannot leaves this as it is: it does nothing.
+    virtual void cancel(ExchangeId id);
+    /// The same for all exchanges with @p deviceKey that are under way.
+    virtual void cancelAll(const QString& deviceKey);
 };
 
 } // namespace Krelm::Communicator::HttpDevice

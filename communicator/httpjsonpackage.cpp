@@ -43,7 +43,7 @@ HttpRequest HttpJsonPackage::Private::request(const HttpJsonPackage* package)
     if (p.bodyIsJson) {
         bool typed = false;
         for (auto it = request.headers.cbegin(); it != request.headers.cend() && !typed; ++it) {
-            typed = it.key().compare(QLatin1String("content-type"), Qt::CaseInsensitive) == 0;
+            typed = isNamed(it.key(), "content-type");
         }
         if (!typed) {
             request.headers.insert(QStringLiteral("Content-Type"), QStringLiteral("application/json"));
@@ -57,9 +57,9 @@ bool HttpJsonPackage::Private::lacksBody(const HttpJsonPackage* package)
     return package->d->bodyIsJson && package->d->body.isEmpty();
 }
 
-QString HttpJsonPackage::Private::faultOfBody(const HttpJsonPackage* package)
+QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 {
-    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyFault));
+    return QStringLiteral("the body ") + QLatin1String(Json::textOf(package->d->bodyError));
 }
 
 template <class Data>
@@ -229,7 +229,7 @@ void HttpJsonPackage::setParameters(const QMap<QString, QString>& parameters)
 
 void HttpJsonPackage::setRequestWithJsonObj(const QVariant& body)
 {
-    d->body = Json::write(body, &d->bodyFault);
+    d->body = Json::write(body, &d->bodyError);
     d->bodyIsJson = true;
 }
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// A text that is too long to be converted is none.
+// A text that is too long to be converted counts as invalid.
 QByteArray utf8(const QString& text)
 {
     return text.size() <= Krelm::Communicator::HttpDevice::maxConvertibleText ? text.toUtf8() : QByteArray();

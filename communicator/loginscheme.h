@@ -9,29 +9,30 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// A way to log in to a device and what it needs. `DeviceEndpoint::Login::None` is not one.
+/// A login scheme and its requirements. `DeviceEndpoint::Login::None` has no entry.
 struct LoginScheme
 {
     DeviceEndpoint::Login login; ///< as an endpoint names it
-    const char* name;       ///< on command lines, in messages and in documents; also that of the HTTP scheme
-    bool takesUser;         ///< logs in with a user and a password, otherwise with a token alone
-    bool takesColonInUser;  ///< whether the user name may contain ':'
-    bool needsSecret;       ///< an empty secret cannot be sent
-    bool answersAChallenge; ///< goes out only after the device asked for it
+    const char* name;            ///< used on command lines, in messages, in documents, and by HTTP (RFC 9110)
+    bool takesUser;              ///< whether it needs a user name and a password, rather than a token only
+    bool takesColonInUser;       ///< whether the user name may contain ':'
+    bool needsSecret;            ///< whether an empty secret is invalid
+    bool answersAChallenge;      ///< whether credentials are sent only after a challenge from the device
 };
 
 inline constexpr std::array loginSchemes{
-    // RFC 7617, 2: the first colon ends the user name.
+    // The first colon ends the user name (RFC 7617).
     LoginScheme{DeviceEndpoint::Login::Basic, "basic", true, false, false, false},
     LoginScheme{DeviceEndpoint::Login::Digest, "digest", true, true, false, true},
     LoginScheme{DeviceEndpoint::Login::Bearer, "bearer", false, true, true, false},
 };
 
-/// Null for DeviceEndpoint::Login::None, and for a value that is no enumerator.
+/// Returns the entry for @p login; null for DeviceEndpoint::Login::None and for a value that is not an
+/// enumerator.
 constexpr const LoginScheme* loginScheme(DeviceEndpoint::Login login)
 {
-    // Without a default, so that the compiler tells of an enumerator that is missing here, and by
-    // std::get, so that it tells of a row that is missing there.
+    // No default label, so that the compiler reports an enumerator missing here, and std::get, so that it
+    // reports a missing row.
     switch (login) {
     case DeviceEndpoint::Login::None:
         return nullptr;
@@ -45,7 +46,7 @@ constexpr const LoginScheme* loginScheme(DeviceEndpoint::Login login)
     return nullptr;
 }
 
-/// Null for a name that no scheme has; the comparison is exact.
+/// Returns the scheme called @p name, compared exactly, or null if there is none.
 constexpr const LoginScheme* loginSchemeNamed(std::string_view name)
 {
     for (const LoginScheme& scheme : loginSchemes) {

@@ -16,7 +16,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const Devices devices(8);
 
-    // The first getInstance() comes before the threads.
+    // Make the first getInstance() call before starting threads, since it must not race.
     Capability* const capability = Capability::getInstance();
     std::vector<std::future<std::pair<bool, int>>> answers;
     for (const QString& address : devices.addresses) {

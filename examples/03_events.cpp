@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What a device pushes, as it comes. Ends after the first event, or after a minute without one.
+// Prints pushed events as they arrive. Ends after the first event, or after a minute without one.
 #include "devices.h"
 
 #include <communicator/deviceendpoint.h>
@@ -25,7 +25,7 @@ int main(int argc, char** argv)
                          QCoreApplication::quit();
                      });
 
-    // The push channel is started here, and belongs to the devices that are made known.
+    // This opens the event streams, of the devices that are registered with addDevice().
     DeviceManager::getInstance()->initManager();
     for (const QString& address : devices.addresses) {
         DeviceEndpoint endpoint;
@@ -35,7 +35,7 @@ int main(int argc, char** argv)
         }
     }
 
-    // A simulated device says something once it is listened to.
+    // A simulated device pushes an event once its stream is open.
     QTimer::singleShot(0, &application, [&devices] {
         for (const auto& simulator : devices.simulators) {
             simulator->waitForEventStreams(1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// A typed record, read without waiting: the promise settles when the reply is there.
+// Reads a typed record without blocking: the promise is settled when the reply arrives.
 #include "devices.h"
 
 #include <tessel/hwinfo.h>

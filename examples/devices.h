@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Where the examples find their devices.
+// The devices used by the examples.
 #ifndef EXAMPLES_DEVICES_H
 #define EXAMPLES_DEVICES_H
 
@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-/// The addresses on the command line, or those of simulated controllers that live as long as this object.
+/// The addresses from the command line, or those of simulated controllers that live as long as this object.
 class Devices
 {
 public:
@@ -31,7 +31,7 @@ public:
         }
     }
 
-    QStringList addresses; ///< an address serves as device key
+    QStringList addresses; ///< also used as device keys
     std::vector<std::unique_ptr<Tessel::Simulator::Simulator>> simulators;
 };
 

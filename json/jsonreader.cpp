@@ -18,13 +18,13 @@ namespace {
 constexpr std::size_t retainedCapacity = std::size_t(256) * 1024;
 constexpr std::size_t retainedEntries = 4096;
 
-// A token reaches to the start of the next one; behind the last one it is empty.
+// A token extends to the start of the next one; the one after the last is empty.
 char start(std::string_view token)
 {
     return token.empty() ? '\0' : token.front();
 }
 
-// What is between the quotes of a string's token.
+// The text between the quotes of a string token.
 std::string_view content(std::string_view token)
 {
     return token.substr(1, token.rfind('"') - 1);
@@ -35,7 +35,7 @@ std::string_view withoutSpaceBehind(std::string_view token)
     return token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
 }
 
-// Moves @p p behind a run of digits. @return whether there was one.
+// Moves @p p past a run of digits. @return whether there was one.
 bool skipDigits(const char*& p, const char* end)
 {
     const char* const first = p;
@@ -80,7 +80,7 @@ bool readReal(std::string_view token, QVariant& out)
     double number = 0;
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
-        // Too large, or so small that it is zero.
+        // Too large, or so small that it rounds to zero.
         number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble();
         if (!std::isfinite(number) || (number == 0 && isTooLarge(token))) {
             return false;
@@ -90,7 +90,25 @@ bool readReal(std::string_view token, QVariant& out)
     return true;
 }
 
-// The parser's own numbers are not used: it rounds some of those with many digits wrongly.
+// Most numbers of most texts: no sign, no leading zero, and so few digits that none is too large.
+bool readShortInteger(std::string_view token, QVariant& out)
+{
+    constexpr std::size_t mostDigits = 18;
+    if (token.empty() || token.size() > mostDigits || (token.front() == '0' && token.size() > 1)) {
+        return false;
+    }
+    qlonglong number = 0;
+    for (const char c : token) {
+        if (c < '0' || c > '9') {
+            return false;
+        }
+        number = number * 10 + (c - '0');
+    }
+    out = number;
+    return true;
+}
+
+// The parser's own numbers are not used, because it rounds some numbers with many digits incorrectly.
 bool readNumber(std::string_view token, QVariant& out)
 {
     token = withoutSpaceBehind(token);
@@ -163,19 +181,19 @@ std::string_view keyText(const char* key)
     return {key, std::size_t(end - key)};
 }
 
-// The parser checks the brackets' balance, strings' ends and UTF-8 at once, everything else on the way.
-// Keys and strings are taken raw: the parser would reject lone surrogates.
+// The parser checks bracket balance, string ends and UTF-8 at once, and everything else on the way. Keys and
+// strings are read raw, because the parser would reject lone surrogates.
 class Reader
 {
 public:
-    // The reader of this thread, and with it what it learned from earlier texts.
+    // The reader of this thread, which remembers the keys of earlier texts.
     static Reader& instance()
     {
         static thread_local Reader reader;
         return reader;
     }
 
-    // Hands the document to @p read. @return whether that succeeds.
+    // Passes the document to @p read. @return whether that succeeds.
     template <typename Read>
     bool document(const QByteArray& text, Read read)
     {
@@ -192,7 +210,7 @@ public:
         return complete;
     }
 
-    // Hands each member's key and value to @p read.
+    // Passes each member's key and value to @p read.
     template <typename Read>
     static bool eachMember(simdjson::simdjson_result<ondemand::object> object, Read read)
     {
@@ -248,11 +266,14 @@ public:
     // A value below @p depth levels; objects in it are in @p scope.
     bool value(ondemand::value value, KeyTable::Id scope, QVariant& out, int depth);
 
-    // Reads a value, or the whole document, for its validity alone.
+    // A value that is no object and no array, and whose token is @p token.
+    static bool scalar(ondemand::value value, std::string_view token, QVariant& out);
+
+    // Reads a value, or the whole document, only to validate it.
     bool skip(ondemand::value value, int depth);
     bool skip(ondemand::document& document);
 
-    // Whether nothing follows what was read.
+    // Whether nothing follows the text that was read.
     static bool isAtEnd(ondemand::document& document)
     {
         return document.current_location().error() == simdjson::OUT_OF_BOUNDS;
@@ -266,7 +287,7 @@ private:
     {
         std::uint64_t number;
         bool flat;
-        bool repeated; // some key stands in it more than once
+        bool repeated; // some key occurs in it more than once
     };
 
     bool skip(simdjson::simdjson_result<ondemand::object> object, int depth);
@@ -315,9 +336,16 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                if (m_keys.occurs(key, current.number, m_entries.size())) {
                    current.repeated = true;
                }
+               const std::string_view token = value.raw_json_token();
+               const char opening = start(token);
+               if (opening != '{' && opening != '[') {
+                   // Nothing else is read meanwhile, so that it may be read where it is to stand.
+                   m_entries.emplace_back();
+                   m_entries.back().key = key;
+                   return scalar(value, token, m_entries.back().value);
+               }
                QVariant read;
                if (current.flat) {
-                   const char opening = start(value.raw_json_token());
                    if (opening == '{') {
                        const std::size_t before = m_entries.size();
                        if (!members(value.get_object(), key, current, depth + 1)) {
@@ -353,7 +381,7 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
     }
     case '[': {
         QVariantList elements;
-        // Only objects that stand in the outermost list are flattened.
+        // Only objects directly in the outermost list are flattened.
         const KeyTable::Id inner = scope == KeyTable::flatRoot ? KeyTable::plainRoot : scope;
         if (!list(value.get_array(), inner, elements, depth + 1)) {
             return false;
@@ -361,24 +389,33 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
         out = elements;
         return true;
     }
-    case '"': {
-        QString string;
-        if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
-            return false;
-        }
-        out = string;
-        return true;
-    }
     default:
-        // The iteration passes over it.
-        return readAtom(token, out);
+        return scalar(value, token, out);
     }
+}
+
+bool Reader::scalar(ondemand::value value, std::string_view token, QVariant& out)
+{
+    if (start(token) != '"') {
+        // The iteration passes over it.
+        return readShortInteger(token, out) || readAtom(token, out);
+    }
+    QString string;
+    if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
+        return false;
+    }
+    out = string;
+    return true;
 }
 
 bool Reader::isData(const char* key)
 {
+    const std::string_view text = keyText(key);
+    if (text.find('\\') == std::string_view::npos) {
+        return text == "data";
+    }
     QString string;
-    return decodeString(keyText(key), string) && string == QLatin1String("data");
+    return decodeString(text, string) && string == QLatin1String("data");
 }
 
 bool Reader::skip(ondemand::value value, int depth)
@@ -423,7 +460,7 @@ bool Reader::skip(ondemand::document& document)
     case '[':
         return skip(document.get_array(), 1) && isAtEnd(document);
     default: {
-        // It is the whole text if it reaches to its end.
+        // It is the whole text if it extends to its end.
         QVariant atom;
         const bool valid = start(token) == '"' ? isWellEscaped(content(token)) : readAtom(token, atom);
         return valid && token.data() + token.size() == m_end;
@@ -431,7 +468,7 @@ bool Reader::skip(ondemand::document& document)
     }
 }
 
-// Hands the value of the last member `data` to @p read, which replaces what it read before.
+// Passes the value of the last member `data` to @p read, which replaces earlier results.
 template <typename Read>
 bool readData(const QByteArray& reply, bool* isObject, Read read)
 {

@@ -11,6 +11,7 @@ namespace JsonText {
 namespace {
 
 constexpr std::size_t initialSlots = 256;
+// Keys come from the network: a table that has grown beyond what devices use starts anew.
 constexpr std::size_t retainedKeys = 4096;
 constexpr std::size_t retainedLength = std::size_t(256) * 1024;
 // Of the names of one text, in UTF-16 units: what every text may have, and per byte of it.
@@ -46,7 +47,7 @@ bool readHex(const char* digits, char16_t& out)
     return true;
 }
 
-// The escape behind a backslash; moves @p p behind it.
+// Decodes the escape after a backslash, and moves @p p past it.
 bool readEscape(const char*& p, const char* end, char16_t& out)
 {
     if (p == end) {
@@ -178,7 +179,7 @@ KeyTable::Id KeyTable::elementScope(Id key)
     return m_nodes[key].elements;
 }
 
-// Keys come from the network: the secret keeps a device from choosing keys that collide.
+// Keys come from the network; the secret prevents a device from choosing keys that collide.
 std::uint32_t KeyTable::hash(Id scope, std::string_view raw) const
 {
     std::uint64_t state = fold(m_secret ^ scope, 0x9e3779b97f4a7c15U ^ raw.size());
@@ -205,8 +206,8 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
     std::string_view text(raw, std::size_t(close - raw));
     QByteArray canonical;
     if (!plain) {
-        // However a key is escaped, it is the same key. One with a lone surrogate has no UTF-8; its UTF-16
-        // behind a byte that UTF-8 never has stands for it.
+        // A key is the same however it is escaped. One with a lone surrogate has no UTF-8; it is represented
+        // by its UTF-16 after a byte that never occurs in UTF-8.
         QString key;
         if (!decodeString(text, key)) {
             return 0;
@@ -272,7 +273,7 @@ void KeyTable::grow()
     m_slots.swap(slots);
 }
 
-// A key's values count from its last occurrence on, and so do those of every key within it.
+// A key's values count from its last occurrence on, as do those of every key within it.
 bool KeyTable::isValid(Id key, std::uint64_t object, std::size_t position) const
 {
     for (; m_nodes[key].object == object; key = m_nodes[key].scope) {

@@ -19,17 +19,20 @@ struct Parameter
 {
     /// Whether the operation reads the argument, writes it, or both.
     enum Direction { In, Out, InOut };
+    /// What of a reply an output holds.
+    enum Source { Body, HttpStatus, ResponseHeaders };
 
-    QString name;        ///< as in the declaration; the name of the argument on a command line
-    ValueType type;      ///< how it is written
-    Direction direction; ///< which way its value goes
+    QString name;         ///< as in the declaration; the name of the argument on a command line
+    ValueType type;       ///< how it is written
+    Direction direction;  ///< which way its value goes
+    Source source = Body; ///< of an output
 };
 
-/// What a call left behind.
+/// What came of a call.
 struct CallResult
 {
     bool succeeded = false; ///< what the operation returned, or whether its promise was fulfilled
-    QString reason;         ///< why a promise was rejected
+    QString error;          ///< why a promise was rejected
     QVariantList
         outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
 };

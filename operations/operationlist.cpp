@@ -63,13 +63,16 @@ Lookup findOperation(const Operations& operations, QString name)
     }
     if (found.operations.empty()) {
         known.removeDuplicates();
-        found.problem = QStringLiteral("no operation is named \"%1\"").arg(name) + didYouMean(name, known);
+        found.error = QStringLiteral("unknown operation \"%1\"").arg(name) + didYouMean(name, known);
     } else if (qualified.size() > 1) {
         found.operations.clear();
-        found.problem = QStringLiteral("\"%1\" is an operation of several classes: %2")
-                            .arg(name, qualified.join(QStringLiteral(", ")));
+        found.error = QStringLiteral("several classes have an operation \"%1\"; use %2")
+                          .arg(name, qualified.join(QStringLiteral(" or ")));
     } else if (overload > static_cast<int>(found.operations.size())) {
-        found.problem = QStringLiteral("%1 has no overload %2").arg(qualified.first()).arg(overload);
+        found.error = QStringLiteral("%1 has no overload %2; there are %3")
+                          .arg(qualified.first())
+                          .arg(overload)
+                          .arg(found.operations.size());
         found.operations.clear();
     } else if (overload > 0) {
         found.operations = {found.operations[static_cast<std::size_t>(overload - 1)]};

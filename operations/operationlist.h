@@ -34,11 +34,11 @@ Operations screenInfoOperations();
 /// Every operation that can be called, class by class, overloads side by side. Built on the first call.
 const Operations& allOperations();
 
-/// What a name stands for.
+/// The operations that a name can mean.
 struct Lookup
 {
     std::vector<const Operation*> operations; ///< the overloads; empty when the name is unknown or ambiguous
-    QString problem;                          ///< why, with the nearest names
+    QString error;                            ///< why, with the nearest names
 };
 
 /// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.

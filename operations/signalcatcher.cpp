@@ -44,7 +44,7 @@ void SignalCatcher::hear(const QObject* object)
     }
 }
 
-// The slots exist by their numbers alone: those behind the ones of QObject, one per signal heard.
+// The slots exist by their numbers alone: those after the ones of QObject, one per signal heard.
 int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 {
     id = QObject::qt_metacall(call, id, arguments);

@@ -16,7 +16,7 @@ namespace Tessel::Operations {
 struct CaughtSignal
 {
     QString name;        ///< `HWInfo::signal_customNameChanged`
-    QString deviceKey;   ///< null where the signal does not tell the device
+    QString deviceKey;   ///< null where the signal does not name the device
     QVariantMap payload; ///< the other arguments by their names
 };
 
@@ -40,7 +40,7 @@ public:
 
 private:
     Handler m_handler;
-    std::vector<QMetaMethod> m_signals; // the index is that of the slot that stands for it
+    std::vector<QMetaMethod> m_signals; // the index is that of its slot
 };
 
 } // namespace Tessel::Operations

@@ -1,21 +1,25 @@
 # SPDX-License-Identifier: MIT
-# Sourced by ./demo, ./test and .ci/run: installs the Debian packages that are missing, and says so.
+# Sourced by ./demo, ./test and .ci/run: installs missing Debian packages and runs the build.
 
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
   libboost-dev nlohmann-json3-dev libcli11-dev openssl)
 test_packages=(python3)
+peer_packages=(nginx haproxy nodejs) # what tests/peers tries the transport against; left out where it is missing
 qt6_packages=(qt6-base-dev)
 style_packages=(git clang-format clang-tidy codespell doxygen reuse)
 abi_packages=(git abigail-tools)
 mutation_packages=(python3 python3-clang)
 
+# is_installed PACKAGE
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
 # install_missing PACKAGE...
 install_missing() {
   local package missing=()
   for package in "$@"; do
-    if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
-      missing+=("$package")
-    fi
+    is_installed "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -gt 0 ] || return 0
 
@@ -28,13 +32,46 @@ install_missing() {
     fi
     root=(sudo)
   fi
-  echo "Installing from Debian: ${missing[*]}" >&2
+  echo "Installing Debian packages: ${missing[*]}" >&2
   "${root[@]}" apt-get update -qq
   "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# progress PRESET: copies the build's output, and on a terminal shows how far the build is in one line that changes.
+# install_peers: the packages of tests/peers. The tests start the programs themselves: none is to run as a service, now
+# or after the next start of the machine.
+install_peers() (
+  policy=/usr/sbin/policy-rc.d root=() missing=()
+  for package in "${peer_packages[@]}"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || exit 0
+  [ "$(id -u)" -eq 0 ] || root=(sudo)
+  if [ ! -e "$policy" ]; then
+    trap '"${root[@]}" rm -f "$policy"' EXIT
+    # Its answer to each package that wants to start its service: this is not allowed.
+    printf '#!/bin/sh\nexit 101\n' | "${root[@]}" tee "$policy" >/dev/null
+    "${root[@]}" chmod 755 "$policy"
+  fi
+  install_missing "${missing[@]}"
+  for package in "${missing[@]}"; do
+    if [ -e "/etc/init.d/$package" ]; then
+      "${root[@]}" update-rc.d "$package" disable
+    fi
+  done
+)
+
+# tell_left_out PRESET: what the last run of the tests left out, and why.
+tell_left_out() {
+  local log=build/$1/Testing/Temporary/LastTest.log
+  if [ -f "$log" ] && grep -q '^SKIP ' "$log"; then
+    echo
+    echo "Left out:"
+    sed -n 's/^SKIP *: /  /p' "$log"
+  fi
+}
+
+# progress PRESET: copies the build output and, on a terminal, shows the progress in a single line.
 progress() {
   local line counter='^\[[0-9]+/[0-9]+\]'
   if [ ! -t 2 ]; then
@@ -52,7 +89,7 @@ progress() {
   echo >&2
 }
 
-# build PRESET [TARGET...]: configures and builds; shows the compiler's output only when something fails.
+# build PRESET [TARGET...]: configures and builds; prints the compiler output only if something fails.
 build() {
   local -
   set -o pipefail

@@ -12,21 +12,21 @@ namespace Tessel::Simulator {
 // Each cabinet has a table of each kind.
 using Tessel::CoefficientKind;
 
-/// Where a cabinet keeps its tables. An upload goes to the first; saving, loading and applying copy from one
-/// to another.
+/// The places in which a cabinet keeps its tables. An upload goes to the first; saving, loading and applying
+/// copy tables from one to another.
 enum class CoefficientBank {
-    Loaded,  ///< in the receiving card, gone with the next upload
+    Loaded,  ///< in the receiving card, until the next upload
     Saved,   ///< in the memory of the cabinet
-    Factory, ///< what it was delivered with
-    Module,  ///< in the memories of its modules
+    Factory, ///< the tables it was delivered with
+    Module,  ///< in the memory of its modules
     Applied  ///< low-gray coefficients in use
 };
 
-/// What a controller got of one kind of coefficients.
+/// The uploads of one kind of coefficients that a controller has received.
 struct CoefficientCounts
 {
-    quint64 uploads = 0; ///< requests that were taken
-    quint64 bytes = 0;   ///< of their bodies
+    quint64 uploads = 0; ///< number of accepted requests
+    quint64 bytes = 0;   ///< total size of their bodies
 };
 
 } // namespace Tessel::Simulator

@@ -7,27 +7,27 @@
 
 namespace Tessel::Simulator {
 
-/// One scripted misbehaviour. Scripts are tried in the order in which they were added; the first that fits
-/// answers.
+/// A scripted misbehaviour. Faults are tried in the order in which they were added; the first one that
+/// matches a request applies.
 struct Fault
 {
     /// Where the reply ends too early.
     enum class Cut {
-        None,     ///< the reply goes out whole
-        Truncate, ///< the head promises the whole body, half of it follows, then the connection ends
-        Close,    ///< the connection ends without a reply; the request has no effect
-        Stall     ///< nothing is ever answered; the request has no effect
+        None,     ///< the complete reply is sent
+        Truncate, ///< the head announces the whole body, but the connection is closed after half of it
+        Close,    ///< the connection is closed without a reply; the request has no effect
+        Stall     ///< no reply is ever sent; the request has no effect
     };
 
-    QString path = QStringLiteral("*"); ///< path, path with placeholders, route key, or "*" for every request
-    QByteArray method;                  ///< "GET", "PUT" and so on; empty: any
-    int times = 1;                      ///< how often it strikes; negative: until cleared
-    int after = 0;                      ///< how many fitting requests pass first
+    QString path = QStringLiteral("*"); ///< path, path with placeholders, route key, or "*" for any
+    QByteArray method;                  ///< "GET", "PUT" and so on; empty for any
+    int times = 1;                      ///< how often it applies; negative for until cleared
+    int after = 0;                      ///< how many matching requests pass first
     int delay = 0;                      ///< milliseconds before the reply
-    int status = 0;      ///< HTTP status; with 0 and no code or body the request is served normally
-    int code = 0;        ///< `code` of the envelope; with status 0 the status is 200
-    QByteArray body;     ///< the whole reply body; empty: an envelope
-    Cut cut = Cut::None; ///< where the reply ends too early
+    int status = 0;      ///< HTTP status; if 0 without code and body, the request is served normally
+    int code = 0;        ///< `code` of the envelope; the HTTP status is 200 unless `status` is set
+    QByteArray body;     ///< the complete reply body; empty for an envelope
+    Cut cut = Cut::None; ///< whether and how the reply is cut short
 };
 
 } // namespace Tessel::Simulator

@@ -6,8 +6,9 @@
 
 namespace Tessel::Simulator {
 
-/// Threads that do the network input and output of one or many simulators. Joined by the destructor, which
-/// must not run on one of them; simulators that use it keep it alive.
+/// Threads that carry out the network I/O of one or more simulators. The simulators that use them keep them
+/// alive. The destructor joins the threads.
+/// @warning The destructor must not run on one of these threads.
 class IoThreads
 {
 public:
@@ -18,7 +19,7 @@ public:
     IoThreads& operator=(const IoThreads&) = delete;
 
     class Private;
-    /// For the simulator's own use.
+    /// For internal use by the simulator.
     Private& d() { return *m_d; }
 
 private:

@@ -50,8 +50,8 @@ public:
 
     Device device;
     std::shared_ptr<IoThreads> threads; ///< null until started when it has its own
-    std::unique_ptr<HttpServer> server; ///< touched by start() and stop() only
-    std::atomic<quint16> port{0};       ///< 0: not running
+    std::unique_ptr<HttpServer> server; ///< used by start() and stop() only
+    std::atomic<quint16> port{0};       ///< 0 if not running
     mutable std::mutex mutex;           ///< guards error
     QString error;
 };
@@ -141,8 +141,8 @@ quint64 Simulator::pushEvent(const QByteArray& event)
 
 quint64 Simulator::pushWarning(const QString& eventType, const QByteArray& data)
 {
-    const auto told = data.isEmpty() ? nlohmann::json() : parseJson(view(data));
-    return told.is_discarded() ? 0 : d->device.warn(eventType.toStdString(), told);
+    const auto parsed = data.isEmpty() ? nlohmann::json() : parseJson(view(data));
+    return parsed.is_discarded() ? 0 : d->device.state().warn(eventType.toStdString(), parsed);
 }
 
 int Simulator::eventStreams() const
@@ -198,17 +198,18 @@ bool Simulator::setValue(const QString& path, const QByteArray& json)
 
 QByteArray Simulator::coefficients(const QString& cabinet, CoefficientKind kind, CoefficientBank bank) const
 {
-    return QByteArray::fromStdString(d->device.coefficients().table(cabinet.toStdString(), kind, bank));
+    return QByteArray::fromStdString(
+        d->device.state().coefficients().table(cabinet.toStdString(), kind, bank));
 }
 
 CoefficientBank Simulator::shownCoefficients(const QString& cabinet) const
 {
-    return d->device.coefficients().shown(cabinet.toStdString());
+    return d->device.state().coefficients().shown(cabinet.toStdString());
 }
 
 CoefficientCounts Simulator::coefficientCounts(CoefficientKind kind) const
 {
-    return d->device.coefficients().counts(kind);
+    return d->device.state().coefficients().counts(kind);
 }
 
 quint64 Simulator::requestCount() const
@@ -251,7 +252,7 @@ QList<RequestRecord> Simulator::requests() const
 void Simulator::resetCounts()
 {
     d->device.requests().reset();
-    d->device.coefficients().resetCounts();
+    d->device.state().coefficients().resetCounts();
 }
 
 void Simulator::reset()

@@ -17,107 +17,111 @@ namespace Tessel::Simulator {
 
 class IoThreads;
 
-/// One request as the simulator saw it.
+/// A request that the simulator has received.
 struct RequestRecord
 {
     QByteArray method;      ///< `GET`, `PUT` and so on
     QString path;           ///< decoded, without the query
-    QByteArray query;       ///< as it came, without the question mark
-    QByteArray contentType; ///< empty when the request had none
-    QByteArray body;        ///< the first 64 KiB
-    qint64 bodySize = 0;    ///< bytes of the whole body
-    int status = 0;         ///< 0: no reply was sent
+    QByteArray query;       ///< as received, without the question mark
+    QByteArray contentType; ///< empty if the request had none
+    QByteArray body;        ///< the first 64 KiB of the body
+    qint64 bodySize = 0;    ///< size of the whole body in bytes
+    int status = 0;         ///< HTTP status of the reply, or 0 if none was sent
 };
 
-/// The controller of an LED wall in software: serves the device API on HTTP/1.1 and pushes events on the
-/// stream at
-/// "/api/v1/events".
+/// A simulated controller of an LED wall: serves the device API over HTTP/1.1 (RFC 9112) and pushes events on
+/// the stream "/api/v1/events".
 ///
-/// It keeps what is written and gives it back on reading, and a write that changes something pushes the event
-/// that a controller pushes. All operations may be called from any thread, except that start() and stop()
-/// must not overlap. Several simulators run side by side in one process.
+/// Written values are stored and returned by later reads, and a write that changes something pushes the same
+/// event as a real controller. All functions may be called from any thread, except that start() and stop()
+/// must not overlap. A process can run several simulators.
 class Simulator
 {
 public:
     /// A controller with an I/O thread of its own.
     explicit Simulator(const Options& options = {});
-    /// A controller that shares @p threads with others, for fleets.
+    /// A controller that shares @p threads with others, used for fleets.
     Simulator(const Options& options, std::shared_ptr<IoThreads> threads);
-    /// Stops.
+    /// Stops the simulator.
     ~Simulator();
 
-    /// Binds and serves. @return whether it listens now; otherwise errorString() tells why.
+    /// Binds the port and starts serving.
+    /// @return whether it is listening; if not, errorString() says why.
     bool start();
-    /// Closes every connection and waits until nothing of it runs any more. Stopping twice is harmless;
-    /// start() may follow, with the state as it was.
+    /// Closes all connections and waits until their work has ended. Does nothing if it is already stopped.
+    /// After a later start() the state is unchanged.
     void stop();
     /// Whether it listens.
     bool isRunning() const;
-    /// Why start() failed; empty after a success.
+    /// Why start() failed; empty after success.
     QString errorString() const;
 
-    /// "127.0.0.1:41234": a device key that reads as an address; empty unless running.
+    /// The address, such as "127.0.0.1:41234", which can be used as a device key; empty unless running.
     QString address() const;
-    /// "http://" and address().
+    /// "http://" followed by address().
     QString baseUrl() const;
     /// The port that it listens on; 0 unless running.
     quint16 port() const;
     /// The options that it runs with.
     Options options() const;
 
-    /// Pushes @p event, sent as it is, to all streams and into the history. @return its id.
+    /// Pushes @p event, unchanged, to all streams and into the history.
+    /// @return its id.
     quint64 pushEvent(const QByteArray& event);
-    /// Pushes a warning of the monitoring: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet".
-    /// @p data is what it tells as JSON; empty: what was measured. @return the event's id; 0 when the
-    /// controller does not warn of that or @p data is no JSON.
+    /// Pushes a monitoring warning: "fanSpeed", "temperature", "voltage", "outputChange" or "cabinet". @p
+    /// data is its data as JSON; if it is empty, measured values are used.
+    /// @return the event's id; 0 if there is no such warning or @p data is not valid JSON.
     quint64 pushWarning(const QString& eventType, const QByteArray& data = {});
-    /// Number of open event streams.
+    /// The number of open event streams.
     int eventStreams() const;
-    /// Waits until at least @p count streams are open. @return whether they are.
+    /// Waits until at least @p count streams are open, for the given time at most.
+    /// @return whether they are open.
     bool waitForEventStreams(int count, int milliseconds = 5000) const;
-    /// Closes all event streams; clients may come back at once.
+    /// Closes all event streams; clients may reconnect at once.
     void disconnectStreams();
-    /// The device starts anew: event ids get another epoch, earlier events are forgotten and all event
-    /// streams are closed. What was written stays.
+    /// Restarts the device: event ids get a new epoch, earlier events are discarded, and all event streams
+    /// are closed. Written values are kept.
     void restartDevice();
-    /// The device is gone: closes all connections and cuts every request without a reply, until
-    /// loginDevice().
+    /// Makes the device disappear: closes all connections, and every later request without a reply, until
+    /// loginDevice() is called.
     void logoutDevice();
     /// The device is back: requests are served again.
     void loginDevice();
 
-    /// Adds a fault script.
+    /// Adds a fault.
     void addFault(const Fault& fault);
-    /// Drops all fault scripts; requests that stall stay so until their connection ends.
+    /// Removes all faults; requests that already stall continue to do so until their connection ends.
     void clearFaults();
 
-    /// Reads a resource as GET on @p path would, without being counted. @return its `data` as compact JSON;
-    /// empty when there is none.
+    /// Reads a resource like a GET on @p path, but without being counted.
+    /// @return its `data` as compact JSON; empty if there is no such resource.
     QByteArray value(const QString& path) const;
-    /// Writes a resource as PUT on @p path would, event included. @return whether it was taken.
+    /// Writes a resource like a PUT on @p path, including the event.
+    /// @return whether it was accepted.
     bool setValue(const QString& path, const QByteArray& json);
 
-    /// The coefficients of a cabinet as the text that was uploaded; empty when there is no such cabinet.
+    /// The coefficients of a cabinet, as the text that was uploaded; empty if there is no such cabinet.
     QByteArray coefficients(const QString& cabinet, CoefficientKind kind,
                             CoefficientBank bank = CoefficientBank::Loaded) const;
-    /// Whose coefficients a cabinet shows: the loaded ones until it is told otherwise.
+    /// The bank of coefficients that a cabinet shows; initially the loaded ones.
     CoefficientBank shownCoefficients(const QString& cabinet) const;
-    /// What came in uploads of @p kind.
+    /// The uploads of @p kind received so far.
     CoefficientCounts coefficientCounts(CoefficientKind kind) const;
 
-    /// Requests whose head came whole, those of the control interface left out.
+    /// The number of requests with a complete head, except for those to the control interface.
     quint64 requestCount() const;
     /// The same for one decoded path.
     quint64 requestCount(const QString& path) const;
-    /// Requests between their head and the end of their reply; event streams do not count.
+    /// The number of requests between their head and the end of their reply, without event streams.
     int requestsInFlight() const;
     /// The most that there were at once, since the start or resetCounts().
     int peakRequestsInFlight() const;
-    /// The latest requests, oldest first, as many as Options::requestLog keeps.
+    /// The latest requests, oldest first, limited by Options::requestLog.
     QList<RequestRecord> requests() const;
-    /// Forgets counts, those of coefficients too, peak and log.
+    /// Clears all counts, including those of coefficients, the peak and the log.
     void resetCounts();
-    /// Back to the starting content: state, faults, counts, login. Streams stay open, event ids go on.
+    /// Restores the initial state, removes faults, clears counts and logs the device in. Streams stay open,
+    /// and event ids continue.
     void reset();
 
     /// The ids of its screens, as they are in paths.

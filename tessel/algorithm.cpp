@@ -23,20 +23,20 @@ Algorithm::~Algorithm() = default;
 
 // Quirk: The routes of the colour algorithms are never in force.
 // Quirk: An operation without a route sends its request with an empty path. So do the two below.
-bool Algorithm::getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
-                            QMap<QString, QVariant>& reply)
+bool Algorithm::getRGBLight(const QString& deviceKey, const QMap<QString, QString>& query,
+                            QMap<QString, QVariant>& result)
 {
-    return Request("Algorithm_RGBLight").parameters(params).get(deviceKey, reply);
+    return Request("Algorithm_RGBLight").parameters(query).get(deviceKey, result);
 }
 
-bool Algorithm::getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& params,
-                                   QMap<QString, QVariant>& reply)
+bool Algorithm::getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& query,
+                                   QMap<QString, QVariant>& result)
 {
-    return Request("Algorithm_WhiteLightCoord").parameters(params).get(deviceKey, reply);
+    return Request("Algorithm_WhiteLightCoord").parameters(query).get(deviceKey, result);
 }
 
-bool Algorithm::getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& params,
-                                    QMap<QString, QVariant>& reply)
+bool Algorithm::getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& query,
+                                    QMap<QString, QVariant>& result)
 {
-    return Request("Algorithm_colorTemperature").parameters(params).get(deviceKey, reply);
+    return Request("Algorithm_colorTemperature").parameters(query).get(deviceKey, result);
 }

@@ -10,12 +10,12 @@
 
 /// Colour calculations of a device.
 ///
-/// Its routes are never in force: every request goes out with an empty path and the parameters as its query,
-/// and the outcome is what the transport makes of it.
+/// @warning These operations have no route: every request is sent with an empty path and the parameters as
+/// its query. The built-in transport ends it with `InvalidRequest`.
 ///
 /// No cache, no events. Operations block their caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; the reply is replaced, and emptied on failure.
+/// succeeded; the reply is replaced, and is empty after a failure.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT
@@ -23,19 +23,19 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static Algorithm* getInstance();
 
-    /// Calculates RGB light values from @p params.
-    bool getRGBLight(const QString& deviceKey, const QMap<QString, QString>& params,
-                     QMap<QString, QVariant>& reply);
-    /// Calculates white light coordinates from @p params.
-    bool getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& params,
-                            QMap<QString, QVariant>& reply);
-    /// Calculates a colour temperature from @p params.
-    bool getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& params,
-                             QMap<QString, QVariant>& reply);
+    /// Calculates RGB light values from @p query.
+    bool getRGBLight(const QString& deviceKey, const QMap<QString, QString>& query,
+                     QMap<QString, QVariant>& result);
+    /// Calculates white light coordinates from @p query.
+    bool getWhiteLightCoord(const QString& deviceKey, const QMap<QString, QString>& query,
+                            QMap<QString, QVariant>& result);
+    /// Calculates a colour temperature from @p query.
+    bool getColorTemperature(const QString& deviceKey, const QMap<QString, QString>& query,
+                             QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAlgorithmInfo();
 
 private:

@@ -10,13 +10,13 @@
 
 #include <initializer_list>
 
-/// The only place that knows the paths of the device API: maps route keys to paths.
+/// The route table: maps route keys to the paths of the device API. No other place knows these paths.
 ///
-/// Keys are compared exactly. A path has no host; its placeholders (`{id}`, `{cid}`, `{outputid}`, `{type}`)
-/// stay in it for the transport to expand. The table is complete from construction on and never changes, so
-/// lookups need no lock and may come from any thread. Only the first getInstance() must not race with
-/// another. The same holds for the first operation of any class, which creates the table if getInstance() was
-/// not called before.
+/// Keys are compared exactly. Paths have no host; their placeholders (`{id}`, `{cid}`, `{outputid}`,
+/// `{type}`) are expanded by the transport. The table is complete once constructed and never changes, so
+/// lookups need no lock and may come from any thread.
+/// @warning The first getInstance() must not race with another. The same holds for the first operation of any
+/// class, which creates the table if getInstance() was not called before.
 class TESSEL_EXPORT AllUrlResource : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     static AllUrlResource* getInstance();
     /// The whole table, implicitly shared.
     QMap<QString, QString> getMapAllUrl();
-    /// The path of @p key; empty when the table lacks it.
+    /// The path of @p key, or an empty text if the table does not have it; nothing is logged.
     static QString getUrl(const QString& key);
 
 private:
@@ -53,7 +53,7 @@ private:
     void initSelfTestop();
     void initAlgorithm();
 
-    /// Inserts @p routes in order, each path prefixed with @p prefix; a key inserted twice keeps its last
+    /// Inserts @p routes in order, prefixing each path with @p prefix; a key inserted twice keeps its last
     /// path.
     void insertAll(const QString& prefix, std::initializer_list<Route> routes);
 

@@ -2,7 +2,9 @@
 #include <tessel/cabinetinfooperator.h>
 
 #include <tessel/envelopes/cabinetsresponse.h>
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
 
@@ -61,18 +63,18 @@ bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, bool forc
                .fetch(deviceKey, m_cabinetsInfo);
 }
 
-bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& out, bool force)
+bool CabinetInfoOperator::getAllCabinetsInfo(const QString& deviceKey, QList<QVariant>& result, bool force)
 {
-    return outputFromCache(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, out);
+    return outputFromCache(getAllCabinetsInfo(deviceKey, force), m_cabinetsInfo, deviceKey, result);
 }
 
 // Quirk: A cabinet is found by the text of its id. Outputs and pipelines are found by its value.
 bool CabinetInfoOperator::getCabinetInfo(const QString& deviceKey, const QString& id,
-                                         QMap<QString, QVariant>& out)
+                                         QMap<QString, QVariant>& result)
 {
     const auto reads = [&id](const QVariant& found) { return found.toString() == id; };
     return getAllCabinetsInfo(deviceKey, false) &&
-           copyElementWhere(m_cabinetsInfo.value(deviceKey), reads, out);
+           copyElementWhere(m_cabinetsInfo.value(deviceKey), reads, result);
 }
 
 // Quirk: The typed cabinets look neither at the arguments nor at the reply's code. A reply that cannot be

@@ -7,6 +7,7 @@
 // Quirk: Two messages of the guarded operations are shorter than the others.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/instancesready.h>
 #include <tessel/frames/request.h>
 
 using Tessel::instancesReady;
@@ -27,7 +28,7 @@ QMap<QString, QString> jsonHeader()
 
 bool CabinetInfoOperator::communicationErrorDetectSwitcher(const QString& deviceKey, const QString& id,
                                                            const QMap<QString, QVariant>& body,
-                                                           QMap<QString, QVariant>& out)
+                                                           QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::communicationErrorDetectSwitcher"},
                           "pInstance is nullptr!") &&
@@ -35,69 +36,75 @@ bool CabinetInfoOperator::communicationErrorDetectSwitcher(const QString& device
                .headers(jsonHeader())
                .body(body)
                .placeHolder("id", id)
-               .put(deviceKey, out);
+               .put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::communicationErrorDetectSwitcher(const QString& deviceKey,
                                                            const QMap<QString, QVariant>& body,
-                                                           QMap<QString, QVariant>& out)
+                                                           QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::communicationErrorDetectSwitcher"},
                           "pInstance is nullptr! error occurred") &&
-           Request("Device_Multi_CommunicationDetecter").headers(jsonHeader()).body(body).put(deviceKey, out);
+           Request("Device_Multi_CommunicationDetecter")
+               .headers(jsonHeader())
+               .body(body)
+               .put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::berTestPattern(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& out)
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::berTestPattern"}, "pInstance is nullptr!") &&
            Request("Device_Single_TestImage")
                .headers(jsonHeader())
                .body(body)
                .placeHolder("id", id)
-               .put(deviceKey, out);
+               .put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::berTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                         QMap<QString, QVariant>& out)
+                                         QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::berTestPattern"},
                           "pInstance is nullptr! error occurred") &&
-           Request("Device_Multi_TestImage").headers(jsonHeader()).body(body).put(deviceKey, out);
+           Request("Device_Multi_TestImage").headers(jsonHeader()).body(body).put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::getDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
-                                                      QMap<QString, QVariant>& out)
+                                                      QMap<QString, QVariant>& result)
 {
     return instancesReady({source, "CabinetInfoOperator::getDetecteErrorRateTimeData"},
                           "pInstance is nullptr! error occurred") &&
-           Request("Device_Single_DetecteErrorRateTime").placeHolder("id", id).get(deviceKey, out);
+           Request("Device_Single_DetecteErrorRateTime").placeHolder("id", id).get(deviceKey, result);
 }
 
 bool CabinetInfoOperator::setDetecteErrorRateTimeData(const QString& deviceKey, const QString& id,
                                                       const QMap<QString, QVariant>& body,
-                                                      QMap<QString, QVariant>& out)
+                                                      QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::setDetecteErrorRateTimeData"},
                           "pInstance is nullptr! error occurred") &&
-           Request("Device_Single_DetecteErrorRateTime").body(body).placeHolder("id", id).put(deviceKey, out);
+           Request("Device_Single_DetecteErrorRateTime")
+               .body(body)
+               .placeHolder("id", id)
+               .put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::setDetecteErrorRateTimeData(const QString& deviceKey, const QList<QVariant>& body,
-                                                      QMap<QString, QVariant>& out)
+                                                      QMap<QString, QVariant>& reply)
 {
     return instancesReady({source, "CabinetInfoOperator::setDetecteErrorRateTimeData"},
                           "pInstance is nullptr! error occurred") &&
-           Request("Device_Multi_DetecteErrorRateTime").body(body).put(deviceKey, out);
+           Request("Device_Multi_DetecteErrorRateTime").body(body).put(deviceKey, reply);
 }
 
 bool CabinetInfoOperator::getCommunicationErrorData(const QString& deviceKey, const QString& id,
                                                     const QString& beginTime, const QString& endTime,
-                                                    QMap<QString, QVariant>& out)
+                                                    QMap<QString, QVariant>& result)
 {
     return Request("Device_CommunicationDetecterData")
         .placeHolder("id", id)
         .parameter("beginTime", beginTime)
         .parameter("endTime", endTime)
-        .get(deviceKey, out);
+        .get(deviceKey, result);
 }

@@ -12,7 +12,7 @@
 ///
 /// No cache, no events. Operations block their caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; outputs are replaced, and emptied on failure.
+/// succeeded; outputs are replaced, and are empty after a failure.
 class TESSEL_EXPORT Capability : public QObject
 {
     Q_OBJECT

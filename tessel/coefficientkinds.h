@@ -9,10 +9,10 @@
 
 namespace Tessel {
 
-/// A kind of correction coefficients: each has paths of its own and a table of its own in the device.
+/// A kind of correction coefficients. Each kind has its own paths and its own tables in the device.
 enum class CoefficientKind { Plain, Multilayer, Adaptive, Dynamic, LowGray };
 
-/// A kind and what it is called on command lines, in the control interface and in documents.
+/// A kind and its name on command lines, in the control interface and in documents.
 struct CoefficientKindRow
 {
     CoefficientKind kind; ///< the kind
@@ -30,8 +30,8 @@ inline constexpr std::size_t coefficientKindCount = coefficientKinds.size();
 
 constexpr const CoefficientKindRow& coefficientKindRow(CoefficientKind kind)
 {
-    // Without a default and by std::get, so that the compiler tells of an enumerator that is missing here or
-    // has no row.
+    // No default label, and std::get, so that the compiler reports an enumerator that is missing here or has
+    // no row.
     switch (kind) {
     case CoefficientKind::Plain:
         break;
@@ -47,7 +47,7 @@ constexpr const CoefficientKindRow& coefficientKindRow(CoefficientKind kind)
     return std::get<0>(coefficientKinds);
 }
 
-/// Nothing for a name that no kind has; the comparison is exact.
+/// Returns the kind called @p name, compared exactly, or nothing.
 constexpr std::optional<CoefficientKind> coefficientKindNamed(std::string_view name)
 {
     for (const CoefficientKindRow& row : coefficientKinds) {

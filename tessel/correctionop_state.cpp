@@ -4,6 +4,7 @@
 #include <tessel/correctionop.h>
 
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 
@@ -28,11 +29,11 @@ const auto settleByState = [](const HttpJsonPackage& reply, const auto& resolve,
 
 } // namespace
 
-bool Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& cid,
+bool Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& id,
                                         QMap<QString, QVariant>& result)
 {
     return Request("Device_GetCabinetsCorrect")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .expectedTime(6000)
         .get(deviceKey, result);
 }
@@ -43,10 +44,10 @@ bool Correctionop::getScreenEffectMode(const QString& deviceKey, const QString& 
     return Request("Device_ScreenEffectMode").placeHolder("id", id).expectedTime(6000).get(deviceKey, result);
 }
 
-bool Correctionop::getCorrectEnable(const QString& deviceKey, const QString& cid,
+bool Correctionop::getCorrectEnable(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& result)
 {
-    return Request("Device_GetCorrectionEnable").placeHolder("cid", cid).get(deviceKey, result);
+    return Request("Device_GetCorrectionEnable").placeHolder("cid", id).get(deviceKey, result);
 }
 
 bool Correctionop::getCorrectAction(const QString& deviceKey, const QString& id,
@@ -55,16 +56,16 @@ bool Correctionop::getCorrectAction(const QString& deviceKey, const QString& id,
     return Request("Device_CorrectionAction").placeHolder("id", id).get(deviceKey, result);
 }
 
-bool Correctionop::getCorrectColorManageMode(const QString& deviceKey, const QString& cid,
+bool Correctionop::getCorrectColorManageMode(const QString& deviceKey, const QString& id,
                                              QMap<QString, QVariant>& result)
 {
-    return Request("Device_GetCorrectionColorManageMode").placeHolder("cid", cid).get(deviceKey, result);
+    return Request("Device_GetCorrectionColorManageMode").placeHolder("cid", id).get(deviceKey, result);
 }
 
-bool Correctionop::getCorrectNiccMeasure(const QString& deviceKey, const QString& cid,
+bool Correctionop::getCorrectNiccMeasure(const QString& deviceKey, const QString& id,
                                          QMap<QString, QVariant>& result)
 {
-    return Request("Device_GetCorrectionNiccMeasure").placeHolder("cid", cid).get(deviceKey, result);
+    return Request("Device_GetCorrectionNiccMeasure").placeHolder("cid", id).get(deviceKey, result);
 }
 
 bool Correctionop::getScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
@@ -73,9 +74,9 @@ bool Correctionop::getScreenColorCoeffAdjust(const QString& deviceKey, const QSt
     return Request("Device_ScreenCorrColorMode").placeHolder("id", id).get(deviceKey, result);
 }
 
-bool Correctionop::getCorrectNicc(const QString& deviceKey, const QString& cid, QList<QVariant>& result)
+bool Correctionop::getCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result)
 {
-    return Request("Device_GetCorrectionNiccData").placeHolder("cid", cid).get(deviceKey, result);
+    return Request("Device_GetCorrectionNiccData").placeHolder("cid", id).get(deviceKey, result);
 }
 
 bool Correctionop::getScreenCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result,
@@ -84,119 +85,118 @@ bool Correctionop::getScreenCorrectNicc(const QString& deviceKey, const QString&
     return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, status);
 }
 
-bool Correctionop::setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                    QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                    QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionEnable"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionEnable"), body, reply);
 }
 
-bool Correctionop::setCorrectThreshold(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                       QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectThreshold(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                       QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionThreshold"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionThreshold"), body, reply);
 }
 
-bool Correctionop::setCorrectGrayGather(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectGrayGather(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayGather"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayGather"), body, reply);
 }
 
-bool Correctionop::setCorrectGrayRGB(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                     QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectGrayRGB(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                     QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayRGB"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayRGB"), body, reply);
 }
 
-bool Correctionop::setGrayCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                      QMap<QString, QVariant>& result)
+bool Correctionop::setGrayCoefficient(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                      QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayCoeff"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayCoeff"), body, reply);
 }
 
-bool Correctionop::setGrayDisplay(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                  QMap<QString, QVariant>& result)
+bool Correctionop::setGrayDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayDisplay"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionGrayDisplay"), body, reply);
 }
 
-bool Correctionop::setCorrectNicc(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                  QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectNicc(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccData"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccData"), body, reply);
 }
 
-bool Correctionop::setCorrectNiccMeasure(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectNiccMeasure(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                         QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccMeasure"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_SetCorrectionNiccMeasure"), body, reply);
 }
 
-bool Correctionop::setCorrectColorManageMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result)
+bool Correctionop::setCorrectColorManageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply)
 {
-    return setData(deviceKey, QStringLiteral("Device_CorrectionColorManageMode"), params, result);
+    return setData(deviceKey, QStringLiteral("Device_CorrectionColorManageMode"), body, reply);
 }
 
-bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& cid,
-                                        const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result)
+bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& id,
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_SetCabinetCorrect").placeHolder("cid", cid).body(params).put(deviceKey, result);
+    return Request("Device_SetCabinetCorrect").placeHolder("cid", id).body(body).put(deviceKey, reply);
 }
 
-bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result)
+bool Correctionop::setCabinetEffectMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                        QMap<QString, QVariant>& reply)
 {
-    return Request("Device_SetCabinetsCorrect").body(params).expectedTime(6000).put(deviceKey, result);
+    return Request("Device_SetCabinetsCorrect").body(body).expectedTime(6000).put(deviceKey, reply);
 }
 
-bool Correctionop::setCabinetCorrectEffect(const QString& deviceKey, const QMap<QString, QVariant>& params,
-                                           QMap<QString, QVariant>& result)
+bool Correctionop::setCabinetCorrectEffect(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& reply)
 {
-    return Request("Device_SetCabinetCorrectEffect").body(params).expectedTime(6000).put(deviceKey, result);
+    return Request("Device_SetCabinetCorrectEffect").body(body).expectedTime(6000).put(deviceKey, reply);
 }
 
 bool Correctionop::setScreenEffectMode(const QString& deviceKey, const QString& id,
-                                       const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
     return Request("Device_ScreenEffectMode")
         .placeHolder("id", id)
-        .body(params)
+        .body(body)
         .expectedTime(6000)
-        .put(deviceKey, result);
+        .put(deviceKey, reply);
 }
 
 bool Correctionop::setCorrectAction(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_CorrectionAction").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_CorrectionAction").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool Correctionop::setScreenColorCoeffAdjust(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result)
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ScreenCorrColorMode").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_ScreenCorrColorMode").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool Correctionop::setScreenXBit(const QString& deviceKey, const QString& id,
-                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_setScreensXBit").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_setScreensXBit").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool Correctionop::setScreenABLEnable(const QString& deviceKey, const QString& id,
-                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_setScreensABL").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_setScreensABL").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 // Quirk: The promise of a cabinet's effect mode uses the key of the write.
-QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& cid)
+QtPromise::QPromise<int> Correctionop::getCabinetEffectMode(const QString& deviceKey, const QString& id)
 {
     return PromiseRequest("Device_SetCabinetCorrect")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .guarded<int>(&HttpProxy::get, deviceKey,
                       [](const HttpJsonPackage& reply, const auto& resolve, const auto& reject) {
                           VariantMapResponse response;
@@ -221,10 +221,10 @@ QtPromise::QPromise<int> Correctionop::getScreenEffectMode(const QString& device
 }
 
 // Quirk: The promise of a cabinet's correction switch reads a failure as off.
-QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKey, const QString& cid)
+QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKey, const QString& id)
 {
     return PromiseRequest("Device_GetCorrectionEnable")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .promise<bool>(&HttpProxy::get, deviceKey,
                        [](const HttpJsonPackage& reply, const auto& resolve, const auto&) {
                            VariantMapResponse response;
@@ -236,14 +236,14 @@ QtPromise::QPromise<bool> Correctionop::getCorrectEnable(const QString& deviceKe
                        });
 }
 
-QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& cid,
+QtPromise::QPromise<bool> Correctionop::setCabinetEffectMode(const QString& deviceKey, const QString& id,
                                                              int mode)
 {
-    if (cid.isEmpty()) {
+    if (id.isEmpty()) {
         return QtPromise::QPromise<bool>::reject("arguments error");
     }
     return PromiseRequest("Device_SetCabinetCorrect")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .body(modeBody(mode))
         .guarded<bool>(&HttpProxy::put, deviceKey, settleByState);
 }
@@ -280,7 +280,7 @@ bool Correctionop::setScreenCorrectionMode(const QString& /*deviceKey*/, const Q
 }
 
 bool Correctionop::setData(const QString& deviceKey, const QString& routeKey,
-                           const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request(routeKey).body(params).put(deviceKey, result);
+    return Request(routeKey).body(body).put(deviceKey, reply);
 }

@@ -5,6 +5,7 @@
 
 #include <tessel/envelopes/commonresponse.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 
 #include <QDebug>
 #include <QThread>
@@ -103,93 +104,93 @@ void fillSaveRequest(HttpJsonPackage* package, const char* routeKey, const QMap<
 } // namespace
 
 QtPromise::QPromise<bool> Correctionop::uploadCoefficientAsync(const QString& deviceKey,
-                                                               const QList<QVariant>& data)
+                                                               const QList<QVariant>& body)
 {
-    return uploadTable("Device_PutCabinetsCoefficient", "uploadCoefficientAsync", deviceKey, data);
+    return uploadTable("Device_PutCabinetsCoefficient", "uploadCoefficientAsync", deviceKey, body);
 }
 
 QtPromise::QPromise<bool> Correctionop::uploadMultilayerCoefficientAsync(const QString& deviceKey,
-                                                                         const QList<QVariant>& data)
+                                                                         const QList<QVariant>& body)
 {
     return uploadTable("Device_PutCabinetsMultilayerCoefficients", "uploadMultilayerCoefficientAsync",
-                       deviceKey, data);
+                       deviceKey, body);
 }
 
 QtPromise::QPromise<bool> Correctionop::uploadAdaptiveCoefficientAsync(const QString& deviceKey,
-                                                                       const QList<QVariant>& data)
+                                                                       const QList<QVariant>& body)
 {
     return uploadTable("Device_PutCabinetsAdaptiveCoefficients", "uploadAdaptiveCoefficientAsync", deviceKey,
-                       data);
+                       body);
 }
 
 QtPromise::QPromise<bool> Correctionop::uploadDynamicCoefficientAsync(const QString& deviceKey,
-                                                                      const QList<QVariant>& data)
+                                                                      const QList<QVariant>& body)
 {
     return uploadTable("Device_PutCabinetsDynamicCoefficients", "uploadDynamicCoefficientAsync", deviceKey,
-                       data);
+                       body);
 }
 
 // Quirk: Uploading lowgray coefficients logs no threads. Its neighbours do.
 QtPromise::QPromise<bool> Correctionop::uploadLowGrayCoefficientAsync(const QString& deviceKey,
-                                                                      const QList<QVariant>& data)
+                                                                      const QList<QVariant>& body)
 {
     return PromiseRequest::answer<bool>(
-        "Device_PutCabinetsLowgrayCoefficients", [&data](PromiseRequest& request) { request.body(data); },
+        "Device_PutCabinetsLowgrayCoefficients", [&body](PromiseRequest& request) { request.body(body); },
         &HttpProxy::put, deviceKey, succeeded);
 }
 
 QtPromise::QPromise<QMap<QString, QVariant>>
-Correctionop::uploadCoefficient(const QString& deviceKey, const QString& cid, const QList<QVariant>& data)
+Correctionop::uploadCoefficient(const QString& deviceKey, const QString& id, const QList<QVariant>& body)
 {
-    return uploadCabinet("Device_PutCabinetCoefficients", deviceKey, cid, data);
+    return uploadCabinet("Device_PutCabinetCoefficients", deviceKey, id, body);
 }
 
 QtPromise::QPromise<QMap<QString, QVariant>>
-Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
-                                          const QList<QVariant>& data)
+Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QString& id,
+                                          const QList<QVariant>& body)
 {
-    return uploadCabinet("Device_PutCabinetMultilayerCoefficients", deviceKey, cid, data);
+    return uploadCabinet("Device_PutCabinetMultilayerCoefficients", deviceKey, id, body);
 }
 
 // Quirk: An operation without a route sends its request with an empty path.
 QtPromise::QPromise<QMap<QString, QVariant>>
-Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& cid,
-                                       const QList<QVariant>& data)
+Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& id,
+                                       const QList<QVariant>& body)
 {
-    return uploadCabinet("Device_PutCabinetDynamicCoefficients", deviceKey, cid, data);
+    return uploadCabinet("Device_PutCabinetDynamicCoefficients", deviceKey, id, body);
 }
 
 // Quirk: The lowgray coefficients of one cabinet go to the route of all.
 // Quirk: An id goes along although the path has no place for it.
 QtPromise::QPromise<QMap<QString, QVariant>>
-Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid,
-                                       const QList<QVariant>& data)
+Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& id,
+                                       const QList<QVariant>& body)
 {
-    return uploadCabinet("Device_PutCabinetsLowgrayCoefficients", deviceKey, cid, data);
+    return uploadCabinet("Device_PutCabinetsLowgrayCoefficients", deviceKey, id, body);
 }
 
-bool Correctionop::uploadCoefficient(const QString& deviceKey, const QString& cid,
-                                     const QList<QVariant>& data, QMap<QString, QVariant>& result)
+bool Correctionop::uploadCoefficient(const QString& deviceKey, const QString& id, const QList<QVariant>& body,
+                                     QMap<QString, QVariant>& reply)
 {
-    return uploadCabinetAndWait("Device_PutCabinetCoefficients", deviceKey, cid, data, result);
+    return uploadCabinetAndWait("Device_PutCabinetCoefficients", deviceKey, id, body, reply);
 }
 
-bool Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
-                                               const QList<QVariant>& data, QMap<QString, QVariant>& result)
+bool Correctionop::uploadMultilayerCoefficient(const QString& deviceKey, const QString& id,
+                                               const QList<QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return uploadCabinetAndWait("Device_PutCabinetMultilayerCoefficients", deviceKey, cid, data, result);
+    return uploadCabinetAndWait("Device_PutCabinetMultilayerCoefficients", deviceKey, id, body, reply);
 }
 
-bool Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& cid,
-                                            const QList<QVariant>& data, QMap<QString, QVariant>& result)
+bool Correctionop::uploadDynamicCoefficient(const QString& deviceKey, const QString& id,
+                                            const QList<QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return uploadCabinetAndWait("Device_PutCabinetDynamicCoefficients", deviceKey, cid, data, result);
+    return uploadCabinetAndWait("Device_PutCabinetDynamicCoefficients", deviceKey, id, body, reply);
 }
 
-bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& cid,
-                                            const QList<QVariant>& data, QMap<QString, QVariant>& result)
+bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QString& id,
+                                            const QList<QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return uploadCabinetAndWait("Device_PutCabinetsLowgrayCoefficients", deviceKey, cid, data, result);
+    return uploadCabinetAndWait("Device_PutCabinetsLowgrayCoefficients", deviceKey, id, body, reply);
 }
 
 // Quirk: Uploading coefficient blocks sends neither cabinets nor coefficients.
@@ -202,18 +203,18 @@ QtPromise::QPromise<void> Correctionop::uploadCoefficient(const QString& deviceK
         .guarded<void>(&HttpProxy::put, deviceKey, settleByCode);
 }
 
-QtPromise::QPromise<void> Correctionop::loadCabinetCoeffs(const QString& deviceKey, const QStringList& cids)
+QtPromise::QPromise<void> Correctionop::loadCabinetCoeffs(const QString& deviceKey, const QStringList& ids)
 {
     return PromiseRequest("Device_LoadCabinetsCorrect")
-        .body(cabinets(cids))
+        .body(cabinets(ids))
         .guarded<void>(&HttpProxy::put, deviceKey, settleByCode);
 }
 
 // Quirk: Clearing coefficients by promise is fulfilled whatever the device says. Loading them is not.
-QtPromise::QPromise<void> Correctionop::clearCabinetCoeffs(const QString& deviceKey, const QStringList& cids)
+QtPromise::QPromise<void> Correctionop::clearCabinetCoeffs(const QString& deviceKey, const QStringList& ids)
 {
     return PromiseRequest("Device_ClearCabinetsCorrect")
-        .body(cabinets(cids))
+        .body(cabinets(ids))
         .promise<void>(&HttpProxy::put, deviceKey,
                        [](const HttpJsonPackage&, const auto& resolve, const auto&) { resolve(); });
 }
@@ -229,29 +230,29 @@ QtPromise::QPromise<QList<CoeffsData>> Correctionop::downloadCoefficient(const Q
 }
 
 // Quirk: An id goes along although the path has no place for it.
-bool Correctionop::loadCoefficient(const QString& deviceKey, const QString& cid, QList<QVariant>& result)
+bool Correctionop::loadCoefficient(const QString& deviceKey, const QString& id, QList<QVariant>& result)
 {
     return Request("Device_GetCabinetCoefficients")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .expectedTime(10000)
         .get(deviceKey, result);
 }
 
-bool Correctionop::loadMultilayerCoefficient(const QString& deviceKey, const QString& cid,
+bool Correctionop::loadMultilayerCoefficient(const QString& deviceKey, const QString& id,
                                              QList<QVariant>& result)
 {
     return Request("Device_GetCabinetMultilayerCoefficients")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .expectedTime(10000)
         .get(deviceKey, result);
 }
 
 // Quirk: Reading the adaptive coefficients reads the multilayer ones.
-bool Correctionop::loadAdaptiveCoefficient(const QString& deviceKey, const QString& cid,
+bool Correctionop::loadAdaptiveCoefficient(const QString& deviceKey, const QString& id,
                                            QList<QVariant>& result)
 {
     return Request("Device_GetCabinetMultilayerCoefficients")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .expectedTime(10000)
         .get(deviceKey, result);
 }

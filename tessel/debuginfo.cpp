@@ -29,12 +29,12 @@ bool DebugInfo::getParameters(const QString& deviceKey, const QMap<QString, QVar
 }
 
 bool DebugInfo::sendParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                               QList<QVariant>& result)
+                               QList<QVariant>& reply)
 {
-    return Request("SelfTest_CabSendPara").body(body).put(deviceKey, result);
+    return Request("SelfTest_CabSendPara").body(body).put(deviceKey, reply);
 }
 
-bool DebugInfo::clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& result)
+bool DebugInfo::clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& reply)
 {
-    return Request("SelfTest_CabClearKeyPara").put(deviceKey, result);
+    return Request("SelfTest_CabClearKeyPara").put(deviceKey, reply);
 }

@@ -13,7 +13,7 @@
 ///
 /// No cache, no events. Operations block their caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; outputs are replaced, and emptied on failure.
+/// succeeded; outputs are replaced, and are empty after a failure.
 class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT
@@ -21,14 +21,14 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static DebugInfo* getInstance();
 
-    /// Reads the parameters that @p body names.
+    /// Reads the parameters that @p body selects. The request is a PUT.
     bool getParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
                        QList<QVariant>& result);
     /// Sends the parameters in @p body.
     bool sendParameters(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                        QList<QVariant>& result);
+                        QList<QVariant>& reply);
     /// Clears the key parameters.
-    bool clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& result);
+    bool clearKeyParameters(const QString& deviceKey, QMap<QString, QVariant>& reply);
 
 private:
     explicit DebugInfo(QObject* parent = nullptr);

@@ -6,9 +6,9 @@
 
 #include <QObject>
 
-/// Starts the transport and signals changes of the set of known devices.
+/// Starts the transport and signals changes in the set of registered devices.
 ///
-/// Call it from the application's thread.
+/// Use it on the application's main thread.
 class TESSEL_EXPORT DeviceManager : public QObject
 {
     Q_OBJECT
@@ -16,11 +16,12 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static DeviceManager* getInstance();
 
-    /// Starts the transport with the push channel of every device.
+    /// Starts the transport and opens the event stream of every device.
     void initManager();
 
 Q_SIGNALS:
-    /// The set of known devices changed. Raised whenever the transport reports it, on this object's thread.
+    /// The set of registered devices has changed. Emitted whenever the transport reports it, on this object's
+    /// thread.
     void deviceChanged();
 
 private:

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/hwinfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
 
@@ -51,9 +53,9 @@ bool HWInfo::getHWInfo(const QString& deviceKey, bool force)
            Request("Device_Hwinfo").fetch(deviceKey, m_hwInfo);
 }
 
-bool HWInfo::getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& out, bool force)
+bool HWInfo::getHWInfo(const QString& deviceKey, QMap<QString, QVariant>& result, bool force)
 {
-    return outputFromCache(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, out);
+    return outputFromCache(getHWInfo(deviceKey, force), m_hwInfo, deviceKey, result);
 }
 
 QtPromise::QPromise<Tessel::DeviceInfo> HWInfo::getHWInfo2(const QString& deviceKey)

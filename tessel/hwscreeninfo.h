@@ -9,13 +9,13 @@
 #include <QObject>
 #include <QVariant>
 
-/// Draws marks on the LED screen itself: for the adjustment of edge brightness, and for correction.
+/// Draws marks on the LED screen, used to adjust edge brightness and for correction.
 ///
 /// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
 /// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread,
 /// the others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
-/// must not race with another. They return whether the exchange succeeded; the reply is replaced, and emptied
-/// on failure. Bodies are defined by the device and pass through unread.
+/// must not race with another. They return whether the exchange succeeded; the reply is replaced, and is
+/// empty after a failure. The device defines the bodies, which are passed through unchanged.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static HwScreenInfo* getInstance();
 
-    /// Edge brightness: switches the drawing.
+    /// Edge brightness: switches drawing on or off.
     bool setEdgeSwitch(const QString& deviceKey, const QMap<QString, QVariant>& body,
                        QMap<QString, QVariant>& reply);
     /// Edge brightness: changes the background.
@@ -43,10 +43,10 @@ public:
                           QMap<QString, QVariant>& reply);
     /// Edge brightness: clears what was drawn.
     bool setEdgeClearImage(const QString& deviceKey, QMap<QString, QVariant>& reply);
-    /// Edge brightness: brings what was drawn onto the screen.
+    /// Edge brightness: shows the drawing on the screen.
     bool setUpdateScreen(const QString& deviceKey, QMap<QString, QVariant>& reply);
 
-    /// Correction: switches the drawing.
+    /// Correction: switches drawing on or off.
     bool setCorrectSwitch(const QString& deviceKey, const QMap<QString, QVariant>& body,
                           QMap<QString, QVariant>& reply);
     /// Correction: changes the background.

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/inputinfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
 #include <tessel/frames/grouprequest.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 
 using Tessel::cached;
@@ -119,57 +121,57 @@ bool InputInfo::getVideoSourceBitDepth(const QString& deviceKey, const QString& 
     return Request("Device_VideoSourceBitDepth").placeHolder("id", id).get(deviceKey, result);
 }
 
-bool InputInfo::setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                          QMap<QString, QVariant>& result)
+bool InputInfo::setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply)
 {
-    return Request("Device_HdMode").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_HdMode").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool InputInfo::setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                          QMap<QString, QVariant>& result)
+bool InputInfo::setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Backup").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_Backup").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool InputInfo::setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                        QMap<QString, QVariant>& result)
+bool InputInfo::setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OneEDID").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_OneEDID").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool InputInfo::setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result)
+bool InputInfo::setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Hue").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_Hue").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool InputInfo::setContrast(const QString& deviceKey, const QString& id,
-                            const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+bool InputInfo::setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                            QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Contrast").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_Contrast").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool InputInfo::setSaturation(const QString& deviceKey, const QString& id,
-                              const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Saturation").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_Saturation").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool InputInfo::setBlackLevel(const QString& deviceKey, const QString& id,
-                              const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                              const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Blacklevel").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_Blacklevel").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool InputInfo::setVideoSourceBitDepth(const QString& deviceKey, const QString& id,
-                                       const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_VideoSourceBitDepth").placeHolder("id", id).body(params).put(deviceKey, result);
+    return Request("Device_VideoSourceBitDepth").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool InputInfo::clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)
+bool InputInfo::clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ClearBackup").placeHolder("id", id).put(deviceKey, result);
+    return Request("Device_ClearBackup").placeHolder("id", id).put(deviceKey, reply);
 }
 
 bool InputInfo::getAllInputBackup(const QString& deviceKey, QList<QVariant>& result)
@@ -183,28 +185,28 @@ bool InputInfo::getEDIDs(const QString& deviceKey, const QStringList& ids, QList
     return GroupRequest("Device_OneEDID").get(deviceKey, ids, result);
 }
 
-bool InputInfo::setHue(const QString& deviceKey, const QStringList& ids,
-                       const QMap<QString, QVariant>& params, QList<QVariant>& result)
+bool InputInfo::setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& reply)
 {
-    return putGroupSync(deviceKey, ids, params, result, QStringLiteral("Device_Hue"));
+    return putGroupSync(deviceKey, ids, body, reply, QStringLiteral("Device_Hue"));
 }
 
 bool InputInfo::setContrast(const QString& deviceKey, const QStringList& ids,
-                            const QMap<QString, QVariant>& params, QList<QVariant>& result)
+                            const QMap<QString, QVariant>& body, QList<QVariant>& reply)
 {
-    return putGroupSync(deviceKey, ids, params, result, QStringLiteral("Device_Contrast"));
+    return putGroupSync(deviceKey, ids, body, reply, QStringLiteral("Device_Contrast"));
 }
 
 bool InputInfo::setSaturation(const QString& deviceKey, const QStringList& ids,
-                              const QMap<QString, QVariant>& params, QList<QVariant>& result)
+                              const QMap<QString, QVariant>& body, QList<QVariant>& reply)
 {
-    return putGroupSync(deviceKey, ids, params, result, QStringLiteral("Device_Saturation"));
+    return putGroupSync(deviceKey, ids, body, reply, QStringLiteral("Device_Saturation"));
 }
 
 bool InputInfo::setBlackLevel(const QString& deviceKey, const QStringList& ids,
-                              const QMap<QString, QVariant>& params, QList<QVariant>& result)
+                              const QMap<QString, QVariant>& body, QList<QVariant>& reply)
 {
-    return putGroupSync(deviceKey, ids, params, result, QStringLiteral("Device_Blacklevel"));
+    return putGroupSync(deviceKey, ids, body, reply, QStringLiteral("Device_Blacklevel"));
 }
 
 // Quirk: Writes to several at once leave their results as they were.

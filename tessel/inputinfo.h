@@ -23,9 +23,10 @@
 /// AllUrlResource).
 ///
 /// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
-/// thread, so operators may be re-entered meanwhile. With an empty list of ids nothing ends that loop: the
-/// call returns only when something else quits it. The time limit of a request keeps running after its reply;
-/// if it expires while others are awaited, the call fails.
+/// thread, so operators may be re-entered meanwhile. The time limit of a request keeps running after its
+/// reply; if it expires while others are still awaited, the call fails.
+/// @warning With an empty list of ids nothing ends that loop: the call waits until something else quits it or
+/// the application ends.
 class TESSEL_EXPORT InputInfo : public QObject
 {
     Q_OBJECT
@@ -38,10 +39,9 @@ public:
     /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Loads the list of the device's inputs into the cache unless it is cached; @p force loads it in any
-    /// case.
+    /// Makes sure that the device's inputs are cached; @p force always fetches them.
     bool getAllInputsInfo(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
+    /// The same; copies the cached list to @p result, which is left unchanged on failure.
     bool getAllInputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
 
     /// The signal state of an input.
@@ -64,32 +64,32 @@ public:
     bool getVideoSourceBitDepth(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
 
     /// Sets the HD mode of an input.
-    bool setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                   QMap<QString, QVariant>& result);
+    bool setHdMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& reply);
     /// Sets the backup source of an input.
-    bool setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                   QMap<QString, QVariant>& result);
+    bool setBackup(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                   QMap<QString, QVariant>& reply);
     /// Sets the EDID of an input.
-    bool setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                 QMap<QString, QVariant>& result);
+    bool setEDID(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                 QMap<QString, QVariant>& reply);
     /// Sets the hue of an input.
-    bool setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                QMap<QString, QVariant>& result);
+    bool setHue(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                QMap<QString, QVariant>& reply);
     /// Sets the contrast of an input.
-    bool setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                     QMap<QString, QVariant>& result);
+    bool setContrast(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                     QMap<QString, QVariant>& reply);
     /// Sets the saturation of an input.
-    bool setSaturation(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
+    bool setSaturation(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
     /// Sets the black level of an input.
-    bool setBlackLevel(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
+    bool setBlackLevel(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
     /// Sets the bit depth of an input's video source.
     bool setVideoSourceBitDepth(const QString& deviceKey, const QString& id,
-                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
 
     /// Clears the backup source of an input.
-    bool clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    bool clearInputBackup(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// The backup sources of all inputs.
     bool getAllInputBackup(const QString& deviceKey, QList<QVariant>& result);
 
@@ -97,30 +97,31 @@ public:
     /// answered, in the order of the replies, its member `id` set to the input's id. @return whether all
     /// requests succeeded in time.
     bool getEDIDs(const QString& deviceKey, const QStringList& ids, QList<QVariant>& result);
-    /// Sets the hue of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    /// Sets the hue of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
-                QList<QVariant>& result);
-    /// Sets the contrast of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setHue(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                QList<QVariant>& reply);
+    /// Sets the contrast of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
-                     QList<QVariant>& result);
-    /// Sets the saturation of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setContrast(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                     QList<QVariant>& reply);
+    /// Sets the saturation of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setSaturation(const QString& deviceKey, const QStringList& ids,
-                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
-    /// Sets the black level of several inputs in parallel, all to the same value; leaves @p result unchanged.
+    bool setSaturation(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& reply);
+    /// Sets the black level of several inputs in parallel, all to the same value; leaves @p reply unchanged.
     /// @return whether all requests succeeded in time.
-    bool setBlackLevel(const QString& deviceKey, const QStringList& ids,
-                       const QMap<QString, QVariant>& params, QList<QVariant>& result);
+    bool setBlackLevel(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
+                       QList<QVariant>& reply);
 
 Q_SIGNALS:
-    /// An event's refresh stored a new list of inputs: once per such refresh, on this object's thread, never
-    /// from a read. @p changeInputId is what the latest event named, also when an earlier event's refresh
-    /// raises it.
+    /// An event caused the list of inputs to be replaced. Emitted once per such refresh, on this object's
+    /// thread, never by a read.
+    /// @warning @p changeInputId is the input named by the latest event of any device, even if the refresh
+    /// belongs to an earlier one.
     void signal_sendDataChanged(QString deviceKey, unsigned short changeInputId);
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAllInputsInfo();
 
 private:
@@ -129,13 +130,13 @@ private:
 
     void onLogout(const QString& deviceKey);
     void onEvent(const QByteArray& data, const QString& deviceKey);
-    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& params,
+    bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
                       QList<QVariant>& result, const QString& routeKey);
 
     bool m_isWatch = true;
     // Quirk: The changed input is one for all devices.
     unsigned short m_changeInputId = 255; // of the latest accepted event
-    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on one thread.
     QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_inputsInfo; // by device key
 

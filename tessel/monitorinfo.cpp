@@ -2,6 +2,7 @@
 #include <tessel/monitorinfo.h>
 
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 #include <tessel/warningtypes.h>
 

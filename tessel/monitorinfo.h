@@ -17,8 +17,9 @@ namespace UrlResource {
 
 /// The monitoring service of a device: reads, and signals for pushed warnings.
 ///
-/// No cache. Events of the sender "monitor" raise signals on the object's thread, that of the first
-/// getInstance(). The object is connected twice, so each signal is raised twice per event: listeners must be
+/// No cache. Events of the sender "monitor" cause signals, emitted on the object's thread, which is that of
+/// the first getInstance().
+/// @warning The object is connected twice, so each signal is emitted twice per event; slots must be
 /// idempotent.
 ///
 /// Unless stated otherwise operations block their caller, may run on any thread once the route table exists
@@ -31,15 +32,16 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static MonitorInfo* getInstance();
 
-    /// Reads the monitoring data without blocking. @p callback is called once with the answered package, on
-    /// the calling thread, which needs an event loop, also after a failure, which the package's state shows.
-    /// It takes ownership of the package and must call its deleteLater(). An empty callback throws
+    /// Reads the monitoring data without blocking. @p callback is called once with the answered package, even
+    /// after a failure, which the package's state shows, and on the calling thread, which needs an event
+    /// loop.
+    /// @warning The callback owns the package and must call its deleteLater(). An empty callback throws
     /// `std::bad_function_call` when the reply arrives.
     /// @return always `true`.
     bool getMonitorData(const QString& deviceKey,
                         std::function<void(Krelm::Communicator::HttpDevice::HttpJsonPackage*)> callback);
-    /// The monitoring history between two times, in the device's unit. @p id is not used: the placeholder in
-    /// the path goes out unfilled.
+    /// The monitoring history between two times, in the device's unit.
+    /// @warning @p id is not used: the placeholder in the path is sent unfilled.
     bool getMonitorHistory(const QString& deviceKey, const QString& id, qint64 startTime, qint64 endTime,
                            QList<QVariant>& result);
     /// The monitoring logs. The times are not used.
@@ -49,18 +51,18 @@ public:
     bool getMonitorState(const QString& deviceKey, QMap<QString, QVariant>& result);
 
 Q_SIGNALS:
-    /// Event "outputChange": the state of an output changed. @p var is the event's payload as parsed.
+    /// The state of an output has changed (event "outputChange"). @p var is the event's payload as parsed.
     void signal_tqOutputStateChanged(const QString& deviceKey, const QVariant& var);
     // Quirk: The types of warnings are numbered in an order of their own.
-    /// A warning of the controller. @p type is 0 for "fanSpeed", 1 for "voltage", 2 for "temperature"; @p var
-    /// is the event's payload as parsed.
+    /// The controller reports a warning. @p type is 0 for "fanSpeed", 1 for "voltage", 2 for "temperature";
+    /// @p var is the event's payload as parsed.
     void signal_tqWarningReport(const QString& deviceKey, const QVariant& var, int type);
-    /// Event "cabinet": a warning of a cabinet. @p var is the event's payload as parsed.
+    /// A cabinet reports a warning (event "cabinet"). @p var is the event's payload as parsed.
     void signal_cabinetWarningReport(const QString& deviceKey, const QVariant& var);
 
 public Q_SLOTS:
-    /// Reads a pushed event and raises its signal. Other senders' events are ignored; an unknown type of this
-    /// sender is logged as critical.
+    /// Parses a pushed event and emits its signal. Events of other senders are ignored; an unknown type of
+    /// this sender is logged as critical.
     void slot_onDeviceAutoReport(const QByteArray& data, const QString& deviceKey);
 
 private:

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/outputinfooperator.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 
 using Tessel::cached;
@@ -73,48 +75,44 @@ bool OutputInfoOperator::getOutputInfo(const QString& deviceKey, const QString& 
     return getAllOutputsInfo(deviceKey, false) && copyElement(m_outputsInfo.value(deviceKey), id, result);
 }
 
-bool OutputInfoOperator::setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& list,
-                                           QMap<QString, QVariant>& result)
+bool OutputInfoOperator::setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& body,
+                                           QMap<QString, QVariant>& reply)
 {
-    return Request("Device_AllOutputsInfo").body(list).put(deviceKey, result);
+    return Request("Device_AllOutputsInfo").body(body).put(deviceKey, reply);
 }
 
-bool OutputInfoOperator::setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& params,
-                                                  QMap<QString, QVariant>& result)
+bool OutputInfoOperator::setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                                  QMap<QString, QVariant>& reply)
 {
-    return Request("Device_AllOutputsPipeMapping").body(params).put(deviceKey, result);
+    return Request("Device_AllOutputsPipeMapping").body(body).put(deviceKey, reply);
 }
 
 bool OutputInfoOperator::setOutputInfo(const QString& deviceKey, const QString& id,
-                                       QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                       QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OutputInfo").placeHolder("outputid", id).body(params).put(deviceKey, result);
+    return Request("Device_OutputInfo").placeHolder("outputid", id).body(body).put(deviceKey, reply);
 }
 
 bool OutputInfoOperator::setOutputEnable(const QString& deviceKey, const QString& id,
-                                         QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                         QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OutputEnable").placeHolder("outputid", id).body(params).put(deviceKey, result);
+    return Request("Device_OutputEnable").placeHolder("outputid", id).body(body).put(deviceKey, reply);
 }
 
 bool OutputInfoOperator::setOutputResolution(const QString& deviceKey, const QString& id,
-                                             QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                             QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OutputResolution").placeHolder("outputid", id).body(params).put(deviceKey, result);
+    return Request("Device_OutputResolution").placeHolder("outputid", id).body(body).put(deviceKey, reply);
 }
 
 bool OutputInfoOperator::setOutputOffset(const QString& deviceKey, const QString& id,
-                                         QMap<QString, QVariant>& params, QMap<QString, QVariant>& result)
+                                         QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OutputOffset").placeHolder("outputid", id).body(params).put(deviceKey, result);
+    return Request("Device_OutputOffset").placeHolder("outputid", id).body(body).put(deviceKey, reply);
 }
 
 bool OutputInfoOperator::setOutputPipeMapping(const QString& deviceKey, const QString& id,
-                                              QMap<QString, QVariant>& params,
-                                              QMap<QString, QVariant>& result)
+                                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_OutputPipeMapping")
-        .placeHolder("outputid", id)
-        .body(params)
-        .put(deviceKey, result);
+    return Request("Device_OutputPipeMapping").placeHolder("outputid", id).body(body).put(deviceKey, reply);
 }

@@ -12,9 +12,9 @@
 
 /// The outputs of a device: their list, enable, resolution, offset and mapping to pipelines.
 ///
-/// The list of outputs is cached per device. An event "change" of "outputsInfo" refreshes it without any
-/// signal: the next read returns the new list. A logout drops it; a failed read or refresh leaves it
-/// unchanged. Writes do not touch it.
+/// The list of outputs is cached per device. An event "change" of "outputsInfo" refreshes it; a logout drops
+/// it; a failed read or refresh leaves it unchanged. Writes do not affect it.
+/// @warning A refresh emits no signal; the next read returns the new list.
 ///
 /// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
 /// are replaced, and emptied on failure. Call the reads on the object's thread, that of the first
@@ -31,40 +31,39 @@ public:
     /// Ignores events and sends every read to the device. The cache keeps its entries.
     void shutDownWatch();
 
-    /// Loads the list of the device's outputs into the cache unless it is cached; @p force loads it in any
-    /// case.
+    /// Makes sure that the device's outputs are cached; @p force always fetches them.
     bool getAllOutputsInfo(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
+    /// The same; copies the cached list to @p result, which is left unchanged on failure.
     bool getAllOutputsInfo(const QString& deviceKey, QList<QVariant>& result, bool force);
     /// The first output of the list whose member `id` equals @p id. @return whether there is one; @p result
     /// is left unchanged on `false`.
     bool getOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Writes the records of all outputs.
-    bool setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& list,
-                           QMap<QString, QVariant>& result);
+    bool setAllOutputsInfo(const QString& deviceKey, const QList<QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     // Quirk: Settings taken by reference are not changed.
-    /// Maps all outputs to pipelines. Leaves @p params unchanged.
-    bool setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& params,
-                                  QMap<QString, QVariant>& result);
-    /// Writes the whole record of an output. Leaves @p params unchanged.
-    bool setOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                       QMap<QString, QVariant>& result);
-    /// Switches an output on or off. Leaves @p params unchanged.
-    bool setOutputEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                         QMap<QString, QVariant>& result);
-    /// Sets the resolution of an output. Leaves @p params unchanged.
-    bool setOutputResolution(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                             QMap<QString, QVariant>& result);
-    /// Sets the offset of an output. Leaves @p params unchanged.
-    bool setOutputOffset(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                         QMap<QString, QVariant>& result);
-    /// Maps an output to a pipeline. Leaves @p params unchanged.
-    bool setOutputPipeMapping(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& params,
-                              QMap<QString, QVariant>& result);
+    /// Maps all outputs to pipelines. Leaves @p body unchanged.
+    bool setAllOutputsPipeMapping(const QString& deviceKey, QMap<QString, QVariant>& body,
+                                  QMap<QString, QVariant>& reply);
+    /// Writes the whole record of an output. Leaves @p body unchanged.
+    bool setOutputInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                       QMap<QString, QVariant>& reply);
+    /// Switches an output on or off. Leaves @p body unchanged.
+    bool setOutputEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Sets the resolution of an output. Leaves @p body unchanged.
+    bool setOutputResolution(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                             QMap<QString, QVariant>& reply);
+    /// Sets the offset of an output. Leaves @p body unchanged.
+    bool setOutputOffset(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                         QMap<QString, QVariant>& reply);
+    /// Maps an output to a pipeline. Leaves @p body unchanged.
+    bool setOutputPipeMapping(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAllInputsInfo();
 
 private:
@@ -75,7 +74,7 @@ private:
     void onEvent(const QByteArray& data, const QString& deviceKey);
 
     bool m_isWatch = true;
-    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on the home thread.
+    // Quirk: A mutex that nothing locks stays a member. All access to the caches is on one thread.
     QMutex m_mutex;
     QMap<QString, QList<QVariant>> m_outputsInfo; // by device key
 

@@ -10,18 +10,19 @@
 #include <QObject>
 #include <QVariant>
 
-/// The pipelines of a device, each one video path from an input through its image processing to its place on
-/// the output: their list and their settings.
+/// The pipelines of a device: their list and their settings. A pipeline is a video path from an input through
+/// image processing to its position on the output.
 ///
-/// The list of pipelines is cached per device and stays after a logout. An event "Change" of "PipeLineInfo"
-/// fetches it again, blocking the object's thread for the exchange; there is no switch to ignore events. A
-/// failed read leaves the cache unchanged. Writes do not touch it: they become visible once the device has
+/// The list of pipelines is cached per device and survives a logout. An event "Change" of "PipeLineInfo"
+/// fetches it again, blocking the object's thread during the exchange; events cannot be switched off. A
+/// failed read leaves the cache unchanged. Writes do not affect it: they become visible after the device has
 /// reported the change.
 ///
-/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
-/// are replaced, and emptied on failure. Writes concern one pipeline unless stated otherwise, and may run on
-/// any thread once the route table exists (see AllUrlResource). Call the reads that copy from the cached list
-/// on the object's thread, that of the first getInstance().
+/// Operations block their caller, by default for at most the transport's time limit (10 s), and return
+/// whether the exchange succeeded; unless stated otherwise outputs are replaced, and are empty after a
+/// failure. Writes apply to one pipeline unless stated otherwise, and may run on any thread once the route
+/// table exists (see AllUrlResource). Call the reads that copy from the cached list on the object's thread,
+/// which is that of the first getInstance().
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT
@@ -29,10 +30,10 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static PipeInfo* getInstance();
 
-    /// Loads the list of the device's pipelines into the cache unless it is cached; @p force loads it in any
-    /// case. May run on any thread.
+    /// Makes sure that the device's pipelines are cached; @p force always fetches them. May run on any
+    /// thread.
     bool getDevicePipes(const QString& deviceKey, bool force);
-    /// The same; @p result becomes a copy of the cached list, and is left unchanged on failure.
+    /// The same; copies the cached list to @p result, which is left unchanged on failure.
     bool getDevicePipes(const QString& deviceKey, QList<QVariant>& result, bool force);
     /// The first pipeline of the list whose member `id` equals @p id. @return whether there is one; @p result
     /// is left unchanged on `false`.
@@ -45,164 +46,159 @@ public:
     /// The relative points of the screens grouped on a pipeline, as parsed.
     bool getDeviceOnePipeGroupScreenRelativePoint(const QString& deviceKey, const QString& id,
                                                   QList<QVariant>& result);
-    /// The grouped screens of a device, as parsed. Always fails: it has no route, so the request goes out
-    /// with an empty path.
+    /// The grouped screens of a device, as parsed.
+    /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool getDeviceGroupScreenInfo(const QString& deviceKey, QList<QVariant>& result);
 
     /// Writes the records of all pipelines.
-    bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& list,
-                        QMap<QString, QVariant>& result);
+    bool putDevicePipes(const QString& deviceKey, const QList<QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     // Quirk: Misspelt names are part of the interface.
     /// Sets the delay time of the 3D signal, for the whole device.
-    bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey,
-                                               const QMap<QString, QVariant>& params,
-                                               QMap<QString, QVariant>& result);
+    bool putDeviceOnePipethreeDSingaldelaytime(const QString& deviceKey, const QMap<QString, QVariant>& body,
+                                               QMap<QString, QVariant>& reply);
     /// Writes the whole record of a pipeline.
-    bool putDeviceOnePipe(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& params,
-                          QMap<QString, QVariant>& result);
+    bool putDeviceOnePipe(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>& reply);
     /// Chooses the input of a pipeline.
     bool putDeviceOnePipeInputId(const QString& deviceKey, const QString& id,
-                                 const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the mirror mode.
     bool putDeviceOnePipeMirrorMode(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the type of image handling.
     bool putDeviceOnePipeImageHandleType(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Writes the 3D settings.
     bool putDeviceOnePipethreeD(const QString& deviceKey, const QString& id,
-                                const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches 3D on or off.
     bool putDeviceOnePipethreeDSwitch(const QString& deviceKey, const QString& id,
-                                      const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
-    /// Sets the 3D type, on the path of the 3D source mode.
+                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D type.
+    /// @warning The request goes to the path of the 3D source mode.
     bool putDeviceOnePipethreeDType(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
-    /// Sets the 3D source mode. Always fails: it has no route, so the request goes out with an empty path.
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the 3D source mode.
+    /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putDeviceOnePipethreeDSourcemode(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
-    /// Sets which eye comes first in 3D.
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the eye that comes first in 3D.
     bool putDeviceOnePipethreeDEyepriority(const QString& deviceKey, const QString& id,
-                                           const QMap<QString, QVariant>& params,
-                                           QMap<QString, QVariant>& result);
-    /// Sets the 3D source adjustment, on the path of the field depth.
+                                           const QMap<QString, QVariant>& body,
+                                           QMap<QString, QVariant>& reply);
+    /// Sets the 3D source adjustment.
+    /// @warning The request goes to the path of the 3D depth of field.
     bool putDeviceOnePipethreeDSourcenadj(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
-    /// Sets the start position of the right eye's picture.
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the start position of the picture for the right eye.
     bool putDeviceOnePipethreeDStartposition(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
-    /// Sets the 3D field depth.
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
+    /// Sets the 3D depth of field.
     bool putDeviceOnePipethreeDDepthField(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Switches HDR on or off.
     bool putDeviceOnePipeHDRSwitch(const QString& deviceKey, const QString& id,
-                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR mode.
     bool putDeviceOnePipeHdrparamHdrmode(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HLG type of HDR.
     bool putDeviceOnePipeHdrparamHlgtype(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
-    /// Sets the HDR maximum of light.
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the HDR peak brightness.
     bool putDeviceOnePipeHdrparamMaxoflight(const QString& deviceKey, const QString& id,
-                                            const QMap<QString, QVariant>& params,
-                                            QMap<QString, QVariant>& result);
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
     /// Sets the HDR illuminance.
     bool putDeviceOnePipeHdrparamIlluminance(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Sets the HDR low gray.
     bool putDeviceOnePipeHdrparamLowgray(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the brightness.
     bool putDeviceOnePipeBrightness(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the colour temperature.
     bool putDeviceOnePipeColorTemperature(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the gamma.
     bool putDeviceOnePipeGamma(const QString& deviceKey, const QString& id,
-                               const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets 18-bit processing.
     bool putDeviceOnePipe18bitPlus(const QString& deviceKey, const QString& id,
-                                   const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the seam adjustment.
     bool putDeviceOnePipeSeamAdjustment(const QString& deviceKey, const QString& id,
-                                        const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result);
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the colour adjustment.
     bool putDeviceOnePipeColorAdjust(const QString& deviceKey, const QString& id,
-                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets low latency.
     bool putDeviceOnePipeLowLatency(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
-    /// Sets the image stored in advance.
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the prestored image.
     bool putDeviceOnePipePrestoreImage(const QString& deviceKey, const QString& id,
-                                       const QMap<QString, QVariant>& params,
-                                       QMap<QString, QVariant>& result);
-    /// Sets the position of the image stored in advance.
+                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Sets the position of the prestored image.
     bool putDeviceOnePipePrestoreImagePos(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
-    /// Sets the region of the image stored in advance.
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets the region of the prestored image.
     bool putDeviceOnePipePrestoreImageRegion(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Switches the start image on or off.
     bool putDeviceOnePipeStartImageSwitch(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
-    /// Sets how long the start image stays.
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
+    /// Sets how long the start image is shown.
     bool putDeviceOnePipeStartImageTime(const QString& deviceKey, const QString& id,
-                                        const QMap<QString, QVariant>& params,
-                                        QMap<QString, QVariant>& result);
+                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets what is shown while the cable is disconnected.
     bool putDeviceOnePipeCableDisconnect(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets what is shown while there is no DVI signal.
     bool putDeviceOnePipeDVINoSignal(const QString& deviceKey, const QString& id,
-                                     const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                     const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches zoom on or off.
     bool putDeviceOnePipeZoomSwitch(const QString& deviceKey, const QString& id,
-                                    const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Switches the global screen on or off.
     bool putDeviceOnePipeGlobalScreenSwitch(const QString& deviceKey, const QString& id,
-                                            const QMap<QString, QVariant>& params,
-                                            QMap<QString, QVariant>& result);
-    /// Sets the position of the part that is cut out of the input.
+                                            const QMap<QString, QVariant>& body,
+                                            QMap<QString, QVariant>& reply);
+    /// Sets the position of the area taken from the input.
     bool putDeviceOnePipeInterceptionPosition(const QString& deviceKey, const QString& id,
-                                              const QMap<QString, QVariant>& params,
-                                              QMap<QString, QVariant>& result);
-    /// Sets the size of the part that is cut out of the input.
+                                              const QMap<QString, QVariant>& body,
+                                              QMap<QString, QVariant>& reply);
+    /// Sets the size of the area taken from the input.
     bool putDeviceOnePipeInterceptionSize(const QString& deviceKey, const QString& id,
-                                          const QMap<QString, QVariant>& params,
-                                          QMap<QString, QVariant>& result);
+                                          const QMap<QString, QVariant>& body,
+                                          QMap<QString, QVariant>& reply);
     /// Sets the zoom mode.
     bool putDeviceOnePipeZoomMode(const QString& deviceKey, const QString& id,
-                                  const QMap<QString, QVariant>& params, QMap<QString, QVariant>& result);
+                                  const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the position of the display area.
     bool putDeviceOnePipeDisplayAreaPosition(const QString& deviceKey, const QString& id,
-                                             const QMap<QString, QVariant>& params,
-                                             QMap<QString, QVariant>& result);
+                                             const QMap<QString, QVariant>& body,
+                                             QMap<QString, QVariant>& reply);
     /// Sets the size of the display area.
     bool putDeviceOnePipeDisplayAreaSize(const QString& deviceKey, const QString& id,
-                                         const QMap<QString, QVariant>& params,
-                                         QMap<QString, QVariant>& result);
+                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
     // Quirk: Some signals of a change name no device.
-    /// A read or an event stored a list, changed or not. Raised on the reading thread with the cache's lock
-    /// held: a slot connected directly that calls getDevicePipes() or getDeviceOnePipe() would deadlock.
+    /// A read or an event stored a list, whether or not it changed; the signal does not say of which device.
+    /// Emitted on the reading thread.
+    /// @warning The cache's lock is held: a directly connected slot that calls getDevicePipes() or
+    /// getDeviceOnePipe() deadlocks. Use a queued connection.
     void signal_sendDataChanged();
 
 private:

@@ -12,7 +12,7 @@ enum class Protocol {
     MultiScreen   ///< several screens, capability version "V3.0"
 };
 
-/// A protocol and what it is called in output, options and documents.
+/// A protocol and its name in output, options and documents.
 struct ProtocolRow
 {
     Protocol protocol; ///< the protocol

@@ -6,14 +6,14 @@
 
 namespace Tessel {
 
-/// How the JSON object of a pushed event says what happened.
+/// The form of a pushed event's JSON object.
 enum class EventForm {
-    Change,  ///< `dataType` "change", and `changeTag` names what changed
-    Name,    ///< `dataType` names what got a new name, which `name` gives
-    Envelope ///< `eventSender` and `eventType`, with a payload in `eventData`
+    Change,  ///< `dataType` is "change", and `changeTag` says what has changed
+    Name,    ///< `dataType` says what was renamed, and `name` is the new name
+    Envelope ///< `eventSender` and `eventType`, with the payload in `eventData`
 };
 
-/// The events that operators act on.
+/// The events to which operators react.
 enum class PushEvent {
     HwInfo,
     CustomName,
@@ -30,10 +30,10 @@ enum class PushEvent {
     Temperature,
     OutputState,
     CabinetWarning,
-    Count ///< not an event: how many there are
+    Count ///< not an event, but their number
 };
 
-/// What stands in the JSON object of an event.
+/// The members of an event's JSON object.
 struct EventText
 {
     /// One member of the object. Null twice: there is none.
@@ -46,23 +46,23 @@ struct EventText
     EventForm form;      ///< which members there are
     Member source;       ///< `dataType` or `eventSender`
     Member kind;         ///< `changeTag` or `eventType`; none in EventForm::Name
-    const char* payload; ///< the key of the member that tells more; null: there is none
+    const char* payload; ///< the key of the member with further data; null if there is none
 };
 
-/// Everything there is to say of an event. Handlers, simulator, tests and documents go by these rows.
+/// The description of an event. Event handlers, simulator, tests and documents all use these rows.
 struct EventRow
 {
-    /// What an operator does about the event. Null: it reads nothing, it raises nothing.
+    /// An operator's reaction to the event; null for no fetch or no signal.
     struct Effect
     {
-        const char* routeKey = nullptr; ///< of the list that is read anew
-        const char* signal = nullptr;   ///< is raised, after the read if there is one
+        const char* routeKey = nullptr; ///< the route key of the list that is fetched
+        const char* signal = nullptr;   ///< the signal that is emitted, after the fetch if there is one
     };
 
     PushEvent event;           ///< the event
     EventText text;            ///< what a device sends
-    const char* operatorClass; ///< the class that acts on it, without its namespace
-    Effect effects[2];         ///< in their order; most events have one
+    const char* operatorClass; ///< the class that reacts to it, without its namespace
+    Effect effects[2];         ///< in order; most events have one
 };
 
 namespace Detail {

@@ -8,7 +8,7 @@
 #include <QObject>
 #include <QVariant>
 
-/// What the receiving card of a cabinet reports about its display effect.
+/// The display effect data that a cabinet's receiving card reports.
 ///
 /// No cache, no events. The operation blocks its caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another.

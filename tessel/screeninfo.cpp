@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <tessel/screeninfo.h>
 
+#include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 #include <tessel/hwinfo.h>
 
 #include <QDebug>
@@ -71,8 +74,8 @@ bool ScreenInfo::getScreens(const QString& deviceKey, bool force)
 }
 
 // Quirk: Screens are added to what the output holds.
-bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
-                            bool perScreen)
+bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& result,
+                            bool force, bool perScreen)
 {
     if (!getScreens(deviceKey, force)) {
         return false;
@@ -80,13 +83,13 @@ bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString
     const auto screenId = QStringLiteral("screenID");
     const QMap<QString, QVariant> screens = m_screens.value(deviceKey);
     if (!perScreen) {
-        out[screens.value(screenId).toString()] = screens;
+        result[screens.value(screenId).toString()] = screens;
         return true;
     }
     for (const QVariant& value : screens) {
         for (const QVariant& element : value.toList()) {
             const QMap<QString, QVariant> screen = element.toMap();
-            out[screen.value(screenId).toString()] = screen;
+            result[screen.value(screenId).toString()] = screen;
         }
     }
     return true;
@@ -104,10 +107,10 @@ bool ScreenInfo::postScreens(const QString& deviceKey, QMap<QString, QVariant>& 
 }
 
 // Quirk: A failed read of the screen tags empties their cache.
-bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply)
+bool ScreenInfo::getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& result)
 {
-    const bool answered = Request("ScreenHwScreenTag").get(deviceKey, reply);
-    m_screenTags[deviceKey] = reply;
+    const bool answered = Request("ScreenHwScreenTag").get(deviceKey, result);
+    m_screenTags[deviceKey] = result;
     return answered;
 }
 

@@ -24,23 +24,29 @@ namespace Tessel {
 struct ScreenProperty;
 }
 
-/// The screens of a device: their list, their display properties, and the pictures put on them.
+/// The screens of a device: their list, their display properties, and the pictures shown on them.
 ///
-/// A screen is named by its device and by the id that the device reports as `screenID`. Bodies and replies
-/// are defined by the device and pass through unread unless an operation says otherwise. An operation returns
-/// whether the exchange succeeded; outputs are replaced, and emptied on failure.
+/// A screen is identified by its device and by the id that the device reports as `screenID`. The device
+/// defines bodies and replies, which are passed through unchanged unless an operation says otherwise. An
+/// operation returns whether the exchange succeeded; outputs are replaced, and are empty after a failure.
+/// Blocking operations take by default at most the transport's time limit (10 s); the log category
+/// `tessel.http` gives the reason of a failure.
 ///
-/// Cache. The screen list and the screen tags of a device stay until it logs out. The properties of a screen
-/// stay for the life of the process, even across a logout. A read with `force` asks the device whatever the
-/// cache holds, and on failure leaves cache and output as they were. Of the properties, only a forced read
-/// and the writes that say so update the cached value.
+/// Cache. The screen list and the screen tags of a device are kept until it logs out, the properties of a
+/// screen for the life of the process, even across a logout. A read with `force` always asks the device, and
+/// leaves cache and output unchanged if it fails.
+/// @warning Events do not refresh the properties of a screen: only a forced read, and the writes that say so,
+/// update a cached property. A write that the device refuses by the reply's `code` updates the cache as well.
 ///
 /// Events. While watching, a device's "screensInfo" and "screensTagInfo" events refresh list and tags in the
-/// background; "screenName" is passed on. While not watching, events are dropped and the screen list is
+/// background, and "screenName" is passed on. While not watching, events are ignored and the screen list is
 /// always read from the device.
 ///
 /// Threads. Call every operation on the thread of the first getInstance(), which owns the caches and runs the
-/// handlers. Blocking operations hold no lock while they wait.
+/// event handlers. Blocking operations hold no lock while they wait.
+///
+/// @warning Operations that choose their route by the device's protocol need a preceding
+/// `HWInfo::getHwProtoc(deviceKey, true)`; without it every device counts as single-screen.
 class TESSEL_EXPORT ScreenInfo : public QObject
 {
     Q_OBJECT
@@ -48,289 +54,292 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static ScreenInfo* getInstance();
 
-    /// Reacts to events and answers the screen list from the cache again; missed events are not made up for.
+    /// Reacts to events and answers the screen list from the cache. Events missed before are not caught up.
     void startWatch();
     /// Ignores events and reads the screen list from the device every time. The caches keep their entries.
     void shutDownWatch();
 
-    /// Makes sure that the screen list of the device is loaded.
+    /// Makes sure that the device's screens are cached.
     bool getScreens(const QString& deviceKey, bool force);
-    /// The same, then adds the screens to @p out by their id: with @p perScreen each element of the lists in
-    /// the device's reply, otherwise the reply as a whole. Other entries of @p out stay.
-    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& out, bool force,
+    /// The same, then adds the screens to @p result by their id: with @p perScreen each element of the lists
+    /// in the device's reply, otherwise the reply as a whole. Other entries of @p result are kept.
+    bool getScreens(const QString& deviceKey, QMap<QString, QMap<QString, QVariant>>& result, bool force,
                     bool perScreen);
     /// Reads a typed screen, bypassing the cache. Rejects with the text "arguments error" when @p deviceKey
     /// is empty, with QPromiseUndefinedException when the exchange failed, the reply is not valid JSON or its
     /// `code` is not zero.
     QtPromise::QPromise<Tessel::ScreensInfo> getScreens2(const QString& deviceKey);
-    /// Posts @p body to the screens. Does not wait: returns `true` and an empty @p reply, since no reply has
-    /// arrived yet.
+    /// Posts @p body to the screens. Does not wait: returns `true` and an empty @p reply, because no reply
+    /// has arrived yet.
     bool postScreens(const QString& deviceKey, QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Reads the screen tags into @p reply and the cache, both empty on failure.
-    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Reads the screen tags into @p result and the cache; a failure empties both.
+    bool getHWInfoScreenTag(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Writes the screen tags. Does not wait: always `true`, @p reply is left unchanged.
     bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
 
     /// Reads the 18-bit switch into `enable` (`bool`).
-    bool get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
-                  bool force);
+    bool get18bit(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool force);
     /// Reads the colour gamut into `gamut` (`uint`).
-    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getCurrentGamut(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                          bool force);
     /// Reads the low-latency switch into `enable` (`bool`).
-    bool getLowLatency(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getLowLatency(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                        bool force);
     /// Reads the uniform-display switch into `enable` (`bool`).
-    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getUniformDisplay(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                            bool force);
     /// Reads the HDR switch into `enable` (`bool`).
-    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
-                                          QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR mode into `mode` (`int`).
-    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the HLG mode into `hlgMode` (`int`).
-    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR peak brightness into `peakBrightness` (`int`).
-    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
-                                           QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
+                                           QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR illuminance into `illuminance` (`int`).
-    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
-                                            QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
+                                            QMap<QString, QVariant>& result, bool force);
     /// Reads the HDR low-gray compensation into `lowGray` (`int`).
-    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
-                                        QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
+                                        QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D switch into `enable` (`bool`).
-    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
-                                     QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
+                                     QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D source mode into `sourceMode` (`int`).
-    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
-                                         QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D eye priority into `eyePriority` (`int`).
-    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
-                                          QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
+                                          QMap<QString, QVariant>& result, bool force);
     /// Reads the 3D depth of field into `fieldDepth` (`int`).
-    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
-                                         QMap<QString, QVariant>& out, bool force);
+    bool getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& result, bool force);
     /// Reads the offset of the right eye into `rightEyeOffset.x` and `rightEyeOffset.y` (`int`); always from
     /// the device.
-    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
-                                            QMap<QString, QVariant>& out, bool force);
-    /// Reads the colour temperature; @p map is sent as the body and then replaced by the reply. The flag is
+    bool getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
+                                            QMap<QString, QVariant>& result, bool force);
+    /// Reads the colour temperature; @p body is sent and then replaced by the reply. The last argument is
     /// ignored.
-    bool getColorTemperature(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map,
+    bool getColorTemperature(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                              bool);
     /// Reads the colour space of the LEDs.
-    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
-                                 QMap<QString, QVariant>& reply);
-    /// Reads the mode of the extended bit depth. Not reentrant.
-    bool getXbitMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getScreenColorSpaceInfo(const QString& deviceKey, const QString& id,
+                                 QMap<QString, QVariant>& result);
+    /// Reads the XBit mode.
+    /// @warning Not reentrant.
+    bool getXbitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Not in use: does nothing and returns `false`.
-    bool getFineGray(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out, bool);
+    bool getFineGray(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool);
 
-    /// Reads the brightness into `brightness` (`uint`), unscaled. Unless the value is cached, looks at the
-    /// device's cabinets first and fetches them when CabinetInfoOperator has none cached. Without cabinets,
-    /// or when they cannot be read, the brightness is not read: returns `true` and the cached value, or else
-    /// 0, which is cached from then on.
-    bool getBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    /// Reads the brightness into `brightness` (`uint`), as the device reports it. Unless the value is cached,
+    /// it first checks the device's cabinets, and fetches them if CabinetInfoOperator has none cached.
+    /// @warning If there are no cabinets or they cannot be read, the brightness is not read: the result is
+    /// `true` with the cached value or, if there is none, 0, which is cached from then on.
+    bool getBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                        bool force);
-    /// Sets the brightness as member `brightness` of @p params, divided by 255 on the multi-screen protocol,
-    /// and sends @p params. Looks at the device's cabinets first, as getBrightness() does, which may block;
-    /// without cabinets, or when they cannot be read, returns `true` and neither changes nor sends @p params.
-    /// The write itself does not wait; it updates the cache once the device has accepted it.
+    /// Sets the brightness: stores it as member `brightness` of @p body and sends @p body. The write does not
+    /// wait; it updates the cache once its exchange has succeeded.
+    /// @warning With the multi-screen protocol the value is divided by 255, rounding down, before it is sent
+    /// and cached, and reads do not multiply it back; the path has no place for the screen's id, so the write
+    /// sets all screens.
+    /// @warning The device's cabinets are checked first as by getBrightness(), which can block. If there are
+    /// none or they cannot be read, the result is `true`, and @p body is neither changed nor sent.
     /// @return whether the request was started.
-    bool setBrightness(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& params,
+    bool setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                        int brightness);
     /// Reads the brightness mode.
-    bool getBrightnessMode(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
-    /// Sets the brightness mode. Does not wait: returns `true` and an empty @p reply, since no reply has
+    bool getBrightnessMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// Sets the brightness mode. Does not wait: returns `true` and an empty @p reply, because no reply has
     /// arrived yet.
-    bool setBrightnessMode(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Reads the brightness of the colours; @p map is sent as the body and then replaced by the reply.
-    bool getBrightnessRgb(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& map);
-    /// Sets the brightness of the colours.
-    bool setBrightnessRgb(const QString& deviceKey, const QString& screenId,
-                          const QMap<QString, QVariant>& body);
+    bool setBrightnessMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
+    /// Reads the brightness per colour; @p body is sent and then replaced by the reply.
+    bool getBrightnessRgb(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body);
+    /// Sets the brightness per colour.
+    bool setBrightnessRgb(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma of the three channels into `rGamma`, `gGamma`, `bGamma` (`double`); a missing channel
     /// reads as 0.
-    bool getSingleGamma(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+    bool getSingleGamma(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                         bool force);
-    /// Sets the gamma of the channel `type` to `gamma`, of all three with the type 3, and updates the cache.
-    bool setOneGamma(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Sets the gamma of channel `type` to `gamma`, with type 3 that of all three channels, and updates the
+    /// cache.
+    bool setOneGamma(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma table.
-    bool getGammaAllList(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getGammaAllList(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Sets the gamma table.
-    bool setGammaTable(const QString& deviceKey, const QString& screenId,
-                       const QMap<QString, QVariant>& body);
-    /// Reads the gamma curve that the six members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
-    /// `qualityMode` and `gammaMode` of @p params describe; missing ones go out empty.
-    bool getGammaCurve(const QString& deviceKey, const QString& screenId, QMap<QString, QString> params,
-                       QList<QVariant>& out);
+    bool setGammaTable(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Reads the gamma curve described by the members `gammaValue`, `grayScale`, `lumRatio`, `maxY`,
+    /// `qualityMode` and `gammaMode` of @p query; missing ones are sent empty.
+    bool getGammaCurve(const QString& deviceKey, const QString& id, QMap<QString, QString> query,
+                       QList<QVariant>& result);
     /// Reads the gray scale.
-    bool getGrayScale(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& reply);
+    bool getGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
 
-    /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the device has
-    /// accepted it.
+    /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the exchange has
+    /// succeeded.
     /// @return whether the request was started.
-    bool set18bit(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the device has
-    /// accepted it.
+    bool set18bit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the exchange
+    /// has succeeded.
     /// @return whether the request was started.
-    bool setLowLatency(const QString& deviceKey, const QString& screenId,
-                       const QMap<QString, QVariant>& body);
-    /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the device
-    /// has accepted it.
+    bool setLowLatency(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the
+    /// exchange has succeeded.
     /// @return whether the request was started.
-    bool setUniformDisplay(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body);
-    /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the device has
-    /// accepted it; @p reply is left unchanged. @return whether the request was started.
-    bool setGamut(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body,
+    bool setUniformDisplay(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the exchange has
+    /// succeeded; @p reply is left unchanged.
+    /// @return whether the request was started.
+    bool setGamut(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& reply);
 
     /// @name HDR and 3D, on one screen and on several at once
-    /// The cached properties stay as they were. On several screens the requests run in parallel, `false`
-    /// means that at least one failed, and `results` is left unchanged. Other events of the thread are
-    /// delivered meanwhile, so operators may be re-entered. Without ids the call blocks until something else
-    /// quits its event loop.
+    /// These writes do not update the cached properties. For several screens the requests run in parallel,
+    /// `false` means that at least one failed, and `result` is left unchanged. Other events of the thread are
+    /// delivered meanwhile, so operators may be re-entered.
+    /// @warning With an empty list of ids the call waits until something else quits its event loop or the
+    /// application ends.
     /// @{
 
     /// Sets the HDR switch.
-    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the HDR switch of the screens @p ids.
     bool putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
-                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR mode.
-    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR mode of the screens @p ids.
     bool putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HLG mode.
-    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HLG mode of the screens @p ids.
     bool putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR peak brightness.
-    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
                                            const QMap<QString, QVariant>& body,
                                            QMap<QString, QVariant>& reply);
     /// Sets the HDR peak brightness of the screens @p ids.
     bool putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
-                                           const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                           const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR illuminance.
-    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
     /// Sets the HDR illuminance of the screens @p ids.
     bool putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
-                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the HDR low-gray compensation.
-    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the HDR low-gray compensation of the screens @p ids.
     bool putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
-                                        const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                        const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D switch.
-    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D switch of the screens @p ids.
     bool putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
-                                     const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                     const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D source mode.
-    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D source mode of the screens @p ids.
     bool putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
-                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D eye priority.
-    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the 3D eye priority of the screens @p ids.
     bool putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
-                                          const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                          const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the offset of the right eye.
-    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& body,
                                             QMap<QString, QVariant>& reply);
     /// Sets the offset of the right eye of the screens @p ids.
     bool putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
-                                            const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                            const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// Sets the 3D depth of field.
-    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
                                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the 3D depth of field of the screens @p ids.
     bool putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
-                                         const QMap<QString, QVariant>& body, QList<QVariant>& results);
+                                         const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// @}
 
     /// Sets what the screen shows when a cable is unplugged.
-    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Adjusts the seams between cabinets.
-    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& id,
                                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Chooses the input of the screen.
-    bool putScreenSetInput(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// Selects the input of the screen.
+    bool putScreenSetInput(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Initialises the colour space of the LEDs.
-    bool setColorSpaceInit(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool setColorSpaceInit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Returns from colour space measuring to the normal display.
-    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+    bool setColorSpaceNormalDisplay(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& reply);
     /// Demonstrates a gamut.
-    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+    bool setDemoColorSpaceGamut(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Shows a colour.
-    bool setScreenColor(const QString& deviceKey, const QString& screenId,
-                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool setScreenColor(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     // Quirk: Settings taken by reference are not changed.
     /// Changes a source colour to a target colour.
-    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+    bool setChangeColorFromToTarget(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Switches the protection of skin tones.
-    bool setSkinProtect(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    /// Switches the protection of skin tones on or off.
+    bool setSkinProtect(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& reply);
-    /// Switches the image of the tolerance.
-    bool setToleranceToggle(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    /// Switches the tolerance image on or off.
+    bool setToleranceToggle(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Sets the colour correction.
-    bool setColorCorrection(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool setColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Sets the colour correction of white and black.
-    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+    bool setWhiteBlackColorCorrection(const QString& deviceKey, const QString& id,
                                       QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Resets the colour correction.
-    bool resetColorCorrection(const QString& deviceKey, const QString& screenId,
-                              QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool resetColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                              QMap<QString, QVariant>& reply);
     /// Resets the colour replacement.
-    bool resetColorpReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool resetColorpReplace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// Triggers the colour correction.
-    bool triggerColorCorrection(const QString& deviceKey, const QString& screenId,
-                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool triggerColorCorrection(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& reply);
     /// Triggers the colour replacement.
-    bool triggerColorReplace(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& body,
+    bool triggerColorReplace(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
-    /// Saves the colour temperature. Does not wait: returns `true` and an empty @p reply, since no reply has
-    /// arrived yet.
-    bool saveColorTemperature(const QString& deviceKey, const QString& screenId,
+    /// Saves the colour temperature. Does not wait: returns `true` and an empty @p reply, because no reply
+    /// has arrived yet.
+    bool saveColorTemperature(const QString& deviceKey, const QString& id,
                               const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets the colour temperature. Does not wait: returns `true`, since no reply has arrived yet.
-    bool setColorTemperature(const QString& deviceKey, const QString& screenId,
+    /// Sets the colour temperature. Does not wait: returns `true`, because no reply has arrived yet.
+    bool setColorTemperature(const QString& deviceKey, const QString& id,
                              const QMap<QString, QVariant>& body);
 
     /// @name On the device as a whole
-    /// Those that do not wait return `true` and an empty reply, since no reply has arrived yet. Those without
-    /// a route send a request with an empty path, which has no effect.
+    /// Operations that do not wait return `true` and an empty reply, because no reply has arrived yet.
+    /// @warning Operations without a route send a request with an empty path, which fails and has no effect;
+    /// those of them that do not wait return `true` nevertheless.
     /// @{
 
     /// Writes the data of a colour switch; does not wait.
@@ -352,7 +361,7 @@ public:
     /// Shows the normal picture; does not wait, has no route.
     bool setNomalDisplay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
-    /// Puts a mouse mark on the screen; does not wait, has no route.
+    /// Shows a mouse pointer on the screen; does not wait, has no route.
     bool setMouseToScreen(const QString& deviceKey, const QMap<QString, QVariant>& body,
                           QMap<QString, QVariant>& reply);
     /// Enters the hardware mode; does not wait, has no route.
@@ -364,59 +373,57 @@ public:
     /// Sets the state of regions; does not wait, has no route.
     bool setScreenRegionState(const QString& deviceKey, const QList<QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// Clears the chosen lines; has no route.
+    /// Clears the selected lines; has no route.
     bool setClearLinestate(const QString& deviceKey, const QList<QVariant>& body,
                            QMap<QString, QVariant>& reply);
-    /// Shows or hides the chosen lines; has no route.
+    /// Shows or hides the selected lines; has no route.
     bool setIsShowLinestate(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
     /// @}
 
-    /// Sets the mode of the extended bit depth.
-    bool setXbitMode(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
+    /// Sets the XBit mode.
+    bool setXbitMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Not in use: does nothing and returns `false`.
-    bool setFineGray(const QString& deviceKey, const QString& screenId, const QMap<QString, QVariant>& body);
-    /// Uploads a NICC file unchanged; an empty @p screenId is not sent.
-    bool uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data);
-    /// Asks the device for its NICC state and returns whether the exchange succeeded; the state itself is
-    /// dropped and @p params is ignored. An empty @p screenId is not sent.
-    bool getNiccState(const QString& deviceKey, const QString& screenId,
-                      const QMap<QString, QVariant>& params);
+    bool setFineGray(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// Uploads a NICC file unchanged; an empty @p id is not sent.
+    bool uploadNiccData(const QString& deviceKey, const QString& id, const QByteArray& data);
+    /// Asks the device for its NICC state and returns whether the exchange succeeded. An empty @p id is not
+    /// sent.
+    /// @warning The state itself is discarded, and @p body is ignored.
+    bool getNiccState(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
 
     /// Sets the boot image; has no route.
-    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImage(const QString& deviceKey, const QString& id,
                                   const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Sets the position of the boot image; has no route.
-    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body,
                                           QMap<QString, QVariant>& reply);
     /// Sets the region of the boot image; has no route.
-    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+    bool putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Sets how long the boot image stays.
-    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+    /// Sets how long the boot image is shown.
+    bool putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Previews the boot image.
-    bool putBootImagePreview(const QString& deviceKey, const QString& screenId,
-                             QMap<QString, QVariant>& reply);
+    bool putBootImagePreview(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// Sets the prestored image.
-    bool putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+    bool putScreenPreStoreImage(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
-    /// Uploads a prestored image as the multipart fields @p parts and applies it to all.
-    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+    /// Uploads a prestored image, as the multipart fields @p parts, and applies it to all.
+    bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& reply);
 
     /// Shows a solid colour. Takes up to 10 s.
-    bool putScreenSolid(const QString& deviceKey, const QString& screenId,
-                        const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool putScreenSolid(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                        QMap<QString, QVariant>& reply);
     /// Shows the solid colour of the colour space.
-    bool setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
-                            QMap<QString, QVariant>& reply);
+    bool setColorSpaceSolid(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& reply);
     /// Shows a test pattern of the sender.
-    bool putDeviceTestMode(const QString& deviceKey, const QString& screenId,
-                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    bool putDeviceTestMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                           QMap<QString, QVariant>& reply);
     /// Ends the test pattern of the sender.
-    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+    bool putDeviceTestModeDisable(const QString& deviceKey, const QString& id,
                                   QMap<QString, QVariant>& reply);
     /// Shows a test pattern of the receivers.
     bool putReceiveTestMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -425,19 +432,19 @@ public:
     /// Draws pixels for a correction. Takes up to 20 s.
     bool setPixelImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                        QMap<QString, QVariant>& reply);
-    /// Enters or leaves the drawing of correction images. Takes up to 10 s.
+    /// Starts or ends the drawing of correction images. Takes up to 10 s.
     bool setPixelImageMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
-    /// Fills a @p package of the application's own for setPixelImageMode(): path, body and time limit for the
-    /// device that the package names, set beforehand with the package's setDevkey(); without one it gets the
-    /// single-screen path. Sends nothing; the application does.
+    /// Fills the application's @p package for setPixelImageMode(): body, time limit, and the path for the
+    /// device set with the package's setDevkey(), or the single-screen path if none is set.
+    /// @warning Sends nothing; the application sends the package.
     void getPixelImageMode(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
                            const QMap<QString, QVariant>& body);
     /// Draws a checkerboard for a correction. Takes up to 20 s.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// The same with the response's headers, their names as the device spells them; always on the
-    /// single-screen route.
+    /// The same, and returns the response headers, with names as the device spells them.
+    /// @warning Always uses the single-screen route.
     bool setCheckerBoardImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply, QMap<QString, QString>& headers);
     /// Draws a rectangle for a correction. Takes up to 20 s.
@@ -446,68 +453,71 @@ public:
     /// Clears the correction image.
     bool setCorrectClearImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
-    /// Draws pixels for a correction on several devices at once: each of @p items goes, as a body, to the
-    /// device that its member `devKey` names. Meanwhile other events of the thread are delivered, except the
-    /// user's input. @p reply is left unchanged. @return whether all requests succeeded within 20 s; without
-    /// items `false`, with a critical log line.
+    /// Draws pixels for a correction on several devices at once: sends each of @p items as the body to the
+    /// device in its member `devKey`. Other events of the thread, except user input, are delivered meanwhile.
+    /// @p reply is left unchanged.
+    /// @return whether all requests succeeded within 20 s; `false` with a critical log message if @p items is
+    /// empty.
     bool setMultPixelImage(const std::vector<QMap<QString, QVariant>>& items, QMap<QString, QVariant>& reply);
     /// The same with checkerboards.
     bool setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
                                   QMap<QString, QVariant>& reply);
 
 Q_SIGNALS:
-    /// An event refreshed the device's screen list. On this object's thread, after the cache was replaced.
+    /// An event refreshed the device's screen list. Emitted on this object's thread, after the cache was
+    /// replaced.
     void signal_screenDataChanged(const QString& deviceKey);
-    /// An event refreshed the device's screen tags. On this object's thread, after the cache was replaced.
+    /// An event refreshed the device's screen tags. Emitted on this object's thread, after the cache was
+    /// replaced.
     void signal_screenTagChanged(const QString& deviceKey);
     // Quirk: A pushed name leaves the cache as it was.
-    /// The device reported a new @p name for its screen, never empty; nothing is cached. On this object's
-    /// thread.
+    /// The device reported a new @p name for its screen, never empty. Emitted on this object's thread.
+    /// @warning The cached list keeps the old name until its next refresh.
     void signal_screenNameChanged(const QString& deviceKey, const QString& name);
     // Quirk: A signal that nothing raises stays declared.
-    /// Never raised.
+    /// Never emitted.
     void needGetAllInputsInfo();
 
 private:
     explicit ScreenInfo(QObject* parent = nullptr);
     ~ScreenInfo() override;
 
-    // Make sure that a property is cached; for the twins above, which hand it out.
-    bool get18bit(const QString& deviceKey, const QString& screenId, bool force);
-    bool getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force);
-    bool getLowLatency(const QString& deviceKey, const QString& screenId, bool force);
-    bool getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHdrMode(const QString& deviceKey, const QString& screenId, bool force);
-    bool getHlgtype(const QString& deviceKey, const QString& screenId, bool force);
-    bool getMaxoflight(const QString& deviceKey, const QString& screenId, bool force);
-    bool getIlluminance(const QString& deviceKey, const QString& screenId, bool force);
-    bool getLowgray(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force);
-    bool getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force);
-    bool getFineGray(const QString& deviceKey, const QString& screenId, bool force);
-    bool getBrightness(const QString& deviceKey, const QString& screenId, bool force);
-    bool getGamma(const QString& deviceKey, const QString& screenId, bool force);
+    // Make sure that a property is cached; used by the public overloads, which output it.
+    bool get18bit(const QString& deviceKey, const QString& id, bool force);
+    bool getCurrentGamut(const QString& deviceKey, const QString& id, bool force);
+    bool getLowLatency(const QString& deviceKey, const QString& id, bool force);
+    bool getUniformDisplay(const QString& deviceKey, const QString& id, bool force);
+    bool getHdrSwitch(const QString& deviceKey, const QString& id, bool force);
+    bool getHdrMode(const QString& deviceKey, const QString& id, bool force);
+    bool getHlgtype(const QString& deviceKey, const QString& id, bool force);
+    bool getMaxoflight(const QString& deviceKey, const QString& id, bool force);
+    bool getIlluminance(const QString& deviceKey, const QString& id, bool force);
+    bool getLowgray(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDSwitch(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDSourceMode(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDEyepriority(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDDepthField(const QString& deviceKey, const QString& id, bool force);
+    bool getThreeDStartposition(const QString& deviceKey, const QString& id, bool force);
+    bool getFineGray(const QString& deviceKey, const QString& id, bool force);
+    bool getBrightness(const QString& deviceKey, const QString& id, bool force);
+    bool getGamma(const QString& deviceKey, const QString& id, bool force);
 
-    // The form of the above: ask the cache unless forced, else fetch and store.
+    // Shared by the above: check the cache unless forced, else fetch and store.
     bool readProperty(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
-                      const QString& screenId, bool force);
+                      const QString& id, bool force);
     bool knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
-                         const QString& screenId, bool force);
+                         const QString& id, bool force);
     bool fetchProperties(const char* routeKey, std::initializer_list<Tessel::ScreenProperty> properties,
-                         const QString& deviceKey, const QString& screenId);
-    // The form of the twins: replaces the output by the cached values under their own names.
+                         const QString& deviceKey, const QString& id);
+    // Shared by the public overloads: replaces the output by the cached values under their own names.
     bool outputProperties(std::initializer_list<Tessel::ScreenProperty> properties, const QString& deviceKey,
-                          const QString& screenId, QMap<QString, QVariant>& out);
-    // One PUT per screen, in parallel; the results stay as they were.
+                          const QString& id, QMap<QString, QVariant>& result);
+    // One PUT per screen, in parallel; leaves the results unchanged.
     bool putGroupSync(const QString& deviceKey, const QStringList& ids, const QMap<QString, QVariant>& body,
-                      QList<QVariant>& results, const QString& routeKey);
-    // Writes without waiting, and caches the property of the body once the device agreed.
+                      QList<QVariant>& result, const QString& routeKey);
+    // Writes without waiting, and caches the property from the body once the exchange has succeeded.
     bool writeThrough(const char* routeKey, const Tessel::ScreenProperty& property, const QString& deviceKey,
-                      const QString& screenId, const QMap<QString, QVariant>& body);
+                      const QString& id, const QMap<QString, QVariant>& body);
 
     void onDeviceLogout(const QString& deviceKey);
     void onDeviceEvent(const QByteArray& data, const QString& deviceKey);

@@ -61,70 +61,65 @@ double gammaValue(const QMap<QString, QVariant>& gamma)
 } // namespace
 
 // Quirk: An id goes along although the path has no place for it. So does the write.
-bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& id, bool force)
 {
-    return knowsProperties({brightnessProperty.cacheKey}, deviceKey, screenId, force) ||
-           !hasCabinets(deviceKey) ||
+    return knowsProperties({brightnessProperty.cacheKey}, deviceKey, id, force) || !hasCabinets(deviceKey) ||
            fetchProperties(routeByProtocol(deviceKey, "ScreenBrightness", "MulitScreenBrightness"),
-                           {brightnessProperty}, deviceKey, screenId);
+                           {brightnessProperty}, deviceKey, id);
 }
 
-bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& screenId,
-                               QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
+                               bool force)
 {
-    return getBrightness(deviceKey, screenId, force) &&
-           outputProperties({brightnessProperty}, deviceKey, screenId, out);
+    return getBrightness(deviceKey, id, force) &&
+           outputProperties({brightnessProperty}, deviceKey, id, result);
 }
 
 // Quirk: The multi-screen protocol is sent the brightness divided by 255. No read multiplies it back.
-bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& screenId,
-                               QMap<QString, QVariant>& params, int brightness)
+bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                               int brightness)
 {
     if (!hasCabinets(deviceKey)) {
         return true;
     }
     const bool multi = HWInfo::getInstance()->getHwProtoc(deviceKey, false);
-    params[QLatin1String(brightnessProperty.name)] = multi ? brightness / 255 : brightness;
+    body[QLatin1String(brightnessProperty.name)] = multi ? brightness / 255 : brightness;
     return writeThrough(multi ? "MulitScreenBrightness" : "ScreenBrightness", brightnessProperty, deviceKey,
-                        screenId, params);
+                        id, body);
 }
 
-bool ScreenInfo::getBrightnessMode(const QString& deviceKey, const QString& screenId,
-                                   QMap<QString, QVariant>& reply)
+bool ScreenInfo::getBrightnessMode(const QString& deviceKey, const QString& id,
+                                   QMap<QString, QVariant>& result)
 {
-    return Request("ScreenBrightnessMode").placeHolder("id", screenId).get(deviceKey, reply);
+    return Request("ScreenBrightnessMode").placeHolder("id", id).get(deviceKey, result);
 }
 
-bool ScreenInfo::setBrightnessMode(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setBrightnessMode(const QString& deviceKey, const QString& id,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenBrightnessMode")
-        .placeHolder("id", screenId)
-        .body(body)
-        .putNoReply(deviceKey, reply);
+    return Request("ScreenBrightnessMode").placeHolder("id", id).body(body).putNoReply(deviceKey, reply);
 }
 
 // Quirk: Two reads send the caller's map as the body of a GET.
 // Quirk: Some operations return the reply in the map that they send.
-bool ScreenInfo::getBrightnessRgb(const QString& deviceKey, const QString& screenId,
-                                  QMap<QString, QVariant>& map)
+bool ScreenInfo::getBrightnessRgb(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body)
 {
-    return Request("ScreenRgbBrightness").placeHolder("id", screenId).body(map).get(deviceKey, map);
+    return Request("ScreenRgbBrightness").placeHolder("id", id).body(body).get(deviceKey, body);
 }
 
-bool ScreenInfo::setBrightnessRgb(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setBrightnessRgb(const QString& deviceKey, const QString& id,
                                   const QMap<QString, QVariant>& body)
 {
-    return Request("ScreenRgbBrightness").placeHolder("id", screenId).body(body).put(deviceKey);
+    return Request("ScreenRgbBrightness").placeHolder("id", id).body(body).put(deviceKey);
 }
 
-bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getGamma(const QString& deviceKey, const QString& id, bool force)
 {
-    if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, screenId, force)) {
+    if (knowsProperties({gammaChannels[0], gammaChannels[1], gammaChannels[2]}, deviceKey, id, force)) {
         return true;
     }
     Request request(gammaRoute(deviceKey));
-    request.placeHolder("id", screenId).get(deviceKey);
+    request.placeHolder("id", id).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QList<QVariant> gammas;
     if (!request.decodeInto(gammas)) {
@@ -134,27 +129,26 @@ bool ScreenInfo::getGamma(const QString& deviceKey, const QString& screenId, boo
         const QMap<QString, QVariant> gamma = element.toMap();
         const int type = gammaType(gamma);
         if (type >= 0 && type < allGammaChannels) {
-            m_screenProperties[deviceKey][screenId][QLatin1String(gammaChannels[type])] = gammaValue(gamma);
+            m_screenProperties[deviceKey][id][QLatin1String(gammaChannels[type])] = gammaValue(gamma);
         }
     }
     return true;
 }
 
-bool ScreenInfo::getSingleGamma(const QString& deviceKey, const QString& screenId,
-                                QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getSingleGamma(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
+                                bool force)
 {
-    return getGamma(deviceKey, screenId, force) &&
-           outputProperties({rGamma, gGamma, bGamma}, deviceKey, screenId, out);
+    return getGamma(deviceKey, id, force) &&
+           outputProperties({rGamma, gGamma, bGamma}, deviceKey, id, result);
 }
 
-bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,
-                             const QMap<QString, QVariant>& body)
+bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body)
 {
-    if (!Request(gammaRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey)) {
+    if (!Request(gammaRoute(deviceKey)).placeHolder("id", id).body(body).put(deviceKey)) {
         return false;
     }
     const QMutexLocker lock(&m_propertyMutex);
-    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][id];
     const int type = gammaType(body);
     if (type == allGammaChannels) {
         for (const char* channel : gammaChannels) {
@@ -167,32 +161,30 @@ bool ScreenInfo::setOneGamma(const QString& deviceKey, const QString& screenId,
     return true;
 }
 
-bool ScreenInfo::getGammaAllList(const QString& deviceKey, const QString& screenId,
-                                 QMap<QString, QVariant>& reply)
+bool ScreenInfo::getGammaAllList(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)
 {
-    return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).get(deviceKey, reply);
+    return Request(gammaTableRoute(deviceKey)).placeHolder("id", id).get(deviceKey, result);
 }
 
-bool ScreenInfo::setGammaTable(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setGammaTable(const QString& deviceKey, const QString& id,
                                const QMap<QString, QVariant>& body)
 {
-    return Request(gammaTableRoute(deviceKey)).placeHolder("id", screenId).body(body).put(deviceKey);
+    return Request(gammaTableRoute(deviceKey)).placeHolder("id", id).body(body).put(deviceKey);
 }
 
 // Quirk: All six parameters of a gamma curve go out, missing ones empty.
-bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& screenId,
-                               QMap<QString, QString> params, QList<QVariant>& out)
+bool ScreenInfo::getGammaCurve(const QString& deviceKey, const QString& id, QMap<QString, QString> query,
+                               QList<QVariant>& result)
 {
     Request request("ScreenGammaCurve");
-    request.placeHolder("id", screenId);
+    request.placeHolder("id", id);
     for (const char* name : {"gammaValue", "grayScale", "lumRatio", "maxY", "qualityMode", "gammaMode"}) {
-        request.parameter(name, params.take(QLatin1String(name)));
+        request.parameter(name, query.take(QLatin1String(name)));
     }
-    return request.get(deviceKey, out);
+    return request.get(deviceKey, result);
 }
 
-bool ScreenInfo::getGrayScale(const QString& deviceKey, const QString& screenId,
-                              QMap<QString, QVariant>& reply)
+bool ScreenInfo::getGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)
 {
-    return Request("ScreenGrayScale").placeHolder("id", screenId).get(deviceKey, reply);
+    return Request("ScreenGrayScale").placeHolder("id", id).get(deviceKey, result);
 }

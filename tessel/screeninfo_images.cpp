@@ -36,87 +36,83 @@ const char* checkerBoardRoute(const QString& deviceKey)
 } // namespace
 
 // Quirk: An operation without a route sends its request with an empty path. So do the two below.
-bool ScreenInfo::putDeviceScreenBootImage(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenBootImage(const QString& deviceKey, const QString& id,
                                           const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenImage").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenBootImagePosition(const QString& deviceKey, const QString& id,
                                                   const QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenImagePos").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenImagePos").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenBootImageRegion(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenImageRegion").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenImageRegion").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenBootTimeSpan(const QString& deviceKey, const QString& id,
                                              const QMap<QString, QVariant>& body,
                                              QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenBootTimeSpan").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenBootTimeSpan").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putBootImagePreview(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putBootImagePreview(const QString& deviceKey, const QString& id,
                                      QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenBootImagePreview").placeHolder("id", screenId).put(deviceKey, reply);
+    return Request("ScreenBootImagePreview").placeHolder("id", id).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putScreenPreStoreImage(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putScreenPreStoreImage(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenPrestoreImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenPrestoreImage").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 // Quirk: One form goes out through the plain verb.
-bool ScreenInfo::putPrestoreImageApplyToAll(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putPrestoreImageApplyToAll(const QString& deviceKey, const QString& id,
                                             const QMap<QString, QVariant>& parts,
                                             QMap<QString, QVariant>& reply)
 {
     // Quirk: Log lines that read like leftovers are fixed.
     qDebug() << "putPrestoreImageApplyToAll" << parts;
     return MultipartRequest("ScreenPrestoreImageApplay", parts)
-        .placeHolder("id", screenId)
+        .placeHolder("id", id)
         .putPlain(deviceKey, reply);
 }
 
-bool ScreenInfo::putScreenSolid(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putScreenSolid(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenSolid")
-        .placeHolder("id", screenId)
-        .body(body)
-        .expectedTime(10000)
-        .put(deviceKey, reply);
+    return Request("ScreenSolid").placeHolder("id", id).body(body).expectedTime(10000).put(deviceKey, reply);
 }
 
 // Quirk: The solid colour of the colour space is a query parameter.
-bool ScreenInfo::setColorSpaceSolid(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setColorSpaceSolid(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& reply)
 {
     return Request("ScreenSolid")
-        .placeHolder("id", screenId)
+        .placeHolder("id", id)
         .parameter("type", QStringLiteral("1"))
         .put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceTestMode(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceTestMode(const QString& deviceKey, const QString& id,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("SenderTestMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("SenderTestMode").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceTestModeDisable(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceTestModeDisable(const QString& deviceKey, const QString& id,
                                           QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenTxTestPatternDisable").placeHolder("id", screenId).put(deviceKey, reply);
+    return Request("ScreenTxTestPatternDisable").placeHolder("id", id).put(deviceKey, reply);
 }
 
 // Quirk: Some placeholders of paths go out unfilled.

@@ -34,208 +34,202 @@ constexpr ScreenProperty threeDStartpositionY{"rightEyeOffset.y", readAs<int>, "
 
 } // namespace
 
-bool ScreenInfo::get18bit(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::get18bit(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenXbit", xbit, deviceKey, screenId, force);
+    return readProperty("ScreenXbit", xbit, deviceKey, id, force);
 }
 
-bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenGamut", gamut, deviceKey, screenId, force);
+    return readProperty("ScreenGamut", gamut, deviceKey, id, force);
 }
 
-bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenLowLatency", lowLatency, deviceKey, screenId, force);
+    return readProperty("ScreenLowLatency", lowLatency, deviceKey, id, force);
 }
 
-bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenUniformDisplay", uniformDisplay, deviceKey, screenId, force);
+    return readProperty("ScreenUniformDisplay", uniformDisplay, deviceKey, id, force);
 }
 
-bool ScreenInfo::getHdrSwitch(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getHdrSwitch(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHDRSwitch", hdrSwitch, deviceKey, screenId, force);
+    return readProperty("ScreenHDRSwitch", hdrSwitch, deviceKey, id, force);
 }
 
-bool ScreenInfo::getHdrMode(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getHdrMode(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHDRType", hdrMode, deviceKey, screenId, force);
+    return readProperty("ScreenHDRType", hdrMode, deviceKey, id, force);
 }
 
-bool ScreenInfo::getHlgtype(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getHlgtype(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHLGMode", hlgMode, deviceKey, screenId, force);
+    return readProperty("ScreenHLGMode", hlgMode, deviceKey, id, force);
 }
 
-bool ScreenInfo::getMaxoflight(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getMaxoflight(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHDRPeakBrightness", maxoflight, deviceKey, screenId, force);
+    return readProperty("ScreenHDRPeakBrightness", maxoflight, deviceKey, id, force);
 }
 
-bool ScreenInfo::getIlluminance(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getIlluminance(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHDRIlluminance", illuminance, deviceKey, screenId, force);
+    return readProperty("ScreenHDRIlluminance", illuminance, deviceKey, id, force);
 }
 
-bool ScreenInfo::getLowgray(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getLowgray(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenHDRLowgray", lowgray, deviceKey, screenId, force);
+    return readProperty("ScreenHDRLowgray", lowgray, deviceKey, id, force);
 }
 
-bool ScreenInfo::getThreeDSwitch(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getThreeDSwitch(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("Screen3DSwitch", threeDSwitch, deviceKey, screenId, force);
+    return readProperty("Screen3DSwitch", threeDSwitch, deviceKey, id, force);
 }
 
-bool ScreenInfo::getThreeDSourceMode(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getThreeDSourceMode(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("ScreenSourceMode", threeDSourceMode, deviceKey, screenId, force);
+    return readProperty("ScreenSourceMode", threeDSourceMode, deviceKey, id, force);
 }
 
-bool ScreenInfo::getThreeDEyepriority(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getThreeDEyepriority(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("Screen3DEyepriority", threeDEyepriority, deviceKey, screenId, force);
+    return readProperty("Screen3DEyepriority", threeDEyepriority, deviceKey, id, force);
 }
 
-bool ScreenInfo::getThreeDDepthField(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getThreeDDepthField(const QString& deviceKey, const QString& id, bool force)
 {
-    return readProperty("Screen3DFieldDepth", threeDDepthField, deviceKey, screenId, force);
+    return readProperty("Screen3DFieldDepth", threeDDepthField, deviceKey, id, force);
 }
 
 // Quirk: The offset of the right eye is never answered from the cache. Nothing stores the key.
-bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString& screenId, bool force)
+bool ScreenInfo::getThreeDStartposition(const QString& deviceKey, const QString& id, bool force)
 {
-    return knowsProperties({"threeDStartposition"}, deviceKey, screenId, force) ||
+    return knowsProperties({"threeDStartposition"}, deviceKey, id, force) ||
            fetchProperties("Screen3DRighteyeOffset", {threeDStartpositionX, threeDStartpositionY}, deviceKey,
-                           screenId);
+                           id);
 }
 
-bool ScreenInfo::get18bit(const QString& deviceKey, const QString& screenId, QMap<QString, QVariant>& out,
+bool ScreenInfo::get18bit(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
                           bool force)
 {
-    return get18bit(deviceKey, screenId, force) && outputProperties({xbit}, deviceKey, screenId, out);
+    return get18bit(deviceKey, id, force) && outputProperties({xbit}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& screenId,
-                                 QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getCurrentGamut(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
+                                 bool force)
 {
-    return getCurrentGamut(deviceKey, screenId, force) && outputProperties({gamut}, deviceKey, screenId, out);
+    return getCurrentGamut(deviceKey, id, force) && outputProperties({gamut}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& screenId,
-                               QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getLowLatency(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result,
+                               bool force)
 {
-    return getLowLatency(deviceKey, screenId, force) &&
-           outputProperties({lowLatency}, deviceKey, screenId, out);
+    return getLowLatency(deviceKey, id, force) && outputProperties({lowLatency}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& screenId,
-                                   QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getUniformDisplay(const QString& deviceKey, const QString& id,
+                                   QMap<QString, QVariant>& result, bool force)
 {
-    return getUniformDisplay(deviceKey, screenId, force) &&
-           outputProperties({uniformDisplay}, deviceKey, screenId, out);
+    return getUniformDisplay(deviceKey, id, force) &&
+           outputProperties({uniformDisplay}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
-                                                  QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& result, bool force)
 {
-    return getHdrSwitch(deviceKey, screenId, force) &&
-           outputProperties({hdrSwitch}, deviceKey, screenId, out);
+    return getHdrSwitch(deviceKey, id, force) && outputProperties({hdrSwitch}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
-                                                QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
+                                                QMap<QString, QVariant>& result, bool force)
 {
-    return getHdrMode(deviceKey, screenId, force) && outputProperties({hdrMode}, deviceKey, screenId, out);
+    return getHdrMode(deviceKey, id, force) && outputProperties({hdrMode}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
-                                                QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
+                                                QMap<QString, QVariant>& result, bool force)
 {
-    return getHlgtype(deviceKey, screenId, force) && outputProperties({hlgMode}, deviceKey, screenId, out);
+    return getHlgtype(deviceKey, id, force) && outputProperties({hlgMode}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
-                                                   QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
+                                                   QMap<QString, QVariant>& result, bool force)
 {
-    return getMaxoflight(deviceKey, screenId, force) &&
-           outputProperties({maxoflight}, deviceKey, screenId, out);
+    return getMaxoflight(deviceKey, id, force) && outputProperties({maxoflight}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
-                                                    QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
+                                                    QMap<QString, QVariant>& result, bool force)
 {
-    return getIlluminance(deviceKey, screenId, force) &&
-           outputProperties({illuminance}, deviceKey, screenId, out);
+    return getIlluminance(deviceKey, id, force) && outputProperties({illuminance}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
-                                                QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
+                                                QMap<QString, QVariant>& result, bool force)
 {
-    return getLowgray(deviceKey, screenId, force) && outputProperties({lowgray}, deviceKey, screenId, out);
+    return getLowgray(deviceKey, id, force) && outputProperties({lowgray}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
-                                             QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
+                                             QMap<QString, QVariant>& result, bool force)
 {
-    return getThreeDSwitch(deviceKey, screenId, force) &&
-           outputProperties({threeDSwitch}, deviceKey, screenId, out);
+    return getThreeDSwitch(deviceKey, id, force) && outputProperties({threeDSwitch}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
-                                                 QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
+                                                 QMap<QString, QVariant>& result, bool force)
 {
-    return getThreeDSourceMode(deviceKey, screenId, force) &&
-           outputProperties({threeDSourceMode}, deviceKey, screenId, out);
+    return getThreeDSourceMode(deviceKey, id, force) &&
+           outputProperties({threeDSourceMode}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
-                                                  QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
+                                                  QMap<QString, QVariant>& result, bool force)
 {
-    return getThreeDEyepriority(deviceKey, screenId, force) &&
-           outputProperties({threeDEyepriority}, deviceKey, screenId, out);
+    return getThreeDEyepriority(deviceKey, id, force) &&
+           outputProperties({threeDEyepriority}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
-                                                 QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
+                                                 QMap<QString, QVariant>& result, bool force)
 {
-    return getThreeDDepthField(deviceKey, screenId, force) &&
-           outputProperties({threeDDepthField}, deviceKey, screenId, out);
+    return getThreeDDepthField(deviceKey, id, force) &&
+           outputProperties({threeDDepthField}, deviceKey, id, result);
 }
 
-bool ScreenInfo::getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
-                                                    QMap<QString, QVariant>& out, bool force)
+bool ScreenInfo::getDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
+                                                    QMap<QString, QVariant>& result, bool force)
 {
-    return getThreeDStartposition(deviceKey, screenId, force) &&
-           outputProperties({threeDStartpositionX, threeDStartpositionY}, deviceKey, screenId, out);
+    return getThreeDStartposition(deviceKey, id, force) &&
+           outputProperties({threeDStartpositionX, threeDStartpositionY}, deviceKey, id, result);
 }
 
 // Quirk: Two reads send the caller's map as the body of a GET.
 // Quirk: Some operations return the reply in the map that they send.
 // Quirk: Some arguments are accepted and ignored.
-bool ScreenInfo::getColorTemperature(const QString& deviceKey, const QString& screenId,
-                                     QMap<QString, QVariant>& map, bool)
+bool ScreenInfo::getColorTemperature(const QString& deviceKey, const QString& id,
+                                     QMap<QString, QVariant>& body, bool)
 {
-    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(map).get(deviceKey, map);
+    return Request("ScreenColorTemperature").placeHolder("id", id).body(body).get(deviceKey, body);
 }
 
 // Quirk: An id goes along although the path has no place for it.
-bool ScreenInfo::getScreenColorSpaceInfo(const QString& deviceKey, const QString& screenId,
-                                         QMap<QString, QVariant>& reply)
+bool ScreenInfo::getScreenColorSpaceInfo(const QString& deviceKey, const QString& id,
+                                         QMap<QString, QVariant>& result)
 {
-    return Request("ScreenColorSpaceInfo").placeHolder("id", screenId).get(deviceKey, reply);
+    return Request("ScreenColorSpaceInfo").placeHolder("id", id).get(deviceKey, result);
 }
 
 // Quirk: The latest read of the XBit mode keeps its package.
-bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& screenId,
-                             QMap<QString, QVariant>& reply)
+bool ScreenInfo::getXbitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result)
 {
     static Request* retained = nullptr;
     delete std::exchange(retained, nullptr);
     retained = new Request("ScreenXbitMode");
-    return retained->placeHolder("id", screenId).get(deviceKey, reply);
+    return retained->placeHolder("id", id).get(deviceKey, result);
 }
 
 // Quirk: Some operations do nothing and stay exported.
@@ -258,13 +252,13 @@ bool ScreenInfo::readProperty(const char* routeKey, const ScreenProperty& proper
 
 // Quirk: Cached properties never expire. Neither the watch switch nor an event changes that.
 bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, const QString& deviceKey,
-                                 const QString& screenId, bool force)
+                                 const QString& id, bool force)
 {
     if (force) {
         return false;
     }
     const QMutexLocker lock(&m_propertyMutex);
-    const QMap<QString, QVariant> known = m_screenProperties.value(deviceKey).value(screenId);
+    const QMap<QString, QVariant> known = m_screenProperties.value(deviceKey).value(id);
     return std::all_of(cacheKeys.begin(), cacheKeys.end(),
                        [&known](const char* key) { return known.contains(QLatin1String(key)); });
 }

@@ -2,6 +2,7 @@
 //
 // ScreenInfo: writes of display and colour parameters.
 #include <tessel/frames/grouprequest.h>
+#include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
@@ -27,305 +28,293 @@ void nameScreen(Request& request, const QString& screenId)
 
 } // namespace
 
-bool ScreenInfo::set18bit(const QString& deviceKey, const QString& screenId,
-                          const QMap<QString, QVariant>& body)
+bool ScreenInfo::set18bit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body)
 {
-    return writeThrough("ScreenXbit", xbit, deviceKey, screenId, body);
+    return writeThrough("ScreenXbit", xbit, deviceKey, id, body);
 }
 
-bool ScreenInfo::setLowLatency(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setLowLatency(const QString& deviceKey, const QString& id,
                                const QMap<QString, QVariant>& body)
 {
-    return writeThrough("ScreenLowLatency", lowLatency, deviceKey, screenId, body);
+    return writeThrough("ScreenLowLatency", lowLatency, deviceKey, id, body);
 }
 
-bool ScreenInfo::setUniformDisplay(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setUniformDisplay(const QString& deviceKey, const QString& id,
                                    const QMap<QString, QVariant>& body)
 {
-    return writeThrough("ScreenUniformDisplay", uniformDisplay, deviceKey, screenId, body);
+    return writeThrough("ScreenUniformDisplay", uniformDisplay, deviceKey, id, body);
 }
 
 // Quirk: Some arguments are accepted and ignored.
-bool ScreenInfo::setGamut(const QString& deviceKey, const QString& screenId,
-                          const QMap<QString, QVariant>& body, QMap<QString, QVariant>&)
+bool ScreenInfo::setGamut(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
+                          QMap<QString, QVariant>&)
 {
-    return writeThrough("ScreenGamut", gamut, deviceKey, screenId, body);
+    return writeThrough("ScreenGamut", gamut, deviceKey, id, body);
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QString& id,
                                                   const QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHDRSwitch").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHDRSwitch").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamHdrSwitch(const QString& deviceKey, const QStringList& ids,
                                                   const QMap<QString, QVariant>& body,
-                                                  QList<QVariant>& results)
+                                                  QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRSwitch"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHDRSwitch"));
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHDRType").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHDRType").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamHdrMode(const QString& deviceKey, const QStringList& ids,
-                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRType"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHDRType"));
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHLGMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHLGMode").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamHlgtype(const QString& deviceKey, const QStringList& ids,
-                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHLGMode"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHLGMode"));
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QString& id,
                                                    const QMap<QString, QVariant>& body,
                                                    QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHDRPeakBrightness").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHDRPeakBrightness").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamMaxoflight(const QString& deviceKey, const QStringList& ids,
                                                    const QMap<QString, QVariant>& body,
-                                                   QList<QVariant>& results)
+                                                   QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRPeakBrightness"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHDRPeakBrightness"));
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QString& id,
                                                     const QMap<QString, QVariant>& body,
                                                     QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHDRIlluminance").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHDRIlluminance").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamIlluminance(const QString& deviceKey, const QStringList& ids,
                                                     const QMap<QString, QVariant>& body,
-                                                    QList<QVariant>& results)
+                                                    QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRIlluminance"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHDRIlluminance"));
 }
 
-bool ScreenInfo::putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenHDRLowgray").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenHDRLowgray").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenHdrparamLowgray(const QString& deviceKey, const QStringList& ids,
-                                                const QMap<QString, QVariant>& body, QList<QVariant>& results)
+                                                const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenHDRLowgray"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenHDRLowgray"));
 }
 
-bool ScreenInfo::putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenthreeDSwitch(const QString& deviceKey, const QString& id,
                                              const QMap<QString, QVariant>& body,
                                              QMap<QString, QVariant>& reply)
 {
-    return Request("Screen3DSwitch").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Screen3DSwitch").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenthreeDSwitch(const QString& deviceKey, const QStringList& ids,
-                                             const QMap<QString, QVariant>& body, QList<QVariant>& results)
+                                             const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DSwitch"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("Screen3DSwitch"));
 }
 
-bool ScreenInfo::putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QString& id,
                                                  const QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenSourceMode").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenSourceMode").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenthreeDSourceMode(const QString& deviceKey, const QStringList& ids,
-                                                 const QMap<QString, QVariant>& body,
-                                                 QList<QVariant>& results)
+                                                 const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("ScreenSourceMode"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("ScreenSourceMode"));
 }
 
-bool ScreenInfo::putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QString& id,
                                                   const QMap<QString, QVariant>& body,
                                                   QMap<QString, QVariant>& reply)
 {
-    return Request("Screen3DEyepriority").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Screen3DEyepriority").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenthreeDEyepriority(const QString& deviceKey, const QStringList& ids,
                                                   const QMap<QString, QVariant>& body,
-                                                  QList<QVariant>& results)
+                                                  QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DEyepriority"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("Screen3DEyepriority"));
 }
 
-bool ScreenInfo::putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenthreeDStartposition(const QString& deviceKey, const QString& id,
                                                     const QMap<QString, QVariant>& body,
                                                     QMap<QString, QVariant>& reply)
 {
-    return Request("Screen3DRighteyeOffset").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Screen3DRighteyeOffset").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenthreeDStartposition(const QString& deviceKey, const QStringList& ids,
                                                     const QMap<QString, QVariant>& body,
-                                                    QList<QVariant>& results)
+                                                    QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DRighteyeOffset"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("Screen3DRighteyeOffset"));
 }
 
-bool ScreenInfo::putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenthreeDDepthField(const QString& deviceKey, const QString& id,
                                                  const QMap<QString, QVariant>& body,
                                                  QMap<QString, QVariant>& reply)
 {
-    return Request("Screen3DFieldDepth").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Screen3DFieldDepth").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 bool ScreenInfo::putDeviceScreenthreeDDepthField(const QString& deviceKey, const QStringList& ids,
-                                                 const QMap<QString, QVariant>& body,
-                                                 QList<QVariant>& results)
+                                                 const QMap<QString, QVariant>& body, QList<QVariant>& result)
 {
-    return putGroupSync(deviceKey, ids, body, results, QStringLiteral("Screen3DFieldDepth"));
+    return putGroupSync(deviceKey, ids, body, result, QStringLiteral("Screen3DFieldDepth"));
 }
 
-bool ScreenInfo::putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& id,
                                                 const QMap<QString, QVariant>& body,
                                                 QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenCabledisconnect").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenCabledisconnect").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putDeviceScreenSeamadjustment(const QString& deviceKey, const QString& id,
                                                const QMap<QString, QVariant>& body,
                                                QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenSeamAdjustment").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenSeamAdjustment").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::putScreenSetInput(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::putScreenSetInput(const QString& deviceKey, const QString& id,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenSetInput").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenSetInput").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
 // Quirk: An id goes along although the path has no place for it. So do the three below.
-bool ScreenInfo::setColorSpaceInit(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setColorSpaceInit(const QString& deviceKey, const QString& id,
                                    const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenColorSpaceInit").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenColorSpaceInit").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setColorSpaceNormalDisplay(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setColorSpaceNormalDisplay(const QString& deviceKey, const QString& id,
                                             QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenColorSpaceRecover").placeHolder("id", screenId).put(deviceKey, reply);
+    return Request("ScreenColorSpaceRecover").placeHolder("id", id).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setDemoColorSpaceGamut(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setDemoColorSpaceGamut(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenDemoGamut").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenDemoGamut").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setScreenColor(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setScreenColor(const QString& deviceKey, const QString& id,
                                 const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("ScreenColor").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("ScreenColor").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setChangeColorFromToTarget(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setChangeColorFromToTarget(const QString& deviceKey, const QString& id,
                                             QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
     return Request("Device_SwitchColorFromSrcToTarget")
-        .placeHolder("id", screenId)
+        .placeHolder("id", id)
         .body(body)
         .put(deviceKey, reply);
 }
 
-bool ScreenInfo::setSkinProtect(const QString& deviceKey, const QString& screenId,
-                                QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
+bool ScreenInfo::setSkinProtect(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
+                                QMap<QString, QVariant>& reply)
 {
-    return Request("Device_SkinProtect").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Device_SkinProtect").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setToleranceToggle(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setToleranceToggle(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ToleranceImage").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Device_ToleranceImage").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setColorCorrection(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setColorCorrection(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ColorCorrection").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Device_ColorCorrection").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::setWhiteBlackColorCorrection(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setWhiteBlackColorCorrection(const QString& deviceKey, const QString& id,
                                               QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_WhiteBlackColorCorrection")
-        .placeHolder("id", screenId)
-        .body(body)
-        .put(deviceKey, reply);
+    return Request("Device_WhiteBlackColorCorrection").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::resetColorCorrection(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::resetColorCorrection(const QString& deviceKey, const QString& id,
                                       QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ResetColorCorrection")
-        .placeHolder("id", screenId)
-        .body(body)
-        .put(deviceKey, reply);
+    return Request("Device_ResetColorCorrection").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::resetColorpReplace(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::resetColorpReplace(const QString& deviceKey, const QString& id,
                                     QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ResetColorReplace").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Device_ResetColorReplace").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::triggerColorCorrection(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::triggerColorCorrection(const QString& deviceKey, const QString& id,
                                         QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ColorCorrecttionTrigger")
-        .placeHolder("id", screenId)
-        .body(body)
-        .put(deviceKey, reply);
+    return Request("Device_ColorCorrecttionTrigger").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::triggerColorReplace(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::triggerColorReplace(const QString& deviceKey, const QString& id,
                                      QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_ColorReplaceTrigger").placeHolder("id", screenId).body(body).put(deviceKey, reply);
+    return Request("Device_ColorReplaceTrigger").placeHolder("id", id).body(body).put(deviceKey, reply);
 }
 
-bool ScreenInfo::saveColorTemperature(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::saveColorTemperature(const QString& deviceKey, const QString& id,
                                       const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
     return Request("ScreenSaveColorTemperature")
-        .placeHolder("id", screenId)
+        .placeHolder("id", id)
         .body(body)
         .putNoReply(deviceKey, reply);
 }
 
-bool ScreenInfo::setColorTemperature(const QString& deviceKey, const QString& screenId,
+bool ScreenInfo::setColorTemperature(const QString& deviceKey, const QString& id,
                                      const QMap<QString, QVariant>& body)
 {
-    return Request("ScreenColorTemperature").placeHolder("id", screenId).body(body).putNoReply(deviceKey);
+    return Request("ScreenColorTemperature").placeHolder("id", id).body(body).putNoReply(deviceKey);
 }
 
 bool ScreenInfo::putColorsWitchData(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -402,10 +391,9 @@ bool ScreenInfo::setIsShowLinestate(const QString& deviceKey, const QList<QVaria
 }
 
 // Quirk: Setting the XBit mode leaves its package allocated.
-bool ScreenInfo::setXbitMode(const QString& deviceKey, const QString& screenId,
-                             const QMap<QString, QVariant>& body)
+bool ScreenInfo::setXbitMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body)
 {
-    return (new Request("ScreenXbitMode"))->placeHolder("id", screenId).body(body).put(deviceKey);
+    return (new Request("ScreenXbitMode"))->placeHolder("id", id).body(body).put(deviceKey);
 }
 
 // Quirk: Some operations do nothing and stay exported.
@@ -414,20 +402,19 @@ bool ScreenInfo::setFineGray(const QString&, const QString&, const QMap<QString,
     return false;
 }
 
-bool ScreenInfo::uploadNiccData(const QString& deviceKey, const QString& screenId, const QByteArray& data)
+bool ScreenInfo::uploadNiccData(const QString& deviceKey, const QString& id, const QByteArray& data)
 {
     Request request("ScreenNiccFile");
-    nameScreen(request, screenId);
+    nameScreen(request, id);
     return request.data(data).put(deviceKey);
 }
 
 // Quirk: Asking for the NICC state drops the answer.
 // Quirk: Some arguments are accepted and ignored.
-bool ScreenInfo::getNiccState(const QString& deviceKey, const QString& screenId,
-                              const QMap<QString, QVariant>&)
+bool ScreenInfo::getNiccState(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>&)
 {
     Request request("ScreenNiccState");
-    nameScreen(request, screenId);
+    nameScreen(request, id);
     return request.get(deviceKey);
 }
 

@@ -4,7 +4,7 @@
 
 #include <QtGlobal>
 
-/// Marks what libtessel exports; everything else stays hidden.
+/// Exports a symbol from libtessel; all others are hidden.
 #ifdef TESSEL_LIBRARY
 #define TESSEL_EXPORT Q_DECL_EXPORT
 #else

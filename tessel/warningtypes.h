@@ -11,17 +11,17 @@
 
 namespace Tessel {
 
-/// What the monitoring service of a device warns of. The first three are the `type` of
+/// The warnings of a device's monitoring service. The values of the first three are the `type` of
 /// `UrlResource::MonitorInfo::signal_tqWarningReport()`.
 enum class WarningType { FanSpeed = 0, Voltage = 1, Temperature = 2, Output, Cabinet };
 
-/// A type of warning and the event that tells of it.
+/// A type of warning and the event that reports it.
 struct WarningRow
 {
     WarningType type; ///< the type
     PushEvent event;  ///< the event that tells of it
 
-    /// The `eventType` of its event, and its name everywhere else.
+    /// The `eventType` of its event, which is also its name everywhere else.
     constexpr const char* name() const { return eventRow(event).text.kind.text; }
 };
 
@@ -33,7 +33,7 @@ inline constexpr std::array warningRows{
     WarningRow{WarningType::Cabinet, PushEvent::CabinetWarning},
 };
 
-/// Nothing for a name that no type has; the comparison is exact.
+/// Returns the type called @p name, compared exactly, or nothing.
 constexpr std::optional<WarningType> warningTypeNamed(std::string_view name)
 {
     for (const WarningRow& row : warningRows) {
@@ -46,8 +46,8 @@ constexpr std::optional<WarningType> warningTypeNamed(std::string_view name)
 
 constexpr const WarningRow& warningRow(WarningType type)
 {
-    // Without a default and by std::get, so that the compiler tells of an enumerator that is missing here or
-    // has no row.
+    // No default label, and std::get, so that the compiler reports an enumerator that is missing here or has
+    // no row.
     switch (type) {
     case WarningType::FanSpeed:
         break;

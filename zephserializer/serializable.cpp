@@ -6,7 +6,7 @@
 
 namespace Zeph::Serialize {
 
-// Records are values: the parent of the base's interface plays no part.
+// Records are values, so the parent in the base class's interface is ignored.
 Serializable::Serializable(Serializable* /*parent*/) {}
 
 Serializable::Serializable(const Serializable& other, Serializable* /*parent*/)

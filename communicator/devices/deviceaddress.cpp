@@ -7,7 +7,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 QByteArray baseUrlOfAddress(const QString& address)
 {
-    // Host names as in RFC 1123 with the underscore that local networks use; IPv6 with an optional zone (RFC
+    // Host names as in RFC 1123, plus the underscore that local networks use; IPv6 with an optional zone (RFC
     // 6874).
     static const QRegularExpression form(QStringLiteral("\\A(?:(https?)://)?"
                                                         "([A-Za-z0-9](?:[A-Za-z0-9._-]{0,252}[A-Za-z0-9])?|"

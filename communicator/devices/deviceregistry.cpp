@@ -11,6 +11,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// A program that makes keys up must not grow.
 constexpr int maxRememberedAddresses = 4096;
 
 bool hasControlCharacter(const QString& text)
@@ -19,24 +20,24 @@ bool hasControlCharacter(const QString& text)
                        [](QChar character) { return character.category() == QChar::Other_Control; });
 }
 
-QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
+QString errorOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
 {
     if (deviceKey.isEmpty() || hasControlCharacter(deviceKey)) {
-        return QStringLiteral("the key is empty or holds a control character");
+        return QStringLiteral("the key is empty or contains a control character");
     }
     if (baseUrl.isEmpty()) {
-        return QStringLiteral("the address does not read as http(s)://host[:port] or host[:port]");
+        return QStringLiteral("the address must have the form http(s)://host[:port] or host[:port]");
     }
     const bool isTls = baseUrl.startsWith("https:");
     if (!isTls && endpoint.requireTls) {
-        return QStringLiteral("TLS is required, so the address must begin with https://");
+        return QStringLiteral("TLS is required; the address must begin with https://");
     }
-    // Without TLS nobody would look at either, and the login would travel in clear all the same.
+    // Without TLS both would have no effect, and the login would be sent in clear.
     if (!isTls && (!endpoint.caFile.isEmpty() || !endpoint.pinnedKey.isEmpty())) {
-        return QStringLiteral("a CA file or pinned key needs an address that begins with https://");
+        return QStringLiteral("a CA file or a pinned key requires an address that begins with https://");
     }
     if (hasControlCharacter(endpoint.user) || hasControlCharacter(endpoint.secret)) {
-        return QStringLiteral("the login holds a control character");
+        return QStringLiteral("the login contains a control character");
     }
     const LoginScheme* const scheme = loginScheme(endpoint.login);
     if (!scheme && endpoint.login != DeviceEndpoint::Login::None) {
@@ -51,19 +52,19 @@ QString faultOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
         return QStringLiteral("a %1 login needs a secret").arg(QLatin1String(scheme->name));
     }
     if (!endpoint.pinnedKey.isEmpty() && !endpoint.pinnedKey.startsWith(QLatin1String("sha256//"))) {
-        return QStringLiteral("a pinned key starts with sha256//");
+        return QStringLiteral("a pinned key must start with sha256//");
     }
     return {};
 }
 
-// What follows from the address and the login.
+// Derives the other members from the address and the login.
 void complete(Device& device)
 {
     device.isTls = device.baseUrl.startsWith("https:");
     device.hasClearLogin =
         !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
     device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
-    // A zone is of this machine alone (RFC 6874, 4).
+    // A zone has meaning only on this machine (RFC 6874).
     const auto zone = device.authority.indexOf("%25");
     if (zone >= 0) {
         device.authority.remove(zone, device.authority.indexOf(']') - zone);
@@ -81,11 +82,11 @@ void complete(Device& device)
 } // namespace
 
 DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint,
-                                           QString& reason)
+                                           QString& error)
 {
     const QByteArray baseUrl = baseUrlOfAddress(endpoint.address);
-    reason = faultOf(deviceKey, endpoint, baseUrl);
-    if (!reason.isEmpty()) {
+    error = errorOf(deviceKey, endpoint, baseUrl);
+    if (!error.isEmpty()) {
         return Change::Refused;
     }
     auto device = std::make_shared<Device>();

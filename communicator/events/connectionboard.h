@@ -11,18 +11,19 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// What is known of every push channel now, and what is reported of a device whose events may have been
+/// The current state of every event stream, and the events to report for a device whose events may have been
 /// missed. May be used from any thread.
 class ConnectionBoard
 {
 public:
-    /// The one that DeviceConnections shows.
+    /// The board that DeviceConnections shows.
     static ConnectionBoard& ofProcess();
 
-    /// Notes where the channel is now; `since` is set when the state changed.
-    /// @return the channel as it is now, or none when nothing about it changed.
+    /// Stores the state of a stream; `since` is set if the state has changed.
+    /// @return the stored state, or none if nothing has changed.
     std::optional<DeviceConnection> put(DeviceConnection connection);
-    /// Forgets a device. @return its channel, `Stopped` for @p reason; none when the device had no channel.
+    /// Removes a device.
+    /// @return its state, `Stopped` for @p reason, or none if the device had no stream.
     std::optional<DeviceConnection> remove(const QString& deviceKey, const QString& reason);
     DeviceConnection connection(const QString& deviceKey) const;
     QList<DeviceConnection> connections() const;
@@ -31,7 +32,7 @@ public:
     QList<QByteArray> changeEvents() const;
 
 private:
-    mutable std::mutex m_mutex; ///< guards all below
+    mutable std::mutex m_mutex; ///< guards all members below
     QMap<QString, DeviceConnection> m_connections;
     QList<QByteArray> m_changeEvents;
 };

@@ -8,26 +8,29 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// Whether the events of one device follow each other without a gap, over all of its streams.
 ///
-/// Ids of events are `epoch:sequence`: the epoch names one life of the device, the sequence counts its
-/// events. Every stream begins with the id after which it goes on. A stream that is opened again proves that
-/// nothing was missed by beginning with the id it was asked to resume after, or with the event that follows
-/// it; whatever else it does proves nothing. Used by one thread at a time.
+/// Event ids have the form `epoch:sequence`: the epoch identifies one run of the device, the sequence counts
+/// its events. Every stream begins with the id after which it continues. A reopened stream proves that
+/// nothing was missed by beginning with the id that it was asked to continue after, or with the event that
+/// follows it; nothing else is proof. Used by one thread at a time.
 class Continuity
 {
 public:
-    /// A stream was opened and asked to resume after @p lastId, which is empty when no id is known.
-    /// @return whether events may have been missed, as nothing that comes could prove the contrary.
+    /// Call this when a stream was opened and asked to resume after @p lastId, which is empty if no id is
+    /// known.
+    /// @return whether events may have been missed, because nothing received later could prove the contrary.
     bool opened(const QByteArray& lastId);
-    /// What happens until the next stream is opened may be missed: it could not be opened, or an event was
-    /// dropped.
+    /// Call this when events may be missed until the next stream is opened, because it could not be opened or
+    /// an event was dropped.
     void interrupted() { m_isInterrupted = true; }
 
-    /// An id came. @return whether events may have been missed before it.
+    /// Call this when an id was received.
+    /// @return whether events may have been missed before it.
     bool idCame(const QByteArray& id);
-    /// An event without an id came, or none of all for too long. @return whether events may have been missed
-    /// before it.
+    /// Call this when an event without an id was received, or nothing at all for too long.
+    /// @return whether events may have been missed before.
     bool nothingProven();
-    /// The device says that it lost events. @return true, for they were missed.
+    /// Call this when the device reports that it has lost events.
+    /// @return `true`, because they were missed.
     bool gapCame();
 
     /// Whether an open stream still has to prove that it goes on where the last one ended.

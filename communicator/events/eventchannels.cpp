@@ -13,7 +13,7 @@ struct EventChannels::Streams
         , context{loop, *connector, proxyEvents, board, timings}
     {}
 
-    /// Ends the stream of a device and says why.
+    /// Ends the stream of a device, with a reason.
     void close(std::map<QString, EventStream>::iterator stream, const QString& reason)
     {
         const QString deviceKey = stream->first;
@@ -60,7 +60,7 @@ void EventChannels::open(std::shared_ptr<const Device> device, std::vector<Proxy
             QByteArray lastEventId;
             const auto old = streams->byDevice.find(device->key);
             if (old != streams->byDevice.end()) {
-                // Another login does not make it another device; another address may.
+                // With another login it is still the same device; with another address it may not be.
                 if (old->second.device().baseUrl == device->baseUrl) {
                     lastEventId = old->second.lastEventId();
                 }

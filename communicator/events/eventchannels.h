@@ -16,25 +16,25 @@ namespace Krelm::Communicator::HttpDevice {
 class EventChannels
 {
 public:
-    /// @p board is told where each stream is, and says what is reported when events may have been missed.
+    /// @p board stores the state of each stream, and lists what to report when events may have been missed.
     EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents, ConnectionBoard& board,
                   const EventTimings& timings = {});
     /// Closes all streams.
     ~EventChannels();
 
-    /// Opens the stream of @p device, or opens it anew where the device has another endpoint now; @p
-    /// announced follows what the streams have told so far.
+    /// Opens the stream of @p device, or reopens it if its endpoint has changed. @p announced is queued after
+    /// the events that the streams have delivered so far.
     void open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced);
-    /// Closes the stream of @p deviceKey; @p announced follows its last event.
+    /// Closes the stream of @p deviceKey; @p announced is queued after its last event.
     void close(const QString& deviceKey, std::vector<ProxyEvent> announced);
-    /// To be called when the queue has delivered a batch: streams that were paused go on.
+    /// Call this after the queue has delivered a batch, so that paused streams resume.
     void resume();
 
 private:
     struct Streams;
     const std::shared_ptr<IoLoop> m_loop;
     ProxyEventQueue& m_proxyEvents;
-    const std::shared_ptr<Streams> m_streams; ///< touched on the loop's thread only, but for `paused`
+    const std::shared_ptr<Streams> m_streams; ///< used on the loop's thread only, except for `paused`
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/events/eventstream.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/runtime/logging.h"
 
@@ -19,13 +20,16 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
+// Of a reply that is no stream, before its connection is given up.
 constexpr size_t maxOverhead = 64U << 10U;
-// A device that asks for more is tried again all the same.
+// The longest wait that a device can ask for.
 constexpr std::chrono::milliseconds longestRetryAfter = std::chrono::hours(24);
-// What one stream may deliver before the others have their turn, and by how much it may overfill the queue.
+// How much one stream may deliver before the others get their turn, and by how much it may overfill the
+// queue.
 constexpr size_t bytesPerTurn = 16U << 10U;
-static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
+static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 std::function<double()> randomNumbers()
 {
@@ -42,9 +46,9 @@ const char* textOf(ReconnectPolicy::Failure failure)
     case ReconnectPolicy::Failure::Ended:
         return "the stream ended";
     case ReconnectPolicy::Failure::Silent:
-        return "the stream fell silent";
+        return "the stream timed out";
     case ReconnectPolicy::Failure::Refused:
-        return "the device offers no events";
+        return "the device has no event stream";
     case ReconnectPolicy::Failure::LoginRefused:
         return "the device refused the login";
     case ReconnectPolicy::Failure::TooLarge:
@@ -53,14 +57,14 @@ const char* textOf(ReconnectPolicy::Failure failure)
     return "an event is too large";
 }
 
-// What may go back to the device as a header: UTF-8 without control characters.
+// Whether an id can be sent back to the device as a header: UTF-8 without control characters.
 bool isSendable(const QByteArray& id)
 {
     const QString text = QString::fromUtf8(id);
     return text.toUtf8() == id && !hasControl(text);
 }
 
-// Seconds or a date (RFC 9110, 10.2.3); zero when it is neither.
+// Seconds or a date (RFC 9110, "Retry-After"); zero if it is neither.
 std::chrono::milliseconds retryAfter(const QByteArray& text)
 {
     bool isNumber = false;
@@ -79,7 +83,7 @@ std::chrono::milliseconds retryAfter(const QByteArray& text)
     return std::clamp(wait, std::chrono::milliseconds(0), longestRetryAfter);
 }
 
-// Operators and applications read events as JSON, which is UTF-8 (RFC 8259, 8.1).
+// Operators and applications read events as JSON, which is UTF-8 (RFC 8259).
 bool isJson(const QByteArray& text)
 {
     thread_local simdjson::dom::parser parser;
@@ -160,7 +164,7 @@ void EventStream::closeStream()
     m_head.clear();
 }
 
-// Where the channel is, for DeviceConnections. A device that is gone stays so until it is back.
+// Reports the state to DeviceConnections. A device that is gone remains so until it is back.
 void EventStream::setState(ConnectionState state, const QString& reason,
                            std::optional<std::chrono::milliseconds> next)
 {
@@ -183,9 +187,9 @@ void EventStream::setState(ConnectionState state, const QString& reason,
 
 void EventStream::live()
 {
-    m_wasChallenged = false;
+    m_challenges = 0;
     qCInfo(eventLog, "%s: streaming", qPrintable(printableKey(m_device->key)));
-    // A device that was gone has been forgotten by the caches, whatever its stream proves.
+    // The caches have dropped a device that was gone, whatever its stream proves.
     const bool wasGone = m_reconnectPolicy.isGone();
     m_reconnectPolicy.connected(IoLoop::Clock::now());
     scheduleTick();
@@ -229,8 +233,8 @@ void EventStream::eventCame(SseReader::Event&& event)
     }
 }
 
-// Each device in its turn, and only while its stream is open: caches are read anew from a device that is
-// there.
+// Devices are reported in turn, and only while their streams are open, so that caches are read from a device
+// that is there.
 void EventStream::reportMissed()
 {
     if (m_reportTimer) {
@@ -256,7 +260,8 @@ void EventStream::tellMissed()
     m_proxyEvents.push(m_batch);
 }
 
-// What goes back to the device as a header; empty when no id is known, or only one that no header may hold.
+// The id sent to the device as a header; empty if no id is known, or only one that cannot be sent in a
+// header.
 QByteArray EventStream::resumeId() const
 {
     const QByteArray& id = m_reader.lastEventId();
@@ -313,7 +318,7 @@ void EventStream::watch()
     }
     m_watched = wanted;
     if (wanted == 0) {
-        m_loop.unwatch(m_connection->socket()); // the end of the connection would be told again and again
+        m_loop.unwatch(m_connection->socket()); // the end of the connection would be reported over and over
     } else {
         m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
     }
@@ -332,7 +337,7 @@ void EventStream::ready(std::uint32_t events)
 void EventStream::receive()
 {
     std::array<char, bytesPerTurn> buffer;
-    // Counted first and looked at again: whoever empties the queue meanwhile sees the count.
+    // Count first, then check again: a thread that empties the queue meanwhile sees the count.
     if (m_quota->isFull()) {
         setPaused(true);
         if (m_quota->isFull()) {
@@ -384,14 +389,11 @@ void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std:
 void EventStream::responseField(std::string_view name, std::string_view value)
 {
     const QByteArray text = QByteArray(value.data(), static_cast<int>(value.size()));
-    const auto isNamed = [name](const char* wanted) {
-        return name.size() == qstrlen(wanted) && qstrnicmp(name.data(), wanted, uint(name.size())) == 0;
-    };
-    if (isNamed("content-type")) {
+    if (isNamed(name, "content-type")) {
         m_isEventType = text.split(';').first().trimmed().toLower() == "text/event-stream";
-    } else if (isNamed("www-authenticate")) {
+    } else if (isNamed(name, "www-authenticate")) {
         m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
-    } else if (isNamed("retry-after")) {
+    } else if (isNamed(name, "retry-after")) {
         m_retryAfter = retryAfter(text);
     }
 }
@@ -422,7 +424,7 @@ bool EventStream::responseBody(const char* bytes, std::size_t size)
     }
     if (!taken) {
         m_tooLarge = true;
-        m_continuity.interrupted(); // the event is passed over
+        m_continuity.interrupted(); // the event is skipped
     }
     return taken;
 }
@@ -467,7 +469,7 @@ void EventStream::finished()
     closeStream();
     if (answerChallenge()) {
         openStream();
-    } else if (m_status == 204) { // WHATWG HTML, 9.2.3: the device wants no further attempt
+    } else if (m_status == 204) { // WHATWG HTML, "Processing model": no further attempts
         m_reconnectPolicy.ended();
         scheduleTick();
         qCWarning(eventLog, "%s: the device ended its events for good (HTTP status 204)",
@@ -479,14 +481,15 @@ void EventStream::finished()
     }
 }
 
-// A digest login begins with a refusal; the second attempt carries the answer and is a part of the first.
+// A digest login begins with a refusal; the second attempt has the answer and counts as part of the first.
 bool EventStream::answerChallenge()
 {
     const QString challenge = std::exchange(m_challenge, {});
-    const bool answered = m_status == 401 && m_device->digest && !m_wasChallenged &&
-                          m_device->digest->takeChallenge(challenge, m_authorization);
-    m_wasChallenged = answered;
-    return answered;
+    if (takeChallenge(*m_device, m_status, challenge, m_authorization, m_challenges)) {
+        return true;
+    }
+    m_challenges = 0; // the next attempt is another request
+    return false;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)
@@ -494,7 +497,7 @@ void EventStream::fail(ReconnectPolicy::Failure failure)
     if (!m_isStream) {
         m_continuity.interrupted();
     }
-    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, 10.2.3 and RFC 6585, 4
+    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, RFC 6585
     m_reconnectPolicy.failed(failure, IoLoop::Clock::now(), mayAsk ? m_retryAfter : decltype(m_retryAfter)());
     scheduleTick();
 }

@@ -19,7 +19,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// What the streams of all devices share. Used on the loop's thread only, but for what the atomic counts.
+/// Shared by the streams of all devices. Used on the loop's thread only, except for the atomic.
 struct StreamContext
 {
     IoLoop& loop;
@@ -27,24 +27,24 @@ struct StreamContext
     ProxyEventQueue& proxyEvents;
     ConnectionBoard& board;
     const EventTimings timings;
-    std::atomic<int> paused{0}; ///< streams that wait for the queue
-    /// Before which no further device is reported whose events may have been missed: a fleet that comes back
-    /// does not read all its caches at once.
+    std::atomic<int> paused{0}; ///< number of streams that wait for the queue
+    /// The earliest time at which the next device is reported whose events may have been missed, so that a
+    /// fleet that comes back does not read all its caches at once.
     IoLoop::Clock::time_point reportsFrom{};
 };
 
-/// The event stream of one device: opens it when its policy says so, reads events from it, hands them to
-/// the queue and pauses while the queue holds too many of them. Notes on the board where it is, and has the
-/// change events reported when events may have been missed. Used on the loop's thread only.
+/// The event stream of one device. Opens the stream when its policy says so, passes its events to the queue,
+/// and pauses while the queue holds too many of them. Records its state on the board, and has the change
+/// events reported if events may have been missed. Used on the loop's thread only.
 class EventStream final : private ReconnectPolicy::Listener, private ResponseParser::Handler
 {
 public:
-    /// The stream resumes after the event @p lastEventId, unless that is empty.
+    /// Unless @p lastEventId is empty, the device is asked to continue after that event.
     EventStream(StreamContext& context, std::shared_ptr<const Device> device, const QByteArray& lastEventId);
     /// Closes the stream.
     ~EventStream() override;
 
-    /// Goes on if the stream is paused and the queue has room again.
+    /// Resumes reading if the stream is paused and the queue has room again.
     void resume();
     const Device& device() const { return *m_device; }
     const QByteArray& lastEventId() const { return m_reader.lastEventId(); }
@@ -97,20 +97,20 @@ private:
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
-    QByteArray m_head;           ///< of the request, what has not gone out yet
+    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0 for none
+    QByteArray m_head;           ///< the unsent part of the request
     QByteArray m_authorization;
-    QString m_challenge; ///< of a reply that asks for a login
-    bool m_wasChallenged = false;
+    QString m_challenge;  ///< from a reply that requires a login
+    int m_challenges = 0; ///< number answered in this attempt
     std::optional<IoLoop::TimerId> m_timer;
     bool m_open = false; ///< or being opened
     bool m_isPaused = false;
-    bool m_isStream = false; ///< a head came that announces events
+    bool m_isStream = false; ///< whether a head that announces events was received
     bool m_isEventType = false;
     bool m_tooLarge = false;
     int m_status = 0;
-    std::chrono::milliseconds m_retryAfter{}; ///< that the device asked for
-    size_t m_overhead = 0;                    ///< bytes of a body that is no stream
+    std::chrono::milliseconds m_retryAfter{}; ///< requested by the device
+    size_t m_overhead = 0;                    ///< bytes of a body that is not an event stream
     Q_DISABLE_COPY_MOVE(EventStream)
 };
 

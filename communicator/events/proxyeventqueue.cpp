@@ -61,8 +61,8 @@ void ProxyEventQueue::wakeUpAnew()
     m_wakeUp();
 }
 
-// Appends what waits to the batch. Returns whether the receiver of its next event needs a wake-up for what
-// stands behind that.
+// Appends the waiting events to the batch. Returns whether the receiver of the next event needs a wake-up for
+// the events after it.
 bool ProxyEventQueue::takeWaiting()
 {
     if (m_position == m_batch.size()) {
@@ -89,7 +89,7 @@ void ProxyEventQueue::deliver(const std::function<void(const ProxyEvent&)>& rece
     if (m_position == m_batch.size()) {
         return;
     }
-    // A receiver that runs an event loop of its own comes back here: it goes on with the same batch.
+    // A receiver that runs its own event loop re-enters here and continues with the same batch.
     while (m_position < m_batch.size()) {
         const ProxyEvent event = std::move(m_batch[m_position++]);
         receive(event);

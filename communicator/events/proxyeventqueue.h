@@ -16,25 +16,26 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// How much of one event stream waits to be delivered. Shared by the stream, which pauses when it is too
-/// much, and the queue.
+/// Counts the events of one stream that wait to be delivered. Shared by the queue and the stream, which
+/// pauses when there are too many. May be used from any thread.
 class StreamQuota
 {
 public:
-    /// Whether so much waits that the stream must pause.
+    /// Whether so many events are waiting that the stream must pause.
     bool isFull() const { return m_events >= maxEvents || m_bytes >= maxBytes; }
-    /// Whether so little waits that a paused stream may go on.
+    /// Whether so few events are waiting that a paused stream may resume.
     bool isLow() const { return m_events <= maxEvents / 4 && m_bytes <= maxBytes / 4; }
 
 private:
     friend class ProxyEventQueue;
+    // Beyond either the stream is not read, so that TCP holds the device back and nothing is lost.
     static constexpr size_t maxEvents = 4096;
     static constexpr size_t maxBytes = 8U << 20U;
     std::atomic<size_t> m_events{0};
     std::atomic<size_t> m_bytes{0};
 };
 
-/// One thing to tell the application of a device.
+/// Something to report to the application about a device.
 struct ProxyEvent
 {
     enum class Kind { DevicesChanged, Logout, Event, Connection, EventsMissed };
@@ -45,15 +46,15 @@ struct ProxyEvent
     std::shared_ptr<const DeviceConnection> connection = {};
 };
 
-/// Carries events, in their order, from any thread to the one that delivers them, as queued signals would
-/// come, but with few wake-ups however many events wait.
+/// Passes events in order from any thread to the one that delivers them, like queued signals but with few
+/// wake-ups, however many events are waiting.
 ///
-/// While a receiver runs and anything waits, a wake-up is on its way: an event loop that the receiver runs
-/// delivers the rest. A wake-up that finds nothing does nothing.
+/// While a receiver runs and events are waiting, a wake-up is always pending, so that an event loop run by
+/// the receiver delivers the rest. A wake-up that finds no events does nothing.
 class ProxyEventQueue
 {
 public:
-    /// @p wakeUp has deliver() called later on the delivering thread. From any thread.
+    /// @p wakeUp must cause a later call of deliver() on the delivering thread. It is called on any thread.
     explicit ProxyEventQueue(std::function<void()> wakeUp);
 
     /// Appends an event. From any thread.
@@ -61,16 +62,17 @@ public:
     /// Appends a batch, which is empty afterwards. From any thread.
     void push(std::vector<ProxyEvent>& batch);
 
-    /// Hands what waits to @p receive, in order, even when that calls deliver() from inside. What comes
-    /// meanwhile has to wait for a wake-up of its own, so that an event loop gets its turn. To be called on
-    /// one thread only.
+    /// Passes the waiting events to @p receive, in order, even if that calls deliver() itself. Events that
+    /// arrive meanwhile get a wake-up of their own, so that an event loop gets its turn. Call it on one
+    /// thread only.
     void deliver(const std::function<void(const ProxyEvent&)>& receive);
-    /// Wakes up once more if anything waits, for a thread whose event queue may have been emptied. From any
-    /// thread.
+    /// Sends another wake-up if events are waiting, for a thread whose event queue may have been cleared.
+    /// From any thread.
     void wakeUpAnew();
-    /// Drops what waits. From any thread.
+    /// Discards the waiting events. From any thread.
     void clear();
-    /// Sets what is called, on the delivering thread, after events were delivered. Before the first push.
+    /// Sets a function that is called on the delivering thread after events were delivered. Call it before
+    /// the first push.
     void onDelivered(std::function<void()> delivered) { m_delivered = std::move(delivered); }
 
 private:

@@ -7,9 +7,9 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A stream that asks for less is not believed: the device would be hammered.
+// A stream that asks for less is ignored, since the device would be hammered.
 constexpr std::chrono::milliseconds shortestDelay{100};
-constexpr int maxDoublings = 20;
+constexpr int maxDoublings = 20; // keeps the product in range; the longest delay is reached before
 
 } // namespace
 

@@ -8,27 +8,34 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// How long the push channel waits for what.
+/// The time limits of an event stream.
 struct EventTimings
 {
-    std::chrono::milliseconds connect{10000}; ///< for the stream's head
-    std::chrono::milliseconds firstDelay{
-        1000}; ///< before the first attempt after a failure; doubles each time
-    std::chrono::milliseconds longestDelay{60000}; ///< where doubling ends
-    std::chrono::milliseconds loginDelay{300000};  ///< before the next attempt when the login was refused
-    std::chrono::milliseconds stableAfter{
-        30000}; ///< how long a stream must last for the delays to start anew
-    std::chrono::milliseconds silence{
-        45000}; ///< without a byte, heartbeats included, a stream counts as dead
-    std::chrono::milliseconds goneAfter{60000}; ///< without contact a device counts as gone
-    std::chrono::milliseconds proof{5000}; ///< for a stream opened again to say after which event it goes on
-    std::chrono::milliseconds reportGap{
-        20};             ///< between the reports of two devices whose events may have been missed
-    double jitter = 0.3; ///< by which part a delay may be shorter, so that a fleet spreads
+    /// Until the stream's response head must arrive.
+    std::chrono::milliseconds connect{10000};
+    /// Before the first attempt after a failure; doubles each time.
+    std::chrono::milliseconds firstDelay{1000};
+    /// The upper limit of the doubling.
+    std::chrono::milliseconds longestDelay{60000};
+    /// Before the next attempt after the login was refused.
+    std::chrono::milliseconds loginDelay{300000};
+    /// How long a stream must last for the delays to start over.
+    std::chrono::milliseconds stableAfter{30000};
+    /// Without a byte, heartbeats included, a stream counts as dead.
+    std::chrono::milliseconds silence{45000};
+    /// Without contact a device counts as gone.
+    std::chrono::milliseconds goneAfter{60000};
+    /// For a reopened stream to say after which event it continues.
+    std::chrono::milliseconds proof{5000};
+    /// Between the reports of two devices whose events may have been missed.
+    std::chrono::milliseconds reportGap{20};
+    /// The fraction by which a delay may be shorter, so that a fleet does not reconnect all at once.
+    double jitter = 0.3;
 };
 
-/// Decides when one device's event stream is opened, given up and opened again. It does nothing itself and
-/// knows no clock: it is told what happened and when, and calls its listener. Used by one thread at a time.
+/// Decides when the event stream of a device is opened, given up and reopened. It has no clock and performs
+/// no I/O: its caller reports what happened and when, and it calls its listener. Used by one thread at a
+/// time.
 class ReconnectPolicy
 {
 public:
@@ -36,22 +43,22 @@ public:
 
     enum class State {
         Stopped,     ///< before start() and after stop()
-        Connecting,  ///< a stream was opened, its head has not come
-        Streaming,   ///< the stream's head came; events may follow
-        BackingOff,  ///< waits before the next attempt
-        LoginRefused ///< waits, longest of all, because the device refused the login
+        Connecting,  ///< a stream was opened, but its head has not been received
+        Streaming,   ///< the stream's head was received; events may follow
+        BackingOff,  ///< waiting before the next attempt
+        LoginRefused ///< waiting longest of all, because the device refused the login
     };
 
     enum class Failure {
         Unreachable,  ///< no connection or no reply
         Ended,        ///< the stream ended
-        Silent,       ///< no byte came for too long
-        Refused,      ///< the device answers, but not with a stream
+        Silent,       ///< no byte was received for too long
+        Refused,      ///< the device answered, but not with an event stream
         LoginRefused, ///< the device refused the login
-        TooLarge      ///< an event beyond the limit
+        TooLarge      ///< an event exceeded the limit
     };
 
-    /// What the policy has done. Its operations may not call back.
+    /// Carries out the policy's decisions. Its functions must not call back.
     class Listener
     {
     public:
@@ -59,7 +66,7 @@ public:
         virtual void openStream() = 0;
         /// Gives up the stream that is open or being opened.
         virtual void closeStream() = 0;
-        /// The device has stayed away too long: once until it is back.
+        /// The device has been unreachable for too long; called once until it is back.
         virtual void deviceGone() = 0;
         /// When the device last answered an exchange; the clock's beginning if it never did.
         virtual Clock::time_point lastAnswer() const = 0;
@@ -67,27 +74,28 @@ public:
         virtual void failureSeen(Failure failure, bool first, std::chrono::milliseconds delay) = 0;
     };
 
-    /// @p random gives numbers from 0 to below 1.
+    /// @p random returns numbers from 0 to below 1.
     ReconnectPolicy(Listener& listener, const EventTimings& timings, std::function<double()> random);
 
     void start(Clock::time_point now);
     /// The stream, if any, has been closed by the caller.
     void stop();
-    /// The stream's head came.
+    /// Call this when the stream's head was received.
     void connected(Clock::time_point now);
-    /// Bytes came on the stream.
+    /// Call this when bytes were received on the stream.
     void heard(Clock::time_point now);
-    /// An event came on the stream: the stream is of use, however short it lasts.
+    /// Call this when an event was received: the stream is useful, however short it lasts.
     void delivered() { m_hasDelivered = true; }
-    /// The device ended the stream for good.
+    /// Call this when the device has ended the stream permanently.
     void ended();
-    /// The stream is held back by this side, or goes on: silence means nothing meanwhile.
+    /// Call this when reading the stream is paused or resumed; while it is paused, silence is not an error.
     void setHeldBack(bool heldBack, Clock::time_point now);
-    /// The stream asked for another delay before the first attempt.
+    /// Call this when the stream has set the delay before the first attempt (its `retry` field).
     void setFirstDelay(std::chrono::milliseconds delay);
-    /// The stream ended or could not be opened. The next attempt comes @p atLeast later.
+    /// Call this when the stream has ended or could not be opened. The next attempt is at least @p atLeast
+    /// later.
     void failed(Failure failure, Clock::time_point now, std::chrono::milliseconds atLeast = {});
-    /// Does what is due. To be called at deadline(), earlier calls do nothing.
+    /// Does what is due. Call it at deadline(); earlier calls do nothing.
     void tick(Clock::time_point now);
 
     /// When tick() has something to do next; none while stopped.
@@ -107,7 +115,7 @@ private:
     std::chrono::milliseconds m_firstDelay;
     State m_state = State::Stopped;
     bool m_heldBack = false;
-    Clock::time_point m_due; ///< of the state's own step
+    Clock::time_point m_due; ///< when the current state's next step is due
     Clock::time_point m_streamingSince;
     std::optional<Clock::time_point>
         m_goneAt; ///< when the device counts as gone; none while in contact or announced

@@ -10,8 +10,8 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t maxRetryDigits = 9;
-constexpr std::ptrdiff_t maxIdBytes = 4096; // it goes back as a header
+constexpr std::size_t maxRetryDigits = 9;   // eleven days, and far from any overflow
+constexpr std::ptrdiff_t maxIdBytes = 4096; // it is sent back as a header
 
 const char* find(const char* begin, const char* end, char wanted)
 {
@@ -53,8 +53,8 @@ bool SseReader::feed(const char* bytes, std::size_t size)
         m_skipFeed = false;
         position += *position == '\n' ? 1 : 0;
     }
-    // Each is searched anew only when it was passed, so that a text of one kind of line end is not searched
-    // for the other over and over.
+    // Each kind of line end is searched for again only after it was passed, so that a text with only one kind
+    // is not searched for the other over and over.
     const char* feedAt = find(position, end, '\n');
     const char* returnAt = find(position, end, '\r');
     while (position != end) {
@@ -129,7 +129,8 @@ bool SseReader::line(const char* begin, const char* end)
     return true;
 }
 
-// Passed over, lest a device that resumes the stream behind the last event sends this one for ever.
+// Skips an event that is too large: otherwise Last-Event-ID would make the device resend it after every
+// reconnect.
 bool SseReader::tooLarge()
 {
     m_lastEventId = m_id;

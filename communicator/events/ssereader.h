@@ -11,34 +11,36 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Reads a stream of Server-Sent Events (WHATWG HTML, 9.2.6) from pieces that may end anywhere. Text is
-/// passed on as it comes: what is not UTF-8 is left to the event's reader. Used by one thread at a time.
+/// Parses a stream of Server-Sent Events (WHATWG HTML, "Interpreting an event stream") from pieces that may
+/// end anywhere. Text is passed on unchanged; the reader of an event has to deal with invalid UTF-8. Used by
+/// one thread at a time.
 class SseReader
 {
 public:
-    /// What one block of lines said, up to its empty line.
+    /// The contents of one block of lines, which ends with an empty line.
     struct Event
     {
-        std::optional<QByteArray> id;   ///< none: the block named none
-        std::optional<QByteArray> data; ///< lines joined by line feeds; none: the block is no event
+        std::optional<QByteArray> id;   ///< none if the block has no id
+        std::optional<QByteArray> data; ///< lines joined by line feeds; none if the block is not an event
         bool isGap = false;             ///< its type is `gap`: the device has lost events before this one
     };
     /// Called for each block that has an id or data.
     using Sink = std::function<void(Event&& event)>;
 
-    /// @p maximumBytes bounds one line and the data of one event.
+    /// @p maximumBytes limits one line and the data of one event.
     SseReader(std::size_t maximumBytes, Sink sink);
 
-    /// Begins a new stream: an event that had begun is dropped, the last event's id stays.
+    /// Begins a new stream: discards an incomplete event, and keeps the id of the last event.
     void reset();
-    /// Takes the next piece. @return false when a line or an event is too large; the stream is useless then.
+    /// Reads the next piece.
+    /// @return `false` if a line or an event is too large; the stream is then unusable.
     bool feed(const char* bytes, std::size_t size);
 
-    /// The id of the last event, to resume after it; empty when there was none.
+    /// The id of the last event, from which to resume; empty if there was none.
     const QByteArray& lastEventId() const { return m_lastEventId; }
-    /// Sets the id of an event that another reader saw last.
+    /// Sets the id of the last event that another reader received.
     void setLastEventId(const QByteArray& id) { m_id = m_lastEventId = id; }
-    /// The delay before reconnecting that the stream asked for, if it did since the last call.
+    /// The reconnect delay requested by the stream since the last call, if any.
     std::optional<std::chrono::milliseconds> takeRetry();
 
 private:
@@ -50,8 +52,8 @@ private:
 
     const std::size_t m_maximumBytes;
     const Sink m_sink;
-    bool m_atStart = true;   ///< a byte-order mark may come
-    bool m_skipFeed = false; ///< a line feed now belongs to the carriage return before
+    bool m_atStart = true;   ///< a byte-order mark may follow
+    bool m_skipFeed = false; ///< a line feed now belongs to the preceding carriage return
     QByteArray m_partial;    ///< the line that the last piece ended in
     bool m_hasData = false;
     QByteArray m_data;

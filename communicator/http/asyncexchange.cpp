@@ -8,9 +8,10 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// What one connection may deliver before the others have their turn.
-constexpr size_t bytesPerTurn = 64 << 10;
-static_assert(bytesPerTurn >= largestTlsRecord, "what TLS held back no readiness would announce");
+// How much one connection may deliver before the others get their turn; chunks of one byte make much work of
+// it.
+constexpr size_t bytesPerTurn = 16 << 10;
+static_assert(bytesPerTurn >= largestTlsRecord, "a turn must read all that TLS may have buffered");
 
 } // namespace
 
@@ -52,7 +53,7 @@ void AsyncExchange::connect()
         if (opened.connection) {
             use(std::move(opened.connection), false);
         } else {
-            end(opened.state, opened.reason);
+            end(opened.state, opened.error);
         }
     });
 }
@@ -115,14 +116,14 @@ void AsyncExchange::drop()
     m_connection.reset();
 }
 
-void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     const Finished finished = std::move(m_finished);
-    const HttpReply reply = breakOff(outcome, reason);
+    const HttpReply reply = breakOff(outcome, error);
     finished(reply);
 }
 
-HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_attempt != nullptr) {
         m_connector.cancel(m_attempt);
@@ -136,7 +137,7 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
     }
     m_finished = nullptr;
     m_device.reset();
-    return m_exchange.finish(outcome, reason);
+    return m_exchange.finish(outcome, error);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

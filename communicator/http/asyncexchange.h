@@ -12,24 +12,25 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// An exchange that a loop carries out. Used on the loop's thread only.
+/// An exchange driven by the I/O loop. Used on the loop's thread only.
 class AsyncExchange
 {
 public:
     using Finished = std::function<void(const HttpReply&)>;
 
     AsyncExchange(IoLoop& loop, Connector& connector, const TransferLimits& limits);
-    /// No exchange may be under way.
+    /// No exchange may be running.
     ~AsyncExchange();
 
-    /// Begins the exchange, which has to end by @p deadline, on @p kept if that is still good. @p request
-    /// must outlive it. @p finished is called once, possibly from inside, and may destroy this object.
+    /// Starts the exchange, on the idle connection @p kept if it is still usable. It ends at @p deadline at
+    /// the latest. @p request must outlive it. @p finished is called once, possibly from inside, and may
+    /// destroy this object.
     void start(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
                std::chrono::steady_clock::time_point deadline, Finished finished);
-    /// Ends the exchange under way; `finished` is not called.
-    HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
-    /// After the end: the connection if it may serve another exchange, else null.
+    /// Ends a running exchange; `finished` is not called.
+    HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
+    /// After the end: the connection if it can be reused, else null.
     std::unique_ptr<Connection> takeConnection() { return std::move(m_connection); }
 
 private:
@@ -39,7 +40,7 @@ private:
     void go(Exchange::Step step);
     void watch();
     void drop();
-    void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
     Connector& m_connector;

@@ -15,7 +15,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A bound that no limit reaches keeps arithmetic on milliseconds within an int.
+// An upper bound that keeps arithmetic on milliseconds within an int.
 constexpr std::chrono::milliseconds longestPoll{1 << 30};
 
 bool meansWaiting(int error)
@@ -53,7 +53,7 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
 {
     if (m_easy != nullptr) {
         const Bytes piece = first.size > 0 ? first : second;
-        // A record at a time: of more, TLS tells nothing until all has gone out.
+        // One record at a time: TLS reports no progress on more until all of it has been sent.
         std::size_t sent{};
         const CURLcode code =
             curl_easy_send(m_easy, piece.data, std::min(piece.size, largestTlsRecord), &sent);
@@ -61,12 +61,17 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
                : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
                                      : Result{Status::Failed, 0};
     }
+    const int flags = MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0);
+    if (second.size == 0) { // as in every read; a message of one piece costs the system less
+        const ssize_t sent = ::send(m_socket, first.data, first.size, flags);
+        return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
+    }
     iovec pieces[2] = {{const_cast<char*>(first.data), first.size},
                        {const_cast<char*>(second.data), second.size}};
     msghdr message{};
     message.msg_iov = pieces;
     message.msg_iovlen = 2;
-    const ssize_t sent = ::sendmsg(m_socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0));
+    const ssize_t sent = ::sendmsg(m_socket, &message, flags);
     return sent >= 0 ? Result{Status::Moved, static_cast<std::size_t>(sent)} : failure();
 }
 
@@ -87,8 +92,8 @@ Connection::Result Connection::receive(char* buffer, std::size_t size)
     return {received > 0 ? Status::Moved : Status::Closed, static_cast<std::size_t>(received)};
 }
 
-// libcurl leaves its sockets without blocking. Ours then blocks in recv() alone: everything else asks not to
-// wait.
+// libcurl leaves its sockets non-blocking. Ours is set to blocking, but only recv() waits: all other calls
+// request not to.
 void Connection::setBlocking()
 {
     if (!m_isBlocking) {
@@ -107,8 +112,8 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
         }
         return atOnce;
     }
-    // One call instead of a poll() and a recv(): the wait is a property of the socket. The kernel may be late
-    // by an eighth of it, so it is less than what is left, within bounds that spare setting it for each
+    // One call instead of poll() and recv(): the wait is a socket option. The kernel may exceed it by an
+    // eighth, so it is set to less than the remaining time, within bounds that avoid setting it for each
     // reply.
     setBlocking();
     if (m_receiveLimit < limit / 4 || m_receiveLimit > limit * 4 / 5) {
@@ -140,7 +145,7 @@ bool Connection::isQuiet()
     if (seen < 0) {
         return meansWaiting(errno);
     }
-    // What TLS keeps for itself, such as a ticket for a later session, is no byte of a reply.
+    // Data for TLS itself, such as a session ticket, is not part of a reply.
     return m_easy != nullptr && seen > 0 && receive(&byte, sizeof byte).status == Status::Waiting;
 }
 

@@ -13,26 +13,27 @@ using CURL = void;
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The largest record of TLS (RFC 8446, 5.1), and the least size for a buffer to receive in.
+/// The size of the largest TLS record (RFC 8446, "Record Layer"), which is the minimum size of a receive
+/// buffer.
 constexpr std::size_t largestTlsRecord = 16 << 10;
 
-/// Bytes that somebody else owns.
+/// Bytes owned by the caller.
 struct Bytes
 {
     const char* data = nullptr;
     std::size_t size = 0;
 };
 
-/// An open connection to a device, with or without TLS. It moves bytes and knows nothing of HTTP. Used by one
-/// thread at a time, shutDown() apart.
+/// An open connection to a device, with or without TLS. It transfers bytes and knows nothing about HTTP. Used
+/// by one thread at a time, except for shutDown().
 class Connection
 {
 public:
     enum class Status {
-        Moved,   ///< bytes were moved
-        Waiting, ///< nothing can be moved now
-        Closed,  ///< the peer has ended the connection
-        Failed   ///< the connection is useless
+        Moved,   ///< bytes were transferred
+        Waiting, ///< nothing can be transferred now
+        Closed,  ///< the peer has closed the connection
+        Failed   ///< the connection is unusable
     };
     struct Result
     {
@@ -42,31 +43,32 @@ public:
 
     /// Takes over a connected socket.
     explicit Connection(int socket);
-    /// Takes over the TLS connection that libcurl opened for @p easy (CURLOPT_CONNECT_ONLY). @p release lets
-    /// go of the handle.
+    /// Takes over the TLS connection that libcurl opened for @p easy (CURLOPT_CONNECT_ONLY). @p release frees
+    /// the handle.
     Connection(CURL* easy, int socket, std::function<void()> release);
     ~Connection();
 
-    /// What to watch for readiness. With TLS a readable socket may hold nothing for the reader; what
-    /// receive() leaves is in the socket in either case, if the buffer takes a whole record.
+    /// The descriptor to watch for readiness. With TLS, a readable socket may have no data for the reader.
+    /// Data that receive() leaves is always in the socket, provided that the buffer can hold a whole record.
     int socket() const { return m_socket; }
 
-    /// Sends as much as goes out without waiting, of @p first and then of @p second. @p more says that the
-    /// rest follows at once, so that it may share a packet.
+    /// Sends as much of @p first and then @p second as possible without waiting. @p more means that further
+    /// data follows at once, which can share a packet.
     Result send(Bytes first, Bytes second, bool more);
-    /// Receives what is there, or a part, without waiting.
+    /// Receives available data without waiting.
     Result receive(char* buffer, std::size_t size);
-    /// Receives what is there, or waits for it, for @p limit at most; `Waiting` then, or earlier, also when
-    /// something has just come.
+    /// Receives data, waiting at most @p limit for it. Returns `Waiting` when the limit has passed; it can
+    /// also do so earlier, even if data has just arrived.
     Result receiveWithin(std::chrono::milliseconds limit, char* buffer, std::size_t size);
-    /// Waits until something can be received, or also sent with @p orSend, for @p limit at most. @return
-    /// whether something can be received.
+    /// Waits at most @p limit until data can be received or, with @p orSend, also sent.
+    /// @return whether data can be received.
     bool wait(bool orSend, std::chrono::milliseconds limit);
 
-    /// Whether nothing came and the peer is there, as it has to be before a request is written. What comes
-    /// unasked on a connection would otherwise count as the reply to that request (RFC 9112, 6.3).
+    /// Whether the peer is connected and nothing has been received, which is required before a request is
+    /// written: unsolicited bytes would otherwise be taken for the reply to that request (RFC 9112, "Message
+    /// Body Length").
     bool isQuiet();
-    /// Ends the connection for both sides and wakes who waits for it. From any thread.
+    /// Shuts the connection down in both directions and wakes a thread that waits for it. From any thread.
     void shutDown();
 
 private:

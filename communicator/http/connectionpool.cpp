@@ -14,10 +14,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// More threads at once open connections of their own and close them.
 constexpr size_t maxIdlePerClass = 16;
+// Exchanges leave soon after their abort, but an observer that one is in may not return.
 constexpr std::chrono::seconds leaveTime{2};
-// What one call of the system may deliver; larger replies come in pieces of it. On the stack, which may be
-// small: what is thread_local would lie in the stack of every thread of the process.
+// The maximum size of one read; larger replies are read in pieces of it. The buffer is on the stack, which
+// may be small; a thread_local one would take its space in every thread of the process.
 constexpr size_t bufferBytes = 32 << 10;
 
 std::chrono::milliseconds timeLeft(Clock::time_point deadline)
@@ -34,7 +36,7 @@ BlockingExchange::BlockingExchange(const TransferLimits& limits)
 void BlockingExchange::setConnection(std::unique_ptr<Connection> connection)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_connection.swap(connection); // the old one ends after the lock
+    m_connection.swap(connection); // the old one is destroyed after the lock is released
     m_isReused = false;
 }
 
@@ -52,17 +54,18 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     while (true) {
         if (m_aborted || device->isRemoved) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::Aborted, abortedReason());
+            return m_exchange.finish(IHttpVersionTrigger::Aborted,
+                                     m_isCancelled ? cancelledError() : abortedError());
         }
         if (!m_connection) {
             ConnectResult opened = m_connector.connect(*device, timeLeft(deadline));
             if (!opened.connection) {
                 return m_exchange.finish(opened.state, opened.state == IHttpVersionTrigger::TimedOut
-                                                           ? timeOutReason(request)
-                                                           : opened.reason);
+                                                           ? timeOutError(request)
+                                                           : opened.error);
             }
             setConnection(std::move(opened.connection));
-            continue; // an abort() meanwhile has not seen the connection
+            continue; // an abort() in the meantime has not seen the connection
         }
         const Exchange::Step step = transfer(deadline);
         if (m_aborted) {
@@ -70,7 +73,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         }
         if (step == Exchange::Step::GoOn) {
             setConnection(nullptr);
-            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutReason(request));
+            return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutError(request));
         }
         m_isReused = true;
         if (step == Exchange::Step::AgainFresh ||
@@ -83,7 +86,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
     }
 }
 
-/// @return how the exchange goes on; GoOn when the time has passed.
+/// @return how the exchange continues; GoOn if the time has passed.
 Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
 {
     std::array<char, bufferBytes> buffer;
@@ -93,7 +96,7 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
         if (step != Exchange::Step::GoOn) {
             return step;
         }
-        // A device may answer, and end the connection, before it has heard all.
+        // A device may reply, and close the connection, before it has received the whole request.
         const bool mayAnswer = m_exchange.mayReceive() || m_connection->wait(true, left);
         if (mayAnswer) {
             const Connection::Result result =
@@ -107,6 +110,12 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
         left = timeLeft(deadline);
     }
     return Exchange::Step::GoOn;
+}
+
+void BlockingExchange::cancel()
+{
+    m_isCancelled = true;
+    abort();
 }
 
 void BlockingExchange::abort()
@@ -127,97 +136,96 @@ ConnectionPool::ConnectionPool(const TransferLimits& limits)
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                                    std::chrono::steady_clock::time_point started)
 {
-    const Sessions::iterator entry = acquire(device, request.daemon);
+    const Sessions::iterator entry = acquire(device, request);
     HttpReply reply = entry->session.perform(request, device, started);
     release(entry);
     return reply;
 }
 
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
-                                                           bool daemon)
+                                                           const HttpRequest& request)
 {
-    Sessions fresh;
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto idle = m_idleByClass.find({device.get(), daemon});
-    if (idle != m_idleByClass.end() && !idle->second.empty()) {
-        const Sessions::iterator entry = idle->second.back();
-        idle->second.pop_back();
-        m_active.splice(m_active.end(), m_idle, entry);
-        entry->user = std::this_thread::get_id();
-        return entry;
+    Sessions entry = m_idle.takeNewest({device.get(), request.daemon});
+    if (entry.empty()) {
+        lock.unlock();
+        entry.emplace_back(m_limits, device, request.daemon);
+        lock.lock();
+        if (m_closed) {
+            entry.front().session.abort();
+        }
     }
-    lock.unlock();
-    fresh.emplace_back(m_limits, device, daemon);
-    fresh.front().user = std::this_thread::get_id();
-    lock.lock();
-    if (m_closed) {
-        fresh.front().session.abort();
+    entry.front().user = std::this_thread::get_id();
+    entry.front().exchange = request.id;
+    if (!m_closed && m_cancelled.contains(request.id)) {
+        entry.front().session.cancel();
     }
-    m_active.splice(m_active.end(), fresh);
+    m_active.splice(m_active.end(), entry);
     return std::prev(m_active.end());
 }
 
 void ConnectionPool::release(Sessions::iterator entry)
 {
-    Sessions dropped; // destroyed after the lock is free: closing connections takes time
+    Sessions dropped; // destroyed after the lock is released, because closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
+    dropped.splice(dropped.end(), m_active, entry);
     if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
-        dropped.splice(dropped.end(), m_active, entry);
         m_left.notify_all();
         return;
     }
-    std::vector<Sessions::iterator>& trafficClass = m_idleByClass[entry->trafficClass()];
-    if (!entry->session.isConnected() || trafficClass.size() >= maxIdlePerClass) {
-        dropped.splice(dropped.end(), m_active, entry);
+    const TrafficClass trafficClass = entry->trafficClass();
+    if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
         return;
     }
-    trafficClass.push_back(entry);
-    m_idle.splice(m_idle.end(), m_active, entry);
+    m_idle.add(trafficClass, std::exchange(dropped, {}));
     if (m_idle.size() > m_maximumIdle) {
-        dropOldest(dropped);
+        dropped = m_idle.takeOldest();
     }
-}
-
-void ConnectionPool::dropOldest(Sessions& dropped)
-{
-    const auto trafficClass = m_idleByClass.find(m_idle.front().trafficClass());
-    trafficClass->second.erase(trafficClass->second.begin());
-    if (trafficClass->second.empty()) {
-        m_idleByClass.erase(trafficClass);
-    }
-    dropped.splice(dropped.end(), m_idle, m_idle.begin());
 }
 
 void ConnectionPool::abort(const QString& deviceKey)
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Entry& entry : m_active) {
         if (entry.device->key == deviceKey) {
             entry.session.abort();
         }
     }
-    for (auto entry = m_idle.begin(); entry != m_idle.end();) {
-        const auto next = std::next(entry);
-        if (entry->device->key == deviceKey) {
-            m_idleByClass.erase(entry->trafficClass());
-            dropped.splice(dropped.end(), m_idle, entry);
+    dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
+}
+
+void ConnectionPool::cancel(ExchangeId id)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_cancelled.add(id);
+    for (Entry& entry : m_active) {
+        if (entry.exchange == id) {
+            entry.session.cancel();
         }
-        entry = next;
+    }
+}
+
+void ConnectionPool::cancelAll(const QString& deviceKey)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (Entry& entry : m_active) {
+        if (entry.device->key == deviceKey) {
+            entry.session.cancel();
+        }
     }
 }
 
 void ConnectionPool::close()
 {
-    Sessions dropped;
+    std::vector<Sessions> dropped;
     std::unique_lock<std::mutex> lock(m_mutex);
     m_closed = true;
-    m_idleByClass.clear();
-    dropped.splice(dropped.end(), m_idle);
+    dropped = m_idle.takeIf([](const Sessions& /*idle*/) { return true; });
     for (Entry& entry : m_active) {
         entry.session.abort();
     }
-    // An observer that calls this is itself within an exchange.
+    // An observer that calls this is running inside an exchange.
     m_left.wait_for(lock, leaveTime, [this] {
         return std::all_of(m_active.cbegin(), m_active.cend(),
                            [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });

@@ -2,31 +2,33 @@
 #ifndef COMMUNICATOR_HTTP_CONNECTIONPOOL_H
 #define COMMUNICATOR_HTTP_CONNECTIONPOOL_H
 
+#include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
 #include "communicator/http/exchange.h"
+#include "communicator/http/keptlist.h"
 
 #include <condition_variable>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
-#include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// An exchange on the caller's thread, with the connection that it keeps for the next one. One thread at a
-/// time performs; another may abort it meanwhile.
+/// Performs exchanges on the caller's thread, and keeps the connection for the next one. Used by one thread
+/// at a time, while any other thread may abort.
 class BlockingExchange
 {
 public:
     explicit BlockingExchange(const TransferLimits& limits);
 
-    /// Performs the exchange and returns when it ended.
+    /// Performs the exchange and returns when it has finished.
     HttpReply perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                       std::chrono::steady_clock::time_point started);
-    /// Ends the exchange under way, and makes the session useless for another. From any thread.
+    /// Ends the running exchange and makes the session unusable. From any thread.
     void abort();
+    /// The same, on behalf of the application.
+    void cancel();
     bool isAborted() const { return m_aborted; }
     bool isConnected() const { return m_connection != nullptr; }
 
@@ -40,28 +42,32 @@ private:
     std::unique_ptr<Connection> m_connection; ///< changed by the performing thread only
     bool m_isReused = false;                  ///< m_connection has served an exchange
     std::atomic<bool> m_aborted{false};
+    std::atomic<bool> m_isCancelled{false};
     Q_DISABLE_COPY_MOVE(BlockingExchange)
 };
 
-/// The sessions for blocking exchanges: those in use, and those that keep a connection for the next exchange
-/// with the same device, daemon exchanges apart. May be used from any thread.
+/// The sessions of blocking exchanges: those in use, and idle ones, which keep a connection for the next
+/// exchange with the same device and traffic class. May be used from any thread.
 class ConnectionPool
 {
 public:
     explicit ConnectionPool(const TransferLimits& limits);
 
-    /// Performs the exchange on the calling thread, on a kept connection where there is one.
+    /// Performs the exchange on the calling thread, on an idle connection if there is one.
     HttpReply exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges with @p deviceKey and drops its connections.
     void abort(const QString& deviceKey);
-    /// Aborts all exchanges and waits, for two seconds at most, until those of other threads have left. Later
-    /// ones are refused.
+    /// Ends the exchange @p id, if it is under way or about to begin.
+    void cancel(ExchangeId id);
+    /// Ends the exchanges with @p deviceKey.
+    void cancelAll(const QString& deviceKey);
+    /// Aborts all exchanges and waits at most two seconds until those of other threads have returned. Later
+    /// exchanges are refused.
     void close();
 
 private:
-    /// Whom a connection leads to and for which traffic. A traffic class without a session may name a device
-    /// that is gone.
+    /// The device of a connection and its class of traffic.
     struct TrafficClass
     {
         const Device* device;
@@ -89,23 +95,22 @@ private:
         BlockingExchange session;
         const std::shared_ptr<const Device> device;
         const bool daemon;
-        std::thread::id user; ///< while active
+        std::thread::id user;    ///< while active
+        ExchangeId exchange = 0; ///< while active
     };
     using Sessions = std::list<Entry>; ///< entries move between lists without being copied
 
-    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, bool daemon);
+    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, const HttpRequest& request);
     void release(Sessions::iterator entry);
-    void dropOldest(Sessions& dropped);
 
     const TransferLimits m_limits;
     const size_t m_maximumIdle;
+    CancelledIds m_cancelled;
     std::mutex m_mutex; ///< guards all below
     std::condition_variable m_left;
     bool m_closed = false;
     Sessions m_active;
-    Sessions m_idle; ///< the least recently used first
-    std::unordered_map<TrafficClass, std::vector<Sessions::iterator>, TrafficClassHash>
-        m_idleByClass; ///< the idle ones, oldest first
+    KeptList<TrafficClass, Sessions, TrafficClassHash> m_idle; ///< each a list of one
 };
 
 } // namespace Krelm::Communicator::HttpDevice

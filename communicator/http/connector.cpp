@@ -19,7 +19,7 @@ constexpr int pollMilliseconds = 1000; // libcurl returns earlier for its own ti
 
 using ErrorText = std::array<char, CURL_ERROR_SIZE>;
 
-// As libcurl does it, except that programs which the process starts do not inherit the connection.
+// Like libcurl's default, except that child processes do not inherit the connection.
 curl_socket_t openSocket(void* /*self*/, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -38,9 +38,9 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_SSL_ENABLE_ALPN, 0L);
     curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
-    // Without it the end of a handle waits for a name lookup that still hangs.
+    // Without this, destroying a handle waits for a name lookup that hangs.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    // 0 would stand for no limit at all.
+    // 0 would mean no limit.
     const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
@@ -54,8 +54,7 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     if (!endpoint.pinnedKey.isEmpty()) {
         curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, endpoint.pinnedKey.toLatin1().constData());
     }
-    // A pinned key alone says which device is meant; its certificate is then commonly signed by the device
-    // itself.
+    // A pinned key identifies the device by itself, and the certificate is then usually self-signed.
     const bool pinOnly = !endpoint.pinnedKey.isEmpty() && endpoint.caFile.isEmpty();
     if (!endpoint.verifyTls || pinOnly) {
         curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
@@ -68,7 +67,7 @@ ConnectResult failure(CURLcode code, const ErrorText& error)
 {
     ConnectResult result;
     result.state = stateOfCurlCode(code);
-    result.reason =
+    result.error =
         error[0] != '\0' ? QString::fromUtf8(error.data()) : QString::fromUtf8(curl_easy_strerror(code));
     return result;
 }
@@ -80,13 +79,13 @@ int socketOf(CURL* easy)
     return socket;
 }
 
-/// The connection that @p easy has opened. @p release ends the handle, at once when there is no TLS.
+/// The connection that @p easy has opened. @p release destroys the handle, immediately if there is no TLS.
 ConnectResult opened(const Device& device, CURL* easy, std::function<void()> release)
 {
     ConnectResult result;
     const int socket = socketOf(easy);
     if (!device.isTls) {
-        // The socket is all there is to the connection: keeping it alone spares the memory of the handle.
+        // The connection needs only the socket; keeping no more than that saves the memory of the handle.
         const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, 0);
         release();
         if (own >= 0) {
@@ -95,7 +94,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
         }
     } else {
         result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
-        // Also has libcurl know from now on that the connection is in use.
+        // This also makes libcurl treat the connection as being in use from now on.
         char byte{};
         if (result.connection->receive(&byte, sizeof byte).status == Connection::Status::Waiting) {
             return result;
@@ -103,7 +102,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
         result.connection.reset();
     }
     result.state = IHttpVersionTrigger::Broken;
-    result.reason = QStringLiteral("the connection was lost as soon as it was open");
+    result.error = QStringLiteral("the connection was lost right after it was opened");
     return result;
 }
 
@@ -143,7 +142,7 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         release();
         ConnectResult result;
         result.state = IHttpVersionTrigger::Aborted;
-        result.reason = abortedReason();
+        result.error = abortedError();
         return result;
     }
     if (message->data.result != CURLE_OK) {
@@ -171,7 +170,7 @@ struct Connector::Pending
     Done done;
 };
 
-// libcurl must never close a connection to make room: what it takes for idle ones are ours.
+// libcurl must never close a connection to make room, because those that it considers idle are in use by us.
 Connector::Connector(IoLoop& loop)
     : m_multi(loop, 1L << 20)
 {}

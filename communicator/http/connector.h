@@ -23,7 +23,7 @@ struct ConnectResult
 {
     std::unique_ptr<Connection> connection; ///< null after a failure
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
-    QString reason;
+    QString error;
 };
 
 /// Opens a connection on the calling thread. libcurl finds the name's addresses, tries them, and sees to TLS
@@ -31,9 +31,10 @@ struct ConnectResult
 class BlockingConnector
 {
 public:
-    /// Returns when the connection is open, has failed, or @p limit has passed. On one thread at a time.
+    /// Returns when the connection is open, has failed, or @p limit has passed. Call it on one thread at a
+    /// time.
     ConnectResult connect(const Device& device, std::chrono::milliseconds limit);
-    /// Ends connect() with `Aborted`, also a later one. From any thread.
+    /// Ends a running or later connect() with `Aborted`. From any thread.
     void abort();
 
 private:
@@ -42,8 +43,8 @@ private:
     bool m_aborted = false;
 };
 
-/// The same on a loop's thread, for any number of connections at a time, none of which waits for another's
-/// name or handshake. Used on the loop's thread only; must outlive the connections that it opened.
+/// The same on a loop's thread, for any number of connections at once; none of them waits for another's name
+/// lookup or handshake. Used on the loop's thread only; must outlive the connections that it opened.
 class Connector
 {
 public:
@@ -54,9 +55,9 @@ public:
     /// Cancels all attempts.
     ~Connector();
 
-    /// Begins to open a connection; @p done is called once, later.
+    /// Starts opening a connection; @p done is called once, later.
     Attempt connect(const std::shared_ptr<const Device>& device, std::chrono::milliseconds limit, Done done);
-    /// Gives an attempt up; its `done` is not called.
+    /// Cancels an attempt; its `done` is not called.
     void cancel(Attempt attempt);
 
 private:

@@ -15,11 +15,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// How far behind the lowest free descriptor the two of a new handle are looked for.
+// How far above the lowest free descriptor to search for the two of a new handle.
 constexpr int descriptorsLookedAt = 64;
 
-/// The bytes in a local socket that programs inherit, those to read (FIONREAD) or those that its peer has not
-/// read (SIOCOUTQ); 0 for any other descriptor.
+/// The number of bytes in a local socket that child processes inherit: bytes to read (FIONREAD) or bytes that
+/// its peer has not read (SIOCOUTQ); 0 for any other descriptor.
 int pending(int descriptor, unsigned long request)
 {
     int domain = 0;
@@ -34,11 +34,11 @@ int pending(int descriptor, unsigned long request)
 
 } // namespace
 
-// libcurl names nobody the socket pair that wakes a handle up. A wake-up shows which one it is: a byte waits
-// in it, and no longer once the handle has seen it.
+// libcurl does not tell which socket pair wakes a handle up. A wake-up reveals it: a byte waits in the pair,
+// until the handle has processed the wake-up.
 CURLM* newMulti()
 {
-    static std::mutex oneAtATime; // guards the search: another new handle is not woken up meanwhile
+    static std::mutex oneAtATime; // guards the search, so that no other new handle is woken up meanwhile
     const std::lock_guard<std::mutex> lock(oneAtATime);
     const int lowest = ::eventfd(0, EFD_CLOEXEC);
     if (lowest >= 0) {
@@ -69,8 +69,8 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
     : m_loop(loop)
     , m_multi(newMulti())
 {
-    // Without it libcurl keeps four per running transfer, and a round through many devices reconnects every
-    // time.
+    // The default is four per running transfer, which would cause a reconnect at every access when many
+    // devices are accessed in turn.
     curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, keptConnections);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
@@ -104,7 +104,7 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
 {
     auto* const multi = static_cast<CurlMulti*>(self);
     if (what == CURL_POLL_REMOVE) {
-        // Only an attempt to connect that libcurl gives up is closed before it is taken out here.
+        // Only connection attempts that libcurl abandons are closed before they are removed here.
         if (!multi->m_loop.unwatch(socket)) {
             multi->retryNextAddress(easy);
         }
@@ -122,8 +122,8 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
     return 0;
 }
 
-// After an attempt to connect that failed libcurl goes on with the name's next address when it looks at the
-// transfer again, and sets no timer for that: left alone, it looks when the time limit has passed.
+// After a failed connection attempt libcurl tries the name's next address the next time it processes the
+// transfer, but sets no timer for that: without help this happens only when the time limit has passed.
 void CurlMulti::retryNextAddress(CURL* easy)
 {
     m_stalled.push_back(easy);
@@ -175,7 +175,7 @@ void CurlMulti::drainCompletedTransfers()
 {
     int queued{};
     while (const CURLMsg* const message = curl_multi_info_read(m_multi, &queued)) {
-        // There is one kind of message: a transfer is done.
+        // There is only one kind of message: a transfer is done.
         CURL* const easy = message->easy_handle;
         const CURLcode code = message->data.result;
         auto transfer = m_transfers.extract(easy);

@@ -12,7 +12,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// A new multi handle whose descriptors programs that the process starts do not inherit. From any thread.
+/// Returns a new multi handle whose descriptors are not inherited by child processes. From any thread.
 CURLM* newMulti();
 
 /// Drives any number of libcurl transfers on an IoLoop, with a connection cache of its own. Used on the
@@ -27,10 +27,10 @@ public:
     /// No transfer may be left.
     ~CurlMulti();
 
-    /// Starts a transfer; @p finished is called once, later. The handle stays until remove(), and with it the
-    /// connection that it opened.
+    /// Starts a transfer; @p finished is called once, later. The handle, and with it the connection that it
+    /// opened, is kept until remove().
     void add(CURL* easy, Finished finished);
-    /// Takes a handle out, and breaks its transfer off if that goes on; `finished` is not called then.
+    /// Removes a handle and cancels its transfer if it is still running; `finished` is then not called.
     void remove(CURL* easy);
 
 private:
@@ -47,7 +47,7 @@ private:
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
     std::optional<IoLoop::TimerId> m_retryTimer;
-    std::vector<CURL*> m_stalled; ///< to be nudged; what has ended since is left alone
+    std::vector<CURL*> m_stalled; ///< to be continued, except for those that have ended since
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };
 

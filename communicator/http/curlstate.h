@@ -8,7 +8,7 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The outcome that a libcurl code stands for when a connection is opened.
+/// The outcome for a libcurl result code from opening a connection.
 IHttpVersionTrigger::HttpSimpleState stateOfCurlCode(CURLcode code);
 
 } // namespace Krelm::Communicator::HttpDevice

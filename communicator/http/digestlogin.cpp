@@ -16,7 +16,7 @@ namespace {
 
 struct Parameter
 {
-    QByteArray name; ///< lower case; of a scheme, the scheme with an empty value
+    QByteArray name; ///< in lower case; a scheme has its own name and an empty value
     QByteArray value;
     bool isScheme = false;
 };
@@ -26,8 +26,8 @@ bool isTokenCharacter(char c)
     return c > 0x20 && c < 0x7F && !strchr("()<>@,;:\\\"/[]?={}", c);
 }
 
-// The schemes and parameters of a list of challenges in their order (RFC 9110, 11.6.1). Lenient: what cannot
-// be read ends the list.
+// The schemes and parameters of a list of challenges, in order (RFC 9110, "WWW-Authenticate"). Lenient: the
+// list ends where it cannot be parsed.
 QVector<Parameter> parametersOf(const QByteArray& text)
 {
     QVector<Parameter> list;
@@ -75,7 +75,7 @@ QVector<Parameter> parametersOf(const QByteArray& text)
     }
 }
 
-/// The hash that @p algorithm names; none for one that is not known here.
+/// The hash function called @p algorithm; none if it is not supported.
 std::optional<QCryptographicHash::Algorithm> hashOf(QByteArray algorithm)
 {
     algorithm = algorithm.toLower();
@@ -100,7 +100,7 @@ DigestLogin::DigestLogin(const QString& user, const QString& password)
     , m_password(password.toUtf8())
 {}
 
-// The strongest challenge that can be answered; of equal ones the first.
+// The strongest challenge that can be answered; the first among equals.
 bool DigestLogin::parse(const QString& challenges, Challenge& best)
 {
     const QVector<Parameter> parameters = parametersOf(challenges.toUtf8());
@@ -155,8 +155,8 @@ bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& aut
         return false;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    // Another request may have taken a newer nonce meanwhile: it was not this device's last word on our
-    // answer.
+    // Another request may have received a newer nonce meanwhile, so this is not the device's verdict on the
+    // latest answer.
     const bool answeredThis = m_isKnown && authorization.contains("nonce=" + quoted(m_challenge.nonce));
     const bool refused = answeredThis && !challenge.stale && (again || challenge.nonce == m_challenge.nonce);
     if (!m_isKnown || challenge.nonce != m_challenge.nonce) {

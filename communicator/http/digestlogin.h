@@ -9,20 +9,21 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The digest login (RFC 7616) to one device: what it asked for last, and the answers to that. May be used
-/// from any thread.
+/// The digest login (RFC 7616) to one device: its latest challenge, and the answers to it. May be used from
+/// any thread.
 class DigestLogin
 {
 public:
     DigestLogin(const QString& user, const QString& password);
 
-    /// The value of `Authorization` for a request; empty as long as the device has asked for nothing.
+    /// The value of `Authorization` for a request; empty before the first challenge.
     QByteArray authorization(const QByteArray& method, const QByteArray& target);
 
-    /// Takes the value of `WWW-Authenticate` of a 401 that answered a request with @p authorization. @return
-    /// whether a new answer may be accepted: not when the device refused the user or password, or asks for
-    /// what is not known here. @p again: the same exchange has answered a challenge before, so that
-    /// a new nonce alone is no reason for this one.
+    /// Reads the `WWW-Authenticate` value of a 401 reply to a request that was sent with @p authorization. @p
+    /// again means that the exchange has already answered a challenge, so that a new nonce alone does not
+    /// justify another attempt.
+    /// @return whether another answer may be accepted; `false` if the device refused the user or password, or
+    /// requires something unsupported.
     bool takeChallenge(const QString& challenges, const QByteArray& authorization, bool again = false);
 
 private:
@@ -31,7 +32,7 @@ private:
         QByteArray realm;
         QByteArray nonce;
         QByteArray opaque;
-        QByteArray algorithm; ///< as the device spelled it; empty: MD5
+        QByteArray algorithm; ///< as the device spelt it; empty for MD5
         bool hasOpaque = false;
         bool hasQop = false;
         bool hashesUser = false;
@@ -44,7 +45,7 @@ private:
     std::mutex m_mutex; ///< guards all below
     Challenge m_challenge;
     bool m_isKnown = false;
-    unsigned m_count = 0; ///< of answers with this nonce
+    unsigned m_count = 0; ///< number of answers with this nonce
 };
 
 } // namespace Krelm::Communicator::HttpDevice

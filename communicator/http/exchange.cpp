@@ -13,25 +13,22 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
-constexpr int maxChallenges = 2;
-
-// What one exchange may send before the others, and its time limit, have their turn.
+// How much one exchange may send before the others, and its time limit, get their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
 } // namespace
 
-QString faultOfRequest(const HttpRequest& request)
+QString errorOfRequest(const HttpRequest& request)
 {
     if (request.path.isEmpty()) {
-        return QStringLiteral("there is no path");
+        return QStringLiteral("the request has no path");
     }
     for (const QString& value : request.placeHolders) {
         if (hasControl(value)) {
-            return QStringLiteral("a placeholder holds a control character");
+            return QStringLiteral("a placeholder contains a control character");
         }
     }
-    return faultOfHeaders(request.headers);
+    return errorOfHeaders(request.headers);
 }
 
 Exchange::Exchange(const TransferLimits& limits)
@@ -55,21 +52,21 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_challenges = 0;
     m_wasRepeated = false;
     m_bytesSent = 0;
-    m_told = {};
+    m_lastProgress = {};
     m_reader.reset();
     m_body.clear();
-    m_fault = faultOfRequest(request);
-    if (!m_fault.isEmpty()) {
+    m_error = errorOfRequest(request);
+    if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
     }
     if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
-        m_fault = m_reader.reason();
+        m_error = m_reader.error();
         return IHttpVersionTrigger::FileFailure;
     }
     if (request.multipart) {
         const auto state = m_body.setForm(request.parts);
         if (state != IHttpVersionTrigger::Success) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return state;
         }
     } else {
@@ -77,7 +74,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
-        m_fault = QStringLiteral("the path and the query are too long together");
+        m_error = QStringLiteral("path and query together are too long");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
@@ -96,7 +93,7 @@ void Exchange::writeHead()
     m_head = HttpDevice::writeHead(head, *m_device, m_authorization);
 }
 
-// A caller's header may ask the device to end the connection, which it then may do at any moment.
+// A caller's header may ask the device to close the connection, which it may then do at any moment.
 bool Exchange::keepsConnection() const
 {
     return isSent() && m_reader.keepsConnection() && !m_asksToClose;
@@ -119,7 +116,7 @@ Exchange::Step Exchange::send(Connection& connection)
         Bytes body = m_body.next();
         body.size = std::min(body.size, bytesPerTurn);
         if (m_body.hasFailed()) {
-            m_fault = m_body.error();
+            m_error = m_body.error();
             return Step::Ended;
         }
         const bool more = m_body.sent() + static_cast<qint64>(body.size) < m_body.size();
@@ -130,10 +127,10 @@ Exchange::Step Exchange::send(Connection& connection)
         if (result.status != Connection::Status::Moved) {
             if (m_headSent == 0 && !m_wasRepeated) {
                 m_wasRepeated =
-                    true; // nothing of it has left: it may go out elsewhere, whatever it does there
+                    true; // nothing of it was sent, so it may be sent elsewhere, whatever its effect
                 return Step::AgainFresh;
             }
-            m_sendFailed = true; // the device may have answered before it closed
+            m_sendFailed = true; // the device may have replied before it closed the connection
         }
         const std::size_t ofHead = std::min(result.bytes, head.size);
         m_headSent += static_cast<int>(ofHead);
@@ -164,15 +161,15 @@ Exchange::Step Exchange::received(const Connection::Result& result, const char* 
     if (!m_reader.hasBegun()) {
         return lost(isReused);
     }
-    // A reset may have swallowed the end of the reply.
+    // A connection reset may have discarded the end of the reply.
     if (result.status == Connection::Status::Closed && m_reader.end() == ResponseParser::State::Complete) {
         return completed();
     }
     return Step::Ended;
 }
 
-// The connection ended without a byte of a reply. On a kept one the device may have closed it just as the
-// request was sent, and a read does no harm twice; a write may have been carried out.
+// The connection ended without a byte of a reply. If it was reused, the device may have closed it just as the
+// request was sent. Repeating a read is harmless, but a write may have been carried out.
 Exchange::Step Exchange::lost(bool isReused)
 {
     if (isReused && !m_wasRepeated && m_request->method == HttpMethod::Get) {
@@ -181,21 +178,19 @@ Exchange::Step Exchange::lost(bool isReused)
         return Step::AgainFresh;
     }
     if (isReused && m_request->method != HttpMethod::Get) {
-        m_fault = QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+        m_error =
+            QStringLiteral("the connection ended after the request was sent; the request is not repeated");
     }
     return Step::Ended;
 }
 
-// A 401 says that the device did not do what was asked (RFC 9110, 15.5.2), so that the request may follow
-// once more, with the answer to the challenge.
 Exchange::Step Exchange::completed()
 {
-    if (m_reader.status() != 401 || !m_device->digest || m_challenges == maxChallenges ||
-        !m_device->digest->takeChallenge(m_reader.header(QStringLiteral("www-authenticate")), m_authorization,
-                                         m_challenges > 0)) {
+    if (m_reader.status() != 401 ||
+        !takeChallenge(*m_device, m_reader.status(), m_reader.header(QStringLiteral("www-authenticate")),
+                       m_authorization, m_challenges)) {
         return Step::Ended;
     }
-    ++m_challenges;
     const bool here = keepsConnection();
     startAnew();
     writeHead();
@@ -209,13 +204,13 @@ void Exchange::tellProgress()
     }
     const TransferSizes sizes{m_body.sent(), m_body.size() > 0 ? m_body.size() : -1, m_reader.received(),
                               m_reader.expected()};
-    if (!(sizes == m_told)) {
-        m_told = sizes;
+    if (!(sizes == m_lastProgress)) {
+        m_lastProgress = sizes;
         reportProgress(*m_request, m_target, sizes);
     }
 }
 
-HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason)
+HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_body.hasFailed()) {
         outcome = IHttpVersionTrigger::FileFailure;
@@ -232,9 +227,9 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     summary.bytesSent = m_bytesSent + m_body.sent();
     summary.bytesReceived = m_reader.received();
     summary.reply = reply.body;
-    summary.reason = !m_fault.isEmpty() ? m_fault : m_reader.reason().isEmpty() ? reason : m_reader.reason();
+    summary.error = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
     if (reply.state == IHttpVersionTrigger::Success) {
-        summary.reason.clear();
+        summary.error.clear();
     }
     reportExchange(*m_request, summary);
     m_body.clear();

@@ -14,41 +14,43 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// One request and its reply, without a network: what goes out, what is made of what comes in, and whether it
-/// may go out again. Reusable. Used by one thread at a time.
+/// One request and its reply, without the network: the bytes to send, the interpretation of the bytes
+/// received, and whether the request may be sent again. Reusable. Used by one thread at a time.
 class Exchange
 {
 public:
     explicit Exchange(const TransferLimits& limits);
 
-    /// Prepares @p request, which must outlive finish(). @return Success, or why nothing can be sent.
+    /// Prepares @p request, which must outlive finish().
+    /// @return Success, or why nothing can be sent.
     IHttpVersionTrigger::HttpSimpleState prepare(const HttpRequest& request,
                                                  const std::shared_ptr<const Device>& device,
                                                  std::chrono::steady_clock::time_point started);
     const std::shared_ptr<const Device>& device() const { return m_device; }
 
-    /// How far the exchange has come on its connection.
+    /// The progress of the exchange on its connection.
     enum class Step {
-        GoOn,      ///< more is to be sent or received
-        Ended,     ///< nothing more is to be done: finish()
-        AgainHere, ///< the same request has to go out once more, on this connection
-        AgainFresh ///< the same, on a new connection
+        GoOn,      ///< there is more to send or receive
+        Ended,     ///< all done; call finish()
+        AgainHere, ///< the same request must be sent again on this connection
+        AgainFresh ///< the same request must be sent again on a new connection
     };
 
-    /// Sends what goes out without waiting, or a part.
+    /// Sends as much as possible without waiting.
     Step send(Connection& connection);
-    /// Whether nothing is left to be done but to wait for the reply.
+    /// Whether all that remains is to wait for the reply.
     bool mayReceive() const { return isSent() || m_sendFailed; }
-    /// Whether all has gone out.
+    /// Whether the whole request has been sent.
     bool isSent() const { return m_headSent == m_head.size() && m_body.isSent(); }
-    /// Takes what came. @p isReused: the connection has served another exchange before.
+    /// Processes received bytes. @p isReused means that the connection has served an earlier exchange.
     Step received(const Connection::Result& result, const char* bytes, bool isReused);
-    /// Whether the connection may serve another exchange.
+    /// Whether the connection can be reused.
     bool keepsConnection() const;
 
-    /// Ends the exchange: with what came, or with a failure of its caller's. Reports it and gives the reply.
+    /// Ends the exchange with what was received, or with a failure given by the caller. Reports it and
+    /// returns the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
-    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& reason);
+    HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
 private:
     void writeHead();
@@ -66,18 +68,18 @@ private:
     QByteArray m_head;
     int m_headSent = 0;
     bool m_sendFailed = false;
-    bool m_asksToClose = false; ///< the request asks for the end of the connection
+    bool m_asksToClose = false; ///< the request asks to close the connection
     QByteArray m_authorization;
-    int m_challenges = 0;       ///< login challenges answered
-    bool m_wasRepeated = false; ///< once more because a kept connection had ended
+    int m_challenges = 0;       ///< that were answered
+    bool m_wasRepeated = false; ///< sent again because a reused connection had ended
     qint64 m_bytesSent = 0;
-    QString m_fault;
-    TransferSizes m_told; ///< progress told last
+    QString m_error;
+    TransferSizes m_lastProgress; ///< reported last
     Q_DISABLE_COPY_MOVE(Exchange)
 };
 
-/// Why @p request cannot be sent whatever the device; empty when it can.
-QString faultOfRequest(const HttpRequest& request);
+/// Why @p request cannot be sent to any device; empty if it can.
+QString errorOfRequest(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

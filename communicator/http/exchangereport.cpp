@@ -30,11 +30,11 @@ void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
                               .count();
     record.bytesSent = summary.bytesSent;
     record.bytesReceived = summary.bytesReceived;
-    record.reason = summary.reason;
+    record.reason = summary.error;
     record.reply = summary.reply;
     if (failed) {
         qCWarning(httpLog, "%s %s %s: %s", record.verb.constData(), qPrintable(record.deviceKey),
-                  record.path.isEmpty() ? "(no path)" : record.path.constData(), qPrintable(summary.reason));
+                  record.path.isEmpty() ? "(no path)" : record.path.constData(), qPrintable(summary.error));
     }
     qCInfo(httpLog, "#%llu %s %s %s: status %d, state %d, %lld ms, %lld bytes out, %lld in", record.id,
            record.verb.constData(), qPrintable(record.deviceKey), record.path.constData(), record.status,

@@ -8,20 +8,20 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// What one exchange leaves behind for people: the outcome and what led to it.
+/// The summary of an exchange for logs and observers.
 struct ExchangeSummary
 {
     std::chrono::steady_clock::time_point started;
-    QByteArray target; ///< path and query as sent; empty: nothing was sent
+    QByteArray target; ///< path and query as sent; empty if nothing was sent
     int status = 0;
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
-    QString reason; ///< why it failed, without a secret
+    QString error; ///< why it failed, without a secret
     qint64 bytesSent = 0;
     qint64 bytesReceived = 0;
     QByteArray reply;
 };
 
-/// How much of an exchange's bodies travelled.
+/// How much of an exchange's bodies has been transferred.
 struct TransferSizes
 {
     qint64 sent = 0;
@@ -36,12 +36,12 @@ struct TransferSizes
     }
 };
 
-/// Tells the log and the observers of an exchange that ended: a warning when it failed, an information line
-/// in any case. May be called from any thread; says nothing once the transport is closed.
+/// Reports a finished exchange to the log and the observers: a warning if it failed, and an info message in
+/// any case. May be called from any thread; reports nothing once the transport is closed.
 void reportExchange(const HttpRequest& request, const ExchangeSummary& summary);
 
-/// Tells the observers of an exchange under way. May be called from any thread; says nothing once the
-/// transport is closed.
+/// Reports the progress of a running exchange to the observers. May be called from any thread; reports
+/// nothing once the transport is closed.
 void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes);
 
 } // namespace Krelm::Communicator::HttpDevice

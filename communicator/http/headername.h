@@ -5,10 +5,22 @@
 #include <QMap>
 #include <QString>
 
+#include <string_view>
+
 namespace Krelm::Communicator::HttpDevice {
 
-/// The first header in @p headers that is called @p name, a QString or QLatin1String; cend() when there is
-/// none. Names compare without regard to case (RFC 9110, 5.1).
+/// Whether two names of headers, or other tokens of HTTP, are the same: they compare without regard to case
+/// (RFC 9110, 5.1).
+inline bool isNamed(std::string_view name, std::string_view wanted)
+{
+    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
+}
+inline bool isNamed(const QString& name, const char* wanted)
+{
+    return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
+}
+
+/// The first header in @p headers called @p name, a QString or QLatin1String; cend() if there is none.
 template <class Name>
 QMap<QString, QString>::const_iterator findHeader(const QMap<QString, QString>& headers, const Name& name)
 {

@@ -2,7 +2,7 @@
 #include "communicator/http/outgoingbody.h"
 
 #include "communicator/http/transferlimits.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <QFileInfo>
 #include <QUrl>
@@ -14,6 +14,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
+// Read at once, so that the reading costs little beside the sending, and that many uploads cost little
+// memory.
 constexpr qint64 fileBlock = 256 << 10;
 
 QByteArray newBoundary()
@@ -104,7 +106,7 @@ IHttpVersionTrigger::HttpSimpleState OutgoingBody::addPart(const QString& name, 
         return addBytes("application/octet-stream", value.toByteArray());
     case QMetaType::QString:
         if (value.toString().size() > maxConvertibleText) {
-            m_error = QStringLiteral("the text of a part is too long to be sent");
+            m_error = QStringLiteral("a text part is too long to be sent");
             return IHttpVersionTrigger::InvalidRequest;
         }
         return addBytes("text/plain", value.toString().toUtf8());
@@ -113,7 +115,7 @@ IHttpVersionTrigger::HttpSimpleState OutgoingBody::addPart(const QString& name, 
         const QFileInfo file(path);
         if (!file.isFile() || !file.isReadable()) {
             m_error = QStringLiteral("cannot read the file ") +
-                      (path.isEmpty() ? QStringLiteral("of a part that names no local file") : path);
+                      (path.isEmpty() ? QStringLiteral("of a part whose URL is not a local file") : path);
             return IHttpVersionTrigger::FileFailure;
         }
         add(start + "; filename=" + quoted(file.fileName()) + "\r\nContent-Type: " + typeOfFile(path) +

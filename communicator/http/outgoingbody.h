@@ -26,22 +26,23 @@ public:
     void clear();
     /// The body @p bytes.
     void setBytes(const QByteArray& bytes);
-    /// The form of @p parts: bytes as binary parts, URLs of local files as files, texts as text, everything
-    /// else as JSON. @return Success, or why it cannot be sent; see error().
+    /// A form made of @p parts: bytes become binary parts, URLs of local files become files, strings become
+    /// text, everything else JSON.
+    /// @return Success, or why it cannot be sent; see error().
     IHttpVersionTrigger::HttpSimpleState setForm(const QMap<QString, QVariant>& parts);
 
-    /// The media type of a form, which names its boundary; else empty.
+    /// The media type of a form, including its boundary; empty for other bodies.
     const QByteArray& contentType() const { return m_contentType; }
-    /// All bytes.
+    /// The total number of bytes.
     qint64 size() const { return m_size; }
-    /// Those that consume() has counted.
+    /// The number of bytes passed to consume().
     qint64 sent() const { return m_sent; }
     bool isSent() const { return m_sent == m_size; }
-    /// Bytes to send next. None when all are sent, or when a file cannot be read any more: see hasFailed().
+    /// The bytes to send next; empty if all were sent or a file can no longer be read, see hasFailed().
     Bytes next();
     /// The first @p size bytes of next() were sent.
     void consume(std::size_t size);
-    /// Starts anew.
+    /// Starts over.
     void rewind();
 
     /// Whether a file became unreadable or shorter.

@@ -6,21 +6,26 @@
 namespace Krelm::Communicator::HttpDevice {
 
 HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started)
+                             const QString& error, std::chrono::steady_clock::time_point started)
 {
     ExchangeSummary summary;
     summary.started = started;
     summary.state = state;
-    summary.reason = reason;
+    summary.error = error;
     reportExchange(request, summary);
     HttpReply reply;
     reply.state = state;
     return reply;
 }
 
-QString abortedReason()
+QString abortedError()
 {
-    return QStringLiteral("the transport was stopped or the device removed");
+    return QStringLiteral("the transport was stopped or the device was removed");
+}
+
+QString cancelledError()
+{
+    return QStringLiteral("the application cancelled the request");
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -8,12 +8,14 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The reply to a request of which nothing is sent; reports it.
+/// Reports a request that is not sent, and returns the reply to it.
 HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::HttpSimpleState state,
-                             const QString& reason, std::chrono::steady_clock::time_point started);
+                             const QString& error, std::chrono::steady_clock::time_point started);
 
-/// Why an exchange ended with `Aborted`.
-QString abortedReason();
+/// The reason text of exchanges that end with `Aborted`.
+QString abortedError();
+/// The same when the application ended it.
+QString cancelledError();
 
 } // namespace Krelm::Communicator::HttpDevice
 

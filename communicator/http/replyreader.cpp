@@ -14,12 +14,12 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A length that a reply merely claims reserves no more than this.
+// The maximum that is reserved for an announced length.
 constexpr qint64 maxReserve = 1 << 20;
-// Room behind the text, which spares the JSON reader a copy.
+// Room after the text, which saves the JSON reader a copy.
 constexpr qint64 padding = 64;
 
-// Of all replies that are coming in, on all threads.
+// Of all replies being received, on all threads.
 std::atomic<qint64> bodiesInMemory{0};
 
 } // namespace
@@ -55,7 +55,7 @@ void ReplyReader::restart()
 {
     m_parser.reset();
     m_refusal = IHttpVersionTrigger::Success;
-    m_reason.clear();
+    m_error.clear();
     m_status = 0;
     m_headComplete = false;
     m_length = -1;
@@ -67,7 +67,7 @@ void ReplyReader::restart()
 
 bool ReplyReader::storeIn(const QString& path)
 {
-    m_file = std::make_unique<AtomicFile>(path);
+    m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
         m_file.reset();
@@ -87,16 +87,16 @@ qint64 ReplyReader::bodyLimit() const
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::HttpSimpleState state,
-                                                       const QString& reason)
+                                                       const QString& error)
 {
-    m_reason = reason;
+    m_error = error;
     return state;
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
 {
     return fail(IHttpVersionTrigger::FileFailure,
-                QStringLiteral("the destination cannot be written: ") + m_file->reason());
+                QStringLiteral("cannot write the destination: ") + m_file->error());
 }
 
 bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)
@@ -109,7 +109,7 @@ void ReplyReader::responseField(std::string_view name, std::string_view value)
 {
     const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
-    // Lines of one name, however spelled, are one list (RFC 9110, 5.3).
+    // Lines of the same name, in any case, form one list (RFC 9110, "Field Order").
     const auto earlier = findHeader(m_headers, spelled);
     if (earlier == m_headers.cend()) {
         m_headers.insert(spelled, text);
@@ -127,10 +127,11 @@ bool ReplyReader::responseHead(const ResponseParser::Head& head)
     if (m_length > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
-    // A part of something would pass for the whole.
+    // A partial reply would be mistaken for the whole.
     if (m_status == 206) {
-        return breakOff(fail(IHttpVersionTrigger::Broken,
-                             QStringLiteral("the device sent a part (206), which nobody asked for")));
+        return breakOff(
+            fail(IHttpVersionTrigger::Broken,
+                 QStringLiteral("the device sent a partial reply (206), which was not requested")));
     }
     return true;
 }
@@ -146,8 +147,9 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
         return m_file->write(bytes, size) || breakOff(failFile());
     }
     if (!countBody(size)) {
-        return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
-                             QStringLiteral("the replies that are coming in together are too large")));
+        return breakOff(
+            fail(IHttpVersionTrigger::LimitExceeded,
+                 QStringLiteral("the replies being received together exceed their common limit")));
     }
     if (m_body.isEmpty()) {
         m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
@@ -174,16 +176,18 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     default:
         return fail(IHttpVersionTrigger::Broken,
                     !m_parser.hasBegun() ? QStringLiteral("the connection ended without a reply")
-                    : m_headComplete     ? QStringLiteral("the connection ended within the reply's body")
-                                         : QStringLiteral("the connection ended within the reply's head"));
+                    : m_headComplete
+                        ? QStringLiteral("the connection ended in the middle of the reply's body")
+                        : QStringLiteral("the connection ended in the middle of the reply's head"));
     }
     if (!hasSuccessStatus()) {
         return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(m_status));
     }
-    // A body that only the end of the connection delimits may have been cut anywhere; a JSON text shows
-    // whether it was.
+    // A body delimited only by the end of the connection may be truncated anywhere; a JSON text shows whether
+    // it is.
     if (m_untilClose && (m_file || !JsonText::isComplete(m_body))) {
-        return fail(IHttpVersionTrigger::Broken, QStringLiteral("the reply tells no length and may be cut"));
+        return fail(IHttpVersionTrigger::Broken,
+                    QStringLiteral("the reply has no length and may be truncated"));
     }
     if (m_file && !m_file->commit()) {
         return failFile();

@@ -2,17 +2,17 @@
 #ifndef COMMUNICATOR_HTTP_REPLYREADER_H
 #define COMMUNICATOR_HTTP_REPLYREADER_H
 
-#include "communicator/http/atomicfile.h"
 #include "communicator/http/responseparser.h"
 #include "communicator/http/transferlimits.h"
 #include "communicator/httpengine.h"
+#include "files/atomicfile.h"
 
 #include <memory>
 #include <string_view>
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Takes in one reply, in memory or in a file, within limits, and judges whether it is whole. Used by one
+/// Receives one reply into memory or a file, enforces limits, and decides whether it is complete. Used by one
 /// thread at a time.
 class ReplyReader final : private ResponseParser::Handler
 {
@@ -20,33 +20,33 @@ public:
     explicit ReplyReader(const TransferLimits& limits);
     ~ReplyReader() override;
 
-    /// Forgets the last reply and expects the next one, in memory.
+    /// Discards the previous reply and prepares for the next one, in memory.
     void reset();
-    /// After reset(): has the body of a 2xx reply stored in the file @p path. @return whether that can be
-    /// written; see reason().
+    /// Call this after reset() to store the body of a 2xx reply in the file @p path.
+    /// @return whether that can be written; see reason().
     bool storeIn(const QString& path);
-    /// Forgets what came of a reply that another one will take the place of.
+    /// Discards what was received of a reply that will be replaced by another one.
     void restart();
 
-    /// Takes what came on the connection, and its end.
+    /// Process the bytes received on the connection, and its end.
     ResponseParser::State feed(const char* bytes, std::size_t size) { return m_parser.feed(bytes, size); }
     ResponseParser::State end() { return m_parser.end(); }
     bool hasBegun() const { return m_parser.hasBegun(); }
     bool keepsConnection() const { return m_parser.keepsConnection(); }
 
-    /// Of the head; 0 and empty before it came.
+    /// Status and headers; 0 and empty before the head was received.
     int status() const { return m_headComplete ? m_status : 0; }
     QString header(const QString& name) const;
 
-    /// Ends the reply: @p exchange is what the connection says of it. The outcome is in the reply; see
-    /// reason() when it is a failure. A download appears under its name here.
+    /// Ends the reply. @p exchange is the outcome from the connection's point of view; the final outcome is
+    /// in the returned reply, see reason() for a failure. A download gets its final name here.
     HttpReply finish(IHttpVersionTrigger::HttpSimpleState exchange);
 
-    /// Why the reply failed; empty when finish() was told so by its caller.
-    const QString& reason() const { return m_reason; }
-    /// The bytes of the body that came.
+    /// Why the reply failed; empty if the failure was passed to finish().
+    const QString& error() const { return m_error; }
+    /// The number of body bytes received.
     qint64 received() const { return m_received; }
-    /// The bytes of the body that will come; -1: not told.
+    /// The announced size of the body, or -1 if it is unknown.
     qint64 expected() const { return m_length; }
 
 private:
@@ -57,7 +57,7 @@ private:
     IHttpVersionTrigger::HttpSimpleState judge(IHttpVersionTrigger::HttpSimpleState exchange);
     IHttpVersionTrigger::HttpSimpleState failFile();
     IHttpVersionTrigger::HttpSimpleState fail(IHttpVersionTrigger::HttpSimpleState state,
-                                              const QString& reason);
+                                              const QString& error);
     bool breakOff(IHttpVersionTrigger::HttpSimpleState state);
     bool hasSuccessStatus() const { return m_status >= 200 && m_status < 300; }
     qint64 bodyLimit() const;
@@ -66,10 +66,10 @@ private:
 
     const TransferLimits m_limits;
     ResponseParser m_parser;
-    std::unique_ptr<AtomicFile> m_file;
+    std::unique_ptr<Tessel::Files::AtomicFile> m_file;
     IHttpVersionTrigger::HttpSimpleState m_refusal =
-        IHttpVersionTrigger::Success; ///< why reading was broken off
-    QString m_reason;
+        IHttpVersionTrigger::Success; ///< why reading was stopped
+    QString m_error;
     int m_status = 0;
     bool m_headComplete = false;
     qint64 m_length = -1;
@@ -77,7 +77,7 @@ private:
     QMap<QString, QString> m_headers;
     QByteArray m_body;
     qint64 m_received = 0;
-    qint64 m_counted = 0; ///< bytes of m_body among those of all replies
+    qint64 m_counted = 0; ///< bytes of m_body that count towards the limit of all replies
 };
 
 } // namespace Krelm::Communicator::HttpDevice

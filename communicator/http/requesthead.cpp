@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/requesthead.h"
 
+#include "communicator/http/headername.h"
 #include "communicator/http/transferlimits.h"
 
 #include <algorithm>
@@ -9,18 +10,16 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// RFC 9110, 5.6.2
+// A first answer, and one more for a device whose nonce has just run out (RFC 7616, 3.3: "stale").
+constexpr int maxChallenges = 2;
+
+// RFC 9110, "Tokens"
 bool isToken(const QString& text)
 {
     return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), [](QChar character) {
         const ushort code = character.unicode();
         return code > 0x20 && code < 0x7F && !QStringLiteral("()<>@,;:\\\"/[]?={}").contains(character);
     });
-}
-
-bool isNamed(const QString& name, const char* wanted)
-{
-    return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
 }
 
 QByteArray loginOf(const Device& device, const RequestHead& head)
@@ -64,7 +63,7 @@ bool hasControl(const QString& text)
     });
 }
 
-QString faultOfHeaders(const QMap<QString, QString>& headers)
+QString errorOfHeaders(const QMap<QString, QString>& headers)
 {
     for (auto it = headers.cbegin(); it != headers.cend(); ++it) {
         if (it.key().size() > maxHeaderLength || it.value().size() > maxHeaderLength) {
@@ -74,7 +73,7 @@ QString faultOfHeaders(const QMap<QString, QString>& headers)
         // connection.
         if (!isToken(it.key()) || isNamed(it.key(), "content-length") ||
             isNamed(it.key(), "transfer-encoding") || hasControl(it.value())) {
-            return QStringLiteral("a header's name or value cannot be sent");
+            return QStringLiteral("a header's name or value contains characters that cannot be sent");
         }
     }
     return {};
@@ -84,14 +83,14 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
 {
     QByteArray text;
     text.reserve(256 + head.target.size());
-    text += head.method + ' ' + head.target + " HTTP/1.1\r\n";
+    text.append(head.method).append(' ').append(head.target).append(" HTTP/1.1\r\n");
     bool hasHost = false;
     bool hasAccept = false;
     bool hasLogin = false;
     QByteArray own;
     for (auto it = head.headers.cbegin(); it != head.headers.cend(); ++it) {
         if (!head.contentType.isEmpty() && isNamed(it.key(), "content-type")) {
-            continue; // only the transport knows the boundary
+            continue; // only the transport knows the form's boundary
         }
         hasHost = hasHost || isNamed(it.key(), "host");
         hasAccept = hasAccept || isNamed(it.key(), "accept");
@@ -100,7 +99,7 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
         own += it.key().toLatin1() + (value.isEmpty() ? QByteArrayLiteral(":") : ": " + value) + "\r\n";
     }
     if (!hasHost) {
-        text += "Host: " + device.authority + "\r\n";
+        text.append("Host: ").append(device.authority).append("\r\n");
     }
     authorization = hasLogin ? QByteArray() : loginOf(device, head);
     if (!authorization.isEmpty()) {
@@ -117,6 +116,17 @@ QByteArray writeHead(const RequestHead& head, const Device& device, QByteArray& 
         text += "Content-Length: " + QByteArray::number(head.contentLength) + "\r\n";
     }
     return text += "\r\n";
+}
+
+bool takeChallenge(const Device& device, int status, const QString& challenges,
+                   const QByteArray& authorization, int& taken)
+{
+    if (status != 401 || !device.digest || taken == maxChallenges ||
+        !device.digest->takeChallenge(challenges, authorization, taken > 0)) {
+        return false;
+    }
+    ++taken;
+    return true;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

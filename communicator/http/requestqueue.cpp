@@ -2,6 +2,7 @@
 #include "communicator/http/requestqueue.h"
 
 #include "communicator/http/refusal.h"
+#include "communicator/http/requesturl.h"
 #include "communicator/http/timelimit.h"
 
 #include <algorithm>
@@ -10,11 +11,11 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// As many as a group of inputs has, so that it lasts no longer than its slowest reply.
+// The size of a group of inputs, so that a group takes no longer than its slowest reply.
 constexpr size_t maxPerDevice = 64;
-// Exchanges kept for reuse, which spares their making; they hold no connection.
+// Exchange objects kept for reuse, which saves creating them; they hold no connection.
 constexpr size_t maxIdle = 64;
-// Connections kept to one device.
+// Idle connections kept per device, so that the next group can use those that a group has opened.
 constexpr size_t maxKeptPerDevice = 64;
 
 } // namespace
@@ -30,15 +31,16 @@ RequestQueue::~RequestQueue()
 {
     const auto devices = std::exchange(m_devices, {});
     for (const std::shared_ptr<DeviceQueue>& queue : devices) {
-        abortAll(queue->waiting, std::move(queue->underWay));
+        endAll(*queue, abortedError());
     }
 }
 
 void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
                        std::chrono::steady_clock::time_point started)
 {
-    if (device->isRemoved) {
-        done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+    if (device->isRemoved || m_cancelled.contains(request.id)) {
+        done(failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                                device->isRemoved ? abortedError() : cancelledError(), started));
         return;
     }
     const QString key = request.deviceKey;
@@ -47,15 +49,33 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
         queue = std::make_shared<DeviceQueue>();
     }
     const auto deadline = started + timeLimit(request);
-    queue->waiting.push_back(
-        {std::move(request), std::move(device), std::move(done), started, deadline, {}, nullptr});
-    const auto job = std::prev(queue->waiting.end());
-    job->timer = m_loop.startTimer(deadline, [this, key, job] { expire(key, job); });
+    const QByteArray path = request.method == HttpMethod::Get
+                                ? QByteArray()
+                                : requestTarget(request.path, request.placeHolders, {});
+    const auto earlier = path.isEmpty() ? queue->heldBack.end() : queue->heldBack.find(path);
+    const bool isHeldBack = earlier != queue->heldBack.end();
+    if (!isHeldBack && !path.isEmpty()) {
+        queue->heldBack.try_emplace(path);
+    }
+    Jobs& jobs = isHeldBack ? earlier->second : queue->waiting;
+    jobs.push_back({std::move(request),
+                    std::move(device),
+                    std::move(done),
+                    started,
+                    deadline,
+                    {},
+                    path,
+                    isHeldBack,
+                    nullptr});
+    const auto job = std::prev(jobs.end());
+    job->timer = m_loop.startTimer(deadline, [this, key, job] {
+        endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutError(job->request));
+    });
     markRunnable(key, *queue);
     startRunnable();
 }
 
-// A device is in the list once at most, however much waits for it.
+// A device is in the list at most once, however many exchanges are waiting for it.
 void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
 {
     if (!queue.isRunnable && !queue.waiting.empty()) {
@@ -64,7 +84,7 @@ void RequestQueue::markRunnable(const QString& deviceKey, DeviceQueue& queue)
     }
 }
 
-// Half of what is left for each: a few devices that never answer cannot take all.
+// Half of the remaining connections for each, so that a few devices which never answer cannot take all.
 bool RequestQueue::mayBegin(const DeviceQueue& queue) const
 {
     const size_t ofDevice = queue.underWay.size();
@@ -77,10 +97,10 @@ bool RequestQueue::mayBegin(const DeviceQueue& queue) const
 void RequestQueue::startRunnable()
 {
     if (m_isStarting) {
-        return; // whoever is starting sees what is new
+        return; // the call that is already starting exchanges sees the new ones
     }
     m_isStarting = true;
-    // One round without a start is enough: nothing changes by itself.
+    // One round without a start is enough, because nothing changes by itself.
     for (size_t refused = 0; refused < m_runnable.size() && m_underWay < 2 * m_connections;) {
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
@@ -112,7 +132,8 @@ void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
         job->exchange = std::move(m_idle.back());
         m_idle.pop_back();
     }
-    job->exchange->start(job->request, job->device, takeKept(job->device.get()), job->started, job->deadline,
+    job->exchange->start(job->request, job->device, m_kept.takeNewest(job->device.get()).connection,
+                         job->started, job->deadline,
                          [this, deviceKey, job](const HttpReply& reply) { finished(deviceKey, job, reply); });
 }
 
@@ -122,6 +143,7 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     m_loop.stopTimer(job->timer);
     const Done done = std::move(job->done);
     keep(job->device, std::move(job->exchange));
+    writeEnded(*queue, job->writtenPath);
     queue->underWay.erase(job);
     --m_underWay;
     markRunnable(deviceKey, *queue);
@@ -130,18 +152,42 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     startRunnable();
 }
 
-void RequestQueue::expire(const QString& deviceKey, Jobs::iterator job)
+void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
+                            IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
-    const QString reason = timeOutReason(job->request);
     if (job->exchange) {
-        finished(deviceKey, job, job->exchange->breakOff(IHttpVersionTrigger::TimedOut, reason));
+        finished(deviceKey, job, job->exchange->breakOff(outcome, error));
         return;
     }
+    m_loop.stopTimer(job->timer);
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
-    expired.splice(expired.end(), queue->waiting, job);
+    if (job->isHeldBack) {
+        expired.splice(expired.end(), queue->heldBack[job->writtenPath], job);
+    } else {
+        expired.splice(expired.end(), queue->waiting, job);
+        writeEnded(*queue, job->writtenPath);
+        markRunnable(deviceKey, *queue);
+    }
     forgetIfIdle(deviceKey);
-    job->done(failWithoutSending(job->request, IHttpVersionTrigger::TimedOut, reason, job->started));
+    job->done(failWithoutSending(job->request, outcome, error, job->started));
+    startRunnable();
+}
+
+// The next write to the path, if one is held back, waits for its turn from now on.
+void RequestQueue::writeEnded(DeviceQueue& queue, const QByteArray& path)
+{
+    if (path.isEmpty()) {
+        return;
+    }
+    const auto next = queue.heldBack.find(path);
+    Jobs& heldBack = next->second;
+    if (heldBack.empty()) {
+        queue.heldBack.erase(next);
+        return;
+    }
+    heldBack.front().isHeldBack = false;
+    queue.waiting.splice(queue.waiting.end(), heldBack, heldBack.begin());
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -155,32 +201,70 @@ void RequestQueue::forgetIfIdle(const QString& deviceKey)
 
 void RequestQueue::abort(const QString& deviceKey)
 {
-    for (auto kept = m_kept.begin(); kept != m_kept.end();) {
-        const auto next = std::next(kept);
-        if (kept->device->key == deviceKey) {
-            dropKept(kept);
-        }
-        kept = next;
-    }
-    const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
-    if (!queue) {
-        return;
-    }
-    abortAll(std::exchange(queue->waiting, {}), std::exchange(queue->underWay, {}));
-    forgetIfIdle(deviceKey);
-    startRunnable();
+    m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey; });
+    endAllOf(deviceKey, abortedError());
 }
 
-void RequestQueue::abortAll(const Jobs& waiting, Jobs underWay)
+void RequestQueue::cancel(ExchangeId id)
 {
+    m_cancelled.add(id);
+    for (auto device = m_devices.begin(); device != m_devices.end(); ++device) {
+        DeviceQueue& queue = **device;
+        const auto endIn = [&](Jobs& jobs) {
+            const auto job =
+                std::find_if(jobs.begin(), jobs.end(), [id](const Job& one) { return one.request.id == id; });
+            if (job == jobs.end()) {
+                return false;
+            }
+            endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledError());
+            return true;
+        };
+        const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) ||
+                             std::any_of(queue.heldBack.begin(), queue.heldBack.end(),
+                                         [&endIn](auto& path) { return endIn(path.second); });
+        if (isEnded) {
+            return; // the containers have changed
+        }
+    }
+}
+
+void RequestQueue::cancelAll(const QString& deviceKey)
+{
+    endAllOf(deviceKey, cancelledError());
+}
+
+void RequestQueue::endAllOf(const QString& deviceKey, const QString& error)
+{
+    if (const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey)) {
+        endAll(*queue, error);
+        forgetIfIdle(deviceKey);
+        startRunnable();
+    }
+}
+
+// What has not begun, held back or not.
+RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
+{
+    Jobs all = std::exchange(queue.waiting, {});
+    for (auto& path : queue.heldBack) {
+        all.splice(all.end(), path.second);
+    }
+    queue.heldBack.clear();
+    return all;
+}
+
+void RequestQueue::endAll(DeviceQueue& queue, const QString& error)
+{
+    const Jobs waiting = takeWaiting(queue);
+    Jobs underWay = std::exchange(queue.underWay, {});
     for (const Job& job : waiting) {
         m_loop.stopTimer(job.timer);
-        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, abortedReason(), job.started));
+        job.done(failWithoutSending(job.request, IHttpVersionTrigger::Aborted, error, job.started));
     }
     for (Job& job : underWay) {
         m_loop.stopTimer(job.timer);
         --m_underWay;
-        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, abortedReason()));
+        job.done(job.exchange->breakOff(IHttpVersionTrigger::Aborted, error));
     }
 }
 
@@ -188,41 +272,16 @@ void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique
 {
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
         connection && !device->isRemoved) {
-        std::vector<std::list<Kept>::iterator>& ofDevice = m_keptTo[device.get()];
-        if (ofDevice.size() == maxKeptPerDevice) {
-            dropKept(ofDevice.front());
+        if (m_kept.count(device.get()) == maxKeptPerDevice) {
+            m_kept.takeOldest(device.get());
         } else if (m_kept.size() >= m_connections) {
-            dropKept(m_kept.begin());
+            m_kept.takeOldest();
         }
-        m_kept.push_back({device, std::move(connection)});
-        m_keptTo[device.get()].push_back(std::prev(m_kept.end()));
+        m_kept.add(device.get(), {device, std::move(connection)});
     }
     if (m_idle.size() < maxIdle) {
         m_idle.push_back(std::move(exchange));
     }
-}
-
-void RequestQueue::dropKept(std::list<Kept>::iterator kept)
-{
-    const auto ofDevice = m_keptTo.find(kept->device.get());
-    ofDevice->second.erase(std::find(ofDevice->second.begin(), ofDevice->second.end(), kept));
-    if (ofDevice->second.empty()) {
-        m_keptTo.erase(ofDevice);
-    }
-    m_kept.erase(kept);
-}
-
-// The one used last is the least likely to have been closed.
-std::unique_ptr<Connection> RequestQueue::takeKept(const Device* device)
-{
-    const auto ofDevice = m_keptTo.find(device);
-    if (ofDevice == m_keptTo.end()) {
-        return nullptr;
-    }
-    const auto kept = ofDevice->second.back();
-    std::unique_ptr<Connection> connection = std::move(kept->connection);
-    dropKept(kept);
-    return connection;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

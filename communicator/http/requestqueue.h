@@ -3,7 +3,9 @@
 #define COMMUNICATOR_HTTP_REQUESTQUEUE_H
 
 #include "communicator/http/asyncexchange.h"
+#include "communicator/http/cancelledids.h"
 #include "communicator/http/connector.h"
+#include "communicator/http/keptlist.h"
 #include "communicator/runtime/ioloop.h"
 
 #include <QHash>
@@ -11,32 +13,39 @@
 #include <deque>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The non-blocking exchanges of normal or of daemon traffic. A bounded number of them has a connection, in
-/// all and per device; the others wait their turn as mere values, and their time limit runs from the start.
-/// The bound is shared so that devices which never answer keep no other one waiting: each may have one
-/// exchange under way in any case, and more only while as many connections again are free. Used on the loop's
-/// thread only.
+/// The non-blocking exchanges of one class of traffic, normal or daemon. The number of exchanges that have a
+/// connection is limited, in total and per device; the others wait their turn as plain values, while their
+/// time limit runs. Connections are shared so that devices which never answer do not block others: a device
+/// may always run one exchange, and more only while at least as many connections are free as it uses.
+///
+/// Writes to one expanded path of a device keep their order and run one at a time, so that a later value is
+/// not overtaken by an earlier one on another connection. Reads, and writes to other paths, run beside them.
+/// Used on the loop's thread only.
 class RequestQueue
 {
 public:
     using Done = std::function<void(const HttpReply&)>;
 
-    /// @p connections bounds those in use and those kept for later exchanges.
+    /// @p connections limits both the connections in use and the idle ones.
     RequestQueue(IoLoop& loop, const TransferLimits& limits, size_t connections);
     /// Ends all exchanges with `Aborted`.
     ~RequestQueue();
 
-    /// Takes on an exchange that began at @p started; @p done is called once, possibly from inside.
+    /// Adds an exchange that began at @p started; @p done is called once, possibly from inside.
     void add(HttpRequest request, std::shared_ptr<const Device> device, Done done,
              std::chrono::steady_clock::time_point started);
-    /// Ends the exchanges with @p deviceKey with `Aborted`.
+    /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
+    /// Ends the exchange @p id with `Aborted`, if it is here or comes later.
+    void cancel(ExchangeId id);
+    /// Ends the exchanges with @p deviceKey with `Aborted`.
+    void cancelAll(const QString& deviceKey);
 
 private:
     struct Job
@@ -47,13 +56,17 @@ private:
         std::chrono::steady_clock::time_point started;
         std::chrono::steady_clock::time_point deadline;
         IoLoop::TimerId timer;
-        std::unique_ptr<AsyncExchange> exchange; ///< while it is under way
+        QByteArray writtenPath;                  ///< expanded; empty for a read
+        bool isHeldBack = false;                 ///< an earlier write to its path has not ended
+        std::unique_ptr<AsyncExchange> exchange; ///< while it is running
     };
     using Jobs = std::list<Job>;
     struct DeviceQueue
     {
         Jobs waiting;
         Jobs underWay;
+        std::map<QByteArray, Jobs>
+            heldBack;            ///< by path, for each path with a write that waits or is under way
         bool isRunnable = false; ///< in m_runnable
     };
     struct Kept
@@ -67,23 +80,25 @@ private:
     void startRunnable();
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
-    void expire(const QString& deviceKey, Jobs::iterator job);
-    void abortAll(const Jobs& waiting, Jobs underWay);
+    void endEarly(const QString& deviceKey, Jobs::iterator job, IHttpVersionTrigger::HttpSimpleState outcome,
+                  const QString& error);
+    static Jobs takeWaiting(DeviceQueue& queue);
+    void endAll(DeviceQueue& queue, const QString& error);
+    void endAllOf(const QString& deviceKey, const QString& error);
+    void writeEnded(DeviceQueue& queue, const QByteArray& path);
     void forgetIfIdle(const QString& deviceKey);
     void keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange);
-    std::unique_ptr<Connection> takeKept(const Device* device);
-    void dropKept(std::list<Kept>::iterator kept);
 
     IoLoop& m_loop;
     const TransferLimits m_limits;
     const size_t m_connections;
     Connector m_connector;
+    CancelledIds m_cancelled;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
-    std::deque<QString> m_runnable;                         ///< devices for which something waits, in turn
+    std::deque<QString> m_runnable;                         ///< devices with waiting exchanges, in turn
     bool m_isStarting = false;
     size_t m_underWay = 0;
-    std::list<Kept> m_kept; ///< the least recently used first
-    std::unordered_map<const Device*, std::vector<std::list<Kept>::iterator>> m_keptTo; ///< oldest first
+    KeptList<const Device*, Kept> m_kept;
     std::vector<std::unique_ptr<AsyncExchange>> m_idle;
     Q_DISABLE_COPY_MOVE(RequestQueue)
 };

@@ -8,13 +8,13 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Path and query as they stand in the request line (RFC 3986).
+/// Path and query for the request line (RFC 3986).
 ///
-/// Each `{name}` of @p path that @p placeHolders names is replaced by its value, percent-encoded as one
-/// segment; one without a value goes out encoded, braces included, and so does every other character that a
-/// path cannot hold. What is percent-encoded in @p path already stays. @p parameters follow as a query, in
-/// the order of their names. The result begins with a slash, so that it cannot become part of the host; it is
-/// empty when it would be longer than `maxTargetLength`.
+/// Each `{name}` in @p path that has a value in @p placeHolders is replaced by it, percent-encoded as one
+/// path segment. Placeholders without a value are encoded including their braces, as are all other characters
+/// not allowed in a path; existing percent-encoding in @p path is kept. @p parameters follow as the query,
+/// ordered by name. The result begins with a slash, so that it cannot become part of the host. It is empty if
+/// it would be longer than `maxTargetLength`.
 QByteArray requestTarget(const QString& path, const QMap<QString, QString>& placeHolders,
                          const QMap<QString, QString>& parameters);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/responseparser.h"
 
+#include "communicator/http/headername.h"
+
 #include <boost/beast/http/basic_parser.hpp>
 
 #include <algorithm>
@@ -16,11 +18,11 @@ namespace http = boost::beast::http;
 using boost::beast::error_code;
 using BeastView = boost::beast::string_view;
 
-// The frame of a chunk: its size, extensions, and the trailer behind the last one.
+// The framing of a chunk: its size, its extensions, and the trailer after the last chunk.
 constexpr int maxFrameBytes = 16 << 10;
-// The shortest end of a chunked body, which the grammar takes for granted once it has seen its first line.
+// The shortest end of a chunked body, which the grammar assumes after it has seen the first line of it.
 constexpr std::size_t leastFrameBytes = 5;
-// Extensions of all chunks of a response together; nothing uses them.
+// The extensions of all chunks of a response together; they are not used.
 constexpr std::size_t maxExtensionBytes = 16 << 10;
 
 constexpr std::string_view blanks = " \t";
@@ -30,13 +32,8 @@ std::string_view view(BeastView text)
     return {text.data(), text.size()};
 }
 
-bool isNamed(std::string_view name, std::string_view wanted)
-{
-    return name.size() == wanted.size() && qstrnicmp(name.data(), wanted.data(), uint(wanted.size())) == 0;
-}
-
-/// Where the head that begins at @p text ends, behind its blank line; 0 when it does not end yet. The search
-/// for line ends begins at @p from.
+/// The end of the head that begins at @p text, after its blank line; 0 if it is incomplete. The search for
+/// line ends begins at @p from.
 std::size_t headEnd(std::string_view text, std::size_t from)
 {
     for (std::size_t feed = text.find('\n', from); feed != std::string_view::npos;
@@ -57,7 +54,7 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// Whether @p head is written as the grammar wants it, so that nothing has to be put in order.
+/// Whether the grammar accepts @p head as it is, so that it need not be normalised.
 bool isTidy(std::string_view head)
 {
     if (head.size() < 15 || head[8] != ' ' || !isDigit(head[9]) || !isDigit(head[10]) || !isDigit(head[11]) ||
@@ -83,7 +80,7 @@ bool isTidy(std::string_view head)
     return true;
 }
 
-/// @p head as the grammar wants it; empty when it is no head of a response.
+/// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
     QByteArray out;
@@ -115,7 +112,7 @@ QByteArray tidied(std::string_view head)
             const std::size_t colon = line.find(':');
             const bool folded = !line.empty() && blanks.find(line.front()) != std::string_view::npos;
             if (folded || colon == std::string_view::npos) {
-                out.append(line.data(), int(line.size())); // the grammar judges it
+                out.append(line.data(), int(line.size())); // the grammar will check it
             } else {
                 const std::size_t last = line.substr(0, colon).find_last_not_of(blanks);
                 out.append(line.data(), last == std::string_view::npos ? 0 : int(last + 1));
@@ -139,7 +136,7 @@ public:
         : m_handler(handler)
     {
         eager(true);
-        body_limit(std::numeric_limits<std::uint64_t>::max()); // the handler judges lengths
+        body_limit(std::numeric_limits<std::uint64_t>::max()); // the handler checks lengths
         header_limit(std::numeric_limits<std::uint32_t>::max());
     }
 
@@ -161,9 +158,10 @@ private:
     void on_field_impl(http::field field, BeastView name, BeastView value, error_code& ec) override
     {
         if (m_inBody) {
-            return; // a trailer says nothing that counts
+            return; // trailers are ignored
         }
-        // Without a coding that we undo, the end of the body could only be guessed (RFC 9112, 6.1).
+        // With an unsupported coding the end of the body could only be guessed (RFC 9112,
+        // "Transfer-Encoding").
         if (field == http::field::transfer_encoding &&
             (!isNamed(view(value), "chunked") || m_version < 11 || std::exchange(m_hasCoding, true))) {
             ec = http::error::bad_transfer_encoding;
@@ -178,7 +176,7 @@ private:
     {
         m_inBody = true;
         if (m_status == 101) {
-            ec = http::error::bad_status; // nobody asked for another protocol
+            ec = http::error::bad_status; // no other protocol was requested
             return;
         }
         if (isInterim()) {
@@ -284,7 +282,7 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     const auto before = static_cast<std::size_t>(m_pending.size());
     if (before == 0) {
         if (piece.substr(0, start.size()) != start.substr(0, size)) {
-            fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
+            fail(State::Malformed, QStringLiteral("the reply is not an HTTP/1 response"));
             return size;
         }
         if (const std::size_t end = headEnd(piece, 0)) {
@@ -298,7 +296,7 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     m_pending.append(bytes, static_cast<int>(taken));
     const std::string_view all(m_pending.constData(), before + taken);
     if (all.substr(0, start.size()) != start.substr(0, all.size())) {
-        fail(State::Malformed, QStringLiteral("what came is not an HTTP/1 response"));
+        fail(State::Malformed, QStringLiteral("the reply is not an HTTP/1 response"));
     } else if (const std::size_t end = headEnd(all, before < 2 ? 0 : before - 2)) {
         const QByteArray head = std::exchange(m_pending, {});
         parseHead({head.constData(), end});
@@ -348,8 +346,7 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
         }
         return taken;
     }
-    // A frame that a piece ended in is put together a little at a time, so that what follows it is not
-    // copied.
+    // An incomplete frame is completed a little at a time, so that the bytes after it are not copied.
     const std::size_t before = static_cast<std::size_t>(m_pending.size());
     const std::size_t more = std::min<std::size_t>(size, 64);
     m_pending.append(bytes, static_cast<int>(more));
@@ -365,7 +362,7 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
     return m_state == State::Reading || taken >= before ? taken - before : more;
 }
 
-/// @return how much the grammar took: all, or what comes before a frame that is not whole yet.
+/// @return how much the grammar has consumed: everything, or the bytes before an incomplete frame.
 std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
 {
     std::size_t done = 0;
@@ -384,7 +381,7 @@ std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
             m_state = State::Complete;
         } else if (taken == 0) {
             if (size - done > maxFrameBytes) {
-                fail(State::TooLarge, QStringLiteral("the frame of a chunk is too large"));
+                fail(State::TooLarge, QStringLiteral("the reply's chunk framing is too large"));
             }
             break;
         }

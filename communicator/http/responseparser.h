@@ -13,11 +13,11 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Finds where one HTTP/1.x response begins and ends (RFC 9112) in pieces that may end anywhere.
+/// Parses an HTTP/1.x response (RFC 9112) from pieces that may end anywhere.
 ///
-/// Strict where a wrong reading would mislead: status line, lengths, transfer coding, chunks. Tolerant where
-/// it would not, because the servers of small devices are sloppy: bare line feeds in a head, a missing reason
-/// phrase, blanks before a colon or around the status, folded lines. Interim responses are skipped.
+/// It is strict where an error would be dangerous: status line, lengths, transfer coding, chunks. It is
+/// tolerant elsewhere, because the servers of small devices are sloppy: bare line feeds in a head, a missing
+/// reason phrase, blanks before a colon or around the status, folded lines. Interim responses are skipped.
 /// Used by one thread at a time.
 class ResponseParser
 {
@@ -26,16 +26,16 @@ public:
     struct Head
     {
         int status = 0;
-        qint64 length = -1;      ///< of the body; -1: not told
-        bool untilClose = false; ///< only the end of the connection tells the end of the body
+        qint64 length = -1;      ///< of the body, or -1 if it was not announced
+        bool untilClose = false; ///< the body ends with the connection
     };
 
-    /// Takes what the parser finds.
+    /// Receives what the parser finds.
     class Handler
     {
     public:
         virtual ~Handler();
-        /// The name as it came, the value without the blanks around it. Before the head.
+        /// A header: the name as received, the value without surrounding blanks. Called before the head.
         virtual void responseField(std::string_view name, std::string_view value) = 0;
         /// @return whether to go on.
         virtual bool responseHead(const Head& head) = 0;
@@ -44,29 +44,29 @@ public:
     };
 
     enum class State {
-        Reading,   ///< more has to come
-        Complete,  ///< the response is whole
-        Cut,       ///< the connection ended before the response did
-        Malformed, ///< what came is no response, or frames its body in a way that cannot be trusted
+        Reading,   ///< more bytes are needed
+        Complete,  ///< the response is complete
+        Cut,       ///< the connection ended before the response was complete
+        Malformed, ///< not a valid response, or its framing cannot be trusted
         TooLarge,  ///< the head or the framing exceeds the limits
-        Refused    ///< the handler did not want to go on
+        Refused    ///< the handler stopped the parser
     };
 
     ResponseParser(Handler& handler, const TransferLimits& limits);
     ~ResponseParser();
 
-    /// Expects a new response.
+    /// Prepares for a new response.
     void reset();
-    /// Takes the next piece.
+    /// Parses the next piece.
     State feed(const char* bytes, std::size_t size);
-    /// The connection ended.
+    /// Call this when the connection has ended.
     State end();
 
     State state() const { return m_state; }
-    /// Whether anything came since reset().
+    /// Whether anything was received since reset().
     bool hasBegun() const { return m_begun; }
-    /// Whether another request may follow on the connection: the response is complete, nothing came behind
-    /// it, and the peer keeps the connection.
+    /// Whether the connection can be reused: the response is complete, nothing was received after it, and the
+    /// peer keeps the connection open.
     bool keepsConnection() const;
     /// Why the response is malformed or too large.
     const QString& error() const { return m_error; }

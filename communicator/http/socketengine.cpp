@@ -13,12 +13,12 @@ namespace {
 
 QString unknownDevice()
 {
-    return QStringLiteral("the device is not known and its key is no address");
+    return QStringLiteral("the device key is neither known nor an address such as host:port");
 }
 
 } // namespace
 
-// Daemon exchanges have connections of their own, so that neither traffic class waits for the other.
+// Daemon exchanges have their own connections, so that neither traffic class waits for the other.
 struct SocketEngine::Queues
 {
     Queues(IoLoop& loop, const TransferLimits& limits)
@@ -55,22 +55,47 @@ bool SocketEngine::start(const HttpRequest& request, std::function<void(const Ht
 {
     const auto started = std::chrono::steady_clock::now();
     std::shared_ptr<const Device> device = m_registry->find(request.deviceKey);
-    const QString fault = device ? faultOfRequest(request) : unknownDevice();
-    const bool valid = fault.isEmpty() && !m_stopped;
+    const QString error = device ? errorOfRequest(request) : unknownDevice();
+    const bool valid = error.isEmpty() && !m_stopped;
     m_loop->post(
-        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, fault] {
-            if (!fault.isEmpty()) {
-                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, fault, started));
+        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, error] {
+            if (!error.isEmpty()) {
+                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, error, started));
                 return;
             }
             std::optional<RequestQueue>& queue = request.daemon ? queues->daemon : queues->normal;
             if (queue) {
                 queue->add(request, device, done, started);
             } else {
-                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedReason(), started));
+                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), started));
             }
         });
     return valid;
+}
+
+void SocketEngine::cancel(ExchangeId id)
+{
+    if (id == 0) {
+        return; // names none
+    }
+    m_pool.cancel(id);
+    m_loop->post([queues = m_queues, id] {
+        if (queues->normal) {
+            queues->normal->cancel(id);
+            queues->daemon->cancel(id);
+        }
+    });
+}
+
+void SocketEngine::cancelAll(const QString& deviceKey)
+{
+    m_pool.cancelAll(deviceKey);
+    m_loop->post([queues = m_queues, deviceKey] {
+        if (queues->normal) {
+            queues->normal->cancelAll(deviceKey);
+            queues->daemon->cancelAll(deviceKey);
+        }
+    });
 }
 
 void SocketEngine::abort(const QString& deviceKey)
@@ -94,7 +119,7 @@ void SocketEngine::stop()
         queues->normal.reset();
         queues->daemon.reset();
     };
-    // On the loop's thread an observer calls, from within one of the exchanges: they end when it has
+    // On the loop's thread the caller is an observer inside one of the exchanges, so they end after it has
     // returned.
     if (m_loop->isHere()) {
         m_loop->post(endAll);

@@ -13,8 +13,8 @@ namespace Krelm::Communicator::HttpDevice {
 class IoLoop;
 class RequestQueue;
 
-/// The built-in engine. Blocking exchanges run on their caller's thread, the others on the loop's.
-/// May be used from any thread.
+/// The built-in engine. Blocking exchanges run on their caller's thread, the others on the loop's thread. May
+/// be used from any thread.
 class SocketEngine : public HttpEngine
 {
 public:
@@ -25,10 +25,14 @@ public:
     HttpReply exchange(const HttpRequest& request) override;
     bool start(const HttpRequest& request, std::function<void(const HttpReply&)> done) override;
 
+    void cancel(ExchangeId id) override;
+    void cancelAll(const QString& deviceKey) override;
+
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
-    /// Ends all exchanges with `Aborted`; later ones end so at once. An observer may call it: the exchange
-    /// that it is told of, and on the loop's thread all that do not block, then end after it has returned.
+    /// Ends all exchanges with `Aborted`; later ones are aborted at once. An observer may call it; the
+    /// exchange reported to it, and on the loop's thread all non-blocking ones, then end after it has
+    /// returned.
     void stop();
 
 private:
@@ -36,7 +40,7 @@ private:
     ConnectionPool m_pool;
     const std::shared_ptr<const DeviceRegistry> m_registry;
     const std::shared_ptr<IoLoop> m_loop;
-    const std::shared_ptr<Queues> m_queues; ///< touched on the loop's thread only
+    const std::shared_ptr<Queues> m_queues; ///< used on the loop's thread only
     std::atomic<bool> m_stopped{false};
 };
 

@@ -10,9 +10,9 @@ std::chrono::milliseconds timeLimit(const HttpRequest& request)
     return std::chrono::milliseconds(request.expectedTime > 0 ? request.expectedTime : defaultExpectedTime);
 }
 
-QString timeOutReason(const HttpRequest& request)
+QString timeOutError(const HttpRequest& request)
 {
-    return QStringLiteral("no whole reply within %1 ms").arg(timeLimit(request).count());
+    return QStringLiteral("no complete reply within %1 ms").arg(timeLimit(request).count());
 }
 
 } // namespace Krelm::Communicator::HttpDevice

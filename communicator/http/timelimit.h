@@ -8,10 +8,10 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// How long @p request may take.
+/// The time limit of @p request.
 std::chrono::milliseconds timeLimit(const HttpRequest& request);
-/// Why an exchange that took longer failed.
-QString timeOutReason(const HttpRequest& request);
+/// The reason text of exchanges that exceed it.
+QString timeOutError(const HttpRequest& request);
 
 } // namespace Krelm::Communicator::HttpDevice
 

@@ -3,7 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
-#include "communicator/json/jsonwriter.h"
+#include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
 
@@ -16,17 +16,17 @@ class PendingReply;
 class Q_DECL_HIDDEN HttpJsonPackage::Private
 {
 public:
-    /// The package as the value that an engine takes; the body is shared, not copied.
+    /// The package as a value for an engine; the body is shared, not copied.
     static HttpRequest request(const HttpJsonPackage* package);
     /// Whether the package was given a JSON body that could not be written.
     static bool lacksBody(const HttpJsonPackage* package);
-    /// Why not.
-    static QString faultOfBody(const HttpJsonPackage* package);
-    /// What @p read takes of the reply's `data`; nothing after a failure. A reply that is no JSON object gets
-    /// one line in the log, however often it is read.
+    /// Why it could not.
+    static QString errorOfBody(const HttpJsonPackage* package);
+    /// Decodes the reply's `data` with @p read; empty after a failure. A reply that is not a JSON object is
+    /// logged once, however often it is read.
     template <class Data>
     static Data decode(const HttpJsonPackage* package, Data (*read)(const QByteArray& reply, bool* isObject));
-    /// The package's next reply: what was pending before is dropped.
+    /// Creates the package's next reply; one that was pending before is dropped.
     static std::shared_ptr<PendingReply> newPending(HttpJsonPackage* package);
 
     explicit Private(quint64 packageNumber)
@@ -40,14 +40,14 @@ public:
     QMap<QString, QString> requestHeaders;
     QByteArray body;
     bool bodyIsJson = false;
-    Json::Unwritable bodyFault = {}; // why the JSON body is empty
+    Json::Unwritable bodyError = {}; // why the JSON body is empty
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;
 
     HttpSimpleState state = Success;
     QByteArray received;
-    bool unreadableLogged = false; // that `received` is no JSON object
+    bool unreadableLogged = false; // that `received` is not a JSON object
     QMap<QString, QString> responseHeaders;
 
     std::shared_ptr<PendingReply> pending;

@@ -34,8 +34,8 @@ void PendingReply::settle(const HttpReply& reply)
     }
     m_settled = true;
     m_reply = reply;
-    // Posted under the lock: the package's destructor waits in detach() until its event queue holds the call,
-    // and then removes it.
+    // Posted while holding the lock: the package's destructor waits in detach() until the call is in its
+    // event queue, and then removes it.
     postCall(m_package, [package = m_package, self = shared_from_this()] {
         HttpReply settled;
         if (self->take(settled)) {

@@ -11,17 +11,17 @@ namespace Krelm::Communicator::HttpDevice {
 
 class HttpJsonPackage;
 
-/// Puts what the engine answered into @p package. On the package's thread.
+/// Stores the engine's reply in @p package. On the package's thread.
 void putReply(HttpJsonPackage* package, const HttpReply& reply);
 
-/// What a package in flight and the engine's completion share: decides the race between the package's
-/// destruction and the reply, and hands the reply from the engine's thread to the package's.
+/// Shared by a package in flight and the engine's completion: resolves the race between the package's
+/// destruction and the reply, and passes the reply from the engine's thread to the package's.
 class PendingReply : public std::enable_shared_from_this<PendingReply>
 {
 public:
     explicit PendingReply(HttpJsonPackage* package);
 
-    /// The package is being destroyed or sent anew: whatever comes is dropped. On the package's thread.
+    /// The package is being destroyed or sent again; a later reply is dropped. On the package's thread.
     void detach();
 
     /// Posts @p reply to the package's thread, where take() fetches it. Only the first call counts. From any
@@ -38,7 +38,8 @@ private:
     HttpReply m_reply;
 };
 
-/// The engine's half of a PendingReply: an engine that drops it without an answer has aborted the request.
+/// The engine's half of a PendingReply: if the engine destroys it without a reply, the request ends as
+/// `Aborted`.
 class ReplyPromise
 {
 public:

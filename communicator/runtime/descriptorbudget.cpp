@@ -11,6 +11,7 @@ size_t descriptorBudget(size_t share, size_t each)
     rlimit limit{};
     const size_t descriptors =
         getrlimit(RLIMIT_NOFILE, &limit) == 0 ? static_cast<size_t>(limit.rlim_cur) : 1024;
+    // Some systems allow a billion, and a tight limit must stop nothing.
     return std::clamp<size_t>(descriptors / share / each, 16, 4096);
 }
 

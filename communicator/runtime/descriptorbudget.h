@@ -6,8 +6,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// How many things that take @p each file descriptors may use a @p share th of what the process may open:
-/// between 16 and 4096.
+/// The number of objects, using @p each file descriptors each, that fit into 1/@p share of the process's
+/// limit on open descriptors; between 16 and 4096.
 size_t descriptorBudget(size_t share, size_t each);
 
 } // namespace Krelm::Communicator::HttpDevice

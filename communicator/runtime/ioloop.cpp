@@ -16,8 +16,8 @@ namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A frame of its own, so that the thread sanitizer can be told of this call alone: the descriptor may be
-// closed and another thread's by now.
+// A function of its own, so that a thread-sanitizer suppression can match this call alone: the descriptor may
+// have been closed and reused by another thread by now.
 [[gnu::noinline]] bool stopPolling(int epoll, int descriptor)
 {
     return epoll_ctl(epoll, EPOLL_CTL_DEL, descriptor, nullptr) == 0;
@@ -37,7 +37,7 @@ IoLoop::IoLoop()
 
 void IoLoop::startThread()
 {
-    // The application's signals are for its own threads.
+    // The application's signals are handled on its own threads.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -58,7 +58,7 @@ IoLoop::~IoLoop()
 void IoLoop::wake()
 {
     const std::uint64_t one = 1;
-    // Can only fail when the counter is full, and then the loop wakes up anyway.
+    // Can fail only if the counter is full, in which case the loop wakes up anyway.
     [[maybe_unused]] const ssize_t written = write(m_wakeUp, &one, sizeof one);
 }
 
@@ -92,7 +92,7 @@ void IoLoop::run(const std::function<void()>& task)
     std::unique_lock<std::mutex> lock(m_mutex);
     const bool running = !m_stopping;
     lock.unlock();
-    // A loop that stops meanwhile drops the task, which ends the wait as well.
+    // A loop that stops meanwhile destroys the task, which ends the wait as well.
     const auto done = std::make_shared<std::atomic<bool>>(false);
     if (running) {
         auto left = std::make_shared<std::promise<void>>();
@@ -170,7 +170,7 @@ void IoLoop::runTimers()
     }
 }
 
-// Returns false when the loop is to end.
+// Returns false if the loop should end.
 bool IoLoop::runTasks()
 {
     std::vector<std::function<void()>> tasks;
@@ -202,8 +202,8 @@ void IoLoop::loop()
                 [[maybe_unused]] const ssize_t got = read(m_wakeUp, &ignored, sizeof ignored);
                 continue;
             }
-            // An earlier watcher of this round may have removed or replaced this one: take it by value, if it
-            // is there.
+            // An earlier watcher of this round may have removed or replaced this one, so look it up and copy
+            // it.
             const auto watcher = m_watchers.find(event.data.fd);
             if (watcher != m_watchers.end()) {
                 const Watcher call = watcher->second;

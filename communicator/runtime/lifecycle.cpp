@@ -48,8 +48,8 @@ bool isClosed()
 
 void onChange(void (*stop)(), void (*restart)())
 {
-    // The TLS library releases its tables in an exit handler of its own, registered by this call. Exit
-    // handlers run in reverse order, so the guard must come second: the transport then stops while TLS still
+    // The TLS library frees its tables in an exit handler, which this call registers. Exit handlers run in
+    // reverse order, so the guard must be registered after it: the transport then stops while TLS still
     // works.
     curl_global_init(CURL_GLOBAL_DEFAULT);
     stopTransport = stop;

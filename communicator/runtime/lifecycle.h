@@ -4,16 +4,16 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// When the transport may run. It is open from the start, closes when the QCoreApplication goes or, without
-/// one, when the process ends, and opens again with the next QCoreApplication. While it is closed nothing is
-/// sent and nothing is called. May be used from any thread.
+/// When the transport may run. It is open at first, closes when the QCoreApplication is destroyed or, without
+/// one, when the process ends, and opens again with the next QCoreApplication. While it is closed, nothing is
+/// sent and no callbacks are called. May be used from any thread.
 namespace Lifecycle {
 
 /// Whether nothing may be sent or called any more.
 bool isClosed();
 
-/// Has @p stop called on each closing, after isClosed() turned true, and @p restart on each opening, after it
-/// turned false. To be called once.
+/// Registers @p stop, called on each closing, after isClosed() has become true, and @p restart, called on
+/// each opening, after it has become false. Call this once.
 void onChange(void (*stop)(), void (*restart)());
 
 } // namespace Lifecycle

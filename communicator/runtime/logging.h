@@ -7,14 +7,14 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// `tessel.http`: one warning per failed exchange, one information line per finished one, one warning per
-/// reply that was to be decoded and is no JSON object.
+/// `tessel.http`: a warning for each failed exchange, an info message for each finished one, and a warning
+/// for each reply that should be decoded but is not a JSON object.
 Q_DECLARE_LOGGING_CATEGORY(httpLog)
-/// `tessel.events`: what the push channels do.
+/// `tessel.events`: the activity of the event streams.
 Q_DECLARE_LOGGING_CATEGORY(eventLog)
 
-/// @p deviceKey as it may stand in a log line: what could be a login before an `@` is masked, control
-/// characters are replaced.
+/// @p deviceKey in a form that can be logged: anything before an `@`, which could be a login, is masked, and
+/// control characters are replaced.
 QString printableKey(const QString& deviceKey);
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -10,9 +10,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// A call that one thread makes up and another runs, and that either of them may drop. Its flag alone orders
-/// what they do with it, so that the hand-over does not lean on what Qt's event queue synchronises inside,
-/// where the thread sanitizer sees nothing.
+/// A closure created on one thread and run or destroyed on another. The hand-over is synchronised by its own
+/// flag alone, and not by Qt's event queue, whose synchronisation the thread sanitizer cannot see.
 template <class Call>
 class PostedCall
 {
@@ -45,7 +44,7 @@ private:
     std::atomic<bool> m_released{false};
 };
 
-/// Runs @p call later on the thread of @p receiver; never if the receiver goes before.
+/// Runs @p call later on the thread of @p receiver, unless the receiver is destroyed first.
 template <class Call>
 void postCall(QObject* receiver, Call call)
 {

@@ -4,7 +4,7 @@
 
 #include <QtGlobal>
 
-/// Marks what libcommunicator exports; everything else stays hidden.
+/// Exports a symbol from libcommunicator; all others are hidden.
 #ifdef COMMUNICATOR_LIBRARY
 #define COMMUNICATOR_EXPORT Q_DECL_EXPORT
 #else

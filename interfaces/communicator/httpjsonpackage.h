@@ -14,9 +14,12 @@ namespace Krelm::Communicator::HttpDevice {
 
 /// One request to a device and its reply.
 ///
-/// A package is filled, sent once, answered, read and destroyed; it is never sent again. It belongs to the
-/// thread that owns it, and all of its operations are called there. It may be destroyed at any time, also
-/// while its request is in flight: the reply is then dropped.
+/// Fill a package, send it once through HttpProxy, read the reply, and destroy it; a package cannot be sent
+/// again. Use it only on the thread it lives in (`QObject::thread()`). It may be destroyed at any time, even
+/// while its request is in flight; the reply is then dropped.
+///
+/// After a failure getSimpleState() tells the kind and replyStatus the HTTP status; the log category
+/// `tessel.http` and exchange observers (`communicator/exchangeobserver.h`) give the reason as text.
 class COMMUNICATOR_EXPORT HttpJsonPackage : public QObject, public IHttpVersionTrigger
 {
     Q_OBJECT
@@ -45,54 +48,57 @@ public:
     HttpSimpleState getSimpleState() const override;
     void setSimpleState(HttpSimpleState state) override;
 
-    /// Sets the path from the route table, placeholders such as `{id}` unexpanded; may be empty.
+    /// Sets the path as the route table has it, with placeholders such as `{id}` unexpanded.
+    /// @warning An empty path is accepted here and makes the request fail with `InvalidRequest`.
     void setUrl(const QString& path);
-    /// `{name}` in the path is replaced by @p value, percent-encoded as one segment. A name that the path
-    /// lacks is ignored.
+    /// Sets the value that replaces `{name}` in the path, percent-encoded as one path segment (RFC 3986).
+    /// A name that does not occur in the path is ignored.
     void addPlaceHolders(const QString& name, const QString& value);
-    /// Adds or replaces one query parameter. The value is kept as it is and percent-encoded on the wire.
+    /// Adds or replaces one query parameter. The value is stored unencoded and percent-encoded when sent.
     void addParameters(const QString& name, const QString& value);
     /// Replaces all query parameters.
     void setParameters(const QMap<QString, QString>& parameters);
-    /// Writes @p body, a map or a list, as compact JSON into the request body; content type application/json
-    /// unless the request headers give one. A body that nests too deep to be written, or is longer than
-    /// 2 GiB, makes the request end with `InvalidRequest`.
+    /// Sets the request body to @p body, a map or a list, written as compact JSON (RFC 8259). The content
+    /// type is application/json unless the request headers contain one. A body that is nested too deeply or
+    /// longer than 2 GiB makes the request end with `InvalidRequest`.
     void setRequestWithJsonObj(const QVariant& body);
-    /// Sets the request body to raw bytes, sent as they are; without a content type unless the request
-    /// headers give one.
+    /// Sets the request body to raw bytes, which are sent unchanged. There is no content type unless the
+    /// request headers contain one.
     void setRequestData(const QByteArray& data);
-    /// Replaces the request headers. Names go out as they are written.
+    /// Replaces the request headers. Names are sent as spelt here.
     void setRequestHeader(const QMap<QString, QString>& headers);
-    /// Marks a request of a long-running device task: it travels on connections of its own, so that neither
-    /// it nor normal traffic waits for the other.
+    /// Marks a request that starts a long-running task of the device: it uses connections of its own, so that
+    /// neither it nor normal requests wait for the other.
     void setDaemonFlag(bool daemon);
     /// Whether setDaemonFlag(true) was called.
     bool daemonFlag() const;
-    /// The key of the device that the package was sent to or is meant for; empty while neither was told.
+    /// The key given to setDevkey(), or of the device to which the package was sent; empty before either.
     QString getDevkey() const;
-    /// Stores the device's key; it does not say where the package goes. The transport calls it when it sends
-    /// the package, an application before it hands one to an operation that fills it for its device.
+    /// Stores the device's key. The transport calls this when it sends the package; an application calls it
+    /// before passing the package to an operation that fills it for its device.
+    /// @warning This does not select the destination: the request goes to the key passed to HttpProxy.
     void setDevkey(const QString& deviceKey);
 
-    /// The reply's `data` object, flattened: a member of a nested object stands under a key path with dots,
-    /// an array stays one entry holding a QList<QVariant>, an empty nested object one entry holding an empty
-    /// map. Empty when the exchange failed, the body is no JSON, or `data` is no object.
+    /// The reply's `data` object, flattened: members of nested objects become entries whose keys are paths
+    /// joined by dots; an array remains one entry that holds a QList<QVariant>, and an empty nested object
+    /// one entry that holds an empty map. Empty if the exchange failed, the body is not JSON, or `data` is
+    /// not an object.
     QMap<QString, QVariant> getRoutesJsonMap() const;
-    /// The elements of the reply's `data` array, each object among them flattened as by getRoutesJsonMap().
-    /// Empty when the exchange failed, the body is no JSON, or `data` is no array.
+    /// The elements of the reply's `data` array, with each object flattened as by getRoutesJsonMap(). Empty
+    /// if the exchange failed, the body is not JSON, or `data` is not an array.
     QList<QVariant> getRoutesJsonDataListMap() const;
-    /// The elements of the reply's `data` array as parsed. Empty as for getRoutesJsonDataListMap().
+    /// The elements of the reply's `data` array as parsed; empty in the same cases.
     QList<QVariant> getJsonDataListMap() const;
 
-    /// Where HttpProxy::getFileDownloadSync() stores the reply body. The file appears on success only.
+    /// The file in which HttpProxy::getFileDownloadSync() stores the reply body; written only on success.
     QString fileDownloadPath;
-    /// The reply's HTTP status, 0 when no reply came.
+    /// The HTTP status of the reply (RFC 9110), or 0 if there was no reply.
     int replyStatus = 0;
 
 Q_SIGNALS:
-    /// The exchange ended, well or not: once per non-blocking request, on the thread that owns the package,
-    /// from its event loop and never from inside the call that started the request. State, body and headers
-    /// are set before. Blocking requests do not raise it.
+    /// The exchange has finished, successfully or not. Emitted once per non-blocking request, on the thread
+    /// that the package lives in, by its event loop and never from inside the call that started the request.
+    /// State, body and headers are already set. Blocking requests do not emit it.
     void readyRead(Krelm::Communicator::HttpDevice::HttpJsonPackage* package);
 
 private:

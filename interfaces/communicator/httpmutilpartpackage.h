@@ -7,7 +7,7 @@
 namespace Krelm::Communicator::HttpDevice {
 
 // Quirk: Misspelt names are part of the interface.
-/// A package whose body is multipart/form-data (RFC 7578). Threads as for HttpJsonPackage.
+/// A package whose body is multipart/form-data (RFC 7578). The thread rules of HttpJsonPackage apply.
 class COMMUNICATOR_EXPORT HttpMutilPartPackage : public HttpJsonPackage
 {
     Q_OBJECT
@@ -16,12 +16,12 @@ public:
     explicit HttpMutilPartPackage(QObject* parent);
     ~HttpMutilPartPackage() override;
 
-    /// Sets the parts, by field name. A QByteArray goes out as a binary part, a QUrl of a local file as that
-    /// file, streamed with its name, a QString as text, everything else as a JSON part. A file that cannot be
-    /// read ends the request with `FileFailure` before anything is sent. A content type among the request
-    /// headers is left out.
+    /// Sets the parts, keyed by field name. A QByteArray is sent as a binary part, the QUrl of a local file
+    /// as that file with its name, a QString as text, and everything else as a JSON part. Files are read
+    /// while they are sent; if one cannot be opened, the request ends with `FileFailure` before anything is
+    /// sent. A content type among the request headers is ignored.
     void setHttpMultiPartData(const QMap<QString, QVariant>& parts);
-    /// The parts as they were set.
+    /// The parts given to setHttpMultiPartData().
     QMap<QString, QVariant> httpMultiPartData() const;
 
 private:

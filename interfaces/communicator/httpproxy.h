@@ -15,73 +15,91 @@ namespace Krelm::Communicator::HttpDevice {
 class HttpEngine;
 struct DeviceEndpoint;
 
-/// The face of the transport: sends packages to devices and tells of devices and their events.
+/// The entry point of the transport: sends packages to devices, and reports devices and their events.
 ///
-/// Requests may be made from any thread. Blocking ones run on the caller's thread and return when the
-/// exchange ended or the package's expected time passed; requests to other devices proceed meanwhile.
-/// Non-blocking ones return at once; the package's `readyRead` follows exactly once, on the thread that owns
-/// the package. The package must belong to the calling thread.
+/// Requests can be made from any thread, with packages that live in the calling thread. A blocking request
+/// runs on the caller's thread and returns when the exchange has finished or the package's expected time has
+/// passed, 10 s by default; requests to other devices are not held up. A non-blocking request returns at once
+/// and is followed by the package's `readyRead`, exactly once, on the thread that the package lives in. The
+/// outcome is in the package, see HttpJsonPackage.
 ///
-/// A `deviceKey` is one that addDevice() named, or reads as an address itself: `http(s)://host[:port]` or
-/// `host[:port]`.
+/// A `deviceKey` is either a key registered with addDevice(), or an address: `http(s)://host[:port]`,
+/// `host:port`, or a host that contains a dot or is `localhost`. Any other key is unknown, and a request to
+/// it ends with `InvalidRequest`.
 class COMMUNICATOR_EXPORT HttpProxy : public QObject
 {
     Q_OBJECT
 public:
-    /// The process-wide proxy, created on first use and never deleted. It lives on the application's thread.
+    /// The proxy of this process, created on first use and never deleted. It lives in the application's main
+    /// thread.
     static HttpProxy* getInstance();
 
-    /// Starts the transport: with @p events `true` requests and the push channel of every known device and of
-    /// those added later, with `false` requests only. Requests work without it as well.
+    /// Starts the transport. With @p events, it also opens the event stream of every known device, now and
+    /// whenever one is added; without, it closes them. Requests work without this call.
     void initialize(bool events);
 
-    /// Makes a GET and returns when it ended; the package then has state, body and headers.
+    /// Performs a GET (RFC 9110) and blocks until it has finished; the package then has state, body and
+    /// headers.
     void getSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Makes a PUT, as getSync().
+    /// Performs a PUT, like getSync().
     void putSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Makes a POST, as getSync().
+    /// Performs a POST, like getSync().
     void postSync(const QString& deviceKey, HttpJsonPackage* package);
-    /// Makes a DELETE, as getSync().
+    /// Performs a DELETE, like getSync().
     void delSync(const QString& deviceKey, HttpJsonPackage* package);
     // Quirk: Misspelt names are part of the interface.
-    /// PUT of a multipart body.
+    /// Performs a PUT with a multipart body and blocks until it has finished.
     void putMutilPartSync(const QString& deviceKey, HttpMutilPartPackage* package);
-    /// GET whose body is stored in HttpJsonPackage::fileDownloadPath: written beside the destination first
-    /// and renamed when it is whole, so that a failure leaves an earlier file as it was.
+    /// Performs a GET, blocks until it has finished, and stores the body in
+    /// HttpJsonPackage::fileDownloadPath. The body is written to a file beside the destination, which
+    /// replaces the destination once it is complete; a failure leaves an existing file unchanged.
     void getFileDownloadSync(const QString& deviceKey, HttpJsonPackage* package);
 
-    /// Starts a GET. @return whether it was handed over; `readyRead` follows in either case.
+    /// Starts a GET and returns at once.
+    /// @return whether it was started; `readyRead` follows in either case.
     bool get(const QString& deviceKey, HttpJsonPackage* package);
-    /// Starts a PUT; returns as get() does.
+    /// Starts a PUT; returns like get().
     bool put(const QString& deviceKey, HttpJsonPackage* package);
-    /// Starts a POST; returns as get() does.
+    /// Starts a POST; returns like get().
     bool post(const QString& deviceKey, HttpJsonPackage* package);
     // Quirk: The PUT for many devices does not block in spite of its name.
-    /// Starts a PUT, for the fan-out to many devices under one event loop; does not block in spite of its
-    /// name.
+    /// Starts a PUT, used to write to many devices at once under one event loop.
+    /// @warning Despite its name it does not block; wait for `readyRead`.
     void putMultSync(const QString& deviceKey, HttpJsonPackage* package);
 
-    /// Makes a device known under @p deviceKey, or gives it another address or login. An invalid key or
-    /// endpoint is refused with one log line. @return whether the device is known now.
+    /// Registers a device under @p deviceKey, or changes the address, login or trust of a registered one. An
+    /// invalid key or endpoint is refused, and the log (`tessel.http`) gives the reason. May be called from
+    /// any thread.
+    /// @return whether the endpoint was accepted.
     bool addDevice(const QString& deviceKey, const DeviceEndpoint& endpoint);
-    /// Forgets a device: its requests in flight end with `Aborted`, its event stream is closed and
-    /// deviceLogout() follows. @return whether it was known.
+    /// Removes a device: its requests in flight end with `Aborted`, its event stream is closed, and
+    /// deviceLogout() follows. May be called from any thread.
+    /// @return whether it was registered.
     bool removeDevice(const QString& deviceKey);
-    /// The keys of all devices made known by addDevice(), sorted.
+    /// The keys of all devices registered with addDevice(), sorted.
     QStringList devices() const;
 
-    /// Replaces the engine; null restores the built-in one. What the old engine had in flight ends with
-    /// `Aborted`. To be called from the application's thread while no blocking request runs.
+    /// Ends the exchange @p exchange (`communicator/exchangeid.h`) at once with `Aborted`, whatever thread it
+    /// is on; nothing when it has ended. ExchangeIds::cancel() ends all exchanges of an operation.
+    /// @warning What had gone out may have been executed by the device. Any thread.
+    void cancel(quint64 exchange);
+    /// Ends all exchanges with @p deviceKey that are under way or wait with `Aborted`; the device stays known
+    /// and its event stream open. Any thread.
+    void cancelAll(const QString& deviceKey);
+
+    /// Replaces the engine; null restores the built-in one. Requests in flight with the old engine end with
+    /// `Aborted`. Call it on the application's main thread while no blocking request is running.
     void setEngine(std::unique_ptr<HttpEngine> engine);
 
 Q_SIGNALS:
-    /// The set of known devices changed: after addDevice() of a new key and after removeDevice(). Never from
-    /// inside those calls; on the proxy's thread.
+    /// The set of registered devices has changed. Emitted after addDevice() with a new key and after
+    /// removeDevice(), on the proxy's thread and never from inside those calls.
     void deviceChanged();
-    /// The device has gone: removed, or its push channel stayed away for longer than the transport waits.
-    /// Once per departure, on the proxy's thread.
+    /// The device is gone: it was removed, or its event stream could not be restored in time. Emitted once
+    /// per departure, on the proxy's thread.
     void deviceLogout(const QString& deviceKey);
-    /// The device pushed an event; @p data is UTF-8 JSON. In the order of the device, on the proxy's thread.
+    /// The device pushed an event; @p data is its JSON text in UTF-8. Emitted in the order in which the
+    /// device sent the events, on the proxy's thread.
     void deviceAutoReportData(const QByteArray& data, const QString& deviceKey);
 
 private:

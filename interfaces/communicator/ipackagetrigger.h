@@ -10,52 +10,54 @@
 
 namespace Krelm::Communicator {
 
-/// What a transport needs of a request and fills of its reply, whatever the protocol.
+/// A request and its reply as a transport sees them, whatever the protocol.
 ///
-/// The order of the virtual operations is part of the binary interface and does not change.
-/// A package belongs to the thread that owns it; none of these operations may be called from another one.
+/// The order of the virtual functions is part of the binary interface and must not change. Use a package only
+/// on the thread it lives in.
 class COMMUNICATOR_EXPORT IPackageTrigger
 {
 public:
     virtual ~IPackageTrigger();
 
-    /// The raw reply body, also that of a whole reply with a failure status; empty before the reply and when
-    /// none came whole.
+    /// The raw reply body, including that of a complete reply with a failure status; empty before the reply
+    /// and if no complete reply arrived.
     virtual QByteArray getReceiveData() const = 0;
     /// Stores the raw reply body. For the transport only.
     virtual void setReceiveData(const QByteArray& data) = 0;
-    /// A text that no other package of this process has, for the transport's bookkeeping.
+    /// A name that is unique among the packages of this process, for the transport's bookkeeping.
     virtual QString getIdentity() const = 0;
-    /// The path as it was set, placeholders unexpanded; possibly empty.
+    /// The path with placeholders unexpanded; may be empty.
     virtual QString getUrl() const = 0;
-    /// The value of one request header, empty when it is not set. Names compare exactly.
+    /// The value of one request header, empty if it is not set. Names are compared exactly.
     virtual QString requestHeader(const QString& key) const = 0;
     /// All request headers.
     virtual QMap<QString, QString> requestHeader() const = 0;
-    /// The value of one query parameter, empty when it is not set.
+    /// The value of one query parameter, empty if it is not set.
     virtual QString parameters(const QString& key) const = 0;
-    /// All query parameters, values unencoded.
+    /// All query parameters, with unencoded values.
     virtual QMap<QString, QString> parameters() const = 0;
-    /// The value for one placeholder, empty when it is not set.
+    /// The value for one placeholder, empty if it is not set.
     virtual QString placeHolders(const QString& key) const = 0;
     /// All placeholder values, unencoded.
     virtual QMap<QString, QString> placeHolders() const = 0;
     /// Replaces the response headers. For the transport only.
     virtual void setResponseHeader(const QMap<QString, QString>& headers) = 0;
-    /// Adds one response header in place of any of the same name, however spelled. For the transport only.
+    /// Adds one response header; replaces headers of the same name in any case. For the transport only.
     virtual void addResponseHeader(const QString& name, const QString& value) = 0;
-    /// The value of one response header, empty when the reply had none. Names compare without regard to case
-    /// (RFC 9110, 5.1); where several spellings stand, the one that is exactly @p key comes first. Lines of
-    /// one name are one value, joined by ", ".
+    /// The value of one response header, empty if the reply has none. Names are compared without regard to
+    /// case (RFC 9110, "Field Names"); among several spellings an exact match is preferred. Header lines of
+    /// the same name are joined into one value by ", ".
     virtual QString responseHeader(const QString& key) const = 0;
-    /// All response headers, names as the device spelled them; of a name that came in several spellings the
-    /// first. Look one up with responseHeader(key): a device may change the spelling with its firmware.
+    /// All response headers, with names as the device spelt them; a name that occurs in several spellings has
+    /// the first one. To look up a header use responseHeader(key), since spellings can change with the
+    /// device's firmware.
     virtual QMap<QString, QString> responseHeader() const = 0;
-    /// The request body as it goes out.
+    /// The request body as it is sent.
     virtual QByteArray requestData() const = 0;
-    /// Sets how long the whole exchange may take, in milliseconds.
+    /// Sets the time limit of the whole exchange, from queueing to the end of the reply, in milliseconds.
+    /// With 0 or a negative value the transport applies its default of 10000 ms.
     virtual void setExpectedTime(int milliseconds) = 0;
-    /// What setExpectedTime() was given, or the transport's default of 10000 ms.
+    /// The value given to setExpectedTime(), or 10000 if it was never called.
     virtual int expectedTime() const = 0;
 };
 

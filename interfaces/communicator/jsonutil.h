@@ -8,18 +8,20 @@
 #include <QString>
 #include <QVariant>
 
-/// Reads the JSON text of a pushed event. Stateless; may be called from any thread.
+/// Parses the JSON text (RFC 8259) of a pushed event. Stateless; may be called from any thread.
 ///
-/// Numbers become `qlonglong`, `qulonglong` or `double` as the text requires; of a duplicate key the last one
-/// counts. Both operations empty @p out first and leave it empty on failure: no JSON, no object at the top,
-/// nested too deep.
+/// Numbers become `qlonglong`, `qulonglong` or `double` as required; the last of several equal keys wins.
+/// Both functions clear @p out first, and leave it empty if the text is not JSON, is not an object, or is
+/// nested too deeply.
 class COMMUNICATOR_EXPORT JsonUtil
 {
 public:
-    /// All members, flattened to key paths with dots. @return whether @p text is a JSON object.
+    /// Stores all members, flattened to key paths joined by dots. @return whether @p text is a JSON object.
     static bool fromJsonToKeyPathMap(const QString& text, QMap<QString, QVariant>& out);
     // Quirk: The operation named "without data" keeps the data.
-    /// The top-level members as parsed, nested values left as maps and lists. @return as above.
+    /// Stores the top-level members as parsed, with nested values as maps and lists.
+    /// @warning Despite its name it also stores the members that carry data, such as `eventData`.
+    /// @return whether @p text is a JSON object.
     static bool fromJsonToMapWithoutData(const QString& text, QMap<QString, QVariant>& out);
 };
 

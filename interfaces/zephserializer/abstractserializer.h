@@ -14,24 +14,24 @@ namespace Zeph::Serialize {
 
 class Serializable;
 
-/// Reads a record from the bytes of a document. One object is used by one thread at a time.
+/// Reads a record from a serialised document. An object must be used by only one thread at a time.
 class ZEPHSERIALIZER_EXPORT AbstractSerializer
 {
 public:
     AbstractSerializer();
     virtual ~AbstractSerializer();
 
-    /// The flags that load() hands to the record.
+    /// Sets the flags that load() passes to the record.
     void setAttribute(QFlags<Attribute> attribute);
-    /// The flags as they were set; none at first.
+    /// The flags given to setAttribute(); initially none.
     QFlags<Attribute> attribute() const;
-    /// Parses @p bytes and deserializes them into @p target; with a @p name, the member of that name.
-    /// @return `false`, with @p target as it was, when the bytes are no valid document or hold no such
-    /// member.
+    /// Parses @p bytes and deserializes the document into @p target or, if @p name is not empty, only the
+    /// member of that name.
+    /// @return `false` with @p target unchanged if @p bytes is not a valid document or has no such member.
     bool load(const QByteArray& bytes, Serializable* target, const QString& name) const;
 
 protected:
-    /// Reads the document's top-level object. @return `false` when the bytes are no valid document.
+    /// Parses the document's top-level object. @return `false` if @p bytes is not a valid document.
     virtual bool parse(const QByteArray& bytes, QMap<QString, QVariant>& out) const = 0;
 
 private:

@@ -7,11 +7,11 @@
 namespace Zeph::Serialize {
 
 // Quirk: The flags of a serialisation change nothing.
-/// Flags that travel with a serialisation. Two values are in use: none, and 32 on a serializer that reads
-/// replies. The open serializer wraps nested records the same way under all of them.
+/// Flags passed along with a serialisation. Two values are used: none, and 32 when replies are read. They
+/// make no difference to this serializer, which wraps nested records in the same way for all flags.
 enum Attribute {
-    NoAttribute = 0,    ///< as it comes
-    ReplyAttribute = 32 ///< the bytes are a device's reply
+    NoAttribute = 0,    ///< no flags
+    ReplyAttribute = 32 ///< the document is a device's reply
 };
 Q_DECLARE_FLAGS(Attributes, Attribute)
 Q_DECLARE_OPERATORS_FOR_FLAGS(Attributes)

@@ -6,8 +6,9 @@
 
 namespace Zeph::Serialize {
 
-/// Reads a record from a JSON object (RFC 8259): members match properties by name. What the transport's
-/// decoders take for JSON, and no more, it takes as well: up to 256 levels. Threads as AbstractSerializer.
+/// Reads a record from a JSON object (RFC 8259), matching members to properties by name. It accepts exactly
+/// the texts that the transport's decoders accept, with up to 256 levels of nesting. The thread rules of
+/// AbstractSerializer apply.
 class ZEPHSERIALIZER_EXPORT JsonSerializer : public AbstractSerializer
 {
 public:

@@ -12,10 +12,10 @@
 
 namespace Zeph::Serialize {
 
-/// Base of every record: walks the properties of the record's meta-object.
+/// Base class of all records; reads and writes the properties in the record's meta-object.
 ///
-/// A record is a value without shared state; one object is used by one thread at a time. The order of the
-/// virtual operations is part of the binary interface and does not change.
+/// A record is a value without shared state; an object must be used by only one thread at a time. The order
+/// of the virtual functions is part of the binary interface and must not change.
 class ZEPHSERIALIZER_EXPORT Serializable
 {
     Q_GADGET
@@ -31,15 +31,15 @@ public:
     /// The meta-object of the record's own class.
     virtual const QMetaObject* metaObject() const;
     virtual ~Serializable();
-    /// A new copy of this record on the heap, owned by the caller.
+    /// Returns a new copy of this record on the heap, owned by the caller.
     virtual Serializable* clone() const = 0;
 
-    /// One entry per property of the record: name and value.
+    /// Returns the properties of the record by name.
     QMap<QString, QVariant> serialize(QFlags<Attribute> attribute) const;
-    /// Sets each property that @p map has a key for; the others keep their value. A value that does not
-    /// convert to the property's type leaves the property as it is.
+    /// Sets each property that has a key in @p map; the others keep their values. A value that cannot be
+    /// converted to the property's type leaves the property unchanged.
     void deserialize(const QMap<QString, QVariant>& map, QFlags<Attribute> attribute);
-    /// The flags of the serialize() or deserialize() that runs now, for nested records.
+    /// The flags of the running serialize() or deserialize(), for nested records.
     QFlags<Attribute> attribute() const;
 
 protected:
@@ -50,11 +50,11 @@ protected:
 
     /// Wraps the map of a nested record for its parent.
     QVariant packObjByAttribute(const QMap<QString, QVariant>& map) const;
-    /// The reverse of packObjByAttribute(); empty when @p value is no map.
+    /// The reverse of packObjByAttribute(); empty if @p value is not a map.
     QMap<QString, QVariant> unpackObjByAttribute(const QVariant& value) const;
-    /// Wraps the maps of a list of nested records; @p className is the item's.
+    /// Wraps the maps of a list of nested records; @p className is the class of the items.
     QVariant packListByAttribute(const QList<QVariant>& list, const char* className) const;
-    /// The reverse of packListByAttribute(); empty when @p value is no list.
+    /// The reverse of packListByAttribute(); empty if @p value is not a list.
     QList<QVariant> unpackListByAttribute(const QVariant& value, const char* className) const;
 
 private:

@@ -4,7 +4,7 @@
 
 #include <QtGlobal>
 
-/// Marks what libzephserializer exports; everything else stays hidden.
+/// Exports a symbol from libzephserializer; all others are hidden.
 #ifdef ZEPHSERIALIZER_LIBRARY
 #define ZEPHSERIALIZER_EXPORT Q_DECL_EXPORT
 #else

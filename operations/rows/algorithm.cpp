@@ -10,9 +10,9 @@ Operations algorithmOperations()
 {
     using C = Algorithm;
     return {
-        operation("getRGBLight", &C::getRGBLight, {"deviceKey", "params", "reply"}),
-        operation("getWhiteLightCoord", &C::getWhiteLightCoord, {"deviceKey", "params", "reply"}),
-        operation("getColorTemperature", &C::getColorTemperature, {"deviceKey", "params", "reply"}),
+        operation("getRGBLight", &C::getRGBLight, {"deviceKey", "query", "result"}),
+        operation("getWhiteLightCoord", &C::getWhiteLightCoord, {"deviceKey", "query", "result"}),
+        operation("getColorTemperature", &C::getColorTemperature, {"deviceKey", "query", "result"}),
     };
 }
 

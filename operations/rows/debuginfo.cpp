@@ -11,8 +11,8 @@ Operations debugInfoOperations()
     using C = DebugInfo;
     return {
         operation("getParameters", &C::getParameters, {"deviceKey", "body", "result"}),
-        operation("sendParameters", &C::sendParameters, {"deviceKey", "body", "result"}),
-        operation("clearKeyParameters", &C::clearKeyParameters, {"deviceKey", "result"}),
+        operation("sendParameters", &C::sendParameters, {"deviceKey", "body", "reply"}),
+        operation("clearKeyParameters", &C::clearKeyParameters, {"deviceKey", "reply"}),
     };
 }
 

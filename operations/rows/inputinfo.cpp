@@ -23,50 +23,49 @@ Operations inputInfoOperations()
         operation("getSaturation", &C::getSaturation, {"deviceKey", "id", "result"}),
         operation("getBlackLevel", &C::getBlackLevel, {"deviceKey", "id", "result"}),
         operation("getVideoSourceBitDepth", &C::getVideoSourceBitDepth, {"deviceKey", "id", "result"}),
-        operation("setHdMode", &C::setHdMode, {"deviceKey", "id", "params", "result"}),
-        operation("setBackup", &C::setBackup, {"deviceKey", "id", "params", "result"}),
-        operation("setEDID", &C::setEDID, {"deviceKey", "id", "params", "result"}),
+        operation("setHdMode", &C::setHdMode, {"deviceKey", "id", "body", "reply"}),
+        operation("setBackup", &C::setBackup, {"deviceKey", "id", "body", "reply"}),
+        operation("setEDID", &C::setEDID, {"deviceKey", "id", "body", "reply"}),
         operation("setHue",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::setHue),
-                  {"deviceKey", "id", "params", "result"}),
+                  {"deviceKey", "id", "body", "reply"}),
         operation("setContrast",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::setContrast),
-                  {"deviceKey", "id", "params", "result"}),
+                  {"deviceKey", "id", "body", "reply"}),
         operation("setSaturation",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::setSaturation),
-                  {"deviceKey", "id", "params", "result"}),
+                  {"deviceKey", "id", "body", "reply"}),
         operation("setBlackLevel",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::setBlackLevel),
-                  {"deviceKey", "id", "params", "result"}),
-        operation("setVideoSourceBitDepth", &C::setVideoSourceBitDepth,
-                  {"deviceKey", "id", "params", "result"}),
-        operation("clearInputBackup", &C::clearInputBackup, {"deviceKey", "id", "result"}),
+                  {"deviceKey", "id", "body", "reply"}),
+        operation("setVideoSourceBitDepth", &C::setVideoSourceBitDepth, {"deviceKey", "id", "body", "reply"}),
+        operation("clearInputBackup", &C::clearInputBackup, {"deviceKey", "id", "reply"}),
         operation("getAllInputBackup", &C::getAllInputBackup, {"deviceKey", "result"}),
         operation("getEDIDs", &C::getEDIDs, {"deviceKey", "ids", "result"}),
         operation(
             "setHue",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::setHue),
-            {"deviceKey", "ids", "params", "result"}),
+            {"deviceKey", "ids", "body", "reply"}),
         operation(
             "setContrast",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::setContrast),
-            {"deviceKey", "ids", "params", "result"}),
+            {"deviceKey", "ids", "body", "reply"}),
         operation(
             "setSaturation",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::setSaturation),
-            {"deviceKey", "ids", "params", "result"}),
+            {"deviceKey", "ids", "body", "reply"}),
         operation(
             "setBlackLevel",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::setBlackLevel),
-            {"deviceKey", "ids", "params", "result"}),
+            {"deviceKey", "ids", "body", "reply"}),
     };
 }
 

@@ -38,29 +38,70 @@ template <class Argument>
 constexpr bool isOutput =
     std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
 
-/// An output whose name in the row begins with "inout " is read as well; one whose name begins with "in " is
-/// read only, whatever its type allows. A map whose name begins with "form " holds the parts of a form.
-template <class Argument>
-Parameter parameter(const char* name)
+/// A parameter as a row names it. A plain name follows its type: what is taken by a reference that is not
+/// const is an output, which the body of the reply fills.
+struct RowParameter
 {
+    enum Kind { ByType, In, InOut, FormParts, HttpStatus, ResponseHeaders };
+
+    RowParameter(const char* parameterName)
+        : name(parameterName)
+    {}
+    RowParameter(const char* parameterName, Kind parameterKind)
+        : name(parameterName)
+        , kind(parameterKind)
+    {}
+
+    const char* name;
+    Kind kind = ByType;
+};
+
+/// Read only, whatever its type allows.
+inline RowParameter in(const char* name)
+{
+    return {name, RowParameter::In};
+}
+/// An output that is read as well.
+inline RowParameter inout(const char* name)
+{
+    return {name, RowParameter::InOut};
+}
+/// A map of the parts of a form, some of which are files.
+inline RowParameter formParts(const char* name)
+{
+    return {name, RowParameter::FormParts};
+}
+/// An output with the HTTP status of the reply.
+inline RowParameter httpStatus(const char* name)
+{
+    return {name, RowParameter::HttpStatus};
+}
+/// An output with the headers of the reply.
+inline RowParameter responseHeaders(const char* name)
+{
+    return {name, RowParameter::ResponseHeaders};
+}
+
+template <class Argument>
+Parameter parameter(const RowParameter& row)
+{
+    const QString name = QString::fromLatin1(row.name);
     const ValueType type = valueType(static_cast<const Stored<Argument>*>(nullptr));
-    const QString text = QString::fromLatin1(name);
-    const QString in = QStringLiteral("in ");
-    const QString inout = QStringLiteral("inout ");
-    const QString form = QStringLiteral("form ");
-    if (text.startsWith(form)) {
-        return {text.mid(form.size()), ValueType::Parts, Parameter::In};
+    switch (row.kind) {
+    case RowParameter::In:
+        return {name, type, Parameter::In};
+    case RowParameter::InOut:
+        return {name, type, Parameter::InOut};
+    case RowParameter::FormParts:
+        return {name, ValueType::Parts, Parameter::In};
+    case RowParameter::HttpStatus:
+        return {name, type, Parameter::Out, Parameter::HttpStatus};
+    case RowParameter::ResponseHeaders:
+        return {name, type, Parameter::Out, Parameter::ResponseHeaders};
+    case RowParameter::ByType:
+        break;
     }
-    if (!isOutput<Argument>) {
-        return {text, type, Parameter::In};
-    }
-    if (text.startsWith(in)) {
-        return {text.mid(in.size()), type, Parameter::In};
-    }
-    if (text.startsWith(inout)) {
-        return {text.mid(inout.size()), type, Parameter::InOut};
-    }
-    return {text, type, Parameter::Out};
+    return {name, type, isOutput<Argument> ? Parameter::Out : Parameter::In};
 }
 
 template <class Argument>
@@ -116,15 +157,15 @@ Invoker invoker(Returned (*function)(Arguments...), std::vector<Parameter> param
     };
 }
 
-/// A row: the operation's name, the operation, and the names of its parameters in the order of the signature.
-/// Types and directions follow from the signature; `qOverload<...>` picks one of several. The first parameter
-/// is named "deviceKey" wherever the operation takes one.
+/// A row: the operation's name, the operation, and its parameters in the order of the signature. Types follow
+/// from the signature, and directions where the row says nothing else; `qOverload<...>` picks one of several.
+/// The first parameter is named "deviceKey" wherever the operation takes one.
 template <class Class, class Returned, class... Arguments, std::size_t Count>
 Operation operation(const char* name, Returned (Class::*method)(Arguments...),
-                    const char* const (&names)[Count])
+                    const RowParameter (&row)[Count])
 {
     static_assert(Count == sizeof...(Arguments), "one name per parameter");
-    const char* const* next = names;
+    const RowParameter* next = row;
     const std::vector<Parameter> parameters{parameter<Arguments>(*next++)...};
     return {QString::fromLatin1(Class::staticMetaObject.className()), QString::fromLatin1(name), parameters,
             invoker([]() -> QObject* { return Class::getInstance(); },
@@ -134,10 +175,10 @@ Operation operation(const char* name, Returned (Class::*method)(Arguments...),
 /// A row for an operation of @p Class whose own signature takes what nobody can write, such as a package or a
 /// callback: @p function calls it in a form that can be.
 template <class Class, class Returned, class... Arguments, std::size_t Count>
-Operation operation(const char* name, Returned (*function)(Arguments...), const char* const (&names)[Count])
+Operation operation(const char* name, Returned (*function)(Arguments...), const RowParameter (&row)[Count])
 {
     static_assert(Count == sizeof...(Arguments), "one name per parameter");
-    const char* const* next = names;
+    const RowParameter* next = row;
     const std::vector<Parameter> parameters{parameter<Arguments>(*next++)...};
     return {QString::fromLatin1(Class::staticMetaObject.className()), QString::fromLatin1(name), parameters,
             invoker(function, parameters)};

@@ -16,15 +16,14 @@ Operations outputInfoOperatorOperations()
                   qOverload<const QString&, QList<QVariant>&, bool>(&C::getAllOutputsInfo),
                   {"deviceKey", "result", "force"}),
         operation("getOutputInfo", &C::getOutputInfo, {"deviceKey", "id", "result"}),
-        operation("setAllOutputsInfo", &C::setAllOutputsInfo, {"deviceKey", "list", "result"}),
+        operation("setAllOutputsInfo", &C::setAllOutputsInfo, {"deviceKey", "list", "reply"}),
         operation("setAllOutputsPipeMapping", &C::setAllOutputsPipeMapping,
-                  {"deviceKey", "in params", "result"}),
-        operation("setOutputInfo", &C::setOutputInfo, {"deviceKey", "id", "in params", "result"}),
-        operation("setOutputEnable", &C::setOutputEnable, {"deviceKey", "id", "in params", "result"}),
-        operation("setOutputResolution", &C::setOutputResolution, {"deviceKey", "id", "in params", "result"}),
-        operation("setOutputOffset", &C::setOutputOffset, {"deviceKey", "id", "in params", "result"}),
-        operation("setOutputPipeMapping", &C::setOutputPipeMapping,
-                  {"deviceKey", "id", "in params", "result"}),
+                  {"deviceKey", in("body"), "reply"}),
+        operation("setOutputInfo", &C::setOutputInfo, {"deviceKey", "id", in("body"), "reply"}),
+        operation("setOutputEnable", &C::setOutputEnable, {"deviceKey", "id", in("body"), "reply"}),
+        operation("setOutputResolution", &C::setOutputResolution, {"deviceKey", "id", in("body"), "reply"}),
+        operation("setOutputOffset", &C::setOutputOffset, {"deviceKey", "id", in("body"), "reply"}),
+        operation("setOutputPipeMapping", &C::setOutputPipeMapping, {"deviceKey", "id", in("body"), "reply"}),
     };
 }
 

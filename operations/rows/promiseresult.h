@@ -37,7 +37,7 @@ struct ReturnValue<QtPromise::QPromise<Value>>
     static CallResult result(const QtPromise::QPromise<Value>& promise)
     {
         CallResult result;
-        const auto rejected = [&result] { result.reason = reasonOfRejection(); };
+        const auto rejected = [&result] { result.error = errorOfRejection(); };
         if constexpr (std::is_void_v<Value>) {
             promise.then([&result] { result.succeeded = true; }, rejected).wait();
         } else {
@@ -54,8 +54,8 @@ struct ReturnValue<QtPromise::QPromise<Value>>
     }
 
 private:
-    /// Of the exception in flight. Reasons other than a text or an exception say nothing.
-    static QString reasonOfRejection()
+    /// Of the exception in flight. Anything but a text or an exception says nothing.
+    static QString errorOfRejection()
     {
         try {
             throw;

@@ -8,7 +8,7 @@ using nlohmann::json;
 
 json idsOf(const ResourceStore::Written& written)
 {
-    // A long list of ids would tell a client no more than that it has to read the cabinets again.
+    // A long list of ids would only mean that a client has to read the cabinets again.
     constexpr std::size_t listed = 64;
     json data = json::object();
     if (!written.all && written.ids.size() <= listed) {

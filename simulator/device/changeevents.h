@@ -10,11 +10,11 @@
 
 namespace Tessel::Simulator {
 
-/// The JSON object of @p event, with @p payload if the event carries one.
+/// The JSON object of @p event, with @p payload if the event has one.
 nlohmann::json eventObject(PushEvent event, nlohmann::json payload = nullptr);
 
-/// The events that a controller pushes after @p written, the outcome of writing @p body to @p route; none
-/// when nothing changed.
+/// The events that a controller pushes after @p written, the outcome of writing @p body to @p route; none if
+/// nothing has changed.
 std::vector<std::string> changeEvents(const Route& route, const ResourceStore::Written& written,
                                       const nlohmann::json& body);
 

@@ -32,9 +32,7 @@ constexpr CutName cutNames[] = {
 
 Reply done(const json& data = json::object())
 {
-    Reply reply;
-    reply.body = successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace));
-    return reply;
+    return successReply(successEnvelope(data.dump(-1, ' ', false, json::error_handler_t::replace)));
 }
 
 Reply describe(Device& device, const std::string& /*body*/)
@@ -77,7 +75,7 @@ Reply requests(Device& device, const std::string& /*body*/)
 
 Reply coefficients(Device& device, const std::string& /*body*/)
 {
-    return done(device.coefficients().summary());
+    return done(device.state().coefficients().summary());
 }
 
 Reply pushEvent(Device& device, const std::string& body)
@@ -91,10 +89,17 @@ Reply warn(Device& device, const std::string& body)
     const EventText& event = eventRow(PushEvent::FanSpeed).text;
     const char* const type = event.kind.key;
     if (!warning.is_object() || !warning.contains(type) || !warning[type].is_string()) {
-        return Device::failure(400, std::string("a warning has an ") + type);
+        return failureReply(400, std::string("a warning needs a string member ") + type);
     }
-    const auto id = device.warn(warning[type], warning.value(event.payload, json()));
-    return id == 0 ? Device::failure(400, "the controller does not warn of that") : done({{"id", id}});
+    const auto id = device.state().warn(warning[type], warning.value(event.payload, json()));
+    if (id == 0) {
+        std::string names;
+        for (const WarningRow& row : warningRows) {
+            names += (names.empty() ? "" : ", ") + std::string(row.name());
+        }
+        return failureReply(400, std::string("unknown ") + type + "; use one of " + names);
+    }
+    return done({{"id", id}});
 }
 
 Reply restart(Device& device, const std::string& /*body*/)
@@ -145,7 +150,7 @@ json toJson(const Fault& fault)
     return result;
 }
 
-// Throws when a member has the wrong type or an unknown value.
+// Throws if a member has the wrong type or an unknown value.
 Fault faultOf(const json& object)
 {
     Fault fault;
@@ -161,10 +166,10 @@ Fault faultOf(const json& object)
                                                                           : object["body"].dump());
     }
     if (fault.status != 0 && (fault.status < 200 || fault.status > 599)) {
-        throw std::invalid_argument("status is 0 or 200 to 599");
+        throw std::invalid_argument("status must be 0 or 200 to 599");
     }
     if (fault.delay < 0) {
-        throw std::invalid_argument("delay is negative");
+        throw std::invalid_argument("delay must not be negative");
     }
     const std::string cut = object.value("cut", "none");
     for (const auto& entry : cutNames) {
@@ -173,7 +178,7 @@ Fault faultOf(const json& object)
             return fault;
         }
     }
-    throw std::invalid_argument("cut is none, truncate, close or stall");
+    throw std::invalid_argument("cut must be none, truncate, close or stall");
 }
 
 Reply listFaults(Device& device, const std::string& /*body*/)
@@ -197,7 +202,7 @@ Reply addFaults(Device& device, const std::string& body)
             device.faults().add(fault);
         }
     } catch (const std::exception& error) {
-        return Device::failure(400, std::string("no fault script: ") + error.what());
+        return failureReply(400, std::string("not a valid fault: ") + error.what());
     }
     return done();
 }
@@ -248,8 +253,8 @@ Reply controlReply(Device& device, Method method, const Target& target, const st
             return action.run(device, body);
         }
     }
-    return known ? Device::failure(405, "the control interface has no such verb here")
-                 : Device::failure(404, "the control interface has no such path");
+    return known ? failureReply(405, "the control interface does not support this method here")
+                 : failureReply(404, "the control interface has no such path; see docs/simulator.md");
 }
 
 } // namespace Tessel::Simulator

@@ -2,13 +2,9 @@
 #ifndef SIMULATOR_DEVICE_DEVICE_H
 #define SIMULATOR_DEVICE_DEVICE_H
 
-#include <simulator/device/eventhub.h>
+#include <simulator/device/devicestate.h>
 #include <simulator/device/faultscripts.h>
 #include <simulator/device/requestlog.h>
-#include <simulator/resources/cardfirmware.h>
-#include <simulator/resources/coefficientstore.h>
-#include <simulator/resources/resourcestore.h>
-#include <simulator/routes/routetable.h>
 #include <simulator/routes/target.h>
 
 #include <atomic>
@@ -19,17 +15,6 @@
 #include <string_view>
 
 namespace Tessel::Simulator {
-
-enum class Method { Get, Head, Put, Post, Delete, Options, Other };
-
-/// A reply, ready to be put on the wire.
-struct Reply
-{
-    int status = 200;
-    SharedText body; ///< null: none
-    std::string_view contentType = "application/json";
-    std::string allow; ///< for the Allow header; empty: none
-};
 
 /// The connections of a device, as the device may act on them. Operations may be called from any thread.
 class Connections
@@ -42,8 +27,8 @@ public:
     virtual void closeAll() = 0;
 };
 
-/// What a controller does with requests, apart from the network: state, events, faults, counts. Operations
-/// may be called from any thread.
+/// What a controller does with requests, apart from the network: which it takes, faults, counts, log.
+/// Operations may be called from any thread.
 class Device
 {
 public:
@@ -83,14 +68,8 @@ public:
     /// Serves it. @p body is the whole one or its beginning, as the exchange asked; @p bodySize counts all of
     /// it.
     Reply respond(Exchange& exchange, std::string body, std::uint64_t bodySize);
-    /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
-    /// when that is null. @return the event's id; 0 when the controller does not warn of that.
-    std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
     /// Logs a served request. @p status is 0 when no reply went out.
     void log(const Exchange& exchange, std::string body, std::uint64_t bodySize, int status);
-
-    /// A reply that is no resource: 404 and the like, in an envelope.
-    static Reply failure(int status, std::string_view message);
 
     /// Serves a GET outside the network.
     SharedText read(const std::string& path);
@@ -109,34 +88,19 @@ public:
     EventHub& events() { return m_events; }
     FaultScripts& faults() { return m_faults; }
     RequestLog& requests() { return *m_log; }
-    CoefficientStore& coefficients() { return m_coefficients; }
-    const Wall& wall() const { return m_store.wall(); }
+    DeviceState& state() { return m_state; }
+    const Wall& wall() const { return m_state.wall(); }
     const Options& options() const { return m_options; }
     bool loggedOut() const { return m_loggedOut; }
     /// Connections to act on; null while there are none.
     void setConnections(Connections* connections);
 
 private:
-    bool serves(const Route* route) const;
-    void advanceProgress(const Route& route);
-    Reply get(const RouteTable::Match& match);
-    Reply put(const Exchange& exchange, std::string body, std::uint64_t bodySize);
-    Reply putFile(const Exchange& exchange, std::string_view body, std::uint64_t bodySize);
-    Reply storeJson(const RouteTable::Match& match, std::string text);
-    Reply storeCoefficients(const RouteTable::Match& match, std::string_view text);
-    Reply store(const RouteTable::Match& match, nlohmann::json body);
-    Reply storeText(const RouteTable::Match& match, std::string text);
-    Reply outcome(const Route& route, const ResourceStore::Written& written, const nlohmann::json& body);
-    void storeSideEffects(const RouteTable::Match& match, const ResourceStore::Written& written);
-    std::vector<std::string> addressedCabinets(const RouteTable::Match& match,
-                                               const ResourceStore::Written& written) const;
-    void storeAt(const char* path, const std::string& id, const nlohmann::json& body);
+    Reply write(const Exchange& exchange, std::string body, std::uint64_t bodySize);
 
     const Options m_options;
-    ResourceStore m_store;
-    CoefficientStore m_coefficients;
-    CardFirmware m_cardFirmware;
     EventHub m_events;
+    DeviceState m_state; ///< after m_events, which it uses
     FaultScripts m_faults;
     std::shared_ptr<RequestLog> m_log;
     std::atomic<bool> m_loggedOut{false};

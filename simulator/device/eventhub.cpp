@@ -10,6 +10,7 @@
 namespace Tessel::Simulator {
 namespace {
 
+// Beside the number of events, since one may be large.
 constexpr std::size_t maxHistoryBytes = 16U << 20;
 
 std::string idLine(std::string_view epoch, std::uint64_t sequence)
@@ -39,7 +40,7 @@ SharedText frameOf(std::string frame, std::string_view data)
     return std::make_shared<const std::string>(std::move(frame));
 }
 
-// The sequence number of an id of this life of the device.
+// The sequence number of an id from this run of the device.
 std::optional<std::uint64_t> sequenceOf(std::string_view id, std::string_view epoch)
 {
     if (id.substr(0, epoch.size()) != epoch || id.substr(epoch.size(), 1) != ":") {
@@ -88,7 +89,7 @@ void EventHub::subscribe(EventSink& sink, std::string_view lastId)
 {
     {
         const std::lock_guard lock(m_mutex);
-        // What was forgotten ends here.
+        // The discarded events end here.
         const std::uint64_t forgotten = m_history.empty() ? m_lastId : m_history.front().first - 1;
         std::uint64_t after = m_lastId;
         bool isGap = false;

@@ -16,35 +16,36 @@
 
 namespace Tessel::Simulator {
 
-/// Where events go: one open stream.
+/// An open stream that receives events.
 class EventSink
 {
 public:
     virtual ~EventSink() = default;
-    /// Takes frames of the stream. Must not block and must not call back into the hub.
+    /// Sends frames on the stream. Must not block and must not call the hub.
     virtual void deliver(const SharedText& frame) = 0;
 };
 
-/// Numbers events, keeps the latest and hands each as one shared frame (WHATWG HTML, server-sent events) to
-/// all streams. Ids are `epoch:sequence`: the epoch names one life of the device, the sequence counts its
-/// events from 1. Operations may be called from any thread.
+/// Numbers events, keeps the latest ones, and passes each to all streams as one shared frame (WHATWG HTML,
+/// "Server-sent events"). Ids are `epoch:sequence`: the epoch identifies one run of the device, the sequence
+/// counts its events from 1. May be used from any thread.
 class EventHub
 {
 public:
     explicit EventHub(std::size_t historySize);
 
-    /// Sends @p data, line by line as it is. @return the sequence number of the event.
+    /// Sends @p data unchanged, line by line.
+    /// @return the sequence number of the event.
     std::uint64_t publish(std::string_view data);
-    /// Sends a comment, which keeps silent streams alive.
+    /// Sends a comment, which keeps idle streams alive.
     void heartbeat();
 
-    /// Opens a stream: first the id after which it goes on, then what it missed after @p lastId, if it says
-    /// so, then everything new. When it missed events that are not kept any more, or names an id that this
-    /// life of the device never gave away, a `gap` event says so and all that is kept follows.
+    /// Opens a stream. It receives the id after which it continues, then the events that it missed after
+    /// @p lastId, if given, and then all new ones. If missed events are no longer stored, or @p lastId was
+    /// never assigned in this run of the device, it receives a `gap` event and then all stored events.
     void subscribe(EventSink& sink, std::string_view lastId);
-    /// Begins another life: another epoch, nothing kept. Streams should be closed first.
+    /// Begins another run, with a new epoch and no stored events. Streams should be closed first.
     void startAnew();
-    /// What all ids of this life begin with.
+    /// The common beginning of all ids of this run.
     std::string epoch() const;
     void unsubscribe(EventSink& sink);
 
@@ -53,7 +54,7 @@ public:
 
 private:
     const std::size_t m_historySize;
-    mutable std::mutex m_mutex; ///< guards everything below
+    mutable std::mutex m_mutex; ///< guards all members below
     mutable std::condition_variable m_streamsChanged;
     std::unordered_set<EventSink*> m_sinks;
     std::deque<std::pair<std::uint64_t, SharedText>> m_history;

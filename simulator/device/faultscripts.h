@@ -14,15 +14,15 @@
 
 namespace Tessel::Simulator {
 
-/// The fault scripts that are still to strike. Operations may be called from any thread.
+/// The pending faults. May be used from any thread.
 class FaultScripts
 {
 public:
     void add(const Fault& fault);
     void clear();
-    /// The scripts that wait, with what is left of their counts.
+    /// The pending faults, with their remaining counts.
     std::vector<Fault> waiting() const;
-    /// The fault that strikes a request, counted as done. @p route is null when the path has none.
+    /// The fault that applies to a request, which is then counted. @p route is null if the path has none.
     std::optional<Fault> matchAndConsume(std::string_view method, const std::string& path,
                                          const Route* route);
 
@@ -36,8 +36,8 @@ private:
     static bool fits(const Script& script, std::string_view method, const std::string& path,
                      const Route* route);
 
-    std::atomic<bool> m_any{false}; ///< spares the lock while there is nothing to do
-    mutable std::mutex m_mutex;     ///< guards everything below
+    std::atomic<bool> m_any{false}; ///< saves locking while there are none
+    mutable std::mutex m_mutex;     ///< guards all members below
     std::vector<Script> m_scripts;
 };
 

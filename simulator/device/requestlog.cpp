@@ -6,7 +6,7 @@
 namespace Tessel::Simulator {
 namespace {
 
-// Paths come from the network, so what they take is bounded.
+// Paths come from the network, so their memory is limited.
 constexpr std::size_t maxPaths = 65536;
 constexpr std::size_t maxPathLength = 256;
 constexpr std::size_t maxEntryBytes = 32U << 20;

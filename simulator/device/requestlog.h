@@ -11,11 +11,11 @@
 
 namespace Tessel::Simulator {
 
-/// Counts requests and keeps the latest. Operations may be called from any thread.
+/// Counts requests and keeps the latest ones. May be used from any thread.
 class RequestLog
 {
 public:
-    static constexpr std::size_t bodyBytes = 64U << 10; ///< of each body so much is kept
+    static constexpr std::size_t bodyBytes = 64U << 10; ///< how much of each body is kept
 
     struct Entry
     {
@@ -46,12 +46,12 @@ public:
     std::uint64_t count(const std::string& path) const;
     std::unordered_map<std::string, std::uint64_t> countsByPath() const;
     std::vector<Entry> entries() const;
-    /// Forgets everything but what is in flight.
+    /// Clears everything except the requests in flight.
     void reset();
 
 private:
     const std::size_t m_size;
-    mutable std::mutex m_mutex; ///< guards everything below
+    mutable std::mutex m_mutex; ///< guards all members below
     Counts m_counts;
     std::unordered_map<std::string, std::uint64_t> m_byPath;
     std::deque<Entry> m_entries;

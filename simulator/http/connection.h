@@ -27,8 +27,8 @@ using Timer =
 
 class ConnectionRegistry;
 
-/// Something that a simulator has open. It lives as long as an operation of it is under way; its own work
-/// runs on its strand.
+/// An open connection of a simulator. It lives as long as one of its operations is pending; its work runs on
+/// its strand.
 class Connection : public std::enable_shared_from_this<Connection>
 {
 public:
@@ -40,11 +40,11 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     Kind kind() const { return m_kind; }
-    /// Ends it soon; from any thread.
+    /// Closes it soon. From any thread.
     virtual void close() = 0;
-    /// Ends it soon because the device logged out; from any thread.
+    /// Closes it soon because the device has logged out. From any thread.
     virtual void closeForLogout() { close(); }
-    /// Ends it if it was silent for longer than @p limit; from any thread.
+    /// Closes it if it was idle for longer than @p limit. From any thread.
     void closeIfIdle(std::chrono::steady_clock::time_point now, std::chrono::milliseconds limit);
 
 protected:
@@ -56,21 +56,22 @@ private:
     std::atomic<std::chrono::steady_clock::rep> m_lastActivity;
 };
 
-/// Knows what is open, so that it can be closed and waited for. Operations may be called from any thread.
+/// The open connections, so that they can be closed and waited for. May be used from any thread.
 class ConnectionRegistry
 {
 public:
-    /// @return false, without taking it, when the registry was closed.
+    /// Adds a connection.
+    /// @return `false`, without adding it, if the registry is closed.
     bool add(const std::shared_ptr<Connection>& connection);
     void remove(Connection* connection);
     std::size_t size() const;
-    /// Runs @p action on everything open, outside the lock.
+    /// Runs @p action on all open connections, without holding the lock.
     void forEach(const std::function<void(Connection&)>& action) const;
-    /// Closes everything, takes nothing further and waits until all of it is gone.
+    /// Closes all connections, accepts no more, and waits until all are gone.
     void closeAndWait();
 
 private:
-    mutable std::mutex m_mutex; ///< guards everything below
+    mutable std::mutex m_mutex; ///< guards all members below
     std::condition_variable m_emptied;
     std::unordered_map<Connection*, std::weak_ptr<Connection>> m_connections;
     std::size_t m_alive = 0;

@@ -14,7 +14,7 @@ namespace {
 
 using boost::system::error_code;
 
-// A client that reads too slowly loses its stream; it may resume where it was.
+// A client that reads too slowly loses its stream, and may resume it.
 constexpr std::size_t maxQueuedFrames = 65536;
 constexpr std::size_t maxQueuedBytes = 32U << 20;
 constexpr std::size_t framesPerWrite = 64;
@@ -44,7 +44,7 @@ public:
 
     void deliver(const SharedText& frame) override
     {
-        // The stream may be on its way out: its destructor waits for the hub, which delivers right now.
+        // The stream may be about to be destroyed: its destructor waits for the hub, which is delivering.
         net::post(m_socket.get_executor(), [self = weak_from_this(), frame] {
             if (const auto stream = self.lock()) {
                 static_cast<EventStream&>(*stream).enqueue(frame);
@@ -104,7 +104,7 @@ private:
         });
     }
 
-    // What a client sends on its stream is dropped; reading tells when it has gone.
+    // Data from the client is discarded; reading detects when the client has gone.
     void read()
     {
         m_socket.async_read_some(net::buffer(m_dropped), [self = shared()](error_code error, std::size_t) {

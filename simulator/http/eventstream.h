@@ -8,7 +8,7 @@
 
 namespace Tessel::Simulator {
 
-/// Turns a connection into an event stream that goes on after the event @p lastId, unless that is empty.
+/// Turns a connection into an event stream that continues after the event @p lastId, unless that is empty.
 void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId);
 
 } // namespace Tessel::Simulator

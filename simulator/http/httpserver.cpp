@@ -15,7 +15,7 @@ namespace {
 using boost::system::error_code;
 using Acceptor = net::basic_socket_acceptor<tcp, Strand>;
 
-// Accepts, sends heartbeats and looks after silent connections.
+// Accepts connections, sends heartbeats and closes idle connections.
 class Listener : public Connection
 {
 public:

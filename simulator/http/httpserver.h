@@ -12,7 +12,7 @@
 
 namespace Tessel::Simulator {
 
-/// What all connections of one server share. Outlives them.
+/// Shared by all connections of one server. Outlives them.
 struct ServerContext
 {
     explicit ServerContext(Device& served)
@@ -22,16 +22,16 @@ struct ServerContext
 
     Device& device;
     std::shared_ptr<ConnectionRegistry> registry;
-    std::atomic<std::uint64_t> bodyBytes{0}; ///< of all request bodies that are kept at the moment
+    std::atomic<std::uint64_t> bodyBytes{0}; ///< of all request bodies currently held in memory
 };
 
-/// Accepts connections for a device on one address. Start and stop come from one thread at a time.
+/// Accepts connections for a device on one address. Start and stop it from one thread at a time.
 class HttpServer : public Connections
 {
 public:
-    /// Binds and listens; throws boost::system::system_error when it cannot.
+    /// Binds and listens; throws boost::system::system_error on failure.
     HttpServer(net::io_context& io, Device& device);
-    /// Closes everything and waits for the end of it. Must not run on a thread of @p io.
+    /// Closes all connections and waits for their end. Must not be called on a thread of @p io.
     ~HttpServer() override;
 
     std::uint16_t port() const { return m_port; }

@@ -27,7 +27,7 @@ using Parser = http::request_parser<http::buffer_body>;
 using Response = http::response<http::span_body<const char>>;
 
 constexpr std::size_t readChunk = 64U << 10;
-// All bodies that are being received may take so much together.
+// The limit of all bodies being received together.
 constexpr std::uint64_t maxBodyBytes = 1ULL << 30;
 
 std::string_view view(beast::string_view text)
@@ -111,7 +111,7 @@ private:
         m_socket.close(ignored);
     }
 
-    // The client sees the connection break instead of a reply.
+    // The client sees a broken connection instead of a reply.
     void cut()
     {
         error_code ignored;
@@ -197,25 +197,25 @@ private:
         m_body.append(m_chunk.data(), wanted);
         if (m_context->bodyBytes > maxBodyBytes) {
             m_keepAlive = false;
-            send(Device::failure(503, "too many bodies at once"));
+            send(failureReply(503, "too many request bodies at once"));
             return;
         }
         readBody();
     }
 
-    // What is no HTTP, or beyond a limit, gets its status, and the connection ends.
+    // Invalid HTTP and exceeded limits are answered with their status, and the connection is closed.
     void refuse(error_code error)
     {
         m_keepAlive = false;
         if (error == http::error::body_limit) {
-            send(Device::failure(413, "the body is too large"));
+            send(failureReply(413, "the body is too large"));
         } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-            send(Device::failure(431, "the head is too large"));
+            send(failureReply(431, "the head is too large"));
         } else if (error == http::error::end_of_stream || error == http::error::partial_message ||
                    error.category() == boost::system::system_category() || error == net::error::eof) {
             end();
         } else {
-            send(Device::failure(400, "no valid HTTP request"));
+            send(failureReply(400, "not a valid HTTP request"));
         }
     }
 
@@ -304,7 +304,7 @@ private:
             response.body() = {m_reply.body->data(), sent};
         }
         m_serializer.emplace(response);
-        // Whoever has the reply finds its request in the log.
+        // A client that has the reply must find its request in the log.
         m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
         finishRequest(m_reply.status);
         http::async_write(m_socket, *m_serializer,
@@ -321,7 +321,7 @@ private:
         } else if (m_keepAlive) {
             readHead();
         } else {
-            // The client may still be sending: ending at once would destroy the reply on its way.
+            // The client may still be sending; closing at once would destroy the reply in transit.
             error_code ignored;
             m_socket.shutdown(tcp::socket::shutdown_send, ignored);
             drain(0);
@@ -330,6 +330,7 @@ private:
 
     void drain(std::size_t drained)
     {
+        // A client that does not stop sending has not read the refusal and never will.
         constexpr std::size_t limit = 8U << 20;
         if (drained > limit) {
             end();
@@ -369,7 +370,7 @@ private:
     beast::flat_buffer m_buffer;
     std::optional<Parser> m_parser;
     std::optional<Device::Exchange> m_exchange;
-    bool m_isControl = false; ///< the reply under way is one of the control interface
+    bool m_isControl = false; ///< the current reply is one of the control interface
     std::string m_chunk;
     std::string m_body;
     std::uint64_t m_bodySize = 0;

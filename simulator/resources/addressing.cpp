@@ -16,7 +16,7 @@ constexpr const char* idMembers[] = {
     "screenID", "screenIDs", "screenId", "screenIds", "inputId",   "inputID",   "outputId",   "outputID",
 };
 
-// Of these the body of a cabinet or a pipeline is a member, not the address.
+// Some of these are ordinary members in the body of a cabinet or a pipeline, and not its address.
 bool isAddress(Family family, std::string_view member)
 {
     const bool input = member.substr(0, 5) == "input";
@@ -57,6 +57,52 @@ std::optional<std::size_t> indexOfId(std::string_view id, std::size_t count)
 bool isPlaceholder(const std::string& id)
 {
     return id.size() > 1 && id.front() == '{' && id.back() == '}';
+}
+
+std::optional<Addressed> addressed(Family family, std::size_t count, const json& body)
+{
+    // Twice as many as the largest wall has cabinets. A body may name one again and again.
+    constexpr std::size_t limit = 20000;
+    Addressed result;
+    const auto address = [&](const json& object, const char* member) {
+        json members = object;
+        members.erase(member);
+        const json& ids = object.at(member);
+        const auto add = [&](const json& id) {
+            if (const auto index = family == Family::Device ? std::make_optional<std::size_t>(0)
+                                                            : indexOfId(idText(id), count)) {
+                result.instances.emplace_back(*index, members);
+            }
+        };
+        if (ids.is_array()) {
+            for (std::size_t i = 0; i < ids.size() && result.instances.size() <= limit; ++i) {
+                add(ids[i]);
+            }
+        } else {
+            add(ids);
+        }
+    };
+    if (body.is_object()) {
+        const char* const listMember = family == Family::Screen ? "screens" : "cabinets";
+        if (const char* member = addressMember(family, body)) {
+            address(body, member);
+        } else if (body.contains(listMember) && body[listMember].is_array()) {
+            return addressed(family, count, body[listMember]);
+        } else {
+            result.all = true;
+        }
+    } else if (body.is_array()) {
+        for (const auto& element : body) {
+            const char* member = addressMember(family, element);
+            if (!member || result.instances.size() > limit) {
+                return std::nullopt;
+            }
+            address(element, member);
+        }
+    } else {
+        return std::nullopt;
+    }
+    return result.instances.size() > limit ? std::nullopt : std::make_optional(std::move(result));
 }
 
 } // namespace Tessel::Simulator

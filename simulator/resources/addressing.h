@@ -4,28 +4,42 @@
 
 #include <simulator/routes/route.h>
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Tessel::Simulator {
 
-/// The member by which @p body names the instances of @p family that it is meant for, one or a list of them;
-/// null when it names none.
+/// The member in which @p body names the instances of @p family to which it applies, one or a list of them;
+/// null if it names none.
 const char* addressMember(Family family, const nlohmann::json& body);
 
-/// The text of an id, which may come as text or as a number; empty for anything else.
+/// Whom the body of a write to all instances of a family is for.
+struct Addressed
+{
+    bool all = false;
+    /// By index, each with the members that are written to it.
+    std::vector<std::pair<std::size_t, nlohmann::json>> instances;
+};
+
+/// Whom @p body addresses of the @p count instances of @p family. Nothing when it has a shape that names
+/// nobody, or names more than a controller takes.
+std::optional<Addressed> addressed(Family family, std::size_t count, const nlohmann::json& body);
+
+/// The text of an id, which may be given as text or as a number; empty for anything else.
 std::string idText(const nlohmann::json& id);
 
-/// The index of an id such as "12" among @p count instances; nothing when there is no such instance.
+/// The index of an id such as "12" among @p count instances; nothing if there is no such instance.
 std::optional<std::size_t> indexOfId(std::string_view id, std::size_t count);
 
 // Quirk: Some placeholders of paths go out unfilled.
-/// Whether @p id is a placeholder such as "{id}", which a client sent unfilled. Its values are kept as those
-/// of an instance of its own.
+/// Whether @p id is a placeholder such as "{id}" that a client sent unfilled. Its values are stored as those
+/// of a separate instance.
 bool isPlaceholder(const std::string& id);
 
 } // namespace Tessel::Simulator

@@ -10,23 +10,23 @@
 
 namespace Tessel::Simulator {
 
-/// The firmware file of the receiving cards: the one that they were delivered with until another was uploaded
-/// and loaded. Operations may be called from any thread.
+/// The firmware file of the receiving cards: the factory file, until another one is uploaded and loaded. May
+/// be used from any thread.
 class CardFirmware
 {
 public:
-    /// Takes a file that load() puts on the cards.
+    /// Stores a file for load() to put on the cards.
     void upload(std::string_view image);
     void load();
     /// The file of the card @p id of @p type.
     SharedText read(const std::string& type, const std::string& id) const;
-    /// Back to the firmware of the delivery.
+    /// Restores the factory firmware.
     void reset();
 
 private:
     mutable std::mutex m_mutex; ///< guards both
     SharedText m_uploaded;
-    SharedText m_loaded; ///< null: the one of the delivery
+    SharedText m_loaded; ///< null for the factory firmware
 };
 
 } // namespace Tessel::Simulator

@@ -14,7 +14,7 @@ constexpr std::string_view blanks = " \t\r\n";
 
 std::string cabinetOf(std::string_view element)
 {
-    // Taken apart, an element needs many times its size.
+    // A parsed element needs many times the size of its text.
     constexpr std::size_t limit = 8U << 20;
     if (element.empty() || element.front() != '{' || element.size() > limit) {
         return {};
@@ -33,7 +33,7 @@ bool forEachNamed(std::string_view list,
     if (!startsWith(list, "[")) {
         return false;
     }
-    // The list is known to be valid: a parser would only take all of it apart once more to find the bounds.
+    // The list is known to be valid, and a parser would have to process all of it again to find the bounds.
     std::size_t begin = 1;
     int depth = 0;
     bool inString = false;

@@ -8,9 +8,9 @@
 
 namespace Tessel::Simulator {
 
-/// Goes through the elements of @p list, JSON that was found to be valid, handing each with the cabinet that
-/// it names to @p take. Ends at the first element that names none. @return whether it is a list of elements
-/// that all name one.
+/// Passes each element of @p list, which must be valid JSON, to @p take, together with the cabinet that it
+/// names. Stops at the first element that names none.
+/// @return whether @p list is a list whose elements all name a cabinet.
 bool forEachNamed(std::string_view list,
                   const std::function<void(const std::string& cabinet, std::string_view element)>& take);
 

@@ -107,7 +107,7 @@ CoefficientStore::Table& CoefficientStore::tableOf(std::size_t number, Kind kind
     return m_cabinets[number].tables[indexOf(kind)][indexOf(bank)];
 }
 
-// Null where the table is the one of the delivery.
+// Null for the factory table.
 const CoefficientStore::Table* CoefficientStore::kept(std::size_t number, Kind kind, Bank bank) const
 {
     const auto cabinet = m_cabinets.find(number);
@@ -199,7 +199,7 @@ void CoefficientStore::place(Kind kind, std::string_view list)
 {
     std::map<std::size_t, std::string> tables;
     const bool named = forEachNamed(list, [&](const std::string& cabinet, std::string_view element) {
-        // What is meant for a cabinet that the wall lacks goes nowhere.
+        // Tables for cabinets that do not exist are discarded.
         if (const auto number = numberOf(cabinet)) {
             auto& table = tables[*number];
             table.append(table.empty() ? "[" : ",").append(element);
@@ -273,8 +273,8 @@ json CoefficientStore::summary() const
     }
     json cabinets = json::object();
     for (const auto& [number, cabinet] : m_cabinets) {
-        json& told = cabinets[number == 0 ? "{cid}" : std::to_string(number)];
-        told["shown"] = bankNames[indexOf(cabinet.shown)];
+        json& entry = cabinets[number == 0 ? "{cid}" : std::to_string(number)];
+        entry["shown"] = bankNames[indexOf(cabinet.shown)];
         for (std::size_t kind = 0; kind < kinds; ++kind) {
             for (std::size_t bank = 0; bank < banks; ++bank) {
                 const auto& reply = cabinet.tables[kind][bank].reply;
@@ -283,7 +283,7 @@ json CoefficientStore::summary() const
                 }
                 const auto text = dataOf(*reply);
                 const auto bytes = QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
-                told[nameOf(kind)][bankNames[bank]] = {
+                entry[nameOf(kind)][bankNames[bank]] = {
                     {"bytes", text.size()},
                     {"sha256",
                      QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString()}};

@@ -20,6 +20,7 @@ Collection::Collection(std::size_t count, std::string idMember, Maker make)
 
 bool Collection::fits(const json& written, const json& patch) const
 {
+    // Of all records together, each of which may hold its share.
     constexpr std::size_t limit = 256U << 20;
     return footprint(written) + footprint(patch) <= limit / std::max<std::size_t>(m_count, 1);
 }

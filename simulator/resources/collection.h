@@ -13,8 +13,9 @@
 
 namespace Tessel::Simulator {
 
-/// The records of one family, "1" to the number of them. A record is made when it is asked for; only what was
-/// written is kept, so that ten thousand cabinets cost nothing until somebody reads them. Not thread-safe.
+/// The records of one family, with ids counted from "1". A record is generated when it is read, and only
+/// written values are stored, so that ten thousand cabinets cost nothing until they are read. Not
+/// thread-safe.
 class Collection
 {
 public:
@@ -25,16 +26,17 @@ public:
 
     std::size_t size() const { return m_count; }
     const std::string& idMember() const { return m_idMember; }
-    /// The index of an id such as "12"; nothing when there is no such instance.
+    /// The index of an id such as "12"; nothing if there is no such instance.
     std::optional<std::size_t> indexOf(std::string_view id) const;
 
     nlohmann::json record(std::size_t index) const;
     /// The record as compact JSON.
     const std::string& text(std::size_t index);
-    /// Merges @p members into one record. @return whether that changed it; more than a record may hold is
-    /// left out.
+    /// Merges @p members into one record, as far as its size limit allows.
+    /// @return whether the record has changed.
     bool merge(std::size_t index, const nlohmann::json& members);
-    /// Merges @p members into all records. @return whether that changed any.
+    /// Merges @p members into all records.
+    /// @return whether any record has changed.
     bool mergeAll(const nlohmann::json& members);
 
 private:

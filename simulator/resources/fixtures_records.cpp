@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::json;
 
-// What Wall::vary() tells apart.
+// The values distinguished by Wall::vary().
 enum Varied : std::uint32_t { SerialNumber = 1, Temperature, Voltage, Power, BitErrors, FanSpeed };
 
 std::string format(const char* pattern, unsigned a, unsigned b)
@@ -132,7 +132,7 @@ json pipeline(const Wall& wall, std::size_t index)
             {"hdr", {{"enable", false}, {"mode", 0}}}};
 }
 
-// What is measured differs from step to step, and is the same again for the same seed and step.
+// A measured value differs from step to step, and is the same for the same seed and step.
 int measured(const Wall& wall, std::uint32_t what, std::size_t index, std::size_t step, int low, int high)
 {
     constexpr std::size_t stride = 20000003; // beyond all indexes

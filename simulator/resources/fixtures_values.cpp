@@ -17,7 +17,7 @@ struct PlainValue
     const char* text;
 };
 
-// Members that stand in the record of the instance too, such as a cabinet's "weight", take their value from
+// Members that are also in the record of the instance, such as a cabinet's "weight", take their value from
 // there.
 constexpr PlainValue plainValues[] = {
     // Device

@@ -3,18 +3,13 @@
 
 #include <simulator/resources/addressing.h>
 #include <simulator/resources/fixtures.h>
+#include <simulator/resources/screenlist.h>
 #include <simulator/text/jsontools.h>
-
-#include <algorithm>
 
 namespace Tessel::Simulator {
 namespace {
 
 using nlohmann::json;
-
-constexpr std::size_t maxKeptBytes = 512U << 20;
-constexpr std::size_t maxReplyBytes = 256U << 20;
-constexpr std::size_t maxReplies = 8192;
 
 json sharedMembers(const json& record, const json& body)
 {
@@ -81,11 +76,7 @@ void ResourceStore::reset()
     const std::lock_guard lock(m_mutex);
     m_records = makeRecords(m_wall);
     m_values.clear();
-    for (auto& replies : m_replies) {
-        replies.clear();
-    }
-    m_replyBytes = 0;
-    m_keptBytes = 0;
+    m_replies.clear();
     m_step = 0;
 }
 
@@ -122,41 +113,30 @@ std::string ResourceStore::idOf(Family family, std::size_t index)
 SharedText ResourceStore::read(const Route& route, const std::string& id)
 {
     const std::lock_guard lock(m_mutex);
-    auto& replies = m_replies[static_cast<std::size_t>(route.family)];
-    std::string key = route.pattern;
-    key.append(1, '\n').append(id);
-    const auto it = replies.find(key);
-    if (it != replies.end()) {
-        return it->second;
+    if (SharedText reply = m_replies.find(route, id)) {
+        return reply;
     }
     if (!hasInstance(route, id)) {
         return nullptr;
     }
     auto reply = successEnvelope(readText(route, id));
-    if (isMeasured(route.value)) {
-        return reply;
+    if (!isMeasured(route.value)) {
+        m_replies.insert(route, id, reply);
     }
-    if (replies.size() >= maxReplies || m_replyBytes + reply->size() > maxReplyBytes) {
-        for (auto& other : m_replies) {
-            other.clear();
-        }
-        m_replyBytes = 0;
-    }
-    m_replyBytes += reply->size();
-    replies.emplace(std::move(key), reply);
     return reply;
 }
 
 std::string ResourceStore::readText(const Route& route, const std::string& id)
 {
-    const Value* value = written(route.property, id);
+    const Value* value = m_values.find(route.property, id);
     if (value && value->text) {
         return *value->text;
     }
     switch (route.scope) {
     case Scope::Collection:
         if (route.family == Family::Screen) {
-            return screensText(route);
+            return screenList(m_wall, records(Family::Screen), records(Family::Cabinet),
+                              route.multiScreenOnly);
         }
         return value ? value->data.dump() : listText(route.family);
     case Scope::Instance:
@@ -171,30 +151,20 @@ std::string ResourceStore::readText(const Route& route, const std::string& id)
     return current(route, id).dump();
 }
 
-const ResourceStore::Value* ResourceStore::written(const std::string& property, const std::string& id) const
-{
-    const auto values = m_values.find(property);
-    if (values == m_values.end()) {
-        return nullptr;
-    }
-    const auto own = values->second.own.find(id);
-    return own == values->second.own.end() ? nullptr : &own->second;
-}
-
 json ResourceStore::current(const Route& route, const std::string& id)
 {
     const auto found = route.scope == Scope::Value ? std::nullopt : indexOf(route.family, id);
     const std::size_t index = found.value_or(0);
-    const auto values = m_values.find(route.property);
-    const bool toAll = values != m_values.end() && values->second.all && route.scope != Scope::Value;
+    const auto* values = m_values.find(route.property);
+    const bool toAll = values && values->all && route.scope != Scope::Value;
     json value;
-    if (const Value* own = written(route.property, id)) {
+    if (const Value* own = m_values.find(route.property, id)) {
         if (own->text) {
             return {{"size", own->text->size()}};
         }
         value = own->data;
     } else if (toAll) {
-        value = values->second.all->data;
+        value = values->all->data;
     } else if (route.scope == Scope::Value && route.value == SpecialValue::ReceivingCards) {
         value = Fixtures::allReceivingCards(m_wall);
     } else {
@@ -234,57 +204,6 @@ std::string ResourceStore::pluralText(const Route& route)
     return joined(texts);
 }
 
-json ResourceStore::screenRecord(std::size_t index)
-{
-    json screen = records(Family::Screen).record(index);
-    if (screen.contains("subScreens")) {
-        return screen;
-    }
-    // A multi-screen controller feeds the upper and the lower half of a screen from an input each.
-    const auto [first, last] = m_wall.cabinetsOf(index);
-    const auto columns = m_wall.columnsOf(index);
-    const auto rows = m_wall.rowsOf(index);
-    const std::size_t parts = m_wall.multiScreen() && rows > 1 ? 2 : 1;
-    json subScreens = json::array();
-    for (std::size_t part = 0; part < parts; ++part) {
-        const auto top = part * rows / parts;
-        const auto bottom = (part + 1) * rows / parts;
-        json cabinets = json::array();
-        for (auto i = first + top * columns; i < std::min(last, first + bottom * columns); ++i) {
-            const json cabinet = records(Family::Cabinet).record(i);
-            json entry = json::object();
-            for (const char* member :
-                 {"id", "version", "outputId", "moduleCount", "weight", "power", "voltage", "position"}) {
-                entry[member] = cabinet.at(member);
-            }
-            cabinets.push_back(std::move(entry));
-        }
-        subScreens.push_back(
-            {{"subScreenID", std::to_string(index + 1) + "-" + std::to_string(part + 1)},
-             {"inputID", std::to_string(part + 1)},
-             {"postion", {{"x", 0}, {"y", top * Wall::cabinetPixels}}},
-             {"size",
-              {{"width", columns * Wall::cabinetPixels}, {"height", (bottom - top) * Wall::cabinetPixels}}},
-             {"cabinets", std::move(cabinets)}});
-    }
-    screen["subScreens"] = std::move(subScreens);
-    return screen;
-}
-
-std::string ResourceStore::screensText(const Route& route)
-{
-    // The single-screen route describes one screen at the top level; the multi-screen route lists them.
-    json reply = route.multiScreenOnly ? json::object() : screenRecord(0);
-    if (m_wall.multiScreen()) {
-        json screens = json::array();
-        for (std::size_t i = 0; i < m_wall.screens(); ++i) {
-            screens.push_back(screenRecord(i));
-        }
-        reply["screens"] = std::move(screens);
-    }
-    return reply.dump();
-}
-
 ResourceStore::Written ResourceStore::write(const Route& route, const std::string& id, const json& body)
 {
     const std::lock_guard lock(m_mutex);
@@ -310,7 +229,7 @@ ResourceStore::Written ResourceStore::write(const Route& route, const std::strin
         break;
     }
     if (result.changed) {
-        invalidate(route.family);
+        m_replies.invalidate(route.family);
     }
     return result;
 }
@@ -324,10 +243,10 @@ ResourceStore::Written ResourceStore::writeText(const Route& route, const std::s
     Value value;
     value.text = std::make_shared<const std::string>(std::move(text));
     value.cost = value.text->size();
-    if (!keep(m_values[route.property].own[id], std::move(value))) {
+    if (!m_values.keep(m_values[route.property].own[id], std::move(value))) {
         return failed(Written::Status::NoSpace);
     }
-    invalidate(route.family);
+    m_replies.invalidate(route.family);
     Written result;
     result.changed = true;
     result.ids = {id};
@@ -337,7 +256,7 @@ ResourceStore::Written ResourceStore::writeText(const Route& route, const std::s
 ResourceStore::Written ResourceStore::writeProperty(const Route& route, const std::string& id,
                                                     const json& body)
 {
-    const Value* own = written(route.property, id);
+    const Value* own = m_values.find(route.property, id);
     const json before = current(route, id);
     json after = before;
     if (own && own->text) {
@@ -360,7 +279,7 @@ ResourceStore::Written ResourceStore::writeProperty(const Route& route, const st
     Value value;
     value.cost = footprint(after);
     value.data = std::move(after);
-    if (!keep(m_values[route.property].own[id], std::move(value))) {
+    if (!m_values.keep(m_values[route.property].own[id], std::move(value))) {
         result.status = Written::Status::NoSpace;
     }
     return result;
@@ -368,19 +287,14 @@ ResourceStore::Written ResourceStore::writeProperty(const Route& route, const st
 
 ResourceStore::Written ResourceStore::writePlural(const Route& route, const json& body)
 {
-    const auto addressees = addressed(route.family, body);
+    const auto addressees = addressed(route.family, records(route.family).size(), body);
     if (!addressees) {
         // A shape that names nobody: the route itself keeps it and gives it back.
         Written result = writeProperty(route, {}, body);
         result.ids.clear();
         return result;
     }
-    auto& own = m_values[route.property].own;
-    const auto kept = own.find(std::string());
-    if (kept != own.end()) {
-        m_keptBytes -= kept->second.cost;
-        own.erase(kept);
-    }
+    m_values.erase(route.property, {});
     if (addressees->all) {
         return writeToAll(route, body);
     }
@@ -420,7 +334,7 @@ ResourceStore::Written ResourceStore::writeToAll(const Route& route, const json&
         value.cost = footprint(after) * (&slot == &*m_values[route.property].all ? list.size() : 1);
         value.data = std::move(after);
         result.changed = true;
-        if (!keep(slot, std::move(value))) {
+        if (!m_values.keep(slot, std::move(value))) {
             result.status = Written::Status::NoSpace;
         }
     };
@@ -437,7 +351,7 @@ ResourceStore::Written ResourceStore::writeToAll(const Route& route, const json&
 
 ResourceStore::Written ResourceStore::writeRecords(const Route& route, const json& body)
 {
-    const auto addressees = addressed(route.family, body);
+    const auto addressees = addressed(route.family, records(route.family).size(), body);
     Written result;
     if (!addressees) {
         return writeProperty(route, {}, body);
@@ -459,76 +373,6 @@ ResourceStore::Written ResourceStore::writeRecords(const Route& route, const jso
         result.ids.push_back(idOf(route.family, index));
     }
     return result;
-}
-
-std::optional<ResourceStore::Addressed> ResourceStore::addressed(Family family, const json& body)
-{
-    constexpr std::size_t limit = 20000;
-    Addressed result;
-    const auto address = [&](const json& object, const char* member) {
-        json members = object;
-        members.erase(member);
-        const json& ids = object.at(member);
-        const auto add = [&](const json& id) {
-            if (const auto index = indexOf(family, idText(id))) {
-                result.instances.emplace_back(*index, members);
-            }
-        };
-        if (ids.is_array()) {
-            for (std::size_t i = 0; i < ids.size() && result.instances.size() <= limit; ++i) {
-                add(ids[i]);
-            }
-        } else {
-            add(ids);
-        }
-    };
-    if (body.is_object()) {
-        const char* const listMember = family == Family::Screen ? "screens" : "cabinets";
-        if (const char* member = addressMember(family, body)) {
-            address(body, member);
-        } else if (body.contains(listMember) && body[listMember].is_array()) {
-            return addressed(family, body[listMember]);
-        } else {
-            result.all = true;
-        }
-    } else if (body.is_array()) {
-        for (const auto& element : body) {
-            const char* member = addressMember(family, element);
-            if (!member || result.instances.size() > limit) {
-                return std::nullopt;
-            }
-            address(element, member);
-        }
-    } else {
-        return std::nullopt;
-    }
-    return result.instances.size() > limit ? std::nullopt : std::make_optional(std::move(result));
-}
-
-bool ResourceStore::keep(Value& slot, Value value)
-{
-    if (m_keptBytes - slot.cost + value.cost > maxKeptBytes) {
-        return false;
-    }
-    m_keptBytes = m_keptBytes - slot.cost + value.cost;
-    slot = std::move(value);
-    return true;
-}
-
-void ResourceStore::invalidate(Family family)
-{
-    const auto drop = [this](Family dropped) {
-        auto& replies = m_replies[static_cast<std::size_t>(dropped)];
-        for (const auto& reply : replies) {
-            m_replyBytes -= reply.second->size();
-        }
-        replies.clear();
-    };
-    drop(family);
-    // Screens list their cabinets.
-    if (family == Family::Cabinet) {
-        drop(Family::Screen);
-    }
 }
 
 } // namespace Tessel::Simulator

@@ -3,17 +3,15 @@
 #define SIMULATOR_RESOURCES_RESOURCESTORE_H
 
 #include <simulator/resources/collection.h>
+#include <simulator/resources/replycache.h>
 #include <simulator/resources/wall.h>
-#include <simulator/routes/route.h>
-#include <simulator/text/envelope.h>
+#include <simulator/resources/writtenvalues.h>
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace Tessel::Simulator {
@@ -57,22 +55,7 @@ public:
     void reset();
 
 private:
-    struct Value
-    {
-        nlohmann::json data;
-        SharedText text; ///< set: holds the value instead of data
-        std::size_t cost = 0;
-    };
-    struct PropertyValues
-    {
-        std::optional<Value> all;                   ///< written to all instances at once
-        std::unordered_map<std::string, Value> own; ///< by instance; "" for what belongs to no instance
-    };
-    struct Addressed
-    {
-        bool all = false;
-        std::vector<std::pair<std::size_t, nlohmann::json>> instances;
-    };
+    using Value = WrittenValues::Value;
 
     // All private operations are called with m_mutex held.
     Collection& records(Family family) { return m_records[static_cast<std::size_t>(family)]; }
@@ -83,27 +66,19 @@ private:
     std::string readText(const Route& route, const std::string& id);
     std::string listText(Family family);
     std::string pluralText(const Route& route);
-    nlohmann::json screenRecord(std::size_t index);
-    std::string screensText(const Route& route);
-    const Value* written(const std::string& property, const std::string& id) const;
     nlohmann::json current(const Route& route, const std::string& id);
 
     Written writeProperty(const Route& route, const std::string& id, const nlohmann::json& body);
     Written writePlural(const Route& route, const nlohmann::json& body);
     Written writeRecords(const Route& route, const nlohmann::json& body);
     Written writeToAll(const Route& route, const nlohmann::json& body);
-    std::optional<Addressed> addressed(Family family, const nlohmann::json& body);
-    bool keep(Value& slot, Value value);
-    void invalidate(Family family);
     static std::vector<Collection> makeRecords(const Wall& wall);
 
     const Wall m_wall;
     std::mutex m_mutex; ///< guards everything below
     std::vector<Collection> m_records;
-    std::unordered_map<std::string, PropertyValues> m_values;
-    std::array<std::unordered_map<std::string, SharedText>, familyCount> m_replies;
-    std::size_t m_replyBytes = 0;
-    std::size_t m_keptBytes = 0;
+    WrittenValues m_values;
+    ReplyCache m_replies;
     std::size_t m_step = 0; ///< how often it was measured anew
 };
 

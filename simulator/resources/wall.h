@@ -11,15 +11,15 @@
 
 namespace Tessel::Simulator {
 
-/// The numbers of a simulated wall: how many there are of what, and what hangs where. Indexes start at 0, ids
-/// at 1.
+/// The structure of a simulated wall: the number of its parts and how they are connected. Indexes start at 0,
+/// ids at 1.
 class Wall
 {
 public:
     static constexpr int cabinetPixels = 192;      ///< width and height of a cabinet
     static constexpr int cabinetMillimetres = 500; ///< width and height of a cabinet
 
-    /// Takes the usual counts where @p options leave them open and cuts off what no controller has.
+    /// Uses the default counts where @p options leave them open, and clamps the others to their ranges.
     explicit Wall(const Options& options);
 
     bool multiScreen() const { return m_multiScreen; }
@@ -32,13 +32,13 @@ public:
 
     std::size_t screenOf(std::size_t cabinet) const;
     std::size_t outputOf(std::size_t cabinet) const;
-    /// First cabinet of a screen and the one behind its last.
+    /// The first cabinet of a screen, and the one after its last.
     std::pair<std::size_t, std::size_t> cabinetsOf(std::size_t screen) const;
     /// Cabinets side by side on a screen.
     std::size_t columnsOf(std::size_t screen) const;
     std::size_t rowsOf(std::size_t screen) const;
 
-    /// A number that depends on the seed, @p what and @p index alone; from @p low to @p high.
+    /// A number from @p low to @p high that depends only on the seed, @p what and @p index.
     int vary(std::uint32_t what, std::size_t index, int low, int high) const;
 
     const std::string& name() const { return m_name; }

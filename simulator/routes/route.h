@@ -15,7 +15,7 @@ namespace Tessel::Simulator {
 enum Verb : unsigned { Get = 1, Put = 2, Post = 4, Delete = 8 };
 using Verbs = unsigned;
 
-/// The resource family that a route belongs to: each has its list of instances.
+/// The resource family to which a route belongs; each family has its list of instances.
 enum class Family { Device, Screen, Cabinet, Input, Output, Pipeline, Channel };
 constexpr std::size_t familyCount = 7;
 
@@ -29,21 +29,22 @@ enum class Scope {
     Firmware    ///< a firmware file for download
 };
 
-/// What is special about the value at a route.
+/// Special behaviour of the value at a route.
 enum class SpecialValue {
-    None,              ///< starts with what the table of plain values says
-    CapabilityVersion, ///< follows from the protocol
-    AllReceivingCards, ///< those of every cabinet
-    ReceivingCards,    ///< those of a cabinet
-    CabinetBaseInfo,   ///< follows from the cabinet's record
-    MonitorData,       ///< measured anew with each reading, as the next two
+    None,              ///< starts with its entry in the table of plain values
+    CapabilityVersion, ///< depends on the protocol
+    AllReceivingCards, ///< the receiving cards of all cabinets
+    ReceivingCards,    ///< the receiving cards of one cabinet
+    CabinetBaseInfo,   ///< derived from the cabinet's record
+    MonitorData,       ///< measured again on each read, like the next two
     MonitorHistory,
     MonitorLogs,
-    UpdateProgress, ///< advances with each reading while an update runs
-    Lock            ///< PUT locks and DELETE unlocks, whatever the body says
+    UpdateProgress, ///< advances on each read while an update runs
+    Lock            ///< PUT locks and DELETE unlocks, whatever the body contains
 };
 
-/// Whether the value at such a route is made for the wall rather than taken from the table of plain ones.
+/// Whether the value at such a route is generated from the wall rather than taken from the table of plain
+/// ones.
 constexpr bool isGenerated(SpecialValue value)
 {
     return value >= SpecialValue::CapabilityVersion && value <= SpecialValue::MonitorLogs;
@@ -55,28 +56,28 @@ constexpr bool isMeasured(SpecialValue value)
     return value >= SpecialValue::MonitorData && value <= SpecialValue::MonitorLogs;
 }
 
-/// What a write to a route does besides storing its body.
+/// The effect of a write to a route, apart from storing its body.
 enum class WriteEffect {
     None,
-    NameDevice,         ///< takes `name` for `customName`
-    NameScreen,         ///< takes `name` for `screenName`, which goes into the screen's record as well
-    UpdateController,   ///< begins the controller's firmware update
-    UploadCardFirmware, ///< keeps the file and begins the receiving cards' update
-    LoadCardFirmware,   ///< has the cards take the file that was kept, and begins their update
-    SelfTest,           ///< answers with a result
-    ResetInputBackup,   ///< the backup of the input is off
-    DisableTestPattern  ///< the test pattern of the screen is off
+    NameDevice,         ///< stores `name` as `customName`
+    NameScreen,         ///< stores `name` as `screenName`, also in the screen's record
+    UpdateController,   ///< starts the controller's firmware update
+    UploadCardFirmware, ///< stores the file and starts the receiving cards' update
+    LoadCardFirmware,   ///< makes the cards load the stored file, and starts their update
+    SelfTest,           ///< replies with a result
+    ResetInputBackup,   ///< turns the input's backup off
+    DisableTestPattern  ///< turns the screen's test pattern off
 };
 
-/// What a write to a route does to the coefficients of the cabinets concerned.
+/// The effect of a write to a route on the coefficients of the cabinets concerned.
 struct CoefficientAction
 {
     enum class Step { Copy, Clear, Show };
 
     Step step;
     CoefficientKind kind;
-    CoefficientBank from; ///< of a copy; what is cleared or shown
-    CoefficientBank to;   ///< of a copy
+    CoefficientBank from; ///< the source of a copy, or the bank to clear or show
+    CoefficientBank to;   ///< the destination of a copy
 };
 
 /// One path of the device API.
@@ -88,14 +89,14 @@ struct Route
     Family family = Family::Device;
     Scope scope = Scope::Value;
     Verbs verbs = Get | Put;
-    bool takesFiles = false;      ///< bodies that are no JSON are welcome
-    bool multiScreenOnly = false; ///< controllers with one screen lack it
+    bool takesFiles = false;      ///< accepts bodies that are not JSON
+    bool multiScreenOnly = false; ///< missing in the single-screen protocol
     SpecialValue value = SpecialValue::None;
     WriteEffect effect = WriteEffect::None;
     std::optional<PushEvent> nameEvent;                ///< pushed with the new name, before changeEvent
-    std::optional<PushEvent> changeEvent;              ///< pushed when a write changed something
-    std::optional<CoefficientKind> coefficients;       ///< the kind whose tables are written and read here
-    std::vector<CoefficientAction> coefficientActions; ///< in their order
+    std::optional<PushEvent> changeEvent;              ///< pushed when a write has changed something
+    std::optional<CoefficientKind> coefficients;       ///< the kind whose tables this route reads and writes
+    std::vector<CoefficientAction> coefficientActions; ///< in order
 };
 
 } // namespace Tessel::Simulator

@@ -19,7 +19,7 @@ constexpr VerbException verbExceptions[] = {
     {"Device_AllScreens", Get | Put | Post},
     {"Device_Version", Get | Put | Post},
     {"Device_lock", Get | Put | Delete},
-    // What a controller only tells:
+    // Read-only:
     {"Device_Protoc", Get},
     {"Device_Capability_Protoc", Get},
     {"Device_HwUpdateProgress", Get},
@@ -75,13 +75,13 @@ constexpr FamilyPrefix familyPrefixes[] = {
     {"/device/channel", Family::Channel},
 };
 
-// Routes below a plural prefix that are values of the device all the same.
+// Routes below a plural prefix that are nevertheless values of the device.
 constexpr std::string_view deviceValues[] = {
     "/device/cabinet/rvupdate", "/device/cabinet/rvupdateload", "/device/cabinet/rvupdateprogress",
     "/device/cabinet/rxs",      "/device/cabinet/rx",           "/device/output/pipelinemapping",
 };
 
-// Routes by their property, in which the singular and the plural route of a property are one.
+// Routes by property, which the singular and the plural route share.
 struct ValueRow
 {
     std::string_view property;
@@ -117,7 +117,7 @@ constexpr EffectRow writeEffects[] = {
     {"/device/screen/txtestpattern/disable", WriteEffect::DisableTestPattern},
 };
 
-// Events that differ from the one of the family.
+// Events that differ from the family's event.
 struct ChangeEventRow
 {
     std::string_view property;
@@ -131,7 +131,7 @@ constexpr ChangeEventRow specialChangeEvents[] = {
     {"/device/cabinet/moduleflags", PushEvent::CabinetFlags},
 };
 
-// What is written below these leaves the lists of cabinets and screens as they are.
+// Writes below these do not change the lists of cabinets and screens.
 constexpr std::string_view silentPrefixes[] = {"/device/cabinet/selftest", "/device/correctionop"};
 
 struct TableRow
@@ -288,7 +288,7 @@ std::optional<PushEvent> nameEventOf(const Route& route)
     }
 }
 
-// What is special about a route, all that follows from its property.
+// The special behaviour of a route that depends on its property.
 void applySpecialRules(Route& route)
 {
     if (const auto* const row = rowOf(specialValues, route.property)) {
@@ -331,7 +331,7 @@ void applyRouteRules(Route& route)
 {
     const std::string path = withoutPrefix(route.pattern);
     route.property = withoutPlaceholders(path);
-    // What is uploaded for one cabinet stands in the list of all.
+    // An upload for one cabinet appears in the list of all.
     if (route.property == "/device/correctionop/cabinets/coefficientv2") {
         route.property = "/device/correctionop/cabinets/chroma/coefficient";
     }

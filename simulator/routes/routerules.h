@@ -9,10 +9,10 @@
 
 namespace Tessel::Simulator {
 
-/// The properties that the rules single out, for a test that compares them with the routes that there are.
+/// The properties named in the rules, for a test that compares them with the existing routes.
 std::vector<std::string_view> specialProperties();
 
-/// Fills everything of a route that follows from its pattern and its keys.
+/// Fills in everything about a route that follows from its pattern and its keys.
 void applyRouteRules(Route& route);
 
 } // namespace Tessel::Simulator

@@ -11,11 +11,11 @@
 
 namespace Tessel::Simulator {
 
-/// Finds the route of a path. Immutable once built, so that any thread may match.
+/// Finds the route of a path. Immutable once built, so any thread may use it.
 class RouteTable
 {
 public:
-    /// A route and what stood in the place of its placeholders, in order.
+    /// A route and the values of its placeholders, in order.
     struct Match
     {
         const Route* route = nullptr;
@@ -29,7 +29,7 @@ public:
     RouteTable& operator=(const RouteTable&) = delete;
     ~RouteTable();
 
-    /// Matches decoded path segments; literal segments go before placeholders.
+    /// Matches decoded path segments; literal segments take precedence over placeholders.
     Match match(const std::vector<std::string>& segments) const;
     const std::deque<Route>& routes() const { return m_routes; }
 
@@ -44,7 +44,7 @@ private:
     std::unique_ptr<Node> m_root;
 };
 
-/// The segments of a path: "/a/b" gives "a" and "b".
+/// The segments of a path: "/a/b" has the segments "a" and "b".
 std::vector<std::string> splitPath(std::string_view path);
 
 } // namespace Tessel::Simulator

@@ -9,19 +9,20 @@
 
 namespace Tessel::Simulator {
 
-/// A request target (RFC 7230, section 5.3), taken apart.
+/// A parsed request target (RFC 9112, "Request Target").
 struct Target
 {
     std::string path; ///< decoded
     std::vector<std::string>
         segments;      ///< decoded one by one, so that an encoded slash stays within its segment
-    std::string query; ///< as it came
+    std::string query; ///< as received
 };
 
-/// Takes origin form and absolute form. Nothing when the target is neither or has a broken percent sign.
+/// Parses the origin form and the absolute form. Returns nothing if the target has neither form or contains
+/// an invalid percent-encoding.
 std::optional<Target> parseTarget(std::string_view target);
 
-/// The parameters of a query, decoded, in order.
+/// The decoded parameters of a query, in order.
 std::vector<std::pair<std::string, std::string>> parseQuery(std::string_view query);
 
 } // namespace Tessel::Simulator

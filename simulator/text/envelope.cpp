@@ -8,7 +8,7 @@ namespace Tessel::Simulator {
 SharedText envelope(int code, std::string_view message, std::string_view data)
 {
     using nlohmann::json;
-    // Paths in messages come from the network and may be no UTF-8.
+    // Paths in messages come from the network and may not be UTF-8.
     const auto text = json(message).dump(-1, ' ', false, json::error_handler_t::replace);
     std::string result;
     result.reserve(data.size() + text.size() + 48);

@@ -8,10 +8,10 @@
 
 namespace Tessel::Simulator {
 
-/// A reply body that many connections may share.
+/// A reply body that connections can share.
 using SharedText = std::shared_ptr<const std::string>;
 
-/// {"code":...,"message":...,"data":...}; @p data is JSON already.
+/// {"code":...,"message":...,"data":...}; @p data must be JSON text.
 SharedText envelope(int code, std::string_view message, std::string_view data = "{}");
 
 /// The envelope of a success.

@@ -8,10 +8,10 @@ namespace {
 
 using nlohmann::json;
 
-// Writing and comparing recurse, so a bound on the depth protects the stack.
+// Writing and comparing are recursive, so the depth is limited to protect the stack.
 constexpr int depthLimit = 64;
 
-/// Takes a text that is JSON and not too deep, and keeps nothing of it.
+/// Accepts a text that is JSON and not too deep; stores nothing.
 class Acceptor : public nlohmann::json_sax<json>
 {
 public:

@@ -9,16 +9,18 @@
 
 namespace Tessel::Simulator {
 
-/// Parses @p text of a client. @return a discarded value when it is no JSON or nests deeper than 64 levels.
+/// Parses @p text from a client.
+/// @return a discarded value if it is not valid JSON or nested deeper than 64 levels.
 nlohmann::json parseJson(std::string_view text);
-/// Whether @p text is JSON that parseJson() takes, without keeping it.
+/// Whether parseJson() would accept @p text; stores nothing.
 bool isJson(std::string_view text);
 
-/// Writes @p patch over @p target: objects member by member, everything else whole. An object with a "type"
-/// written over a list of objects with types replaces the element of its type; type 3 means all of them.
+/// Merges @p patch into @p target: objects member by member, everything else as a whole. An object with a
+/// "type", merged into a list of objects with types, replaces the element of its type; type 3 means all of
+/// them.
 void mergeInto(nlohmann::json& target, const nlohmann::json& patch);
 
-/// Bytes of memory that @p value takes, roughly.
+/// The approximate memory that @p value uses, in bytes.
 std::size_t footprint(const nlohmann::json& value);
 
 } // namespace Tessel::Simulator

@@ -10,10 +10,10 @@ namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view blanks = " \t";
-// A form of empty parts would grow many times its size.
+// A form of empty parts would need many times its size.
 constexpr std::size_t maxParts = 1000;
 
-// Reads the value, quoted or not, that begins at @p at, which moves behind it.
+// Reads the value, quoted or not, that begins at @p at, and moves @p at past it.
 std::string readValue(std::string_view header, std::size_t& at)
 {
     if (header.substr(at, 1) != "\"") {
@@ -75,7 +75,7 @@ bool isMultipartForm(std::string_view contentType)
 std::optional<std::vector<FormPart>> formParts(std::string_view contentType, std::string_view body)
 {
     const std::string boundary = parameter(contentType, "boundary");
-    if (boundary.empty() || boundary.size() > 70) { // RFC 2046, 5.1.1
+    if (boundary.empty() || boundary.size() > 70) { // RFC 2046
         return std::nullopt;
     }
     const std::string delimiter = "\r\n--" + boundary;
@@ -104,7 +104,7 @@ std::optional<std::vector<FormPart>> formParts(std::string_view contentType, std
             at = end + lineEnd.size();
         }
         const auto content = at + lineEnd.size();
-        // The line break before a delimiter belongs to it, also where the content is empty.
+        // The line break before a delimiter belongs to it, even if the content is empty.
         const auto end = body.find(delimiter, at);
         if (end == body.npos) {
             return std::nullopt;

@@ -9,20 +9,20 @@
 
 namespace Tessel::Simulator {
 
-/// One part of a form (RFC 7578).
+/// A part of a form (RFC 7578).
 struct FormPart
 {
     std::string name;
-    std::string fileName;    ///< empty: the part is no file
-    std::string contentType; ///< empty: the part says none
+    std::string fileName;    ///< empty if the part is not a file
+    std::string contentType; ///< empty if the part has none
     std::string_view content;
 };
 
 /// Whether @p contentType is that of a form.
 bool isMultipartForm(std::string_view contentType);
 
-/// The parts of @p body, which has to outlive them; nothing when it is no whole form with the boundary that
-/// @p contentType names.
+/// The parts of @p body, which must outlive them; nothing if it is not a complete form with the boundary
+/// given in @p contentType.
 std::optional<std::vector<FormPart>> formParts(std::string_view contentType, std::string_view body);
 
 } // namespace Tessel::Simulator

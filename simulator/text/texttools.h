@@ -13,7 +13,7 @@ inline bool startsWith(std::string_view text, std::string_view prefix)
     return text.substr(0, prefix.size()) == prefix;
 }
 
-/// The same with capitals in @p text taken as small ones.
+/// The same, treating capital letters in @p text as lower case.
 inline bool startsWithNoCase(std::string_view text, std::string_view lowerPrefix)
 {
     return text.size() >= lowerPrefix.size() &&
@@ -21,7 +21,7 @@ inline bool startsWithNoCase(std::string_view text, std::string_view lowerPrefix
                       [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
 }
 
-/// @p text without the @p blanks at its ends.
+/// @p text without leading and trailing @p blanks.
 inline std::string_view trimmed(std::string_view text, std::string_view blanks)
 {
     const auto first = text.find_first_not_of(blanks);

@@ -11,7 +11,7 @@
 
 namespace Tessel {
 
-/// A reply whose data is a list of cabinets. A value: one object is used by one thread at a time.
+/// A reply whose data is a list of cabinets. A value; an object must be used by only one thread at a time.
 class CabinetsResponse : public CommonResponse
 {
     Q_GADGET

@@ -8,8 +8,9 @@
 
 namespace Tessel {
 
-/// The envelope of a device's reply, without its data. The code is unset until assigned or deserialized. A
-/// value: one object is used by one thread at a time.
+/// The envelope of a device's reply, without its data. A value; an object must be used by only one thread at
+/// a time.
+/// @warning The code is uninitialised until assigned or deserialized.
 class CommonResponse : public Zeph::Serialize::Serializable
 {
     Q_GADGET

@@ -10,8 +10,8 @@
 
 namespace Tessel {
 
-/// The envelope of a device's reply with its members as parsed; those that the reply lacks are invalid. A
-/// value: one object is used by one thread at a time.
+/// The envelope of a device's reply with its members as parsed; missing members are invalid variants. A
+/// value; an object must be used by only one thread at a time.
 class RawResponse : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -24,7 +24,7 @@ public:
 
     /// The members that the reply has.
     QMap<QString, QVariant> members() const;
-    /// The code: zero when the reply lacks it, -1 when it is not a whole number in the range of an `int`.
+    /// The code: zero if it is missing, -1 if it is not an integer in the range of `int`.
     int codeNumber() const;
 
     QVariant message; ///< the device's text

@@ -8,7 +8,7 @@
 
 namespace Tessel {
 
-/// A reply whose data is an object. A value: one object is used by one thread at a time.
+/// A reply whose data is an object. A value; an object must be used by only one thread at a time.
 class VariantMapResponse : public CommonResponse
 {
     Q_GADGET

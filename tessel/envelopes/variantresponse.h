@@ -8,7 +8,7 @@
 
 namespace Tessel {
 
-/// A reply with data of any type. A value: one object is used by one thread at a time.
+/// A reply with data of any type. A value; an object must be used by only one thread at a time.
 class VariantResponse : public CommonResponse
 {
     Q_GADGET

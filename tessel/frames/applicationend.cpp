@@ -12,14 +12,14 @@ namespace Tessel {
 
 namespace {
 
-using Told = std::shared_ptr<const std::function<void()>>;
+using Callback = std::shared_ptr<const std::function<void()>>;
 
 struct Watches
 {
     std::mutex mutex; // guards all below
     bool ended = false;
     bool isFirstToHear = false; // among those who registered with the application so far
-    std::set<Told> told;
+    std::set<Callback> callbacks;
 };
 
 // Never destroyed: threads that outlive main() may still wait.
@@ -31,15 +31,15 @@ Watches& watches()
 
 void end()
 {
-    std::set<Told> told;
+    std::set<Callback> callbacks;
     {
         const std::lock_guard<std::mutex> lock(watches().mutex);
         watches().ended = true;
         watches().isFirstToHear = false;
-        told.swap(watches().told);
+        callbacks.swap(watches().callbacks);
     }
-    for (const Told& one : told) {
-        (*one)();
+    for (const Callback& callback : callbacks) {
+        (*callback)();
     }
 }
 
@@ -80,25 +80,25 @@ bool ApplicationEnd::hasCome()
     return watches().ended;
 }
 
-ApplicationEnd::Watch::Watch(std::function<void()> told)
-    : m_told(std::make_shared<const std::function<void()>>(std::move(told)))
+ApplicationEnd::Watch::Watch(std::function<void()> callback)
+    : m_callback(std::make_shared<const std::function<void()>>(std::move(callback)))
 {
     static const EndAtExit atExit;
     {
         const std::lock_guard<std::mutex> lock(watches().mutex);
         hearFirst();
         if (!watches().ended) {
-            watches().told.insert(m_told);
+            watches().callbacks.insert(m_callback);
             return;
         }
     }
-    (*m_told)();
+    (*m_callback)();
 }
 
 ApplicationEnd::Watch::~Watch()
 {
     const std::lock_guard<std::mutex> lock(watches().mutex);
-    watches().told.erase(m_told);
+    watches().callbacks.erase(m_callback);
 }
 
 bool threadTakesEvents()

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The end of the application, beyond which nothing may wait for a reply.
+// The end of the application, after which nothing may wait for a reply.
 #ifndef TESSEL_FRAMES_APPLICATIONEND_H
 #define TESSEL_FRAMES_APPLICATIONEND_H
 
@@ -17,33 +17,33 @@ namespace Tessel {
 class ApplicationEnd
 {
 public:
-    /// Whether the application has ended. May be called from any thread; ask before and after a blocking
-    /// exchange to learn whether the end cut it off.
+    /// Whether the application has ended. May be called from any thread; call it before and after a blocking
+    /// exchange to find out whether the end interrupted it.
     static bool hasCome();
 
-    /// Has a function called once when the end comes, on the thread that ends the application; at once if it
-    /// has come already. It may still run while the watch is destroyed, and must not throw.
+    /// Calls a function once when the application ends, on the thread that ends it, or at once if it has
+    /// already ended. The function may still be running while the watch is destroyed, and must not throw.
     class Watch
     {
     public:
-        explicit Watch(std::function<void()> told);
+        explicit Watch(std::function<void()> callback);
         ~Watch();
         Watch(const Watch&) = delete;
         Watch& operator=(const Watch&) = delete;
 
     private:
-        const std::shared_ptr<const std::function<void()>> m_told;
+        const std::shared_ptr<const std::function<void()>> m_callback;
     };
 };
 
-/// Whether events reach the calling thread: it has an event dispatcher, and there is an application, without
-/// which Qt delivers none. A reply that is not waited for comes as an event.
+/// Whether the calling thread can receive events: it needs an event dispatcher, and Qt delivers none without
+/// an application. Replies to non-blocking requests arrive as events.
 bool threadTakesEvents();
-/// Whether the calling thread may run an event loop, which gives it an event dispatcher.
+/// Whether the calling thread can run an event loop, which would give it an event dispatcher.
 bool canRunEventLoop();
 
-/// Runs @p loop on its thread until something quits it, or until the application ends. @return `false` in the
-/// latter case.
+/// Runs @p loop on its thread until something quits it or the application ends.
+/// @return `false` if the application ended.
 bool execUntilApplicationEnds(QEventLoop& loop, QEventLoop::ProcessEventsFlags flags = QEventLoop::AllEvents);
 
 } // namespace Tessel

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// How an operator listens to devices and reads their pushed events.
+// Connects operators to pushed events, and parses these.
 #ifndef TESSEL_FRAMES_DEVICEEVENTS_H
 #define TESSEL_FRAMES_DEVICEEVENTS_H
 
@@ -35,7 +35,8 @@ void listenToDevices(Operator* listener, void (Operator::*logout)(const QString&
     listenToEvents(listener, event);
 }
 
-/// An event of the change form (`dataType`, `changeTag`), flattened; empty when @p data is not a JSON object.
+/// Parses an event of the change form (`dataType`, `changeTag`) into a flattened map; empty if @p data is not
+/// a JSON object.
 inline QMap<QString, QVariant> changeEvent(const QByteArray& data)
 {
     QMap<QString, QVariant> event;
@@ -43,8 +44,8 @@ inline QMap<QString, QVariant> changeEvent(const QByteArray& data)
     return event;
 }
 
-/// An event of the envelope form (`eventSender`, `eventType`, `eventData`), its payload as parsed; empty when
-/// @p data is not a JSON object.
+/// Parses an event of the envelope form (`eventSender`, `eventType`, `eventData`), leaving its payload as
+/// parsed; empty if @p data is not a JSON object.
 inline QMap<QString, QVariant> envelopeEvent(const QByteArray& data)
 {
     QMap<QString, QVariant> event;
@@ -52,7 +53,7 @@ inline QMap<QString, QVariant> envelopeEvent(const QByteArray& data)
     return event;
 }
 
-/// The member @p key as a text, empty when the event lacks it.
+/// The member @p key as text; empty if it is missing.
 inline QString eventText(const QMap<QString, QVariant>& event, const char* key)
 {
     return event.value(QLatin1String(key)).toString();
@@ -65,20 +66,20 @@ inline bool eventSays(const QMap<QString, QVariant>& event, const char* key, con
     return member != event.constEnd() && member->toString() == QLatin1String(text);
 }
 
-/// What the event @p expected carries along, the name or the payload; invalid when the member is absent.
+/// The data of the event @p expected, that is, its name or payload; invalid if the member is missing.
 inline QVariant eventPayload(const QMap<QString, QVariant>& event, PushEvent expected)
 {
     return event.value(QLatin1String(eventRow(expected).text.payload));
 }
 
-/// Whether the event comes from the source of @p expected, and so may be of any kind of that source.
+/// Whether the event comes from the source of @p expected, of whatever kind it is.
 inline bool comesFromSourceOf(const QMap<QString, QVariant>& event, PushEvent expected)
 {
     const EventText::Member& source = eventRow(expected).text.source;
     return eventSays(event, source.key, source.text);
 }
 
-/// Whether the event is @p expected: its source, and its kind unless the form has none.
+/// Whether the event is @p expected, that is, has its source and, if the form has one, its kind.
 inline bool isEvent(const QMap<QString, QVariant>& event, PushEvent expected)
 {
     const EventText::Member& kind = eventRow(expected).text.kind;

@@ -2,7 +2,10 @@
 #include <tessel/frames/grouprequest.h>
 
 #include <tessel/frames/applicationend.h>
-#include <tessel/frames/request.h>
+#include <tessel/frames/decoding.h>
+#include <tessel/frames/packagefiller.h>
+
+#include <communicator/httpproxy.h>
 
 #include <QDebug>
 #include <QEventLoop>
@@ -13,6 +16,7 @@ namespace Tessel {
 
 namespace {
 
+using Krelm::Communicator::HttpDevice::HttpProxy;
 using Start = bool (HttpProxy::*)(const QString&, HttpJsonPackage*);
 using Exchange = void (HttpProxy::*)(const QString&, HttpJsonPackage*);
 using Succeeded = std::function<void(const HttpJsonPackage&, const QString& id)>;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Several requests in parallel, waited for on the spot in a nested event loop. See request.md for when to use
+// Several parallel requests and a nested event loop that waits for them. See request.md for when to use
 // which.
 #ifndef TESSEL_FRAMES_GROUPREQUEST_H
 #define TESSEL_FRAMES_GROUPREQUEST_H
@@ -17,30 +17,31 @@ namespace Tessel {
 
 /// One request per id to one device.
 ///
-/// The nested loop delivers other events of the thread, so operators may be re-entered during the wait. An
-/// empty list of ids enters the loop as well, and nothing ends it: the call returns when something else quits
-/// the loop.
+/// The nested loop delivers other events of the thread, so operators may be re-entered during the wait.
+/// @warning An empty list of ids enters the loop as well, and nothing ends it: the call waits until something
+/// else quits the loop or the application ends.
 ///
-/// Each request has a timer of its expected time, which its reply does not cancel: one that fires while other
-/// replies are outstanding counts its package a second time and fails the call. The call may thus return
-/// before the slowest reply, which is then dropped.
+/// Each request has a timer with its expected time, which its reply does not cancel: a timer that fires while
+/// other replies are outstanding counts its package a second time and makes the call fail. The call can thus
+/// return before the slowest reply, which is then dropped.
 ///
-/// A thread without an event dispatcher gets one from the application. Without an application the requests go
-/// out one after the other. The end of the application ends the wait with `false`.
+/// A thread without an event dispatcher gets one from the application. Without an application the requests
+/// are sent one after another. When the application ends, the wait ends with `false`.
 class GroupRequest
 {
 public:
     explicit GroupRequest(const char* routeKey);
     explicit GroupRequest(const QString& routeKey);
 
-    /// The body that each request carries.
+    /// Sets the body of each request.
     GroupRequest& body(const QMap<QString, QVariant>& map);
 
-    /// GETs; appends each successful reply's map, with the id as member `id`, to @p results in the order of
-    /// arrival.
+    /// Sends GETs and appends the map of each successful reply, with the id as member `id`, to @p results in
+    /// the order of arrival.
     /// @return whether all requests succeeded in time.
     bool get(const QString& deviceKey, const QStringList& ids, QList<QVariant>& results);
-    /// PUTs; the replies are dropped. @return as get().
+    /// Sends PUTs and discards the replies.
+    /// @return whether all requests succeeded in time.
     bool put(const QString& deviceKey, const QStringList& ids);
 
 private:
@@ -48,11 +49,12 @@ private:
     QVariant m_body;
 };
 
-/// One PUT per item, each to the device that its member `devKey` names, with the item as its body, the route
-/// that @p routeKeyFor gives for the device and @p expectedTime in milliseconds for the whole batch. User
-/// input is held back meanwhile. Without an application, and when it ends, it behaves like GroupRequest.
-/// @return whether every request succeeded in time; without items `false`, with a critical log line that
-/// names @p function.
+/// Sends one PUT per item: to the device in its member `devKey`, with the item as the body, and on the route
+/// that @p routeKeyFor returns for the device. @p expectedTime is the time limit of the whole batch, in
+/// milliseconds. User input is held back meanwhile. Without an application, and when it ends, this behaves
+/// like GroupRequest.
+/// @return whether every request succeeded in time; `false`, with a critical log message that names
+/// @p function, if there are no items.
 bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant>>& items,
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime);
 

@@ -7,12 +7,12 @@
 
 namespace Tessel {
 
-/// Each event that makes an operator read a list anew, in the order of the rows, as the text that a device
-/// would push when it cannot say which element changed.
+/// All events that make an operator fetch a list again, in the order of the rows, as the text that a device
+/// would push if it could not say which element has changed.
 QList<QByteArray> refreshingEvents();
 
-/// Has the transport report refreshingEvents() of a device whose events may have been missed. From any
-/// thread; calls after the first do nothing.
+/// Makes the transport report refreshingEvents() for a device whose events may have been missed. From any
+/// thread; only the first call has an effect.
 void reportMissedEvents();
 
 } // namespace Tessel

@@ -7,8 +7,10 @@
 #include <tessel/envelopes/rawresponse.h>
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/frames/applicationend.h>
-#include <tessel/frames/request.h>
+#include <tessel/frames/decoding.h>
+#include <tessel/frames/packagefiller.h>
 
+#include <communicator/httpproxy.h>
 #include <zephserializer/jsonserializer.h>
 
 #include <QtPromise>
@@ -18,8 +20,11 @@
 
 namespace Tessel {
 
-/// Reads a reply into one of the envelope records. A code that the reply lacks reads as zero, one that is not
-/// a whole number in the range of an `int` as -1. @return `false` when the body is not a JSON object.
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
+/// Reads a reply into an envelope record. A missing code reads as zero, one that is not an integer in the
+/// range of `int` as -1.
+/// @return `false` if the body is not a JSON object.
 template <class Response>
 bool readResponse(const HttpJsonPackage& package, Response& response)
 {
@@ -28,7 +33,7 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
     serializer.setAttribute(Zeph::Serialize::ReplyAttribute);
     response.code = 0;
     if (!serializer.load(package.getReceiveData(), &raw, QString())) {
-        // The package's decoders log such a reply with device and path; the serializer cannot.
+        // Logs such a reply with device and path, which the serializer does not know.
         package.getRoutesJsonMap();
         return false;
     }
@@ -38,13 +43,13 @@ bool readResponse(const HttpJsonPackage& package, Response& response)
     return true;
 }
 
-/// A request whose outcome is a promise. Its package lives on the heap until the promise settled.
+/// A request that returns a promise. Its package lives on the heap until the promise is settled.
 ///
-/// The reply is handled on the thread that called, which needs an event loop; on a thread without an event
-/// dispatcher, which no reply could reach, the exchange is made on the spot and the promise comes back
-/// settled. Dropping the promise does not cancel the request. A promise still pending when the application
-/// ends is rejected with QPromiseUndefinedException. Only here does the reply's `code` count, and only if the
-/// handler looks at it.
+/// The reply is handled on the calling thread, which needs an event loop. On a thread without an event
+/// dispatcher, which no reply could reach, the exchange is performed synchronously and the promise is
+/// returned settled. Dropping the promise does not cancel the request. A promise still pending when the
+/// application ends is rejected with QPromiseUndefinedException. This is the only form in which the reply's
+/// `code` counts, and only if the handler checks it.
 class PromiseRequest : public PackageFiller<PromiseRequest>
 {
 public:
@@ -56,9 +61,9 @@ public:
         m_package->setUrl(routePath(routeKey));
     }
 
-    /// GETs a typed record from the reply's `data`. Rejects with the text "arguments error", sending nothing,
-    /// when device or path is empty; with QPromiseUndefinedException when the exchange failed, the reply is
-    /// not valid JSON or its `code` is not zero.
+    /// Sends a GET and returns the reply's `data` as a typed record. Rejects with the text "arguments error",
+    /// sending nothing, if device or path is empty; with QPromiseUndefinedException if the exchange failed,
+    /// the reply is not valid JSON or its `code` is not zero.
     template <class Record>
     QtPromise::QPromise<Record> getRecord(const QString& deviceKey)
     {
@@ -75,8 +80,8 @@ public:
                                });
     }
 
-    /// Sends the request and lets @p settle(reply, resolve, reject) settle the promise. Checks nothing first:
-    /// an empty device or path goes to the transport.
+    /// Sends the request and lets @p settle(reply, resolve, reject) settle the promise. Arguments are not
+    /// checked: an empty device or path goes to the transport.
     template <class T, class Settle>
     QtPromise::QPromise<T> promise(Verb verb, const QString& deviceKey, Settle settle)
     {
@@ -107,10 +112,10 @@ public:
             .finally([package] { package->deleteLater(); });
     }
 
-    /// Makes a request of @p routeKey, has it filled by @p fill(request), sends it, and fulfils with what
-    /// @p convert makes of the reply, whatever its state; rejects with what any of these steps throws. Checks
-    /// nothing first. @p started is called once the transport has taken the request. The package is released
-    /// as soon as the reply was handled.
+    /// Creates a request for @p routeKey, fills it with @p fill(request), sends it, and fulfils the promise
+    /// with @p convert(reply), whatever the reply's state; rejects with the exception if any of these steps
+    /// throws. Arguments are not checked. @p started is called once the transport has accepted the request.
+    /// The package is destroyed as soon as the reply has been handled.
     template <class T, class Fill, class Convert, class Started>
     static QtPromise::QPromise<T> answer(const char* routeKey, Fill fill, Verb verb, const QString& deviceKey,
                                          Convert convert, Started started)
@@ -128,8 +133,8 @@ public:
     {
         return answer<T>(routeKey, fill, verb, deviceKey, convert, [] {});
     }
-    /// promise() after a test for empty arguments: rejects with the text "arguments error", sending nothing,
-    /// when device or path is empty.
+    /// Like promise(), but rejects with the text "arguments error", sending nothing, if device or path is
+    /// empty.
     // Quirk: Refused arguments reject with a plain text.
     template <class T, class Settle>
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
@@ -151,7 +156,7 @@ private:
         return std::make_shared<const ApplicationEnd::Watch>([reject] { reject(); });
     }
 
-    // The blocking counterpart of @p verb. Returns false at the application's end.
+    // The blocking counterpart of @p verb. Returns false if the application has ended.
     bool exchangeHere(Verb verb, const QString& deviceKey)
     {
         if (ApplicationEnd::hasCome()) {
@@ -183,7 +188,7 @@ private:
         }
         (HttpProxy::getInstance()->*verb)(deviceKey, m_package.get());
         started();
-        // Connecting after the start is safe: the transport never answers from inside the starting call.
+        // It is safe to connect after the start: the transport never answers from inside the starting call.
         HttpJsonPackage* const sent = m_package.get();
         QObject::connect(
             sent, &HttpJsonPackage::readyRead, sent,
@@ -196,7 +201,7 @@ private:
                 reply->deleteLater();
             },
             Qt::DirectConnection);
-        static_cast<void>(m_package.release()); // from here on the handler releases it
+        static_cast<void>(m_package.release()); // the handler now owns it
     }
 
     std::unique_ptr<HttpJsonPackage> m_package;

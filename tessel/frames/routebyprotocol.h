@@ -6,8 +6,8 @@
 
 namespace Tessel {
 
-/// The route key for the device's protocol as far as it is known: @p multi once the device has answered the
-/// route of the protocol version, else @p single. Sends nothing.
+/// The route key for the device's protocol as far as it is known: @p multi if HWInfo::getHwProtoc() has found
+/// the multi-screen protocol before, else @p single. Sends nothing.
 inline const char* routeByProtocol(const QString& deviceKey, const char* single, const char* multi)
 {
     return HWInfo::getInstance()->getHwProtoc(deviceKey, false) ? multi : single;

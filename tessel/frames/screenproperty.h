@@ -8,12 +8,12 @@
 
 namespace Tessel {
 
-/// One value of a screen.
+/// A cached property of a screen.
 struct ScreenProperty
 {
-    const char* name;                  ///< in the device's bodies and in the caller's output
-    QVariant (*read)(const QVariant&); ///< gives the value its type; an absent one reads as zero
-    const char* cacheKey;              ///< in the property cache, where a device's own names would collide
+    const char* name;                  ///< its name in the device's bodies and in the caller's output
+    QVariant (*read)(const QVariant&); ///< converts the value to its type; a missing one becomes zero
+    const char* cacheKey;              ///< its key in the cache, where the device's names would collide
 };
 
 template <class T>

@@ -10,8 +10,8 @@
 
 namespace Tessel {
 
-/// One cabinet of a device. Its integers are unset until assigned or deserialized. A value: one object is
-/// used by one thread at a time.
+/// A cabinet of a device. A value; an object must be used by only one thread at a time.
+/// @warning The integers are uninitialised until assigned or deserialized.
 class TESSEL_EXPORT CabinetInfo : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -35,15 +35,15 @@ public:
     ~CabinetInfo() override;
     Zeph::Serialize::Serializable* clone() const override;
 
-    QString id;      ///< cabinet id
-    QString version; ///< version string
+    QString id;      ///< id of the cabinet
+    QString version; ///< version of the cabinet, as the device reports it
     // Quirk: The integers of a record are unset until assigned.
     // Quirk: A cabinet's output is outputID in maps and outputId in the record.
-    int outputId;    ///< output that carries the cabinet
-    int moduleCount; ///< modules in the cabinet
-    int weight;      ///< weight
-    int power;       ///< power
-    int voltage;     ///< voltage
+    int outputId;    ///< id of the output to which the cabinet is connected
+    int moduleCount; ///< number of modules in the cabinet
+    int weight;      ///< weight, in the device's unit
+    int power;       ///< power consumption, in the device's unit
+    int voltage;     ///< voltage, in the device's unit
 };
 
 } // namespace Tessel

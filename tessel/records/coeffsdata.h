@@ -9,7 +9,7 @@
 #include <QByteArray>
 #include <QRect>
 
-/// One block of correction coefficients. A value: one object is used by one thread at a time.
+/// A block of correction coefficients. A value; an object must be used by only one thread at a time.
 class TESSEL_EXPORT CoeffsData : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -28,8 +28,8 @@ public:
     ~CoeffsData() override;
     Zeph::Serialize::Serializable* clone() const override;
 
-    QRect rect;      ///< region the block applies to
-    QByteArray data; ///< coefficient bytes
+    QRect rect;      ///< the region to which the block applies
+    QByteArray data; ///< the coefficients
 };
 
 #endif

@@ -10,7 +10,7 @@
 
 namespace Tessel {
 
-/// The identity of a device. A value: one object is used by one thread at a time.
+/// The identity of a device. A value; an object must be used by only one thread at a time.
 class TESSEL_EXPORT DeviceInfo : public Zeph::Serialize::Serializable
 {
     Q_GADGET

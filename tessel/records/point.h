@@ -8,8 +8,8 @@
 
 namespace Tessel {
 
-/// A position in pixels. Its integers are unset until assigned or deserialized. A value: one object is used
-/// by one thread at a time.
+/// A position in pixels. A value; an object must be used by only one thread at a time.
+/// @warning The integers are uninitialised until assigned or deserialized.
 class TESSEL_EXPORT Point : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -29,8 +29,8 @@ public:
     Zeph::Serialize::Serializable* clone() const override;
 
     // Quirk: The integers of a record are unset until assigned.
-    int x; ///< pixels to the right
-    int y; ///< pixels down
+    int x; ///< pixels from the left edge
+    int y; ///< pixels from the top edge
 };
 
 } // namespace Tessel

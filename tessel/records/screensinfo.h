@@ -13,7 +13,7 @@
 
 namespace Tessel {
 
-/// A screen and its sub-screens. A value: one object is used by one thread at a time.
+/// A screen and its sub-screens. A value; an object must be used by only one thread at a time.
 class TESSEL_EXPORT ScreensInfo : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -34,7 +34,7 @@ public:
     ~ScreensInfo() override;
     Zeph::Serialize::Serializable* clone() const override;
 
-    QString screenUUID;              ///< screen id
+    QString screenUUID;              ///< id of the screen
     QString screenName;              ///< name given by the user
     QString screenTime;              ///< time as the device reports it
     QList<SubScreenInfo> subScreens; ///< sub-screens

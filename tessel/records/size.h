@@ -8,8 +8,8 @@
 
 namespace Tessel {
 
-/// An extent in pixels. Its integers are unset until assigned or deserialized. A value: one object is used by
-/// one thread at a time.
+/// A size in pixels. A value; an object must be used by only one thread at a time.
+/// @warning The integers are uninitialised until assigned or deserialized.
 class TESSEL_EXPORT Size : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -29,8 +29,8 @@ public:
     Zeph::Serialize::Serializable* clone() const override;
 
     // Quirk: The integers of a record are unset until assigned.
-    int width;  ///< pixels
-    int height; ///< pixels
+    int width;  ///< width in pixels
+    int height; ///< height in pixels
 };
 
 } // namespace Tessel

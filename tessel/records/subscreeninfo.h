@@ -15,8 +15,8 @@
 
 namespace Tessel {
 
-/// A part of a screen: the input it shows, its place and its cabinets. A value: one object is used by one
-/// thread at a time.
+/// A sub-screen: the input it shows, its position and its cabinets. A value; an object must be used by only
+/// one thread at a time.
 class TESSEL_EXPORT SubScreenInfo : public Zeph::Serialize::Serializable
 {
     Q_GADGET
@@ -39,10 +39,10 @@ public:
     ~SubScreenInfo() override;
     Zeph::Serialize::Serializable* clone() const override;
 
-    QString subScreenID;         ///< sub-screen id
-    QString inputID;             ///< id of the input that is shown
-    Point postion;               ///< upper left corner
-    Size size;                   ///< extent
+    QString subScreenID;         ///< id of the sub-screen
+    QString inputID;             ///< id of the input that it shows
+    Point postion;               ///< its upper left corner
+    Size size;                   ///< its size
     QList<CabinetInfo> cabinets; ///< cabinets of the sub-screen
 
 private:

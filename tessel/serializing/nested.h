@@ -21,7 +21,8 @@ QList<QVariant> serializeAll(const QList<Record>& records, QFlags<Zeph::Serializ
     return maps;
 }
 
-/// One record per element of @p maps, in order; an element that is not a map gives a record as constructed.
+/// One record per element of @p maps, in order; an element that is not a map gives a default-constructed
+/// record.
 template <typename Record>
 QList<Record> deserializeAll(const QList<QVariant>& maps, QFlags<Zeph::Serialize::Attribute> attribute)
 {

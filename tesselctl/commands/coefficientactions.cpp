@@ -1,18 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/coefficients.h"
 #include "tesselctl/commands/devicerun.h"
 
 namespace TesselCtl {
 
 namespace {
 
+const char* const saveFooter = R"(
+Examples:
+  tesselctl --device 192.168.0.10 coefficients save --cabinets 3,7)";
+
+const char* const clearFooter = R"(
+Examples:
+  tesselctl --device 192.168.0.10 coefficients clear --cabinets 3,7)";
+
 /// Has the devices do what @p verb names; @p action is null where they do not for this kind.
-ExitCode act(const Settings& settings, const char* verb, const QString& kind, CoefficientKind::Action action,
-             const QStringList& cabinets, Console& console)
+ExitCode act(const Settings& settings, const char* verb, const CoefficientSelection& selection,
+             CoefficientKind::Action action, Console& console)
 {
     if (!action) {
-        console.error(QStringLiteral("devices do not %1 %2 coefficients").arg(QLatin1String(verb), kind));
+        console.error(QStringLiteral("devices cannot %1 %2 coefficients; choose another --kind")
+                          .arg(QLatin1String(verb), selection.kind));
         return Usage;
     }
     DeviceRun run(settings, console);
@@ -20,25 +29,38 @@ ExitCode act(const Settings& settings, const char* verb, const QString& kind, Co
         CoefficientKind::Map result;
         CallObserver exchanges;
         const CallObserver::Scope scope = exchanges.collect();
-        (Correctionop::getInstance()->*action)(device, {{QStringLiteral("cids"), cabinets}}, result);
+        (Correctionop::getInstance()->*action)(device, {{QStringLiteral("cids"), selection.cabinetNames()}},
+                                               result);
         return exchanges.outcome();
     });
 }
 
 } // namespace
 
-ExitCode runCoefficientSave(const Settings& settings, const QString& kindName, const QStringList& cabinets,
-                            Console& console)
+void addCoefficientSave(CommandParser& coefficients)
 {
-    const CoefficientKind& kind = coefficientKind(kindName);
-    return act(settings, "save", kindName, kind.save, cabinets, console);
+    const auto selection = std::make_shared<CoefficientSelection>();
+    CommandParser save = coefficients.addCommand(
+        "save", QStringLiteral("have cabinets store the tables in use; takes minutes"));
+    selection->addKind(save);
+    selection->addCabinets(save, QStringLiteral("the cabinets")).required();
+    save.setFooter(QString::fromUtf8(saveFooter));
+    save.setRun([selection](const Settings& settings, Console& console) {
+        return act(settings, "save", *selection, coefficientKind(selection->kind).save, console);
+    });
 }
 
-ExitCode runCoefficientClear(const Settings& settings, const QString& kindName, const QStringList& cabinets,
-                             Console& console)
+void addCoefficientClear(CommandParser& coefficients)
 {
-    const CoefficientKind& kind = coefficientKind(kindName);
-    return act(settings, "clear", kindName, kind.clear, cabinets, console);
+    const auto selection = std::make_shared<CoefficientSelection>();
+    CommandParser clear =
+        coefficients.addCommand("clear", QStringLiteral("have cabinets delete their tables"));
+    selection->addKind(clear);
+    selection->addCabinets(clear, QStringLiteral("the cabinets")).required();
+    clear.setFooter(QString::fromUtf8(clearFooter));
+    clear.setRun([selection](const Settings& settings, Console& console) {
+        return act(settings, "clear", *selection, coefficientKind(selection->kind).clear, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/coefficients.h"
 #include "tesselctl/commands/devicerun.h"
 
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
 
-#include <communicator/http/atomicfile.h>
+#include <files/atomicfile.h>
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -15,9 +15,27 @@
 
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::AtomicFile;
+using Tessel::Files::AtomicFile;
 
 namespace {
+
+const char* const footer = R"(
+PATH is a directory, which ends in a slash or exists, and gets one file per cabinet, CABINET.json; or a file, which gets
+a JSON object of cabinets and tables, and only if all of them could be read. "upload" reads what "download" writes.
+SIGINT and SIGTERM end it with exit code 1. A file is replaced as a whole or left unchanged.
+
+Plain tables are returned as one list for the whole device, into a file. Multilayer and adaptive tables are returned by
+cabinet and need --cabinets. Devices do not return the other kinds.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients download wall.json
+  tesselctl --device 192.168.0.10 coefficients download tables/ --kind multilayer --cabinets 3,7)";
+
+struct Options
+{
+    QString path; ///< file or directory
+    CoefficientSelection selection;
+};
 
 using List = QList<QVariant>;
 
@@ -54,7 +72,7 @@ public:
             [&] { showProgress(exchanges.progress()); });
         const auto record = exchanges.latest();
         if (!record) {
-            return {Failed, QStringLiteral("no request was made")};
+            return {Failed, QStringLiteral("the operation sent no request")};
         }
         m_transfer.bytes += record->bytesReceived;
         m_transfer.parts += 1;
@@ -66,7 +84,7 @@ public:
         const Expected<QVariant> envelope = parseJson(record->reply);
         table = envelope ? envelope->toMap().value(QStringLiteral("data")) : QVariant();
         if (table.userType() != QMetaType::QVariantList) {
-            return {Failed, QStringLiteral("the device sent no table")};
+            return {Failed, QStringLiteral("the reply holds no table")};
         }
         return {};
     }
@@ -75,7 +93,7 @@ public:
     void clearBar() { m_bar.clear(); }
 
 private:
-    // What a device has to tell is known while it sends the last table.
+    // The size of everything is known while the last table comes.
     void showProgress(const std::optional<CallObserver::Progress>& current)
     {
         Transfer transfer = m_transfer;
@@ -109,56 +127,75 @@ Outcome store(const QString& path, const QVariant& value)
     if (file.open() && file.write(text.constData(), text.size()) && file.commit()) {
         return {};
     }
-    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.reason())};
+    return {Failed, QStringLiteral("%1: %2").arg(printable(path), file.error())};
 }
 
-/// Why @p path cannot be written to; empty when it can.
-QString faultOfDestination(const QString& path, bool directory, const QStringList& cabinets)
+/// Whether @p path can be written to; a directory is created.
+Expected<void> checkDestination(const QString& path, bool directory, const QStringList& cabinets)
 {
+    const auto error = [&path](const QString& text) {
+        return Error{QStringLiteral("%1: %2").arg(printable(path), text)};
+    };
     if (!directory) {
         AtomicFile file(path);
-        return file.open() ? QString() : file.reason();
+        return file.open() ? Expected<void>() : error(file.error());
     }
     for (const QString& cabinet : cabinets) {
         if (cabinet.contains(QLatin1Char('/'))) {
-            return QStringLiteral("cabinet %1 gives no file name").arg(printable(cabinet));
+            return error(QStringLiteral("cabinet %1 cannot name a file in a directory; download into a file")
+                             .arg(printable(cabinet)));
         }
     }
     if (!QDir().mkpath(path)) {
-        return QStringLiteral("the directory cannot be made");
+        return error(QStringLiteral("cannot create the directory"));
     }
-    return QFileInfo(path).isWritable() ? QString() : QStringLiteral("the directory cannot be written");
+    return QFileInfo(path).isWritable() ? Expected<void>()
+                                        : error(QStringLiteral("the directory is not writable"));
 }
 
-} // namespace
-
-ExitCode runCoefficientDownload(const Settings& settings, const QString& path, const QString& kindName,
-                                const QStringList& cabinets, Console& console)
+/// Whether devices return what is asked for, in that form.
+Expected<void> checkSelection(const Settings& settings, const CoefficientKind& kind, const Options& options,
+                              bool directory)
 {
-    const CoefficientKind& kind = coefficientKind(kindName);
-    const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
-    QString problem;
+    const QString& name = options.selection.kind;
+    const bool hasCabinets = !options.selection.cabinetNames().isEmpty();
     if (!kind.load) {
-        problem = QStringLiteral("devices do not give %1 coefficients back").arg(kindName);
-    } else if (settings.devices.devices.size() > 1) {
-        problem = QStringLiteral("coefficients are downloaded from one device at a time");
-    } else if (kind.loadsByCabinet && cabinets.isEmpty()) {
-        problem = QStringLiteral("%1 coefficients are read by cabinet; say --cabinets").arg(kindName);
-    } else if (!kind.loadsByCabinet && (directory || !cabinets.isEmpty())) {
-        problem = QStringLiteral("devices give %1 coefficients as one list; name a file and no cabinets")
-                      .arg(kindName);
+        return Error{
+            QStringLiteral("devices cannot return %1 coefficients; choose another --kind").arg(name)};
     }
-    if (!problem.isEmpty()) {
-        console.error(problem);
+    if (settings.devices.devices.size() > 1) {
+        return Error{
+            QStringLiteral("coefficients can be downloaded from one device only; give one --device")};
+    }
+    if (kind.loadsByCabinet && !hasCabinets) {
+        return Error{QStringLiteral("%1 coefficients are read by cabinet; use --cabinets").arg(name)};
+    }
+    if (!kind.loadsByCabinet && (directory || hasCabinets)) {
+        return Error{
+            QStringLiteral("devices return %1 coefficients as one list; use a file as PATH and no --cabinets")
+                .arg(name)};
+    }
+    return {};
+}
+
+/// Reads coefficients from one device into a file, or into one file per cabinet where the path is a
+/// directory. What a failure would cut short stays as it was.
+ExitCode runDownload(const Settings& settings, const Options& options, Console& console)
+{
+    const QString& path = options.path;
+    const QStringList cabinets = options.selection.cabinetNames();
+    const CoefficientKind& kind = coefficientKind(options.selection.kind);
+    const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
+    if (const Expected<void> possible = checkSelection(settings, kind, options, directory); !possible) {
+        console.error(possible.error());
         return Usage;
     }
     DeviceRun run(settings, console);
     if (run.devices().empty()) {
         return Usage;
     }
-    const QString fault = faultOfDestination(path, directory, cabinets);
-    if (!fault.isEmpty()) {
-        console.error(QStringLiteral("%1: %2").arg(printable(path), fault));
+    if (const Expected<void> writable = checkDestination(path, directory, cabinets); !writable) {
+        console.error(writable.error());
         return Failed;
     }
 
@@ -179,7 +216,7 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
             continue;
         }
         loader.clearBar();
-        console.error(QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.reason));
+        console.error(QStringLiteral("%1: %2: %3").arg(printable(device), cabinetText(name), outcome.error));
         if (code == Done) {
             code = outcome.code;
         }
@@ -189,13 +226,28 @@ ExitCode runCoefficientDownload(const Settings& settings, const QString& path, c
         const Outcome stored = store(path, kind.loadsByCabinet ? QVariant(tables) : tables.first());
         code = stored.code;
         if (code != Done) {
-            console.error(stored.reason);
+            console.error(stored.error);
         }
     }
     if (code != Done && !directory && QFileInfo::exists(path)) {
-        console.info(QStringLiteral("%1 stays as it was").arg(printable(path)));
+        console.info(QStringLiteral("%1 is unchanged").arg(printable(path)));
     }
     return code;
+}
+
+} // namespace
+
+void addCoefficientDownload(CommandParser& coefficients)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser download = coefficients.addCommand("download", QStringLiteral("save tables to files"));
+    download.add("PATH", options->path, QStringLiteral("file or directory")).required().placeholder("");
+    options->selection.addKind(download);
+    options->selection.addCabinets(download, QStringLiteral("the cabinets to read"));
+    download.setFooter(QString::fromUtf8(footer));
+    download.setRun([options](const Settings& settings, Console& console) {
+        return runDownload(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

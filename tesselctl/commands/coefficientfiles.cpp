@@ -20,13 +20,14 @@ namespace {
 
 using nlohmann::json;
 
-// Deeper texts are no tables, and reading them recurses.
+// Limits recursion; tables are not nested that deeply.
 constexpr std::size_t depthLimit = 500;
 // What the reader's texts can hold, with a margin.
 constexpr qint64 sizeLimit = 1LL << 30;
 
-/// A text that says how far it was read: the parser tells no positions. simdjson does, but it does not look
-/// at what it skips, and a table is to be valid before the first byte is sent.
+/// A text that knows how far it was read, since the SAX parser reports no positions. simdjson does, but its
+/// on-demand parser does not validate what it skips, and a table has to be valid before the first byte is
+/// sent.
 class ReadText : public std::streambuf
 {
 public:
@@ -54,8 +55,8 @@ public:
     }
 
     const std::vector<CoefficientTable>& tables() const { return m_tables; }
-    const QString& problem() const { return m_problem; }
-    /// Where the problem is, counted from 1.
+    const QString& error() const { return m_error; }
+    /// Where the error is, counted from 1.
     int line() const
     {
         const int seen = std::max(0, std::min(int(m_text.size()), reached()) - 1);
@@ -86,10 +87,10 @@ public:
         }
         m_cabinet = QString::fromUtf8(name.data(), static_cast<int>(name.size()));
         if (m_cabinet.isEmpty()) {
-            return fail(QStringLiteral("a cabinet without a name"));
+            return fail(QStringLiteral("the name of a cabinet is empty"));
         }
         return m_cabinets.insert(m_cabinet).second ||
-               fail(QStringLiteral("cabinet %1 stands here twice").arg(printable(m_cabinet)));
+               fail(QStringLiteral("cabinet %1 appears twice").arg(printable(m_cabinet)));
     }
     bool end_object() override
     {
@@ -114,8 +115,8 @@ public:
     bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
                      const nlohmann::detail::exception& error) override
     {
-        // Such as "[json.exception.parse_error.101] parse error at line 3, column 5: what"; the line is told
-        // by other means.
+        // Such as "[json.exception.parse_error.101] parse error at line 3, column 5: what"; the line is
+        // known by other means.
         const QString text = QString::fromUtf8(error.what());
         const int place = text.indexOf(QStringLiteral(", column "));
         const int colon = text.indexOf(QStringLiteral(": "), std::max(0, place));
@@ -131,17 +132,18 @@ private:
         if (m_depth > tableDepth()) {
             return true;
         }
-        return fail(m_object ? QStringLiteral("cabinet %1 has no JSON array").arg(printable(m_cabinet))
-                             : QStringLiteral("a JSON array was expected"));
+        return fail(m_object
+                        ? QStringLiteral("expected a JSON array for cabinet %1").arg(printable(m_cabinet))
+                        : QStringLiteral("expected a JSON array, or an object of cabinets and arrays"));
     }
     bool enter()
     {
         return ++m_depth <= static_cast<int>(depthLimit) ||
                fail(QStringLiteral("nested more than %1 levels deep").arg(depthLimit));
     }
-    bool fail(const QString& problem)
+    bool fail(const QString& error)
     {
-        m_problem = problem;
+        m_error = error;
         return false;
     }
 
@@ -153,7 +155,7 @@ private:
     int m_start = 0;
     std::set<QString> m_cabinets;
     std::vector<CoefficientTable> m_tables;
-    QString m_problem;
+    QString m_error;
 };
 
 void sortByCabinet(std::vector<CoefficientTable>& tables)
@@ -167,14 +169,14 @@ Expected<QByteArray> contentOf(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+        return Error{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
     }
     if (file.size() > sizeLimit) {
-        return Mistake{QStringLiteral("%1: larger than 1 GiB").arg(printable(path))};
+        return Error{QStringLiteral("%1: file is larger than 1 GiB").arg(printable(path))};
     }
     QByteArray content = file.readAll();
     if (file.error() != QFileDevice::NoError) {
-        return Mistake{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+        return Error{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
     }
     return content;
 }
@@ -188,7 +190,7 @@ Expected<std::vector<CoefficientTable>> readDirectory(const QString& path)
     for (const QFileInfo& file : files) {
         const Expected<QByteArray> content = contentOf(file.filePath());
         if (!content) {
-            return Mistake{content.error()};
+            return Error{content.error()};
         }
         Expected<std::vector<CoefficientTable>> found = splitCoefficients(*content, file.filePath());
         if (!found) {
@@ -196,13 +198,14 @@ Expected<std::vector<CoefficientTable>> readDirectory(const QString& path)
         }
         const QString cabinet = file.fileName().chopped(ending.size());
         if (cabinet.isEmpty() || found->size() != 1 || !found->front().cabinet.isEmpty()) {
-            return Mistake{QStringLiteral("%1:1: a file CABINET.json with one JSON array was expected")
-                               .arg(printable(file.filePath()))};
+            return Error{
+                QStringLiteral("%1:1: expected one JSON array, as in every file CABINET.json of a directory")
+                    .arg(printable(file.filePath()))};
         }
         tables.push_back({cabinet, found->front().text});
     }
     if (tables.empty()) {
-        return Mistake{QStringLiteral("%1: no file CABINET.json is there").arg(printable(path))};
+        return Error{QStringLiteral("%1: the directory has no file CABINET.json").arg(printable(path))};
     }
     return tables;
 }
@@ -225,12 +228,12 @@ Expected<std::vector<CoefficientTable>> splitCoefficients(const QByteArray& text
 {
     Splitter splitter(text);
     if (!splitter.split()) {
-        return Mistake{
-            QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.problem())};
+        return Error{
+            QStringLiteral("%1:%2: %3").arg(printable(file)).arg(splitter.line()).arg(splitter.error())};
     }
     std::vector<CoefficientTable> tables = splitter.tables();
     if (tables.empty()) {
-        return Mistake{QStringLiteral("%1:1: no cabinet is in it").arg(printable(file))};
+        return Error{QStringLiteral("%1:1: the object names no cabinet").arg(printable(file))};
     }
     sortByCabinet(tables);
     return tables;
@@ -241,7 +244,7 @@ Expected<std::vector<CoefficientTable>> readCoefficients(const QString& path)
     if (!QFileInfo(path).isDir()) {
         const Expected<QByteArray> content = contentOf(path);
         if (!content) {
-            return Mistake{content.error()};
+            return Error{content.error()};
         }
         return splitCoefficients(*content, path);
     }
@@ -263,7 +266,7 @@ Expected<std::vector<CoefficientTable>> tablesOf(std::vector<CoefficientTable> t
             return table.cabinet == cabinet;
         });
         if (!known) {
-            return Mistake{QStringLiteral("cabinet %1 has no table").arg(printable(cabinet))};
+            return Error{QStringLiteral("cabinet %1 has no table").arg(printable(cabinet))};
         }
     }
     const auto others = [&](const CoefficientTable& table) { return !cabinets.contains(table.cabinet); };

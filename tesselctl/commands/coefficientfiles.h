@@ -26,7 +26,7 @@ struct CoefficientTable
 /// @return at least one, or what is wrong, with file and line.
 Expected<std::vector<CoefficientTable>> readCoefficients(const QString& path);
 
-/// The tables in @p text, which stands in @p file; otherwise as readCoefficients().
+/// The tables in @p text, the content of @p file; otherwise as readCoefficients().
 Expected<std::vector<CoefficientTable>> splitCoefficients(const QByteArray& text, const QString& file);
 
 /// The tables of @p cabinets, all when it is empty; or which cabinet has no table.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
 
-#include "tesselctl/commands/commands.h"
 #include "tesselctl/terminal/printable.h"
 
 #include <algorithm>

@@ -31,6 +31,9 @@ struct CoefficientKind
     Action clear;
 };
 
+/// What --kind takes.
+QStringList coefficientKindNames();
+
 /// The kind called @p name, which is one of those that the command line lets through.
 const CoefficientKind& coefficientKind(const QString& name);
 

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/coefficientkind.h"
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/commands/coefficients.h"
 
 #include "tesselctl/commands/coefficientfiles.h"
 #include "tesselctl/commands/resumecommand.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/progressbar.h"
-#include "tesselctl/terminal/terminationsignal.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -26,6 +27,29 @@
 namespace TesselCtl {
 
 namespace {
+
+const char* const footer = R"(
+PATH is a directory with one file per cabinet, CABINET.json, that holds a JSON array; or a file with a JSON object of
+cabinets and arrays; or a file with one JSON array, which is sent unchanged. All files are checked before anything is
+sent.
+
+Plain and multilayer tables are sent one cabinet at a time. Adaptive, dynamic and lowgray tables are sent as one list,
+those of all cabinets one after the other, because the device's paths for them do not name a cabinet.
+
+A device that could not be reached three times in a row gets no further tables. The cabinets that failed are listed at
+the end, with a command that retries only those; also after SIGINT or SIGTERM.
+
+Examples:
+  tesselctl --device 192.168.0.10 coefficients upload tables/
+  tesselctl --device 192.168.0.10 coefficients upload wall.json --kind multilayer --parallel 8
+  tesselctl --device wall=192.168.0.10 --json coefficients upload wall.json | jq .wall.failed)";
+
+struct Options
+{
+    QString path; ///< file or directory
+    CoefficientSelection selection;
+    int parallel = 4; ///< requests under way at once
+};
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
@@ -51,7 +75,7 @@ struct Job
 struct Result
 {
     QStringList uploaded;
-    QMap<QString, QString> failed; ///< with the reason
+    QMap<QString, QString> failed; ///< with the error
     int lostInARow = 0;            ///< requests that found no device
 };
 
@@ -89,7 +113,7 @@ public:
         m_transfer.milliseconds = m_clock.elapsed();
     }
 
-    /// Sends nothing more and gives up what is under way; what was not told done counts as failed.
+    /// Sends nothing more and gives up what is under way; what is not known to be done counts as failed.
     void stop()
     {
         m_stopped = true;
@@ -117,8 +141,8 @@ public:
     const Transfer& transfer() const { return m_transfer; }
 
 private:
-    // A device that is away so often in a row is not asked again: each try may take its whole time limit.
-    static constexpr int patience = 3;
+    // A device that is away so often in a row gets no more requests: each may take its whole time limit.
+    static constexpr int maxLostInARow = 3;
 
     void beginSome()
     {
@@ -129,8 +153,8 @@ private:
 
     void begin(const Job& job)
     {
-        if (m_results[job.device].lostInARow >= patience) {
-            settle(job, {Unreachable, QStringLiteral("not sent, the device does not answer")});
+        if (m_results[job.device].lostInARow >= maxLostInARow) {
+            settle(job, {Unreachable, QStringLiteral("not sent: the device does not answer")});
             return;
         }
         List elements;
@@ -181,7 +205,7 @@ private:
             if (outcome.code == Done) {
                 result.uploaded << table->cabinet;
             } else {
-                result.failed.insert(table->cabinet, outcome.reason);
+                result.failed.insert(table->cabinet, outcome.error);
             }
         }
         if (m_exitCode == Done) {
@@ -251,13 +275,14 @@ std::vector<Job> jobsFor(const CoefficientKind& kind, const std::vector<Device>&
     return jobs;
 }
 
-QString resumeOf(const Settings& settings, const CoefficientUpload& upload, const QString& device,
+QString resumeOf(const Settings& settings, const Options& options, const QString& device,
                  QStringList cabinets)
 {
     QStringList command{QStringLiteral("coefficients"), QStringLiteral("upload"),
-                        QFileInfo(upload.path).absoluteFilePath(), QStringLiteral("--kind"), upload.kind};
-    if (upload.parallel != CoefficientUpload().parallel) {
-        command << QStringLiteral("--parallel") << QString::number(upload.parallel);
+                        QFileInfo(options.path).absoluteFilePath(), QStringLiteral("--kind"),
+                        options.selection.kind};
+    if (options.parallel != Options().parallel) {
+        command << QStringLiteral("--parallel") << QString::number(options.parallel);
     }
     cabinets.removeAll(QString());
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
@@ -275,7 +300,7 @@ QString uploadedText(const QStringList& cabinets)
     return QStringLiteral("%1 cabinets uploaded").arg(cabinets.size());
 }
 
-void tellFailures(const QString& device, const Result& result, const QString& resume, Console& console)
+void reportFailures(const QString& device, const Result& result, const QString& resume, Console& console)
 {
     QStringList cabinets = result.failed.keys();
     std::sort(cabinets.begin(), cabinets.end(), cabinetBefore);
@@ -285,55 +310,56 @@ void tellFailures(const QString& device, const Result& result, const QString& re
     }
     const int all = cabinets.size() + result.uploaded.size();
     if (all > 1) {
-        console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to upload those:")
+        console.info(QStringLiteral("%1 of %2 cabinets of %3 failed; to retry them:")
                          .arg(cabinets.size())
                          .arg(all)
                          .arg(printable(device)));
     } else {
-        console.info(QStringLiteral("to upload again:"));
+        console.info(QStringLiteral("to retry:"));
     }
     console.info(QStringLiteral("  ") + resume);
 }
 
-} // namespace
-
-ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload& upload, Console& console)
+/// Uploads coefficients to every device; lists the cabinets that failed and the command that retries them.
+ExitCode runUpload(const Settings& settings, const Options& options, Console& console)
 {
-    Expected<std::vector<CoefficientTable>> tables = readCoefficients(upload.path);
+    Expected<std::vector<CoefficientTable>> tables = readCoefficients(options.path);
     if (tables) {
-        tables = tablesOf(*std::move(tables), upload.cabinets);
+        tables = tablesOf(*std::move(tables), options.selection.cabinetNames());
     }
     if (!tables) {
         console.error(tables.error());
         return Usage;
     }
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
     Uploader* running = nullptr;
-    const TerminationSignal stop([&] {
+    const Interruption interruption(Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
         if (running) {
             running->stop();
         }
-    });
-    if (!addDevices(devices, console)) {
+    }));
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
 
-    // The library tells on which threads its uploads run.
+    // The library logs on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
-    const CoefficientKind& kind = coefficientKind(upload.kind);
-    Uploader uploader(kind, jobsFor(kind, devices, *tables), upload.parallel, settings.trace, console);
+    const CoefficientKind& kind = coefficientKind(options.selection.kind);
+    Uploader uploader(kind, jobsFor(kind, *devices, *tables), options.parallel, settings.trace, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;
-    for (const Device& device : devices) {
+    for (const Device& device : *devices) {
         const Result result = uploader.resultOf(device.name);
         QString resume;
         if (!result.failed.isEmpty()) {
-            resume = resumeOf(settings, upload, device.name, result.failed.keys());
-            tellFailures(device.name, result, resume, console);
+            resume = resumeOf(settings, options, device.name, result.failed.keys());
+            reportFailures(device.name, result, resume, console);
         }
         QVariantMap failed;
         for (auto cabinet = result.failed.begin(); cabinet != result.failed.end(); ++cabinet) {
@@ -353,6 +379,25 @@ ExitCode runCoefficientUpload(const Settings& settings, const CoefficientUpload&
         console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
     }
     return uploader.exitCode();
+}
+
+} // namespace
+
+void addCoefficientUpload(CommandParser& coefficients)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser upload = coefficients.addCommand("upload", QStringLiteral("send tables from files"));
+    upload.add("PATH", options->path, QStringLiteral("file or directory")).required().placeholder("");
+    options->selection.addKind(upload);
+    options->selection.addCabinets(upload, QStringLiteral("only these cabinets; without it, all in PATH"));
+    upload.add("--parallel", options->parallel, QStringLiteral("concurrent requests"))
+        .between(1, 16)
+        .placeholder("N")
+        .showDefault();
+    upload.setFooter(QString::fromUtf8(footer));
+    upload.setRun([options](const Settings& settings, Console& console) {
+        return runUpload(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -35,7 +35,7 @@ using Tessel::Simulator::Simulator;
 
 namespace {
 
-/// Writes the demonstration: headings, the calls as they stand in a program, the exchanges under them, what
+/// Writes the demonstration: headings, the calls as a program makes them, the exchanges under them, what
 /// came.
 class Page
 {
@@ -135,7 +135,7 @@ private:
     {
         m_page.heading(QStringLiteral("The transport starts and learns where they are"));
         m_page.call(QStringLiteral("DeviceManager::getInstance()->initManager();"));
-        // Before any operator listens, so that an event stands before the signals that it causes.
+        // Before any operator listens, so that an event is printed before the signals that it causes.
         QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &m_context,
                          [this](const QByteArray& data, const QString& deviceKey) {
                              if (m_showsEvents) {
@@ -150,7 +150,7 @@ private:
             DeviceEndpoint endpoint;
             endpoint.address = device.simulator->address();
             if (!HttpProxy::getInstance()->addDevice(device.name, endpoint)) {
-                return failed(device.name, QStringLiteral("the transport does not take it"));
+                return failed(device.name, QStringLiteral("the transport refused its address"));
             }
         }
         return true;
@@ -209,7 +209,7 @@ private:
             const bool isMultiScreen = HWInfo::getInstance()->getHwProtoc(device.name, true);
             const Protocol protocol = isMultiScreen ? Protocol::MultiScreen : Protocol::SingleScreen;
             if (protocol != device.simulator->options().protocol) {
-                return failed(device.name, QStringLiteral("the other protocol was expected"));
+                return failed(device.name, QStringLiteral("it spoke the wrong protocol"));
             }
             QMap<QString, QMap<QString, QVariant>> screens;
             m_page.call(
@@ -229,8 +229,7 @@ private:
 
     bool loadRecords()
     {
-        m_page.heading(
-            QStringLiteral("Typed records by promise: both are asked at once, nobody waits in turn"));
+        m_page.heading(QStringLiteral("Typed records by promise: both devices are asked at once"));
         QVector<QtPromise::QPromise<void>> promises;
         bool whole = true;
         for (const Controller& device : m_devices) {
@@ -249,7 +248,7 @@ private:
                                 [&whole] { whole = false; });
         }
         QtPromise::all(promises).wait();
-        return whole || failed(QStringLiteral("a record"), QStringLiteral("could not be loaded"));
+        return whole || failed(QStringLiteral("typed records"), QStringLiteral("one could not be loaded"));
     }
 
     bool answerFromCache()
@@ -262,9 +261,9 @@ private:
     {
         m_page.heading(QStringLiteral("A cache that follows its device: it is renamed, and says so"));
         const Controller& arena = m_devices.back();
-        const int patience = 5000;
-        if (!arena.simulator->waitForEventStreams(1, patience)) {
-            return failed(arena.name, QStringLiteral("no event stream"));
+        const int timeout = 5000; // milliseconds
+        if (!arena.simulator->waitForEventStreams(1, timeout)) {
+            return failed(arena.name, QStringLiteral("it opened no event stream"));
         }
         m_page.call(QStringLiteral("connect(HWInfo::getInstance(), &HWInfo::signal_sendDataChanged, ...);"));
         HWInfo* const info = HWInfo::getInstance();
@@ -289,12 +288,12 @@ private:
                                    {{QStringLiteral("customName"), QStringLiteral("North stand")}}, reply)) {
             return failed(arena.name);
         }
-        QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+        QTimer::singleShot(timeout, &loop, &QEventLoop::quit);
         m_showsEvents = true;
         loop.exec();
         m_showsEvents = false;
         if (!refreshed) {
-            return failed(arena.name, QStringLiteral("no event came"));
+            return failed(arena.name, QStringLiteral("it pushed no event"));
         }
         return readNameFromCache() && (m_name == QLatin1String("North stand") ||
                                        failed(arena.name, QStringLiteral("the cache is stale")));
@@ -335,7 +334,7 @@ private:
         }
         m_page.result(humanText(read));
         return read.value(QStringLiteral("brightness")).toInt() == expected ||
-               failed(device, QStringLiteral("another brightness was expected"));
+               failed(device, QStringLiteral("it returned the wrong brightness"));
     }
 
     bool readName()
@@ -358,7 +357,8 @@ private:
             return false;
         }
         if (exchangesBegun() != before) {
-            return failed(m_devices.back().name, QStringLiteral("a request where the cache should answer"));
+            return failed(m_devices.back().name,
+                          QStringLiteral("a request was sent where the cache should answer"));
         }
         m_page.result(QStringLiteral("no request: the cache answered"));
         return true;
@@ -375,7 +375,7 @@ private:
     bool failed(const QString& who, QString why = {})
     {
         if (why.isEmpty()) {
-            why = m_exchanges.outcome(false).reason;
+            why = m_exchanges.outcome(false).error;
         }
         m_console.error(QStringLiteral("demo: %1: %2").arg(who, why));
         return false;
@@ -401,9 +401,13 @@ private:
 
 } // namespace
 
-ExitCode runDemo(Console& console)
+void addDemo(CommandParser& parser)
 {
-    return Demo(console).run() ? Done : Failed;
+    CommandParser demo =
+        parser.addCommand("demo", QStringLiteral("show the library at work on two simulated controllers"));
+    demo.setFooter(QStringLiteral("\nNeeds no device. The exit code is 0 when every step succeeded."));
+    demo.setRun(
+        [](const Settings& /*settings*/, Console& console) { return Demo(console).run() ? Done : Failed; });
 }
 
 } // namespace TesselCtl

@@ -6,13 +6,28 @@
 
 namespace TesselCtl {
 
+namespace {
+
+std::vector<Device> devicesOf(const Settings& settings, Console& console)
+{
+    Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
+        return {};
+    }
+    return *std::move(devices);
+}
+
+} // namespace
+
 DeviceRun::DeviceRun(const Settings& settings, Console& console)
     : m_settings(settings)
     , m_console(console)
-    , m_devices(readDevices(settings.devices, console))
+    , m_devices(devicesOf(settings, console))
     , m_trace(traceExchanges(settings.trace, console))
 {
-    if (!addDevices(m_devices, console)) {
+    if (const Expected<void> added = addDevices(m_devices); !added) {
+        console.error(added.error());
         m_devices.clear();
     }
 }
@@ -38,7 +53,7 @@ ExitCode DeviceRun::forEach(const std::function<Result(const QString& device)>& 
         const Outcome outcome = settled(result.outcome);
         values.insert(device.name, outcome.code == Done ? result.value : failure);
         if (outcome.code != Done) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.error));
         } else if (!m_settings.json) {
             m_console.out(printable(device.name) + result.text);
         }

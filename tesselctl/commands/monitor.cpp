@@ -3,11 +3,11 @@
 
 #include "tesselctl/commands/monitortext.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminal.h"
-#include "tesselctl/terminal/terminationsignal.h"
 
 #include <communicator/httpjsonpackage.h>
 #include <tessel/devicemanager.h>
@@ -30,6 +30,24 @@ using UrlResource::MonitorInfo;
 
 namespace {
 
+const char* const footer = R"(
+On a terminal, a table that is updated in place; otherwise one line per reading: time, device, fans, temperature,
+voltage and the ranges of the values that its parts measured. Warnings that a device pushes appear above the table, with
+a bell, or as lines of their own. With --json, one object per line with time, kind (reading or warning), device and data
+or payload. SIGINT and SIGTERM end it with exit code 0. With --count, the exit code is that of the first device whose
+last reading failed.
+
+Examples:
+  tesselctl --device 192.168.0.10 monitor
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 monitor --interval 10
+  tesselctl --device wall=192.168.0.10 --json monitor --count 1 | jq .data.temperature)";
+
+struct Options
+{
+    double interval = 2; ///< seconds between readings
+    int count = 0;       ///< readings of each device; 0 is no limit
+};
+
 QString warningName(WarningType type)
 {
     return QLatin1String(Tessel::warningRow(type).name());
@@ -48,16 +66,16 @@ struct Warning
     }
 };
 
-/// Reads the devices in turn with a timer and tells what they say: in a table that stays in its place on a
+/// Reads the devices with a timer and shows what they say: in a table that stays in its place on a
 /// terminal, in lines elsewhere.
 class Monitor : public QObject
 {
 public:
-    Monitor(const Settings& settings, const std::vector<Device>& devices, int interval, int count,
+    Monitor(const Settings& settings, const std::vector<Device>& devices, const Options& options,
             Console& console)
         : m_json(settings.json)
         , m_inPlace(!settings.json && isTerminal(stdout))
-        , m_count(count)
+        , m_count(options.count)
         , m_console(console)
         , m_trace(traceExchanges(settings.trace, console))
     {
@@ -78,7 +96,7 @@ public:
                     onWarning({device, warningName(WarningType::Cabinet), payload});
                 });
         connect(&m_timer, &QTimer::timeout, this, &Monitor::readAll);
-        m_timer.start(interval);
+        m_timer.start(static_cast<int>(options.interval * 1000));
         QTimer::singleShot(0, this, &Monitor::readAll);
     }
 
@@ -142,11 +160,11 @@ private:
             if (envelope) {
                 reading.data = envelope->toMap().value(QStringLiteral("data")).toMap();
             } else {
-                reading.outcome = {Failed,
-                                   QStringLiteral("the reply is no JSON: ") + printable(envelope.error())};
+                reading.outcome = {Failed, QStringLiteral("the reply is not valid JSON: ") +
+                                               printable(envelope.error())};
             }
         }
-        tell(reading);
+        show(reading);
         const bool all = std::all_of(m_readings.begin(), m_readings.end(),
                                      [this](const Reading& one) { return one.attempts == m_count; });
         if (m_count > 0 && all) {
@@ -155,7 +173,7 @@ private:
         }
     }
 
-    void tell(const Reading& reading)
+    void show(const Reading& reading)
     {
         const bool failed = reading.outcome.code != Done;
         if (m_inPlace) {
@@ -163,9 +181,9 @@ private:
         } else if (m_json) {
             printJson(QStringLiteral("reading"), reading.device,
                       {{QStringLiteral("data"), failed ? QVariant() : QVariant(reading.data)},
-                       {QStringLiteral("problem"), failed ? reading.outcome.reason : QVariant()}});
+                       {QStringLiteral("error"), failed ? reading.outcome.error : QVariant()}});
         } else if (failed) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.reason));
+            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.error));
         } else {
             const QStringList columns = monitorColumns();
             const QStringList cells = monitorCells(reading.data);
@@ -177,7 +195,7 @@ private:
         }
     }
 
-    // A warning is signalled twice, one right after the other; it is told once, when both have come.
+    // A warning is signalled twice, one right after the other; it is shown once, when both have come.
     void onWarning(const Warning& warning)
     {
         if (m_warnings.contains(warning)) {
@@ -185,11 +203,11 @@ private:
         }
         m_warnings << warning;
         if (m_warnings.size() == 1) {
-            QTimer::singleShot(0, this, &Monitor::tellWarnings);
+            QTimer::singleShot(0, this, &Monitor::showWarnings);
         }
     }
 
-    void tellWarnings()
+    void showWarnings()
     {
         QStringList lines;
         for (const Warning& warning : std::exchange(m_warnings, {})) {
@@ -213,16 +231,16 @@ private:
     void repaint(const QStringList& above)
     {
         QList<QStringList> rows{QStringList{QStringLiteral("device")} + monitorColumns()};
-        QStringList problems;
+        QStringList errors;
         for (const Reading& reading : m_readings) {
             const QString device = printable(reading.device);
             rows << QStringList{device} + monitorCells(reading.data);
             if (reading.outcome.code != Done) {
-                problems << device + QStringLiteral(": ") + reading.outcome.reason;
+                errors << device + QStringLiteral(": ") + reading.outcome.error;
             }
         }
-        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + problems;
-        lines << QStringLiteral("as of ") + now() + QStringLiteral("; Ctrl-C ends");
+        QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + errors;
+        lines << QStringLiteral("as of ") + now() + QStringLiteral("; press Ctrl-C to stop");
         print(repainted(m_painted, above, lines, terminalColumns(stdout)));
         m_painted = lines.size();
     }
@@ -255,32 +273,49 @@ private:
     const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
-    QList<Warning> m_warnings;       // signalled and not yet told
+    QList<Warning> m_warnings;       // signalled and not yet shown
     bool m_ending = false;
     int m_painted = 0; // lines of the table on the terminal
 };
 
-} // namespace
-
-ExitCode runMonitor(const Settings& settings, int interval, int count, Console& console)
+ExitCode runMonitor(const Settings& settings, const Options& options, Console& console)
 {
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
-    bool ended = false;
-    const TerminationSignal stop([&ended] {
-        ended = true;
-        QCoreApplication::quit();
-    });
+    const Interruption interruption(
+        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
-    Monitor monitor(settings, devices, interval, count, console);
+    Monitor monitor(settings, *devices, options, console);
     QCoreApplication::exec();
     monitor.end();
-    return ended ? Done : monitor.exitCode();
+    return interruption.happened() ? Done : monitor.exitCode();
+}
+
+} // namespace
+
+void addMonitor(CommandParser& parser)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser monitor =
+        parser.addCommand("monitor", QStringLiteral("show fans, temperatures, voltages and warnings, live"));
+    monitor.add("--interval", options->interval, QStringLiteral("time between readings"))
+        .between(0.1, 86400.0)
+        .placeholder("SECONDS")
+        .showDefault();
+    monitor.add("--count", options->count, QStringLiteral("stop after N readings of each device"))
+        .positive()
+        .placeholder("N");
+    monitor.setFooter(QString::fromUtf8(footer));
+    monitor.setRun([options](const Settings& settings, Console& console) {
+        return runMonitor(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -13,7 +13,7 @@ QStringList monitorColumns();
 
 /// What the monitoring data of a device says of its fans, temperatures, voltages and cabinets, one text per
 /// column, "-" where it says nothing. Members are known by their names; those of lists of maps, such as the
-/// cabinets, are told as the range of their values.
+/// cabinets, are shown as the range of their values.
 QStringList monitorCells(const QVariantMap& data);
 
 } // namespace TesselCtl

@@ -4,6 +4,7 @@
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/requestprobe.h"
 #include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/terminal/printable.h"
 #include <operations/operationlist.h>
 
 #include <QHash>
@@ -17,6 +18,11 @@ using Tessel::Operations::Parameter;
 using Tessel::Operations::placeholderOf;
 
 namespace {
+
+const char* const footer = R"(
+Examples:
+  tesselctl ops brightness
+  tesselctl --json ops | jq .)";
 
 /// An operation as the list shows it.
 struct Entry
@@ -70,11 +76,16 @@ QVariantList listOf(const ProbedRequests& requests)
 QVariantMap objectOf(const Entry& entry)
 {
     const QString directions[] = {QStringLiteral("in"), QStringLiteral("out"), QStringLiteral("inout")};
+    const QString sources[] = {QString(), QStringLiteral("HTTP status"), QStringLiteral("response headers")};
     QVariantList parameters;
     for (const Parameter& parameter : entry.operation.parameters) {
-        parameters.append(QVariantMap{{QStringLiteral("name"), parameter.name},
-                                      {QStringLiteral("type"), placeholderOf(parameter.type)},
-                                      {QStringLiteral("direction"), directions[parameter.direction]}});
+        QVariantMap object{{QStringLiteral("name"), parameter.name},
+                           {QStringLiteral("type"), placeholderOf(parameter.type)},
+                           {QStringLiteral("direction"), directions[parameter.direction]}};
+        if (parameter.source != Parameter::Body) {
+            object.insert(QStringLiteral("source"), sources[parameter.source]);
+        }
+        parameters.append(object);
     }
     return {{QStringLiteral("operation"), entry.name},
             {QStringLiteral("usage"), entry.operation.usage()},
@@ -83,8 +94,8 @@ QVariantMap objectOf(const Entry& entry)
             {nameOf(Protocol::MultiScreen), listOf(entry.multiScreen)}};
 }
 
-} // namespace
-
+/// Lists the operations, with what they take and what they send, whose lines hold @p filter, upper and lower
+/// case being the same.
 ExitCode runOps(const Settings& settings, const QString& filter, Console& console)
 {
     QHash<QString, int> overloads;
@@ -95,7 +106,7 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
     QVariantList list;
     QString lines;
     QHash<QString, int> seen;
-    // What operations say of sample arguments is nothing to anybody.
+    // What operations log about sample arguments helps nobody.
     QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
     RequestProbe probe;
     for (const Operation& operation : allOperations()) {
@@ -116,9 +127,22 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
     if (list.isEmpty()) {
-        console.error(QStringLiteral("no operation matches"));
+        console.error(QStringLiteral("no operation matches \"%1\"").arg(printable(filter)));
     }
     return Done;
+}
+
+} // namespace
+
+void addOps(CommandParser& parser)
+{
+    const auto filter = std::make_shared<QString>();
+    CommandParser ops =
+        parser.addCommand("ops", QStringLiteral("list the operations with arguments, verb and path"));
+    ops.add("FILTER", *filter, QStringLiteral("list only what contains this text"));
+    ops.setFooter(QString::fromUtf8(footer));
+    ops.setRun(
+        [filter](const Settings& settings, Console& console) { return runOps(settings, *filter, console); });
 }
 
 } // namespace TesselCtl

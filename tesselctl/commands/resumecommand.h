@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_COMMANDS_RESUMECOMMAND_H
 #define TESSELCTL_COMMANDS_RESUMECOMMAND_H
 
-#include "tesselctl/commands/commands.h"
+#include "tesselctl/settings.h"
 
 #include <QString>
 #include <QStringList>
@@ -13,7 +13,7 @@ namespace TesselCtl {
 QString shellWord(const QString& word);
 
 /// The command that does @p command on the device @p device with everything else as @p settings say. It holds
-/// no secret, only where one stands.
+/// no secret, only where to find it.
 QString resumeCommand(const Settings& settings, const QString& device, const QStringList& command);
 
 } // namespace TesselCtl

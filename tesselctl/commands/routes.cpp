@@ -3,11 +3,20 @@
 
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
+#include "tesselctl/terminal/printable.h"
 
 #include <tessel/allurlresource.h>
 
 namespace TesselCtl {
 
+namespace {
+
+const char* const footer = R"(
+Examples:
+  tesselctl routes chips
+  tesselctl routes /device/cabinet)";
+
+/// Lists the routes whose key or path holds @p filter, upper and lower case being the same.
 ExitCode runRoutes(const Settings& settings, const QString& filter, Console& console)
 {
     const QMap<QString, QString> routes = AllUrlResource::getInstance()->getMapAllUrl();
@@ -24,9 +33,23 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
     if (list.isEmpty()) {
-        console.error(QStringLiteral("no route matches"));
+        console.error(QStringLiteral("no route matches \"%1\"").arg(printable(filter)));
     }
     return Done;
+}
+
+} // namespace
+
+void addRoutes(CommandParser& parser)
+{
+    const auto filter = std::make_shared<QString>();
+    CommandParser routes =
+        parser.addCommand("routes", QStringLiteral("list the routes of the device API with key and path"));
+    routes.add("FILTER", *filter, QStringLiteral("list only what contains this text"));
+    routes.setFooter(QString::fromUtf8(footer));
+    routes.setRun([filter](const Settings& settings, Console& console) {
+        return runRoutes(settings, *filter, console);
+    });
 }
 
 } // namespace TesselCtl

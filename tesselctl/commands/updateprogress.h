@@ -10,7 +10,7 @@ namespace TesselCtl {
 /// What a device says of a running update.
 struct UpdateProgress
 {
-    double share = -1;   ///< between 0 and 1; below 0 when the device tells none
+    double share = -1;   ///< between 0 and 1; below 0 when the device reports none
     QString state;       ///< its word for it, printable; may be empty
     bool failed = false; ///< its word says that the update failed
 };

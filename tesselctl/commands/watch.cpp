@@ -2,9 +2,9 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
-#include "tesselctl/terminal/terminationsignal.h"
 #include <operations/operators.h>
 #include <operations/signalcatcher.h>
 
@@ -26,6 +26,22 @@ using Krelm::Communicator::HttpDevice::HttpProxy;
 
 namespace {
 
+const char* const footer = R"(
+One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device if
+the signal names one, Class::signal, its other arguments. With --json, one object per line with time, kind (event,
+signal, logout or devices), device, payload and, for a signal, its name. SIGINT and SIGTERM end it with exit code 0. The
+state of the event streams is reported on standard error.
+
+Examples:
+  tesselctl --device 192.168.0.10 watch
+  tesselctl --device left=192.168.0.10 --device right=192.168.0.11 --json watch --seconds 60 | jq .payload)";
+
+struct Options
+{
+    int count = 0;   ///< events to print; 0 is no limit
+    int seconds = 0; ///< to watch; 0 is no limit
+};
+
 /// Prints what comes, line by line, and ends the event loop when enough came or nobody reads any more.
 class Watcher : public QObject
 {
@@ -41,7 +57,7 @@ public:
         connect(proxy, &HttpProxy::deviceAutoReportData, this, &Watcher::onEvent);
         connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
-        // After the connections above, so that an event stands before the signals that it causes.
+        // After the connections above, so that an event is printed before the signals that it causes.
         for (const QObject* one : allOperators()) {
             m_catcher.hear(one);
         }
@@ -66,7 +82,7 @@ private:
 
     void onLogout(const QString& deviceKey)
     {
-        print(QStringLiteral("logout"), deviceKey, QStringLiteral("device gone"), {});
+        print(QStringLiteral("logout"), deviceKey, QStringLiteral("device disconnected"), {});
     }
 
     void onSignal(const CaughtSignal& caught)
@@ -124,30 +140,48 @@ private:
     SignalCatcher m_catcher;
 };
 
-} // namespace
-
-ExitCode runWatch(const Settings& settings, int count, int seconds, Console& console)
+ExitCode runWatch(const Settings& settings, const Options& options, Console& console)
 {
-    const std::vector<Device> devices = readDevices(settings.devices, console);
-    if (devices.empty()) {
+    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
         return Usage;
     }
-    const TerminationSignal stop([] { QCoreApplication::quit(); });
-    // The transport tells what its streams do in this category, on standard error.
+    const Interruption interruption(
+        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
+    // The transport logs what its streams do in this category, to standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
     const auto trace = traceExchanges(settings.trace, console);
-    const Watcher watcher(settings.json, count, console);
+    const Watcher watcher(settings.json, options.count, console);
     DeviceManager::getInstance()->initManager();
-    if (!addDevices(devices, console)) {
+    if (const Expected<void> added = addDevices(*devices); !added) {
+        console.error(added.error());
         return Usage;
     }
-    if (seconds > 0) {
-        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
+    if (options.seconds > 0) {
+        QTimer::singleShot(std::chrono::seconds(options.seconds), QCoreApplication::instance(),
                            &QCoreApplication::quit);
     }
     QCoreApplication::exec();
     return Done;
+}
+
+} // namespace
+
+void addWatch(CommandParser& parser)
+{
+    const auto options = std::make_shared<Options>();
+    CommandParser watch = parser.addCommand(
+        "watch", QStringLiteral("print the events that devices push and the signals of operators"));
+    watch.add("--count", options->count, QStringLiteral("stop after N events")).positive().placeholder("N");
+    watch.add("--seconds", options->seconds, QStringLiteral("stop after N seconds"))
+        .between(1, 1'000'000)
+        .placeholder("N");
+    watch.setFooter(QString::fromUtf8(footer));
+    watch.setRun([options](const Settings& settings, Console& console) {
+        return runWatch(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -25,7 +25,7 @@ QString expectationOf(ValueType type)
     case ValueType::Text:
         return QStringLiteral("text");
     case ValueType::Integer:
-        return QStringLiteral("an integer of 32 bits");
+        return QStringLiteral("a 32-bit integer");
     case ValueType::LongInteger:
         return QStringLiteral("an integer");
     case ValueType::Boolean:
@@ -37,11 +37,11 @@ QString expectationOf(ValueType type)
     case ValueType::List:
         return QStringLiteral("a JSON array");
     case ValueType::Parts:
-        return QStringLiteral("a JSON object of the form's parts");
+        return QStringLiteral("a JSON object with the parts of the form");
     case ValueType::TextMap:
-        return QStringLiteral("a JSON object of texts");
+        return QStringLiteral("a JSON object of strings");
     case ValueType::TextList:
-        return QStringLiteral("a JSON array of texts, or words with commas between them");
+        return QStringLiteral("a JSON array of strings, or words separated by commas");
     case ValueType::MapList:
         return QStringLiteral("a JSON array of objects");
     case ValueType::Coefficients:
@@ -113,13 +113,13 @@ QString abridged(const QString& text)
     return printable(text.size() > limit ? text.left(limit) + QStringLiteral("...") : text);
 }
 
-Mistake mismatch(ValueType type, const QString& text, const QString& detail = {})
+Error mismatch(ValueType type, const QString& text, const QString& detail = {})
 {
-    QString problem = QStringLiteral("%1 was expected, \"%2\" came").arg(expectationOf(type), abridged(text));
+    QString error = QStringLiteral("expected %1, got \"%2\"").arg(expectationOf(type), abridged(text));
     if (!detail.isEmpty()) {
-        problem += QStringLiteral(" (%1)").arg(abridged(detail));
+        error += QStringLiteral(" (%1)").arg(abridged(detail));
     }
-    return {problem};
+    return {error};
 }
 
 Expected<QVariant> plainValue(ValueType type, const QString& text)
@@ -153,7 +153,7 @@ Expected<QVariant> jsonValue(ValueType type, const QString& text, const QByteArr
     return value;
 }
 
-// A part whose text is @FILE is that file; @@ stands for an @ that begins a text.
+// A part whose text is @FILE is that file; a text that begins with an @ is written with two.
 Expected<QVariant> formOf(QVariantMap parts)
 {
     for (QVariant& part : parts) {
@@ -166,9 +166,8 @@ Expected<QVariant> formOf(QVariantMap parts)
             part = path;
             continue;
         }
-        const QString fault = sourceFileError(path);
-        if (!fault.isEmpty()) {
-            return Mistake{QStringLiteral("%1: %2").arg(printable(path), fault)};
+        if (const Expected<void> usable = checkSourceFile(path); !usable) {
+            return Error{usable.error()};
         }
         part = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
     }
@@ -198,8 +197,7 @@ Expected<std::map<std::size_t, QString>> assign(const Operation& operation, cons
         if (named == written.end()) {
             positional << text;
         } else if (!assigned.emplace(*named, text.mid(operation.parameters[*named].name.size() + 1)).second) {
-            return Mistake{
-                QStringLiteral("argument %1 is given twice").arg(operation.parameters[*named].name)};
+            return Error{QStringLiteral("argument %1 is given twice").arg(operation.parameters[*named].name)};
         }
     }
     for (const std::size_t index : written) {
@@ -207,12 +205,12 @@ Expected<std::map<std::size_t, QString>> assign(const Operation& operation, cons
             continue;
         }
         if (positional.isEmpty()) {
-            return Mistake{QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name)};
+            return Error{QStringLiteral("argument %1 is missing").arg(operation.parameters[index].name)};
         }
         assigned[index] = positional.takeFirst();
     }
     if (!positional.isEmpty()) {
-        return Mistake{QStringLiteral("one argument too many: \"%1\"").arg(abridged(positional.first()))};
+        return Error{QStringLiteral("unexpected argument \"%1\"").arg(abridged(positional.first()))};
     }
     return assigned;
 }
@@ -227,36 +225,32 @@ bool saysMoreThanText(ValueType type, const QString& text)
 
 struct Fit
 {
-    BoundCall call;
+    Expected<BoundCall> call;
     bool rightCount = false;
     std::pair<int, std::size_t> merit; // arguments that say more than text, then outputs
 };
 
 Fit fit(const Operation& operation, const QStringList& texts, ArgumentFiles& files)
 {
-    Fit fit;
     const Expected<std::map<std::size_t, QString>> assigned = assign(operation, texts);
     if (!assigned) {
-        fit.call.problem = assigned.error();
-        return fit;
+        return {Error{assigned.error()}, false, {}};
     }
-    fit.rightCount = true;
-    fit.merit.second = operation.outputNames().size();
+    BoundCall call{&operation, {}};
     for (std::size_t i = 0; i < operation.parameters.size(); ++i) {
-        fit.call.values.append(QVariant());
+        call.values.append(QVariant());
     }
+    int saying = 0;
     for (const auto& [index, text] : *assigned) {
         const Parameter& parameter = operation.parameters[index];
         const Expected<QVariant> value = valueFromText(parameter.type, text, files);
         if (!value) {
-            fit.call.problem = QStringLiteral("argument %1: %2").arg(parameter.name, value.error());
-            return fit;
+            return {Error{QStringLiteral("argument %1: %2").arg(parameter.name, value.error())}, true, {}};
         }
-        fit.call.values[static_cast<int>(index)] = *value;
-        fit.merit.first += saysMoreThanText(parameter.type, text) ? 1 : 0;
+        call.values[static_cast<int>(index)] = *value;
+        saying += saysMoreThanText(parameter.type, text) ? 1 : 0;
     }
-    fit.call.operation = &operation;
-    return fit;
+    return {call, true, {saying, operation.outputNames().size()}};
 }
 
 } // namespace
@@ -277,7 +271,7 @@ Expected<QByteArray> ArgumentFiles::read(const QString& text)
         text == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     const QByteArray content = open ? file.readAll() : QByteArray();
     if (!open || file.error() != QFileDevice::NoError) {
-        return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString())};
+        return Error{QStringLiteral("%1 cannot be read: %2").arg(printable(text), file.errorString())};
     }
     m_contents.emplace(text, content);
     return content;
@@ -295,7 +289,7 @@ Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFi
     const bool fromFile = ArgumentFiles::isFile(text);
     const Expected<QByteArray> content = fromFile ? files.read(text) : text.toUtf8();
     if (!content) {
-        return Mistake{content.error()};
+        return Error{content.error()};
     }
     if (type == ValueType::Bytes) {
         return *content;
@@ -307,8 +301,8 @@ Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFi
     return value && type == ValueType::Parts ? formOf(value->toMap()) : value;
 }
 
-BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
-                        ArgumentFiles& files)
+Expected<BoundCall> bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
+                                  ArgumentFiles& files)
 {
     std::vector<Fit> fits;
     fits.reserve(overloads.size());
@@ -318,7 +312,7 @@ BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QS
 
     const Fit* best = nullptr;
     for (const Fit& one : fits) {
-        if (one.call.operation && (!best || one.merit > best->merit)) {
+        if (one.call && (!best || one.merit > best->merit)) {
             best = &one;
         }
     }
@@ -326,22 +320,22 @@ BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QS
         return best->call;
     }
 
-    // The fault that a person most likely made: in the only overload that takes as many arguments, if there
+    // The mistake that a person most likely made: in the only overload that takes as many arguments, if there
     // is one.
     const auto takesAsMany = [](const Fit& one) { return one.rightCount; };
     const auto near = std::find_if(fits.begin(), fits.end(), takesAsMany);
-    BoundCall none;
+    QString error;
     if (fits.size() == 1) {
-        none.problem = fits.front().call.problem;
+        error = fits.front().call.error();
     } else if (std::count_if(fits.begin(), fits.end(), takesAsMany) == 1) {
-        none.problem = near->call.problem;
+        error = near->call.error();
     } else {
-        none.problem = QStringLiteral("no overload takes these arguments");
+        error = QStringLiteral("no overload takes these arguments");
     }
     for (const Operation* operation : overloads) {
-        none.problem += QStringLiteral("\n  ") + operation->usage();
+        error += QStringLiteral("\n  ") + operation->usage();
     }
-    return none;
+    return Error{error};
 }
 
 } // namespace TesselCtl

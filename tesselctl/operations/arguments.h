@@ -18,7 +18,7 @@ namespace TesselCtl {
 using Tessel::Operations::Operation;
 using Tessel::Operations::ValueType;
 
-/// Reads what `@file` and `-` stand for, each once, so that overloads can be tried on the same content.
+/// Reads the content of `@file` and `-`, each once, so that overloads can be tried on the same content.
 class ArgumentFiles
 {
 public:
@@ -31,22 +31,21 @@ private:
     std::map<QString, QByteArray> m_contents;
 };
 
-/// The value that @p text stands for; when it stands for none, what was expected and what came. Types written
-/// as JSON or bytes also take `@file` and `-`; texts and numbers stand for themselves.
+/// Converts @p text to a value of @p type; the error says what was expected. Types written as JSON or bytes
+/// also take `@file` and `-`; texts and numbers are taken as they are.
 Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFiles& files);
 
 /// An operation together with one value per parameter, that of the device still open.
 struct BoundCall
 {
-    const Operation* operation = nullptr; ///< null when the arguments fit no overload
+    const Operation* operation;
     QVariantList values;
-    QString problem; ///< why they do not fit
 };
 
 /// Fits @p texts, positional or `name=value`, to the one of @p overloads that takes them. Where several do,
 /// one whose types say more than text wins, then the one with more outputs.
-BoundCall bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
-                        ArgumentFiles& files);
+Expected<BoundCall> bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
+                                  ArgumentFiles& files);
 
 } // namespace TesselCtl
 

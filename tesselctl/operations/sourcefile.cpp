@@ -1,22 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/operations/sourcefile.h"
 
+#include "tesselctl/terminal/printable.h"
+
 #include <QFile>
 #include <QFileInfo>
 
 namespace TesselCtl {
 
-QString sourceFileError(const QString& path)
+Expected<void> checkSourceFile(const QString& path)
 {
     const QFileInfo info(path);
     if (info.isDir()) {
-        return QStringLiteral("is a directory");
+        return Error{QStringLiteral("%1: is a directory").arg(printable(path))};
     }
     if (info.exists() && !info.isFile()) {
-        return QStringLiteral("is no regular file");
+        return Error{QStringLiteral("%1: not a regular file").arg(printable(path))};
     }
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString() : file.errorString();
+    if (!file.open(QIODevice::ReadOnly)) {
+        return Error{QStringLiteral("%1: %2").arg(printable(path), file.errorString())};
+    }
+    return {};
 }
 
 } // namespace TesselCtl

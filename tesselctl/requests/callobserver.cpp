@@ -106,7 +106,7 @@ std::optional<CallObserver::Progress> CallObserver::progress() const
 Outcome CallObserver::outcome() const
 {
     const std::optional<Record> record = latest();
-    return record ? outcomeOf(*record) : Outcome{Failed, QStringLiteral("no request was made")};
+    return record ? outcomeOf(*record) : Outcome{Failed, QStringLiteral("the operation sent no request")};
 }
 
 Outcome CallObserver::outcome(bool succeeded) const
@@ -120,7 +120,10 @@ Outcome CallObserver::outcome(bool succeeded) const
         outcome = outcomeOf(*record);
     }
     if (outcome.code == Done) {
-        outcome = {Failed, QStringLiteral("the operation failed without a request that did")};
+        outcome = {Failed,
+                   m_records.empty()
+                       ? QStringLiteral("the operation failed without sending a request")
+                       : QStringLiteral("the request succeeded, but the operation found nothing to return")};
     }
     return outcome;
 }

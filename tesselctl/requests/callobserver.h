@@ -16,16 +16,16 @@
 
 namespace TesselCtl {
 
-/// How a call ended, and what to tell when it did not end well.
+/// How a call ended, and why when it did not end well.
 struct Outcome
 {
     ExitCode code = Done;
-    QString reason;
+    QString error;
 };
 
-/// Watches the exchanges that are begun on behalf of a call: operations say yes or no, the exchanges under
-/// them say why. Any number may be there, each for a call of its own. May be used from any thread, but for
-/// waitForAll().
+/// Watches the exchanges that are begun on behalf of a call: an operation returns whether it succeeded, its
+/// exchanges know why it did not. Any number may be there, each for a call of its own. May be used from any
+/// thread, but for waitForAll().
 class CallObserver
 {
 public:
@@ -45,7 +45,7 @@ public:
     void waitForAll();
     /// The exchange that ended last; none when none did.
     std::optional<Record> latest() const;
-    /// How far the exchange is of which something was told last; none when nothing travelled yet.
+    /// How far the exchange is that moved last; none when nothing travelled yet.
     std::optional<Progress> progress() const;
     /// How the exchange ended that did so last. Without one the request was not made, which is a failure.
     Outcome outcome() const;

@@ -19,28 +19,71 @@ using Krelm::Communicator::HttpDevice::loginSchemes;
 
 namespace {
 
-QString faultOfLogin(const DeviceSettings& settings)
+Expected<void> checkLogin(const DeviceSettings& settings)
 {
     if (settings.login.isEmpty()) {
-        return (settings.user + settings.secretVariable + settings.secretFile).isEmpty()
-                   ? QString()
-                   : QStringLiteral("a user or secret needs --login");
+        if ((settings.user + settings.secretVariable + settings.secretFile).isEmpty()) {
+            return {};
+        }
+        return Error{QStringLiteral("--user, --secret-env and --secret-file need --login")};
     }
     const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString());
     if (!scheme) {
-        return QStringLiteral("unknown --login %1; use %2")
-            .arg(printable(settings.login), loginNames().join(QStringLiteral(" or ")));
+        return Error{QStringLiteral("unknown --login \"%1\"; use %2")
+                         .arg(printable(settings.login), loginNames().join(QStringLiteral(" or ")))};
     }
     if (scheme->takesUser && settings.user.isEmpty()) {
-        return QStringLiteral("--login %1 needs --user").arg(settings.login);
+        return Error{QStringLiteral("--login %1 needs --user").arg(settings.login)};
     }
     if (!scheme->takesUser && !settings.user.isEmpty()) {
-        return QStringLiteral("--login %1 takes no --user").arg(settings.login);
+        return Error{QStringLiteral("--login %1 takes no --user").arg(settings.login)};
     }
     if (!scheme->takesColonInUser && settings.user.contains(QLatin1Char(':'))) {
-        return QStringLiteral("--user must not contain ':' with --login %1").arg(settings.login);
+        return Error{QStringLiteral("--user must not contain ':' with --login %1").arg(settings.login)};
     }
     return {};
+}
+
+/// Everything that the options say of all devices, but for the secret.
+Expected<DeviceEndpoint> readEndpoint(const DeviceSettings& settings)
+{
+    if (const Expected<void> login = checkLogin(settings); !login) {
+        return Error{login.error()};
+    }
+    if (!settings.pinnedKey.isEmpty() && !settings.pinnedKey.startsWith(QLatin1String("sha256//"))) {
+        return Error{QStringLiteral("--pinned-key must be sha256//BASE64")};
+    }
+    DeviceEndpoint endpoint;
+    if (const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString())) {
+        endpoint.login = scheme->login;
+    }
+    endpoint.user = settings.user;
+    endpoint.caFile = settings.caFile;
+    endpoint.pinnedKey = settings.pinnedKey;
+    endpoint.verifyTls = !settings.insecure;
+    return endpoint;
+}
+
+Expected<Device> readDevice(const QString& text, DeviceEndpoint endpoint)
+{
+    const int equals = text.indexOf(QLatin1Char('='));
+    const QString name = equals < 0 ? text : text.left(equals);
+    endpoint.address = text.mid(equals + 1);
+    // The text is not repeated: a password may precede the @.
+    if (endpoint.address.contains(QLatin1Char('@'))) {
+        return Error{QStringLiteral("the address must not contain credentials; use --login and --user")};
+    }
+    if (name.isEmpty() || endpoint.address.isEmpty()) {
+        return Error{
+            QStringLiteral("--device must be ADDRESS or NAME=ADDRESS, not \"%1\"").arg(printable(text))};
+    }
+    const bool isTls = endpoint.address.startsWith(QLatin1String("https://"), Qt::CaseInsensitive);
+    if (!isTls && !(endpoint.caFile + endpoint.pinnedKey).isEmpty()) {
+        return Error{
+            QStringLiteral("--ca-file and --pinned-key need an address that begins with https://, not \"%1\"")
+                .arg(printable(endpoint.address))};
+    }
+    return Device{name, endpoint};
 }
 
 } // namespace
@@ -65,72 +108,50 @@ QStringList loginNamesWithUser()
     return names;
 }
 
-std::vector<Device> readDevices(const DeviceSettings& settings, Console& console)
+Expected<std::vector<Device>> readDevices(const DeviceSettings& settings)
 {
-    QString problem = faultOfLogin(settings);
-    if (problem.isEmpty() && !settings.pinnedKey.isEmpty() &&
-        !settings.pinnedKey.startsWith(QLatin1String("sha256//"))) {
-        problem = QStringLiteral("--pinned-key reads sha256//BASE64");
+    const Expected<DeviceEndpoint> endpoint = readEndpoint(settings);
+    if (!endpoint) {
+        return Error{endpoint.error()};
     }
-    if (problem.isEmpty() && settings.devices.isEmpty()) {
-        problem = QStringLiteral("no device is given; say --device ADDRESS or --device NAME=ADDRESS");
+    if (settings.devices.isEmpty()) {
+        return Error{QStringLiteral("no device given; use --device ADDRESS or --device NAME=ADDRESS")};
     }
-    DeviceEndpoint endpoint;
-    if (const LoginScheme* const scheme = loginSchemeNamed(settings.login.toStdString())) {
-        endpoint.login = scheme->login;
-    }
-    endpoint.user = settings.user;
-    endpoint.caFile = settings.caFile;
-    endpoint.pinnedKey = settings.pinnedKey;
-    endpoint.verifyTls = !settings.insecure;
-
     std::vector<Device> devices;
     for (const QString& text : settings.devices) {
-        if (!problem.isEmpty()) {
-            break;
+        const Expected<Device> device = readDevice(text, *endpoint);
+        if (!device) {
+            return Error{device.error()};
         }
-        const int equals = text.indexOf(QLatin1Char('='));
-        endpoint.address = text.mid(equals + 1);
-        const QString name = equals < 0 ? text : text.left(equals);
-        // The text is not repeated: what stands before the @ may be a password.
-        if (endpoint.address.contains(QLatin1Char('@'))) {
-            problem = QStringLiteral("the address must not contain credentials; use --login and --user");
-        } else if (name.isEmpty() || endpoint.address.isEmpty()) {
-            problem = QStringLiteral("\"%1\" is neither ADDRESS nor NAME=ADDRESS").arg(printable(text));
-        } else if (std::any_of(devices.begin(), devices.end(),
-                               [&](const Device& one) { return one.name == name; })) {
-            problem = QStringLiteral("device %1 is given twice").arg(printable(name));
+        const auto hasItsName = [&](const Device& one) { return one.name == device->name; };
+        if (std::any_of(devices.begin(), devices.end(), hasItsName)) {
+            return Error{QStringLiteral("device %1 is given twice").arg(printable(device->name))};
         }
-        devices.push_back({name, endpoint});
+        devices.push_back(*device);
     }
-    QString secret;
-    if (problem.isEmpty() && endpoint.login != DeviceEndpoint::Login::None) {
-        const Expected<QString> read = readSecret(settings.secretVariable, settings.secretFile);
-        problem = read.error();
-        secret = read ? *read : QString();
+    if (endpoint->login == DeviceEndpoint::Login::None) {
+        return devices;
     }
-    if (!problem.isEmpty()) {
-        console.error(problem);
-        return {};
+    const Expected<QString> secret = readSecret(settings.secretVariable, settings.secretFile);
+    if (!secret) {
+        return Error{secret.error()};
     }
     for (Device& device : devices) {
-        device.endpoint.secret = secret;
+        device.endpoint.secret = *secret;
     }
     return devices;
 }
 
-bool addDevices(const std::vector<Device>& devices, Console& console)
+Expected<void> addDevices(const std::vector<Device>& devices)
 {
     for (const Device& device : devices) {
         if (!HttpProxy::getInstance()->addDevice(device.name, device.endpoint)) {
-            console.error(
-                QStringLiteral(
-                    "device %1 cannot be used; an address reads http(s)://HOST[:PORT] or HOST[:PORT]")
-                    .arg(printable(device.name)));
-            return false;
+            return Error{
+                QStringLiteral("invalid device %1; use HOST[:PORT] or http(s)://HOST[:PORT] as address")
+                    .arg(printable(device.name))};
         }
     }
-    return true;
+    return {};
 }
 
 void forgetDevices()

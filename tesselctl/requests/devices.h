@@ -2,7 +2,7 @@
 #ifndef TESSELCTL_REQUESTS_DEVICES_H
 #define TESSELCTL_REQUESTS_DEVICES_H
 
-#include "tesselctl/terminal/console.h"
+#include "tesselctl/terminal/expected.h"
 
 #include <communicator/deviceendpoint.h>
 
@@ -13,7 +13,7 @@
 
 namespace TesselCtl {
 
-/// What the command line says of devices. Where a secret stands, never the secret.
+/// What the command line says of devices. It names where a secret is and never holds one.
 struct DeviceSettings
 {
     QStringList devices;    ///< `address` or `name=address`
@@ -39,12 +39,12 @@ struct Device
     Krelm::Communicator::HttpDevice::DeviceEndpoint endpoint;
 };
 
-/// Reads the devices, asking for the secret on the terminal where nothing else gives it. @return none when
-/// the settings are wrong, which @p console then told.
-std::vector<Device> readDevices(const DeviceSettings& settings, Console& console);
+/// Reads the devices, asking for the secret on the terminal where nothing else gives it. @return at least
+/// one, or what is wrong with the settings.
+Expected<std::vector<Device>> readDevices(const DeviceSettings& settings);
 
-/// Makes the devices known to the transport. @return whether it took them all; @p console told which not.
-bool addDevices(const std::vector<Device>& devices, Console& console);
+/// Makes the devices known to the transport.
+Expected<void> addDevices(const std::vector<Device>& devices);
 
 /// Makes the transport forget all devices: what is under way ends soon, as aborted. May be called from any
 /// thread.

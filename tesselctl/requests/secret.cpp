@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/requests/secret.h"
 
-#include "tesselctl/terminal/blockedsignals.h"
+#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/printable.h"
 
 #include <QFile>
@@ -29,19 +29,19 @@ Expected<QString> fromFile(const QString& name)
 {
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        return Mistake{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
+        return Error{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
     }
     const int limit = 64 * 1024;
     return firstLine(file.read(limit));
 }
 
 /// Waits until @p terminal can be read. @return 0, or the signal that came instead.
-int signalWhileWaiting(const QFile& terminal, const BlockedSignals& signals)
+int signalWhileWaiting(const QFile& terminal, const Interruption& interruption)
 {
-    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+    pollfd awaited[] = {{terminal.handle(), POLLIN, 0}, {interruption.descriptor(), POLLIN, 0}};
     while (::poll(awaited, 2, -1) < 0 && errno == EINTR) {
     }
-    return signals.take();
+    return interruption.signal();
 }
 
 // readpassphrase() does not end when the signal comes between its question and its read.
@@ -51,8 +51,8 @@ Expected<QString> fromTerminal()
     termios shown{};
     if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
         tcgetattr(terminal.handle(), &shown) != 0) {
-        return Mistake{
-            QStringLiteral("no terminal to ask for the secret; say --secret-env or --secret-file")};
+        return Error{QStringLiteral(
+            "no terminal to ask for the password or token; use --secret-env or --secret-file")};
     }
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -60,10 +60,10 @@ Expected<QString> fromTerminal()
     int signal = 0;
     {
         // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
-        const BlockedSignals signals;
+        const Interruption interruption;
         tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
         terminal.write("Password or token: ");
-        signal = signalWhileWaiting(terminal, signals);
+        signal = signalWhileWaiting(terminal, interruption);
         if (signal == 0) {
             line = terminal.readLine();
         }
@@ -72,7 +72,7 @@ Expected<QString> fromTerminal()
     }
     if (signal != 0) {
         ::raise(signal);
-        return Mistake{QStringLiteral("interrupted")};
+        return Error{QStringLiteral("interrupted")};
     }
     return firstLine(line);
 }
@@ -84,13 +84,14 @@ Expected<QString> readSecret(const QString& variable, const QString& file)
     if (!variable.isEmpty()) {
         const QString secret = qEnvironmentVariable(variable.toLocal8Bit().constData());
         if (secret.isEmpty()) {
-            return Mistake{QStringLiteral("the environment variable %1 is empty").arg(printable(variable))};
+            return Error{QStringLiteral("the environment variable %1 is not set or is empty")
+                             .arg(printable(variable))};
         }
         return secret;
     }
     Expected<QString> secret = file.isEmpty() ? fromTerminal() : fromFile(file);
     if (secret && secret->isEmpty()) {
-        return Mistake{QStringLiteral("the secret is empty")};
+        return Error{QStringLiteral("the password or token is empty")};
     }
     return secret;
 }

@@ -24,7 +24,7 @@ public:
     /// Says that lines may come at any time, from a trace: nothing can stay in its place among them.
     void expectTrace() { m_traced = true; }
     bool isTraced() const { return m_traced; }
-    /// Whether data was lost. The reason was told unless a reader simply closed a pipe.
+    /// Whether data was lost. The error was shown, unless a reader simply closed a pipe.
     bool dataLost() const { return m_lost; }
 
     /// Whether @p stream shows colour: a terminal, unless the environment variable NO_COLOR is set

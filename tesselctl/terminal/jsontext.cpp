@@ -13,7 +13,7 @@ namespace {
 
 using nlohmann::json;
 
-// Deeper texts are no arguments of anybody, and reading them recurses.
+// Limits recursion; arguments are not nested that deeply.
 constexpr int depthLimit = 500;
 
 QString textOf(const std::string& text)
@@ -115,12 +115,12 @@ Expected<QVariant> parseJson(const QByteArray& text)
     try {
         const json parsed = json::parse(text.begin(), text.end(), guardDepth);
         if (tooDeep) {
-            return Mistake{QStringLiteral("nested more than %1 levels deep").arg(depthLimit)};
+            return Error{QStringLiteral("nested more than %1 levels deep").arg(depthLimit)};
         }
         return toVariant(parsed);
     } catch (const json::exception& error) {
         const QString what = QString::fromUtf8(error.what());
-        return Mistake{what.mid(what.indexOf(QStringLiteral("] ")) + 2)};
+        return Error{what.mid(what.indexOf(QStringLiteral("] ")) + 2)};
     }
 }
 

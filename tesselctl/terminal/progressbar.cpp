@@ -73,7 +73,7 @@ QString progressLine(const QString& label, double share, const QString& details,
     const double known = std::clamp(share, 0.0, 1.0);
     const int filled = static_cast<int>(known * width);
     const QString bar = QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('-'));
-    // What is not done whole is never told as 100 %.
+    // Rounded down, so that 100 % means finished.
     const int percent = static_cast<int>(known * 100);
     const QString line =
         QStringLiteral("%1  [%2] %3 %  %4").arg(printable(label), bar).arg(percent, 3).arg(details);

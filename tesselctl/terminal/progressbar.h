@@ -27,7 +27,7 @@ struct Transfer
 double fraction(qint64 done, qint64 all);
 
 /// `3 of 12 cabinets, 1.2 MB of 4.8 MB, 400.0 kB/s, 9 s left`; parts, the whole size, rate and time left
-/// stand only where they are known.
+/// are there only where they are known.
 QString transferText(const Transfer& transfer);
 
 /// Seconds for people: `9 s`, `2 min 5 s`, `1 h 3 min`.
@@ -45,8 +45,7 @@ public:
     ProgressBar(const QString& label, Console& console);
     ~ProgressBar();
 
-    /// Shows that @p share of 1 is done, or below 0 that it is not known how much; it is told to people with
-    /// @p details.
+    /// Shows that @p share of 1 is done, or, below 0, that the share is not known; @p details follow the bar.
     void show(double share, const QString& details);
     /// Takes the bar away, so that other lines can be written; show() brings it back.
     void clear();
@@ -55,8 +54,8 @@ private:
     const QString m_label;
     const bool m_inPlace;
     Console& m_console;
-    bool m_painted = false;      // stands on the terminal
-    std::optional<int> m_tenths; // told last, elsewhere than on a terminal
+    bool m_painted = false;      // is on the terminal
+    std::optional<int> m_tenths; // shown last, where it is no terminal
     Q_DISABLE_COPY_MOVE(ProgressBar)
 };
 

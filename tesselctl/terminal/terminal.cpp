@@ -16,8 +16,8 @@ bool isTerminal(std::FILE* stream)
 int terminalColumns(std::FILE* stream)
 {
     winsize size{};
-    const bool told = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return told ? size.ws_col : 80;
+    const bool known = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
 }
 
 QString cutToColumns(const QString& line, int columns)

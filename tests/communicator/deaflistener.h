@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-/// An address where attempts to connect hang: nobody accepts them, and no more may wait.
+/// An address on which connection attempts hang, because none are accepted and the queue is full.
 class DeafListener
 {
 public:

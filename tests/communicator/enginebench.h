@@ -16,7 +16,7 @@ using namespace Krelm::Communicator::HttpDevice;
 using State = IHttpVersionTrigger;
 using Mode = MisbehavingServer::Mode;
 
-/// What a server answers that is told nothing else.
+/// The default reply of a server.
 inline const QByteArray goodBody = QByteArrayLiteral("{\"code\":0,\"data\":{\"a\":1}}");
 
 inline TransferLimits smallLimits()

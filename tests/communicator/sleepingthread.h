@@ -10,7 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// What the system tells of @p thread in its file @p name.
+/// The contents of the system's file @p name about @p thread.
 inline QByteArray ofThread(pid_t thread, const char* name)
 {
     QFile file(QStringLiteral("/proc/self/task/%1/%2").arg(thread).arg(QLatin1String(name)));

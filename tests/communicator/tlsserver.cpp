@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int patience = 30000;
+constexpr int timeout = 30000;
 
 } // namespace
 
@@ -32,8 +32,8 @@ QByteArray TlsServer::run(const QStringList& arguments, const QByteArray& input)
     process.start(m_openssl, arguments);
     process.write(input);
     process.closeWriteChannel();
-    return process.waitForFinished(patience) && process.exitCode() == 0 ? process.readAllStandardOutput()
-                                                                        : QByteArray();
+    return process.waitForFinished(timeout) && process.exitCode() == 0 ? process.readAllStandardOutput()
+                                                                       : QByteArray();
 }
 
 bool TlsServer::start(Serves what)
@@ -64,7 +64,7 @@ bool TlsServer::start(Serves what)
                        .split(QLatin1Char(' ')));
     QByteArray line;
     while (!line.startsWith("ACCEPT") || !line.endsWith('\n')) {
-        if (!m_server.canReadLine() && !m_server.waitForReadyRead(patience)) {
+        if (!m_server.canReadLine() && !m_server.waitForReadyRead(timeout)) {
             return false;
         }
         line = m_server.canReadLine() ? m_server.readLine() : QByteArray();

@@ -200,7 +200,7 @@ private Q_SLOTS:
         QCOMPARE(connection.receive(&byte, 1).status, Status::Moved);
         ends.reset();
         QVERIFY(connection.wait(true, never));
-        // What poll() tells of a reset, and of the end for both sides, stays.
+        // The bits that poll() reports for a reset and for a full shutdown remain set.
         QCOMPARE(connection.receive(&byte, 1).status, Status::Failed);
         QVERIFY(connection.wait(true, never));
     }

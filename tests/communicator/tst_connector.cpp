@@ -81,7 +81,7 @@ private Q_SLOTS:
         MisbehavingServer server;
         const ConnectResult result = connectTo(blocking, server.address(), 10s);
         QCOMPARE(result.state, State::Success);
-        QCOMPARE(result.reason, QString());
+        QCOMPARE(result.error, QString());
         QVERIFY(result.connection);
         const int socket = result.connection->socket();
         int value = 0;
@@ -102,11 +102,11 @@ private Q_SLOTS:
         const ConnectResult refused = connectTo(blocking, closed.address(), 10s);
         QVERIFY(!refused.connection);
         QCOMPARE(refused.state, State::Unreachable);
-        QVERIFY2(refused.reason.contains(QString::number(closed.port())), qPrintable(refused.reason));
+        QVERIFY2(refused.error.contains(QString::number(closed.port())), qPrintable(refused.error));
         const ConnectResult unknown = connectTo(blocking, QStringLiteral("wall.invalid"), 10s);
         QVERIFY(!unknown.connection);
         QVERIFY(unknown.state == State::HostNotFound || unknown.state == State::TimedOut);
-        QVERIFY(!unknown.reason.isEmpty());
+        QVERIFY(!unknown.error.isEmpty());
     }
 
     void theLimitHolds_data()
@@ -114,7 +114,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("blocking");
         QTest::addColumn<int>("limit");
         for (const bool blocking : {true, false}) {
-            for (const int limit : {200, 1, 0, -5}) { // none left is no lack of a limit
+            for (const int limit : {200, 1, 0, -5}) { // no time left is not the same as no limit
                 QTest::addRow("%d ms, %s", limit, blocking ? "blocking" : "on a loop") << blocking << limit;
             }
         }
@@ -150,7 +150,7 @@ private Q_SLOTS:
         connecting.join();
         QVERIFY(!result.connection);
         QCOMPARE(result.state, State::Aborted);
-        QCOMPARE(result.reason, abortedReason());
+        QCOMPARE(result.error, abortedError());
         const ConnectResult later = connector.connect(*device, 1h);
         QVERIFY(!later.connection);
         QCOMPARE(later.state, State::Aborted);

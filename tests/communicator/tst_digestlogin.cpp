@@ -39,7 +39,7 @@ private Q_SLOTS:
         QCOMPARE(login.authorization("GET", target), QByteArray());
     }
 
-    // The device computes the same from what RFC 7616, 3.4 tells it.
+    // The device computes the same from the fields of RFC 7616, "The Authorization Header Field".
     void theAnswerIsWhatTheDeviceComputes_data()
     {
         QTest::addColumn<QString>("challenge");

@@ -157,7 +157,7 @@ void TestEngineDownloads::aFullDiskFailsTheDownload()
     writeFile(asked.downloadPath, "old");
     QString reason;
     setExchangeObserver([&](const ExchangeRecord& record) { reason = record.reason; });
-    // A bound on the size of files stands for the disk: writing beyond it fails.
+    // A limit on file sizes simulates a full disk: writing beyond it fails.
     rlimit before{};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     rlimit small = before;
@@ -169,7 +169,7 @@ void TestEngineDownloads::aFullDiskFailsTheDownload()
     std::signal(SIGXFSZ, handler);
     setExchangeObserver({});
     QCOMPARE(reply.state, State::FileFailure);
-    QVERIFY2(reason.startsWith(QLatin1String("the destination cannot be written: ")) &&
+    QVERIFY2(reason.startsWith(QLatin1String("cannot write the destination: ")) &&
                  reason.contains(QLatin1String("too large")),
              qPrintable(reason));
     QCOMPARE(contentOf(asked.downloadPath), QByteArray("old"));

@@ -60,7 +60,8 @@ void TestEngineObservers::eachFailureIsOneLineWithoutSecrets()
         QVERIFY2(failures[i].contains(QLatin1String("500")), qPrintable(failures[i]));
         QVERIFY2(failures[i + 1].contains(QLatin1String(": GET ***@host /api/v1/x: ")),
                  qPrintable(failures[i + 1]));
-        QVERIFY2(failures[i + 2].contains(QLatin1String("there is no path")), qPrintable(failures[i + 2]));
+        QVERIFY2(failures[i + 2].contains(QLatin1String("the request has no path")),
+                 qPrintable(failures[i + 2]));
     }
     QVERIFY2(!all.contains(QLatin1String("hunter2")), qPrintable(all));
 }
@@ -102,7 +103,7 @@ void TestEngineObservers::theObserverLearnsWhatHappened()
 
 namespace {
 
-/// Keeps what is told while it exists.
+/// Records what is reported while it exists.
 class ProgressLog
 {
 public:
@@ -241,7 +242,7 @@ void TestEngineObservers::progressIsToldOnlyWhileAnObserverIsSet()
         QCOMPARE(bench.ask(asked, blocking).state, State::Success);
         QCOMPARE(log.told().size(), first);
     }
-    // The handle that told nothing meanwhile tells again.
+    // The handle that reported nothing meanwhile reports again.
     const ProgressLog again;
     QCOMPARE(bench.ask(asked, blocking).state, State::Success);
     QVERIFY(!again.told().empty());

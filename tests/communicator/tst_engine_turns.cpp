@@ -18,7 +18,7 @@ namespace {
 
 // Several records of TLS, and less than a socket takes whose reader does not read.
 constexpr int bodySize = 60000;
-// What is left of them behind the first one.
+// What is left of them after the first one.
 constexpr int waitingCount = 43000;
 
 /// The bytes that wait on the one connection of this process to @p port.
@@ -92,8 +92,8 @@ void TestEngineTurns::whatADeviceSendsOverTlsComesInTurns()
         if (!isFirst.exchange(false)) {
             return;
         }
-        const QDeadlineTimer patience(10000);
-        while (waitingFrom(port) < waitingCount && !patience.hasExpired()) {
+        const QDeadlineTimer timeout(10000);
+        while (waitingFrom(port) < waitingCount && !timeout.hasExpired()) {
             std::this_thread::yield();
         }
         bench.loop->post([&] { left.set_value(waitingFrom(port)); });

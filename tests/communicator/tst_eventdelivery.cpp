@@ -50,7 +50,7 @@ private Q_SLOTS:
     void theEventsBehindOneComeWhileItsReceiverRunsALoop();
 
 private:
-    /// Opens the stream, which delivers `first` once it stands.
+    /// Opens the stream, which delivers `first` once it is open.
     void open(int first)
     {
         m_server->addScript({head, eventText(first)});

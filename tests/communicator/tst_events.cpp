@@ -36,7 +36,7 @@ EventTimings quickTimings()
     return timings;
 }
 
-/// The channels, and what they told this thread.
+/// The channels, and what they reported to this thread.
 struct Listening : QObject
 {
     explicit Listening(const EventTimings& timings = quickTimings())
@@ -263,13 +263,13 @@ private Q_SLOTS:
         };
         row("streams", head + "id: e:1\n\n", ConnectionState::Live, "");
         row("not found", "HTTP/1.1 404 No" + empty, ConnectionState::Refused,
-            "the device offers no events (HTTP status 404)");
+            "the device has no event stream (HTTP status 404)");
         row("not logged in", "HTTP/1.1 401 No" + empty, ConnectionState::Refused,
             "the device refused the login (HTTP status 401)");
         row("busy", "HTTP/1.1 503 Busy" + empty, ConnectionState::Waiting,
-            "the device offers no events (HTTP status 503)");
+            "the device has no event stream (HTTP status 503)");
         row("too many", "HTTP/1.1 429 Busy" + empty, ConnectionState::Waiting,
-            "the device offers no events (HTTP status 429)");
+            "the device has no event stream (HTTP status 429)");
         row("no HTTP", "hello\r\n", ConnectionState::Waiting, "the device does not answer");
         row("ended for good", "HTTP/1.1 204 No Content\r\n\r\n", ConnectionState::Stopped,
             "the device ended its events (HTTP status 204)");
@@ -411,17 +411,17 @@ private Q_SLOTS:
         const QByteArray empty = "\r\nContent-Length: 0\r\n\r\n";
         row("closes", {}, false, "the device does not answer");
         row("no HTTP", "hello\r\n", true, "the device does not answer");
-        row("not found", "HTTP/1.1 404 No" + empty, true, "the device offers no events");
-        row("payment", "HTTP/1.1 402 No" + empty, true, "the device offers no events");
+        row("not found", "HTTP/1.1 404 No" + empty, true, "the device has no event stream");
+        row("payment", "HTTP/1.1 402 No" + empty, true, "the device has no event stream");
         row("another type", "HTTP/1.1 200 OK\r\nContent-Type: text/plain" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("another status", "HTTP/1.1 201 OK\r\nContent-Type: text/event-stream" + empty, true,
-            "the device offers no events");
+            "the device has no event stream");
         row("not logged in", "HTTP/1.1 401 No" + empty, true, "the device refused the login");
         row("forbidden", "HTTP/1.1 403 No" + empty, true, "the device refused the login");
         row("ends", head + "data: 1\n\n", false, "the stream ended");
         row("falls silent", "HTTP/1.1 200 OK\r\ncontent-TYPE: Text/Event-Stream ; a=b\r\n\r\n", true,
-            "the stream fell silent");
+            "the stream timed out");
         row("huge event", head + "data: " + QByteArray(2 << 20, 'x') + "\n\n", true, "an event is too large");
     }
     void everyFailureIsToldOnce()

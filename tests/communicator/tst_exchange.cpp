@@ -36,7 +36,7 @@ QByteArray headOf(const char* verb, const QByteArray& rest = {})
 const QByteArray goodReply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
 const QByteArray challenge = "HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=n\r\n";
 
-/// An exchange with the record of its end, and what it told of its progress.
+/// An exchange with the record of its end and its progress reports.
 class Watched
 {
 public:
@@ -241,7 +241,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason");
         const QString nothing = QStringLiteral("the connection ended without a reply");
         const QString once =
-            QStringLiteral("the connection ended after the request was sent; it is not sent twice");
+            QStringLiteral("the connection ended after the request was sent; the request is not repeated");
         QTest::newRow("GET, new") << int(HttpMethod::Get) << false << 0 << nothing;
         QTest::newRow("GET, kept") << int(HttpMethod::Get) << true << 1 << nothing;
         QTest::newRow("PUT, new") << int(HttpMethod::Put) << false << 0 << nothing;
@@ -263,7 +263,7 @@ private Q_SLOTS:
             for (int i = 0; i < repeats; ++i) {
                 QCOMPARE(watched.exchange.send(connection), Step::GoOn);
                 QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
-                QVERIFY(!watched.exchange.mayReceive()); // all of it goes out again
+                QVERIFY(!watched.exchange.mayReceive()); // all of it is sent again
             }
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
             QCOMPARE(watched.lose(how, isReused), Step::Ended);
@@ -287,7 +287,8 @@ private Q_SLOTS:
         QCOMPARE(watched.feed(goodReply.left(5), true), Step::GoOn);
         QCOMPARE(watched.lose(Status::Closed, true), Step::Ended); // a part of a reply came: not again
         QCOMPARE(watched.exchange.finish().state, State::Broken);
-        QCOMPARE(watched.record.reason, QStringLiteral("the connection ended within the reply's head"));
+        QCOMPARE(watched.record.reason,
+                 QStringLiteral("the connection ended in the middle of the reply's head"));
     }
 
     void aChallengeIsAnsweredWhereTheConnectionStays_data()
@@ -334,19 +335,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("header");
         QTest::addColumn<QString>("reason");
         const QString path = QStringLiteral("/x/{id}");
-        const QString control = QStringLiteral("a placeholder holds a control character");
+        const QString control = QStringLiteral("a placeholder contains a control character");
         const QString plain = QStringLiteral("1");
         const QString none;
         QTest::newRow("good") << path << plain << plain << none;
-        QTest::newRow("no path") << none << plain << plain << QStringLiteral("there is no path");
+        QTest::newRow("no path") << none << plain << plain << QStringLiteral("the request has no path");
         for (const int c : {0, 0x0a, 0x1f, 0x7f}) {
             QTest::addRow("%x in a placeholder", c) << path << QString(QChar(c)) << plain << control;
         }
         QTest::newRow("a blank in a placeholder") << path << QStringLiteral(" \u00e9~") << plain << none;
         QTest::newRow("a header") << path << plain << QStringLiteral("\r")
-                                  << QStringLiteral("a header's name or value cannot be sent");
+                                  << QStringLiteral(
+                                         "a header's name or value contains characters that cannot be sent");
         QTest::newRow("too long") << path << QString(5 << 20, 'x') << plain
-                                  << QStringLiteral("the path and the query are too long together");
+                                  << QStringLiteral("path and query together are too long");
     }
     void whatCannotBeSentSaysWhy()
     {
@@ -402,8 +404,7 @@ private Q_SLOTS:
         Watched watched;
         QCOMPARE(watched.prepare(asked), State::FileFailure);
         QCOMPARE(watched.exchange.finish(State::FileFailure, {}).state, State::FileFailure);
-        QCOMPARE(watched.record.reason,
-                 QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(watched.record.reason, QStringLiteral("cannot write the destination: not a regular file"));
     }
 };
 

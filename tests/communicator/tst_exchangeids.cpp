@@ -27,7 +27,7 @@ Q_DECLARE_METATYPE(Request)
 
 namespace {
 
-/// What one observer heard.
+/// The reports that an observer received.
 template <class Record>
 class Heard
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <communicator/json/jsonwriter.h>
 #include <json/jsonreader.h>
+#include <json/jsonwriter.h>
 
 #include <QCborArray>
 #include <QCborMap>

@@ -23,7 +23,7 @@ using State = HttpJsonPackage::HttpSimpleState;
 
 namespace {
 
-// What the tests take at most, and as much again for whoever else needs it.
+// The maximum memory that the tests use, and as much again for other programs.
 constexpr qint64 wantedMemory = qint64(6) << 30;
 
 qint64 availableMemory()
@@ -51,7 +51,7 @@ QVariantList largeValue()
     return list;
 }
 
-// What is logged below is not the matter.
+// The log lines below do not matter.
 QStringList warnings(const LogCollector& log)
 {
     return log.lines().filter(QStringLiteral(".warning: "));
@@ -95,9 +95,8 @@ private Q_SLOTS:
             QCOMPARE(answered.count(), 1);
         }
         QCOMPARE(package.getSimpleState(), State::InvalidRequest);
-        QCOMPARE(warnings(log),
-                 QStringList("tessel.http.warning: PUT " + server.address() +
-                             " /api/v1/x: the body is longer than the 2 GiB that can be sent as JSON"));
+        QCOMPARE(warnings(log), QStringList("tessel.http.warning: PUT " + server.address() +
+                                            " /api/v1/x: the body is longer than 2 GiB, the limit for JSON"));
         QCOMPARE(server.deliveries(), 0);
     }
 
@@ -122,8 +121,8 @@ private Q_SLOTS:
         HttpProxy::getInstance()->putMutilPartSync(server.address(), &package);
         QCOMPARE(package.getSimpleState(), State::InvalidRequest);
         QCOMPARE(warnings(log), QStringList("tessel.http.warning: PUT " + server.address() + " /api/v1/x: " +
-                                            (json ? "a part is longer than the 2 GiB that can be sent as JSON"
-                                                  : "the text of a part is too long to be sent")));
+                                            (json ? "a part is longer than 2 GiB, the limit for JSON"
+                                                  : "a text part is too long to be sent")));
         QCOMPARE(server.deliveries(), 0);
     }
 

@@ -113,7 +113,7 @@ private Q_SLOTS:
             QVERIFY(body.isSent());
             body.rewind();
         }
-        // Begun anew in the middle of the file.
+        // Started over in the middle of the file.
         for (int i = 0; i < 4; ++i) {
             body.consume(body.next().size);
         }
@@ -179,7 +179,8 @@ private Q_SLOTS:
         QTest::newRow("a directory") << QUrl::fromLocalFile(m_directory.path())
                                      << "cannot read the file " + m_directory.path();
         QTest::newRow("no file") << QUrl("http://wall/a")
-                                 << QStringLiteral("cannot read the file of a part that names no local file");
+                                 << QStringLiteral(
+                                        "cannot read the file of a part whose URL is not a local file");
     }
     void whatCannotBeReadIsNotBegun()
     {
@@ -200,7 +201,7 @@ private Q_SLOTS:
         }
         OutgoingBody body;
         QCOMPARE(body.setForm({{"x", deep}}), State::InvalidRequest);
-        QCOMPARE(body.error(), QStringLiteral("a part nests too deep to be written as JSON"));
+        QCOMPARE(body.error(), QStringLiteral("a part is nested too deeply to be written as JSON"));
     }
 
     void aFileThatGoesOrShrinksFailsTheBody_data()
@@ -223,7 +224,7 @@ private Q_SLOTS:
         QVERIFY(body.hasFailed());
         QCOMPARE(body.error(), "cannot read the file " + path);
         QCOMPARE(body.next().size, std::size_t(0));
-        // The next attempt reads anew.
+        // The next attempt reads the file again.
         fileOf(gone ? "gone" : "shrunk", QByteArray(1000, 'y'));
         body.rewind();
         QVERIFY(!body.hasFailed());

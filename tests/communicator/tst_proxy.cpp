@@ -650,7 +650,7 @@ void TestProxy::aBodyThatCannotBeWrittenSaysWhy()
     m_proxy->putSync(QStringLiteral("127.0.0.1"), &package);
     setExchangeObserver({});
     QCOMPARE(package.getSimpleState(), State::InvalidRequest);
-    QCOMPARE(reason, QStringLiteral("the body nests too deep to be written as JSON"));
+    QCOMPARE(reason, QStringLiteral("the body is nested too deeply to be written as JSON"));
 }
 
 QTEST_GUILESS_MAIN(TestProxy)

@@ -41,7 +41,7 @@ private Q_SLOTS:
             ReplyReader second(limits);
             feed(second, headOf(500) + QByteArray(500, 'b'));
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
-            QVERIFY(!second.reason().isEmpty());
+            QVERIFY(!second.error().isEmpty());
             second.reset();
             feed(second, headOf(400) + QByteArray(400, 'c'));
             QCOMPARE(second.finish(State::Success).state, State::Success);
@@ -74,22 +74,22 @@ private Q_SLOTS:
         const QByteArray ok = "HTTP/1.1 200 OK\r\n";
         row("whole", ok + "Content-Length: 2\r\n\r\n{}", false, State::Success, 200, "");
         row("199 is interim", "HTTP/1.1 199 No\r\n\r\n", true, State::Broken, 0,
-            "the connection ended within the reply's head");
+            "the connection ended in the middle of the reply's head");
         row("299", "HTTP/1.1 299 OK\r\nContent-Length: 2\r\n\r\n{}", false, State::Success, 299, "");
         row("300", "HTTP/1.1 300 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 300,
             "HTTP status 300");
         row("404", "HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}", false, State::HttpFailure, 404,
             "HTTP status 404");
         row("206", "HTTP/1.1 206 Part\r\nContent-Length: 2\r\n\r\n{}", false, State::Broken, 206,
-            "the device sent a part (206), which nobody asked for");
+            "the device sent a partial reply (206), which was not requested");
         row("nothing", "", true, State::Broken, 0, "the connection ended without a reply");
         row("a cut head", "HTTP/1.1 200", true, State::Broken, 0,
-            "the connection ended within the reply's head");
+            "the connection ended in the middle of the reply's head");
         row("a cut body", headOf(3) + "{}", true, State::Broken, 200,
-            "the connection ended within the reply's body");
+            "the connection ended in the middle of the reply's body");
         row("no length, JSON", ok + "\r\n{}", true, State::Success, 200, "");
         row("no length, cut JSON", ok + "\r\n{\"a\"", true, State::Broken, 200,
-            "the reply tells no length and may be cut");
+            "the reply has no length and may be truncated");
         row("the largest body", headOf(1000) + QByteArray(1000, ' '), false, State::Success, 200, "");
         row("a larger one", headOf(1001), false, State::LimitExceeded, 200, "the reply is too large");
         row("a larger one, in chunks",
@@ -104,7 +104,7 @@ private Q_SLOTS:
         row("the largest head",
             ok + "X: " + QByteArray(65536 - 17 - 3 - 2 - 21 - 2, 'x') + "\r\nContent-Length: 2\r\n\r\n{}",
             false, State::Success, 200, "");
-        row("no HTTP", "hello\r\n", false, State::Broken, 0, "what came is not an HTTP/1 response");
+        row("no HTTP", "hello\r\n", false, State::Broken, 0, "the reply is not an HTTP/1 response");
     }
     void everyOutcomeHasItsReason()
     {
@@ -131,17 +131,17 @@ private Q_SLOTS:
             const HttpReply reply = reader.finish(State::Success);
             QCOMPARE(int(reply.state), state);
             QCOMPARE(reply.status, status);
-            QCOMPARE(reader.reason(), reason);
+            QCOMPARE(reader.error(), reason);
             QCOMPARE(reply.body.isEmpty(), state != State::Success && state != State::HttpFailure);
         }
         // What the caller knows better has no reason of the reader's, unless the reader gave up first.
         reader.reset();
-        QCOMPARE(reader.reason(), QString());
+        QCOMPARE(reader.error(), QString());
         feed(reader, text);
         const bool refused = reason == QLatin1String("the reply is too large");
         const HttpReply reply = reader.finish(State::TimedOut);
         QCOMPARE(int(reply.state), refused || status == 206 ? state : int(State::TimedOut));
-        QCOMPARE(reader.reason(), refused || status == 206 ? reason : QString());
+        QCOMPARE(reader.error(), refused || status == 206 ? reason : QString());
         QVERIFY(reply.body.isEmpty());
     }
 
@@ -249,10 +249,10 @@ private Q_SLOTS:
         const QTemporaryDir directory;
         ReplyReader reader{TransferLimits()};
         QVERIFY(!reader.storeIn(directory.filePath(QStringLiteral("none/x"))));
-        QVERIFY2(reader.reason().startsWith(QLatin1String("the destination cannot be written: ")),
-                 qPrintable(reader.reason()));
+        QVERIFY2(reader.error().startsWith(QLatin1String("cannot write the destination: ")),
+                 qPrintable(reader.error()));
         QVERIFY(!reader.storeIn(QStringLiteral("/dev/null")));
-        QCOMPARE(reader.reason(), QStringLiteral("the destination cannot be written: is no regular file"));
+        QCOMPARE(reader.error(), QStringLiteral("cannot write the destination: not a regular file"));
     }
 };
 

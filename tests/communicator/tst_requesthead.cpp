@@ -107,12 +107,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("error");
         const QString tooLong = QStringLiteral("a header's name or value is too long");
-        const QString invalid = QStringLiteral("a header's name or value cannot be sent");
+        const QString invalid =
+            QStringLiteral("a header's name or value contains characters that cannot be sent");
         const QString plain = QStringLiteral("1");
         const auto row = [&](const char* label, const QString& name, const QString& value,
-                             const QString& fault) { QTest::newRow(label) << name << value << fault; };
+                             const QString& error) { QTest::newRow(label) << name << value << error; };
         row("a plain one", "X-A", plain, {});
         row("all that a name may hold", "!#$%&'*+-.^_`|~09AZaz", plain, {});
         row("no value", "X", {}, {});
@@ -137,9 +138,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(QString, value);
-        QFETCH(QString, fault);
-        QCOMPARE(faultOfHeaders({{name, value}}), fault);
-        QCOMPARE(faultOfHeaders({{"A", "1"}, {name, value}, {"z", "1"}}), fault);
+        QFETCH(QString, error);
+        QCOMPARE(errorOfHeaders({{name, value}}), error);
+        QCOMPARE(errorOfHeaders({{"A", "1"}, {name, value}, {"z", "1"}}), error);
     }
 };
 

@@ -207,8 +207,8 @@ void TestThreads::theEngineMayBeReplacedByAnObserver()
     } else {
         setExchangeObserver(replace);
     }
-    const QDeadlineTimer patience(30000);
-    for (int round = 0; round < rounds && !patience.hasExpired(); ++round) {
+    const QDeadlineTimer timeout(30000);
+    for (int round = 0; round < rounds && !timeout.hasExpired(); ++round) {
         std::vector<std::unique_ptr<HttpJsonPackage>> packages;
         int answered = 0;
         for (int i = 0; i < atOnce; ++i) {
@@ -226,7 +226,7 @@ void TestThreads::theEngineMayBeReplacedByAnObserver()
             QTRY_COMPARE_WITH_TIMEOUT(answered, atOnce, 20000);
         }
     }
-    QVERIFY(!patience.hasExpired());
+    QVERIFY(!timeout.hasExpired());
 }
 
 void TestThreads::devicesMayComeAndGoWhileRequestsRun()
@@ -242,7 +242,7 @@ void TestThreads::devicesMayComeAndGoWhileRequestsRun()
                 package.setUrl(QStringLiteral("/api/v1/x"));
                 HttpProxy::getInstance()->getSync(QStringLiteral("the wall"), &package);
                 const auto state = package.getSimpleState();
-                // A key with a blank is no address: the device is known, aborted, or not known.
+                // A key with a blank is not an address: the device is known, aborted, or unknown.
                 wrong += state != State::Success && state != State::Aborted && state != State::InvalidRequest
                              ? 1
                              : 0;

@@ -2,17 +2,11 @@
 #ifndef TESTS_DOCUMENT_H
 #define TESTS_DOCUMENT_H
 
-#include <QFile>
+#include <sourcetree.h>
+
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
-
-/// The text of a file, named from the root of the sources; empty when it cannot be read.
-inline QString textOf(const QString& name)
-{
-    QFile file(QStringLiteral(TESSEL_SOURCE_DIR "/") + name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 /// What the first group of @p pattern matches in @p text, in order.
 inline QStringList matchesIn(const QString& text, const QString& pattern)

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// What docs/architecture.md says of files, tests and systems, against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources.
 #include "document.h"
 
-#include <QDir>
-#include <QDirIterator>
 #include <QMap>
 #include <QtTest>
 
@@ -60,22 +58,12 @@ const Feature onlyPosix[] = {
 QStringList productSources()
 {
     QStringList files;
-    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "qtpromise",
-                                "operations", "simulator", "tesselctl"}) {
-        QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + library, {"*.h", "*.cpp", "*.inl"},
-                        QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            files << QDir(QStringLiteral(TESSEL_SOURCE_DIR)).relativeFilePath(it.next());
-        }
+    for (const char* library : {"interfaces", "tessel", "communicator", "zephserializer", "json", "files",
+                                "qtpromise", "operations", "simulator", "tesselctl"}) {
+        files << sourcesBelow(library);
     }
     files.sort();
     return files;
-}
-
-QString codeOf(const QString& file)
-{
-    static const QRegularExpression comment("//[^\n]*");
-    return textOf(file).remove(comment);
 }
 
 template <std::size_t Count>
@@ -136,11 +124,11 @@ private Q_SLOTS:
             const QString program = test.section("::", 0, 0);
             const QString function = test.section("::", 1);
             bool found = false;
-            QDirIterator it(TESSEL_SOURCE_DIR "/tests", {program + ".cpp"}, QDir::Files,
-                            QDirIterator::Subdirectories);
-            while (it.hasNext()) {
-                const QString text =
-                    textOf(QDir(QStringLiteral(TESSEL_SOURCE_DIR)).relativeFilePath(it.next()));
+            for (const QString& file : sourcesBelow("tests")) {
+                if (!file.endsWith('/' + program + ".cpp")) {
+                    continue;
+                }
+                const QString text = textOf(file);
                 found = found ||
                         (!text.isEmpty() && (function.isEmpty() || text.contains("void " + function + "()")));
             }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The numbers that the documents tell against the constants of the sources.
+// Checks the numbers in the documents against the constants in the sources.
 #include "document.h"
 
 #include <QtTest>
@@ -18,7 +18,7 @@ public:
     explicit Expression(const QString& text)
         : m_text(text.simplified().remove(' '))
     {}
-    /// @return the value; -1 when the whole text is no such expression.
+    /// @return the value, or -1 if the text is not such an expression.
     qint64 value()
     {
         const qint64 result = shift();
@@ -122,7 +122,7 @@ const Number numbers[] = {
     {transportPage, "%1 KiB and 256 lines of headers", limits, "headerBytes", kibibyte},
     {transportPage, "64 KiB and %1 lines of headers", limits, "headerLines", 1},
     {transportPage, "%1 levels of JSON", "json/jsonreader.h", "maxDepth", 1},
-    {transportPage, "%1 GiB of a JSON body or part", "communicator/json/jsonwriter.h", "maxSize", gibibyte},
+    {transportPage, "%1 GiB of a JSON body or part", "json/jsonwriter.h", "maxSize", gibibyte},
     {transportPage, "%1 MiB of path and query", limits, "maxTargetLength", mebibyte},
     {transportPage, "%1 per device, the rest waits", requestQueue, "maxPerDevice", 1},
     {transportPage, "%1 events or 8 MiB may wait", quota, "maxEvents", 1},
@@ -132,14 +132,15 @@ const Number numbers[] = {
     {transportPage, "opened again after %1 s,", policy, "firstDelay", 1000},
     {transportPage, "and so on up to %1 s", policy, "longestDelay", 1000},
     {transportPage, "after a stream has lasted %1 s", policy, "stableAfter", 1000},
-    {transportPage, "%1 s without a byte", policy, "silence", 1000},
+    {transportPage, "after %1 s without a byte", policy, "silence", 1000},
     {transportPage, "A refused login waits %1 minutes", policy, "loginDelay", 60000},
     {transportPage, "After %1 s without contact", policy, "goneAfter", 1000},
+    {transportPage, "counts as unanswered after %1 s", policy, "connect", 1000},
     {transportPage, "or with none within %1 s", policy, "proof", 1000},
     {transportPage, "at least %1 ms apart", policy, "reportGap", 1},
-    {architecturePage, "| exchanges of one device at once | %1 |", requestQueue, "maxPerDevice", 1},
-    {architecturePage, "at most %1 of a device go at once", requestQueue, "maxPerDevice", 1},
-    {architecturePage, "| blocking connections kept to one device | %1 |",
+    {architecturePage, "| exchanges per device at once | %1 |", requestQueue, "maxPerDevice", 1},
+    {architecturePage, "at most %1 per device run at once", requestQueue, "maxPerDevice", 1},
+    {architecturePage, "| idle connections of blocking calls, per device | %1 |",
      "communicator/http/connectionpool.cpp", "maxIdlePerClass", 1},
     {architecturePage, "| one turn of a connection | %1 KiB |", "communicator/http/asyncexchange.cpp",
      "bytesPerTurn", kibibyte},
@@ -149,7 +150,7 @@ const Number numbers[] = {
      kibibyte},
     {architecturePage, "| %1 or 8 MiB |", quota, "maxEvents", 1},
     {architecturePage, " or %1 MiB | beyond it the stream is not read", quota, "maxBytes", mebibyte},
-    {architecturePage, "| bodies coming in, together | %1 MiB |", limits, "allBodiesBytes", mebibyte},
+    {architecturePage, "| bodies being received, in total | %1 MiB |", limits, "allBodiesBytes", mebibyte},
     {architecturePage, "| reserved for an announced length | %1 MiB |", "communicator/http/replyreader.cpp",
      "maxReserve", mebibyte},
     {architecturePage, "| remembered keys that are addresses | %1 |",
@@ -228,8 +229,8 @@ private Q_SLOTS:
                  4);
         QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+), 1\\)"),
                  16);
-        QVERIFY(page.contains("a half for the kept ones of blocking calls, a quarter for non-blocking "
-                              "exchanges, a sixteenth for daemon ones"));
+        QVERIFY(page.contains("half for idle connections of blocking calls, a quarter for non-blocking "
+                              "exchanges, a sixteenth for daemon requests"));
         QCOMPARE(
             matchesIn(textOf("communicator/runtime/descriptorbudget.cpp"), "share / each, (\\d+, \\d+)\\)"),
             QStringList{"16, 4096"});

@@ -48,7 +48,7 @@ public:
     /// All requests; event streams among them.
     int requests() const { return static_cast<int>(simulator.requestCount()); }
 
-    /// A key that no device of this process had, and that is no host name to look up.
+    /// A key that no device of this process has had, and that is not looked up as a host name.
     static QString freshKey()
     {
         static int number = 0;

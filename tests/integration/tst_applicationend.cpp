@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // Waits that meet the end of the application, or that never saw one. Each in a process of its own.
+#include <childprogram.h>
 #include <misbehavingserver.h>
 
-#include <QProcess>
 #include <QtTest>
 
 using Mode = MisbehavingServer::Mode;
@@ -66,28 +66,10 @@ private:
                              const QString& application, const QString& address)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "QT_LOGGING_CONF"}) {
-            environment.remove(QString::fromLatin1(name));
-        }
         // What the end of an application cuts off is left to the end of the process.
         environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         process.setProcessEnvironment(environment);
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(QStringLiteral(WAITATEND), {thread, wait, application, address});
-        QVERIFY(process.waitForStarted());
-    }
-
-    static void endsWith(QProcess& process, const QByteArray& outcome)
-    {
-        if (!process.waitForFinished(30000)) {
-            process.kill();
-            process.waitForFinished();
-            QFAIL("the process hangs");
-        }
-        const QByteArray text = process.readAll();
-        QVERIFY2(process.exitStatus() == QProcess::NormalExit, text.constData());
-        QVERIFY2(process.exitCode() == 0, text.constData());
-        QCOMPARE(text, outcome);
+        startProgram(process, QStringLiteral(WAITATEND), {thread, wait, application, address});
     }
 };
 
@@ -107,7 +89,7 @@ void TestApplicationEnd::whatWaitsEndsWithTheApplication()
     startWaiting(process, thread, wait, "ends", stalled.address());
     QVERIFY(stalled.waitForDeliveries(requests));
     process.write("\n");
-    endsWith(process, cutOff + '\n');
+    expectEnd(process, cutOff + '\n');
 }
 
 void TestApplicationEnd::whatIsAskedAfterTheApplicationEndsAtOnce_data()
@@ -123,7 +105,7 @@ void TestApplicationEnd::whatIsAskedAfterTheApplicationEndsAtOnce()
     MisbehavingServer well;
     QProcess process;
     startWaiting(process, thread, wait, "gone", well.address());
-    endsWith(process, cutOff + '\n');
+    expectEnd(process, cutOff + '\n');
     QCOMPARE(well.deliveries(), 0);
 }
 
@@ -142,7 +124,7 @@ void TestApplicationEnd::whatIsAskedIsAnsweredOnAnyThread()
         MisbehavingServer well;
         QProcess process;
         startWaiting(process, thread, wait, application, well.address());
-        endsWith(process, answered + '\n');
+        expectEnd(process, answered + '\n');
         QCOMPARE(well.deliveries(), requests);
     }
 }
@@ -162,7 +144,7 @@ void TestApplicationEnd::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
     startWaiting(process, thread, wait, "exits", stalled.address());
     QVERIFY(stalled.waitForDeliveries(requests));
     process.write("\n");
-    endsWith(process, QByteArray());
+    expectEnd(process, QByteArray());
 }
 
 void TestApplicationEnd::theWaitForAPromiseOfNothingEndsWithTheApplication_data()
@@ -184,7 +166,7 @@ void TestApplicationEnd::theWaitForAPromiseOfNothingEndsWithTheApplication()
     QProcess process;
     startWaiting(process, thread, "promise of nothing", application, "127.0.0.1");
     process.write("\n");
-    endsWith(process, "rejected pending\n");
+    expectEnd(process, "rejected pending\n");
 }
 
 QTEST_GUILESS_MAIN(TestApplicationEnd)

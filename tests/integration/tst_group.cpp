@@ -148,7 +148,7 @@ private Q_SLOTS:
         List results{QVariant(QStringLiteral("earlier"))};
         QVERIFY(InputInfo::getInstance()->getEDIDs(device.key, allIds(), results));
         QCOMPARE(results.size(), inputCount + 1);
-        // Results stand in the order of the replies, behind what the list held.
+        // Results are in the order of the replies, after the list's earlier contents.
         QCOMPARE(results.first().toString(), QStringLiteral("earlier"));
         QCOMPARE(idsOf(results).last(), QStringLiteral("5"));
     }
@@ -170,7 +170,7 @@ private Q_SLOTS:
         others.removeOne(QStringLiteral("6"));
         QCOMPARE(results.size(), others.size());
         QCOMPARE(setOf(idsOf(results)), setOf(others));
-        // Nothing of the group is left behind that would harm the next one.
+        // Nothing of the group remains that would affect the next one.
         results.clear();
         device.simulator.clearFaults();
         QVERIFY(InputInfo::getInstance()->getEDIDs(device.key, allIds(), results));

@@ -25,7 +25,7 @@ public:
     QVariant data;
 };
 
-// The envelope around @p value, and a member behind it that no reader takes a value from.
+// The envelope around @p value, followed by a member that is not read.
 QByteArray envelope(const QByteArray& value)
 {
     return R"({"code":0,"data":{"v":)" + value + R"(},"unread":)" + value + "}";

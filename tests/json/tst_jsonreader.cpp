@@ -59,8 +59,8 @@ QByteArray nestedObjects(int levels)
     return QByteArray("{\"k\":").repeated(levels - 1) + "{}" + QByteArray(levels - 1, '}');
 }
 
-// What another parser read, in our types. QJsonDocument is no judge here: it leaks memory on some duplicate
-// keys.
+// The result of another parser, in our types. QJsonDocument cannot be used here: it leaks memory on some
+// duplicate keys.
 QVariant toVariant(const nlohmann::json& value)
 {
     switch (value.type()) {
@@ -341,7 +341,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, text);
         QFETCH(QVariantMap, plain);
         QFETCH(QVariantMap, flat);
-        // The second round meets keys and shapes that the first one left behind.
+        // The second round encounters keys and shapes from the first one.
         for (int round = 0; round < 3; ++round) {
             QCOMPARE(object(text), plain);
             QCOMPARE(flattened(text), flat);
@@ -612,7 +612,7 @@ private Q_SLOTS:
         QByteArray roomy(Text);
         roomy.reserve(4096);
         QCOMPARE(flattened(roomy), expected);
-        // What stands behind the text does not matter.
+        // The bytes after the text do not matter.
         QByteArray dirty = QByteArray(Text) + QByteArray(200, ']');
         dirty.resize(int(sizeof Text) - 1);
         QCOMPARE(flattened(dirty), expected);

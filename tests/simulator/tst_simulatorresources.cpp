@@ -15,7 +15,7 @@ QJsonValue parsed(const QByteArray& json)
     return QJsonDocument::fromJson("[" + json + "]").array().first();
 }
 
-// Whether everything in expected stands in actual too.
+// Whether everything in expected is also in actual.
 bool holds(const QJsonValue& actual, const QJsonValue& expected)
 {
     if (!expected.isObject()) {

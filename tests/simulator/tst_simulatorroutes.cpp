@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "httpclient.h"
 
+#include <sourcetree.h>
+
 #include <simulator/routes/routerules.h>
 #include <simulator/routes/routetable.h>
 #include <simulator/simulator.h>
 #include <tessel/allurlresource.h>
 
-#include <QDirIterator>
 #include <QRegularExpression>
 #include <QSet>
 #include <QtTest>
@@ -214,7 +215,7 @@ private Q_SLOTS:
         QCOMPARE(HttpClient(m_multiScreen.port()).request("OPTIONS", "*").status, 204);
     }
 
-    // A rule that singles out a property which no route has does nothing, and nobody would hear of it.
+    // A rule for a property that no route has would have no effect, and nobody would notice.
     void everySpecialRuleIsForARouteThatThereIs()
     {
         QSet<QString> properties;
@@ -270,13 +271,9 @@ private Q_SLOTS:
                                                    "find))|(?:isBelow|startsWith)\\((?:\\w+\\.)?(?:"
                                                    "property|pattern)");
         int compared = 0;
-        QDirIterator it(TESSEL_SOURCE_DIR "/simulator", {"*.h", "*.cpp"}, QDir::Files,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            QFile file(it.next());
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            const bool compares = QString::fromUtf8(file.readAll()).contains(comparison);
-            QVERIFY2(!compares || it.fileName() == "routerules.cpp", qPrintable(it.filePath()));
+        for (const QString& file : sourcesBelow("simulator")) {
+            const bool compares = textOf(file).contains(comparison);
+            QVERIFY2(!compares || file == "simulator/routes/routerules.cpp", qPrintable(file));
             compared += compares ? 1 : 0;
         }
         QCOMPARE(compared, 1);

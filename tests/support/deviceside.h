@@ -8,8 +8,8 @@
 /// What devices do of their own accord, as operators hear it through the proxy.
 namespace DeviceSide {
 
-/// The key of a device that nothing in this process has heard of: operators and their caches outlive a test
-/// function.
+/// The key of a device that is unknown to everything in this process: operators and their caches outlive a
+/// test function.
 QString fresh();
 
 /// The device pushes the event @p json.

@@ -4,7 +4,7 @@
 
 #include <QtTest>
 
-/// Checks that @p Operator has an instance, and one only. A test that calls its operations does not tell:
+/// Checks that @p Operator has exactly one instance. A test that calls its operations does not show this:
 /// those that look at no member run on a null pointer as well.
 template <class Operator>
 void checkOneInstance()

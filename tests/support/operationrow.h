@@ -42,7 +42,7 @@ struct OperationRow
     Krelm::Communicator::HttpDevice::HttpMethod method;
     Decoder decoder;
     std::function<bool(Outputs&)> call; ///< calls the operation on sampleDevice
-    QByteArray body = {};               ///< as it goes out
+    QByteArray body = {};               ///< as it is sent
     QMap<QString, QString> placeHolders = {};
     QMap<QString, QString> parameters = {};
     std::optional<int> expectedTime = {}; ///< none when the operation sets none

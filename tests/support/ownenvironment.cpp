@@ -12,7 +12,7 @@
 namespace {
 
 /// What tells where programs and scratch space are, and what steers a sanitizer, a debugger, a mutation run
-/// or Qt Test itself.
+/// or Qt Test itself, and whether servers of other makers have to be there.
 bool isKept(const std::string& name)
 {
     static const std::vector<std::string> kept = {"PATH",
@@ -25,6 +25,7 @@ bool isKept(const std::string& name)
                                                   "UBSAN_OPTIONS",
                                                   "QTEST_ENVIRONMENT",
                                                   "QTEST_FUNCTION_TIMEOUT",
+                                                  "TESSEL_REQUIRE_PEERS",
                                                   "TESSEL_MUTANT",
                                                   "TESSEL_MUTANTS_REACHED"};
     return std::find(kept.begin(), kept.end(), name) != kept.end();
@@ -45,7 +46,7 @@ bool isKept(const std::string& name)
     }
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::setenv("TZ", "UTC", 1);
-    // No settings of the user's apply, and nothing is left behind there.
+    // No settings of the user apply, and nothing is left there.
     ::setenv("HOME", "/nonexistent", 1);
 }
 

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-/// An operation that takes its route by the protocol that the device told.
+/// An operation that chooses its route by the device's protocol.
 struct ProtocolRow
 {
     const char* name;   ///< class and operation

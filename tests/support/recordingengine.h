@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-/// Records what goes out and answers in process.
+/// Records requests and answers them in process.
 ///
 /// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread
 /// that created the engine, or wait for release() while hold() is on, or do as startWith() says. What is not
@@ -29,7 +29,7 @@ public:
 
     RecordingEngine();
 
-    /// A new engine behind the proxy.
+    /// Sets a new engine in the proxy.
     static RecordingEngine* install();
 
     /// A 200 reply with @p body.

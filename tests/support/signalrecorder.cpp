@@ -12,7 +12,7 @@ SignalRecorder::SignalRecorder(const QObject* sender)
         if (m_meta->method(i).methodType() != QMetaMethod::Signal) {
             continue;
         }
-        // A slot for each of the sender's methods, behind those of QObject.
+        // A slot for each of the sender's methods, after those of QObject.
         const int slot = QObject::staticMetaObject.methodCount() + i;
         QMetaObject::connect(sender, i, this, slot, Qt::DirectConnection);
     }

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 #include <QStringList>
 
 /// The headers and sources below @p directory, relative to the root of the tree like @p directory itself.
@@ -27,6 +28,13 @@ inline QString textOf(const QString& file)
 {
     QFile source(QStringLiteral(TESSEL_SOURCE_DIR "/") + file);
     return source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
+}
+
+/// The same without comments.
+inline QString codeOf(const QString& file)
+{
+    static const QRegularExpression comment("//[^\n]*");
+    return textOf(file).remove(comment);
 }
 
 #endif

@@ -100,7 +100,7 @@ inline OperationRow listWrite(const char* name, const char* routeKey, Operation<
             settingsListJson};
 }
 
-/// A write to one cabinet whose body comes back as the reply.
+/// A write to one cabinet whose body is replaced by the reply.
 inline OperationRow singleExchange(const char* name, const char* routeKey, Operation<const QString&, Map&> op)
 {
     return {name,
@@ -115,7 +115,7 @@ inline OperationRow singleExchange(const char* name, const char* routeKey, Opera
             {{QStringLiteral("id"), cabinet}}};
 }
 
-/// A write whose body names the cabinets and comes back as the reply.
+/// A write whose body names the cabinets and is replaced by the reply.
 inline OperationRow mapExchange(const char* name, const char* routeKey, Operation<Map&> op)
 {
     return {name,

@@ -183,7 +183,7 @@ private Q_SLOTS:
         QTimer::singleShot(0, this, [this] {
             m_engine->release();
             QTRY_COMPARE(m_engine->held(), 1);
-            // The timer of the answered one counts it a second time, and nobody waits for the other.
+            // The timer of the answered one counts it a second time, and the other is not waited for.
             fireSingleShots(10000, 1);
         });
         int living[2] = {0, 0};

@@ -177,7 +177,7 @@ private Q_SLOTS:
         PackageFinder finder;
         QCoreApplication::instance()->installEventFilter(&finder);
         QVERIFY(monitor()->getMonitorData(m_device, {}));
-        // Not from an event loop, which is no place to throw through.
+        // Not from an event loop, through which exceptions must not propagate.
         const auto deliver = [this] {
             while (m_engine->held() > 0) {
                 QCoreApplication::sendPostedEvents();

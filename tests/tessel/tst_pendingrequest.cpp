@@ -3,7 +3,7 @@
 
 #include <recordingengine.h>
 
-#include <tessel/frames/request.h>
+#include <tessel/frames/pendingrequest.h>
 
 #include <QPointer>
 #include <QThread>

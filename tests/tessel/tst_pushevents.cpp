@@ -5,6 +5,7 @@
 #include "deviceside.h"
 #include "recordingengine.h"
 #include "signalrecorder.h"
+#include "sourcetree.h"
 
 #include <communicator/deviceconnections.h>
 #include <tessel/allurlresource.h>
@@ -19,7 +20,6 @@
 #include <tessel/screeninfo.h>
 #include <tessel/warningtypes.h>
 
-#include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -74,18 +74,11 @@ QString rowName(const EventRow& row)
 }
 
 /// The sources of a folder with their text, comments left out.
-QMap<QString, QString> sourcesBelow(const QString& folder)
+QMap<QString, QString> codeBelow(const QString& folder)
 {
-    static const QRegularExpression comment("//[^\n]*");
     QMap<QString, QString> sources;
-    QDirIterator it(QStringLiteral(TESSEL_SOURCE_DIR "/") + folder, {"*.h", "*.cpp"}, QDir::Files,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QFile file(it.next());
-        if (file.open(QIODevice::ReadOnly)) {
-            sources[QDir(TESSEL_SOURCE_DIR).relativeFilePath(it.filePath())] =
-                QString::fromUtf8(file.readAll()).remove(comment);
-        }
+    for (const QString& file : sourcesBelow(folder)) {
+        sources[file] = codeOf(file);
     }
     return sources;
 }
@@ -191,7 +184,7 @@ private Q_SLOTS:
             const bool itsOwn = className(listeners()[i]) == row.operatorClass;
             known = known || itsOwn;
             QStringList raised = recorders[i]->take().replaceInStrings(QRegularExpression("\\(.*"), {});
-            raised.removeDuplicates(); // MonitorInfo hears every event twice
+            raised.removeDuplicates(); // MonitorInfo receives every event twice
             QCOMPARE(raised, itsOwn ? signalNames : QStringList());
         }
         QVERIFY2(known, row.operatorClass);
@@ -211,7 +204,7 @@ private Q_SLOTS:
         static const QRegularExpression listens(
             "\\blistenTo(?:Events|Devices)\\(this, (?:&\\w+::\\w+, )?&(\\w+)::");
         QSet<QString> listening;
-        const auto sources = sourcesBelow("tessel");
+        const auto sources = codeBelow("tessel");
         for (const QString& text : sources) {
             for (auto match = listens.globalMatch(text); match.hasNext();) {
                 listening << match.next().captured(1);
@@ -263,7 +256,7 @@ private Q_SLOTS:
 
     void onlyTheTableSpellsAnEvent()
     {
-        // These stand for other things as well, members of records and routes above all.
+        // These words have other meanings as well, such as members of records and routes.
         const QStringList common{"change",   "Change",  "cabinet",     "monitor",   "name",
                                  "fanSpeed", "voltage", "temperature", "screenName"};
         QStringList words;
@@ -278,7 +271,7 @@ private Q_SLOTS:
         words.removeDuplicates();
         const QRegularExpression spelt("\"(" + words.join('|') + ")\"");
         for (const char* folder : {"tessel", "simulator", "operations", "tesselctl"}) {
-            const auto sources = sourcesBelow(folder);
+            const auto sources = codeBelow(folder);
             QVERIFY(!sources.isEmpty());
             for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
                 const auto match = spelt.match(source.value());

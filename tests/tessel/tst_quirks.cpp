@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The quirks that comments tag in the sources against those that docs/quirks.md explains.
+// Compares the quirks tagged in the sources with those explained in docs/quirks.md.
 #include "absentroutekeys.h"
 #include <sourcetree.h>
 
@@ -11,8 +11,8 @@
 
 namespace {
 
-const char* const libraries[] = {"tessel",    "interfaces", "communicator", "zephserializer", "json",
-                                 "qtpromise", "operations", "simulator",    "tesselctl"};
+const char* const libraries[] = {"tessel", "interfaces", "communicator", "zephserializer", "json",
+                                 "files",  "qtpromise",  "operations",   "simulator",      "tesselctl"};
 const char* const parts[] = {"Operations", "Expected", "What happens", "Relied on", "Tagged in"};
 
 QStringList allSources()

@@ -5,6 +5,8 @@
 #include <recordingengine.h>
 #include <refusingengine.h>
 
+#include <tessel/frames/cacheaccess.h>
+#include <tessel/frames/instancesready.h>
 #include <tessel/frames/request.h>
 
 #include <QMutex>

@@ -4,9 +4,10 @@
 // known lists.
 #include "absentroutekeys.h"
 
+#include <sourcetree.h>
+
 #include <tessel/allurlresource.h>
 
-#include <QDirIterator>
 #include <QRegularExpression>
 #include <QSet>
 #include <QtTest>
@@ -60,18 +61,15 @@ QSet<QString> absentKeys()
 /// All texts in the operators' sources that read as a route key.
 QSet<QString> keysInTheSources()
 {
-    static const QRegularExpression comment("//[^\n]*");
     static const QRegularExpression key(
         "\"((?:Algorithm_|Cab_|Cabinet_|Capability_|Channel|Device_|HwScreen_|MuliScreen|MulitScreen|"
         "MultScreen|Monitor|Receive|Screen|SelfTest_|Sender)\\w+)\"");
     QSet<QString> keys;
-    QDirIterator sources(TESSEL_SOURCE_DIR "/tessel", {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
-    while (sources.hasNext()) {
-        QFile file(sources.next());
-        if (sources.fileName() == "allurlresource.cpp" || !file.open(QIODevice::ReadOnly)) {
+    for (const QString& file : sourcesBelow("tessel")) {
+        if (!file.endsWith(".cpp") || file == "tessel/allurlresource.cpp") {
             continue;
         }
-        auto match = key.globalMatch(QString::fromUtf8(file.readAll()).remove(comment));
+        auto match = key.globalMatch(codeOf(file));
         while (match.hasNext()) {
             keys << match.next().captured(1);
         }

@@ -102,7 +102,7 @@ private Q_SLOTS:
     {
         m_engine = RecordingEngine::install();
         m_device = DeviceSide::fresh();
-        screenInfo(); // hears events from here on
+        screenInfo(); // receives events from here on
     }
 
     // The first of all, and each of the others leaves the watch on: so this is the object as it was made.

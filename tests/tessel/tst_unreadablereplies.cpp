@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Replies with a good status that are no JSON, or whose code is none.
+// Replies with a good status that are not JSON, or whose code is not an integer.
 #include <logcollector.h>
 #include <recordingengine.h>
 
@@ -8,6 +8,7 @@
 #include <tessel/correctionop.h>
 #include <tessel/envelopes/rawresponse.h>
 #include <tessel/frames/promiserequest.h>
+#include <tessel/frames/request.h>
 #include <tessel/records/deviceinfo.h>
 
 #include <QtTest>

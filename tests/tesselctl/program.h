@@ -9,7 +9,7 @@
 
 #include <csignal>
 
-/// What a run of the program left behind.
+/// The result of running the program.
 struct Run
 {
     int code = -1; ///< -1: it did not end by itself
@@ -50,8 +50,8 @@ public:
     Run finish()
     {
         Run run;
-        const int patience = 60000;
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit) {
+        const int timeout = 60000;
+        if (process.waitForFinished(timeout) && process.exitStatus() == QProcess::NormalExit) {
             run.code = process.exitCode();
         }
         run.out = process.readAllStandardOutput();
@@ -88,7 +88,7 @@ inline Run run(const QStringList& arguments, const QByteArray& input = {},
     return program.finish();
 }
 
-/// An address where nobody listens.
+/// An address on which nothing listens.
 inline QString closedAddress()
 {
     static const ClosedPort closed;

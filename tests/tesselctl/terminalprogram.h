@@ -62,9 +62,9 @@ public:
     bool shows(const QString& pattern)
     {
         const QRegularExpression expected(pattern);
-        const QDeadlineTimer patience(60000);
+        const QDeadlineTimer deadline(60000);
         while (!expected.match(QString::fromUtf8(m_shown)).hasMatch()) {
-            if (!readMore(patience)) {
+            if (!readMore(deadline)) {
                 return false;
             }
         }
@@ -73,10 +73,10 @@ public:
     /// Waits for the end. @return the exit code, or the negative number of the signal that ended it.
     int finish()
     {
-        const QDeadlineTimer patience(60000);
-        while (readMore(patience)) {
+        const QDeadlineTimer deadline(60000);
+        while (readMore(deadline)) {
         }
-        if (patience.hasExpired()) {
+        if (deadline.hasExpired()) {
             ::kill(m_process, SIGKILL);
         }
         int status = 0;
@@ -108,12 +108,12 @@ private:
         std::vector<char*> pointers;
     };
 
-    // False when nobody can show anything any more.
-    bool readMore(const QDeadlineTimer& patience)
+    // False once nothing can be shown any more.
+    bool readMore(const QDeadlineTimer& deadline)
     {
         pollfd awaited{m_terminal, POLLIN, 0};
         char bytes[4096];
-        if (::poll(&awaited, 1, static_cast<int>(patience.remainingTime())) <= 0) {
+        if (::poll(&awaited, 1, static_cast<int>(deadline.remainingTime())) <= 0) {
             return false;
         }
         const ssize_t count = ::read(m_terminal, bytes, sizeof bytes);

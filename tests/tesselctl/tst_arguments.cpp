@@ -117,9 +117,9 @@ void TestArguments::textOfTheWrongKindIsRefused_data()
     const auto row = [](const char* name, ValueType type, const QString& text, const char* expected) {
         QTest::newRow(name) << type << text << QString(expected);
     };
-    row("word for an integer", ValueType::Integer, "three", "an integer");
-    row("fraction for an integer", ValueType::Integer, "2.5", "an integer");
-    row("integer beyond 32 bits", ValueType::Integer, "2147483648", "32 bits");
+    row("word for an integer", ValueType::Integer, "three", "a 32-bit integer");
+    row("fraction for an integer", ValueType::Integer, "2.5", "a 32-bit integer");
+    row("integer beyond 32 bits", ValueType::Integer, "2147483648", "a 32-bit integer");
     row("integer beyond 64 bits", ValueType::LongInteger, "9223372036854775808", "an integer");
     row("word for a boolean", ValueType::Boolean, "maybe", "true or false");
     row("list for a map", ValueType::Map, "[1]", "a JSON object");
@@ -127,7 +127,7 @@ void TestArguments::textOfTheWrongKindIsRefused_data()
     row("broken map", ValueType::Map, R"({"a":)", "parse error");
     row("two maps", ValueType::Map, "{} {}", "parse error");
     row("map for a list", ValueType::List, "{}", "a JSON array");
-    row("nested text map", ValueType::TextMap, R"({"a":{}})", "object of texts");
+    row("nested text map", ValueType::TextMap, R"({"a":{}})", "object of strings");
     row("list of lists", ValueType::MapList, "[[]]", "array of objects");
     row("map of words", ValueType::MapOfMaps, R"({"a":1})", "object of objects");
     row("two parts that are no files", ValueType::Parts, R"({"a":"@/no/first","b":"@/no/second"})",
@@ -141,10 +141,10 @@ void TestArguments::textOfTheWrongKindIsRefused()
     QFETCH(QString, text);
     QFETCH(QString, expected);
     const Expected<QVariant> converted = valueFromText(type, text, m_files);
-    const QString problem = converted.error();
+    const QString error = converted.error();
     QVERIFY(!converted);
-    QVERIFY2(problem.contains(expected), qPrintable(problem));
-    QVERIFY2(problem.size() < 250, "what came is abridged");
+    QVERIFY2(error.contains(expected), qPrintable(error));
+    QVERIFY2(error.size() < 250, "what came is abridged");
 }
 
 void TestArguments::aFileStandsForItsContent()
@@ -162,8 +162,8 @@ void TestArguments::aFileStandsForItsContent()
 
 void TestArguments::aMissingFileIsNamed()
 {
-    const QString problem = valueFromText(ValueType::Map, "@/does/not/exist", m_files).error();
-    QVERIFY2(problem.contains("/does/not/exist"), qPrintable(problem));
+    const QString error = valueFromText(ValueType::Map, "@/does/not/exist", m_files).error();
+    QVERIFY2(error.contains("/does/not/exist"), qPrintable(error));
 }
 
 void TestArguments::everyTypeHasAPlaceholder()
@@ -176,64 +176,64 @@ void TestArguments::everyTypeHasAPlaceholder()
 void TestArguments::argumentsStandInOrder()
 {
     const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
-    const BoundCall call = bindArguments({&one}, {"7", "3"}, m_files);
-    QCOMPARE(call.problem, QString());
-    QCOMPARE(call.values, (QVariantList{QVariant(), "7", 3}));
+    const Expected<BoundCall> call = bindArguments({&one}, {"7", "3"}, m_files);
+    QCOMPARE(call.error(), QString());
+    QCOMPARE(call->values, (QVariantList{QVariant(), "7", 3}));
 }
 
 void TestArguments::argumentsMayCarryTheirNames()
 {
     const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
-    QCOMPARE(bindArguments({&one}, {"count=3", "id=7"}, m_files).values, (QVariantList{QVariant(), "7", 3}));
-    QCOMPARE(bindArguments({&one}, {"count=3", "7"}, m_files).values, (QVariantList{QVariant(), "7", 3}));
+    QCOMPARE(bindArguments({&one}, {"count=3", "id=7"}, m_files)->values, (QVariantList{QVariant(), "7", 3}));
+    QCOMPARE(bindArguments({&one}, {"count=3", "7"}, m_files)->values, (QVariantList{QVariant(), "7", 3}));
 }
 
 void TestArguments::aTextWithAnEqualsSignIsNoName()
 {
     const Operation one = operation({in("name", ValueType::Text)});
-    QCOMPARE(bindArguments({&one}, {"a=b"}, m_files).values, (QVariantList{QVariant(), "a=b"}));
-    QCOMPARE(bindArguments({&one}, {"name=a=b"}, m_files).values, (QVariantList{QVariant(), "a=b"}));
+    QCOMPARE(bindArguments({&one}, {"a=b"}, m_files)->values, (QVariantList{QVariant(), "a=b"}));
+    QCOMPARE(bindArguments({&one}, {"name=a=b"}, m_files)->values, (QVariantList{QVariant(), "a=b"}));
 }
 
 void TestArguments::aWrongArgumentIsNamedWithWhatWasExpectedAndWhatCame()
 {
     const Operation one = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
-    const QString problem = bindArguments({&one}, {"7", "many"}, m_files).problem;
-    QVERIFY2(problem.contains("argument count"), qPrintable(problem));
-    QVERIFY2(problem.contains("an integer"), qPrintable(problem));
-    QVERIFY2(problem.contains("\"many\""), qPrintable(problem));
-    QVERIFY2(problem.contains(one.usage()), qPrintable(problem));
+    const QString error = bindArguments({&one}, {"7", "many"}, m_files).error();
+    QVERIFY2(error.contains("argument count"), qPrintable(error));
+    QVERIFY2(error.contains("a 32-bit integer"), qPrintable(error));
+    QVERIFY2(error.contains("\"many\""), qPrintable(error));
+    QVERIFY2(error.contains(one.usage()), qPrintable(error));
 }
 
 void TestArguments::missingAndExtraArgumentsAreNamed()
 {
     const Operation one = operation({in("id", ValueType::Text)});
-    QVERIFY(bindArguments({&one}, {}, m_files).problem.contains("id is missing"));
-    QVERIFY(bindArguments({&one}, {"1", "2"}, m_files).problem.contains("too many: \"2\""));
-    QCOMPARE(bindArguments({&one}, {}, m_files).operation, nullptr);
+    QVERIFY(bindArguments({&one}, {}, m_files).error().contains("id is missing"));
+    QVERIFY(bindArguments({&one}, {"1", "2"}, m_files).error().contains("unexpected argument \"2\""));
+    QVERIFY(!bindArguments({&one}, {}, m_files));
 }
 
 void TestArguments::anArgumentGivenTwiceIsRefused()
 {
     const Operation one = operation({in("id", ValueType::Text)});
-    QVERIFY(bindArguments({&one}, {"id=1", "id=2"}, m_files).problem.contains("id is given twice"));
+    QVERIFY(bindArguments({&one}, {"id=1", "id=2"}, m_files).error().contains("id is given twice"));
 }
 
 void TestArguments::theDeviceIsNoArgument()
 {
     const Operation one = operation({out("result", ValueType::Map)});
-    const BoundCall call = bindArguments({&one}, {}, m_files);
-    QCOMPARE(call.operation, &one);
-    QCOMPARE(call.values.size(), 2);
-    QVERIFY(bindArguments({&one}, {"deviceKey=wall"}, m_files).problem.contains("too many"));
+    const Expected<BoundCall> call = bindArguments({&one}, {}, m_files);
+    QCOMPARE(call->operation, &one);
+    QCOMPARE(call->values.size(), 2);
+    QVERIFY(bindArguments({&one}, {"deviceKey=wall"}, m_files).error().contains("unexpected argument"));
 }
 
 void TestArguments::overloadsAreToldApartByTheirCount()
 {
     const Operation one = operation({in("id", ValueType::Text)});
     const Operation two = operation({in("id", ValueType::Text), in("name", ValueType::Text)});
-    QCOMPARE(bindArguments({&one, &two}, {"1"}, m_files).operation, &one);
-    QCOMPARE(bindArguments({&one, &two}, {"1", "x"}, m_files).operation, &two);
+    QCOMPARE(bindArguments({&one, &two}, {"1"}, m_files)->operation, &one);
+    QCOMPARE(bindArguments({&one, &two}, {"1", "x"}, m_files)->operation, &two);
 }
 
 void TestArguments::overloadsAreToldApartByTheirKind()
@@ -242,35 +242,35 @@ void TestArguments::overloadsAreToldApartByTheirKind()
     const Operation body = operation({in("body", ValueType::Map)});
     const Operation list = operation({in("body", ValueType::List)});
     const std::vector<const Operation*> all{&text, &body, &list};
-    QCOMPARE(bindArguments(all, {"1"}, m_files).operation, &text);
-    QCOMPARE(bindArguments(all, {"{}"}, m_files).operation, &body);
-    QCOMPARE(bindArguments(all, {"[]"}, m_files).operation, &list);
-    QCOMPARE(bindArguments(all, {"id={}"}, m_files).operation, &text);
+    QCOMPARE(bindArguments(all, {"1"}, m_files)->operation, &text);
+    QCOMPARE(bindArguments(all, {"{}"}, m_files)->operation, &body);
+    QCOMPARE(bindArguments(all, {"[]"}, m_files)->operation, &list);
+    QCOMPARE(bindArguments(all, {"id={}"}, m_files)->operation, &text);
 }
 
 void TestArguments::aSingleWordIsNoListOfWordsWhereATextIsTaken()
 {
     const Operation one = operation({in("id", ValueType::Text)});
     const Operation several = operation({in("ids", ValueType::TextList)});
-    QCOMPARE(bindArguments({&one, &several}, {"7"}, m_files).operation, &one);
-    QCOMPARE(bindArguments({&one, &several}, {"7,8"}, m_files).operation, &several);
-    QCOMPARE(bindArguments({&one, &several}, {R"(["7"])"}, m_files).operation, &several);
+    QCOMPARE(bindArguments({&one, &several}, {"7"}, m_files)->operation, &one);
+    QCOMPARE(bindArguments({&one, &several}, {"7,8"}, m_files)->operation, &several);
+    QCOMPARE(bindArguments({&one, &several}, {R"(["7"])"}, m_files)->operation, &several);
 }
 
 void TestArguments::ofEqualOverloadsTheOneWithAnOutputIsTaken()
 {
     const Operation silent = operation({in("force", ValueType::Boolean)});
     const Operation telling = operation({out("result", ValueType::Map), in("force", ValueType::Boolean)});
-    QCOMPARE(bindArguments({&silent, &telling}, {"true"}, m_files).operation, &telling);
+    QCOMPARE(bindArguments({&silent, &telling}, {"true"}, m_files)->operation, &telling);
 }
 
 void TestArguments::theFaultOfTheOverloadWithTheRightCountIsTold()
 {
     const Operation one = operation({in("count", ValueType::Integer)});
     const Operation two = operation({in("id", ValueType::Text), in("name", ValueType::Text)});
-    const QString problem = bindArguments({&one, &two}, {"many"}, m_files).problem;
-    QVERIFY2(problem.startsWith("argument count"), qPrintable(problem));
-    const QString none = bindArguments({&one, &two}, {}, m_files).problem;
+    const QString error = bindArguments({&one, &two}, {"many"}, m_files).error();
+    QVERIFY2(error.startsWith("argument count"), qPrintable(error));
+    const QString none = bindArguments({&one, &two}, {}, m_files).error();
     QVERIFY2(none.contains(one.usage()) && none.contains(two.usage()), qPrintable(none));
 }
 

@@ -60,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(second.latest()->id, bad);
         QCOMPARE(first.outcome().code, Done);
         QCOMPARE(second.outcome().code, TimedOut);
-        QCOMPARE(second.outcome().reason, QStringLiteral("exchange %1").arg(bad));
+        QCOMPARE(second.outcome().error, QStringLiteral("exchange %1").arg(bad));
     }
 
     void whatIsOfNoCallIsNotHeard()
@@ -79,9 +79,19 @@ private Q_SLOTS:
     {
         const CallObserver call;
         QCOMPARE(call.outcome().code, Failed);
-        QCOMPARE(call.outcome().reason, QStringLiteral("no request was made"));
+        QCOMPARE(call.outcome().error, QStringLiteral("the operation sent no request"));
         QCOMPARE(call.outcome(true).code, Done);
         QCOMPARE(call.outcome(false).code, Failed);
+        QCOMPARE(call.outcome(false).error, QStringLiteral("the operation failed without sending a request"));
+    }
+
+    void aCallThatFailedAfterGoodExchangesFoundNothing()
+    {
+        CallObserver call;
+        end(beginIn(call), State::Success);
+        QCOMPARE(call.outcome(false).code, Failed);
+        QCOMPARE(call.outcome(false).error,
+                 QStringLiteral("the request succeeded, but the operation found nothing to return"));
     }
 
     void aCallThatFailedNamesItsLastFailure()

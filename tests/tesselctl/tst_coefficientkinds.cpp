@@ -7,7 +7,6 @@
 
 #include <simulator/routes/routetable.h>
 #include <tesselctl/commands/coefficientkind.h>
-#include <tesselctl/commands/commands.h>
 
 #include <QFile>
 #include <QRegularExpression>

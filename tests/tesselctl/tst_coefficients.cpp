@@ -63,12 +63,13 @@ private Q_SLOTS:
         QTest::newRow("a wrong word") << QByteArray("[\n1,\nx]") << "f:3: ";
         QTest::newRow("rubbish behind") << QByteArray("[]\n]") << "f:2: ";
         QTest::newRow("a line feed in a text") << QByteArray("[\n\"a\n\"]") << "f:2: ";
-        QTest::newRow("no list") << QByteArray("\n\n5\n") << "f:3: a JSON array was expected";
-        QTest::newRow("no cabinet") << QByteArray("{}") << "f:1: no cabinet";
+        QTest::newRow("no list") << QByteArray("\n\n5\n") << "f:3: expected a JSON array";
+        QTest::newRow("no cabinet") << QByteArray("{}") << "f:1: the object names no cabinet";
         QTest::newRow("a cabinet without a list")
-            << QByteArray("{\"1\":[],\n\"2\":{}}") << "f:2: cabinet 2 has no JSON array";
-        QTest::newRow("a cabinet twice") << QByteArray("{\"1\":[],\n\"1\":[]}") << "f:2: cabinet 1 stands";
-        QTest::newRow("no name") << QByteArray("{\"\":[]}") << "f:1: a cabinet without a name";
+            << QByteArray("{\"1\":[],\n\"2\":{}}") << "f:2: expected a JSON array for cabinet 2";
+        QTest::newRow("a cabinet twice")
+            << QByteArray("{\"1\":[],\n\"1\":[]}") << "f:2: cabinet 1 appears twice";
+        QTest::newRow("no name") << QByteArray("{\"\":[]}") << "f:1: the name of a cabinet is empty";
         QTest::newRow("too deep") << QByteArray(100000, '[') << "f:1: nested";
         QTest::newRow("too large a number") << QByteArray("[\n1e999]") << "f:2: ";
         QTest::newRow("no UTF-8") << QByteArray("[\n\"\xff\"]") << "f:2: ";
@@ -77,14 +78,14 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, text);
         QFETCH(QString, told);
-        const QString problem = splitCoefficients(text, "f").error();
-        QVERIFY2(problem.startsWith(told) && problem.size() > 6, qPrintable(problem));
+        const QString error = splitCoefficients(text, "f").error();
+        QVERIFY2(error.startsWith(told) && error.size() > 6, qPrintable(error));
     }
 
     void whatIsReadHoldsNoControlCharacters()
     {
-        const QString problem = splitCoefficients("[\x1b[2J]", "f\x1b").error();
-        QVERIFY(!problem.isEmpty() && !problem.contains('\x1b'));
+        const QString error = splitCoefficients("[\x1b[2J]", "f\x1b").error();
+        QVERIFY(!error.isEmpty() && !error.contains('\x1b'));
     }
 
     // Progress
@@ -227,7 +228,8 @@ private Q_SLOTS:
         QTest::newRow("no such cabinet")
             << QStringList{"t", "--cabinets", "1,5"} << QByteArray("cabinet 5 has no table");
         QTest::newRow("no such kind") << QStringList{"t", "--kind", "fancy"} << QByteArray("--kind");
-        QTest::newRow("objects in a directory") << QStringList{"objects"} << QByteArray("CABINET.json with");
+        QTest::newRow("objects in a directory")
+            << QStringList{"objects"} << QByteArray("expected one JSON array");
     }
     void aWrongPathOrCabinetEndsWithTwo()
     {
@@ -298,7 +300,7 @@ private Q_SLOTS:
                                path("f.json"), "--parallel", "1"});
         QCOMPARE(run.code, 3);
         QCOMPARE(run.err.count("wall  PUT"), 3);
-        QCOMPARE(run.err.count("not sent, the device does not answer"), 17);
+        QCOMPARE(run.err.count("not sent: the device does not answer"), 17);
         QVERIFY2(run.err.contains("20 of 20 cabinets of wall failed"), run.err);
     }
 
@@ -377,7 +379,7 @@ private Q_SLOTS:
         QCOMPARE(run.code, 1);
         QVERIFY2(run.err.contains("wall: cabinet 2: interrupted\n"), run.err);
         QVERIFY2(run.err.contains("wall: cabinet 3: interrupted\n"), run.err);
-        QVERIFY2(run.err.contains("f.json stays as it was"), run.err);
+        QVERIFY2(run.err.contains("f.json is unchanged"), run.err);
         QCOMPARE(read("f.json"), QByteArray("old"));
         QCOMPARE(files(), QStringList{"f.json"});
         QCOMPARE(m_simulator->requestCount(multilayer.arg(3)), quint64(0));
@@ -463,7 +465,7 @@ private Q_SLOTS:
         Run run = download(QStringList{"f.json"} + what);
         QCOMPARE(run.code, code);
         QCOMPARE(read("f.json"), QByteArray("old"));
-        QVERIFY2(run.err.contains("wall: cabinet 2: ") && run.err.contains("stays as it was"), run.err);
+        QVERIFY2(run.err.contains("wall: cabinet 2: ") && run.err.contains("is unchanged"), run.err);
 
         run = download(QStringList{"t"} + what);
         QCOMPARE(run.code, code);

@@ -37,7 +37,7 @@ QString helpOf(const QString& program, const QStringList& arguments)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-/// The names that stand in a help text under @p title.
+/// The names in a help text under @p title.
 QStringList listedIn(const QString& help, const QString& title)
 {
     const int begin = help.indexOf('\n' + title + ":\n");
@@ -80,7 +80,7 @@ private:
 
 } // namespace
 
-/// What the documents tell of the programs is what the programs do.
+/// Checks that the programs do what the documents say.
 class TestDocuments : public QObject
 {
     Q_OBJECT
@@ -110,6 +110,13 @@ private Q_SLOTS:
     void whatIsDocumentedExists()
     {
         QString helps = helpOf(TESSELCTL_PROGRAM, {});
+        const QString page = textOf("docs/commandline.md");
+        const QString table = page.section("\n| subcommand |", 1).section("\n\n", 0, 0);
+        const QStringList documentedCommands = matchesIn(table, "\n\\| `([a-z]+)");
+        QVERIFY(documentedCommands.size() > 7);
+        for (const QString& command : documentedCommands) {
+            QVERIFY2(listedIn(helps, "Subcommands").contains(command), qPrintable(command));
+        }
         for (const QString& command : listedIn(helps, "Subcommands")) {
             const QString help = helpOf(TESSELCTL_PROGRAM, {command});
             helps += help;
@@ -117,7 +124,7 @@ private Q_SLOTS:
                 helps += helpOf(TESSELCTL_PROGRAM, {command, subcommand});
             }
         }
-        for (const QString& option : matchesIn(textOf("docs/commandline.md"), "`(--[a-z-]+)`")) {
+        for (const QString& option : matchesIn(page, "`(--[a-z-]+)`")) {
             QVERIFY2(optionsIn(helps).contains(option) || option == "--help", qPrintable(option));
         }
 
@@ -249,7 +256,7 @@ private Q_SLOTS:
 
     void everySubcommandHasAnExampleThatDoesSomething()
     {
-        // Against an address where nobody listens, all but the command line itself fails.
+        // With an address on which nothing listens, everything fails except parsing the command line.
         const QString address = closedAddress();
         const FilesOfTheExamples files;
         QVERIFY(files.wereMade());
@@ -286,7 +293,7 @@ private Q_SLOTS:
 
     void theCommandsOfTheDocumentsAreUnderstood()
     {
-        // Against an address where nobody listens, all but the command line itself fails.
+        // With an address on which nothing listens, everything fails except parsing the command line.
         const QString address = closedAddress();
         const FilesOfTheExamples files;
         QVERIFY(files.wereMade());
@@ -294,7 +301,7 @@ private Q_SLOTS:
         for (const char* name : {"README.md", "docs/commandline.md", "docs/simulator.md"}) {
             for (QString line : matchesIn(textOf(name), "\\n(tesselctl [^\\n]*)")) {
                 line.replace(QRegularExpression("=(192\\.168\\.0\\.10|127\\.0\\.0\\.1:8080)"), '=' + address);
-                // These two go on until they are told to end.
+                // These two run until they are interrupted.
                 if (line.contains(" watch") || line.contains(" monitor")) {
                     continue;
                 }

@@ -205,7 +205,7 @@ private Q_SLOTS:
             << loadPath << 200 << QByteArray(R"({"code":7})") << 5 << QByteArray("code 7");
         QTest::newRow("the update fails")
             << progressPath << 200 << QByteArray(R"({"code":0,"data":{"progress":10,"state":"failed"}})") << 1
-            << QByteArray("the device says: failed");
+            << QByteArray("the device reports: failed");
         QTest::newRow("progress is refused")
             << progressPath << 404 << QByteArray() << 5 << QByteArray("HTTP status 404");
     }
@@ -231,10 +231,10 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("told");
         QTest::newRow("missing") << "nothing" << QStringList() << QByteArray("nothing: No such file");
         QTest::newRow("a directory") << "." << QStringList() << QByteArray("is a directory");
-        QTest::newRow("empty") << "empty" << QStringList() << QByteArray("empty: is empty");
+        QTest::newRow("empty") << "empty" << QStringList() << QByteArray("empty: file is empty");
         QTest::newRow("a wrong field") << "full" << QStringList{"--field", "x"} << QByteArray("NAME=VALUE");
         QTest::newRow("the first of two wrong fields")
-            << "full" << QStringList{"--field", "x", "--field", "y"} << QByteArray("\"x\" is not");
+            << "full" << QStringList{"--field", "x", "--field", "y"} << QByteArray("not \"x\"");
         QTest::newRow("missing, and a wrong field")
             << "nothing" << QStringList{"--field", "x"} << QByteArray("nothing: No such file");
         QTest::newRow("a form for a controller")
@@ -293,9 +293,9 @@ private Q_SLOTS:
         QTest::addColumn<int>("code");
         QTest::addColumn<QByteArray>("told");
         QTest::newRow("failed") << 200 << QByteArray(R"({"code":0,"data":{"progress":60,"state":"failed"}})")
-                                << 1 << QByteArray("the device says: failed");
+                                << 1 << QByteArray("the device reports: failed");
         QTest::newRow("tells nothing") << 200 << QByteArray(R"({"code":0,"data":{}})") << 1
-                                       << QByteArray("the device tells no progress");
+                                       << QByteArray("the device reports no progress");
         QTest::newRow("refused") << 404 << QByteArray() << 5 << QByteArray("HTTP status 404");
     }
     void theExitCodeTellsHowAFollowedUpdateEnded()
@@ -366,8 +366,7 @@ private Q_SLOTS:
         const Run run = download("card.bin");
         QCOMPARE(run.code, code);
         QCOMPARE(run.out, QByteArray());
-        QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains("card.bin stays as it was"),
-                 run.err);
+        QVERIFY2(run.err.contains("tesselctl: wall: ") && run.err.contains("card.bin is unchanged"), run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
         QCOMPARE(files(), QStringList{"card.bin"});
     }
@@ -419,7 +418,7 @@ private Q_SLOTS:
         const Run run = program.finish();
         QCOMPARE(run.code, 1);
         QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
-        QVERIFY2(run.err.contains("card.bin stays as it was"), run.err);
+        QVERIFY2(run.err.contains("card.bin is unchanged"), run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
         QCOMPARE(files(), QStringList{"card.bin"});
     }
@@ -439,8 +438,8 @@ private Q_SLOTS:
         const Run run = runOnFullDisk(arguments, kibibytes);
         QCOMPARE(run.code, 1);
         QCOMPARE(run.out, QByteArray());
-        QVERIFY2(run.err.contains("card.bin: the destination cannot be written: File too large\n"), run.err);
-        QVERIFY2(run.err.contains("card.bin stays as it was"), run.err);
+        QVERIFY2(run.err.contains("card.bin: cannot write the destination: File too large\n"), run.err);
+        QVERIFY2(run.err.contains("card.bin is unchanged"), run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
         QCOMPARE(files(), QStringList{"card.bin"});
         // The image needs as much, and no more.
@@ -465,7 +464,7 @@ private Q_SLOTS:
         const QStringList before = files();
         const Run run = download(name);
         QCOMPARE(run.code, 1);
-        QVERIFY2(run.err.contains(path(name).toUtf8() + ": the destination cannot be written: "), run.err);
+        QVERIFY2(run.err.contains(path(name).toUtf8() + ": cannot write the destination: "), run.err);
         QCOMPARE(m_simulator->requestCount(), quint64(0));
         QCOMPARE(files(), before);
     }

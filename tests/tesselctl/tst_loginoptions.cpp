@@ -47,21 +47,20 @@ private Q_SLOTS:
         Settings settings = withSecret();
         settings.devices.login = scheme.name;
         settings.devices.user = scheme.takesUser ? "me" : "";
-        Console console;
-        const std::vector<Device> devices = readDevices(settings.devices, console);
-        QCOMPARE(devices.size(), std::size_t(1));
-        QCOMPARE(devices[0].endpoint.login, scheme.login);
-        QCOMPARE(devices[0].endpoint.secret, QString("hunter2"));
+        const Expected<std::vector<Device>> devices = readDevices(settings.devices);
+        QCOMPARE(devices.error(), QString());
+        QCOMPARE(devices->size(), std::size_t(1));
+        QCOMPARE(devices->front().endpoint.login, scheme.login);
+        QCOMPARE(devices->front().endpoint.secret, QString("hunter2"));
 
         const QString resumed = resumeCommand(settings, "wall", {"ops"});
         QVERIFY2(resumed.contains(QString(" --login %1 ").arg(scheme.name)), qPrintable(resumed));
         QCOMPARE(resumed.contains(" --user me "), scheme.takesUser);
 
         settings.devices.user = scheme.takesUser ? "" : "me";
-        QVERIFY(readDevices(settings.devices, console).empty());
+        QVERIFY(!readDevices(settings.devices));
         settings.devices.user = "a:b";
-        QCOMPARE(readDevices(settings.devices, console).empty(),
-                 !scheme.takesUser || !scheme.takesColonInUser);
+        QCOMPARE(bool(readDevices(settings.devices)), scheme.takesUser && scheme.takesColonInUser);
     }
 
     void anUnknownLoginIsAnErrorAndNeverNone()
@@ -69,8 +68,7 @@ private Q_SLOTS:
         for (const char* name : {"none", "Basic", "guess"}) {
             Settings settings = withSecret();
             settings.devices.login = name;
-            Console console;
-            QVERIFY2(readDevices(settings.devices, console).empty(), name);
+            QVERIFY2(!readDevices(settings.devices), name);
         }
         const Run run = ::run({"--device", "wall=127.0.0.1:1", "--login", "guess", "routes"});
         QCOMPARE(run.code, 2);

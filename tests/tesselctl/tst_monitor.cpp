@@ -116,7 +116,7 @@ private Q_SLOTS:
         const QList<QJsonObject> readings = linesOfKind(run.out, "reading");
         QCOMPARE(readings.size(), 2);
         for (const QJsonObject& reading : readings) {
-            QCOMPARE(reading.value("problem").isNull(), reading.value("device") == "a@wall");
+            QCOMPARE(reading.value("error").isNull(), reading.value("device") == "a@wall");
         }
     }
 
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QCOMPARE(run.out.count('\n'), 2);
         QCOMPARE(readings[0].value("device").toString(), QString("wall"));
         QCOMPARE(readings[0].value("data").toObject().value("fanSpeed").toArray().size(), 2);
-        QVERIFY(readings[0].value("problem").isNull());
+        QVERIFY(readings[0].value("error").isNull());
     }
 
     void aWarningIsToldOnce_data()
@@ -207,7 +207,7 @@ private Q_SLOTS:
         for (const QJsonObject& reading : readings) {
             const bool gone = reading.value("device") == "gone";
             QCOMPARE(reading.value("data").isNull(), gone);
-            QCOMPARE(reading.value("problem").isString(), gone);
+            QCOMPARE(reading.value("error").isString(), gone);
         }
     }
 
@@ -218,7 +218,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("told");
         QTest::newRow("refusal") << QByteArray(R"({"code":7,"message":"busy"})") << 5
                                  << QByteArray("code 7, \"busy\"");
-        QTest::newRow("nonsense") << QByteArray("\x1b]0;x") << 1 << QByteArray("no JSON");
+        QTest::newRow("nonsense") << QByteArray("\x1b]0;x") << 1 << QByteArray("not valid JSON");
     }
     void aRefusalAndNonsenseAreTold()
     {

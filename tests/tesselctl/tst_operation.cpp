@@ -136,8 +136,8 @@ private Q_SLOTS:
     void aPromiseOfRecordsIsAListOfMaps();
     void aPromiseOfAPlainValueIsThatValue();
     void aPromiseOfNothingSucceeds();
-    void aRejectionTellsItsReason_data();
-    void aRejectionTellsItsReason();
+    void aRejectionTellsItsError_data();
+    void aRejectionTellsItsError();
     void namesInTheListAreUniqueUpToOverloads();
     void everyRowOfTheListIsComplete();
 };
@@ -217,7 +217,7 @@ void TestOperation::everyOutputTypeComesBack()
 
 void TestOperation::anInOutParameterIsWrittenAndReturned()
 {
-    const Operation row = operation("change", &Operator::change, {"deviceKey", "inout items"});
+    const Operation row = operation("change", &Operator::change, {"deviceKey", inout("items")});
     QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QCOMPARE(row.outputNames(), std::vector<QString>{"items"});
     QCOMPARE(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs,
@@ -226,7 +226,7 @@ void TestOperation::anInOutParameterIsWrittenAndReturned()
 
 void TestOperation::anOutputThatIsOnlyReadIsAnInput()
 {
-    const Operation row = operation("change", &Operator::change, {"deviceKey", "in items"});
+    const Operation row = operation("change", &Operator::change, {"deviceKey", in("items")});
     QCOMPARE(row.userParameters(), std::vector<std::size_t>{1});
     QVERIFY(row.outputNames().empty());
     QVERIFY(row.invoke({"wall", QVariantMap{{"a", 1}}}).outputs.isEmpty());
@@ -289,7 +289,7 @@ void TestOperation::aPromiseOfNothingSucceeds()
     QVERIFY(result.outputs.isEmpty());
 }
 
-void TestOperation::aRejectionTellsItsReason_data()
+void TestOperation::aRejectionTellsItsError_data()
 {
     QTest::addColumn<QString>("reason");
     QTest::addColumn<QString>("told");
@@ -301,14 +301,14 @@ void TestOperation::aRejectionTellsItsReason_data()
                           << "";
 }
 
-void TestOperation::aRejectionTellsItsReason()
+void TestOperation::aRejectionTellsItsError()
 {
     QFETCH(QString, reason);
     QFETCH(QString, told);
     const CallResult result = operation("refuse", &Operator::refuse, {"reason"}).invoke({reason});
     QVERIFY(!result.succeeded);
     QVERIFY(result.outputs.isEmpty());
-    QCOMPARE(result.reason, told);
+    QCOMPARE(result.error, told);
 }
 
 void TestOperation::namesInTheListAreUniqueUpToOverloads()
@@ -331,6 +331,18 @@ void TestOperation::everyRowOfTheListIsComplete()
         }
         QVERIFY2(names.size() == static_cast<int>(one.parameters.size()), qPrintable(one.usage()));
         QVERIFY2(!names.contains(QString()), qPrintable(one.usage()));
+        for (const Parameter& parameter : one.parameters) {
+            const QString text = one.usage() + ": " + parameter.name;
+            // A row's parameter says what it is by its function, such as in(), and not in its name.
+            QVERIFY2(!parameter.name.contains(' '), qPrintable(text));
+            const bool isOutput = parameter.direction != Parameter::In;
+            QVERIFY2(isOutput || parameter.source == Parameter::Body, qPrintable(text));
+            // A body holds neither a status nor texts alone.
+            const bool holdsHeaders = isOutput && parameter.type == ValueType::TextMap;
+            QVERIFY2(holdsHeaders == (parameter.source == Parameter::ResponseHeaders), qPrintable(text));
+            const bool holdsStatus = isOutput && parameter.type == ValueType::Integer;
+            QVERIFY2(holdsStatus == (parameter.source == Parameter::HttpStatus), qPrintable(text));
+        }
     }
 }
 

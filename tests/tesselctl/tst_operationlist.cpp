@@ -17,7 +17,7 @@ using Tessel::Protocol;
 
 namespace {
 
-/// Public functions that are no rows.
+/// Public functions without rows.
 const QStringList notCallable{
     // They switch how this process answers later calls, and tesselctl ends with the call.
     "CabinetInfoOperator::startWatch",
@@ -53,7 +53,7 @@ QString withoutTexts(QString source)
     return source.remove(raw).remove(quoted);
 }
 
-/// What stands between the brace at @p open and the one that closes it.
+/// The text between the brace at @p open and its closing brace.
 QString bracedText(const QString& source, int open)
 {
     int depth = 0;

@@ -31,7 +31,7 @@ public:
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         ++m_count;
-        // An operation without a route fails in the transport; that is no reply.
+        // An operation without a route fails in the transport, without a reply.
         if (record.state != IHttpVersionTrigger::Success &&
             record.state != IHttpVersionTrigger::InvalidRequest) {
             m_failures << QString::fromUtf8(record.verb + ' ' + record.path + ' ' +

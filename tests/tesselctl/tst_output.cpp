@@ -221,7 +221,7 @@ void TestOutput::exchangesNameTheirOutcome()
     record.reason = "why";
     const Outcome outcome = outcomeOf(record);
     QCOMPARE(int(outcome.code), code);
-    QCOMPARE(outcome.reason, reason);
+    QCOMPARE(outcome.error, reason);
 }
 
 void TestOutput::aTraceLineTellsTheExchangeAndNoBody()

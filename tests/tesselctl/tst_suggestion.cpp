@@ -84,7 +84,7 @@ void TestSuggestion::anUnknownOperationNamesTheNearest()
 {
     const Lookup found = findOperation(allOperations(), "getAllChipTipe");
     QVERIFY(found.operations.empty());
-    QVERIFY2(found.problem.contains("getAllChipType"), qPrintable(found.problem));
+    QVERIFY2(found.error.contains("getAllChipType"), qPrintable(found.error));
 }
 
 void TestSuggestion::anOperationIsFoundByShortAndByQualifiedName()
@@ -101,7 +101,7 @@ void TestSuggestion::aNameOfSeveralClassesIsAmbiguous()
     const Operations operations{{"Here", "get", {}, {}}, {"There", "get", {}, {}}};
     const Lookup found = findOperation(operations, "get");
     QVERIFY(found.operations.empty());
-    QVERIFY(found.problem.contains("Here::get, There::get"));
+    QVERIFY(found.error.contains("use Here::get or There::get"));
     QCOMPARE(findOperation(operations, "There::get").operations.size(), std::size_t(1));
 }
 

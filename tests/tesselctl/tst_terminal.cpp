@@ -126,7 +126,7 @@ private Q_SLOTS:
         QVERIFY2(program.shows("Password or token: "), program.shown());
         program.type("\n");
         QCOMPARE(program.finish(), 2);
-        QVERIFY2(program.shown().contains("the secret is empty"), program.shown());
+        QVERIFY2(program.shown().contains("the password or token is empty"), program.shown());
         QCOMPARE(server.connections(), 0);
     }
 

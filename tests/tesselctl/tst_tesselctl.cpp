@@ -60,6 +60,8 @@ private Q_SLOTS:
     void coefficientsAreReadAsBlocks();
     void aPackageThatAnOperationFillsIsSent();
     void aCallbackIsWaitedFor();
+    void aSignalEndsACall_data();
+    void aSignalEndsACall();
     void aClosedPortEndsWithThree();
     void aBrokenReplyEndsWithThree();
     void silenceEndsWithFour();
@@ -78,6 +80,7 @@ private Q_SLOTS:
     void routesAreListed();
     void operationsAreListedWithWhatTheySend();
     void operationsAreListedForBothProtocols();
+    void outputsOfAnotherKindThanTheBodySaySo();
     void overloadsAreListedWithTheirNumbers();
     void operationsAreListedAsJson();
     void watchPrintsPushedEvents();
@@ -128,23 +131,32 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         QTest::newRow(name) << arguments << QByteArray(told);
     };
     const QStringList call{"--device", "wall=127.0.0.1:1", "call"};
-    row("nothing", {}, "subcommand");
-    row("unknown command", {"cal"}, "\"cal\" is no command; did you mean call?");
-    row("unknown option", {"--jsonn", "routes"}, "--jsonn");
+    row("nothing", {}, "no command given; use call, ops,");
+    row("no command within another", {"firmware"}, "no command given; use update, progress, download");
+    row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
+    row("unknown command within another", {"firmware", "xupdate"},
+        "unknown command \"xupdate\"; did you mean update?");
+    row("unknown option", {"--jsonn", "routes"}, "unknown option \"--jsonn\"; did you mean --json?");
+    row("unknown option of a command", {"firmware", "download", "f", "--idd=3"},
+        "unknown option \"--idd\"; did you mean --id?");
+    row("option without its value", {"routes", "--device"}, "--device needs a value");
+    row("argument that nobody takes", {"routes", "a", "b"}, "unexpected argument \"b\"");
+    row("help of the command", {"firmware", "update"}, "see \"tesselctl firmware update --help\"");
     row("no operation", call, "OPERATION");
     row("unknown operation", call + QStringList{"getAllChipTipe"}, "did you mean getAllChipType?");
     row("argument missing", call + QStringList{"getParameters"}, "argument body is missing");
     row("argument of another kind", call + QStringList{"getParameters", "[1]"},
-        "a JSON object was expected, \"[1]\" came");
-    row("negative number as an argument", call + QStringList{"getParameters", "-5"}, "\"-5\" came");
-    row("argument too many", call + QStringList{"getAllChipType", "1"}, "one argument too many");
+        "expected a JSON object, got \"[1]\"");
+    row("negative number as an argument", call + QStringList{"getParameters", "-5"}, "got \"-5\"");
+    row("argument too many", call + QStringList{"getAllChipType", "1"}, "unexpected argument \"1\"");
     row("missing file", call + QStringList{"getParameters", "@/does/not/exist"}, "/does/not/exist");
     row("no device", {"call", "getAllChipType"}, "--device");
     row("no address", {"--device", "wall=", "call", "getAllChipType"}, "NAME=ADDRESS");
     row("no name", {"--device", "=127.0.0.1:1", "call", "getAllChipType"}, "NAME=ADDRESS");
     row("two wrong devices", {"--device", "first=", "--device", "second=", "call", "getAllChipType"},
-        "\"first=\" is neither");
-    row("bad address", {"--device", "wall=ftp://x", "call", "getAllChipType"}, "wall cannot be used");
+        "not \"first=\"");
+    row("bad address", {"--device", "wall=ftp://x", "call", "getAllChipType"},
+        "invalid device wall; use HOST[:PORT]");
     row("device twice", {"--device", "a=h:1", "--device", "a=h:2", "call", "getAllChipType"}, "twice");
     row("unknown login", call + QStringList{"getAllChipType", "--login", "guess"}, "--login");
     row("login without user", call + QStringList{"getAllChipType", "--login", "basic"}, "needs --user");
@@ -152,13 +164,24 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         "must not contain ':'");
     row("pinned key of another kind", call + QStringList{"getAllChipType", "--pinned-key", "md5//x"},
         "sha256//BASE64");
+    row("pinned key without TLS", call + QStringList{"getAllChipType", "--pinned-key", "sha256//x"},
+        "--ca-file and --pinned-key need an address that begins with https://, not \"127.0.0.1:1\"");
     row("token with user", call + QStringList{"getAllChipType", "--login", "bearer", "--user", "x"},
         "takes no --user");
-    row("user without login", call + QStringList{"getAllChipType", "--user", "x"}, "needs --login");
+    row("user without login", call + QStringList{"getAllChipType", "--user", "x"}, "need --login");
     row("secret variable not set",
         call + QStringList{"getAllChipType", "--login", "bearer", "--secret-env", "TESSELCTL_TEST_NOT_SET"},
-        "TESSELCTL_TEST_NOT_SET");
-    row("count of nothing", {"--device", "h:1", "watch", "--count", "0"}, "--count");
+        "TESSELCTL_TEST_NOT_SET is not set");
+    row("count of nothing", {"--device", "h:1", "watch", "--count", "0"},
+        "--count: expected a whole number from 1, got \"0\"");
+    row("count below nothing", {"--device", "h:1", "watch", "--count", "-5"},
+        "--count: expected a whole number from 1, got \"-5\"");
+    row("seconds beyond the limit", {"--device", "h:1", "watch", "--seconds", "1000001"},
+        "--seconds: expected a whole number from 1 to 1000000, got \"1000001\"");
+    row("time that is no number", {"--device", "h:1", "monitor", "--interval", "soon"},
+        "--interval: expected a number from 0.1 to 86400, got \"soon\"");
+    row("number that is none", {"firmware", "download", "f", "--id", "3", "--type", "x"},
+        "--type: expected a whole number, got \"x\"");
     row("watch without device", {"watch"}, "--device");
 }
 
@@ -264,8 +287,8 @@ void TestTesselctl::anImageThatCannotBeReadSendsNothing_data()
     QTest::addColumn<QByteArray>("reason");
     QTest::newRow("missing") << "nothing" << QByteArray("No such file or directory");
     QTest::newRow("a directory") << "." << QByteArray("is a directory");
-    QTest::newRow("a pipe that nobody fills") << "pipe" << QByteArray("is no regular file");
-    QTest::newRow("a socket") << "socket" << QByteArray("is no regular file");
+    QTest::newRow("a pipe that nobody fills") << "pipe" << QByteArray("not a regular file");
+    QTest::newRow("a socket") << "socket" << QByteArray("not a regular file");
     QTest::newRow("forbidden") << "forbidden" << QByteArray("Permission denied");
 }
 
@@ -354,7 +377,7 @@ void TestTesselctl::anOverloadIsPickedByItsNumber()
 
 void TestTesselctl::coefficientsAreReadAsBlocks()
 {
-    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "cids=1,2"};
+    const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "ids=1,2"};
     const Run sent = run(call + QStringList{R"(data=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
     QVERIFY2(sent.code == 0, sent.err);
     QCOMPARE(m_simulator->requestCount(), quint64(1));
@@ -377,6 +400,46 @@ void TestTesselctl::aCallbackIsWaitedFor()
     const Run run = ::run({"--json", "--device", address(), "call", "getMonitorData"});
     QVERIFY2(run.code == 0, run.err);
     QVERIFY(run.json().object().contains("fanSpeed"));
+}
+
+void TestTesselctl::aSignalEndsACall_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<int>("code");
+    const QString protocol = "/api/protocol/version";
+    QTest::newRow("SIGINT") << "getAllChipType" << chipPath << SIGINT << 130;
+    QTest::newRow("SIGTERM") << "getAllChipType" << chipPath << SIGTERM << 143;
+    QTest::newRow("one that does not wait")
+        << "setCabSingleBrightness 1 {}" << QString("/api/v1/device/cabinet/1/brightness") << SIGINT << 130;
+    QTest::newRow("a promise") << "getHWInfo2" << QString("/api/v1/device/hw") << SIGINT << 130;
+    QTest::newRow("while the protocol is asked for") << "getScreens true" << protocol << SIGINT << 130;
+}
+
+void TestTesselctl::aSignalEndsACall()
+{
+    QFETCH(QString, operation);
+    QFETCH(QString, path);
+    QFETCH(int, signal);
+    QFETCH(int, code);
+    Fault stall;
+    stall.path = path;
+    stall.cut = Fault::Cut::Stall;
+    stall.times = -1;
+    m_simulator->addFault(stall);
+    Simulator other;
+    QVERIFY(other.start());
+    Program program(QStringList{"--json", "--device", "wall=" + address(), "--device",
+                                "other=" + other.address(), "call"} +
+                    operation.split(' '));
+    QTRY_COMPARE_WITH_TIMEOUT(m_simulator->requestsInFlight(), 1, 30000);
+    program.send(signal);
+    const Run run = program.finish();
+    QCOMPARE(run.code, code);
+    QCOMPARE(run.err, QByteArray("tesselctl: wall: interrupted\ntesselctl: other: interrupted\n"));
+    QCOMPARE(run.json().object(), (QJsonObject{{"wall", QJsonValue()}, {"other", QJsonValue()}}));
+    QCOMPARE(other.requestCount(), quint64(0));
 }
 
 void TestTesselctl::aClosedPortEndsWithThree()
@@ -599,17 +662,35 @@ void TestTesselctl::operationsAreListedWithWhatTheySend()
 
 void TestTesselctl::operationsAreListedForBothProtocols()
 {
-    const Run run = ::run({"ops", "ScreenInfo::getBrightness screenId"});
+    const Run run = ::run({"ops", "ScreenInfo::getBrightness id"});
     QVERIFY2(run.out.contains("GET /api/v1/device/screen/{id}/brightness  (single-screen protocol)\n"),
              run.out);
     QVERIFY2(run.out.contains("GET /api/v1/screen/brightness  (multi-screen protocol)\n"), run.out);
+}
+
+void TestTesselctl::outputsOfAnotherKindThanTheBodySaySo()
+{
+    const auto sources = [](const char* filter) {
+        QStringList found;
+        for (const QJsonValue& operation : run({"ops", "--json", filter}).json().array()) {
+            for (const QJsonValue& parameter : operation.toObject().value("parameters").toArray()) {
+                const QString source = parameter.toObject().value("source").toString();
+                if (!source.isEmpty()) {
+                    found << parameter.toObject().value("name").toString() + ": " + source;
+                }
+            }
+        }
+        return found;
+    };
+    QCOMPARE(sources("getScreenCorrectNicc"), QStringList{"status: HTTP status"});
+    QCOMPARE(sources("setCheckerBoardImage#2"), QStringList{"headers: response headers"});
 }
 
 void TestTesselctl::overloadsAreListedWithTheirNumbers()
 {
     const QByteArray out = run({"ops", "HWInfo::getHWInfo#"}).out;
     QVERIFY2(out.startsWith("HWInfo::getHWInfo#1 force=true|false\n"), out);
-    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  out\n"), out);
+    QVERIFY2(out.contains("\nHWInfo::getHWInfo#2 force=true|false  ->  result\n"), out);
 }
 
 void TestTesselctl::operationsAreListedAsJson()
@@ -636,7 +717,7 @@ void TestTesselctl::watchPrintsPushedEvents()
     Program program({"--device", "wall=" + address(), "watch", "--count", "2"});
     QVERIFY(m_simulator->waitForEventStreams(1, 30000));
     m_simulator->pushEvent(R"({"dataType":"change","changeTag":"nothing"})");
-    m_simulator->pushEvent("{\"name\":\"\x1b[2J\"}");
+    m_simulator->pushEvent("{\"name\":\"\xc2\x9b[2J\"}");
     const Run run = program.finish();
     QCOMPARE(run.code, 0);
     const QList<QByteArray> lines = run.out.trimmed().split('\n');
@@ -647,7 +728,7 @@ void TestTesselctl::watchPrintsPushedEvents()
     }
     QVERIFY2(lines[0].endsWith("  -  devices: wall"), lines[0]);
     QVERIFY2(lines[1].endsWith(R"(  wall  {"dataType":"change","changeTag":"nothing"})"), lines[1]);
-    QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u001b[2J"})"), lines[2]);
+    QVERIFY2(lines[2].endsWith(R"(  wall  {"name":"\u009b[2J"})"), lines[2]);
     QVERIFY2(run.err.contains("tesselctl: wall: streaming\n"), run.err);
 }
 
@@ -656,7 +737,7 @@ void TestTesselctl::watchPrintsJsonLines()
     Program program({"--device", "wall=" + address(), "watch", "--json", "--count", "2"});
     QVERIFY(m_simulator->waitForEventStreams(1, 30000));
     m_simulator->pushEvent(R"({"a":[1,{"b":9007199254740993}]})");
-    m_simulator->pushEvent("no JSON");
+    m_simulator->pushEvent(R"("a text")");
     const Run run = program.finish();
     QCOMPARE(run.code, 0);
     QList<QJsonObject> events;
@@ -671,7 +752,7 @@ void TestTesselctl::watchPrintsJsonLines()
     QCOMPARE(events[0].value("device").toString(), QString("wall"));
     QVERIFY(events[0].value("payload").toObject().value("a").isArray());
     QVERIFY(run.out.contains("9007199254740993"));
-    QCOMPARE(events[1].value("payload").toString(), QString("no JSON"));
+    QCOMPARE(events[1].value("payload").toString(), QString("a text"));
 }
 
 void TestTesselctl::watchPrintsTheSignalsOfOperators()

@@ -59,7 +59,7 @@ protected:
     static bool tells(Program& program, const QString& pattern)
     {
         const QRegularExpression expected(pattern);
-        const QDeadlineTimer patience(60000);
+        const QDeadlineTimer deadline(60000);
         QByteArray told;
         program.process.setReadChannel(QProcess::StandardError);
         do {
@@ -67,7 +67,7 @@ protected:
             if (expected.match(QString::fromUtf8(told)).hasMatch()) {
                 return true;
             }
-        } while (program.process.waitForReadyRead(static_cast<int>(patience.remainingTime())));
+        } while (program.process.waitForReadyRead(static_cast<int>(deadline.remainingTime())));
         return false;
     }
 

@@ -13,26 +13,26 @@
 
 namespace QtPromise {
 
-/// What promises of a value and of void have in common.
+/// The common base of promises of a value and of void.
 ///
 /// A promise is a handle on a state that is pending until it is fulfilled with a value or rejected with a
-/// reason, once and for good. Copies are handles on the same state, and handles are equal if they share it.
-/// Any thread may use the state through its own handle; one handle is not for two threads at a time.
+/// reason, once and for all. Copies are handles on the same state, and handles are equal if they share it.
+/// Any thread may use the state through its own handle; a handle must be used by only one thread at a time.
 ///
 /// A handler runs at most once, on the thread that attached it, from that thread's event queue and never from
 /// inside the call that attaches it; handlers of one thread run in the order in which they were attached. If
-/// the thread has ended by then, the handler is dropped and the promise made with it stays pending. If the
-/// thread has no event dispatcher, the handler runs on the thread that settles the promise, with a warning in
-/// the category `tessel.promise`. A handler may be a nullptr (the outcome passes through), must be copyable,
-/// and may return a promise or a QFuture, whose outcome is then taken over.
+/// the thread has ended by then, the handler is dropped, and the promise returned for it stays pending. If
+/// the thread has no event dispatcher, the handler runs on the thread that settles the promise, with a
+/// warning in the log category `tessel.promise`. A handler may be a nullptr (the outcome is passed on), must
+/// be copyable, and may return a promise or a QFuture, whose outcome is then adopted.
 template <typename T>
 class QPromiseBase
 {
 public:
     using Type = T; ///< the type of the value
 
-    /// Calls `executor` at once, with (resolve) if it declares one argument, else with (resolve, reject).
-    /// What it throws rejects the promise unless it is settled by then.
+    /// Calls `executor` at once, with (resolve) if it declares one argument, else with (resolve, reject). An
+    /// exception that it throws rejects the promise unless it is already settled.
     template <typename F, QtPromisePrivate::Requires<QtPromisePrivate::Executor<T, F>::isValid> = 0>
     QPromiseBase(F executor); // NOLINT(google-explicit-constructor)
 
@@ -61,57 +61,60 @@ public:
     bool isPending() const { return m_state->outcome().isPending(); }     ///< not settled yet
 
     /// Calls `fulfilled` with the value (or without, if it declares no argument) or `rejected` with the
-    /// reason. The promise that it returns is settled by what the called handler returns or throws. The
-    /// argument of `rejected` is that of a catch clause by const reference: a reason that it does not catch
-    /// passes on; without an argument it catches all. It runs inside the catch block, so `throw;` works in
-    /// it.
+    /// reason. The returned promise is settled with the result or exception of the called handler. The
+    /// argument of `rejected` acts like that of a catch clause by const reference: a reason that it does not
+    /// catch is passed on; without an argument it catches all. It runs inside the catch block, so `throw;`
+    /// works in it.
     template <typename TFulfilled, typename TRejected>
     auto then(const TFulfilled& fulfilled, const TRejected& rejected) const -> QPromise<
         typename QtPromisePrivate::FulfilledHandler<T, typename std::decay<TFulfilled>::type>::Result>;
 
-    /// As above; a rejection passes on.
+    /// The same; a rejection is passed on.
     template <typename TFulfilled>
     auto then(TFulfilled&& fulfilled) const -> QPromise<
         typename QtPromisePrivate::FulfilledHandler<T, typename std::decay<TFulfilled>::type>::Result>;
 
-    /// As `then(nullptr, rejected)`.
+    /// The same as `then(nullptr, rejected)`.
     template <typename TRejected>
     QPromise<T> fail(TRejected&& rejected) const;
 
-    /// Calls `handler()` on either outcome, awaits what it returns and gives this promise's outcome, or the
-    /// failure of the handler.
+    /// Calls `handler()` on either outcome and awaits its result. The returned promise has the outcome of
+    /// this one, or the failure of the handler.
     template <typename THandler>
     QPromise<T> finally(THandler handler) const;
 
-    /// As finally(), but on fulfilment only, and `handler` may take the value.
+    /// Like finally(), but only on fulfilment, and `handler` may take the value.
     template <typename THandler>
     QPromise<T> tap(THandler handler) const;
 
-    /// As finally(), but on a rejection that `handler` catches, see then(). It returns void, or a promise or
-    /// future of void.
+    /// Like finally(), but only on a rejection that `handler` catches, see then(). The handler returns void,
+    /// or a promise or future of void.
     template <typename THandler>
     QPromise<T> tapFail(THandler handler) const;
 
-    /// Gives this promise's outcome, or a rejection with `error` if it is still pending after `msec`
-    /// milliseconds. The timer belongs to the calling thread, which needs an event loop; it ends with the
-    /// promise. Nothing is cancelled.
+    /// Returns a promise with this one's outcome, or a rejection with `error` if it is still pending after
+    /// `msec` milliseconds. The timer runs on the calling thread, which needs an event loop, and ends with
+    /// the promise.
+    /// @warning Nothing is cancelled.
     template <typename E = QPromiseTimeoutException>
     QPromise<T> timeout(int msec, E&& error = E{}) const;
     /// As above.
     template <typename E = QPromiseTimeoutException>
     QPromise<T> timeout(std::chrono::milliseconds msec, E&& error = E{}) const;
 
-    /// Passes a fulfilment on `msec` milliseconds late, a rejection at once. The timer belongs to the calling
-    /// thread.
+    /// Delays a fulfilment by `msec` milliseconds; a rejection is passed on at once. The timer runs on the
+    /// calling thread.
     QPromise<T> delay(int msec) const;
     /// As above.
     QPromise<T> delay(std::chrono::milliseconds msec) const;
 
-    /// Blocks until the promise is settled, and gives it. Meanwhile it processes the events of the calling
-    /// thread, deferred deletes included, so any slot, timer or handler of the thread may run. Handlers of
-    /// this promise may not have run on return: wait for the promise that then() gave for that. There is no
-    /// time limit; see timeout(). Once the QCoreApplication has gone, which may be what settling takes, the
-    /// wait ends: it gives a promise rejected with QPromiseCanceledException, and this one stays pending.
+    /// Blocks until the promise is settled, and returns it. Meanwhile it processes the events of the calling
+    /// thread, including deferred deletes, so any slot, timer or handler of the thread may run.
+    /// @warning There is no time limit; see timeout(). Handlers of this promise may not have run on return;
+    /// to wait for a handler, wait for the promise returned by then().
+    ///
+    /// The wait ends when the QCoreApplication is destroyed: it then returns a promise rejected with
+    /// QPromiseCanceledException, and this one stays pending.
     QPromise<T> wait() const;
 
     /// A promise rejected with `error`, see QPromiseReject.
@@ -143,27 +146,26 @@ public:
         : QPromiseBase<T>(std::forward<F>(executor))
     {}
 
-    /// The value as a U: by the language's implicit conversion (between enumerations and numbers:
-    /// static_cast), else through QVariant, and rejected with QPromiseConversionException if that fails.
-    /// `void` drops the value.
+    /// Converts the value to U: by implicit conversion (static_cast between enumerations and numbers), else
+    /// through QVariant; rejected with QPromiseConversionException if that fails. `void` discards the value.
     template <typename U>
     QPromise<U> convert() const;
 
-    /// Calls `functor(item, index)` for each item of the sequence, awaits what the calls return, and gives
-    /// the sequence.
+    /// Calls `functor(item, index)` for each item of the sequence, awaits the results of the calls, and
+    /// returns the sequence.
     template <typename Functor>
     QPromise<T> each(Functor functor) const;
 
-    /// The items for which `functor(item, index)` gives true, or a promise of true, in order.
+    /// The items for which `functor(item, index)` returns true, or a promise of true, in order.
     template <typename Functor>
     QPromise<T> filter(Functor functor) const;
 
-    /// What `functor(item, index)` gives for each item, in order.
+    /// The results of `functor(item, index)` for all items, in order.
     template <typename Functor>
     auto map(Functor functor) const -> QPromise<QVector<QtPromisePrivate::MapResult<T, Functor>>>;
 
-    /// Calls `functor(accumulator, item, index)` item by item, each call after the one before it is settled,
-    /// and gives the last result. The first accumulator is `initial`, a value or a promise.
+    /// Calls `functor(accumulator, item, index)` for one item after another, each after the previous call is
+    /// settled, and returns the last result. The first accumulator is `initial`, a value or a promise.
     template <typename Functor, typename Input>
     auto reduce(Functor functor, Input initial) const
         -> QPromise<QtPromisePrivate::ReduceResult<T, Functor, Input>>;

@@ -62,8 +62,8 @@ public:
 
     ~CallEvent() override
     {
-        // Pairs with the store above: the hand-over does not lean on what Qt's event queue synchronises
-        // inside.
+        // Pairs with the store above, so that the hand-over does not depend on the internal synchronisation
+        // of Qt's event queue.
         if (m_complete.load(std::memory_order_acquire)) {
             m_call();
         }
@@ -86,8 +86,8 @@ struct Link
     Object* object = nullptr;
 };
 
-/// What calls for a thread are posted to. A child of the thread's event dispatcher, so it ends on that
-/// thread.
+/// Receives the calls posted to a thread. A child of the thread's event dispatcher, so it is destroyed on
+/// that thread.
 class CallReceiver final : public QObject
 {
 public:
@@ -145,7 +145,7 @@ private:
     const LinkPtr m_link;
 };
 
-/// The thread that a handler was attached on, which is where it runs.
+/// The thread on which a handler was attached, which is where it runs.
 class HandlerThread
 {
 public:
@@ -160,7 +160,7 @@ public:
             CallReceiver::post(*m_receiver, std::move(call));
             return;
         }
-        // Attached without an event dispatcher; the thread may have made one since.
+        // Attached without an event dispatcher; the thread may have created one since.
         QThread* const thread = m_thread.data();
         if (!thread || thread->isFinished()) {
             return;
@@ -214,7 +214,7 @@ public:
         return (new CallTimer(dispatcher, delay, std::move(call)))->m_link;
     }
 
-    /// Stops the timer and releases its call; any thread may ask for it.
+    /// Stops the timer and releases its call; may be called from any thread.
     static void cancel(Link<CallTimer>& link)
     {
         std::unique_ptr<CallTimer> own; // outlives the lock, which the destructor takes again
@@ -285,9 +285,9 @@ public:
         }
     }
 
-    /// Processes events of the calling thread until wake() is called, or until the application closes, after
-    /// which no event is delivered any more. Re-entrant: anything of the thread may run. Gives whether wake()
-    /// was called.
+    /// Processes events of the calling thread until wake() is called or the application ends, after which no
+    /// more events are delivered. Re-entrant: any code of the thread may run. Returns whether wake() was
+    /// called.
     bool run()
     {
         processEvents(QEventLoop::AllEvents);
@@ -342,8 +342,8 @@ private:
 // The state of a promise
 // ---------------------------------------------------------------------------------------------------------------------
 
-/// A rejection reason, shared by all promises that it passes through. The counter of std::exception_ptr lives
-/// in the C++ runtime; this one makes the end of a reason synchronise with every thread that read it.
+/// A rejection reason, shared by all promises to which it is passed on. The counter of std::exception_ptr is
+/// in the C++ runtime; this one synchronises the destruction of a reason with every thread that has read it.
 using Reason = std::shared_ptr<const std::exception_ptr>;
 
 inline Reason makeReason(std::exception_ptr error)
@@ -374,7 +374,7 @@ inline Reason reasonFrom(std::exception_ptr error)
                             : std::make_exception_ptr(QtPromise::QPromiseUndefinedException()));
 }
 
-/// How a promise stands. Copies share the value and the reason.
+/// The outcome of a promise so far. Copies share the value and the reason.
 template <typename T>
 class Outcome
 {
@@ -431,8 +431,8 @@ private:
     Reason m_reason;
 };
 
-/// Releases `object`; one that is released from inside another waits until that one is gone. So promises that
-/// keep each other alive in a long chain do not end inside each other.
+/// Releases `object`. A release from inside another one is deferred until that one is complete, so that a
+/// long chain of promises that keep each other alive is not destroyed recursively.
 inline void releaseInTurn(std::shared_ptr<void> object)
 {
     static thread_local std::vector<std::shared_ptr<void>>* current = nullptr;
@@ -454,11 +454,11 @@ inline void releaseInTurn(std::shared_ptr<void> object)
 template <typename T>
 class Settler;
 
-/// What all handles of a promise share. Every member may be called from any thread.
+/// The state shared by all handles of a promise. All members may be called from any thread.
 ///
-/// An outcome is written once, under the mutex, and never changes after that. Whoever finds the promise
-/// pending under the mutex leaves an observer that settle() will take, so no observer is lost and none runs
-/// twice. Observers run without the mutex, on the thread that settles or attaches, and do not throw.
+/// The outcome is written once, under the mutex, and never changes after that. A caller that finds the
+/// promise pending, under the mutex, adds an observer that settle() will run, so no observer is lost and none
+/// runs twice. Observers run without the mutex, on the thread that settles or attaches, and do not throw.
 template <typename T>
 class PromiseState
 {
@@ -481,7 +481,7 @@ public:
         return m_outcome;
     }
 
-    /// Calls `observer` once, when the promise settles: at once if it has.
+    /// Calls `observer` once, when the promise is settled, or at once if it already is.
     void observe(Observer observer)
     {
         Listener listener{std::move(observer), nullptr};
@@ -491,7 +491,7 @@ public:
         }
     }
 
-    /// Settles `follower` as this promise settles: at once if it has.
+    /// Settles `follower` with this promise's outcome, at once if there already is one.
     void lead(std::shared_ptr<Settler<T>> follower)
     {
         Listener listener{nullptr, std::move(follower)};
@@ -501,7 +501,7 @@ public:
         }
     }
 
-    /// As observe(), but calls `handler` on the thread that is the current one now, never from inside this
+    /// Like observe(), but calls `handler` on the thread that is current now, and never from inside this
     /// call.
     template <typename Handler>
     void observeHere(Handler handler)
@@ -515,8 +515,8 @@ public:
     /// Only a Settler calls this, and only once.
     void settle(const Outcome<T>& outcome)
     {
-        // The last is the next. A follower's listeners come before what stands behind the follower, as if it
-        // settled in a call from here; such calls within calls would exhaust the stack in a long chain.
+        // The last is the next. A follower's listeners run before those after the follower, as if it were
+        // settled by a call from here; nested calls would exhaust the stack for a long chain.
         std::vector<Listener> waiting;
         const auto settleOne = [&](PromiseState& state) {
             std::vector<Listener> listeners = state.take(outcome);
@@ -543,7 +543,7 @@ private:
         std::shared_ptr<Settler<T>> follower;
     };
 
-    /// Moves `listener` in if the promise is pending. Gives the outcome.
+    /// Moves `listener` in if the promise is pending. Returns the outcome.
     Outcome<T> keepWhilePending(Listener& listener)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -553,7 +553,7 @@ private:
         return m_outcome;
     }
 
-    /// Stores the outcome and hands the listeners out.
+    /// Stores the outcome and returns the listeners.
     std::vector<Listener> take(const Outcome<T>& outcome)
     {
         std::vector<Listener> listeners;
@@ -568,8 +568,8 @@ private:
     std::vector<Listener> m_listeners; // guarded by m_mutex
 };
 
-/// The one right to settle a promise, shared by all copies of its resolvers. It keeps the state alive until
-/// it is used; if it goes unused, the promise stays pending and its state ends with the last handle. Any
+/// The right to settle a promise, shared by all copies of its resolvers. It keeps the state alive until it is
+/// used; if it is never used, the promise stays pending and its state is destroyed with the last handle. Any
 /// thread may use it.
 template <typename T>
 class Settler
@@ -582,7 +582,7 @@ public:
     Settler(const Settler&) = delete;
     Settler& operator=(const Settler&) = delete;
 
-    /// Settles with what `make()` gives. The first call wins; for a later one, `make` is not even called.
+    /// Settles with the result of `make()`. The first call wins; a later one does not call `make`.
     template <typename Make>
     void settleWith(Make&& make)
     {
@@ -620,7 +620,7 @@ public:
     void rejectWith(const Reason& reason) { settle(Outcome<T>::rejected(reason)); }
 
 private:
-    /// A value or a reason whose copy throws rejects the promise with what it threw.
+    /// If copying a value or a reason throws, the promise is rejected with that exception.
     template <typename Make>
     static Outcome<T> outcomeOf(Make& make)
     {
@@ -638,7 +638,7 @@ private:
 template <typename T>
 using SettlerPtr = std::shared_ptr<Settler<T>>;
 
-/// Between handles and states, for the functions of this namespace.
+/// Converts between handles and states, for the functions of this namespace.
 struct PromiseAccess
 {
     template <typename T>
@@ -668,7 +668,7 @@ struct Deferred
 // Handlers
 // ---------------------------------------------------------------------------------------------------------------------
 
-/// The type of the promise that a result of type T makes: a promise or future of X gives X.
+/// The type of the promise for a result of type T, which is X for a promise or future of X.
 template <typename T>
 struct Unwrap
 {
@@ -690,7 +690,7 @@ struct Unwrap<QFuture<X>>
 template <typename T>
 using Unwrapped = typename Unwrap<typename std::decay<T>::type>::Type;
 
-/// Settles a promise of T with a result of type Result; specialised where the result is no plain value.
+/// Settles a promise of T with a result of type Result; specialised for results that are not plain values.
 template <typename T, typename Result>
 struct SettleWithResult
 {
@@ -729,7 +729,7 @@ struct SettleWithResult<T, QtPromise::QPromise<T>>
     }
 };
 
-/// Settles with what `call()` returns or throws; a promise or a future that it returns is adopted.
+/// Settles with the result or exception of `call()`; a returned promise or future is adopted.
 template <typename T, typename F>
 void settleByCall(const SettlerPtr<T>& settler, F&& call)
 {
@@ -740,7 +740,7 @@ void settleByCall(const SettlerPtr<T>& settler, F&& call)
     }
 }
 
-/// The promise of what `call()` returns or throws.
+/// A promise of the result or exception of `call()`.
 template <typename F>
 auto attemptCall(F&& call) -> QtPromise::QPromise<Unwrapped<decltype(call())>>
 {
@@ -749,7 +749,7 @@ auto attemptCall(F&& call) -> QtPromise::QPromise<Unwrapped<decltype(call())>>
     return deferred.promise();
 }
 
-/// Calls a handler of fulfilment: with the value if it declares an argument, else without.
+/// Calls a fulfilment handler, with the value if it declares an argument.
 template <typename T, typename F, bool TakesValue = ArgsOf<F>::count != 0>
 struct FulfilledCall
 {
@@ -765,7 +765,7 @@ struct FulfilledCall<T, F, true>
     }
 };
 
-/// What becomes of a fulfilment: the handler's result, or the same value if the handler is a nullptr.
+/// The outcome after a fulfilment: the handler's result, or the same value if the handler is a nullptr.
 template <typename T, typename F>
 struct FulfilledHandler
 {
@@ -791,8 +791,8 @@ struct FulfilledHandler<T, std::nullptr_t>
     }
 };
 
-/// Gives a rejection to a handler whose argument catches it: `call(invoke)` runs inside the catch block,
-/// where invoke() is the handler's call, and `skip()` if the argument does not catch the reason.
+/// Passes a rejection to a handler if its argument catches it: `call(invoke)` runs inside the catch block,
+/// where invoke() calls the handler; `skip()` runs if the argument does not catch the reason.
 template <typename F, typename Error = typename std::decay<typename ArgsOf<F>::first>::type>
 struct RejectedCall
 {
@@ -823,7 +823,7 @@ struct RejectedCall<F, void>
     }
 };
 
-/// What becomes of a rejection, on a promise of R.
+/// The outcome after a rejection, for a promise of R.
 template <typename R, typename F>
 struct RejectedHandler
 {
@@ -844,7 +844,7 @@ struct RejectedHandler<R, std::nullptr_t>
     }
 };
 
-/// Awaits what `call()` returns, then settles with `outcome`; with the failure of the call if it fails.
+/// Awaits the result of `call()`, then settles with `outcome`, or with the failure of the call.
 template <typename T, typename F>
 void settleAfterCall(const SettlerPtr<T>& settler, const Outcome<T>& outcome, F&& call)
 {

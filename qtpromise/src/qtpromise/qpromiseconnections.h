@@ -12,8 +12,8 @@
 
 namespace QtPromise {
 
-/// A list of signal connections, shared by its copies, that are cut together. Any thread may use it.
-/// Connections that are left when the last copy ends are cut then, with a warning.
+/// A list of signal connections that are disconnected together, shared by its copies. Any thread may use it.
+/// Connections that remain when the last copy is destroyed are disconnected, with a warning.
 class QPromiseConnections
 {
 public:
@@ -21,17 +21,17 @@ public:
         : m_list(std::make_shared<List>())
     {}
 
-    /// The number of connections that have not been cut.
+    /// The number of connections that have not been disconnected.
     int count() const
     {
         const std::lock_guard<std::mutex> lock(m_list->mutex);
         return int(m_list->connections.count());
     }
 
-    /// Cuts all connections and empties the list.
+    /// Disconnects all connections and clears the list.
     void disconnect() const
     {
-        // To cut a connection may destroy a slot that holds this very handle.
+        // Disconnecting may destroy a slot that holds this very handle.
         const std::shared_ptr<List> list = m_list;
         list->disconnect();
     }

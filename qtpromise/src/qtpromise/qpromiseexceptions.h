@@ -6,8 +6,8 @@
 
 namespace QtPromise {
 
-/// The reason of a promise made from a QFuture that was cancelled without an exception, and of a wait that
-/// the end of the application cut off.
+/// The reason of a promise created from a QFuture that was cancelled without an exception, and of a wait that
+/// was interrupted by the end of the application.
 class QPromiseCanceledException : public QException
 {
 public:
@@ -17,7 +17,7 @@ public:
     QPromiseCanceledException* clone() const override { return new QPromiseCanceledException(*this); }
 };
 
-/// The reason when the object whose signal would have resolved the promise is destroyed first.
+/// The reason if the object whose signal would have resolved the promise is destroyed first.
 class QPromiseContextException : public QException
 {
 public:
@@ -27,7 +27,7 @@ public:
     QPromiseContextException* clone() const override { return new QPromiseContextException(*this); }
 };
 
-/// The reason when QPromise::convert() meets a value that does not convert.
+/// The reason if QPromise::convert() cannot convert a value.
 class QPromiseConversionException : public QException
 {
 public:
@@ -37,7 +37,7 @@ public:
     QPromiseConversionException* clone() const override { return new QPromiseConversionException(*this); }
 };
 
-/// The reason that QPromiseBase::timeout() gives unless the caller names another.
+/// The default reason of QPromiseBase::timeout().
 class QPromiseTimeoutException : public QException
 {
 public:
@@ -47,7 +47,7 @@ public:
     QPromiseTimeoutException* clone() const override { return new QPromiseTimeoutException(*this); }
 };
 
-/// The reason of a rejection for which none was given.
+/// The reason of a rejection without a given reason.
 class QPromiseUndefinedException : public QException
 {
 public:

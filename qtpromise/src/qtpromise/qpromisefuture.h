@@ -15,7 +15,7 @@ struct FutureResult
 {
     static void fulfil(const SettlerPtr<T>& settler, const QFuture<T>& future)
     {
-        if (future.resultCount() == 0) { // finished without a result, which result() does not survive
+        if (future.resultCount() == 0) { // finished without a result, so result() would crash
             throw QtPromise::QPromiseCanceledException();
         }
         settler->fulfil(future.result());

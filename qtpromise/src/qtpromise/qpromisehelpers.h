@@ -6,8 +6,8 @@
 
 namespace QtPromise {
 
-/// A promise fulfilled with `value`; for a QFuture, a promise that takes over its outcome, from the calling
-/// thread's event loop.
+/// A promise fulfilled with `value`; for a QFuture, a promise that adopts its outcome, from the event loop of
+/// the calling thread.
 template <typename T>
 QPromise<QtPromisePrivate::Unwrapped<T>> resolve(T&& value)
 {
@@ -27,22 +27,22 @@ inline QPromise<void> resolve()
     return QPromise<void>::resolve();
 }
 
-/// The values of all `promises`, in their order, once all are fulfilled; rejected as the first of them that
-/// is. An empty sequence gives a fulfilled promise.
+/// Fulfilled with the values of all `promises`, in their order, once all are fulfilled; rejected with the
+/// reason of the first one rejected. For an empty sequence the promise is fulfilled.
 template <typename T, template <typename, typename...> class Sequence, typename... Args>
 QPromise<QVector<T>> all(const Sequence<QPromise<T>, Args...>& promises)
 {
     return QtPromisePrivate::allOf<T>(promises);
 }
 
-/// Fulfilled once all `promises` are; otherwise as above.
+/// Fulfilled once all `promises` are fulfilled; otherwise the same.
 template <template <typename, typename...> class Sequence, typename... Args>
 QPromise<void> all(const Sequence<QPromise<void>, Args...>& promises)
 {
     return QtPromisePrivate::allOf<void>(promises);
 }
 
-/// Calls `functor(args...)` at once: the promise of what it returns or throws.
+/// Calls `functor(args...)` at once and returns a promise of its result or exception.
 template <typename Functor, typename... Args>
 auto attempt(Functor&& functor, Args&&... args)
     -> QPromise<QtPromisePrivate::Unwrapped<decltype(functor(std::forward<Args>(args)...))>>
@@ -53,7 +53,7 @@ auto attempt(Functor&& functor, Args&&... args)
 }
 
 /// Fulfilled by the first emission of `signal`, with its first argument if it has one; rejected with
-/// QPromiseContextException if `sender` is destroyed before. Settles from inside the emission.
+/// QPromiseContextException if `sender` is destroyed first. Settles inside the emission.
 template <typename Sender, typename Signal>
 auto connect(const Sender* sender, Signal signal) -> QPromise<QtPromisePrivate::SignalValue<Signal>>
 {
@@ -65,8 +65,8 @@ auto connect(const Sender* sender, Signal signal) -> QPromise<QtPromisePrivate::
     });
 }
 
-/// As above; rejected if `rejecter` emits `rejecting` first, with its first argument, or with
-/// QPromiseUndefinedException if it has none.
+/// The same, but also rejected if `rejecter` emits `rejecting` first, with the signal's first argument, or
+/// with QPromiseUndefinedException if it has none.
 template <typename FSender, typename FSignal, typename RSender, typename RSignal>
 auto connect(const FSender* resolver, FSignal resolving, const RSender* rejecter, RSignal rejecting)
     -> QPromise<QtPromisePrivate::SignalValue<FSignal>>
@@ -80,7 +80,7 @@ auto connect(const FSender* resolver, FSignal resolving, const RSender* rejecter
     });
 }
 
-/// As above, with both signals of one sender.
+/// The same, with both signals from one sender.
 template <typename Sender, typename FSignal, typename RSignal>
 auto connect(const Sender* sender, FSignal resolving, RSignal rejecting)
     -> QPromise<QtPromisePrivate::SignalValue<FSignal>>
@@ -110,7 +110,7 @@ QPromise<Sequence> filter(const Sequence& sequence, Functor functor)
     return QtPromisePrivate::filterSequence(sequence, functor);
 }
 
-/// See QPromise::reduce(). The items may be promises. An empty sequence gives `initial`.
+/// See QPromise::reduce(). The items may be promises. The result for an empty sequence is `initial`.
 template <typename T, template <typename, typename...> class Sequence, typename... Args, typename Functor,
           typename Input>
 auto reduce(const Sequence<T, Args...>& sequence, Functor functor, Input initial)

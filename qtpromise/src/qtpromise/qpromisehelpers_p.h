@@ -27,7 +27,7 @@ QtPromise::QPromise<T> resolved(V&&... value)
 // all
 // ---------------------------------------------------------------------------------------------------------------------
 
-/// The result of all promises of T, made from their values.
+/// The combined result of several promises of T, made from their values.
 template <typename T>
 struct AllResult
 {
@@ -55,7 +55,7 @@ struct AllResult<void>
     }
 };
 
-/// Gathers the outcomes of several promises of T. Handlers without an event dispatcher run on any thread.
+/// Collects the outcomes of several promises of T. Handlers without an event dispatcher run on any thread.
 template <typename T>
 class Collector
 {
@@ -91,7 +91,7 @@ private:
     const SettlerPtr<Result> m_settler;
 };
 
-/// The promise of the values of all `promises`, in their order; rejected as the first of them that is.
+/// A promise of the values of all `promises`, in their order; rejected with the first one rejected.
 template <typename T, typename Sequence>
 QtPromise::QPromise<typename AllResult<T>::Type> allOf(const Sequence& promises)
 {
@@ -117,8 +117,8 @@ QtPromise::QPromise<typename AllResult<T>::Type> allOf(const Sequence& promises)
 template <typename Sequence>
 using ItemOf = typename std::decay<decltype(*std::begin(std::declval<const Sequence&>()))>::type;
 
-// The results below are class templates, as the member functions of QPromise<T> name them for every T: a T
-// that is no sequence may fail only where the member is called.
+// The result types below are class templates because the member functions of QPromise<T> name them for every
+// T; a T that is not a sequence must fail only when the member is called.
 
 template <typename Sequence, typename F>
 struct MapTraits
@@ -127,7 +127,7 @@ struct MapTraits
         Unwrapped<decltype(std::declval<F&>()(std::declval<const ItemOf<Sequence>&>(), std::declval<int>()))>;
 };
 
-/// What mapping a sequence by F gives for each item.
+/// The result type of mapping an item of a sequence with F.
 template <typename Sequence, typename F>
 using MapResult = typename MapTraits<Sequence, F>::Result;
 
@@ -179,18 +179,18 @@ struct ReduceTraits<Sequence, F, Input>
                                                          std::declval<int>()))>;
 };
 
-/// What reducing a sequence by F gives, from an Input or from the first item.
+/// The result type of reducing a sequence with F, starting from an Input or from the first item.
 template <typename Sequence, typename F, typename... Input>
 using ReduceResult = typename ReduceTraits<Sequence, F, Input...>::Result;
 
-/// The promise of `value`, which may be one already.
+/// A promise of `value`, which may already be a promise.
 template <typename R, typename Value>
 QtPromise::QPromise<R> promiseOf(const Value& value)
 {
     return attemptCall([&]() -> const Value& { return value; });
 }
 
-/// Calls `functor(accumulator, item, index)` and gives what it returns, once `item` is there.
+/// Calls `functor(accumulator, item, index)` once `item` is available, and returns its result.
 template <typename A, typename Item, typename F>
 struct ReduceStep
 {
@@ -212,7 +212,7 @@ struct ReduceStep<A, QtPromise::QPromise<X>, F>
     }
 };
 
-/// Chains one step per item of [item, end); every step waits for the one before it.
+/// Chains one step per item of [item, end), each of which waits for the previous one.
 template <typename R, typename Iterator, typename F>
 QtPromise::QPromise<R> reduceRange(QtPromise::QPromise<R> accumulator, Iterator item, Iterator end, int index,
                                    F functor)
@@ -249,7 +249,7 @@ QtPromise::QPromise<ReduceResult<Sequence, F>> reduceSequence(const Sequence& se
 // Signals
 // ---------------------------------------------------------------------------------------------------------------------
 
-/// The type that a promise takes from a signal: its first argument.
+/// The type of a promise settled by a signal, which is that of the signal's first argument.
 template <typename Signal>
 using SignalValue = RemoveCvRef<typename ArgsOfMember<Signal>::first>;
 
@@ -299,7 +299,7 @@ QtPromise::QPromise<T> promiseOfSignals(const QObject* resolvingSender, Wire wir
             connectSettling(connections, resolvingSender, &QObject::destroyed,
                             [reject](QObject*) { reject(QtPromise::QPromiseContextException()); });
         });
-    // A sender of another thread may have emitted before all was connected.
+    // A sender on another thread may have emitted before everything was connected.
     if (!promise.isPending()) {
         connections.disconnect();
     }
@@ -313,7 +313,7 @@ QtPromise::QPromise<T> promiseOfSignals(const QObject* resolvingSender, Wire wir
 template <typename T>
 using IsNumeric = std::integral_constant<bool, std::is_enum<T>::value || std::is_arithmetic<T>::value>;
 
-/// Between an enumeration and a number or another enumeration, which the language converts only if asked.
+/// Between an enumeration and a number or another enumeration, which needs an explicit conversion.
 template <typename T, typename U>
 using IsEnumConversion = std::integral_constant<bool, IsNumeric<T>::value && IsNumeric<U>::value>;
 

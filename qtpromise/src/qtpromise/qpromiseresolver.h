@@ -6,9 +6,10 @@
 
 namespace QtPromise {
 
-/// Fulfils the promise whose executor received it. All copies of it and of the QPromiseReject given with it
-/// share one right to settle: the first call wins, the others do nothing. Any thread may call it. While it is
-/// unused, it keeps the promise alive; if every copy goes unused, the promise stays pending for ever.
+/// Fulfils the promise whose executor received it. All copies of it and of the QPromiseReject passed with it
+/// share one right to settle: the first call wins, later ones do nothing. Any thread may call it. It keeps
+/// the promise alive until it is used.
+/// @warning If all copies are destroyed unused, the promise stays pending forever.
 template <typename T>
 class QPromiseResolve
 {
@@ -37,7 +38,7 @@ private:
     QtPromisePrivate::SettlerPtr<T> m_settler;
 };
 
-/// Rejects the promise whose executor received it; otherwise as QPromiseResolve.
+/// Rejects the promise whose executor received it; otherwise like QPromiseResolve.
 template <typename T>
 class QPromiseReject
 {
@@ -47,8 +48,8 @@ public:
         : m_settler(std::move(settler))
     {}
 
-    /// Rejects with a copy of `error`, of any copyable type. A string literal becomes a `const char*`; a
-    /// std::exception_ptr gives the exception that it holds.
+    /// Rejects with a copy of `error`, which can be of any copyable type. A string literal becomes a
+    /// `const char*`; a std::exception_ptr is replaced by the exception that it holds.
     template <typename E>
     void operator()(E&& error) const
     {
@@ -66,8 +67,8 @@ private:
 
 namespace QtPromisePrivate {
 
-/// What may construct a promise of T: a callable of (resolve), if it declares exactly one argument, else of
-/// (resolve, reject). The resolvers are given as rvalues.
+/// A callable that can construct a promise of T: it takes (resolve) if it declares exactly one argument, else
+/// (resolve, reject). The resolvers are passed as rvalues.
 template <typename T, typename F, bool TakesResolveOnly = ArgsOf<F>::count == 1>
 struct Executor
 {

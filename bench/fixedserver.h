@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#ifndef BENCH_FIXEDSERVER_H
+#define BENCH_FIXEDSERVER_H
+
+#include <functional>
+#include <string>
+
+/// Serves on all addresses of the loopback network, a thread for each connection: as many devices as one
+/// wants, at the cost of none. Hands "127.0.0.1:PORT ..." for @p devices addresses to @p ready.
+void serveFixed(int devices, const std::string& reply, const std::function<void(const std::string&)>& ready);
+
+/// The same, but each request is answered by @p answer, which writes to the connection itself. @return
+/// whether the connection serves another request.
+void serveBy(int devices, const std::function<bool(int connection)>& answer,
+             const std::function<void(const std::string&)>& ready);
+
+/// Sends all of @p text. @return whether the peer took it.
+bool sendAll(int connection, const std::string& text);
+
+#endif

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+//
+// libcurl, loaded when the transport begins rather than with the program: it brings some thirty libraries,
+// for which a program that makes no call would wait at each of its starts.
+//
+// What the transport uses of it is defined here under its own name, hidden from everybody else, and passes
+// each call on. A function that is used nowhere yet has to be added; the linker tells.
+#include <QLibrary>
+#include <QtGlobal>
+
+#include <cstdarg>
+#include <curl/curl.h>
+
+// They check the arguments' types where the functions are used.
+#undef curl_easy_getinfo
+#undef curl_easy_setopt
+#undef curl_multi_setopt
+
+namespace {
+
+constexpr int abiVersion = 4;
+
+QFunctionPointer address(const char* name)
+{
+    static QLibrary* const library = [] {
+        auto* const loaded = new QLibrary(QStringLiteral("curl"), abiVersion);
+        loaded->setLoadHints(QLibrary::PreventUnloadHint | QLibrary::ResolveAllSymbolsHint);
+        if (!loaded->load()) {
+            qFatal("libcurl cannot be loaded: %s", qPrintable(loaded->errorString()));
+        }
+        return loaded;
+    }();
+    const QFunctionPointer found = library->resolve(name);
+    if (found == nullptr) {
+        qFatal("libcurl has no %s: %s", name, qPrintable(library->errorString()));
+    }
+    return found;
+}
+
+template <class Function>
+Function* loaded(const char* name)
+{
+    return reinterpret_cast<Function*>(address(name));
+}
+
+} // namespace
+
+CURLcode curl_global_init(long flags)
+{
+    static const auto call = loaded<decltype(curl_global_init)>("curl_global_init");
+    return call(flags);
+}
+
+CURL* curl_easy_init()
+{
+    static const auto call = loaded<decltype(curl_easy_init)>("curl_easy_init");
+    return call();
+}
+
+void curl_easy_cleanup(CURL* easy)
+{
+    static const auto call = loaded<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
+    call(easy);
+}
+
+CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
+{
+    static const auto call = loaded<decltype(curl_easy_setopt)>("curl_easy_setopt");
+    va_list arguments;
+    va_start(arguments, option);
+    const CURLcode code = option < CURLOPTTYPE_OBJECTPOINT ? call(easy, option, va_arg(arguments, long))
+                                                           : call(easy, option, va_arg(arguments, void*));
+    va_end(arguments);
+    return code;
+}
+
+CURLcode curl_easy_getinfo(CURL* easy, CURLINFO info, ...)
+{
+    static const auto call = loaded<decltype(curl_easy_getinfo)>("curl_easy_getinfo");
+    va_list arguments;
+    va_start(arguments, info);
+    const CURLcode code = call(easy, info, va_arg(arguments, void*));
+    va_end(arguments);
+    return code;
+}
+
+CURLcode curl_easy_send(CURL* easy, const void* bytes, size_t size, size_t* sent)
+{
+    static const auto call = loaded<decltype(curl_easy_send)>("curl_easy_send");
+    return call(easy, bytes, size, sent);
+}
+
+CURLcode curl_easy_recv(CURL* easy, void* bytes, size_t size, size_t* received)
+{
+    static const auto call = loaded<decltype(curl_easy_recv)>("curl_easy_recv");
+    return call(easy, bytes, size, received);
+}
+
+CURLcode curl_easy_pause(CURL* easy, int what)
+{
+    static const auto call = loaded<decltype(curl_easy_pause)>("curl_easy_pause");
+    return call(easy, what);
+}
+
+const char* curl_easy_strerror(CURLcode code)
+{
+    static const auto call = loaded<decltype(curl_easy_strerror)>("curl_easy_strerror");
+    return call(code);
+}
+
+CURLM* curl_multi_init()
+{
+    static const auto call = loaded<decltype(curl_multi_init)>("curl_multi_init");
+    return call();
+}
+
+CURLMcode curl_multi_cleanup(CURLM* multi)
+{
+    static const auto call = loaded<decltype(curl_multi_cleanup)>("curl_multi_cleanup");
+    return call(multi);
+}
+
+CURLMcode curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
+{
+    static const auto call = loaded<decltype(curl_multi_setopt)>("curl_multi_setopt");
+    va_list arguments;
+    va_start(arguments, option);
+    const CURLMcode code = option < CURLOPTTYPE_OBJECTPOINT ? call(multi, option, va_arg(arguments, long))
+                                                            : call(multi, option, va_arg(arguments, void*));
+    va_end(arguments);
+    return code;
+}
+
+CURLMcode curl_multi_add_handle(CURLM* multi, CURL* easy)
+{
+    static const auto call = loaded<decltype(curl_multi_add_handle)>("curl_multi_add_handle");
+    return call(multi, easy);
+}
+
+CURLMcode curl_multi_remove_handle(CURLM* multi, CURL* easy)
+{
+    static const auto call = loaded<decltype(curl_multi_remove_handle)>("curl_multi_remove_handle");
+    return call(multi, easy);
+}
+
+CURLMsg* curl_multi_info_read(CURLM* multi, int* queued)
+{
+    static const auto call = loaded<decltype(curl_multi_info_read)>("curl_multi_info_read");
+    return call(multi, queued);
+}
+
+CURLMcode curl_multi_perform(CURLM* multi, int* running)
+{
+    static const auto call = loaded<decltype(curl_multi_perform)>("curl_multi_perform");
+    return call(multi, running);
+}
+
+CURLMcode curl_multi_poll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds, int* ready)
+{
+    static const auto call = loaded<decltype(curl_multi_poll)>("curl_multi_poll");
+    return call(multi, more, count, milliseconds, ready);
+}
+
+CURLMcode curl_multi_wakeup(CURLM* multi)
+{
+    static const auto call = loaded<decltype(curl_multi_wakeup)>("curl_multi_wakeup");
+    return call(multi);
+}
+
+CURLMcode curl_multi_socket_action(CURLM* multi, curl_socket_t socket, int events, int* running)
+{
+    static const auto call = loaded<decltype(curl_multi_socket_action)>("curl_multi_socket_action");
+    return call(multi, socket, events, running);
+}

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#ifndef COMMUNICATOR_HTTP_KEPTLIST_H
+#define COMMUNICATOR_HTTP_KEPTLIST_H
+
+#include <algorithm>
+#include <functional>
+#include <list>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Krelm::Communicator::HttpDevice {
+
+/// What is kept for the next use, by key and by age: connections, by the device that they lead to. A key may
+/// be the address of what a value keeps alive: keys are never looked into. Not thread-safe.
+template <class Key, class Value, class Hash = std::hash<Key>>
+class KeptList
+{
+public:
+    size_t size() const { return m_entries.size(); }
+    size_t count(const Key& key) const
+    {
+        const auto found = m_byKey.find(key);
+        return found == m_byKey.end() ? 0 : found->second.size();
+    }
+
+    void add(const Key& key, Value value)
+    {
+        m_entries.push_back({key, std::move(value)});
+        m_byKey[key].push_back(std::prev(m_entries.end()));
+    }
+
+    /// The value of @p key that was added last, the least likely to be stale; an empty one when there is
+    /// none.
+    Value takeNewest(const Key& key)
+    {
+        const auto found = m_byKey.find(key);
+        return found == m_byKey.end() ? Value() : takeOut(found->second.back());
+    }
+
+    /// The value of any key that was added first. There must be one.
+    Value takeOldest() { return takeOut(m_entries.begin()); }
+    /// The same of @p key.
+    Value takeOldest(const Key& key) { return takeOut(m_byKey.at(key).front()); }
+
+    /// The values of which @p isMeant is true.
+    template <class Predicate>
+    std::vector<Value> takeIf(Predicate isMeant)
+    {
+        std::vector<Value> taken;
+        for (Iterator entry = m_entries.begin(); entry != m_entries.end();) {
+            const Iterator next = std::next(entry);
+            if (isMeant(std::as_const(entry->value))) {
+                taken.push_back(takeOut(entry));
+            }
+            entry = next;
+        }
+        return taken;
+    }
+
+private:
+    struct Entry
+    {
+        Key key;
+        Value value;
+    };
+    using Iterator = typename std::list<Entry>::iterator;
+
+    Value takeOut(Iterator entry)
+    {
+        const auto ofKey = m_byKey.find(entry->key);
+        ofKey->second.erase(std::find(ofKey->second.begin(), ofKey->second.end(), entry));
+        if (ofKey->second.empty()) {
+            m_byKey.erase(ofKey);
+        }
+        Value value = std::move(entry->value);
+        m_entries.erase(entry);
+        return value;
+    }
+
+    std::list<Entry> m_entries;                                   ///< the oldest first
+    std::unordered_map<Key, std::vector<Iterator>, Hash> m_byKey; ///< the oldest first, none empty
+};
+
+} // namespace Krelm::Communicator::HttpDevice
+
+#endif

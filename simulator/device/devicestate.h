@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#ifndef SIMULATOR_DEVICE_DEVICESTATE_H
+#define SIMULATOR_DEVICE_DEVICESTATE_H
+
+#include <simulator/device/eventhub.h>
+#include <simulator/device/reply.h>
+#include <simulator/resources/cardfirmware.h>
+#include <simulator/resources/coefficientstore.h>
+#include <simulator/resources/resourcestore.h>
+#include <simulator/routes/routetable.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tessel::Simulator {
+
+/// What a controller holds, and what reads and writes do to it: the change itself, its side effects on other
+/// resources, and the events that it causes. Operations may be called from any thread.
+class DeviceState
+{
+public:
+    /// @p events takes what writes cause and has to outlive this.
+    DeviceState(const Options& options, EventHub& events);
+
+    /// Whether the controller has @p route, which may be null.
+    bool serves(const Route* route) const;
+
+    // The route of a match that is read or written is one that the controller serves.
+
+    Reply read(const RouteTable::Match& match);
+    /// What a client watches by reading again and again proceeds from one reading to the next.
+    void advanceProgress(const Route& route);
+
+    Reply write(const RouteTable::Match& match, nlohmann::json body);
+    Reply writeJson(const RouteTable::Match& match, std::string text);
+    /// @p body is the whole file or its beginning, @p bodySize counts all of it.
+    Reply writeFile(const RouteTable::Match& match, std::string_view contentType, std::string_view body,
+                    std::uint64_t bodySize);
+
+    /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
+    /// when that is null. @return the event's id; 0 if there is no warning of that name.
+    std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
+    /// Back to the starting content.
+    void reset();
+
+    CoefficientStore& coefficients() { return m_coefficients; }
+    const Wall& wall() const { return m_store.wall(); }
+
+private:
+    Reply writeText(const RouteTable::Match& match, std::string text);
+    Reply writeCoefficients(const RouteTable::Match& match, std::string_view text);
+    Reply outcome(const Route& route, const ResourceStore::Written& written, const nlohmann::json& body);
+    void applyEffects(const RouteTable::Match& match, const ResourceStore::Written& written);
+    std::vector<std::string> addressedCabinets(const RouteTable::Match& match,
+                                               const ResourceStore::Written& written) const;
+    void writeAt(const char* path, const std::string& id, const nlohmann::json& body);
+
+    ResourceStore m_store;
+    CoefficientStore m_coefficients;
+    CardFirmware m_cardFirmware;
+    EventHub& m_events;
+};
+
+} // namespace Tessel::Simulator
+
+#endif

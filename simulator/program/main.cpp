@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include <simulator/program/arguments.h>
+#include <simulator/iothreads.h>
+#include <simulator/simulator.h>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using namespace Tessel::Simulator;
+
+enum ExitCode { Success = 0, CannotListen = 1 };
+
+bool startAll(const Arguments& arguments, std::vector<std::unique_ptr<Simulator>>& simulators)
+{
+    const auto threads = std::make_shared<IoThreads>(arguments.threads);
+    for (int i = 0; i < arguments.devices; ++i) {
+        Options options = arguments.options;
+        options.seed += static_cast<quint32>(i);
+        if (options.port != 0) {
+            options.port = static_cast<quint16>(options.port + i);
+        }
+        simulators.push_back(std::make_unique<Simulator>(options, threads));
+        if (!simulators.back()->start()) {
+            std::fprintf(stderr, "tessel-sim: %s\n", qPrintable(simulators.back()->errorString()));
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Arguments arguments;
+    int exitCode = Success;
+    if (!parseArguments(argc, argv, arguments, exitCode)) {
+        return exitCode;
+    }
+
+    // Blocked here and so in all threads that follow: the signals wait for sigwait().
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    std::vector<std::unique_ptr<Simulator>> simulators;
+    if (!startAll(arguments, simulators)) {
+        return CannotListen;
+    }
+    for (const auto& simulator : simulators) {
+        std::printf("%s\n", qPrintable(simulator->baseUrl()));
+    }
+    std::fflush(stdout);
+
+    int received = 0;
+    sigwait(&signals, &received);
+    return Success;
+}

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSEL_FRAMES_DECODING_H
+#define TESSEL_FRAMES_DECODING_H
+
+#include <communicator/httpjsonpackage.h>
+
+namespace Tessel {
+
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+
+/// An output that takes the elements of the reply's array as parsed instead of flattened.
+struct AsParsed
+{
+    QList<QVariant>& list;
+};
+inline AsParsed asParsed(QList<QVariant>& list)
+{
+    return {list};
+}
+
+/// What an output takes of a reply: its type names the decoder. Empty containers after a failure.
+inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
+{
+    out = package.getRoutesJsonMap();
+}
+inline void decode(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    out = package.getRoutesJsonDataListMap();
+}
+inline void decode(const HttpJsonPackage& package, const AsParsed& out)
+{
+    out.list = package.getJsonDataListMap();
+}
+/// The reply's headers.
+inline void decode(const HttpJsonPackage& package, QMap<QString, QString>& out)
+{
+    out = package.responseHeader();
+}
+/// The reply's HTTP status.
+inline void decode(const HttpJsonPackage& package, int& out)
+{
+    out = package.replyStatus;
+}
+
+inline bool succeeded(const HttpJsonPackage& package)
+{
+    return package.getSimpleState() == 0;
+}
+
+} // namespace Tessel
+
+#endif

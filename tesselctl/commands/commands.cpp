@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/commands/commands.h"
+
+namespace TesselCtl {
+
+void addCommands(CommandParser& parser)
+{
+    for (void (*const add)(CommandParser&) :
+         {addCall, addOps, addRoutes, addWatch, addMonitor, addCoefficients, addFirmware, addDemo}) {
+        add(parser);
+    }
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
+
+#include <communicator/calloutcome.h>
+#include <communicator/httpproxy.h>
+
+#include <closedport.h>
+
+#include <QLoggingCategory>
+#include <QtTest>
+
+#include <thread>
+
+using namespace Krelm::Communicator::HttpDevice;
+using State = IHttpVersionTrigger;
+using Mode = MisbehavingServer::Mode;
+
+namespace {
+
+QByteArray reply(const char* status, const QByteArray& body)
+{
+    return QByteArray("HTTP/1.1 ") + status + "\r\nContent-Length: " + QByteArray::number(body.size()) +
+           "\r\n\r\n" + body;
+}
+
+void get(const QString& deviceKey)
+{
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/api/v1/x/{id}"));
+    package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("7"));
+    HttpProxy::getInstance()->getSync(deviceKey, &package);
+}
+
+} // namespace
+
+class TestCallOutcome : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false")); }
+
+    void anOutcomeSaysWhatFailedAndWhy_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("succeeded");
+        QTest::addColumn<QString>("why");
+        const auto row = [](const char* name, const QByteArray& answer, State::HttpSimpleState state,
+                            int status, int code, const char* message, bool succeeded, const char* why) {
+            QTest::newRow(name) << answer << int(state) << status << code << QString::fromUtf8(message)
+                                << succeeded << QString::fromUtf8(why);
+        };
+        row("succeeds", reply("200 OK", R"({"code":0,"message":"All steps succeeded","data":{}})"),
+            State::Success, 200, 0, "All steps succeeded", true, "succeeded");
+        row("no envelope", reply("200 OK", "[1]"), State::Success, 200, 0, "", true, "succeeded");
+        row("refused by code", reply("200 OK", R"({"code":3,"message":"out of range"})"), State::Success, 200,
+            3, "out of range", false, "the device refused it: out of range (code 3)");
+        row("refused without a message", reply("200 OK", R"({"code":-1})"), State::Success, 200, -1, "",
+            false, "the device refused it (code -1)");
+        row("refused by status and code", reply("400 Bad", R"({"code":5,"message":"no"})"),
+            State::HttpFailure, 400, 5, "no", false, "the device refused it: no (code 5)");
+        row("an error page", reply("502 Bad", "<html>"), State::HttpFailure, 502, 0, "", false, "502");
+        row("an error with a message", reply("500 Oops", R"({"message":"overheated"})"), State::HttpFailure,
+            500, 0, "overheated", false, ": overheated");
+        row("cut", "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n{", State::Broken, 200, 0, "", false, "");
+    }
+    void anOutcomeSaysWhatFailedAndWhy()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(int, state);
+        QFETCH(int, status);
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        QFETCH(bool, succeeded);
+        QFETCH(QString, why);
+        MisbehavingServer server(Mode::Raw);
+        server.setRaw(answer);
+        CallOutcome outcome;
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x/7"));
+        HttpProxy::getInstance()->getSync(server.address(), &package);
+        const auto exchanges = outcome.exchanges();
+        QCOMPARE(exchanges.size(), 1);
+        const ExchangeOutcome& one = exchanges.first();
+        QCOMPARE(one.id, outcome.ids().latest());
+        QCOMPARE(one.deviceKey, server.address());
+        QCOMPARE(one.verb, QByteArray("GET"));
+        QCOMPARE(one.path, QByteArray("/api/v1/x/7"));
+        QVERIFY(one.milliseconds >= 0);
+        QCOMPARE(outcome.hasFailed(), !succeeded);
+        QCOMPARE(outcome.text(), succeeded ? QStringLiteral("all exchanges succeeded") : one.text());
+        const QString start = QStringLiteral("GET /api/v1/x/7 on ") + server.address() + QStringLiteral(": ");
+        QVERIFY2(one.text().startsWith(start) && one.text().size() > start.size(), qPrintable(one.text()));
+        for (const ExchangeOutcome& checked : {one, ExchangeOutcome::of(package)}) {
+            QCOMPARE(int(checked.state), state);
+            QCOMPARE(checked.status, state == State::Broken ? checked.status : status);
+            QCOMPARE(checked.code, code);
+            QCOMPARE(checked.message, message);
+            QCOMPARE(checked.succeeded(), succeeded);
+        }
+        QVERIFY2(one.text().contains(why), qPrintable(one.text()));
+    }
+
+    void everyFailureHasAReasonForPeople_data()
+    {
+        QTest::addColumn<int>("state");
+        for (int state = State::Success; state <= State::Aborted; ++state) {
+            QTest::newRow(qPrintable(QString::number(state))) << state;
+        }
+    }
+    void everyFailureHasAReasonForPeople()
+    {
+        QFETCH(int, state);
+        ExchangeOutcome outcome;
+        outcome.deviceKey = QStringLiteral("wall");
+        outcome.path = "/x";
+        outcome.state = State::HttpSimpleState(state);
+        const QString prefix = QStringLiteral("/x on wall: ");
+        QVERIFY(outcome.text().startsWith(prefix));
+        QVERIFY(outcome.text().size() > prefix.size() + 5);
+        QCOMPARE(outcome.succeeded(), state == State::Success);
+    }
+
+    void aDeviceThatIsNotThereHasAReason()
+    {
+        const ClosedPort closed;
+        CallOutcome outcome;
+        get(closed.address());
+        QCOMPARE(outcome.exchanges().size(), 1);
+        QCOMPARE(outcome.exchanges().first().state, State::Unreachable);
+        QCOMPARE(outcome.exchanges().first().path, QByteArray("/api/v1/x/7"));
+        QVERIFY(!outcome.exchanges().first().reason.isEmpty());
+    }
+
+    void aCallThatSendsNothingSaysSo()
+    {
+        const CallOutcome outcome;
+        QVERIFY(!outcome.hasFailed());
+        QVERIFY(outcome.exchanges().isEmpty());
+        QVERIFY(outcome.text().startsWith(QLatin1String("nothing was sent")));
+    }
+
+    void whatDoesNotWaitIsToldOnceItEnded()
+    {
+        MisbehavingServer server(Mode::Stall);
+        CallOutcome outcome;
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        package.setExpectedTime(60000);
+        QSignalSpy done(&package, &HttpJsonPackage::readyRead);
+        HttpProxy::getInstance()->put(server.address(), &package);
+        QVERIFY(server.waitForDeliveries(1));
+        QCOMPARE(outcome.text(), QStringLiteral("an exchange is still under way"));
+        QVERIFY(!outcome.hasFailed());
+        outcome.ids().cancel();
+        QTRY_COMPARE(done.size(), 1);
+        QVERIFY(outcome.hasFailed());
+        QCOMPARE(outcome.exchanges().first().state, State::Aborted);
+        QVERIFY2(outcome.text().contains(QLatin1String("cancelled")), qPrintable(outcome.text()));
+    }
+
+    void onlyWhatTheThreadBeginsWhileItLivesBelongsToIt()
+    {
+        MisbehavingServer server;
+        get(server.address());
+        CallOutcome outer;
+        {
+            CallOutcome inner;
+            get(server.address());
+            QCOMPARE(inner.exchanges().size(), 1);
+        }
+        std::thread(get, server.address()).join();
+        QCOMPARE(outer.exchanges().size(), 1);
+        get(server.address());
+        QCOMPARE(outer.exchanges().size(), 2);
+    }
+
+    void theLastFailureIsTheOneThatIsTold()
+    {
+        MisbehavingServer server(Mode::RawKeepAlive);
+        CallOutcome outcome;
+        for (const char* message : {"first", "second"}) {
+            server.setRaw(reply("200 OK", QByteArray(R"({"code":1,"message":")") + message + "\"}"));
+            get(server.address());
+        }
+        server.setRaw(reply("200 OK", "{}"));
+        get(server.address());
+        QCOMPARE(outcome.exchanges().size(), 3);
+        QVERIFY(outcome.text().endsWith(QLatin1String("second (code 1)")));
+    }
+
+    void theLatestThousandAreKept()
+    {
+        CallOutcome outcome;
+        for (int i = 0; i < 1001; ++i) {
+            get(QStringLiteral("no address %1").arg(i));
+        }
+        QCOMPARE(outcome.exchanges().size(), 1000);
+        QCOMPARE(outcome.exchanges().first().deviceKey, QStringLiteral("no address 1"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCallOutcome)
+#include "tst_calloutcome.moc"
