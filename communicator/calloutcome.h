@@ -34,11 +34,11 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
     /// the device refused it: value out of range (code 3)". After a success it says so.
     QString text() const;
 
-    ExchangeId id = 0;
-    QString deviceKey;
-    QByteArray verb; ///< `GET`, `PUT`, `POST` or `DELETE`
-    QByteArray path; ///< expanded and encoded, with the query
-    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
+    ExchangeId id = 0; ///< given when it began
+    QString deviceKey; ///< names the device
+    QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
+    QByteArray path;   ///< expanded and encoded, with the query
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< how it ended
     int status = 0;          ///< HTTP status, 0 when no reply came
     int code = 0;            ///< `code` of the reply's envelope, 0 when it has none
     QString message;         ///< `message` of the reply's envelope
