@@ -16,37 +16,37 @@ namespace Krelm::Communicator::HttpDevice {
 
 class HttpJsonPackage;
 
-/// What became of one exchange. Neither a login nor a body is part of it.
+/// The outcome of one exchange, without logins and bodies. A plain value.
 struct COMMUNICATOR_EXPORT ExchangeOutcome
 {
-    /// Of an exchange that an observer was told of.
+    /// The outcome of an exchange that was reported to an observer.
     static ExchangeOutcome of(const ExchangeRecord& record);
-    /// Of the package of an exchange that has ended, after `readyRead`; `path` is its template, and `id`,
-    /// `verb` and `milliseconds` are not known.
+    /// The outcome of a finished exchange from its package, after `readyRead`; `path` has its placeholders
+    /// unexpanded, and `id`, `verb` and `milliseconds` are unknown.
     static ExchangeOutcome of(const HttpJsonPackage& package);
 
-    /// Whether the exchange succeeded and the device took the request: a whole reply with a status 2xx whose
-    /// `code`, if it has one, is 0.
-    /// @warning Operations go by the state alone where nothing else is said: one that returns `true` may have
+    /// Whether the exchange succeeded and the device accepted the request: a complete reply with a 2xx status
+    /// whose `code`, if it has one, is 0.
+    /// @warning Unless stated otherwise, operations only check the state: one that returns `true` may have
     /// been refused by `code`.
     bool succeeded() const;
-    /// One sentence for people on what failed and why, such as "PUT /api/v1/device/screen/brightness on wall:
-    /// the device refused it: value out of range (code 3)". After a success it says so.
+    /// A sentence for people that says what failed and why, such as "PUT /api/v1/device/screen/brightness on
+    /// wall: the device refused it: value out of range (code 3)". After a success it says so.
     QString text() const;
 
     ExchangeId id = 0; ///< given when it began
     QString deviceKey; ///< names the device
     QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
-    QByteArray path;   ///< expanded and encoded, with the query
+    QByteArray path;   ///< the path as sent, expanded and encoded, including the query
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< how it ended
-    int status = 0;          ///< HTTP status, 0 when no reply came
-    int code = 0;            ///< `code` of the reply's envelope, 0 when it has none
+    int status = 0;          ///< HTTP status, or 0 if there was no reply
+    int code = 0;            ///< `code` of the reply's envelope, or 0 if it has none
     QString message;         ///< `message` of the reply's envelope
-    qint64 milliseconds = 0; ///< from the call to the outcome
-    QString reason;          ///< why the transport failed; empty after a whole reply
+    qint64 milliseconds = 0; ///< time from the call to the outcome
+    QString reason;          ///< why the transport failed; empty after a complete reply
 };
 
-/// Says what failed and why in the operations that the calling thread performs while the object lives.
+/// Reports what failed and why in the operations that the calling thread performs while the object lives.
 ///
 /// ```cpp
 /// CallOutcome outcome;
@@ -55,23 +55,24 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
 /// }
 /// ```
 ///
-/// Blocking exchanges are there when the operation has returned. Of what only began, and of promises, the
-/// outcome is there once they settled; ask again then. It costs nothing while no such object lives. Has to be
-/// destroyed on the thread that made it; what it tells may be asked from any thread.
+/// Blocking exchanges are included when the operation has returned; non-blocking ones and promises once they
+/// have finished, so ask again then. It costs nothing while no such object exists. It must be destroyed on
+/// the thread that created it; its other functions may be called from any thread.
 class COMMUNICATOR_EXPORT CallOutcome
 {
 public:
     CallOutcome();
     ~CallOutcome();
 
-    /// The exchanges that have ended, in the order of their ends; at most the last 1,000 of them.
+    /// The finished exchanges, in the order in which they finished; at most the last 1,000.
     QList<ExchangeOutcome> exchanges() const;
     /// Whether an exchange has failed or was refused by the device.
     bool hasFailed() const;
-    /// What failed last, for people. When nothing did: that nothing was sent (the operation was answered by a
-    /// cache, or refused its arguments), that something is still under way, or that all succeeded.
+    /// The latest failure, as text for people. If there is none, it says that nothing was sent (because a
+    /// cache answered, or the arguments were refused), that an exchange is still running, or that all
+    /// succeeded.
     QString text() const;
-    /// The exchanges that began; ExchangeIds::cancel() ends them from another thread.
+    /// The exchanges that have begun; ExchangeIds::cancel() ends them from another thread.
     ExchangeIds& ids();
 
 private:

@@ -236,6 +236,12 @@ QStringList HttpProxy::devices() const
     return d->registry->keys();
 }
 
+void HttpProxy::addChangeEvents(const QByteArrayList& events)
+{
+    DeviceConnections* const connections = DeviceConnections::getInstance();
+    connections->setChangeEvents(connections->changeEvents() + events);
+}
+
 void HttpProxy::cancel(quint64 exchange)
 {
     if (const std::shared_ptr<HttpEngine> current = d->engines.engine()) {

@@ -32,12 +32,11 @@ bool AtomicFile::write(const char* bytes, qint64 size)
 {
     while (size > 0) {
         const ssize_t taken = ::write(m_file.handle(), bytes, static_cast<size_t>(size));
-        if (taken < 0 && errno != EINTR) {
-            return fail(qt_error_string(errno));
-        }
-        if (taken > 0) {
+        if (taken != -1) {
             bytes += taken;
             size -= taken;
+        } else if (errno != EINTR) {
+            return fail(qt_error_string(errno));
         }
     }
     return true;

@@ -356,7 +356,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                        }
                        return true;
                    }
-                   if (!this->value(value, opening == '[' ? m_keys.elementScope(key) : key, read, depth)) {
+                   if (!this->value(value, opening == '[' ? KeyTable::plainRoot : key, read, depth)) {
                        return false;
                    }
                } else if (!this->value(value, key, read, depth)) {

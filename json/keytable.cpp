@@ -20,12 +20,6 @@ constexpr std::size_t nameLimitPerByte = 16;
 
 __extension__ using Wide = unsigned __int128;
 
-std::uint64_t fold(std::uint64_t a, std::uint64_t b)
-{
-    const Wide product = Wide(a) * b;
-    return std::uint64_t(product) ^ std::uint64_t(product >> 64);
-}
-
 bool readHex(const char* digits, char16_t& out)
 {
     unsigned value{};
@@ -89,36 +83,16 @@ bool readEscape(const char*& p, const char* end, char16_t& out)
     }
 }
 
-// Whether @p raw is ASCII without a backslash.
-bool isVerbatim(std::string_view raw)
-{
-    constexpr std::uint64_t lowBits = 0x0101010101010101U;
-    constexpr std::uint64_t highBits = 0x8080808080808080U;
-    constexpr std::uint64_t backslashes = lowBits * '\\';
-    std::uint64_t found = 0;
-    std::size_t i = 0;
-    for (; i + 8 <= raw.size(); i += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, raw.data() + i, 8);
-        // The high bit of a byte is set by the byte itself, or by a byte that was a backslash.
-        const std::uint64_t difference = word ^ backslashes;
-        found |= word | ((difference - lowBits) & ~difference);
-    }
-    for (; i < raw.size(); ++i) {
-        found |= raw[i] == '\\' ? highBits : static_cast<unsigned char>(raw[i]);
-    }
-    return (found & highBits) == 0;
-}
-
 } // namespace
 
 bool decodeString(std::string_view raw, QString& out)
 {
-    if (isVerbatim(raw)) {
-        out = QString::fromLatin1(raw.data(), int(raw.size()));
+    // The parser has checked that the text is UTF-8, but not its escapes. QString would pass over a
+    // byte-order mark in front.
+    if (raw.find('\\') == std::string_view::npos && raw.substr(0, 3) != "\xEF\xBB\xBF") {
+        out = QString::fromUtf8(raw.data(), int(raw.size()));
         return true;
     }
-    // The parser has checked that the text is UTF-8, but not its escapes.
     QVarLengthArray<char16_t, 512> units;
     const char* p = raw.data();
     const char* const end = p + raw.size();
@@ -153,7 +127,7 @@ bool decodeString(std::string_view raw, QString& out)
 KeyTable::KeyTable()
     : m_nodes(3)
     , m_slots(initialSlots)
-    , m_secret(QRandomGenerator::global()->generate64() | 1)
+    , m_secret(QRandomGenerator::global()->generate64())
 {
     m_nodes[flatRoot].flat = true;
 }
@@ -170,28 +144,22 @@ void KeyTable::end()
     }
 }
 
-KeyTable::Id KeyTable::elementScope(Id key)
-{
-    if (m_nodes[key].elements == 0) {
-        m_nodes[key].elements = Id(m_nodes.size());
-        m_nodes.emplace_back();
-    }
-    return m_nodes[key].elements;
-}
-
 // Keys come from the network; the secret prevents a device from choosing keys that collide.
 std::uint32_t KeyTable::hash(Id scope, std::string_view raw) const
 {
-    std::uint64_t state = fold(m_secret ^ scope, 0x9e3779b97f4a7c15U ^ raw.size());
-    while (raw.size() >= 8) {
+    std::uint64_t state = m_secret;
+    const auto mix = [&](std::uint64_t word) {
+        const Wide product = Wide(state ^ word) * m_secret;
+        state = std::uint64_t(product) ^ std::uint64_t(product >> 64);
+    };
+    mix(scope);
+    while (!raw.empty()) {
         std::uint64_t word = 0;
-        std::memcpy(&word, raw.data(), 8);
-        state = fold(state ^ word, m_secret);
-        raw.remove_prefix(8);
+        const std::size_t size = std::min(raw.size(), sizeof word);
+        std::memcpy(&word, raw.data(), size);
+        mix(word);
+        raw.remove_prefix(size);
     }
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, raw.data(), raw.size());
-    state = fold(state ^ rest, m_secret);
     return std::uint32_t(state ^ state >> 32);
 }
 
@@ -312,7 +280,7 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     const auto name = [&](std::uint32_t i) -> const QString& { return m_nodes[shape.keys[i]].name; };
     std::sort(shape.order.begin(), shape.order.end(), [&](std::uint32_t left, std::uint32_t right) {
         const int order = name(left).compare(name(right));
-        return order != 0 ? order < 0 : left > right;
+        return order < 0 || (order == 0 && left > right);
     });
     const auto sameName = [&](std::uint32_t left, std::uint32_t right) { return name(left) == name(right); };
     shape.order.erase(std::unique(shape.order.begin(), shape.order.end(), sameName), shape.order.end());

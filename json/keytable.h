@@ -81,9 +81,6 @@ public:
         return again;
     }
 
-    /// The scope of the objects in the array under @p key of a flattened object.
-    Id elementScope(Id key);
-
     /// Moves the entries from @p first on, which form an object in @p scope, into a map. With @p repeated,
     /// entries whose key or an outer key occurred again later are left out.
     QVariantMap take(Id scope, std::vector<Entry>& entries, std::size_t first, bool repeated);
@@ -98,9 +95,8 @@ private:
         std::uint32_t rawSize = 0;
         std::uint32_t hash = 0;
         Id scope = 0;
-        Id first = 0;    // the first key of the last object in this scope
-        Id next = 0;     // the key that last followed this one
-        Id elements = 0; // see elementScope()
+        Id first = 0; // the first key of the last object in this scope
+        Id next = 0;  // the key that last followed this one
         std::uint32_t shape = 0;
         bool flat = false;
         bool plain = false; // the raw text is the key, without escapes

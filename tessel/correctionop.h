@@ -98,7 +98,7 @@ public:
     /// QPromiseUndefinedException if the exchange failed, the reply is not valid JSON or its `code` is not
     /// zero.
     QtPromise::QPromise<void> uploadCoefficient(const QString& deviceKey, const QList<QString>& ids,
-                                                const QList<CoeffsData>& data);
+                                                const QList<CoeffsData>& body);
     /// Makes cabinets load their coefficients. Rejects like the operation above.
     QtPromise::QPromise<void> loadCabinetCoeffs(const QString& deviceKey, const QStringList& ids);
     /// Clears the coefficients of cabinets.

@@ -197,7 +197,7 @@ bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QStr
 // Quirk: Some placeholders of paths go out unfilled.
 QtPromise::QPromise<void> Correctionop::uploadCoefficient(const QString& deviceKey,
                                                           const QList<QString>& /*cids*/,
-                                                          const QList<CoeffsData>& /*data*/)
+                                                          const QList<CoeffsData>& /*body*/)
 {
     return PromiseRequest("Device_PutCabinetCoefficients")
         .guarded<void>(&HttpProxy::put, deviceKey, settleByCode);

@@ -64,11 +64,9 @@ void complete(Device& device)
     device.hasClearLogin =
         !device.isTls && device.endpoint.login != DeviceEndpoint::Login::None && !isLoopback(device.baseUrl);
     device.authority = device.baseUrl.mid(device.baseUrl.indexOf("//") + 2);
-    // A zone has meaning only on this machine (RFC 6874).
+    // A zone has meaning only on this machine (RFC 6874, 4). Without one nothing is removed.
     const auto zone = device.authority.indexOf("%25");
-    if (zone >= 0) {
-        device.authority.remove(zone, device.authority.indexOf(']') - zone);
-    }
+    device.authority.remove(zone, device.authority.indexOf(']') - zone);
     const char* const defaultPort = device.isTls ? ":443" : ":80";
     if (device.authority.endsWith(defaultPort)) {
         device.authority.chop(static_cast<int>(qstrlen(defaultPort)));

@@ -53,7 +53,7 @@ bool SseReader::feed(const char* bytes, std::size_t size)
         m_skipFeed = false;
         position += *position == '\n' ? 1 : 0;
     }
-    // Each kind of line end is searched for again only after it was passed, so that a text with only one kind
+    // Each kind of line end is searched for again from where it was found, so that a text with only one kind
     // is not searched for the other over and over.
     const char* feedAt = find(position, end, '\n');
     const char* returnAt = find(position, end, '\r');
@@ -84,11 +84,9 @@ bool SseReader::feed(const char* bytes, std::size_t size)
             } else if (position == feedAt) {
                 ++position;
             }
-            returnAt = find(position, end, '\r');
         }
-        if (feedAt < position) {
-            feedAt = find(position, end, '\n');
-        }
+        feedAt = find(std::max(feedAt, position), end, '\n');
+        returnAt = find(std::max(returnAt, position), end, '\r');
     }
     return true;
 }

@@ -30,7 +30,6 @@ void AsyncExchange::start(const HttpRequest& request, const std::shared_ptr<cons
                           std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
                           std::chrono::steady_clock::time_point deadline, Finished finished)
 {
-    m_device = device;
     m_deadline = deadline;
     m_finished = std::move(finished);
     const auto prepared = m_exchange.prepare(request, device, started);
@@ -48,7 +47,7 @@ void AsyncExchange::connect()
 {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(m_deadline - std::chrono::steady_clock::now());
-    m_attempt = m_connector.connect(m_device, left, [this](ConnectResult opened) {
+    m_attempt = m_connector.connect(m_exchange.device(), left, [this](ConnectResult opened) {
         m_attempt = nullptr;
         if (opened.connection) {
             use(std::move(opened.connection), false);
@@ -136,7 +135,6 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
         drop();
     }
     m_finished = nullptr;
-    m_device.reset();
     return m_exchange.finish(outcome, error);
 }
 

@@ -45,7 +45,6 @@ private:
     IoLoop& m_loop;
     Connector& m_connector;
     Exchange m_exchange;
-    std::shared_ptr<const Device> m_device;
     std::chrono::steady_clock::time_point m_deadline;
     Finished m_finished;
     Connector::Attempt m_attempt = nullptr; ///< while connecting

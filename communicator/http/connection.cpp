@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <curl/curl.h>
 #include <fcntl.h>
+#include <iterator>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -46,7 +47,7 @@ Connection::~Connection()
 
 Connection::Result Connection::failure() const
 {
-    return meansWaiting(errno) ? Result{Status::Waiting, 0} : Result{Status::Failed, 0};
+    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed};
 }
 
 Connection::Result Connection::send(Bytes first, Bytes second, bool more)
@@ -58,8 +59,8 @@ Connection::Result Connection::send(Bytes first, Bytes second, bool more)
         const CURLcode code =
             curl_easy_send(m_easy, piece.data, std::min(piece.size, largestTlsRecord), &sent);
         return code == CURLE_OK      ? Result{Status::Moved, sent}
-               : code == CURLE_AGAIN ? Result{Status::Waiting, 0}
-                                     : Result{Status::Failed, 0};
+               : code == CURLE_AGAIN ? Result{Status::Waiting}
+                                     : Result{Status::Failed};
     }
     const int flags = MSG_NOSIGNAL | MSG_DONTWAIT | (more ? MSG_MORE : 0);
     if (second.size == 0) { // as in every read; a message of one piece costs the system less
@@ -83,7 +84,7 @@ Connection::Result Connection::receive(char* buffer, std::size_t size)
         if (code == CURLE_OK) {
             return {received > 0 ? Status::Moved : Status::Closed, received};
         }
-        return {code == CURLE_AGAIN ? Status::Waiting : Status::Failed, 0};
+        return {code == CURLE_AGAIN ? Status::Waiting : Status::Failed};
     }
     const ssize_t received = ::recv(m_socket, buffer, size, MSG_DONTWAIT);
     if (received < 0) {
@@ -132,10 +133,10 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
 
 bool Connection::wait(bool orSend, std::chrono::milliseconds limit)
 {
-    pollfd watched{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0};
+    pollfd watched[] = {{m_socket, static_cast<short>(orSend ? POLLIN | POLLOUT : POLLIN), 0}};
     const auto bounded = std::clamp(limit, std::chrono::milliseconds(0), longestPoll);
-    ::poll(&watched, 1, static_cast<int>(bounded.count()));
-    return (watched.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
+    ::poll(watched, std::size(watched), static_cast<int>(bounded.count()));
+    return (watched[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }
 
 bool Connection::isQuiet()
@@ -146,7 +147,7 @@ bool Connection::isQuiet()
         return meansWaiting(errno);
     }
     // Data for TLS itself, such as a session ticket, is not part of a reply.
-    return m_easy != nullptr && seen > 0 && receive(&byte, sizeof byte).status == Status::Waiting;
+    return m_easy != nullptr && receive(&byte, sizeof byte).status == Status::Waiting;
 }
 
 void Connection::shutDown()

@@ -38,7 +38,7 @@ public:
     struct Result
     {
         Status status;
-        std::size_t bytes;
+        std::size_t bytes = 0; ///< that were moved
     };
 
     /// Takes over a connected socket.

@@ -130,7 +130,7 @@ void BlockingExchange::abort()
 
 ConnectionPool::ConnectionPool(const TransferLimits& limits)
     : m_limits(limits)
-    , m_maximumIdle(descriptorBudget(2, 1))
+    , m_maximumIdle(descriptorBudget(2))
 {}
 
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
@@ -169,7 +169,7 @@ void ConnectionPool::release(Sessions::iterator entry)
     Sessions dropped; // destroyed after the lock is released, because closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
     dropped.splice(dropped.end(), m_active, entry);
-    if (m_closed || entry->session.isAborted() || entry->device->isRemoved) {
+    if (entry->session.isAborted() || entry->device->isRemoved) {
         m_left.notify_all();
         return;
     }

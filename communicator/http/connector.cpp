@@ -17,6 +17,7 @@ namespace {
 
 constexpr int pollMilliseconds = 1000; // libcurl returns earlier for its own timers
 
+// libcurl writes into it as long as the handle is there, of a TLS connection to its end.
 using ErrorText = std::array<char, CURL_ERROR_SIZE>;
 
 // Like libcurl's default, except that child processes do not inherit the connection.
@@ -31,7 +32,6 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     CURL* const easy = curl_easy_init();
     curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L);
     curl_easy_setopt(easy, CURLOPT_URL, device.baseUrl.constData());
-    curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
@@ -42,9 +42,7 @@ CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
     // 0 would mean no limit.
     const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-    error[0] = '\0';
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
 
     const DeviceEndpoint& endpoint = device.endpoint;
@@ -86,7 +84,7 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
     const int socket = socketOf(easy);
     if (!device.isTls) {
         // The connection needs only the socket; keeping no more than that saves the memory of the handle.
-        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, 0);
+        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, socket);
         release();
         if (own >= 0) {
             result.connection = std::make_unique<Connection>(own);
@@ -110,16 +108,16 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
-    ErrorText error;
+    const auto error = std::make_shared<ErrorText>();
     CURLM* const multi = newMulti();
-    CURL* const easy = newHandle(device, limit, error);
-    const auto release = [multi, easy] {
+    CURL* const easy = newHandle(device, limit, *error);
+    const auto release = [multi, easy, error] {
         curl_multi_remove_handle(multi, easy);
         curl_easy_cleanup(easy);
         curl_multi_cleanup(multi);
     };
     curl_multi_add_handle(multi, easy);
-    bool aborted = false;
+    bool aborted{};
     const auto setMulti = [&](CURLM* connecting) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_multi = connecting;
@@ -146,11 +144,10 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
         return result;
     }
     if (message->data.result != CURLE_OK) {
-        ConnectResult result = failure(message->data.result, error);
+        ConnectResult result = failure(message->data.result, *error);
         release();
         return result;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     return opened(device, easy, release);
 }
 
@@ -166,7 +163,7 @@ void BlockingConnector::abort()
 struct Connector::Pending
 {
     std::shared_ptr<const Device> device;
-    ErrorText error;
+    std::shared_ptr<ErrorText> error = std::make_shared<ErrorText>();
     Done done;
 };
 
@@ -188,7 +185,7 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
     auto pending = std::make_unique<Pending>();
     pending->device = device;
     pending->done = std::move(done);
-    CURL* const easy = newHandle(*device, limit, pending->error);
+    CURL* const easy = newHandle(*device, limit, *pending->error);
     m_pending.emplace(easy, std::move(pending));
     m_multi.add(easy, [this, easy](CURLcode code) { finished(easy, code); });
     return easy;
@@ -205,17 +202,16 @@ void Connector::finished(CURL* easy, CURLcode code)
 {
     auto node = m_pending.extract(easy);
     const std::unique_ptr<Pending> pending = std::move(node.mapped());
-    const auto release = [this, easy] {
+    const auto release = [this, easy, error = pending->error] {
         m_multi.remove(easy);
         curl_easy_cleanup(easy);
     };
     if (code != CURLE_OK) {
-        ConnectResult result = failure(code, pending->error);
+        ConnectResult result = failure(code, *pending->error);
         release();
         pending->done(std::move(result));
         return;
     }
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, nullptr);
     pending->done(opened(*pending->device, easy, release));
 }
 

@@ -5,7 +5,6 @@
 #include <linux/sockios.h>
 #include <mutex>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,7 +18,7 @@ namespace {
 constexpr int descriptorsLookedAt = 64;
 
 /// The number of bytes in a local socket that child processes inherit: bytes to read (FIONREAD) or bytes that
-/// its peer has not read (SIOCOUTQ); 0 for any other descriptor.
+/// its peer has not read (SIOCOUTQ); -1 for any other descriptor and for none.
 int pending(int descriptor, unsigned long request)
 {
     int domain = 0;
@@ -27,7 +26,7 @@ int pending(int descriptor, unsigned long request)
     int bytes = 0;
     if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 || domain != AF_UNIX ||
         (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0 || ::ioctl(descriptor, request, &bytes) != 0) {
-        return 0;
+        return -1;
     }
     return bytes;
 }
@@ -40,25 +39,23 @@ CURLM* newMulti()
 {
     static std::mutex oneAtATime; // guards the search, so that no other new handle is woken up meanwhile
     const std::lock_guard<std::mutex> lock(oneAtATime);
-    const int lowest = ::eventfd(0, EFD_CLOEXEC);
-    if (lowest >= 0) {
-        ::close(lowest);
-    }
+    const int lowest = ::epoll_create1(EPOLL_CLOEXEC);
+    ::close(lowest);
     CURLM* const multi = curl_multi_init();
-    if (lowest < 0 || curl_multi_wakeup(multi) != CURLM_OK) {
+    if (curl_multi_wakeup(multi) != CURLM_OK) {
         return multi;
     }
     int reader = -1;
     int writer = -1;
-    for (int i = lowest; i < lowest + descriptorsLookedAt && (reader < 0 || writer < 0); ++i) {
-        if (reader < 0 && pending(i, FIONREAD) == 1) {
+    for (int i = lowest; i < lowest + descriptorsLookedAt && (reader == -1 || writer == -1); ++i) {
+        if (reader == -1 && pending(i, FIONREAD) == 1) {
             reader = i;
-        } else if (writer < 0 && pending(i, SIOCOUTQ) > 0) {
+        } else if (writer == -1 && pending(i, SIOCOUTQ) > 0) {
             writer = i;
         }
     }
     curl_multi_poll(multi, nullptr, 0, 0, nullptr);
-    if (reader >= 0 && writer >= 0 && pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
+    if (pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
         ::fcntl(reader, F_SETFD, FD_CLOEXEC);
         ::fcntl(writer, F_SETFD, FD_CLOEXEC);
     }
@@ -110,15 +107,9 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
         }
         return 0;
     }
-    const bool in = what == CURL_POLL_IN || what == CURL_POLL_INOUT;
-    const bool out = what == CURL_POLL_OUT || what == CURL_POLL_INOUT;
-    multi->m_loop.watch(socket, (in ? std::uint32_t(EPOLLIN) : 0U) | (out ? std::uint32_t(EPOLLOUT) : 0U),
-                        [multi, socket](std::uint32_t events) {
-                            const bool failed = (events & (EPOLLERR | EPOLLHUP)) != 0;
-                            multi->act(socket, ((events & EPOLLIN) != 0 || failed ? CURL_CSELECT_IN : 0) |
-                                                   ((events & EPOLLOUT) != 0 ? CURL_CSELECT_OUT : 0) |
-                                                   (failed ? CURL_CSELECT_ERR : 0));
-                        });
+    const std::uint32_t in = (what & CURL_POLL_IN) != 0 ? EPOLLIN : 0U;
+    const std::uint32_t out = (what & CURL_POLL_OUT) != 0 ? EPOLLOUT : 0U;
+    multi->m_loop.watch(socket, in | out, [multi, socket](std::uint32_t /*events*/) { multi->act(socket); });
     return 0;
 }
 
@@ -161,13 +152,14 @@ int CurlMulti::onTimer(CURLM* /*multi*/, long milliseconds, void* self)
 void CurlMulti::actOnTimer()
 {
     m_timer.reset();
-    act(CURL_SOCKET_TIMEOUT, 0);
+    act(CURL_SOCKET_TIMEOUT);
 }
 
-void CurlMulti::act(curl_socket_t socket, int events)
+// libcurl looks at the socket itself.
+void CurlMulti::act(curl_socket_t socket)
 {
     int running{};
-    curl_multi_socket_action(m_multi, socket, events, &running);
+    curl_multi_socket_action(m_multi, socket, 0, &running);
     drainCompletedTransfers();
 }
 

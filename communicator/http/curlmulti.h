@@ -39,7 +39,7 @@ private:
     static int onTimer(CURLM* multi, long milliseconds, void* self);
     void retryNextAddress(CURL* easy);
     void retryStalled();
-    void act(curl_socket_t socket, int events);
+    void act(curl_socket_t socket);
     void actOnTimer();
 
     IoLoop& m_loop;

@@ -33,7 +33,7 @@ QVector<Parameter> parametersOf(const QByteArray& text)
     QVector<Parameter> list;
     int at = 0;
     const auto skip = [&](const char* characters) {
-        while (at < text.size() && text[at] != '\0' && strchr(characters, text[at])) {
+        while (text.constData()[at] != '\0' && strchr(characters, text[at])) { // its end is a zero
             ++at;
         }
     };
@@ -85,7 +85,7 @@ std::optional<QCryptographicHash::Algorithm> hashOf(QByteArray algorithm)
     if (algorithm == "sha-256" || algorithm == "sha-256-sess") {
         return QCryptographicHash::Sha256;
     }
-    return std::nullopt;
+    return {};
 }
 
 QByteArray quoted(QByteArray text)

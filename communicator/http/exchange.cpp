@@ -60,7 +60,6 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
         return IHttpVersionTrigger::InvalidRequest;
     }
     if (!request.downloadPath.isEmpty() && !m_reader.storeIn(request.downloadPath)) {
-        m_error = m_reader.error();
         return IHttpVersionTrigger::FileFailure;
     }
     if (request.multipart) {
@@ -143,20 +142,16 @@ Exchange::Step Exchange::send(Connection& connection)
 
 Exchange::Step Exchange::received(const Connection::Result& result, const char* bytes, bool isReused)
 {
-    switch (result.status) {
-    case Connection::Status::Waiting:
+    if (result.status == Connection::Status::Waiting) {
         return Step::GoOn;
-    case Connection::Status::Moved: {
+    }
+    if (result.status == Connection::Status::Moved) {
         const ResponseParser::State state = m_reader.feed(bytes, result.bytes);
         tellProgress();
         if (state == ResponseParser::State::Reading) {
             return Step::GoOn;
         }
         return state == ResponseParser::State::Complete ? completed() : Step::Ended;
-    }
-    case Connection::Status::Closed:
-    case Connection::Status::Failed:
-        break;
     }
     if (!m_reader.hasBegun()) {
         return lost(isReused);

@@ -46,7 +46,7 @@ void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
 
 void reportProgress(const HttpRequest& request, const QByteArray& target, const TransferSizes& sizes)
 {
-    if (!isProgressObserved() || Lifecycle::isClosed()) {
+    if (Lifecycle::isClosed()) {
         return;
     }
     ExchangeProgress progress;

@@ -70,7 +70,6 @@ bool ReplyReader::storeIn(const QString& path)
     m_file = std::make_unique<Tessel::Files::AtomicFile>(path);
     if (!m_file->open()) {
         failFile();
-        m_file.reset();
         return false;
     }
     return true;

@@ -105,9 +105,6 @@ void RequestQueue::startRunnable()
         const QString key = std::move(m_runnable.front());
         m_runnable.pop_front();
         const std::shared_ptr<DeviceQueue> queue = m_devices.value(key);
-        if (!queue) {
-            continue;
-        }
         queue->isRunnable = false;
         if (!queue->waiting.empty() && mayBegin(*queue)) {
             begin(key, *queue);

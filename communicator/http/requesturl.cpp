@@ -42,7 +42,8 @@ void appendLiteral(QByteArray& out, const QString& text)
     const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
     decltype(text.size()) done = 0;
     for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
-        if (i + 2 >= encoded.size() || !isHexDigit(encoded[i + 1]) || !isHexDigit(encoded[i + 2])) {
+        const char* const digits = encoded.constData() + i + 1; // the end is a zero
+        if (!isHexDigit(digits[0]) || !isHexDigit(digits[1])) {
             out.append(encoded.constData() + done, i - done).append("%25");
             done = i + 1;
         }
@@ -68,8 +69,8 @@ QByteArray requestTarget(const QString& path, const QMap<QString, QString>& plac
     decltype(path.size()) done = 0;
     while (done < path.size()) {
         const auto open = path.indexOf(QLatin1Char('{'), done);
-        const auto close = open < 0 ? -1 : path.indexOf(QLatin1Char('}'), open);
-        if (close < 0) {
+        const auto close = open == -1 ? -1 : path.indexOf(QLatin1Char('}'), open);
+        if (close == -1) {
             break;
         }
         const auto value = placeHolders.constFind(path.mid(open + 1, close - open - 1));

@@ -36,48 +36,18 @@ std::string_view view(BeastView text)
 /// line ends begins at @p from.
 std::size_t headEnd(std::string_view text, std::size_t from)
 {
-    for (std::size_t feed = text.find('\n', from); feed != std::string_view::npos;
-         feed = text.find('\n', feed + 1)) {
-        const std::string_view rest = text.substr(feed + 1, 2);
+    std::size_t at = text.find('\n', from);
+    while (at != std::string_view::npos) {
+        const std::string_view rest = text.substr(++at, 2);
         if (rest.substr(0, 1) == "\n") {
-            return feed + 2;
+            return at + 1;
         }
         if (rest == "\r\n") {
-            return feed + 3;
+            return at + 2;
         }
+        at = text.find('\n', at);
     }
     return 0;
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// Whether the grammar accepts @p head as it is, so that it need not be normalised.
-bool isTidy(std::string_view head)
-{
-    if (head.size() < 15 || head[8] != ' ' || !isDigit(head[9]) || !isDigit(head[10]) || !isDigit(head[11]) ||
-        head[12] != ' ') {
-        return false;
-    }
-    bool inName = false; // the status line has none
-    char before = '\0';
-    for (const char c : head) {
-        if (c == '\n') {
-            if (before != '\r') {
-                return false;
-            }
-            inName = true;
-        } else if (c == ':') {
-            if (inName && (before == ' ' || before == '\t')) {
-                return false;
-            }
-            inName = false;
-        }
-        before = c;
-    }
-    return true;
 }
 
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
@@ -292,7 +262,7 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     }
     const std::size_t room =
         static_cast<std::size_t>(std::max<qint64>(0, m_limits.headerBytes - m_headBytes)) + 1;
-    const std::size_t taken = std::min(size, room > before ? room - before : 1);
+    const std::size_t taken = std::min(size, room - before);
     m_pending.append(bytes, static_cast<int>(taken));
     const std::string_view all(m_pending.constData(), before + taken);
     if (all.substr(0, start.size()) != start.substr(0, all.size())) {
@@ -315,14 +285,10 @@ void ResponseParser::parseHead(std::string_view head)
         fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
         return;
     }
-    QByteArray copy;
-    if (!isTidy(head)) {
-        copy = tidied(head);
-        head = {copy.constData(), static_cast<std::size_t>(copy.size())};
-    }
+    const QByteArray tidy = tidied(head);
     m_grammar = std::make_unique<Grammar>(m_handler);
     error_code error;
-    m_grammar->put(boost::asio::const_buffer(head.data(), head.size()), error);
+    m_grammar->put(boost::asio::const_buffer(tidy.constData(), static_cast<std::size_t>(tidy.size())), error);
     if (m_grammar->isRefused()) {
         m_state = State::Refused;
     } else if (error && error != http::error::need_more) {
@@ -359,14 +325,14 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
         m_pending = frame.mid(static_cast<int>(taken));
         return more;
     }
-    return m_state == State::Reading || taken >= before ? taken - before : more;
+    return std::max(taken, before) - before;
 }
 
 /// @return how much the grammar has consumed: everything, or the bytes before an incomplete frame.
 std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
 {
     std::size_t done = 0;
-    while (done < size && m_state == State::Reading) {
+    while (done != size && m_state == State::Reading) {
         error_code error;
         const std::size_t taken = m_grammar->put(boost::asio::const_buffer(bytes + done, size - done), error);
         done += taken;

@@ -22,8 +22,8 @@ QString unknownDevice()
 struct SocketEngine::Queues
 {
     Queues(IoLoop& loop, const TransferLimits& limits)
-        : normal(std::in_place, loop, limits, descriptorBudget(4, 1))
-        , daemon(std::in_place, loop, limits, descriptorBudget(16, 1))
+        : normal(std::in_place, loop, limits, descriptorBudget(4))
+        , daemon(std::in_place, loop, limits, descriptorBudget(16))
     {}
     std::optional<RequestQueue> normal;
     std::optional<RequestQueue> daemon;

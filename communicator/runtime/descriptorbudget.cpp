@@ -6,13 +6,13 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-size_t descriptorBudget(size_t share, size_t each)
+size_t descriptorBudget(size_t share)
 {
     rlimit limit{};
     const size_t descriptors =
         getrlimit(RLIMIT_NOFILE, &limit) == 0 ? static_cast<size_t>(limit.rlim_cur) : 1024;
     // Some systems allow a billion, and a tight limit must stop nothing.
-    return std::clamp<size_t>(descriptors / share / each, 16, 4096);
+    return std::clamp<size_t>(descriptors / share, 16, 4096);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

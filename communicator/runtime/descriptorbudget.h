@@ -6,9 +6,9 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The number of objects, using @p each file descriptors each, that fit into 1/@p share of the process's
-/// limit on open descriptors; between 16 and 4096.
-size_t descriptorBudget(size_t share, size_t each);
+/// The number of connections that may use 1/@p share of the file descriptors that the process may open;
+/// between 16 and 4096.
+size_t descriptorBudget(size_t share);
 
 } // namespace Krelm::Communicator::HttpDevice
 

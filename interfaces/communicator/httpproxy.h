@@ -5,6 +5,7 @@
 #include <communicator/httpjsonpackage.h>
 #include <communicator/httpmutilpartpackage.h>
 
+#include <QByteArrayList>
 #include <QObject>
 #include <QStringList>
 
@@ -101,6 +102,10 @@ Q_SIGNALS:
     /// The device pushed an event; @p data is its JSON text in UTF-8. Emitted in the order in which the
     /// device sent the events, on the proxy's thread.
     void deviceAutoReportData(const QByteArray& data, const QString& deviceKey);
+
+private Q_SLOTS:
+    /// Adds to what is reported of a device whose events may have been missed.
+    void addChangeEvents(const QByteArrayList& events);
 
 private:
     explicit HttpProxy(QObject* parent = nullptr);

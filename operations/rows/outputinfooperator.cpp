@@ -16,7 +16,7 @@ Operations outputInfoOperatorOperations()
                   qOverload<const QString&, QList<QVariant>&, bool>(&C::getAllOutputsInfo),
                   {"deviceKey", "result", "force"}),
         operation("getOutputInfo", &C::getOutputInfo, {"deviceKey", "id", "result"}),
-        operation("setAllOutputsInfo", &C::setAllOutputsInfo, {"deviceKey", "list", "reply"}),
+        operation("setAllOutputsInfo", &C::setAllOutputsInfo, {"deviceKey", "body", "reply"}),
         operation("setAllOutputsPipeMapping", &C::setAllOutputsPipeMapping,
                   {"deviceKey", in("body"), "reply"}),
         operation("setOutputInfo", &C::setOutputInfo, {"deviceKey", "id", in("body"), "reply"}),

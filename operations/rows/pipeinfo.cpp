@@ -22,7 +22,7 @@ Operations pipeInfoOperations()
         operation("getDeviceOnePipeGroupScreenRelativePoint", &C::getDeviceOnePipeGroupScreenRelativePoint,
                   {"deviceKey", "id", "result"}),
         operation("getDeviceGroupScreenInfo", &C::getDeviceGroupScreenInfo, {"deviceKey", "result"}),
-        operation("putDevicePipes", &C::putDevicePipes, {"deviceKey", "list", "reply"}),
+        operation("putDevicePipes", &C::putDevicePipes, {"deviceKey", "body", "reply"}),
         operation("putDeviceOnePipethreeDSingaldelaytime", &C::putDeviceOnePipethreeDSingaldelaytime,
                   {"deviceKey", "body", "reply"}),
         operation("putDeviceOnePipe", &C::putDeviceOnePipe, {"deviceKey", "id", "body", "reply"}),

@@ -57,7 +57,8 @@ Operations screenInfoOperations()
                   {"deviceKey", "id", "result", "force"}),
         operation("getDeviceScreenthreeDStartposition", &C::getDeviceScreenthreeDStartposition,
                   {"deviceKey", "id", "result", "force"}),
-        operation("getColorTemperature", &C::getColorTemperature, {"deviceKey", "id", inout("map"), "force"}),
+        operation("getColorTemperature", &C::getColorTemperature,
+                  {"deviceKey", "id", inout("body"), "force"}),
         operation("getScreenColorSpaceInfo", &C::getScreenColorSpaceInfo, {"deviceKey", "id", "result"}),
         operation("getXbitMode", &C::getXbitMode, {"deviceKey", "id", "result"}),
         operation("getFineGray",
@@ -70,7 +71,7 @@ Operations screenInfoOperations()
         operation("setBrightness", &C::setBrightness, {"deviceKey", "id", in("body"), "brightness"}),
         operation("getBrightnessMode", &C::getBrightnessMode, {"deviceKey", "id", "result"}),
         operation("setBrightnessMode", &C::setBrightnessMode, {"deviceKey", "id", "body", "reply"}),
-        operation("getBrightnessRgb", &C::getBrightnessRgb, {"deviceKey", "id", inout("map")}),
+        operation("getBrightnessRgb", &C::getBrightnessRgb, {"deviceKey", "id", inout("body")}),
         operation("setBrightnessRgb", &C::setBrightnessRgb, {"deviceKey", "id", "body"}),
         operation("getSingleGamma", &C::getSingleGamma, {"deviceKey", "id", "result", "force"}),
         operation("setOneGamma", &C::setOneGamma, {"deviceKey", "id", "body"}),
@@ -90,7 +91,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamHdrSwitch",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamHdrSwitch),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenHdrparamHdrMode",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenHdrparamHdrMode),
@@ -99,7 +100,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamHdrMode",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamHdrMode),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenHdrparamHlgtype",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenHdrparamHlgtype),
@@ -108,7 +109,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamHlgtype",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamHlgtype),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenHdrparamMaxoflight",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenHdrparamMaxoflight),
@@ -117,7 +118,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamMaxoflight",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamMaxoflight),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenHdrparamIlluminance",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenHdrparamIlluminance),
@@ -126,7 +127,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamIlluminance",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamIlluminance),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenHdrparamLowgray",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenHdrparamLowgray),
@@ -135,7 +136,7 @@ Operations screenInfoOperations()
             "putDeviceScreenHdrparamLowgray",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenHdrparamLowgray),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenthreeDSwitch",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenthreeDSwitch),
@@ -144,7 +145,7 @@ Operations screenInfoOperations()
             "putDeviceScreenthreeDSwitch",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenthreeDSwitch),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenthreeDSourceMode",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenthreeDSourceMode),
@@ -153,7 +154,7 @@ Operations screenInfoOperations()
             "putDeviceScreenthreeDSourceMode",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenthreeDSourceMode),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenthreeDEyepriority",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenthreeDEyepriority),
@@ -162,7 +163,7 @@ Operations screenInfoOperations()
             "putDeviceScreenthreeDEyepriority",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenthreeDEyepriority),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenthreeDStartposition",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenthreeDStartposition),
@@ -171,7 +172,7 @@ Operations screenInfoOperations()
             "putDeviceScreenthreeDStartposition",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenthreeDStartposition),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenthreeDDepthField",
                   qOverload<const QString&, const QString&, const QMap<QString, QVariant>&,
                             QMap<QString, QVariant>&>(&C::putDeviceScreenthreeDDepthField),
@@ -180,7 +181,7 @@ Operations screenInfoOperations()
             "putDeviceScreenthreeDDepthField",
             qOverload<const QString&, const QStringList&, const QMap<QString, QVariant>&, QList<QVariant>&>(
                 &C::putDeviceScreenthreeDDepthField),
-            {"deviceKey", "ids", "body", "results"}),
+            {"deviceKey", "ids", "body", "result"}),
         operation("putDeviceScreenCabledisconnect", &C::putDeviceScreenCabledisconnect,
                   {"deviceKey", "id", "body", "reply"}),
         operation("putDeviceScreenSeamadjustment", &C::putDeviceScreenSeamadjustment,

@@ -99,13 +99,13 @@ Reply DeviceState::writeJson(const RouteTable::Match& match, std::string text)
     const bool coefficients = route.coefficients.has_value();
     if (coefficients || text.size() > (list ? maxListBytes : maxValueBytes)) {
         if (!isJson(text)) {
-            return failureReply(400, "the body is no JSON");
+            return failureReply(400, "the body is not valid JSON");
         }
         return coefficients ? writeCoefficients(match, text) : writeText(match, std::move(text));
     }
     json value = parseJson(text);
     if (value.is_discarded()) {
-        return failureReply(400, "the body is no JSON");
+        return failureReply(400, "the body is not valid JSON");
     }
     return write(match, std::move(value));
 }
@@ -116,7 +116,7 @@ Reply DeviceState::writeCoefficients(const RouteTable::Match& match, std::string
     case CoefficientStore::UploadResult::NoCabinet:
         return failureReply(404, "no such cabinet: " + idOf(match));
     case CoefficientStore::UploadResult::NoSpace:
-        return failureReply(507, "the controller keeps no more");
+        return failureReply(507, "the controller has no space for more");
     case CoefficientStore::UploadResult::Done:
         break;
     }
@@ -127,14 +127,14 @@ Reply DeviceState::writeFile(const RouteTable::Match& match, std::string_view co
                              std::string_view body, std::uint64_t bodySize)
 {
     if (!match.route->takesFiles) {
-        return failureReply(415, "this resource takes JSON");
+        return failureReply(415, "this resource accepts only JSON");
     }
     if (!isMultipartForm(contentType)) {
         return write(match, fileDescription(contentType, bodySize));
     }
     const auto parts = formParts(contentType, body);
     if (!parts) {
-        return failureReply(400, "the body is no multipart form");
+        return failureReply(400, "the body is not a valid multipart form");
     }
     if (match.route->effect == WriteEffect::UploadCardFirmware) {
         for (const auto& part : *parts) {
@@ -185,7 +185,7 @@ Reply DeviceState::outcome(const Route& route, const ResourceStore::Written& wri
         m_events.publish(event);
     }
     if (written.status == ResourceStore::Written::Status::NoSpace) {
-        return failureReply(507, "the controller keeps no more");
+        return failureReply(507, "the controller has no space for more");
     }
     return successReply(route.effect == WriteEffect::SelfTest ? successEnvelope(R"([{"id":"1","result":0}])")
                                                               : successEnvelope());

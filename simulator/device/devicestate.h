@@ -38,10 +38,10 @@ public:
     Reply writeFile(const RouteTable::Match& match, std::string_view contentType, std::string_view body,
                     std::uint64_t bodySize);
 
-    /// Measures anew and pushes a warning of the type @p eventType with @p data, or with what was measured
-    /// when that is null. @return the event's id; 0 if there is no warning of that name.
+    /// Takes new measurements and pushes a warning of the type @p eventType with @p data, or with the
+    /// measurements if that is null. @return the event's id; 0 if there is no warning of that name.
     std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
-    /// Back to the starting content.
+    /// Restores the initial state.
     void reset();
 
     CoefficientStore& coefficients() { return m_coefficients; }

@@ -18,46 +18,45 @@ namespace Tessel::Simulator {
 
 /// The state of one controller: the records of its instances and the values of their properties.
 ///
-/// A property of an instance shares the members that the instance's record has too: writing the weight of a
-/// cabinet changes the cabinet in the list. Replies are kept as text until something of their family is
-/// written. Operations may be called from any thread.
+/// A property of an instance shares the members that are also in the instance's record: writing the weight of
+/// a cabinet changes the cabinet in the list. Replies are cached as text until something of their family is
+/// written. May be used from any thread.
 class ResourceStore
 {
 public:
-    /// What a write did.
+    /// The outcome of a write.
     struct Written
     {
         enum class Status {
             Done,
-            NoInstance, ///< the path names an instance that the controller lacks
-            NoSpace     ///< more than a controller keeps
+            NoInstance, ///< the path names an instance that does not exist
+            NoSpace     ///< the limit of stored values is exceeded
         };
         Status status = Status::Done;
         bool changed = false;
-        bool all = false;             ///< every instance was addressed
-        std::vector<std::string> ids; ///< the instances addressed, unless it was all
+        bool all = false;             ///< whether all instances were addressed
+        std::vector<std::string> ids; ///< the addressed instances, unless all were
     };
 
     explicit ResourceStore(Wall wall);
 
     const Wall& wall() const { return m_wall; }
 
-    /// The reply to a GET on @p route with @p id in the place of its placeholder; null when there is no such
-    /// instance.
+    /// The reply to a GET on @p route with @p id for its placeholder; null if there is no such instance.
     SharedText read(const Route& route, const std::string& id);
-    /// Writes @p body. A plural route takes the instances that the body names, and all when it names none.
+    /// Writes @p body. A plural route addresses the instances that the body names, or all if it names none.
     Written write(const Route& route, const std::string& id, const nlohmann::json& body);
-    /// Keeps @p text as it is: what is too large to be worth taking apart.
+    /// Stores @p text unchanged, because it is too large to be parsed.
     Written writeText(const Route& route, const std::string& id, std::string text);
-    /// Measures anew: temperatures and the like move on by one step. @return the step.
+    /// Takes new measurements: temperatures and the like advance by one step. @return the step.
     std::size_t measure();
-    /// Back to the starting content.
+    /// Restores the initial state.
     void reset();
 
 private:
     using Value = WrittenValues::Value;
 
-    // All private operations are called with m_mutex held.
+    // All private functions are called with m_mutex held.
     Collection& records(Family family) { return m_records[static_cast<std::size_t>(family)]; }
     bool hasInstance(const Route& route, const std::string& id) const;
     std::optional<std::size_t> indexOf(Family family, const std::string& id) const;
@@ -75,11 +74,11 @@ private:
     static std::vector<Collection> makeRecords(const Wall& wall);
 
     const Wall m_wall;
-    std::mutex m_mutex; ///< guards everything below
+    std::mutex m_mutex; ///< guards all members below
     std::vector<Collection> m_records;
     WrittenValues m_values;
     ReplyCache m_replies;
-    std::size_t m_step = 0; ///< how often it was measured anew
+    std::size_t m_step = 0; ///< the number of measurements taken
 };
 
 } // namespace Tessel::Simulator

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// What operations read from the caches that requests fill. See request.md for when to use which.
+// Reading from the caches that requests fill. See request.md for when to use which.
 #ifndef TESSEL_FRAMES_CACHEACCESS_H
 #define TESSEL_FRAMES_CACHEACCESS_H
 
@@ -14,7 +14,7 @@
 
 namespace Tessel {
 
-/// Whether @p cache may answer for the device. @p force asks for a fetch whatever the cache holds; an
+/// Whether @p cache can be used for the device. @p force requires a fetch whatever the cache holds; an
 /// operator with a watch flag passes `force || !m_isWatch`. @p mutex, if given, guards the cache.
 // Quirk: An empty entry counts as cached.
 template <class Entry>

@@ -18,7 +18,8 @@ inline AsParsed asParsed(QList<QVariant>& list)
     return {list};
 }
 
-/// What an output takes of a reply: its type names the decoder. Empty containers after a failure.
+/// The part of a reply that an output receives; its type selects the decoder. Containers are empty after a
+/// failure.
 inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
 {
     out = package.getRoutesJsonMap();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tessel/frames/missedevents.h"
 
-#include <communicator/deviceconnections.h>
+#include <communicator/httpproxy.h>
 #include <tessel/pushevents.h>
 
 #include <QJsonDocument>
@@ -27,9 +27,9 @@ QByteArray eventText(const EventRow& row)
 
 } // namespace
 
-QList<QByteArray> refreshingEvents()
+QByteArrayList refreshingEvents()
 {
-    QList<QByteArray> events;
+    QByteArrayList events;
     for (const EventRow& row : eventRows) {
         if (row.effects[0].routeKey) {
             events.append(eventText(row));
@@ -38,12 +38,15 @@ QList<QByteArray> refreshingEvents()
     return events;
 }
 
+// By name: a transport that knows no such report is used as it is.
 void reportMissedEvents()
 {
-    using Krelm::Communicator::HttpDevice::DeviceConnections;
+    using Krelm::Communicator::HttpDevice::HttpProxy;
     static const bool isDone = [] {
-        DeviceConnections* const connections = DeviceConnections::getInstance();
-        connections->setChangeEvents(refreshingEvents() + connections->changeEvents());
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        if (proxy->metaObject()->indexOfMethod("addChangeEvents(QByteArrayList)") >= 0) {
+            QMetaObject::invokeMethod(proxy, "addChangeEvents", Q_ARG(QByteArrayList, refreshingEvents()));
+        }
         return true;
     }();
     Q_UNUSED(isDone)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The form in which an operation is answered later. See request.md for when to use it.
+// The form of operations that are answered later. See request.md for when to use it.
 #ifndef TESSEL_FRAMES_PENDINGREQUEST_H
 #define TESSEL_FRAMES_PENDINGREQUEST_H
 
@@ -29,8 +29,8 @@ public:
         m_package->setUrl(routePath(routeKey));
     }
 
-    /// GETs into @p cache: on success the device's entry is replaced, on failure the cache stays as it was.
-    /// Then @p handled is called with whether it was replaced.
+    /// Sends a GET and stores the reply in @p cache: on success the device's entry is replaced, on failure
+    /// the cache is unchanged. Then calls @p handled with whether it was replaced.
     template <class Entry, class Handled>
     void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, Handled handled)
     {
@@ -45,7 +45,7 @@ public:
         });
     }
 
-    /// GETs, and gives the answered package, whatever its state, to @p takeOver, which owns it from then on.
+    /// Sends a GET and passes the answered package, whatever its state, to @p takeOver, which then owns it.
     template <class TakeOver>
     void get(const QString& deviceKey, TakeOver takeOver)
     {
@@ -55,8 +55,8 @@ public:
                          [takeOver](HttpJsonPackage* reply) { takeOver(reply); });
     }
 
-    /// PUTs, and calls @p answered with the reply, whatever its state, unless @p context is gone by then: the
-    /// package goes with it. Returns whether the request was started.
+    /// Sends a PUT and calls @p answered with the reply, whatever its state, unless @p context has been
+    /// destroyed, together with the package. Returns whether the request was started.
     template <class Answered>
     bool put(const QString& deviceKey, const QObject* context, Answered answered)
     {
@@ -76,7 +76,8 @@ public:
         whenAnswered(package, package, answered, Qt::DirectConnection);
     }
 
-    /// PUTs, and calls @p stored once the exchange succeeded; never after a failure. Otherwise like put().
+    /// Sends a PUT and calls @p stored once the exchange has succeeded, never after a failure. Otherwise like
+    /// put().
     template <class Stored>
     bool writeThrough(const QString& deviceKey, const QObject* context, Stored stored)
     {
@@ -91,7 +92,7 @@ private:
     friend class PackageFiller<PendingRequest>;
     HttpJsonPackage& packageToFill() { return *m_package; }
 
-    // Connecting after the start is safe: the transport never answers from inside the starting call.
+    // It is safe to connect after the start: the transport never answers from inside the starting call.
     template <class Answered>
     static void whenAnswered(HttpJsonPackage* package, const QObject* context, Answered answered,
                              Qt::ConnectionType type = Qt::AutoConnection)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The forms in which an operation waits for the device, or fires and forgets. See request.md for when to use
-// which.
+// The forms of operations that wait for the device, or that do not wait at all. See request.md for when to
+// use which.
 #ifndef TESSEL_FRAMES_REQUEST_H
 #define TESSEL_FRAMES_REQUEST_H
 
@@ -17,12 +17,12 @@ namespace Tessel {
 using Krelm::Communicator::HttpDevice::HttpMutilPartPackage;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 
-/// A request whose package lives on the stack. Base of the requests that have their outcome on return.
+/// A request whose package lives on the stack. Base class of requests whose outcome is known on return.
 template <class Self, class Package>
 class StackRequest : public PackageFiller<Self>
 {
 public:
-    /// Fills the outputs from the package as it is, then tests its state.
+    /// Fills the outputs from the package in any case, then checks its state.
     // Quirk: A failure empties the outputs.
     // Quirk: A device that refuses by its code counts as having succeeded.
     template <class... Outputs>
@@ -44,9 +44,9 @@ private:
 
 /// A blocking request, or a fire-and-forget one.
 ///
-/// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, also
-/// after a failure, which empties them; the result is whether the transport's state is zero. The device's
-/// `code` does not count.
+/// Every verb takes the device and any number of outputs. The outputs are filled from the reply first, even
+/// after a failure, which empties them; the result says whether the transport's state is zero. The device's
+/// `code` is not checked.
 class Request : public StackRequest<Request, HttpJsonPackage>
 {
 public:
@@ -91,7 +91,7 @@ public:
     }
 
     /// Fetches into @p cache: on success the device's entry is replaced and the result is `true`; on failure
-    /// the cache stays as it was. @p mutex, if given, guards the cache and is locked once the reply has
+    /// the cache is unchanged. @p mutex, if given, guards the cache and is locked only after the reply has
     /// arrived.
     // Quirk: A refusal by code is cached.
     template <class Entry>
@@ -99,7 +99,7 @@ public:
     {
         return fetch(deviceKey, cache, mutex, [] {});
     }
-    /// The same; calls @p stored after the store, with the mutex still held.
+    /// The same, and calls @p stored after the store while the mutex is still held.
     template <class Entry, class Stored>
     bool fetch(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex, Stored stored)
     {
@@ -113,8 +113,8 @@ public:
         return true;
     }
 
-    /// Fire and forget: hands the request to the transport and reports on a package without a reply, so the
-    /// outputs become empty and the result is that of a fresh package.
+    /// Fire and forget: passes the request to the transport and returns at once, without a reply, so the
+    /// outputs are empty and the result is that of a new package.
     // Quirk: A write that is not waited for reports a package without a reply.
     template <class... Outputs>
     bool putNoReply(const QString& deviceKey, Outputs&&... outputs)

@@ -7,10 +7,14 @@
 #include <communicator/httpproxy.h>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
 #include <QLoggingCategory>
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -68,6 +72,25 @@ int blockingState(const QString& address)
     return package.getSimpleState();
 }
 
+/// Whether the transport's thread ends: the system may show one for a moment that has been joined.
+bool loopEnds()
+{
+    const QDir threads(QStringLiteral("/proc/self/task"));
+    const auto isLoop = [&threads](const QString& thread) {
+        QFile name(threads.filePath(thread + QStringLiteral("/comm")));
+        return name.open(QIODevice::ReadOnly) && name.readAll() == "tessel-io\n";
+    };
+    const QDeadlineTimer patience(10000);
+    while (!patience.hasExpired()) {
+        const QStringList all = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        if (std::none_of(all.cbegin(), all.cend(), isLoop)) {
+            return true;
+        }
+        std::this_thread::yield();
+    }
+    return false;
+}
+
 void streamEvents(const QString& address)
 {
     DeviceEndpoint endpoint;
@@ -93,6 +116,20 @@ int main(int argc, char** argv)
     if (way == "without an application") {
         std::printf("state %d\n", blockingState(well));
         requests.start(stalled);
+        return 0;
+    }
+    // What TLS needs goes at exit as well.
+    if (way == "a connection over TLS") {
+        DeviceEndpoint endpoint;
+        endpoint.address = QStringLiteral("https://") + well;
+        endpoint.verifyTls = false;
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        proxy->addDevice(QStringLiteral("wall"), endpoint);
+        std::printf("state %d\n", blockingState(QStringLiteral("wall")));
+        static HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/x"));
+        proxy->get(QStringLiteral("wall"), &package);
+        std::printf("state %d\n", blockingState(QStringLiteral("wall")));
         return 0;
     }
     if (way == "observer" || way == "blocking observer") {
@@ -137,6 +174,7 @@ int main(int argc, char** argv)
             requests.start(stalled);
         }
         std::printf("between %d\n", blockingState(well));
+        std::puts(loopEnds() ? "no thread" : "a thread that is left");
         QCoreApplication application(argc, argv);
         std::printf("state %d\n", blockingState(well));
         Requests again;
@@ -163,6 +201,11 @@ int main(int argc, char** argv)
     QTimer::singleShot(0, &inThread, [stalled] {
         static Requests elsewhere;
         elsewhere.start(stalled);
+    });
+    setExchangeObserver([](const ExchangeRecord&) {
+        if (leaving) {
+            std::puts("told after the end");
+        }
     });
     // At whatever moment of the requests this falls; the time is for some of them to be under way.
     QTimer::singleShot(100, &application, [&] {

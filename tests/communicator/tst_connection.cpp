@@ -263,6 +263,24 @@ private Q_SLOTS:
         ::close(ends[1]);
     }
 
+    void theKernelIsToldThreeFifthsOfTheLimit()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        // The limit stays as it is while it is neither too long nor much too short.
+        for (const auto& [limit, wanted] :
+             {std::pair(10000, 6000), {7500, 6000}, {24000, 6000}, {7000, 4200}, {100000, 60000}}) {
+            ends.say("x");
+            char byte = 0;
+            QCOMPARE(connection.receiveWithin(std::chrono::milliseconds(limit), &byte, 1).status,
+                     Status::Moved);
+            timeval set{};
+            socklen_t size = sizeof set;
+            QCOMPARE(::getsockopt(ends.ours, SOL_SOCKET, SO_RCVTIMEO, &set, &size), 0);
+            QCOMPARE(int(set.tv_sec * 1000 + set.tv_usec / 1000), wanted);
+        }
+    }
+
     void aThreadWithASmallStackMaySendRequests()
     {
         struct Task

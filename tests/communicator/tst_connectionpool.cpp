@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/exchangeobserver.h"
 #include "communicator/http/connectionpool.h"
 #include "enginebench.h"
 
@@ -146,6 +147,78 @@ private Q_SLOTS:
         server.setMode(Mode::Answer);
         QCOMPARE(pool.ask(server.address()).state, State::Success);
         QCOMPARE(server.connections(), 2);
+    }
+
+    // The observer is called within the exchange: who closes the pool may take it away then.
+    void closingWaitsForWhoeverIsWithin()
+    {
+        MisbehavingServer server(Mode::Stall);
+        Pool pool;
+        std::atomic<bool> told{false};
+        setExchangeObserver([&](const ExchangeRecord&) {
+            for (int i = 0; i < 1000; ++i) {
+                std::this_thread::yield();
+            }
+            told = true;
+        });
+        std::vector<std::thread> threads = pool.askAtOnce(server.address(), 1);
+        const bool delivered = server.waitForDeliveries(1);
+        pool.pool.close();
+        const bool left = told;
+        threads.front().join();
+        setExchangeObserver({});
+        QVERIFY(delivered);
+        QVERIFY(left);
+    }
+
+    // Each device may have one request under way while twice as many are as the share counts.
+    void anEngineTakesItsShareOfTheDescriptors_data()
+    {
+        QTest::addColumn<bool>("daemon");
+        QTest::addColumn<int>("count");
+        QTest::newRow("a quarter") << false << 2 * 80;
+        QTest::newRow("a sixteenth for daemon requests") << true << 2 * 20;
+    }
+    void anEngineTakesItsShareOfTheDescriptors()
+    {
+        QFETCH(bool, daemon);
+        QFETCH(int, count);
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        rlimit lower = before;
+        lower.rlim_cur = 320;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &lower), 0);
+        std::optional<Bench> bench(std::in_place);
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+        MisbehavingServer server(Mode::Stall);
+        DeviceEndpoint endpoint;
+        endpoint.address = server.address();
+        for (int i = 0; i < count + 20; ++i) {
+            const QString key = QStringLiteral("wall %1").arg(i);
+            bench->add(key, endpoint);
+            HttpRequest asked = request(key);
+            asked.daemon = daemon;
+            asked.expectedTime = 60000;
+            bench->engine.start(asked, [](const HttpReply&) {});
+        }
+        QVERIFY(server.waitForDeliveries(count));
+        bench->loop->run([] {});
+        QCOMPARE(server.connections(), count);
+        bench->engine.stop();
+    }
+
+    // Only a connection that was kept may have ended as the request went out.
+    void aReadOnAFreshConnectionIsNotRepeated()
+    {
+        MisbehavingServer server;
+        Pool pool;
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        server.dropConnections();
+        QTRY_COMPARE(server.open(), 0);
+        server.setRaw({});
+        server.setMode(Mode::Raw);
+        QCOMPARE(pool.ask(server.address()).state, State::Broken);
+        QCOMPARE(server.deliveries(), 2);
     }
 
     void aClosedPoolHasNoConnectionsAndRefuses()

@@ -12,7 +12,9 @@
 
 #include <fcntl.h>
 #include <future>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/resource.h>
 #include <thread>
 
 using namespace Krelm::Communicator::HttpDevice;
@@ -25,6 +27,30 @@ std::shared_ptr<const Device> deviceAt(const QString& address)
 {
     return DeviceRegistry().find(address);
 }
+
+/// Connections to it are open without anybody who accepts them.
+struct OpenListener
+{
+    OpenListener()
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto* const any = reinterpret_cast<sockaddr*>(&address);
+        if (::bind(socket, any, size) != 0 || ::listen(socket, 64) != 0 ||
+            ::getsockname(socket, any, &size) != 0) {
+            qFatal("nothing can listen");
+        }
+        port = ntohs(address.sin_port);
+    }
+    ~OpenListener() { ::close(socket); }
+    QString address() const { return QStringLiteral("127.0.0.1:%1").arg(port); }
+
+    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    quint16 port = 0;
+    Q_DISABLE_COPY_MOVE(OpenListener)
+};
 
 /// A connector on a loop of its own.
 struct Looping
@@ -154,6 +180,44 @@ private Q_SLOTS:
         const ConnectResult later = connector.connect(*device, 1h);
         QVERIFY(!later.connection);
         QCOMPARE(later.state, State::Aborted);
+    }
+
+    // Each limit ends the attempt at another place; the last place is where the connection is there and gets
+    // a descriptor of its own.
+    void withoutAFreeDescriptorAnAttemptSaysWhatFailed_data() { bothWays(); }
+    void withoutAFreeDescriptorAnAttemptSaysWhatFailed()
+    {
+        QFETCH(bool, blocking);
+        const OpenListener listener;
+        const auto device = deviceAt(listener.address());
+        Looping looping;
+        rlimit usual{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
+        const int lowest = ::dup(0);
+        QVERIFY(lowest >= 0);
+        ::close(lowest);
+        QStringList reasons;
+        bool isOpen = false;
+        for (int more = 0; more < 16 && !isOpen; ++more) {
+            rlimit tight = usual;
+            tight.rlim_cur = rlim_t(lowest + more);
+            QCOMPARE(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+            BlockingConnector connector;
+            ConnectResult result =
+                blocking ? connector.connect(*device, 10s) : looping.connect(listener.address(), 10s).get();
+            ::setrlimit(RLIMIT_NOFILE, &usual);
+            isOpen = result.connection != nullptr;
+            QCOMPARE(result.state == State::Success, isOpen);
+            QVERIFY(result.state != State::Aborted);
+            QCOMPARE(result.error.isEmpty(), isOpen);
+            if (!isOpen) {
+                reasons << QStringLiteral("%1 %2").arg(result.state).arg(result.error);
+            }
+        }
+        QVERIFY(isOpen);
+        const QString lost =
+            QStringLiteral("%1 the connection was lost as soon as it was open").arg(State::Broken);
+        QVERIFY2(reasons.contains(lost), qPrintable(reasons.join(QLatin1Char('\n'))));
     }
 
     void anAttemptThatIsGivenUpTellsNothing()

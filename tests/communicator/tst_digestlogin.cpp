@@ -130,6 +130,9 @@ private Q_SLOTS:
         row("a scheme with a token", "Negotiate, digest realm=r, nonce=a", "a");
         row("one that wants the body hashed",
             "Digest realm=r, nonce=a, qop=\"auth-int\", Digest realm=r, nonce=b", "b");
+        row("the first of two", "Digest realm=r, nonce=a, Digest realm=r, nonce=b", "a");
+        row("the first of two strong ones",
+            "Digest realm=r, nonce=a, algorithm=SHA-256, Digest realm=r, nonce=b, algorithm=SHA-256", "a");
         row("blanks around the sign", "Digest realm \t= \t\"r\" ,\t nonce =a , Basic realm=x", "a");
         row("a name that is none", "Digest realm=r, \x7f=b, nonce=a", "");
         row("escapes", "Digest realm=\"a \\\"b\\\"\", nonce=\"a\"", "a");

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void aStreamGoesOnWhoseReceiverProcessesEvents_data();
     void aStreamGoesOnWhoseReceiverProcessesEvents();
     void theEventsBehindOneComeWhileItsReceiverRunsALoop();
+    void aDeviceThatIsTakenAwayIsToldOnceAndItsStreamEnds();
 
 private:
     /// Opens the stream, which delivers `first` once it is open.
@@ -133,6 +134,23 @@ void TestEventDelivery::theEventsBehindOneComeWhileItsReceiverRunsALoop()
     m_server->broadcast(eventText(1) + eventText(2));
     QTRY_VERIFY(!inside.isEmpty());
     QCOMPARE(inside, (QList<QByteArray>{"0", "1", "2", "3", "4"}));
+}
+
+void TestEventDelivery::aDeviceThatIsTakenAwayIsToldOnceAndItsStreamEnds()
+{
+    QStringList told;
+    QObject receiver;
+    HttpProxy* const proxy = HttpProxy::getInstance();
+    connect(proxy, &HttpProxy::deviceChanged, &receiver, [&] { told << QStringLiteral("changed"); });
+    connect(proxy, &HttpProxy::deviceLogout, &receiver,
+            [&](const QString& key) { told << QStringLiteral("logout ") + key; });
+    open(0);
+    QTRY_COMPARE(m_server->open(), 1);
+    QTRY_COMPARE(told, QStringList{QStringLiteral("changed")});
+    QVERIFY(proxy->removeDevice(wall));
+    QTRY_COMPARE(told, (QStringList{QStringLiteral("changed"), QStringLiteral("logout wall"),
+                                    QStringLiteral("changed")}));
+    QTRY_COMPARE(m_server->open(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestEventDelivery)

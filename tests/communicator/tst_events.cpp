@@ -12,6 +12,7 @@
 #include <QLoggingCategory>
 #include <QtTest>
 
+#include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -106,6 +107,51 @@ private Q_SLOTS:
         QCOMPARE(received[0].target, QByteArray("/api/v1/events"));
         QCOMPARE(received[0].headers.value("accept"), QByteArray("text/event-stream"));
         QVERIFY(!received[0].headers.contains("last-event-id"));
+    }
+
+    void aStreamThatIsClosedIsNeverWokenAgain()
+    {
+        EventTimings timings = quickTimings();
+        timings.connect = 100ms;
+        timings.firstDelay = 1ms;
+        timings.longestDelay = 1ms;
+        MisbehavingServer server(Mode::ResetOnAccept);
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_VERIFY(server.connections() >= 3);
+        listening.channels.close(wall, {});
+        // Whatever it left is due before this.
+        std::promise<void> later;
+        listening.loop->run([&] {
+            listening.loop->startTimer(IoLoop::Clock::now() + timings.connect, [&] { later.set_value(); });
+        });
+        QCOMPARE(later.get_future().wait_for(10s), std::future_status::ready);
+        const int connections = server.connections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(server.connections(), connections);
+    }
+
+    void aDeviceThatNeverAnswersIsTriedAgain()
+    {
+        MisbehavingServer server(Mode::Stall);
+        EventTimings timings = quickTimings();
+        timings.connect = 50ms;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(3));
+    }
+
+    void theTimingsAreThoseThatArePromised()
+    {
+        const EventTimings timings;
+        QCOMPARE(timings.connect.count(), 10000);
+        QCOMPARE(timings.firstDelay.count(), 1000);
+        QCOMPARE(timings.longestDelay.count(), 60000);
+        QCOMPARE(timings.loginDelay.count(), 300000);
+        QCOMPARE(timings.stableAfter.count(), 30000);
+        QCOMPARE(timings.silence.count(), 45000);
+        QCOMPARE(timings.goneAfter.count(), 60000);
+        QCOMPARE(timings.jitter, 0.3);
     }
 
     void aBrokenStreamIsResumedBehindTheLastEvent()
@@ -574,6 +620,7 @@ private Q_SLOTS:
 
     void aDeviceThatStaysAwayIsLoggedOutOnce()
     {
+        const LogCollector log;
         const ClosedPort closed;
         EventTimings timings = quickTimings();
         timings.goneAfter = 100ms;
@@ -589,6 +636,7 @@ private Q_SLOTS:
                                    return event.deviceKey == wall && event.kind == ProxyEvent::Kind::Logout;
                                }),
                  1);
+        QCOMPARE(log.lines().count(QStringLiteral("tessel.events.info: wall: gone")), 1);
     }
 
     void aFullQueuePausesTheStreamAndLosesNothing()
@@ -607,6 +655,19 @@ private Q_SLOTS:
         for (int i = 0; i < 200; ++i) {
             listening.loop->run([] {});
         }
+        const pid_t thread = threadOf(*listening.loop);
+        const auto staysAsleep = [thread] {
+            bool asleep = true;
+            for (int i = 0; i < 50 && asleep; ++i) {
+                asleep = sleeps(thread);
+            }
+            return asleep;
+        };
+        const QDeadlineTimer patience(10000); // without the event loop, which would deliver
+        while (!staysAsleep() && !patience.hasExpired()) {
+            std::this_thread::yield();
+        }
+        QVERIFY(staysAsleep());
         QCoreApplication::processEvents();
         QVERIFY2(listening.events.size() < 8192, qPrintable(QString::number(listening.events.size())));
         QTRY_COMPARE_WITH_TIMEOUT(listening.events.size(), count, 60000);

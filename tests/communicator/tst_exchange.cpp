@@ -328,6 +328,69 @@ private Q_SLOTS:
         QCOMPARE(watched.record.bytesReceived, qint64(2));
     }
 
+    void theEndOfTheConnectionMayEndAChallenge()
+    {
+        for (const Status how : {Status::Closed, Status::Failed}) {
+            Watched watched;
+            const HttpRequest asked = request(QStringLiteral("wall"));
+            QCOMPARE(watched.prepare(asked, true), State::Success);
+            QCOMPARE(watched.feed(challenge + "\r\n{}"), Step::GoOn);
+            QCOMPARE(watched.lose(how), how == Status::Closed ? Step::AgainFresh : Step::Ended);
+            watched.exchange.finish();
+        }
+    }
+
+    void aNonceThatRanOutBetweenRequestsIsReplaced()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const std::shared_ptr<const Device> wall = device(true);
+        const HttpRequest asked = request(QStringLiteral("wall"));
+        const auto now = std::chrono::steady_clock::now();
+        QCOMPARE(watched.exchange.prepare(asked, wall, now), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(challenge + "Content-Length: 0\r\n\r\n"), Step::AgainHere);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(goodReply), Step::Ended);
+        QCOMPARE(watched.exchange.finish().state, State::Success);
+        // The next one carries the answer to the first nonce from the start, and may get another.
+        const QByteArray other = "HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, nonce=m\r\n"
+                                 "Content-Length: 0\r\n\r\n";
+        QCOMPARE(watched.exchange.prepare(asked, wall, now), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QCOMPARE(watched.feed(other), Step::AgainHere);
+        watched.exchange.finish();
+    }
+
+    void aChallengeMayComeThoughTheRequestCouldNotBeSent()
+    {
+        SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Put, QByteArray(32 << 20, 'b'));
+        QCOMPARE(watched.prepare(asked, true), State::Success);
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        ends.reset();
+        QVERIFY(connection.wait(false, std::chrono::seconds(10)));
+        QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+        QVERIFY(watched.exchange.mayReceive());
+        QCOMPARE(watched.feed(challenge + "Content-Length: 0\r\n\r\n"), Step::AgainFresh);
+        QVERIFY(!watched.exchange.mayReceive()); // it is to be sent once more
+        watched.exchange.finish();
+    }
+
+    void theTimeOfAnExchangeCountsFromItsStart()
+    {
+        Watched watched;
+        const auto started = std::chrono::steady_clock::now() - std::chrono::seconds(90);
+        QCOMPARE(watched.exchange.prepare(request(QStringLiteral("wall")), device(), started),
+                 State::Success);
+        watched.exchange.finish(State::TimedOut, {});
+        QVERIFY2(watched.record.milliseconds >= 90000,
+                 qPrintable(QString::number(watched.record.milliseconds)));
+    }
+
     void whatCannotBeSentSaysWhy_data()
     {
         QTest::addColumn<QString>("path");

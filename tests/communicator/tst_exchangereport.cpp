@@ -2,8 +2,10 @@
 #include "communicator/exchangeid.h"
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/exchangereport.h"
+#include "communicator/http/refusal.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/timelimit.h"
+#include "communicator/runtime/logging.h"
 
 #include <QtTest>
 
@@ -32,6 +34,30 @@ private Q_SLOTS:
         }
         request.expectedTime = 1;
         QCOMPARE(timeLimit(request).count(), std::chrono::milliseconds::rep(1));
+    }
+
+    void whatAKeyMayHideIsMasked_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("printed");
+        QTest::newRow("plain") << QStringLiteral("wall:80") << QStringLiteral("wall:80");
+        QTest::newRow("login") << QStringLiteral("u:p@q@wall") << QStringLiteral("***@wall");
+        QTest::newRow("query") << QStringLiteral("wall?a=1?b") << QStringLiteral("wall?***");
+        QTest::newRow("both") << QStringLiteral("u@wall?a") << QStringLiteral("***@wall?***");
+        QTest::newRow("nothing else") << QStringLiteral("@?") << QStringLiteral("***@?***");
+        QTest::newRow("a query alone") << QStringLiteral("?a") << QStringLiteral("?***");
+        QTest::newRow("line ends") << QStringLiteral("a\r\nb") << QStringLiteral("a??b");
+    }
+    void whatAKeyMayHideIsMasked()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, printed);
+        QCOMPARE(printableKey(key), printed);
+    }
+
+    void anAbortIsNamed()
+    {
+        QCOMPARE(abortedError(), QStringLiteral("the transport was stopped or the device removed"));
     }
 
     void methodsHaveTheirVerbs()

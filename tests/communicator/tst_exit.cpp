@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "misbehavingserver.h"
+#include "tlsserver.h"
 
 #include <childprogram.h>
 
@@ -13,6 +14,10 @@ class TestExit : public QObject
 private Q_SLOTS:
     void aProcessEndsCleanlyWithRequestsInFlight_data();
     void aProcessEndsCleanlyWithRequestsInFlight();
+    void aProcessEndsCleanlyWithAConnectionOverTls();
+
+private:
+    static void endsWith(const QStringList& arguments, const QByteArray& output);
 };
 
 void TestExit::aProcessEndsCleanlyWithRequestsInFlight_data()
@@ -32,17 +37,33 @@ void TestExit::aProcessEndsCleanlyWithRequestsInFlight_data()
         called += "called\n";
     }
     QTest::newRow("another application follows")
-        << QStringLiteral("a second application") << QByteArray("between 10\nstate 0\n" + called);
+        << QStringLiteral("a second application") << QByteArray("between 10\nno thread\nstate 0\n" + called);
 }
 
 void TestExit::aProcessEndsCleanlyWithRequestsInFlight()
 {
     QFETCH(QString, way);
     QFETCH(QByteArray, output);
-    MisbehavingServer stalled(Mode::Stall);
-    MisbehavingServer well;
+    const MisbehavingServer stalled(Mode::Stall);
+    const MisbehavingServer well;
+    endsWith({way, stalled.address(), well.address()}, output);
+}
+
+void TestExit::aProcessEndsCleanlyWithAConnectionOverTls()
+{
+    TlsServer server;
+    if (!server.isAvailable()) {
+        QSKIP("the openssl program is not installed");
+    }
+    QVERIFY(server.start());
+    QVERIFY(server.serve(QStringLiteral("/x"), "{\"code\":0}"));
+    endsWith({QStringLiteral("a connection over TLS"), QString(), server.address()}, "state 0\nstate 0\n");
+}
+
+void TestExit::endsWith(const QStringList& arguments, const QByteArray& output)
+{
     QProcess process;
-    startProgram(process, QStringLiteral(EXITINFLIGHT), {way, stalled.address(), well.address()});
+    startProgram(process, QStringLiteral(EXITINFLIGHT), arguments);
     if (!QTest::currentTestFailed()) {
         expectEnd(process, output);
     }

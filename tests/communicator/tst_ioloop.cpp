@@ -249,6 +249,33 @@ private Q_SLOTS:
         QVERIFY(!was);
     }
 
+    void aWatcherIsNotToldWhatAnEarlierRoundTold()
+    {
+        const Pipe one;
+        const Pipe two;
+        IoLoop loop;
+        std::atomic<int> ones{0};
+        std::atomic<int> twos{0};
+        loop.run([&] {
+            const auto watch = [&](const Pipe& pipe, std::atomic<int>& told) {
+                loop.watch(pipe.reader(), EPOLLIN, [&](std::uint32_t) {
+                    ++told;
+                    pipe.hear();
+                });
+            };
+            watch(one, ones);
+            watch(two, twos);
+            one.say();
+            two.say();
+        });
+        QTRY_COMPARE(ones.load() + twos.load(), 2);
+        for (int i = 2; i <= 4; ++i) {
+            one.say();
+            QTRY_COMPARE(ones.load(), i);
+        }
+        QCOMPARE(twos.load(), 1);
+    }
+
     void aWatcherMayTakeAnotherAwayThatIsDue()
     {
         const Pipe one;

@@ -221,6 +221,32 @@ private Q_SLOTS:
         QCOMPARE(Json::write(list), documentText(list));
     }
 
+    // What is cut off costs a copy, so that only much is.
+    void aTextKeepsLittleMoreMemoryThanItNeeds_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("capacity");
+        QTest::newRow("much too much") << 300 << 300;
+        QTest::newRow("an eighth too much") << 455 << 455;
+        QTest::newRow("less than that") << 456 << 512;
+        QTest::newRow("just the room that is there") << 512 << 512;
+    }
+    void aTextKeepsLittleMoreMemoryThanItNeeds()
+    {
+        QFETCH(int, size);
+        QFETCH(int, capacity);
+        QVariantList list;
+        for (int i = 2; i < size; i += 2) { // a digit and a comma or bracket each
+            list << 1;
+        }
+        if (size % 2 == 0) {
+            list.last() = 11;
+        }
+        const QByteArray text = Json::write(list);
+        QCOMPARE(text.size(), size);
+        QCOMPARE(text.capacity(), capacity);
+    }
+
     void nestingTooDeepGivesNoText()
     {
         QVariant value = 1;

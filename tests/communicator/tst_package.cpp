@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpjsonpackage.h>
 #include <communicator/httpmutilpartpackage.h>
+#include <logcollector.h>
 
 #include <QSet>
 #include <QUrl>
@@ -29,6 +30,33 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+    }
+
+    void aReplyThatIsNoObjectIsWarnedOfOnce_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("warnings");
+        QTest::newRow("none yet") << 0 << QByteArray() << 0;
+        QTest::newRow("204") << 204 << QByteArray() << 0;
+        QTest::newRow("empty") << 200 << QByteArray() << 1;
+        QTest::newRow("text") << 200 << QByteArray("x") << 1;
+        QTest::newRow("204 with a text") << 204 << QByteArray("x") << 1;
+        QTest::newRow("text without a status") << 0 << QByteArray("x") << 1;
+        QTest::newRow("an object") << 200 << QByteArray("{}") << 0;
+    }
+    void aReplyThatIsNoObjectIsWarnedOfOnce()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, warnings);
+        const LogCollector log;
+        HttpJsonPackage package(nullptr);
+        package.replyStatus = status;
+        package.setReceiveData(body);
+        QVERIFY(package.getRoutesJsonMap().isEmpty());
+        QVERIFY(package.getJsonDataListMap().isEmpty());
+        QCOMPARE(log.lines().filter(QStringLiteral(": the reply is not a JSON object")).size(), warnings);
     }
 
     void whatIsSetIsReadBack()

@@ -38,6 +38,9 @@ struct Watch : ReconnectPolicy::Listener
         lastDelay = delay;
     }
 
+    explicit Watch(const EventTimings& timings = Watch::timings())
+        : policy(*this, timings, [this] { return random; })
+    {}
     QStringList take() { return std::exchange(done, {}); }
     void advance(std::chrono::milliseconds by)
     {
@@ -63,7 +66,7 @@ struct Watch : ReconnectPolicy::Listener
     ReconnectPolicy::Clock::time_point answered{};
     std::chrono::milliseconds lastDelay{};
     ReconnectPolicy::Clock::time_point now{1000s};
-    ReconnectPolicy policy{*this, timings(), [this] { return random; }};
+    ReconnectPolicy policy;
 };
 
 const QStringList opened{QStringLiteral("open")};
@@ -183,6 +186,22 @@ private Q_SLOTS:
         }
     }
 
+    void delaysDoubleTwentyTimesAtMost()
+    {
+        EventTimings timings = Watch::timings();
+        timings.firstDelay = 1ms;
+        timings.longestDelay = std::chrono::hours(24 * 365);
+        timings.goneAfter = timings.longestDelay;
+        Watch watch(timings);
+        watch.policy.start(watch.now);
+        for (int failures = 1; failures <= 30; ++failures) {
+            watch.fail();
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1 << std::min(failures - 1, 20)));
+            watch.now += watch.lastDelay;
+            watch.policy.tick(watch.now);
+        }
+    }
+
     void jitterShortensADelay()
     {
         Watch watch;
@@ -217,6 +236,20 @@ private Q_SLOTS:
         watch.stream(31s);
         watch.fail(Failure::Ended);
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(1s));
+    }
+
+    void aStreamIsStableFromItsTimeOn()
+    {
+        for (const auto lasted : {29999ms, 30000ms}) {
+            Watch watch;
+            watch.policy.start(watch.now);
+            watch.fail();
+            watch.advance(1s);
+            watch.policy.connected(watch.now);
+            watch.now += lasted;
+            watch.fail(Failure::Ended);
+            QCOMPARE(watch.lastDelay, std::chrono::milliseconds(lasted == 30s ? 1s : 2s));
+        }
     }
 
     void theFirstFailureOfARowStandsOut()

@@ -39,7 +39,9 @@ private Q_SLOTS:
         feed(first, headOf(700) + QByteArray(600, 'a'));
         {
             ReplyReader second(limits);
-            feed(second, headOf(500) + QByteArray(500, 'b'));
+            const QByteArray tooMuch = headOf(500) + QByteArray(500, 'b');
+            QCOMPARE(second.feed(tooMuch.constData(), std::size_t(tooMuch.size())),
+                     ResponseParser::State::Refused);
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
             QVERIFY(!second.error().isEmpty());
             second.reset();
@@ -58,6 +60,31 @@ private Q_SLOTS:
         third.restart();
         feed(third, headOf(1000) + QByteArray(1000, 'g'));
         QCOMPARE(third.finish(State::Success).body, QByteArray(1000, 'g'));
+    }
+
+    // The room behind a text is for the JSON reader, which would copy it otherwise.
+    void aBodyTakesTheMemoryThatItNeeds_data()
+    {
+        QTest::addColumn<int>("length");
+        QTest::addColumn<int>("first"); // bytes of the first piece
+        QTest::addColumn<int>("capacity");
+        QTest::newRow("whole") << 1000 << 1000 << 1064;
+        QTest::newRow("in two pieces") << 1000 << 1 << 1064;
+        QTest::newRow("large") << (1 << 20) << 1 << (1 << 20) + 64;
+        QTest::newRow("larger than what is taken at once") << (1 << 20) + 1 << 1 << (1 << 20) + 64;
+    }
+    void aBodyTakesTheMemoryThatItNeeds()
+    {
+        QFETCH(int, length);
+        QFETCH(int, first);
+        QFETCH(int, capacity);
+        ReplyReader reader{TransferLimits()};
+        feed(reader, headOf(length));
+        feed(reader, QByteArray(first, 'x'));
+        feed(reader, QByteArray(length - first, 'x'));
+        const HttpReply reply = reader.finish(State::Success);
+        QCOMPARE(reply.body.size(), length);
+        QCOMPARE(reply.body.capacity(), capacity);
     }
 
     void everyOutcomeHasItsReason_data()

@@ -13,6 +13,7 @@ class TestRequestUrl : public QObject
 private Q_SLOTS:
     void targetsAreExpandedAndEncoded_data();
     void targetsAreExpandedAndEncoded();
+    void targetsReachToTheirBound();
     void addressesAreTakenOrRefused_data();
     void addressesAreTakenOrRefused();
 };
@@ -62,6 +63,7 @@ void TestRequestUrl::targetsAreExpandedAndEncoded_data()
     row("digits that are not encoded", "/\"00^ab", none, none, "/%2200%5Eab");
     row("all letters", "/azAZ09-._~", none, none, "/azAZ09-._~");
     row("placeholder in front", "{id}/x", id("7"), none, "/7/x");
+    row("percent behind a placeholder", "/{id}%zz/%41", id("7"), none, "/7%25zz/%41");
     row("fragment", "/x#y", none, none, "/x%23y");
     row("no slash in front", "@evil.example/x", none, none, "/@evil.example/x");
     row("backslash and quotes", "/a\\b\"<>", none, none, "/a%5Cb%22%3C%3E");
@@ -83,6 +85,25 @@ void TestRequestUrl::targetsAreExpandedAndEncoded()
     QFETCH(Values, parameters);
     QFETCH(QByteArray, target);
     QCOMPARE(requestTarget(path, placeHolders, parameters), target);
+}
+
+void TestRequestUrl::targetsReachToTheirBound()
+{
+    constexpr int bound = 4 << 20;
+    const auto text = [](int size) { return QString(size, QLatin1Char('x')); };
+    const QString id = QStringLiteral("id");
+    for (const int tooMuch : {0, 1}) {
+        const int size = tooMuch == 0 ? bound : 0;
+        QCOMPARE(requestTarget(QLatin1Char('/') + text(bound - 1 + tooMuch), {}, {}).size(), size);
+        QCOMPARE(requestTarget(QStringLiteral("{id}"), {{id, text(bound - 1 + tooMuch)}}, {}).size(), size);
+        QCOMPARE(requestTarget(QStringLiteral("/{id}"), {{id, text(bound - 2 + tooMuch)}}, {{id, {}}}).size(),
+                 0);
+        QCOMPARE(requestTarget(QStringLiteral("/"), {}, {{id, text(bound - 5 + tooMuch)}}).size(), size);
+        QCOMPARE(requestTarget(QStringLiteral("/"), {}, {{text(bound - 3 + tooMuch), {}}}).size(), size);
+    }
+    // What is too long before it is encoded is not encoded.
+    QCOMPARE(requestTarget(QLatin1Char('/') + text(bound), {}, {}), QByteArray());
+    QCOMPARE(requestTarget(QStringLiteral("/{id}"), {{id, text(bound + 1)}}, {}), QByteArray());
 }
 
 void TestRequestUrl::addressesAreTakenOrRefused_data()

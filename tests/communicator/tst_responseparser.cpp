@@ -329,6 +329,53 @@ private Q_SLOTS:
         }
     }
 
+    void aBodyReachesToTheEndOfTheConnectionOnlyWithoutALength()
+    {
+        const auto untilClose = [](const QByteArray& text) {
+            Reading reading;
+            reading.feed(text + "\r\n", 100000);
+            return reading.recorder.heads == 1 && reading.recorder.head.untilClose;
+        };
+        QVERIFY(untilClose("HTTP/1.1 200 OK\r\n"));
+        QVERIFY(!untilClose("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n"));
+        QVERIFY(!untilClose("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n"));
+        QVERIFY(!untilClose("HTTP/1.1 204 No\r\n"));
+        QVERIFY(untilClose("HTTP/1.1 205 No\r\n"));
+        QVERIFY(!untilClose("HTTP/1.1 304 No\r\n"));
+        QVERIFY(untilClose("HTTP/1.1 305 No\r\n"));
+    }
+
+    void whatIsMalformedIsTold()
+    {
+        const auto errorOf = [](const QByteArray& text) {
+            Reading reading;
+            reading.feed(text, 100000);
+            return reading.parser.error();
+        };
+        QVERIFY(errorOf("HTTP/1.1 200 OK\r\n: 2\r\n\r\n")
+                    .startsWith(QLatin1String("the reply's head is not valid HTTP: ")));
+        QVERIFY(errorOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n")
+                    .startsWith(QLatin1String("the reply's body is not valid HTTP: ")));
+        QCOMPARE(errorOf("220 mail"), QStringLiteral("what came is not an HTTP/1 response"));
+    }
+
+    void framingReachesToItsBound()
+    {
+        const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+        for (const int tooMuch : {0, 1}) {
+            const State expected = tooMuch == 0 ? State::Reading : State::TooLarge;
+            Reading frame;
+            QCOMPARE(frame.feed(chunked + "1;" + QByteArray(16384 - 2 + tooMuch, 'x'), 100000), expected);
+            // In several chunks, each with the semicolon.
+            Reading extensions;
+            QByteArray chunks;
+            for (int i = 0; i < 16; ++i) {
+                chunks += "1;" + QByteArray(1023 + (i == 0 ? tooMuch : 0), 'x') + "\r\ny\r\n";
+            }
+            QCOMPARE(extensions.feed(chunked + chunks, 100000), expected);
+        }
+    }
+
     void aHandlerThatRefusesEndsTheReading()
     {
         Reading head;

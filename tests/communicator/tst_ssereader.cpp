@@ -89,6 +89,27 @@ private Q_SLOTS:
         QVERIFY(large.lastEventId().isEmpty());
     }
 
+    void anIdReachesToItsBound()
+    {
+        for (const int size : {4096, 4097}) {
+            SseReader reader(1 << 20, [](SseReader::Event&&) {});
+            const QByteArray line = "id: " + QByteArray(size, 'i') + "\n\n";
+            QVERIFY(reader.feed(line.constData(), static_cast<size_t>(line.size())));
+            QCOMPARE(reader.lastEventId().size(), size == 4096 ? 4096 : 0);
+        }
+    }
+
+    void aResetForgetsHowTheLastStreamEnded()
+    {
+        Reading reading;
+        reading.feed("data: x\r");
+        reading.reader.reset();
+        // An empty line comes first, so that the mark behind it is none.
+        reading.feed("\n\xEF\xBB\xBF"
+                     "data: a\n\ndata: b\n\n");
+        QCOMPARE(reading.events, QList<QByteArray>{"b"});
+    }
+
     void aResetDropsTheEventThatHadBegun()
     {
         Reading reading;

@@ -224,11 +224,9 @@ private Q_SLOTS:
         const auto share = [](const char* file, const char* pattern) {
             return matchesIn(textOf(file), pattern).value(0).toInt();
         };
-        QCOMPARE(share("communicator/http/connectionpool.cpp", "descriptorBudget\\((\\d+), 1\\)"), 2);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "normal\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 4);
-        QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+), 1\\)"),
-                 16);
+        QCOMPARE(share("communicator/http/connectionpool.cpp", "descriptorBudget\\((\\d+)\\)"), 2);
+        QCOMPARE(share("communicator/http/socketengine.cpp", "normal\\(.*descriptorBudget\\((\\d+)\\)"), 4);
+        QCOMPARE(share("communicator/http/socketengine.cpp", "daemon\\(.*descriptorBudget\\((\\d+)\\)"), 16);
         QVERIFY(page.contains("half for idle connections of blocking calls, a quarter for non-blocking "
                               "exchanges, a sixteenth for daemon requests"));
         QCOMPARE(

@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <malloc.h>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -708,6 +710,54 @@ private Q_SLOTS:
         QVERIFY(out.isEmpty());
         QVERIFY(JsonText::readObject(text, out));
         QVERIFY(JsonText::isComplete(text));
+    }
+
+    // Pages that nobody touches take no memory.
+    void aTextBeyondTheLongestIsRefusedUnread()
+    {
+        QCOMPARE(JsonText::maxSize, 1073741760);
+        constexpr std::size_t size = std::size_t(1073741761);
+        void* const pages =
+            ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        QVERIFY(pages != MAP_FAILED);
+        givesNothing(QByteArray::fromRawData(static_cast<const char*>(pages), int(size)));
+        ::munmap(pages, size);
+    }
+
+    // Otherwise the time would grow with the square of their number, whoever sends them.
+    void theSameKeyInManyObjectsIsReadInTime()
+    {
+        constexpr int count = 200000;
+        QByteArray text = "{";
+        for (int i = 0; i < count; ++i) {
+            text += (i == 0 ? "\"k" : ",\"k") + QByteArray::number(i) + "\":{\"x\":1}";
+        }
+        text += "}";
+        QCOMPARE(flattened(text).size(), count);
+    }
+
+    // A thread keeps what it learned, so that one of its own has kept nothing yet. An allocator that does not
+    // count, such as a sanitizer's, tells nothing.
+    void aLargeTextLeavesNoMemoryBehind()
+    {
+        const auto memory = [] {
+            const struct mallinfo2 now = ::mallinfo2();
+            return qint64(now.uordblks) + qint64(now.hblkhd);
+        };
+        qint64 left = 0;
+        bool read = false;
+        std::thread([&] {
+            read = JsonText::isComplete("{}");
+            const qint64 before = memory();
+            {
+                const QByteArray text = '{' + QByteArray("\"a\":1,").repeated(200000) + "\"a\":2}";
+                QVariantMap out;
+                read = read && JsonText::readFlattened(text, out) && out == QVariantMap{{"a", 2LL}};
+            }
+            left = memory() - before;
+        }).join();
+        QVERIFY(read);
+        QVERIFY2(left < 1 << 20, qPrintable(QString::number(left)));
     }
 
     void threadsReadAtTheSameTime()

@@ -102,6 +102,8 @@ def other_literal(text):
         return PRESENT
     if text in ("true", "false"):
         return "false" if text == "true" else "true"
+    if text == "1L":
+        return "0L"  # a switch of libcurl's, which any number but 0 turns on
     match = re.fullmatch(r"(\d+)([uUlL]*|[a-z]+)", text)
     if match:
         digits = match.group(1)
@@ -587,6 +589,9 @@ class Finder:
     def unary(self, cursor, scope):
         start, end = self.range(cursor)
         text = self.source.text[start:end]
+        if text == "-1":  # "none", as any other number below 0 would be
+            self.source.choice(scope, "literal", start, end, "0")
+            return
         if text.startswith("!"):
             self.negate(cursor, scope)
         for operator, other in (("++", "--"), ("--", "++")):

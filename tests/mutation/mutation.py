@@ -41,6 +41,8 @@ TESTS = {"tessel": ["tests/tessel"], "communicator": ["tests/communicator", "tes
 # Programs that look at sources and so see nothing of a mutant, or that fill gigabytes in each run.
 PASSED_OVER = {"tst_house", "tst_largebody"}
 NUMBERS_EACH = 4096  # more than any source has mutants
+# What the C library writes over memory that is given back, so that whoever still uses it crashes.
+FREED = "165"
 
 # The list of route keys that the table lacks, and a key that it holds: what has no route gets this one.
 ABSENT_KEYS, PRESENT_KEY = "absentroutekeys.h", '"Device_Hwinfo"'
@@ -367,7 +369,7 @@ def run_program(program, seconds, extra, until_failure=True):
     """Runs a test program with a home of its own. @return "passed", "failed", "crashed" or "hung", and its output."""
     with tempfile.TemporaryDirectory(prefix="mutation-", ignore_cleanup_errors=True) as home:
         environment = dict(os.environ, **program.environment, TMPDIR=home, HOME=home, LC_ALL="C.UTF-8",
-                           QTEST_DISABLE_STACK_DUMP="1", **extra)
+                           QTEST_DISABLE_STACK_DUMP="1", MALLOC_PERTURB_=FREED, **extra)
         for name in ("QT_LOGGING_RULES", "QT_MESSAGE_PATTERN", "LANGUAGE"):
             environment.pop(name, None)
         process = subprocess.Popen(program.command, cwd=home, env=environment, stdin=subprocess.DEVNULL,

@@ -57,6 +57,16 @@ int shifted(int a, int b)
     return part(true);
 }
 
+int place(int number)
+{
+    return isSmall(number) ? number : -1;
+}
+
+long next(long number)
+{
+    return number + 1L;
+}
+
 // No test calls it: all its mutants live.
 int untested(int number)
 {
@@ -67,7 +77,8 @@ bool check()
 {
     (void)&untested;
     return joined({"a", "", "b"}) == "ab" && greeting("you") == "to you" && isSmall(0) && isSmall(2) &&
-           !isSmall(3) && !isSmall(-1) && shifted(5, 3) == 2;
+           !isSmall(3) && !isSmall(-1) && shifted(5, 3) == 2 && place(2) == 2 && place(5) == -1 &&
+           next(3) == 4;
 }
 
 } // namespace

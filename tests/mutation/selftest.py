@@ -43,6 +43,8 @@ def run():
         "shifted: literal: true -> false",
         "difference: operator: a - b -> a + b",
         "limit: literal: 3 -> 4",
+        "place: literal: -1 -> 0",
+        "next: literal: 1L -> 0L",
         "untested: literal: 1 -> 2",
     } - found
     failures = [f"not found: {text}" for text in sorted(missing)]

@@ -378,10 +378,10 @@ void TestTesselctl::anOverloadIsPickedByItsNumber()
 void TestTesselctl::coefficientsAreReadAsBlocks()
 {
     const QStringList call{"--device", address(), "call", "uploadCoefficient#3", "ids=1,2"};
-    const Run sent = run(call + QStringList{R"(data=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
+    const Run sent = run(call + QStringList{R"(body=[{"rect":[0,0,2,2],"data":"AAEC"}])"});
     QVERIFY2(sent.code == 0, sent.err);
     QCOMPARE(m_simulator->requestCount(), quint64(1));
-    QCOMPARE(run(call + QStringList{R"(data=[{"rect":[0,0,2],"data":"AAEC"}])"}).code, 2);
+    QCOMPARE(run(call + QStringList{R"(body=[{"rect":[0,0,2],"data":"AAEC"}])"}).code, 2);
     QCOMPARE(m_simulator->requestCount(), quint64(1));
 }
 
