@@ -110,7 +110,7 @@ QString ExchangeOutcome::text() const
     return QStringLiteral("%1 on %2: %3").arg(what, deviceKey, why);
 }
 
-class CallOutcome::Private
+class Q_DECL_HIDDEN CallOutcome::Private
 {
 public:
     Private()

@@ -34,11 +34,11 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
     /// wall: the device refused it: value out of range (code 3)". After a success it says so.
     QString text() const;
 
-    ExchangeId id = 0;
-    QString deviceKey;
-    QByteArray verb; ///< `GET`, `PUT`, `POST` or `DELETE`
-    QByteArray path; ///< the path as sent, expanded and encoded, including the query
-    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
+    ExchangeId id = 0; ///< given when it began
+    QString deviceKey; ///< names the device
+    QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
+    QByteArray path;   ///< the path as sent, expanded and encoded, including the query
+    IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< how it ended
     int status = 0;          ///< HTTP status, or 0 if there was no reply
     int code = 0;            ///< `code` of the reply's envelope, or 0 if it has none
     QString message;         ///< `message` of the reply's envelope

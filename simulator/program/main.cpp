@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <simulator/program/arguments.h>
 #include <simulator/iothreads.h>
+#include <simulator/program/arguments.h>
 #include <simulator/simulator.h>
 
 #include <csignal>

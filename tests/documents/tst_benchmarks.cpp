@@ -24,7 +24,8 @@ QStringList namesOfThePrograms()
     const QDir folder(TESSEL_SOURCE_DIR "/bench");
     for (const QString& program : folder.entryList({"bench_*.cpp"})) {
         const QString source = textOf("bench/" + program);
-        for (const QString& name : matchesIn(source, "\"((?:get|cache|events|json|upload|parallel|start)/[a-z-]+)\"")) {
+        for (const QString& name :
+             matchesIn(source, "\"((?:get|cache|events|json|upload|parallel|start)/[a-z-]+)\"")) {
             names << name;
         }
     }

@@ -235,7 +235,7 @@ private Q_SLOTS:
             QTest::newRow(name) << name;
         }
         for (const char* name : {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md",
-                                 "docs/performance.md", "docs/releasing.md"}) {
+                                 "docs/performance.md", "docs/qt6.md", "docs/releasing.md"}) {
             QTest::newRow(name) << name;
         }
     }
