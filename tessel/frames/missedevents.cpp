@@ -44,7 +44,7 @@ void reportMissedEvents()
     using Krelm::Communicator::HttpDevice::HttpProxy;
     static const bool isDone = [] {
         HttpProxy* const proxy = HttpProxy::getInstance();
-        if (proxy->metaObject()->indexOfMethod("addChangeEvents(QByteArrayList)") >= 0) {
+        if (proxy != nullptr && proxy->metaObject()->indexOfMethod("addChangeEvents(QByteArrayList)") >= 0) {
             QMetaObject::invokeMethod(proxy, "addChangeEvents", Q_ARG(QByteArrayList, refreshingEvents()));
         }
         return true;

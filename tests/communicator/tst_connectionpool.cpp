@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/connectionpool.h"
+#include "communicator/requestlimits.h"
 #include "enginebench.h"
 
 #include <sys/resource.h>
@@ -188,8 +189,10 @@ private Q_SLOTS:
         rlimit lower = before;
         lower.rlim_cur = 320;
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &lower), 0);
-        std::optional<Bench> bench(std::in_place);
+        const RequestLimits share = requestLimits();
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+        setRequestLimits(share);
+        std::optional<Bench> bench(std::in_place);
         MisbehavingServer server(Mode::Stall);
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
@@ -205,6 +208,7 @@ private Q_SLOTS:
         bench->loop->run([] {});
         QCOMPARE(server.connections(), count);
         bench->engine.stop();
+        setRequestLimits({});
     }
 
     // Only a connection that was kept may have ended as the request went out.

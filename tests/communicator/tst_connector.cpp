@@ -216,7 +216,7 @@ private Q_SLOTS:
         }
         QVERIFY(isOpen);
         const QString lost =
-            QStringLiteral("%1 the connection was lost as soon as it was open").arg(State::Broken);
+            QStringLiteral("%1 the connection was lost right after it was opened").arg(State::Broken);
         QVERIFY2(reasons.contains(lost), qPrintable(reasons.join(QLatin1Char('\n'))));
     }
 

@@ -57,7 +57,7 @@ private Q_SLOTS:
 
     void anAbortIsNamed()
     {
-        QCOMPARE(abortedError(), QStringLiteral("the transport was stopped or the device removed"));
+        QCOMPARE(abortedError(), QStringLiteral("the transport was stopped or the device was removed"));
     }
 
     void methodsHaveTheirVerbs()

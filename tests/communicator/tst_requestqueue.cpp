@@ -12,7 +12,7 @@ struct Queue
 {
     explicit Queue(std::size_t connections)
     {
-        loop.run([&] { queue.emplace(loop, TransferLimits(), connections); });
+        loop.run([&] { queue.emplace(loop, TransferLimits(), [connections] { return connections; }); });
     }
     ~Queue()
     {

@@ -356,7 +356,7 @@ private Q_SLOTS:
                     .startsWith(QLatin1String("the reply's head is not valid HTTP: ")));
         QVERIFY(errorOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n")
                     .startsWith(QLatin1String("the reply's body is not valid HTTP: ")));
-        QCOMPARE(errorOf("220 mail"), QStringLiteral("what came is not an HTTP/1 response"));
+        QCOMPARE(errorOf("220 mail"), QStringLiteral("the reply is not an HTTP/1 response"));
     }
 
     void framingReachesToItsBound()

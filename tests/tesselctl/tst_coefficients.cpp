@@ -449,7 +449,7 @@ private Q_SLOTS:
         QTest::newRow("HTTP error") << QByteArray() << 500 << 5;
         QTest::newRow("refusal") << QByteArray(R"({"code":7,"data":[]})") << 200 << 5;
         QTest::newRow("no table") << QByteArray(R"({"code":0,"data":{}})") << 200 << 1;
-        QTest::newRow("no JSON") << QByteArray("[") << 200 << 1;
+        QTest::newRow("no JSON") << QByteArray("[") << 200 << 5;
     }
     void aFailedDownloadLeavesTheOldFile()
     {
