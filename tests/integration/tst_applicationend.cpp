@@ -14,20 +14,21 @@ struct Wait
 {
     const char* name;
     int requests;
+    int atOnce;          ///< of them, while the device does not answer
     QByteArray answered; ///< its outcome when the device answers
     QByteArray cutOff;   ///< its outcome when the application ends
 };
 
 const Wait waits[] = {
-    {"promise", 1, "fulfilled", "rejected"},
-    {"upload promise", 1, "fulfilled", "rejected"},
-    {"cabinets promise", 1, "fulfilled", "rejected"},
-    {"group read", 2, "true 2", "false 0"},
-    {"group write", 2, "true", "false"},
-    {"several devices", 1, "true",
-     "false"}, // to one path of one device: the second write waits for the first
-    {"upload", 1, "true 1", "false 0"},
-    {"call", 1, "true", "false"},
+    {"promise", 1, 1, "fulfilled", "rejected"},
+    {"upload promise", 1, 1, "fulfilled", "rejected"},
+    {"cabinets promise", 1, 1, "fulfilled", "rejected"},
+    {"group read", 2, 2, "true 2", "false 0"},
+    {"group write", 2, 2, "true", "false"},
+    // Two writes to one path of one device: the second waits for the first.
+    {"several devices", 2, 1, "true", "false"},
+    {"upload", 1, 1, "true 1", "false 0"},
+    {"call", 1, 1, "true", "false"},
 };
 
 } // namespace
@@ -53,12 +54,13 @@ private:
         QTest::addColumn<QString>("thread");
         QTest::addColumn<QString>("wait");
         QTest::addColumn<int>("requests");
+        QTest::addColumn<int>("atOnce");
         QTest::addColumn<QByteArray>("answered");
         QTest::addColumn<QByteArray>("cutOff");
         for (const QString& thread : threads) {
             for (const Wait& wait : waits) {
                 QTest::newRow(qPrintable(thread + ", " + wait.name))
-                    << thread << wait.name << wait.requests << wait.answered << wait.cutOff;
+                    << thread << wait.name << wait.requests << wait.atOnce << wait.answered << wait.cutOff;
             }
         }
     }
@@ -83,12 +85,12 @@ void TestApplicationEnd::whatWaitsEndsWithTheApplication()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
-    QFETCH(int, requests);
+    QFETCH(int, atOnce);
     QFETCH(QByteArray, cutOff);
     MisbehavingServer stalled(Mode::Stall);
     QProcess process;
     startWaiting(process, thread, wait, "ends", stalled.address());
-    QVERIFY(stalled.waitForDeliveries(requests));
+    QVERIFY(stalled.waitForDeliveries(atOnce));
     process.write("\n");
     expectEnd(process, cutOff + '\n');
 }
@@ -139,11 +141,11 @@ void TestApplicationEnd::aThreadOfThePoolThatWaitsDoesNotHoldAnExitUp()
 {
     QFETCH(QString, thread);
     QFETCH(QString, wait);
-    QFETCH(int, requests);
+    QFETCH(int, atOnce);
     MisbehavingServer stalled(Mode::Stall);
     QProcess process;
     startWaiting(process, thread, wait, "exits", stalled.address());
-    QVERIFY(stalled.waitForDeliveries(requests));
+    QVERIFY(stalled.waitForDeliveries(atOnce));
     process.write("\n");
     expectEnd(process, QByteArray());
 }

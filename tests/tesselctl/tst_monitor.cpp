@@ -218,7 +218,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("told");
         QTest::newRow("refusal") << QByteArray(R"({"code":7,"message":"busy"})") << 5
                                  << QByteArray("code 7, \"busy\"");
-        QTest::newRow("nonsense") << QByteArray("\x1b]0;x") << 5 << QByteArray("not valid JSON");
+        QTest::newRow("nonsense") << QByteArray("\x1b]0;x") << 5 << QByteArray("not with JSON");
     }
     void aRefusalAndNonsenseAreTold()
     {
