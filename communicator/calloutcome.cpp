@@ -92,17 +92,13 @@ bool ExchangeOutcome::succeeded() const
 QString ExchangeOutcome::text() const
 {
     const QString said = message.isEmpty() ? QString() : QStringLiteral(": ") + message;
-    QString why;
-    if (succeeded()) {
-        why = stateText(state);
-    } else if (code != 0) {
+    QString why = stateText(state);
+    if (code != 0) {
         why = QStringLiteral("the device refused it%1 (code %2)").arg(said).arg(code);
     } else if (!reason.isEmpty()) {
         why = reason + said;
-    } else if (status != 0) {
+    } else if (state != IHttpVersionTrigger::Success && status != 0) {
         why = QStringLiteral("HTTP status %1%2").arg(status).arg(said);
-    } else {
-        why = stateText(state);
     }
     const QString what = verb.isEmpty()
                              ? QString::fromUtf8(path)

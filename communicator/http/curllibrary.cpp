@@ -63,6 +63,7 @@ void curl_easy_cleanup(CURL* easy)
     call(easy);
 }
 
+// The analyser does not know GCC's va_start, hence the NOLINT.
 CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
 {
     static const auto call = loaded<decltype(curl_easy_setopt)>("curl_easy_setopt");
@@ -70,10 +71,10 @@ CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
     va_start(arguments, option);
     CURLcode code{};
     if (option < CURLOPTTYPE_OBJECTPOINT) {
-        const long value = va_arg(arguments, long);
+        const long value = va_arg(arguments, long); // NOLINT(clang-analyzer-valist.Uninitialized)
         code = call(easy, option, value);
     } else {
-        void* const value = va_arg(arguments, void*);
+        void* const value = va_arg(arguments, void*); // NOLINT(clang-analyzer-valist.Uninitialized)
         code = call(easy, option, value);
     }
     va_end(arguments);
@@ -85,7 +86,8 @@ CURLcode curl_easy_getinfo(CURL* easy, CURLINFO info, ...)
     static const auto call = loaded<decltype(curl_easy_getinfo)>("curl_easy_getinfo");
     va_list arguments;
     va_start(arguments, info);
-    const CURLcode code = call(easy, info, va_arg(arguments, void*));
+    const CURLcode code =
+        call(easy, info, va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(arguments);
     return code;
 }
@@ -133,10 +135,10 @@ CURLMcode curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
     va_start(arguments, option);
     CURLMcode code{};
     if (option < CURLOPTTYPE_OBJECTPOINT) {
-        const long value = va_arg(arguments, long);
+        const long value = va_arg(arguments, long); // NOLINT(clang-analyzer-valist.Uninitialized)
         code = call(multi, option, value);
     } else {
-        void* const value = va_arg(arguments, void*);
+        void* const value = va_arg(arguments, void*); // NOLINT(clang-analyzer-valist.Uninitialized)
         code = call(multi, option, value);
     }
     va_end(arguments);

@@ -7,10 +7,10 @@ namespace Tessel {
 /// The source location of a guarded operation, for the system-error line.
 struct CallSite
 {
-    CallSite(const char* file_, const char* function_, int line_ = __builtin_LINE())
-        : file(file_)
-        , function(function_)
-        , line(line_)
+    CallSite(const char* inFile, const char* inFunction, int atLine = __builtin_LINE())
+        : file(inFile)
+        , function(inFunction)
+        , line(atLine)
     {}
     const char* file;
     const char* function;

@@ -200,7 +200,7 @@ private Q_SLOTS:
         bool isOpen = false;
         for (int more = 0; more < 16 && !isOpen; ++more) {
             rlimit tight = usual;
-            tight.rlim_cur = rlim_t(lowest + more);
+            tight.rlim_cur = rlim_t(lowest) + rlim_t(more);
             QCOMPARE(::setrlimit(RLIMIT_NOFILE, &tight), 0);
             BlockingConnector connector;
             ConnectResult result =

@@ -16,7 +16,7 @@
 
 namespace {
 
-const QVariant Null = QVariant::fromValue(nullptr);
+const QVariant nullValue = QVariant::fromValue(nullptr);
 
 QVariantMap object(const QByteArray& text)
 {
@@ -90,7 +90,7 @@ QVariant toVariant(const nlohmann::json& value)
     case nlohmann::json::value_t::number_float:
         return value.get<double>();
     default:
-        return Null;
+        return nullValue;
     }
 }
 
@@ -239,7 +239,7 @@ private Q_SLOTS:
         QCOMPARE(out, (QVariantMap{{"a", 1},
                                    {"b", QVariantMap{{"c", QVariantMap{{"d", "e"}}}, {"f", QVariantMap()}}},
                                    {"g", QVariantList{1, QVariantList{2}, QVariantMap{{"h", 3}}}},
-                                   {"i", Null},
+                                   {"i", nullValue},
                                    {"j", true}}));
     }
 
@@ -323,7 +323,7 @@ private Q_SLOTS:
         row("object by array", R"({"a":{"b":1},"a":[2]})", {{"a", QVariantList{2}}},
             {{"a", QVariantList{2}}});
         row("array by object", R"({"a":[2],"a":{"b":1}})", {{"a", QVariantMap{{"b", 1}}}}, {{"a.b", 1}});
-        row("object by null", R"({"a":{"b":1},"a":null})", {{"a", Null}}, {{"a", Null}});
+        row("object by null", R"({"a":{"b":1},"a":null})", {{"a", nullValue}}, {{"a", nullValue}});
         row("nested", R"({"a":{"b":1,"c":5,"b":{"d":2},"b":3}})", {{"a", QVariantMap{{"b", 3}, {"c", 5}}}},
             {{"a.b", 3}, {"a.c", 5}});
         row("both levels", R"({"a":{"b":{"c":1}},"x":7,"a":{"b":{"d":2},"b":{"e":3}}})",
@@ -423,7 +423,7 @@ private Q_SLOTS:
     {
         const QByteArray text = reply(R"([1,"a",null,true,{"a":{"b":1}},[{"c":{"d":2}}],{}])");
         QCOMPARE(JsonText::dataList(text),
-                 (QVariantList{1, "a", Null, true, QVariantMap{{"a", QVariantMap{{"b", 1}}}},
+                 (QVariantList{1, "a", nullValue, true, QVariantMap{{"a", QVariantMap{{"b", 1}}}},
                                QVariantList{QVariantMap{{"c", QVariantMap{{"d", 2}}}}}, QVariantMap()}));
     }
 
@@ -606,22 +606,22 @@ private Q_SLOTS:
 
     void aTextWithAndWithoutRoomBehindReadsTheSame()
     {
-        const char Text[] = R"({"a":{"b":"c"}})";
+        const char jsonText[] = R"({"a":{"b":"c"}})";
         const QVariantMap expected{{"a.b", "c"}};
-        QByteArray tight(Text);
+        QByteArray tight(jsonText);
         tight.squeeze();
         QCOMPARE(flattened(tight), expected);
-        QByteArray roomy(Text);
+        QByteArray roomy(jsonText);
         roomy.reserve(4096);
         QCOMPARE(flattened(roomy), expected);
         // The bytes after the text do not matter.
-        QByteArray dirty = QByteArray(Text) + QByteArray(200, ']');
-        dirty.resize(int(sizeof Text) - 1);
+        QByteArray dirty = QByteArray(jsonText) + QByteArray(200, ']');
+        dirty.resize(int(sizeof jsonText) - 1);
         QCOMPARE(flattened(dirty), expected);
-        dirty.resize(int(sizeof Text) - 2);
+        dirty.resize(int(sizeof jsonText) - 2);
         QCOMPARE(flattened(dirty), QVariantMap());
-        QCOMPARE(flattened(QByteArray::fromRawData(Text, int(sizeof Text) - 1)), expected);
-        QCOMPARE(flattened(QByteArray::fromRawData(Text, int(sizeof Text) - 2)), QVariantMap());
+        QCOMPARE(flattened(QByteArray::fromRawData(jsonText, int(sizeof jsonText) - 1)), expected);
+        QCOMPARE(flattened(QByteArray::fromRawData(jsonText, int(sizeof jsonText) - 2)), QVariantMap());
     }
 
     void objectsOfChangingShapesAreReadAlike()

@@ -8,7 +8,7 @@ using Zeph::Serialize::Serializable;
 
 namespace {
 
-const QFlags<Attribute> Reply = Zeph::Serialize::ReplyAttribute;
+const QFlags<Attribute> replyOnly = Zeph::Serialize::ReplyAttribute;
 
 // One property of each kind; `flags` tells the attribute that its accessors ran under.
 class Sample : public Serializable
@@ -197,14 +197,14 @@ private Q_SLOTS:
     void theAttributeHoldsWhileSerializing()
     {
         const Sample sample;
-        QCOMPARE(sample.serialize(Reply).value(QStringLiteral("flags")), QVariant(32));
+        QCOMPARE(sample.serialize(replyOnly).value(QStringLiteral("flags")), QVariant(32));
         QCOMPARE(sample.serialize({}).value(QStringLiteral("flags")), QVariant(0));
     }
 
     void theAttributeHoldsWhileDeserializing()
     {
         Sample sample;
-        sample.deserialize({{QStringLiteral("flags"), 1}}, Reply);
+        sample.deserialize({{QStringLiteral("flags"), 1}}, replyOnly);
         QCOMPARE(sample.writtenUnder, 32);
         sample.deserialize({{QStringLiteral("flags"), 1}}, {});
         QCOMPARE(sample.writtenUnder, 0);
@@ -214,9 +214,9 @@ private Q_SLOTS:
     {
         Sample sample;
         QCOMPARE(int(sample.attribute()), 0);
-        sample.serialize(Reply);
+        sample.serialize(replyOnly);
         QCOMPARE(int(sample.attribute()), 0);
-        sample.deserialize({}, Reply);
+        sample.deserialize({}, replyOnly);
         QCOMPARE(int(sample.attribute()), 0);
     }
 
