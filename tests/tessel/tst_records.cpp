@@ -39,7 +39,7 @@ bool load(Record& record, const QByteArray& text)
     return serializer.load(text, &record, QString());
 }
 
-const QByteArray SubScreenText = R"({"subScreenID":"s1","inputID":"i1","postion":{"x":1,"y":2},
+const QByteArray subScreenText = R"({"subScreenID":"s1","inputID":"i1","postion":{"x":1,"y":2},
     "size":{"width":3,"height":4},"cabinets":[{"id":"c1","version":"v","outputId":1,"moduleCount":2,"weight":3,
     "power":4,"voltage":5},{"id":"c2"}]})";
 
@@ -53,7 +53,7 @@ QString entry(const Serializable& record, QFlags<Attribute> attribute)
 
 QByteArray screenText()
 {
-    return R"({"screenUUID":"u","screenName":"n","screenTime":"t","subScreens":[)" + SubScreenText + "]}";
+    return R"({"screenUUID":"u","screenName":"n","screenTime":"t","subScreens":[)" + subScreenText + "]}";
 }
 
 } // namespace
@@ -385,7 +385,7 @@ private Q_SLOTS:
     void aMissingKeyLeavesANestedRecordAsItIs()
     {
         Tessel::SubScreenInfo subScreen;
-        QVERIFY(load(subScreen, SubScreenText));
+        QVERIFY(load(subScreen, subScreenText));
         subScreen.deserialize({{"postion", QVariantMap{{"x", 9}}}}, {});
         QCOMPARE(subScreen.postion.x, 9);
         QCOMPARE(subScreen.postion.y, 2);
@@ -448,7 +448,7 @@ private Q_SLOTS:
     {
         Tessel::SubScreenInfo original;
         QVERIFY(
-            load(original, SubScreenText.simplified().replace(R"({"id":"c2"})", R"({"id":"c2","outputId":0,
+            load(original, subScreenText.simplified().replace(R"({"id":"c2"})", R"({"id":"c2","outputId":0,
             "moduleCount":0,"weight":0,"power":0,"voltage":0})")));
         const QVariantMap expected = original.serialize({});
         Tessel::SubScreenInfo copied(original);
