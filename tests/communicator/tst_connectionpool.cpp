@@ -157,7 +157,7 @@ private Q_SLOTS:
         Pool pool;
         std::atomic<bool> told{false};
         setExchangeObserver([&](const ExchangeRecord&) {
-            for (int i = 0; i < 1000; ++i) {
+            for (int i = 0; i < 100; ++i) {
                 std::this_thread::yield();
             }
             told = true;

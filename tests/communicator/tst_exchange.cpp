@@ -384,8 +384,8 @@ private Q_SLOTS:
     {
         Watched watched;
         const auto started = std::chrono::steady_clock::now() - std::chrono::seconds(90);
-        QCOMPARE(watched.exchange.prepare(request(QStringLiteral("wall")), device(), started),
-                 State::Success);
+        const HttpRequest asked = request(QStringLiteral("wall")); // has to outlive its exchange
+        QCOMPARE(watched.exchange.prepare(asked, device(), started), State::Success);
         watched.exchange.finish(State::TimedOut, {});
         QVERIFY2(watched.record.milliseconds >= 90000,
                  qPrintable(QString::number(watched.record.milliseconds)));
