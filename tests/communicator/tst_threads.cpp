@@ -78,7 +78,7 @@ void TestThreads::manyThreadsBlockOnSeveralDevicesAtOnce()
 // second one, or come before it asked.
 void TestThreads::aPackageMayGoAtAnyMomentOfItsExchange()
 {
-    enum Moment { atOnce, WhileTheLoopTurns, WhenTheDeviceHasAnswered, Answered, MomentCount };
+    enum Moment { AtOnce, WhileTheLoopTurns, WhenTheDeviceHasAnswered, Answered, MomentCount };
     constexpr int count = 2000;
     MisbehavingServer server;
     std::optional<HttpJsonPackage> package;
@@ -101,7 +101,7 @@ void TestThreads::aPackageMayGoAtAnyMomentOfItsExchange()
         asked = true;
         QVERIFY(HttpProxy::getInstance()->get(server.address(), &*package));
         switch (i % MomentCount) {
-        case atOnce:
+        case AtOnce:
             break;
         case WhileTheLoopTurns:
             for (int turn = 0; turn < i % 40; ++turn) {
