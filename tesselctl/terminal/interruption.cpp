@@ -2,6 +2,7 @@
 #include "tesselctl/terminal/interruption.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <cstdint>
 #include <poll.h>
@@ -99,9 +100,11 @@ bool Interruption::pause(std::chrono::milliseconds time) const
 
 Interruption::Handler Interruption::inEventLoopOf(QObject* context, std::function<void()> function)
 {
-    return [context, function = std::move(function)] {
-        QMetaObject::invokeMethod(context, function, Qt::QueuedConnection);
-    };
+    auto* const call = new QTimer(context);
+    call->setSingleShot(true);
+    QObject::connect(call, &QTimer::timeout, context, std::move(function));
+    // By name, so that nothing of ours is made on one thread and used on the other.
+    return [call] { QMetaObject::invokeMethod(call, "start", Qt::QueuedConnection); };
 }
 
 } // namespace TesselCtl

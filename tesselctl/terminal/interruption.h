@@ -39,7 +39,8 @@ public:
     /// Readable from the first signal on, for poll().
     int descriptor() const { return m_happened; }
 
-    /// A handler that has the event loop of @p context, which outlives the interruption, call @p function.
+    /// A handler that has the event loop of @p context, which outlives the interruption and belongs to the
+    /// calling thread, call @p function.
     static Handler inEventLoopOf(QObject* context, std::function<void()> function);
 
 private:
