@@ -19,11 +19,7 @@ struct EventChannels::Streams
         const QString deviceKey = stream->first;
         byDevice.erase(stream);
         if (auto closed = context.board.remove(deviceKey, reason)) {
-            context.proxyEvents.push({ProxyEvent::Kind::Connection,
-                                      deviceKey,
-                                      {},
-                                      nullptr,
-                                      std::make_shared<const DeviceConnection>(*std::move(closed))});
+            context.proxyEvents.push(ProxyEvent::of(*std::move(closed)));
         }
     }
 

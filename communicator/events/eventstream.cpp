@@ -177,11 +177,7 @@ void EventStream::setState(ConnectionState state, const QString& reason,
         connection.nextAttempt = QDateTime::currentDateTimeUtc().addMSecs(next->count());
     }
     if (auto changed = m_context.board.put(std::move(connection))) {
-        m_proxyEvents.push({ProxyEvent::Kind::Connection,
-                            m_device->key,
-                            {},
-                            nullptr,
-                            std::make_shared<const DeviceConnection>(*std::move(changed))});
+        m_proxyEvents.push(ProxyEvent::of(*std::move(changed)));
     }
 }
 
@@ -196,7 +192,8 @@ void EventStream::live()
     m_reason.clear();
     setState(ConnectionState::Live, {}, std::nullopt);
     const bool mayHaveMissed = m_continuity.opened(resumeId());
-    if (mayHaveMissed || wasGone || std::exchange(m_owesReport, false)) {
+    const bool isOwed = std::exchange(m_owesReport, false);
+    if (mayHaveMissed || wasGone || isOwed) {
         reportMissed();
     }
     if (m_continuity.isUnproven()) {

@@ -39,6 +39,14 @@ private:
 struct ProxyEvent
 {
     enum class Kind { DevicesChanged, Logout, Event, Connection, EventsMissed };
+    /// That a channel has changed.
+    static ProxyEvent of(DeviceConnection changed)
+    {
+        const QString key = changed.deviceKey;
+        return {
+            Kind::Connection, key, {}, nullptr, std::make_shared<const DeviceConnection>(std::move(changed))};
+    }
+
     Kind kind = Kind::DevicesChanged;
     QString deviceKey;
     QByteArray data;                    ///< of an event
