@@ -49,7 +49,7 @@ ABSENT_KEYS, PRESENT_KEY = "absentroutekeys.h", '"Device_Hwinfo"'
 # A source whose tests do not carry its name, by the names of both without directory and suffix.
 TABLE = {
     "httpproxy": ["tst_proxy"],
-    "proxyeventqueue": ["tst_noticequeue", "tst_eventdelivery", "tst_proxy"],
+    "proxyeventqueue": ["tst_proxyeventqueue", "tst_eventdelivery", "tst_proxy"],
     "eventstream": ["tst_events"],
     "eventchannels": ["tst_events"],
     "httpjsonpackage": ["tst_package", "tst_proxy"],
@@ -68,7 +68,6 @@ TABLE = {
     "exchangereport": ["tst_engine_observers"],
     "atomicfile": ["tst_engine_downloads"],
     "lifecycle": ["tst_exit"],
-    "fanout": ["tst_fanout"],
 }
 
 
