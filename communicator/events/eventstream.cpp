@@ -22,7 +22,7 @@ namespace {
 
 // Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
-// Of a reply that is no stream, before its connection is given up.
+// Read at most this much of a reply that is not an event stream before closing its connection.
 constexpr size_t maxOverhead = 64U << 10U;
 // The longest wait that a device can ask for.
 constexpr std::chrono::milliseconds longestRetryAfter = std::chrono::hours(24);
@@ -61,7 +61,7 @@ const char* textOf(ReconnectPolicy::Failure failure)
 bool isSendable(const QByteArray& id)
 {
     const QString text = QString::fromUtf8(id);
-    return text.toUtf8() == id && !hasControl(text);
+    return text.toUtf8() == id && !hasAsciiControl(text);
 }
 
 // Seconds or a date (RFC 9110, "Retry-After"); zero if it is neither.

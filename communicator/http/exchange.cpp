@@ -24,7 +24,7 @@ QString errorOfRequest(const HttpRequest& request)
         return QStringLiteral("the request has no path");
     }
     for (const QString& value : request.placeHolders) {
-        if (hasControl(value)) {
+        if (hasAsciiControl(value)) {
             return QStringLiteral("a placeholder contains a control character");
         }
     }
