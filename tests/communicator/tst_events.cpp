@@ -151,6 +151,8 @@ private Q_SLOTS:
         QCOMPARE(timings.stableAfter.count(), 30000);
         QCOMPARE(timings.silence.count(), 45000);
         QCOMPARE(timings.goneAfter.count(), 60000);
+        QCOMPARE(timings.proof.count(), 5000);
+        QCOMPARE(timings.reportGap.count(), 20);
         QCOMPARE(timings.jitter, 0.3);
     }
 
