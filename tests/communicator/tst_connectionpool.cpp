@@ -14,9 +14,10 @@ const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
 /// The pool under test, and devices to ask.
 struct Pool
 {
-    HttpReply ask(const QString& key, bool daemon = false, int milliseconds = 20000)
+    HttpReply ask(const QString& key, bool daemon = false, int milliseconds = 20000,
+                  HttpMethod method = HttpMethod::Get)
     {
-        HttpRequest asked = request(key);
+        HttpRequest asked = request(key, method);
         asked.daemon = daemon;
         asked.expectedTime = milliseconds;
         return pool.exchange(asked, registry.find(key), std::chrono::steady_clock::now());
@@ -222,6 +223,18 @@ private Q_SLOTS:
         server.setRaw({});
         server.setMode(Mode::Raw);
         QCOMPARE(pool.ask(server.address()).state, State::Broken);
+        QCOMPARE(server.deliveries(), 2);
+    }
+
+    void aWriteDoesNotGoOutOnAConnectionThatHasEnded()
+    {
+        MisbehavingServer server;
+        Pool pool;
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        server.dropConnections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(pool.ask(server.address(), false, 20000, HttpMethod::Put).state, State::Success);
+        QCOMPARE(server.connections(), 2);
         QCOMPARE(server.deliveries(), 2);
     }
 

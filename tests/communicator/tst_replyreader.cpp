@@ -44,7 +44,8 @@ private Q_SLOTS:
             QCOMPARE(second.feed(tooMuch.constData(), std::size_t(tooMuch.size())),
                      ResponseParser::State::Refused);
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
-            QVERIFY(!second.error().isEmpty());
+            QCOMPARE(second.error(),
+                     QStringLiteral("the replies being received together exceed their common limit"));
             second.reset();
             feed(second, headOf(400) + QByteArray(400, 'c'));
             QCOMPARE(second.finish(State::Success).state, State::Success);
