@@ -79,10 +79,10 @@ def balanced(text):
 FLIPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&"}
 BUILT_IN_FLIPS = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "&": "|", "|": "&"}
 
-# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, what the sanitizers
-# tell and no test reliably does (locks, releases), and debug lines.
+# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, what does nothing here
+# (the end of a list of arguments), what the sanitizers tell and no test reliably does (locks, releases), and debug lines.
 NOT_COUNTED = re.compile(r"Q_UNUSED|Q_ASSERT|static_assert|assert\b|\(void\)|"
-                         r"curl_easy_cleanup\b|"
+                         r"curl_easy_cleanup\b|va_end\b|"
                          r".*(\.|->)(reserve|shrink_to_fit|squeeze)\([^;]*\)$", re.S)
 DEBUG_LINE = re.compile(r"\b(qDebug|qCDebug)\b")
 
