@@ -42,7 +42,6 @@ private:
     void ready(std::uint32_t events);
     void go(Exchange::Step step);
     void watch();
-    void drop();
     void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
@@ -52,7 +51,6 @@ private:
     Finished m_finished;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
     bool m_isReused = false;
     Q_DISABLE_COPY_MOVE(AsyncExchange)
 };
