@@ -82,8 +82,8 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
         qCInfo(httpLog, "%s %s: decoding %d bytes took %lld ms beside the time limit",
                qPrintable(printableKey(p.deviceKey)),
-               requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(), p.received.size(),
-               static_cast<long long>(took.count()));
+               requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(),
+               int(p.received.size()), static_cast<long long>(took.count()));
     }
     if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
         p.unreadableLogged = true;

@@ -23,9 +23,10 @@ constexpr std::size_t retainedEntries = 4096;
 bool hasTooManyTokens(const QByteArray& text)
 {
     TokenCounter tokens;
-    constexpr int piece = 1 << 20;
-    for (int at = 0; at < text.size() && tokens.count() <= maxTokens; at += piece) {
-        tokens.add(text.constData() + at, std::size_t(std::min(piece, text.size() - at)));
+    constexpr std::size_t piece = 1 << 20;
+    const auto size = std::size_t(text.size());
+    for (std::size_t at = 0; at < size && tokens.count() <= maxTokens; at += piece) {
+        tokens.add(text.constData() + at, std::min(piece, size - at));
     }
     return tokens.count() > maxTokens;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// libcurl, loaded when the transport begins rather than with the program: it brings some thirty libraries,
+// libcurl, loaded with the first connection rather than with the program: it brings some thirty libraries,
 // for which a program that makes no call would wait at each of its starts.
 //
 // What the transport uses of it is defined here under its own name, hidden from everybody else, and passes

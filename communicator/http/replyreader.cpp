@@ -183,7 +183,7 @@ bool ReplyReader::hasTooManyTokens(int added)
     if (m_body.size() <= JsonText::maxTokens / 2 || m_isPlain) {
         return false;
     }
-    const int searched = std::min(m_body.size(), m_searched + 2 * added);
+    const int searched = std::min(int(m_body.size()), m_searched + 2 * added);
     m_tokens.add(m_body.constData() + m_searched, static_cast<std::size_t>(searched - m_searched));
     m_searched = searched;
     if (m_tokens.count() <= JsonText::maxTokens) {

@@ -21,6 +21,7 @@ std::shared_ptr<IoLoop> EngineSlot::loop()
 std::shared_ptr<IoLoop> EngineSlot::loopLocked()
 {
     if (!m_loop) {
+        Lifecycle::prepareConnections();
         m_loop = std::make_shared<IoLoop>();
     }
     return m_loop;

@@ -359,6 +359,15 @@ private Q_SLOTS:
         QVERIFY(errorOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n")
                     .startsWith(QLatin1String("the reply's body is not valid HTTP: ")));
         QCOMPARE(errorOf("220 mail"), QStringLiteral("the reply is not an HTTP/1 response"));
+        QCOMPARE(errorOf("HTTP/1.1 200 OK\r\nX: " + QByteArray(70000, 'x')),
+                 QStringLiteral("the reply's headers are too large"));
+        QCOMPARE(errorOf("HTTP/1.1 200 OK\r\n" + QByteArray("X: 1\r\n").repeated(300) + "\r\n"),
+                 QStringLiteral("the reply's headers are too large"));
+        const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+        QCOMPARE(errorOf(chunked + "1;" + QByteArray(40000, 'x')),
+                 QStringLiteral("the reply's chunk framing is too large"));
+        QCOMPARE(errorOf(chunked + ("1;" + QByteArray(9000, 'x') + "\r\ny\r\n").repeated(2)),
+                 QStringLiteral("the reply's chunk extensions are too large"));
     }
 
     void framingReachesToItsBound()

@@ -270,7 +270,7 @@ private Q_SLOTS:
         Map out{{"stale", 1}};
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
         QCOMPARE(out, (Map{{"brightness", 200U}}));
-        QCOMPARE(int(out.value("brightness").type()), int(QVariant::UInt));
+        QCOMPARE(out.value("brightness").userType(), int(QMetaType::UInt));
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
         QCOMPARE(m_engine->count(), 1);
     }
@@ -440,7 +440,7 @@ private Q_SLOTS:
         QVERIFY(screenInfo()->getSingleGamma(m_device, screen, out, false));
         QCOMPARE(out, gammas(2, 2.2, 2.4));
         for (const QVariant& gamma : qAsConst(out)) {
-            QCOMPARE(int(gamma.type()), int(QVariant::Double));
+            QCOMPARE(gamma.userType(), int(QMetaType::Double));
         }
         QCOMPARE(cachedGammas(), gammas(2, 2.2, 2.4));
         QCOMPARE(m_engine->count(), 1);

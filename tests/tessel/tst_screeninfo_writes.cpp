@@ -376,7 +376,7 @@ private Q_SLOTS:
         QCOMPARE(cachedValue(property), property->before);
         QVERIFY(m_engine->release());
         QTRY_COMPARE(cachedValue(property), property->written);
-        QCOMPARE(int(cachedValue(property).type()), int(property->written.type()));
+        QCOMPARE(cachedValue(property).userType(), property->written.userType());
         QCOMPARE(m_engine->count(), 1);
     }
 
