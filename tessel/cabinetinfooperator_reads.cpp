@@ -148,14 +148,12 @@ bool CabinetInfoOperator::getCabinetRxs(const QString& deviceKey, const QString&
 }
 
 bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
-                                                   const QMap<QString, QString>& parameters,
+                                                   const QMap<QString, QString>& query,
                                                    QList<QVariant>& result)
 {
     QMap<QString, QVariant> reply;
-    const bool answered = Request("Device_CabinetGammaCurveInfo")
-                              .parameters(parameters)
-                              .placeHolder("id", id)
-                              .get(deviceKey, reply);
+    const bool answered =
+        Request("Device_CabinetGammaCurveInfo").parameters(query).placeHolder("id", id).get(deviceKey, reply);
     result = reply.value(QStringLiteral("gammaTable")).toList();
     return answered;
 }
