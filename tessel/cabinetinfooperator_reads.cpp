@@ -3,6 +3,7 @@
 // Reads of single properties.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/listof.h>
 #include <tessel/frames/request.h>
 
 using Tessel::asParsed;
@@ -156,7 +157,7 @@ bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, con
                               .parameters(parameters)
                               .placeHolder("id", id)
                               .get(deviceKey, reply);
-    result = reply.value(QStringLiteral("gammaTable")).toList();
+    result = Tessel::listOf(reply.value(QStringLiteral("gammaTable")));
     return answered;
 }
 
