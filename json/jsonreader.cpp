@@ -353,7 +353,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                const std::string_view token = value.raw_json_token();
                const char opening = start(token);
                if (opening != '{' && opening != '[') {
-                   // Nothing else is read meanwhile, so that it may be read where it is to stand.
+                   // Nothing else is read meanwhile, so it can be decoded into its final place.
                    m_entries.emplace_back();
                    m_entries.back().key = key;
                    return scalar(value, token, m_entries.back().value);

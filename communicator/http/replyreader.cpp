@@ -175,9 +175,9 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
     return true;
 }
 
-// No text has more tokens than bytes, so that most need no count. That of a longer one begins halfway to the
-// bound and goes over two bytes for each that comes: where it matters it has caught up, and no turn is long.
-// What is neither an object nor a list becomes nothing, however long it is.
+// A text never has more tokens than bytes, so most texts need not be counted. Counting starts when half the
+// limit has been received and covers two bytes for each new one, so that it has caught up at the limit and no
+// turn is long. What is neither an object nor a list becomes nothing, however long it is.
 bool ReplyReader::hasTooManyTokens(int added)
 {
     if (m_body.size() <= JsonText::maxTokens / 2 || m_isPlain) {

@@ -541,14 +541,14 @@ private Q_SLOTS:
 
     void aRequestForWhichTheTableHasNoPathGoesOutWithoutOne_data()
     {
-        QTest::addColumn<bool>("newer");
+        QTest::addColumn<bool>("isMultiScreen");
         QTest::newRow("single-screen protocol") << false;
         QTest::newRow("multi-screen protocol") << true;
     }
     void aRequestForWhichTheTableHasNoPathGoesOutWithoutOne()
     {
-        QFETCH(bool, newer);
-        if (newer) {
+        QFETCH(bool, isMultiScreen);
+        if (isMultiScreen) {
             HWInfo::getInstance()->getHwProtoc(m_device, true);
         }
         m_engine->forget();
