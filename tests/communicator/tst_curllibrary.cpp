@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // When libcurl and what it brings are loaded.
+#include <communicator/deviceendpoint.h>
+#include <communicator/httpjsonpackage.h>
 #include <communicator/httpproxy.h>
 
 #include <QFile>
@@ -8,21 +10,34 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-using Krelm::Communicator::HttpDevice::HttpProxy;
+using namespace Krelm::Communicator::HttpDevice;
+
+namespace {
+
+bool isLoaded()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("/libcurl");
+}
+
+} // namespace
 
 class TestCurlLibrary : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void libcurlIsLoadedWithTheTransportAndNotWithTheProgram()
+    void libcurlIsLoadedWithTheFirstExchangeAndNotWithTheProgram()
     {
-        const auto isLoaded = [] {
-            QFile maps(QStringLiteral("/proc/self/maps"));
-            return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("/libcurl");
-        };
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        DeviceEndpoint endpoint;
+        endpoint.address = QStringLiteral("127.0.0.1:1");
+        QVERIFY(proxy->addDevice(QStringLiteral("wall"), endpoint));
         QVERIFY(!isLoaded());
-        QVERIFY(HttpProxy::getInstance() != nullptr);
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/x"));
+        proxy->getSync(QStringLiteral("wall"), &package);
         QVERIFY(isLoaded());
+        QVERIFY(proxy->removeDevice(QStringLiteral("wall")));
     }
 
     void aLibraryThatCannotBeUsedEndsTheProgramAndIsNamed_data()

@@ -1008,8 +1008,8 @@ private Q_SLOTS:
             }
             return asleep;
         };
-        const QDeadlineTimer patience(10000); // without the event loop, which would deliver
-        while (!staysAsleep() && !patience.hasExpired()) {
+        const QDeadlineTimer deadline(10000); // without the event loop, which would deliver
+        while (!staysAsleep() && !deadline.hasExpired()) {
             std::this_thread::yield();
         }
         QVERIFY(staysAsleep());

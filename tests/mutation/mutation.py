@@ -52,7 +52,7 @@ ABSENT_KEYS, PRESENT_KEY = "absentroutekeys.h", '"Device_Hwinfo"'
 # A source whose tests do not carry its name, by the names of both without directory and suffix.
 TABLE = {
     "httpproxy": ["tst_proxy"],
-    "proxyeventqueue": ["tst_noticequeue", "tst_eventdelivery", "tst_proxy"],
+    "proxyeventqueue": ["tst_proxyeventqueue", "tst_eventdelivery", "tst_proxy"],
     "eventstream": ["tst_events"],
     "eventchannels": ["tst_events"],
     "httpjsonpackage": ["tst_package", "tst_proxy"],
@@ -84,7 +84,6 @@ TABLE = {
     "socketengine": ["tst_engine_requests", "tst_proxy"],
     "timelimit": ["tst_exchangereport"],
     "transferlimits": ["tst_replyreader"],
-    "fanout": ["tst_fanout"],
 }
 
 
