@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tessel::Simulator {
 
@@ -22,7 +23,9 @@ struct Reply
     int status = 200;
     SharedText body; ///< null: none
     std::string_view contentType = "application/json";
-    std::string allow; ///< for the Allow header; empty: none
+    std::string allow;                   ///< for the Allow header; empty: none
+    std::string retryAfter;              ///< for the Retry-After header; empty: none
+    std::vector<std::string> challenges; ///< for WWW-Authenticate headers
 };
 
 /// 200 with @p body.
