@@ -46,7 +46,7 @@ inline constexpr std::array cutKinds{
 /// A member of a fault script.
 struct FaultMember
 {
-    const char* name;
+    const char* name;    ///< as scripts have it
     const char* meaning; ///< for a person to read
     /// What it may be if it is no number; null for a number.
     const char* values = nullptr;

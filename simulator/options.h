@@ -21,8 +21,8 @@ enum class Login { None, Basic, Digest, Bearer };
 /// A login and its name on the command line.
 struct LoginName
 {
-    Login login;
-    const char* name;
+    Login login;      ///< as the options have it
+    const char* name; ///< as the command line has it
 };
 
 /// All of them.
