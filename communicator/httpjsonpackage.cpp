@@ -93,6 +93,17 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
     return data;
 }
 
+void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
+                                        const EndedExchange& ended)
+{
+    package->setSimpleState(reply.state);
+    package->setReceiveData(reply.body);
+    package->setResponseHeader(reply.headers);
+    package->replyStatus = reply.status;
+    package->d->ended = ended;
+    package->d->ended.reply.clear();
+}
+
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
 {
     std::shared_ptr<PendingReply>& pending = package->d->pending;

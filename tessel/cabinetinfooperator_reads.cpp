@@ -3,6 +3,7 @@
 // Reads of single properties.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/listof.h>
 #include <tessel/frames/request.h>
 
 using Tessel::asParsed;
@@ -154,7 +155,7 @@ bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, con
     QMap<QString, QVariant> reply;
     const bool answered =
         Request("Device_CabinetGammaCurveInfo").parameters(query).placeHolder("id", id).get(deviceKey, reply);
-    result = reply.value(QStringLiteral("gammaTable")).toList();
+    result = Tessel::listOf(reply.value(QStringLiteral("gammaTable")));
     return answered;
 }
 

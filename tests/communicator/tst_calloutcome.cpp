@@ -210,7 +210,7 @@ private Q_SLOTS:
         package.setUrl(QStringLiteral("/x/{id}"));
         const ExchangeOutcome outcome = ExchangeOutcome::of(package);
         QCOMPARE(outcome.deviceKey, QStringLiteral("wall"));
-        QCOMPARE(outcome.path, QByteArray("/x/{id}"));
+        QCOMPARE(outcome.path, QByteArray("/x/%7Bid%7D"));
     }
 
     void aLongReplyIsNoEnvelope_data()
@@ -314,6 +314,87 @@ private Q_SLOTS:
         get(server.address());
         QCOMPARE(outcome.exchanges().size(), 3);
         QVERIFY(outcome.text().endsWith(QLatin1String("second (code 1)")));
+    }
+
+    void theLatestOperationIsKnownAfterwards()
+    {
+        MisbehavingServer server(Mode::Raw);
+        server.setRaw("HTTP/1.1 503 Busy\r\nRetry-After: 120\r\nContent-Length: 0\r\n\r\n");
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x/{id}"));
+        package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("a b"));
+        package.addParameters(QStringLiteral("q"), QStringLiteral("1"));
+        HttpProxy::getInstance()->getSync(server.address(), &package);
+        const OperationOutcome last = OperationOutcome::last();
+        QVERIFY(last.isFinished());
+        QVERIFY(last.hasFailed());
+        QCOMPARE(last.exchanges().size(), 1);
+        for (const ExchangeOutcome& one : {last.exchanges().first(), ExchangeOutcome::of(package)}) {
+            QCOMPARE(one.id, last.ids().front());
+            QCOMPARE(one.deviceKey, server.address());
+            QCOMPARE(one.verb, QByteArray("GET"));
+            QCOMPARE(one.path, QByteArray("/api/v1/x/a%20b?q=1"));
+            QCOMPARE(one.state, State::HttpFailure);
+            QCOMPARE(one.status, 503);
+            QCOMPARE(one.retryAfter, qint64(120000));
+            QCOMPARE(one.reason, QStringLiteral("HTTP status 503"));
+            QVERIFY(one.milliseconds >= 0);
+        }
+    }
+
+    void whatDoesNotWaitIsKnownByItsPackage()
+    {
+        const ClosedPort closed;
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        QSignalSpy done(&package, &HttpJsonPackage::readyRead);
+        HttpProxy::getInstance()->put(closed.address(), &package);
+        const OperationOutcome last = OperationOutcome::last();
+        QTRY_COMPARE(done.size(), 1);
+        const ExchangeOutcome one = ExchangeOutcome::of(package);
+        QCOMPARE(one.id, last.ids().front());
+        QCOMPARE(one.verb, QByteArray("PUT"));
+        QCOMPARE(one.state, State::Unreachable);
+        QVERIFY(!one.reason.isEmpty());
+        QCOMPARE(one.text(), last.text());
+    }
+
+    void anOutcomeOutlivesItsPackage()
+    {
+        MisbehavingServer server(Mode::Stall);
+        {
+            HttpJsonPackage package(nullptr);
+            package.setUrl(QStringLiteral("/api/v1/x"));
+            HttpProxy::getInstance()->put(server.address(), &package);
+        }
+        const OperationOutcome last = OperationOutcome::last();
+        QVERIFY(server.waitForDeliveries(1));
+        QVERIFY(!last.isFinished());
+        HttpProxy::getInstance()->cancelAll(server.address());
+        QTRY_VERIFY(last.isFinished());
+        QCOMPARE(last.exchanges().first().state, State::Aborted);
+    }
+
+    void aLongReplyIsNotKept()
+    {
+        const QByteArray filler(1 << 20, 'x');
+        MisbehavingServer server(Mode::Raw);
+        server.setRaw(reply("200 OK", "{\"code\":3,\"data\":\"" + filler + "\"}"));
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        HttpProxy::getInstance()->getSync(server.address(), &package);
+        QCOMPARE(OperationOutcome::last().exchanges().first().state, State::Success);
+        QCOMPARE(OperationOutcome::last().exchanges().first().code, 0);
+    }
+
+    void noOperationHasNoOutcome()
+    {
+        QVERIFY(OperationOutcome().ids().empty());
+        QVERIFY(OperationOutcome().isFinished());
+        std::thread([] {
+            QVERIFY(OperationOutcome::last().ids().empty());
+            QVERIFY(OperationOutcome::last().text().startsWith(QLatin1String("nothing was sent")));
+        }).join();
     }
 
     void theLatestThousandAreKept()

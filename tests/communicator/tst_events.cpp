@@ -644,27 +644,32 @@ private Q_SLOTS:
         QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
     }
 
+    // A machine with much to do may be too late with what is to be heard, so there are several attempts.
     void aStreamThatIsHeardIsNotSilent()
     {
-        MisbehavingServer server(Mode::Scripted);
-        server.addScript({head, "data: 1\n\n"});
-        EventTimings timings = quickTimings();
-        timings.silence = 2s;
-        Listening listening(timings);
-        IoLoop::Clock::time_point ended;
-        listening.receive = [&ended](const ProxyEvent& event) {
-            if (event.kind == ProxyEvent::Kind::Connection &&
-                event.connection->state == ConnectionState::Waiting) {
-                ended = IoLoop::Clock::now();
-            }
-        };
-        listening.open(wall, server.address());
-        QTRY_COMPARE(listening.events.size(), 1);
-        QVERIFY(waitFor(listening, timings.silence / 2));
-        const auto heard = IoLoop::Clock::now();
-        server.broadcast(":\n");
-        QTRY_VERIFY(ended != IoLoop::Clock::time_point());
-        QVERIFY(ended - heard >= timings.silence);
+        bool lasted = false;
+        for (std::chrono::milliseconds silence = 300ms; silence < 10s && !lasted; silence *= 2) {
+            MisbehavingServer server(Mode::Scripted);
+            server.addScript({head, "data: 1\n\n"});
+            EventTimings timings = quickTimings();
+            timings.silence = silence;
+            Listening listening(timings);
+            IoLoop::Clock::time_point ended;
+            listening.receive = [&ended](const ProxyEvent& event) {
+                if (event.kind == ProxyEvent::Kind::Connection &&
+                    event.connection->state == ConnectionState::Waiting) {
+                    ended = IoLoop::Clock::now();
+                }
+            };
+            listening.open(wall, server.address());
+            QTRY_COMPARE(listening.events.size(), 1);
+            QVERIFY(waitFor(listening, silence / 2));
+            const auto heard = IoLoop::Clock::now();
+            server.broadcast(":\n");
+            QTRY_VERIFY_WITH_TIMEOUT(ended != IoLoop::Clock::time_point(), 20000);
+            lasted = ended - heard >= silence;
+        }
+        QVERIFY(lasted);
     }
 
     void aDeviceThatIsGoneSaysWhenItIsAskedAgain()
