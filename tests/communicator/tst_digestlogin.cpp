@@ -57,7 +57,8 @@ private Q_SLOTS:
         row("MD5 without qop", ", algorithm=MD5", false, false, false);
         row("MD5-sess", ", algorithm=MD5-sess, qop=\"auth, auth-int\"", false, true, true);
         row("SHA-256", ", algorithm=SHA-256, qop=\"auth-int,auth\", opaque=\"FQhe\"", true, false, true);
-        row("blanks around what is offered", ", algorithm=MD5, qop=\"auth-int, auth ,x\"", false, false, true);
+        row("blanks around what is offered", ", algorithm=MD5, qop=\"auth-int, auth ,x\"", false, false,
+            true);
         row("SHA-256-sess", ", algorithm=sha-256-SESS, qop=auth", true, true, true);
     }
     void theAnswerIsWhatTheDeviceComputes()

@@ -63,8 +63,8 @@ private Q_SLOTS:
         package.setReceiveData(body);
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
-        const QString line = QStringLiteral(
-            "tessel.http.warning: ***@wall /api/v1/x?q=1: the reply is not a JSON object");
+        const QString line =
+            QStringLiteral("tessel.http.warning: ***@wall /api/v1/x?q=1: the reply is not a JSON object");
         QCOMPARE(log.lines(), warnings == 0 ? QStringList() : QStringList(line));
     }
 
