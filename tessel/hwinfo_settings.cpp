@@ -14,10 +14,10 @@ bool HWInfo::putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& 
     return Request("Device_Hwinfo").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& query,
                              QMap<QString, QVariant>& reply)
 {
-    return Request("Device_System").parameters(parameters).put(deviceKey, reply);
+    return Request("Device_System").parameters(query).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -37,10 +37,10 @@ bool HWInfo::putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QStri
     return Request("Device_PipeThreeDSingaldelaytime").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& query,
                                  QMap<QString, QVariant>& result)
 {
-    return Request("Device_Customdata").parameters(parameters).get(deviceKey, result);
+    return Request("Device_Customdata").parameters(query).get(deviceKey, result);
 }
 
 bool HWInfo::getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result)
@@ -150,10 +150,10 @@ bool HWInfo::putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVari
     return Request("Device_HDMode").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& query,
                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Version").parameters(parameters).body(body).post(deviceKey, reply);
+    return Request("Device_Version").parameters(query).body(body).post(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,

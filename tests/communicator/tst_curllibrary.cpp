@@ -68,7 +68,7 @@ private Q_SLOTS:
         program.setProcessEnvironment(environment);
         program.setProcessChannelMode(QProcess::MergedChannels);
         program.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("libcurlIsLoadedWithTheTransportAndNotWithTheProgram")});
+                      {QStringLiteral("libcurlIsLoadedWithTheFirstExchangeAndNotWithTheProgram")});
         QVERIFY(program.waitForFinished());
         const QByteArray output = program.readAll();
         QVERIFY2(output.contains(message), output.constData());
