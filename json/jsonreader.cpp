@@ -90,7 +90,7 @@ bool isTooLarge(std::string_view token)
 
 bool readReal(std::string_view token, QVariant& out)
 {
-    double number = 0;
+    double number{};
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it rounds to zero.

@@ -184,8 +184,8 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
         if (key.isValidUtf16()) {
             canonical = key.toUtf8();
         } else {
-            canonical =
-                '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()), key.size() * 2);
+            canonical = '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()),
+                                                         key.size() * int(sizeof(QChar)));
         }
         text = std::string_view(canonical.constData(), std::size_t(canonical.size()));
     }

@@ -56,7 +56,6 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_bytesSent = 0;
     m_lastProgress = {};
     m_reader.reset();
-    m_body.clear();
     m_error = errorOfRequest(request);
     if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
