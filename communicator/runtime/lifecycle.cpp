@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/runtime/lifecycle.h"
 
+#include "communicator/runtime/uvlibrary.h"
+
 #include <QCoreApplication>
 
 #include <atomic>
@@ -52,6 +54,7 @@ void onChange(void (*stop)(), void (*restart)())
     // reverse order, so the guard must be registered after it: the transport then stops while TLS still
     // works.
     curl_global_init(CURL_GLOBAL_DEFAULT);
+    uv(); // if it is missing, the first use of the transport tells, and not some later one
     stopTransport = stop;
     restartTransport = restart;
     static const ClosedAtExit guard;
