@@ -243,9 +243,9 @@ int main(int argc, char** argv)
                 "/ QNetworkAccessManager %.2f (at most 0.167)\n",
                 library / figures[0].median, library / figures[2].median, library / figures[3].median);
     std::printf("system calls for each read: %.2f (wanted: at most 4)\n", systemCalls);
-    tellRatio("get/system-calls", systemCalls);
-    tellRatio("get/raw-socket", library / figures[0].median);
-    tellRatio("get/libcurl", library / figures[2].median);
-    tellRatio("get/qnetworkaccessmanager", library / figures[3].median);
+    printRatio("get/system-calls", systemCalls);
+    printRatio("get/raw-socket", library / figures[0].median);
+    printRatio("get/libcurl", library / figures[2].median);
+    printRatio("get/qnetworkaccessmanager", library / figures[3].median);
     return 0;
 }

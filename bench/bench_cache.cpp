@@ -98,7 +98,7 @@ void printReads(const char* title, const char* name, const std::vector<Figures>&
     std::printf("%-36s %7.1f ns, copying the containers %7.1f ns, ratio %.1f\n", title,
                 figures[1].median * nanoseconds, figures[0].median * nanoseconds,
                 figures[1].median / figures[0].median);
-    tellRatio(name, figures[1].median / figures[0].median);
+    printRatio(name, figures[1].median / figures[0].median);
 }
 
 } // namespace
@@ -165,7 +165,7 @@ int main(int argc, char** argv)
         reply.size() / 1e6, median(times), median(otherTimes), median(otherTimes) / median(times));
     std::printf("its peak memory: %.1f MiB, QJsonDocument %.1f MiB, ratio %.2f (wanted: at most 0.5)\n",
                 ourPeak, otherPeak, ourPeak / otherPeak);
-    tellRatio("cache/load", median(otherTimes) / median(times));
-    tellRatio("cache/load-peak", ourPeak / otherPeak);
+    printRatio("cache/load", median(otherTimes) / median(times));
+    printRatio("cache/load-peak", ourPeak / otherPeak);
     return 0;
 }

@@ -244,7 +244,7 @@ void measureStreams(const QStringList& one, const QStringList& many)
     std::printf("single events: %.1f us CPU each with one stream, %.1f with %d: ratio %.2f (wanted: at most "
                 "1.5)\n",
                 median(oneCpu), median(manyCpu), deviceCount, median(manyCpu) / median(oneCpu));
-    tellRatio("events/streams", median(manyCpu) / median(oneCpu));
+    printRatio("events/streams", median(manyCpu) / median(oneCpu));
 }
 
 /// Bytes that this process has allocated.
@@ -292,7 +292,7 @@ void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
         return (allocated() - before) / 1024 / static_cast<double>(keys.size() - 1);
     });
     std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", idleStreams, kibibytes);
-    tellRatio("events/idle-stream", kibibytes);
+    printRatio("events/idle-stream", kibibytes);
 }
 
 void measureRefresh(const QStringList& keys, int events, const char* title)

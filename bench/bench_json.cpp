@@ -60,7 +60,7 @@ void compare(const char* what, const char* name, const std::function<void()>& th
     const double our = ourTimes[rounds / 2];
     std::printf("%-28s QJsonDocument %10.1f us   ours %10.1f us   ratio %.2f\n", what, their * 1e6, our * 1e6,
                 their / our);
-    tellRatio(name, their / our);
+    printRatio(name, their / our);
 }
 
 void comparePeak(const char* what, const char* name, const std::function<void()>& theirs,
@@ -70,7 +70,7 @@ void comparePeak(const char* what, const char* name, const std::function<void()>
     const double our = addedPeak(ours);
     std::printf("%-28s QJsonDocument %10.1f MiB  ours %10.1f MiB  ratio %.2f\n", what, their, our,
                 our / their);
-    tellRatio(name, our / their);
+    printRatio(name, our / their);
 }
 
 } // namespace

@@ -155,7 +155,7 @@ void measureThreads(const QStringList& keys, int rounds)
         "%d threads on %d devices: %.0f reads/s, %.1f us CPU each; QNetworkAccessManager %.0f, %.1f: %.1f "
         "times as fast (wanted: at least 9)\n",
         threadCount, threadCount, median(rates[0]), median(cpu[0]), median(rates[1]), median(cpu[1]), ratio);
-    tellRatio("parallel/threads", ratio);
+    printRatio("parallel/threads", ratio);
 }
 
 /// Starts all requests at once and waits for all replies.
@@ -268,8 +268,8 @@ void measureInFlight(const QStringList& keys, int rounds)
                            rounds, 1);
     std::printf("%d requests in flight to %d devices\n", requestCount, deviceCount);
     printFigures(figures);
-    tellRatio("parallel/in-flight-libcurl", figures[1].cpu / figures[0].cpu);
-    tellRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);
+    printRatio("parallel/in-flight-libcurl", figures[1].cpu / figures[0].cpu);
+    printRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);
 }
 
 /// Answers with a body that does not end, in chunks of one byte.
@@ -326,7 +326,7 @@ void measureBesideFloods(const QStringList& floods, const QString& healthy)
         "a call beside %d devices that flood: median %.2f ms, 99th percentile %.2f ms (wanted: below 20), "
         "worst %.2f ms\n",
         flooding, milliseconds[healthyCalls / 2], late, milliseconds.back());
-    tellRatio("parallel/beside-floods", late);
+    printRatio("parallel/beside-floods", late);
 }
 
 } // namespace

@@ -64,6 +64,6 @@ int main(int argc, char** argv)
                 "(CPU %.0f): ratio %.2f, of the processor time %.2f (wanted: at most 1.3)\n",
                 median(wall[0]), median(cpu[0]), median(wall[1]), median(cpu[1]),
                 median(wall[1]) / median(wall[0]), median(cpu[1]) / median(cpu[0]));
-    tellRatio("start/linked", median(cpu[1]) / median(cpu[0]));
+    printRatio("start/linked", median(cpu[1]) / median(cpu[0]));
     return 0;
 }

@@ -147,7 +147,7 @@ void measureEncoding(int rounds)
                 "least 5)\n",
                 megabytes, megabytes / figures[0].median * 1e6, megabytes / figures[1].median * 1e6,
                 figures[1].median / figures[0].median);
-    tellRatio("upload/encode", figures[1].median / figures[0].median);
+    printRatio("upload/encode", figures[1].median / figures[0].median);
 }
 
 } // namespace
@@ -173,7 +173,7 @@ int main(int argc, char** argv)
     });
     std::printf("  peak beyond the variants: %.1f mebibyte, %.2f times the text (wanted: at most 1.1)\n",
                 wholePeak, wholePeak / whole);
-    tellRatio("upload/peak", wholePeak / whole);
+    printRatio("upload/peak", wholePeak / whole);
 
     std::printf("1,000 uploads of %.0f KiB at once to one device\n", part * 1024);
     const double onePeak =

@@ -33,9 +33,18 @@ struct Options
     qint64 bodyLimit = 256LL * 1024 * 1024;        ///< maximum bytes of a request body; larger ones get 413
     qint64 coefficientLimit = 512LL * 1024 * 1024; ///< maximum bytes of stored coefficients; more gets 507
     int headerLimit = 32 * 1024;                   ///< maximum bytes of a request head; larger ones get 431
-    int idleTimeout = 120000;                      ///< milliseconds after which an idle connection is closed
-    int maxConnections = 4096;                     ///< open connections; further ones are closed at once
-    int requestLog = 1000;                         ///< number of requests kept for Simulator::requests()
+    int idleTimeout = 120000; ///< milliseconds after which a connection without a request, or whose client
+                              ///< does not read, is closed
+    int headTimeout = 10000;   ///< milliseconds for a whole request head, and for a new connection to send it
+    int bodyTimeout = 30000;   ///< milliseconds between two pieces of a body, and for each 4 KiB on average
+    int maxConnections = 4096; ///< open connections; further ones are closed at once
+    int maxConnectionsPerPeer = 3072; ///< the same for each address that clients connect from
+    int maxHalfOpen = 1024;           ///< connections whose request has not come whole; beyond it, the oldest
+                                      ///< of the address that has the most is closed
+    int maxHalfOpenPerPeer = 256;     ///< the same for each address
+    qint64 bodyMemory = 1024LL * 1024 * 1024; ///< bytes of all request bodies being received, half of it for
+                                              ///< each address; what exceeds it gets 503
+    int requestLog = 1000;                    ///< number of requests kept for Simulator::requests()
 };
 
 } // namespace Tessel::Simulator

@@ -10,6 +10,7 @@
 
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
+using Tessel::httpStatus;
 using Tessel::PromiseRequest;
 using Tessel::readResponse;
 using Tessel::Request;
@@ -82,7 +83,7 @@ bool Correctionop::getCorrectNicc(const QString& deviceKey, const QString& id, Q
 bool Correctionop::getScreenCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result,
                                         int& status)
 {
-    return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, status);
+    return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, httpStatus(status));
 }
 
 bool Correctionop::setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& body,

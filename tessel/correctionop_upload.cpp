@@ -4,6 +4,7 @@
 #include <tessel/correctionop.h>
 
 #include <tessel/envelopes/commonresponse.h>
+#include <tessel/frames/operationscope.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
 
@@ -56,6 +57,7 @@ QtPromise::QPromise<QMap<QString, QVariant>> uploadCabinet(const char* routeKey,
 bool uploadCabinetAndWait(const char* routeKey, const QString& deviceKey, const QString& cid,
                           const QList<QVariant>& data, QMap<QString, QVariant>& result)
 {
+    const Tessel::OperationScope scope;
     try {
         if (Tessel::ApplicationEnd::hasCome()) {
             return false;

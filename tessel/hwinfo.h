@@ -33,7 +33,8 @@ enum EnumScreenVer {
 /// Operations block their caller, by default for at most the transport's time limit (10 s). Call those on the
 /// description and the versions on the thread of the first getInstance(), which needs an event loop for the
 /// events; the settings may run on any thread once the route table exists (see AllUrlResource). Operations
-/// return whether the exchange succeeded; the log category `tessel.http` gives the reason of a failure.
+/// return whether the exchange succeeded. After a `false` or a rejected promise, OperationOutcome
+/// (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT HWInfo : public QObject
 {
     Q_OBJECT

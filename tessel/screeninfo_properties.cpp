@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // ScreenInfo: reads of a screen's properties.
+#include <tessel/frames/operationscope.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/screenproperty.h>
 #include <tessel/screeninfo.h>
@@ -259,8 +260,12 @@ bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, c
     }
     const QMutexLocker lock(&m_propertyMutex);
     const QMap<QString, QVariant> known = m_screenProperties.value(deviceKey).value(id);
-    return std::all_of(cacheKeys.begin(), cacheKeys.end(),
-                       [&known](const char* key) { return known.contains(QLatin1String(key)); });
+    const bool all = std::all_of(cacheKeys.begin(), cacheKeys.end(),
+                                 [&known](const char* key) { return known.contains(QLatin1String(key)); });
+    if (all) {
+        Tessel::nothingIsSent();
+    }
+    return all;
 }
 
 // Quirk: A property that the reply lacks is cached as 0.

@@ -22,8 +22,8 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
-/// a path and a query their form.
+/// Whether @p character is left unencoded in a path: unreserved characters (RFC 3986, 2.3), and those that
+/// give a path and a query their form.
 bool isPlain(QChar character)
 {
     const ushort code = character.unicode();

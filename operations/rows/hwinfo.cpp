@@ -6,7 +6,7 @@
 
 namespace Tessel::Operations {
 
-/// A version that is not known is a failure; a known one is told by its name.
+/// A known version is an output with its name; an unknown one is a failure.
 template <>
 struct ReturnValue<Correction::EnumScreenVer>
 {

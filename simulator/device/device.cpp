@@ -173,7 +173,7 @@ void Device::logout()
 
 void Device::restart()
 {
-    m_events.startAnew(); // before a client may come back
+    m_events.startAnew(); // before a client can reconnect
     disconnectStreams();
 }
 

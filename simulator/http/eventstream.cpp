@@ -22,11 +22,15 @@ constexpr std::size_t framesPerWrite = 64;
 class EventStream : public Connection, public EventSink
 {
 public:
-    EventStream(Socket socket, std::shared_ptr<ServerContext> context)
-        : Connection(Kind::Stream, context->registry)
+    EventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
+                std::shared_ptr<Peer> peer)
+        : Connection(Kind::Stream, context->registry, std::move(peer))
         , m_context(std::move(context))
-        , m_socket(std::move(socket))
-    {}
+        , m_wire(std::move(wire))
+    {
+        m_wire->setActivity(activity());
+        enter(Phase::Idle);
+    }
 
     ~EventStream() override { m_context->device.events().unsubscribe(*this); }
 
@@ -45,7 +49,7 @@ public:
     void deliver(const SharedText& frame) override
     {
         // The stream may be about to be destroyed: its destructor waits for the hub, which is delivering.
-        net::post(m_socket.get_executor(), [self = weak_from_this(), frame] {
+        net::post(m_wire->get_executor(), [self = weak_from_this(), frame] {
             if (const auto stream = self.lock()) {
                 static_cast<EventStream&>(*stream).enqueue(frame);
             }
@@ -54,7 +58,7 @@ public:
 
     void close() override
     {
-        net::post(m_socket.get_executor(), [self = shared()] { self->end(); });
+        net::post(m_wire->get_executor(), [self = shared()] { self->end(); });
     }
 
 private:
@@ -63,15 +67,11 @@ private:
         return std::static_pointer_cast<EventStream>(shared_from_this());
     }
 
-    void end()
-    {
-        error_code ignored;
-        m_socket.close(ignored);
-    }
+    void end() { m_wire->close(); }
 
     void enqueue(const SharedText& frame)
     {
-        if (!m_socket.is_open()) {
+        if (!m_wire->isOpen()) {
             return;
         }
         m_queue.push_back(frame);
@@ -86,6 +86,7 @@ private:
     void write()
     {
         m_writing = true;
+        enter(Phase::Writing);
         m_buffers.clear();
         m_inWrite.clear();
         while (!m_queue.empty() && m_inWrite.size() < framesPerWrite) {
@@ -93,9 +94,10 @@ private:
             m_queue.pop_front();
             m_buffers.push_back(net::buffer(*m_inWrite.back()));
         }
-        net::async_write(m_socket, m_buffers, [self = shared()](error_code error, std::size_t bytes) {
+        net::async_write(*m_wire, m_buffers, [self = shared()](error_code error, std::size_t bytes) {
             self->m_queuedBytes -= std::min(bytes, self->m_queuedBytes);
             self->m_writing = false;
+            self->enter(Phase::Idle);
             if (error) {
                 self->end();
             } else if (!self->m_queue.empty()) {
@@ -107,7 +109,7 @@ private:
     // Data from the client is discarded; reading detects when the client has gone.
     void read()
     {
-        m_socket.async_read_some(net::buffer(m_dropped), [self = shared()](error_code error, std::size_t) {
+        m_wire->async_read_some(net::buffer(m_dropped), [self = shared()](error_code error, std::size_t) {
             if (error) {
                 self->end();
             } else {
@@ -117,7 +119,7 @@ private:
     }
 
     const std::shared_ptr<ServerContext> m_context;
-    Socket m_socket;
+    const std::unique_ptr<Wire> m_wire;
     std::deque<SharedText> m_queue;
     std::size_t m_queuedBytes = 0;
     std::vector<SharedText> m_inWrite;
@@ -128,10 +130,11 @@ private:
 
 } // namespace
 
-void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId)
+void startEventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
+                      std::shared_ptr<Peer> peer, std::string_view lastId)
 {
     const auto registry = context->registry;
-    const auto stream = std::make_shared<EventStream>(std::move(socket), std::move(context));
+    const auto stream = std::make_shared<EventStream>(std::move(wire), std::move(context), std::move(peer));
     if (registry->add(stream)) {
         stream->start(lastId);
     }

@@ -3,13 +3,15 @@
 #define SIMULATOR_HTTP_EVENTSTREAM_H
 
 #include <simulator/http/httpserver.h>
+#include <simulator/http/wire.h>
 
 #include <string_view>
 
 namespace Tessel::Simulator {
 
 /// Turns a connection into an event stream that continues after the event @p lastId, unless that is empty.
-void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId);
+void startEventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
+                      std::shared_ptr<Peer> peer, std::string_view lastId);
 
 } // namespace Tessel::Simulator
 

@@ -34,6 +34,8 @@ class TestConnection : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void aRecordOfTlsHasTheSizeThatItMayHave() { QCOMPARE(largestTlsRecord, std::size_t(16384)); }
+
     void bothPiecesGoOutInTheirOrder()
     {
         const SocketEnds ends;

@@ -148,7 +148,7 @@ private Q_SLOTS:
         QByteArray heard;
         const QByteArray wanted = headOf("PUT", "Content-Length: 33554432\r\n") + body;
         while (!watched.exchange.isSent()) {
-            heard += ends.hear(std::min(100000, wanted.size() - heard.size()));
+            heard += ends.hear(std::min(100000, int(wanted.size() - heard.size())));
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
         }
         heard += ends.hear(wanted.size() - heard.size());

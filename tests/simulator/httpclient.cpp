@@ -36,7 +36,7 @@ QJsonValue HttpReply::data() const
     return envelope().value(QStringLiteral("data"));
 }
 
-HttpClient::HttpClient(quint16 port)
+HttpClient::HttpClient(quint16 port, const char* source)
 {
     m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const timeval limit{60, 0};
@@ -46,6 +46,10 @@ HttpClient::HttpClient(quint16 port)
     ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     sockaddr_in address{};
     address.sin_family = AF_INET;
+    ::inet_pton(AF_INET, source, &address.sin_addr);
+    // Without a port, which connect() then picks.
+    ::setsockopt(m_socket, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &on, sizeof on);
+    ::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {

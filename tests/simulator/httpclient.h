@@ -29,7 +29,8 @@ struct HttpReply
 class HttpClient
 {
 public:
-    explicit HttpClient(quint16 port);
+    /// Connects to @p port of the loopback interface, from @p source.
+    explicit HttpClient(quint16 port, const char* source = "127.0.0.1");
     ~HttpClient();
     Q_DISABLE_COPY(HttpClient)
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "program.h"
 
+#include <communicator/loginscheme.h>
 #include <tessel/protocols.h>
 #include <tessel/warningtypes.h>
 
@@ -178,6 +179,17 @@ private Q_SLOTS:
                          " |";
         }
         QCOMPARE(matchesIn(textOf("docs/events.md"), "\\n(\\| `\"[^\n]*)"), lines);
+    }
+
+    void theLoginSchemesAreDocumented()
+    {
+        const QStringList row = matchesIn(textOf("docs/transport.md"), "\\n\\| logins \\| ([^\\n]*)");
+        QCOMPARE(row.size(), 1);
+        QStringList names;
+        for (const auto& scheme : Krelm::Communicator::HttpDevice::loginSchemes) {
+            names << scheme.name;
+        }
+        QCOMPARE(matchesIn(row.first(), "([a-z]+) \\(RFC"), names);
     }
 
     void theWarningsOfTheControlInterfaceAreDocumented()
