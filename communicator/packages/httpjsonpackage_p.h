@@ -3,6 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
+#include "communicator/packages/operationlog.h"
 #include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
@@ -26,6 +27,8 @@ public:
     /// logged once, however often it is read.
     template <class Data>
     static Data decode(const HttpJsonPackage* package, Data (*read)(const QByteArray& reply, bool* isObject));
+    /// Stores the engine's reply, and how the exchange ended. On the package's thread.
+    static void putReply(HttpJsonPackage* package, const HttpReply& reply, const EndedExchange& ended);
     /// Creates the package's next reply; one that was pending before is dropped.
     static std::shared_ptr<PendingReply> newPending(HttpJsonPackage* package);
 
@@ -44,6 +47,9 @@ public:
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;
+    ExchangeId exchange = 0; // the latest
+    HttpMethod method = HttpMethod::Get;
+    EndedExchange ended; // without the reply, which is below
 
     HttpSimpleState state = Success;
     QByteArray received;

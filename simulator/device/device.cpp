@@ -200,7 +200,7 @@ void Device::logout()
 void Device::restart()
 {
     m_loginGate.forgetNonces();
-    m_events.startAnew(); // before a client may come back
+    m_events.startAnew(); // before a client can reconnect
     disconnectStreams();
 }
 

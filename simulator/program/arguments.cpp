@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Apart from what serves: CLI11 takes the compiler longer than all the rest of the program.
+// In its own file, because CLI11 takes longer to compile than the rest of the program.
 #include <simulator/program/arguments.h>
 
 #include <simulator/faultscript.h>
@@ -19,7 +19,7 @@ namespace {
 
 enum ExitCode { Success = 0, BadArguments = 2 };
 
-/// What CLI11 reads as std::string.
+/// Options that CLI11 stores as std::string.
 struct Texts
 {
     std::string bind = "127.0.0.1";

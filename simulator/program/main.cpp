@@ -74,7 +74,7 @@ int main(int argc, char** argv)
         return exitCode;
     }
 
-    // Blocked here and so in all threads that follow: the signals wait for sigwait().
+    // Threads started later inherit the mask, so the signals stay pending until sigwait().
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
