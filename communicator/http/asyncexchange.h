@@ -43,6 +43,8 @@ private:
     void go(Exchange::Step step);
     void watch();
     void drop();
+    void stopWatching();
+    void awaitLogin();
     void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
@@ -54,6 +56,8 @@ private:
     std::unique_ptr<Connection> m_connection;
     std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
     bool m_isReused = false;
+    TokenLogin::Ticket m_login;      ///< while it waits for a new token
+    std::shared_ptr<bool> m_awaited; ///< its last pointer goes when the wait ends
     Q_DISABLE_COPY_MOVE(AsyncExchange)
 };
 
