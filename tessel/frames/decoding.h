@@ -22,15 +22,15 @@ inline AsParsed asParsed(QList<QVariant>& list)
 /// failure.
 inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
 {
-    out = package.getRoutesJsonMap();
+    package.readRoutesJsonMap(out);
 }
 inline void decode(const HttpJsonPackage& package, QList<QVariant>& out)
 {
-    out = package.getRoutesJsonDataListMap();
+    package.readRoutesJsonDataListMap(out);
 }
 inline void decode(const HttpJsonPackage& package, const AsParsed& out)
 {
-    out.list = package.getJsonDataListMap();
+    package.readJsonDataListMap(out.list);
 }
 /// The reply's headers.
 inline void decode(const HttpJsonPackage& package, QMap<QString, QString>& out)
@@ -41,6 +41,15 @@ inline void decode(const HttpJsonPackage& package, QMap<QString, QString>& out)
 inline void decode(const HttpJsonPackage& package, int& out)
 {
     out = package.replyStatus;
+}
+
+/// Replaces @p entry of a cache. Others may copy it meanwhile, so that it is not written into.
+template <class Entry>
+void decodeEntry(const HttpJsonPackage& package, Entry& entry)
+{
+    Entry read;
+    decode(package, read);
+    entry = read;
 }
 
 inline bool succeeded(const HttpJsonPackage& package)
