@@ -1,20 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/calloutcome.h"
 
-#include <communicator/httpjsonpackage.h>
+#include "communicator/http/requesthead.h"
+#include "communicator/http/requesturl.h"
+#include "communicator/packages/httpjsonpackage_p.h"
+#include "communicator/packages/operationlog.h"
+#include "communicator/packages/pendingreply.h"
+#include "communicator/runtime/logging.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
+#include <deque>
 #include <mutex>
+#include <optional>
 
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
 constexpr int maxOutcomes = 1000;
-// An envelope that says why something failed is short; others need not be read for it.
+// An envelope that explains a failure is short, so longer replies are not searched for it.
 constexpr int maxEnvelopeBytes = 64 << 10;
 
 void readEnvelope(const QByteArray& reply, ExchangeOutcome& outcome)
@@ -56,6 +63,48 @@ QString stateText(IHttpVersionTrigger::HttpSimpleState state)
     return {};
 }
 
+ExchangeOutcome outcomeOf(const EndedExchange& ended)
+{
+    ExchangeOutcome outcome;
+    outcome.state = ended.state;
+    outcome.status = ended.status;
+    outcome.milliseconds = ended.milliseconds;
+    outcome.reason = ended.reason;
+    outcome.retryAfter = ended.retryAfter;
+    readEnvelope(ended.reply, outcome);
+    return outcome;
+}
+
+QByteArray targetOf(const QString& path, const QMap<QString, QString>& placeHolders,
+                    const QMap<QString, QString>& parameters)
+{
+    return path.isEmpty() ? QByteArray() : requestTarget(path, placeHolders, parameters);
+}
+
+bool failedForGood(const ExchangeOutcome& outcome)
+{
+    return !outcome.succeeded() && !outcome.isRepeated;
+}
+
+bool anyFailed(const QList<ExchangeOutcome>& all)
+{
+    return std::any_of(all.cbegin(), all.cend(), failedForGood);
+}
+
+QString textOfAll(const QList<ExchangeOutcome>& all, bool anyBegun, bool allEnded)
+{
+    const auto failed = std::find_if(all.crbegin(), all.crend(), failedForGood);
+    if (failed != all.crend()) {
+        return failed->text();
+    }
+    if (!allEnded) {
+        return QStringLiteral("an exchange is still under way");
+    }
+    return anyBegun
+               ? QStringLiteral("all exchanges succeeded")
+               : QStringLiteral("nothing was sent: a cache answered, or the operation refused its arguments");
+}
+
 } // namespace
 
 ExchangeOutcome ExchangeOutcome::of(const ExchangeRecord& record)
@@ -69,18 +118,23 @@ ExchangeOutcome ExchangeOutcome::of(const ExchangeRecord& record)
     outcome.status = record.status;
     outcome.milliseconds = record.milliseconds;
     outcome.reason = record.reason;
+    outcome.retryAfter = record.retryAfter;
+    outcome.isRepeated = record.isRepeated;
     readEnvelope(record.reply, outcome);
     return outcome;
 }
 
 ExchangeOutcome ExchangeOutcome::of(const HttpJsonPackage& package)
 {
-    ExchangeOutcome outcome;
-    outcome.deviceKey = package.getDevkey();
-    outcome.path = package.getUrl().toUtf8();
-    outcome.state = package.getSimpleState();
+    const HttpJsonPackage::Private& known = *package.d;
+    ExchangeOutcome outcome = outcomeOf(known.ended);
+    outcome.id = known.exchange;
+    outcome.deviceKey = printableKey(known.deviceKey);
+    outcome.verb = verbOf(known.method);
+    outcome.path = targetOf(known.path, known.placeHolderValues, known.queryParameters);
+    outcome.state = known.state;
     outcome.status = package.replyStatus;
-    readEnvelope(package.getReceiveData(), outcome);
+    readEnvelope(known.received, outcome);
     return outcome;
 }
 
@@ -104,6 +158,80 @@ QString ExchangeOutcome::text() const
                              ? QString::fromUtf8(path)
                              : QString::fromLatin1(verb) + QLatin1Char(' ') + QString::fromUtf8(path);
     return QStringLiteral("%1 on %2: %3").arg(what, deviceKey, why);
+}
+
+class Q_DECL_HIDDEN OperationOutcome::Private
+{
+public:
+    std::deque<LoggedExchange> exchanges;
+};
+
+OperationOutcome::OperationOutcome() = default;
+OperationOutcome::~OperationOutcome() = default;
+OperationOutcome::OperationOutcome(const OperationOutcome& other) = default;
+OperationOutcome::OperationOutcome(OperationOutcome&& other) noexcept = default;
+OperationOutcome& OperationOutcome::operator=(const OperationOutcome& other) = default;
+OperationOutcome& OperationOutcome::operator=(OperationOutcome&& other) noexcept = default;
+
+OperationOutcome OperationOutcome::last()
+{
+    OperationOutcome outcome;
+    if (const OperationLog* const log = OperationLog::ofThread()) {
+        const auto known = std::make_shared<Private>();
+        known->exchanges = log->exchanges();
+        outcome.d = known;
+    }
+    return outcome;
+}
+
+std::vector<ExchangeId> OperationOutcome::ids() const
+{
+    std::vector<ExchangeId> ids;
+    if (d) {
+        for (const LoggedExchange& exchange : d->exchanges) {
+            ids.push_back(exchange.id);
+        }
+    }
+    return ids;
+}
+
+QList<ExchangeOutcome> OperationOutcome::exchanges() const
+{
+    QList<ExchangeOutcome> outcomes;
+    if (!d) {
+        return outcomes;
+    }
+    for (const LoggedExchange& exchange : d->exchanges) {
+        const std::optional<EndedExchange> ended =
+            exchange.pending ? exchange.pending->ended() : exchange.ended;
+        if (!ended) {
+            continue;
+        }
+        ExchangeOutcome outcome = outcomeOf(*ended);
+        outcome.id = exchange.id;
+        outcome.deviceKey = printableKey(exchange.deviceKey);
+        outcome.verb = verbOf(exchange.method);
+        outcome.path = targetOf(exchange.path, exchange.placeHolders, exchange.parameters);
+        outcomes.append(outcome);
+    }
+    return outcomes;
+}
+
+bool OperationOutcome::isFinished() const
+{
+    return exchanges().size() == int(ids().size());
+}
+
+bool OperationOutcome::hasFailed() const
+{
+    return anyFailed(exchanges());
+}
+
+QString OperationOutcome::text() const
+{
+    const QList<ExchangeOutcome> ended = exchanges();
+    const std::size_t begun = ids().size();
+    return textOfAll(ended, begun > 0, begun == std::size_t(ended.size()));
 }
 
 class Q_DECL_HIDDEN CallOutcome::Private
@@ -133,7 +261,7 @@ private:
         }
         const ExchangeOutcome outcome = ExchangeOutcome::of(record);
         const std::lock_guard<std::mutex> lock(m_mutex);
-        ++m_ended;
+        m_ended += record.isRepeated ? 0 : 1;
         m_outcomes.append(outcome);
         if (m_outcomes.size() > maxOutcomes) {
             m_outcomes.removeFirst();
@@ -147,7 +275,7 @@ private:
 public:
     ExchangeIds ids;
     ExchangeScope scope;
-    ObserverHandle observer; ///< the first to go
+    ObserverHandle observer; ///< last, so that it is destroyed first
 };
 
 CallOutcome::CallOutcome()
@@ -163,26 +291,14 @@ QList<ExchangeOutcome> CallOutcome::exchanges() const
 
 bool CallOutcome::hasFailed() const
 {
-    const QList<ExchangeOutcome> all = d->outcomes();
-    return std::any_of(all.cbegin(), all.cend(),
-                       [](const ExchangeOutcome& outcome) { return !outcome.succeeded(); });
+    return anyFailed(d->outcomes());
 }
 
 QString CallOutcome::text() const
 {
     const QList<ExchangeOutcome> all = d->outcomes();
-    const auto failed = std::find_if(all.crbegin(), all.crend(),
-                                     [](const ExchangeOutcome& outcome) { return !outcome.succeeded(); });
-    if (failed != all.crend()) {
-        return failed->text();
-    }
     const std::size_t begun = d->ids.all().size();
-    if (begun > d->endedCount()) {
-        return QStringLiteral("an exchange is still under way");
-    }
-    return begun == 0
-               ? QStringLiteral("nothing was sent: a cache answered, or the operation refused its arguments")
-               : QStringLiteral("all exchanges succeeded");
+    return textOfAll(all, begun > 0, begun <= d->endedCount());
 }
 
 ExchangeIds& CallOutcome::ids()

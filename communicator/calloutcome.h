@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -21,8 +22,7 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
 {
     /// The outcome of an exchange that was reported to an observer.
     static ExchangeOutcome of(const ExchangeRecord& record);
-    /// The outcome of a finished exchange from its package, after `readyRead`; `path` has its placeholders
-    /// unexpanded, and `id`, `verb` and `milliseconds` are unknown.
+    /// The outcome of a finished exchange from its package: after the blocking call, or after `readyRead`.
     static ExchangeOutcome of(const HttpJsonPackage& package);
 
     /// Whether the exchange succeeded and the device accepted the request: a complete reply with a 2xx status
@@ -43,7 +43,67 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
     int code = 0;            ///< `code` of the reply's envelope, or 0 if it has none
     QString message;         ///< `message` of the reply's envelope
     qint64 milliseconds = 0; ///< time from the call to the outcome
-    QString reason;          ///< why the transport failed; empty after a complete reply
+    QString reason;          ///< why the transport failed; empty after a success
+    /// Milliseconds for which the device asked to be left alone (`Retry-After` of a 429 or 503), or -1.
+    qint64 retryAfter = -1;
+    /// Whether the request was sent again because the device was busy, so that another outcome with the same
+    /// id follows.
+    bool isRepeated = false;
+};
+
+/// The outcome of an operation, obtained after it: why it returned `false`, or why its promise is rejected.
+///
+/// ```cpp
+/// if (!ScreenInfo::getInstance()->setBrightness(wall, screen, body, 80)) {
+///     qWarning() << OperationOutcome::last().text();
+/// }
+///
+/// auto info = HWInfo::getInstance()->getHWInfo2(wall);
+/// info.fail([outcome = OperationOutcome::last()] {
+///     qWarning() << outcome.text();
+///     return Tessel::DeviceInfo();
+/// });
+/// ```
+///
+/// An operation comprises all requests that it sends, blocking or not, including those that handlers send in
+/// an event loop that it runs; a request sent through HttpProxy directly is an operation of its own. Each
+/// thread knows its latest operation until the next one. An operation that sends nothing, because a cache
+/// answered or it refused its arguments, has no exchanges. Functions that only look up what is known, such as
+/// `HWInfo::getHwProtoc(deviceKey, false)`, are no operations.
+///
+/// A value, which can be copied and used on any thread, even after the transport has stopped. One that was
+/// obtained while exchanges were under way also gives their outcome once they have ended.
+class COMMUNICATOR_EXPORT OperationOutcome
+{
+public:
+    /// The latest operation of the calling thread.
+    static OperationOutcome last();
+
+    /// The outcome of no operation.
+    OperationOutcome();
+    ~OperationOutcome();
+    /// @cond
+    OperationOutcome(const OperationOutcome& other);
+    OperationOutcome(OperationOutcome&& other) noexcept;
+    OperationOutcome& operator=(const OperationOutcome& other);
+    OperationOutcome& operator=(OperationOutcome&& other) noexcept;
+    /// @endcond
+
+    /// The ids of the exchanges that it began, in order; at most the last 256.
+    std::vector<ExchangeId> ids() const;
+    /// Those of them that have ended, in the order in which they began.
+    QList<ExchangeOutcome> exchanges() const;
+    /// Whether all exchanges have ended.
+    bool isFinished() const;
+    /// Whether an exchange has failed or was refused by the device.
+    bool hasFailed() const;
+    /// The latest failure, as text for people. If there is none, it says that nothing was sent, that an
+    /// exchange is still running, or that all succeeded.
+    QString text() const;
+
+private:
+    class Private;
+    std::shared_ptr<const Private> d;
 };
 
 /// Reports what failed and why in the operations that the calling thread performs while the object lives.
@@ -55,9 +115,10 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
 /// }
 /// ```
 ///
-/// Blocking exchanges are included when the operation has returned; non-blocking ones and promises once they
-/// have finished, so ask again then. It costs nothing while no such object exists. It must be destroyed on
-/// the thread that created it; its other functions may be called from any thread.
+/// OperationOutcome does the same after the fact, for the latest operation. Blocking exchanges are included
+/// when the operation has returned; non-blocking ones and promises once they have finished, so ask again
+/// then. It costs nothing while no such object exists. It must be destroyed on the thread that created it;
+/// its other functions may be called from any thread.
 class COMMUNICATOR_EXPORT CallOutcome
 {
 public:

@@ -78,7 +78,8 @@ COMMUNICATOR_EXPORT ExchangeId beginExchange();
 COMMUNICATOR_EXPORT bool isCancelledHere();
 
 /// The number of exchanges that have begun in this process, blocking and non-blocking. With the built-in
-/// transport, observers are called once for each of them, when it finishes. May be called from any thread.
+/// transport, observers are called once for each of them, when it finishes, and before that for each time
+/// that a read was answered by a busy device and is repeated. May be called from any thread.
 COMMUNICATOR_EXPORT quint64 exchangesBegun();
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -27,6 +27,11 @@ struct COMMUNICATOR_EXPORT ExchangeRecord
     QString reason;           ///< why it failed, without secrets; empty after a success
     QByteArray reply;         ///< the reply body, shared and not copied; empty for a download
     ExchangeId id = 0;        ///< the id it got when it began
+    /// Milliseconds for which the device asked to be left alone (`Retry-After` of a 429 or 503), or -1.
+    qint64 retryAfter = -1;
+    /// Whether the request is sent again because the device was busy (RequestLimits::repeatReads): a further
+    /// record with the same id follows.
+    bool isRepeated = false;
 };
 
 /// The progress of an exchange of the built-in transport. Sizes are those of the bodies as transferred, so a

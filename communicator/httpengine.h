@@ -33,6 +33,7 @@ struct COMMUNICATOR_EXPORT HttpRequest
     int expectedTime = 0;                ///< time limit of the whole exchange in ms; 0 for the default
     bool daemon = false;                 ///< whether to use connections apart from normal traffic
     ExchangeId id = 0;                   ///< the id to report to observers; 0 if none was assigned
+    int repeats = 0; ///< how often it was sent before because the device was busy; for the built-in engine
 };
 
 /// The reply to a request, or the reason why there is none. A plain value.
@@ -44,6 +45,7 @@ struct COMMUNICATOR_EXPORT HttpReply
     /// Response headers, with names as the device spelt them. The built-in transport joins lines of the same
     /// name by ", " into one entry under the first spelling.
     QMap<QString, QString> headers;
+    QString reason; ///< why it failed, as text for people, without secrets; empty after a complete reply
 };
 
 /// The network layer of HttpProxy. An engine does not know packages. It can be replaced by one that records

@@ -30,6 +30,8 @@ public:
     ProxyDevices devices;
 
 private:
+    HttpReply replyTo(const HttpRequest& request, const HttpJsonPackage* package, bool download,
+                      std::chrono::steady_clock::time_point now);
     static HttpRequest makeRequest(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package);
 
     HttpProxy* const m_proxy;
@@ -56,11 +58,14 @@ HttpRequest HttpProxy::Private::makeRequest(HttpMethod method, const QString& de
     HttpRequest request = HttpJsonPackage::Private::request(package);
     request.method = method;
     request.deviceKey = deviceKey;
+    request.id = beginExchange();
     if (const auto* multipart = qobject_cast<HttpMutilPartPackage*>(package)) {
         request.multipart = true;
         request.parts = multipart->httpMultiPartData();
     }
     package->setDevkey(deviceKey);
+    package->d->exchange = request.id;
+    package->d->method = method;
     return request;
 }
 
@@ -70,25 +75,41 @@ void HttpProxy::Private::exchange(HttpMethod method, const QString& deviceKey, H
     if (package == nullptr) {
         return;
     }
+    if (OperationLog* const log = OperationLog::ofThread()) {
+        log->begin();
+    }
     HttpRequest request = makeRequest(method, deviceKey, package);
     const auto now = std::chrono::steady_clock::now();
     if (download) {
         request.downloadPath = package->fileDownloadPath;
     }
-    request.id = beginExchange();
-    if (HttpJsonPackage::Private::lacksBody(package)) {
-        putReply(package, failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
-                                             HttpJsonPackage::Private::errorOfBody(package), now));
-    } else if (download && request.downloadPath.isEmpty()) {
-        const QString error = QStringLiteral("the download has no destination");
-        putReply(package, failWithoutSending(request, IHttpVersionTrigger::FileFailure, error, now));
-    } else if (isCancelledHere()) {
-        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledError(), now));
-    } else if (const std::shared_ptr<HttpEngine> current = engines.engine()) {
-        putReply(package, current->exchange(request));
-    } else {
-        putReply(package, failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), now));
+    const HttpReply reply = replyTo(request, package, download, now);
+    LoggedExchange logged(std::move(request));
+    logged.ended = EndedExchange(reply, now);
+    HttpJsonPackage::Private::putReply(package, reply, logged.ended);
+    if (OperationLog* const log = OperationLog::ofThread()) {
+        log->add(std::move(logged));
     }
+}
+
+HttpReply HttpProxy::Private::replyTo(const HttpRequest& request, const HttpJsonPackage* package,
+                                      bool download, std::chrono::steady_clock::time_point now)
+{
+    if (HttpJsonPackage::Private::lacksBody(package)) {
+        return failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
+                                  HttpJsonPackage::Private::errorOfBody(package), now);
+    }
+    if (download && request.downloadPath.isEmpty()) {
+        return failWithoutSending(request, IHttpVersionTrigger::FileFailure,
+                                  QStringLiteral("the download has no destination"), now);
+    }
+    if (isCancelledHere()) {
+        return failWithoutSending(request, IHttpVersionTrigger::Aborted, cancelledError(), now);
+    }
+    if (const std::shared_ptr<HttpEngine> current = engines.engine()) {
+        return current->exchange(request);
+    }
+    return failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), now);
 }
 
 bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, HttpJsonPackage* package)
@@ -96,9 +117,15 @@ bool HttpProxy::Private::start(HttpMethod method, const QString& deviceKey, Http
     if (package == nullptr) {
         return false;
     }
-    HttpRequest request = makeRequest(method, deviceKey, package);
-    const auto promise = std::make_shared<ReplyPromise>(HttpJsonPackage::Private::newPending(package));
-    request.id = beginExchange();
+    const HttpRequest request = makeRequest(method, deviceKey, package);
+    const std::shared_ptr<PendingReply> pending = HttpJsonPackage::Private::newPending(package);
+    const auto promise = std::make_shared<ReplyPromise>(pending);
+    if (OperationLog* const log = OperationLog::ofThread()) {
+        LoggedExchange logged{HttpRequest(request)};
+        logged.pending = pending;
+        log->begin();
+        log->add(std::move(logged));
+    }
     if (HttpJsonPackage::Private::lacksBody(package)) {
         promise->settle(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest,
                                            HttpJsonPackage::Private::errorOfBody(package),
@@ -152,7 +179,7 @@ HttpProxy* HttpProxy::getInstance()
     static const bool stopsInTime = [] {
         // An application that goes empties the event queue of its thread, and a wake-up may have been among
         // the events.
-        Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->devices.events().wakeUpAnew(); });
+        Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->devices.events().repeatWakeUp(); });
         return true;
     }();
     Q_UNUSED(stopsInTime)
@@ -234,6 +261,20 @@ bool HttpProxy::removeDevice(const QString& deviceKey)
 QStringList HttpProxy::devices() const
 {
     return d->registry->keys();
+}
+
+quintptr HttpProxy::operationBoundary() const
+{
+    void (*const mark)(bool) = [](bool begins) {
+        if (OperationLog* const log = OperationLog::ofThread()) {
+            if (begins) {
+                log->enter();
+            } else {
+                log->leave();
+            }
+        }
+    };
+    return reinterpret_cast<quintptr>(mark);
 }
 
 void HttpProxy::addChangeEvents(const QByteArrayList& events)

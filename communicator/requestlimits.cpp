@@ -12,6 +12,7 @@ namespace {
 
 std::atomic<int> normalLimit{0};
 std::atomic<int> daemonLimit{0};
+std::atomic<bool> readsAreRepeated{false};
 
 } // namespace
 
@@ -19,11 +20,12 @@ void setRequestLimits(const RequestLimits& limits)
 {
     normalLimit = std::max(limits.normal, 0);
     daemonLimit = std::max(limits.daemon, 0);
+    readsAreRepeated = limits.repeatReads;
 }
 
 RequestLimits requestLimits()
 {
-    RequestLimits limits{normalLimit, daemonLimit};
+    RequestLimits limits{normalLimit, daemonLimit, readsAreRepeated};
     if (limits.normal == 0) {
         limits.normal = static_cast<int>(descriptorBudget(4));
     }

@@ -13,6 +13,12 @@ struct RequestLimits
 {
     int normal = 0; ///< 0: a quarter of the descriptors that the process may open
     int daemon = 0; ///< of daemon requests, which count apart; 0: a sixteenth of the descriptors
+    /// Whether a read (GET), blocking or not, is sent again if the device says that it is busy (429, 503):
+    /// after the time that it asks for in `Retry-After`, or else after 0.1 s, doubled each time up to 5 s;
+    /// up to a quarter more, so that requests do not come back together. All this happens within the time
+    /// limit of the request; if the wait would exceed it, the request ends with the device's reply at once.
+    /// Meanwhile it occupies no connection, and cancelling ends it at once. Writes are never repeated.
+    bool repeatReads = false;
 };
 
 /// Has the limits hold for what begins from now on, whether the transport runs or not; negative ones stand

@@ -22,9 +22,10 @@ constexpr std::size_t retainedCapacity = std::size_t(256) * 1024;
 bool hasTooManyTokens(const QByteArray& text)
 {
     TokenCounter tokens;
-    constexpr int piece = 1 << 20;
-    for (int at = 0; at < text.size() && tokens.count() <= maxTokens; at += piece) {
-        tokens.add(text.constData() + at, std::size_t(std::min(piece, text.size() - at)));
+    constexpr std::size_t piece = 1 << 20;
+    const auto size = std::size_t(text.size());
+    for (std::size_t at = 0; at < size && tokens.count() <= maxTokens; at += piece) {
+        tokens.add(text.constData() + at, std::min(piece, size - at));
     }
     return tokens.count() > maxTokens;
 }
@@ -88,7 +89,7 @@ bool isTooLarge(std::string_view token)
 
 bool readReal(std::string_view token, QVariant& out)
 {
-    double number = 0;
+    double number{};
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it rounds to zero.
@@ -375,7 +376,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                }
                QVariant* const place = m_keys.placeOf(current, key);
                if (opening != '{' && opening != '[') {
-                   // Nothing else is read meanwhile, so that it may be read where it is collected.
+                   // Nothing else is read meanwhile, so it can be decoded into its final place.
                    return scalar(value, token, place != nullptr ? *place : m_keys.add(key));
                }
                const KeyTable::Id inner = current.isFlat() ? KeyTable::plainRoot : key;

@@ -15,7 +15,8 @@
 ///
 /// No cache, no events. Operations block their caller and may run on any thread once the route table exists
 /// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; the reply is replaced, and is empty after a failure.
+/// succeeded; the reply is replaced, and is empty after a failure. After a `false` or a rejected promise,
+/// OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT

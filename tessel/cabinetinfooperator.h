@@ -23,8 +23,9 @@
 /// Operations block their caller unless stated otherwise, by default for at most the transport's time limit
 /// (10 s). Call those on the two lists on the thread of the first getInstance(), which needs an event loop
 /// for the events; all others may run on any thread once the route table exists (see AllUrlResource). They
-/// return whether the exchange succeeded, whatever the reply's `code`; the log category `tessel.http` gives
-/// the reason of a failure. Unless stated otherwise outputs are replaced, and are empty after a failure.
+/// return whether the exchange succeeded, whatever the reply's `code`. After a `false` or a rejected promise,
+/// OperationOutcome (`communicator/calloutcome.h`) gives the reason. Unless stated otherwise outputs are
+/// replaced, and are empty after a failure.
 class TESSEL_EXPORT CabinetInfoOperator : public QObject
 {
     Q_OBJECT
@@ -104,9 +105,9 @@ public:
 
     /// The receiving cards of one cabinet, flattened.
     bool getCabinetRxs(const QString& deviceKey, const QString& id, QList<QVariant>& result);
-    /// The gamma table of one cabinet, empty if the reply has none; @p parameters are sent as the query.
+    /// The gamma table of one cabinet, empty if the reply has none; @p query is sent in the URL.
     bool getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
-                                  const QMap<QString, QString>& parameters, QList<QVariant>& result);
+                                  const QMap<QString, QString>& query, QList<QVariant>& result);
     /// Appends the cabinets whose "outputID" is @p portId to @p result; a cabinet without one counts as port
     /// 0. Uses the cache as getAllCabinetsInfo() does; call it on the same thread. Appends nothing on
     /// failure.

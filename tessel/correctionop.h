@@ -26,8 +26,8 @@
 ///
 /// Operations that return a promise return at once, with a pending promise; the calling thread needs an event
 /// loop. Without an event dispatcher or an application they block and return a settled promise. Dropping the
-/// promise does not cancel the request. Each operation states how it reports a failure; the log category
-/// `tessel.http` gives the reason.
+/// promise does not cancel the request. Each operation states how it reports a failure. After a `false` or a
+/// rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 ///
 /// Every wait ends with the application: a pending promise is rejected with QPromiseUndefinedException, and a
 /// blocking upload returns `false`.

@@ -15,7 +15,8 @@
 /// block their caller, by default for at most the transport's time limit (10 s), and may run on any thread
 /// once the route table exists (see AllUrlResource); the first getInstance() must not race with another. They
 /// return whether the exchange succeeded, whatever the reply's `code`: if the device refuses a request, the
-/// output says so. The output is replaced, and is empty after a failure.
+/// output says so. The output is replaced, and is empty after a failure. After a `false` or a rejected
+/// promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT

@@ -15,7 +15,8 @@
 /// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread,
 /// the others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
 /// must not race with another. They return whether the exchange succeeded; the reply is replaced, and is
-/// empty after a failure. The device defines the bodies, which are passed through unchanged.
+/// empty after a failure. The device defines the bodies, which are passed through unchanged. After a `false`
+/// or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT

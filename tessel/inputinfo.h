@@ -20,7 +20,8 @@
 /// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
 /// are replaced, and emptied on failure. Call getAllInputsInfo() on the object's thread, that of the first
 /// getInstance(); the other operations may run on any thread once the route table exists (see
-/// AllUrlResource).
+/// AllUrlResource). After a `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`)
+/// gives the reason.
 ///
 /// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
 /// thread, so operators may be re-entered meanwhile. The time limit of a request keeps running after its

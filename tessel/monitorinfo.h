@@ -24,7 +24,8 @@ namespace UrlResource {
 ///
 /// Unless stated otherwise operations block their caller, may run on any thread once the route table exists
 /// (see AllUrlResource), and return whether the exchange succeeded; outputs are replaced, and emptied on
-/// failure.
+/// failure. After a `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the
+/// reason.
 class TESSEL_EXPORT MonitorInfo : public QObject
 {
     Q_OBJECT

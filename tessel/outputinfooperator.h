@@ -18,7 +18,8 @@
 ///
 /// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
 /// are replaced, and emptied on failure. Call the reads on the object's thread, that of the first
-/// getInstance(); the writes may run on any thread once the route table exists (see AllUrlResource).
+/// getInstance(); the writes may run on any thread once the route table exists (see AllUrlResource). After a
+/// `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT OutputInfoOperator : public QObject
 {
     Q_OBJECT

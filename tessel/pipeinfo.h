@@ -22,7 +22,8 @@
 /// whether the exchange succeeded; unless stated otherwise outputs are replaced, and are empty after a
 /// failure. Writes apply to one pipeline unless stated otherwise, and may run on any thread once the route
 /// table exists (see AllUrlResource). Call the reads that copy from the cached list on the object's thread,
-/// which is that of the first getInstance().
+/// which is that of the first getInstance(). After a `false` or a rejected promise, OperationOutcome
+/// (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT

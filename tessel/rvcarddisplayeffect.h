@@ -11,7 +11,8 @@
 /// The display effect data that a cabinet's receiving card reports.
 ///
 /// No cache, no events. The operation blocks its caller and may run on any thread once the route table exists
-/// (see AllUrlResource); the first getInstance() must not race with another.
+/// (see AllUrlResource); the first getInstance() must not race with another. After a `false` or a rejected
+/// promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 class TESSEL_EXPORT RvCardDisplayEffect : public QObject
 {
     Q_OBJECT

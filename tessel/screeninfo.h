@@ -29,8 +29,8 @@ struct ScreenProperty;
 /// A screen is identified by its device and by the id that the device reports as `screenID`. The device
 /// defines bodies and replies, which are passed through unchanged unless an operation says otherwise. An
 /// operation returns whether the exchange succeeded; outputs are replaced, and are empty after a failure.
-/// Blocking operations take by default at most the transport's time limit (10 s); the log category
-/// `tessel.http` gives the reason of a failure.
+/// Blocking operations take by default at most the transport's time limit (10 s). After a `false` or a
+/// rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
 ///
 /// Cache. The screen list and the screen tags of a device are kept until it logs out, the properties of a
 /// screen for the life of the process, even across a logout. A read with `force` always asks the device, and

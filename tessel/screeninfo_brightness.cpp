@@ -2,6 +2,7 @@
 //
 // ScreenInfo: brightness and gamma.
 #include <tessel/cabinetinfooperator.h>
+#include <tessel/frames/operationscope.h>
 #include <tessel/frames/request.h>
 #include <tessel/frames/routebyprotocol.h>
 #include <tessel/frames/screenproperty.h>
@@ -9,6 +10,7 @@
 
 #include <QDebug>
 
+using Tessel::OperationScope;
 using Tessel::readAs;
 using Tessel::Request;
 using Tessel::routeByProtocol;
@@ -63,6 +65,7 @@ double gammaValue(const QMap<QString, QVariant>& gamma)
 // Quirk: An id goes along although the path has no place for it. So does the write.
 bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& id, bool force)
 {
+    const OperationScope scope;
     return knowsProperties({brightnessProperty.cacheKey}, deviceKey, id, force) || !hasCabinets(deviceKey) ||
            fetchProperties(routeByProtocol(deviceKey, "ScreenBrightness", "MulitScreenBrightness"),
                            {brightnessProperty}, deviceKey, id);
@@ -79,6 +82,7 @@ bool ScreenInfo::getBrightness(const QString& deviceKey, const QString& id, QMap
 bool ScreenInfo::setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                                int brightness)
 {
+    const OperationScope scope;
     if (!hasCabinets(deviceKey)) {
         return true;
     }

@@ -3,17 +3,16 @@
 
 #include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
+#include "communicator/http/retryafter.h"
 #include "communicator/runtime/logging.h"
 
 #include <QDateTime>
 #include <QList>
-#include <QLocale>
 
 #include <array>
 #include <netinet/in.h>
 #include <random>
 #include <simdjson.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -22,10 +21,8 @@ namespace {
 
 // Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
-// Of a reply that is no stream, before its connection is given up.
+// Read at most this much of a reply that is not an event stream before closing its connection.
 constexpr size_t maxOverhead = 64U << 10U;
-// The longest wait that a device can ask for.
-constexpr std::chrono::milliseconds longestRetryAfter = std::chrono::hours(24);
 // How much one stream may deliver before the others get their turn, and by how much it may overfill the
 // queue.
 constexpr size_t bytesPerTurn = 16U << 10U;
@@ -61,26 +58,7 @@ const char* textOf(ReconnectPolicy::Failure failure)
 bool isSendable(const QByteArray& id)
 {
     const QString text = QString::fromUtf8(id);
-    return text.toUtf8() == id && !hasControl(text);
-}
-
-// Seconds or a date (RFC 9110, "Retry-After"); zero if it is neither.
-std::chrono::milliseconds retryAfter(const QByteArray& text)
-{
-    bool isNumber = false;
-    const qlonglong seconds = text.trimmed().toLongLong(&isNumber);
-    std::chrono::milliseconds wait{0};
-    if (isNumber) {
-        wait = std::chrono::seconds(std::clamp<qlonglong>(seconds, 0, 1000000));
-    } else {
-        const QDateTime date = QLocale::c().toDateTime(QString::fromLatin1(text).trimmed(),
-                                                       QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
-        if (date.isValid()) {
-            const QDateTime utc(date.date(), date.time(), Qt::UTC);
-            wait = std::chrono::milliseconds(QDateTime::currentDateTimeUtc().msecsTo(utc));
-        }
-    }
-    return std::clamp(wait, std::chrono::milliseconds(0), longestRetryAfter);
+    return text.toUtf8() == id && !hasAsciiControl(text);
 }
 
 // Operators and applications read events as JSON, which is UTF-8 (RFC 8259).
@@ -155,10 +133,6 @@ void EventStream::closeStream()
     if (m_attempt != nullptr) {
         m_context.connector.cancel(m_attempt);
         m_attempt = nullptr;
-    }
-    if (m_watched != 0) {
-        m_loop.unwatch(m_connection->socket());
-        m_watched = 0;
     }
     m_connection.reset();
     m_head.clear();
@@ -309,24 +283,19 @@ void EventStream::send()
 
 void EventStream::watch()
 {
-    const std::uint32_t wanted = m_isPaused ? 0U : m_head.isEmpty() ? EPOLLIN : EPOLLIN | EPOLLOUT;
-    if (wanted == m_watched) {
-        return;
-    }
-    m_watched = wanted;
-    if (wanted == 0) {
-        m_loop.unwatch(m_connection->socket()); // the end of the connection would be reported over and over
-    } else {
-        m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
-    }
+    // Not even for the end of a connection that is paused, which would be reported over and over.
+    const std::uint32_t wanted = m_isPaused         ? 0U
+                                 : m_head.isEmpty() ? IoLoop::Readable
+                                                    : IoLoop::Readable | IoLoop::Writable;
+    m_connection->watch(m_loop, wanted, [this](std::uint32_t events) { ready(events); });
 }
 
 void EventStream::ready(std::uint32_t events)
 {
-    if ((events & EPOLLOUT) != 0) {
+    if ((events & IoLoop::Writable) != 0) {
         send();
     }
-    if (m_connection && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
+    if (m_connection && (events & IoLoop::Readable) != 0) {
         receive();
     }
 }
@@ -391,7 +360,7 @@ void EventStream::responseField(std::string_view name, std::string_view value)
     } else if (isNamed(name, "www-authenticate")) {
         m_challenge += (m_challenge.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf8(text);
     } else if (isNamed(name, "retry-after")) {
-        m_retryAfter = retryAfter(text);
+        m_retryAfter = retryAfter(text).value_or(std::chrono::milliseconds(0));
     }
 }
 
@@ -494,8 +463,8 @@ void EventStream::fail(ReconnectPolicy::Failure failure)
     if (!m_isStream) {
         m_continuity.interrupted();
     }
-    const bool mayAsk = m_status == 429 || m_status == 503; // RFC 9110, RFC 6585
-    m_reconnectPolicy.failed(failure, IoLoop::Clock::now(), mayAsk ? m_retryAfter : decltype(m_retryAfter)());
+    m_reconnectPolicy.failed(failure, IoLoop::Clock::now(),
+                             maySayWhenToComeBack(m_status) ? m_retryAfter : decltype(m_retryAfter)());
     scheduleTick();
 }
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -30,6 +31,8 @@ public:
                std::chrono::steady_clock::time_point deadline, Finished finished);
     /// Ends a running exchange; `finished` is not called.
     HttpReply breakOff(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
+    /// After the end: how long to wait before the request is sent again; none if it is not.
+    std::optional<std::chrono::milliseconds> repeatAfter() const { return m_exchange.repeatAfter(); }
     /// After the end: the connection if it can be reused, else null.
     std::unique_ptr<Connection> takeConnection() { return std::move(m_connection); }
 
@@ -39,7 +42,6 @@ private:
     void ready(std::uint32_t events);
     void go(Exchange::Step step);
     void watch();
-    void drop();
     void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
@@ -49,7 +51,6 @@ private:
     Finished m_finished;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
     bool m_isReused = false;
     Q_DISABLE_COPY_MOVE(AsyncExchange)
 };

@@ -52,8 +52,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         setConnection(nullptr);
     }
     while (true) {
-        if (m_aborted || device->isRemoved) {
-            setConnection(nullptr);
+        if (m_aborted || device->isRemoved) { // whoever aborted has dropped the session
             return m_exchange.finish(IHttpVersionTrigger::Aborted,
                                      m_isCancelled ? cancelledError() : abortedError());
         }
@@ -134,16 +133,31 @@ ConnectionPool::ConnectionPool(const TransferLimits& limits)
 {}
 
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
-                                   std::chrono::steady_clock::time_point started)
+                                   Clock::time_point started)
 {
-    const Sessions::iterator entry = acquire(device, request);
+    Sessions::iterator entry = acquire(device, request, std::nullopt);
     HttpReply reply = entry->session.perform(request, device, started);
-    release(entry);
+    auto wait = entry->session.repeatAfter();
+    OfPauses pause = release(entry, wait.has_value());
+    if (!wait) {
+        return reply;
+    }
+    HttpRequest again = request;
+    while (wait) {
+        ++again.repeats;
+        if (!waitUntil(Clock::now() + *wait, *pause)) {
+            return endPause(*pause, request, started);
+        }
+        entry = acquire(device, again, pause);
+        reply = entry->session.perform(again, device, started);
+        wait = entry->session.repeatAfter();
+        pause = release(entry, wait.has_value());
+    }
     return reply;
 }
 
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
-                                                           const HttpRequest& request)
+                                                           const HttpRequest& request, const OfPauses& pause)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     Sessions entry = m_idle.takeNewest({device.get(), request.daemon});
@@ -157,6 +171,14 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
     }
     entry.front().user = std::this_thread::get_id();
     entry.front().exchange = request.id;
+    if (pause) {
+        if ((*pause)->isCancelled) {
+            entry.front().session.cancel();
+        } else if ((*pause)->isAborted) {
+            entry.front().session.abort();
+        }
+        m_pauses.erase(*pause);
+    }
     if (!m_closed && m_cancelled.contains(request.id)) {
         entry.front().session.cancel();
     }
@@ -164,34 +186,74 @@ ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr
     return std::prev(m_active.end());
 }
 
-void ConnectionPool::release(Sessions::iterator entry)
+ConnectionPool::OfPauses ConnectionPool::release(Sessions::iterator entry, bool pauses)
 {
     Sessions dropped; // destroyed after the lock is released, because closing connections takes time
     const std::lock_guard<std::mutex> lock(m_mutex);
     dropped.splice(dropped.end(), m_active, entry);
+    OfPauses pause;
+    if (pauses) {
+        m_pauses.push_back({entry->exchange, entry->device, std::this_thread::get_id(),
+                            entry->session.isAborted() || m_closed, entry->session.isCancelled()});
+        pause = std::prev(m_pauses.end());
+    }
     if (entry->session.isAborted() || entry->device->isRemoved) {
         m_left.notify_all();
-        return;
+        return pause;
     }
     const TrafficClass trafficClass = entry->trafficClass();
     if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
-        return;
+        return pause;
     }
     m_idle.add(trafficClass, std::exchange(dropped, {}));
     if (m_idle.size() > m_maximumIdle) {
         dropped = m_idle.takeOldest();
     }
+    return pause;
+}
+
+/// @return whether that moment came, and nothing ended the pause before.
+bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return !m_resumed.wait_until(lock, when,
+                                 [pause] { return pause->isAborted || pause->device->isRemoved; });
+}
+
+HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
+                                   Clock::time_point started)
+{
+    const HttpReply reply =
+        failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                           pause->isCancelled ? cancelledError() : abortedError(), started);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_pauses.erase(pause);
+    m_left.notify_all();
+    return reply;
+}
+
+template <class Concerns>
+void ConnectionPool::abortActive(Concerns concerns, bool cancels)
+{
+    for (Entry& entry : m_active) {
+        if (concerns(entry)) {
+            cancels ? entry.session.cancel() : entry.session.abort();
+        }
+    }
+    for (Pause& pause : m_pauses) {
+        if (concerns(pause)) {
+            pause.isAborted = true;
+            pause.isCancelled = pause.isCancelled || cancels;
+        }
+    }
+    m_resumed.notify_all();
 }
 
 void ConnectionPool::abort(const QString& deviceKey)
 {
     std::vector<Sessions> dropped;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (Entry& entry : m_active) {
-        if (entry.device->key == deviceKey) {
-            entry.session.abort();
-        }
-    }
+    abortActive([&](const auto& one) { return one.device->key == deviceKey; }, false);
     dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
 }
 
@@ -199,21 +261,13 @@ void ConnectionPool::cancel(ExchangeId id)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_cancelled.add(id);
-    for (Entry& entry : m_active) {
-        if (entry.exchange == id) {
-            entry.session.cancel();
-        }
-    }
+    abortActive([id](const auto& one) { return one.exchange == id; }, true);
 }
 
 void ConnectionPool::cancelAll(const QString& deviceKey)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (Entry& entry : m_active) {
-        if (entry.device->key == deviceKey) {
-            entry.session.cancel();
-        }
-    }
+    abortActive([&](const auto& one) { return one.device->key == deviceKey; }, true);
 }
 
 void ConnectionPool::close()
@@ -222,13 +276,12 @@ void ConnectionPool::close()
     std::unique_lock<std::mutex> lock(m_mutex);
     m_closed = true;
     dropped = m_idle.takeIf([](const Sessions& /*idle*/) { return true; });
-    for (Entry& entry : m_active) {
-        entry.session.abort();
-    }
+    abortActive([](const auto& /*one*/) { return true; }, false);
     // An observer that calls this is running inside an exchange.
-    m_left.wait_for(lock, leaveTime, [this] {
-        return std::all_of(m_active.cbegin(), m_active.cend(),
-                           [](const Entry& entry) { return entry.user == std::this_thread::get_id(); });
+    const auto isOwn = [](const auto& one) { return one.user == std::this_thread::get_id(); };
+    m_left.wait_for(lock, leaveTime, [this, isOwn] {
+        return std::all_of(m_active.cbegin(), m_active.cend(), isOwn) &&
+               std::all_of(m_pauses.cbegin(), m_pauses.cend(), isOwn);
     });
 }
 

@@ -11,6 +11,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -30,7 +31,10 @@ public:
     /// The same, on behalf of the application.
     void cancel();
     bool isAborted() const { return m_aborted; }
+    bool isCancelled() const { return m_isCancelled; }
     bool isConnected() const { return m_connection != nullptr; }
+    /// After the exchange: how long to wait before the request is sent again; none if it is not.
+    std::optional<std::chrono::milliseconds> repeatAfter() const { return m_exchange.repeatAfter(); }
 
 private:
     Exchange::Step transfer(std::chrono::steady_clock::time_point deadline);
@@ -100,16 +104,39 @@ private:
     };
     using Sessions = std::list<Entry>; ///< entries move between lists without being copied
 
-    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, const HttpRequest& request);
-    void release(Sessions::iterator entry);
+    /// A read that waits until it is sent again, without a connection.
+    struct Pause
+    {
+        ExchangeId exchange;
+        std::shared_ptr<const Device> device;
+        std::thread::id user;
+        bool isAborted = false;
+        bool isCancelled = false; ///< and aborted
+    };
+    using Pauses = std::list<Pause>;
+    using OfPauses = std::optional<Pauses::iterator>;
+
+    /// Ends @p pause at the same moment, if there is one.
+    Sessions::iterator acquire(const std::shared_ptr<const Device>& device, const HttpRequest& request,
+                               const OfPauses& pause);
+    /// Begins a pause at the same moment, if @p pauses.
+    OfPauses release(Sessions::iterator entry, bool pauses);
+    bool waitUntil(std::chrono::steady_clock::time_point when, Pauses::iterator pause);
+    HttpReply endPause(Pauses::iterator pause, const HttpRequest& request,
+                       std::chrono::steady_clock::time_point started);
+    /// Aborts the exchanges and pauses that @p concerns, with m_mutex held.
+    template <class Concerns>
+    void abortActive(Concerns concerns, bool cancels);
 
     const TransferLimits m_limits;
     const size_t m_maximumIdle;
     CancelledIds m_cancelled;
     std::mutex m_mutex; ///< guards all below
     std::condition_variable m_left;
+    std::condition_variable m_resumed; ///< a pause has ended early
     bool m_closed = false;
     Sessions m_active;
+    Pauses m_pauses;
     KeptList<TrafficClass, Sessions, TrafficClassHash> m_idle; ///< each a list of one
 };
 

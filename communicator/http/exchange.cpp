@@ -4,8 +4,10 @@
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/headername.h"
 
+#include "communicator/http/readrepeat.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/requesturl.h"
+#include "communicator/http/retryafter.h"
 
 #include <algorithm>
 
@@ -32,7 +34,7 @@ QString errorOfRequest(const HttpRequest& request)
         return QStringLiteral("the request has no path");
     }
     for (const QString& value : request.placeHolders) {
-        if (hasControl(value)) {
+        if (hasAsciiControl(value)) {
             return QStringLiteral("a placeholder contains a control character");
         }
     }
@@ -62,7 +64,6 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_bytesSent = 0;
     m_lastProgress = {};
     m_reader.reset();
-    m_body.clear();
     m_error = errorOfRequest(request);
     if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
@@ -243,6 +244,12 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     if (reply.state == IHttpVersionTrigger::Success) {
         summary.error.clear();
     }
+    reply.reason = summary.error;
+    if (const auto wait = retryAfterOf(reply)) {
+        summary.retryAfter = wait->count();
+    }
+    m_repeatAfter = HttpDevice::repeatAfter(*m_request, reply, m_started);
+    summary.isRepeated = m_repeatAfter.has_value();
     reportExchange(*m_request, summary);
     m_body.clear();
     m_request = nullptr;

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -51,6 +52,8 @@ public:
     /// returns the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
     HttpReply finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
+    /// After finish(): how long to wait before the request is sent again; none if it is not.
+    std::optional<std::chrono::milliseconds> repeatAfter() const { return m_repeatAfter; }
 
 private:
     void writeHead();
@@ -84,6 +87,7 @@ private:
     qint64 m_bytesSent = 0;
     QString m_error;
     TransferSizes m_lastProgress; ///< reported last
+    std::optional<std::chrono::milliseconds> m_repeatAfter;
     Q_DISABLE_COPY_MOVE(Exchange)
 };
 

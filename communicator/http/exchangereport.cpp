@@ -32,7 +32,9 @@ void reportExchange(const HttpRequest& request, const ExchangeSummary& summary)
     record.bytesReceived = summary.bytesReceived;
     record.reason = summary.error;
     record.reply = summary.reply;
-    if (failed) {
+    record.retryAfter = summary.retryAfter;
+    record.isRepeated = summary.isRepeated;
+    if (failed && !summary.isRepeated) {
         qCWarning(httpLog, "%s %s %s: %s", record.verb.constData(), qPrintable(record.deviceKey),
                   record.path.isEmpty() ? "(no path)" : record.path.constData(), qPrintable(summary.error));
     }

@@ -19,6 +19,8 @@ struct ExchangeSummary
     qint64 bytesSent = 0;
     qint64 bytesReceived = 0;
     QByteArray reply;
+    qint64 retryAfter = -1; ///< in ms; -1 if the device asked for no wait
+    bool isRepeated = false;
 };
 
 /// How much of an exchange's bodies has been transferred.

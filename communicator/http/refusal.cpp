@@ -15,6 +15,7 @@ HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::Ht
     reportExchange(request, summary);
     HttpReply reply;
     reply.state = state;
+    reply.reason = error;
     return reply;
 }
 

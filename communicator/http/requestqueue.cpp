@@ -67,6 +67,8 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
                     {},
                     path,
                     isHeldBack,
+                    false,
+                    {},
                     nullptr});
     const auto job = std::prev(jobs.end());
     job->timer = m_loop.startTimer(deadline, [this, key, job] {
@@ -163,6 +165,10 @@ void RequestQueue::begin(const QString& deviceKey, DeviceQueue& queue)
 void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply)
 {
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
+    if (const auto wait = job->exchange->repeatAfter()) {
+        pause(deviceKey, *queue, job, *wait);
+        return;
+    }
     m_loop.stopTimer(job->timer);
     const Done done = std::move(job->done);
     keep(job->device, std::move(job->exchange));
@@ -172,6 +178,25 @@ void RequestQueue::finished(const QString& deviceKey, Jobs::iterator job, const 
     markRunnable(deviceKey, *queue);
     forgetIfIdle(deviceKey);
     done(reply);
+    startRunnable();
+}
+
+void RequestQueue::pause(const QString& deviceKey, DeviceQueue& queue, Jobs::iterator job,
+                         std::chrono::milliseconds wait)
+{
+    keep(job->device, std::move(job->exchange));
+    --m_underWay;
+    ++job->request.repeats;
+    job->isPaused = true;
+    queue.paused.splice(queue.paused.end(), queue.underWay, job);
+    job->pause = m_loop.startTimer(IoLoop::Clock::now() + wait, [this, deviceKey, job] {
+        const std::shared_ptr<DeviceQueue> resumed = m_devices.value(deviceKey);
+        job->isPaused = false;
+        resumed->waiting.splice(resumed->waiting.end(), resumed->paused, job);
+        markRunnable(deviceKey, *resumed);
+        startRunnable();
+    });
+    markRunnable(deviceKey, queue);
     startRunnable();
 }
 
@@ -185,7 +210,10 @@ void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
     m_loop.stopTimer(job->timer);
     const std::shared_ptr<DeviceQueue> queue = m_devices.value(deviceKey);
     Jobs expired;
-    if (job->isHeldBack) {
+    if (job->isPaused) {
+        m_loop.stopTimer(job->pause);
+        expired.splice(expired.end(), queue->paused, job);
+    } else if (job->isHeldBack) {
         expired.splice(expired.end(), queue->heldBack[job->writtenPath], job);
     } else {
         expired.splice(expired.end(), queue->waiting, job);
@@ -217,7 +245,7 @@ void RequestQueue::forgetIfIdle(const QString& deviceKey)
 {
     const auto device = m_devices.find(deviceKey);
     if (device != m_devices.end() && (*device)->waiting.empty() && (*device)->underWay.empty() &&
-        !(*device)->isRunnable) {
+        (*device)->paused.empty() && !(*device)->isRunnable) {
         m_devices.erase(device);
     }
 }
@@ -242,7 +270,7 @@ void RequestQueue::cancel(ExchangeId id)
             endEarly(QString(device.key()), job, IHttpVersionTrigger::Aborted, cancelledError());
             return true;
         };
-        const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) ||
+        const bool isEnded = endIn(queue.underWay) || endIn(queue.waiting) || endIn(queue.paused) ||
                              std::any_of(queue.heldBack.begin(), queue.heldBack.end(),
                                          [&endIn](auto& path) { return endIn(path.second); });
         if (isEnded) {
@@ -265,10 +293,14 @@ void RequestQueue::endAllOf(const QString& deviceKey, const QString& error)
     }
 }
 
-// What has not begun, held back or not.
+// What has no connection: not begun, held back or not, or paused.
 RequestQueue::Jobs RequestQueue::takeWaiting(DeviceQueue& queue)
 {
     Jobs all = std::exchange(queue.waiting, {});
+    for (const Job& paused : queue.paused) {
+        m_loop.stopTimer(paused.pause);
+    }
+    all.splice(all.end(), queue.paused);
     for (auto& path : queue.heldBack) {
         all.splice(all.end(), path.second);
     }

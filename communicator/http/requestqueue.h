@@ -23,11 +23,14 @@ namespace Krelm::Communicator::HttpDevice {
 /// The non-blocking exchanges of one class of traffic, normal or daemon. The number of exchanges that have a
 /// connection is limited, in total and per device; the others wait their turn as plain values, while their
 /// time limit runs. Connections are shared so that devices which never answer do not block others: a device
-/// may always run one exchange, and more only while at least as many connections are free as it uses. The log
-/// tells, at most once a minute, that requests wait for the limit.
+/// may always run one exchange, and more only while at least as many connections are free as it uses. At
+/// most once a minute, a warning is logged while requests wait for the limit.
 ///
 /// Writes to one expanded path of a device keep their order and run one at a time, so that a later value is
 /// not overtaken by an earlier one on another connection. Reads, and writes to other paths, run beside them.
+///
+/// A read that is repeated because its device was busy waits as a plain value, too, and takes no part in the
+/// limits meanwhile.
 /// Used on the loop's thread only.
 class RequestQueue
 {
@@ -60,6 +63,8 @@ private:
         IoLoop::TimerId timer;
         QByteArray writtenPath;                  ///< expanded; empty for a read
         bool isHeldBack = false;                 ///< an earlier write to its path has not ended
+        bool isPaused = false;                   ///< a read that is sent again when its pause is over
+        IoLoop::TimerId pause;                   ///< while it is paused
         std::unique_ptr<AsyncExchange> exchange; ///< while it is running
     };
     using Jobs = std::list<Job>;
@@ -67,6 +72,7 @@ private:
     {
         Jobs waiting;
         Jobs underWay;
+        Jobs paused;
         std::map<QByteArray, Jobs>
             heldBack;            ///< by path, for each path with a write that waits or is under way
         bool isRunnable = false; ///< in m_runnable
@@ -84,9 +90,11 @@ private:
     void startRunnable();
     void begin(const QString& deviceKey, DeviceQueue& queue);
     void finished(const QString& deviceKey, Jobs::iterator job, const HttpReply& reply);
+    void pause(const QString& deviceKey, DeviceQueue& queue, Jobs::iterator job,
+               std::chrono::milliseconds wait);
     void endEarly(const QString& deviceKey, Jobs::iterator job, IHttpVersionTrigger::HttpSimpleState outcome,
                   const QString& error);
-    static Jobs takeWaiting(DeviceQueue& queue);
+    Jobs takeWaiting(DeviceQueue& queue);
     void endAll(DeviceQueue& queue, const QString& error);
     void endAllOf(const QString& deviceKey, const QString& error);
     void writeEnded(DeviceQueue& queue, const QByteArray& path);

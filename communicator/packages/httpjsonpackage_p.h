@@ -3,6 +3,7 @@
 #define COMMUNICATOR_PACKAGES_HTTPJSONPACKAGE_P_H
 
 #include "communicator/httpengine.h"
+#include "communicator/packages/operationlog.h"
 #include "json/jsonwriter.h"
 
 #include <communicator/httpjsonpackage.h>
@@ -27,6 +28,8 @@ public:
     template <class Data>
     static void decode(const HttpJsonPackage* package, Data& out,
                        bool (*read)(const QByteArray& reply, Data& out));
+    /// Stores the engine's reply, and how the exchange ended. On the package's thread.
+    static void putReply(HttpJsonPackage* package, const HttpReply& reply, const EndedExchange& ended);
     /// Creates the package's next reply; one that was pending before is dropped.
     static std::shared_ptr<PendingReply> newPending(HttpJsonPackage* package);
 
@@ -45,6 +48,9 @@ public:
     int expectedMilliseconds;
     bool daemon = false;
     QString deviceKey;
+    ExchangeId exchange = 0; // the latest
+    HttpMethod method = HttpMethod::Get;
+    EndedExchange ended; // without the reply, which is below
 
     HttpSimpleState state = Success;
     QByteArray received;

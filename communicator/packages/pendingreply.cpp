@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/packages/pendingreply.h"
 
+#include "communicator/http/refusal.h"
+#include "communicator/packages/httpjsonpackage_p.h"
 #include "communicator/runtime/lifecycle.h"
 #include "communicator/runtime/postedcall.h"
 
-#include <communicator/httpjsonpackage.h>
-
 namespace Krelm::Communicator::HttpDevice {
-
-void putReply(HttpJsonPackage* package, const HttpReply& reply)
-{
-    package->setSimpleState(reply.state);
-    package->setReceiveData(reply.body);
-    package->setResponseHeader(reply.headers);
-    package->replyStatus = reply.status;
-}
 
 PendingReply::PendingReply(HttpJsonPackage* package)
     : m_package(package)
@@ -29,30 +21,40 @@ void PendingReply::detach()
 void PendingReply::settle(const HttpReply& reply)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_settled || m_package == nullptr || Lifecycle::isClosed()) {
+    if (m_ended) {
         return;
     }
-    m_settled = true;
+    m_ended.emplace(reply, m_started);
+    if (m_package == nullptr || Lifecycle::isClosed()) {
+        return;
+    }
     m_reply = reply;
     // Posted while holding the lock: the package's destructor waits in detach() until the call is in its
     // event queue, and then removes it.
     postCall(m_package, [package = m_package, self = shared_from_this()] {
         HttpReply settled;
-        if (self->take(settled)) {
-            putReply(package, settled);
+        EndedExchange ended;
+        if (self->take(settled, ended)) {
+            HttpJsonPackage::Private::putReply(package, settled, ended);
             Q_EMIT package->readyRead(package);
         }
     });
 }
 
-bool PendingReply::take(HttpReply& reply)
+std::optional<EndedExchange> PendingReply::ended() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_ended;
+}
+
+bool PendingReply::take(HttpReply& reply, EndedExchange& ended)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_package == nullptr || Lifecycle::isClosed()) {
         return false;
     }
-    m_package = nullptr;
     reply = std::move(m_reply);
+    ended = m_ended.value_or(EndedExchange());
     return true;
 }
 
@@ -64,6 +66,7 @@ ReplyPromise::~ReplyPromise()
 {
     HttpReply reply;
     reply.state = IHttpVersionTrigger::Aborted;
+    reply.reason = abortedError();
     m_pending->settle(reply);
 }
 

@@ -3,16 +3,16 @@
 #define COMMUNICATOR_PACKAGES_PENDINGREPLY_H
 
 #include "communicator/httpengine.h"
+#include "communicator/packages/operationlog.h"
 
+#include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace Krelm::Communicator::HttpDevice {
 
 class HttpJsonPackage;
-
-/// Stores the engine's reply in @p package. On the package's thread.
-void putReply(HttpJsonPackage* package, const HttpReply& reply);
 
 /// Shared by a package in flight and the engine's completion: resolves the race between the package's
 /// destruction and the reply, and passes the reply from the engine's thread to the package's.
@@ -27,14 +27,18 @@ public:
     /// Posts @p reply to the package's thread, where take() fetches it. Only the first call counts. From any
     /// thread.
     void settle(const HttpReply& reply);
+    /// How the exchange ended, whether the package still lives or not; none while it is under way. From any
+    /// thread.
+    std::optional<EndedExchange> ended() const;
 
     /// Fetches the settled reply, once. On the package's thread. @return whether there was one.
-    bool take(HttpReply& reply);
+    bool take(HttpReply& reply, EndedExchange& ended);
 
 private:
-    std::mutex m_mutex; ///< guards all below, and the package's life between detach() and settle()
+    const std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
+    mutable std::mutex m_mutex; ///< guards all below, and the package's life between detach() and settle()
     HttpJsonPackage* m_package;
-    bool m_settled = false;
+    std::optional<EndedExchange> m_ended;
     HttpReply m_reply;
 };
 

@@ -17,7 +17,7 @@ std::shared_ptr<IoLoop> EngineSlot::loop()
     return loopLocked();
 }
 
-// With m_mutex held.
+// The caller holds m_mutex.
 std::shared_ptr<IoLoop> EngineSlot::loopLocked()
 {
     if (!m_loop) {
@@ -83,7 +83,7 @@ void EngineSlot::stopLoop()
     std::shared_ptr<IoLoop> stopped;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        // A thread cannot wait for its own end: an observer that ends the process leaves the loop to it.
+        // A thread cannot join itself: if an observer on the loop's thread ends the process, the loop stays.
         if (m_loop && !m_loop->isHere()) {
             stopped.swap(m_loop);
         }

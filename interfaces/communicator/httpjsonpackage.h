@@ -12,14 +12,18 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+class PendingReply;
+struct ExchangeOutcome;
+
 /// One request to a device and its reply.
 ///
 /// Fill a package, send it once through HttpProxy, read the reply, and destroy it; a package cannot be sent
 /// again. Use it only on the thread it lives in (`QObject::thread()`). It may be destroyed at any time, even
 /// while its request is in flight; the reply is then dropped.
 ///
-/// After a failure getSimpleState() tells the kind and replyStatus the HTTP status; the log category
-/// `tessel.http` and exchange observers (`communicator/exchangeobserver.h`) give the reason as text.
+/// After a failure getSimpleState() tells the kind and replyStatus the HTTP status; ExchangeOutcome
+/// (`communicator/calloutcome.h`), the log category `tessel.http` and exchange observers
+/// (`communicator/exchangeobserver.h`) give the reason as text.
 class COMMUNICATOR_EXPORT HttpJsonPackage : public QObject, public IHttpVersionTrigger
 {
     Q_OBJECT
@@ -112,6 +116,8 @@ Q_SIGNALS:
 
 private:
     friend class HttpProxy;
+    friend class PendingReply;
+    friend struct ExchangeOutcome;
     class Private;
     std::unique_ptr<Private> d;
     Q_DISABLE_COPY_MOVE(HttpJsonPackage)

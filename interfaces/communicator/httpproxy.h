@@ -106,6 +106,8 @@ Q_SIGNALS:
 private Q_SLOTS:
     /// Adds to what is reported of a device whose events may have been missed.
     void addChangeEvents(const QByteArrayList& events);
+    /// A function that takes whether an operation of the calling thread begins (true) or ends (false).
+    quintptr operationBoundary() const;
 
 private:
     explicit HttpProxy(QObject* parent = nullptr);

@@ -4,6 +4,8 @@
 #ifndef TESSEL_FRAMES_CACHEACCESS_H
 #define TESSEL_FRAMES_CACHEACCESS_H
 
+#include <tessel/frames/operationscope.h>
+
 #include <QList>
 #include <QMap>
 #include <QMutex>
@@ -24,7 +26,11 @@ bool cached(const QMap<QString, Entry>& cache, const QString& deviceKey, bool fo
         return false;
     }
     const QMutexLocker lock(mutex);
-    return cache.contains(deviceKey);
+    const bool isKnown = cache.contains(deviceKey);
+    if (isKnown) {
+        nothingIsSent();
+    }
+    return isKnown;
 }
 
 /// Copies the result of a read-through from the cache: @p loaded is its result, and @p out is left unchanged
@@ -57,8 +63,10 @@ bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString
 /// matches.
 inline bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
 {
+    // Not ==, for which "02" and 2 are equal with Qt 6.
     return copyElementWhere(
-        list, [wanted = QVariant(id)](const QVariant& found) { return wanted == found; }, out);
+        list, [&id](const QVariant& found) { return found.canConvert<QString>() && found.toString() == id; },
+        out);
 }
 
 } // namespace Tessel

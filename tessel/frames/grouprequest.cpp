@@ -3,6 +3,7 @@
 
 #include <tessel/frames/applicationend.h>
 #include <tessel/frames/decoding.h>
+#include <tessel/frames/operationscope.h>
 #include <tessel/frames/packagefiller.h>
 
 #include <communicator/httpproxy.h>
@@ -54,6 +55,7 @@ bool exchangeInTurn(Exchange exchange, const QString& path, const QVariant& body
 bool exchangeAll(Start start, Exchange exchange, const QString& path, const QVariant& body,
                  const QString& deviceKey, const QStringList& ids, const Succeeded& onSuccess)
 {
+    const OperationScope scope;
     if (ApplicationEnd::hasCome()) {
         return false;
     }
@@ -145,6 +147,7 @@ bool GroupRequest::put(const QString& deviceKey, const QStringList& ids)
 bool putToDevices(const char* function, const std::vector<QMap<QString, QVariant>>& items,
                   const std::function<const char*(const QString& deviceKey)>& routeKeyFor, int expectedTime)
 {
+    const OperationScope scope;
     if (items.empty()) {
         // Quirk: Log lines that read like leftovers are fixed. It is the list that is empty.
         qCritical() << function << "System error! trigger is nullptr";

@@ -2,6 +2,7 @@
 #include <tessel/frames/instancesready.h>
 
 #include <tessel/allurlresource.h>
+#include <tessel/frames/operationscope.h>
 
 #include <communicator/httpproxy.h>
 
@@ -29,10 +30,12 @@ bool instancesReady(const CallSite& site, const char* tableMessage)
 bool instancesReady(const CallSite& site, const char* tableMessage, const void* routeTable, const void* proxy)
 {
     if (!routeTable) {
+        nothingIsSent();
         logSystemError(site, tableMessage);
         return false;
     }
     if (!proxy) {
+        nothingIsSent();
         logSystemError(site, "pHttpInstance is nullptr! error occurred");
         return false;
     }

@@ -8,6 +8,7 @@
 #include <tessel/envelopes/variantmapresponse.h>
 #include <tessel/frames/applicationend.h>
 #include <tessel/frames/decoding.h>
+#include <tessel/frames/operationscope.h>
 #include <tessel/frames/packagefiller.h>
 
 #include <communicator/httpproxy.h>
@@ -140,6 +141,7 @@ public:
     QtPromise::QPromise<T> guarded(Verb verb, const QString& deviceKey, Settle settle)
     {
         if (deviceKey.isEmpty() || m_package->getUrl().isEmpty()) {
+            nothingIsSent();
             return QtPromise::QPromise<T>::reject("arguments error");
         }
         return promise<T>(verb, deviceKey, settle);

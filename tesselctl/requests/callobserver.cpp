@@ -72,7 +72,7 @@ QString otherThanJson(const QByteArray& reply)
 
 CallObserver::CallObserver()
     : m_endObserver(addExchangeObserver([this](const Record& record) {
-        if (!m_ids.contains(record.id)) {
+        if (record.isRepeated || !m_ids.contains(record.id)) {
             return;
         }
         const std::lock_guard<std::mutex> lock(m_mutex);
