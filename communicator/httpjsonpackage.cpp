@@ -67,13 +67,13 @@ QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 }
 
 template <class Data>
-void HttpJsonPackage::Private::decode(const HttpJsonPackage* package, Data& out,
+Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
                                       bool (*read)(const QByteArray& reply, Data& out))
 {
     Private& p = *package->d;
+    Data out;
     if (p.state != Success) {
-        out.clear();
-        return;
+        return out;
     }
     const auto started = std::chrono::steady_clock::now();
     const bool isObject = read(p.received, out);
@@ -90,6 +90,7 @@ void HttpJsonPackage::Private::decode(const HttpJsonPackage* package, Data& out,
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
                   requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
     }
+    return out;
 }
 
 void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
@@ -290,38 +291,17 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    QMap<QString, QVariant> map;
-    readRoutesJsonMap(map);
-    return map;
+    return Private::decode(this, &JsonText::readDataFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    QList<QVariant> list;
-    readRoutesJsonDataListMap(list);
-    return list;
+    return Private::decode(this, &JsonText::readDataListFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    QList<QVariant> list;
-    readJsonDataListMap(list);
-    return list;
-}
-
-void HttpJsonPackage::readRoutesJsonMap(QMap<QString, QVariant>& out) const
-{
-    Private::decode(this, out, &JsonText::readDataFlattened);
-}
-
-void HttpJsonPackage::readRoutesJsonDataListMap(QList<QVariant>& out) const
-{
-    Private::decode(this, out, &JsonText::readDataListFlattened);
-}
-
-void HttpJsonPackage::readJsonDataListMap(QList<QVariant>& out) const
-{
-    Private::decode(this, out, &JsonText::readDataList);
+    return Private::decode(this, &JsonText::readDataList);
 }
 
 } // namespace Krelm::Communicator::HttpDevice
