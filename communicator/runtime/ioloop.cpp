@@ -57,18 +57,6 @@ int uvEventsOf(std::uint32_t readiness)
            ((readiness & IoLoop::Writable) != 0 ? UV_WRITABLE : 0);
 }
 
-// Functions of their own, so that a thread-sanitizer suppression can match these calls alone: the descriptor
-// may have been closed and reused by another thread by now.
-[[gnu::noinline]] void stopPolling(uv_poll_t& handle)
-{
-    uv().pollStop(&handle);
-}
-
-[[gnu::noinline]] void endPolling(uv_poll_t& handle)
-{
-    uv().close(reinterpret_cast<uv_handle_t*>(&handle), nullptr);
-}
-
 } // namespace
 
 struct IoLoop::Backend
@@ -220,11 +208,27 @@ void IoLoop::unwatch(int descriptor)
     if (found == m_watches.end() || found->second->events == 0) {
         return;
     }
-    Watch& watch = *found->second;
-    watch.events = 0;
-    watch.watcher = nullptr;
+    found->second->watcher = nullptr;
+    stopPolling(*found->second);
+}
+
+// stopPolling() and endPolling() are functions of their own, so that thread-sanitizer suppressions can match
+// their calls alone: the descriptor may have been closed and reused by another thread by now. Each does
+// something after its call, since a call at its end would take its place on the stack.
+[[gnu::noinline]] void IoLoop::stopPolling(Watch& watch)
+{
     if (watch.hasHandle) {
-        stopPolling(watch.handle);
+        uv().pollStop(&watch.handle);
+    }
+    watch.events = 0;
+}
+
+[[gnu::noinline]] void IoLoop::endPolling()
+{
+    for (const auto& entry : m_watches) {
+        if (entry.second->hasHandle) {
+            uv().close(reinterpret_cast<uv_handle_t*>(&entry.second->handle), nullptr);
+        }
     }
 }
 
@@ -315,11 +319,7 @@ void IoLoop::close()
     if (!m_backend) {
         return;
     }
-    for (const auto& entry : m_watches) {
-        if (entry.second->hasHandle) {
-            endPolling(entry.second->handle);
-        }
-    }
+    endPolling();
     uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);
     uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->wakeUp), nullptr);
     uv().run(&m_backend->loop, UV_RUN_DEFAULT);
