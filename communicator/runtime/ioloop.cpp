@@ -208,27 +208,11 @@ void IoLoop::unwatch(int descriptor)
     if (found == m_watches.end() || found->second->events == 0) {
         return;
     }
-    found->second->watcher = nullptr;
-    stopPolling(*found->second);
-}
-
-// stopPolling() and endPolling() are functions of their own, so that thread-sanitizer suppressions can match
-// their calls alone: the descriptor may have been closed and reused by another thread by now. Each does
-// something after its call, since a call at its end would take its place on the stack.
-[[gnu::noinline]] void IoLoop::stopPolling(Watch& watch)
-{
+    Watch& watch = *found->second;
+    watch.events = 0;
+    watch.watcher = nullptr;
     if (watch.hasHandle) {
         uv().pollStop(&watch.handle);
-    }
-    watch.events = 0;
-}
-
-[[gnu::noinline]] void IoLoop::endPolling()
-{
-    for (const auto& entry : m_watches) {
-        if (entry.second->hasHandle) {
-            uv().close(reinterpret_cast<uv_handle_t*>(&entry.second->handle), nullptr);
-        }
     }
 }
 
@@ -319,7 +303,11 @@ void IoLoop::close()
     if (!m_backend) {
         return;
     }
-    endPolling();
+    for (const auto& entry : m_watches) {
+        if (entry.second->hasHandle) {
+            uv().close(reinterpret_cast<uv_handle_t*>(&entry.second->handle), nullptr);
+        }
+    }
     uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);
     uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->wakeUp), nullptr);
     uv().run(&m_backend->loop, UV_RUN_DEFAULT);

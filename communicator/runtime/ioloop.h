@@ -77,8 +77,6 @@ private:
     void waitForEvents();
     void waitWithoutDescriptors();
     void start(Watch& watch);
-    static void stopPolling(Watch& watch);
-    void endPolling();
     static void onReady(Watch& watch, bool failed, std::uint32_t events);
     void wake();
     void runTasks();
