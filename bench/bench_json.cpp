@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Compares the transport's JSON with QJsonDocument: decoding a list of cabinets and a small object, encoding
-// the list. Variants take turns, medians count; peak memory is taken in a process of its own per variant.
-// Wanted: decoding the list 4 times as fast with half the peak, encoding it 5 times as fast.
+// the list. Variants alternate, and medians are compared; peak memory is measured in a separate process per
+// variant. Goals: decode the list 4 times as fast with half the peak memory, and encode it 5 times as fast.
 // Usage: bench_json [--ratios] [peaks], with "peaks" the peaks only.
 #include "cabinetlist.h"
 #include "peakmemory.h"

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Many at once: 32 threads that read from 32 devices, against a QNetworkAccessManager in each; 1,000 requests
-// in flight to 100 devices, against one QNetworkAccessManager and one multi handle of libcurl; and how long a
-// healthy device's call takes beside eight devices that flood. Usage: bench_parallel [--ratios] [rounds]
+// Many requests at once: 32 threads that read from 32 devices, against a QNetworkAccessManager in each; 1,000
+// requests in flight to 100 devices, against one QNetworkAccessManager and one multi handle of libcurl; and
+// how long a healthy device's call takes beside eight devices that flood. Usage: bench_parallel [--ratios]
+// [rounds]
 #include "fixedserver.h"
 #include "interleaved.h"
 #include "ratios.h"
@@ -94,7 +95,7 @@ double processorMicroseconds()
     return static_cast<double>(now.tv_sec) * 1e6 + static_cast<double>(now.tv_nsec) / 1e3;
 }
 
-/// Has each of the threads call what @p prepare gives it, readsPerThread times.
+/// Lets each thread call the function returned by @p prepare, readsPerThread times.
 Rate rateOf(const QStringList& keys, const std::function<std::function<void()>(const QString& key)>& prepare)
 {
     QElapsedTimer clock;
@@ -199,7 +200,7 @@ void fetchByManager(QNetworkAccessManager& manager, const QStringList& keys)
     loop.exec();
 }
 
-/// One multi handle, on the thread that waits.
+/// One multi handle, on the waiting thread.
 class CurlMulti
 {
 public:
@@ -272,7 +273,7 @@ void measureInFlight(const QStringList& keys, int rounds)
     printRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);
 }
 
-/// Answers with a body that does not end, in chunks of one byte.
+/// Answers with an endless body, in chunks of one byte.
 bool flood(int connection)
 {
     std::string chunks;
@@ -288,7 +289,7 @@ bool flood(int connection)
     return false;
 }
 
-/// Keeps one request to @p key under way.
+/// Keeps one request to @p key in progress.
 void keepAsking(const QString& key)
 {
     auto* const package = new HttpJsonPackage(nullptr);

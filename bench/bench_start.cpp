@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What a program pays for being linked with the library, before it makes a call: the start of one that does
-// nothing, against the same one with Qt Core alone. Usage: bench_start [--ratios] [rounds]
+// The cost of linking a program with the library before it makes a call: the start of a program that does
+// nothing, compared with one that links only Qt Core. Usage: bench_start [--ratios] [rounds]
 #include "interleaved.h"
 #include "ratios.h"
 

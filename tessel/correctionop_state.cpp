@@ -261,21 +261,21 @@ QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& devic
 
 // Quirk: Some operations do nothing and stay exported. So do the two below.
 QtPromise::QPromise<bool> Correctionop::setAction(const QString& /*deviceKey*/, const QString& /*id*/,
-                                                  const QMap<QString, QVariant>& /*params*/)
+                                                  const QMap<QString, QVariant>& /*body*/)
 {
     qWarning("Unimplemented code.");
     return QtPromise::QPromise<bool>::resolve(false);
 }
 
 QtPromise::QPromise<bool> Correctionop::setCorrectEnable(const QString& /*deviceKey*/,
-                                                         const QStringList& /*cids*/, bool /*enable*/)
+                                                         const QStringList& /*ids*/, bool /*enable*/)
 {
     return QtPromise::QPromise<bool>::resolve(false);
 }
 
 bool Correctionop::setScreenCorrectionMode(const QString& /*deviceKey*/, const QString& /*id*/,
-                                           const QMap<QString, QVariant>& /*params*/,
-                                           QMap<QString, QVariant>& /*result*/)
+                                           const QMap<QString, QVariant>& /*body*/,
+                                           QMap<QString, QVariant>& /*reply*/)
 {
     return false;
 }

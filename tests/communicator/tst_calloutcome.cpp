@@ -210,7 +210,7 @@ private Q_SLOTS:
         package.setUrl(QStringLiteral("/x/{id}"));
         const ExchangeOutcome outcome = ExchangeOutcome::of(package);
         QCOMPARE(outcome.deviceKey, QStringLiteral("wall"));
-        QCOMPARE(outcome.path, QByteArray("/x/{id}"));
+        QCOMPARE(outcome.path, QByteArray("/x/%7Bid%7D"));
     }
 
     void aLongReplyIsNoEnvelope_data()

@@ -3,6 +3,7 @@
 
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/exchange.h"
+#include "communicator/http/requesthead.h"
 #include "socketends.h"
 
 #include <QTemporaryDir>
@@ -72,6 +73,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(HttpRequest)
+
 class TestExchange : public QObject
 {
     Q_OBJECT
@@ -130,6 +133,55 @@ private Q_SLOTS:
             QCOMPARE(watched.record.reply, QByteArray("{}"));
             QCOMPARE(watched.record.status, 200);
             QCOMPARE(watched.record.reason, QString());
+        }
+    }
+
+    void theHeadOfOneReadIsNoOthers_data()
+    {
+        QTest::addColumn<HttpRequest>("other");
+        QTest::addColumn<QByteArray>("sent");
+        HttpRequest other = request(QStringLiteral("wall"), HttpMethod::Get);
+        QTest::newRow("the same") << other << headOf("GET");
+        other.path = QStringLiteral("/api/v1/y");
+        QTest::newRow("another path") << other << headOf("GET").replace("v1/x", "v1/y");
+        other = request(QStringLiteral("wall"), HttpMethod::Get);
+        other.headers = {{QStringLiteral("Seven"), QStringLiteral("7")}};
+        QTest::newRow("a header") << other << headOf("GET", "Seven: 7\r\n");
+        other.headers.clear();
+        other.parameters = {{QStringLiteral("p"), QStringLiteral("7")}};
+        QTest::newRow("a parameter") << other << headOf("GET").replace("v1/x", "v1/x?p=7");
+        other.parameters.clear();
+        other.body = "{}";
+        QTest::newRow("a body") << other << headOf("GET", "Content-Length: 2\r\n") + "{}";
+        other.body.clear();
+        other.method = HttpMethod::Delete;
+        QTest::newRow("another verb") << other << headOf("DELETE");
+    }
+    void theHeadOfOneReadIsNoOthers()
+    {
+        QFETCH(HttpRequest, other);
+        QFETCH(QByteArray, sent);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest plain = request(QStringLiteral("wall"), HttpMethod::Get);
+        const auto sends = [&](const HttpRequest& asked, const std::shared_ptr<const Device>& to,
+                               const QByteArray& expected) {
+            watched.exchange.prepare(asked, to, std::chrono::steady_clock::now());
+            watched.exchange.send(connection);
+            QCOMPARE(ends.hear(expected.size()), expected);
+            watched.feed(goodReply);
+            watched.exchange.finish();
+            QCOMPARE(watched.record.path, expected.split(' ').at(1));
+        };
+        const std::shared_ptr<const Device> wall = device();
+        auto elsewhere = std::make_shared<Device>();
+        elsewhere->authority = "other.test";
+        for (int i = 0; i < 2; ++i) {
+            sends(plain, wall, headOf("GET"));
+            sends(other, wall, sent);
+            sends(plain, wall, headOf("GET"));
+            sends(plain, elsewhere, headOf("GET").replace("wall", "other"));
         }
     }
 
@@ -260,12 +312,15 @@ private Q_SLOTS:
             const SocketEnds ends;
             Connection connection(ends.ours);
             QCOMPARE(watched.prepare(asked), State::Success);
+            const QByteArray whole = headOf(verbOf(asked.method), "Content-Length: 2\r\n") + "{}";
             for (int i = 0; i < repeats; ++i) {
                 QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+                QCOMPARE(ends.hear(whole.size()), whole);
                 QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
                 QVERIFY(!watched.exchange.mayReceive()); // all of it is sent again
             }
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QCOMPARE(ends.hear(whole.size()), whole);
             QCOMPARE(watched.lose(how, isReused), Step::Ended);
             QCOMPARE(watched.exchange.finish().state, State::Broken);
             QCOMPARE(watched.record.reason, reason);
@@ -319,6 +374,7 @@ private Q_SLOTS:
             QCOMPARE(byte.size(), 1);
             second += byte;
         }
+        QVERIFY2(second.startsWith("PUT /api/v1/x HTTP/1.1\r\n"), second.constData());
         QVERIFY2(second.contains("\r\nAuthorization: Digest username=\"admin\""), second.constData());
         QCOMPARE(watched.feed(goodReply), Step::Ended);
         const HttpReply reply = watched.exchange.finish();

@@ -40,6 +40,7 @@ SOURCES = {"tessel": ["tessel"], "communicator": ["communicator", "files", "json
 TESTS = {"tessel": ["tests/tessel"], "communicator": ["tests/communicator", "tests/json"]}
 # Programs that look at sources and so see nothing of a mutant, or that fill gigabytes in each run.
 PASSED_OVER = {"tst_house", "tst_largebody"}
+LONG = 10  # seconds, of a program
 NUMBERS_EACH = 4096  # more than any source has mutants
 # What the C library writes over memory that is given back, so that whoever still uses it crashes. Not where it would
 # write over hundreds of megabytes at each of many thousand reallocations.
@@ -450,7 +451,8 @@ def stem(name):
 
 
 def order(mutant, module, available):
-    """The programs that reach a mutant, those that carry its source's name first, then the fast ones."""
+    """The programs that reach a mutant: those that carry its source's name first, then the fast ones, and last those
+    that take long."""
     subject = stem(mutant.path)
     named = TABLE.get(subject, [])
 
@@ -462,7 +464,8 @@ def order(mutant, module, available):
 
     reaching = [p for p in available if mutant.number < len(p.reach) and p.reach[mutant.number]]
     # A library may be reached by the tests of what stands on it; the module's own have to be enough.
-    return sorted((p for p in reaching if p.module == module), key=lambda p: (rank(p), p.seconds, p.name))
+    return sorted((p for p in reaching if p.module == module),
+                  key=lambda p: (p.seconds > LONG, rank(p), p.seconds, p.name))
 
 
 def judge(mutant, module, available):
