@@ -2,8 +2,8 @@
 //
 // A blocking GET of a 1 KB reply over keep-alive on loopback: the library against a hand-written socket
 // client that does not decode (the floor), a bare libcurl handle with QJsonDocument, and
-// QNetworkAccessManager with a nested event loop and QJsonDocument. All talk to the same server in a process
-// of its own.
+// QNetworkAccessManager with a nested event loop and QJsonDocument. All use the same server, which runs in a
+// separate process.
 #include "interleaved.h"
 #include "ratios.h"
 #include "serverprocess.h"
@@ -70,7 +70,7 @@ QList<QVariant> decode(const QByteArray& body)
     return QJsonDocument::fromJson(body).object().value(QStringLiteral("data")).toArray().toVariantList();
 }
 
-/// The floor: fixed request text, one receive buffer, no decoding.
+/// The lower bound: a fixed request, one receive buffer, no decoding.
 class RawSocket
 {
 public:
@@ -111,7 +111,7 @@ public:
     }
 
 private:
-    /// Head and body, once the head is there; else 0.
+    /// The size of head and body once the head has arrived, 0 before.
     std::size_t wholeLength(std::size_t length) const
     {
         const std::string_view text(m_buffer, length);
@@ -180,7 +180,8 @@ QList<QVariant> getByManager(QNetworkAccessManager& manager, const QUrl& url)
 
 } // namespace
 
-/// Client and server share a processor: otherwise most of each call is the waking of an idle one.
+/// Client and server share a processor; otherwise each call would mostly measure how long it takes to wake an
+/// idle processor.
 void shareOneProcessor()
 {
     cpu_set_t one;
@@ -217,7 +218,7 @@ int main(int argc, char** argv)
     QNetworkAccessManager manager;
     QList<QVariant> result;
 
-    // All that decode see the same thirteen chips.
+    // All variants that decode must return the same thirteen chips.
     if (!Capability::getInstance()->getAllChipType(deviceKey, result) || result.size() != 13 ||
         result != curl.get() || result != getByManager(manager, url)) {
         fail("the comparison of the replies");
@@ -243,9 +244,9 @@ int main(int argc, char** argv)
                 "/ QNetworkAccessManager %.2f (at most 0.167)\n",
                 library / figures[0].median, library / figures[2].median, library / figures[3].median);
     std::printf("system calls for each read: %.2f (wanted: at most 4)\n", systemCalls);
-    tellRatio("get/system-calls", systemCalls);
-    tellRatio("get/raw-socket", library / figures[0].median);
-    tellRatio("get/libcurl", library / figures[2].median);
-    tellRatio("get/qnetworkaccessmanager", library / figures[3].median);
+    printRatio("get/system-calls", systemCalls);
+    printRatio("get/raw-socket", library / figures[0].median);
+    printRatio("get/libcurl", library / figures[2].median);
+    printRatio("get/qnetworkaccessmanager", library / figures[3].median);
     return 0;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// reads that a cache answers, against copying the containers themselves; and taking a reply with 10,000
-// cabinets into the cache, against QJsonDocument with toVariant() and the same flattening. The replies come
-// from an engine within the process, so no network is in the figures.
+// reads that a cache answers, compared with copying the containers; and storing a reply with 10,000 cabinets
+// in the cache, compared with QJsonDocument, toVariant() and the same flattening. The replies come from an
+// engine within the process, so the figures include no network.
 // Usage: bench_cache [--ratios] [rounds]
 #include "cabinetlist.h"
 #include "interleaved.h"
@@ -27,11 +27,11 @@ using Krelm::Communicator::HttpDevice::HttpRequest;
 
 namespace {
 
-constexpr int reads = 1000; // per call that is timed
+constexpr int reads = 1000; // per timed call
 const QString deviceKey = QStringLiteral("127.0.0.1:1");
 const QString screenId = QStringLiteral("1");
 
-/// Answers every request with one text.
+/// Answers every request with the same text.
 class FixedEngine : public HttpEngine
 {
 public:
@@ -69,8 +69,8 @@ void loadCabinets()
     require(CabinetInfoOperator::getInstance()->getAllCabinetsInfo(deviceKey, true), "the load");
 }
 
-/// What @p load takes when the cache holds an earlier list. In a process of its own: what one side frees
-/// would otherwise slow down the other's allocations.
+/// The duration of @p load while the cache holds an earlier list. Measured in a separate process, because
+/// memory freed by one side would slow down the other's allocations.
 double reloadMilliseconds(const std::function<void()>& load)
 {
     return measuredApart([&load] {
@@ -98,7 +98,7 @@ void printReads(const char* title, const char* name, const std::vector<Figures>&
     std::printf("%-36s %7.1f ns, copying the containers %7.1f ns, ratio %.1f\n", title,
                 figures[1].median * nanoseconds, figures[0].median * nanoseconds,
                 figures[1].median / figures[0].median);
-    tellRatio(name, figures[1].median / figures[0].median);
+    printRatio(name, figures[1].median / figures[0].median);
 }
 
 } // namespace
@@ -110,7 +110,7 @@ int main(int argc, char** argv)
     const QByteArray reply = cabinetListReply(10000);
     require(!reply.isEmpty(), "the making of the reply");
 
-    // A cache keeps what it decoded: so does the other side here.
+    // The cache keeps what it decodes, so the other side does too.
     QMap<QString, QVariantList> otherCache;
     const auto load = [&] {
         answerWith(reply);
@@ -165,7 +165,7 @@ int main(int argc, char** argv)
         reply.size() / 1e6, median(times), median(otherTimes), median(otherTimes) / median(times));
     std::printf("its peak memory: %.1f MiB, QJsonDocument %.1f MiB, ratio %.2f (wanted: at most 0.5)\n",
                 ourPeak, otherPeak, ourPeak / otherPeak);
-    tellRatio("cache/load", median(otherTimes) / median(times));
-    tellRatio("cache/load-peak", ourPeak / otherPeak);
+    printRatio("cache/load", median(otherTimes) / median(times));
+    printRatio("cache/load-peak", ourPeak / otherPeak);
     return 0;
 }

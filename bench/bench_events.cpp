@@ -2,7 +2,7 @@
 //
 // Pushed events from the socket to an operator's handler: in bulk from a server that writes as fast as the
 // socket takes it, one by one with one stream and with 200 streams open, and with the refresh of the caches
-// that each event asks for. Only CabinetInfoOperator listens, since every operator reads every event. Its
+// that each event triggers. Only CabinetInfoOperator listens, since every operator reads every event. Its
 // debug lines are dropped. All servers are processes of their own. And the memory of 1,000 streams that are
 // open and silent. Usage: bench_events [--ratios] [bulk events]
 #include "fixedserver.h"
@@ -55,7 +55,7 @@ const char unrelatedEvent[] =
     R"({"eventSender":"screen","eventType":"brightnessChange","eventData":{"screenID":1,"brightness":0.8}})";
 const char refreshEvent[] = R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{}})";
 
-/// Serves one event stream after the other; each gets @p count events and then stays open.
+/// Serves event streams one after another; each receives @p count events and then stays open.
 void serveBulk(int count, const Ready& ready)
 {
     constexpr int chunkBytes = 1000;
@@ -90,7 +90,7 @@ void serveBulk(int count, const Ready& ready)
 }
 
 /// Serves simulated devices. Whenever all have an event stream, each pushes @p perDevice events in turn, with
-/// a pause of @p microseconds after each; 0: as fast as it goes.
+/// a pause of @p microseconds after each, or none if that is 0.
 void serveFleet(int devices, int perDevice, const char* event, int microseconds, const Ready& ready)
 {
     const auto threads = std::make_shared<IoThreads>(1);
@@ -135,7 +135,7 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
     pusher.join();
 }
 
-/// Answers with an event stream of one event, which stays open and silent.
+/// Serves an event stream that sends one event and then stays open and silent.
 bool beginStream(int connection)
 {
     return sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\ndata: " +
@@ -159,7 +159,7 @@ double processorSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-/// What the events of one opening of the streams took, from the first one's handler on.
+/// The cost of the events from one opening of the streams, starting with the first event's handler.
 struct Run
 {
     double seconds = 0;      ///< to the last event's handler
@@ -179,7 +179,7 @@ Run receive(const QStringList& keys, int events, int refreshes)
     int seen = 0;
     int fresh = 0;
     double cpuBefore = 0;
-    // Connected after the operator, so called once its handler is through.
+    // Connected after the operator, so it runs after the operator's handler.
     const auto onEvent = QObject::connect(
         proxy, &HttpProxy::deviceAutoReportData, &loop, [&](const QByteArray&, const QString&) {
             if (seen++ == 0) {
@@ -244,7 +244,7 @@ void measureStreams(const QStringList& one, const QStringList& many)
     std::printf("single events: %.1f us CPU each with one stream, %.1f with %d: ratio %.2f (wanted: at most "
                 "1.5)\n",
                 median(oneCpu), median(manyCpu), deviceCount, median(manyCpu) / median(oneCpu));
-    tellRatio("events/streams", median(manyCpu) / median(oneCpu));
+    printRatio("events/streams", median(manyCpu) / median(oneCpu));
 }
 
 /// Bytes that this process has allocated.
@@ -254,7 +254,7 @@ double allocated()
     return static_cast<double>(now.uordblks + now.hblkhd);
 }
 
-/// Adds the devices and returns when an event of each has come.
+/// Adds the devices and returns when each has delivered an event.
 void open(const QStringList& keys)
 {
     HttpProxy* const proxy = HttpProxy::getInstance();
@@ -278,7 +278,8 @@ void open(const QStringList& keys)
     loop.exec();
 }
 
-/// In a process of its own, whose first stream is not counted: it takes what the transport takes once.
+/// Measured in a separate process. The first stream is not counted, because it includes one-time costs of the
+/// transport.
 void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
 {
     const double kibibytes = measuredApart([&] {
@@ -292,7 +293,7 @@ void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
         return (allocated() - before) / 1024 / static_cast<double>(keys.size() - 1);
     });
     std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", idleStreams, kibibytes);
-    tellRatio("events/idle-stream", kibibytes);
+    printRatio("events/idle-stream", kibibytes);
 }
 
 void measureRefresh(const QStringList& keys, int events, const char* title)

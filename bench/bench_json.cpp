@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Compares the transport's JSON with QJsonDocument: decoding a list of cabinets and a small object, encoding
-// the list. Variants take turns, medians count; peak memory is taken in a process of its own per variant.
-// Wanted: decoding the list 4 times as fast with half the peak, encoding it 5 times as fast.
+// the list. Variants alternate, and medians are compared; peak memory is measured in a separate process per
+// variant. Goals: decode the list 4 times as fast with half the peak memory, and encode it 5 times as fast.
 // Usage: bench_json [--ratios] [peaks], with "peaks" the peaks only.
 #include "cabinetlist.h"
 #include "peakmemory.h"
@@ -60,7 +60,7 @@ void compare(const char* what, const char* name, const std::function<void()>& th
     const double our = ourTimes[rounds / 2];
     std::printf("%-28s QJsonDocument %10.1f us   ours %10.1f us   ratio %.2f\n", what, their * 1e6, our * 1e6,
                 their / our);
-    tellRatio(name, their / our);
+    printRatio(name, their / our);
 }
 
 void comparePeak(const char* what, const char* name, const std::function<void()>& theirs,
@@ -70,7 +70,7 @@ void comparePeak(const char* what, const char* name, const std::function<void()>
     const double our = addedPeak(ours);
     std::printf("%-28s QJsonDocument %10.1f MiB  ours %10.1f MiB  ratio %.2f\n", what, their, our,
                 our / their);
-    tellRatio(name, our / their);
+    printRatio(name, our / their);
 }
 
 } // namespace

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Many at once: 32 threads that read from 32 devices, against a QNetworkAccessManager in each; 1,000 requests
-// in flight to 100 devices, against one QNetworkAccessManager and one multi handle of libcurl; and how long a
-// healthy device's call takes beside eight devices that flood. Usage: bench_parallel [--ratios] [rounds]
+// Many requests at once: 32 threads that read from 32 devices, against a QNetworkAccessManager in each; 1,000
+// requests in flight to 100 devices, against one QNetworkAccessManager and one multi handle of libcurl; and
+// how long a healthy device's call takes beside eight devices that flood. Usage: bench_parallel [--ratios]
+// [rounds]
 #include "fixedserver.h"
 #include "interleaved.h"
 #include "ratios.h"
@@ -94,7 +95,7 @@ double processorMicroseconds()
     return static_cast<double>(now.tv_sec) * 1e6 + static_cast<double>(now.tv_nsec) / 1e3;
 }
 
-/// Has each of the threads call what @p prepare gives it, readsPerThread times.
+/// Lets each thread call the function returned by @p prepare, readsPerThread times.
 Rate rateOf(const QStringList& keys, const std::function<std::function<void()>(const QString& key)>& prepare)
 {
     QElapsedTimer clock;
@@ -155,7 +156,7 @@ void measureThreads(const QStringList& keys, int rounds)
         "%d threads on %d devices: %.0f reads/s, %.1f us CPU each; QNetworkAccessManager %.0f, %.1f: %.1f "
         "times as fast (wanted: at least 9)\n",
         threadCount, threadCount, median(rates[0]), median(cpu[0]), median(rates[1]), median(cpu[1]), ratio);
-    tellRatio("parallel/threads", ratio);
+    printRatio("parallel/threads", ratio);
 }
 
 /// Starts all requests at once and waits for all replies.
@@ -199,7 +200,7 @@ void fetchByManager(QNetworkAccessManager& manager, const QStringList& keys)
     loop.exec();
 }
 
-/// One multi handle, on the thread that waits.
+/// One multi handle, on the waiting thread.
 class CurlMulti
 {
 public:
@@ -268,11 +269,11 @@ void measureInFlight(const QStringList& keys, int rounds)
                            rounds, 1);
     std::printf("%d requests in flight to %d devices\n", requestCount, deviceCount);
     printFigures(figures);
-    tellRatio("parallel/in-flight-libcurl", figures[1].cpu / figures[0].cpu);
-    tellRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);
+    printRatio("parallel/in-flight-libcurl", figures[1].cpu / figures[0].cpu);
+    printRatio("parallel/in-flight-manager", figures[2].cpu / figures[0].cpu);
 }
 
-/// Answers with a body that does not end, in chunks of one byte.
+/// Answers with an endless body, in chunks of one byte.
 bool flood(int connection)
 {
     std::string chunks;
@@ -288,7 +289,7 @@ bool flood(int connection)
     return false;
 }
 
-/// Keeps one request to @p key under way.
+/// Keeps one request to @p key in progress.
 void keepAsking(const QString& key)
 {
     auto* const package = new HttpJsonPackage(nullptr);
@@ -326,7 +327,7 @@ void measureBesideFloods(const QStringList& floods, const QString& healthy)
         "a call beside %d devices that flood: median %.2f ms, 99th percentile %.2f ms (wanted: below 20), "
         "worst %.2f ms\n",
         flooding, milliseconds[healthyCalls / 2], late, milliseconds.back());
-    tellRatio("parallel/beside-floods", late);
+    printRatio("parallel/beside-floods", late);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// What a program pays for being linked with the library, before it makes a call: the start of one that does
-// nothing, against the same one with Qt Core alone. Usage: bench_start [--ratios] [rounds]
+// The cost of linking a program with the library before it makes a call: the start of a program that does
+// nothing, compared with one that links only Qt Core. Usage: bench_start [--ratios] [rounds]
 #include "interleaved.h"
 #include "ratios.h"
 
@@ -64,6 +64,6 @@ int main(int argc, char** argv)
                 "(CPU %.0f): ratio %.2f, of the processor time %.2f (wanted: at most 1.3)\n",
                 median(wall[0]), median(cpu[0]), median(wall[1]), median(cpu[1]),
                 median(wall[1]) / median(wall[0]), median(cpu[1]) / median(cpu[0]));
-    tellRatio("start/linked", median(cpu[1]) / median(cpu[0]));
+    printRatio("start/linked", median(cpu[1]) / median(cpu[0]));
     return 0;
 }

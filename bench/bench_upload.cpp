@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Upload of coefficients to simulated devices in a process of their own: the encoding of a whole list of
+// Upload of coefficients to simulated devices in a separate process: the encoding of a whole list of
 // about 64 mebibyte against QJsonDocument, the memory that its upload takes, and many uploads of single
 // cabinets in flight at once. Usage: bench_upload [--ratios] [rounds of the encoding]
 #include "interleaved.h"
@@ -82,11 +82,11 @@ void serve(const std::function<void(const std::string&)>& ready)
     ready(addresses);
 }
 
-/// Counts the exchanges that went well.
+/// Counts the successful exchanges.
 std::atomic<int> succeeded{0};
 
-/// Runs an event loop until all promises that @p start makes have settled. @return seconds; negative when
-/// some did not settle.
+/// Runs an event loop until all promises created by @p start have settled. @return seconds; negative if some
+/// did not settle.
 template <class Start>
 double untilSettled(int count, Start start)
 {
@@ -109,7 +109,7 @@ double untilSettled(int count, Start start)
     return all ? static_cast<double>(clock.nsecsElapsed()) / 1e9 : -1;
 }
 
-/// In a process of its own: what @p start's uploads of @p data add to the peak, in mebibyte.
+/// How much the uploads of @p data by @p start add to the peak memory of a separate process, in mebibyte.
 template <class Start>
 double uploadApart(int& argc, char** argv, int entries, int count, Start start)
 {
@@ -117,7 +117,7 @@ double uploadApart(int& argc, char** argv, int entries, int count, Start start)
         const QCoreApplication app(argc, argv);
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
         const QList<QVariant> data = coefficients(entries);
-        // The first use of the transport and its libraries takes some memory once, whatever is sent.
+        // The first use of the transport and its libraries has a one-time cost, whatever is sent.
         const double fresh = residentPeak();
         const QList<QVariant> small = coefficients(1);
         untilSettled(1, [&](int i) { return start(i, small); });
@@ -147,7 +147,7 @@ void measureEncoding(int rounds)
                 "least 5)\n",
                 megabytes, megabytes / figures[0].median * 1e6, megabytes / figures[1].median * 1e6,
                 figures[1].median / figures[0].median);
-    tellRatio("upload/encode", figures[1].median / figures[0].median);
+    printRatio("upload/encode", figures[1].median / figures[0].median);
 }
 
 } // namespace
@@ -173,7 +173,7 @@ int main(int argc, char** argv)
     });
     std::printf("  peak beyond the variants: %.1f mebibyte, %.2f times the text (wanted: at most 1.1)\n",
                 wholePeak, wholePeak / whole);
-    tellRatio("upload/peak", wholePeak / whole);
+    printRatio("upload/peak", wholePeak / whole);
 
     std::printf("1,000 uploads of %.0f KiB at once to one device\n", part * 1024);
     const double onePeak =

@@ -7,8 +7,8 @@
 
 /// A reply whose `data` lists @p count cabinets, some 500 bytes each.
 ///
-/// Written in a process of its own, so that no freed memory of the making blurs a peak: to be called before
-/// the first thread.
+/// Generated in a separate process, so that freed memory does not distort a peak. Call it before starting a
+/// thread.
 QByteArray cabinetListReply(int count);
 
 /// One such cabinet.
@@ -16,7 +16,7 @@ QVariantMap cabinet(int number);
 /// The envelope around @p data.
 QVariantMap envelope(const QVariant& data);
 
-/// Keys of nested maps become paths; the way of decoding that knows of no better one.
+/// Turns the keys of nested maps into paths, in the straightforward way.
 QVariantMap flattened(const QVariantMap& members);
 /// The `data` of a list reply, decoded by QJsonDocument, toVariant() and flattened().
 QVariantList documentList(const QByteArray& reply);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int addressesPerNet = 250;
 
-/// A listening socket on a free port; -1 when there is none.
+/// A listening socket on a free port; -1 if that failed.
 int listenAnywhere(int& port)
 {
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
@@ -47,7 +47,8 @@ int accepted(int listener)
     return connection;
 }
 
-/// One thread for all connections. Requests come whole, and replies fit into the socket.
+/// Serves all connections on one thread. Relies on requests that arrive whole and replies that fit into the
+/// socket's buffer.
 void answerAll(int listener, const std::string& reply)
 {
     const int poll = epoll_create1(0);
@@ -73,7 +74,7 @@ void answerAll(int listener, const std::string& reply)
     }
 }
 
-/// Reads requests without a body; each gets its answer.
+/// Reads requests without a body and answers each.
 void serveConnection(int connection, const std::function<bool(int)>& answer)
 {
     std::string request;

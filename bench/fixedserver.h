@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-/// Serves on all addresses of the loopback network, a thread for each connection: as many devices as one
-/// wants, at the cost of none. Hands "127.0.0.1:PORT ..." for @p devices addresses to @p ready.
+/// Serves on all addresses of the loopback network, with one thread per connection, so that one server can
+/// stand for any number of devices. Passes @p devices addresses, "127.0.0.1:PORT ...", to @p ready.
 void serveFixed(int devices, const std::string& reply, const std::function<void(const std::string&)>& ready);
 
 /// The same, but each request is answered by @p answer, which writes to the connection itself. @return
@@ -14,7 +14,7 @@ void serveFixed(int devices, const std::string& reply, const std::function<void(
 void serveBy(int devices, const std::function<bool(int connection)>& answer,
              const std::function<void(const std::string&)>& ready);
 
-/// Sends all of @p text. @return whether the peer took it.
+/// Sends all of @p text. @return whether that succeeded.
 bool sendAll(int connection, const std::string& text);
 
 #endif

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-/// One way to do the same thing.
+/// One of several ways to do the same work.
 struct Variant
 {
     std::string name;
     std::function<void()> call;
 };
 
-/// What a variant took: per call, in microseconds.
+/// The cost of a variant per call, in microseconds.
 struct Figures
 {
     std::string name;
@@ -22,11 +22,11 @@ struct Figures
     double cpu = 0; ///< processor time of the whole process
 };
 
-/// Calls the variants in turn, a batch of each per round, so that a change of the machine's mood hits all
-/// alike. One round before is not counted.
+/// Calls the variants alternately, a batch of each per round, so that load on the machine affects all of them
+/// equally. One warm-up round is not counted.
 std::vector<Figures> measureInterleaved(const std::vector<Variant>& variants, int rounds, int batch);
 
-/// The middle one of @p values.
+/// The median of @p values.
 double median(std::vector<double> values);
 
 /// Prints a line per variant, with its median as a ratio to the first one's.

@@ -4,15 +4,15 @@
 
 #include <functional>
 
-/// The most memory that this process has had resident so far, in MiB.
+/// The peak resident memory of this process so far, in MiB.
 double residentPeak();
 
-/// What @p work, done in a process of its own, adds to that process's peak, in MiB; negative when that
-/// process failed. To be called before the first thread.
+/// The growth of the peak resident memory caused by @p work, run in a separate process, in MiB; negative if
+/// that process failed. Call it before starting a thread.
 double addedPeak(const std::function<void()>& work);
 
-/// The figure that @p measure, called in a process of its own, returns; negative when that process failed. To
-/// be called before the first thread.
+/// The return value of @p measure, run in a separate process; negative if that process failed. Call it before
+/// starting a thread.
 double measuredApart(const std::function<double()>& measure);
 
 #endif

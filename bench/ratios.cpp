@@ -24,7 +24,7 @@ void takeRatiosOption(int& argc, char** argv)
     argv[argc] = nullptr;
 }
 
-void tellRatio(const char* name, double value)
+void printRatio(const char* name, double value)
 {
     if (wanted) {
         std::printf("ratio %s %.4f\n", name, value);

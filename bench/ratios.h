@@ -2,11 +2,11 @@
 #ifndef BENCH_RATIOS_H
 #define BENCH_RATIOS_H
 
-/// Takes `--ratios` out of the arguments of a benchmark. With it, tellRatio() prints.
+/// Removes `--ratios` from the arguments of a benchmark; with it, printRatio() prints.
 void takeRatiosOption(int& argc, char** argv);
 
-/// With `--ratios`: prints a line "ratio NAME VALUE", which bench/compare reads. The name is one of
+/// With `--ratios`: prints a line "ratio NAME VALUE", which bench/compare reads. The name must be in
 /// bench/recorded.json.
-void tellRatio(const char* name, double value);
+void printRatio(const char* name, double value);
 
 #endif

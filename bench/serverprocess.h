@@ -6,21 +6,21 @@
 #include <string>
 #include <sys/types.h>
 
-/// A server in a process of its own, so that its processor time is not the client's.
+/// A server in a separate process, so that its processor time is not counted as the client's.
 ///
-/// To be made before the first thread and the QCoreApplication: it forks.
+/// It forks: create it before any thread and the QCoreApplication.
 class ServerProcess
 {
 public:
-    /// Calls @p serve in the child; it starts the server, hands its address to @p ready, and returns when
-    /// that returns. ready() returns once the parent is done.
+    /// Calls @p serve in the child, which starts the server and passes its address to @p ready. ready()
+    /// returns when the parent is done; serve() must then return.
     explicit ServerProcess(
         const std::function<void(const std::function<void(const std::string&)>& ready)>& serve);
     ~ServerProcess();
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
 
-    /// Where the server listens; empty when it did not start.
+    /// The server's address; empty if it did not start.
     const std::string& address() const { return m_address; }
 
 private:

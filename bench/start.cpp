@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What bench_start starts: its libraries are all there is to it.
+// The program that bench_start starts; only the libraries that it links matter.
 int main()
 {
     return 0;

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int callsBefore = 20;
-// Begins and ends what is counted; nothing else of a benchmark asks for it.
+// A system call that marks the beginning and the end of counting, and that no benchmark makes otherwise.
 constexpr long mark = SYS_getppid;
 
 [[noreturn]] void runTraced(const std::function<void()>& work, int count)

@@ -4,9 +4,9 @@
 
 #include <functional>
 
-/// How many system calls @p work makes on its own thread, called @p count times after a few calls that are
-/// not counted: the mean. In a process of its own; negative when that failed, as where no process may be
-/// traced. To be called before the first thread.
+/// The mean number of system calls that @p work makes on its own thread, over @p count calls after a warm-up.
+/// Measured in a separate process; negative if that failed, for example because tracing is not allowed. Call
+/// it before starting a thread.
 double systemCallsOf(const std::function<void()>& work, int count);
 
 #endif

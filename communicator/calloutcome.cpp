@@ -20,7 +20,7 @@ namespace Krelm::Communicator::HttpDevice {
 namespace {
 
 constexpr int maxOutcomes = 1000;
-// An envelope that says why something failed is short; others need not be read for it.
+// An envelope that explains a failure is short, so longer replies are not searched for it.
 constexpr int maxEnvelopeBytes = 64 << 10;
 
 void readEnvelope(const QByteArray& reply, ExchangeOutcome& outcome)
@@ -277,7 +277,7 @@ private:
 public:
     ExchangeIds ids;
     ExchangeScope scope;
-    ObserverHandle observer; ///< the first to go
+    ObserverHandle observer; ///< last, so that it is destroyed first
 };
 
 CallOutcome::CallOutcome()

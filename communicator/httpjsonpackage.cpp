@@ -22,8 +22,8 @@ quint64 nextNumber()
     return ++last;
 }
 
-// Replies from this size on have the time of their decoding told.
-constexpr int toldFrom = 1 << 20;
+// For replies of at least this size, the duration of the decoding is logged.
+constexpr int loggedDecodingSize = 1 << 20;
 
 // A package without a reply has nothing to read, nor has "204 No Content".
 bool mayHoldBody(int status, const QByteArray& body)
@@ -77,13 +77,13 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
     bool isObject = false;
     const auto started = std::chrono::steady_clock::now();
     Data data = read(p.received, &isObject);
-    if (p.received.size() >= toldFrom && httpLog().isInfoEnabled()) {
+    if (p.received.size() >= loggedDecodingSize && httpLog().isInfoEnabled()) {
         const auto took =
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
         qCInfo(httpLog, "%s %s: decoding %d bytes took %lld ms beside the time limit",
                qPrintable(printableKey(p.deviceKey)),
-               requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(), p.received.size(),
-               static_cast<long long>(took.count()));
+               requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(),
+               int(p.received.size()), static_cast<long long>(took.count()));
     }
     if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
         p.unreadableLogged = true;

@@ -179,7 +179,7 @@ HttpProxy* HttpProxy::getInstance()
     static const bool stopsInTime = [] {
         // An application that goes empties the event queue of its thread, and a wake-up may have been among
         // the events.
-        Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->devices.events().wakeUpAnew(); });
+        Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->devices.events().repeatWakeUp(); });
         return true;
     }();
     Q_UNUSED(stopsInTime)

@@ -23,7 +23,7 @@ int main(int argc, char** argv)
         answers.push_back(std::async(std::launch::async, [capability, address] {
             QList<QVariant> chips;
             const bool answered = capability->getAllChipType(address, chips);
-            return std::make_pair(answered, chips.size());
+            return std::make_pair(answered, int(chips.size()));
         }));
     }
 

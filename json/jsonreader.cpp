@@ -23,9 +23,10 @@ constexpr std::size_t retainedEntries = 4096;
 bool hasTooManyTokens(const QByteArray& text)
 {
     TokenCounter tokens;
-    constexpr int piece = 1 << 20;
-    for (int at = 0; at < text.size() && tokens.count() <= maxTokens; at += piece) {
-        tokens.add(text.constData() + at, std::size_t(std::min(piece, text.size() - at)));
+    constexpr std::size_t piece = 1 << 20;
+    const auto size = std::size_t(text.size());
+    for (std::size_t at = 0; at < size && tokens.count() <= maxTokens; at += piece) {
+        tokens.add(text.constData() + at, std::min(piece, size - at));
     }
     return tokens.count() > maxTokens;
 }
@@ -89,7 +90,7 @@ bool isTooLarge(std::string_view token)
 
 bool readReal(std::string_view token, QVariant& out)
 {
-    double number = 0;
+    double number{};
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it rounds to zero.
@@ -352,7 +353,7 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                const std::string_view token = value.raw_json_token();
                const char opening = start(token);
                if (opening != '{' && opening != '[') {
-                   // Nothing else is read meanwhile, so that it may be read where it is to stand.
+                   // Nothing else is read meanwhile, so it can be decoded into its final place.
                    m_entries.emplace_back();
                    m_entries.back().key = key;
                    return scalar(value, token, m_entries.back().value);

@@ -11,10 +11,10 @@ namespace JsonText {
 namespace {
 
 constexpr std::size_t initialSlots = 256;
-// Keys come from the network: a table that has grown beyond what devices use starts anew.
+// Keys come from the network: a table that has outgrown what devices use is cleared.
 constexpr std::size_t retainedKeys = 4096;
 constexpr std::size_t retainedLength = std::size_t(256) * 1024;
-// Of the names of one text, in UTF-16 units: what every text may have, and per byte of it, and none exceeds.
+// The limit on the names of one text, in UTF-16 units: a base, an addition per byte, and an absolute maximum.
 constexpr std::size_t baseNameLimit = std::size_t(64) * 1024;
 constexpr std::size_t nameLimitPerByte = 16;
 constexpr std::size_t maxNameLimit = std::size_t(64) << 20;
@@ -184,8 +184,8 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
         if (key.isValidUtf16()) {
             canonical = key.toUtf8();
         } else {
-            canonical =
-                '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()), key.size() * 2);
+            canonical = '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()),
+                                                         key.size() * int(sizeof(QChar)));
         }
         text = std::string_view(canonical.constData(), std::size_t(canonical.size()));
     }

@@ -19,46 +19,45 @@ struct Parameter
 {
     /// Whether the operation reads the argument, writes it, or both.
     enum Direction { In, Out, InOut };
-    /// What of a reply an output holds.
+    /// The part of the reply that fills an output.
     enum Source { Body, HttpStatus, ResponseHeaders };
 
-    QString name;         ///< as in the declaration; the name of the argument on a command line
-    ValueType type;       ///< how it is written
-    Direction direction;  ///< which way its value goes
-    Source source = Body; ///< of an output
+    QString name; ///< as in the declaration; also the argument's name on the command line
+    ValueType type;
+    Direction direction;
+    Source source = Body; ///< only for outputs
 };
 
-/// What came of a call.
+/// The result of a call.
 struct CallResult
 {
-    bool succeeded = false; ///< what the operation returned, or whether its promise was fulfilled
-    QString error;          ///< why a promise was rejected
-    QVariantList
-        outputs; ///< the outputs in the order of the signature, then what a promise was fulfilled with
+    bool succeeded = false; ///< the return value, or whether the promise was fulfilled
+    QString error;          ///< the reason with which the promise was rejected
+    QVariantList outputs;   ///< in the order of the signature, followed by the promise's value
 };
 
-/// Calls an operation with one value per parameter; those of pure outputs are ignored.
+/// Calls an operation with one value for each parameter; the values of pure outputs are ignored.
 using Invoker = std::function<CallResult(const QVariantList& values)>;
 
 /// One operation of the library that can be called by name.
 struct Operation
 {
-    QString className;                 ///< as C++ spells it, `UrlResource::MonitorInfo`
-    QString name;                      ///< of the operation alone
+    QString className;                 ///< with its namespace: `UrlResource::MonitorInfo`
+    QString name;                      ///< without the class
     std::vector<Parameter> parameters; ///< in the order of the declaration
-    Invoker invoke;                    ///< calls it on the calling thread
+    Invoker invoke;                    ///< runs the operation on the calling thread
 
     /// `Capability::getAllChipType`
     QString qualifiedName() const;
     /// Whether the first parameter names the device.
     bool takesDevice() const;
-    /// Whether its class chooses paths by what HWInfo knows of the device's protocol.
+    /// Whether its class chooses the route by the device's protocol, as cached in HWInfo.
     bool choosesByProtocol() const;
-    /// The indexes of the parameters that a user writes: inputs other than the device.
+    /// The indexes of the parameters that a user supplies: all inputs except the device.
     std::vector<std::size_t> userParameters() const;
-    /// Names of what CallResult::outputs holds, a promise's value left out.
+    /// The names for CallResult::outputs, except for a promise's value.
     std::vector<QString> outputNames() const;
-    /// How it is called: `DebugInfo::getParameters body={...}  ->  result`
+    /// For example `DebugInfo::getParameters body={...}  ->  result`
     QString usage() const;
 };
 

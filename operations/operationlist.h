@@ -10,12 +10,12 @@
 
 namespace Tessel::Operations {
 
-/// Rows, one for each operation.
+/// The table of operations, one row each; an overload has its own row.
 using Operations = std::vector<Operation>;
 
-/// The rows of one class. Each class has such a function, in a file of its own in operations/rows.
+/// The rows of one class. Each class has such a function, in its own file in operations/rows.
 Operations algorithmOperations();
-/// @cond the other classes
+/// @cond
 Operations cabinetInfoOperatorOperations();
 Operations capabilityOperations();
 Operations correctionopOperations();
@@ -31,17 +31,18 @@ Operations rvCardDisplayEffectOperations();
 Operations screenInfoOperations();
 /// @endcond
 
-/// Every operation that can be called, class by class, overloads side by side. Built on the first call.
+/// All operations, grouped by class, with overloads next to each other. Built on the first call; any thread
+/// may call this.
 const Operations& allOperations();
 
-/// The operations that a name can mean.
+/// The result of looking up a name.
 struct Lookup
 {
     std::vector<const Operation*> operations; ///< the overloads; empty when the name is unknown or ambiguous
-    QString error;                            ///< why, with the nearest names
+    QString error;                            ///< the reason in that case, with similar names
 };
 
-/// Finds @p name: qualified, or short where one class alone has it. `name#2` is the second of its overloads.
+/// Finds @p name, which may omit the class if it is unique. `name#2` selects the second overload.
 Lookup findOperation(const Operations& operations, QString name);
 
 } // namespace Tessel::Operations

@@ -8,7 +8,7 @@ class QObject;
 
 namespace Tessel::Operations {
 
-/// Every operator of the library; the first call creates them on its thread.
+/// All operators of the library. The first call creates them, so they live on its thread.
 const std::vector<QObject*>& allOperators();
 
 } // namespace Tessel::Operations

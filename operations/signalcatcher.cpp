@@ -30,7 +30,7 @@ SignalCatcher::SignalCatcher(Handler handler)
     : m_handler(std::move(handler))
 {}
 
-void SignalCatcher::hear(const QObject* object)
+void SignalCatcher::watch(const QObject* object)
 {
     const QMetaObject* const meta = object->metaObject();
     for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
@@ -44,7 +44,7 @@ void SignalCatcher::hear(const QObject* object)
     }
 }
 
-// The slots exist by their numbers alone: those after the ones of QObject, one per signal heard.
+// The slots exist only as numbers, one per watched signal, following those of QObject.
 int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
 {
     id = QObject::qt_metacall(call, id, arguments);
@@ -57,7 +57,7 @@ int SignalCatcher::qt_metacall(QMetaObject::Call call, int id, void** arguments)
     caught.name = QString::fromLatin1(method.enclosingMetaObject()->className()) + QStringLiteral("::") +
                   QString::fromLatin1(method.name());
     for (int i = 0; i < method.parameterCount(); ++i) {
-        const QVariant value = argument(method.parameterType(i), arguments[i + 1]); // 0 is the result
+        const QVariant value = argument(method.parameterType(i), arguments[i + 1]); // [0] is the return value
         if (namesDevice(names[i])) {
             caught.deviceKey = value.toString();
         } else {

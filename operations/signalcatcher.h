@@ -12,35 +12,35 @@
 
 namespace Tessel::Operations {
 
-/// A signal that was raised.
+/// A signal that was emitted.
 struct CaughtSignal
 {
     QString name;        ///< `HWInfo::signal_customNameChanged`
-    QString deviceKey;   ///< null where the signal does not name the device
-    QVariantMap payload; ///< the other arguments by their names
+    QString deviceKey;   ///< null if the signal has no such parameter
+    QVariantMap payload; ///< the other arguments, by parameter name
 };
 
-/// Hears every signal that objects declare, whichever they are, by way of their meta-objects.
+/// Connects to all signals of objects, through their meta-objects, without knowing their classes.
 ///
-/// The handler is called on the thread that raises the signal, from inside of it.
+/// The handler runs directly inside the emission, on the emitting thread.
 class SignalCatcher : public QObject
 {
 public:
-    /// What is called for each signal.
+    /// Called for each signal.
     using Handler = std::function<void(const CaughtSignal&)>;
 
-    /// Hears nothing yet; @p handler must be callable.
+    /// Not connected to anything yet. @p handler must not be empty.
     explicit SignalCatcher(Handler handler);
 
-    /// Hears the signals of @p object from now on, those of QObject left out.
-    void hear(const QObject* object);
+    /// Connects to all signals of @p object except those of QObject.
+    void watch(const QObject* object);
 
-    /// Where the signals arrive; called by Qt.
+    /// Receives the signals; called by Qt.
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 
 private:
     Handler m_handler;
-    std::vector<QMetaMethod> m_signals; // the index is that of its slot
+    std::vector<QMetaMethod> m_signals; // in the order of the slot numbers
 };
 
 } // namespace Tessel::Operations

@@ -11,7 +11,7 @@ int editDistance(const QString& left, const QString& right)
 {
     const QString a = left.toCaseFolded();
     const QString b = right.toCaseFolded();
-    // Three rows of the table of distances between the beginnings of a and b.
+    // The last three rows of the matrix of distances between prefixes of a and b.
     std::vector<int> beforeLast;
     std::vector<int> last;
     std::vector<int> row;
@@ -39,7 +39,7 @@ QStringList nearest(const QString& wrong, const QStringList& known)
     const int limit = std::max(2, int(wrong.size()) / 3);
     std::vector<std::pair<int, QString>> ranked;
     for (const QString& candidate : known) {
-        // The beginning of a name is near it, however much is missing.
+        // A prefix counts as similar, however much is missing.
         const bool begins = wrong.size() >= 3 && candidate.startsWith(wrong, Qt::CaseInsensitive);
         const int distance = begins ? 1 : editDistance(wrong, candidate);
         if (distance <= limit) {

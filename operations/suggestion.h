@@ -7,15 +7,14 @@
 
 namespace Tessel::Operations {
 
-/// How many letters must be inserted, dropped, replaced or swapped with their neighbour to turn one into the
-/// other, upper and lower case being the same letter.
+/// The number of letters to insert, delete, replace or swap with their neighbour to turn one text into the
+/// other, ignoring case.
 int editDistance(const QString& left, const QString& right);
 
-/// Those of @p known that @p wrong was probably meant to be: the nearest first, at most three, none when all
-/// are far.
+/// Up to three of @p known that are similar to @p wrong, the most similar first.
 QStringList nearest(const QString& wrong, const QStringList& known);
 
-/// "; did you mean a, b or c?", or nothing when nothing is near.
+/// "; did you mean a, b or c?", or empty if nothing is similar.
 QString didYouMean(const QString& wrong, const QStringList& known);
 
 } // namespace Tessel::Operations

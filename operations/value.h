@@ -12,11 +12,11 @@
 
 #include <vector>
 
-/// The types in which operations take arguments and give results, and their way into a QVariant and back.
-/// One more type is one more line in each of the three groups.
+/// The types of operation arguments and results, and their conversion to and from QVariant. A new type needs
+/// a line in each of the three groups of overloads.
 namespace Tessel::Operations {
 
-/// How an argument is written.
+/// How an argument is written on the command line.
 enum class ValueType {
     Text,
     Integer,
@@ -24,7 +24,7 @@ enum class ValueType {
     Boolean,
     Bytes,
     Map,
-    Parts, ///< a map of the parts of a form, some of which are files
+    Parts, ///< a map of the parts of a multipart form, some of which are files
     List,
     TextMap,
     TextList,
@@ -34,10 +34,10 @@ enum class ValueType {
     MapOfMaps
 };
 
-/// How a value of @p type is written, for usage lines.
+/// The placeholder for a value of @p type in usage lines.
 QString placeholderOf(ValueType type);
 
-/// The type of an argument; its pointer only names it.
+/// The type of an argument. The pointer selects the overload and is not used.
 ValueType valueType(const QString*);
 /// @cond overloads
 ValueType valueType(const int*);
@@ -54,7 +54,7 @@ ValueType valueType(const QList<CoeffsData>*);
 ValueType valueType(const QMap<QString, QMap<QString, QVariant>>*);
 /// @endcond
 
-/// Takes the argument out of @p value; an invalid one gives an empty argument.
+/// Converts @p value to the type of the argument; an invalid value gives an empty one.
 void fromVariant(const QVariant& value, QString& out);
 /// @cond overloads
 void fromVariant(const QVariant& value, int& out);
@@ -71,7 +71,7 @@ void fromVariant(const QVariant& value, QList<CoeffsData>& out);
 void fromVariant(const QVariant& value, QMap<QString, QMap<QString, QVariant>>& out);
 /// @endcond
 
-/// The result made of nothing but variant maps, variant lists and plain values.
+/// Converts a result to variant maps, variant lists and plain values.
 QVariant toVariant(const QString& value);
 /// @cond overloads
 QVariant toVariant(int value);

@@ -105,9 +105,9 @@ public:
 
     /// The receiving cards of one cabinet, flattened.
     bool getCabinetRxs(const QString& deviceKey, const QString& id, QList<QVariant>& result);
-    /// The gamma table of one cabinet, empty if the reply has none; @p parameters are sent as the query.
+    /// The gamma table of one cabinet, empty if the reply has none; @p query is sent in the URL.
     bool getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
-                                  const QMap<QString, QString>& parameters, QList<QVariant>& result);
+                                  const QMap<QString, QString>& query, QList<QVariant>& result);
     /// Appends the cabinets whose "outputID" is @p portId to @p result; a cabinet without one counts as port
     /// 0. Uses the cache as getAllCabinetsInfo() does; call it on the same thread. Appends nothing on
     /// failure.

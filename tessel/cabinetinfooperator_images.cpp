@@ -3,6 +3,7 @@
 // Images and patterns that a cabinet holds.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/listof.h>
 #include <tessel/frames/request.h>
 
 using Tessel::MultipartRequest;
@@ -123,7 +124,7 @@ bool CabinetInfoOperator::setMultiPrestoreImage(const QString& deviceKey,
                                                 const QMap<QString, QVariant>& parts,
                                                 QMap<QString, QVariant>& reply)
 {
-    const auto cabinets = parts.value(QStringLiteral("id")).toList().size();
+    const auto cabinets = Tessel::listOf(parts.value(QStringLiteral("id"))).size();
     return MultipartRequest("Device_Multi_Prestoreimage", parts)
         .expectedTime(qint64(cabinets) * 3000)
         .put(deviceKey, reply);

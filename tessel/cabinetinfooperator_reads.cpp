@@ -3,6 +3,7 @@
 // Reads of single properties.
 #include <tessel/cabinetinfooperator.h>
 
+#include <tessel/frames/listof.h>
 #include <tessel/frames/request.h>
 
 using Tessel::asParsed;
@@ -148,15 +149,13 @@ bool CabinetInfoOperator::getCabinetRxs(const QString& deviceKey, const QString&
 }
 
 bool CabinetInfoOperator::getCabinetGammaCurveInfo(const QString& deviceKey, const QString& id,
-                                                   const QMap<QString, QString>& parameters,
+                                                   const QMap<QString, QString>& query,
                                                    QList<QVariant>& result)
 {
     QMap<QString, QVariant> reply;
-    const bool answered = Request("Device_CabinetGammaCurveInfo")
-                              .parameters(parameters)
-                              .placeHolder("id", id)
-                              .get(deviceKey, reply);
-    result = reply.value(QStringLiteral("gammaTable")).toList();
+    const bool answered =
+        Request("Device_CabinetGammaCurveInfo").parameters(query).placeHolder("id", id).get(deviceKey, reply);
+    result = Tessel::listOf(reply.value(QStringLiteral("gammaTable")));
     return answered;
 }
 

@@ -15,14 +15,14 @@ using Tessel::Request;
 // Quirk: Some writes that are not waited for always report success. So does the one below.
 bool CabinetInfoOperator::setCabSingleBrightness(const QString& deviceKey, const QString& id,
                                                  QMap<QString, QVariant>& body,
-                                                 QMap<QString, QVariant>& /*out*/)
+                                                 QMap<QString, QVariant>& /*reply*/)
 {
     Request("Device_CabinetSingleBrightness").body(body).placeHolder("id", id).putNoReply(deviceKey);
     return true;
 }
 
 bool CabinetInfoOperator::setCabMultBrightness(const QString& deviceKey, const QMap<QString, QVariant>& body,
-                                               QMap<QString, QVariant>& /*out*/)
+                                               QMap<QString, QVariant>& /*reply*/)
 {
     Request("Device_CabinetMultBrightness").body(body).putNoReply(deviceKey);
     return true;
@@ -415,9 +415,9 @@ bool CabinetInfoOperator::setMutiConfigFile(const QString& deviceKey, const QLis
 // Quirk: The configuration of one cabinet goes to the route of all.
 bool CabinetInfoOperator::setSingleConfigFile(const QString& deviceKey, const QString& /*id*/,
                                               const QMap<QString, QVariant>& body,
-                                              QMap<QString, QVariant>& out)
+                                              QMap<QString, QVariant>& reply)
 {
-    return Request("Device_M_CabinetConfigfile").body(body).expectedTime(120000).put(deviceKey, out);
+    return Request("Device_M_CabinetConfigfile").body(body).expectedTime(120000).put(deviceKey, reply);
 }
 
 // Quirk: An operation without a route sends its request with an empty path. So do the two below.

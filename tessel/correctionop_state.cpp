@@ -10,6 +10,7 @@
 
 using Tessel::HttpJsonPackage;
 using Tessel::HttpProxy;
+using Tessel::httpStatus;
 using Tessel::PromiseRequest;
 using Tessel::readResponse;
 using Tessel::Request;
@@ -82,7 +83,7 @@ bool Correctionop::getCorrectNicc(const QString& deviceKey, const QString& id, Q
 bool Correctionop::getScreenCorrectNicc(const QString& deviceKey, const QString& id, QList<QVariant>& result,
                                         int& status)
 {
-    return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, status);
+    return Request("Device_ScreenNiccData").placeHolder("id", id).get(deviceKey, result, httpStatus(status));
 }
 
 bool Correctionop::setCorrectEnable(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -260,21 +261,21 @@ QtPromise::QPromise<bool> Correctionop::setScreenEffectMode(const QString& devic
 
 // Quirk: Some operations do nothing and stay exported. So do the two below.
 QtPromise::QPromise<bool> Correctionop::setAction(const QString& /*deviceKey*/, const QString& /*id*/,
-                                                  const QMap<QString, QVariant>& /*params*/)
+                                                  const QMap<QString, QVariant>& /*body*/)
 {
     qWarning("Unimplemented code.");
     return QtPromise::QPromise<bool>::resolve(false);
 }
 
 QtPromise::QPromise<bool> Correctionop::setCorrectEnable(const QString& /*deviceKey*/,
-                                                         const QStringList& /*cids*/, bool /*enable*/)
+                                                         const QStringList& /*ids*/, bool /*enable*/)
 {
     return QtPromise::QPromise<bool>::resolve(false);
 }
 
 bool Correctionop::setScreenCorrectionMode(const QString& /*deviceKey*/, const QString& /*id*/,
-                                           const QMap<QString, QVariant>& /*params*/,
-                                           QMap<QString, QVariant>& /*result*/)
+                                           const QMap<QString, QVariant>& /*body*/,
+                                           QMap<QString, QVariant>& /*reply*/)
 {
     return false;
 }

@@ -214,11 +214,11 @@ bool Correctionop::flashTest(const QString& deviceKey, const QString& id, const 
 }
 
 // Quirk: Some arguments are accepted and ignored.
-bool Correctionop::getFlashCheckCode(const QString& deviceKey, const QString& cid,
-                                     const QMap<QString, QVariant>& /*params*/, QList<QVariant>& result)
+bool Correctionop::getFlashCheckCode(const QString& deviceKey, const QString& id,
+                                     const QMap<QString, QVariant>& /*body*/, QList<QVariant>& result)
 {
     return Request("Device_Correction_flashcheckcode")
-        .placeHolder("cid", cid)
+        .placeHolder("cid", id)
         .expectedTime(45000)
         .get(deviceKey, result);
 }

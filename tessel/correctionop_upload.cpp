@@ -96,10 +96,10 @@ QMap<QString, QVariant> cabinets(const QStringList& cids)
 }
 
 // Quirk: Operations named get fill a package and send nothing.
-void fillSaveRequest(HttpJsonPackage* package, const char* routeKey, const QMap<QString, QVariant>& params)
+void fillSaveRequest(HttpJsonPackage* package, const char* routeKey, const QMap<QString, QVariant>& body)
 {
     package->setUrl(Tessel::routePath(routeKey));
-    package->setRequestWithJsonObj(QVariant(params));
+    package->setRequestWithJsonObj(QVariant(body));
     package->setExpectedTime(360000);
 }
 
@@ -198,7 +198,7 @@ bool Correctionop::uploadLowgrayCoefficient(const QString& deviceKey, const QStr
 // Quirk: Uploading coefficient blocks sends neither cabinets nor coefficients.
 // Quirk: Some placeholders of paths go out unfilled.
 QtPromise::QPromise<void> Correctionop::uploadCoefficient(const QString& deviceKey,
-                                                          const QList<QString>& /*cids*/,
+                                                          const QList<QString>& /*ids*/,
                                                           const QList<CoeffsData>& /*body*/)
 {
     return PromiseRequest("Device_PutCabinetCoefficients")
@@ -223,7 +223,7 @@ QtPromise::QPromise<void> Correctionop::clearCabinetCoeffs(const QString& device
 
 // Quirk: Downloading coefficients is a PUT that delivers nothing.
 QtPromise::QPromise<QList<CoeffsData>> Correctionop::downloadCoefficient(const QString& deviceKey,
-                                                                         const QList<QString>& /*cids*/)
+                                                                         const QList<QString>& /*ids*/)
 {
     return PromiseRequest("Device_GetCabinetCoefficients")
         .promise<QList<CoeffsData>>(
@@ -259,19 +259,19 @@ bool Correctionop::loadAdaptiveCoefficient(const QString& deviceKey, const QStri
         .get(deviceKey, result);
 }
 
-void Correctionop::getsaveCabinetsCoeffcient(HttpJsonPackage* package, const QMap<QString, QVariant>& params)
+void Correctionop::getsaveCabinetsCoeffcient(HttpJsonPackage* package, const QMap<QString, QVariant>& body)
 {
-    fillSaveRequest(package, "Device_SaveCabinetsCofficient", params);
+    fillSaveRequest(package, "Device_SaveCabinetsCofficient", body);
 }
 
 void Correctionop::getsaveCabinetsLowgrayCoeffcient(HttpJsonPackage* package,
-                                                    const QMap<QString, QVariant>& params)
+                                                    const QMap<QString, QVariant>& body)
 {
-    fillSaveRequest(package, "Device_SaveCabinetsLowgrayCofficient", params);
+    fillSaveRequest(package, "Device_SaveCabinetsLowgrayCofficient", body);
 }
 
 void Correctionop::getsaveCabinetsMultilayerCoeffcient(HttpJsonPackage* package,
-                                                       const QMap<QString, QVariant>& params)
+                                                       const QMap<QString, QVariant>& body)
 {
-    fillSaveRequest(package, "Device_SaveCabinetsMultilayerCofficient", params);
+    fillSaveRequest(package, "Device_SaveCabinetsMultilayerCofficient", body);
 }

@@ -69,8 +69,8 @@ public:
     /// Changes the description, such as the custom name.
     bool putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& body,
                    QMap<QString, QVariant>& reply);
-    /// Changes the system's state; @p parameters are sent as the query.
-    bool putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+    /// Changes the system's state; @p query is sent in the URL.
+    bool putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& query,
                          QMap<QString, QVariant>& reply);
     /// Sends custom data.
     bool putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -81,8 +81,8 @@ public:
     bool putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                   QMap<QString, QVariant>& reply);
     // Quirk: Misspelt names are part of the interface.
-    /// The custom data; @p parameters are sent as the query.
-    bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+    /// The custom data; @p query is sent in the URL.
+    bool getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& query,
                              QMap<QString, QVariant>& result);
     /// The hot-backup relations.
     bool getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result);
@@ -107,7 +107,7 @@ public:
     bool putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
     /// Uploads a background image.
-    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                         QMap<QString, QVariant>& reply);
     /// Switches the background image.
     bool putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -129,13 +129,13 @@ public:
     /// The progress of a firmware update; may be read while the upload runs.
     bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Enters the hardware mode.
-    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                         QMap<QString, QVariant>& reply);
     /// Sets the high-definition mode.
     bool putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
-    /// Sends a version; @p parameters are sent as the query.
-    bool postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+    /// Sends a version; @p query is sent in the URL.
+    bool postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& query,
                            const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Shows a test pattern.
     bool putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,

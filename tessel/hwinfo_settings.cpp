@@ -14,10 +14,10 @@ bool HWInfo::putHWInfo(const QString& deviceKey, const QMap<QString, QVariant>& 
     return Request("Device_Hwinfo").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::putHWInfoSystem(const QString& deviceKey, const QMap<QString, QString>& query,
                              QMap<QString, QVariant>& reply)
 {
-    return Request("Device_System").parameters(parameters).put(deviceKey, reply);
+    return Request("Device_System").parameters(query).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoCustomemit(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -37,10 +37,10 @@ bool HWInfo::putHWInfoSignalDelayTime(const QString& deviceKey, const QMap<QStri
     return Request("Device_PipeThreeDSingaldelaytime").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::getHWInfoCustonData(const QString& deviceKey, const QMap<QString, QString>& query,
                                  QMap<QString, QVariant>& result)
 {
-    return Request("Device_Customdata").parameters(parameters).get(deviceKey, result);
+    return Request("Device_Customdata").parameters(query).get(deviceKey, result);
 }
 
 bool HWInfo::getHWInfoHotBackupInfo(const QString& deviceKey, QList<QVariant>& result)
@@ -89,10 +89,10 @@ bool HWInfo::putHWInfoRename(const QString& deviceKey, const QMap<QString, QVari
     return Request("Device_Rename").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+bool HWInfo::putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                             QMap<QString, QVariant>& reply)
 {
-    return MultipartRequest("Device_BackGroundPicture", body).expectedTime(10000).put(deviceKey, reply);
+    return MultipartRequest("Device_BackGroundPicture", parts).expectedTime(10000).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -138,10 +138,10 @@ bool HWInfo::getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVa
 }
 
 // Quirk: The path of the hardware mode ends in a blank.
-bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                             QMap<QString, QVariant>& reply)
 {
-    return MultipartRequest("Device_EnterHwMode", body).put(deviceKey, reply);
+    return MultipartRequest("Device_EnterHwMode", parts).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -150,10 +150,10 @@ bool HWInfo::putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVari
     return Request("Device_HDMode").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& parameters,
+bool HWInfo::postHWInfoVersion(const QString& deviceKey, const QMap<QString, QString>& query,
                                const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply)
 {
-    return Request("Device_Version").parameters(parameters).body(body).post(deviceKey, reply);
+    return Request("Device_Version").parameters(query).body(body).post(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoTestModePattern(const QString& deviceKey, const QMap<QString, QVariant>& body,

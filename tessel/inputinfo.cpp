@@ -211,8 +211,8 @@ bool InputInfo::setBlackLevel(const QString& deviceKey, const QStringList& ids,
 
 // Quirk: Writes to several at once leave their results as they were.
 bool InputInfo::putGroupSync(const QString& deviceKey, const QStringList& ids,
-                             const QMap<QString, QVariant>& params, QList<QVariant>& /*result*/,
+                             const QMap<QString, QVariant>& body, QList<QVariant>& /*result*/,
                              const QString& routeKey)
 {
-    return GroupRequest(routeKey).body(params).put(deviceKey, ids);
+    return GroupRequest(routeKey).body(body).put(deviceKey, ids);
 }

@@ -3,6 +3,7 @@
 
 #include <tessel/frames/cacheaccess.h>
 #include <tessel/frames/deviceevents.h>
+#include <tessel/frames/listof.h>
 #include <tessel/frames/pendingrequest.h>
 #include <tessel/frames/promiserequest.h>
 #include <tessel/frames/request.h>
@@ -87,7 +88,7 @@ bool ScreenInfo::getScreens(const QString& deviceKey, QMap<QString, QMap<QString
         return true;
     }
     for (const QVariant& value : screens) {
-        for (const QVariant& element : value.toList()) {
+        for (const QVariant& element : Tessel::listOf(value)) {
             const QMap<QString, QVariant> screen = element.toMap();
             result[screen.value(screenId).toString()] = screen;
         }

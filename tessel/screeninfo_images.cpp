@@ -12,6 +12,7 @@ using Tessel::HttpJsonPackage;
 using Tessel::MultipartRequest;
 using Tessel::putToDevices;
 using Tessel::Request;
+using Tessel::responseHeaders;
 using Tessel::routeByProtocol;
 using Tessel::routePath;
 
@@ -156,7 +157,7 @@ bool ScreenInfo::setCheckerBoardImage(const QString& deviceKey, const QMap<QStri
     return Request("HwScreen_DrawCheckerBoardRegion")
         .body(body)
         .expectedTime(20000)
-        .put(deviceKey, reply, headers);
+        .put(deviceKey, reply, responseHeaders(headers));
 }
 
 bool ScreenInfo::setRectangularImage(const QString& deviceKey, const QMap<QString, QVariant>& body,

@@ -245,10 +245,10 @@ bool ScreenInfo::getFineGray(const QString&, const QString&, QMap<QString, QVari
 }
 
 bool ScreenInfo::readProperty(const char* routeKey, const ScreenProperty& property, const QString& deviceKey,
-                              const QString& screenId, bool force)
+                              const QString& id, bool force)
 {
-    return knowsProperties({property.cacheKey}, deviceKey, screenId, force) ||
-           fetchProperties(routeKey, {property}, deviceKey, screenId);
+    return knowsProperties({property.cacheKey}, deviceKey, id, force) ||
+           fetchProperties(routeKey, {property}, deviceKey, id);
 }
 
 // Quirk: Cached properties never expire. Neither the watch switch nor an event changes that.
@@ -270,16 +270,16 @@ bool ScreenInfo::knowsProperties(std::initializer_list<const char*> cacheKeys, c
 
 // Quirk: A property that the reply lacks is cached as 0.
 bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<ScreenProperty> properties,
-                                 const QString& deviceKey, const QString& screenId)
+                                 const QString& deviceKey, const QString& id)
 {
     Request request(routeKey);
-    request.placeHolder("id", screenId).get(deviceKey);
+    request.placeHolder("id", id).get(deviceKey);
     const QMutexLocker lock(&m_mutex);
     QMap<QString, QVariant> reply;
     if (!request.decodeInto(reply)) {
         return false;
     }
-    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][id];
     for (const ScreenProperty& property : properties) {
         known[QLatin1String(property.cacheKey)] = property.read(reply.value(QLatin1String(property.name)));
     }
@@ -287,14 +287,14 @@ bool ScreenInfo::fetchProperties(const char* routeKey, std::initializer_list<Scr
 }
 
 bool ScreenInfo::outputProperties(std::initializer_list<ScreenProperty> properties, const QString& deviceKey,
-                                  const QString& screenId, QMap<QString, QVariant>& out)
+                                  const QString& id, QMap<QString, QVariant>& result)
 {
     // Quirk: Reading out a property that is not cached makes it cached. It has no value then.
-    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][screenId];
+    QMap<QString, QVariant>& known = m_screenProperties[deviceKey][id];
     QMap<QString, QVariant> values;
     for (const ScreenProperty& property : properties) {
         values.insert(QLatin1String(property.name), property.read(known[QLatin1String(property.cacheKey)]));
     }
-    out = values;
+    result = values;
     return true;
 }

@@ -428,15 +428,13 @@ bool ScreenInfo::putGroupSync(const QString& deviceKey, const QStringList& ids,
 // Quirk: A write caches what was asked for, not what the device has.
 // Quirk: Five writes return whether they were started.
 bool ScreenInfo::writeThrough(const char* routeKey, const ScreenProperty& property, const QString& deviceKey,
-                              const QString& screenId, const QMap<QString, QVariant>& body)
+                              const QString& id, const QMap<QString, QVariant>& body)
 {
-    return PendingRequest(routeKey)
-        .placeHolder("id", screenId)
-        .body(body)
-        .writeThrough(deviceKey, this, [this, property, deviceKey, screenId, body] {
+    return PendingRequest(routeKey).placeHolder("id", id).body(body).writeThrough(
+        deviceKey, this, [this, property, deviceKey, id, body] {
             const QVariant value = property.read(body.value(QLatin1String(property.name)));
             const QMutexLocker lock(&m_propertyMutex);
             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the analyser loses the lambda's `this`.
-            m_screenProperties[deviceKey][screenId].insert(QLatin1String(property.cacheKey), value);
+            m_screenProperties[deviceKey][id].insert(QLatin1String(property.cacheKey), value);
         });
 }

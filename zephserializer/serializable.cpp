@@ -85,7 +85,9 @@ QVariant Serializable::packListByAttribute(const QList<QVariant>& list, const ch
 
 QList<QVariant> Serializable::unpackListByAttribute(const QVariant& value, const char* /*className*/) const
 {
-    return value.toList();
+    // With Qt 6 a text would become a list of its characters.
+    const bool isText = value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray;
+    return isText ? QList<QVariant>() : value.toList();
 }
 
 } // namespace Zeph::Serialize

@@ -14,7 +14,8 @@ namespace {
 // A program that makes keys up must not grow.
 constexpr int maxRememberedAddresses = 4096;
 
-bool hasControlCharacter(const QString& text)
+// Unlike in requests, the C1 controls count too: keys and logins are printed in logs and on terminals.
+bool hasUnicodeControl(const QString& text)
 {
     return std::any_of(text.cbegin(), text.cend(),
                        [](QChar character) { return character.category() == QChar::Other_Control; });
@@ -22,7 +23,7 @@ bool hasControlCharacter(const QString& text)
 
 QString errorOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const QByteArray& baseUrl)
 {
-    if (deviceKey.isEmpty() || hasControlCharacter(deviceKey)) {
+    if (deviceKey.isEmpty() || hasUnicodeControl(deviceKey)) {
         return QStringLiteral("the key is empty or contains a control character");
     }
     if (baseUrl.isEmpty()) {
@@ -36,7 +37,7 @@ QString errorOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
     if (!isTls && (!endpoint.caFile.isEmpty() || !endpoint.pinnedKey.isEmpty())) {
         return QStringLiteral("a CA file or a pinned key requires an address that begins with https://");
     }
-    if (hasControlCharacter(endpoint.user) || hasControlCharacter(endpoint.secret)) {
+    if (hasUnicodeControl(endpoint.user) || hasUnicodeControl(endpoint.secret)) {
         return QStringLiteral("the login contains a control character");
     }
     const LoginScheme* const scheme = loginScheme(endpoint.login);

@@ -5,7 +5,7 @@ namespace Krelm::Communicator::HttpDevice {
 
 ConnectionBoard& ConnectionBoard::ofProcess()
 {
-    static ConnectionBoard* const board = new ConnectionBoard; // asked until the very end of the process
+    static ConnectionBoard* const board = new ConnectionBoard; // used until the very end of the process
     return *board;
 }
 

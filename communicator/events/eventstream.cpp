@@ -13,7 +13,6 @@
 #include <netinet/in.h>
 #include <random>
 #include <simdjson.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -22,7 +21,7 @@ namespace {
 
 // Devices send up to 1 MiB; the rest is for names of fields and line ends.
 constexpr size_t maxEventBytes = (1U << 20U) + (64U << 10U);
-// Of a reply that is no stream, before its connection is given up.
+// Read at most this much of a reply that is not an event stream before closing its connection.
 constexpr size_t maxOverhead = 64U << 10U;
 // How much one stream may deliver before the others get their turn, and by how much it may overfill the
 // queue.
@@ -59,7 +58,7 @@ const char* textOf(ReconnectPolicy::Failure failure)
 bool isSendable(const QByteArray& id)
 {
     const QString text = QString::fromUtf8(id);
-    return text.toUtf8() == id && !hasControl(text);
+    return text.toUtf8() == id && !hasAsciiControl(text);
 }
 
 // Operators and applications read events as JSON, which is UTF-8 (RFC 8259).
@@ -136,10 +135,6 @@ void EventStream::closeStream()
     if (m_attempt != nullptr) {
         m_context.connector.cancel(m_attempt);
         m_attempt = nullptr;
-    }
-    if (m_watched != 0) {
-        m_loop.unwatch(m_connection->socket());
-        m_watched = 0;
     }
     m_connection.reset();
     m_head.clear();
@@ -290,24 +285,19 @@ void EventStream::send()
 
 void EventStream::watch()
 {
-    const std::uint32_t wanted = m_isPaused ? 0U : m_head.isEmpty() ? EPOLLIN : EPOLLIN | EPOLLOUT;
-    if (wanted == m_watched) {
-        return;
-    }
-    m_watched = wanted;
-    if (wanted == 0) {
-        m_loop.unwatch(m_connection->socket()); // the end of the connection would be reported over and over
-    } else {
-        m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
-    }
+    // Not even for the end of a connection that is paused, which would be reported over and over.
+    const std::uint32_t wanted = m_isPaused         ? 0U
+                                 : m_head.isEmpty() ? IoLoop::Readable
+                                                    : IoLoop::Readable | IoLoop::Writable;
+    m_connection->watch(m_loop, wanted, [this](std::uint32_t events) { ready(events); });
 }
 
 void EventStream::ready(std::uint32_t events)
 {
-    if ((events & EPOLLOUT) != 0) {
+    if ((events & IoLoop::Writable) != 0) {
         send();
     }
-    if (m_connection && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
+    if (m_connection && (events & IoLoop::Readable) != 0) {
         receive();
     }
 }

@@ -98,8 +98,7 @@ private:
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0 for none
-    QByteArray m_head;           ///< the unsent part of the request
+    QByteArray m_head; ///< the unsent part of the request
     QByteArray m_authorization;
     QString m_challenge;             ///< from a reply that requires a login
     int m_challenges = 0;            ///< number answered in this attempt

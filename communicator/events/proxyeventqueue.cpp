@@ -49,7 +49,7 @@ void ProxyEventQueue::clear()
     m_wakeUpSent = false;
 }
 
-void ProxyEventQueue::wakeUpAnew()
+void ProxyEventQueue::repeatWakeUp()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

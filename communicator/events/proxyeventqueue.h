@@ -76,7 +76,7 @@ public:
     void deliver(const std::function<void(const ProxyEvent&)>& receive);
     /// Sends another wake-up if events are waiting, for a thread whose event queue may have been cleared.
     /// From any thread.
-    void wakeUpAnew();
+    void repeatWakeUp();
     /// Discards the waiting events. From any thread.
     void clear();
     /// Sets a function that is called on the delivering thread after events were delivered. Call it before

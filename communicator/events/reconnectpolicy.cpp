@@ -155,6 +155,8 @@ void ReconnectPolicy::tick(Clock::time_point now)
         return;
     }
     switch (m_state) {
+    case State::Stopped:
+        break;
     case State::Connecting:
         giveUp(Failure::Unreachable, now);
         break;
@@ -166,8 +168,6 @@ void ReconnectPolicy::tick(Clock::time_point now)
     case State::BackingOff:
     case State::LoginRefused:
         open(now);
-        break;
-    case State::Stopped:
         break;
     }
 }

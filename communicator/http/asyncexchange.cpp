@@ -2,7 +2,6 @@
 #include "communicator/http/asyncexchange.h"
 
 #include <array>
-#include <sys/epoll.h>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -21,10 +20,7 @@ AsyncExchange::AsyncExchange(IoLoop& loop, Connector& connector, const TransferL
     , m_exchange(limits)
 {}
 
-AsyncExchange::~AsyncExchange()
-{
-    drop();
-}
+AsyncExchange::~AsyncExchange() = default;
 
 void AsyncExchange::start(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                           std::unique_ptr<Connection> kept, std::chrono::steady_clock::time_point started,
@@ -67,10 +63,10 @@ void AsyncExchange::use(std::unique_ptr<Connection> connection, bool isReused)
 void AsyncExchange::ready(std::uint32_t events)
 {
     Exchange::Step step = Exchange::Step::GoOn;
-    if ((events & EPOLLOUT) != 0) {
+    if ((events & IoLoop::Writable) != 0) {
         step = m_exchange.send(*m_connection);
     }
-    if (step == Exchange::Step::GoOn && (events & ~std::uint32_t(EPOLLOUT)) != 0) {
+    if (step == Exchange::Step::GoOn && (events & IoLoop::Readable) != 0) {
         std::array<char, bytesPerTurn> buffer;
         const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
         step = m_exchange.received(result, buffer.data(), m_isReused);
@@ -88,7 +84,7 @@ void AsyncExchange::go(Exchange::Step step)
         use(std::move(m_connection), true);
         break;
     case Exchange::Step::AgainFresh:
-        drop();
+        m_connection.reset();
         connect();
         break;
     case Exchange::Step::AwaitLogin:
@@ -102,7 +98,7 @@ void AsyncExchange::go(Exchange::Step step)
 
 void AsyncExchange::awaitLogin()
 {
-    stopWatching();
+    m_connection->unwatch();
     m_awaited = std::make_shared<bool>();
     const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool renewed) {
         loop.post([this, awaited, renewed] {
@@ -127,25 +123,9 @@ void AsyncExchange::awaitLogin()
 
 void AsyncExchange::watch()
 {
-    const std::uint32_t wanted = m_exchange.mayReceive() ? EPOLLIN : EPOLLIN | EPOLLOUT;
-    if (wanted != m_watched) {
-        m_watched = wanted;
-        m_loop.watch(m_connection->socket(), wanted, [this](std::uint32_t events) { ready(events); });
-    }
-}
-
-void AsyncExchange::stopWatching()
-{
-    if (m_watched != 0) {
-        m_loop.unwatch(m_connection->socket());
-        m_watched = 0;
-    }
-}
-
-void AsyncExchange::drop()
-{
-    stopWatching();
-    m_connection.reset();
+    const std::uint32_t wanted =
+        m_exchange.mayReceive() ? IoLoop::Readable : IoLoop::Readable | IoLoop::Writable;
+    m_connection->watch(m_loop, wanted, [this](std::uint32_t events) { ready(events); });
 }
 
 void AsyncExchange::end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
@@ -167,9 +147,9 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
     }
     m_awaited.reset();
     if (outcome == IHttpVersionTrigger::Success && m_connection && m_exchange.keepsConnection()) {
-        stopWatching();
+        m_connection->unwatch();
     } else {
-        drop();
+        m_connection.reset();
     }
     m_finished = nullptr;
     return m_exchange.finish(outcome, error);

@@ -42,8 +42,6 @@ private:
     void ready(std::uint32_t events);
     void go(Exchange::Step step);
     void watch();
-    void drop();
-    void stopWatching();
     void awaitLogin();
     void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
@@ -54,7 +52,6 @@ private:
     Finished m_finished;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
-    std::uint32_t m_watched = 0; ///< the events that the loop watches for; 0: none
     bool m_isReused = false;
     TokenLogin::Ticket m_login;      ///< while it waits for a new token
     std::shared_ptr<bool> m_awaited; ///< its last pointer goes when the wait ends

@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    /// An exchange is looked up within moments of its beginning: no more are cancelled meanwhile.
+    /// More than are cancelled between the beginning of an exchange and its lookup here.
     static constexpr std::size_t maxIds = 4096;
     std::atomic<bool> m_any{false};
     mutable std::mutex m_mutex; ///< guards all below

@@ -38,10 +38,31 @@ Connection::Connection(CURL* easy, int socket, std::function<void()> release)
 
 Connection::~Connection()
 {
+    unwatch();
     if (m_easy != nullptr) {
         m_release();
     } else {
         ::close(m_socket);
+    }
+}
+
+void Connection::watch(IoLoop& loop, std::uint32_t events, IoLoop::Watcher watcher)
+{
+    if (events == 0) {
+        unwatch();
+    } else if (events != m_watched) {
+        m_loop = &loop;
+        m_watched = events;
+        loop.watch(m_socket, events, std::move(watcher));
+    }
+}
+
+void Connection::unwatch()
+{
+    if (m_loop != nullptr) {
+        m_loop->unwatch(m_socket);
+        m_loop = nullptr;
+        m_watched = 0;
     }
 }
 

@@ -2,6 +2,8 @@
 #ifndef COMMUNICATOR_HTTP_CONNECTION_H
 #define COMMUNICATOR_HTTP_CONNECTION_H
 
+#include "communicator/runtime/ioloop.h"
+
 #include <QtGlobal>
 
 #include <chrono>
@@ -46,11 +48,17 @@ public:
     /// Takes over the TLS connection that libcurl opened for @p easy (CURLOPT_CONNECT_ONLY). @p release frees
     /// the handle.
     Connection(CURL* easy, int socket, std::function<void()> release);
+    /// Ends watch().
     ~Connection();
 
-    /// The descriptor to watch for readiness. With TLS, a readable socket may have no data for the reader.
-    /// Data that receive() leaves is always in the socket, provided that the buffer can hold a whole record.
     int socket() const { return m_socket; }
+
+    /// Has @p loop watch for @p events, bits of IoLoop::Readiness, or for nothing with 0. If they are watched
+    /// for already, the earlier watcher stays. With TLS, a readable socket may have no data for the reader.
+    /// Data that receive() leaves is always in the socket, provided that the buffer can hold a whole record.
+    /// On the loop's thread, like all else until unwatch().
+    void watch(IoLoop& loop, std::uint32_t events, IoLoop::Watcher watcher);
+    void unwatch();
 
     /// Sends as much of @p first and then @p second as possible without waiting. @p more means that further
     /// data follows at once, which can share a packet.
@@ -78,6 +86,8 @@ private:
     const int m_socket;
     CURL* const m_easy = nullptr; ///< with TLS
     const std::function<void()> m_release;
+    IoLoop* m_loop = nullptr; ///< while it watches
+    std::uint32_t m_watched = 0;
     bool m_isBlocking = false;
     std::chrono::milliseconds m_receiveLimit{-1}; ///< as set on the socket
     Q_DISABLE_COPY_MOVE(Connection)

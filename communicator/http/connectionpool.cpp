@@ -52,8 +52,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         setConnection(nullptr);
     }
     while (true) {
-        if (m_aborted || device->isRemoved) {
-            setConnection(nullptr);
+        if (m_aborted || device->isRemoved) { // whoever aborted has dropped the session
             return m_exchange.finish(IHttpVersionTrigger::Aborted,
                                      m_isCancelled ? cancelledError() : abortedError());
         }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// libcurl, loaded when the transport begins rather than with the program: it brings some thirty libraries,
+// libcurl, loaded with the first connection rather than with the program: it brings some thirty libraries,
 // for which a program that makes no call would wait at each of its starts.
 //
 // What the transport uses of it is defined here under its own name, hidden from everybody else, and passes
-// each call on. A function that is used nowhere yet has to be added; the linker tells.
+// each call on. A newly used function has to be added, or the linker fails.
 #include <QLibrary>
 #include <QtGlobal>
 

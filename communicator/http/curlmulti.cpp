@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <linux/sockios.h>
 #include <mutex>
-#include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -39,7 +38,7 @@ CURLM* newMulti()
 {
     static std::mutex oneAtATime; // guards the search, so that no other new handle is woken up meanwhile
     const std::lock_guard<std::mutex> lock(oneAtATime);
-    const int lowest = ::epoll_create1(EPOLL_CLOEXEC);
+    const int lowest = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     ::close(lowest);
     CURLM* const multi = curl_multi_init();
     if (curl_multi_wakeup(multi) != CURLM_OK) {
@@ -78,10 +77,8 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
 CurlMulti::~CurlMulti()
 {
     curl_multi_cleanup(m_multi);
-    for (const auto& timer : {m_timer, m_retryTimer}) {
-        if (timer) {
-            m_loop.stopTimer(*timer);
-        }
+    if (m_timer) {
+        m_loop.stopTimer(*m_timer);
     }
 }
 
@@ -101,38 +98,15 @@ int CurlMulti::onSocket(CURL* easy, curl_socket_t socket, int what, void* self, 
 {
     auto* const multi = static_cast<CurlMulti*>(self);
     if (what == CURL_POLL_REMOVE) {
-        // Only connection attempts that libcurl abandons are closed before they are removed here.
-        if (!multi->m_loop.unwatch(socket)) {
-            multi->retryNextAddress(easy);
-        }
+        // libcurl may have closed it just now, when it has given up an address.
+        multi->m_loop.unwatch(socket);
+        multi->m_withoutSocket.push_back(easy);
         return 0;
     }
-    const std::uint32_t in = (what & CURL_POLL_IN) != 0 ? EPOLLIN : 0U;
-    const std::uint32_t out = (what & CURL_POLL_OUT) != 0 ? EPOLLOUT : 0U;
+    const std::uint32_t in = (what & CURL_POLL_IN) != 0 ? IoLoop::Readable : 0U;
+    const std::uint32_t out = (what & CURL_POLL_OUT) != 0 ? IoLoop::Writable : 0U;
     multi->m_loop.watch(socket, in | out, [multi, socket](std::uint32_t /*events*/) { multi->act(socket); });
     return 0;
-}
-
-// After a failed connection attempt libcurl tries the name's next address the next time it processes the
-// transfer, but sets no timer for that: without help this happens only when the time limit has passed.
-void CurlMulti::retryNextAddress(CURL* easy)
-{
-    m_stalled.push_back(easy);
-    if (!m_retryTimer) {
-        m_retryTimer = m_loop.startTimer(IoLoop::Clock::now(), [this] { retryStalled(); });
-    }
-}
-
-void CurlMulti::retryStalled()
-{
-    m_retryTimer.reset();
-    for (CURL* const easy : std::exchange(m_stalled, {})) {
-        if (m_transfers.find(easy) != m_transfers.end()) {
-            curl_easy_pause(easy, CURLPAUSE_ALL);
-            curl_easy_pause(easy, CURLPAUSE_CONT);
-        }
-    }
-    drainCompletedTransfers();
 }
 
 int CurlMulti::onTimer(CURLM* /*multi*/, long milliseconds, void* self)
@@ -161,6 +135,20 @@ void CurlMulti::act(curl_socket_t socket)
     int running{};
     curl_multi_socket_action(m_multi, socket, 0, &running);
     drainCompletedTransfers();
+    tryNextAddresses();
+}
+
+// A transfer that has lost its socket and has not ended has more addresses. libcurl tries the next one when
+// it next processes the transfer, but sets no timer for that: without help this happens only when half the
+// time limit or all of it has passed.
+void CurlMulti::tryNextAddresses()
+{
+    for (CURL* const easy : std::exchange(m_withoutSocket, {})) {
+        if (m_transfers.find(easy) != m_transfers.end()) {
+            curl_easy_pause(easy, CURLPAUSE_ALL);
+            curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
 }
 
 void CurlMulti::drainCompletedTransfers()

@@ -37,17 +37,15 @@ private:
     void drainCompletedTransfers();
     static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int onTimer(CURLM* multi, long milliseconds, void* self);
-    void retryNextAddress(CURL* easy);
-    void retryStalled();
     void act(curl_socket_t socket);
     void actOnTimer();
+    void tryNextAddresses();
 
     IoLoop& m_loop;
     CURLM* m_multi;
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
-    std::optional<IoLoop::TimerId> m_retryTimer;
-    std::vector<CURL*> m_stalled; ///< to be continued, except for those that have ended since
+    std::vector<CURL*> m_withoutSocket; ///< have a socket less; some of them have ended since
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };
 

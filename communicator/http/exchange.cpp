@@ -26,7 +26,7 @@ QString errorOfRequest(const HttpRequest& request)
         return QStringLiteral("the request has no path");
     }
     for (const QString& value : request.placeHolders) {
-        if (hasControl(value)) {
+        if (hasAsciiControl(value)) {
             return QStringLiteral("a placeholder contains a control character");
         }
     }
@@ -57,7 +57,6 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_bytesSent = 0;
     m_lastProgress = {};
     m_reader.reset();
-    m_body.clear();
     m_error = errorOfRequest(request);
     if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;

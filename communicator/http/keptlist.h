@@ -11,8 +11,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// What is kept for the next use, by key and by age: connections, by the device that they lead to. A key may
-/// be the address of what a value keeps alive: keys are never looked into. Not thread-safe.
+/// Values kept for reuse, found by key and by age, such as idle connections by device. Keys are only hashed
+/// and compared, so a key may be a pointer to an object that the value keeps alive. Not thread-safe.
 template <class Key, class Value, class Hash = std::hash<Key>>
 class KeptList
 {
@@ -30,27 +30,27 @@ public:
         m_byKey[key].push_back(std::prev(m_entries.end()));
     }
 
-    /// The value of @p key that was added last, the least likely to be stale; an empty one when there is
-    /// none.
+    /// Removes and returns the newest value of @p key, which is the least likely to be stale; an empty value
+    /// if there is none.
     Value takeNewest(const Key& key)
     {
         const auto found = m_byKey.find(key);
         return found == m_byKey.end() ? Value() : takeOut(found->second.back());
     }
 
-    /// The value of any key that was added first. There must be one.
+    /// Removes and returns the oldest value of all keys. The list must not be empty.
     Value takeOldest() { return takeOut(m_entries.begin()); }
-    /// The same of @p key.
+    /// Removes and returns the oldest value of @p key, which must have one.
     Value takeOldest(const Key& key) { return takeOut(m_byKey.at(key).front()); }
 
-    /// The values of which @p isMeant is true.
+    /// Removes and returns all values for which @p matches returns true.
     template <class Predicate>
-    std::vector<Value> takeIf(Predicate isMeant)
+    std::vector<Value> takeIf(Predicate matches)
     {
         std::vector<Value> taken;
         for (Iterator entry = m_entries.begin(); entry != m_entries.end();) {
             const Iterator next = std::next(entry);
-            if (isMeant(std::as_const(entry->value))) {
+            if (matches(std::as_const(entry->value))) {
                 taken.push_back(takeOut(entry));
             }
             entry = next;
@@ -79,7 +79,7 @@ private:
     }
 
     std::list<Entry> m_entries;                                   ///< the oldest first
-    std::unordered_map<Key, std::vector<Iterator>, Hash> m_byKey; ///< the oldest first, none empty
+    std::unordered_map<Key, std::vector<Iterator>, Hash> m_byKey; ///< the oldest first, never empty
 };
 
 } // namespace Krelm::Communicator::HttpDevice

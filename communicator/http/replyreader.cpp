@@ -175,15 +175,15 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
     return true;
 }
 
-// No text has more tokens than bytes, so that most need no count. That of a longer one begins halfway to the
-// bound and goes over two bytes for each that comes: where it matters it has caught up, and no turn is long.
-// What is neither an object nor a list becomes nothing, however long it is.
+// A text never has more tokens than bytes, so most texts need not be counted. Counting starts when half the
+// limit has been received and covers two bytes for each new one, so that it has caught up at the limit and no
+// turn is long. What is neither an object nor a list becomes nothing, however long it is.
 bool ReplyReader::hasTooManyTokens(int added)
 {
     if (m_body.size() <= JsonText::maxTokens / 2 || m_isPlain) {
         return false;
     }
-    const int searched = std::min(m_body.size(), m_searched + 2 * added);
+    const int searched = std::min(int(m_body.size()), m_searched + 2 * added);
     m_tokens.add(m_body.constData() + m_searched, static_cast<std::size_t>(searched - m_searched));
     m_searched = searched;
     if (m_tokens.count() <= JsonText::maxTokens) {

@@ -56,7 +56,7 @@ const char* verbOf(HttpMethod method)
     return "GET";
 }
 
-bool hasControl(const QString& text)
+bool hasAsciiControl(const QString& text)
 {
     return std::any_of(text.cbegin(), text.cend(), [](QChar character) {
         return character.unicode() < 0x20 || character.unicode() == 0x7F;
@@ -72,7 +72,7 @@ QString errorOfHeaders(const QMap<QString, QString>& headers)
         // The transport frames the message itself: a second Content-Length would desynchronise the
         // connection.
         if (!isToken(it.key()) || isNamed(it.key(), "content-length") ||
-            isNamed(it.key(), "transfer-encoding") || hasControl(it.value())) {
+            isNamed(it.key(), "transfer-encoding") || hasAsciiControl(it.value())) {
             return QStringLiteral("a header's name or value contains characters that cannot be sent");
         }
     }

@@ -15,7 +15,7 @@ namespace Krelm::Communicator::HttpDevice {
 const char* verbOf(HttpMethod method);
 
 /// Whether @p text contains an ASCII control character, which is not allowed anywhere in a request.
-bool hasControl(const QString& text);
+bool hasAsciiControl(const QString& text);
 
 /// Why @p headers cannot be sent as request headers; empty if they can.
 QString errorOfHeaders(const QMap<QString, QString>& headers);

@@ -23,8 +23,8 @@ namespace Krelm::Communicator::HttpDevice {
 /// The non-blocking exchanges of one class of traffic, normal or daemon. The number of exchanges that have a
 /// connection is limited, in total and per device; the others wait their turn as plain values, while their
 /// time limit runs. Connections are shared so that devices which never answer do not block others: a device
-/// may always run one exchange, and more only while at least as many connections are free as it uses. The log
-/// tells, at most once a minute, that requests wait for the limit.
+/// may always run one exchange, and more only while at least as many connections are free as it uses. At
+/// most once a minute, a warning is logged while requests wait for the limit.
 ///
 /// Writes to one expanded path of a device keep their order and run one at a time, so that a later value is
 /// not overtaken by an earlier one on another connection. Reads, and writes to other paths, run beside them.

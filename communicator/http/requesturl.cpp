@@ -22,8 +22,8 @@ bool isHexDigit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-/// Whether @p character stands in a path as it is: unreserved characters (RFC 3986, 2.3), and those that give
-/// a path and a query their form.
+/// Whether @p character is left unencoded in a path: unreserved characters (RFC 3986, 2.3), and those that
+/// give a path and a query their form.
 bool isPlain(QChar character)
 {
     const ushort code = character.unicode();
@@ -39,13 +39,15 @@ void appendLiteral(QByteArray& out, const QString& text)
         out += text.toLatin1(); // as most paths are; the same, and faster
         return;
     }
-    const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?%");
-    decltype(text.size()) done = 0;
-    for (auto i = encoded.indexOf('%'); i >= 0; i = encoded.indexOf('%', i + 1)) {
-        const char* const digits = encoded.constData() + i + 1; // the end is a zero
-        if (!isHexDigit(digits[0]) || !isHexDigit(digits[1])) {
-            out.append(encoded.constData() + done, i - done).append("%25");
-            done = i + 1;
+    // Each percent sign becomes "%25", and one that begins an encoded character gets its form back: Qt 6
+    // encodes them all, whatever it is told to leave.
+    const QByteArray encoded = QUrl::toPercentEncoding(text, "!$&'()*+,;=:@/?");
+    decltype(encoded.size()) done = 0;
+    for (auto i = encoded.indexOf("%25"); i >= 0; i = encoded.indexOf("%25", i + 3)) {
+        const char* const digits = encoded.constData() + i + 3; // the end is a zero
+        if (isHexDigit(digits[0]) && isHexDigit(digits[1])) {
+            out.append(encoded.constData() + done, i + 1 - done);
+            done = i + 3;
         }
     }
     out.append(encoded.constData() + done, encoded.size() - done);

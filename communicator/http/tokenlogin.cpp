@@ -119,7 +119,7 @@ TokenLogin::Error TokenLogin::ended(const QString& token, Error error)
     if (error == nullptr) {
         error = token.isEmpty()     ? "the function that renews it gave no token"
                 : token == m_token  ? "the function that renews it gave the same token"
-                : hasControl(token) ? "the new token contains a control character"
+                : hasAsciiControl(token) ? "the new token contains a control character"
                                     : nullptr;
     }
     if (error != nullptr) {

@@ -17,10 +17,11 @@ std::shared_ptr<IoLoop> EngineSlot::loop()
     return loopLocked();
 }
 
-// With m_mutex held.
+// The caller holds m_mutex.
 std::shared_ptr<IoLoop> EngineSlot::loopLocked()
 {
     if (!m_loop) {
+        Lifecycle::prepareConnections();
         m_loop = std::make_shared<IoLoop>();
     }
     return m_loop;
@@ -82,7 +83,7 @@ void EngineSlot::stopLoop()
     std::shared_ptr<IoLoop> stopped;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        // A thread cannot wait for its own end: an observer that ends the process leaves the loop to it.
+        // A thread cannot join itself: if an observer on the loop's thread ends the process, the loop stays.
         if (m_loop && !m_loop->isHere()) {
             stopped.swap(m_loop);
         }

@@ -12,34 +12,35 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The engine that serves requests, which is the built-in one unless another was set, and the loop that the
-/// built-in one shares with the event streams. Both begin when they are needed. May be used from any thread.
+/// The engine in use, which is the built-in one unless another was set, and the event loop that the built-in
+/// engine shares with the event streams. Both are created on first use. Thread-safe.
 class EngineSlot
 {
 public:
     explicit EngineSlot(std::shared_ptr<DeviceRegistry> registry);
 
-    /// The engine that serves requests now; null while the transport is closed.
+    /// The engine for the next request; null after the transport has been closed.
     std::shared_ptr<HttpEngine> engine();
-    /// Ends the built-in engine. Null brings it back with the next request.
+    /// Replaces the engine and stops the built-in one. With null, the next request creates a built-in engine.
     void setEngine(std::shared_ptr<HttpEngine> next);
+    /// The loop, which is created on first use.
     std::shared_ptr<IoLoop> loop();
 
-    /// Aborts what the built-in engine exchanges with @p deviceKey.
+    /// Aborts all exchanges of the built-in engine with @p deviceKey.
     void abort(const QString& deviceKey);
-    /// Ends the built-in engine; one that was set is left alone. The transport must be closed.
+    /// Stops the built-in engine, but not one that was set. The transport must be closed.
     void stopEngine();
-    /// Ends the loop, after all that uses it. The transport must be closed.
+    /// Stops the loop; everything that uses it must have stopped before. The transport must be closed.
     void stopLoop();
 
 private:
     std::shared_ptr<IoLoop> loopLocked();
 
     const std::shared_ptr<DeviceRegistry> m_registry;
-    std::mutex m_mutex; ///< guards all below
+    std::mutex m_mutex; ///< guards the members below
     std::shared_ptr<IoLoop> m_loop;
-    std::shared_ptr<SocketEngine> m_builtIn; ///< null when none runs
-    std::shared_ptr<HttpEngine> m_engine;    ///< null: the built-in one, not created yet
+    std::shared_ptr<SocketEngine> m_builtIn; ///< null if it is not running
+    std::shared_ptr<HttpEngine> m_engine;    ///< null until the built-in one is needed
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -26,7 +26,8 @@ void ProxyDevices::setEvents(bool wanted)
 {
     const std::lock_guard<std::mutex> devicesLock(m_changeMutex);
     std::shared_ptr<EventChannels> open;
-    std::shared_ptr<EventChannels> closed; // its end waits for the loop, which must not find the lock taken
+    std::shared_ptr<EventChannels>
+        closed; // destroyed without m_mutex, since it waits for the loop, which may need it
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {

@@ -14,21 +14,21 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// The devices that the application added, with their event streams and what the proxy announces of them. May
-/// be used from any thread.
+/// The devices that the application added, their event streams, and the queue of events that the proxy is to
+/// deliver. Thread-safe.
 class ProxyDevices
 {
 public:
-    /// @p wakeUp is called, on any thread, when events begin to wait in events().
+    /// @p wakeUp is called on any thread when the queue is no longer empty.
     ProxyDevices(std::shared_ptr<DeviceRegistry> registry, EngineSlot& engines, std::function<void()> wakeUp);
 
-    /// Whether devices are asked for events.
+    /// Opens or closes the event streams of all devices, including those added later.
     void setEvents(bool wanted);
-    /// @return false when the key or the endpoint is invalid, which is logged.
+    /// @return false if the key or the endpoint is invalid; the reason is logged.
     bool add(const QString& deviceKey, const DeviceEndpoint& endpoint);
     /// @return whether the device was known.
     bool remove(const QString& deviceKey);
-    /// Takes the streams out, which end with the last pointer to them. The transport must be closed.
+    /// Hands over the streams, which close when the last pointer is released. The transport must be closed.
     std::shared_ptr<EventChannels> takeChannels();
 
     ProxyEventQueue& events() { return m_events; }
@@ -39,10 +39,10 @@ private:
     const std::shared_ptr<DeviceRegistry> m_registry;
     EngineSlot& m_engines;
     ProxyEventQueue m_events;
-    /// Held while a device changes, so that streams and events see the changes in order.
+    /// Held while a device is added or removed, so that streams and events see the changes in the same order.
     std::mutex m_changeMutex;
     std::mutex m_mutex;                        ///< guards m_channels
-    std::shared_ptr<EventChannels> m_channels; ///< null while no events are wanted
+    std::shared_ptr<EventChannels> m_channels; ///< null unless events are enabled
 };
 
 } // namespace Krelm::Communicator::HttpDevice

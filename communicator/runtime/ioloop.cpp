@@ -1,39 +1,94 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/runtime/ioloop.h"
 
+#include "communicator/runtime/uvlibrary.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <future>
-#include <limits>
 #include <pthread.h>
-#include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace Krelm::Communicator::HttpDevice {
 
 namespace {
 
-// A function of its own, so that a thread-sanitizer suppression can match this call alone: the descriptor may
-// have been closed and reused by another thread by now.
-[[gnu::noinline]] bool stopPolling(int epoll, int descriptor)
+// How many watchers may be called in one round before timers and tasks have their turn: libuv itself would
+// call some fifty thousand.
+constexpr int eventsPerRound = 128;
+
+// How long to wait for free descriptors before looking again.
+constexpr std::chrono::milliseconds retryInterval{100};
+
+// libuv takes two for the process with the first loop, and ends the process if these cannot be had; a loop
+// takes four. The others are for threads that open some between the look and the opening.
+constexpr std::size_t descriptorsWanted = 16;
+
+bool hasFreeDescriptors()
 {
-    return epoll_ctl(epoll, EPOLL_CTL_DEL, descriptor, nullptr) == 0;
+    std::array<int, descriptorsWanted> taken{};
+    taken.fill(-1);
+    taken.front() = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    for (std::size_t i = 1; i < taken.size() && taken[i - 1] >= 0; ++i) {
+        taken[i] = ::fcntl(taken.front(), F_DUPFD_CLOEXEC, 0);
+    }
+    const bool hasAll = taken.back() >= 0;
+    for (const int descriptor : taken) {
+        if (descriptor >= 0) {
+            ::close(descriptor);
+        }
+    }
+    return hasAll;
+}
+
+// libuv's own bits do not get out of this file.
+std::uint32_t readinessOf(int uvEvents)
+{
+    return ((uvEvents & UV_READABLE) != 0 ? IoLoop::Readable : 0U) |
+           ((uvEvents & UV_WRITABLE) != 0 ? IoLoop::Writable : 0U);
+}
+
+int uvEventsOf(std::uint32_t readiness)
+{
+    return ((readiness & IoLoop::Readable) != 0 ? UV_READABLE : 0) |
+           ((readiness & IoLoop::Writable) != 0 ? UV_WRITABLE : 0);
+}
+
+// Functions of their own, so that a thread-sanitizer suppression can match these calls alone: the descriptor
+// may have been closed and reused by another thread by now.
+[[gnu::noinline]] void stopPolling(uv_poll_t& handle)
+{
+    uv().pollStop(&handle);
+}
+
+[[gnu::noinline]] void endPolling(uv_poll_t& handle)
+{
+    uv().close(reinterpret_cast<uv_handle_t*>(&handle), nullptr);
 }
 
 } // namespace
 
-IoLoop::IoLoop()
-    : m_epoll(epoll_create1(EPOLL_CLOEXEC))
-    , m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+struct IoLoop::Backend
 {
-    epoll_event wakeUp{};
-    wakeUp.events = EPOLLIN;
-    wakeUp.data.fd = m_wakeUp;
-    epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wakeUp, &wakeUp);
-}
+    uv_loop_t loop{};
+    uv_async_t wakeUp{};
+    uv_timer_t alarm{};
+};
+
+struct IoLoop::Watch
+{
+    IoLoop& loop;
+    const int descriptor;
+    uv_poll_t handle{};
+    bool hasHandle = false;
+    std::uint32_t events = 0; ///< 0 if nobody watches
+    Watcher watcher = nullptr;
+};
+
+IoLoop::IoLoop() = default;
 
 void IoLoop::startThread()
 {
@@ -51,15 +106,17 @@ void IoLoop::startThread()
 IoLoop::~IoLoop()
 {
     stop();
-    close(m_wakeUp);
-    close(m_epoll);
+    close();
 }
 
+// With m_mutex held.
 void IoLoop::wake()
 {
-    const std::uint64_t one = 1;
-    // Can fail only if the counter is full, in which case the loop wakes up anyway.
-    [[maybe_unused]] const ssize_t written = write(m_wakeUp, &one, sizeof one);
+    if (m_backend) {
+        uv().asyncSend(&m_backend->wakeUp);
+    } else {
+        m_wakeUp.notify_one();
+    }
 }
 
 void IoLoop::post(std::function<void()> task)
@@ -114,8 +171,8 @@ void IoLoop::stop()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = true;
+        wake();
     }
-    wake();
     const std::lock_guard<std::mutex> lock(m_joinMutex);
     if (m_thread.joinable()) {
         m_thread.join();
@@ -124,19 +181,63 @@ void IoLoop::stop()
 
 void IoLoop::watch(int descriptor, std::uint32_t events, Watcher watcher)
 {
-    epoll_event event{};
-    event.events = events;
-    event.data.fd = descriptor;
-    const bool known = m_watchers.find(descriptor) != m_watchers.end();
-    if (!known || epoll_ctl(m_epoll, EPOLL_CTL_MOD, descriptor, &event) != 0) {
-        epoll_ctl(m_epoll, EPOLL_CTL_ADD, descriptor, &event);
+    std::unique_ptr<Watch>& watch = m_watches[descriptor];
+    if (!watch) {
+        watch.reset(new Watch{*this, descriptor});
     }
-    m_watchers[descriptor] = std::move(watcher);
+    watch->events = events;
+    watch->watcher = std::move(watcher);
+    start(*watch);
 }
 
-bool IoLoop::unwatch(int descriptor)
+// Tells the system of the descriptor in the next turn, even if it was watched before: its number may have
+// come back for another file.
+void IoLoop::start(Watch& watch)
 {
-    return m_watchers.erase(descriptor) > 0 && stopPolling(m_epoll, descriptor);
+    if (!m_backend) {
+        return; // open() does it
+    }
+    if (!watch.hasHandle) {
+        watch.hasHandle = uv().pollInit(&m_backend->loop, &watch.handle, watch.descriptor) == 0;
+        watch.handle.data = &watch;
+    }
+    if (watch.hasHandle) {
+        uv().pollStart(&watch.handle, uvEventsOf(watch.events),
+                       [](uv_poll_t* handle, int status, int events) {
+                           onReady(*static_cast<Watch*>(handle->data), status < 0, readinessOf(events));
+                       });
+    }
+}
+
+void IoLoop::unwatch(int descriptor)
+{
+    const auto found = m_watches.find(descriptor);
+    if (found == m_watches.end() || found->second->events == 0) {
+        return;
+    }
+    Watch& watch = *found->second;
+    watch.events = 0;
+    watch.watcher = nullptr;
+    if (watch.hasHandle) {
+        stopPolling(watch.handle);
+    }
+}
+
+void IoLoop::onReady(Watch& watch, bool failed, std::uint32_t events)
+{
+    IoLoop& self = watch.loop;
+    if (failed) {
+        // libuv watches it no longer, but whether to go on is the watcher's decision.
+        events = watch.events;
+        self.start(watch);
+    }
+    const Watcher call = watch.watcher; // may replace or remove itself
+    call(events);
+    if (--self.m_eventsLeft == 0) {
+        self.m_eventsLeft = eventsPerRound;
+        self.runTimers();
+        self.runTasks();
+    }
 }
 
 IoLoop::TimerId IoLoop::startTimer(Clock::time_point when, std::function<void()> task)
@@ -151,16 +252,6 @@ void IoLoop::stopTimer(const TimerId& timer)
     m_timers.erase(timer);
 }
 
-int IoLoop::millisecondsToNextTimer() const
-{
-    if (m_timers.empty()) {
-        return -1;
-    }
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(m_timers.begin()->first.first - Clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
-}
-
 void IoLoop::runTimers()
 {
     const Clock::time_point now = Clock::now();
@@ -170,48 +261,104 @@ void IoLoop::runTimers()
     }
 }
 
-// Returns false if the loop should end.
-bool IoLoop::runTasks()
+void IoLoop::runTasks()
 {
     std::vector<std::function<void()>> tasks;
-    bool stopping = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         tasks.swap(m_tasks);
-        stopping = m_stopping;
+        m_going = !m_stopping;
     }
     for (std::function<void()>& task : tasks) {
         task();
         task = nullptr;
     }
-    return !stopping;
+}
+
+// Returns whether there is a backend.
+bool IoLoop::open()
+{
+    if (m_backend) {
+        return true;
+    }
+    if (!hasFreeDescriptors()) {
+        return false;
+    }
+    auto backend = std::make_unique<Backend>();
+    if (uv().loopInit(&backend->loop) != 0) {
+        return false;
+    }
+    // Neither can fail: the loop has a descriptor for its wake-ups already.
+    uv().asyncInit(&backend->loop, &backend->wakeUp, [](uv_async_t*) {});
+    uv().timerInit(&backend->loop, &backend->alarm);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_backend = std::move(backend);
+        wake(); // for what was posted before it could be woken up
+    }
+    for (const auto& entry : m_watches) {
+        if (entry.second->events != 0) {
+            start(*entry.second);
+        }
+    }
+    return true;
+}
+
+// After the thread's end.
+void IoLoop::close()
+{
+    if (!m_backend) {
+        return;
+    }
+    for (const auto& entry : m_watches) {
+        if (entry.second->hasHandle) {
+            endPolling(entry.second->handle);
+        }
+    }
+    uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);
+    uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->wakeUp), nullptr);
+    uv().run(&m_backend->loop, UV_RUN_DEFAULT);
+    uv().loopClose(&m_backend->loop);
+}
+
+void IoLoop::waitForEvents()
+{
+    if (m_timers.empty()) {
+        uv().timerStop(&m_backend->alarm);
+    } else {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(m_timers.begin()->first.first - Clock::now());
+        uv().updateTime(&m_backend->loop);
+        // An alarm that is due goes off before libuv waits, which must then be kept from it.
+        uv().timerStart(
+            &m_backend->alarm, [](uv_timer_t* alarm) { uv().stop(alarm->loop); },
+            static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 0)), 0);
+    }
+    m_eventsLeft = eventsPerRound;
+    uv().run(&m_backend->loop, UV_RUN_ONCE);
+}
+
+void IoLoop::waitWithoutDescriptors()
+{
+    auto until = Clock::now() + retryInterval;
+    if (!m_timers.empty()) {
+        until = std::min(until, m_timers.begin()->first.first);
+    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_wakeUp.wait_until(lock, until, [this] { return m_stopping || !m_tasks.empty(); });
 }
 
 void IoLoop::loop()
 {
     pthread_setname_np(pthread_self(), "tessel-io");
-    std::array<epoll_event, 128> events{};
-    bool going = true;
-    while (going) {
-        const int count =
-            epoll_wait(m_epoll, events.data(), static_cast<int>(events.size()), millisecondsToNextTimer());
-        for (int i = 0; i < count; ++i) {
-            const epoll_event& event = events[static_cast<size_t>(i)];
-            if (event.data.fd == m_wakeUp) {
-                std::uint64_t ignored{};
-                [[maybe_unused]] const ssize_t got = read(m_wakeUp, &ignored, sizeof ignored);
-                continue;
-            }
-            // An earlier watcher of this round may have removed or replaced this one, so look it up and copy
-            // it.
-            const auto watcher = m_watchers.find(event.data.fd);
-            if (watcher != m_watchers.end()) {
-                const Watcher call = watcher->second;
-                call(event.events);
-            }
+    while (m_going) {
+        if (open()) {
+            waitForEvents();
+        } else {
+            waitWithoutDescriptors();
         }
         runTimers();
-        going = runTasks();
+        runTasks();
     }
 }
 

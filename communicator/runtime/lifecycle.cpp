@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/runtime/lifecycle.h"
 
+#include "communicator/runtime/uvlibrary.h"
+
 #include <QCoreApplication>
 
 #include <atomic>
@@ -48,12 +50,19 @@ bool isClosed()
 
 void onChange(void (*stop)(), void (*restart)())
 {
+    stopTransport = stop;
+    restartTransport = restart;
+    static const ClosedAtExit guard;
+}
+
+void prepareConnections()
+{
     // The TLS library frees its tables in an exit handler, which this call registers. Exit handlers run in
     // reverse order, so the guard must be registered after it: the transport then stops while TLS still
     // works.
-    curl_global_init(CURL_GLOBAL_DEFAULT);
-    stopTransport = stop;
-    restartTransport = restart;
+    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+    Q_UNUSED(initialised)
+    uv(); // if it is missing, this is told here, and not in the middle of something
     static const ClosedAtExit guard;
 }
 

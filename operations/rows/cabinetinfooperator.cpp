@@ -42,7 +42,7 @@ Operations cabinetInfoOperatorOperations()
         operation("getCabinetsBaseInfo", &C::getCabinetsBaseInfo, {"deviceKey", "result"}),
         operation("getCabinetRxs", &C::getCabinetRxs, {"deviceKey", "id", "result"}),
         operation("getCabinetGammaCurveInfo", &C::getCabinetGammaCurveInfo,
-                  {"deviceKey", "id", "parameters", "result"}),
+                  {"deviceKey", "id", "query", "result"}),
         operation("getPortCabinetsInfo", &C::getPortCabinetsInfo, {"deviceKey", "portId", "result"}),
         operation("setCabSingleBrightness", &C::setCabSingleBrightness,
                   {"deviceKey", "id", in("body"), "reply"}),

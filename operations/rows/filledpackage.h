@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// For rows whose operation fills a package that the application sends.
+// For rows whose operation only fills a package, which the application then sends.
 #ifndef OPERATIONS_ROWS_FILLEDPACKAGE_H
 #define OPERATIONS_ROWS_FILLEDPACKAGE_H
 
@@ -12,7 +12,7 @@
 
 namespace Tessel::Operations {
 
-/// Has @p fill fill a package for the device and sends it, as an application does.
+/// Lets @p fill fill a package and sends it to the device, as an application would.
 template <class Class, void (Class::*fill)(Krelm::Communicator::HttpDevice::HttpJsonPackage*,
                                            const QMap<QString, QVariant>&)>
 bool putFilled(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& result)

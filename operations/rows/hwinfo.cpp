@@ -6,7 +6,7 @@
 
 namespace Tessel::Operations {
 
-/// A version that is not known is a failure; a known one is told by its name.
+/// A known version is an output with its name; an unknown one is a failure.
 template <>
 struct ReturnValue<Correction::EnumScreenVer>
 {
@@ -32,11 +32,11 @@ Operations hwInfoOperations()
         operation("getHwProtoc", &C::getHwProtoc, {"deviceKey", "force"}),
         operation("getCapabilityProtoc", &C::getCapabilityProtoc, {"deviceKey", "force"}),
         operation("putHWInfo", &C::putHWInfo, {"deviceKey", "body", "reply"}),
-        operation("putHWInfoSystem", &C::putHWInfoSystem, {"deviceKey", "parameters", "reply"}),
+        operation("putHWInfoSystem", &C::putHWInfoSystem, {"deviceKey", "query", "reply"}),
         operation("putHWInfoCustomemit", &C::putHWInfoCustomemit, {"deviceKey", "body", "reply"}),
         operation("getHWInfoSignalDelayTime", &C::getHWInfoSignalDelayTime, {"deviceKey", "result"}),
         operation("putHWInfoSignalDelayTime", &C::putHWInfoSignalDelayTime, {"deviceKey", "body", "reply"}),
-        operation("getHWInfoCustonData", &C::getHWInfoCustonData, {"deviceKey", "parameters", "result"}),
+        operation("getHWInfoCustonData", &C::getHWInfoCustonData, {"deviceKey", "query", "result"}),
         operation("getHWInfoHotBackupInfo", &C::getHWInfoHotBackupInfo, {"deviceKey", "result"}),
         operation("putHWInfoHotBackupInfo", &C::putHWInfoHotBackupInfo, {"deviceKey", "body", "reply"}),
         operation("putHWInfoIncreaseVideoDelay", &C::putHWInfoIncreaseVideoDelay,
@@ -46,7 +46,7 @@ Operations hwInfoOperations()
         operation("putHWInfoInput", &C::putHWInfoInput, {"deviceKey", "body", "reply"}),
         operation("putHWInfoExternalInput", &C::putHWInfoExternalInput, {"deviceKey", "reply"}),
         operation("putHWInfoRename", &C::putHWInfoRename, {"deviceKey", "body", "reply"}),
-        operation("putDeviceImage", &C::putDeviceImage, {"deviceKey", formParts("body"), "reply"}),
+        operation("putDeviceImage", &C::putDeviceImage, {"deviceKey", formParts("parts"), "reply"}),
         operation("putHWInfoImageToggle", &C::putHWInfoImageToggle, {"deviceKey", "body", "reply"}),
         operation("putHWInfoMapping", &C::putHWInfoMapping, {"deviceKey", "body", "reply"}),
         operation("putHWInfoScreenControl", &C::putHWInfoScreenControl, {"deviceKey", "body", "reply"}),
@@ -56,9 +56,9 @@ Operations hwInfoOperations()
                   {"deviceKey", "body", "reply"}),
         operation("putHWInfoUpdate", &C::putHWInfoUpdate, {"deviceKey", "data", "reply"}),
         operation("getHWInfoUpdateProgress", &C::getHWInfoUpdateProgress, {"deviceKey", "result"}),
-        operation("putEnterHwMode", &C::putEnterHwMode, {"deviceKey", formParts("body"), "reply"}),
+        operation("putEnterHwMode", &C::putEnterHwMode, {"deviceKey", formParts("parts"), "reply"}),
         operation("putHWInfoHDMode", &C::putHWInfoHDMode, {"deviceKey", "body", "reply"}),
-        operation("postHWInfoVersion", &C::postHWInfoVersion, {"deviceKey", "parameters", "body", "reply"}),
+        operation("postHWInfoVersion", &C::postHWInfoVersion, {"deviceKey", "query", "body", "reply"}),
         operation("putHWInfoTestModePattern", &C::putHWInfoTestModePattern, {"deviceKey", "body", "reply"}),
         operation("putLogLevel", &C::putLogLevel, {"deviceKey", "body", "reply"}),
         operation("putLogReserve", &C::putLogReserve, {"deviceKey", "body", "reply"}),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Makes rows of the operation list out of member functions. Included by the rows only.
+// Creates the rows of the operation list from member functions. Only files in this folder include it.
 #ifndef OPERATIONS_ROWS_INVOKER_H
 #define OPERATIONS_ROWS_INVOKER_H
 
@@ -14,7 +14,7 @@
 
 namespace Tessel::Operations {
 
-/// What the return value of an operation says; promiseresult.h adds the promises.
+/// Converts the return value of an operation; promiseresult.h adds promises.
 template <class Returned>
 struct ReturnValue;
 
@@ -24,7 +24,7 @@ struct ReturnValue<bool>
     static CallResult result(bool returned) { return {returned, {}, {}}; }
 };
 
-/// What becomes of an operation that says nothing: how its exchanges ended tells.
+/// An operation that returns nothing counts as successful; the caller has to look at its exchanges.
 template <>
 struct ReturnValue<void>
 {
@@ -38,8 +38,8 @@ template <class Argument>
 constexpr bool isOutput =
     std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
 
-/// A parameter as a row names it. A plain name follows its type: what is taken by a reference that is not
-/// const is an output, which the body of the reply fills.
+/// A parameter in a row. If only a name is given, the C++ type decides: a reference to non-const is an
+/// output, which the body of the reply fills.
 struct RowParameter
 {
     enum Kind { ByType, In, InOut, FormParts, HttpStatus, ResponseHeaders };
@@ -56,27 +56,27 @@ struct RowParameter
     Kind kind = ByType;
 };
 
-/// Read only, whatever its type allows.
+/// An input, even if it is a reference to non-const.
 inline RowParameter in(const char* name)
 {
     return {name, RowParameter::In};
 }
-/// An output that is read as well.
+/// An output that the operation also reads.
 inline RowParameter inout(const char* name)
 {
     return {name, RowParameter::InOut};
 }
-/// A map of the parts of a form, some of which are files.
+/// An input: a map of the parts of a multipart form, some of which are files.
 inline RowParameter formParts(const char* name)
 {
     return {name, RowParameter::FormParts};
 }
-/// An output with the HTTP status of the reply.
+/// An output: the HTTP status of the reply.
 inline RowParameter httpStatus(const char* name)
 {
     return {name, RowParameter::HttpStatus};
 }
-/// An output with the headers of the reply.
+/// An output: the headers of the reply.
 inline RowParameter responseHeaders(const char* name)
 {
     return {name, RowParameter::ResponseHeaders};
@@ -114,7 +114,7 @@ void appendOutput(QVariantList& outputs, const Parameter& parameter, const Store
     }
 }
 
-/// Calls @p call with the values in the types of the signature.
+/// Converts the values to the types of the signature, calls @p call, and collects the outputs.
 template <class Returned, class... Arguments, class Call, std::size_t... Index>
 CallResult invoke(const Call& call, const std::vector<Parameter>& parameters, const QVariantList& values,
                   std::index_sequence<Index...>)
@@ -134,7 +134,7 @@ CallResult invoke(const Call& call, const std::vector<Parameter>& parameters, co
     return result;
 }
 
-/// One instance per distinct signature, whatever the class.
+/// All classes share one instantiation per signature.
 template <class Returned, class... Arguments>
 Invoker invoker(QObject* (*instance)(), Returned (QObject::*method)(Arguments...),
                 std::vector<Parameter> parameters)
@@ -157,14 +157,14 @@ Invoker invoker(Returned (*function)(Arguments...), std::vector<Parameter> param
     };
 }
 
-/// A row: the operation's name, the operation, and its parameters in the order of the signature. Types follow
-/// from the signature, and directions where the row says nothing else; `qOverload<...>` picks one of several.
-/// The first parameter is named "deviceKey" wherever the operation takes one.
+/// A row: the operation's name, the member function, and its parameters in the order of the signature. Types
+/// and, by default, directions follow from the signature; `qOverload<...>` selects an overload. If the
+/// operation takes a device, its first parameter is named "deviceKey".
 template <class Class, class Returned, class... Arguments, std::size_t Count>
 Operation operation(const char* name, Returned (Class::*method)(Arguments...),
                     const RowParameter (&row)[Count])
 {
-    static_assert(Count == sizeof...(Arguments), "one name per parameter");
+    static_assert(Count == sizeof...(Arguments), "a row needs one entry per parameter");
     const RowParameter* next = row;
     const std::vector<Parameter> parameters{parameter<Arguments>(*next++)...};
     return {QString::fromLatin1(Class::staticMetaObject.className()), QString::fromLatin1(name), parameters,
@@ -172,12 +172,12 @@ Operation operation(const char* name, Returned (Class::*method)(Arguments...),
                     static_cast<Returned (QObject::*)(Arguments...)>(method), parameters)};
 }
 
-/// A row for an operation of @p Class whose own signature takes what nobody can write, such as a package or a
-/// callback: @p function calls it in a form that can be.
+/// A row for an operation of @p Class whose arguments cannot be written as text, such as a package or a
+/// callback. @p function calls it with arguments that can.
 template <class Class, class Returned, class... Arguments, std::size_t Count>
 Operation operation(const char* name, Returned (*function)(Arguments...), const RowParameter (&row)[Count])
 {
-    static_assert(Count == sizeof...(Arguments), "one name per parameter");
+    static_assert(Count == sizeof...(Arguments), "a row needs one entry per parameter");
     const RowParameter* next = row;
     const std::vector<Parameter> parameters{parameter<Arguments>(*next++)...};
     return {QString::fromLatin1(Class::staticMetaObject.className()), QString::fromLatin1(name), parameters,

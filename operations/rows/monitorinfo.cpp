@@ -10,7 +10,7 @@ namespace Tessel::Operations {
 
 namespace {
 
-/// Waits for the callback.
+/// Waits until the callback has been called.
 bool monitorData(const QString& deviceKey, QMap<QString, QVariant>& result)
 {
     QEventLoop loop;

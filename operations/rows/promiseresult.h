@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// For rows whose operation returns a promise: include it before the first such row.
+// For rows whose operation returns a promise. Include it before the first such row.
 #ifndef OPERATIONS_ROWS_PROMISERESULT_H
 #define OPERATIONS_ROWS_PROMISERESULT_H
 
@@ -14,7 +14,7 @@
 
 namespace Tessel::Operations {
 
-/// The result made of a record's properties.
+/// Converts a record to a map of its properties.
 inline QVariant toVariant(const Zeph::Serialize::Serializable& record)
 {
     return record.serialize(Zeph::Serialize::NoAttribute);
@@ -30,7 +30,7 @@ QVariant toVariant(const QList<Record>& records)
     return list;
 }
 
-/// A promise is waited for: the thread's event loop runs meanwhile.
+/// Waits for the promise; the thread's event loop runs in the meantime.
 template <class Value>
 struct ReturnValue<QtPromise::QPromise<Value>>
 {
@@ -54,7 +54,7 @@ struct ReturnValue<QtPromise::QPromise<Value>>
     }
 
 private:
-    /// Of the exception in flight. Anything but a text or an exception says nothing.
+    /// Describes the current exception; empty if it is neither a text nor a std::exception.
     static QString errorOfRejection()
     {
         try {

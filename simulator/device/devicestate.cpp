@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-// Larger bodies are kept as text: taken apart they would need many times their size.
+// Larger bodies are stored as text, because parsed they would need many times their size.
 constexpr std::size_t maxValueBytes = 256U << 10;
 constexpr std::size_t maxListBytes = 8U << 20;
 
@@ -24,7 +24,7 @@ std::string idOf(const RouteTable::Match& match)
     return match.values.empty() ? std::string() : match.values.front();
 }
 
-// The name may come under either member; it is kept under the one that the record has.
+// A client may send the name as either member; it is stored as the one that the record has.
 void renameMember(json& body, const char* from, const char* to)
 {
     if (body.is_object() && !body.contains(to) && body.contains(from)) {
@@ -219,7 +219,7 @@ void DeviceState::applyEffects(const RouteTable::Match& match, const ResourceSto
     }
 }
 
-// The cabinets that a write was for: those of the screen in its path, or those that its body names.
+// The cabinets addressed by a write: those of the screen in its path, or those named in its body.
 std::vector<std::string> DeviceState::addressedCabinets(const RouteTable::Match& match,
                                                         const ResourceStore::Written& written) const
 {

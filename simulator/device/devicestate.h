@@ -15,31 +15,31 @@
 
 namespace Tessel::Simulator {
 
-/// What a controller holds, and what reads and writes do to it: the change itself, its side effects on other
-/// resources, and the events that it causes. Operations may be called from any thread.
+/// The state of a controller. Reads and writes apply the change itself, its side effects on other resources
+/// and the events that it causes. Thread-safe.
 class DeviceState
 {
 public:
-    /// @p events takes what writes cause and has to outlive this.
+    /// @p events receives the events that writes cause, and must outlive this object.
     DeviceState(const Options& options, EventHub& events);
 
     /// Whether the controller has @p route, which may be null.
     bool serves(const Route* route) const;
 
-    // The route of a match that is read or written is one that the controller serves.
+    // A match passed to the following functions must have a route that the controller serves.
 
     Reply read(const RouteTable::Match& match);
-    /// What a client watches by reading again and again proceeds from one reading to the next.
+    /// A value that clients poll, such as the progress of an update, advances with each read.
     void advanceProgress(const Route& route);
 
     Reply write(const RouteTable::Match& match, nlohmann::json body);
     Reply writeJson(const RouteTable::Match& match, std::string text);
-    /// @p body is the whole file or its beginning, @p bodySize counts all of it.
+    /// @p body is the whole file or its beginning, @p bodySize the size of the whole.
     Reply writeFile(const RouteTable::Match& match, std::string_view contentType, std::string_view body,
                     std::uint64_t bodySize);
 
-    /// Takes new measurements and pushes a warning of the type @p eventType with @p data, or with the
-    /// measurements if that is null. @return the event's id; 0 if there is no warning of that name.
+    /// Takes new measurements and pushes a warning of the type @p eventType with @p data or, if that is null,
+    /// with the measurements. @return the event's id; 0 if there is no such warning.
     std::uint64_t warn(const std::string& eventType, const nlohmann::json& data);
     /// Restores the initial state.
     void reset();

@@ -8,32 +8,35 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tessel::Simulator {
 
 enum class Method { Get, Head, Put, Post, Delete, Options, Other };
 
-/// The verb of the device API that @p method stands for; none for OPTIONS and what no controller knows.
+/// The verb of the device API for @p method; 0 for OPTIONS and unknown methods.
 Verbs verbOf(Method method);
 
-/// A reply, ready to be put on the wire.
+/// A reply, before it is written as HTTP.
 struct Reply
 {
     int status = 200;
-    SharedText body; ///< null: none
+    SharedText body; ///< null if there is none
     std::string_view contentType = "application/json";
-    std::string allow; ///< for the Allow header; empty: none
+    std::string allow;                   ///< the Allow header; empty if there is none
+    std::string retryAfter;              ///< the Retry-After header; empty if there is none
+    std::vector<std::string> challenges; ///< the WWW-Authenticate headers
 };
 
 /// 200 with @p body.
 Reply successReply(SharedText body);
-/// A reply that is no resource: 404 and the like, in an envelope.
+/// An error reply such as 404: an envelope with @p message.
 Reply failureReply(int status, std::string_view message);
-/// What @p fault has in place of the device's own reply.
+/// The reply that @p fault scripts in place of the normal one.
 Reply faultReply(const Fault& fault);
 /// The reply to OPTIONS.
 Reply optionsReply(Verbs verbs);
-/// 405: a resource with @p verbs does not take @p method.
+/// 405, for a resource that supports @p verbs but not @p method.
 Reply notAllowedReply(const std::string& method, Verbs verbs);
 
 } // namespace Tessel::Simulator

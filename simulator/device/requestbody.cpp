@@ -21,7 +21,7 @@ bool isFileType(std::string_view contentType)
     return false;
 }
 
-// Query text may be no UTF-8; what is stored has to be.
+// A query may contain invalid UTF-8, but stored text must not.
 std::string validText(const std::string& text)
 {
     return json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();

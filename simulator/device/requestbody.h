@@ -16,12 +16,12 @@ namespace Tessel::Simulator {
 /// Whether a body of @p contentType for @p route, which may be null, is a file rather than JSON.
 bool isFile(std::string_view contentType, const Route* route);
 
-/// What a client can read of a file of @p size bytes that it sent.
+/// The JSON that describes an uploaded file of @p size bytes to clients.
 nlohmann::json fileDescription(std::string_view contentType, std::uint64_t size);
-/// The same for a form: the part that is a file, and all parts.
+/// The same for a multipart form, with its file and all of its parts.
 nlohmann::json formDescription(const std::vector<FormPart>& parts);
 
-/// The parameters of a query as an object of texts. A write without a body is made of them.
+/// The parameters of a query as an object of strings, which replaces the missing body of a write.
 nlohmann::json queryObject(std::string_view query);
 
 } // namespace Tessel::Simulator

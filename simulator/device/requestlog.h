@@ -15,7 +15,7 @@ namespace Tessel::Simulator {
 class RequestLog
 {
 public:
-    static constexpr std::size_t bodyBytes = 64U << 10; ///< how much of each body is kept
+    static constexpr std::size_t bodyBytes = 64U << 10; ///< the stored part of each body
 
     struct Entry
     {

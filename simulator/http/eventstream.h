@@ -3,13 +3,17 @@
 #define SIMULATOR_HTTP_EVENTSTREAM_H
 
 #include <simulator/http/httpserver.h>
+#include <simulator/http/wire.h>
 
+#include <optional>
 #include <string_view>
 
 namespace Tessel::Simulator {
 
 /// Turns a connection into an event stream that continues after the event @p lastId, unless that is empty.
-void startEventStream(Socket socket, std::shared_ptr<ServerContext> context, std::string_view lastId);
+/// @p fault may make it end, break or drip.
+void startEventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
+                      std::shared_ptr<Peer> peer, std::string_view lastId, const std::optional<Fault>& fault);
 
 } // namespace Tessel::Simulator
 

@@ -73,7 +73,8 @@ private:
             }
             if (error == net::error::no_descriptors || error == net::error::no_buffer_space ||
                 error == net::error::no_memory) {
-                self->acceptLater();
+                // Whoever holds half a request open must not keep out those that bring a whole one.
+                self->acceptLater(self->m_context->registry->makeRoom() ? 1 : 100);
                 return;
             }
             if (!error) {
@@ -83,18 +84,14 @@ private:
         });
     }
 
-    void acceptLater()
+    void acceptLater(int milliseconds)
     {
-        m_retry.expires_after(std::chrono::milliseconds(100));
+        m_retry.expires_after(std::chrono::milliseconds(milliseconds));
         m_retry.async_wait([self = shared()](error_code) { self->accept(); });
     }
 
     void take(Socket socket)
     {
-        const auto limit = static_cast<std::size_t>(std::max(1, m_context->device.options().maxConnections));
-        if (m_context->registry->size() > limit) {
-            return;
-        }
         error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
         startHttpSession(std::move(socket), m_context);
@@ -121,18 +118,20 @@ private:
         if (m_closed) {
             return;
         }
-        const auto limit = std::chrono::milliseconds(std::max(100, m_context->device.options().idleTimeout));
-        m_sweep.expires_after(std::max<std::chrono::milliseconds>(limit / 4, std::chrono::milliseconds(50)));
-        m_sweep.async_wait([self = shared(), limit](error_code error) {
+        const Options& options = m_context->device.options();
+        const auto limit = [](int milliseconds) {
+            return std::chrono::milliseconds(std::max(100, milliseconds));
+        };
+        const TimeLimits limits{limit(options.idleTimeout), limit(options.headTimeout),
+                                limit(options.bodyTimeout)};
+        m_sweep.expires_after(std::min({limits.idle, limits.head, limits.body}) / 4);
+        m_sweep.async_wait([self = shared(), limits](error_code error) {
             if (error) {
                 return;
             }
-            const auto now = std::chrono::steady_clock::now();
-            self->m_context->registry->forEach([&](Connection& connection) {
-                if (connection.kind() == Kind::Session) {
-                    connection.closeIfIdle(now, limit);
-                }
-            });
+            const auto now = Clock::now();
+            self->m_context->registry->forEach(
+                [&](Connection& connection) { connection.closeIfOverdue(now, limits); });
             self->sweep();
         });
     }
@@ -148,8 +147,8 @@ private:
 
 } // namespace
 
-HttpServer::HttpServer(net::io_context& io, Device& device)
-    : m_context(std::make_shared<ServerContext>(device))
+HttpServer::HttpServer(net::io_context& io, Device& device, std::shared_ptr<const Certificate> certificate)
+    : m_context(std::make_shared<ServerContext>(device, std::move(certificate)))
 {
     const auto listener = std::make_shared<Listener>(io, m_context);
     m_port = listener->port();

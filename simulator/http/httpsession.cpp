@@ -2,19 +2,20 @@
 #include <simulator/http/httpsession.h>
 
 #include <simulator/http/eventstream.h>
+#include <simulator/http/framing.h>
+#include <simulator/http/replyscript.h>
+#include <simulator/http/wire.h>
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/read_size.hpp>
 #include <boost/beast/http/buffer_body.hpp>
+#include <boost/beast/http/error.hpp>
 #include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/read.hpp>
-#include <boost/beast/http/serializer.hpp>
-#include <boost/beast/http/span_body.hpp>
-#include <boost/beast/http/write.hpp>
 
-#include <charconv>
+#include <array>
 #include <optional>
 
 namespace Tessel::Simulator {
@@ -24,11 +25,8 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 using boost::system::error_code;
 using Parser = http::request_parser<http::buffer_body>;
-using Response = http::response<http::span_body<const char>>;
 
 constexpr std::size_t readChunk = 64U << 10;
-// The limit of all bodies being received together.
-constexpr std::uint64_t maxBodyBytes = 1ULL << 30;
 
 std::string_view view(beast::string_view text)
 {
@@ -58,36 +56,40 @@ Method methodOf(http::verb verb)
 class HttpSession : public Connection
 {
 public:
-    HttpSession(Socket socket, std::shared_ptr<ServerContext> context)
-        : Connection(Kind::Session, context->registry)
+    HttpSession(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
+                std::shared_ptr<Peer> peer)
+        : Connection(Kind::Session, context->registry, std::move(peer))
         , m_context(std::move(context))
-        , m_socket(std::move(socket))
-        , m_delay(m_socket.get_executor())
+        , m_wire(std::move(wire))
+        , m_delay(m_wire->get_executor())
         , m_buffer(maxBuffer())
-    {}
-
-    ~HttpSession() override
     {
-        finishRequest(0);
-        error_code ignored;
-        m_socket.close(ignored);
+        m_wire->setActivity(activity());
     }
+
+    ~HttpSession() override { finishRequest(0); }
 
     void start()
     {
-        net::dispatch(m_socket.get_executor(), [self = shared()] { self->readHead(); });
+        net::dispatch(m_wire->get_executor(), [self = shared()] {
+            if (self->m_wire->isEncrypted()) {
+                self->shakeHands();
+            } else {
+                self->beginRequest();
+            }
+        });
     }
 
     void close() override
     {
-        net::post(m_socket.get_executor(), [self = shared()] { self->end(); });
+        post([](HttpSession& self) { self.end(); });
     }
 
     void closeForLogout() override
     {
-        net::post(m_socket.get_executor(), [self = shared()] {
-            if (!self->m_isControl) {
-                self->end();
+        post([](HttpSession& self) {
+            if (!self.m_isControl) {
+                self.end();
             }
         });
     }
@@ -99,54 +101,138 @@ private:
     }
     Device& device() { return m_context->device; }
 
+    template <typename Action>
+    void post(Action action)
+    {
+        net::post(m_delay.get_executor(), [self = shared(), action] { action(*self); });
+    }
+
     std::size_t maxBuffer() const
     {
         return static_cast<std::size_t>(std::max(1024, m_context->device.options().headerLimit)) + readChunk;
     }
 
+    // The wire is gone when the connection has become an event stream.
     void end()
     {
-        error_code ignored;
         m_delay.cancel();
-        m_socket.close(ignored);
+        if (m_wire) {
+            m_wire->close();
+        }
     }
 
     // The client sees a broken connection instead of a reply.
     void cut()
     {
-        error_code ignored;
-        m_socket.set_option(net::socket_base::linger(true, 0), ignored);
-        end();
+        m_delay.cancel();
+        m_wire->reset();
     }
 
-    void readHead()
+    // It has to be done in the time of a head.
+    void shakeHands()
     {
-        if (!m_socket.is_open()) {
+        m_wire->async_handshake([self = shared()](error_code error) {
+            if (error) {
+                self->end();
+            } else {
+                self->beginRequest();
+            }
+        });
+    }
+
+    void beginRequest()
+    {
+        if (!m_wire->isOpen()) {
             return;
         }
         m_parser.emplace();
         m_parser->header_limit(static_cast<std::uint32_t>(std::max(1024, device().options().headerLimit)));
         m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
-        http::async_read_header(m_socket, m_buffer, *m_parser,
-                                [self = shared()](error_code error, std::size_t) { self->onHead(error); });
+        if (m_buffer.size() > 0) {
+            enter(Phase::Head);
+            parseHead();
+        } else {
+            fill([](HttpSession& self) {
+                if (self.phase() != Phase::Opening) {
+                    self.enter(Phase::Head);
+                }
+                self.parseHead();
+            });
+        }
     }
 
-    void onHead(error_code error)
+    // Reads what has come, and goes on with @p next.
+    template <typename Next>
+    void fill(Next next)
     {
-        touch();
-        if (error) {
-            refuse(error);
+        const std::size_t room = beast::read_size(m_buffer, readChunk);
+        if (room == 0) {
+            refuse(431, "the head is too large");
             return;
         }
+        m_isReading = true;
+        m_wire->async_read_some(m_buffer.prepare(room),
+                                [self = shared(), next](error_code error, std::size_t bytes) {
+                                    self->m_isReading = false;
+                                    if (error) {
+                                        self->end();
+                                        return;
+                                    }
+                                    if (self->m_isEnding) {
+                                        self->drain(bytes);
+                                        return;
+                                    }
+                                    self->m_delay.cancel();
+                                    self->m_buffer.commit(bytes);
+                                    next(*self);
+                                });
+    }
+
+    void parseHead()
+    {
+        error_code error;
+        while (!error && !m_parser->is_header_done()) {
+            const auto used = m_parser->put(m_buffer.data(), error);
+            const std::string_view lines(static_cast<const char*>(m_buffer.data().data()), used);
+            if (const char* const mistake = lineMistake(lines)) {
+                refuse(400, mistake);
+                return;
+            }
+            m_buffer.consume(used);
+        }
+        if (error == http::error::need_more) {
+            fill([](HttpSession& self) { self.parseHead(); });
+        } else if (error) {
+            refuse(error);
+        } else if (const char* const mistake = framingMistake(m_parser->get())) {
+            refuse(400, mistake);
+        } else {
+            onHead();
+        }
+    }
+
+    void onHead()
+    {
         const auto& request = m_parser->get();
         m_exchange.emplace(device().open(methodOf(request.method()), view(request.method_string()),
-                                         view(request.target()), view(request[http::field::content_type])));
+                                         view(request.target()), view(request[http::field::content_type]),
+                                         view(request[http::field::authorization])));
         if (m_exchange->kind == Device::Exchange::Kind::Refused) {
             cut();
             return;
         }
-        const bool waits =
-            beast::iequals(request[http::field::expect], "100-continue") && !m_parser->is_done();
+        if (m_parser->is_done()) {
+            onRequest();
+            return;
+        }
+        const bool waits = beast::iequals(request[http::field::expect], "100-continue");
+        if (waits && m_exchange->kind == Device::Exchange::Kind::LoggedOff) {
+            m_keepAlive = false;
+            send(device().respond(*m_exchange, {}, 0));
+            return;
+        }
+        m_parser->eager(true);
+        enter(Phase::Body);
         if (waits) {
             sendContinue();
         } else {
@@ -157,7 +243,7 @@ private:
     void sendContinue()
     {
         static constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
-        net::async_write(m_socket, net::buffer(text.data(), text.size()),
+        net::async_write(*m_wire, net::buffer(text.data(), text.size()),
                          [self = shared()](error_code error, std::size_t) {
                              if (!error) {
                                  self->readBody();
@@ -167,56 +253,64 @@ private:
 
     void readBody()
     {
+        m_chunk.resize(readChunk);
+        while (m_buffer.size() > 0 && !m_parser->is_done()) {
+            auto& body = m_parser->get().body();
+            body.data = m_chunk.data();
+            body.size = m_chunk.size();
+            error_code error;
+            const auto used = m_parser->put(m_buffer.data(), error);
+            m_buffer.consume(used);
+            if (!keepBody(m_chunk.size() - body.size)) {
+                refuse(503, "too many request bodies at once");
+                return;
+            }
+            if (error == http::error::need_more || (!error && used == 0)) {
+                break;
+            }
+            if (error && error != http::error::need_buffer) {
+                refuse(error);
+                return;
+            }
+        }
         if (m_parser->is_done()) {
             onRequest();
-            return;
+        } else {
+            fill([](HttpSession& self) { self.readBody(); });
         }
-        if (m_chunk.empty()) {
-            m_chunk.resize(readChunk);
-        }
-        auto& body = m_parser->get().body();
-        body.data = m_chunk.data();
-        body.size = m_chunk.size();
-        http::async_read(m_socket, m_buffer, *m_parser,
-                         [self = shared()](error_code error, std::size_t) { self->onBody(error); });
     }
 
-    void onBody(error_code error)
+    // Takes the first @p received bytes of the chunk. @return whether there was memory for them.
+    bool keepBody(std::size_t received)
     {
-        touch();
-        if (error && error != http::error::need_buffer) {
-            refuse(error);
-            return;
-        }
-        const auto received = m_chunk.size() - m_parser->get().body().size;
         const auto wanted =
             m_exchange->keepsBody ? received : std::min(received, RequestLog::bodyBytes - m_body.size());
+        const auto limit = static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyMemory));
+        countBody(received);
         m_bodySize += received;
         m_heldBytes += wanted;
+        peer()->bodyBytes += wanted;
         m_context->bodyBytes += wanted;
         m_body.append(m_chunk.data(), wanted);
-        if (m_context->bodyBytes > maxBodyBytes) {
-            m_keepAlive = false;
-            send(failureReply(503, "too many request bodies at once"));
-            return;
-        }
-        readBody();
+        return m_context->bodyBytes <= limit && peer()->bodyBytes <= limit / 2;
     }
 
     // Invalid HTTP and exceeded limits are answered with their status, and the connection is closed.
     void refuse(error_code error)
     {
-        m_keepAlive = false;
         if (error == http::error::body_limit) {
-            send(failureReply(413, "the body is too large"));
+            refuse(413, "the body is too large");
         } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-            send(failureReply(431, "the head is too large"));
-        } else if (error == http::error::end_of_stream || error == http::error::partial_message ||
-                   error.category() == boost::system::system_category() || error == net::error::eof) {
-            end();
+            refuse(431, "the head is too large");
         } else {
-            send(failureReply(400, "not a valid HTTP request"));
+            refuse(400, "not a valid HTTP request");
         }
+    }
+
+    void refuse(int status, std::string_view message)
+    {
+        m_keepAlive = false;
+        send(failureReply(status, message));
     }
 
     void onRequest()
@@ -224,18 +318,14 @@ private:
         const auto& request = m_parser->get();
         m_keepAlive = request.keep_alive();
         m_http10 = request.version() < 11;
+        enter(Phase::Serving);
         const auto& fault = m_exchange->fault;
         if (fault && fault->cut == Fault::Cut::Stall) {
             waitForEnd();
             return;
         }
         if (m_exchange->delay.count() > 0) {
-            m_delay.expires_after(m_exchange->delay);
-            m_delay.async_wait([self = shared()](error_code error) {
-                if (!error) {
-                    self->serve();
-                }
-            });
+            later(m_exchange->delay, [](HttpSession& self) { self.serve(); });
             return;
         }
         serve();
@@ -244,7 +334,7 @@ private:
     void waitForEnd()
     {
         m_chunk.resize(readChunk);
-        m_socket.async_read_some(net::buffer(m_chunk), [self = shared()](error_code error, std::size_t) {
+        m_wire->async_read_some(net::buffer(m_chunk), [self = shared()](error_code error, std::size_t) {
             if (error) {
                 self->end();
             } else {
@@ -256,15 +346,17 @@ private:
     void serve()
     {
         const auto& fault = m_exchange->fault;
-        if (fault && fault->cut == Fault::Cut::Close) {
+        if (fault && (fault->cut == Fault::Cut::Close || fault->cut == Fault::Cut::End)) {
+            const bool breaks = fault->cut == Fault::Cut::Close;
             finishRequest(0);
-            cut();
+            breaks ? cut() : end();
             return;
         }
         if (m_exchange->kind == Device::Exchange::Kind::EventStream) {
             const std::string lastId(view(m_parser->get()["Last-Event-ID"]));
+            const std::optional<Fault> streamFault = fault;
             finishRequest(200);
-            startEventStream(std::move(m_socket), m_context, lastId);
+            startEventStream(std::move(m_wire), m_context, peer(), lastId, streamFault);
             return;
         }
         std::string logged =
@@ -272,60 +364,134 @@ private:
         releaseBody();
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
-        m_truncate = fault && fault->cut == Fault::Cut::Truncate;
-        send(std::move(reply));
+        if (fault && needsScript(fault->cut)) {
+            sendScripted(*fault, std::move(reply));
+        } else {
+            send(std::move(reply));
+        }
     }
+
+    KeepAlive keepAlive() const
+    {
+        return !m_keepAlive ? KeepAlive::No : m_http10 ? KeepAlive::Told : KeepAlive::Implied;
+    }
+    bool answersHead() const { return m_exchange && m_exchange->method == Method::Head; }
 
     void send(Reply reply)
     {
         m_reply = std::move(reply);
         const std::size_t size = m_reply.body ? m_reply.body->size() : 0;
-        const bool bodiless = m_reply.status == 204 || m_reply.status == 304;
-        const bool headOnly = m_exchange && m_exchange->method == Method::Head;
-        m_keepAlive = m_keepAlive && !m_truncate;
-        Response& response = m_response.emplace();
-        response.version(11);
-        response.result(static_cast<unsigned>(m_reply.status));
-        if (!bodiless) {
-            response.set(http::field::content_type,
-                         beast::string_view(m_reply.contentType.data(), m_reply.contentType.size()));
-            response.content_length(size);
-        }
-        if (!m_reply.allow.empty()) {
-            response.set(http::field::allow, m_reply.allow);
-        }
-        if (!m_keepAlive) {
-            response.set(http::field::connection, "close");
-        } else if (m_http10) {
-            response.set(http::field::connection, "keep-alive");
-        }
-        const std::size_t sent = headOnly || bodiless ? 0 : m_truncate ? size / 2 : size;
-        if (sent > 0) {
-            response.body() = {m_reply.body->data(), sent};
-        }
-        m_serializer.emplace(response);
+        const bool bodiless = m_reply.status == 204 || m_reply.status == 304 || answersHead();
+        m_head = headOf(m_reply, size, keepAlive());
+        const std::array<net::const_buffer, 2> buffers{
+            net::buffer(m_head), bodiless || size == 0 ? net::const_buffer() : net::buffer(*m_reply.body)};
+        beginWriting(m_reply.status);
+        net::async_write(*m_wire, buffers,
+                         [self = shared()](error_code error, std::size_t) { self->onSent(error); });
+    }
+
+    void beginWriting(int status)
+    {
         // A client that has the reply must find its request in the log.
         m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
-        finishRequest(m_reply.status);
-        http::async_write(m_socket, *m_serializer,
-                          [self = shared()](error_code error, std::size_t) { self->onSent(error); });
+        finishRequest(status);
+        enter(Phase::Writing);
+    }
+
+    void sendScripted(const Fault& fault, Reply reply)
+    {
+        m_script = scriptFor(fault, reply, answersHead(), keepAlive());
+        beginWriting(reply.status);
+        sendPiece(0, m_script.first);
+    }
+
+    void sendPiece(std::size_t from, std::size_t size)
+    {
+        const auto piece = net::buffer(m_script.bytes.data() + from, size);
+        net::async_write(*m_wire, piece,
+                         [self = shared(), next = from + size](error_code error, std::size_t) {
+                             if (error) {
+                                 self->end();
+                             } else if (next < self->m_script.bytes.size()) {
+                                 self->later(self->m_script.pause, [next](HttpSession& session) {
+                                     session.sendPiece(next, std::min(session.m_script.step,
+                                                                      session.m_script.bytes.size() - next));
+                                 });
+                             } else {
+                                 self->endScript();
+                             }
+                         });
+    }
+
+    void endScript()
+    {
+        if (m_script.end == ReplyScript::End::Close) {
+            end();
+            return;
+        }
+        if (m_script.end == ReplyScript::End::Reset) {
+            later(m_script.pause, [](HttpSession& self) { self.cut(); });
+            return;
+        }
+        if (!m_script.notice.empty() && m_keepAlive) {
+            later(m_script.pause, [](HttpSession& self) { self.sendNotice(); });
+        }
+        onSent({});
+    }
+
+    template <typename Action>
+    void later(std::chrono::milliseconds pause, Action action)
+    {
+        // It may have been closed since the operation that calls this was done; nobody would end the wait.
+        if (!m_wire->isOpen()) {
+            return;
+        }
+        enter(Phase::Serving);
+        m_delay.expires_after(pause);
+        m_delay.async_wait([self = shared(), action](error_code error) {
+            if (!error) {
+                action(*self);
+            }
+        });
+    }
+
+    void sendNotice()
+    {
+        if (phase() != Phase::Idle) {
+            return;
+        }
+        m_isEnding = true;
+        net::async_write(*m_wire, net::buffer(m_script.notice),
+                         [self = shared()](error_code, std::size_t) { self->finishConnection(); });
     }
 
     void onSent(error_code error)
     {
-        touch();
         m_isControl = false;
         m_reply = {};
-        if (error || m_truncate) {
+        enter(Phase::Idle);
+        if (error) {
             end();
         } else if (m_keepAlive) {
-            readHead();
+            beginRequest();
         } else {
-            // The client may still be sending; closing at once would destroy the reply in transit.
-            error_code ignored;
-            m_socket.shutdown(tcp::socket::shutdown_send, ignored);
-            drain(0);
+            m_isEnding = true;
+            finishConnection();
         }
+    }
+
+    // The client may still be sending; closing at once would destroy the reply in transit. It has the time of
+    // a head for it.
+    void finishConnection()
+    {
+        enter(Phase::Head);
+        m_wire->endWriting([self = shared()] {
+            if (self->m_wire->isEncrypted()) {
+                self->end();
+            } else if (!self->m_isReading) {
+                self->drain(0);
+            }
+        });
     }
 
     void drain(std::size_t drained)
@@ -337,19 +503,20 @@ private:
             return;
         }
         m_chunk.resize(readChunk);
-        m_socket.async_read_some(net::buffer(m_chunk),
-                                 [self = shared(), drained](error_code error, std::size_t bytes) {
-                                     if (error) {
-                                         self->end();
-                                     } else {
-                                         self->drain(drained + bytes);
-                                     }
-                                 });
+        m_wire->async_read_some(net::buffer(m_chunk),
+                                [self = shared(), drained](error_code error, std::size_t bytes) {
+                                    if (error) {
+                                        self->end();
+                                    } else {
+                                        self->drain(drained + bytes);
+                                    }
+                                });
     }
 
     void releaseBody()
     {
         m_context->bodyBytes -= m_heldBytes;
+        peer()->bodyBytes -= m_heldBytes;
         m_heldBytes = 0;
     }
 
@@ -365,7 +532,7 @@ private:
     }
 
     const std::shared_ptr<ServerContext> m_context;
-    Socket m_socket;
+    std::unique_ptr<Wire> m_wire;
     Timer m_delay;
     beast::flat_buffer m_buffer;
     std::optional<Parser> m_parser;
@@ -376,11 +543,12 @@ private:
     std::uint64_t m_bodySize = 0;
     std::uint64_t m_heldBytes = 0; ///< its share of ServerContext::bodyBytes
     Reply m_reply;
-    std::optional<Response> m_response;
-    std::optional<http::response_serializer<Response::body_type, Response::fields_type>> m_serializer;
+    std::string m_head;
     bool m_keepAlive = true;
     bool m_http10 = false;
-    bool m_truncate = false;
+    bool m_isReading = false; ///< for a request or a part of it
+    bool m_isEnding = false;  ///< no further request is taken
+    ReplyScript m_script;
 };
 
 } // namespace
@@ -388,8 +556,20 @@ private:
 void startHttpSession(Socket socket, std::shared_ptr<ServerContext> context)
 {
     const auto registry = context->registry;
-    const auto session = std::make_shared<HttpSession>(std::move(socket), std::move(context));
-    if (registry->add(session)) {
+    const Options& options = context->device.options();
+    error_code error;
+    const tcp::endpoint remote = socket.remote_endpoint(error);
+    if (error) {
+        return;
+    }
+    const auto limit = [](int count) { return static_cast<std::size_t>(std::max(1, count)); };
+    const ConnectionLimits limits{limit(options.maxConnections), limit(options.maxConnectionsPerPeer),
+                                  limit(options.maxHalfOpen), limit(options.maxHalfOpenPerPeer)};
+    net::ssl::context* const tls = context->certificate ? &context->certificate->context() : nullptr;
+    const auto session =
+        std::make_shared<HttpSession>(std::make_unique<Wire>(std::move(socket), tls), std::move(context),
+                                      registry->peerAt(remote.address()));
+    if (registry->admit(session, limits)) {
         session->start();
     }
 }

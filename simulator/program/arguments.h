@@ -6,16 +6,17 @@
 
 namespace Tessel::Simulator {
 
-/// What the command line of tessel-sim asks for.
+/// The parsed command line of tessel-sim.
 struct Arguments
 {
-    Options options; ///< of the first controller
+    Options options;         ///< of the first controller
+    QString certificateFile; ///< where the certificates go; empty: nowhere
     int devices = 1;
     int threads = 1;
 };
 
-/// Reads the command line. @return false when the program is to end with @p exitCode: after a mistake, which
-/// has been printed, or after help and version.
+/// Parses the command line. @return false if the program should exit with @p exitCode: after an error, which
+/// has been printed, or after --help and --version.
 bool parseArguments(int argc, char** argv, Arguments& arguments, int& exitCode);
 
 } // namespace Tessel::Simulator

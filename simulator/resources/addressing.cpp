@@ -16,7 +16,7 @@ constexpr const char* idMembers[] = {
     "screenID", "screenIDs", "screenId", "screenIds", "inputId",   "inputID",   "outputId",   "outputID",
 };
 
-// Some of these are ordinary members in the body of a cabinet or a pipeline, and not its address.
+// In the body of a cabinet or a pipeline some of these are ordinary members, not an address.
 bool isAddress(Family family, std::string_view member)
 {
     const bool input = member.substr(0, 5) == "input";
@@ -61,7 +61,7 @@ bool isPlaceholder(const std::string& id)
 
 std::optional<Addressed> addressed(Family family, std::size_t count, const json& body)
 {
-    // Twice as many as the largest wall has cabinets. A body may name one again and again.
+    // Twice the number of cabinets of the largest wall, because a body may name an instance repeatedly.
     constexpr std::size_t limit = 20000;
     Addressed result;
     const auto address = [&](const json& object, const char* member) {

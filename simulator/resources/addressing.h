@@ -19,16 +19,16 @@ namespace Tessel::Simulator {
 /// null if it names none.
 const char* addressMember(Family family, const nlohmann::json& body);
 
-/// Whom the body of a write to all instances of a family is for.
+/// The instances addressed by the body of a write to a family.
 struct Addressed
 {
     bool all = false;
-    /// By index, each with the members that are written to it.
+    /// By index, with the members to write to each.
     std::vector<std::pair<std::size_t, nlohmann::json>> instances;
 };
 
-/// Whom @p body addresses of the @p count instances of @p family. Nothing when it has a shape that names
-/// nobody, or names more than a controller takes.
+/// The instances that @p body addresses among the @p count instances of @p family. None if its shape
+/// addresses no instance, or if it names more than a controller accepts.
 std::optional<Addressed> addressed(Family family, std::size_t count, const nlohmann::json& body);
 
 /// The text of an id, which may be given as text or as a number; empty for anything else.

@@ -20,7 +20,7 @@ Collection::Collection(std::size_t count, std::string idMember, Maker make)
 
 bool Collection::fits(const json& written, const json& patch) const
 {
-    // Of all records together, each of which may hold its share.
+    // The limit for all records together; each record gets an equal share.
     constexpr std::size_t limit = 256U << 20;
     return footprint(written) + footprint(patch) <= limit / std::max<std::size_t>(m_count, 1);
 }

@@ -5,8 +5,7 @@ namespace Tessel::Simulator {
 namespace {
 
 constexpr std::size_t maxBytes = 256U << 20;
-// Of each family: a client can make up as many paths as it likes, and small replies cost more than their
-// text.
+// Per family. A client can invent any number of paths, and a small reply costs more than its text.
 constexpr std::size_t maxReplies = 8192;
 
 std::string keyOf(const Route& route, const std::string& id)

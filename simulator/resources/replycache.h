@@ -12,15 +12,15 @@
 
 namespace Tessel::Simulator {
 
-/// Replies that were made before, kept until something of their family is written: most requests read lists
-/// that nobody has changed. Starts anew when it holds too much. Not thread-safe.
+/// Caches generated replies until a resource of the same family is written, since most requests read
+/// unchanged lists. Cleared when it grows too large. Not thread-safe.
 class ReplyCache
 {
 public:
-    /// Null when the reply is not kept.
+    /// Null if the reply is not cached.
     SharedText find(const Route& route, const std::string& id) const;
     void insert(const Route& route, const std::string& id, SharedText reply);
-    /// Forgets the replies of a family, and of those that show it.
+    /// Drops the replies of a family and of the families that include its data.
     void invalidate(Family family);
     void clear();
 

@@ -289,7 +289,7 @@ ResourceStore::Written ResourceStore::writePlural(const Route& route, const json
 {
     const auto addressees = addressed(route.family, records(route.family).size(), body);
     if (!addressees) {
-        // A shape that names nobody: the route itself keeps it and gives it back.
+        // A body that addresses no instance is stored and returned by the route itself.
         Written result = writeProperty(route, {}, body);
         result.ids.clear();
         return result;

@@ -14,7 +14,7 @@ json screenRecord(const Wall& wall, const Collection& screens, const Collection&
     if (screen.contains("subScreens")) {
         return screen;
     }
-    // A multi-screen controller feeds the upper and the lower half of a screen from an input each.
+    // A multi-screen controller feeds the upper and the lower half of a screen from separate inputs.
     const auto [first, last] = wall.cabinetsOf(index);
     const auto columns = wall.columnsOf(index);
     const auto rows = wall.rowsOf(index);

@@ -9,8 +9,8 @@
 
 namespace Tessel::Simulator {
 
-/// What the routes that list screens with their sub-screens and cabinets give, as JSON: the single-screen
-/// route describes the first screen at the top level, and on a multi-screen controller lists all as well.
+/// The JSON returned by the routes that list screens with their sub-screens and cabinets. The single-screen
+/// route describes the first screen at the top level; on a multi-screen controller it also lists all screens.
 std::string screenList(const Wall& wall, const Collection& screens, const Collection& cabinets,
                        bool multiScreenRoute);
 

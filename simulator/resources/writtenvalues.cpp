@@ -4,7 +4,7 @@
 namespace Tessel::Simulator {
 namespace {
 
-// Whoever writes to a simulator must not fill the memory of its machine.
+// Clients must not be able to exhaust the memory of the simulator's machine.
 constexpr std::size_t maxBytes = 512U << 20;
 
 } // namespace

@@ -13,30 +13,30 @@
 
 namespace Tessel::Simulator {
 
-/// The values of properties as clients wrote them, within a bound on their memory. Not thread-safe.
+/// Property values written by clients, up to a limit on their memory. Not thread-safe.
 class WrittenValues
 {
 public:
     struct Value
     {
         nlohmann::json data;
-        SharedText text; ///< set: holds the value instead of data
+        SharedText text; ///< the value, if it is not stored as data
         std::size_t cost = 0;
     };
     struct Property
     {
         std::optional<Value> all;                   ///< written to all instances at once
-        std::unordered_map<std::string, Value> own; ///< by instance; "" for what belongs to no instance
+        std::unordered_map<std::string, Value> own; ///< by instance; "" for values that belong to no instance
     };
 
-    /// Null when nothing of it was written.
+    /// Null if nothing has been written to the property.
     const Property* find(const std::string& property) const;
-    /// What was written to this instance itself; null when nothing was.
+    /// The value written to this instance itself; null if there is none.
     const Value* find(const std::string& property, const std::string& id) const;
     Property& operator[](const std::string& property) { return m_properties[property]; }
 
-    /// Puts @p value into @p slot, a value of this. @return false, with the slot as it was, when there is no
-    /// room.
+    /// Stores @p value in @p slot, which must belong to this object. @return false, with the slot unchanged,
+    /// if the limit would be exceeded.
     bool keep(Value& slot, Value value);
     void erase(const std::string& property, const std::string& id);
     void clear();

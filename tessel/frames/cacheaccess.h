@@ -63,8 +63,10 @@ bool copyElementWhere(const QList<QVariant>& list, Matches matches, QMap<QString
 /// matches.
 inline bool copyElement(const QList<QVariant>& list, const QString& id, QMap<QString, QVariant>& out)
 {
+    // Not ==, for which "02" and 2 are equal with Qt 6.
     return copyElementWhere(
-        list, [wanted = QVariant(id)](const QVariant& found) { return wanted == found; }, out);
+        list, [&id](const QVariant& found) { return found.canConvert<QString>() && found.toString() == id; },
+        out);
 }
 
 } // namespace Tessel

@@ -8,7 +8,7 @@ namespace Tessel {
 
 using Krelm::Communicator::HttpDevice::HttpJsonPackage;
 
-/// An output that takes the elements of the reply's array as parsed instead of flattened.
+/// An output for the elements of the reply's array as parsed, instead of flattened.
 struct AsParsed
 {
     QList<QVariant>& list;
@@ -18,8 +18,28 @@ inline AsParsed asParsed(QList<QVariant>& list)
     return {list};
 }
 
-/// The part of a reply that an output receives; its type selects the decoder. Containers are empty after a
-/// failure.
+/// An output for the reply's headers.
+struct ResponseHeaders
+{
+    QMap<QString, QString>& headers;
+};
+inline ResponseHeaders responseHeaders(QMap<QString, QString>& headers)
+{
+    return {headers};
+}
+
+/// An output for the reply's HTTP status; 0 if there was no reply.
+struct HttpStatus
+{
+    int& status;
+};
+inline HttpStatus httpStatus(int& status)
+{
+    return {status};
+}
+
+/// Fills an output from a reply: from its body, unless the output says otherwise. Containers are empty after
+/// a failure.
 inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
 {
     out = package.getRoutesJsonMap();
@@ -32,15 +52,13 @@ inline void decode(const HttpJsonPackage& package, const AsParsed& out)
 {
     out.list = package.getJsonDataListMap();
 }
-/// The reply's headers.
-inline void decode(const HttpJsonPackage& package, QMap<QString, QString>& out)
+inline void decode(const HttpJsonPackage& package, const ResponseHeaders& out)
 {
-    out = package.responseHeader();
+    out.headers = package.responseHeader();
 }
-/// The reply's HTTP status.
-inline void decode(const HttpJsonPackage& package, int& out)
+inline void decode(const HttpJsonPackage& package, const HttpStatus& out)
 {
-    out = package.replyStatus;
+    out.status = package.replyStatus;
 }
 
 inline bool succeeded(const HttpJsonPackage& package)

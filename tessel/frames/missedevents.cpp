@@ -18,7 +18,7 @@ QByteArray eventText(const EventRow& row)
         object.insert(QLatin1String(row.text.kind.key), QLatin1String(row.text.kind.text));
     }
     if (row.text.payload) {
-        // No element is named: it may be any of them.
+        // Without naming an element, since any of them may have changed.
         object.insert(QLatin1String(row.text.payload),
                       row.text.form == EventForm::Envelope ? QJsonValue(QJsonObject()) : QJsonValue(0));
     }
@@ -38,7 +38,7 @@ QByteArrayList refreshingEvents()
     return events;
 }
 
-// By name: a transport that knows no such report is used as it is.
+// Called by name, so that a transport without such a report can be used too.
 void reportMissedEvents()
 {
     using Krelm::Communicator::HttpDevice::HttpProxy;

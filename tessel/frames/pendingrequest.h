@@ -45,14 +45,14 @@ public:
         });
     }
 
-    /// Sends a GET and passes the answered package, whatever its state, to @p takeOver, which then owns it.
-    template <class TakeOver>
-    void get(const QString& deviceKey, TakeOver takeOver)
+    /// Sends a GET and passes the answered package, whatever its state, to @p receive, which then owns it.
+    template <class Receive>
+    void get(const QString& deviceKey, Receive receive)
     {
         HttpJsonPackage* package = m_package.release();
         HttpProxy::getInstance()->get(deviceKey, package);
         QObject::connect(package, &HttpJsonPackage::readyRead, package,
-                         [takeOver](HttpJsonPackage* reply) { takeOver(reply); });
+                         [receive](HttpJsonPackage* reply) { receive(reply); });
     }
 
     /// Sends a PUT and calls @p answered with the reply, whatever its state, unless @p context has been

@@ -63,7 +63,7 @@ public:
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
         // After the connections above, so that an event is printed before the signals that it causes.
         for (const QObject* one : allOperators()) {
-            m_catcher.hear(one);
+            m_catcher.watch(one);
         }
     }
 

@@ -17,6 +17,11 @@ bool isMap(const QVariant& value)
     return value.userType() == QMetaType::QVariantMap;
 }
 
+bool isText(const QVariant& value)
+{
+    return value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray;
+}
+
 bool isNested(const QVariant& value)
 {
     return isMap(value) || value.userType() == QMetaType::QVariantList;
@@ -98,7 +103,7 @@ QString aligned(const QList<QStringList>& rows)
 QString humanText(const QVariant& value)
 {
     const QVariantMap map = value.toMap();
-    const QVariantList list = value.toList();
+    const QVariantList list = isText(value) ? QVariantList() : value.toList(); // of characters, with Qt 6
     if (isMap(value) && !map.isEmpty()) {
         return keysAndValues(map);
     }
@@ -116,7 +121,7 @@ QString humanText(const QVariant& value)
 
 QString formatInline(const QVariant& value)
 {
-    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray) {
+    if (isText(value)) {
         return printable(value.toString());
     }
     return QString::fromUtf8(toJson(value, false));

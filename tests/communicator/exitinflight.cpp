@@ -80,8 +80,8 @@ bool loopEnds()
         QFile name(threads.filePath(thread + QStringLiteral("/comm")));
         return name.open(QIODevice::ReadOnly) && name.readAll() == "tessel-io\n";
     };
-    const QDeadlineTimer patience(10000);
-    while (!patience.hasExpired()) {
+    const QDeadlineTimer deadline(10000);
+    while (!deadline.hasExpired()) {
         const QStringList all = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         if (std::none_of(all.cbegin(), all.cend(), isLoop)) {
             return true;

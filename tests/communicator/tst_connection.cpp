@@ -34,6 +34,8 @@ class TestConnection : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void aRecordOfTlsHasTheSizeThatItMayHave() { QCOMPARE(largestTlsRecord, std::size_t(16384)); }
+
     void bothPiecesGoOutInTheirOrder()
     {
         const SocketEnds ends;
@@ -44,6 +46,71 @@ private Q_SLOTS:
         QCOMPARE(sent.bytes, std::size_t(8));
         QCOMPARE(ends.hear(8), QByteArray("onethree"));
         QCOMPARE(ends.held(), 0);
+    }
+
+    // libuv ends the process when it finds a closed descriptor among those it is to watch.
+    void aWatchedConnectionLeavesTheLoopBeforeItIsClosed_data()
+    {
+        QTest::addColumn<bool>("atOnce");
+        QTest::newRow("in the turn in which it was watched") << true;
+        QTest::newRow("later") << false;
+    }
+    void aWatchedConnectionLeavesTheLoopBeforeItIsClosed()
+    {
+        QFETCH(bool, atOnce);
+        const SocketEnds ends;
+        const int duplicate = ::dup(ends.ours); // keeps the socket open
+        IoLoop loop;
+        std::unique_ptr<Connection> connection;
+        std::atomic<int> told{0};
+        loop.run([&] {
+            connection = std::make_unique<Connection>(ends.ours);
+            connection->watch(loop, IoLoop::Readable, [&](std::uint32_t) { ++told; });
+            if (atOnce) {
+                connection.reset();
+            }
+        });
+        loop.run([&] { connection.reset(); });
+        ends.say("x");
+        loop.run([] {});
+        loop.run([] {}); // a whole round lies between
+        QCOMPARE(told.load(), 0);
+        ::close(duplicate);
+    }
+
+    void aConnectionIsWatchedForWhatItSaidLast()
+    {
+        const SocketEnds ends;
+        IoLoop loop;
+        std::unique_ptr<Connection> connection;
+        std::atomic<int> readable{0};
+        std::atomic<int> writable{0};
+        const auto watch = [&](std::uint32_t events) {
+            connection->watch(loop, events, [&](std::uint32_t ready) {
+                char byte{};
+                readable += (ready & IoLoop::Readable) != 0 ? 1 : 0;
+                writable += (ready & IoLoop::Writable) != 0 ? 1 : 0;
+                connection->receive(&byte, sizeof byte);
+            });
+        };
+        loop.run([&] {
+            connection = std::make_unique<Connection>(ends.ours);
+            watch(IoLoop::Writable);
+        });
+        QTRY_VERIFY(writable > 0);
+        loop.run([&] { watch(IoLoop::Readable); });
+        const int writableThen = writable;
+        ends.say("x");
+        QTRY_COMPARE(readable.load(), 1);
+        loop.run([&] { watch(0); });
+        ends.say("x");
+        loop.run([] {});
+        loop.run([] {});
+        QCOMPARE(readable.load(), 1);
+        QCOMPARE(writable.load(), writableThen);
+        loop.run([&] { watch(IoLoop::Readable); });
+        QTRY_COMPARE(readable.load(), 2);
+        loop.run([&] { connection.reset(); });
     }
 
     void whatIsToShareAPacketIsHeldUntilTheRestComes()

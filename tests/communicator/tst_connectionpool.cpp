@@ -2,8 +2,10 @@
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/connectionpool.h"
 #include "communicator/requestlimits.h"
+#include "deaflistener.h"
 #include "enginebench.h"
 
+#include <mutex>
 #include <sys/resource.h>
 #include <thread>
 
@@ -14,9 +16,11 @@ const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
 /// The pool under test, and devices to ask.
 struct Pool
 {
-    HttpReply ask(const QString& key, bool daemon = false, int milliseconds = 20000)
+    HttpReply ask(const QString& key, bool daemon = false, int milliseconds = 20000,
+                  HttpMethod method = HttpMethod::Get, ExchangeId id = 0)
     {
-        HttpRequest asked = request(key);
+        HttpRequest asked = request(key, method);
+        asked.id = id;
         asked.daemon = daemon;
         asked.expectedTime = milliseconds;
         return pool.exchange(asked, registry.find(key), std::chrono::steady_clock::now());
@@ -34,6 +38,28 @@ struct Pool
     ConnectionPool pool{smallLimits()};
     std::atomic<int> succeeded{0};
 };
+
+/// Why exchanges failed, in the order of their ends.
+class Reasons
+{
+public:
+    QStringList told() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_told;
+    }
+
+private:
+    mutable std::mutex m_mutex; ///< guards m_told
+    QStringList m_told;
+    ObserverHandle m_observer = addExchangeObserver([this](const ExchangeRecord& record) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_told << record.reason;
+    });
+};
+
+const QString cancelled = QStringLiteral("the application cancelled the request");
+const QString stopped = QStringLiteral("the transport was stopped or the device was removed");
 
 } // namespace
 
@@ -143,7 +169,9 @@ private Q_SLOTS:
     {
         MisbehavingServer server(Mode::Stall);
         Pool pool;
+        const Reasons reasons;
         QCOMPARE(pool.ask(server.address(), false, 200).state, State::TimedOut);
+        QCOMPARE(reasons.told(), QStringList(QStringLiteral("no complete reply within 200 ms")));
         QTRY_COMPARE(server.open(), 0);
         server.setMode(Mode::Answer);
         QCOMPARE(pool.ask(server.address()).state, State::Success);
@@ -223,6 +251,80 @@ private Q_SLOTS:
         server.setMode(Mode::Raw);
         QCOMPARE(pool.ask(server.address()).state, State::Broken);
         QCOMPARE(server.deliveries(), 2);
+    }
+
+    void aWriteDoesNotGoOutOnAConnectionThatHasEnded()
+    {
+        MisbehavingServer server;
+        Pool pool;
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        server.dropConnections();
+        QTRY_COMPARE(server.open(), 0);
+        QCOMPARE(pool.ask(server.address(), false, 20000, HttpMethod::Put).state, State::Success);
+        QCOMPARE(server.connections(), 2);
+        QCOMPARE(server.deliveries(), 2);
+    }
+
+    void aConnectionThatDoesNotOpenInTimeIsNamedAsALateReplyIs()
+    {
+        const DeafListener deaf("127.0.0.1", 0);
+        QVERIFY(deaf.listens());
+        Pool pool;
+        const Reasons reasons;
+        const QString address = QStringLiteral("127.0.0.1:%1").arg(deaf.port());
+        QCOMPARE(pool.ask(address, false, 100).state, State::TimedOut);
+        QCOMPARE(reasons.told(), QStringList(QStringLiteral("no complete reply within 100 ms")));
+    }
+
+    void whatWasCancelledBeforeItBeganIsNotSent()
+    {
+        MisbehavingServer server;
+        Pool pool;
+        const Reasons reasons;
+        pool.pool.cancel(7);
+        QCOMPARE(pool.ask(server.address(), false, 20000, HttpMethod::Get, 7).state, State::Aborted);
+        QCOMPARE(reasons.told(), QStringList(cancelled));
+        QCOMPARE(server.connections(), 0);
+        QCOMPARE(pool.ask(server.address(), false, 20000, HttpMethod::Get, 8).state, State::Success);
+        pool.pool.close();
+        QCOMPARE(pool.ask(server.address(), false, 20000, HttpMethod::Get, 7).state, State::Aborted);
+        QCOMPARE(reasons.told().last(), stopped);
+        QCOMPARE(server.deliveries(), 1);
+    }
+
+    void oneExchangeIsCancelledOrAllOfADevice()
+    {
+        MisbehavingServer server(Mode::Stall);
+        MisbehavingServer other(Mode::Stall);
+        Pool pool;
+        const Reasons reasons;
+        std::vector<std::thread> threads;
+        std::atomic<int> aborted{0};
+        const auto ask = [&](const QString& address, ExchangeId id) {
+            threads.emplace_back([&pool, &aborted, address, id] {
+                const HttpReply reply = pool.ask(address, false, 60000, HttpMethod::Get, id);
+                aborted += reply.state == State::Aborted ? 1 : 0;
+            });
+        };
+        ask(server.address(), 1);
+        ask(server.address(), 2);
+        ask(server.address(), 3);
+        ask(other.address(), 4);
+        const bool delivered = server.waitForDeliveries(3) && other.waitForDeliveries(1);
+        pool.pool.cancel(2);
+        threads[1].join();
+        const int afterOne = aborted;
+        pool.pool.cancelAll(server.address());
+        threads[0].join();
+        threads[2].join();
+        const int afterAll = aborted;
+        pool.pool.abort(other.address());
+        threads[3].join();
+        QVERIFY(delivered);
+        QCOMPARE(afterOne, 1);
+        QCOMPARE(afterAll, 3);
+        QCOMPARE(aborted.load(), 4);
+        QCOMPARE(reasons.told(), (QStringList{cancelled, cancelled, cancelled, stopped}));
     }
 
     void aClosedPoolHasNoConnectionsAndRefuses()

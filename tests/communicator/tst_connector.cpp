@@ -191,6 +191,7 @@ private Q_SLOTS:
         const OpenListener listener;
         const auto device = deviceAt(listener.address());
         Looping looping;
+        looping.loop.run([] {}); // has its descriptors
         rlimit usual{};
         QCOMPARE(::getrlimit(RLIMIT_NOFILE, &usual), 0);
         const int lowest = ::dup(0);

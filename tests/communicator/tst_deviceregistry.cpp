@@ -20,6 +20,8 @@ DeviceEndpoint endpoint(const char* address)
 
 } // namespace
 
+Q_DECLARE_METATYPE(DeviceEndpoint)
+
 class TestDeviceRegistry : public QObject
 {
     Q_OBJECT
@@ -250,6 +252,159 @@ private Q_SLOTS:
         QCOMPARE(registry.add(QStringLiteral("no secret"), given, reason) == Change::Added,
                  !scheme.needsSecret);
         QVERIFY(!scheme.needsSecret || reason.contains(QLatin1String(scheme.name)));
+    }
+
+    void whatIsRefusedSaysWhyAndHow_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<DeviceEndpoint>("given");
+        QTest::addColumn<QString>("wanted");
+        const auto row = [](const char* name, const QString& key, const DeviceEndpoint& given,
+                            const char* wanted) {
+            QTest::newRow(name) << key << given << QString::fromLatin1(wanted);
+        };
+        const QString key = QStringLiteral("wall");
+        const DeviceEndpoint plain = endpoint("wall.lan");
+        const DeviceEndpoint tls = endpoint("https://wall.lan");
+        const char* const badKey = "the key is empty or contains a control character";
+        row("no key", {}, plain, badKey);
+        row("a control character in the key", QStringLiteral("a\tb"), plain, badKey);
+        row("no address", key, endpoint(""),
+            "the address must have the form http(s)://host[:port] or host[:port]");
+        DeviceEndpoint given = plain;
+        given.requireTls = true;
+        row("TLS", key, given, "TLS is required; the address must begin with https://");
+        const char* const trust = "a CA file or a pinned key requires an address that begins with https://";
+        given = plain;
+        given.caFile = QStringLiteral("ca.pem");
+        row("a CA file", key, given, trust);
+        given = plain;
+        given.pinnedKey = QStringLiteral("sha256//AAAA");
+        row("a pinned key", key, given, trust);
+        const char* const badLogin = "the login contains a control character";
+        given = plain;
+        given.user = QStringLiteral("a\nb");
+        row("a control character in the user", key, given, badLogin);
+        given = plain;
+        given.secret = QStringLiteral("a\u0085b");
+        row("a control character in the secret", key, given, badLogin);
+        given = plain;
+        given.login = DeviceEndpoint::Login::Basic;
+        given.user = QStringLiteral("a:b");
+        row("a colon in the user", key, given, "the user must not contain ':' with a basic login");
+        given = plain;
+        given.login = DeviceEndpoint::Login::Bearer;
+        row("no secret", key, given, "a bearer login needs a secret");
+        given = tls;
+        given.pinnedKey = QStringLiteral("AAAA");
+        row("no pin", key, given, "a pinned key must start with sha256//");
+        given.pinnedKey = QStringLiteral("sha256//AAAA");
+        given.caFile = QStringLiteral("ca.pem");
+        given.requireTls = true;
+        row("nothing wrong", key, given, "");
+    }
+    void whatIsRefusedSaysWhyAndHow()
+    {
+        QFETCH(QString, key);
+        QFETCH(DeviceEndpoint, given);
+        QFETCH(QString, wanted);
+        DeviceRegistry registry;
+        QString reason = QStringLiteral("an earlier one");
+        QCOMPARE(registry.add(key, given, reason), wanted.isEmpty() ? Change::Added : Change::Refused);
+        QCOMPARE(reason, wanted);
+        QCOMPARE(registry.find(key) != nullptr, wanted.isEmpty());
+    }
+
+    void aDeviceThatIsAddedAgainIsReplaced()
+    {
+        DeviceRegistry registry;
+        QString reason;
+        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("a.lan"), reason), Change::Added);
+        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("b.lan"), reason), Change::Replaced);
+        QCOMPARE(registry.add(QStringLiteral("other"), endpoint("c.lan"), reason), Change::Added);
+        QCOMPARE(registry.find(QStringLiteral("wall"))->endpoint.address, QStringLiteral("b.lan"));
+        QCOMPARE(registry.keys(), (QStringList{"other", "wall"}));
+        QCOMPARE(registry.devices().size(), 2);
+    }
+
+    void anAddressKeepsItsDeviceWhileFewAreUsed()
+    {
+        const DeviceRegistry registry;
+        const auto address = [](int i) { return QStringLiteral("h%1.lan").arg(i); };
+        const std::shared_ptr<const Device> first = registry.find(address(0));
+        for (int i = 1; i < 4096; ++i) {
+            registry.find(address(i));
+        }
+        QCOMPARE(registry.find(address(0)), first);
+        registry.find(address(4096));
+        QVERIFY(registry.find(address(0)) != first);
+    }
+
+    void anAddressHasAHostAndAPort_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QByteArray>("url");
+        const auto row = [](const char* name, const QString& address, const QByteArray& url) {
+            QTest::newRow(name) << address << url;
+        };
+        const QString longest(254, 'h');
+        row("the longest host", longest, "http://" + longest.toLatin1());
+        row("a longer one", longest + 'h', "");
+        row("begins with a dash", QStringLiteral("-a"), "");
+        row("ends with a dash", QStringLiteral("a-"), "");
+        row("an underscore", QStringLiteral("a_b-c.d"), "http://a_b-c.d");
+        row("no host", QStringLiteral("http://:80"), "");
+        row("another scheme", QStringLiteral("ftp://a"), "");
+        row("a scheme in capitals", QStringLiteral("HTTPS://a"), "https://a");
+        row("port 0", QStringLiteral("a:0"), "");
+        row("port 1", QStringLiteral("a:1"), "http://a:1");
+        row("zeros before the port", QStringLiteral("a:00080"), "http://a:80");
+        row("port 65535", QStringLiteral("a:65535"), "http://a:65535");
+        row("port 65536", QStringLiteral("a:65536"), "");
+        row("six digits", QStringLiteral("a:000080"), "");
+        row("no port", QStringLiteral("a:"), "");
+        row("the shortest IPv6", QStringLiteral("[::]"), "http://[::]");
+        row("a shorter one", QStringLiteral("[:]"), "");
+        row("the longest IPv6", '[' + QString(45, 'f') + ']', "http://[" + QByteArray(45, 'f') + ']');
+        row("a longer one in brackets", '[' + QString(46, 'f') + ']', "");
+        row("a zone", QStringLiteral("[fe80::1%25eth0]"), "http://[fe80::1%25eth0]");
+        row("an empty zone", QStringLiteral("[fe80::1%25]"), "");
+        row("the longest zone", "[::1%25" + QString(16, 'z') + ']',
+            "http://[::1%25" + QByteArray(16, 'z') + ']');
+        row("a longer zone", "[::1%25" + QString(17, 'z') + ']', "");
+        row("a line end", QStringLiteral("a\n"), "");
+        row("something before", QStringLiteral(" a"), "");
+    }
+    void anAddressHasAHostAndAPort()
+    {
+        QFETCH(QString, address);
+        QFETCH(QByteArray, url);
+        QCOMPARE(baseUrlOfAddress(address), url);
+    }
+
+    void thisMachineIsKnownByItsAddress_data()
+    {
+        QTest::addColumn<bool>("loopback");
+        const auto row = [](const char* url, bool loopback) { QTest::newRow(url) << loopback; };
+        row("http://localhost", true);
+        row("https://LOCALHOST:1", true);
+        row("http://127.0.0.1", true);
+        row("http://127.255.255.255:65535", true);
+        row("http://[::1]", true);
+        row("http://127.0.0.1234", false);
+        row("http://127.0.0", false);
+        row("http://127.0.0.0.1", false);
+        row("http://1127.0.0.1", false);
+        row("http://localhost.lan", false);
+        row("http://localhost:", false);
+        row("http://[::11]", false);
+        row("ftp://localhost", false);
+        row("xhttp://localhost", false);
+    }
+    void thisMachineIsKnownByItsAddress()
+    {
+        QFETCH(bool, loopback);
+        QCOMPARE(isLoopback(QTest::currentDataTag()), loopback);
     }
 
     void anUnknownLoginIsRefusedAndNeverTakenForNone()

@@ -149,8 +149,10 @@ void TestEngineParts::valuesOfOtherTypesBecomeJsonParts()
         QVERIFY2(part.contains("Content-Type: text/plain") && part.endsWith("\r\n\r\n"), part.constData());
         return;
     }
-    QByteArray expected =
-        QJsonDocument(QJsonArray{QJsonValue::fromVariant(value)}).toJson(QJsonDocument::Compact).mid(1);
+    // Short integers are sent as strings, which is how the document of Qt 5 writes them but not that of Qt 6.
+    const bool isShort = value.userType() == QMetaType::Short || value.userType() == QMetaType::UShort;
+    const auto written = isShort ? QJsonValue(value.toString()) : QJsonValue::fromVariant(value);
+    QByteArray expected = QJsonDocument(QJsonArray{written}).toJson(QJsonDocument::Compact).mid(1);
     expected.chop(1);
     QVERIFY2(part.contains("Content-Type: application/json"), part.constData());
     QCOMPARE(part.mid(part.indexOf("\r\n\r\n") + 4), expected);

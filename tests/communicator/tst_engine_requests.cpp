@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/exchangeobserver.h"
 #include "enginebench.h"
 
 class TestEngineRequests : public QObject
@@ -49,9 +50,13 @@ void TestEngineRequests::aKeyThatIsNoAddressSendsNothing()
     QFETCH(QString, key);
     QFETCH(bool, blocking);
     Bench bench;
+    QString reason;
+    const ObserverHandle observer =
+        addExchangeObserver([&reason](const ExchangeRecord& record) { reason = record.reason; });
     const HttpReply reply = bench.ask(request(key), blocking);
     QCOMPARE(reply.state, State::InvalidRequest);
     QCOMPARE(reply.status, 0);
+    QCOMPARE(reason, QStringLiteral("the device key is neither known nor an address such as host:port"));
 }
 
 void TestEngineRequests::whatCannotBeSentIsRefusedBeforeAnythingLeaves_data()

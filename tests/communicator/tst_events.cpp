@@ -86,6 +86,29 @@ struct Listening : QObject
 
 const QString wall = QStringLiteral("wall");
 
+/// Until what was due after @p time has run. @return whether it has.
+bool waitFor(Listening& listening, std::chrono::milliseconds time)
+{
+    const auto passed = std::make_shared<std::promise<void>>();
+    std::future<void> due = passed->get_future();
+    listening.loop->run(
+        [&] { listening.loop->startTimer(IoLoop::Clock::now() + time, [passed] { passed->set_value(); }); });
+    return due.wait_for(30s) == std::future_status::ready;
+}
+
+/// The states and reasons of @p deviceKey that are told, in order.
+std::shared_ptr<QStringList> statesTold(Listening& listening, const QString& deviceKey)
+{
+    auto told = std::make_shared<QStringList>();
+    listening.receive = [told, deviceKey](const ProxyEvent& event) {
+        if (event.kind == ProxyEvent::Kind::Connection && event.deviceKey == deviceKey) {
+            const DeviceConnection& now = *event.connection;
+            *told << (connectionStateName(now.state) + ' ' + now.reason).trimmed();
+        }
+    };
+    return told;
+}
+
 } // namespace
 
 class TestEvents : public QObject
@@ -120,12 +143,7 @@ private Q_SLOTS:
         listening.open(wall, server.address());
         QTRY_VERIFY(server.connections() >= 3);
         listening.channels.close(wall, {});
-        // Whatever it left is due before this.
-        std::promise<void> later;
-        listening.loop->run([&] {
-            listening.loop->startTimer(IoLoop::Clock::now() + timings.connect, [&] { later.set_value(); });
-        });
-        QCOMPARE(later.get_future().wait_for(10s), std::future_status::ready);
+        QVERIFY(waitFor(listening, timings.connect)); // whatever it left is due by then
         const int connections = server.connections();
         QTRY_COMPARE(server.open(), 0);
         QCOMPARE(server.connections(), connections);
@@ -151,6 +169,8 @@ private Q_SLOTS:
         QCOMPARE(timings.stableAfter.count(), 30000);
         QCOMPARE(timings.silence.count(), 45000);
         QCOMPARE(timings.goneAfter.count(), 60000);
+        QCOMPARE(timings.proof.count(), 5000);
+        QCOMPARE(timings.reportGap.count(), 20);
         QCOMPARE(timings.jitter, 0.3);
     }
 
@@ -316,6 +336,12 @@ private Q_SLOTS:
             "the device has no event stream (HTTP status 503)");
         row("too many", "HTTP/1.1 429 Busy" + empty, ConnectionState::Waiting,
             "the device has no event stream (HTTP status 429)");
+        row("failing", "HTTP/1.1 500 Busy" + empty, ConnectionState::Waiting,
+            "the device has no event stream (HTTP status 500)");
+        row("the last refusal", "HTTP/1.1 499 No" + empty, ConnectionState::Refused,
+            "the device has no event stream (HTTP status 499)");
+        row("before too many", "HTTP/1.1 428 No" + empty, ConnectionState::Refused,
+            "the device has no event stream (HTTP status 428)");
         row("no HTTP", "hello\r\n", ConnectionState::Waiting, "the device does not answer");
         row("ended for good", "HTTP/1.1 204 No Content\r\n\r\n", ConnectionState::Stopped,
             "the device ended its events (HTTP status 204)");
@@ -360,12 +386,18 @@ private Q_SLOTS:
         MisbehavingServer server(Mode::RawKeepAlive);
         server.setRaw("HTTP/1.1 204 No Content\r\n\r\n");
         MisbehavingServer other(Mode::Raw);
-        Listening listening;
+        EventTimings timings = quickTimings();
+        timings.connect = 50ms;
+        const LogCollector log;
+        Listening listening(timings);
         listening.open(wall, server.address());
         QVERIFY(server.waitForDeliveries(1));
+        QVERIFY(waitFor(listening, timings.connect));
         listening.open(QStringLiteral("other"), other.address());
         QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to come back
         QCOMPARE(server.deliveries(), 1);
+        QVERIFY(log.lines().contains(QStringLiteral(
+            "tessel.events.warning: wall: the device ended its events for good (HTTP status 204)")));
     }
 
     void theDeviceSaysHowLongToWait_data()
@@ -387,6 +419,9 @@ private Q_SLOTS:
         QTest::newRow("below zero") << QByteArray("503") << QByteArray("-3600") << false;
         QTest::newRow("neither") << QByteArray("503") << QByteArray("soon") << false;
         QTest::newRow("another status") << QByteArray("404") << QByteArray("3600") << false;
+        QTest::newRow("the status before") << QByteArray("428") << QByteArray("3600") << false;
+        QTest::newRow("the status behind") << QByteArray("504") << QByteArray("3600") << false;
+        QTest::newRow("in the middle of a number") << QByteArray("503") << QByteArray("36 00") << false;
     }
     void theDeviceSaysHowLongToWait()
     {
@@ -458,6 +493,316 @@ private Q_SLOTS:
         QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Refused);
         QCOMPARE(server.deliveries(), attempts);
         QCOMPARE(calls->load(), 1);
+    }
+
+    void aDeviceMayAskForADayAtMost()
+    {
+        MisbehavingServer server(Mode::RawKeepAlive);
+        server.setRaw("HTTP/1.1 503 No\r\nRetry-After: 90000\r\nContent-Length: 0\r\n\r\n");
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_VERIFY(listening.board.connection(wall).nextAttempt.isValid());
+        const QDateTime day = QDateTime::currentDateTimeUtc().addDays(1);
+        const qint64 before = listening.board.connection(wall).nextAttempt.secsTo(day);
+        QVERIFY2(before >= 0 && before < 600, qPrintable(QString::number(before)));
+    }
+
+    void whatOneDeviceAskedForIsNotKeptForTheNextAttempt()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({"HTTP/1.1 503 No\r\nRetry-After: 1\r\nContent-Length: 0\r\n\r\n"});
+        server.addScript({"HTTP/1.1 503 No\r\nContent-Length: 0\r\n\r\n"});
+        server.addScript({head});
+        Listening listening;
+        QList<qint64> waits;
+        listening.receive = [&waits](const ProxyEvent& event) {
+            if (event.kind == ProxyEvent::Kind::Connection &&
+                event.connection->state == ConnectionState::Waiting) {
+                waits << event.connection->since.msecsTo(event.connection->nextAttempt);
+            }
+        };
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Live);
+        QTRY_COMPARE(waits.size(), 2);
+        QVERIFY2(waits[0] > 500, qPrintable(QString::number(waits[0])));
+        QVERIFY2(waits[1] < 500, qPrintable(QString::number(waits[1])));
+    }
+
+    void aStreamMayAskForALongerDelay()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "retry: 3600000\n\ndata: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.longestDelay = 2h;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.dropConnections();
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Waiting);
+        const QDateTime next = listening.board.connection(wall).nextAttempt;
+        QVERIFY(next > QDateTime::currentDateTimeUtc().addSecs(1800));
+    }
+
+    void everyAttemptIsJudgedByItself()
+    {
+        const QString none = QStringLiteral("the device has no event stream (HTTP status %1)");
+        const QString silent = QStringLiteral("the device does not answer");
+        const QString large = QStringLiteral("an event is too large");
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({"HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n"});
+        server.addScript({"hello\r\n"});
+        server.addScript({head, "data: " + QByteArray(2 << 20, 'x')});
+        server.addScript({"HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"});
+        server.addScript({head});
+        Listening listening;
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(told->size(), 11);
+        QStringList wanted{QStringLiteral("connecting")};
+        wanted << "refused " + none.arg(404) << "connecting " + none.arg(404);
+        wanted << "waiting " + silent << "connecting " + silent << QStringLiteral("live");
+        wanted << "waiting " + large << "connecting " + large;
+        wanted << "refused " + none.arg(200) << "connecting " + none.arg(200) << QStringLiteral("live");
+        QCOMPARE(*told, wanted);
+    }
+
+    void whatIsNoStreamIsCountedAnewEachTime()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({"HTTP/1.1 500 No\r\nContent-Length: 65536\r\n\r\n" + QByteArray(65536, 'x')});
+        server.addScript({"HTTP/1.1 500 No\r\nContent-Length: 65536\r\n\r\n" + QByteArray(65535, 'x')});
+        MisbehavingServer other(Mode::Raw);
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForAnswers(2));
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to give up
+        QCOMPARE(server.deliveries(), 2);
+    }
+
+    void whatIsDroppedIsSaidOnEachConnection()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: a\n\ndata: b\n\ndata: 1\n\n"});
+        server.addScript({head, "data: c\n\ndata: 2\n\n"});
+        const LogCollector log;
+        Listening listening;
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.dropConnections();
+        QTRY_COMPARE(listening.events.size(), 2);
+        QCOMPARE(log.lines().count(QStringLiteral(
+                     "tessel.events.warning: wall: an event was dropped because it is not JSON in UTF-8; "
+                     "further ones on this connection are not reported")),
+                 2);
+    }
+
+    void anEventThatIsTooLargeWasMissed()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n", "id: e:2\ndata: " + QByteArray(2 << 20, 'x')});
+        server.addScript({head, "id: e:2\n\n"});
+        const LogCollector log;
+        Listening listening;
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, (QList<QByteArray>{"1", "\"x\""}));
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+        QCOMPARE(server.received().at(1).headers.value("last-event-id"), QByteArray("e:2"));
+        QVERIFY(log.lines().contains(QStringLiteral(
+            "tessel.events.info: wall: events may have been missed; every kind of change is reported")));
+    }
+
+    void whatIsMissedTwiceAtOnceIsReportedOnceAndLaterAgain()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\nid: e:5\n\nid: e:9\ndata: 1\n\n"});
+        Listening listening;
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, (QList<QByteArray>{"1", "\"x\""}));
+        server.broadcast("id: e:10\ndata: 2\n\n");
+        QTRY_COMPARE(listening.events.size(), 3);
+        server.broadcast("id: e:20\ndata: 3\n\n");
+        QTRY_COMPARE(listening.events, (QList<QByteArray>{"1", "\"x\"", "2", "3", "\"x\""}));
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
+    }
+
+    void aStreamThatIsClosedOwesItsProofNoLonger()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        server.addScript({head});
+        EventTimings timings = quickTimings();
+        timings.proof = 200ms;
+        timings.firstDelay = timings.longestDelay = 1ms;
+        Listening listening(timings);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.dropConnections();
+        QTRY_COMPARE(told->count(QStringLiteral("live")), 2);
+        server.setMode(Mode::Raw);
+        server.setRaw({});
+        server.dropConnections();
+        QVERIFY(waitFor(listening, timings.proof));
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 0);
+    }
+
+    void aReportThatIsDueWaitsForTheDevice()
+    {
+        MisbehavingServer first(Mode::Scripted);
+        first.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.reportGap = 300ms;
+        timings.firstDelay = timings.longestDelay = 1ms;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(QStringLiteral("first"), first.address());
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.count("1"), 2);
+        server.setMode(Mode::Raw); // before its turn to be reported comes
+        server.setRaw({});
+        server.dropConnections();
+        QVERIFY(waitFor(listening, timings.reportGap));
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+        server.addScript({head, "id: e:5\n\n"});
+        server.addScript({head, "id: e:5\n\n"});
+        server.setMode(Mode::Scripted);
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
+        QTRY_COMPARE(listening.events.count("\"x\""), 2);
+    }
+
+    void aReportThatIsOwedComesThoughTheStreamGoesOn()
+    {
+        MisbehavingServer first(Mode::Scripted);
+        first.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+        server.addScript({head, "id: e:5\n\nid: e:6\ndata: 2\n\n"});
+        EventTimings timings = quickTimings();
+        timings.reportGap = 300ms;
+        timings.firstDelay = timings.longestDelay = 1ms;
+        Listening listening(timings);
+        listening.open(QStringLiteral("first"), first.address());
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.count("1"), 2);
+        server.dropConnections();
+        QTRY_COMPARE(listening.events.count("2"), 1);
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
+    }
+
+    // A machine with much to do may be too late with what is to be heard, so there are several attempts.
+    void aStreamThatIsHeardIsNotSilent()
+    {
+        bool lasted = false;
+        for (std::chrono::milliseconds silence = 300ms; silence < 10s && !lasted; silence *= 2) {
+            MisbehavingServer server(Mode::Scripted);
+            server.addScript({head, "data: 1\n\n"});
+            EventTimings timings = quickTimings();
+            timings.silence = silence;
+            Listening listening(timings);
+            IoLoop::Clock::time_point ended;
+            listening.receive = [&ended](const ProxyEvent& event) {
+                if (event.kind == ProxyEvent::Kind::Connection &&
+                    event.connection->state == ConnectionState::Waiting) {
+                    ended = IoLoop::Clock::now();
+                }
+            };
+            listening.open(wall, server.address());
+            QTRY_COMPARE(listening.events.size(), 1);
+            QVERIFY(waitFor(listening, silence / 2));
+            const auto heard = IoLoop::Clock::now();
+            server.broadcast(":\n");
+            QTRY_VERIFY_WITH_TIMEOUT(ended != IoLoop::Clock::time_point(), 20000);
+            lasted = ended - heard >= silence;
+        }
+        QVERIFY(lasted);
+    }
+
+    void aDeviceThatIsGoneSaysWhenItIsAskedAgain()
+    {
+        MisbehavingServer server(Mode::Raw);
+        EventTimings timings = quickTimings();
+        timings.firstDelay = timings.longestDelay = 1h;
+        timings.goneAfter = 50ms;
+        Listening listening(timings);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        const QString silent = QStringLiteral("the device does not answer");
+        QTRY_COMPARE(*told, (QStringList{"connecting", "waiting " + silent, "gone " + silent}));
+        const QDateTime next = listening.board.connection(wall).nextAttempt;
+        QVERIFY(next > QDateTime::currentDateTimeUtc().addSecs(1800));
+        QVERIFY(next <= QDateTime::currentDateTimeUtc().addSecs(3600));
+        QCOMPARE(listening.proxyEvents.last().kind, ProxyEvent::Kind::Logout);
+    }
+
+    void aDeviceThatIsBeingAskedIsGoneWithoutANextTime()
+    {
+        MisbehavingServer server(Mode::Stall);
+        EventTimings timings = quickTimings();
+        timings.goneAfter = 50ms;
+        Listening listening(timings);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(*told, (QStringList{"connecting", "gone"}));
+        QVERIFY(!listening.board.connection(wall).nextAttempt.isValid());
+    }
+
+    void aDeviceThatIsGoneRemainsSoUntilItIsBack()
+    {
+        MisbehavingServer server(Mode::Raw);
+        EventTimings timings = quickTimings();
+        timings.goneAfter = 1ms;
+        Listening listening(timings);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
+        told->clear();
+        const int before = server.deliveries();
+        QVERIFY(server.waitForDeliveries(before + 3));
+        QTRY_VERIFY(told->size() >= 4);
+        const QString gone = QStringLiteral("gone the device does not answer");
+        QCOMPARE(told->count(gone), told->size());
+        QCOMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
+    }
+
+    void aLoginIsAnsweredAnewOnEachStream_data()
+    {
+        QTest::addColumn<bool>("wasLive");
+        QTest::newRow("after a stream that fell silent") << true;
+        QTest::newRow("after one that was not HTTP") << false;
+    }
+    void aLoginIsAnsweredAnewOnEachStream()
+    {
+        QFETCH(bool, wasLive);
+        const auto challenge = [](const char* nonce) {
+            return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Basic realm=x\r\n"
+                              "www-authenticate: Digest realm=r, qop=auth, nonce=") +
+                   nonce + "\r\nContent-Length: 0\r\n\r\n";
+        };
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({challenge("a")});
+        server.addScript({wasLive ? head : QByteArray("hello\r\n")});
+        server.addScript({challenge("b")});
+        server.addScript({head, "data: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.silence = 200ms;
+        Listening listening(timings);
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Digest;
+        endpoint.user = QStringLiteral("admin");
+        endpoint.secret = QStringLiteral("secret");
+        listening.open(wall, server.address(), endpoint);
+        QTRY_COMPARE(listening.events.size(), 1);
+        QCOMPARE(server.deliveries(), 4);
+        QVERIFY(server.received().at(3).headers.value("authorization").contains("nonce=\"b\""));
     }
 
     void whatIsNoJsonInUtf8IsDroppedAndSaidOnce()
@@ -717,8 +1062,8 @@ private Q_SLOTS:
             }
             return asleep;
         };
-        const QDeadlineTimer patience(10000); // without the event loop, which would deliver
-        while (!staysAsleep() && !patience.hasExpired()) {
+        const QDeadlineTimer deadline(10000); // without the event loop, which would deliver
+        while (!staysAsleep() && !deadline.hasExpired()) {
             std::this_thread::yield();
         }
         QVERIFY(staysAsleep());

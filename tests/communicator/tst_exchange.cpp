@@ -3,6 +3,7 @@
 
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/exchange.h"
+#include "communicator/http/requesthead.h"
 #include "socketends.h"
 
 #include <QTemporaryDir>
@@ -148,7 +149,7 @@ private Q_SLOTS:
         QByteArray heard;
         const QByteArray wanted = headOf("PUT", "Content-Length: 33554432\r\n") + body;
         while (!watched.exchange.isSent()) {
-            heard += ends.hear(std::min(100000, wanted.size() - heard.size()));
+            heard += ends.hear(std::min(100000, int(wanted.size() - heard.size())));
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
         }
         heard += ends.hear(wanted.size() - heard.size());
@@ -260,12 +261,15 @@ private Q_SLOTS:
             const SocketEnds ends;
             Connection connection(ends.ours);
             QCOMPARE(watched.prepare(asked), State::Success);
+            const QByteArray whole = headOf(verbOf(asked.method), "Content-Length: 2\r\n") + "{}";
             for (int i = 0; i < repeats; ++i) {
                 QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+                QCOMPARE(ends.hear(whole.size()), whole);
                 QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
                 QVERIFY(!watched.exchange.mayReceive()); // all of it is sent again
             }
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QCOMPARE(ends.hear(whole.size()), whole);
             QCOMPARE(watched.lose(how, isReused), Step::Ended);
             QCOMPARE(watched.exchange.finish().state, State::Broken);
             QCOMPARE(watched.record.reason, reason);
@@ -319,6 +323,7 @@ private Q_SLOTS:
             QCOMPARE(byte.size(), 1);
             second += byte;
         }
+        QVERIFY2(second.startsWith("PUT /api/v1/x HTTP/1.1\r\n"), second.constData());
         QVERIFY2(second.contains("\r\nAuthorization: Digest username=\"admin\""), second.constData());
         QCOMPARE(watched.feed(goodReply), Step::Ended);
         const HttpReply reply = watched.exchange.finish();

@@ -23,7 +23,7 @@ QByteArray drain(OutgoingBody& body, std::size_t step = std::size_t(-1))
         sent.append(next.data, int(taken));
         body.consume(taken);
         if (body.sent() != sent.size()) {
-            qFatal("%lld bytes are counted of %d", body.sent(), sent.size());
+            qFatal("%lld bytes are counted of %d", body.sent(), int(sent.size()));
         }
     }
     return sent;

@@ -530,34 +530,50 @@ void TestProxy::invalidDevicesAreRefused_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<DeviceEndpoint>("endpoint");
+    QTest::addColumn<QString>("reason");
     const auto row = [](const char* name, const QString& key, DeviceEndpoint::Login login,
-                        const QString& address, const QString& user, const QString& secret) {
+                        const QString& address, const QString& user, const QString& secret,
+                        const QString& reason) {
         DeviceEndpoint endpoint;
         endpoint.address = address;
         endpoint.login = login;
         endpoint.user = user;
         endpoint.secret = secret;
-        QTest::newRow(name) << key << endpoint;
+        QTest::newRow(name) << key << endpoint << reason;
     };
     using Login = DeviceEndpoint::Login;
     const QString address = QStringLiteral("127.0.0.1:1");
     const QString key = QStringLiteral("wall");
-    row("no key", {}, Login::None, address, {}, {});
-    row("line end in the key", QStringLiteral("a\nb"), Login::None, address, {}, {});
-    row("no address", key, Login::None, {}, {}, {});
-    row("login in the address", key, Login::None, QStringLiteral("http://a:b@127.0.0.1"), {}, {});
-    row("path in the address", key, Login::None, QStringLiteral("http://127.0.0.1/x"), {}, {});
-    row("colon in the user", key, Login::Basic, address, QStringLiteral("a:b"), {});
-    row("no token", key, Login::Bearer, address, {}, {});
-    row("line end in the token", key, Login::Bearer, address, {}, QStringLiteral("a\r\nX: y"));
+    const QString noKey = QStringLiteral("the key is empty or contains a control character");
+    const QString noAddress =
+        QStringLiteral("the address must have the form http(s)://host[:port] or host[:port]");
+    row("no key", {}, Login::None, address, {}, {}, noKey);
+    row("line end in the key", QStringLiteral("a\nb"), Login::None, address, {}, {}, noKey);
+    row("no address", key, Login::None, {}, {}, {}, noAddress);
+    row("login in the address", key, Login::None, QStringLiteral("http://a:b@127.0.0.1"), {}, {}, noAddress);
+    row("path in the address", key, Login::None, QStringLiteral("http://127.0.0.1/x"), {}, {}, noAddress);
+    row("colon in the user", key, Login::Basic, address, QStringLiteral("a:b"), {},
+        QStringLiteral("the user must not contain ':' with a basic login"));
+    row("no token", key, Login::Bearer, address, {}, {}, QStringLiteral("a bearer login needs a secret"));
+    row("line end in the token", key, Login::Bearer, address, {}, QStringLiteral("a\r\nX: y"),
+        QStringLiteral("the login contains a control character"));
 }
 
 void TestProxy::invalidDevicesAreRefused()
 {
     QFETCH(QString, key);
     QFETCH(DeviceEndpoint, endpoint);
+    QFETCH(QString, reason);
+    QSignalSpy changed(m_proxy, &HttpProxy::deviceChanged);
+    const LogCollector log;
     QVERIFY(!m_proxy->addDevice(key, endpoint));
     QVERIFY(m_proxy->devices().isEmpty());
+    QString printed = key;
+    printed.replace(QLatin1Char('\n'), QLatin1Char('?'));
+    QCOMPARE(log.lines(),
+             QStringList(QStringLiteral("tessel.http.warning: device %1 refused: %2").arg(printed, reason)));
+    QCoreApplication::processEvents();
+    QVERIFY(changed.isEmpty());
 }
 
 void TestProxy::removingADeviceIsAnnouncedLater()

@@ -11,7 +11,7 @@ using Failure = ReconnectPolicy::Failure;
 
 namespace {
 
-/// A supervisor, a clock of its own and what it did.
+/// A policy with a clock of its own, and a record of its decisions.
 struct Watch : ReconnectPolicy::Listener
 {
     static EventTimings timings()
@@ -75,7 +75,7 @@ const QStringList gone{QStringLiteral("gone")};
 
 } // namespace
 
-class TestEventSupervisor : public QObject
+class TestReconnectPolicy : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -367,7 +367,7 @@ private Q_SLOTS:
         QCOMPARE(watch.lastDelay, std::chrono::milliseconds(8s));
     }
 
-    void aStoppedSupervisorDoesNothing()
+    void aStoppedPolicyDoesNothing()
     {
         Watch watch;
         watch.policy.start(watch.now);
@@ -381,5 +381,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestEventSupervisor)
+QTEST_GUILESS_MAIN(TestReconnectPolicy)
 #include "tst_reconnectpolicy.moc"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Every fault of a device in every form of a request, against the tables of docs/reliability.md. Run with
-// --write the program writes what it measures into the document.
+// Compares how each form of a request ends under each fault with the tables in docs/reliability.md. With
+// --write the program updates the document instead.
 #include "communicator/events/connectionboard.h"
 #include "communicator/events/eventchannels.h"
 #include "communicator/exchangeobserver.h"
@@ -37,10 +37,10 @@ const char page[] = "docs/reliability.md";
 const QString wall = QStringLiteral("wall");
 const QString success = QStringLiteral("Success");
 
-// Where only the limit ends a fault, and where it must not.
+// The time limit where only the limit can end a fault, and where it must not be reached.
 constexpr int shortLimit = 400;
 constexpr int ampleLimit = 60000;
-// A machine with much to do is late by itself.
+// Tolerance for a busy machine.
 constexpr int maxLateness = 2000;
 constexpr qint64 maxMemory = qint64(64) << 20;
 
@@ -62,7 +62,7 @@ QString nameOf(State::HttpSimpleState state)
     return QLatin1String(names[state]);
 }
 
-/// How much more memory than at first the process takes at its peak.
+/// By how much the process has grown at its peak.
 class PeakMemory
 {
 public:
@@ -99,7 +99,7 @@ private:
     qint64 m_before = 0;
 };
 
-/// What a form of a request told.
+/// How a request ended.
 struct Outcome
 {
     QString state;
@@ -427,7 +427,7 @@ private:
         }
         m_server.setMode(m_fault.mode);
         switch (m_fault.idle) {
-        case Fault::Idle::Spoken:
+        case Fault::Idle::BytesArrive:
             m_server.broadcast(m_fault.text);
             waitUntilConnectionsSpeak(m_server.port());
             break;
@@ -490,7 +490,7 @@ class TestReliability : public QObject
 {
     Q_OBJECT
 public:
-    /// Puts what was measured into the document. @return whether it can be written.
+    /// Writes the results into the document. @return whether that succeeded.
     bool write() const;
     bool isWriting = false;
 
@@ -525,7 +525,7 @@ void TestReliability::everyFaultEndsAsTheDocumentSays()
         return;
     }
     QStringList documented;
-    for (const QStringList& row : tableRows(textOf(page), QStringLiteral("what comes of"))) {
+    for (const QStringList& row : tableRows(textOf(page), QStringLiteral("outcome of"))) {
         if (row.value(0) == measured[0]) {
             documented = row;
         }
@@ -551,7 +551,7 @@ void TestReliability::theDocumentDescribesTheFaults()
 void TestReliability::theDocumentNamesTheOutcomesOfTheFaults()
 {
     if (!isWriting) {
-        QCOMPARE(namesOf(tableRows(textOf(page), QStringLiteral("what comes of"))), faultNames());
+        QCOMPARE(namesOf(tableRows(textOf(page), QStringLiteral("outcome of"))), faultNames());
     }
 }
 
@@ -583,7 +583,7 @@ void TestReliability::theDocumentListsTheSloppyReplies()
 bool TestReliability::write() const
 {
     QStringList described{QStringLiteral("| fault | what the device does |"), QStringLiteral("|---|---|")};
-    QStringList head{QStringLiteral("what comes of")};
+    QStringList head{QStringLiteral("outcome of")};
     for (const Form& called : forms) {
         head << QLatin1String(called.name);
     }
@@ -607,7 +607,7 @@ bool TestReliability::write() const
         return match.hasMatch();
     };
     const bool isFound = replaceTable(QStringLiteral("fault"), described) &&
-                         replaceTable(QStringLiteral("what comes of"), outcomes);
+                         replaceTable(QStringLiteral("outcome of"), outcomes);
     QFile file(QStringLiteral(TESSEL_SOURCE_DIR "/") + QLatin1String(page));
     return isFound && file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0;
 }

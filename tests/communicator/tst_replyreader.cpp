@@ -44,7 +44,8 @@ private Q_SLOTS:
             QCOMPARE(second.feed(tooMuch.constData(), std::size_t(tooMuch.size())),
                      ResponseParser::State::Refused);
             QCOMPARE(second.finish(State::Success).state, State::LimitExceeded);
-            QVERIFY(!second.error().isEmpty());
+            QCOMPARE(second.error(),
+                     QStringLiteral("the replies being received together exceed their common limit"));
             second.reset();
             feed(second, headOf(400) + QByteArray(400, 'c'));
             QCOMPARE(second.finish(State::Success).state, State::Success);
@@ -193,11 +194,13 @@ private Q_SLOTS:
         const TransferLimits limits;
         QCOMPARE(limits.bodyBytes, qint64(268435456));
         QCOMPARE(limits.allBodiesBytes, qint64(536870912));
+        QCOMPARE(limits.smallBodyBytes, qint64(65536));
         QCOMPARE(limits.downloadBytes, qint64(17179869184));
         QCOMPARE(limits.headerBytes, qint64(65536));
         QCOMPARE(limits.headerLines, 256);
         QCOMPARE(maxTargetLength, 4194304);
         QCOMPARE(maxHeaderLength, 1048576);
+        QCOMPARE(maxConvertibleText, 715827882);
         QCOMPARE(defaultExpectedTime, 10000);
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/transferlimits.h"
+#include "communicator/loginscheme.h"
 
 #include <QtTest>
 
@@ -77,10 +79,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("login");
         QTest::addColumn<QByteArray>("authorization");
-        QTest::newRow("basic") << int(Login::Basic)
-                               << "Basic " + QByteArray("ad\xc3\xa4:s\xc3\xa9").toBase64();
-        QTest::newRow("bearer") << int(Login::Bearer) << QByteArray("Bearer s\xc3\xa9");
-        QTest::newRow("digest, not asked for yet") << int(Login::Digest) << QByteArray();
+        const QMap<Login, QByteArray> authorizations{
+            {Login::Basic, "Basic " + QByteArray("ad\xc3\xa4:s\xc3\xa9").toBase64()},
+            {Login::Bearer, "Bearer s\xc3\xa9"},
+            {Login::Digest, {}}, // nothing before the device's challenge
+        };
+        for (const LoginScheme& scheme : loginSchemes) {
+            QVERIFY2(authorizations.contains(scheme.login), scheme.name);
+            QTest::newRow(scheme.name) << int(scheme.login) << authorizations.value(scheme.login);
+        }
     }
     void theLoginIsThatOfTheDevice()
     {
@@ -95,12 +102,33 @@ private Q_SLOTS:
         QCOMPARE(writeHead(head, *device, sent),
                  "GET / HTTP/1.1\r\nHost: wall.test:81\r\n" + line + "Accept: */*\r\n\r\n");
         QCOMPARE(sent, authorization);
-        // A login of the caller's own takes its place.
+        // The caller can supply its own instead.
         head.headers = {{"X", "1"}, {"authORIZATION", "own"}};
         QCOMPARE(writeHead(head, *device, sent),
                  QByteArray("GET / HTTP/1.1\r\nHost: wall.test:81\r\n"
                             "Accept: */*\r\nX: 1\r\nauthORIZATION: own\r\n\r\n"));
         QCOMPARE(sent, QByteArray());
+    }
+
+    void namesCompareWithoutRegardToCase_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<bool>("same");
+        QTest::newRow("as it is") << QByteArray("accept") << true;
+        QTest::newRow("capitals") << QByteArray("ACCEPT") << true;
+        QTest::newRow("another of its length") << QByteArray("except") << false;
+        QTest::newRow("its beginning") << QByteArray("acc") << false;
+        QTest::newRow("with more behind it") << QByteArray("accepted") << false;
+        QTest::newRow("nothing") << QByteArray() << false;
+    }
+    void namesCompareWithoutRegardToCase()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(bool, same);
+        QCOMPARE(isNamed(std::string_view(name.constData(), std::size_t(name.size())), "accept"), same);
+        QCOMPARE(isNamed(QString::fromLatin1(name), "accept"), same);
+        const Headers headers{{"A", "1"}, {QString::fromLatin1(name), "2"}, {"Z", "3"}};
+        QCOMPARE(findHeader(headers, QStringLiteral("accept")) != headers.cend(), same);
     }
 
     void headersThatCannotBeSentAreRefused_data()

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/exchangeobserver.h"
 #include "communicator/http/requestqueue.h"
 #include "enginebench.h"
 
+#include <logcollector.h>
+
 #include <future>
+#include <mutex>
 #include <optional>
 
 namespace {
@@ -18,7 +22,7 @@ struct Queue
     {
         loop.run([this] { queue.reset(); });
     }
-    void add(const QString& key, const QString& address, const QString& path, int limit = 60000)
+    std::shared_ptr<const Device> device(const QString& key, const QString& address)
     {
         DeviceEndpoint endpoint;
         endpoint.address = address;
@@ -27,31 +31,88 @@ struct Queue
             registry.add(key, endpoint, reason) == DeviceRegistry::Change::Refused) {
             qFatal("%s", qPrintable(reason));
         }
+        return registry.find(key);
+    }
+    void add(const QString& key, const QString& address, const QString& path, int limit = 60000)
+    {
         HttpRequest asked = request(key);
         asked.path = path;
         asked.expectedTime = limit;
+        add(asked, address);
+    }
+    /// A write, by default of its number, to "/w".
+    void write(const QString& key, const QString& address, ExchangeId id, const char* path = "/w")
+    {
+        HttpRequest asked = request(key, HttpMethod::Put, QByteArray::number(id));
+        asked.path = QLatin1String(path);
+        asked.expectedTime = 60000;
+        asked.id = id;
+        add(asked, address);
+    }
+    void add(const HttpRequest& asked, const QString& address)
+    {
+        const std::shared_ptr<const Device> target = device(asked.deviceKey, address);
+        const ExchangeId id = asked.id;
         loop.run([&] {
             queue->add(
-                asked, registry.find(key), [this](const HttpReply& reply) { tell(reply); },
+                asked, target, [this, id](const HttpReply& reply) { tell(id, reply); },
                 std::chrono::steady_clock::now());
         });
     }
-    void tell(const HttpReply& reply)
+    void tell(ExchangeId id, const HttpReply& reply)
     {
         timedOut += reply.state == State::TimedOut ? 1 : 0;
+        if (reply.state == State::Aborted) {
+            aborted.push_back(id);
+        }
         ++settled;
     }
     void abort(const QString& key)
     {
         loop.run([&] { queue->abort(key); });
     }
+    void cancel(ExchangeId id)
+    {
+        loop.run([&] { queue->cancel(id); });
+    }
+    void cancelAll(const QString& key)
+    {
+        loop.run([&] { queue->cancelAll(key); });
+    }
+    std::vector<ExchangeId> whatWasAborted()
+    {
+        std::vector<ExchangeId> ids;
+        loop.run([&] { ids = aborted; });
+        return ids;
+    }
 
     DeviceRegistry registry;
     IoLoop loop;
     std::atomic<int> timedOut{0};
     std::atomic<int> settled{0};
+    std::vector<ExchangeId> aborted; // on the loop's thread
     std::optional<RequestQueue> queue;
 };
+
+/// Takes all places of a queue with one connection.
+void fill(Queue& queue, const MisbehavingServer& silent)
+{
+    queue.add(QStringLiteral("x"), silent.address(), QStringLiteral("/x"));
+    queue.add(QStringLiteral("y"), silent.address(), QStringLiteral("/y"));
+}
+
+QByteArray bodiesOf(const MisbehavingServer& server)
+{
+    QByteArrayList bodies;
+    for (const MisbehavingServer::Received& received : server.received()) {
+        bodies += received.body;
+    }
+    return bodies.join(' ');
+}
+
+using Ids = std::vector<ExchangeId>;
+
+const QString a = QStringLiteral("a");
 
 } // namespace
 
@@ -118,6 +179,187 @@ private Q_SLOTS:
             order += received.target;
         }
         QCOMPARE(order, QByteArray("/a1/b1/a2/b2/a3/b3"));
+    }
+
+    void aWriteIsNotHeldBackByOneThatWasAborted()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        Queue queue(1);
+        fill(queue, silent);
+        queue.write(a, server.address(), 1);
+        queue.write(a, server.address(), 2);
+        queue.abort(a);
+        QCOMPARE(queue.whatWasAborted(), (Ids{1, 2}));
+        queue.write(a, server.address(), 3);
+        queue.abort(QStringLiteral("x"));
+        QVERIFY(server.waitForDeliveries(1));
+        QCOMPARE(bodiesOf(server), QByteArray("3"));
+    }
+
+    void whatIsCancelledWhileItWaitsLeavesItsPlaceToTheNext_data()
+    {
+        QTest::addColumn<int>("cancelled");
+        QTest::addColumn<QByteArray>("arrived");
+        QTest::newRow("the first write") << 1 << QByteArray("2 3");
+        QTest::newRow("one that is held back") << 2 << QByteArray("1 3");
+        QTest::newRow("the last one") << 3 << QByteArray("1 2");
+        QTest::newRow("another") << 4 << QByteArray("1 2 3");
+    }
+    void whatIsCancelledWhileItWaitsLeavesItsPlaceToTheNext()
+    {
+        QFETCH(int, cancelled);
+        QFETCH(QByteArray, arrived);
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        Queue queue(1);
+        fill(queue, silent);
+        for (const ExchangeId id : {1, 2, 3}) {
+            queue.write(a, server.address(), id);
+        }
+        queue.cancel(ExchangeId(cancelled));
+        QCOMPARE(queue.whatWasAborted(), cancelled == 4 ? Ids() : Ids{ExchangeId(cancelled)});
+        QCOMPARE(queue.settled.load(), cancelled == 4 ? 0 : 1);
+        queue.abort(QStringLiteral("x"));
+        QTRY_COMPARE(bodiesOf(server), arrived);
+        QTRY_COMPARE(queue.settled.load(), 4); // with x
+        // The path is free again.
+        queue.write(a, server.address(), 5);
+        QTRY_COMPARE(bodiesOf(server), arrived + " 5");
+    }
+
+    void whatIsCancelledUnderWayEndsAlone()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        Queue queue(4);
+        for (const ExchangeId id : {1, 2, 3}) {
+            queue.write(a, silent.address(), id, id == 3 ? "/b" : "/w");
+        }
+        queue.write(QStringLiteral("other"), silent.address(), 4);
+        QVERIFY(silent.waitForDeliveries(3));
+        queue.cancel(3);
+        QCOMPARE(queue.whatWasAborted(), Ids{3});
+        queue.cancel(3);
+        queue.cancel(4);
+        QCOMPARE(queue.whatWasAborted(), (Ids{3, 4}));
+        queue.cancel(1);
+        QVERIFY(silent.waitForDeliveries(4)); // the one that was held back
+        QCOMPARE(queue.whatWasAborted(), (Ids{3, 4, 1}));
+    }
+
+    void whatIsCancelledBeforeItComesIsNotSent()
+    {
+        const MisbehavingServer server;
+        Queue queue(4);
+        queue.cancel(1);
+        queue.write(a, server.address(), 1);
+        QCOMPARE(queue.whatWasAborted(), Ids{1});
+        queue.write(a, server.address(), 2);
+        QVERIFY(server.waitForDeliveries(1));
+        QCOMPARE(bodiesOf(server), QByteArray("2"));
+    }
+
+    void allOfOneDeviceIsCancelledAndItsTurnIsFree()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        Queue queue(1);
+        fill(queue, silent);
+        queue.write(a, server.address(), 1);
+        queue.cancelAll(QStringLiteral("x"));
+        QVERIFY(server.waitForDeliveries(1));
+        QTRY_COMPARE(queue.settled.load(), 2);
+        queue.cancelAll(QStringLiteral("unknown"));
+        QCOMPARE(queue.settled.load(), 2);
+    }
+
+    void anEndIsNamedAfterItsCause()
+    {
+        std::mutex mutex;
+        QStringList reasons;
+        const ObserverHandle observer = addExchangeObserver([&](const ExchangeRecord& record) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            reasons << record.reason;
+        });
+        const MisbehavingServer silent(Mode::Stall);
+        Queue queue(1);
+        fill(queue, silent);
+        queue.write(a, silent.address(), 1);
+        queue.cancel(1);
+        queue.write(a, silent.address(), 1); // cancelled before it came
+        queue.write(a, silent.address(), 2);
+        queue.abort(a);
+        queue.write(a, silent.address(), 3);
+        queue.cancelAll(a);
+        const std::shared_ptr<const Device> removed = queue.device(a, silent.address());
+        queue.registry.remove(a);
+        HttpRequest late = request(a);
+        late.id = 4;
+        queue.loop.run([&] {
+            queue.queue->add(
+                late, removed, [&queue](const HttpReply& reply) { queue.tell(4, reply); },
+                std::chrono::steady_clock::now());
+        });
+        QCOMPARE(queue.whatWasAborted(), (Ids{1, 1, 2, 3, 4}));
+        const QString cancelled = QStringLiteral("the application cancelled the request");
+        const QString aborted = QStringLiteral("the transport was stopped or the device was removed");
+        const std::lock_guard<std::mutex> lock(mutex);
+        QCOMPARE(reasons, (QStringList{cancelled, cancelled, aborted, cancelled, aborted}));
+    }
+
+    void oneDeviceHasHalfOfTheConnections_data()
+    {
+        QTest::addColumn<int>("connections");
+        QTest::addColumn<int>("begun");
+        QTest::newRow("one") << 1 << 1;
+        QTest::newRow("two") << 2 << 1;
+        QTest::newRow("three") << 3 << 2;
+        QTest::newRow("eight") << 8 << 4;
+        QTest::newRow("nine") << 9 << 5;
+        QTest::newRow("as many as a group has") << 1000 << 64;
+    }
+    void oneDeviceHasHalfOfTheConnections()
+    {
+        QFETCH(int, connections);
+        QFETCH(int, begun);
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        const auto limit = std::size_t(connections);
+        Queue queue(limit);
+        for (int i = 0; i < 66; ++i) {
+            queue.add(QStringLiteral("x"), silent.address(), QStringLiteral("/x"));
+        }
+        QVERIFY(silent.waitForDeliveries(begun));
+        queue.add(a, server.address(), QStringLiteral("/a"));
+        QTRY_COMPARE(queue.settled.load(), 1); // time enough for one more
+        QCOMPARE(silent.deliveries(), begun);
+    }
+
+    void allDevicesTogetherHaveTwiceTheConnections()
+    {
+        const MisbehavingServer silent(Mode::Stall);
+        const MisbehavingServer server;
+        Queue queue(2);
+        const LogCollector log;
+        for (const char* const key : {"1", "2", "3"}) {
+            queue.add(QLatin1String(key), silent.address(), QStringLiteral("/x"));
+        }
+        QVERIFY(silent.waitForDeliveries(3));
+        QCOMPARE(log.lines(), QStringList());
+        queue.add(a, server.address(), QStringLiteral("/a"));
+        QTRY_COMPARE(queue.settled.load(), 1);
+        queue.add(QStringLiteral("4"), silent.address(), QStringLiteral("/x"));
+        QVERIFY(silent.waitForDeliveries(4));
+        for (const char* const path : {"/b", "/c"}) { // the log tells it once
+            queue.add(a, server.address(), QLatin1String(path));
+        }
+        const QStringList lines = log.lines().filter(QStringLiteral("warning"));
+        QCOMPARE(lines, QStringList(QStringLiteral(
+                            "tessel.http.warning: requests wait for others: 4 are under way, and the limit "
+                            "for all devices together is 2; setRequestLimits() changes it")));
+        QCOMPARE(server.deliveries(), 1);
+        queue.abort(QStringLiteral("2"));
+        QVERIFY(server.waitForDeliveries(3));
     }
 };
 

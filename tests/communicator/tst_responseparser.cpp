@@ -97,22 +97,23 @@ private Q_SLOTS:
         const auto row = [](const char* name, const QByteArray& text, const QByteArray& fields) {
             QTest::newRow(name) << text << fields;
         };
-        row("as written in the books", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
+        row("by the book", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
         row("bare line feeds", "HTTP/1.1 200 OK\nContent-Length: 2\n\n{}", "Content-Length=2");
-        row("bare and whole line ends", "HTTP/1.1 200 OK\r\nContent-Length: 2\n\r\n{}", "Content-Length=2");
+        row("bare line feeds mixed with CRLF", "HTTP/1.1 200 OK\r\nContent-Length: 2\n\r\n{}",
+            "Content-Length=2");
         row("a bare blank line", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\n{}", "Content-Length=2");
         row("no reason phrase", "HTTP/1.1 200 \r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
-        row("nothing behind the status", "HTTP/1.1 200\r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
+        row("nothing after the status", "HTTP/1.1 200\r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
         row("a long reason phrase", "HTTP/1.1 200 All is well: really\r\nContent-Length: 2\r\n\r\n{}",
             "Content-Length=2");
-        row("odd capitals", "HTTP/1.1 200 OK\r\ncOnTeNt-lEnGtH: 2\r\n\r\n{}", "cOnTeNt-lEnGtH=2");
+        row("unusual capitalisation", "HTTP/1.1 200 OK\r\ncOnTeNt-lEnGtH: 2\r\n\r\n{}", "cOnTeNt-lEnGtH=2");
         row("HTTP/1.0", "HTTP/1.0 200 OK\r\nContent-Length: 2\r\n\r\n{}", "Content-Length=2");
-        row("no blank after the colon", "HTTP/1.1 200 OK\r\nContent-Length:2\r\n\r\n{}", "Content-Length=2");
-        row("blanks around the value", "HTTP/1.1 200 OK\r\nContent-Length: \t 2 \r\n\r\n{}",
+        row("no space after the colon", "HTTP/1.1 200 OK\r\nContent-Length:2\r\n\r\n{}", "Content-Length=2");
+        row("spaces around the value", "HTTP/1.1 200 OK\r\nContent-Length: \t 2 \r\n\r\n{}",
             "Content-Length=2");
-        row("a blank before the colon", "HTTP/1.1 200 OK\r\nContent-Length : 2\r\n\r\n{}",
+        row("a space before the colon", "HTTP/1.1 200 OK\r\nContent-Length : 2\r\n\r\n{}",
             "Content-Length=2");
-        row("two blanks before the status", "HTTP/1.1  200 OK\r\nContent-Length: 2\r\n\r\n{}",
+        row("two spaces before the status", "HTTP/1.1  200 OK\r\nContent-Length: 2\r\n\r\n{}",
             "Content-Length=2");
         row("a folded line", "HTTP/1.1 200 OK\r\nX-Long: a\r\n  b\r\nContent-Length: 2\r\n\r\n{}",
             "X-Long=a b,Content-Length=2");
@@ -120,17 +121,17 @@ private Q_SLOTS:
             "X-None=,Content-Length=2");
         row("the same length twice", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Length: 2\r\n\r\n{}",
             "Content-Length=2,Content-Length=2");
-        row("letters beyond ASCII", "HTTP/1.1 200 OK\r\nX-Name: B\xfchne\r\nContent-Length: 2\r\n\r\n{}",
+        row("non-ASCII letters", "HTTP/1.1 200 OK\r\nX-Name: B\xfchne\r\nContent-Length: 2\r\n\r\n{}",
             "X-Name=B\xfchne,Content-Length=2");
         row("chunks", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1\r\n{\r\n1\r\n}\r\n0\r\n\r\n",
             "Transfer-Encoding=chunked");
-        row("chunks with odd capitals",
+        row("chunks with unusual capitalisation",
             "HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n",
             "Transfer-Encoding=Chunked");
         row("chunks with an extension",
             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2;a=b\r\n{}\r\n0\r\n\r\n",
             "Transfer-Encoding=chunked");
-        row("chunks with a trailer that says other things",
+        row("chunks with a trailer",
             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\nX-Late: 1\r\n\r\n",
             "Transfer-Encoding=chunked");
         row("leading zeros in a chunk's size",
@@ -184,7 +185,7 @@ private Q_SLOTS:
         row("a line without a name", ok + ": 2\r\n\r\n{}");
         row("a name with a blank", ok + "Content Length: 2\r\n\r\n{}");
         row("a zero byte in a value", ok + QByteArray("X-A: a\0b\r\nContent-Length: 2\r\n\r\n{}", 33));
-        row("a folded line behind the status", ok + " X-A: b\r\nContent-Length: 2\r\n\r\n{}");
+        row("a folded line after the status", ok + " X-A: b\r\nContent-Length: 2\r\n\r\n{}");
         row("a status of two digits", "HTTP/1.1 20 OK\r\n\r\n");
         row("a status of four digits", "HTTP/1.1 2000 OK\r\n\r\n");
         row("a status that is no number", "HTTP/1.1 2x0 OK\r\n\r\n");
@@ -271,10 +272,11 @@ private Q_SLOTS:
         QTest::newRow("HTTP/1.0") << QByteArray("HTTP/1.0 200 OK\r\nContent-Length: 2\r\n\r\n{}") << false;
         QTest::newRow("HTTP/1.0, told to keep it")
             << QByteArray("HTTP/1.0 200 OK\r\nConnection: Keep-Alive\r\nContent-Length: 2\r\n\r\n{}") << true;
-        QTest::newRow("bytes behind the body")
+        QTest::newRow("bytes after the body")
             << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}x") << false;
-        QTest::newRow("bytes behind no body") << QByteArray("HTTP/1.1 204 No Content\r\n\r\nx") << false;
-        QTest::newRow("bytes behind the last chunk")
+        QTest::newRow("bytes after a reply without a body")
+            << QByteArray("HTTP/1.1 204 No Content\r\n\r\nx") << false;
+        QTest::newRow("bytes after the last chunk")
             << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\nx") << false;
     }
     void theConnectionIsKeptOnlyWhenNothingSpeaksAgainstIt()
@@ -357,6 +359,15 @@ private Q_SLOTS:
         QVERIFY(errorOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n")
                     .startsWith(QLatin1String("the reply's body is not valid HTTP: ")));
         QCOMPARE(errorOf("220 mail"), QStringLiteral("the reply is not an HTTP/1 response"));
+        QCOMPARE(errorOf("HTTP/1.1 200 OK\r\nX: " + QByteArray(70000, 'x')),
+                 QStringLiteral("the reply's headers are too large"));
+        QCOMPARE(errorOf("HTTP/1.1 200 OK\r\n" + QByteArray("X: 1\r\n").repeated(300) + "\r\n"),
+                 QStringLiteral("the reply's headers are too large"));
+        const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+        QCOMPARE(errorOf(chunked + "1;" + QByteArray(40000, 'x')),
+                 QStringLiteral("the reply's chunk framing is too large"));
+        QCOMPARE(errorOf(chunked + ("1;" + QByteArray(9000, 'x') + "\r\ny\r\n").repeated(2)),
+                 QStringLiteral("the reply's chunk extensions are too large"));
     }
 
     void framingReachesToItsBound()

@@ -27,7 +27,7 @@ constexpr VerbCall verbCalls[] = {
     {Sim::Delete, "DELETE", &HttpProxy::delSync},
 };
 
-/// Routes whose GET an operation reads as a list.
+/// Routes whose GET returns a list, apart from the routes for one property of all instances.
 constexpr const char* listRoutes[] = {
     "Capability_AllChipType",
     "Capability_RowDecodeType",
@@ -48,12 +48,17 @@ constexpr const char* listRoutes[] = {
     "Device_PipeGroupScreenIds",
     "Device_PipeGroupScreenRelativePoint",
     "Device_Pipes",
+    "Device_PutCabinetCoefficients",
+    "Device_PutCabinetMultilayerCoefficients",
     "Device_RvCards",
     "Device_RxsInfo",
     "Device_S_AllCabChip",
     "Device_S_AllCabType",
     "Device_S_AllCabmfrsName",
+    "Device_ScreenNiccData",
     "MonitorHistory",
+    "MuliScreenGamma",
+    "ScreenGamma",
     "ScreenGammaCurve",
 };
 
@@ -112,10 +117,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<unsigned>("verbs");
         QTest::addColumn<bool>("bytes");
+        QTest::addColumn<bool>("isPlural");
         for (const Sim::Route& route : Sim::RouteTable::instance().routes()) {
             for (const std::string& key : route.keys) {
-                QTest::newRow(key.c_str())
-                    << QString::fromStdString(route.pattern) << route.verbs << bringsBytes(route);
+                QTest::newRow(key.c_str()) << QString::fromStdString(route.pattern) << route.verbs
+                                           << bringsBytes(route) << (route.scope == Sim::Scope::Plural);
             }
         }
     }
@@ -124,6 +130,7 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(unsigned, verbs);
         QFETCH(bool, bytes);
+        QFETCH(bool, isPlural);
         const QString key = QString::fromLatin1(QTest::currentDataTag());
         QCOMPARE(path, AllUrlResource::getUrl(key));
         for (const VerbCall& call : verbCalls) {
@@ -144,6 +151,7 @@ private Q_SLOTS:
             QVERIFY(envelope["message"].isString());
             QVERIFY(envelope.object().contains("data"));
             if (call.verb == Sim::Get) {
+                QVERIFY2(isPlural || envelope["data"].isArray() == isListRoute(key), "see listRoutes");
                 checkShape(key, envelope["data"], package);
             }
         }

@@ -79,9 +79,10 @@ def balanced(text):
 FLIPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&"}
 BUILT_IN_FLIPS = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "&": "|", "|": "&"}
 
-# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, what the sanitizers
-# tell and no test reliably does (locks, releases), and debug lines.
+# Left alone: what the compiler alone reads, what a debug build alone runs, what is for speed alone, what does nothing here
+# (the end of a list of arguments), what the sanitizers tell and no test reliably does (locks, releases), and debug lines.
 NOT_COUNTED = re.compile(r"Q_UNUSED|Q_ASSERT|static_assert|assert\b|\(void\)|"
+                         r"curl_easy_cleanup\b|va_end\b|"
                          r".*(\.|->)(reserve|shrink_to_fit|squeeze)\([^;]*\)$", re.S)
 DEBUG_LINE = re.compile(r"\b(qDebug|qCDebug)\b")
 
@@ -541,7 +542,7 @@ class Finder:
 
     def swap(self, cursor, scope, start, end):
         source = self.source
-        if cursor.spelling in ("min", "max", "qstrnicmp"):
+        if cursor.spelling in ("min", "max", "qstrnicmp", "isNamed"):
             return  # the same either way, or compared with 0
         arguments = [a for a in cursor.get_arguments() if a is not None]
         ranges = [self.range(a) for a in arguments]

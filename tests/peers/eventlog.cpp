@@ -11,7 +11,7 @@ using Krelm::Communicator::HttpDevice::HttpProxy;
 
 namespace {
 
-constexpr int patience = 60000;
+constexpr int timeout = 60000;
 const QString number = QStringLiteral("number");
 
 } // namespace
@@ -41,7 +41,7 @@ void EventLog::push(int count)
 
 bool EventLog::waitForAll()
 {
-    return QTest::qWaitFor([this] { return m_arrived.size() >= m_pushed; }, patience);
+    return QTest::qWaitFor([this] { return m_arrived.size() >= m_pushed; }, timeout);
 }
 
 bool EventLog::waitForAllAndPush()
@@ -54,7 +54,7 @@ bool EventLog::waitForAllAndPush()
             }
             return m_arrived.size() >= wanted;
         },
-        patience);
+        timeout);
 }
 
 QByteArray EventLog::disorder() const

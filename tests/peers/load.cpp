@@ -21,7 +21,7 @@ using namespace Krelm::Communicator::HttpDevice;
 
 namespace {
 
-constexpr std::chrono::seconds patience{240};
+constexpr std::chrono::seconds timeout{240};
 constexpr int writesEach = 10;
 constexpr int readsEach = 3;
 
@@ -140,7 +140,7 @@ void fill(HttpJsonPackage& package, const Call& call)
 {
     package.setUrl(QStringLiteral("/api/v1/device/hw/customname"));
     package.addParameters(QStringLiteral("call"), QString::fromLatin1(call.id));
-    package.setExpectedTime(int(std::chrono::milliseconds(patience).count()) / 2);
+    package.setExpectedTime(int(std::chrono::milliseconds(timeout).count()) / 2);
     if (call.verb != Verb::Get) {
         package.setRequestWithJsonObj(
             QVariantMap{{QStringLiteral("customName"), QString::fromLatin1(call.id)}});
@@ -239,7 +239,7 @@ void Load::start(Plan plan)
 bool Load::waitForCalls(int count)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_ended.wait_for(lock, patience, [&] { return m_endedCalls >= count; });
+    return m_ended.wait_for(lock, timeout, [&] { return m_endedCalls >= count; });
 }
 
 int Load::endedCalls() const
@@ -384,7 +384,7 @@ Verdict writeDuringRestarts(const QList<DeviceEndpoint>& endpoints, FrontProxy& 
                             Tessel::Simulator::Simulator& simulator)
 {
     constexpr int callsBetween = 250;
-    constexpr int patienceForSlow = 30000;
+    constexpr int slowWritesTimeout = 30000;
     // Beyond the half second that a proxy leaves to requests when it is reloaded or restarted.
     Tessel::Simulator::Fault slow;
     slow.method = "PUT";
@@ -422,12 +422,12 @@ Verdict writeDuringRestarts(const QList<DeviceEndpoint>& endpoints, FrontProxy& 
         expect(load.waitForCalls(load.endedCalls() + callsBetween),
                QStringLiteral("the callers stand before"));
         simulator.addFault(slow);
-        expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() >= slow.times; }, patienceForSlow),
+        expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() >= slow.times; }, slowWritesTimeout),
                QStringLiteral("no write is under way before"));
         const bool succeeded = disturb();
         expect(succeeded, QString::fromUtf8(proxy.output()) + QStringLiteral("this does not succeed:"));
         // Whoever sent a slow write again would have it carried out twice by now.
-        expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() < slow.times; }, patienceForSlow),
+        expect(QTest::qWaitFor([&] { return simulator.requestsInFlight() < slow.times; }, slowWritesTimeout),
                QStringLiteral("the simulator does not come to an end after"));
     }
     if (!load.waitForCalls(load.endedCalls() + callsBetween)) {

@@ -12,7 +12,7 @@
 namespace {
 
 // A process that has just begun to serve may not listen to signals yet: they are repeated.
-constexpr int signalPatience = 3000;
+constexpr int signalTimeout = 3000;
 
 // Runs a command in a session of its own, tells its process id before the command tells anything, and ends
 // the whole session when the command has ended or nobody holds the other end of standard input any more.
@@ -112,10 +112,10 @@ void PeerProcess::send(int signal) const
 
 bool PeerProcess::signalUntilOutput(int signal, const QByteArray& text)
 {
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(timeout);
     do {
         send(signal);
-        if (waitForOutput(text, QDeadlineTimer(signalPatience))) {
+        if (waitForOutput(text, QDeadlineTimer(signalTimeout))) {
             return true;
         }
     } while (m_keeper.state() == QProcess::Running && !deadline.hasExpired());
@@ -124,10 +124,10 @@ bool PeerProcess::signalUntilOutput(int signal, const QByteArray& text)
 
 bool PeerProcess::signalUntilEnd(int signal)
 {
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(timeout);
     do {
         send(signal);
-        if (waitForEnd(signalPatience)) {
+        if (waitForEnd(signalTimeout)) {
             return true;
         }
     } while (!deadline.hasExpired());
@@ -153,7 +153,7 @@ bool PeerProcess::crash()
     if (m_peer > 0) {
         ::kill(static_cast<pid_t>(-m_peer), SIGKILL);
     }
-    return waitForEnd(patience);
+    return waitForEnd(timeout);
 }
 
 QList<quint16> freePorts(int count)

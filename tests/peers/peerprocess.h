@@ -33,7 +33,7 @@ public:
     bool start(const QString& program, const QStringList& arguments, const QByteArray& ready);
     /// Waits until @p text has come, behind what was waited for before. @return whether it came; false at
     /// once when the process ends.
-    bool waitForOutput(const QByteArray& text) { return waitForOutput(text, QDeadlineTimer(patience)); }
+    bool waitForOutput(const QByteArray& text) { return waitForOutput(text, QDeadlineTimer(timeout)); }
     /// Signals the process itself, none of its children, until @p text comes. @return whether it came.
     bool signalUntilOutput(int signal, const QByteArray& text);
     /// Signals the process itself until it ends. @return whether it did.
@@ -45,7 +45,7 @@ public:
     QByteArray output() const { return m_output; }
 
 private:
-    static constexpr int patience = 30000;
+    static constexpr int timeout = 30000;
 
     bool waitForOutput(const QByteArray& text, const QDeadlineTimer& deadline);
     bool waitForEnd(int milliseconds);
@@ -72,11 +72,12 @@ bool arePeersRequired();
 #define REQUIRE_PEER(program, package)                                                                       \
     do {                                                                                                     \
         if ((program).isEmpty()) {                                                                           \
-            const char* const missing = package " is not installed: apt-get install " package;               \
+            const QByteArray missing =                                                                       \
+                QByteArray(package) + " is not installed: apt-get install " + package;                       \
             if (arePeersRequired()) {                                                                        \
-                QFAIL(missing);                                                                              \
+                QFAIL(missing.constData());                                                                  \
             }                                                                                                \
-            QSKIP(missing);                                                                                  \
+            QSKIP(missing.constData());                                                                      \
         }                                                                                                    \
     } while (false)
 

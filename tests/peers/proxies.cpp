@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int attempts = 5;
-constexpr int patience = 30000;
+constexpr int timeout = 30000;
 
 QByteArray number(int value)
 {
@@ -32,7 +32,7 @@ bool makeCertificate(const QString& directory)
         QStringLiteral("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj "
                        "/CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout key.pem -out cert.pem")
             .split(QLatin1Char(' ')));
-    if (!openssl.waitForFinished(patience) || openssl.exitCode() != 0) {
+    if (!openssl.waitForFinished(timeout) || openssl.exitCode() != 0) {
         return false;
     }
     QFile both(directory + QStringLiteral("/both.pem"));

@@ -12,7 +12,7 @@
 #include <QScopeGuard>
 #include <QtTest>
 
-// What is tested with each proxy.
+#include <memory>
 
 constexpr int idleCallers = 100;
 constexpr int restartCallers = 16;
@@ -33,23 +33,23 @@ QList<DeviceEndpoint> endpointsOf(const Server& server)
     return endpoints;
 }
 
-inline void tell(const Verdict& verdict)
+inline void print(const Verdict& verdict)
 {
     qInfo("%s: %s", QTest::currentDataTag(), verdict.text().constData());
 }
 
-/// 1,000 writes around the idle limit, of which none is lost and none doubled. @p keeps: the peer keeps
-/// connections.
+/// Checks that none of 1,000 writes around the idle limit was lost or executed twice. @p keeps says whether
+/// the peer keeps connections open.
 inline void checkIdleVerdict(const Verdict& verdict, bool keeps = true)
 {
-    tell(verdict);
+    print(verdict);
     QVERIFY2(verdict.faults.isEmpty(), qPrintable(verdict.faults.join(QLatin1Char('\n'))));
     QCOMPARE(verdict.lost, 0);
     QCOMPARE(verdict.doubled, 0);
     QCOMPARE(verdict.writes, 1000);
-    // Who ends a silent connection has heard nothing on it.
+    // A peer that closes an idle connection has not read a request from it.
     QCOMPARE(verdict.undecidableExecuted, 0);
-    // Pauses that all fall to one side of the limit would show nothing.
+    // Pauses that were all shorter or all longer than the limit would prove nothing.
     QCOMPARE(verdict.onOpen > 0, keeps);
     QCOMPARE(verdict.onEnded > 0, keeps);
 }
@@ -71,12 +71,12 @@ inline void checkRestarts(FrontProxy& proxy, ProxyOptions options)
     options.ports = restartCallers;
     QVERIFY2(proxy.start(simulator.port(), options), proxy.output().constData());
     const Verdict verdict = writeDuringRestarts(endpointsOf(proxy), proxy, simulator);
-    tell(verdict);
+    print(verdict);
     QVERIFY2(verdict.faults.isEmpty(), qPrintable(verdict.faults.join(QLatin1Char('\n'))));
     QCOMPARE(verdict.lost, 0);
     QCOMPARE(verdict.doubled, 0);
     QVERIFY(verdict.writes >= 1000);
-    // Restarts that hit no write on its way would show nothing.
+    // Restarts that interrupted no write would prove nothing.
     QVERIFY(verdict.undecidableExecuted > 0);
 }
 
@@ -91,7 +91,7 @@ inline void checkEvents(FrontProxy& proxy, const ProxyOptions& options)
     const KnownDevice device(proxy.endpoint());
     EventLog log(simulator, device.key);
     QVERIFY(simulator.waitForEventStreams(1, 30000));
-    // A proxy that collects hands nothing on before it has collected enough, the head of the stream included.
+    // A buffering proxy forwards nothing, not even the head of the stream, until its buffer is full.
     const auto haveArrived = [&] {
         return options.buffersReplies ? log.waitForAllAndPush() : log.waitForAll();
     };
@@ -110,7 +110,7 @@ inline void checkEvents(FrontProxy& proxy, const ProxyOptions& options)
     QVERIFY(log.pushed() > 600);
 }
 
-/// A call that the proxy answers itself, both ways: an error with @p status.
+/// Checks that blocking and non-blocking calls which the proxy answers itself fail with @p status.
 inline void checkError(const DeviceEndpoint& endpoint, int status)
 {
     Load load({endpoint, endpoint});
@@ -128,7 +128,7 @@ inline void checkError(const DeviceEndpoint& endpoint, int status)
     }
 }
 
-/// A write that the proxy refuses by its size, both ways: an error with @p status.
+/// Checks that blocking and non-blocking writes which are too large for the proxy fail with @p status.
 inline void checkRefusal(FrontProxy& proxy, const ProxyOptions& options, int bodySize, int querySize,
                          int status)
 {
@@ -157,9 +157,9 @@ inline void checkRefusal(FrontProxy& proxy, const ProxyOptions& options, int bod
 
 /// How the device behind a proxy fails.
 enum class Behind {
-    Nothing, ///< nobody listens
-    Silent,  ///< it hears the call and answers nothing
-    Ends,    ///< it hears the call and ends the connection
+    Nothing, ///< nothing listens
+    Silent,  ///< it reads the request and does not reply
+    Ends,    ///< it reads the request and closes the connection
     Well     ///< it does not fail
 };
 Q_DECLARE_METATYPE(Behind)
@@ -181,5 +181,99 @@ inline void checkErrorOf(FrontProxy& proxy, const ProxyOptions& options, Behind 
     checkError(proxy.endpoint(), status);
     QCOMPARE(executedBy(simulator), Counts());
 }
+
+/// The tests of every proxy. A subclass creates its proxy and supplies the rows. It has to include
+/// "moc_proxytests.cpp".
+class ProxyTests : public QObject
+{
+    Q_OBJECT
+public:
+    explicit ProxyTests(const char* program)
+        : m_name(program)
+        , m_program(PeerProcess::find(QLatin1String(program)))
+    {}
+
+protected:
+    const QString& program() const { return m_program; }
+    virtual std::unique_ptr<FrontProxy> makeProxy() const = 0;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        REQUIRE_PEER(m_program, m_name);
+        muteLog();
+    }
+
+    virtual void writesAroundTheIdleLimitAreCarriedOutOnce_data() = 0;
+    void writesAroundTheIdleLimitAreCarriedOutOnce()
+    {
+        QFETCH(ProxyOptions, options);
+        checkIdleLimit(*makeProxy(), options);
+    }
+
+    virtual void writesDuringRestartsAreCarriedOutOnce_data() = 0;
+    void writesDuringRestartsAreCarriedOutOnce()
+    {
+        QFETCH(ProxyOptions, options);
+        checkRestarts(*makeProxy(), options);
+    }
+
+    virtual void eventsArriveInOrderThroughRestarts_data() = 0;
+    void eventsArriveInOrderThroughRestarts()
+    {
+        QFETCH(ProxyOptions, options);
+        checkEvents(*makeProxy(), options);
+    }
+
+    void whatTheProxyAnswersItselfIsAnError_data()
+    {
+        QTest::addColumn<ProxyOptions>("options");
+        QTest::addColumn<Behind>("behind");
+        QTest::addColumn<int>("status");
+        ProxyOptions options;
+        QTest::newRow("no device") << options << Behind::Nothing << statusWithoutDevice();
+        QTest::newRow("a device that ends the connection") << options << Behind::Ends << 502;
+        options.replyLimit = 200;
+        QTest::newRow("a silent device") << options << Behind::Silent << 504;
+        options.tls = true;
+        QTest::newRow("a silent device, TLS") << options << Behind::Silent << 504;
+        options = {};
+        options.turnsEveryCallAway = true;
+        QTest::newRow("turned away") << options << Behind::Well << 503;
+    }
+    void whatTheProxyAnswersItselfIsAnError()
+    {
+        QFETCH(ProxyOptions, options);
+        QFETCH(Behind, behind);
+        QFETCH(int, status);
+        checkErrorOf(*makeProxy(), options, behind, status);
+    }
+
+    void aWriteThatTheProxyFindsTooLargeIsAnError_data()
+    {
+        QTest::addColumn<bool>("tls");
+        QTest::addColumn<int>("bodySize");
+        QTest::addColumn<int>("querySize");
+        QTest::addColumn<int>("status");
+        addTooLargeRows();
+    }
+    void aWriteThatTheProxyFindsTooLargeIsAnError()
+    {
+        QFETCH(bool, tls);
+        QFETCH(int, bodySize);
+        QFETCH(int, querySize);
+        QFETCH(int, status);
+        ProxyOptions options;
+        options.tls = tls;
+        checkRefusal(*makeProxy(), options, bodySize, querySize, status);
+    }
+
+private:
+    virtual int statusWithoutDevice() const = 0;
+    virtual void addTooLargeRows() const = 0;
+
+    const char* const m_name;
+    const QString m_program;
+};
 
 #endif

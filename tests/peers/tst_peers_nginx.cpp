@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "proxytests.h"
 
-class TestPeersNginx : public QObject
+class TestPeersNginx : public ProxyTests
 {
     Q_OBJECT
+public:
+    TestPeersNginx()
+        : ProxyTests("nginx")
+    {}
 
-    const QString m_program = PeerProcess::find(QStringLiteral("nginx"));
-
-private Q_SLOTS:
-    void initTestCase()
+private:
+    std::unique_ptr<FrontProxy> makeProxy() const override { return std::make_unique<Nginx>(program()); }
+    int statusWithoutDevice() const override { return 502; }
+    void addTooLargeRows() const override
     {
-        REQUIRE_PEER(m_program, "nginx");
-        muteLog();
+        QTest::newRow("a body of 2 MiB") << false << (2 << 20) << 1 << 413;
+        QTest::newRow("a body of 2 MiB, TLS") << true << (2 << 20) << 1 << 413;
+        QTest::newRow("a query of 16 KiB") << false << 1 << (16 << 10) << 414;
     }
 
-    void writesAroundTheIdleLimitAreCarriedOutOnce_data()
+    void writesAroundTheIdleLimitAreCarriedOutOnce_data() override
     {
         QTest::addColumn<ProxyOptions>("options");
         ProxyOptions options;
@@ -25,18 +30,11 @@ private Q_SLOTS:
         options.tls = false;
         QTest::newRow("plain") << options;
         options.buffersReplies = false;
-        QTest::newRow("nothing collected") << options;
+        QTest::newRow("unbuffered") << options;
         options.http10Upstream = true;
         QTest::newRow("HTTP/1.0 to the device") << options;
     }
-    void writesAroundTheIdleLimitAreCarriedOutOnce()
-    {
-        QFETCH(ProxyOptions, options);
-        Nginx nginx(m_program);
-        checkIdleLimit(nginx, options);
-    }
-
-    void writesDuringRestartsAreCarriedOutOnce_data()
+    void writesDuringRestartsAreCarriedOutOnce_data() override
     {
         QTest::addColumn<ProxyOptions>("options");
         ProxyOptions options;
@@ -46,60 +44,23 @@ private Q_SLOTS:
         options.tls = true;
         QTest::newRow("TLS") << options;
     }
-    void writesDuringRestartsAreCarriedOutOnce()
-    {
-        QFETCH(ProxyOptions, options);
-        Nginx nginx(m_program);
-        checkRestarts(nginx, options);
-    }
-
-    void eventsArriveInOrderThroughRestarts_data()
+    void eventsArriveInOrderThroughRestarts_data() override
     {
         QTest::addColumn<ProxyOptions>("options");
         ProxyOptions options;
-        QTest::newRow("collected") << options;
+        QTest::newRow("buffered") << options;
         options.buffersReplies = false;
-        QTest::newRow("handed on at once") << options;
+        QTest::newRow("unbuffered") << options;
         options.tls = true;
         options.http10Upstream = true;
-        QTest::newRow("handed on at once, TLS, HTTP/1.0 to the device") << options;
-    }
-    void eventsArriveInOrderThroughRestarts()
-    {
-        QFETCH(ProxyOptions, options);
-        Nginx nginx(m_program);
-        checkEvents(nginx, options);
+        QTest::newRow("unbuffered, TLS, HTTP/1.0 to the device") << options;
     }
 
-    void whatTheProxyAnswersItselfIsAnError_data()
-    {
-        QTest::addColumn<ProxyOptions>("options");
-        QTest::addColumn<Behind>("behind");
-        QTest::addColumn<int>("status");
-        ProxyOptions options;
-        QTest::newRow("no device") << options << Behind::Nothing << 502;
-        QTest::newRow("a device that ends the connection") << options << Behind::Ends << 502;
-        options.replyLimit = 200;
-        QTest::newRow("a silent device") << options << Behind::Silent << 504;
-        options.tls = true;
-        QTest::newRow("a silent device, TLS") << options << Behind::Silent << 504;
-        options = {};
-        options.turnsEveryCallAway = true;
-        QTest::newRow("turned away") << options << Behind::Well << 503;
-    }
-    void whatTheProxyAnswersItselfIsAnError()
-    {
-        QFETCH(ProxyOptions, options);
-        QFETCH(Behind, behind);
-        QFETCH(int, status);
-        Nginx nginx(m_program);
-        checkErrorOf(nginx, options, behind, status);
-    }
-
+private Q_SLOTS:
     void aPlainCallToItsTlsPortIsAnError()
     {
         const ClosedPort closed;
-        Nginx nginx(m_program);
+        Nginx nginx(program());
         ProxyOptions options;
         options.tls = true;
         QVERIFY2(nginx.start(closed.port(), options), nginx.output().constData());
@@ -107,29 +68,8 @@ private Q_SLOTS:
         endpoint.address = QStringLiteral("127.0.0.1:%1").arg(nginx.ports()[0]);
         checkError(endpoint, 400);
     }
-
-    void aWriteThatTheProxyFindsTooLargeIsAnError_data()
-    {
-        QTest::addColumn<bool>("tls");
-        QTest::addColumn<int>("bodySize");
-        QTest::addColumn<int>("querySize");
-        QTest::addColumn<int>("status");
-        QTest::newRow("a body of 2 MiB") << false << (2 << 20) << 1 << 413;
-        QTest::newRow("a body of 2 MiB, TLS") << true << (2 << 20) << 1 << 413;
-        QTest::newRow("a query of 16 KiB") << false << 1 << (16 << 10) << 414;
-    }
-    void aWriteThatTheProxyFindsTooLargeIsAnError()
-    {
-        QFETCH(bool, tls);
-        QFETCH(int, bodySize);
-        QFETCH(int, querySize);
-        QFETCH(int, status);
-        ProxyOptions options;
-        options.tls = tls;
-        Nginx nginx(m_program);
-        checkRefusal(nginx, options, bodySize, querySize, status);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestPeersNginx)
+#include "moc_proxytests.cpp"
 #include "tst_peers_nginx.moc"

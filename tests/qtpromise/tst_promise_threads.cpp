@@ -288,7 +288,7 @@ private Q_SLOTS:
         for (int round = 0; round < 50; ++round) {
             Pending<QString> pending;
             auto handle = std::make_unique<QtPromise::QPromise<QString>>(std::move(pending.promise));
-            const auto read = handle->then([](const QString& value) { return value.size(); });
+            const auto read = handle->then([](const QString& value) { return int(value.size()); });
             const auto failed = QtPromise::QPromise<QString>::reject(QString("reason %1").arg(round));
             auto reason = std::make_unique<QtPromise::QPromise<QString>>(failed);
             std::thread ending([&] {

@@ -58,8 +58,8 @@ private Q_SLOTS:
         QTest::newRow("HEAD") << "HEAD" + target << true << none << none;
         QTest::newRow("OPTIONS") << QByteArray("OPTIONS * HTTP/1.1\r\nHost: t\r\n\r\n") << false
                                  << QByteArray("GET, HEAD, PUT, POST, DELETE, OPTIONS") << none;
-        QTest::newRow("close") << QByteArray("GET /x HTTP/1.1\r\nConnection: close\r\n\r\n") << true << none
-                               << QByteArray("close");
+        QTest::newRow("close") << QByteArray("GET /x HTTP/1.1\r\nHost: t\r\nConnection: close\r\n\r\n")
+                               << true << none << QByteArray("close");
         QTest::newRow("1.0 kept") << QByteArray("GET /x HTTP/1.0\r\nConnection: keep-alive\r\n\r\n") << true
                                   << none << QByteArray("keep-alive");
     }
@@ -90,8 +90,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("request");
         QTest::addColumn<bool>("ends");
         QTest::newRow("1.1") << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n") << false;
-        QTest::newRow("close") << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nConnection: close\r\n\r\n")
-                               << true;
+        QTest::newRow("close")
+            << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nConnection: close\r\n\r\n") << true;
         QTest::newRow("1.0") << QByteArray("GET /api/v1/device/hw HTTP/1.0\r\n\r\n") << true;
         QTest::newRow("1.0 kept") << QByteArray(
                                          "GET /api/v1/device/hw HTTP/1.0\r\nConnection: keep-alive\r\n\r\n")
@@ -151,7 +151,7 @@ private Q_SLOTS:
         QCOMPARE(HttpClient(simulator.port()).put(target, '"' + QByteArray(998, 'x') + '"').status, 200);
         QCOMPARE(HttpClient(simulator.port()).put(target, '"' + QByteArray(999, 'x') + '"').status, 413);
         HttpClient chunked(simulator.port());
-        chunked.send("PUT " + target + " HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n3e9\r\n" +
+        chunked.send("PUT " + target + " HTTP/1.1\r\nHost: t\r\nTransfer-Encoding: chunked\r\n\r\n3e9\r\n" +
                      QByteArray(1001, 'x'));
         QCOMPARE(chunked.readReply().status, 413);
         HttpClient head(simulator.port());
@@ -173,24 +173,29 @@ private Q_SLOTS:
         row("zeroes", QByteArray(1000, '\0'), 400);
         row("TLS", QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11), 400);
         row("HTTP/2", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 400);
-        row("blank in target", "GET /api/v1/device/hw/enterhwmode  HTTP/1.1\r\n\r\n", 400);
+        row("blank in target", "GET /api/v1/device/hw/enterhwmode  HTTP/1.1\r\nHost: t\r\n\r\n", 400);
         row("no version", "GET /api/v1/device/hw\r\n\r\n", 400);
         row("bad version", "GET / HTTP/9.9\r\n\r\n", 400);
         row("no colon", "GET / HTTP/1.1\r\nHost\r\n\r\n", 400);
-        row("folded header", "GET / HTTP/1.1\r\nA: b\r\n c\r\n : d\r\n\r\n", 404);
-        row("bad length", "PUT / HTTP/1.1\r\nContent-Length: x\r\n\r\n", 400);
-        row("negative length", "PUT / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", 400);
-        row("huge length", "PUT / HTTP/1.1\r\nContent-Length: 99999999999999999999999\r\n\r\n", 400);
-        row("two lengths", "PUT / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\nx", 400);
+        row("folded header", "GET / HTTP/1.1\r\nHost: t\r\nA: b\r\n c\r\n\r\n", 400);
+        row("bad length", "PUT / HTTP/1.1\r\nHost: t\r\nContent-Length: x\r\n\r\n", 400);
+        row("negative length", "PUT / HTTP/1.1\r\nHost: t\r\nContent-Length: -1\r\n\r\n", 400);
+        row("huge length", "PUT / HTTP/1.1\r\nHost: t\r\nContent-Length: 99999999999999999999999\r\n\r\n",
+            400);
+        row("two lengths", "PUT / HTTP/1.1\r\nHost: t\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\nx",
+            400);
         row("length and chunks",
-            "PUT / HTTP/1.1\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400);
-        row("bad chunk", "PUT / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n", 400);
+            "PUT / HTTP/1.1\r\nHost: t\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+            400);
+        row("bad chunk", "PUT / HTTP/1.1\r\nHost: t\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n", 400);
         row("huge chunk",
-            "PUT /api/v1/device/hw HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n", 413);
-        row("control bytes", "GET /\x01\x02 HTTP/1.1\r\n\r\n", 400);
-        row("high bytes", "GET /\xff\xfe HTTP/1.1\r\n\r\n", 404);
+            "PUT /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nTransfer-Encoding: "
+            "chunked\r\n\r\nffffffffffffffff\r\n",
+            413);
+        row("control bytes", "GET /\x01\x02 HTTP/1.1\r\nHost: t\r\n\r\n", 400);
+        row("high bytes", "GET /\xff\xfe HTTP/1.1\r\nHost: t\r\n\r\n", 404);
         row("cut head", "GET / HTT", 0);
-        row("cut body", "PUT /api/v1/device/hw HTTP/1.1\r\nContent-Length: 100\r\n\r\n{", 0);
+        row("cut body", "PUT /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nContent-Length: 100\r\n\r\n{", 0);
         row("nothing", {}, 0);
         // In these the changes leave a valid head: within a value, the path, or a header's name.
         const QMap<int, int> served{{8, 200},  {10, 404}, {16, 200}, {17, 200}, {18, 404},
@@ -231,6 +236,135 @@ private Q_SLOTS:
         QTRY_COMPARE(m_simulator->requestsInFlight(), 0);
     }
 
+    // What a proxy in between may take for another request than the device does.
+    void aRequestWhoseEndIsInDoubtIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("headers");
+        const auto row = [](const QByteArray& headers) {
+            QTest::newRow(headers.simplified().replace(' ', '_').constData()) << headers;
+        };
+        for (const char* coding : {"gzip",
+                                   "identity",
+                                   "gzip, chunked",
+                                   "chunked, gzip",
+                                   "chunked, chunked",
+                                   "chunked, identity",
+                                   "identity, chunked",
+                                   "xchunked",
+                                   "chunkedx",
+                                   "chunked;q=1",
+                                   "\"chunked\"",
+                                   "chunked,",
+                                   ",chunked",
+                                   "chunked\v",
+                                   "\vchunked",
+                                   "",
+                                   "chunked chunked",
+                                   "ch unked",
+                                   "chunk",
+                                   "x",
+                                   "0"}) {
+            row(QByteArray("Transfer-Encoding: ") + coding + "\r\n");
+        }
+        const QByteArray chunked = "Transfer-Encoding: chunked\r\n";
+        row(chunked + chunked);
+        row(chunked + "Transfer-Encoding: identity\r\n");
+        row("Transfer-Encoding: identity\r\n" + chunked);
+        row(chunked + "Transfer-Encoding: x\r\n");
+        row("Transfer-Encoding: x\r\n" + chunked);
+        row(chunked + "Content-Length: 5\r\n");
+        row("Content-Length: 5\r\n" + chunked);
+        row("Content-Length: 5\r\nTransfer-Encoding: identity\r\n");
+        row("Transfer-Encoding: identity\r\nContent-Length: 5\r\n");
+        row("Transfer-Encoding : chunked\r\n");
+        row("Transfer-Encoding:\r\n chunked\r\n");
+        row("Transfer-Encoding:\r\n\tchunked\r\n");
+        row("X: y\r\n Transfer-Encoding: chunked\r\n");
+        row("X: y\nTransfer-Encoding: chunked\r\n");
+        row("X: y\rTransfer-Encoding: chunked\r\n");
+        row("Transfer-Encoding: chunked\n");
+        row("Transfer-Encoding\t: chunked\r\n");
+        row("Transfer-Encoding\v: chunked\r\n");
+        row("\"Transfer-Encoding\": chunked\r\n");
+        row(": chunked\r\n");
+        for (const char* length : {"5, 5", "5,5", "+5", "-5", "0x5", "5 5", "5,", "5.0", "", "five", "5;x"}) {
+            row(QByteArray("Content-Length: ") + length + "\r\n");
+        }
+        row("Content-Length: 5\r\nContent-Length: 5\r\n");
+        row("Content-Length: 5\r\nContent-Length: 6\r\n");
+        row("Content-Length: 5\r\ncontent-length: 5\r\n");
+        row("Content-Length:\r\n 5\r\n");
+    }
+
+    void aRequestWhoseEndIsInDoubtIsRefused()
+    {
+        QFETCH(QByteArray, headers);
+        const quint64 before = m_simulator->requestCount();
+        HttpClient client(m_simulator->port());
+        QVERIFY(client.send("PUT /api/v1/device/log/level HTTP/1.1\r\nHost: t\r\n" + headers +
+                            "\r\n0\r\n\r\nGET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n"));
+        const HttpReply reply = client.readReply();
+        QCOMPARE(reply.status, 400);
+        QVERIFY(reply.isEnvelope());
+        QCOMPARE(reply.headers.value("connection"), QByteArray("close"));
+        QVERIFY(client.endsSoon());
+        QCOMPARE(m_simulator->requestCount(), before);
+        QVERIFY(isServing());
+    }
+
+    void aCodingIsWrittenInAnyCase()
+    {
+        HttpClient client(m_simulator->port());
+        client.send("PUT /api/v1/device/log/level HTTP/1.1\r\nHost: t\r\ntransfer-encoding: Chunked\r\n\r\n"
+                    "b\r\n{\"level\":5}\r\n0\r\n\r\n");
+        QCOMPARE(client.readReply().status, 200);
+        QCOMPARE(client.get("/api/v1/device/log/level").object().value(QStringLiteral("level")).toInt(), 5);
+    }
+
+    void aRequestOfHttp10HasNoCoding()
+    {
+        HttpClient client(m_simulator->port());
+        client.send("PUT /api/v1/device/log/level HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n");
+        QCOMPARE(client.readReply().status, 400);
+        QVERIFY(client.endsSoon());
+    }
+
+    void aRequestNamesItsHostOnce_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<int>("status");
+        const auto row = [](const QByteArray& head, int status) {
+            QTest::newRow(head.simplified().replace(' ', '_').constData()) << head << status;
+        };
+        row("HTTP/1.1\r\n", 400);
+        row("HTTP/1.1\r\nHost: a\r\nHost: a\r\n", 400);
+        row("HTTP/1.1\r\nHost: a\r\nhost: b\r\n", 400);
+        row("HTTP/1.1\r\nHost: a, b\r\n", 400);
+        row("HTTP/1.1\r\nHost: a b\r\n", 400);
+        row("HTTP/1.1\r\nHost: a/b\r\n", 400);
+        row("HTTP/1.1\r\nHost: u@a\r\n", 400);
+        row("HTTP/1.1\r\nHost: a\r\n", 200);
+        row("HTTP/1.1\r\nHost:\r\n", 200);
+        row("HTTP/1.1\r\nHost: [::1]:80\r\n", 200);
+        row("HTTP/1.0\r\n", 200);
+        row("HTTP/1.0\r\nHost: a\r\n", 200);
+        row("HTTP/1.0\r\nHost: a\r\nHost: a\r\n", 400);
+    }
+
+    void aRequestNamesItsHostOnce()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(int, status);
+        HttpClient client(m_simulator->port());
+        client.send("GET /api/v1/device/hw " + head + "\r\n");
+        const HttpReply reply = client.readReply();
+        QCOMPARE(reply.status, status);
+        if (status == 400) {
+            QCOMPARE(reply.headers.value("connection"), QByteArray("close"));
+            QVERIFY(client.endsSoon());
+        }
+    }
+
     void whatIsNoHttpIsAnswered400()
     {
         HttpClient client(m_simulator->port());
@@ -255,6 +389,165 @@ private Q_SLOTS:
         QVERIFY(half.endsSoon());
         simulator.pushEvent("{}");
         QCOMPARE(stream.next().id, quint64(1));
+    }
+
+    void aHeadThatDripsIsClosedInTime_data()
+    {
+        QTest::addColumn<QByteArray>("begin");
+        QTest::addColumn<QByteArray>("drip");
+        QTest::newRow("head") << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nX: ")
+                              << QByteArray("y");
+        QTest::newRow("body")
+            << QByteArray("PUT /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nContent-Length: 9999\r\n\r\n")
+            << QByteArray("y");
+        QTest::newRow("chunk extension")
+            << QByteArray("PUT /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nTransfer-Encoding: chunked\r\n\r\n5;")
+            << QByteArray("y");
+        QTest::newRow("after a refusal") << QByteArray("GET / HTTP/1.1\r\n\r\n") << QByteArray("y");
+    }
+
+    void aHeadThatDripsIsClosedInTime()
+    {
+        QFETCH(QByteArray, begin);
+        QFETCH(QByteArray, drip);
+        Options options;
+        options.headTimeout = 200;
+        options.bodyTimeout = 200;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        for (const bool isFirst : {true, false}) {
+            HttpClient client(simulator.port());
+            if (!isFirst) {
+                QCOMPARE(client.get("/api/v1/device/hw").status, 200);
+            }
+            client.send(begin);
+            // Each byte is progress, but the whole does not come in time.
+            QDeadlineTimer watchdog(30000);
+            while (client.send(drip) && !watchdog.hasExpired()) {
+                QTest::qWait(20);
+            }
+            QVERIFY(!watchdog.hasExpired());
+        }
+    }
+
+    void aLongBodyTakesItsTime()
+    {
+        Options options;
+        options.bodyTimeout = 300;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        HttpClient client(simulator.port());
+        client.send("PUT /api/v1/device/hw/mapping HTTP/1.1\r\nHost: t\r\nContent-Length: 100002\r\n\r\n\"");
+        for (int i = 0; i < 10; ++i) {
+            QVERIFY(client.send(QByteArray(10000, 'x')));
+            QTest::qWait(60);
+        }
+        client.send("\"");
+        QCOMPARE(client.readReply().status, 200);
+    }
+
+    void halfOpenConnectionsMakeRoom_data()
+    {
+        QTest::addColumn<QByteArray>("half");
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("half a head") << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nHost:");
+        QTest::newRow("half a body") << QByteArray(
+            "PUT /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nContent-Length: 100\r\n\r\n{");
+    }
+
+    void halfOpenConnectionsMakeRoom()
+    {
+        QFETCH(QByteArray, half);
+        Options options;
+        options.maxConnections = 100;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        std::vector<std::unique_ptr<HttpClient>> attackers;
+        for (int i = 0; i < 200; ++i) {
+            attackers.push_back(std::make_unique<HttpClient>(simulator.port()));
+            attackers.back()->send(half);
+            if (i % 40 == 39) {
+                QCOMPARE(HttpClient(simulator.port()).get("/api/v1/device/hw").status, 200);
+            }
+        }
+        HttpClient healthy(simulator.port());
+        for (int i = 0; i < 5; ++i) {
+            QCOMPARE(healthy.get("/api/v1/device/hw").status, 200);
+        }
+    }
+
+    void aPeerHasItsShareOfHalfOpenConnections()
+    {
+        Options options;
+        options.maxHalfOpenPerPeer = 10;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        HttpClient first(simulator.port(), "127.0.0.2");
+        HttpClient oldest(simulator.port(), "127.0.0.3");
+        first.send("GET /");
+        std::vector<std::unique_ptr<HttpClient>> attackers;
+        for (int i = 0; i < 10; ++i) {
+            attackers.push_back(std::make_unique<HttpClient>(simulator.port(), "127.0.0.3"));
+        }
+        // The eleventh of its address ended the first; another address is not affected.
+        QVERIFY(oldest.endsSoon());
+        first.send("api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n");
+        QCOMPARE(first.readReply().status, 200);
+        attackers.front()->send("GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n");
+        QCOMPARE(attackers.front()->readReply().status, 200);
+    }
+
+    void thePeerWithTheMostHalfOpenConnectionsMakesRoom()
+    {
+        Options options;
+        options.maxHalfOpen = 8;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        HttpClient slow(simulator.port(), "127.0.0.2");
+        slow.send("GET /api");
+        std::vector<std::unique_ptr<HttpClient>> attackers;
+        for (int i = 0; i < 8; ++i) {
+            attackers.push_back(std::make_unique<HttpClient>(simulator.port(), "127.0.0.3"));
+        }
+        QVERIFY(attackers.front()->endsSoon());
+        slow.send("/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n");
+        QCOMPARE(slow.readReply().status, 200);
+    }
+
+    void aPeerHasItsShareOfAllConnections()
+    {
+        Options options;
+        options.maxConnectionsPerPeer = 3;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        std::vector<std::unique_ptr<HttpClient>> idle;
+        for (int i = 0; i < 3; ++i) {
+            idle.push_back(std::make_unique<HttpClient>(simulator.port(), "127.0.0.2"));
+            QCOMPARE(idle.back()->get("/api/v1/device/hw").status, 200);
+        }
+        QCOMPARE(HttpClient(simulator.port(), "127.0.0.2").get("/api/v1/device/hw").status, 0);
+        QCOMPARE(HttpClient(simulator.port(), "127.0.0.3").get("/api/v1/device/hw").status, 200);
+        idle.pop_back();
+        QTRY_COMPARE(HttpClient(simulator.port(), "127.0.0.2").get("/api/v1/device/hw").status, 200);
+    }
+
+    void aPeerHasItsShareOfTheMemoryForBodies()
+    {
+        Options options;
+        options.bodyMemory = 100000;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        const QByteArray head =
+            "PUT /api/v1/device/hw/mapping HTTP/1.1\r\nHost: t\r\nContent-Length: 60000\r\n\r\n";
+        HttpClient greedy(simulator.port(), "127.0.0.2");
+        greedy.send(head + '"' + QByteArray(40000, 'x'));
+        QTRY_COMPARE(simulator.requestsInFlight(), 1);
+        HttpClient second(simulator.port(), "127.0.0.2");
+        second.send(head + '"' + QByteArray(40000, 'x'));
+        // One of the two is refused, whichever brought its bytes last.
+        HttpClient other(simulator.port(), "127.0.0.3");
+        QCOMPARE(other.put("/api/v1/device/hw/mapping", '"' + QByteArray(40000, 'x') + '"').status, 200);
+        QTRY_COMPARE(simulator.requestsInFlight(), 1);
     }
 
     void connectionsBeyondTheLimitAreClosed()

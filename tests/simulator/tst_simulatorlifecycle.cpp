@@ -141,13 +141,13 @@ private Q_SLOTS:
             stall.cut = Fault::Cut::Stall;
             simulator.addFault(stall);
             HttpClient stalled(port);
-            stalled.send("GET /api/v1/device/hw HTTP/1.1\r\n\r\n");
+            stalled.send("GET /api/v1/device/hw HTTP/1.1\r\nHost: test\r\n\r\n");
             QTRY_COMPARE(simulator.requestsInFlight(), 1);
             Fault late;
             late.delay = 600000;
             simulator.addFault(late);
             HttpClient delayed(port);
-            delayed.send("GET /api/v1/device/hw HTTP/1.1\r\n\r\n");
+            delayed.send("GET /api/v1/device/hw HTTP/1.1\r\nHost: test\r\n\r\n");
             QTRY_COMPARE(simulator.requestsInFlight(), 2);
             EventReader reader(port);
             HttpClient idle(port);

@@ -16,9 +16,15 @@ LogCollector* innermost = nullptr;
 std::atomic<QtMessageHandler> formerHandler{nullptr};
 std::atomic<QLoggingCategory::CategoryFilter> formerFilter{nullptr};
 
+// A connection that cannot be made is a mistake of ours. Qt 6 reports it in this category, Qt 5 in none.
+bool isOfConnections(const char* category)
+{
+    return qstrcmp(category, "qt.core.qobject.connect") == 0;
+}
+
 bool isOfQt(const char* category)
 {
-    return qstrcmp(category, "qt") == 0 || qstrncmp(category, "qt.", 3) == 0;
+    return !isOfConnections(category) && (qstrcmp(category, "qt") == 0 || qstrncmp(category, "qt.", 3) == 0);
 }
 
 void enableAllButQts(QLoggingCategory* category)
@@ -51,7 +57,7 @@ const char* word(QtMsgType type)
 
 QString written(QtMsgType type, const char* category, const QString& text)
 {
-    const bool hasCategory = category && qstrcmp(category, "default") != 0;
+    const bool hasCategory = category && qstrcmp(category, "default") != 0 && !isOfConnections(category);
     return (hasCategory ? QLatin1String(category) + QLatin1Char('.') : QString()) +
            QLatin1String(word(type)) + QLatin1String(": ") + text;
 }

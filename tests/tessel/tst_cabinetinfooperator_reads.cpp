@@ -108,6 +108,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << QByteArray(R"({"gammaTable":[]})") << List();
         QTest::newRow("absent") << QByteArray(R"({"other":[1]})") << List();
         QTest::newRow("no list") << QByteArray(R"({"gammaTable":7})") << List();
+        QTest::newRow("a text") << QByteArray(R"({"gammaTable":"123"})") << List();
         QTest::newRow("no object") << QByteArray("[1]") << List();
     }
     void theGammaTableIsTheListUnderItsKey()

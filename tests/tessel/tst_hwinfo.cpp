@@ -178,7 +178,7 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 0);
     }
 
-    void whateverADeviceRepliesItSpeaksTheNewerProtocol()
+    void whateverADeviceRepliesItUsesTheMultiScreenProtocol()
     {
         m_engine->answer(RecordingEngine::reply("no JSON"));
         QVERIFY(hwInfo()->getHwProtoc(m_device, true));

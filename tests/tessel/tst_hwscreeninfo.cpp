@@ -163,7 +163,7 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 2);
     }
 
-    void aNewerDeviceIsClearedByItsOwnRouteAndNumberedByTheSingleOne()
+    void aMultiScreenDeviceIsClearedByItsOwnRouteAndNumberedByTheSingleScreenOne()
     {
         const QString device = DeviceSide::fresh();
         QVERIFY(HWInfo::getInstance()->getHwProtoc(device, true));

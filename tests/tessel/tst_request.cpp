@@ -21,10 +21,12 @@ using Tessel::cached;
 using Tessel::CallSite;
 using Tessel::copyElement;
 using Tessel::HttpProxy;
+using Tessel::httpStatus;
 using Tessel::instancesReady;
 using Tessel::MultipartRequest;
 using Tessel::outputFromCache;
 using Tessel::Request;
+using Tessel::responseHeaders;
 
 using Map = QMap<QString, QVariant>;
 using List = QList<QVariant>;
@@ -186,7 +188,7 @@ private Q_SLOTS:
         QCOMPARE(parsed, (List{Map{{"a", Map{{"b", qlonglong(1)}}}}}));
     }
 
-    void theTypeOfAnOutputNamesWhatItTakes()
+    void headersAndStatusAreOutputsBesideTheBody()
     {
         RecordingEngine::Reply reply = RecordingEngine::data(R"({"a":1})");
         reply.status = 202;
@@ -195,7 +197,7 @@ private Q_SLOTS:
         Map map;
         QMap<QString, QString> headers;
         int status = 0;
-        QVERIFY(Request("Device_Hwinfo").get(device, map, headers, status));
+        QVERIFY(Request("Device_Hwinfo").get(device, map, responseHeaders(headers), httpStatus(status)));
         QCOMPARE(map, (Map{{"a", qlonglong(1)}}));
         QCOMPARE(headers.value("x-image"), QString("7"));
         QCOMPARE(status, 202);

@@ -91,7 +91,7 @@ class TestScreenInfo : public QObject
         return tags;
     }
 
-    void speakNewerProtocol()
+    void useMultiScreenProtocol()
     {
         HWInfo::getInstance()->getHwProtoc(m_device, true);
         m_engine->forget();
@@ -189,9 +189,9 @@ private Q_SLOTS:
         checkCachedOperator(cachedScreenLists(), check);
     }
 
-    void theNewerProtocolHasItsOwnRouteAndTracesEachLoad()
+    void theMultiScreenProtocolHasItsOwnRouteAndTracesEachLoad()
     {
-        speakNewerProtocol();
+        useMultiScreenProtocol();
         const LogCollector log;
         QStringList lines;
         for (int load = 1; load <= 2; ++load) {
@@ -207,7 +207,7 @@ private Q_SLOTS:
 
     void eventsAndTheTypedReadKeepToTheSingleRouteOnEveryDevice()
     {
-        speakNewerProtocol();
+        useMultiScreenProtocol();
         const LogCollector log;
         DeviceSide::push(m_device, screensChanged);
         QCOMPARE(m_engine->last().path, singleScreens);

@@ -56,7 +56,7 @@ class TestScreenInfoBrightness : public QObject
         m_engine->answer(RecordingEngine::data("{}"));
         m_engine->forget();
     }
-    void speakNewerProtocol()
+    void useMultiScreenProtocol()
     {
         HWInfo::getInstance()->getHwProtoc(m_device, true);
         m_engine->forget();
@@ -255,22 +255,22 @@ private Q_SLOTS:
 
     void theBrightnessIsReadOnceAndUnscaled_data()
     {
-        QTest::addColumn<bool>("newer");
+        QTest::addColumn<bool>("isMultiScreen");
         QTest::newRow("single-screen protocol") << false;
         QTest::newRow("multi-screen protocol") << true;
     }
     void theBrightnessIsReadOnceAndUnscaled()
     {
-        QFETCH(bool, newer);
+        QFETCH(bool, isMultiScreen);
         giveCabinets(m_device);
-        if (newer) {
-            speakNewerProtocol();
+        if (isMultiScreen) {
+            useMultiScreenProtocol();
         }
         m_engine->answer(RecordingEngine::data(R"({"brightness":200})"));
         Map out{{"stale", 1}};
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
         QCOMPARE(out, (Map{{"brightness", 200U}}));
-        QCOMPARE(int(out.value("brightness").type()), int(QVariant::UInt));
+        QCOMPARE(out.value("brightness").userType(), int(QMetaType::UInt));
         QVERIFY(screenInfo()->getBrightness(m_device, screen, out, false));
         QCOMPARE(m_engine->count(), 1);
     }
@@ -326,7 +326,7 @@ private Q_SLOTS:
 
     void theBrightnessIsSentAsTheProtocolTakesIt_data()
     {
-        QTest::addColumn<bool>("newer");
+        QTest::addColumn<bool>("isMultiScreen");
         QTest::addColumn<int>("brightness");
         QTest::addColumn<int>("sent");
         for (const int brightness : {254, 255, 256, 510, 0, -254, -255, INT_MAX}) {
@@ -340,12 +340,12 @@ private Q_SLOTS:
     }
     void theBrightnessIsSentAsTheProtocolTakesIt()
     {
-        QFETCH(bool, newer);
+        QFETCH(bool, isMultiScreen);
         QFETCH(int, brightness);
         QFETCH(int, sent);
         giveCabinets(m_device);
-        if (newer) {
-            speakNewerProtocol();
+        if (isMultiScreen) {
+            useMultiScreenProtocol();
         }
         Map params{{"brightness", "stale"}, {"other", 1}};
         QVERIFY(screenInfo()->setBrightness(m_device, screen, params, brightness));
@@ -384,10 +384,10 @@ private Q_SLOTS:
         QCOMPARE(m_engine->count(), 2);
     }
 
-    void onTheNewerProtocolTheCacheTakesTheDividedBrightness()
+    void onTheMultiScreenProtocolTheCacheTakesTheDividedBrightness()
     {
         giveCabinets(m_device);
-        speakNewerProtocol();
+        useMultiScreenProtocol();
         m_engine->answer(RecordingEngine::data(R"({"brightness":200})"));
         QCOMPARE(cachedBrightness(), 200U);
         Map params;
@@ -440,7 +440,7 @@ private Q_SLOTS:
         QVERIFY(screenInfo()->getSingleGamma(m_device, screen, out, false));
         QCOMPARE(out, gammas(2, 2.2, 2.4));
         for (const QVariant& gamma : qAsConst(out)) {
-            QCOMPARE(int(gamma.type()), int(QVariant::Double));
+            QCOMPARE(gamma.userType(), int(QMetaType::Double));
         }
         QCOMPARE(cachedGammas(), gammas(2, 2.2, 2.4));
         QCOMPARE(m_engine->count(), 1);

@@ -94,7 +94,7 @@ class TestScreenInfoImages : public QObject
         const bool ok = (screenInfo()->*batch->write)(items, reply);
         return reply == Map{{"kept", 1}} && ok;
     }
-    QString newerDevice()
+    QString multiScreenDevice()
     {
         const QString device = DeviceSide::fresh();
         HWInfo::getInstance()->getHwProtoc(device, true);
@@ -267,7 +267,7 @@ private Q_SLOTS:
 
     void theCheckerboardHandsOutTheHeadersAlsoOfAFailure()
     {
-        const QString device = newerDevice();
+        const QString device = multiScreenDevice();
         RecordingEngine::Reply answer = RecordingEngine::data(R"({"a":1})");
         answer.headers = {{"x-task", "9"}};
         m_engine->answer(answer);
@@ -288,17 +288,17 @@ private Q_SLOTS:
 
     void aPackageOfTheApplicationIsFilledAndNotSent_data()
     {
-        QTest::addColumn<bool>("newer");
+        QTest::addColumn<bool>("isMultiScreen");
         QTest::addColumn<QString>("path");
         QTest::newRow("single-screen protocol") << false << "/api/v1/device/hwscreen/correction";
         QTest::newRow("multi-screen protocol") << true << "/api/v1/screen/hwscreen/correction";
     }
     void aPackageOfTheApplicationIsFilledAndNotSent()
     {
-        QFETCH(bool, newer);
+        QFETCH(bool, isMultiScreen);
         QFETCH(QString, path);
         HttpJsonPackage package(nullptr);
-        package.setDevkey(newer ? newerDevice() : m_device);
+        package.setDevkey(isMultiScreen ? multiScreenDevice() : m_device);
         package.setExpectedTime(1);
         screenInfo()->getPixelImageMode(&package, {{"x", 1}});
         QCOMPARE(package.getUrl(), path);
@@ -328,14 +328,15 @@ private Q_SLOTS:
     void eachItemGoesToTheRouteOfItsOwnDevice()
     {
         QFETCH(const Batch*, batch);
-        const QString newer = newerDevice();
-        QVERIFY(write(batch, {Map{{"devKey", m_device}, {"x", 1}}, Map{{"devKey", newer}}, Map{{"x", 3}}}));
+        const QString multiScreen = multiScreenDevice();
+        QVERIFY(
+            write(batch, {Map{{"devKey", m_device}, {"x", 1}}, Map{{"devKey", multiScreen}}, Map{{"x", 3}}}));
         const auto sent = m_engine->requests();
         QCOMPARE(sent.size(), std::size_t(3));
         QCOMPARE(sent[0].deviceKey, m_device);
         QCOMPARE(sent[0].path, batch->single);
         QCOMPARE(sent[0].body, R"({"devKey":")" + m_device.toUtf8() + R"(","x":1})");
-        QCOMPARE(sent[1].deviceKey, newer);
+        QCOMPARE(sent[1].deviceKey, multiScreen);
         QCOMPARE(sent[1].path, batch->multi);
         QCOMPARE(sent[2].deviceKey, QString());
         QCOMPARE(sent[2].path, batch->single);

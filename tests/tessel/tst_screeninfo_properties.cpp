@@ -172,7 +172,7 @@ class TestScreenInfoProperties : public QObject
     {
         QCOMPARE(out, expected);
         for (auto member = out.begin(); member != out.end(); ++member) {
-            QCOMPARE(int(member->type()), int(expected.value(member.key()).type()));
+            QCOMPARE(member->userType(), expected.value(member.key()).userType());
         }
     }
 

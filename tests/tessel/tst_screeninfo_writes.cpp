@@ -376,7 +376,7 @@ private Q_SLOTS:
         QCOMPARE(cachedValue(property), property->before);
         QVERIFY(m_engine->release());
         QTRY_COMPARE(cachedValue(property), property->written);
-        QCOMPARE(int(cachedValue(property).type()), int(property->written.type()));
+        QCOMPARE(cachedValue(property).userType(), property->written.userType());
         QCOMPARE(m_engine->count(), 1);
     }
 
@@ -541,14 +541,14 @@ private Q_SLOTS:
 
     void aRequestForWhichTheTableHasNoPathGoesOutWithoutOne_data()
     {
-        QTest::addColumn<bool>("newer");
+        QTest::addColumn<bool>("isMultiScreen");
         QTest::newRow("single-screen protocol") << false;
         QTest::newRow("multi-screen protocol") << true;
     }
     void aRequestForWhichTheTableHasNoPathGoesOutWithoutOne()
     {
-        QFETCH(bool, newer);
-        if (newer) {
+        QFETCH(bool, isMultiScreen);
+        if (isMultiScreen) {
             HWInfo::getInstance()->getHwProtoc(m_device, true);
         }
         m_engine->forget();

@@ -167,6 +167,7 @@ private Q_SLOTS:
     void everyClassWithRowsIsAmongTheOperators();
     void theReadmeTellsHowManyThereAre();
     void whatIsNotCallableIsDeclared();
+    void argumentsOfOneKindHaveOneName();
     void everyPublicFunctionIsExported();
     void everyPublicFunctionIsTested();
     void everyOperationIsProbedWithoutWaiting();
@@ -231,6 +232,21 @@ void TestOperationList::whatIsNotCallableIsDeclared()
     const QMap<QString, int> functions = functionsOfTheHeaders();
     for (const QString& name : notCallable) {
         QVERIFY2(functions.contains(name), qPrintable(name));
+    }
+}
+
+void TestOperationList::argumentsOfOneKindHaveOneName()
+{
+    for (const Operation& operation : allOperations()) {
+        for (const Parameter& parameter : operation.parameters) {
+            const char* const name =
+                parameter.type == ValueType::TextMap && parameter.direction == Parameter::In ? "query"
+                : parameter.type == ValueType::Parts                                         ? "parts"
+                : parameter.source == Parameter::HttpStatus                                  ? "status"
+                : parameter.source == Parameter::ResponseHeaders                             ? "headers"
+                                                                                             : nullptr;
+            QVERIFY2(!name || parameter.name == QLatin1String(name), qPrintable(operation.usage()));
+        }
     }
 }
 

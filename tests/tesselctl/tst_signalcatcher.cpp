@@ -45,7 +45,7 @@ void TestSignalCatcher::aSignalWithoutArgumentsIsCaught()
 {
     SignalCatcher catcher(catching());
     Sender sender;
-    catcher.hear(&sender);
+    catcher.watch(&sender);
     Q_EMIT sender.nothing();
     QCOMPARE(m_caught.size(), std::size_t(1));
     QCOMPARE(m_caught[0].name, QString("Sender::nothing"));
@@ -57,7 +57,7 @@ void TestSignalCatcher::argumentsAreToldByTheirNames()
 {
     SignalCatcher catcher(catching());
     Sender sender;
-    catcher.hear(&sender);
+    catcher.watch(&sender);
     Q_EMIT sender.changed("wall", QVariantMap{{"fan", 1}}, 2);
     Q_EMIT sender.numbered("wall", 255);
     QCOMPARE(m_caught.size(), std::size_t(2));
@@ -69,7 +69,7 @@ void TestSignalCatcher::theDeviceIsToldApart()
 {
     SignalCatcher catcher(catching());
     Sender sender;
-    catcher.hear(&sender);
+    catcher.watch(&sender);
     Q_EMIT sender.keyed("wall");
     Q_EMIT sender.numbered("other", 1);
     QCOMPARE(m_caught.size(), std::size_t(2));
@@ -82,7 +82,7 @@ void TestSignalCatcher::signalsOfQObjectAreLeftOut()
 {
     SignalCatcher catcher(catching());
     Sender sender;
-    catcher.hear(&sender);
+    catcher.watch(&sender);
     sender.setObjectName("renamed");
     QVERIFY(m_caught.empty());
 }
@@ -92,8 +92,8 @@ void TestSignalCatcher::severalObjectsAreHeard()
     SignalCatcher catcher(catching());
     Sender one;
     Sender two;
-    catcher.hear(&one);
-    catcher.hear(&two);
+    catcher.watch(&one);
+    catcher.watch(&two);
     Q_EMIT two.keyed("wall");
     Q_EMIT one.nothing();
     QCOMPARE(m_caught.size(), std::size_t(2));
@@ -106,7 +106,7 @@ void TestSignalCatcher::everySignalOfEveryOperatorIsHeard()
     SignalCatcher catcher(catching());
     QSet<QString> names;
     for (QObject* one : allOperators()) {
-        catcher.hear(one);
+        catcher.watch(one);
         const QMetaObject* const meta = one->metaObject();
         for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
             const QMetaMethod method = meta->method(i);

@@ -309,7 +309,7 @@ void TestTesselctl::anImageThatCannotBeReadSendsNothing()
     const QString path = directory.filePath(name);
     const QStringList calls[] = {
         {"call", "setSinglePrestoreImage", "id=3", QStringLiteral(R"(parts={"image":"@%1"})").arg(path)},
-        {"call", "putDeviceImage", QStringLiteral(R"(body={"image":"@%1"})").arg(path)},
+        {"call", "putDeviceImage", QStringLiteral(R"(parts={"image":"@%1"})").arg(path)},
         {"firmware", "update", path}};
     for (const QStringList& call : calls) {
         const Run run = ::run(QStringList{"--device", address()} + call);

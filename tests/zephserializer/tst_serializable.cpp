@@ -255,6 +255,8 @@ private Q_SLOTS:
         QTest::newRow("null") << QVariant::fromValue(nullptr);
         QTest::newRow("number") << QVariant(1);
         QTest::newRow("map") << QVariant(QVariantMap{{QStringLiteral("a"), 1}});
+        QTest::newRow("text") << QVariant(QStringLiteral("ab"));
+        QTest::newRow("bytes") << QVariant(QByteArray("ab"));
     }
     void whatIsNoListUnpacksToAnEmptyList()
     {

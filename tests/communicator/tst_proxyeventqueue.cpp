@@ -12,7 +12,7 @@ using namespace Krelm::Communicator::HttpDevice;
 
 namespace {
 
-ProxyEvent noticeOf(const QString& key)
+ProxyEvent eventOf(const QString& key)
 {
     return {ProxyEvent::Kind::Event, key, {}, nullptr};
 }
@@ -21,7 +21,7 @@ std::vector<ProxyEvent> batchOf(const QStringList& keys)
 {
     std::vector<ProxyEvent> batch;
     for (const QString& key : keys) {
-        batch.push_back(noticeOf(key));
+        batch.push_back(eventOf(key));
     }
     return batch;
 }
@@ -77,27 +77,30 @@ void run(Loop kind)
 
 } // namespace
 
-class TestNoticeQueue : public QObject
+class TestProxyEventQueue : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void aNoticePushedInAReceiversLoopComes_data();
-    void aNoticePushedInAReceiversLoopComes();
-    void theRestOfABatchComesInAReceiversLoop_data() { aNoticePushedInAReceiversLoopComes_data(); }
-    void theRestOfABatchComesInAReceiversLoop();
-    void loopsWithinLoopsKeepTheOrder_data() { aNoticePushedInAReceiversLoopComes_data(); }
+    void anEventPushedInAReceiversLoopIsDelivered_data();
+    void anEventPushedInAReceiversLoopIsDelivered();
+    void theRestOfABatchIsDeliveredInAReceiversLoop_data()
+    {
+        anEventPushedInAReceiversLoopIsDelivered_data();
+    }
+    void theRestOfABatchIsDeliveredInAReceiversLoop();
+    void loopsWithinLoopsKeepTheOrder_data() { anEventPushedInAReceiversLoopIsDelivered_data(); }
     void loopsWithinLoopsKeepTheOrder();
     void everyReceiverOfAStreamMayRunALoop();
-    void whatComesAfterAReceiverThrewIsDelivered();
-    void aLostWakeUpIsMadeGood();
-    void aBatchIsOneWakeUpHoweverLong();
+    void eventsAfterAReceiverThrewAreDelivered();
+    void aLostWakeUpIsRepeated();
+    void aBatchNeedsOneWakeUpHoweverLong();
     void aBatchThatIsDeliveredNoLongerCountsAsBacklog();
-    void afterAReceiversLoopTheQueueSaysThatItDelivered();
-    void pushesBeforeADeliveryAreOneWakeUp();
-    void aStreamGoesOnWhenAQuarterIsLeft();
+    void deliveryInAReceiversLoopIsReported();
+    void pushesBeforeADeliveryNeedOneWakeUp();
+    void aStreamResumesWhenAQuarterIsLeft();
 };
 
-void TestNoticeQueue::aNoticePushedInAReceiversLoopComes_data()
+void TestProxyEventQueue::anEventPushedInAReceiversLoopIsDelivered_data()
 {
     QTest::addColumn<int>("loop");
     QTest::newRow("processEvents") << int(Loop::ProcessEvents);
@@ -105,29 +108,29 @@ void TestNoticeQueue::aNoticePushedInAReceiversLoopComes_data()
     QTest::newRow("an event loop") << int(Loop::EventLoop);
 }
 
-void TestNoticeQueue::aNoticePushedInAReceiversLoopComes()
+void TestProxyEventQueue::anEventPushedInAReceiversLoopIsDelivered()
 {
     QFETCH(int, loop);
     Delivery delivery([&](const QString& key) {
         if (key == "A") {
-            delivery.queue.push(noticeOf("C"));
+            delivery.queue.push(eventOf("C"));
             run(static_cast<Loop>(loop));
         }
     });
     std::vector<ProxyEvent> batch = batchOf({"A", "B"});
     delivery.queue.push(batch);
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
-    delivery.queue.push(noticeOf("D"));
+    delivery.queue.push(eventOf("D"));
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C", "D"}));
 }
 
-void TestNoticeQueue::theRestOfABatchComesInAReceiversLoop()
+void TestProxyEventQueue::theRestOfABatchIsDeliveredInAReceiversLoop()
 {
     QFETCH(int, loop);
     QStringList atReturn;
     Delivery delivery([&](const QString& key) {
         if (key == "A") {
-            delivery.queue.push(noticeOf("D"));
+            delivery.queue.push(eventOf("D"));
             run(static_cast<Loop>(loop));
             atReturn = delivery.received;
         }
@@ -138,16 +141,16 @@ void TestNoticeQueue::theRestOfABatchComesInAReceiversLoop()
     QCOMPARE(atReturn, (QStringList{"A", "B", "C", "D"}));
 }
 
-void TestNoticeQueue::loopsWithinLoopsKeepTheOrder()
+void TestProxyEventQueue::loopsWithinLoopsKeepTheOrder()
 {
     QFETCH(int, loop);
     QStringList returned;
     Delivery delivery([&](const QString& key) {
         if (key == "A") {
-            delivery.queue.push(noticeOf("X"));
+            delivery.queue.push(eventOf("X"));
         }
         if (key == "B") {
-            delivery.queue.push(noticeOf("Y"));
+            delivery.queue.push(eventOf("Y"));
         }
         run(static_cast<Loop>(loop));
         returned << key;
@@ -159,7 +162,7 @@ void TestNoticeQueue::loopsWithinLoopsKeepTheOrder()
     QCOMPARE(returned, (QStringList{"Y", "X", "C", "B", "A"}));
 }
 
-void TestNoticeQueue::everyReceiverOfAStreamMayRunALoop()
+void TestProxyEventQueue::everyReceiverOfAStreamMayRunALoop()
 {
     constexpr int batches = 200;
     constexpr int batchSize = 3;
@@ -179,7 +182,7 @@ void TestNoticeQueue::everyReceiverOfAStreamMayRunALoop()
     QCOMPARE(delivery.received, pushed);
 }
 
-void TestNoticeQueue::whatComesAfterAReceiverThrewIsDelivered()
+void TestProxyEventQueue::eventsAfterAReceiverThrewAreDelivered()
 {
     ProxyEventQueue queue([] {});
     std::vector<ProxyEvent> batch = batchOf({"A", "B"});
@@ -197,26 +200,26 @@ void TestNoticeQueue::whatComesAfterAReceiverThrewIsDelivered()
 }
 
 // The event queue of a thread is emptied when its application goes, wake-ups included.
-void TestNoticeQueue::aLostWakeUpIsMadeGood()
+void TestProxyEventQueue::aLostWakeUpIsRepeated()
 {
     Delivery delivery([](const QString&) {});
-    delivery.queue.push(noticeOf("A"));
+    delivery.queue.push(eventOf("A"));
     QCoreApplication::removePostedEvents(&delivery);
-    delivery.queue.push(noticeOf("B"));
-    delivery.queue.wakeUpAnew();
+    delivery.queue.push(eventOf("B"));
+    delivery.queue.repeatWakeUp();
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B"}));
     const int before = delivery.wakeUps;
-    delivery.queue.wakeUpAnew();
+    delivery.queue.repeatWakeUp();
     QCOMPARE(delivery.wakeUps, before);
 }
 
-void TestNoticeQueue::aBatchIsOneWakeUpHoweverLong()
+void TestProxyEventQueue::aBatchNeedsOneWakeUpHoweverLong()
 {
     Delivery delivery([](const QString&) {});
     for (int round = 1; round <= 3; ++round) {
         std::vector<ProxyEvent> batch;
         for (int i = 0; i < 1000; ++i) {
-            batch.push_back(noticeOf(QString::number(i)));
+            batch.push_back(eventOf(QString::number(i)));
         }
         delivery.queue.push(batch);
         QTRY_COMPARE(delivery.received.size(), round * 1000);
@@ -225,7 +228,7 @@ void TestNoticeQueue::aBatchIsOneWakeUpHoweverLong()
     }
 }
 
-void TestNoticeQueue::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
+void TestProxyEventQueue::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
 {
     const auto quota = std::make_shared<StreamQuota>();
     Delivery delivery([](const QString& key) {
@@ -243,33 +246,33 @@ void TestNoticeQueue::aBatchThatIsDeliveredNoLongerCountsAsBacklog()
     QVERIFY(quota->isLow());
 }
 
-void TestNoticeQueue::afterAReceiversLoopTheQueueSaysThatItDelivered()
+void TestProxyEventQueue::deliveryInAReceiversLoopIsReported()
 {
-    QStringList told;
+    QStringList reported;
     Delivery delivery([&](const QString& key) {
         if (key == "A") {
             QCoreApplication::processEvents();
-            told << "A returns";
+            reported << "A returns";
         }
     });
-    delivery.queue.onDelivered([&] { told << "delivered " + QString::number(delivery.received.size()); });
+    delivery.queue.onDelivered([&] { reported << "delivered " + QString::number(delivery.received.size()); });
     std::vector<ProxyEvent> batch = batchOf({"A", "B"});
     delivery.queue.push(batch);
-    QTRY_VERIFY(told.contains("A returns"));
-    QCOMPARE(told.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
+    QTRY_VERIFY(reported.contains("A returns"));
+    QCOMPARE(reported.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
 }
 
-void TestNoticeQueue::pushesBeforeADeliveryAreOneWakeUp()
+void TestProxyEventQueue::pushesBeforeADeliveryNeedOneWakeUp()
 {
     Delivery delivery([](const QString&) {});
     for (const char* key : {"A", "B", "C"}) {
-        delivery.queue.push(noticeOf(key));
+        delivery.queue.push(eventOf(key));
         QCOMPARE(delivery.wakeUps.load(), 1);
     }
     QTRY_COMPARE(delivery.received, (QStringList{"A", "B", "C"}));
 }
 
-void TestNoticeQueue::aStreamGoesOnWhenAQuarterIsLeft()
+void TestProxyEventQueue::aStreamResumesWhenAQuarterIsLeft()
 {
     // In events and in bytes.
     const std::pair<int, int> shapes[] = {{4096, 1}, {8, 1 << 20}};
@@ -297,5 +300,5 @@ void TestNoticeQueue::aStreamGoesOnWhenAQuarterIsLeft()
     }
 }
 
-QTEST_GUILESS_MAIN(TestNoticeQueue)
-#include "tst_noticequeue.moc"
+QTEST_GUILESS_MAIN(TestProxyEventQueue)
+#include "tst_proxyeventqueue.moc"

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "misbehavingserver.h"
+
+#include <communicator/deviceconnections.h>
+#include <communicator/deviceendpoint.h>
+#include <communicator/httpproxy.h>
+
+#include <QLoggingCategory>
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace Krelm::Communicator::HttpDevice;
+using Mode = MisbehavingServer::Mode;
+
+namespace {
+
+const QByteArray head = QByteArrayLiteral("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
+const QString wall = QStringLiteral("wall");
+
+bool add(const QString& deviceKey, const MisbehavingServer& server)
+{
+    DeviceEndpoint endpoint;
+    endpoint.address = server.address();
+    return HttpProxy::getInstance()->addDevice(deviceKey, endpoint);
+}
+
+} // namespace
+
+/// What the proxy tells about the channels of its devices.
+class TestDeviceConnections : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+        connect(m_connections, &DeviceConnections::connectionChanged, this,
+                [this](const DeviceConnection& connection) {
+                    QCOMPARE(QThread::currentThread(), HttpProxy::getInstance()->thread());
+                    m_told << connection.deviceKey + ' ' + connectionStateName(connection.state);
+                });
+    }
+    void cleanup()
+    {
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        for (const QString& key : proxy->devices()) {
+            proxy->removeDevice(key);
+        }
+        proxy->initialize(false);
+        QTRY_VERIFY(m_connections->connections().isEmpty());
+        QCoreApplication::processEvents();
+        m_connections->setChangeEvents({});
+        m_told.clear();
+    }
+
+    void theStatesOfAChannelAreToldInOrder()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        QSignalSpy events(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData);
+        HttpProxy::getInstance()->initialize(true);
+        QVERIFY(add(wall, server));
+        QTRY_COMPARE(events.size(), 1);
+        QCOMPARE(events[0][0].toByteArray(), QByteArray("1"));
+        QCOMPARE(events[0][1].toString(), wall);
+        QCOMPARE(m_told, (QStringList{"wall connecting", "wall live"}));
+        QCOMPARE(m_connections->connection(wall).state, ConnectionState::Live);
+        QCOMPARE(m_connections->connections().size(), 1);
+        QCOMPARE(m_connections->connections()[0].deviceKey, wall);
+        QVERIFY(HttpProxy::getInstance()->removeDevice(wall));
+        QTRY_COMPARE(m_told.last(), QStringLiteral("wall stopped"));
+        QCOMPARE(m_connections->connection(wall).state, ConnectionState::Stopped);
+    }
+
+    void aChannelThatIsClosedSaysWhy()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head});
+        QStringList reasons;
+        QObject context;
+        connect(m_connections, &DeviceConnections::connectionChanged, &context,
+                [&reasons](const DeviceConnection& connection) {
+                    if (connection.state == ConnectionState::Stopped) {
+                        reasons << connection.reason;
+                    }
+                });
+        HttpProxy::getInstance()->initialize(true);
+        QVERIFY(add(wall, server));
+        QTRY_COMPARE(m_told.size(), 2);
+        HttpProxy::getInstance()->initialize(false);
+        QTRY_COMPARE(reasons, QStringList(QStringLiteral("the push channel was turned off")));
+        server.addScript({head});
+        HttpProxy::getInstance()->initialize(true); // opens that of the device that is known
+        QTRY_COMPARE(m_connections->connection(wall).state, ConnectionState::Live);
+        QVERIFY(HttpProxy::getInstance()->removeDevice(wall));
+        QTRY_COMPARE(reasons.size(), 2);
+        QCOMPARE(reasons[1], QStringLiteral("the device was removed"));
+    }
+
+    void whatMayHaveBeenMissedIsToldBeforeItIsReported()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        server.addScript({head, "id: f:1\n\n"});
+        m_connections->setChangeEvents({"\"a\""});
+        const QByteArrayList further{"\"b\"", "\"c\""};
+        QVERIFY(QMetaObject::invokeMethod(HttpProxy::getInstance(), "addChangeEvents",
+                                          Q_ARG(QByteArrayList, further)));
+        QCOMPARE(m_connections->changeEvents(), (QList<QByteArray>{"\"a\"", "\"b\"", "\"c\""}));
+        QList<QByteArray> told;
+        QObject context;
+        connect(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData, &context,
+                [&told](const QByteArray& event, const QString& deviceKey) {
+                    QCOMPARE(deviceKey, wall);
+                    told << event;
+                });
+        connect(m_connections, &DeviceConnections::eventsMissed, &context,
+                [&told](const QString& deviceKey) { told << "missed " + deviceKey.toLatin1(); });
+        HttpProxy::getInstance()->initialize(true);
+        QVERIFY(add(wall, server));
+        QTRY_COMPARE(told, QList<QByteArray>{"1"});
+        server.dropConnections();
+        QTRY_COMPARE_WITH_TIMEOUT(told.size(), 5, 20000);
+        QCOMPARE(told, (QList<QByteArray>{"1", "missed wall", "\"a\"", "\"b\"", "\"c\""}));
+    }
+
+    void aChannelOpensOnlyWhenEventsAreWanted()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        QVERIFY(add(wall, server));
+        QCoreApplication::processEvents();
+        QCOMPARE(m_connections->connection(wall).state, ConnectionState::Stopped);
+        QVERIFY(m_connections->connections().isEmpty());
+        HttpProxy::getInstance()->initialize(true);
+        QTRY_VERIFY(!m_connections->connections().isEmpty());
+        HttpProxy::getInstance()->initialize(true); // is open
+        QVERIFY(server.waitForDeliveries(1));
+        QCoreApplication::processEvents();
+        QCOMPARE(m_told.count(QStringLiteral("wall connecting")), 1);
+        QCOMPARE(server.connections(), 1);
+    }
+
+private:
+    DeviceConnections* const m_connections = DeviceConnections::getInstance();
+    QStringList m_told;
+};
+
+QTEST_GUILESS_MAIN(TestDeviceConnections)
+#include "tst_deviceconnections.moc"
