@@ -250,9 +250,8 @@ bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
 HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
                                    Clock::time_point started)
 {
-    const HttpReply reply =
-        failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                           pause->isCancelled ? cancelledError() : abortedError(), started);
+    HttpReply reply = failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                                         pause->isCancelled ? cancelledError() : abortedError(), started);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_pauses.erase(pause);
     m_left.notify_all();

@@ -20,13 +20,16 @@ enum class Stage { New, Living, Ending };
 thread_local Stage stage = Stage::New;
 thread_local OperationLog* logOfThread = nullptr;
 
-struct LogEnd
+struct LogHolder
 {
-    ~LogEnd()
+    LogHolder() { logOfThread = &log; }
+    ~LogHolder()
     {
-        delete std::exchange(logOfThread, nullptr);
+        logOfThread = nullptr;
         stage = Stage::Ending;
     }
+    OperationLog log;
+    Q_DISABLE_COPY_MOVE(LogHolder)
 };
 
 OperationLog* createLog()
@@ -34,11 +37,9 @@ OperationLog* createLog()
     if (stage == Stage::Ending) {
         return nullptr;
     }
-    thread_local const LogEnd atItsEnd;
-    static_cast<void>(atItsEnd);
+    thread_local LogHolder holder;
     stage = Stage::Living;
-    logOfThread = new OperationLog;
-    return logOfThread;
+    return &holder.log;
 }
 
 } // namespace
