@@ -131,7 +131,7 @@ private:
     // It has to be done in the time of a head.
     void shakeHands()
     {
-        m_wire->async_handshake([self = shared()](error_code error) {
+        m_wire->shakeHands([self = shared()](error_code error) {
             if (error) {
                 self->end();
             } else {
@@ -370,7 +370,7 @@ private:
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
         if (fault && needsScript(fault->cut)) {
-            sendScripted(*fault, std::move(reply));
+            sendScripted(*fault, reply);
         } else {
             send(std::move(reply));
         }
@@ -403,7 +403,7 @@ private:
         enter(Phase::Writing);
     }
 
-    void sendScripted(const Fault& fault, Reply reply)
+    void sendScripted(const Fault& fault, const Reply& reply)
     {
         m_script = scriptFor(fault, reply, answersHead(), keepAlive());
         beginWriting(reply.status);
