@@ -67,16 +67,16 @@ QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 }
 
 template <class Data>
-Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
-                                      Data (*read)(const QByteArray& reply, bool* isObject))
+void HttpJsonPackage::Private::decode(const HttpJsonPackage* package, Data& out,
+                                      bool (*read)(const QByteArray& reply, Data& out))
 {
     Private& p = *package->d;
     if (p.state != Success) {
-        return {};
+        out.clear();
+        return;
     }
-    bool isObject = false;
     const auto started = std::chrono::steady_clock::now();
-    Data data = read(p.received, &isObject);
+    const bool isObject = read(p.received, out);
     if (p.received.size() >= loggedDecodingSize && httpLog().isInfoEnabled()) {
         const auto took =
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
@@ -90,7 +90,6 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
                   requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
     }
-    return data;
 }
 
 void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
@@ -100,8 +99,9 @@ void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpRepl
     package->setReceiveData(reply.body);
     package->setResponseHeader(reply.headers);
     package->replyStatus = reply.status;
-    package->d->ended = ended;
-    package->d->ended.reply.clear();
+    package->d->milliseconds = ended.milliseconds;
+    package->d->retryAfter = ended.retryAfter;
+    package->d->reason = ended.reason;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
@@ -290,17 +290,38 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return Private::decode(this, &JsonText::dataFlattened);
+    QMap<QString, QVariant> map;
+    readRoutesJsonMap(map);
+    return map;
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataListFlattened);
+    QList<QVariant> list;
+    readRoutesJsonDataListMap(list);
+    return list;
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataList);
+    QList<QVariant> list;
+    readJsonDataListMap(list);
+    return list;
+}
+
+void HttpJsonPackage::readRoutesJsonMap(QMap<QString, QVariant>& out) const
+{
+    Private::decode(this, out, &JsonText::readDataFlattened);
+}
+
+void HttpJsonPackage::readRoutesJsonDataListMap(QList<QVariant>& out) const
+{
+    Private::decode(this, out, &JsonText::readDataListFlattened);
+}
+
+void HttpJsonPackage::readJsonDataListMap(QList<QVariant>& out) const
+{
+    Private::decode(this, out, &JsonText::readDataList);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -94,6 +94,15 @@ public:
     /// The elements of the reply's `data` array as parsed; empty in the same cases.
     QList<QVariant> getJsonDataListMap() const;
 
+    /// Reads what getRoutesJsonMap() returns into @p out, whatever it holds. Faster
+    /// when @p out holds an earlier reply of the same shape that nothing shares, as of a device that is read
+    /// again and again.
+    void readRoutesJsonMap(QMap<QString, QVariant>& out) const;
+    /// As getRoutesJsonDataListMap(), likewise.
+    void readRoutesJsonDataListMap(QList<QVariant>& out) const;
+    /// As getJsonDataListMap(), likewise.
+    void readJsonDataListMap(QList<QVariant>& out) const;
+
     /// The file in which HttpProxy::getFileDownloadSync() stores the reply body; written only on success.
     QString fileDownloadPath;
     /// The HTTP status of the reply (RFC 9110), or 0 if there was no reply.

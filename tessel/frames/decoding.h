@@ -42,15 +42,15 @@ inline HttpStatus httpStatus(int& status)
 /// a failure.
 inline void decode(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
 {
-    out = package.getRoutesJsonMap();
+    package.readRoutesJsonMap(out);
 }
 inline void decode(const HttpJsonPackage& package, QList<QVariant>& out)
 {
-    out = package.getRoutesJsonDataListMap();
+    package.readRoutesJsonDataListMap(out);
 }
 inline void decode(const HttpJsonPackage& package, const AsParsed& out)
 {
-    out.list = package.getJsonDataListMap();
+    package.readJsonDataListMap(out.list);
 }
 inline void decode(const HttpJsonPackage& package, const ResponseHeaders& out)
 {
@@ -59,6 +59,15 @@ inline void decode(const HttpJsonPackage& package, const ResponseHeaders& out)
 inline void decode(const HttpJsonPackage& package, const HttpStatus& out)
 {
     out.status = package.replyStatus;
+}
+
+/// Replaces @p entry of a cache. Others may copy it meanwhile, so that it is not written into.
+template <class Entry>
+void decodeEntry(const HttpJsonPackage& package, Entry& entry)
+{
+    Entry read;
+    decode(package, read);
+    entry = read;
 }
 
 inline bool succeeded(const HttpJsonPackage& package)

@@ -16,6 +16,21 @@ using Headers = QMap<QString, QString>;
 class TestPackage : public QObject
 {
     Q_OBJECT
+private:
+    // Into containers that hold something, whatever that is.
+    static void readsWhatTheDecodersReturn(const HttpJsonPackage& package)
+    {
+        QMap<QString, QVariant> map{{"a", 7}, {"old", QVariantList{1}}};
+        package.readRoutesJsonMap(map);
+        QCOMPARE(map, package.getRoutesJsonMap());
+        QList<QVariant> list{5, map, QVariantList{1}};
+        package.readRoutesJsonDataListMap(list);
+        QCOMPARE(list, package.getRoutesJsonDataListMap());
+        list = {5, map, QVariantList{1}};
+        package.readJsonDataListMap(list);
+        QCOMPARE(list, package.getJsonDataListMap());
+    }
+
 private Q_SLOTS:
     void aFreshPackageReportsSuccessAndHoldsNothing()
     {
@@ -147,6 +162,7 @@ private Q_SLOTS:
         QCOMPARE(package.getRoutesJsonDataListMap().at(0).toMap().value(QStringLiteral("a.b")).toInt(), 1);
         QCOMPARE(package.getJsonDataListMap().at(0).toMap().value(QStringLiteral("a")).toMap().size(), 1);
         QCOMPARE(package.getJsonDataListMap().at(1).toInt(), 5);
+        readsWhatTheDecodersReturn(package);
     }
 
     void theTimeOfALargeDecodingIsTold()
@@ -178,6 +194,7 @@ private Q_SLOTS:
         package.setReceiveData("{\"data\":[1]}");
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
         QCOMPARE(package.getReceiveData(), QByteArray("{\"data\":[1]}"));
     }
 
@@ -197,6 +214,7 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
     }
 
     void aMultipartPackageKeepsItsPartsAsTheyAre()
