@@ -131,7 +131,7 @@ private:
     // It has to be done in the time of a head.
     void shakeHands()
     {
-        m_wire->async_handshake([self = shared()](error_code error) {
+        m_wire->shakeHands([self = shared()](error_code error) {
             if (error) {
                 self->end();
             } else {
@@ -231,6 +231,7 @@ private:
         const bool waits = beast::iequals(request[http::field::expect], "100-continue");
         if (waits && m_exchange->kind == Device::Exchange::Kind::LoggedOff) {
             m_keepAlive = false;
+            m_isBodyLeft = true;
             send(device().respond(*m_exchange, {}, 0));
             return;
         }
@@ -313,6 +314,7 @@ private:
     void refuse(int status, std::string_view message)
     {
         m_keepAlive = false;
+        m_isBodyLeft = status == 413 || (m_parser->is_header_done() && !m_parser->is_done());
         send(failureReply(status, message));
     }
 
@@ -368,7 +370,7 @@ private:
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
         if (fault && needsScript(fault->cut)) {
-            sendScripted(*fault, std::move(reply));
+            sendScripted(*fault, reply);
         } else {
             send(std::move(reply));
         }
@@ -401,7 +403,7 @@ private:
         enter(Phase::Writing);
     }
 
-    void sendScripted(const Fault& fault, Reply reply)
+    void sendScripted(const Fault& fault, const Reply& reply)
     {
         m_script = scriptFor(fault, reply, answersHead(), keepAlive());
         beginWriting(reply.status);
@@ -490,8 +492,7 @@ private:
         enter(Phase::Head);
         // With TLS the end cannot be told while the client sends. It knows from the head how long the reply
         // is.
-        const bool isSending = m_parser && m_parser->is_header_done() && !m_parser->is_done();
-        if (m_wire->isEncrypted() && isSending) {
+        if (m_wire->isEncrypted() && m_isBodyLeft) {
             drain(0);
             return;
         }
@@ -556,8 +557,9 @@ private:
     std::string m_head;
     bool m_keepAlive = true;
     bool m_http10 = false;
-    bool m_isReading = false; ///< for a request or a part of it
-    bool m_isEnding = false;  ///< no further request is taken
+    bool m_isReading = false;  ///< for a request or a part of it
+    bool m_isBodyLeft = false; ///< the client may be sending a body that was refused
+    bool m_isEnding = false;   ///< no further request is taken
     ReplyScript m_script;
 };
 
