@@ -99,8 +99,9 @@ void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpRepl
     package->setReceiveData(reply.body);
     package->setResponseHeader(reply.headers);
     package->replyStatus = reply.status;
-    package->d->ended = ended;
-    package->d->ended.reply.clear();
+    package->d->milliseconds = ended.milliseconds;
+    package->d->retryAfter = ended.retryAfter;
+    package->d->reason = ended.reason;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)

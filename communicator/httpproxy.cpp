@@ -266,12 +266,14 @@ QStringList HttpProxy::devices() const
 quintptr HttpProxy::operationBoundary() const
 {
     void (*const mark)(bool) = [](bool begins) {
-        if (OperationLog* const log = OperationLog::ofThread()) {
-            if (begins) {
-                log->enter();
-            } else {
-                log->leave();
-            }
+        OperationLog* const log = OperationLog::ofThread();
+        if (log == nullptr) {
+            return;
+        }
+        if (begins) {
+            log->enter();
+        } else {
+            log->leave();
         }
     };
     return reinterpret_cast<quintptr>(mark);

@@ -60,6 +60,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_asksToClose = connectionHeader != request.headers.cend() &&
                     connectionHeader->contains(QLatin1String("close"), Qt::CaseInsensitive);
     m_challenges = 0;
+    m_hasNewLogin = false;
     m_wasRepeated = false;
     m_bytesSent = 0;
     m_lastProgress = {};
@@ -199,11 +200,44 @@ Exchange::Step Exchange::lost(bool isReused)
 
 Exchange::Step Exchange::completed()
 {
+    const std::shared_ptr<TokenLogin>& token = m_device->token;
+    if (token && !m_authorization.isEmpty()) {
+        if (m_reader.status() != 401) {
+            token->accepted(m_authorization);
+        } else if (!m_hasNewLogin && !m_request->renewsLogin && !TokenLogin::isRenewingHere(m_device->key)) {
+            return Step::AwaitLogin;
+        }
+    }
     if (m_reader.status() != 401 ||
         !takeChallenge(*m_device, m_reader.status(), m_reader.header(QStringLiteral("www-authenticate")),
                        m_authorization, m_challenges)) {
         return Step::Ended;
     }
+    return again();
+}
+
+Exchange::Step Exchange::awaitLogin(TokenLogin::Ticket& ticket, TokenLogin::Waiter waiter)
+{
+    switch (m_device->token->refused(m_authorization, ticket, std::move(waiter))) {
+    case TokenLogin::Verdict::Waiting:
+        return Step::AwaitLogin;
+    case TokenLogin::Verdict::Renewed:
+        return repeatWithNewLogin();
+    case TokenLogin::Verdict::Refused:
+        break;
+    }
+    return Step::Ended;
+}
+
+Exchange::Step Exchange::repeatWithNewLogin()
+{
+    m_hasNewLogin = true;
+    return again();
+}
+
+// The reply says that the device has done nothing; the request follows once more, with another login.
+Exchange::Step Exchange::again()
+{
     const bool here = keepsConnection();
     startAnew();
     writeHead();

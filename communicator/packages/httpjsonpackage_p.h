@@ -50,7 +50,9 @@ public:
     QString deviceKey;
     ExchangeId exchange = 0; // the latest
     HttpMethod method = HttpMethod::Get;
-    EndedExchange ended; // without the reply, which is below
+    qint64 milliseconds = 0;
+    qint64 retryAfter = -1;
+    QString reason;
 
     HttpSimpleState state = Success;
     QByteArray received;
