@@ -23,7 +23,7 @@ bool isPlainRead(const HttpRequest& request, const Device& device)
 {
     return request.method == HttpMethod::Get && request.placeHolders.isEmpty() &&
            request.parameters.isEmpty() && request.headers.isEmpty() && request.body.isEmpty() &&
-           !request.multipart && !device.digest;
+           !request.multipart && device.endpoint.login == DeviceEndpoint::Login::None;
 }
 
 } // namespace
@@ -85,6 +85,7 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     if (isPlain && m_plainRead.device == device && m_plainRead.path == request.path) {
         m_target = m_plainRead.target;
         m_head = m_plainRead.head;
+        m_authorization.clear();
         return IHttpVersionTrigger::Success;
     }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);

@@ -66,6 +66,18 @@ public:
         return exchange.prepare(asked, device(digest), std::chrono::steady_clock::now());
     }
 
+    /// Performs @p asked on @p connection. @return the first @p size bytes of the request.
+    QByteArray heard(const HttpRequest& asked, const std::shared_ptr<const Device>& to,
+                     Connection& connection, const SocketEnds& ends, int size)
+    {
+        exchange.prepare(asked, to, std::chrono::steady_clock::now());
+        exchange.send(connection);
+        const QByteArray request = ends.hear(size);
+        feed(goodReply);
+        exchange.finish();
+        return request;
+    }
+
     Exchange exchange{smallLimits()};
     ExchangeRecord record;
     int records = 0;
@@ -167,11 +179,7 @@ private Q_SLOTS:
         const HttpRequest plain = request(QStringLiteral("wall"), HttpMethod::Get);
         const auto sends = [&](const HttpRequest& asked, const std::shared_ptr<const Device>& to,
                                const QByteArray& expected) {
-            watched.exchange.prepare(asked, to, std::chrono::steady_clock::now());
-            watched.exchange.send(connection);
-            QCOMPARE(ends.hear(expected.size()), expected);
-            watched.feed(goodReply);
-            watched.exchange.finish();
+            QCOMPARE(watched.heard(asked, to, connection, ends, expected.size()), expected);
             QCOMPARE(watched.record.path, expected.split(' ').at(1));
         };
         const std::shared_ptr<const Device> wall = device();
@@ -182,6 +190,24 @@ private Q_SLOTS:
             sends(other, wall, sent);
             sends(plain, wall, headOf("GET"));
             sends(plain, elsewhere, headOf("GET").replace("wall", "other"));
+        }
+    }
+
+    void aReadHasTheTokenOfItsTime()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const auto to = std::make_shared<Device>();
+        to->authority = "wall.test";
+        to->endpoint.login = DeviceEndpoint::Login::Bearer;
+        const auto renew = [](const QString&) { return QString(); };
+        for (const char* token : {"one", "two"}) {
+            to->token = std::make_shared<TokenLogin>(QStringLiteral("wall"), QLatin1String(token), renew);
+            QByteArray expected = headOf("GET");
+            expected.replace("Accept:", QByteArray("Authorization: Bearer ") + token + "\r\nAccept:");
+            const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Get);
+            QCOMPARE(watched.heard(asked, to, connection, ends, expected.size()), expected);
         }
     }
 
