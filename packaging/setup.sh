@@ -8,6 +8,7 @@ peer_packages=(nginx haproxy nodejs) # what tests/peers tries the transport agai
 qt6_packages=(qt6-base-dev)
 style_packages=(git clang-format clang-tidy codespell doxygen reuse)
 abi_packages=(git abigail-tools)
+fuzz_packages=(clang libclang-rt-dev)
 mutation_packages=(python3 python3-clang)
 
 # is_installed PACKAGE
