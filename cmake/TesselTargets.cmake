@@ -23,8 +23,15 @@ elseif(TESSEL_SANITIZE STREQUAL "thread")
   target_link_libraries(tessel_qtthreads PRIVATE Qt${TESSEL_QT}::Core)
   target_sources(tessel_warnings INTERFACE
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:tessel_qtthreads>>)
+elseif(TESSEL_SANITIZE STREQUAL "fuzzer")
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "TESSEL_SANITIZE=fuzzer needs clang; set CMAKE_CXX_COMPILER to clang++, as the preset fuzz does")
+  endif()
+  # What is compiled counts its branches for the fuzzer; only the programs of tests/fuzz bring the fuzzer itself.
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
 elseif(NOT TESSEL_SANITIZE STREQUAL "")
-  message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it must be empty, address or thread")
+  message(FATAL_ERROR "TESSEL_SANITIZE is \"${TESSEL_SANITIZE}\"; it must be empty, address, thread or fuzzer")
 endif()
 
 # tessel_precompile(TARGET [HEADER ...]): compiles once per target what nearly all its sources read, and HEADERs that

@@ -1,13 +1,14 @@
 # SPDX-License-Identifier: MIT
 # Sourced by ./demo, ./test and .ci/run: installs missing Debian packages and runs the build.
 
-build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libsimdjson-dev
-  libuv1-dev libboost-dev nlohmann-json3-dev libcli11-dev openssl)
+build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libssl-dev libsimdjson-dev
+  libuv1-dev libboost-dev nlohmann-json3-dev libcli11-dev libvalijson-dev python3 python3-yaml openssl)
 test_packages=(python3)
 peer_packages=(nginx haproxy nodejs) # what tests/peers tries the transport against; left out where it is missing
 qt6_packages=(qt6-base-dev)
 style_packages=(git clang-format clang-tidy codespell doxygen reuse)
 abi_packages=(git abigail-tools)
+fuzz_packages=(clang libclang-rt-dev)
 mutation_packages=(python3 python3-clang)
 
 # is_installed PACKAGE

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
 
 namespace Tessel::Simulator {
@@ -48,12 +49,28 @@ public:
         , threads(std::move(shared))
     {}
 
+    /// Once: clients may have pinned its key.
+    void makeCertificate()
+    {
+        if (device.options().tls && !certificate()) {
+            auto made = std::make_shared<const Certificate>(device.options().bindAddress.toStdString());
+            const std::lock_guard lock(mutex);
+            shownCertificate = std::move(made);
+        }
+    }
+    std::shared_ptr<const Certificate> certificate() const
+    {
+        const std::lock_guard lock(mutex);
+        return shownCertificate;
+    }
+
     Device device;
     std::shared_ptr<IoThreads> threads; ///< null until started when it has its own
     std::unique_ptr<HttpServer> server; ///< used by start() and stop() only
     std::atomic<quint16> port{0};       ///< 0 if not running
-    mutable std::mutex mutex;           ///< guards error
+    mutable std::mutex mutex;           ///< guards all members below
     QString error;
+    std::shared_ptr<const Certificate> shownCertificate; ///< null without TLS or before the first start
 };
 
 Simulator::Simulator(const Options& options)
@@ -81,7 +98,8 @@ bool Simulator::start()
         if (!d->threads) {
             d->threads = std::make_shared<IoThreads>();
         }
-        d->server = std::make_unique<HttpServer>(d->threads->d().context, d->device);
+        d->makeCertificate();
+        d->server = std::make_unique<HttpServer>(d->threads->d().context, d->device, d->certificate());
         d->port = d->server->port();
     } catch (const std::exception& failure) {
         const Options& wanted = d->device.options();
@@ -121,7 +139,19 @@ QString Simulator::address() const
 QString Simulator::baseUrl() const
 {
     const QString now = address();
-    return now.isEmpty() ? now : QLatin1String("http://") + now;
+    return now.isEmpty() ? now : QLatin1String(d->device.options().tls ? "https://" : "http://") + now;
+}
+
+QByteArray Simulator::certificate() const
+{
+    const auto shown = d->certificate();
+    return shown ? QByteArray::fromStdString(shown->pem()) : QByteArray();
+}
+
+QString Simulator::pinnedKey() const
+{
+    const auto shown = d->certificate();
+    return shown ? QString::fromStdString(shown->pin()) : QString();
 }
 
 quint16 Simulator::port() const
@@ -160,6 +190,16 @@ void Simulator::restartDevice()
     d->device.restart();
 }
 
+void Simulator::forgetEvents()
+{
+    d->device.events().forget();
+}
+
+void Simulator::setEventMemory(int events)
+{
+    d->device.events().setMemory(static_cast<std::size_t>(std::max(0, events)));
+}
+
 void Simulator::disconnectStreams()
 {
     d->device.disconnectStreams();
@@ -173,6 +213,16 @@ void Simulator::logoutDevice()
 void Simulator::loginDevice()
 {
     d->device.login();
+}
+
+QString Simulator::replaceToken(const QString& token)
+{
+    return QString::fromStdString(d->device.loginGate().replaceToken(token.toStdString()));
+}
+
+void Simulator::expireToken()
+{
+    d->device.loginGate().expireToken();
 }
 
 void Simulator::addFault(const Fault& fault)

@@ -58,8 +58,13 @@ public:
 
     /// The address, such as "127.0.0.1:41234", which can be used as a device key; empty unless running.
     QString address() const;
-    /// "http://" followed by address().
+    /// "http://", or "https://" with TLS, followed by address(). With TLS this is the device key.
     QString baseUrl() const;
+    /// Its certificate as PEM, which a client may trust as an authority; empty without TLS or before the
+    /// first start(). It stays the same for as long as the simulator exists.
+    QByteArray certificate() const;
+    /// `sha256//` and the base64 SHA-256 hash of its public key, for clients that pin it; empty like that.
+    QString pinnedKey() const;
     /// The port that it listens on; 0 unless running.
     quint16 port() const;
     /// The options that it runs with.
@@ -82,11 +87,22 @@ public:
     /// Restarts the device: event ids get a new epoch, earlier events are discarded, and all event streams
     /// are closed. Written values are kept.
     void restartDevice();
+    /// Discards the stored events, so that a stream which missed some cannot have them any more.
+    void forgetEvents();
+    /// Stores the latest @p events from now on, instead of Options::eventHistory.
+    void setEventMemory(int events);
     /// Makes the device disappear: closes all connections, and every later request without a reply, until
     /// loginDevice() is called.
     void logoutDevice();
     /// The device is back: requests are served again.
     void loginDevice();
+
+    /// Replaces the token of a bearer login by @p token, or by a random one if that is empty, and begins its
+    /// lifetime; the token before is not accepted any more. Open event streams stay.
+    /// @return the token.
+    QString replaceToken(const QString& token = {});
+    /// Ends the lifetime of the token at once.
+    void expireToken();
 
     /// Adds a fault.
     void addFault(const Fault& fault);

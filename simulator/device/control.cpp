@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/device/control.h>
 
+#include <simulator/faultscript.h>
 #include <simulator/text/jsontools.h>
 #include <tessel/warningtypes.h>
 
 #include <nlohmann/json.hpp>
+
+#include <algorithm>
 
 namespace Tessel::Simulator {
 namespace {
@@ -16,18 +19,6 @@ struct Action
     Method method;
     std::string_view path;
     Reply (*run)(Device& device, const std::string& body);
-};
-
-struct CutName
-{
-    Fault::Cut cut;
-    const char* name;
-};
-constexpr CutName cutNames[] = {
-    {Fault::Cut::None, "none"},
-    {Fault::Cut::Truncate, "truncate"},
-    {Fault::Cut::Close, "close"},
-    {Fault::Cut::Stall, "stall"},
 };
 
 Reply done(const json& data = json::object())
@@ -132,77 +123,75 @@ Reply reset(Device& device, const std::string& /*body*/)
     return done();
 }
 
-json toJson(const Fault& fault)
+Reply forget(Device& device, const std::string& /*body*/)
 {
-    json result = {{"path", fault.path.toStdString()},
-                   {"method", fault.method.toStdString()},
-                   {"times", fault.times},
-                   {"after", fault.after},
-                   {"delay", fault.delay},
-                   {"status", fault.status},
-                   {"code", fault.code},
-                   {"body", fault.body.toStdString()}};
-    for (const auto& entry : cutNames) {
-        if (entry.cut == fault.cut) {
-            result["cut"] = entry.name;
-        }
-    }
-    return result;
+    device.events().forget();
+    return done();
 }
 
-// Throws if a member has the wrong type or an unknown value.
-Fault faultOf(const json& object)
+Reply setMemory(Device& device, const std::string& body)
 {
-    Fault fault;
-    fault.path = QString::fromStdString(object.value("path", "*"));
-    fault.method = QByteArray::fromStdString(object.value("method", ""));
-    fault.times = object.value("times", 1);
-    fault.after = object.value("after", 0);
-    fault.delay = object.value("delay", 0);
-    fault.status = object.value("status", 0);
-    fault.code = object.value("code", 0);
-    if (object.contains("body")) {
-        fault.body = QByteArray::fromStdString(object["body"].is_string() ? object["body"].get<std::string>()
-                                                                          : object["body"].dump());
+    const json wanted = parseJson(body);
+    const json events = wanted.is_object() && wanted.size() == 1 ? wanted.value("events", json()) : json();
+    if (!events.is_number_unsigned() || events.get<std::uint64_t>() > EventHub::maxMemory) {
+        return failureReply(400, "events must be 0 to " + std::to_string(EventHub::maxMemory));
     }
-    if (fault.status != 0 && (fault.status < 200 || fault.status > 599)) {
-        throw std::invalid_argument("status must be 0 or 200 to 599");
+    device.events().setMemory(events.get<std::size_t>());
+    return done();
+}
+
+Reply tokenReply(Device& device, json data)
+{
+    data["expiresIn"] = device.loginGate().tokenLeft();
+    return done(data);
+}
+
+Reply tellToken(Device& device, const std::string& /*body*/)
+{
+    return device.loginGate().takesTokens() ? tokenReply(device, json::object())
+                                            : failureReply(409, "this device has no bearer login");
+}
+
+Reply replaceToken(Device& device, const std::string& body)
+{
+    if (!device.loginGate().takesTokens()) {
+        return failureReply(409, "this device has no bearer login");
     }
-    if (fault.delay < 0) {
-        throw std::invalid_argument("delay must not be negative");
+    const json wanted = body.empty() ? json::object() : parseJson(body);
+    const json token = wanted.is_object() ? wanted.value("token", json("")) : json();
+    const std::string text = token.is_string() ? token.get<std::string>() : std::string(1, '\0');
+    const bool isToken = std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 127; });
+    if (!isToken || text.size() > 4096 || wanted.size() > (wanted.contains("token") ? 1 : 0)) {
+        return failureReply(400, "token must be printable ASCII without blanks, up to 4096 characters");
     }
-    const std::string cut = object.value("cut", "none");
-    for (const auto& entry : cutNames) {
-        if (cut == entry.name) {
-            fault.cut = entry.cut;
-            return fault;
-        }
-    }
-    throw std::invalid_argument("cut must be none, truncate, close or stall");
+    return tokenReply(device, {{"token", device.loginGate().replaceToken(text)}});
+}
+
+Reply expireToken(Device& device, const std::string& body)
+{
+    device.loginGate().expireToken();
+    return tellToken(device, body);
 }
 
 Reply listFaults(Device& device, const std::string& /*body*/)
 {
-    json list = json::array();
+    std::string list;
     for (const auto& fault : device.faults().waiting()) {
-        list.push_back(toJson(fault));
+        list += (list.empty() ? "" : ",") + faultToJson(fault).toStdString();
     }
-    return done(list);
+    return successReply(successEnvelope('[' + list + ']'));
 }
 
 Reply addFaults(Device& device, const std::string& body)
 {
-    const json scripts = parseJson(body);
-    try {
-        std::vector<Fault> faults;
-        for (const auto& script : scripts.is_array() ? scripts : json::array({scripts})) {
-            faults.push_back(faultOf(script));
-        }
-        for (const auto& fault : faults) {
-            device.faults().add(fault);
-        }
-    } catch (const std::exception& error) {
-        return failureReply(400, std::string("not a valid fault: ") + error.what());
+    QString error;
+    const QList<Fault> faults = faultsFromJson(QByteArray::fromStdString(body), &error);
+    if (faults.isEmpty()) {
+        return failureReply(400, error.toStdString());
+    }
+    if (!device.faults().add(faults)) {
+        return failureReply(400, "no more than " + std::to_string(FaultScripts::maxWaiting) +
+                                     " faults can wait; remove some with DELETE /sim/faults");
     }
     return done();
 }
@@ -221,9 +210,14 @@ constexpr Action actions[] = {
     {Method::Post, "/sim/warnings", warn},
     {Method::Post, "/sim/disconnect", disconnect},
     {Method::Post, "/sim/restart", restart},
+    {Method::Post, "/sim/forget", forget},
+    {Method::Post, "/sim/memory", setMemory},
     {Method::Post, "/sim/logout", logout},
     {Method::Post, "/sim/login", login},
     {Method::Post, "/sim/reset", reset},
+    {Method::Get, "/sim/token", tellToken},
+    {Method::Post, "/sim/token", replaceToken},
+    {Method::Delete, "/sim/token", expireToken},
     {Method::Get, "/sim/faults", listFaults},
     {Method::Post, "/sim/faults", addFaults},
     {Method::Delete, "/sim/faults", clearFaults},

@@ -26,11 +26,16 @@ Device::Device(const Options& options)
     : m_options(options)
     , m_events(static_cast<std::size_t>(std::max(0, options.eventHistory)))
     , m_state(options, m_events)
+    , m_loginGate(options)
     , m_log(std::make_shared<RequestLog>(static_cast<std::size_t>(std::max(0, options.requestLog))))
-{}
+{
+    for (const auto& fault : options.faults) {
+        m_faults.add(fault);
+    }
+}
 
 Device::Exchange Device::open(Method method, std::string_view methodName, std::string_view target,
-                              std::string_view contentType)
+                              std::string_view contentType, std::string_view authorization)
 {
     Exchange exchange;
     exchange.method = method;
@@ -52,6 +57,13 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
     if (m_loggedOut) {
         exchange.kind = Exchange::Kind::Refused;
         return exchange;
+    }
+    if (!m_loginGate.isOpen()) {
+        exchange.verdict = m_loginGate.judge(methodName, target, authorization);
+        if (!exchange.verdict.mayPass) {
+            exchange.kind = Exchange::Kind::LoggedOff;
+            return exchange;
+        }
     }
     if (exchange.target) {
         exchange.match = RouteTable::instance().match(exchange.target->segments);
@@ -75,6 +87,20 @@ Reply Device::respond(Exchange& exchange, std::string body, std::uint64_t bodySi
     if (exchange.kind == Exchange::Kind::Control) {
         return controlReply(*this, exchange.method, *exchange.target, body);
     }
+    if (exchange.kind == Exchange::Kind::LoggedOff) {
+        Reply reply = failureReply(401, exchange.verdict.message);
+        reply.challenges = std::move(exchange.verdict.challenges);
+        return reply;
+    }
+    Reply reply = ownReply(exchange, std::move(body), bodySize);
+    if (exchange.fault) {
+        reply.retryAfter = exchange.fault->retryAfter.toStdString();
+    }
+    return reply;
+}
+
+Reply Device::ownReply(Exchange& exchange, std::string body, std::uint64_t bodySize)
+{
     const auto& fault = exchange.fault;
     if (fault && (fault->status || fault->code || !fault->body.isEmpty())) {
         return faultReply(*fault);
@@ -173,6 +199,7 @@ void Device::logout()
 
 void Device::restart()
 {
+    m_loginGate.forgetNonces();
     m_events.startAnew(); // before a client can reconnect
     disconnectStreams();
 }

@@ -4,6 +4,7 @@
 
 #include <simulator/device/devicestate.h>
 #include <simulator/device/faultscripts.h>
+#include <simulator/device/logingate.h>
 #include <simulator/device/requestlog.h>
 #include <simulator/routes/target.h>
 
@@ -39,7 +40,8 @@ public:
             Normal,
             EventStream,
             Control,
-            Refused ///< the device is logged out
+            LoggedOff, ///< its login is missing or wrong
+            Refused    ///< the device is logged out
         };
         Kind kind = Kind::Normal;
         Method method = Method::Get;
@@ -48,6 +50,7 @@ public:
         std::optional<Target> target; ///< none if the request target is malformed
         RouteTable::Match match;
         std::optional<Fault> fault;
+        LoginGate::Verdict verdict;
         std::chrono::milliseconds delay{0}; ///< before the reply
         bool keepsBody = false;             ///< the whole body is needed, not only its beginning and size
 
@@ -64,7 +67,7 @@ public:
 
     /// Receives the head of a request: counts it and selects its fault.
     Exchange open(Method method, std::string_view methodName, std::string_view target,
-                  std::string_view contentType);
+                  std::string_view contentType, std::string_view authorization);
     /// Serves it. @p body is the whole body or its beginning, depending on `keepsBody`; @p bodySize is the
     /// size of the whole.
     Reply respond(Exchange& exchange, std::string body, std::uint64_t bodySize);
@@ -87,6 +90,7 @@ public:
 
     EventHub& events() { return m_events; }
     FaultScripts& faults() { return m_faults; }
+    LoginGate& loginGate() { return m_loginGate; }
     RequestLog& requests() { return *m_log; }
     DeviceState& state() { return m_state; }
     const Wall& wall() const { return m_state.wall(); }
@@ -96,12 +100,14 @@ public:
     void setConnections(Connections* connections);
 
 private:
+    Reply ownReply(Exchange& exchange, std::string body, std::uint64_t bodySize);
     Reply write(const Exchange& exchange, std::string body, std::uint64_t bodySize);
 
     const Options m_options;
     EventHub m_events;
     DeviceState m_state; ///< after m_events, which it uses
     FaultScripts m_faults;
+    LoginGate m_loginGate;
     std::shared_ptr<RequestLog> m_log;
     std::atomic<bool> m_loggedOut{false};
     std::mutex m_connectionsMutex; ///< guards m_connections, and is held while it is used

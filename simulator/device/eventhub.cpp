@@ -66,14 +66,33 @@ std::uint64_t EventHub::publish(std::string_view data)
     const auto frame = frameOf(idLine(m_epoch, id), data);
     m_history.emplace_back(id, frame);
     m_historyBytes += frame->size();
-    while (m_history.size() > m_historySize || (m_historyBytes > maxHistoryBytes && m_history.size() > 1)) {
-        m_historyBytes -= m_history.front().second->size();
-        m_history.pop_front();
-    }
+    trimHistory();
     for (EventSink* sink : m_sinks) {
         sink->deliver(frame);
     }
     return id;
+}
+
+void EventHub::trimHistory()
+{
+    while (m_history.size() > m_historySize || (m_historyBytes > maxHistoryBytes && m_history.size() > 1)) {
+        m_historyBytes -= m_history.front().second->size();
+        m_history.pop_front();
+    }
+}
+
+void EventHub::forget()
+{
+    const std::lock_guard lock(m_mutex);
+    m_history.clear();
+    m_historyBytes = 0;
+}
+
+void EventHub::setMemory(std::size_t events)
+{
+    const std::lock_guard lock(m_mutex);
+    m_historySize = events;
+    trimHistory();
 }
 
 void EventHub::heartbeat()

@@ -31,6 +31,8 @@ public:
 class EventHub
 {
 public:
+    static constexpr std::size_t maxMemory = 1000000; ///< the most events that it can be told to store
+
     explicit EventHub(std::size_t historySize);
 
     /// Sends @p data unchanged, line by line.
@@ -45,6 +47,10 @@ public:
     void subscribe(EventSink& sink, std::string_view lastId);
     /// Begins another run, with a new epoch and no stored events. Streams should be closed first.
     void startAnew();
+    /// Discards the stored events; ids continue.
+    void forget();
+    /// Stores the latest @p events from now on.
+    void setMemory(std::size_t events);
     /// The common beginning of all ids of this run.
     std::string epoch() const;
     void unsubscribe(EventSink& sink);
@@ -53,8 +59,10 @@ public:
     bool waitForStreams(int count, std::chrono::milliseconds timeout) const;
 
 private:
-    const std::size_t m_historySize;
+    void trimHistory();
+
     mutable std::mutex m_mutex; ///< guards all members below
+    std::size_t m_historySize;
     mutable std::condition_variable m_streamsChanged;
     std::unordered_set<EventSink*> m_sinks;
     std::deque<std::pair<std::uint64_t, SharedText>> m_history;

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tessel::Simulator {
 
@@ -22,7 +23,9 @@ struct Reply
     int status = 200;
     SharedText body; ///< null if there is none
     std::string_view contentType = "application/json";
-    std::string allow; ///< the Allow header; empty if there is none
+    std::string allow;                   ///< the Allow header; empty if there is none
+    std::string retryAfter;              ///< the Retry-After header; empty if there is none
+    std::vector<std::string> challenges; ///< the WWW-Authenticate headers
 };
 
 /// 200 with @p body.

@@ -5,13 +5,15 @@
 #include <simulator/http/httpserver.h>
 #include <simulator/http/wire.h>
 
+#include <optional>
 #include <string_view>
 
 namespace Tessel::Simulator {
 
 /// Turns a connection into an event stream that continues after the event @p lastId, unless that is empty.
+/// @p fault may make it end, break or drip.
 void startEventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
-                      std::shared_ptr<Peer> peer, std::string_view lastId);
+                      std::shared_ptr<Peer> peer, std::string_view lastId, const std::optional<Fault>& fault);
 
 } // namespace Tessel::Simulator
 

@@ -55,6 +55,9 @@ const char* framingMistake(const http::request_header<>& head)
     if (!std::all_of(host.begin(), host.end(), isHostCharacter)) {
         return "Host must be a host with or without a port";
     }
+    if (head.count(http::field::authorization) > 1) {
+        return "a request has one Authorization at most";
+    }
     return nullptr;
 }
 

@@ -147,8 +147,8 @@ private:
 
 } // namespace
 
-HttpServer::HttpServer(net::io_context& io, Device& device)
-    : m_context(std::make_shared<ServerContext>(device))
+HttpServer::HttpServer(net::io_context& io, Device& device, std::shared_ptr<const Certificate> certificate)
+    : m_context(std::make_shared<ServerContext>(device, std::move(certificate)))
 {
     const auto listener = std::make_shared<Listener>(io, m_context);
     m_port = listener->port();

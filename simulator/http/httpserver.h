@@ -3,6 +3,7 @@
 #define SIMULATOR_HTTP_HTTPSERVER_H
 
 #include <simulator/device/device.h>
+#include <simulator/http/certificate.h>
 #include <simulator/http/connection.h>
 
 #include <atomic>
@@ -15,14 +16,16 @@ namespace Tessel::Simulator {
 /// Shared by all connections of one server. Outlives them.
 struct ServerContext
 {
-    explicit ServerContext(Device& served)
+    ServerContext(Device& served, std::shared_ptr<const Certificate> shown)
         : device(served)
         , registry(std::make_shared<ConnectionRegistry>())
+        , certificate(std::move(shown))
     {}
 
     Device& device;
     std::shared_ptr<ConnectionRegistry> registry;
-    std::atomic<std::uint64_t> bodyBytes{0}; ///< of all request bodies currently held in memory
+    std::shared_ptr<const Certificate> certificate; ///< null: no TLS
+    std::atomic<std::uint64_t> bodyBytes{0};        ///< of all request bodies currently held in memory
 };
 
 /// Accepts connections for a device on one address. Start and stop it from one thread at a time.
@@ -30,7 +33,8 @@ class HttpServer : public Connections
 {
 public:
     /// Binds and listens; throws boost::system::system_error on failure.
-    HttpServer(net::io_context& io, Device& device);
+    /// Serves TLS if @p certificate is not null.
+    HttpServer(net::io_context& io, Device& device, std::shared_ptr<const Certificate> certificate);
     /// Closes all connections and waits for their end. Must not be called on a thread of @p io.
     ~HttpServer() override;
 

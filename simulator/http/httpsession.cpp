@@ -3,7 +3,7 @@
 
 #include <simulator/http/eventstream.h>
 #include <simulator/http/framing.h>
-#include <simulator/http/replyhead.h>
+#include <simulator/http/replyscript.h>
 #include <simulator/http/wire.h>
 
 #include <boost/asio/dispatch.hpp>
@@ -71,7 +71,13 @@ public:
 
     void start()
     {
-        net::dispatch(m_wire->get_executor(), [self = shared()] { self->beginRequest(); });
+        net::dispatch(m_wire->get_executor(), [self = shared()] {
+            if (self->m_wire->isEncrypted()) {
+                self->shakeHands();
+            } else {
+                self->beginRequest();
+            }
+        });
     }
 
     void close() override
@@ -122,6 +128,18 @@ private:
         m_wire->reset();
     }
 
+    // It has to be done in the time of a head.
+    void shakeHands()
+    {
+        m_wire->shakeHands([self = shared()](error_code error) {
+            if (error) {
+                self->end();
+            } else {
+                self->beginRequest();
+            }
+        });
+    }
+
     void beginRequest()
     {
         if (!m_wire->isOpen()) {
@@ -135,7 +153,7 @@ private:
             parseHead();
         } else {
             fill([](HttpSession& self) {
-                if (self.phase() == Phase::Idle) {
+                if (self.phase() != Phase::Opening) {
                     self.enter(Phase::Head);
                 }
                 self.parseHead();
@@ -147,17 +165,27 @@ private:
     template <typename Next>
     void fill(Next next)
     {
-        const std::size_t room = beast::read_size(m_buffer, readChunk);
+        // A head begins small. Of a body, the system gives memory only for what comes.
+        const std::size_t room = m_parser->is_header_done()
+                                     ? std::min(readChunk, m_buffer.max_size() - m_buffer.size())
+                                     : beast::read_size(m_buffer, readChunk);
         if (room == 0) {
             refuse(431, "the head is too large");
             return;
         }
+        m_isReading = true;
         m_wire->async_read_some(m_buffer.prepare(room),
                                 [self = shared(), next](error_code error, std::size_t bytes) {
-                                    if (error) {
+                                    self->m_isReading = false;
+                                    if (error || !self->m_wire->isOpen()) {
                                         self->end();
                                         return;
                                     }
+                                    if (self->m_isEnding) {
+                                        self->drain(bytes);
+                                        return;
+                                    }
+                                    self->m_delay.cancel();
                                     self->m_buffer.commit(bytes);
                                     next(*self);
                                 });
@@ -190,7 +218,8 @@ private:
     {
         const auto& request = m_parser->get();
         m_exchange.emplace(device().open(methodOf(request.method()), view(request.method_string()),
-                                         view(request.target()), view(request[http::field::content_type])));
+                                         view(request.target()), view(request[http::field::content_type]),
+                                         view(request[http::field::authorization])));
         if (m_exchange->kind == Device::Exchange::Kind::Refused) {
             cut();
             return;
@@ -199,9 +228,16 @@ private:
             onRequest();
             return;
         }
+        const bool waits = beast::iequals(request[http::field::expect], "100-continue");
+        if (waits && m_exchange->kind == Device::Exchange::Kind::LoggedOff) {
+            m_keepAlive = false;
+            m_isBodyLeft = true;
+            send(device().respond(*m_exchange, {}, 0));
+            return;
+        }
         m_parser->eager(true);
         enter(Phase::Body);
-        if (beast::iequals(request[http::field::expect], "100-continue")) {
+        if (waits) {
             sendContinue();
         } else {
             readBody();
@@ -221,8 +257,8 @@ private:
 
     void readBody()
     {
-        m_chunk.resize(readChunk);
         while (m_buffer.size() > 0 && !m_parser->is_done()) {
+            m_chunk.resize(std::max(m_chunk.size(), m_buffer.size())); // no more than has come
             auto& body = m_parser->get().body();
             body.data = m_chunk.data();
             body.size = m_chunk.size();
@@ -278,6 +314,7 @@ private:
     void refuse(int status, std::string_view message)
     {
         m_keepAlive = false;
+        m_isBodyLeft = status == 413 || (m_parser->is_header_done() && !m_parser->is_done());
         send(failureReply(status, message));
     }
 
@@ -293,12 +330,7 @@ private:
             return;
         }
         if (m_exchange->delay.count() > 0) {
-            m_delay.expires_after(m_exchange->delay);
-            m_delay.async_wait([self = shared()](error_code error) {
-                if (!error) {
-                    self->serve();
-                }
-            });
+            later(m_exchange->delay, [](HttpSession& self) { self.serve(); });
             return;
         }
         serve();
@@ -319,15 +351,17 @@ private:
     void serve()
     {
         const auto& fault = m_exchange->fault;
-        if (fault && fault->cut == Fault::Cut::Close) {
+        if (fault && (fault->cut == Fault::Cut::Close || fault->cut == Fault::Cut::End)) {
+            const bool breaks = fault->cut == Fault::Cut::Close;
             finishRequest(0);
-            cut();
+            breaks ? cut() : end();
             return;
         }
         if (m_exchange->kind == Device::Exchange::Kind::EventStream) {
             const std::string lastId(view(m_parser->get()["Last-Event-ID"]));
+            const std::optional<Fault> streamFault = fault;
             finishRequest(200);
-            startEventStream(std::move(m_wire), m_context, peer(), lastId);
+            startEventStream(std::move(m_wire), m_context, peer(), lastId, streamFault);
             return;
         }
         std::string logged =
@@ -335,30 +369,105 @@ private:
         releaseBody();
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
-        m_truncate = fault && fault->cut == Fault::Cut::Truncate;
-        send(std::move(reply));
+        if (fault && needsScript(fault->cut)) {
+            sendScripted(*fault, reply);
+        } else {
+            send(std::move(reply));
+        }
     }
+
+    KeepAlive keepAlive() const
+    {
+        return !m_keepAlive ? KeepAlive::No : m_http10 ? KeepAlive::Told : KeepAlive::Implied;
+    }
+    bool answersHead() const { return m_exchange && m_exchange->method == Method::Head; }
 
     void send(Reply reply)
     {
         m_reply = std::move(reply);
         const std::size_t size = m_reply.body ? m_reply.body->size() : 0;
-        const bool bodiless = m_reply.status == 204 || m_reply.status == 304;
-        const bool headOnly = m_exchange && m_exchange->method == Method::Head;
-        m_keepAlive = m_keepAlive && !m_truncate;
-        m_head = headOf(m_reply, size,
-                        !m_keepAlive ? KeepAlive::No
-                        : m_http10   ? KeepAlive::Told
-                                     : KeepAlive::Implied);
-        const std::size_t sent = headOnly || bodiless ? 0 : m_truncate ? size / 2 : size;
+        const bool bodiless = m_reply.status == 204 || m_reply.status == 304 || answersHead();
+        m_head = headOf(m_reply, size, keepAlive());
         const std::array<net::const_buffer, 2> buffers{
-            net::buffer(m_head), sent > 0 ? net::buffer(m_reply.body->data(), sent) : net::const_buffer()};
-        // A client that has the reply must find its request in the log.
-        m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
-        finishRequest(m_reply.status);
-        enter(Phase::Writing);
+            net::buffer(m_head), bodiless || size == 0 ? net::const_buffer() : net::buffer(*m_reply.body)};
+        beginWriting(m_reply.status);
         net::async_write(*m_wire, buffers,
                          [self = shared()](error_code error, std::size_t) { self->onSent(error); });
+    }
+
+    void beginWriting(int status)
+    {
+        // A client that has the reply must find its request in the log.
+        m_isControl = m_exchange && m_exchange->kind == Device::Exchange::Kind::Control;
+        finishRequest(status);
+        enter(Phase::Writing);
+    }
+
+    void sendScripted(const Fault& fault, const Reply& reply)
+    {
+        m_script = scriptFor(fault, reply, answersHead(), keepAlive());
+        beginWriting(reply.status);
+        sendPiece(0, m_script.first);
+    }
+
+    void sendPiece(std::size_t from, std::size_t size)
+    {
+        const auto piece = net::buffer(m_script.bytes.data() + from, size);
+        net::async_write(*m_wire, piece,
+                         [self = shared(), next = from + size](error_code error, std::size_t) {
+                             if (error) {
+                                 self->end();
+                             } else if (next < self->m_script.bytes.size()) {
+                                 self->later(self->m_script.pause, [next](HttpSession& session) {
+                                     session.sendPiece(next, std::min(session.m_script.step,
+                                                                      session.m_script.bytes.size() - next));
+                                 });
+                             } else {
+                                 self->endScript();
+                             }
+                         });
+    }
+
+    void endScript()
+    {
+        if (m_script.end == ReplyScript::End::Close) {
+            end();
+            return;
+        }
+        if (m_script.end == ReplyScript::End::Reset) {
+            later(m_script.pause, [](HttpSession& self) { self.cut(); });
+            return;
+        }
+        if (!m_script.notice.empty() && m_keepAlive) {
+            later(m_script.pause, [](HttpSession& self) { self.sendNotice(); });
+        }
+        onSent({});
+    }
+
+    template <typename Action>
+    void later(std::chrono::milliseconds pause, Action action)
+    {
+        // It may have been closed since the operation that calls this was done; nobody would end the wait.
+        if (!m_wire->isOpen()) {
+            return;
+        }
+        enter(Phase::Serving);
+        m_delay.expires_after(pause);
+        m_delay.async_wait([self = shared(), action](error_code error) {
+            if (!error) {
+                action(*self);
+            }
+        });
+    }
+
+    void sendNotice()
+    {
+        if (phase() != Phase::Idle) {
+            return;
+        }
+        m_isEnding = true;
+        net::async_write(*m_wire, net::buffer(m_script.notice),
+                         [self = shared()](error_code, std::size_t) { self->finishConnection(); });
     }
 
     void onSent(error_code error)
@@ -366,17 +475,34 @@ private:
         m_isControl = false;
         m_reply = {};
         enter(Phase::Idle);
-        if (error || m_truncate) {
+        if (error) {
             end();
         } else if (m_keepAlive) {
             beginRequest();
         } else {
-            // The client may still be sending; closing at once would destroy the reply in transit.
-            // The time is that of a head.
-            m_wire->endWriting();
-            enter(Phase::Head);
-            drain(0);
+            m_isEnding = true;
+            finishConnection();
         }
+    }
+
+    // The client may still be sending; closing at once would destroy the reply in transit. It has the time of
+    // a head for it.
+    void finishConnection()
+    {
+        enter(Phase::Head);
+        // With TLS the end cannot be told while the client sends. It knows from the head how long the reply
+        // is.
+        if (m_wire->isEncrypted() && m_isBodyLeft) {
+            drain(0);
+            return;
+        }
+        m_wire->endWriting([self = shared()] {
+            if (self->m_wire->isEncrypted()) {
+                self->end();
+            } else if (!self->m_isReading) {
+                self->drain(0);
+            }
+        });
     }
 
     void drain(std::size_t drained)
@@ -431,7 +557,10 @@ private:
     std::string m_head;
     bool m_keepAlive = true;
     bool m_http10 = false;
-    bool m_truncate = false;
+    bool m_isReading = false;  ///< for a request or a part of it
+    bool m_isBodyLeft = false; ///< the client may be sending a body that was refused
+    bool m_isEnding = false;   ///< no further request is taken
+    ReplyScript m_script;
 };
 
 } // namespace
@@ -448,8 +577,10 @@ void startHttpSession(Socket socket, std::shared_ptr<ServerContext> context)
     const auto limit = [](int count) { return static_cast<std::size_t>(std::max(1, count)); };
     const ConnectionLimits limits{limit(options.maxConnections), limit(options.maxConnectionsPerPeer),
                                   limit(options.maxHalfOpen), limit(options.maxHalfOpenPerPeer)};
-    const auto session = std::make_shared<HttpSession>(
-        std::make_unique<Wire>(std::move(socket)), std::move(context), registry->peerAt(remote.address()));
+    net::ssl::context* const tls = context->certificate ? &context->certificate->context() : nullptr;
+    const auto session =
+        std::make_shared<HttpSession>(std::make_unique<Wire>(std::move(socket), tls), std::move(context),
+                                      registry->peerAt(remote.address()));
     if (registry->admit(session, limits)) {
         session->start();
     }

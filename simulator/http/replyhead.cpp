@@ -20,6 +20,12 @@ std::string headOf(const Reply& reply, std::size_t length, KeepAlive keepAlive)
     if (!reply.allow.empty()) {
         head.append("Allow: ").append(reply.allow).append("\r\n");
     }
+    for (const auto& challenge : reply.challenges) {
+        head.append("WWW-Authenticate: ").append(challenge).append("\r\n");
+    }
+    if (!reply.retryAfter.empty()) {
+        head.append("Retry-After: ").append(reply.retryAfter).append("\r\n");
+    }
     if (keepAlive == KeepAlive::No) {
         head.append("Connection: close\r\n");
     } else if (keepAlive == KeepAlive::Told) {

@@ -9,7 +9,8 @@ namespace Tessel::Simulator {
 /// The parsed command line of tessel-sim.
 struct Arguments
 {
-    Options options; ///< of the first controller
+    Options options;         ///< of the first controller
+    QString certificateFile; ///< where the certificates go; empty: nowhere
     int devices = 1;
     int threads = 1;
 };

@@ -3,9 +3,12 @@
 #include <simulator/program/arguments.h>
 #include <simulator/simulator.h>
 
+#include <QSaveFile>
+
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -32,6 +35,35 @@ bool startAll(const Arguments& arguments, std::vector<std::unique_ptr<Simulator>
     return true;
 }
 
+bool writeCertificates(const QString& name, const std::vector<std::unique_ptr<Simulator>>& simulators)
+{
+    if (name.isEmpty()) {
+        return true;
+    }
+    QSaveFile file(name);
+    if (file.open(QIODevice::WriteOnly)) {
+        for (const auto& simulator : simulators) {
+            file.write(simulator->certificate());
+        }
+        if (file.commit()) {
+            return true;
+        }
+    }
+    std::fprintf(stderr, "tessel-sim: %s cannot be written: %s\n", qPrintable(name),
+                 qPrintable(file.errorString()));
+    return false;
+}
+
+// Each connection needs a descriptor, and the usual limit of a shell is less than a simulator takes on.
+void allowManyConnections()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -49,12 +81,17 @@ int main(int argc, char** argv)
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
+    allowManyConnections();
     std::vector<std::unique_ptr<Simulator>> simulators;
     if (!startAll(arguments, simulators)) {
         return CannotListen;
     }
+    if (!writeCertificates(arguments.certificateFile, simulators)) {
+        return CannotListen;
+    }
     for (const auto& simulator : simulators) {
-        std::printf("%s\n", qPrintable(simulator->baseUrl()));
+        const QString pin = simulator->pinnedKey();
+        std::printf("%s%s%s\n", qPrintable(simulator->baseUrl()), pin.isEmpty() ? "" : " ", qPrintable(pin));
     }
     std::fflush(stdout);
 

@@ -14,6 +14,8 @@ class SimulatedDevice
     using HttpProxy = Krelm::Communicator::HttpDevice::HttpProxy;
 
 public:
+    using Endpoint = Krelm::Communicator::HttpDevice::DeviceEndpoint;
+
     explicit SimulatedDevice(const Tessel::Simulator::Options& options = {})
         : simulator(options)
         , key(freshKey())
@@ -30,13 +32,39 @@ public:
         HttpProxy::getInstance()->initialize(true);
         return start() && simulator.waitForEventStreams(1);
     }
-    bool add() { return add(simulator.address()); }
+    bool add() { return add(endpoint()); }
     /// Makes the key known as a device at @p address, where the controller need not be.
     bool add(const QString& address)
     {
-        Krelm::Communicator::HttpDevice::DeviceEndpoint endpoint;
+        Endpoint endpoint;
         endpoint.address = address;
-        return HttpProxy::getInstance()->addDevice(key, endpoint);
+        return add(endpoint);
+    }
+    bool add(const Endpoint& endpoint) { return HttpProxy::getInstance()->addDevice(key, endpoint); }
+
+    /// The running controller with the login that it asks for, and its key pinned if it has one.
+    Endpoint endpoint() const
+    {
+        const auto options = simulator.options();
+        Endpoint endpoint;
+        endpoint.address = simulator.baseUrl();
+        endpoint.user = options.user;
+        endpoint.secret = options.secret;
+        endpoint.pinnedKey = simulator.pinnedKey();
+        switch (options.login) {
+        case Tessel::Simulator::Login::None:
+            break;
+        case Tessel::Simulator::Login::Basic:
+            endpoint.login = Endpoint::Login::Basic;
+            break;
+        case Tessel::Simulator::Login::Digest:
+            endpoint.login = Endpoint::Login::Digest;
+            break;
+        case Tessel::Simulator::Login::Bearer:
+            endpoint.login = Endpoint::Login::Bearer;
+            break;
+        }
+        return endpoint;
     }
 
     /// Requests to the path of a route key without placeholders.

@@ -103,6 +103,7 @@ bool HttpClient::fill()
     std::array<char, 65536> chunk{};
     const auto count = ::recv(m_socket, chunk.data(), chunk.size(), 0);
     if (count <= 0) {
+        m_wasReset = count < 0 && errno == ECONNRESET;
         return false;
     }
     m_buffer.append(chunk.data(), static_cast<int>(count));
@@ -134,7 +135,9 @@ HttpReply HttpClient::readReply(bool headOnly)
     reply.status = lines.first().split(' ').value(1).toInt();
     for (const QByteArray& line : lines.mid(1)) {
         const int colon = line.indexOf(':');
-        reply.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
+        const QByteArray name = line.left(colon).toLower();
+        const QByteArray value = line.mid(colon + 1).trimmed();
+        reply.headers[name] += reply.headers.contains(name) ? ", " + value : value;
     }
     const int size = headOnly ? 0 : reply.headers.value("content-length").toInt();
     while (m_buffer.size() < size && fill()) {
@@ -143,6 +146,13 @@ HttpReply HttpClient::readReply(bool headOnly)
     reply.body = m_buffer.left(size);
     m_buffer.remove(0, size);
     return reply;
+}
+
+QByteArray HttpClient::readToEnd()
+{
+    while (fill()) {
+    }
+    return std::exchange(m_buffer, {});
 }
 
 bool HttpClient::endsSoon()
@@ -164,10 +174,10 @@ QJsonObject EventReader::Event::object() const
     return QJsonDocument::fromJson(data).object();
 }
 
-EventReader::EventReader(quint16 port, const QByteArray& lastId)
+EventReader::EventReader(quint16 port, const QByteArray& lastId, const QByteArray& extraHeaders)
     : m_client(port)
 {
-    m_client.send("GET /api/v1/events HTTP/1.1\r\nHost: test\r\n" +
+    m_client.send("GET /api/v1/events HTTP/1.1\r\nHost: test\r\n" + extraHeaders +
                   (lastId.isEmpty() ? QByteArray() : "Last-Event-ID: " + lastId + "\r\n") + "\r\n");
     const QByteArray head = m_client.readUntil("\r\n\r\n");
     m_open = head.startsWith("HTTP/1.1 200 ") && head.contains("text/event-stream");

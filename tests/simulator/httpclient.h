@@ -48,6 +48,10 @@ public:
     HttpReply readReply(bool headOnly = false);
     /// Reads up to and including @p end; what came when the connection ended first.
     QByteArray readUntil(const QByteArray& end);
+    /// Reads up to the end of the connection.
+    QByteArray readToEnd();
+    /// Whether the connection broke instead of ending in order.
+    bool wasReset() const { return m_wasReset; }
     /// Whether the server ends the connection, whatever it still sends.
     bool endsSoon();
 
@@ -55,6 +59,7 @@ private:
     bool fill();
 
     int m_socket = -1;
+    bool m_wasReset = false;
     QByteArray m_buffer;
 };
 
@@ -71,7 +76,7 @@ public:
         QJsonObject object() const;
     };
 
-    explicit EventReader(quint16 port, const QByteArray& lastId = {});
+    explicit EventReader(quint16 port, const QByteArray& lastId = {}, const QByteArray& extraHeaders = {});
 
     bool isOpen() const { return m_open; }
     Event next();

@@ -2,6 +2,8 @@
 #include "httpclient.h"
 
 #include <QProcess>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QUrl>
 #include <QtTest>
 
@@ -85,6 +87,86 @@ private Q_SLOTS:
         QCOMPARE(process.exitCode(), 0);
     }
 
+    void itAsksForALogin_data()
+    {
+        QTest::addColumn<bool>("fromFile");
+        QTest::newRow("variable") << false;
+        QTest::newRow("file") << true;
+    }
+
+    void itAsksForALogin()
+    {
+        QFETCH(bool, fromFile);
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write("s3cret\r\nsecond line\n");
+        file.close();
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("WALL_TOKEN"), QStringLiteral("s3cret"));
+        process.setProcessEnvironment(environment);
+        QStringList arguments{QStringLiteral("--login"), QStringLiteral("bearer")};
+        arguments += fromFile ? QStringList{QStringLiteral("--secret-file"), file.fileName()}
+                              : QStringList{QStringLiteral("--secret-env"), QStringLiteral("WALL_TOKEN")};
+        run(process, arguments);
+        const quint16 port = portOf(nextLine(process));
+        const QByteArray hw = "/api/v1/device/hw";
+        QCOMPARE(HttpClient(port).get(hw).status, 401);
+        QCOMPARE(HttpClient(port).request("GET", hw, {}, "Authorization: Bearer s3cret\r\n").status, 200);
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+    }
+
+    void itShowsAndWritesItsCertificates()
+    {
+        QTemporaryDir directory;
+        const QString name = directory.filePath(QStringLiteral("walls.pem"));
+        QProcess process;
+        run(process, {QStringLiteral("--tls"), QStringLiteral("--devices"), QStringLiteral("2"),
+                      QStringLiteral("--certificate-file"), name});
+        QSet<QByteArray> pins;
+        for (int i = 0; i < 2; ++i) {
+            const QList<QByteArray> line = nextLine(process).split(' ');
+            QCOMPARE(line.size(), 2);
+            QVERIFY(line[0].startsWith("https://127.0.0.1:"));
+            QVERIFY(line[1].startsWith("sha256//"));
+            QCOMPARE(QByteArray::fromBase64(line[1].mid(8)).size(), 32);
+            pins.insert(line[1]);
+        }
+        QCOMPARE(pins.size(), 2);
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray text = file.readAll();
+        QCOMPARE(text.count("-----BEGIN CERTIFICATE-----"), 2);
+        QVERIFY(!text.contains("PRIVATE"));
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitCode(), 0);
+
+        QProcess failing;
+        run(failing, {QStringLiteral("--tls"), QStringLiteral("--certificate-file"),
+                      directory.filePath(QStringLiteral("no/such/file"))});
+        QVERIFY(failing.waitForFinished(10000));
+        QCOMPARE(failing.exitCode(), 1);
+        QVERIFY(failing.readAllStandardError().contains("no/such/file"));
+        QVERIFY(failing.readAllStandardOutput().isEmpty());
+    }
+
+    void itStartsWithFaults()
+    {
+        QProcess process;
+        run(process, {QStringLiteral("--fault"), QStringLiteral(R"({"status":503,"retryAfter":7})"),
+                      QStringLiteral("--fault"), QStringLiteral(R"([{"status":429}])")});
+        HttpClient client(portOf(nextLine(process)));
+        const HttpReply reply = client.get("/api/v1/device/hw");
+        QCOMPARE(reply.status, 503);
+        QCOMPARE(reply.headers.value("retry-after"), QByteArray("7"));
+        QCOMPARE(client.get("/api/v1/device/hw").status, 429);
+        QCOMPARE(client.get("/api/v1/device/hw").status, 200);
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+    }
+
     void aPortInUseEndsWithOne()
     {
         QProcess first;
@@ -120,6 +202,26 @@ private Q_SLOTS:
         row("--bind 1.2.3.400");
         row("--devices 0");
         row("--heartbeat 0");
+        row("--login none --user admin");
+        row("--login none --secret-env PATH");
+        row("--login oauth --secret-env PATH");
+        row("--login basic --secret-env PATH");
+        row("--login digest --secret-env PATH");
+        row("--login bearer --secret-env PATH --user admin");
+        row("--login bearer");
+        row("--login bearer --secret-env TESSEL_SIM_NOT_SET");
+        row("--login bearer --secret-file /nonexistent/file");
+        row("--login bearer --secret-file /dev/null");
+        row("--login bearer --secret-env PATH --secret-file /dev/null");
+        row("--login basic --user a:b --secret-env PATH");
+        row("--login bearer --secret-env PATH --token-lifetime -1");
+        row("--nonce-lifetime 0");
+        row("--secret word");
+        row("--certificate-file cert.pem");
+        row("--event-memory -1");
+        row("--event-memory 1000001");
+        row("--fault x");
+        row("--fault {\"status\":99}");
         row("--port");
         row("--nothing");
         row("stray");
