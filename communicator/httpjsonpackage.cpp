@@ -68,15 +68,15 @@ QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 
 template <class Data>
 Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
-                                      Data (*read)(const QByteArray& reply, bool* isObject))
+                                      bool (*read)(const QByteArray& reply, Data& out))
 {
     Private& p = *package->d;
+    Data out;
     if (p.state != Success) {
-        return {};
+        return out;
     }
-    bool isObject = false;
     const auto started = std::chrono::steady_clock::now();
-    Data data = read(p.received, &isObject);
+    const bool isObject = read(p.received, out);
     if (p.received.size() >= loggedDecodingSize && httpLog().isInfoEnabled()) {
         const auto took =
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
@@ -90,7 +90,7 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
                   requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
     }
-    return data;
+    return out;
 }
 
 void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
@@ -291,17 +291,17 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return Private::decode(this, &JsonText::dataFlattened);
+    return Private::decode(this, &JsonText::readDataFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataListFlattened);
+    return Private::decode(this, &JsonText::readDataListFlattened);
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataList);
+    return Private::decode(this, &JsonText::readDataList);
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -18,6 +18,14 @@ namespace {
 // How much one exchange may send before the others, and its time limit, get their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
+// Whether the head of @p request depends on its path and on @p device only.
+bool isPlainRead(const HttpRequest& request, const Device& device)
+{
+    return request.method == HttpMethod::Get && request.placeHolders.isEmpty() &&
+           request.parameters.isEmpty() && request.headers.isEmpty() && request.body.isEmpty() &&
+           !request.multipart && !device.digest;
+}
+
 } // namespace
 
 QString errorOfRequest(const HttpRequest& request)
@@ -73,12 +81,21 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     } else {
         m_body.setBytes(request.body);
     }
+    const bool isPlain = isPlainRead(request, *device);
+    if (isPlain && m_plainRead.device == device && m_plainRead.path == request.path) {
+        m_target = m_plainRead.target;
+        m_head = m_plainRead.head;
+        return IHttpVersionTrigger::Success;
+    }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
         m_error = QStringLiteral("path and query together are too long");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
+    if (isPlain) {
+        m_plainRead = {device, request.path, m_target, m_head};
+    }
     return IHttpVersionTrigger::Success;
 }
 

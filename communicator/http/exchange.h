@@ -79,6 +79,15 @@ private:
     std::chrono::steady_clock::time_point m_started;
     QByteArray m_target;
     QByteArray m_head;
+    /// The last read of a path and nothing else, which often comes again.
+    struct PlainRead
+    {
+        std::shared_ptr<const Device> device;
+        QString path;
+        QByteArray target;
+        QByteArray head;
+    };
+    PlainRead m_plainRead;
     int m_headSent = 0;
     bool m_sendFailed = false;
     bool m_asksToClose = false; ///< the request asks to close the connection

@@ -117,10 +117,10 @@ TokenLogin::Error TokenLogin::ended(const QString& token, Error error)
     m_isAwaited = false;
     m_returned.notify_all();
     if (error == nullptr) {
-        error = token.isEmpty()     ? "the function that renews it gave no token"
-                : token == m_token  ? "the function that renews it gave the same token"
+        error = token.isEmpty()          ? "the function that renews it gave no token"
+                : token == m_token       ? "the function that renews it gave the same token"
                 : hasAsciiControl(token) ? "the new token contains a control character"
-                                    : nullptr;
+                                         : nullptr;
     }
     if (error != nullptr) {
         fail();

@@ -80,6 +80,11 @@ struct IoLoop::Backend
 
 struct IoLoop::Watch
 {
+    Watch(IoLoop& itsLoop, int number)
+        : loop(itsLoop)
+        , descriptor(number)
+    {}
+
     IoLoop& loop;
     const int descriptor;
     uv_poll_t handle{};
@@ -183,7 +188,7 @@ void IoLoop::watch(int descriptor, std::uint32_t events, Watcher watcher)
 {
     std::unique_ptr<Watch>& watch = m_watches[descriptor];
     if (!watch) {
-        watch.reset(new Watch{*this, descriptor});
+        watch = std::make_unique<Watch>(*this, descriptor);
     }
     watch->events = events;
     watch->watcher = std::move(watcher);

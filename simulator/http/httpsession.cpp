@@ -165,7 +165,10 @@ private:
     template <typename Next>
     void fill(Next next)
     {
-        const std::size_t room = beast::read_size(m_buffer, readChunk);
+        // A head begins small. Of a body, the system gives memory only for what comes.
+        const std::size_t room = m_parser->is_header_done()
+                                     ? std::min(readChunk, m_buffer.max_size() - m_buffer.size())
+                                     : beast::read_size(m_buffer, readChunk);
         if (room == 0) {
             refuse(431, "the head is too large");
             return;
@@ -174,7 +177,7 @@ private:
         m_wire->async_read_some(m_buffer.prepare(room),
                                 [self = shared(), next](error_code error, std::size_t bytes) {
                                     self->m_isReading = false;
-                                    if (error) {
+                                    if (error || !self->m_wire->isOpen()) {
                                         self->end();
                                         return;
                                     }
@@ -253,8 +256,8 @@ private:
 
     void readBody()
     {
-        m_chunk.resize(readChunk);
         while (m_buffer.size() > 0 && !m_parser->is_done()) {
+            m_chunk.resize(std::max(m_chunk.size(), m_buffer.size())); // no more than has come
             auto& body = m_parser->get().body();
             body.data = m_chunk.data();
             body.size = m_chunk.size();
@@ -485,6 +488,13 @@ private:
     void finishConnection()
     {
         enter(Phase::Head);
+        // With TLS the end cannot be told while the client sends. It knows from the head how long the reply
+        // is.
+        const bool isSending = m_parser && m_parser->is_header_done() && !m_parser->is_done();
+        if (m_wire->isEncrypted() && isSending) {
+            drain(0);
+            return;
+        }
         m_wire->endWriting([self = shared()] {
             if (self->m_wire->isEncrypted()) {
                 self->end();

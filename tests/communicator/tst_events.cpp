@@ -441,60 +441,6 @@ private Q_SLOTS:
         QVERIFY2(waits ? seconds > 3000 : seconds <= 10, qPrintable(QString::number(seconds)));
     }
 
-    void aStreamWhoseTokenHasRunOutComesBackWithANewOne()
-    {
-        const QByteArray refusal = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n";
-        MisbehavingServer server(Mode::Scripted);
-        server.addScript({refusal});
-        server.addScript({head, "data: {\"a\":1}\n\n"});
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Bearer;
-        endpoint.secret = QStringLiteral("old");
-        const auto calls = std::make_shared<std::atomic<int>>(0);
-        endpoint.renewSecret = [calls](const QString& deviceKey) {
-            ++*calls;
-            return deviceKey + QStringLiteral("-new");
-        };
-        Listening listening;
-        listening.open(wall, server.address(), endpoint);
-        QTRY_COMPARE(listening.events.size(), 1);
-        QCOMPARE(calls->load(), 1);
-        const auto received = server.received();
-        QCOMPARE(received.size(), std::size_t(2));
-        QCOMPARE(received[0].headers.value("authorization"), QByteArray("Bearer old"));
-        QCOMPARE(received[1].headers.value("authorization"), QByteArray("Bearer wall-new"));
-    }
-
-    void aStreamWhoseTokenIsNotRenewedIsRefused_data()
-    {
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<int>("attempts");
-        QTest::newRow("nothing") << QString() << 1;
-        QTest::newRow("the same") << "old" << 1;
-        QTest::newRow("another that is refused") << "wrong" << 2;
-    }
-    void aStreamWhoseTokenIsNotRenewedIsRefused()
-    {
-        QFETCH(QString, given);
-        QFETCH(int, attempts);
-        MisbehavingServer server(Mode::Token);
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Bearer;
-        endpoint.secret = QStringLiteral("old");
-        const auto calls = std::make_shared<std::atomic<int>>(0);
-        endpoint.renewSecret = [calls, given](const QString&) {
-            ++*calls;
-            return given;
-        };
-        LogCollector log;
-        Listening listening;
-        listening.open(wall, server.address(), endpoint);
-        QTRY_VERIFY(!log.lines().filter(QStringLiteral("the login was not renewed")).isEmpty());
-        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Refused);
-        QCOMPARE(server.deliveries(), attempts);
-        QCOMPARE(calls->load(), 1);
-    }
-
     void aDeviceMayAskForADayAtMost()
     {
         MisbehavingServer server(Mode::RawKeepAlive);
@@ -803,6 +749,60 @@ private Q_SLOTS:
         QTRY_COMPARE(listening.events.size(), 1);
         QCOMPARE(server.deliveries(), 4);
         QVERIFY(server.received().at(3).headers.value("authorization").contains("nonce=\"b\""));
+    }
+
+    void aStreamWhoseTokenHasRunOutComesBackWithANewOne()
+    {
+        const QByteArray refusal = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n";
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({refusal});
+        server.addScript({head, "data: {\"a\":1}\n\n"});
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QStringLiteral("old");
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        endpoint.renewSecret = [calls](const QString& deviceKey) {
+            ++*calls;
+            return deviceKey + QStringLiteral("-new");
+        };
+        Listening listening;
+        listening.open(wall, server.address(), endpoint);
+        QTRY_COMPARE(listening.events.size(), 1);
+        QCOMPARE(calls->load(), 1);
+        const auto received = server.received();
+        QCOMPARE(received.size(), std::size_t(2));
+        QCOMPARE(received[0].headers.value("authorization"), QByteArray("Bearer old"));
+        QCOMPARE(received[1].headers.value("authorization"), QByteArray("Bearer wall-new"));
+    }
+
+    void aStreamWhoseTokenIsNotRenewedIsRefused_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<int>("attempts");
+        QTest::newRow("nothing") << QString() << 1;
+        QTest::newRow("the same") << "old" << 1;
+        QTest::newRow("another that is refused") << "wrong" << 2;
+    }
+    void aStreamWhoseTokenIsNotRenewedIsRefused()
+    {
+        QFETCH(QString, given);
+        QFETCH(int, attempts);
+        MisbehavingServer server(Mode::Token);
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QStringLiteral("old");
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        endpoint.renewSecret = [calls, given](const QString&) {
+            ++*calls;
+            return given;
+        };
+        LogCollector log;
+        Listening listening;
+        listening.open(wall, server.address(), endpoint);
+        QTRY_VERIFY(!log.lines().filter(QStringLiteral("the login was not renewed")).isEmpty());
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Refused);
+        QCOMPARE(server.deliveries(), attempts);
+        QCOMPARE(calls->load(), 1);
     }
 
     void whatIsNoJsonInUtf8IsDroppedAndSaidOnce()

@@ -73,6 +73,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(HttpRequest)
+
 class TestExchange : public QObject
 {
     Q_OBJECT
@@ -131,6 +133,55 @@ private Q_SLOTS:
             QCOMPARE(watched.record.reply, QByteArray("{}"));
             QCOMPARE(watched.record.status, 200);
             QCOMPARE(watched.record.reason, QString());
+        }
+    }
+
+    void theHeadOfOneReadIsNoOthers_data()
+    {
+        QTest::addColumn<HttpRequest>("other");
+        QTest::addColumn<QByteArray>("sent");
+        HttpRequest other = request(QStringLiteral("wall"), HttpMethod::Get);
+        QTest::newRow("the same") << other << headOf("GET");
+        other.path = QStringLiteral("/api/v1/y");
+        QTest::newRow("another path") << other << headOf("GET").replace("v1/x", "v1/y");
+        other = request(QStringLiteral("wall"), HttpMethod::Get);
+        other.headers = {{QStringLiteral("Seven"), QStringLiteral("7")}};
+        QTest::newRow("a header") << other << headOf("GET", "Seven: 7\r\n");
+        other.headers.clear();
+        other.parameters = {{QStringLiteral("p"), QStringLiteral("7")}};
+        QTest::newRow("a parameter") << other << headOf("GET").replace("v1/x", "v1/x?p=7");
+        other.parameters.clear();
+        other.body = "{}";
+        QTest::newRow("a body") << other << headOf("GET", "Content-Length: 2\r\n") + "{}";
+        other.body.clear();
+        other.method = HttpMethod::Delete;
+        QTest::newRow("another verb") << other << headOf("DELETE");
+    }
+    void theHeadOfOneReadIsNoOthers()
+    {
+        QFETCH(HttpRequest, other);
+        QFETCH(QByteArray, sent);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest plain = request(QStringLiteral("wall"), HttpMethod::Get);
+        const auto sends = [&](const HttpRequest& asked, const std::shared_ptr<const Device>& to,
+                               const QByteArray& expected) {
+            watched.exchange.prepare(asked, to, std::chrono::steady_clock::now());
+            watched.exchange.send(connection);
+            QCOMPARE(ends.hear(expected.size()), expected);
+            watched.feed(goodReply);
+            watched.exchange.finish();
+            QCOMPARE(watched.record.path, expected.split(' ').at(1));
+        };
+        const std::shared_ptr<const Device> wall = device();
+        auto elsewhere = std::make_shared<Device>();
+        elsewhere->authority = "other.test";
+        for (int i = 0; i < 2; ++i) {
+            sends(plain, wall, headOf("GET"));
+            sends(other, wall, sent);
+            sends(plain, wall, headOf("GET"));
+            sends(plain, elsewhere, headOf("GET").replace("wall", "other"));
         }
     }
 

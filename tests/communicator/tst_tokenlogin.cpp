@@ -293,5 +293,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(TestTokenLogin)
+QTEST_GUILESS_MAIN(TestTokenLogin)
 #include "tst_tokenlogin.moc"

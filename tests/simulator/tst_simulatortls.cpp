@@ -217,6 +217,21 @@ private Q_SLOTS:
         QVERIFY(refused.endsInOrder());
     }
 
+    void aRefusalArrivesWhileTheClientSends()
+    {
+        Options options = encrypted();
+        options.bodyLimit = 1000;
+        start(options);
+        for (int i = 0; i < 10; ++i) {
+            TlsClient client(m_simulator->port());
+            client.send("PUT " + hw + " HTTP/1.1\r\nHost: t\r\nContent-Length: 4000000\r\n\r\n");
+            for (int k = 0; k < 40; ++k) {
+                client.send(QByteArray(100000, 'x'));
+            }
+            QVERIFY(client.readUntil("\r\n").startsWith("HTTP/1.1 413 "));
+        }
+    }
+
     void eventsComeOnAnEncryptedStream()
     {
         TlsClient client(m_simulator->port());
