@@ -67,13 +67,13 @@ QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 }
 
 template <class Data>
-Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
+void HttpJsonPackage::Private::decode(const HttpJsonPackage& package, Data& out,
                                       bool (*read)(const QByteArray& reply, Data& out))
 {
-    Private& p = *package->d;
-    Data out;
+    Private& p = *package.d;
     if (p.state != Success) {
-        return out;
+        out.clear();
+        return;
     }
     const auto started = std::chrono::steady_clock::now();
     const bool isObject = read(p.received, out);
@@ -85,12 +85,26 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
                requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(),
                int(p.received.size()), static_cast<long long>(took.count()));
     }
-    if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
+    if (!isObject && !p.unreadableLogged && mayHoldBody(package.replyStatus, p.received)) {
         p.unreadableLogged = true;
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
                   requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
     }
-    return out;
+}
+
+void HttpJsonPackage::Private::readMap(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataFlattened);
+}
+
+void HttpJsonPackage::Private::readFlattenedList(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataListFlattened);
+}
+
+void HttpJsonPackage::Private::readList(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataList);
 }
 
 void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
@@ -291,17 +305,23 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return Private::decode(this, &JsonText::readDataFlattened);
+    QMap<QString, QVariant> map;
+    Private::readMap(*this, map);
+    return map;
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::readDataListFlattened);
+    QList<QVariant> list;
+    Private::readFlattenedList(*this, list);
+    return list;
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::readDataList);
+    QList<QVariant> list;
+    Private::readList(*this, list);
+    return list;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

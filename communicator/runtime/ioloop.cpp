@@ -57,18 +57,6 @@ int uvEventsOf(std::uint32_t readiness)
            ((readiness & IoLoop::Writable) != 0 ? UV_WRITABLE : 0);
 }
 
-// Functions of their own, so that a thread-sanitizer suppression can match these calls alone: the descriptor
-// may have been closed and reused by another thread by now.
-[[gnu::noinline]] void stopPolling(uv_poll_t& handle)
-{
-    uv().pollStop(&handle);
-}
-
-[[gnu::noinline]] void endPolling(uv_poll_t& handle)
-{
-    uv().close(reinterpret_cast<uv_handle_t*>(&handle), nullptr);
-}
-
 } // namespace
 
 struct IoLoop::Backend
@@ -224,7 +212,7 @@ void IoLoop::unwatch(int descriptor)
     watch.events = 0;
     watch.watcher = nullptr;
     if (watch.hasHandle) {
-        stopPolling(watch.handle);
+        uv().pollStop(&watch.handle);
     }
 }
 
@@ -317,7 +305,7 @@ void IoLoop::close()
     }
     for (const auto& entry : m_watches) {
         if (entry.second->hasHandle) {
-            endPolling(entry.second->handle);
+            uv().close(reinterpret_cast<uv_handle_t*>(&entry.second->handle), nullptr);
         }
     }
     uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpjsonpackage.h>
+#include <communicator/httpproxy.h>
 #include <communicator/httpmutilpartpackage.h>
 #include <logcollector.h>
 
@@ -16,6 +17,30 @@ using Headers = QMap<QString, QString>;
 class TestPackage : public QObject
 {
     Q_OBJECT
+private:
+    template <class Data>
+    static Data readInto(Data out, const HttpJsonPackage& package, const char* decoder)
+    {
+        quintptr reader = 0;
+        QMetaObject::invokeMethod(HttpProxy::getInstance(), "replyReader", Qt::DirectConnection,
+                                  Q_RETURN_ARG(quintptr, reader), Q_ARG(QByteArray, decoder));
+        if (reader != 0) {
+            reinterpret_cast<void (*)(const HttpJsonPackage&, Data&)>(reader)(package, out);
+        }
+        return out;
+    }
+
+    // Into containers that hold something, whatever that is.
+    static void readsWhatTheDecodersReturn(const HttpJsonPackage& package)
+    {
+        const QMap<QString, QVariant> map{{"a", 7}, {"old", QVariantList{1}}};
+        const QList<QVariant> list{5, map, QVariantList{1}};
+        QCOMPARE(readInto(map, package, "getRoutesJsonMap"), package.getRoutesJsonMap());
+        QCOMPARE(readInto(list, package, "getRoutesJsonDataListMap"), package.getRoutesJsonDataListMap());
+        QCOMPARE(readInto(list, package, "getJsonDataListMap"), package.getJsonDataListMap());
+        QCOMPARE(readInto(list, package, "anotherDecoder"), list);
+    }
+
 private Q_SLOTS:
     void aFreshPackageReportsSuccessAndHoldsNothing()
     {
@@ -33,6 +58,7 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
     }
 
     void aReplyThatIsNoObjectIsWarnedOfOnce_data()
@@ -147,6 +173,7 @@ private Q_SLOTS:
         QCOMPARE(package.getRoutesJsonDataListMap().at(0).toMap().value(QStringLiteral("a.b")).toInt(), 1);
         QCOMPARE(package.getJsonDataListMap().at(0).toMap().value(QStringLiteral("a")).toMap().size(), 1);
         QCOMPARE(package.getJsonDataListMap().at(1).toInt(), 5);
+        readsWhatTheDecodersReturn(package);
     }
 
     void theTimeOfALargeDecodingIsTold()
@@ -178,6 +205,7 @@ private Q_SLOTS:
         package.setReceiveData("{\"data\":[1]}");
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
         QCOMPARE(package.getReceiveData(), QByteArray("{\"data\":[1]}"));
     }
 
@@ -197,6 +225,7 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
     }
 
     void aMultipartPackageKeepsItsPartsAsTheyAre()
