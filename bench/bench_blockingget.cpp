@@ -6,6 +6,7 @@
 // separate process.
 #include "interleaved.h"
 #include "ratios.h"
+#include "rawsocket.h"
 #include "serverprocess.h"
 #include "systemcalls.h"
 
@@ -20,13 +21,8 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
-#include <arpa/inet.h>
 #include <curl/curl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sched.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -69,64 +65,6 @@ QList<QVariant> decode(const QByteArray& body)
 {
     return QJsonDocument::fromJson(body).object().value(QStringLiteral("data")).toArray().toVariantList();
 }
-
-/// The lower bound: a fixed request, one receive buffer, no decoding.
-class RawSocket
-{
-public:
-    RawSocket(const std::string& host, int port)
-        : m_socket(socket(AF_INET, SOCK_STREAM, 0))
-        , m_request("GET " + path.toStdString() + " HTTP/1.1\r\nHost: " + host + ":" + std::to_string(port) +
-                    "\r\n\r\n")
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(port));
-        inet_pton(AF_INET, host.c_str(), &address.sin_addr);
-        if (connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-            fail("the raw socket's connect");
-        }
-        const int on = 1;
-        setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    }
-    ~RawSocket() { close(m_socket); }
-    RawSocket(const RawSocket&) = delete;
-    RawSocket& operator=(const RawSocket&) = delete;
-
-    void get()
-    {
-        if (send(m_socket, m_request.data(), m_request.size(), 0) < 0) {
-            fail("the raw socket's send");
-        }
-        std::size_t length = 0;
-        std::size_t whole = 0;
-        do {
-            const ssize_t got = recv(m_socket, m_buffer + length, sizeof m_buffer - length, 0);
-            if (got <= 0) {
-                fail("the raw socket's receive");
-            }
-            length += static_cast<std::size_t>(got);
-            whole = whole ? whole : wholeLength(length);
-        } while (whole == 0 || length < whole);
-    }
-
-private:
-    /// The size of head and body once the head has arrived, 0 before.
-    std::size_t wholeLength(std::size_t length) const
-    {
-        const std::string_view text(m_buffer, length);
-        const std::size_t end = text.find("\r\n\r\n");
-        const std::size_t field = text.find("Content-Length: ");
-        if (end == std::string_view::npos || field == std::string_view::npos) {
-            return 0;
-        }
-        return end + 4 + std::strtoul(m_buffer + field + 16, nullptr, 10);
-    }
-
-    int m_socket;
-    std::string m_request;
-    char m_buffer[65536];
-};
 
 class BareCurl
 {
@@ -213,7 +151,7 @@ int main(int argc, char** argv)
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 40;
 
     const QUrl url(QStringLiteral("http://") + deviceKey + path);
-    RawSocket raw(url.host().toStdString(), url.port());
+    RawSocket raw(url.host().toStdString(), url.port(), path.toStdString());
     BareCurl curl(url.toEncoded());
     QNetworkAccessManager manager;
     QList<QVariant> result;
@@ -224,13 +162,23 @@ int main(int argc, char** argv)
         fail("the comparison of the replies");
     }
 
+    const auto read = [&deviceKey](QList<QVariant>& chips) {
+        if (!Capability::getInstance()->getAllChipType(deviceKey, chips)) {
+            fail("the library's call");
+        }
+    };
     const auto figures = measureInterleaved(
-        {{"raw socket, not decoded", [&] { raw.get(); }},
-         {"Capability::getAllChipType",
+        {{"raw socket, not decoded",
           [&] {
-              if (!Capability::getInstance()->getAllChipType(deviceKey, result)) {
-                  fail("the library's call");
+              if (!raw.get()) {
+                  fail("the raw socket's call");
               }
+          }},
+         {"Capability::getAllChipType", [&] { read(result); }},
+         {"the same, into a new list",
+          [&] {
+              QList<QVariant> chips;
+              read(chips);
           }},
          {"bare libcurl, QJsonDocument", [&] { result = curl.get(); }},
          {"QNetworkAccessManager, QJsonDocument", [&] { result = getByManager(manager, url); }}},
@@ -242,11 +190,13 @@ int main(int argc, char** argv)
     const double library = figures[1].median;
     std::printf("library / raw socket %.2f (wanted: at most 1.7), / bare libcurl %.2f (at most 0.6), "
                 "/ QNetworkAccessManager %.2f (at most 0.167)\n",
-                library / figures[0].median, library / figures[2].median, library / figures[3].median);
+                library / figures[0].median, library / figures[3].median, library / figures[4].median);
+    std::printf("into a new list: %.2f of bare libcurl\n", figures[2].median / figures[3].median);
     std::printf("system calls for each read: %.2f (wanted: at most 4)\n", systemCalls);
     printRatio("get/system-calls", systemCalls);
     printRatio("get/raw-socket", library / figures[0].median);
-    printRatio("get/libcurl", library / figures[2].median);
-    printRatio("get/qnetworkaccessmanager", library / figures[3].median);
+    printRatio("get/libcurl", library / figures[3].median);
+    printRatio("get/qnetworkaccessmanager", library / figures[4].median);
+    printRatio("get/new-list", figures[2].median / figures[3].median);
     return 0;
 }

@@ -12,7 +12,6 @@
 #include <QJsonObject>
 
 #include <algorithm>
-#include <deque>
 #include <mutex>
 #include <optional>
 
@@ -127,7 +126,10 @@ ExchangeOutcome ExchangeOutcome::of(const ExchangeRecord& record)
 ExchangeOutcome ExchangeOutcome::of(const HttpJsonPackage& package)
 {
     const HttpJsonPackage::Private& known = *package.d;
-    ExchangeOutcome outcome = outcomeOf(known.ended);
+    ExchangeOutcome outcome;
+    outcome.milliseconds = known.milliseconds;
+    outcome.retryAfter = known.retryAfter;
+    outcome.reason = known.reason;
     outcome.id = known.exchange;
     outcome.deviceKey = printableKey(known.deviceKey);
     outcome.verb = verbOf(known.method);
@@ -163,7 +165,7 @@ QString ExchangeOutcome::text() const
 class Q_DECL_HIDDEN OperationOutcome::Private
 {
 public:
-    std::deque<LoggedExchange> exchanges;
+    std::vector<LoggedExchange> exchanges;
 };
 
 OperationOutcome::OperationOutcome() = default;

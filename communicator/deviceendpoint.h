@@ -7,6 +7,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
+
 namespace Krelm::Communicator::HttpDevice {
 
 /// How to reach a device, how to log in to it, and how to verify its identity. A plain value.
@@ -29,6 +31,19 @@ struct COMMUNICATOR_EXPORT DeviceEndpoint
     /// @warning `false` accepts any certificate; use it only for commissioning on a closed network.
     bool verifyTls = true;
     bool requireTls = false; ///< refuses an address without https, so that a login is never sent in clear
+    /// Returns a new `secret` when the device refuses the current one (401); only with a Bearer login. Empty
+    /// if the token does not run out.
+    ///
+    /// It is called on a thread of its own, once for all requests and the event stream of the device that
+    /// were refused, never twice at a time. They wait for it, at most 30 s and within their own time limits,
+    /// and are sent again with the new token, writes as well, since a 401 says that the device did nothing;
+    /// each of them once. If it returns nothing or the same token, throws, takes too long, or if the device
+    /// refuses the new token as well, they end with the 401, and it is not called again for 5 s.
+    ///
+    /// It may call the library; its own requests to the device do not wait for it.
+    /// @warning It must not wait for a thread that may be waiting in an operation on the device, such as the
+    /// main thread. It may still be running when removeDevice() has returned or the application ends.
+    std::function<QString(const QString& deviceKey)> renewSecret;
 };
 
 } // namespace Krelm::Communicator::HttpDevice

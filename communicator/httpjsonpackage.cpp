@@ -67,16 +67,16 @@ QString HttpJsonPackage::Private::errorOfBody(const HttpJsonPackage* package)
 }
 
 template <class Data>
-Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
-                                      Data (*read)(const QByteArray& reply, bool* isObject))
+void HttpJsonPackage::Private::decode(const HttpJsonPackage& package, Data& out,
+                                      bool (*read)(const QByteArray& reply, Data& out))
 {
-    Private& p = *package->d;
+    Private& p = *package.d;
     if (p.state != Success) {
-        return {};
+        out.clear();
+        return;
     }
-    bool isObject = false;
     const auto started = std::chrono::steady_clock::now();
-    Data data = read(p.received, &isObject);
+    const bool isObject = read(p.received, out);
     if (p.received.size() >= loggedDecodingSize && httpLog().isInfoEnabled()) {
         const auto took =
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - started);
@@ -85,12 +85,26 @@ Data HttpJsonPackage::Private::decode(const HttpJsonPackage* package,
                requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData(),
                int(p.received.size()), static_cast<long long>(took.count()));
     }
-    if (!isObject && !p.unreadableLogged && mayHoldBody(package->replyStatus, p.received)) {
+    if (!isObject && !p.unreadableLogged && mayHoldBody(package.replyStatus, p.received)) {
         p.unreadableLogged = true;
         qCWarning(httpLog, "%s %s: the reply is not a JSON object", qPrintable(printableKey(p.deviceKey)),
                   requestTarget(p.path, p.placeHolderValues, p.queryParameters).constData());
     }
-    return data;
+}
+
+void HttpJsonPackage::Private::readMap(const HttpJsonPackage& package, QMap<QString, QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataFlattened);
+}
+
+void HttpJsonPackage::Private::readFlattenedList(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataListFlattened);
+}
+
+void HttpJsonPackage::Private::readList(const HttpJsonPackage& package, QList<QVariant>& out)
+{
+    decode(package, out, &JsonText::readDataList);
 }
 
 void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpReply& reply,
@@ -100,8 +114,9 @@ void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpRepl
     package->setReceiveData(reply.body);
     package->setResponseHeader(reply.headers);
     package->replyStatus = reply.status;
-    package->d->ended = ended;
-    package->d->ended.reply.clear();
+    package->d->milliseconds = ended.milliseconds;
+    package->d->retryAfter = ended.retryAfter;
+    package->d->reason = ended.reason;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)
@@ -290,17 +305,23 @@ void HttpJsonPackage::setDevkey(const QString& deviceKey)
 
 QMap<QString, QVariant> HttpJsonPackage::getRoutesJsonMap() const
 {
-    return Private::decode(this, &JsonText::dataFlattened);
+    QMap<QString, QVariant> map;
+    Private::readMap(*this, map);
+    return map;
 }
 
 QList<QVariant> HttpJsonPackage::getRoutesJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataListFlattened);
+    QList<QVariant> list;
+    Private::readFlattenedList(*this, list);
+    return list;
 }
 
 QList<QVariant> HttpJsonPackage::getJsonDataListMap() const
 {
-    return Private::decode(this, &JsonText::dataList);
+    QList<QVariant> list;
+    Private::readList(*this, list);
+    return list;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

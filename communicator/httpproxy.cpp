@@ -263,15 +263,32 @@ QStringList HttpProxy::devices() const
     return d->registry->keys();
 }
 
+quintptr HttpProxy::replyReader(const QByteArray& decoder) const
+{
+    using Package = HttpJsonPackage::Private;
+    if (decoder == "getRoutesJsonMap") {
+        return reinterpret_cast<quintptr>(&Package::readMap);
+    }
+    if (decoder == "getRoutesJsonDataListMap") {
+        return reinterpret_cast<quintptr>(&Package::readFlattenedList);
+    }
+    if (decoder == "getJsonDataListMap") {
+        return reinterpret_cast<quintptr>(&Package::readList);
+    }
+    return 0;
+}
+
 quintptr HttpProxy::operationBoundary() const
 {
     void (*const mark)(bool) = [](bool begins) {
-        if (OperationLog* const log = OperationLog::ofThread()) {
-            if (begins) {
-                log->enter();
-            } else {
-                log->leave();
-            }
+        OperationLog* const log = OperationLog::ofThread();
+        if (log == nullptr) {
+            return;
+        }
+        if (begins) {
+            log->enter();
+        } else {
+            log->leave();
         }
     };
     return reinterpret_cast<quintptr>(mark);

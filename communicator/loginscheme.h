@@ -18,13 +18,14 @@ struct LoginScheme
     bool takesColonInUser;       ///< whether the user name may contain ':'
     bool needsSecret;            ///< whether an empty secret is invalid
     bool answersAChallenge;      ///< whether credentials are sent only after a challenge from the device
+    bool runsOut;                ///< whether DeviceEndpoint::renewSecret may give another secret
 };
 
 inline constexpr std::array loginSchemes{
     // The first colon ends the user name (RFC 7617).
-    LoginScheme{DeviceEndpoint::Login::Basic, "basic", true, false, false, false},
-    LoginScheme{DeviceEndpoint::Login::Digest, "digest", true, true, false, true},
-    LoginScheme{DeviceEndpoint::Login::Bearer, "bearer", false, true, true, false},
+    LoginScheme{DeviceEndpoint::Login::Basic, "basic", true, false, false, false, false},
+    LoginScheme{DeviceEndpoint::Login::Digest, "digest", true, true, false, true, false},
+    LoginScheme{DeviceEndpoint::Login::Bearer, "bearer", false, true, true, false, true},
 };
 
 /// Returns the entry for @p login; null for DeviceEndpoint::Login::None and for a value that is not an

@@ -16,9 +16,8 @@ namespace JsonText {
 
 namespace {
 
-// What a thread keeps for its next text: the parser's buffers for texts up to this size, so many entries.
+// What a thread keeps for its next text: the parser's buffers for texts up to this size.
 constexpr std::size_t retainedCapacity = std::size_t(256) * 1024;
-constexpr std::size_t retainedEntries = 4096;
 
 bool hasTooManyTokens(const QByteArray& text)
 {
@@ -90,7 +89,7 @@ bool isTooLarge(std::string_view token)
 
 bool readReal(std::string_view token, QVariant& out)
 {
-    double number = 0;
+    double number{};
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
         // Too large, or so small that it rounds to zero.
@@ -185,6 +184,23 @@ bool isWellEscaped(std::string_view raw)
     return raw.find('\\') == std::string_view::npos || decodeString(raw, string);
 }
 
+// The container in @p value, which is made one if it is none.
+template <typename Container>
+Container& contained(QVariant& value)
+{
+    if (value.userType() != qMetaTypeId<Container>()) {
+        value = Container();
+    }
+    return *static_cast<Container*>(value.data());
+}
+
+// Whether @p value is the string with the content @p raw; not every string is recognised.
+bool isText(const QVariant& value, std::string_view raw)
+{
+    return value.userType() == QMetaType::QString && isPlain(raw) &&
+           *static_cast<const QString*>(value.constData()) == QLatin1String(raw.data(), int(raw.size()));
+}
+
 std::string_view keyText(const char* key)
 {
     const char* end = key;
@@ -212,10 +228,6 @@ public:
     {
         m_keys.begin(std::size_t(text.size()));
         const bool complete = parse(text, read);
-        m_entries.clear();
-        if (m_entries.capacity() > retainedEntries) {
-            m_entries.shrink_to_fit();
-        }
         m_keys.end();
         if (m_parser.capacity() > retainedCapacity) {
             m_parser = ondemand::parser();
@@ -254,26 +266,36 @@ public:
         return true;
     }
 
-    // An object as parsed, or flattened in the scope of a flattened one.
+    // An object as parsed, or flattened in the scope of a flattened one. What @p out holds is used again as
+    // far as nothing shares it, here and below.
     bool object(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, QVariantMap& out,
                 int depth)
     {
-        const std::size_t first = m_entries.size();
-        Object current{m_keys.start(), scope == KeyTable::flatRoot, false};
+        KeyTable::Object current = m_keys.open(scope, out);
         if (!members(object, scope, current, depth)) {
             return false;
         }
-        out = m_keys.take(scope, m_entries, first, current.repeated);
+        m_keys.close(current);
         return true;
     }
 
     bool list(simdjson::simdjson_result<ondemand::array> array, KeyTable::Id scope, QVariantList& out,
               int depth)
     {
-        return depth <= maxDepth && eachElement(array, [&](ondemand::value element) {
-                   out.append(QVariant());
-                   return value(element, scope, out.last(), depth);
-               });
+        if (!out.isDetached()) {
+            out.clear();
+        }
+        int count = 0;
+        const bool complete = depth <= maxDepth && eachElement(array, [&](ondemand::value element) {
+                                  if (count == out.size()) {
+                                      out.append(QVariant());
+                                  }
+                                  return value(element, scope, out[count++], depth);
+                              });
+        if (count != out.size()) {
+            out.erase(out.begin() + count, out.end());
+        }
+        return complete;
     }
 
     // A value below @p depth levels; objects in it are in @p scope.
@@ -296,24 +318,15 @@ public:
     static bool isData(const char* key);
 
 private:
-    struct Object
-    {
-        std::uint64_t number;
-        bool flat;
-        bool repeated; // some key occurs in it more than once
-    };
-
     bool skip(simdjson::simdjson_result<ondemand::object> object, int depth);
     bool skip(simdjson::simdjson_result<ondemand::array> array, int depth);
     template <typename Read>
     bool parse(const QByteArray& text, Read read);
-    bool members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, Object& current,
-                 int depth);
+    bool members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope,
+                 KeyTable::Object& current, int depth);
 
     ondemand::parser m_parser;
     KeyTable m_keys;
-    // The members of the objects being read, the innermost's last.
-    std::vector<KeyTable::Entry> m_entries;
     const char* m_end = nullptr;
 };
 
@@ -338,8 +351,8 @@ bool Reader::parse(const QByteArray& text, Read read)
     return !m_parser.iterate(view, view.size() + simdjson::SIMDJSON_PADDING).get(document) && read(document);
 }
 
-bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope, Object& current,
-                     int depth)
+bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTable::Id scope,
+                     KeyTable::Object& current, int depth)
 {
     KeyTable::Id key = 0;
     return depth <= maxDepth && eachMember(object, [&](const char* raw, ondemand::value value) {
@@ -347,36 +360,34 @@ bool Reader::members(simdjson::simdjson_result<ondemand::object> object, KeyTabl
                if (key == 0) {
                    return false;
                }
-               if (m_keys.occurs(key, current.number, m_entries.size())) {
-                   current.repeated = true;
-               }
+               m_keys.occurs(current, key);
                const std::string_view token = value.raw_json_token();
                const char opening = start(token);
-               if (opening != '{' && opening != '[') {
-                   // Nothing else is read meanwhile, so it can be decoded into its final place.
-                   m_entries.emplace_back();
-                   m_entries.back().key = key;
-                   return scalar(value, token, m_entries.back().value);
-               }
-               QVariant read;
-               if (current.flat) {
-                   if (opening == '{') {
-                       const std::size_t before = m_entries.size();
-                       if (!members(value.get_object(), key, current, depth + 1)) {
-                           return false;
-                       }
-                       if (m_entries.size() == before) {
-                           m_entries.push_back({key, QVariantMap()});
-                       }
-                       return true;
-                   }
-                   if (!this->value(value, opening == '[' ? KeyTable::plainRoot : key, read, depth)) {
+               if (opening == '{' && current.isFlat()) {
+                   const std::size_t before = m_keys.position(current);
+                   if (!members(value.get_object(), key, current, depth + 1)) {
                        return false;
                    }
-               } else if (!this->value(value, key, read, depth)) {
+                   if (m_keys.position(current) == before) {
+                       QVariant* const place = m_keys.placeOf(current, key);
+                       (place != nullptr ? *place : m_keys.add(key)) = QVariantMap();
+                   }
+                   return true;
+               }
+               QVariant* const place = m_keys.placeOf(current, key);
+               if (opening != '{' && opening != '[') {
+                   // Nothing else is read meanwhile, so it can be decoded into its final place.
+                   return scalar(value, token, place != nullptr ? *place : m_keys.add(key));
+               }
+               const KeyTable::Id inner = current.isFlat() ? KeyTable::plainRoot : key;
+               if (place != nullptr) {
+                   return this->value(value, inner, *place, depth);
+               }
+               QVariant read;
+               if (!this->value(value, inner, read, depth)) {
                    return false;
                }
-               m_entries.push_back({key, std::move(read)});
+               m_keys.add(key).swap(read);
                return true;
            });
 }
@@ -385,23 +396,12 @@ bool Reader::value(ondemand::value value, KeyTable::Id scope, QVariant& out, int
 {
     const std::string_view token = value.raw_json_token();
     switch (start(token)) {
-    case '{': {
-        QVariantMap map;
-        if (!object(value.get_object(), scope, map, depth + 1)) {
-            return false;
-        }
-        out = map;
-        return true;
-    }
+    case '{':
+        return object(value.get_object(), scope, contained<QVariantMap>(out), depth + 1);
     case '[': {
-        QVariantList elements;
         // Only objects directly in the outermost list are flattened.
         const KeyTable::Id inner = scope == KeyTable::flatRoot ? KeyTable::plainRoot : scope;
-        if (!list(value.get_array(), inner, elements, depth + 1)) {
-            return false;
-        }
-        out = elements;
-        return true;
+        return list(value.get_array(), inner, contained<QVariantList>(out), depth + 1);
     }
     default:
         return scalar(value, token, out);
@@ -414,8 +414,15 @@ bool Reader::scalar(ondemand::value value, std::string_view token, QVariant& out
         // The iteration passes over it.
         return readShortInteger(token, out) || readAtom(token, out);
     }
+    if (value.get_raw_json_string().error()) {
+        return false;
+    }
+    const std::string_view raw = content(token);
+    if (isText(out, raw)) {
+        return true; // as before
+    }
     QString string;
-    if (value.get_raw_json_string().error() || !decodeString(content(token), string)) {
+    if (!decodeString(raw, string)) {
         return false;
     }
     out = string;
@@ -482,12 +489,13 @@ bool Reader::skip(ondemand::document& document)
     }
 }
 
-// Passes the value of the last member `data` to @p read, which replaces earlier results.
+// Passes the value of each member `data` to @p read; the last one counts. @return whether @p reply is an
+// object.
 template <typename Read>
-bool readData(const QByteArray& reply, bool* isObject, Read read)
+bool readData(const QByteArray& reply, Read read)
 {
     Reader& reader = Reader::instance();
-    const bool complete = reader.document(reply, [&](ondemand::document& document) {
+    return reader.document(reply, [&](ondemand::document& document) {
         return Reader::eachMember(document.get_object(),
                                   [&](const char* key, ondemand::value value) {
                                       return Reader::isData(key)
@@ -496,34 +504,40 @@ bool readData(const QByteArray& reply, bool* isObject, Read read)
                                   }) &&
                Reader::isAtEnd(document);
     });
-    if (isObject != nullptr) {
-        *isObject = complete;
-    }
-    return complete;
 }
 
 bool readMembers(const QByteArray& text, KeyTable::Id scope, QVariantMap& out)
 {
     Reader& reader = Reader::instance();
-    QVariantMap members;
     const bool complete = reader.document(text, [&](ondemand::document& document) {
-        return reader.object(document.get_object(), scope, members, 1) && Reader::isAtEnd(document);
+        return reader.object(document.get_object(), scope, out, 1) && Reader::isAtEnd(document);
     });
-    out = complete ? members : QVariantMap();
+    if (!complete) {
+        out.clear();
+    }
     return complete;
 }
 
-QVariantList readDataList(const QByteArray& reply, bool* isObject, KeyTable::Id scope)
+// @p read reads `data`, unless that begins with anything but @p opening. Without it @p out is empty.
+template <typename Data, typename Read>
+bool readDataInto(const QByteArray& reply, Data& out, char opening, Read read)
 {
-    QVariantList list;
-    const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
-        list.clear();
-        if (start(value.raw_json_token()) != '[') {
-            return reader.skip(value, 1);
-        }
-        return reader.list(value.get_array(), scope, list, 2);
+    bool isFound = false;
+    const bool isObject = readData(reply, [&](Reader& reader, ondemand::value value) {
+        isFound = start(value.raw_json_token()) == opening;
+        return isFound ? read(reader, value) : reader.skip(value, 1);
     });
-    return complete ? list : QVariantList();
+    if (!isObject || !isFound) {
+        out.clear();
+    }
+    return isObject;
+}
+
+bool readList(const QByteArray& reply, KeyTable::Id scope, QVariantList& out)
+{
+    return readDataInto(reply, out, '[', [&](Reader& reader, ondemand::value value) {
+        return reader.list(value.get_array(), scope, out, 2);
+    });
 }
 
 } // namespace
@@ -544,27 +558,21 @@ bool readFlattened(const QByteArray& text, QMap<QString, QVariant>& out)
     return readMembers(text, KeyTable::flatRoot, out);
 }
 
-QMap<QString, QVariant> dataFlattened(const QByteArray& reply, bool* isObject)
+bool readDataFlattened(const QByteArray& reply, QMap<QString, QVariant>& out)
 {
-    QVariantMap map;
-    const bool complete = readData(reply, isObject, [&](Reader& reader, ondemand::value value) {
-        map.clear();
-        if (start(value.raw_json_token()) != '{') {
-            return reader.skip(value, 1);
-        }
-        return reader.object(value.get_object(), KeyTable::flatRoot, map, 2);
+    return readDataInto(reply, out, '{', [&](Reader& reader, ondemand::value value) {
+        return reader.object(value.get_object(), KeyTable::flatRoot, out, 2);
     });
-    return complete ? map : QVariantMap();
 }
 
-QList<QVariant> dataListFlattened(const QByteArray& reply, bool* isObject)
+bool readDataListFlattened(const QByteArray& reply, QList<QVariant>& out)
 {
-    return readDataList(reply, isObject, KeyTable::flatRoot);
+    return readList(reply, KeyTable::flatRoot, out);
 }
 
-QList<QVariant> dataList(const QByteArray& reply, bool* isObject)
+bool readDataList(const QByteArray& reply, QList<QVariant>& out)
 {
-    return readDataList(reply, isObject, KeyTable::plainRoot);
+    return readList(reply, KeyTable::plainRoot, out);
 }
 
 } // namespace JsonText

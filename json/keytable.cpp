@@ -14,6 +14,8 @@ constexpr std::size_t initialSlots = 256;
 // Keys come from the network: a table that has outgrown what devices use is cleared.
 constexpr std::size_t retainedKeys = 4096;
 constexpr std::size_t retainedLength = std::size_t(256) * 1024;
+// What is kept of the room for the members of the objects being read.
+constexpr std::size_t retainedMembers = 4096;
 // The limit on the names of one text, in UTF-16 units: a base, an addition per byte, and an absolute maximum.
 constexpr std::size_t baseNameLimit = std::size_t(64) * 1024;
 constexpr std::size_t nameLimitPerByte = 16;
@@ -86,8 +88,17 @@ bool readEscape(const char*& p, const char* end, char16_t& out)
 
 } // namespace
 
+bool isPlain(std::string_view raw)
+{
+    return std::all_of(raw.begin(), raw.end(), [](char c) { return c != '\\' && (c & 0x80) == 0; });
+}
+
 bool decodeString(std::string_view raw, QString& out)
 {
+    if (isPlain(raw)) {
+        out = QString::fromLatin1(raw.data(), int(raw.size()));
+        return true;
+    }
     // The parser has checked that the text is UTF-8, but not its escapes. QString would pass over a
     // byte-order mark in front.
     if (raw.find('\\') == std::string_view::npos && raw.substr(0, 3) != "\xEF\xBB\xBF") {
@@ -143,6 +154,14 @@ void KeyTable::end()
     if (m_nodes.size() > retainedKeys || m_raw.size() + m_nameLength > retainedLength) {
         *this = KeyTable();
     }
+    m_entries.clear(); // a text that is not valid leaves some
+    m_places.clear();
+    if (m_entries.capacity() > retainedMembers) {
+        m_entries.shrink_to_fit();
+    }
+    if (m_places.capacity() > retainedMembers) {
+        m_places.shrink_to_fit();
+    }
 }
 
 // Keys come from the network; the secret prevents a device from choosing keys that collide.
@@ -184,8 +203,8 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
         if (key.isValidUtf16()) {
             canonical = key.toUtf8();
         } else {
-            canonical =
-                '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()), key.size() * 2);
+            canonical = '\xff' + QByteArray::fromRawData(reinterpret_cast<const char*>(key.utf16()),
+                                                         key.size() * int(sizeof(QChar)));
         }
         text = std::string_view(canonical.constData(), std::size_t(canonical.size()));
     }
@@ -253,16 +272,16 @@ bool KeyTable::isValid(Id key, std::uint64_t object, std::size_t position) const
     return true;
 }
 
-KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, std::size_t first)
+KeyTable::Shape& KeyTable::shapeOf(const Object& object)
 {
-    if (m_nodes[scope].shape == 0) {
+    if (m_nodes[object.scope].shape == 0) {
         m_shapes.emplace_back();
-        m_nodes[scope].shape = std::uint32_t(m_shapes.size());
+        m_nodes[object.scope].shape = std::uint32_t(m_shapes.size());
     }
-    Shape& shape = m_shapes[m_nodes[scope].shape - 1];
-    const auto begin = entries.cbegin() + std::ptrdiff_t(first);
+    Shape& shape = m_shapes[m_nodes[object.scope].shape - 1];
+    const auto begin = m_entries.cbegin() + std::ptrdiff_t(object.firstEntry);
     const auto sameKey = [](const Entry& entry, Id key) { return entry.key == key; };
-    if (std::equal(begin, entries.cend(), shape.keys.cbegin(), shape.keys.cend(), sameKey)) {
+    if (std::equal(begin, m_entries.cend(), shape.keys.cbegin(), shape.keys.cend(), sameKey)) {
         if (shape.blank.isEmpty()) {
             for (const std::uint32_t i : shape.order) {
                 shape.blank.insert(shape.blank.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
@@ -274,7 +293,7 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     shape.blank.clear();
     shape.keys.clear();
     shape.order.clear();
-    for (auto it = begin; it != entries.cend(); ++it) {
+    for (auto it = begin; it != m_entries.cend(); ++it) {
         shape.order.push_back(std::uint32_t(shape.keys.size()));
         shape.keys.push_back(it->key);
     }
@@ -288,37 +307,100 @@ KeyTable::Shape& KeyTable::shapeOf(Id scope, const std::vector<Entry>& entries, 
     return shape;
 }
 
-QVariantMap KeyTable::take(Id scope, std::vector<Entry>& entries, std::size_t first, bool repeated)
+// Only once a member has come as expected: a map that few objects fill costs no more than they do.
+bool KeyTable::findPlaces(Object& object, Id first)
 {
-    const auto begin = entries.begin() + std::ptrdiff_t(first);
-    if (repeated) {
-        const std::uint64_t object = m_nodes[entries.back().key].object;
-        std::size_t kept = first;
-        for (std::size_t i = first; i < entries.size(); ++i) {
-            if (isValid(entries[i].key, object, i)) {
-                std::swap(entries[kept++], entries[i]);
-            }
-        }
-        entries.erase(entries.begin() + std::ptrdiff_t(kept), entries.end());
+    if (!std::exchange(object.mayHavePlaces, false) || m_nodes[object.scope].shape == 0) {
+        return false;
     }
-    QVariantMap map;
-    if (first != entries.size()) {
-        const Shape& shape = shapeOf(scope, entries, first);
-        if (!shape.blank.isEmpty()) {
-            map = shape.blank;
-            auto value = map.begin();
-            for (const std::uint32_t i : shape.order) {
-                (value++)->swap(begin[std::ptrdiff_t(i)].value);
-            }
-        } else {
-            for (const std::uint32_t i : shape.order) {
-                const auto value = map.insert(map.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
-                value->swap(begin[std::ptrdiff_t(i)].value);
-            }
-        }
-        entries.erase(entries.begin() + std::ptrdiff_t(first), entries.end());
+    const Shape& shape = m_shapes[m_nodes[object.scope].shape - 1];
+    if (shape.blank.isEmpty() || shape.keys.front() != first || shape.order.size() != shape.keys.size()) {
+        return false;
     }
-    return map;
+    m_places.resize(object.firstPlace + shape.keys.size());
+    if (!object.map.isDetached() || !findPlaces(object, shape)) {
+        object.map = shape.blank;
+        findPlaces(object, shape);
+    }
+    object.next = shape.keys.data();
+    object.last = object.next + shape.keys.size();
+    return true;
+}
+
+// @return whether the map has the names of the shape.
+bool KeyTable::findPlaces(const Object& object, const Shape& shape)
+{
+    if (std::size_t(object.map.size()) != shape.order.size()) {
+        return false;
+    }
+    auto node = object.map.begin();
+    for (const std::uint32_t i : shape.order) {
+        if (node.key().constData() != m_nodes[shape.keys[i]].name.constData()) {
+            return false; // or the same name from elsewhere, which is not worth a comparison
+        }
+        m_places[object.firstPlace + i] = &*node;
+        ++node;
+    }
+    return true;
+}
+
+// The object is not like the one before it: its members are collected instead.
+void KeyTable::collect(Object& object)
+{
+    for (std::size_t i = 0; i < object.placed; ++i) {
+        add(object.next[std::ptrdiff_t(i) - std::ptrdiff_t(object.placed)])
+            .swap(*m_places[object.firstPlace + i]);
+    }
+    object.placed = 0;
+    object.next = object.last = nullptr;
+}
+
+void KeyTable::close(Object& object)
+{
+    if (object.placed == 0 || object.next != object.last || object.isRepeated) {
+        collect(object);
+        if (object.isRepeated) {
+            leaveOutRepeated(object);
+        }
+        makeMap(object);
+    }
+    m_places.resize(object.firstPlace);
+}
+
+void KeyTable::leaveOutRepeated(const Object& object)
+{
+    std::size_t kept = object.firstEntry;
+    for (std::size_t i = object.firstEntry; i < m_entries.size(); ++i) {
+        if (isValid(m_entries[i].key, object.number, i)) {
+            std::swap(m_entries[kept++], m_entries[i]);
+        }
+    }
+    m_entries.erase(m_entries.begin() + std::ptrdiff_t(kept), m_entries.end());
+}
+
+// Moves the collected members into the map.
+void KeyTable::makeMap(const Object& object)
+{
+    object.map.clear();
+    if (object.firstEntry == m_entries.size()) {
+        return;
+    }
+    const auto begin = m_entries.begin() + std::ptrdiff_t(object.firstEntry);
+    const Shape& shape = shapeOf(object);
+    if (!shape.blank.isEmpty()) {
+        object.map = shape.blank;
+        auto value = object.map.begin();
+        for (const std::uint32_t i : shape.order) {
+            (value++)->swap(begin[std::ptrdiff_t(i)].value);
+        }
+    } else {
+        for (const std::uint32_t i : shape.order) {
+            const auto value =
+                object.map.insert(object.map.constEnd(), m_nodes[shape.keys[i]].name, QVariant());
+            value->swap(begin[std::ptrdiff_t(i)].value);
+        }
+    }
+    m_entries.erase(begin, m_entries.end());
 }
 
 } // namespace JsonText

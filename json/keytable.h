@@ -13,6 +13,9 @@
 
 namespace JsonText {
 
+/// Whether the text between the quotes of a JSON string is ASCII without escapes, as most are.
+bool isPlain(std::string_view raw);
+
 /// Decodes the text between the quotes of a JSON string, which is UTF-8 with escapes.
 /// @return `false` if an escape is invalid.
 bool decodeString(std::string_view raw, QString& out);
@@ -34,11 +37,22 @@ public:
     /// The scope of an object as parsed.
     static constexpr Id plainRoot = 2;
 
-    /// A value that was read but is not yet in its object's map.
-    struct Entry
+    /// An object whose members are being read, from open() to close(). As long as the members come as in the
+    /// object before it in its scope, each is read where it is to stay in the map; otherwise they are
+    /// collected first.
+    struct Object
     {
-        Id key = 0;
-        QVariant value;
+        Id scope;
+        QVariantMap& map;
+        std::uint64_t number;
+        std::size_t firstEntry;
+        std::size_t firstPlace;
+        std::size_t placed = 0;   // members that are in the map
+        const Id* next = nullptr; // the keys that are expected next, with the places at hand
+        const Id* last = nullptr;
+        bool mayHavePlaces = true;
+        bool isRepeated = false; // some key occurs in it more than once
+        bool isFlat() const { return scope == flatRoot; }
     };
 
     KeyTable();
@@ -50,8 +64,11 @@ public:
     /// Clears the table if the last text left more than is worth keeping.
     void end();
 
-    /// Returns a number for a new object.
-    std::uint64_t start() { return ++m_objects; }
+    /// Begins an object in @p scope. It becomes @p map, whose nodes are used again if nothing shares them.
+    Object open(Id scope, QVariantMap& map)
+    {
+        return {scope, map, ++m_objects, m_entries.size(), m_places.size()};
+    }
 
     /// Finds the key whose text, after the opening quote, begins at @p raw. @p previous is the preceding key
     /// of the same object, or 0 for the first.
@@ -71,20 +88,41 @@ public:
         return found;
     }
 
-    /// Records that @p key occurs in @p object, with its values beginning at @p position.
-    /// @return whether it has occurred in it before.
-    bool occurs(Id key, std::uint64_t object, std::size_t position)
+    /// Records that @p key occurs in @p object, with its values following those read so far.
+    void occurs(Object& object, Id key)
     {
         Node& node = m_nodes[key];
-        const bool again = node.object == object;
-        node.object = object;
-        node.validFrom = position;
-        return again;
+        object.isRepeated = object.isRepeated || node.object == object.number;
+        node.object = object.number;
+        node.validFrom = position(object);
     }
 
-    /// Moves the entries from @p first on, which form an object in @p scope, into a map. With @p repeated,
-    /// entries whose key or an outer key occurred again later are left out.
-    QVariantMap take(Id scope, std::vector<Entry>& entries, std::size_t first, bool repeated);
+    /// The number of values read so far, for comparison with a later one of the same object.
+    std::size_t position(const Object& object) const { return m_entries.size() + object.placed; }
+
+    /// Where the value of @p key is to stay in the map of @p object, which may hold an earlier value; valid
+    /// until close(). Null if that is not known yet; call add() when the value has been read.
+    QVariant* placeOf(Object& object, Id key)
+    {
+        if (object.next == object.last ? !findPlaces(object, key) : *object.next != key) {
+            collect(object);
+            return nullptr;
+        }
+        ++object.next;
+        return m_places[object.firstPlace + object.placed++];
+    }
+
+    /// Adds @p key, for which there is no place. @return its value, valid until the next call.
+    QVariant& add(Id key)
+    {
+        m_entries.emplace_back();
+        m_entries.back().key = key;
+        return m_entries.back().value;
+    }
+
+    /// Ends @p object: its map is complete. Of a key that occurred again, or of which an outer one did, only
+    /// the last value remains.
+    void close(Object& object);
 
 private:
     struct Node
@@ -102,6 +140,12 @@ private:
         bool flat = false;
         bool plain = false; // the raw text is the key, without escapes
     };
+    // A value that was read but is not yet in its object's map.
+    struct Entry
+    {
+        Id key = 0;
+        QVariant value;
+    };
     // The keys of the last object in a scope.
     struct Shape
     {
@@ -114,11 +158,18 @@ private:
     void grow();
     std::uint32_t hash(Id scope, std::string_view raw) const;
     bool isValid(Id key, std::uint64_t object, std::size_t position) const;
-    Shape& shapeOf(Id scope, const std::vector<Entry>& entries, std::size_t first);
+    Shape& shapeOf(const Object& object);
+    bool findPlaces(Object& object, Id first);
+    bool findPlaces(const Object& object, const Shape& shape);
+    void collect(Object& object);
+    void leaveOutRepeated(const Object& object);
+    void makeMap(const Object& object);
 
     std::vector<Node> m_nodes; // 0 is no key
     std::vector<Id> m_slots;   // open addressing, a power of two
     std::vector<Shape> m_shapes;
+    std::vector<Entry> m_entries;    // the values of the objects being read, the innermost's last
+    std::vector<QVariant*> m_places; // of the objects being read, the innermost's last
     std::string m_raw;
     std::uint64_t m_objects = 0;
     std::uint64_t m_secret;

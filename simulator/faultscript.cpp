@@ -75,7 +75,7 @@ std::string textOf(const FaultMember& member, const json& value)
 
 QString pathOf(const FaultMember& member, const json& value)
 {
-    const QString path = QString::fromStdString(textOf(member, value));
+    QString path = QString::fromStdString(textOf(member, value));
     if (path != QLatin1String("*") && !path.startsWith(QLatin1Char('/')) &&
         AllUrlResource::getUrl(path).isEmpty()) {
         throw mistakeIn(member);

@@ -58,9 +58,9 @@ struct Options
     int bodyTimeout = 30000;   ///< milliseconds between two pieces of a body, and for each 4 KiB on average
     int maxConnections = 4096; ///< open connections; further ones are closed at once
     int maxConnectionsPerPeer = 3072; ///< the same for each address that clients connect from
-    int maxHalfOpen = 1024;           ///< connections whose request has not come whole; beyond it, the oldest
+    int maxHalfOpen = 2048;           ///< connections whose request has not come whole; beyond it, the oldest
                                       ///< of the address that has the most is closed
-    int maxHalfOpenPerPeer = 256;     ///< the same for each address
+    int maxHalfOpenPerPeer = 1024;    ///< the same for each address
     qint64 bodyMemory = 1024LL * 1024 * 1024; ///< bytes of all request bodies being received, half of it for
                                               ///< each address; what exceeds it gets 503
     int requestLog = 1000;                    ///< number of requests kept for Simulator::requests()

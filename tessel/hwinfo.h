@@ -107,7 +107,7 @@ public:
     bool putHWInfoRename(const QString& deviceKey, const QMap<QString, QVariant>& body,
                          QMap<QString, QVariant>& reply);
     /// Uploads a background image.
-    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+    bool putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                         QMap<QString, QVariant>& reply);
     /// Switches the background image.
     bool putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -129,7 +129,7 @@ public:
     /// The progress of a firmware update; may be read while the upload runs.
     bool getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVariant>& result);
     /// Enters the hardware mode.
-    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+    bool putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                         QMap<QString, QVariant>& reply);
     /// Sets the high-definition mode.
     bool putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,

@@ -89,10 +89,10 @@ bool HWInfo::putHWInfoRename(const QString& deviceKey, const QMap<QString, QVari
     return Request("Device_Rename").body(body).put(deviceKey, reply);
 }
 
-bool HWInfo::putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
+bool HWInfo::putDeviceImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                             QMap<QString, QVariant>& reply)
 {
-    return MultipartRequest("Device_BackGroundPicture", body).expectedTime(10000).put(deviceKey, reply);
+    return MultipartRequest("Device_BackGroundPicture", parts).expectedTime(10000).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoImageToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
@@ -138,10 +138,10 @@ bool HWInfo::getHWInfoUpdateProgress(const QString& deviceKey, QMap<QString, QVa
 }
 
 // Quirk: The path of the hardware mode ends in a blank.
-bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& body,
+bool HWInfo::putEnterHwMode(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                             QMap<QString, QVariant>& reply)
 {
-    return MultipartRequest("Device_EnterHwMode", body).put(deviceKey, reply);
+    return MultipartRequest("Device_EnterHwMode", parts).put(deviceKey, reply);
 }
 
 bool HWInfo::putHWInfoHDMode(const QString& deviceKey, const QMap<QString, QVariant>& body,

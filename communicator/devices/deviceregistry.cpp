@@ -52,6 +52,11 @@ QString errorOf(const QString& deviceKey, const DeviceEndpoint& endpoint, const 
     if (scheme && scheme->needsSecret && endpoint.secret.isEmpty()) {
         return QStringLiteral("a %1 login needs a secret").arg(QLatin1String(scheme->name));
     }
+    if (endpoint.renewSecret && !(scheme && scheme->runsOut)) {
+        return QStringLiteral(
+            "a function that renews the secret needs a login whose secret runs out, such as "
+            "bearer");
+    }
     if (!endpoint.pinnedKey.isEmpty() && !endpoint.pinnedKey.startsWith(QLatin1String("sha256//"))) {
         return QStringLiteral("a pinned key must start with sha256//");
     }
@@ -75,6 +80,10 @@ void complete(Device& device)
     const LoginScheme* const scheme = loginScheme(device.endpoint.login);
     if (scheme && scheme->answersAChallenge) {
         device.digest = std::make_shared<DigestLogin>(device.endpoint.user, device.endpoint.secret);
+    }
+    if (device.endpoint.renewSecret) {
+        device.token =
+            std::make_shared<TokenLogin>(device.key, device.endpoint.secret, device.endpoint.renewSecret);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "communicator/deviceendpoint.h"
 #include "communicator/http/digestlogin.h"
+#include "communicator/http/tokenlogin.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -29,6 +30,7 @@ struct Device
     bool isTls = false;
     bool hasClearLogin = false;          ///< whether the login is sent in clear over a network
     std::shared_ptr<DigestLogin> digest; ///< null for any other login or none
+    std::shared_ptr<TokenLogin> token;   ///< null unless the application renews the secret
     /// Set when the device is removed, so that an exchange that has just begun ends like one in flight.
     mutable std::atomic<bool> isRemoved{false};
     /// When the device last answered an exchange.

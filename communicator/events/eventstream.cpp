@@ -104,6 +104,8 @@ void EventStream::openStream()
     m_status = 0;
     m_retryAfter = {};
     m_overhead = 0;
+    m_login.reset();
+    m_awaited.reset();
     m_open = true;
     setState(ConnectionState::Connecting, m_reason, std::nullopt);
     m_attempt =
@@ -369,6 +371,9 @@ bool EventStream::responseHead(const ResponseParser::Head& head)
     m_status = head.status;
     m_isStream = m_status == 200 && m_isEventType;
     if (m_isStream) {
+        if (m_device->token) {
+            m_device->token->accepted(m_authorization);
+        }
         live();
     }
     return true;
@@ -433,7 +438,7 @@ void EventStream::finished()
 {
     const ReconnectPolicy::Failure failure = failureOf();
     closeStream();
-    if (answerChallenge()) {
+    if (answerChallenge() || awaitLogin()) {
         openStream();
     } else if (m_status == 204) { // WHATWG HTML, "Processing model": no further attempts
         m_reconnectPolicy.ended();
@@ -456,6 +461,25 @@ bool EventStream::answerChallenge()
     }
     m_challenges = 0; // the next attempt is another request
     return false;
+}
+
+// A stream whose token was refused is opened again as soon as there is another one, whoever asks for it.
+// @return whether there is one already.
+bool EventStream::awaitLogin()
+{
+    if (m_status != 401 || !m_device->token || m_authorization.isEmpty()) {
+        return false;
+    }
+    m_awaited = std::make_shared<bool>();
+    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool /*renewed*/) {
+        loop.post([this, awaited] {
+            if (!awaited.expired()) {
+                m_reconnectPolicy.retryNow(IoLoop::Clock::now());
+                scheduleTick();
+            }
+        });
+    };
+    return m_device->token->refused(m_authorization, m_login, waiter, true) == TokenLogin::Verdict::Renewed;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)

@@ -116,6 +116,13 @@ void ReconnectPolicy::failed(Failure failure, Clock::time_point now, std::chrono
     m_listener.failureSeen(failure, isFirst, delay);
 }
 
+void ReconnectPolicy::retryNow(Clock::time_point now)
+{
+    if (m_state == State::LoginRefused || m_state == State::BackingOff) {
+        open(now);
+    }
+}
+
 void ReconnectPolicy::giveUp(Failure failure, Clock::time_point now)
 {
     m_listener.closeStream();

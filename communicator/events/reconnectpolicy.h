@@ -95,6 +95,8 @@ public:
     /// Call this when the stream has ended or could not be opened. The next attempt is at least @p atLeast
     /// later.
     void failed(Failure failure, Clock::time_point now, std::chrono::milliseconds atLeast = {});
+    /// Call this when a refused login was renewed: the next attempt begins at once.
+    void retryNow(Clock::time_point now);
     /// Does what is due. Call it at deadline(); earlier calls do nothing.
     void tick(Clock::time_point now);
 

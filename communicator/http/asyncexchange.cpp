@@ -87,9 +87,37 @@ void AsyncExchange::go(Exchange::Step step)
         m_connection.reset();
         connect();
         break;
+    case Exchange::Step::AwaitLogin:
+        awaitLogin();
+        break;
     case Exchange::Step::Ended:
         end(IHttpVersionTrigger::Success, {});
         break;
+    }
+}
+
+void AsyncExchange::awaitLogin()
+{
+    m_connection->unwatch();
+    m_awaited = std::make_shared<bool>();
+    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool renewed) {
+        loop.post([this, awaited, renewed] {
+            if (awaited.expired()) {
+                return;
+            }
+            m_login.reset();
+            m_awaited.reset();
+            Exchange::Step step = renewed ? m_exchange.repeatWithNewLogin() : Exchange::Step::Ended;
+            if (step == Exchange::Step::AgainHere && !m_connection->isQuiet()) {
+                step = Exchange::Step::AgainFresh;
+            }
+            go(step);
+        });
+    };
+    const Exchange::Step step = m_exchange.awaitLogin(m_login, waiter);
+    if (step != Exchange::Step::AwaitLogin) {
+        m_awaited.reset();
+        go(step);
     }
 }
 
@@ -113,6 +141,11 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
         m_connector.cancel(m_attempt);
         m_attempt = nullptr;
     }
+    m_login.reset();
+    if (m_awaited && outcome == IHttpVersionTrigger::TimedOut) {
+        outcome = IHttpVersionTrigger::Success; // the refusal is a whole reply
+    }
+    m_awaited.reset();
     if (outcome == IHttpVersionTrigger::Success && m_connection && m_exchange.keepsConnection()) {
         m_connection->unwatch();
     } else {

@@ -42,6 +42,7 @@ private:
     void ready(std::uint32_t events);
     void go(Exchange::Step step);
     void watch();
+    void awaitLogin();
     void end(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error);
 
     IoLoop& m_loop;
@@ -52,6 +53,8 @@ private:
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
     bool m_isReused = false;
+    TokenLogin::Ticket m_login;      ///< while it waits for a new token
+    std::shared_ptr<bool> m_awaited; ///< its last pointer goes when the wait ends
     Q_DISABLE_COPY_MOVE(AsyncExchange)
 };
 

@@ -52,8 +52,7 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
         setConnection(nullptr);
     }
     while (true) {
-        if (m_aborted || device->isRemoved) {
-            setConnection(nullptr);
+        if (m_aborted || device->isRemoved) { // whoever aborted has dropped the session
             return m_exchange.finish(IHttpVersionTrigger::Aborted,
                                      m_isCancelled ? cancelledError() : abortedError());
         }
@@ -67,7 +66,10 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
             setConnection(std::move(opened.connection));
             continue; // an abort() in the meantime has not seen the connection
         }
-        const Exchange::Step step = transfer(deadline);
+        Exchange::Step step = transfer(deadline);
+        if (step == Exchange::Step::AwaitLogin) {
+            step = awaitLogin(deadline);
+        }
         if (m_aborted) {
             continue;
         }
@@ -76,6 +78,9 @@ HttpReply BlockingExchange::perform(const HttpRequest& request, const std::share
             return m_exchange.finish(IHttpVersionTrigger::TimedOut, timeOutError(request));
         }
         m_isReused = true;
+        if (step == Exchange::Step::AgainHere && !m_connection->isQuiet()) {
+            step = Exchange::Step::AgainFresh; // it ended during the wait for a login
+        }
         if (step == Exchange::Step::AgainFresh ||
             (step == Exchange::Step::Ended && !m_exchange.keepsConnection())) {
             setConnection(nullptr);
@@ -112,6 +117,26 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
     return Exchange::Step::GoOn;
 }
 
+/// @return how the exchange continues; Ended, with the refusal, if there is no other login in time.
+Exchange::Step BlockingExchange::awaitLogin(Clock::time_point deadline)
+{
+    std::optional<bool> renewed; // guarded by m_mutex
+    TokenLogin::Ticket ticket;   // ends the waiter before what it uses
+    const Exchange::Step step = m_exchange.awaitLogin(ticket, [this, &renewed](bool isRenewed) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        renewed = isRenewed;
+        m_woken.notify_all();
+    });
+    if (step != Exchange::Step::AwaitLogin) {
+        return step;
+    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_woken.wait_until(lock, deadline, [this, &renewed] { return renewed || m_aborted; });
+    const bool goesOn = renewed.value_or(false) && !m_aborted;
+    lock.unlock();
+    return goesOn ? m_exchange.repeatWithNewLogin() : Exchange::Step::Ended;
+}
+
 void BlockingExchange::cancel()
 {
     m_isCancelled = true;
@@ -123,6 +148,7 @@ void BlockingExchange::abort()
     m_aborted = true;
     m_connector.abort();
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_woken.notify_all();
     if (m_connection) {
         m_connection->shutDown();
     }
@@ -224,9 +250,8 @@ bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
 HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
                                    Clock::time_point started)
 {
-    const HttpReply reply =
-        failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                           pause->isCancelled ? cancelledError() : abortedError(), started);
+    HttpReply reply = failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                                         pause->isCancelled ? cancelledError() : abortedError(), started);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_pauses.erase(pause);
     m_left.notify_all();

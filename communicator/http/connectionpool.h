@@ -38,11 +38,13 @@ public:
 
 private:
     Exchange::Step transfer(std::chrono::steady_clock::time_point deadline);
+    Exchange::Step awaitLogin(std::chrono::steady_clock::time_point deadline);
     void setConnection(std::unique_ptr<Connection> connection);
 
     Exchange m_exchange;
     BlockingConnector m_connector;
-    std::mutex m_mutex;                       ///< guards the end of m_connection against abort()
+    std::mutex m_mutex; ///< guards the end of m_connection against abort(), and a wait against its end
+    std::condition_variable m_woken;
     std::unique_ptr<Connection> m_connection; ///< changed by the performing thread only
     bool m_isReused = false;                  ///< m_connection has served an exchange
     std::atomic<bool> m_aborted{false};

@@ -7,6 +7,7 @@
 #include <QVector>
 
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -51,7 +52,6 @@ QVector<Parameter> parametersOf(const QByteArray& text)
         if (parameter.name.isEmpty()) {
             return list;
         }
-        const int afterName = at;
         skip(" \t");
         if (at < text.size() && text[at] == '=') {
             ++at;
@@ -69,7 +69,6 @@ QVector<Parameter> parametersOf(const QByteArray& text)
             }
         } else {
             parameter.isScheme = true;
-            at = afterName;
         }
         list.append(parameter);
     }
@@ -105,15 +104,15 @@ bool DigestLogin::parse(const QString& challenges, Challenge& best)
 {
     const QVector<Parameter> parameters = parametersOf(challenges.toUtf8());
     bool found = false;
-    for (int i = 0; i < parameters.size(); ++i) {
-        if (!parameters[i].isScheme || parameters[i].name != "digest") {
+    for (auto scheme = parameters.cbegin(); scheme != parameters.cend(); ++scheme) {
+        if (!scheme->isScheme || scheme->name != "digest") {
             continue;
         }
         Challenge challenge;
         bool knownQop = true;
-        for (int j = i + 1; j < parameters.size() && !parameters[j].isScheme; ++j) {
-            const QByteArray& name = parameters[j].name;
-            const QByteArray& value = parameters[j].value;
+        for (auto it = std::next(scheme); it != parameters.cend() && !it->isScheme; ++it) {
+            const QByteArray& name = it->name;
+            const QByteArray& value = it->value;
             if (name == "realm") {
                 challenge.realm = value;
             } else if (name == "nonce") {

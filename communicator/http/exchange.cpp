@@ -18,6 +18,14 @@ namespace {
 // How much one exchange may send before the others, and its time limit, get their turn.
 constexpr std::size_t bytesPerTurn = 256 << 10;
 
+// Whether the head of @p request depends on its path and on @p device only.
+bool isPlainRead(const HttpRequest& request, const Device& device)
+{
+    return request.method == HttpMethod::Get && request.placeHolders.isEmpty() &&
+           request.parameters.isEmpty() && request.headers.isEmpty() && request.body.isEmpty() &&
+           !request.multipart && device.endpoint.login == DeviceEndpoint::Login::None;
+}
+
 } // namespace
 
 QString errorOfRequest(const HttpRequest& request)
@@ -52,11 +60,11 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     m_asksToClose = connectionHeader != request.headers.cend() &&
                     connectionHeader->contains(QLatin1String("close"), Qt::CaseInsensitive);
     m_challenges = 0;
+    m_hasNewLogin = false;
     m_wasRepeated = false;
     m_bytesSent = 0;
     m_lastProgress = {};
     m_reader.reset();
-    m_body.clear();
     m_error = errorOfRequest(request);
     if (!m_error.isEmpty()) {
         return IHttpVersionTrigger::InvalidRequest;
@@ -73,12 +81,22 @@ IHttpVersionTrigger::HttpSimpleState Exchange::prepare(const HttpRequest& reques
     } else {
         m_body.setBytes(request.body);
     }
+    const bool isPlain = isPlainRead(request, *device);
+    if (isPlain && m_plainRead.device == device && m_plainRead.path == request.path) {
+        m_target = m_plainRead.target;
+        m_head = m_plainRead.head;
+        m_authorization.clear();
+        return IHttpVersionTrigger::Success;
+    }
     m_target = requestTarget(request.path, request.placeHolders, request.parameters);
     if (m_target.isEmpty()) {
         m_error = QStringLiteral("path and query together are too long");
         return IHttpVersionTrigger::InvalidRequest;
     }
     writeHead();
+    if (isPlain) {
+        m_plainRead = {device, request.path, m_target, m_head};
+    }
     return IHttpVersionTrigger::Success;
 }
 
@@ -183,11 +201,44 @@ Exchange::Step Exchange::lost(bool isReused)
 
 Exchange::Step Exchange::completed()
 {
+    const std::shared_ptr<TokenLogin>& token = m_device->token;
+    if (token && !m_authorization.isEmpty()) {
+        if (m_reader.status() != 401) {
+            token->accepted(m_authorization);
+        } else if (!m_hasNewLogin && !m_request->renewsLogin && !TokenLogin::isRenewingHere(m_device->key)) {
+            return Step::AwaitLogin;
+        }
+    }
     if (m_reader.status() != 401 ||
         !takeChallenge(*m_device, m_reader.status(), m_reader.header(QStringLiteral("www-authenticate")),
                        m_authorization, m_challenges)) {
         return Step::Ended;
     }
+    return again();
+}
+
+Exchange::Step Exchange::awaitLogin(TokenLogin::Ticket& ticket, TokenLogin::Waiter waiter)
+{
+    switch (m_device->token->refused(m_authorization, ticket, std::move(waiter))) {
+    case TokenLogin::Verdict::Waiting:
+        return Step::AwaitLogin;
+    case TokenLogin::Verdict::Renewed:
+        return repeatWithNewLogin();
+    case TokenLogin::Verdict::Refused:
+        break;
+    }
+    return Step::Ended;
+}
+
+Exchange::Step Exchange::repeatWithNewLogin()
+{
+    m_hasNewLogin = true;
+    return again();
+}
+
+// The reply says that the device has done nothing; the request follows once more, with another login.
+Exchange::Step Exchange::again()
+{
     const bool here = keepsConnection();
     startAnew();
     writeHead();

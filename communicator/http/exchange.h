@@ -31,10 +31,11 @@ public:
 
     /// The progress of the exchange on its connection.
     enum class Step {
-        GoOn,      ///< there is more to send or receive
-        Ended,     ///< all done; call finish()
-        AgainHere, ///< the same request must be sent again on this connection
-        AgainFresh ///< the same request must be sent again on a new connection
+        GoOn,       ///< there is more to send or receive
+        Ended,      ///< all done; call finish()
+        AgainHere,  ///< the same request must be sent again on this connection
+        AgainFresh, ///< the same request must be sent again on a new connection
+        AwaitLogin  ///< the device refused the token; call awaitLogin()
     };
 
     /// Sends as much as possible without waiting.
@@ -48,6 +49,14 @@ public:
     /// Whether the connection can be reused.
     bool keepsConnection() const;
 
+    /// Asks for a new token. @p waiter is called, on another thread, unless the result is `Ended` or
+    /// `AgainHere`; only @p ticket keeps it.
+    /// @return AwaitLogin if the token is being renewed; otherwise the step that follows.
+    Step awaitLogin(TokenLogin::Ticket& ticket, TokenLogin::Waiter waiter);
+    /// Call this when the token was renewed: the request is sent again.
+    /// @return AgainHere or AgainFresh.
+    Step repeatWithNewLogin();
+
     /// Ends the exchange with what was received, or with a failure given by the caller. Reports it and
     /// returns the reply.
     HttpReply finish() { return finish(IHttpVersionTrigger::Success, {}); }
@@ -60,6 +69,7 @@ private:
     void startAnew();
     Step lost(bool isReused);
     Step completed();
+    Step again();
     void tellProgress();
 
     ReplyReader m_reader;
@@ -69,11 +79,21 @@ private:
     std::chrono::steady_clock::time_point m_started;
     QByteArray m_target;
     QByteArray m_head;
+    /// The last read of a path and nothing else, which often comes again.
+    struct PlainRead
+    {
+        std::shared_ptr<const Device> device;
+        QString path;
+        QByteArray target;
+        QByteArray head;
+    };
+    PlainRead m_plainRead;
     int m_headSent = 0;
     bool m_sendFailed = false;
     bool m_asksToClose = false; ///< the request asks to close the connection
     QByteArray m_authorization;
     int m_challenges = 0;       ///< that were answered
+    bool m_hasNewLogin = false; ///< sent again with a new token
     bool m_wasRepeated = false; ///< sent again because a reused connection had ended
     qint64 m_bytesSent = 0;
     QString m_error;

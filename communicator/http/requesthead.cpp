@@ -30,7 +30,7 @@ QByteArray loginOf(const Device& device, const RequestHead& head)
     case Login::Basic:
         return "Basic " + (endpoint.user.toUtf8() + ':' + endpoint.secret.toUtf8()).toBase64();
     case Login::Bearer:
-        return "Bearer " + endpoint.secret.toUtf8();
+        return device.token ? device.token->authorization() : "Bearer " + endpoint.secret.toUtf8();
     case Login::Digest:
         return device.digest->authorization(head.method, head.target);
     case Login::None:

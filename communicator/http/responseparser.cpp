@@ -50,6 +50,36 @@ std::size_t headEnd(std::string_view text, std::size_t from)
     return 0;
 }
 
+bool isBlank(char character)
+{
+    return blanks.find(character) != std::string_view::npos;
+}
+
+/// Whether tidied() would return @p head as it is: most are, and need not be copied. False where in doubt.
+bool isTidy(std::string_view head)
+{
+    for (std::size_t at = 0; at < head.size();) {
+        const std::size_t feed = head.find('\n', at);
+        if (feed == std::string_view::npos || feed == at || head[feed - 1] != '\r') {
+            return false;
+        }
+        const std::string_view line = head.substr(at, feed - 1 - at);
+        if (at == 0) {
+            if (line.size() <= 12 || line[8] != ' ' || isBlank(line[9]) || line[12] != ' ') {
+                return false;
+            }
+        } else if (!line.empty()) {
+            const std::size_t colon = line.find(':');
+            if (isBlank(line.front()) || colon == 0 || colon == std::string_view::npos ||
+                isBlank(line[colon - 1])) {
+                return false;
+            }
+        }
+        at = feed + 1;
+    }
+    return true;
+}
+
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
@@ -72,7 +102,7 @@ QByteArray tidied(std::string_view head)
                 return {};
             }
             std::string_view reason = line.substr(code + 3);
-            if (!reason.empty() && blanks.find(reason.front()) == std::string_view::npos) {
+            if (!reason.empty() && !isBlank(reason.front())) {
                 return {};
             }
             reason.remove_prefix(std::min<std::size_t>(1, reason.size()));
@@ -80,7 +110,7 @@ QByteArray tidied(std::string_view head)
             out.append(line.data() + code, 3).append(' ').append(reason.data(), int(reason.size()));
         } else {
             const std::size_t colon = line.find(':');
-            const bool folded = !line.empty() && blanks.find(line.front()) != std::string_view::npos;
+            const bool folded = !line.empty() && isBlank(line.front());
             if (folded || colon == std::string_view::npos) {
                 out.append(line.data(), int(line.size())); // the grammar will check it
             } else {
@@ -285,7 +315,8 @@ void ResponseParser::parseHead(std::string_view head)
         fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
         return;
     }
-    const QByteArray tidy = tidied(head);
+    const QByteArray tidy =
+        isTidy(head) ? QByteArray::fromRawData(head.data(), static_cast<int>(head.size())) : tidied(head);
     m_grammar = std::make_unique<Grammar>(m_handler);
     error_code error;
     m_grammar->put(boost::asio::const_buffer(tidy.constData(), static_cast<std::size_t>(tidy.size())), error);

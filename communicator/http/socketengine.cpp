@@ -57,19 +57,21 @@ bool SocketEngine::start(const HttpRequest& request, std::function<void(const Ht
     std::shared_ptr<const Device> device = m_registry->find(request.deviceKey);
     const QString error = device ? errorOfRequest(request) : unknownDevice();
     const bool valid = error.isEmpty() && !m_stopped;
-    m_loop->post(
-        [queues = m_queues, request, device = std::move(device), done = std::move(done), started, error] {
-            if (!error.isEmpty()) {
-                done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, error, started));
-                return;
-            }
-            std::optional<RequestQueue>& queue = request.daemon ? queues->daemon : queues->normal;
-            if (queue) {
-                queue->add(request, device, done, started);
-            } else {
-                done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), started));
-            }
-        });
+    HttpRequest sent = request;
+    sent.renewsLogin = TokenLogin::isRenewingHere(request.deviceKey);
+    m_loop->post([queues = m_queues, request = std::move(sent), device = std::move(device),
+                  done = std::move(done), started, error] {
+        if (!error.isEmpty()) {
+            done(failWithoutSending(request, IHttpVersionTrigger::InvalidRequest, error, started));
+            return;
+        }
+        std::optional<RequestQueue>& queue = request.daemon ? queues->daemon : queues->normal;
+        if (queue) {
+            queue->add(request, device, done, started);
+        } else {
+            done(failWithoutSending(request, IHttpVersionTrigger::Aborted, abortedError(), started));
+        }
+    });
     return valid;
 }
 

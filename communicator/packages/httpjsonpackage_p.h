@@ -23,10 +23,14 @@ public:
     static bool lacksBody(const HttpJsonPackage* package);
     /// Why it could not.
     static QString errorOfBody(const HttpJsonPackage* package);
-    /// Decodes the reply's `data` with @p read; empty after a failure. A reply that is not a JSON object is
-    /// logged once, however often it is read.
+    /// Decodes the reply's `data` into @p out, whatever it holds; empty after a failure. A reply that is not a
+    /// JSON object is logged once, however often it is read.
+    static void readMap(const HttpJsonPackage& package, QMap<QString, QVariant>& out);
+    static void readFlattenedList(const HttpJsonPackage& package, QList<QVariant>& out);
+    static void readList(const HttpJsonPackage& package, QList<QVariant>& out);
     template <class Data>
-    static Data decode(const HttpJsonPackage* package, Data (*read)(const QByteArray& reply, bool* isObject));
+    static void decode(const HttpJsonPackage& package, Data& out,
+                       bool (*read)(const QByteArray& reply, Data& out));
     /// Stores the engine's reply, and how the exchange ended. On the package's thread.
     static void putReply(HttpJsonPackage* package, const HttpReply& reply, const EndedExchange& ended);
     /// Creates the package's next reply; one that was pending before is dropped.
@@ -49,7 +53,9 @@ public:
     QString deviceKey;
     ExchangeId exchange = 0; // the latest
     HttpMethod method = HttpMethod::Get;
-    EndedExchange ended; // without the reply, which is below
+    qint64 milliseconds = 0;
+    qint64 retryAfter = -1;
+    QString reason;
 
     HttpSimpleState state = Success;
     QByteArray received;

@@ -14,13 +14,33 @@ constexpr std::size_t maxExchanges = 256;
 // A reply that says why something failed is short; longer ones are not kept.
 constexpr int maxKeptBytes = 16 << 10;
 
-thread_local bool isOver = false; // outlives the log below
+// Whether the thread has not begun, lives, or ends. Two variables that need no construction, so that the log
+// is found with a look.
+enum class Stage { New, Living, Ending };
+thread_local Stage stage = Stage::New;
+thread_local OperationLog* logOfThread = nullptr;
 
-struct Holder
+struct LogHolder
 {
-    ~Holder() { isOver = true; }
+    LogHolder() { logOfThread = &log; }
+    ~LogHolder()
+    {
+        logOfThread = nullptr;
+        stage = Stage::Ending;
+    }
     OperationLog log;
+    Q_DISABLE_COPY_MOVE(LogHolder)
 };
+
+OperationLog* createLog()
+{
+    if (stage == Stage::Ending) {
+        return nullptr;
+    }
+    thread_local LogHolder holder;
+    stage = Stage::Living;
+    return &holder.log;
+}
 
 } // namespace
 
@@ -51,36 +71,14 @@ LoggedExchange::LoggedExchange(HttpRequest&& request)
 
 OperationLog* OperationLog::ofThread()
 {
-    if (isOver) {
-        return nullptr;
-    }
-    thread_local Holder holder;
-    return &holder.log;
-}
-
-void OperationLog::begin()
-{
-    if (m_depth == 0) {
-        m_exchanges.clear();
-    }
-}
-
-void OperationLog::enter()
-{
-    begin();
-    ++m_depth;
-}
-
-void OperationLog::leave()
-{
-    --m_depth;
+    return logOfThread != nullptr ? logOfThread : createLog();
 }
 
 void OperationLog::add(LoggedExchange&& exchange)
 {
     m_exchanges.push_back(std::move(exchange));
     if (m_exchanges.size() > maxExchanges) {
-        m_exchanges.pop_front();
+        m_exchanges.erase(m_exchanges.begin());
     }
 }
 

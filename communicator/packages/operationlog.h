@@ -5,8 +5,8 @@
 #include "communicator/httpengine.h"
 
 #include <chrono>
-#include <deque>
 #include <memory>
+#include <vector>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -51,17 +51,26 @@ public:
     static OperationLog* ofThread();
 
     /// Begins an operation, unless the thread is inside one.
-    void begin();
+    void begin()
+    {
+        if (m_depth == 0 && !m_exchanges.empty()) {
+            m_exchanges.clear();
+        }
+    }
     /// Begins an operation that consists of all that the thread does until leave(); calls can be nested.
-    void enter();
-    void leave();
+    void enter()
+    {
+        begin();
+        ++m_depth;
+    }
+    void leave() { --m_depth; }
     void add(LoggedExchange&& exchange);
 
     /// The latest exchanges, in the order in which they were added.
-    const std::deque<LoggedExchange>& exchanges() const { return m_exchanges; }
+    const std::vector<LoggedExchange>& exchanges() const { return m_exchanges; }
 
 private:
-    std::deque<LoggedExchange> m_exchanges;
+    std::vector<LoggedExchange> m_exchanges;
     int m_depth = 0;
 };
 

@@ -53,7 +53,6 @@ bool PendingReply::take(HttpReply& reply, EndedExchange& ended)
     if (m_package == nullptr || Lifecycle::isClosed()) {
         return false;
     }
-    m_package = nullptr;
     reply = std::move(m_reply);
     ended = m_ended.value_or(EndedExchange());
     return true;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/runtime/ioloop.h"
 
+#include "communicator/runtime/uvlibrary.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -9,7 +11,6 @@
 #include <future>
 #include <pthread.h>
 #include <unistd.h>
-#include <uv.h>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -56,18 +57,6 @@ int uvEventsOf(std::uint32_t readiness)
            ((readiness & IoLoop::Writable) != 0 ? UV_WRITABLE : 0);
 }
 
-// Functions of their own, so that a thread-sanitizer suppression can match these calls alone: the descriptor
-// may have been closed and reused by another thread by now.
-[[gnu::noinline]] void stopPolling(uv_poll_t& handle)
-{
-    uv_poll_stop(&handle);
-}
-
-[[gnu::noinline]] void endPolling(uv_poll_t& handle)
-{
-    uv_close(reinterpret_cast<uv_handle_t*>(&handle), nullptr);
-}
-
 } // namespace
 
 struct IoLoop::Backend
@@ -79,6 +68,11 @@ struct IoLoop::Backend
 
 struct IoLoop::Watch
 {
+    Watch(IoLoop& itsLoop, int number)
+        : loop(itsLoop)
+        , descriptor(number)
+    {}
+
     IoLoop& loop;
     const int descriptor;
     uv_poll_t handle{};
@@ -112,7 +106,7 @@ IoLoop::~IoLoop()
 void IoLoop::wake()
 {
     if (m_backend) {
-        uv_async_send(&m_backend->wakeUp);
+        uv().asyncSend(&m_backend->wakeUp);
     } else {
         m_wakeUp.notify_one();
     }
@@ -182,7 +176,7 @@ void IoLoop::watch(int descriptor, std::uint32_t events, Watcher watcher)
 {
     std::unique_ptr<Watch>& watch = m_watches[descriptor];
     if (!watch) {
-        watch.reset(new Watch{*this, descriptor});
+        watch = std::make_unique<Watch>(*this, descriptor);
     }
     watch->events = events;
     watch->watcher = std::move(watcher);
@@ -197,13 +191,14 @@ void IoLoop::start(Watch& watch)
         return; // open() does it
     }
     if (!watch.hasHandle) {
-        watch.hasHandle = uv_poll_init(&m_backend->loop, &watch.handle, watch.descriptor) == 0;
+        watch.hasHandle = uv().pollInit(&m_backend->loop, &watch.handle, watch.descriptor) == 0;
         watch.handle.data = &watch;
     }
     if (watch.hasHandle) {
-        uv_poll_start(&watch.handle, uvEventsOf(watch.events), [](uv_poll_t* handle, int status, int events) {
-            onReady(*static_cast<Watch*>(handle->data), status < 0, readinessOf(events));
-        });
+        uv().pollStart(&watch.handle, uvEventsOf(watch.events),
+                       [](uv_poll_t* handle, int status, int events) {
+                           onReady(*static_cast<Watch*>(handle->data), status < 0, readinessOf(events));
+                       });
     }
 }
 
@@ -217,7 +212,7 @@ void IoLoop::unwatch(int descriptor)
     watch.events = 0;
     watch.watcher = nullptr;
     if (watch.hasHandle) {
-        stopPolling(watch.handle);
+        uv().pollStop(&watch.handle);
     }
 }
 
@@ -283,12 +278,12 @@ bool IoLoop::open()
         return false;
     }
     auto backend = std::make_unique<Backend>();
-    if (uv_loop_init(&backend->loop) != 0) {
+    if (uv().loopInit(&backend->loop) != 0) {
         return false;
     }
     // Neither can fail: the loop has a descriptor for its wake-ups already.
-    uv_async_init(&backend->loop, &backend->wakeUp, [](uv_async_t*) {});
-    uv_timer_init(&backend->loop, &backend->alarm);
+    uv().asyncInit(&backend->loop, &backend->wakeUp, [](uv_async_t*) {});
+    uv().timerInit(&backend->loop, &backend->alarm);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_backend = std::move(backend);
@@ -310,30 +305,30 @@ void IoLoop::close()
     }
     for (const auto& entry : m_watches) {
         if (entry.second->hasHandle) {
-            endPolling(entry.second->handle);
+            uv().close(reinterpret_cast<uv_handle_t*>(&entry.second->handle), nullptr);
         }
     }
-    uv_close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);
-    uv_close(reinterpret_cast<uv_handle_t*>(&m_backend->wakeUp), nullptr);
-    uv_run(&m_backend->loop, UV_RUN_DEFAULT);
-    uv_loop_close(&m_backend->loop);
+    uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->alarm), nullptr);
+    uv().close(reinterpret_cast<uv_handle_t*>(&m_backend->wakeUp), nullptr);
+    uv().run(&m_backend->loop, UV_RUN_DEFAULT);
+    uv().loopClose(&m_backend->loop);
 }
 
 void IoLoop::waitForEvents()
 {
     if (m_timers.empty()) {
-        uv_timer_stop(&m_backend->alarm);
+        uv().timerStop(&m_backend->alarm);
     } else {
         const auto left =
             std::chrono::ceil<std::chrono::milliseconds>(m_timers.begin()->first.first - Clock::now());
-        uv_update_time(&m_backend->loop);
+        uv().updateTime(&m_backend->loop);
         // An alarm that is due goes off before libuv waits, which must then be kept from it.
-        uv_timer_start(
-            &m_backend->alarm, [](uv_timer_t* alarm) { uv_stop(alarm->loop); },
+        uv().timerStart(
+            &m_backend->alarm, [](uv_timer_t* alarm) { uv().stop(alarm->loop); },
             static_cast<std::uint64_t>(std::max<std::int64_t>(left.count(), 0)), 0);
     }
     m_eventsLeft = eventsPerRound;
-    uv_run(&m_backend->loop, UV_RUN_ONCE);
+    uv().run(&m_backend->loop, UV_RUN_ONCE);
 }
 
 void IoLoop::waitWithoutDescriptors()

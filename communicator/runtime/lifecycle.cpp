@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/runtime/lifecycle.h"
 
+#include "communicator/runtime/uvlibrary.h"
+
 #include <QCoreApplication>
 
 #include <atomic>
@@ -60,6 +62,7 @@ void prepareConnections()
     // works.
     static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
     Q_UNUSED(initialised)
+    uv(); // if it is missing, this is told here, and not in the middle of something
     static const ClosedAtExit guard;
 }
 

@@ -16,8 +16,8 @@ bool isClosed();
 /// each opening, after it has become false. Call this once.
 void onChange(void (*stop)(), void (*restart)());
 
-/// Loads libcurl and what it brings, and sees to it that the transport is closed before their exit handlers
-/// run. Call this before the first connection.
+/// Loads libcurl with what it brings, and libuv, and sees to it that the transport is closed before their
+/// exit handlers run. Call this before the first connection.
 void prepareConnections();
 
 } // namespace Lifecycle

@@ -108,6 +108,9 @@ private Q_SLOTS:
     void addChangeEvents(const QByteArrayList& events);
     /// A function that takes whether an operation of the calling thread begins (true) or ends (false).
     quintptr operationBoundary() const;
+    /// A function `void(const HttpJsonPackage&, Data& out)` that reads what the member function @p decoder of
+    /// HttpJsonPackage would return into @p out, whose memory it uses again; 0 if there is none.
+    quintptr replyReader(const QByteArray& decoder) const;
 
 private:
     explicit HttpProxy(QObject* parent = nullptr);

@@ -131,7 +131,7 @@ private:
     // It has to be done in the time of a head.
     void shakeHands()
     {
-        m_wire->async_handshake([self = shared()](error_code error) {
+        m_wire->shakeHands([self = shared()](error_code error) {
             if (error) {
                 self->end();
             } else {
@@ -165,7 +165,10 @@ private:
     template <typename Next>
     void fill(Next next)
     {
-        const std::size_t room = beast::read_size(m_buffer, readChunk);
+        // A head begins small. Of a body, the system gives memory only for what comes.
+        const std::size_t room = m_parser->is_header_done()
+                                     ? std::min(readChunk, m_buffer.max_size() - m_buffer.size())
+                                     : beast::read_size(m_buffer, readChunk);
         if (room == 0) {
             refuse(431, "the head is too large");
             return;
@@ -174,7 +177,7 @@ private:
         m_wire->async_read_some(m_buffer.prepare(room),
                                 [self = shared(), next](error_code error, std::size_t bytes) {
                                     self->m_isReading = false;
-                                    if (error) {
+                                    if (error || !self->m_wire->isOpen()) {
                                         self->end();
                                         return;
                                     }
@@ -228,6 +231,7 @@ private:
         const bool waits = beast::iequals(request[http::field::expect], "100-continue");
         if (waits && m_exchange->kind == Device::Exchange::Kind::LoggedOff) {
             m_keepAlive = false;
+            m_isBodyLeft = true;
             send(device().respond(*m_exchange, {}, 0));
             return;
         }
@@ -253,8 +257,8 @@ private:
 
     void readBody()
     {
-        m_chunk.resize(readChunk);
         while (m_buffer.size() > 0 && !m_parser->is_done()) {
+            m_chunk.resize(std::max(m_chunk.size(), m_buffer.size())); // no more than has come
             auto& body = m_parser->get().body();
             body.data = m_chunk.data();
             body.size = m_chunk.size();
@@ -310,6 +314,7 @@ private:
     void refuse(int status, std::string_view message)
     {
         m_keepAlive = false;
+        m_isBodyLeft = status == 413 || (m_parser->is_header_done() && !m_parser->is_done());
         send(failureReply(status, message));
     }
 
@@ -365,7 +370,7 @@ private:
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
         if (fault && needsScript(fault->cut)) {
-            sendScripted(*fault, std::move(reply));
+            sendScripted(*fault, reply);
         } else {
             send(std::move(reply));
         }
@@ -398,7 +403,7 @@ private:
         enter(Phase::Writing);
     }
 
-    void sendScripted(const Fault& fault, Reply reply)
+    void sendScripted(const Fault& fault, const Reply& reply)
     {
         m_script = scriptFor(fault, reply, answersHead(), keepAlive());
         beginWriting(reply.status);
@@ -485,6 +490,12 @@ private:
     void finishConnection()
     {
         enter(Phase::Head);
+        // With TLS the end cannot be told while the client sends. It knows from the head how long the reply
+        // is.
+        if (m_wire->isEncrypted() && m_isBodyLeft) {
+            drain(0);
+            return;
+        }
         m_wire->endWriting([self = shared()] {
             if (self->m_wire->isEncrypted()) {
                 self->end();
@@ -546,8 +557,9 @@ private:
     std::string m_head;
     bool m_keepAlive = true;
     bool m_http10 = false;
-    bool m_isReading = false; ///< for a request or a part of it
-    bool m_isEnding = false;  ///< no further request is taken
+    bool m_isReading = false;  ///< for a request or a part of it
+    bool m_isBodyLeft = false; ///< the client may be sending a body that was refused
+    bool m_isEnding = false;   ///< no further request is taken
     ReplyScript m_script;
 };
 

@@ -27,10 +27,11 @@ public:
     Wire(const Wire&) = delete;
     Wire& operator=(const Wire&) = delete;
 
-    executor_type get_executor() { return m_socket.get_executor(); }
     /// Where progress is noted from now on.
     void setActivity(std::atomic<Connection::Clock::rep>& activity) { m_activity = &activity; }
 
+    // NOLINTBEGIN(readability-identifier-naming): the names by which Asio and Beast know a stream
+    executor_type get_executor() { return m_socket.get_executor(); }
     template <typename Buffers, typename Handler>
     void async_read_some(const Buffers& buffers, Handler&& handler)
     {
@@ -53,10 +54,12 @@ public:
         }
     }
 
+    // NOLINTEND(readability-identifier-naming)
+
     bool isEncrypted() const { return m_tls != nullptr; }
     /// Agrees with the client on a key; only for one with TLS.
     template <typename Handler>
-    void async_handshake(Handler&& handler)
+    void shakeHands(Handler&& handler)
     {
         m_tls->async_handshake(net::ssl::stream_base::server, std::forward<Handler>(handler));
     }

@@ -153,7 +153,7 @@ std::string secretFrom(const Texts& texts)
         throw CLI::ValidationError("--secret-file",
                                    texts.secretFile + " cannot be read: " + file.errorString().toStdString());
     }
-    constexpr qint64 limit = 64 * 1024;
+    constexpr qint64 limit = 64LL * 1024;
     QByteArray line = file.read(limit).split('\n').first();
     if (line.endsWith('\r')) {
         line.chop(1);

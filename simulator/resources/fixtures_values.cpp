@@ -170,7 +170,7 @@ constexpr PlainValue plainValues[] = {
      R"({"signalPolarity": 0, "signalDelay": 0, "rvCardLight": true})"},
     {"/device/factoryop/cabinets/capability", R"({"maxScan": 64, "dataGroups": 32})"},
     {"/device/factoryop/cabinets/decodechipparameter", R"({"decodeChip": 1})"},
-    {"/device/factoryop/cabinets/chipregister", R"({"chip": 1, "registers": [0, 0, 0, 0]})"},
+    {"/device/factoryop/cabinets/chipregister", R"({"chip": "", "registers": [0, 0, 0, 0]})"},
     {"/device/factoryop/cabinets/maxloadedpixels", R"({"maxWidth": 512, "maxHeight": 512})"},
 
     // Inputs

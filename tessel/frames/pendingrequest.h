@@ -39,7 +39,7 @@ public:
         whenAnswered(package, package, [&cache, deviceKey, handled](const HttpJsonPackage& reply) {
             const bool stored = succeeded(reply);
             if (stored) {
-                decode(reply, cache[deviceKey]);
+                decodeEntry(reply, cache[deviceKey]);
             }
             handled(stored);
         });

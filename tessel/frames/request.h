@@ -108,7 +108,7 @@ public:
         if (!succeeded(m_package)) {
             return false;
         }
-        decode(m_package, cache[deviceKey]);
+        decodeEntry(m_package, cache[deviceKey]);
         stored();
         return true;
     }

@@ -10,6 +10,7 @@ namespace TesselCtl {
 void addCall(CommandParser& parser);
 void addCoefficients(CommandParser& parser);
 void addDemo(CommandParser& parser);
+void addDevices(CommandParser& parser);
 void addFirmware(CommandParser& parser);
 void addMonitor(CommandParser& parser);
 void addOps(CommandParser& parser);

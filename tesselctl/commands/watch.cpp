@@ -2,6 +2,7 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/requests/connections.h"
 #include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
@@ -28,9 +29,10 @@ namespace {
 
 const char* const footer = R"(
 One line per event: time, device, payload. One line per signal that an operator of the library raises: time, device if
-the signal names one, Class::signal, its other arguments. With --json, one object per line with time, kind (event,
-signal, logout or devices), device, payload and, for a signal, its name. SIGINT and SIGTERM end it with exit code 0. The
-state of the event streams is reported on standard error.
+the signal names one, Class::signal, its other arguments. One line per change of an event stream: time, device,
+"connection", its state, why, and when the next attempt is. With --json, one object per line with time, kind (event,
+signal, connection, logout or devices), device, payload and, for a signal, its name; the payload of a connection has
+state, reason, since and nextAttempt. SIGINT and SIGTERM end it with exit code 0.
 
 Examples:
   tesselctl --device 192.168.0.10 watch
@@ -56,6 +58,8 @@ public:
         HttpProxy* const proxy = HttpProxy::getInstance();
         connect(proxy, &HttpProxy::deviceAutoReportData, this, &Watcher::onEvent);
         connect(proxy, &HttpProxy::deviceLogout, this, &Watcher::onLogout);
+        connect(DeviceConnections::getInstance(), &DeviceConnections::connectionChanged, this,
+                &Watcher::onConnection);
         connect(DeviceManager::getInstance(), &DeviceManager::deviceChanged, this, &Watcher::onDevices);
         // After the connections above, so that an event is printed before the signals that it causes.
         for (const QObject* one : allOperators()) {
@@ -83,6 +87,12 @@ private:
     void onLogout(const QString& deviceKey)
     {
         print(QStringLiteral("logout"), deviceKey, QStringLiteral("device disconnected"), {});
+    }
+
+    void onConnection(const DeviceConnection& connection)
+    {
+        print(QStringLiteral("connection"), connection.deviceKey,
+              QStringLiteral("connection ") + connectionText(connection), connectionJson(connection));
     }
 
     void onSignal(const CaughtSignal& caught)

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Ends with requests in flight, in the way that the first argument names; the second is the address of a
 // server that never answers, the third of one that does. Prints what happened.
+#include "communicator/calloutcome.h"
 #include "communicator/deviceendpoint.h"
 #include "communicator/exchangeobserver.h"
+#include "communicator/requestlimits.h"
 
 #include <communicator/httpproxy.h>
 
@@ -16,6 +18,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -99,6 +102,57 @@ void streamEvents(const QString& address)
     HttpProxy::getInstance()->initialize(true);
 }
 
+/// Ends while requests wait, for a login that the application never renews or for a device that is busy.
+void endWithWaitingRequests(int argc, char** argv, const QString& address)
+{
+    static std::atomic<int> waiting{0};
+    std::vector<std::thread> threads;
+    std::atomic<int> aborted{0};
+    HttpJsonPackage package(nullptr);
+    package.setUrl(QStringLiteral("/x"));
+    package.setExpectedTime(3600000);
+    OperationOutcome outcome;
+    {
+        QCoreApplication application(argc, argv);
+        RequestLimits limits;
+        limits.repeatReads = true;
+        setRequestLimits(limits);
+        setExchangeObserver([](const ExchangeRecord& record) { waiting += record.isRepeated ? 1 : 0; });
+        DeviceEndpoint endpoint;
+        endpoint.address = address;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QStringLiteral("old");
+        endpoint.renewSecret = [](const QString&) {
+            ++waiting;
+            static std::mutex* const mutex = new std::mutex;
+            static auto* const never = new std::condition_variable;
+            std::unique_lock<std::mutex> lock(*mutex);
+            never->wait(lock, [] { return false; });
+            return QString();
+        };
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        proxy->addDevice(QStringLiteral("wall"), endpoint);
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&aborted, proxy] {
+                HttpJsonPackage own(nullptr);
+                own.setUrl(QStringLiteral("/x"));
+                own.setExpectedTime(3600000);
+                proxy->getSync(QStringLiteral("wall"), &own);
+                aborted += own.getSimpleState() == IHttpVersionTrigger::Aborted ? 1 : 0;
+            });
+        }
+        proxy->get(QStringLiteral("wall"), &package);
+        outcome = OperationOutcome::last();
+        while (waiting == 0) {
+            std::this_thread::yield();
+        }
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::printf("aborted %d\n%s\n", aborted.load(), qPrintable(outcome.text()));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -170,6 +224,10 @@ int main(int argc, char** argv)
             thread.join();
         }
         std::printf("aborted %d\n", aborted.load());
+        return 0;
+    }
+    if (way == "waiting requests") {
+        endWithWaitingRequests(argc, argv, well);
         return 0;
     }
     if (way == "a second application") {

@@ -105,6 +105,12 @@ void MisbehavingServer::setRaw(const QByteArray& raw)
     m_raw = raw;
 }
 
+void MisbehavingServer::setToken(const QByteArray& token)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_token = token;
+}
+
 void MisbehavingServer::setFlood(const QByteArray& start, const QByteArray& more)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -323,12 +329,14 @@ bool MisbehavingServer::answer(Mode mode, int socket, const Received& request, i
 {
     QByteArray body;
     QByteArray raw;
+    QByteArray token;
     QByteArray floodStart;
     QByteArray floodMore;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         body = m_body;
         raw = m_raw;
+        token = m_token;
         floodStart = m_floodStart;
         floodMore = m_floodMore;
     }
@@ -376,6 +384,12 @@ bool MisbehavingServer::answer(Mode mode, int socket, const Received& request, i
         return sendAll(socket,
                        "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Digest realm=\"r\", nonce=\"n\", "
                        "qop=\"auth\"\r\nContent-Length: 2\r\n\r\n{}");
+    case Mode::Token:
+        if (!token.isEmpty() && request.headers.value("authorization") == "Bearer " + token) {
+            return sendAll(socket, goodReply(body));
+        }
+        return sendAll(socket, "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Bearer\r\n"
+                               "Content-Length: 2\r\n\r\n{}");
     case Mode::Scripted: {
         std::vector<QByteArray> script;
         {

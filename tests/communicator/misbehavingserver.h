@@ -34,6 +34,7 @@ public:
         ResetOnAccept,      ///< resets each connection at once
         ResetOnRequest,     ///< reads the request and resets its connection
         Digest,             ///< asks for a digest login, answers the request that carries one
+        Token,              ///< 401 unless the request has the bearer token of setToken()
         Scripted ///< what addScript() holds, one script per connection; then the connection stays open
     };
 
@@ -56,6 +57,8 @@ public:
     QString address() const;
     void setMode(Mode mode);
     void setRaw(const QByteArray& raw);
+    /// The token that is taken; at first none.
+    void setToken(const QByteArray& token);
     /// What a flood begins with, and what then comes without end.
     void setFlood(const QByteArray& start, const QByteArray& more);
     /// Pieces of text for the next connection, sent one by one after its request.
@@ -102,6 +105,7 @@ private:
     Mode m_mode;
     QByteArray m_body;
     QByteArray m_raw;
+    QByteArray m_token;
     QByteArray m_floodStart;
     QByteArray m_floodMore;
     std::list<std::vector<QByteArray>> m_scripts;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// When libcurl and what it brings are loaded.
+// When libcurl, with what it brings, and libuv are loaded.
 #include <communicator/deviceendpoint.h>
 #include <communicator/httpjsonpackage.h>
 #include <communicator/httpproxy.h>
@@ -14,10 +14,17 @@ using namespace Krelm::Communicator::HttpDevice;
 
 namespace {
 
-bool isLoaded()
+QByteArrayList loaded()
 {
     QFile maps(QStringLiteral("/proc/self/maps"));
-    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("/libcurl");
+    const QByteArray text = maps.open(QIODevice::ReadOnly) ? maps.readAll() : QByteArray();
+    QByteArrayList found;
+    for (const char* name : {"libcurl", "libuv"}) {
+        if (text.contains(QByteArray("/") + name)) {
+            found << name;
+        }
+    }
+    return found;
 }
 
 } // namespace
@@ -26,38 +33,46 @@ class TestCurlLibrary : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void libcurlIsLoadedWithTheFirstExchangeAndNotWithTheProgram()
+    void librariesAreLoadedWithTheFirstExchangeAndNotWithTheProgram()
     {
         HttpProxy* const proxy = HttpProxy::getInstance();
         DeviceEndpoint endpoint;
         endpoint.address = QStringLiteral("127.0.0.1:1");
         QVERIFY(proxy->addDevice(QStringLiteral("wall"), endpoint));
-        QVERIFY(!isLoaded());
+        QCOMPARE(loaded(), QByteArrayList());
         HttpJsonPackage package(nullptr);
         package.setUrl(QStringLiteral("/x"));
         proxy->getSync(QStringLiteral("wall"), &package);
-        QVERIFY(isLoaded());
+        QCOMPARE(loaded(), (QByteArrayList{"libcurl", "libuv"}));
         QVERIFY(proxy->removeDevice(QStringLiteral("wall")));
     }
 
     void aLibraryThatCannotBeUsedEndsTheProgramAndIsNamed_data()
     {
+        QTest::addColumn<QString>("file");
         QTest::addColumn<bool>("isLibrary");
         QTest::addColumn<QByteArray>("message");
-        QTest::newRow("no library") << false << QByteArray("libcurl cannot be loaded: ");
-        QTest::newRow("another library") << true << QByteArray("libcurl has no curl_global_init: ");
+        const auto curl = QStringLiteral("libcurl.so.4");
+        const auto uv = QStringLiteral("libuv.so.1");
+        QTest::newRow("no library for libcurl") << curl << false << QByteArray("libcurl cannot be loaded: ");
+        QTest::newRow("another library for libcurl")
+            << curl << true << QByteArray("libcurl has no curl_global_init: ");
+        QTest::newRow("no library for libuv") << uv << false << QByteArray("libuv cannot be loaded: ");
+        QTest::newRow("another library for libuv")
+            << uv << true << QByteArray("libuv has no uv_async_init: ");
     }
     void aLibraryThatCannotBeUsedEndsTheProgramAndIsNamed()
     {
+        QFETCH(QString, file);
         QFETCH(bool, isLibrary);
         QFETCH(QByteArray, message);
         const QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("libcurl.so.4"));
+        const QString path = folder.filePath(file);
         if (isLibrary) {
             QVERIFY(QFile::link(libraryOfTheTests(), path));
         } else {
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("no library") > 0);
+            QFile text(path);
+            QVERIFY(text.open(QIODevice::WriteOnly) && text.write("no library") > 0);
         }
         QProcess program;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -68,7 +83,7 @@ private Q_SLOTS:
         program.setProcessEnvironment(environment);
         program.setProcessChannelMode(QProcess::MergedChannels);
         program.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("libcurlIsLoadedWithTheFirstExchangeAndNotWithTheProgram")});
+                      {QStringLiteral("librariesAreLoadedWithTheFirstExchangeAndNotWithTheProgram")});
         QVERIFY(program.waitForFinished());
         const QByteArray output = program.readAll();
         QVERIFY2(output.contains(message), output.constData());
@@ -76,7 +91,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// The path of a library that has nothing to do with libcurl.
+    /// The path of a library that has nothing to do with them.
     static QString libraryOfTheTests()
     {
         QFile maps(QStringLiteral("/proc/self/maps"));

@@ -178,9 +178,36 @@ private Q_SLOTS:
             text += scheme.takesColonInUser ? " colon" : "";
             text += scheme.needsSecret ? " secret" : "";
             text += scheme.answersAChallenge ? " challenge" : "";
+            text += scheme.runsOut ? " renewed" : "";
             all += text;
         }
-        QCOMPARE(all, (QByteArrayList{"basic user", "digest user colon challenge", "bearer colon secret"}));
+        QCOMPARE(all, (QByteArrayList{"basic user", "digest user colon challenge",
+                                      "bearer colon secret renewed"}));
+    }
+
+    void onlyALoginThatRunsOutIsRenewed_data()
+    {
+        QTest::addColumn<int>("login");
+        QTest::newRow("none") << int(DeviceEndpoint::Login::None);
+        for (const LoginScheme& scheme : loginSchemes) {
+            QTest::newRow(scheme.name) << int(scheme.login);
+        }
+    }
+    void onlyALoginThatRunsOutIsRenewed()
+    {
+        QFETCH(int, login);
+        DeviceEndpoint given = endpoint("127.0.0.1:1");
+        given.login = static_cast<DeviceEndpoint::Login>(login);
+        given.user = QStringLiteral("admin");
+        given.secret = QStringLiteral("secret");
+        given.renewSecret = [](const QString&) { return QString(); };
+        DeviceRegistry registry;
+        QString reason;
+        const LoginScheme* const scheme = loginScheme(given.login);
+        const bool runsOut = scheme != nullptr && scheme->runsOut;
+        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason),
+                 runsOut ? Change::Added : Change::Refused);
+        QVERIFY2(runsOut || reason.contains(QLatin1String("renews")), qPrintable(reason));
     }
 
     void everyLoginSchemeIsTakenWithWhatItNeedsAndGoesOutUnderItsName_data()

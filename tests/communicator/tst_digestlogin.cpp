@@ -57,6 +57,8 @@ private Q_SLOTS:
         row("MD5 without qop", ", algorithm=MD5", false, false, false);
         row("MD5-sess", ", algorithm=MD5-sess, qop=\"auth, auth-int\"", false, true, true);
         row("SHA-256", ", algorithm=SHA-256, qop=\"auth-int,auth\", opaque=\"FQhe\"", true, false, true);
+        row("blanks around what is offered", ", algorithm=MD5, qop=\"auth-int, auth ,x\"", false, false,
+            true);
         row("SHA-256-sess", ", algorithm=sha-256-SESS, qop=auth", true, true, true);
     }
     void theAnswerIsWhatTheDeviceComputes()
@@ -102,8 +104,11 @@ private Q_SLOTS:
             QCOMPARE(parameter(login.authorization("GET", target), "nc"),
                      QByteArray::number(i, 16).rightJustified(8, '0'));
         }
-        QVERIFY(login.takeChallenge(QStringLiteral("Digest realm=r, nonce=m, qop=auth, stale=true"), {}));
+        const QString next = QStringLiteral("Digest realm=r, nonce=m, qop=auth, stale=true");
+        QVERIFY(login.takeChallenge(next, {}));
         QCOMPARE(parameter(login.authorization("GET", target), "nc"), QByteArray("00000001"));
+        QVERIFY(login.takeChallenge(next, {})); // another request got the same one
+        QCOMPARE(parameter(login.authorization("GET", target), "nc"), QByteArray("00000002"));
     }
 
     void theClientsNonceIsNewEachTime()

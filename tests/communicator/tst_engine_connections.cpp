@@ -51,6 +51,53 @@ private Q_SLOTS:
         QCOMPARE(server.connections(), 1);
     }
 
+    void requestsOfBothClassesEndOnDemand_data()
+    {
+        QTest::addColumn<int>("how");
+        QTest::newRow("one is cancelled") << 0;
+        QTest::newRow("all of the device are cancelled") << 1;
+        QTest::newRow("all of the device are aborted") << 2;
+        QTest::newRow("the engine stops") << 3;
+    }
+    void requestsOfBothClassesEndOnDemand()
+    {
+        QFETCH(int, how);
+        for (const bool daemon : {false, true}) {
+            MisbehavingServer server(Mode::Stall);
+            Bench bench;
+            HttpRequest asked = request(server.address());
+            asked.daemon = daemon;
+            asked.id = 7;
+            asked.expectedTime = 60000;
+            std::promise<HttpReply> ended;
+            std::future<HttpReply> reply = ended.get_future();
+            bench.engine.start(asked, [&ended](const HttpReply& told) { ended.set_value(told); });
+            QVERIFY(server.waitForDeliveries(1));
+            bench.engine.cancel(0); // names none
+            bench.engine.cancel(6);
+            bench.engine.cancelAll(QStringLiteral("another"));
+            bench.engine.abort(QStringLiteral("another"));
+            bench.loop->run([] {});
+            QCOMPARE(reply.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+            switch (how) {
+            case 0:
+                bench.engine.cancel(7);
+                break;
+            case 1:
+                bench.engine.cancelAll(server.address());
+                break;
+            case 2:
+                bench.engine.abort(server.address());
+                break;
+            default:
+                bench.engine.stop();
+                break;
+            }
+            QCOMPARE(reply.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+            QCOMPARE(reply.get().state, State::Aborted);
+        }
+    }
+
     void daemonRequestsTravelOnConnectionsOfTheirOwn_data() { bothWays(); }
     void daemonRequestsTravelOnConnectionsOfTheirOwn()
     {

@@ -574,54 +574,75 @@ private Q_SLOTS:
         QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
     }
 
+    // A machine with much to do may be too late to close the stream in time, so there are several attempts.
     void aStreamThatIsClosedOwesItsProofNoLonger()
     {
-        MisbehavingServer server(Mode::Scripted);
-        server.addScript({head, "id: e:1\ndata: 1\n\n"});
-        server.addScript({head});
-        EventTimings timings = quickTimings();
-        timings.proof = 200ms;
-        timings.firstDelay = timings.longestDelay = 1ms;
-        Listening listening(timings);
-        const auto told = statesTold(listening, wall);
-        listening.open(wall, server.address());
-        QTRY_COMPARE(listening.events.size(), 1);
-        server.dropConnections();
-        QTRY_COMPARE(told->count(QStringLiteral("live")), 2);
-        server.setMode(Mode::Raw);
-        server.setRaw({});
-        server.dropConnections();
-        QVERIFY(waitFor(listening, timings.proof));
-        QCoreApplication::processEvents();
-        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 0);
+        for (std::chrono::milliseconds proof = 200ms; proof < 20s; proof *= 2) {
+            MisbehavingServer server(Mode::Scripted);
+            server.addScript({head, "id: e:1\ndata: 1\n\n"});
+            server.addScript({head});
+            EventTimings timings = quickTimings();
+            timings.proof = proof;
+            timings.firstDelay = timings.longestDelay = 1ms;
+            timings.connect = 1h;
+            Listening listening(timings);
+            const auto told = statesTold(listening, wall);
+            listening.open(wall, server.address());
+            QTRY_COMPARE(listening.events.size(), 1);
+            server.dropConnections();
+            QTRY_COMPARE(told->count(QStringLiteral("live")), 2);
+            server.setMode(Mode::Stall); // the next one is not refused, which would take a report back
+            server.dropConnections();
+            QTRY_VERIFY(listening.board.connection(wall).state != ConnectionState::Live);
+            QCoreApplication::processEvents();
+            if (listening.count(ProxyEvent::Kind::EventsMissed) > 0) {
+                continue;
+            }
+            QVERIFY(waitFor(listening, 2 * timings.proof));
+            QCoreApplication::processEvents();
+            QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 0);
+            return;
+        }
+        QFAIL("the stream could not be closed in time");
     }
 
+    // A machine with much to do may be too late to close the stream before its turn, so there are several
+    // attempts.
     void aReportThatIsDueWaitsForTheDevice()
     {
-        MisbehavingServer first(Mode::Scripted);
-        first.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
-        MisbehavingServer server(Mode::Scripted);
-        server.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
-        EventTimings timings = quickTimings();
-        timings.reportGap = 300ms;
-        timings.firstDelay = timings.longestDelay = 1ms;
-        Listening listening(timings);
-        listening.board.setChangeEvents({"\"x\""});
-        listening.open(QStringLiteral("first"), first.address());
-        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
-        listening.open(wall, server.address());
-        QTRY_COMPARE(listening.events.count("1"), 2);
-        server.setMode(Mode::Raw); // before its turn to be reported comes
-        server.setRaw({});
-        server.dropConnections();
-        QVERIFY(waitFor(listening, timings.reportGap));
-        QCoreApplication::processEvents();
-        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
-        server.addScript({head, "id: e:5\n\n"});
-        server.addScript({head, "id: e:5\n\n"});
-        server.setMode(Mode::Scripted);
-        QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
-        QTRY_COMPARE(listening.events.count("\"x\""), 2);
+        for (std::chrono::milliseconds gap = 300ms; gap < 20s; gap *= 2) {
+            MisbehavingServer first(Mode::Scripted);
+            first.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+            MisbehavingServer server(Mode::Scripted);
+            server.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+            EventTimings timings = quickTimings();
+            timings.reportGap = gap;
+            timings.firstDelay = timings.longestDelay = 1ms;
+            Listening listening(timings);
+            listening.board.setChangeEvents({"\"x\""});
+            listening.open(QStringLiteral("first"), first.address());
+            QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+            listening.open(wall, server.address());
+            QTRY_COMPARE(listening.events.count("1"), 2);
+            server.setMode(Mode::Raw);
+            server.setRaw({});
+            server.dropConnections();
+            QTRY_VERIFY(listening.board.connection(wall).state != ConnectionState::Live);
+            QCoreApplication::processEvents();
+            if (listening.count(ProxyEvent::Kind::EventsMissed) == 2) {
+                continue;
+            }
+            QVERIFY(waitFor(listening, timings.reportGap));
+            QCoreApplication::processEvents();
+            QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+            server.addScript({head, "id: e:5\n\n"});
+            server.addScript({head, "id: e:5\n\n"});
+            server.setMode(Mode::Scripted);
+            QTRY_COMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
+            QTRY_COMPARE(listening.events.count("\"x\""), 2);
+            return;
+        }
+        QFAIL("the stream could not be closed before its turn");
     }
 
     void aReportThatIsOwedComesThoughTheStreamGoesOn()
@@ -679,14 +700,17 @@ private Q_SLOTS:
         timings.firstDelay = timings.longestDelay = 1h;
         timings.goneAfter = 50ms;
         Listening listening(timings);
-        const auto told = statesTold(listening, wall);
         listening.open(wall, server.address());
-        const QString silent = QStringLiteral("the device does not answer");
-        QTRY_COMPARE(*told, (QStringList{"connecting", "waiting " + silent, "gone " + silent}));
+        const auto isGone = [&listening] {
+            const DeviceConnection now = listening.board.connection(wall);
+            return now.state == ConnectionState::Gone && now.nextAttempt.isValid();
+        };
+        QTRY_VERIFY(isGone());
+        QCOMPARE(listening.board.connection(wall).reason, QStringLiteral("the device does not answer"));
         const QDateTime next = listening.board.connection(wall).nextAttempt;
         QVERIFY(next > QDateTime::currentDateTimeUtc().addSecs(1800));
         QVERIFY(next <= QDateTime::currentDateTimeUtc().addSecs(3600));
-        QCOMPARE(listening.proxyEvents.last().kind, ProxyEvent::Kind::Logout);
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
     }
 
     void aDeviceThatIsBeingAskedIsGoneWithoutANextTime()
@@ -747,8 +771,62 @@ private Q_SLOTS:
         endpoint.secret = QStringLiteral("secret");
         listening.open(wall, server.address(), endpoint);
         QTRY_COMPARE(listening.events.size(), 1);
-        QCOMPARE(server.deliveries(), 4);
+        QVERIFY(server.deliveries() >= 4);
         QVERIFY(server.received().at(3).headers.value("authorization").contains("nonce=\"b\""));
+    }
+
+    void aStreamWhoseTokenHasRunOutComesBackWithANewOne()
+    {
+        const QByteArray refusal = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\n";
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({refusal});
+        server.addScript({head, "data: {\"a\":1}\n\n"});
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QStringLiteral("old");
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        endpoint.renewSecret = [calls](const QString& deviceKey) {
+            ++*calls;
+            return deviceKey + QStringLiteral("-new");
+        };
+        Listening listening;
+        listening.open(wall, server.address(), endpoint);
+        QTRY_COMPARE(listening.events.size(), 1);
+        QCOMPARE(calls->load(), 1);
+        const auto received = server.received();
+        QCOMPARE(received.size(), std::size_t(2));
+        QCOMPARE(received[0].headers.value("authorization"), QByteArray("Bearer old"));
+        QCOMPARE(received[1].headers.value("authorization"), QByteArray("Bearer wall-new"));
+    }
+
+    void aStreamWhoseTokenIsNotRenewedIsRefused_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<int>("attempts");
+        QTest::newRow("nothing") << QString() << 1;
+        QTest::newRow("the same") << "old" << 1;
+        QTest::newRow("another that is refused") << "wrong" << 2;
+    }
+    void aStreamWhoseTokenIsNotRenewedIsRefused()
+    {
+        QFETCH(QString, given);
+        QFETCH(int, attempts);
+        MisbehavingServer server(Mode::Token);
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QStringLiteral("old");
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        endpoint.renewSecret = [calls, given](const QString&) {
+            ++*calls;
+            return given;
+        };
+        LogCollector log;
+        Listening listening;
+        listening.open(wall, server.address(), endpoint);
+        QTRY_VERIFY(!log.lines().filter(QStringLiteral("the login was not renewed")).isEmpty());
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Refused);
+        QCOMPARE(server.deliveries(), attempts);
+        QCOMPARE(calls->load(), 1);
     }
 
     void whatIsNoJsonInUtf8IsDroppedAndSaidOnce()

@@ -3,6 +3,7 @@
 
 #include "communicator/exchangeobserver.h"
 #include "communicator/http/exchange.h"
+#include "communicator/http/requesthead.h"
 #include "socketends.h"
 
 #include <QTemporaryDir>
@@ -65,12 +66,26 @@ public:
         return exchange.prepare(asked, device(digest), std::chrono::steady_clock::now());
     }
 
+    /// Performs @p asked on @p connection. @return the first @p size bytes of the request.
+    QByteArray heard(const HttpRequest& asked, const std::shared_ptr<const Device>& to,
+                     Connection& connection, const SocketEnds& ends, int size)
+    {
+        exchange.prepare(asked, to, std::chrono::steady_clock::now());
+        exchange.send(connection);
+        const QByteArray request = ends.hear(size);
+        feed(goodReply);
+        exchange.finish();
+        return request;
+    }
+
     Exchange exchange{smallLimits()};
     ExchangeRecord record;
     int records = 0;
 };
 
 } // namespace
+
+Q_DECLARE_METATYPE(HttpRequest)
 
 class TestExchange : public QObject
 {
@@ -130,6 +145,69 @@ private Q_SLOTS:
             QCOMPARE(watched.record.reply, QByteArray("{}"));
             QCOMPARE(watched.record.status, 200);
             QCOMPARE(watched.record.reason, QString());
+        }
+    }
+
+    void theHeadOfOneReadIsNoOthers_data()
+    {
+        QTest::addColumn<HttpRequest>("other");
+        QTest::addColumn<QByteArray>("sent");
+        HttpRequest other = request(QStringLiteral("wall"), HttpMethod::Get);
+        QTest::newRow("the same") << other << headOf("GET");
+        other.path = QStringLiteral("/api/v1/y");
+        QTest::newRow("another path") << other << headOf("GET").replace("v1/x", "v1/y");
+        other = request(QStringLiteral("wall"), HttpMethod::Get);
+        other.headers = {{QStringLiteral("Seven"), QStringLiteral("7")}};
+        QTest::newRow("a header") << other << headOf("GET", "Seven: 7\r\n");
+        other.headers.clear();
+        other.parameters = {{QStringLiteral("p"), QStringLiteral("7")}};
+        QTest::newRow("a parameter") << other << headOf("GET").replace("v1/x", "v1/x?p=7");
+        other.parameters.clear();
+        other.body = "{}";
+        QTest::newRow("a body") << other << headOf("GET", "Content-Length: 2\r\n") + "{}";
+        other.body.clear();
+        other.method = HttpMethod::Delete;
+        QTest::newRow("another verb") << other << headOf("DELETE");
+    }
+    void theHeadOfOneReadIsNoOthers()
+    {
+        QFETCH(HttpRequest, other);
+        QFETCH(QByteArray, sent);
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const HttpRequest plain = request(QStringLiteral("wall"), HttpMethod::Get);
+        const auto sends = [&](const HttpRequest& asked, const std::shared_ptr<const Device>& to,
+                               const QByteArray& expected) {
+            QCOMPARE(watched.heard(asked, to, connection, ends, expected.size()), expected);
+            QCOMPARE(watched.record.path, expected.split(' ').at(1));
+        };
+        const std::shared_ptr<const Device> wall = device();
+        auto elsewhere = std::make_shared<Device>();
+        elsewhere->authority = "other.test";
+        for (int i = 0; i < 2; ++i) {
+            sends(plain, wall, headOf("GET"));
+            sends(other, wall, sent);
+            sends(plain, wall, headOf("GET"));
+            sends(plain, elsewhere, headOf("GET").replace("wall", "other"));
+        }
+    }
+
+    void aReadHasTheTokenOfItsTime()
+    {
+        const SocketEnds ends;
+        Connection connection(ends.ours);
+        Watched watched;
+        const auto to = std::make_shared<Device>();
+        to->authority = "wall.test";
+        to->endpoint.login = DeviceEndpoint::Login::Bearer;
+        const auto renew = [](const QString&) { return QString(); };
+        for (const char* token : {"one", "two"}) {
+            to->token = std::make_shared<TokenLogin>(QStringLiteral("wall"), QLatin1String(token), renew);
+            QByteArray expected = headOf("GET");
+            expected.replace("Accept:", QByteArray("Authorization: Bearer ") + token + "\r\nAccept:");
+            const HttpRequest asked = request(QStringLiteral("wall"), HttpMethod::Get);
+            QCOMPARE(watched.heard(asked, to, connection, ends, expected.size()), expected);
         }
     }
 
@@ -260,12 +338,15 @@ private Q_SLOTS:
             const SocketEnds ends;
             Connection connection(ends.ours);
             QCOMPARE(watched.prepare(asked), State::Success);
+            const QByteArray whole = headOf(verbOf(asked.method), "Content-Length: 2\r\n") + "{}";
             for (int i = 0; i < repeats; ++i) {
                 QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+                QCOMPARE(ends.hear(whole.size()), whole);
                 QCOMPARE(watched.lose(how, isReused), Step::AgainFresh);
                 QVERIFY(!watched.exchange.mayReceive()); // all of it is sent again
             }
             QCOMPARE(watched.exchange.send(connection), Step::GoOn);
+            QCOMPARE(ends.hear(whole.size()), whole);
             QCOMPARE(watched.lose(how, isReused), Step::Ended);
             QCOMPARE(watched.exchange.finish().state, State::Broken);
             QCOMPARE(watched.record.reason, reason);
@@ -319,6 +400,7 @@ private Q_SLOTS:
             QCOMPARE(byte.size(), 1);
             second += byte;
         }
+        QVERIFY2(second.startsWith("PUT /api/v1/x HTTP/1.1\r\n"), second.constData());
         QVERIFY2(second.contains("\r\nAuthorization: Digest username=\"admin\""), second.constData());
         QCOMPARE(watched.feed(goodReply), Step::Ended);
         const HttpReply reply = watched.exchange.finish();

@@ -14,6 +14,8 @@ class TestExit : public QObject
 private Q_SLOTS:
     void aProcessEndsCleanlyWithRequestsInFlight_data();
     void aProcessEndsCleanlyWithRequestsInFlight();
+    void aProcessEndsCleanlyWithRequestsThatWait_data();
+    void aProcessEndsCleanlyWithRequestsThatWait();
     void aProcessEndsCleanlyWithAConnectionOverTls();
 
 private:
@@ -47,6 +49,23 @@ void TestExit::aProcessEndsCleanlyWithRequestsInFlight()
     const MisbehavingServer stalled(Mode::Stall);
     const MisbehavingServer well;
     endsWith({way, stalled.address(), well.address()}, output);
+}
+
+void TestExit::aProcessEndsCleanlyWithRequestsThatWait_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::newRow("for a login") << QByteArray("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n");
+    QTest::newRow("for a busy device")
+        << QByteArray("HTTP/1.1 503 No\r\nRetry-After: 600\r\nContent-Length: 0\r\n\r\n");
+}
+
+void TestExit::aProcessEndsCleanlyWithRequestsThatWait()
+{
+    QFETCH(QByteArray, reply);
+    MisbehavingServer server(Mode::RawKeepAlive);
+    server.setRaw(reply);
+    endsWith({QStringLiteral("waiting requests"), QString(), server.address()},
+             "aborted 4\nGET /x on wall: the transport was stopped or the device was removed\n");
 }
 
 void TestExit::aProcessEndsCleanlyWithAConnectionOverTls()

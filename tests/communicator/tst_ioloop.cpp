@@ -382,7 +382,7 @@ private Q_SLOTS:
         loop.run([&] { pipe->say(); });
         QTRY_COMPARE(seconds.load(), 2);
         QCOMPARE(firsts.load(), 0);
-        loop.run([&] { loop.unwatch(pipe->reader()); });
+        loop.run([&] { loop.unwatch(pipe->reader()); }); // before it is closed
     }
 
     // As libcurl does it with an address that it gives up.
@@ -449,6 +449,7 @@ private Q_SLOTS:
         loop.run([&] { pipe->say(); });
         QTRY_COMPARE(seconds.load(), 1);
         QCOMPARE(firsts.load(), 1);
+        loop.run([&] { loop.unwatch(number); }); // before the pipe is closed
     }
 
     void aFailureIsToldAsAllThatIsWatchedForUntilItIsTakenAway_data()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpjsonpackage.h>
+#include <communicator/httpproxy.h>
 #include <communicator/httpmutilpartpackage.h>
 #include <logcollector.h>
 
@@ -16,6 +17,30 @@ using Headers = QMap<QString, QString>;
 class TestPackage : public QObject
 {
     Q_OBJECT
+private:
+    template <class Data>
+    static Data readInto(Data out, const HttpJsonPackage& package, const char* decoder)
+    {
+        quintptr reader = 0;
+        QMetaObject::invokeMethod(HttpProxy::getInstance(), "replyReader", Qt::DirectConnection,
+                                  Q_RETURN_ARG(quintptr, reader), Q_ARG(QByteArray, decoder));
+        if (reader != 0) {
+            reinterpret_cast<void (*)(const HttpJsonPackage&, Data&)>(reader)(package, out);
+        }
+        return out;
+    }
+
+    // Into containers that hold something, whatever that is.
+    static void readsWhatTheDecodersReturn(const HttpJsonPackage& package)
+    {
+        const QMap<QString, QVariant> map{{"a", 7}, {"old", QVariantList{1}}};
+        const QList<QVariant> list{5, map, QVariantList{1}};
+        QCOMPARE(readInto(map, package, "getRoutesJsonMap"), package.getRoutesJsonMap());
+        QCOMPARE(readInto(list, package, "getRoutesJsonDataListMap"), package.getRoutesJsonDataListMap());
+        QCOMPARE(readInto(list, package, "getJsonDataListMap"), package.getJsonDataListMap());
+        QCOMPARE(readInto(list, package, "anotherDecoder"), list);
+    }
+
 private Q_SLOTS:
     void aFreshPackageReportsSuccessAndHoldsNothing()
     {
@@ -33,6 +58,7 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
     }
 
     void aReplyThatIsNoObjectIsWarnedOfOnce_data()
@@ -55,11 +81,17 @@ private Q_SLOTS:
         QFETCH(int, warnings);
         const LogCollector log;
         HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/{id}"));
+        package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("x"));
+        package.addParameters(QStringLiteral("q"), QStringLiteral("1"));
+        package.setDevkey(QStringLiteral("user:secret@wall"));
         package.replyStatus = status;
         package.setReceiveData(body);
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
-        QCOMPARE(log.lines().filter(QStringLiteral(": the reply is not a JSON object")).size(), warnings);
+        const QString line =
+            QStringLiteral("tessel.http.warning: ***@wall /api/v1/x?q=1: the reply is not a JSON object");
+        QCOMPARE(log.lines(), warnings == 0 ? QStringList() : QStringList(line));
     }
 
     void whatIsSetIsReadBack()
@@ -141,12 +173,15 @@ private Q_SLOTS:
         QCOMPARE(package.getRoutesJsonDataListMap().at(0).toMap().value(QStringLiteral("a.b")).toInt(), 1);
         QCOMPARE(package.getJsonDataListMap().at(0).toMap().value(QStringLiteral("a")).toMap().size(), 1);
         QCOMPARE(package.getJsonDataListMap().at(1).toInt(), 5);
+        readsWhatTheDecodersReturn(package);
     }
 
     void theTimeOfALargeDecodingIsTold()
     {
         HttpJsonPackage package(nullptr);
-        package.setUrl(QStringLiteral("/api/v1/x"));
+        package.setUrl(QStringLiteral("/api/v1/{id}"));
+        package.addPlaceHolders(QStringLiteral("id"), QStringLiteral("x"));
+        package.addParameters(QStringLiteral("q"), QStringLiteral("1"));
         package.setDevkey(QStringLiteral("user:secret@wall"));
         package.setReceiveData("{\"data\":{\"a\":\"" + QByteArray((1 << 20) - 20, 'x') + "\"}}");
         const LogCollector log;
@@ -156,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(package.getRoutesJsonMap().size(), 1);
         QCOMPARE(log.lines().size(), 1);
         const QRegularExpression told(
-            "^tessel\\.http\\.info: \\*\\*\\*@wall /api/v1/x: decoding 1048593 bytes took "
+            "^tessel\\.http\\.info: \\*\\*\\*@wall /api/v1/x\\?q=1: decoding 1048593 bytes took "
             "[0-9]+ ms beside the time limit$");
         QVERIFY2(told.match(log.lines()[0]).hasMatch(), qPrintable(log.lines()[0]));
     }
@@ -170,6 +205,7 @@ private Q_SLOTS:
         package.setReceiveData("{\"data\":[1]}");
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
         QCOMPARE(package.getReceiveData(), QByteArray("{\"data\":[1]}"));
     }
 
@@ -189,6 +225,7 @@ private Q_SLOTS:
         QVERIFY(package.getRoutesJsonMap().isEmpty());
         QVERIFY(package.getRoutesJsonDataListMap().isEmpty());
         QVERIFY(package.getJsonDataListMap().isEmpty());
+        readsWhatTheDecodersReturn(package);
     }
 
     void aMultipartPackageKeepsItsPartsAsTheyAre()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "communicator/http/headername.h"
 #include "communicator/http/requesthead.h"
 #include "communicator/http/transferlimits.h"
 #include "communicator/loginscheme.h"
@@ -107,6 +108,27 @@ private Q_SLOTS:
                  QByteArray("GET / HTTP/1.1\r\nHost: wall.test:81\r\n"
                             "Accept: */*\r\nX: 1\r\nauthORIZATION: own\r\n\r\n"));
         QCOMPARE(sent, QByteArray());
+    }
+
+    void namesCompareWithoutRegardToCase_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<bool>("same");
+        QTest::newRow("as it is") << QByteArray("accept") << true;
+        QTest::newRow("capitals") << QByteArray("ACCEPT") << true;
+        QTest::newRow("another of its length") << QByteArray("except") << false;
+        QTest::newRow("its beginning") << QByteArray("acc") << false;
+        QTest::newRow("with more behind it") << QByteArray("accepted") << false;
+        QTest::newRow("nothing") << QByteArray() << false;
+    }
+    void namesCompareWithoutRegardToCase()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(bool, same);
+        QCOMPARE(isNamed(std::string_view(name.constData(), std::size_t(name.size())), "accept"), same);
+        QCOMPARE(isNamed(QString::fromLatin1(name), "accept"), same);
+        const Headers headers{{"A", "1"}, {QString::fromLatin1(name), "2"}, {"Z", "3"}};
+        QCOMPARE(findHeader(headers, QStringLiteral("accept")) != headers.cend(), same);
     }
 
     void headersThatCannotBeSentAreRefused_data()

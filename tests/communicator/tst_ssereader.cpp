@@ -89,6 +89,20 @@ private Q_SLOTS:
         QVERIFY(large.lastEventId().isEmpty());
     }
 
+    void anIdThatIsKnownFromBeforeHoldsUntilTheNext()
+    {
+        SseReader reader(1 << 20, [](SseReader::Event&&) {});
+        const auto feed = [&reader](const QByteArray& text) {
+            return reader.feed(text.constData(), std::size_t(text.size()));
+        };
+        reader.setLastEventId("e:1");
+        QCOMPARE(reader.lastEventId(), QByteArray("e:1"));
+        QVERIFY(feed("data: 1\n\n"));
+        QCOMPARE(reader.lastEventId(), QByteArray("e:1"));
+        QVERIFY(feed("id: e:2\ndata: 2\n\nid: e:3\n"));
+        QCOMPARE(reader.lastEventId(), QByteArray("e:2"));
+    }
+
     void anIdReachesToItsBound()
     {
         for (const int size : {4096, 4097}) {

@@ -130,12 +130,17 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
     FUZZ_EXPECT(!isObject || complete);
     FUZZ_EXPECT(isObject || plain.isEmpty());
 
-    bool asMap = false;
-    bool asList = false;
-    bool asPlainList = false;
-    const QVariantMap data = JsonText::dataFlattened(text, &asMap);
-    const QVariantList list = JsonText::dataListFlattened(text, &asList);
-    const QVariantList plainList = JsonText::dataList(text, &asPlainList);
+    QVariantMap data;
+    QVariantList list;
+    QVariantList plainList;
+    const bool asMap = JsonText::readDataFlattened(text, data);
+    const bool asList = JsonText::readDataListFlattened(text, list);
+    const bool asPlainList = JsonText::readDataList(text, plainList);
+    // The same into what holds the result of another text, whose memory is used again.
+    static thread_local QVariantMap earlierData;
+    static thread_local QVariantList earlierList;
+    FUZZ_EXPECT(JsonText::readDataFlattened(text, earlierData) == asMap && earlierData == data);
+    FUZZ_EXPECT(JsonText::readDataListFlattened(text, earlierList) == asList && earlierList == list);
     FUZZ_EXPECT(asPlainList == isObject);
 
     QVariantMap flat;

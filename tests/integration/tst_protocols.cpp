@@ -72,7 +72,7 @@ class TestProtocolsIntegration : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void anOlderControllerIsLoadedByTheSingleScreenProtocol()
+    void aSingleScreenControllerIsLoadedByItsProtocol()
     {
         SimulatedDevice device(kind(Protocol::SingleScreen));
         QVERIFY(device.start());
@@ -104,7 +104,7 @@ private Q_SLOTS:
         QCOMPARE(device.requests("Device_AllScreens"), 0);
     }
 
-    void brightnessWrittenIsReadBackOnAnOlderController()
+    void brightnessWrittenIsReadBackOnASingleScreenController()
     {
         SimulatedDevice device(kind(Protocol::SingleScreen));
         QVERIFY(device.start());
@@ -118,7 +118,7 @@ private Q_SLOTS:
         QCOMPARE(read.value("brightness").toInt(), 61);
     }
 
-    void brightnessWrittenIsReadBackOnANewerController()
+    void brightnessWrittenIsReadBackOnAMultiScreenController()
     {
         SimulatedDevice device(kind(Protocol::MultiScreen));
         QVERIFY(device.start());

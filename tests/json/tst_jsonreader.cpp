@@ -466,6 +466,7 @@ private Q_SLOTS:
         row("1.5e+300", 1.5e300);
         row("5e-324", 5e-324);
         row("1e-400", 0.0);
+        row(("0." + QByteArray(400, '0') + "1e+5").constData(), 0.0);
         row("0.1000000000000000055511151231257827021181583404541015625", 0.1);
         row("179769313486231570000e288", std::numeric_limits<double>::max());
     }
@@ -665,6 +666,116 @@ private Q_SLOTS:
                  (QVariantList{QVariantMap{{"a", 7}, {"b", 8}}}));
     }
 
+    void whatWasReadBeforeDoesNotShowInTheNextResult_data()
+    {
+        QTest::addColumn<QByteArrayList>("texts");
+        const QByteArray list = R"([{"a":1,"b":"x"},{"a":2,"b":"y"},{"a":3,"b":"z"}])";
+        QTest::newRow("other values") << QByteArrayList{list, R"([{"a":7,"b":"w"},{"a":8,"b":"y"}])"};
+        QTest::newRow("other types") << QByteArrayList{
+            list, R"([{"a":"1","b":{}},{"a":[],"b":null},{"a":{"c":1},"b":[2]}])", list};
+        QTest::newRow("fewer") << QByteArrayList{list, R"([{"a":1,"b":2}])", "[]", list};
+        QTest::newRow("fewer members") << QByteArrayList{list, R"([{"a":1,"b":"x"},{"a":2},{},{"b":3}])"};
+        QTest::newRow("more members")
+            << QByteArrayList{list, list, R"([{"a":1,"b":2,"c":3},{"a":1,"b":2,"c":3},{"b":1,"c":2,"a":3}])"};
+        QTest::newRow("members that occur again")
+            << QByteArrayList{R"([{"o":{"x":1,"y":2}},{"o":{"x":1,"y":2}}])",
+                              R"([{"o":{"x":1},"o":{"y":2}},{"o":{"x":1,"y":2},"o":{}}])"};
+        QTest::newRow("lists in objects in lists")
+            << QByteArrayList{R"([{"l":[{"p":1},{"p":2}],"m":[[1,2],[3]]},{"l":[{"p":1},{"p":2}],"m":[]}])",
+                              R"([{"l":[{"p":5}],"m":[[1],[3,4],5]},{"l":[{"q":1},2],"m":{"l":1}}])"};
+        QTest::newRow("strings that look alike")
+            << QByteArrayList{R"(["\u00e9","\u00c3\u00a9","a"])", "[\"\xC3\xA9\",\"\xC3\xA9\",\"\\u0061\"]"};
+        QTest::newRow("no list") << QByteArrayList{list, R"({"a":1})", list, "1", list, "[1"};
+    }
+    void whatWasReadBeforeDoesNotShowInTheNextResult()
+    {
+        QFETCH(QByteArrayList, texts);
+        QVariantList flat;
+        QVariantList plain;
+        for (int i = 0; i < 3 * texts.size(); ++i) {
+            const QByteArray text = reply(texts.at(i % texts.size()));
+            QCOMPARE(JsonText::readDataListFlattened(text, flat), JsonText::isComplete(text));
+            QCOMPARE(flat, JsonText::dataListFlattened(text));
+            JsonText::readDataList(text, plain);
+            QCOMPARE(plain, JsonText::dataList(text));
+            QVariantMap map{{"list", flat}, {"old", true}};
+            JsonText::readFlattened(text, map);
+            QCOMPARE(map, flattened(text));
+        }
+        flat = {1};
+        QVERIFY(JsonText::readDataListFlattened(R"({"code":0})", flat));
+        QVERIFY(flat.isEmpty());
+    }
+
+    void randomTextsAreReadIntoEarlierResultsAsIntoNone()
+    {
+        QRandomGenerator random(11);
+        QVariantMap flat;
+        QVariantMap plain;
+        for (int i = 0; i < 4000; ++i) {
+            QByteArray text;
+            const std::function<void(int)> write = [&](int depth) {
+                const int kind = int(random.bounded(depth < 3 ? 6 : 4));
+                if (kind >= 4) {
+                    text += kind == 4 ? '{' : '[';
+                    for (int member = 0, count = int(random.bounded(4)); member < count; ++member) {
+                        text += member == 0 ? "" : ",";
+                        if (kind == 4) {
+                            text += QByteArray("\"") + "aab"[random.bounded(3)] + "\":";
+                        }
+                        write(depth + 1);
+                    }
+                    text += kind == 4 ? '}' : ']';
+                } else {
+                    text += QByteArrayList{"1", "\"x\"", "null", "2.5"}.at(kind);
+                }
+            };
+            text = "{\"a\":";
+            write(0);
+            text += ",\"b\":";
+            write(0);
+            text += '}';
+            QVERIFY(JsonText::readFlattened(text, flat));
+            QCOMPARE(flat, flattened(text));
+            QVERIFY(JsonText::readObject(text, plain));
+            QCOMPARE(QVariant(plain), toVariant(nlohmann::json::parse(text.cbegin(), text.cend())));
+        }
+    }
+
+    void copiesOfAnEarlierResultStayAsTheyAre()
+    {
+        const QByteArray first = reply(R"([{"a":1,"l":[1,{"p":1}]},{"a":2,"l":[2,{"p":2}]}])");
+        const QByteArray second = reply(R"([{"a":3,"l":[3,{"p":3}]},{"a":4,"l":[4,{"p":4}]}])");
+        const QVariantList expected = JsonText::dataListFlattened(first);
+        QVariantList out = JsonText::dataListFlattened(first);
+        const QVariantList whole = out;
+        JsonText::readDataListFlattened(second, out);
+        QCOMPARE(whole, expected);
+        JsonText::readDataListFlattened(first, out);
+        const QVariant element = out.at(0);
+        const QVariantMap map = out.at(1).toMap();
+        const QVariantList inner = map.value("l").toList();
+        JsonText::readDataListFlattened(second, out);
+        QCOMPARE(element, expected.at(0));
+        QCOMPARE(map, expected.at(1).toMap());
+        QCOMPARE(inner, expected.at(1).toMap().value("l").toList());
+        QCOMPARE(out, JsonText::dataListFlattened(second));
+    }
+
+    // Otherwise each would take the time of the large one, and the test would not end.
+    void smallObjectsBehindALargeOneCostNoMoreThanTheyHold()
+    {
+        QByteArray large = "{";
+        for (int i = 0; i < 20000; ++i) {
+            large += (i == 0 ? "\"k" : ",\"k") + QByteArray::number(i) + "\":1";
+        }
+        large += '}';
+        for (const QByteArray& small : {QByteArray("{},"), QByteArray("{\"k0\":1},")}) {
+            const QByteArray text = '[' + large + ',' + large + ',' + small.repeated(20000) + "{}]";
+            QCOMPARE(JsonText::dataList(reply(text)).size(), 20003);
+        }
+    }
+
     void aLargeTextIsRead()
     {
         QByteArray text = "[";
@@ -704,9 +815,9 @@ private Q_SLOTS:
         const int most = (JsonText::maxTokens + 1 - 14) / tokens;
         QCOMPARE(JsonText::dataList(textOf(most)).size(), most);
         const QByteArray text = textOf(most + 1);
-        bool isObject = true;
-        QVERIFY(JsonText::dataList(text, &isObject).isEmpty());
-        QVERIFY(!isObject);
+        QVariantList list{1};
+        QVERIFY(!JsonText::readDataList(text, list));
+        QVERIFY(list.isEmpty());
         QVERIFY(!JsonText::isComplete(text));
         givesNothing(text);
     }

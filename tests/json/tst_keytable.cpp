@@ -116,6 +116,22 @@ private Q_SLOTS:
         QVERIFY(find(table, std::string(std::size_t(bound), 'n')) != 0);
     }
 
+    void theNamesOfATextHaveABoundHoweverLongItIs()
+    {
+        // Each key in the scope counts its own name, the scope's and the dot between them.
+        constexpr int length = 8388600;
+        for (const int last : {51, 52}) {
+            KeyTable table;
+            table.begin(std::size_t(1) << 30);
+            const KeyTable::Id outer = find(table, std::string(length, 'o'));
+            QVERIFY(outer != 0);
+            for (const char* const name : {"1", "2", "3", "4", "5", "6"}) {
+                QVERIFY(find(table, name, outer) != 0);
+            }
+            QCOMPARE(find(table, std::string(std::size_t(last), 'x'), outer) != 0, last == 51);
+        }
+    }
+
     void aTableThatHasGrownIsForgotten_data()
     {
         QTest::addColumn<int>("count");

@@ -155,6 +155,20 @@ private Q_SLOTS:
         attackers.clear();
     }
 
+    void halfBodiesTakeMemoryForWhatHasCome()
+    {
+        const int count = 450;
+        std::vector<std::unique_ptr<HttpClient>> attackers;
+        const int before = residentMemory();
+        for (int i = 0; i < count; ++i) {
+            attackers.push_back(client());
+            attackers.back()->send("PUT " + hw + " HTTP/1.1\r\nHost: t\r\nContent-Length: 1000000\r\n\r\n{");
+        }
+        QTRY_COMPARE(m_simulator->requestsInFlight(), count);
+        // 64 KiB for each would be 28 MiB.
+        QVERIFY2(residentMemory() - before < 20, qPrintable(QString::number(residentMemory() - before)));
+    }
+
     void whoeverDoesNotReadIsClosedInTime()
     {
         Options options;

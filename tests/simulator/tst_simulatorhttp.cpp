@@ -528,7 +528,14 @@ private Q_SLOTS:
         QCOMPARE(HttpClient(simulator.port(), "127.0.0.2").get("/api/v1/device/hw").status, 0);
         QCOMPARE(HttpClient(simulator.port(), "127.0.0.3").get("/api/v1/device/hw").status, 200);
         idle.pop_back();
-        QTRY_COMPARE(HttpClient(simulator.port(), "127.0.0.2").get("/api/v1/device/hw").status, 200);
+        // Served once is enough: the connection of that attempt may still count when the next one is made.
+        bool isServed = false;
+        const auto served = [&] {
+            isServed =
+                isServed || HttpClient(simulator.port(), "127.0.0.2").get("/api/v1/device/hw").status == 200;
+            return isServed;
+        };
+        QTRY_VERIFY(served());
     }
 
     void aPeerHasItsShareOfTheMemoryForBodies()

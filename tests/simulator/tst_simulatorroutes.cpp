@@ -53,10 +53,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         const auto urls = AllUrlResource::getInstance()->getMapAllUrl();
-        QCOMPARE(urls.size(), 427);
         for (auto it = urls.cbegin(); it != urls.cend(); ++it) {
             QTest::newRow(qPrintable(it.key())) << it.value();
         }
+        QCOMPARE(urls.size(), 427);
     }
 
     void everyRouteAnswersItsVerbsWithAnEnvelope()
@@ -100,7 +100,7 @@ private Q_SLOTS:
         QTest::newRow("version") << "Device_Version" << QByteArray("GET, HEAD, PUT, POST, OPTIONS");
         QTest::newRow("screens") << "Device_AllScreens" << QByteArray("GET, HEAD, PUT, POST, OPTIONS");
         QTest::newRow("lock") << "Device_lock" << QByteArray("GET, HEAD, PUT, DELETE, OPTIONS");
-        QTest::newRow("told only") << "Device_HwUpdateProgress" << QByteArray("GET, HEAD, OPTIONS");
+        QTest::newRow("read-only") << "Device_HwUpdateProgress" << QByteArray("GET, HEAD, OPTIONS");
     }
 
     void everyRouteTakesTheVerbsOfItsKind()
@@ -112,7 +112,7 @@ private Q_SLOTS:
                  allow);
     }
 
-    void anOlderControllerLacksTheMultiScreenRoutes_data()
+    void aSingleScreenControllerLacksTheMultiScreenRoutes_data()
     {
         QTest::addColumn<QByteArray>("target");
         for (const char* target : {"/api/protocol/version", "/api/v1/screen", "/api/v1/screen/brightness",
@@ -121,7 +121,7 @@ private Q_SLOTS:
         }
     }
 
-    void anOlderControllerLacksTheMultiScreenRoutes()
+    void aSingleScreenControllerLacksTheMultiScreenRoutes()
     {
         QFETCH(QByteArray, target);
         QCOMPARE(HttpClient(m_singleScreen.port()).get(target).status, 404);

@@ -64,7 +64,8 @@ public:
 
     bool isOpen() const { return m_isOpen; }
     QByteArray version() const { return SSL_get_version(m_ssl); }
-    void send(const QByteArray& text) { SSL_write(m_ssl, text.constData(), text.size()); }
+    /// @return whether the connection took it.
+    bool send(const QByteArray& text) { return SSL_write(m_ssl, text.constData(), text.size()) > 0; }
     QByteArray get(const QByteArray& target, const QByteArray& headers = {})
     {
         send("GET " + target + " HTTP/1.1\r\nHost: t\r\n" + headers + "\r\n");
@@ -215,6 +216,21 @@ private Q_SLOTS:
         refused.send("hello\r\n\r\n");
         QVERIFY(refused.readUntil("\r\n").startsWith("HTTP/1.1 400 "));
         QVERIFY(refused.endsInOrder());
+    }
+
+    void aRefusalArrivesWhileTheClientSends()
+    {
+        Options options = encrypted();
+        options.bodyLimit = 1000;
+        start(options);
+        for (int i = 0; i < 10; ++i) {
+            TlsClient client(m_simulator->port());
+            client.send("PUT " + hw + " HTTP/1.1\r\nHost: t\r\nContent-Length: 4000000\r\n\r\n");
+            for (int k = 0; k < 40; ++k) {
+                QVERIFY(client.send(QByteArray(100000, 'x')));
+            }
+            QVERIFY(client.readUntil("\r\n").startsWith("HTTP/1.1 413 "));
+        }
     }
 
     void eventsComeOnAnEncryptedStream()

@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: MIT
+#include "communicator/http/tokenlogin.h"
+
+#include <logcollector.h>
+
+#include <QDeadlineTimer>
+#include <QtTest>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+using namespace Krelm::Communicator::HttpDevice;
+using Verdict = TokenLogin::Verdict;
+
+namespace {
+
+const QString wall = QStringLiteral("wall");
+
+/// Waits for one answer of a TokenLogin.
+struct Waits
+{
+    TokenLogin::Waiter waiter()
+    {
+        return [this](bool renewed) { m_renewed.set_value(renewed); };
+    }
+    /// Null if nothing came for ten seconds.
+    std::optional<bool> answer()
+    {
+        auto renewed = m_renewed.get_future();
+        return renewed.wait_for(std::chrono::seconds(10)) == std::future_status::ready
+                   ? std::optional<bool>(renewed.get())
+                   : std::nullopt;
+    }
+
+private:
+    std::promise<bool> m_renewed;
+};
+
+/// Lets a function of the application wait.
+class Gate
+{
+public:
+    ~Gate() { open(); }
+    void open()
+    {
+        if (!m_isOpen.exchange(true)) {
+            m_promise.set_value();
+        }
+    }
+    void pass() const { m_future.wait(); }
+
+private:
+    std::promise<void> m_promise;
+    const std::shared_future<void> m_future = m_promise.get_future().share();
+    std::atomic<bool> m_isOpen{false};
+};
+
+QStringList warnings(const LogCollector& log)
+{
+    return log.lines().filter(QLatin1String("tessel.http.warning"));
+}
+
+std::shared_ptr<TokenLogin> login(TokenLogin::Renew renew, const RenewalTimings& timings = {})
+{
+    return std::make_shared<TokenLogin>(wall, QStringLiteral("old"), std::move(renew), timings);
+}
+
+} // namespace
+
+class TestTokenLogin : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void allWhoWereRefusedGetTheTokenOfOneCall()
+    {
+        const auto gate = std::make_shared<Gate>();
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login([gate, calls](const QString& deviceKey) {
+            ++*calls;
+            gate->pass();
+            return deviceKey + QStringLiteral("-new");
+        });
+        QCOMPARE(token->authorization(), QByteArray("Bearer old"));
+        std::array<Waits, 10> waits;
+        std::array<TokenLogin::Ticket, 10> tickets;
+        for (std::size_t i = 0; i < waits.size(); ++i) {
+            QCOMPARE(token->refused("Bearer old", tickets[i], waits[i].waiter()), Verdict::Waiting);
+        }
+        gate->open();
+        for (Waits& one : waits) {
+            QCOMPARE(one.answer(), std::optional<bool>(true));
+        }
+        QCOMPARE(calls->load(), 1);
+        QCOMPARE(token->authorization(), QByteArray("Bearer wall-new"));
+        // Who was refused with the old one needs no further call.
+        QCOMPARE(token->refused("Bearer old", tickets[0], waits[0].waiter()), Verdict::Renewed);
+        QCOMPARE(calls->load(), 1);
+    }
+
+    void aRenewalThatFailsIsToldAndHeldOff_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<bool>("throws");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("nothing") << QString() << false << "gave no token";
+        QTest::newRow("the same") << "old" << false << "gave the same token";
+        QTest::newRow("a line end") << "new\r\nX-Injected: 1" << false << "contains a control character";
+        QTest::newRow("an exception") << QString() << true << "threw an exception";
+    }
+    void aRenewalThatFailsIsToldAndHeldOff()
+    {
+        QFETCH(QString, given);
+        QFETCH(bool, throws);
+        QFETCH(QString, why);
+        const LogCollector log;
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login([=](const QString&) {
+            ++*calls;
+            if (throws) {
+                throw std::runtime_error("the secret is 1234");
+            }
+            return given;
+        });
+        Waits waits;
+        TokenLogin::Ticket ticket;
+        QCOMPARE(token->refused("Bearer old", ticket, waits.waiter()), Verdict::Waiting);
+        QCOMPARE(waits.answer(), std::optional<bool>(false));
+        QCOMPARE(token->authorization(), QByteArray("Bearer old"));
+        Waits more;
+        QCOMPARE(token->refused("Bearer old", ticket, more.waiter()), Verdict::Refused);
+        QCOMPARE(calls->load(), 1);
+        QTRY_COMPARE(warnings(log).size(), 1);
+        const QString line = warnings(log).first();
+        QVERIFY2(line.contains(why), qPrintable(line));
+        QVERIFY(!line.contains(QLatin1String("1234")) && !line.contains(QLatin1String("Injected")));
+    }
+
+    void afterTheHoldOffItIsTriedAgain()
+    {
+        RenewalTimings timings;
+        timings.holdOff = std::chrono::milliseconds(1);
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login(
+            [calls](const QString&) { return ++*calls < 2 ? QString() : QStringLiteral("new"); }, timings);
+        const LogCollector log;
+        Waits first;
+        TokenLogin::Ticket ticket;
+        QCOMPARE(token->refused("Bearer old", ticket, first.waiter()), Verdict::Waiting);
+        QCOMPARE(first.answer(), std::optional<bool>(false));
+        Waits second;
+        Verdict verdict = Verdict::Refused;
+        const QDeadlineTimer limit(std::chrono::seconds(10));
+        while (verdict == Verdict::Refused && !limit.hasExpired()) {
+            verdict = token->refused("Bearer old", ticket, second.waiter());
+        }
+        QCOMPARE(verdict, Verdict::Waiting);
+        QCOMPARE(second.answer(), std::optional<bool>(true));
+    }
+
+    void aNewTokenThatIsRefusedAsWellIsNotRenewedAtOnce()
+    {
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login([calls](const QString&) { return QStringLiteral("new%1").arg(++*calls); });
+        const LogCollector log;
+        Waits first;
+        TokenLogin::Ticket ticket;
+        QCOMPARE(token->refused("Bearer old", ticket, first.waiter()), Verdict::Waiting);
+        QCOMPARE(first.answer(), std::optional<bool>(true));
+        Waits second;
+        QCOMPARE(token->refused("Bearer new1", ticket, second.waiter()), Verdict::Refused);
+        QCOMPARE(calls->load(), 1);
+    }
+
+    void aTokenThatWasTakenIsRenewedWhenItRunsOut()
+    {
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login([calls](const QString&) { return QStringLiteral("new%1").arg(++*calls); });
+        Waits first;
+        TokenLogin::Ticket ticket;
+        QCOMPARE(token->refused("Bearer old", ticket, first.waiter()), Verdict::Waiting);
+        QCOMPARE(first.answer(), std::optional<bool>(true));
+        token->accepted("Bearer old"); // of another request; says nothing of the new one
+        token->accepted("Bearer new1");
+        Waits second;
+        QCOMPARE(token->refused("Bearer new1", ticket, second.waiter()), Verdict::Waiting);
+        QCOMPARE(second.answer(), std::optional<bool>(true));
+        QCOMPARE(token->authorization(), QByteArray("Bearer new2"));
+    }
+
+    void aFunctionThatTakesTooLongIsNotAwaitedAndNotCalledAgain()
+    {
+        RenewalTimings timings;
+        timings.limit = std::chrono::milliseconds(20);
+        timings.holdOff = std::chrono::milliseconds(0);
+        const auto gate = std::make_shared<Gate>();
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login(
+            [gate, calls](const QString&) {
+                ++*calls;
+                gate->pass();
+                return QStringLiteral("late");
+            },
+            timings);
+        const LogCollector log;
+        Waits first;
+        Waits stays;
+        TokenLogin::Ticket ticket;
+        TokenLogin::Ticket ofTheOneThatStays;
+        QCOMPARE(token->refused("Bearer old", ticket, first.waiter()), Verdict::Waiting);
+        QCOMPARE(token->refused("Bearer old", ofTheOneThatStays, stays.waiter(), true), Verdict::Waiting);
+        QCOMPARE(first.answer(), std::optional<bool>(false));
+        QTRY_COMPARE(warnings(log).size(), 1);
+        QVERIFY(warnings(log).first().contains(QLatin1String("takes too long")));
+        Waits second;
+        QCOMPARE(token->refused("Bearer old", ticket, second.waiter()), Verdict::Refused);
+        QCOMPARE(calls->load(), 1);
+        // What it gives in the end is of use all the same.
+        gate->open();
+        QCOMPARE(stays.answer(), std::optional<bool>(true));
+        QCOMPARE(token->authorization(), QByteArray("Bearer late"));
+    }
+
+    void whoWaitsForASuccessIsToldOfALaterOne()
+    {
+        RenewalTimings timings;
+        timings.holdOff = std::chrono::milliseconds(0);
+        const auto gate = std::make_shared<Gate>();
+        const auto calls = std::make_shared<std::atomic<int>>(0);
+        const auto token = login(
+            [gate, calls](const QString&) {
+                gate->pass();
+                return ++*calls < 2 ? QString() : QStringLiteral("new");
+            },
+            timings);
+        const LogCollector log;
+        Waits stream;
+        Waits request;
+        TokenLogin::Ticket streams;
+        TokenLogin::Ticket requests;
+        QCOMPARE(token->refused("Bearer old", streams, stream.waiter(), true), Verdict::Waiting);
+        QCOMPARE(token->refused("Bearer old", requests, request.waiter()), Verdict::Waiting);
+        gate->open();
+        QCOMPARE(request.answer(), std::optional<bool>(false));
+        Waits again;
+        QCOMPARE(token->refused("Bearer old", requests, again.waiter()), Verdict::Waiting);
+        QCOMPARE(again.answer(), std::optional<bool>(true));
+        QCOMPARE(stream.answer(), std::optional<bool>(true));
+    }
+
+    void whoHasGoneIsNotTold()
+    {
+        const auto gate = std::make_shared<Gate>();
+        const auto token = login([gate](const QString&) {
+            gate->pass();
+            return QStringLiteral("new");
+        });
+        std::atomic<bool> told{false};
+        Waits stays;
+        TokenLogin::Ticket kept;
+        {
+            TokenLogin::Ticket gone;
+            QCOMPARE(token->refused("Bearer old", gone, [&told](bool) { told = true; }), Verdict::Waiting);
+            QVERIFY(gone);
+            QCOMPARE(token->refused("Bearer old", kept, stays.waiter()), Verdict::Waiting);
+        }
+        gate->open();
+        QCOMPARE(stays.answer(), std::optional<bool>(true));
+        QVERIFY(!told);
+    }
+
+    void theFunctionRunsOnAThreadOfItsOwnThatIsKnown()
+    {
+        std::promise<std::pair<std::thread::id, bool>> promise;
+        auto ran = promise.get_future();
+        const auto token = login([&promise](const QString&) {
+            promise.set_value(
+                {std::this_thread::get_id(),
+                 TokenLogin::isRenewingHere(wall) && !TokenLogin::isRenewingHere(QStringLiteral("x"))});
+            return QStringLiteral("new");
+        });
+        Waits waits;
+        TokenLogin::Ticket ticket;
+        QCOMPARE(token->refused("Bearer old", ticket, waits.waiter()), Verdict::Waiting);
+        QCOMPARE(waits.answer(), std::optional<bool>(true));
+        const auto [thread, isKnown] = ran.get();
+        QVERIFY(thread != std::this_thread::get_id());
+        QVERIFY(isKnown);
+        QVERIFY(!TokenLogin::isRenewingHere(wall));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTokenLogin)
+#include "tst_tokenlogin.moc"
