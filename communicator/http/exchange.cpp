@@ -23,7 +23,7 @@ bool isPlainRead(const HttpRequest& request, const Device& device)
 {
     return request.method == HttpMethod::Get && request.placeHolders.isEmpty() &&
            request.parameters.isEmpty() && request.headers.isEmpty() && request.body.isEmpty() &&
-           !request.multipart && !device.digest;
+           !request.multipart && !device.digest && !device.token;
 }
 
 } // namespace
