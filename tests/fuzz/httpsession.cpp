@@ -18,7 +18,7 @@
 using namespace Tessel::Simulator;
 namespace http = boost::beast::http;
 using boost::system::error_code;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 namespace {
 
