@@ -2,6 +2,7 @@
 #include <simulator/device/device.h>
 
 #include <simulator/device/control.h>
+#include <simulator/device/openapi.h>
 #include <simulator/device/requestbody.h>
 
 #include <nlohmann/json.hpp>
@@ -111,11 +112,14 @@ Reply Device::ownReply(Exchange& exchange, std::string body, std::uint64_t bodyS
 
     const Route* route = exchange.match.route;
     const bool events = exchange.target->path == eventPath;
+    const bool description = exchange.target->path == openApiPath;
     const bool anywhere = exchange.method == Method::Options && exchange.target->path.empty();
-    if (!events && !anywhere && !m_state.serves(route)) {
+    if (!events && !description && !anywhere && !m_state.serves(route)) {
         return failureReply(404, "no such resource: " + exchange.target->path);
     }
-    const Verbs verbs = anywhere ? Get | Put | Post | Delete : events ? Verbs(Get) : route->verbs;
+    const Verbs verbs = anywhere                ? Get | Put | Post | Delete
+                        : events || description ? Verbs(Get)
+                                                : route->verbs;
     if (exchange.method == Method::Options) {
         return optionsReply(verbs);
     }
@@ -126,6 +130,10 @@ Reply Device::ownReply(Exchange& exchange, std::string body, std::uint64_t bodyS
         Reply reply;
         reply.contentType = "text/event-stream";
         return reply;
+    }
+    if (description) {
+        static const auto text = std::make_shared<const std::string>(openApiText());
+        return successReply(text);
     }
     if (verbOf(exchange.method) == Get) {
         Reply reply = m_state.read(exchange.match);

@@ -259,6 +259,20 @@ private Q_SLOTS:
         }
     }
 
+    void theSimulatorServesTheDocument()
+    {
+        Simulator simulator;
+        QVERIFY2(simulator.start(), qPrintable(simulator.errorString()));
+        HttpClient client(simulator.port());
+        const HttpReply reply = client.get("/openapi.json");
+        QCOMPARE(reply.status, 200);
+        QCOMPARE(reply.headers.value("content-type"), QByteArray("application/json"));
+        QVERIFY(jsonOf(reply.body) == apiDocument());
+        const HttpReply refused = client.put("/openapi.json", "{}");
+        QCOMPARE(refused.status, 405);
+        QCOMPARE(refused.headers.value("allow"), QByteArray("GET, HEAD, OPTIONS"));
+    }
+
     // A checker that takes everything would let all of the above pass.
     void whatIsNotAsDescribedIsNoticed_data()
     {
