@@ -27,6 +27,8 @@ using boost::system::error_code;
 using Parser = http::request_parser<http::buffer_body>;
 
 constexpr std::size_t readChunk = 64U << 10;
+// The shortest end of a chunked body, which the parser assumes after it has seen the first line of it.
+constexpr std::size_t leastFrameBytes = 5;
 
 std::string_view view(beast::string_view text)
 {
@@ -146,6 +148,7 @@ private:
             return;
         }
         m_parser.emplace();
+        m_hasPartOfFrame = false;
         m_parser->header_limit(static_cast<std::uint32_t>(std::max(1024, device().options().headerLimit)));
         m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
         if (m_buffer.size() > 0) {
@@ -257,7 +260,8 @@ private:
 
     void readBody()
     {
-        while (m_buffer.size() > 0 && !m_parser->is_done()) {
+        const std::size_t least = m_hasPartOfFrame ? leastFrameBytes : 1;
+        while (m_buffer.size() >= least && !m_parser->is_done()) {
             m_chunk.resize(std::max(m_chunk.size(), m_buffer.size())); // no more than has come
             auto& body = m_parser->get().body();
             body.data = m_chunk.data();
@@ -269,6 +273,7 @@ private:
                 refuse(503, "too many request bodies at once");
                 return;
             }
+            m_hasPartOfFrame = error == http::error::need_more && m_buffer.size() > 0;
             if (error == http::error::need_more || (!error && used == 0)) {
                 break;
             }
@@ -557,9 +562,10 @@ private:
     std::string m_head;
     bool m_keepAlive = true;
     bool m_http10 = false;
-    bool m_isReading = false;  ///< for a request or a part of it
-    bool m_isBodyLeft = false; ///< the client may be sending a body that was refused
-    bool m_isEnding = false;   ///< no further request is taken
+    bool m_hasPartOfFrame = false; ///< the buffer begins with an incomplete frame of a chunk
+    bool m_isReading = false;      ///< for a request or a part of it
+    bool m_isBodyLeft = false;     ///< the client may be sending a body that was refused
+    bool m_isEnding = false;       ///< no further request is taken
     ReplyScript m_script;
 };
 
