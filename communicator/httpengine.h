@@ -33,7 +33,7 @@ struct COMMUNICATOR_EXPORT HttpRequest
     int expectedTime = 0;                ///< time limit of the whole exchange in ms; 0 for the default
     bool daemon = false;                 ///< whether to use connections apart from normal traffic
     ExchangeId id = 0;                   ///< the id to report to observers; 0 if none was assigned
-    bool renewsLogin = false; ///< sent by DeviceEndpoint::renewSecret; for the built-in engine
+    bool renewsLogin = false;            ///< sent by DeviceEndpoint::renewSecret; for the built-in engine
     int repeats = 0; ///< how often it was sent before because the device was busy; for the built-in engine
 };
 

@@ -193,7 +193,8 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
 
 void Connector::cancel(Attempt attempt)
 {
-    m_pending.erase(attempt);
+    // libcurl may write into the text of the error until the end.
+    const auto pending = m_pending.extract(attempt);
     m_multi.remove(attempt);
     curl_easy_cleanup(attempt);
 }

@@ -23,8 +23,8 @@ public:
     static bool lacksBody(const HttpJsonPackage* package);
     /// Why it could not.
     static QString errorOfBody(const HttpJsonPackage* package);
-    /// Decodes the reply's `data` into @p out, whatever it holds; empty after a failure. A reply that is not a
-    /// JSON object is logged once, however often it is read.
+    /// Decodes the reply's `data` into @p out, whatever it holds; empty after a failure. A reply that is not
+    /// a JSON object is logged once, however often it is read.
     static void readMap(const HttpJsonPackage& package, QMap<QString, QVariant>& out);
     static void readFlattenedList(const HttpJsonPackage& package, QList<QVariant>& out);
     static void readList(const HttpJsonPackage& package, QList<QVariant>& out);

@@ -5,8 +5,8 @@ namespace TesselCtl {
 
 void addCommands(CommandParser& parser)
 {
-    for (void (*const add)(CommandParser&) :
-         {addCall, addOps, addRoutes, addDevices, addWatch, addMonitor, addCoefficients, addFirmware, addDemo}) {
+    for (void (*const add)(CommandParser&) : {addCall, addOps, addRoutes, addDevices, addWatch, addMonitor,
+                                              addCoefficients, addFirmware, addDemo}) {
         add(parser);
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <communicator/httpjsonpackage.h>
-#include <communicator/httpproxy.h>
 #include <communicator/httpmutilpartpackage.h>
+#include <communicator/httpproxy.h>
 #include <logcollector.h>
 
 #include <logcollector.h>

@@ -105,12 +105,14 @@ private Q_SLOTS:
     void aNulIsNoPartOfAHead_data()
     {
         QTest::addColumn<QByteArray>("head");
-        const auto row = [](const char* name, const QByteArray& head) { QTest::newRow(name) << head; };
-        row("method", QByteArray("G\0T / HTTP/1.1\r\nHost: t\r\n\r\n", 28));
-        row("target", QByteArray("GET /\0 HTTP/1.1\r\nHost: t\r\n\r\n", 29));
-        row("name", QByteArray("GET / HTTP/1.1\r\nHost: t\r\nX\0: y\r\n\r\n", 35));
-        row("value", QByteArray("GET / HTTP/1.1\r\nHost: t\r\nX: \0y\r\n\r\n", 36));
-        row("host", QByteArray("GET / HTTP/1.1\r\nHost: t\0\r\n\r\n", 29));
+        const auto row = [](const char* name, const auto& head) {
+            QTest::newRow(name) << QByteArray(head, sizeof head - 1);
+        };
+        row("method", "G\0T / HTTP/1.1\r\nHost: t\r\n\r\n");
+        row("target", "GET /\0 HTTP/1.1\r\nHost: t\r\n\r\n");
+        row("name", "GET / HTTP/1.1\r\nHost: t\r\nX\0: y\r\n\r\n");
+        row("value", "GET / HTTP/1.1\r\nHost: t\r\nX: \0y\r\n\r\n");
+        row("host", "GET / HTTP/1.1\r\nHost: t\0\r\n\r\n");
     }
 
     void aNulIsNoPartOfAHead()
