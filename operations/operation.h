@@ -22,9 +22,9 @@ struct Parameter
     /// The part of the reply that fills an output.
     enum Source { Body, HttpStatus, ResponseHeaders };
 
-    QString name; ///< as in the declaration; also the argument's name on the command line
-    ValueType type;
-    Direction direction;
+    QString name;         ///< as in the declaration; also the argument's name on the command line
+    ValueType type;       ///< how its text is read, and how its value is written
+    Direction direction;  ///< as above
     Source source = Body; ///< only for outputs
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/http/replyhead.h>
 
+#include <ostream> // for the header of Boost
+
 #include <boost/beast/http/status.hpp>
 
 namespace Tessel::Simulator {
