@@ -300,9 +300,9 @@ private Q_SLOTS:
         const Reasons reasons;
         std::vector<std::thread> threads;
         std::atomic<int> aborted{0};
-        const auto ask = [&](const QString& address, ExchangeId id) {
-            threads.emplace_back([&pool, &aborted, address, id] {
-                const HttpReply reply = pool.ask(address, false, 60000, HttpMethod::Get, id);
+        const auto ask = [&](const QString& askedAddress, ExchangeId id) {
+            threads.emplace_back([&pool, &aborted, askedAddress, id] {
+                const HttpReply reply = pool.ask(askedAddress, false, 60000, HttpMethod::Get, id);
                 aborted += reply.state == State::Aborted ? 1 : 0;
             });
         };
