@@ -214,7 +214,7 @@ private Q_SLOTS:
         const MisbehavingServer server;
         Queue queue(1);
         fill(queue, silent);
-        for (const ExchangeId id : {1, 2, 3}) {
+        for (const ExchangeId id : {1U, 2U, 3U}) {
             queue.write(a, server.address(), id);
         }
         queue.cancel(ExchangeId(cancelled));
@@ -232,7 +232,7 @@ private Q_SLOTS:
     {
         const MisbehavingServer silent(Mode::Stall);
         Queue queue(4);
-        for (const ExchangeId id : {1, 2, 3}) {
+        for (const ExchangeId id : {1U, 2U, 3U}) {
             queue.write(a, silent.address(), id, id == 3 ? "/b" : "/w");
         }
         queue.write(QStringLiteral("other"), silent.address(), 4);

@@ -67,5 +67,5 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestPeersHaProxy)
-#include "moc_proxytests.cpp"
+#include "moc_proxytests.cpp" // NOLINT(bugprone-suspicious-include): of the base that both share
 #include "tst_peers_haproxy.moc"

@@ -71,5 +71,5 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestPeersNginx)
-#include "moc_proxytests.cpp"
+#include "moc_proxytests.cpp" // NOLINT(bugprone-suspicious-include): of the base that both share
 #include "tst_peers_nginx.moc"

@@ -49,10 +49,10 @@ HttpClient::HttpClient(quint16 port, const char* source)
     ::inet_pton(AF_INET, source, &address.sin_addr);
     // Without a port, which connect() then picks.
     ::setsockopt(m_socket, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &on, sizeof on);
-    ::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    const bool isBound = ::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (!isBound || ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         ::close(m_socket);
         m_socket = -1;
     }

@@ -48,7 +48,9 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            qFatal("the simulator takes no connection");
+        }
         m_ssl = SSL_new(m_context);
         SSL_set_fd(m_ssl, m_socket);
         X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(m_ssl), "127.0.0.1");
