@@ -300,10 +300,10 @@ private Q_SLOTS:
         const Reasons reasons;
         std::vector<std::thread> threads;
         std::atomic<int> aborted{0};
-        const auto ask = [&](const QString& askedAddress, ExchangeId id) {
-            threads.emplace_back([&pool, &aborted, askedAddress, id] {
-                const HttpReply reply = pool.ask(askedAddress, false, 60000, HttpMethod::Get, id);
-                aborted += reply.state == State::Aborted ? 1 : 0;
+        const auto ask = [&](const QString& key, ExchangeId id) {
+            threads.emplace_back([&pool, &aborted, key, id] {
+                const HttpReply ended = pool.ask(key, false, 60000, HttpMethod::Get, id);
+                aborted += ended.state == State::Aborted ? 1 : 0;
             });
         };
         ask(server.address(), 1);
