@@ -2,6 +2,7 @@
 //
 // Tokens that run out, and requests that wait for another one.
 #include "enginebench.h"
+#include "gate.h"
 
 #include "communicator/exchangeobserver.h"
 
@@ -14,25 +15,6 @@
 namespace {
 
 const QString wall = QStringLiteral("wall");
-
-/// Lets the application's function wait; what it holds goes on when it is destroyed.
-class Gate
-{
-public:
-    ~Gate() { open(); }
-    void open()
-    {
-        if (!m_isOpen.exchange(true)) {
-            m_promise.set_value();
-        }
-    }
-    void pass() const { m_future.wait(); }
-
-private:
-    std::promise<void> m_promise;
-    const std::shared_future<void> m_future = m_promise.get_future().share();
-    std::atomic<bool> m_isOpen{false};
-};
 
 /// What the application's function does, and how often it was called.
 struct Renewal

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/tokenlogin.h"
+#include "gate.h"
 
 #include <logcollector.h>
 
@@ -38,25 +39,6 @@ struct Waits
 
 private:
     std::promise<bool> m_renewed;
-};
-
-/// Lets a function of the application wait.
-class Gate
-{
-public:
-    ~Gate() { open(); }
-    void open()
-    {
-        if (!m_isOpen.exchange(true)) {
-            m_promise.set_value();
-        }
-    }
-    void pass() const { m_future.wait(); }
-
-private:
-    std::promise<void> m_promise;
-    const std::shared_future<void> m_future = m_promise.get_future().share();
-    std::atomic<bool> m_isOpen{false};
 };
 
 QStringList warnings(const LogCollector& log)
