@@ -257,6 +257,27 @@ private Q_SLOTS:
         QVERIFY(!server.received().at(1).headers.value("last-event-id").contains('\x01'));
     }
 
+    void aStreamThatHasEndedOwesNoProof()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = timings.longestDelay = 1h;
+        timings.proof = 1s;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.setMode(Mode::Raw);
+        server.setRaw(head);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(told->filter(QStringLiteral("the stream ended")).size(), 1);
+        QVERIFY(waitFor(listening, timings.proof));
+        QVERIFY(waitFor(listening, timings.reportGap));
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 0);
+    }
+
     void aFirstStreamThatHadToWaitReportsWhatMayHaveChanged()
     {
         MisbehavingServer server(Mode::Raw);
