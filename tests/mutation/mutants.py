@@ -83,7 +83,11 @@ BUILT_IN_FLIPS = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "&": "|", "|
 # (the end of a list of arguments), what the sanitizers tell and no test reliably does (locks, releases), and debug lines.
 NOT_COUNTED = re.compile(r"Q_UNUSED|Q_ASSERT|static_assert|assert\b|\(void\)|"
                          r"curl_easy_cleanup\b|va_end\b|"
-                         r".*(\.|->)(reserve|shrink_to_fit|squeeze)\([^;]*\)$", re.S)
+                         r".*(\.|->)(reserve|shrink_to_fit|squeeze|setLoadHints)\([^;]*\)$", re.S)
+# How much room there is for more, which is for speed alone, and whether a moment is over or just now: nobody can choose
+# the moment.
+ROOM = re.compile(r"(\.|->)capacity\(\)")
+MOMENT = re.compile(r"[cC]lock::now\(\)")
 DEBUG_LINE = re.compile(r"\b(qDebug|qCDebug)\b")
 
 
@@ -397,7 +401,8 @@ class Finder:
     def if_statement(self, cursor, scope):
         start, _ = self.range(cursor)
         opening, end = self.header(start)
-        constant = "constexpr" in self.source.masked[start:opening]
+        constant = "constexpr" in self.source.masked[start:opening] or \
+            ROOM.search(self.source.masked[opening:end]) is not None
         declares = False
         for child in self.children(cursor):
             if self.range(child)[0] > end:
@@ -465,8 +470,8 @@ class Finder:
         elif result in ("void", "") or "<dependent" in result:
             pass
         elif not result.rstrip().endswith("&") and not re.fullmatch(
-                r"[\w:]*(<.*>)?(\(\)|\{\})|nullptr|0|\"\"", text, re.S) and inner.kind != Kind.LAMBDA_EXPR and \
-                not self.is_zero(inner):
+                r"[\w:]*(<.*>)?(\(\)|\{\})|nullptr|std::nullopt|0|\"\"", text, re.S) and \
+                inner.kind != Kind.LAMBDA_EXPR and not self.is_zero(inner):
             if not scope.in_lambda:
                 source.prefixed(scope, "return", start, end, "return {}", "return {};")
             elif "[" not in source.masked[first:last]:
@@ -542,7 +547,7 @@ class Finder:
 
     def swap(self, cursor, scope, start, end):
         source = self.source
-        if cursor.spelling in ("min", "max", "qstrnicmp", "isNamed"):
+        if cursor.spelling in ("min", "max", "clamp", "qstrnicmp", "isNamed"):
             return  # the same either way, or compared with 0
         arguments = [a for a in cursor.get_arguments() if a is not None]
         ranges = [self.range(a) for a in arguments]
@@ -583,6 +588,8 @@ class Finder:
         left, right = self.range(children[0]), self.range(children[-1])
         between = self.source.text[left[1]:right[0]]
         text = self.source.text
+        if operator in ("<", "<=", ">", ">=") and MOMENT.search(text[left[0]:right[1]]):
+            return
         if operator in between:
             self.source.choice(scope, "operator", left[0], right[1],
                                text[left[0]:left[1]] + between.replace(operator, other) + text[right[0]:right[1]])
