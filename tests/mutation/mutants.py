@@ -88,6 +88,9 @@ NOT_COUNTED = re.compile(r"Q_UNUSED|Q_ASSERT|static_assert|assert\b|\(void\)|"
 # the moment.
 ROOM = re.compile(r"(\.|->)capacity\(\)")
 MOMENT = re.compile(r"[cC]lock::now\(\)")
+# How much is read, sent or handled at once, and how much room is taken or kept, of which a test sees nothing.
+PIECES = re.compile(r"(bytesPerTurn|eventsPerRound|bufferBytes|chunkBytes|fileBlock|longestPoll|maxReserve|padding|"
+                    r"headroom|numberLength|longestUnit|initial(Slots|Capacity)|retained(Capacity|Entries|Members))$")
 DEBUG_LINE = re.compile(r"\b(qDebug|qCDebug)\b")
 
 
@@ -317,6 +320,8 @@ class Finder:
         return re.search(r"(=\s*|\{)(0|-1|false|nullptr)?\}?$", self.source.masked[start:end]) is not None
 
     def walk_variable(self, cursor, scope):
+        if PIECES.match(cursor.spelling):
+            return
         start, end = self.range(cursor)
         head = re.match(r"(?:\s|inline\b|static\b)*constexpr\b", self.source.masked[start:end])
         if head:
