@@ -2,7 +2,6 @@
 #include "communicator/events/reconnectpolicy.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -10,6 +9,7 @@ namespace {
 
 // A stream that asks for less is ignored, since the device would be hammered.
 constexpr std::chrono::milliseconds shortestDelay{100};
+constexpr int maxDoublings = 20; // keeps the product in range; the longest delay is reached before
 
 } // namespace
 
@@ -85,9 +85,10 @@ void ReconnectPolicy::setFirstDelay(std::chrono::milliseconds delay)
 
 std::chrono::milliseconds ReconnectPolicy::nextDelay()
 {
-    using Delay = std::chrono::duration<double, std::milli>;
-    const Delay doubled = m_firstDelay * std::ldexp(1.0, m_failures - 1);
-    const auto delay = std::min<Delay>(doubled, std::max(m_timings.longestDelay, m_firstDelay));
+    const int doublings = std::min(m_failures - 1, maxDoublings);
+    const auto longest = std::max(m_timings.longestDelay, m_firstDelay);
+    const auto delay =
+        std::min<std::chrono::milliseconds>(m_firstDelay * (std::int64_t(1) << doublings), longest);
     const double part = 1.0 - m_timings.jitter * m_random();
     return std::chrono::duration_cast<std::chrono::milliseconds>(delay * part);
 }
