@@ -302,6 +302,8 @@ class Finder:
         if re.match(r"(?s)(template\s*<.*?>\s*)?([\w\s]*\s)?constexpr\b", self.source.masked[start:end]):
             return
         name = self.owner(cursor, prefix) + cursor.spelling
+        if cursor.spelling == "hash":
+            return  # any number does
         scope = Scope(name, cursor.result_type.get_canonical().spelling)
         for child in self.children(cursor):
             if child.kind == Kind.COMPOUND_STMT:
