@@ -93,7 +93,7 @@ private:
     PlainRead m_plainRead;
     int m_headSent = 0;
     bool m_sendFailed = false;
-    int m_sendError = 0; ///< of the system, if it is known
+    int m_sendError = 0;        ///< of the system, if it is known
     bool m_asksToClose = false; ///< the request asks to close the connection
     QByteArray m_authorization;
     int m_challenges = 0;       ///< that were answered

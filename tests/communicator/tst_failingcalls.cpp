@@ -299,8 +299,8 @@ private Q_SLOTS:
         // The connection lives, and the device waits for the rest.
         const MisbehavingServer server(Mode::Stall);
         Bench bench;
-        HttpRequest asked = request(server.address(), size > 0 ? HttpMethod::Put : HttpMethod::Get,
-                                    QByteArray(size, 'b'));
+        HttpRequest asked =
+            request(server.address(), size > 0 ? HttpMethod::Put : HttpMethod::Get, QByteArray(size, 'b'));
         asked.expectedTime = 5000;
         Plan wanted{0, from, ENOBUFS};
         const HttpReply reply = askWith(bench, asked, blocking, wanted);
