@@ -34,6 +34,7 @@
 #include <tessel/records/subscreeninfo.h>
 #include <tessel/rvcarddisplayeffect.h>
 #include <tessel/screeninfo.h>
+#include <testing/recordingengine.h>
 #include <zephserializer/abstractserializer.h>
 #include <zephserializer/attribute.h>
 #include <zephserializer/jsonserializer.h>
@@ -50,5 +51,13 @@ int main(int argc, char** argv)
     const bool known =
         AllUrlResource::getUrl(QStringLiteral("Device_Hwinfo")) == AllUrlResource::Device_Hwinfo;
     const auto promise = QtPromise::resolve(Tessel::DeviceInfo());
-    return !reached && result.isEmpty() && known && promise.isFulfilled() ? 0 : 1;
+
+    // What the tests of such an application would do.
+    auto* const engine = Tessel::Testing::RecordingEngine::install();
+    engine->answerNext(Tessel::Testing::RecordingEngine::data(R"([{"id":1}])"));
+    QList<QVariant> chips;
+    const bool answered = Capability::getInstance()->getAllChipType(QStringLiteral("wall"), chips);
+    return !reached && result.isEmpty() && known && promise.isFulfilled() && answered && chips.size() == 1
+               ? 0
+               : 1;
 }
