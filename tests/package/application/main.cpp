@@ -43,6 +43,8 @@
 #include <QCoreApplication>
 #include <QtPromise>
 
+static_assert(__cplusplus >= 201703L, "C++17 comes with the targets, whatever this project asks for");
+
 int main(int argc, char** argv)
 {
     const QCoreApplication app(argc, argv);
