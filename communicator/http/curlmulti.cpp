@@ -18,6 +18,7 @@ constexpr int descriptorsLookedAt = 64;
 
 // When to have libcurl look again after a look that failed.
 constexpr std::chrono::milliseconds retryInterval{100};
+constexpr int maxFailedActs = 3;
 
 /// The number of bytes in a local socket that child processes inherit: bytes to read (FIONREAD) or bytes that
 /// its peer has not read (SIOCOUTQ); -1 for any other descriptor and for none.
@@ -160,7 +161,12 @@ void CurlMulti::actOnTimer()
 void CurlMulti::act(curl_socket_t socket)
 {
     int running{};
-    if (curl_multi_socket_action(m_multi, socket, 0, &running) != CURLM_OK && !m_timer) {
+    if (curl_multi_socket_action(m_multi, socket, 0, &running) == CURLM_OK) {
+        m_failedActs = 0;
+    } else if (++m_failedActs > maxFailedActs) {
+        m_failedActs = 0;
+        endAll(CURLE_OUT_OF_MEMORY);
+    } else if (!m_timer) {
         // It may have done nothing, and would then set no timer again.
         m_timer = m_loop.startTimer(IoLoop::Clock::now() + retryInterval, [this] { actOnTimer(); });
     }
@@ -177,6 +183,20 @@ void CurlMulti::tryNextAddresses()
         if (m_transfers.find(easy) != m_transfers.end()) {
             curl_easy_pause(easy, CURLPAUSE_ALL);
             curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
+}
+
+void CurlMulti::endAll(CURLcode code)
+{
+    std::vector<CURL*> all;
+    for (const auto& transfer : m_transfers) {
+        all.push_back(transfer.first);
+    }
+    for (CURL* const easy : all) { // an end may remove others
+        auto transfer = m_transfers.extract(easy);
+        if (!transfer.empty()) {
+            transfer.mapped()(code);
         }
     }
 }
