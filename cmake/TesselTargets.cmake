@@ -80,8 +80,8 @@ function(tessel_library name)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   install(TARGETS ${name} EXPORT TesselTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
   add_library(${name}_private STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:${name}_objects>)
@@ -89,6 +89,23 @@ function(tessel_library name)
   set_target_properties(${name}_private PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(${name}_private PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name}_private PUBLIC ${ARG_PUBLIC} ${ARG_PRIVATE})
+endfunction()
+
+# tessel_install_component(COMPONENT): installs the archive tessel_COMPONENT, which applications ask for as a component of
+# the package and link as tessel::COMPONENT.
+function(tessel_install_component component)
+  set_target_properties(tessel_${component} PROPERTIES EXPORT_NAME ${component})
+  target_compile_features(tessel_${component} PUBLIC cxx_std_17)
+  install(TARGETS tessel_${component} EXPORT Tessel_${component}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
+
+# tessel_install_program(TARGET): installs a program that finds the libraries beside it, wherever both are moved to.
+file(RELATIVE_PATH tessel_libraries_from_programs ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+function(tessel_install_program target)
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${tessel_libraries_from_programs}")
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endfunction()
 
 # The sanitizer options of every test.
