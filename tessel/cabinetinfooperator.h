@@ -312,9 +312,11 @@ public:
     /// @warning @p id is ignored.
     bool setSingleConfigFile(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
+    /// Meant to write the description of a cabinet.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabinetInfo(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& reply);
+    /// Meant to write the pixel size of a cabinet.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabinetPixelSize(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
@@ -416,12 +418,15 @@ public:
     /// Sets the regions of boot images.
     bool setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// Meant to set the boot images of cabinets to pictures of their own.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// Meant to place the boot images of cabinets.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setBootImagePos(const QString& deviceKey, const QList<QVariant>& body,
                          QMap<QString, QVariant>& reply);
+    /// Meant to restore the boot images of cabinets.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
                                 QMap<QString, QVariant>& reply);
@@ -433,6 +438,7 @@ public:
     bool setMultiPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                                QMap<QString, QVariant>& reply);
 
+    /// Meant to show a test pattern on a cabinet; setMutiTestPattern() does.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
                         const QString& bgColor);

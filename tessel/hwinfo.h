@@ -121,6 +121,7 @@ public:
     /// Sets what is shown without a signal.
     bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                         QMap<QString, QVariant>& reply);
+    /// Meant to set the picture that is shown without a signal.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                               QMap<QString, QVariant>& reply);
@@ -151,18 +152,23 @@ public:
     bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Unlocks the device.
     bool unLock(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Meant to switch automatic backups.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
+    /// Meant to switch automatic restoring.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
+    /// Meant to make a backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
+    /// Meant to restore a backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                 QMap<QString, QVariant>& reply);
+    /// Meant to switch ports automatically for hot backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                    QMap<QString, QVariant>& reply);

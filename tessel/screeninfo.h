@@ -149,6 +149,7 @@ public:
     /// sets all screens.
     /// @warning The device's cabinets are checked first as by getBrightness(), which can block. If there are
     /// none or they cannot be read, the result is `true`, and @p body is neither changed nor sent.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                        int brightness);
@@ -168,6 +169,7 @@ public:
                         bool force);
     /// Sets the gamma of channel `type` to `gamma`, with type 3 that of all three channels, and updates the
     /// cache.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     bool setOneGamma(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma table.
     bool getGammaAllList(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
@@ -182,18 +184,22 @@ public:
 
     /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the exchange has
     /// succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool set18bit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the exchange
     /// has succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setLowLatency(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the
     /// exchange has succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setUniformDisplay(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the exchange has
     /// succeeded; @p reply is left unchanged.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setGamut(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& reply);
