@@ -105,7 +105,6 @@ void EventStream::openStream()
     m_retryAfter = {};
     m_overhead = 0;
     m_login.reset();
-    m_awaited.reset();
     m_open = true;
     setState(ConnectionState::Connecting, m_reason, std::nullopt);
     m_attempt =
@@ -470,8 +469,8 @@ bool EventStream::awaitLogin()
     if (m_status != 401 || !m_device->token || m_authorization.isEmpty()) {
         return false;
     }
-    m_awaited = std::make_shared<bool>();
-    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool /*renewed*/) {
+    m_login = std::make_shared<TokenLogin::Ticket>();
+    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr(m_login)](bool /*renewed*/) {
         loop.post([this, awaited] {
             if (!awaited.expired()) {
                 m_reconnectPolicy.retryNow(IoLoop::Clock::now());
@@ -479,7 +478,7 @@ bool EventStream::awaitLogin()
             }
         });
     };
-    return m_device->token->refused(m_authorization, m_login, waiter, true) == TokenLogin::Verdict::Renewed;
+    return m_device->token->refused(m_authorization, *m_login, waiter, true) == TokenLogin::Verdict::Renewed;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)

@@ -16,6 +16,9 @@ namespace {
 // How far above the lowest free descriptor to search for the two of a new handle.
 constexpr int descriptorsLookedAt = 64;
 
+// When to have libcurl look again after a look that failed.
+constexpr std::chrono::milliseconds retryInterval{100};
+
 /// The number of bytes in a local socket that child processes inherit: bytes to read (FIONREAD) or bytes that
 /// its peer has not read (SIOCOUTQ); -1 for any other descriptor and for none.
 int pending(int descriptor, unsigned long request)
@@ -63,15 +66,32 @@ CURLM* newMulti()
 
 CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
     : m_loop(loop)
-    , m_multi(newMulti())
+    , m_keptConnections(keptConnections)
 {
+    open();
+}
+
+void CurlMulti::open()
+{
+    CURLM* const multi = newMulti();
+    CURLMcode code = multi != nullptr ? CURLM_OK : CURLM_OUT_OF_MEMORY;
+    const auto set = [multi, &code](CURLMoption option, auto value) {
+        if (code == CURLM_OK) {
+            code = curl_multi_setopt(multi, option, value);
+        }
+    };
     // The default is four per running transfer, which would cause a reconnect at every access when many
     // devices are accessed in turn.
-    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, keptConnections);
-    curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
-    curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
-    curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
-    curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+    set(CURLMOPT_MAXCONNECTS, m_keptConnections);
+    set(CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
+    set(CURLMOPT_SOCKETDATA, this);
+    set(CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
+    set(CURLMOPT_TIMERDATA, this);
+    if (code == CURLM_OK) {
+        m_multi = multi;
+    } else {
+        curl_multi_cleanup(multi);
+    }
 }
 
 CurlMulti::~CurlMulti()
@@ -82,10 +102,17 @@ CurlMulti::~CurlMulti()
     }
 }
 
-void CurlMulti::add(CURL* easy, Finished finished)
+bool CurlMulti::add(CURL* easy, Finished finished)
 {
+    if (m_multi == nullptr) {
+        open(); // what was missing may be there now
+    }
     m_transfers[easy] = std::move(finished);
-    curl_multi_add_handle(m_multi, easy);
+    if (curl_multi_add_handle(m_multi, easy) == CURLM_OK) {
+        return true;
+    }
+    m_transfers.erase(easy);
+    return false;
 }
 
 void CurlMulti::remove(CURL* easy)
@@ -133,7 +160,10 @@ void CurlMulti::actOnTimer()
 void CurlMulti::act(curl_socket_t socket)
 {
     int running{};
-    curl_multi_socket_action(m_multi, socket, 0, &running);
+    if (curl_multi_socket_action(m_multi, socket, 0, &running) != CURLM_OK && !m_timer) {
+        // It may have done nothing, and would then set no timer again.
+        m_timer = m_loop.startTimer(IoLoop::Clock::now() + retryInterval, [this] { actOnTimer(); });
+    }
     drainCompletedTransfers();
     tryNextAddresses();
 }

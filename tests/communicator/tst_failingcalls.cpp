@@ -23,12 +23,14 @@ struct Plan
 {
     int calls = 0;   ///< so far
     int failing = 0; ///< the number of the one that fails, from 1; 0 for none
+    /// With it, only sending fails, from that call on, and its connection lives.
+    int sendError = 0;
 };
 thread_local Plan* plan = nullptr;
 
 bool fails(int error)
 {
-    if (plan == nullptr || ++plan->calls != plan->failing) {
+    if (plan == nullptr || plan->sendError != 0 || ++plan->calls != plan->failing) {
         return false;
     }
     errno = error;
@@ -38,6 +40,10 @@ bool fails(int error)
 // A connection that can no longer be written to is broken for its reader, too.
 bool breaks(int descriptor)
 {
+    if (plan != nullptr && plan->sendError != 0) {
+        errno = plan->sendError;
+        return ++plan->calls >= plan->failing;
+    }
     if (!fails(EPIPE)) {
         return false;
     }
@@ -271,6 +277,36 @@ private Q_SLOTS:
                 QVERIFY2(request.target == "/api/v1/x" || times == 1, request.target.constData());
             }
         }
+    }
+
+    void whatTheSystemDoesNotSendIsNotAwaited_data()
+    {
+        QTest::addColumn<bool>("blocking");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("from");
+        for (const bool blocking : {true, false}) {
+            const char* const how = blocking ? "blocking" : "non-blocking";
+            QTest::addRow("a head, %s", how) << blocking << 0 << 1;
+            QTest::addRow("a head and a body, %s", how) << blocking << 100 << 1;
+            QTest::addRow("the rest of a body, %s", how) << blocking << 1000000 << 2;
+        }
+    }
+    void whatTheSystemDoesNotSendIsNotAwaited()
+    {
+        QFETCH(bool, blocking);
+        QFETCH(int, size);
+        QFETCH(int, from);
+        // The connection lives, and the device waits for the rest.
+        const MisbehavingServer server(Mode::Stall);
+        Bench bench;
+        HttpRequest asked =
+            request(server.address(), size > 0 ? HttpMethod::Put : HttpMethod::Get, QByteArray(size, 'b'));
+        asked.expectedTime = 5000;
+        Plan wanted{0, from, ENOBUFS};
+        const HttpReply reply = askWith(bench, asked, blocking, wanted);
+        QCOMPARE(reply.state, State::Broken); // not TimedOut
+        QVERIFY2(reply.reason.contains(qt_error_string(ENOBUFS)), qPrintable(reply.reason));
+        QCOMPARE(server.deliveries(), 0);
     }
 };
 
