@@ -76,10 +76,7 @@ CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
 
 CurlMulti::~CurlMulti()
 {
-    curl_multi_cleanup(m_multi);
-    if (m_timer) {
-        m_loop.stopTimer(*m_timer);
-    }
+    curl_multi_cleanup(m_multi); // has no timer without a transfer
 }
 
 void CurlMulti::add(CURL* easy, Finished finished)
