@@ -55,31 +55,6 @@ bool isBlank(char character)
     return blanks.find(character) != std::string_view::npos;
 }
 
-/// Whether tidied() would return @p head as it is: most are, and need not be copied. False where in doubt.
-bool isTidy(std::string_view head)
-{
-    for (std::size_t at = 0; at < head.size();) {
-        const std::size_t feed = head.find('\n', at);
-        if (feed == std::string_view::npos || feed == at || head[feed - 1] != '\r') {
-            return false;
-        }
-        const std::string_view line = head.substr(at, feed - 1 - at);
-        if (at == 0) {
-            if (line.size() <= 12 || line[8] != ' ' || isBlank(line[9]) || line[12] != ' ') {
-                return false;
-            }
-        } else if (!line.empty()) {
-            const std::size_t colon = line.find(':');
-            if (isBlank(line.front()) || colon == 0 || colon == std::string_view::npos ||
-                isBlank(line[colon - 1])) {
-                return false;
-            }
-        }
-        at = feed + 1;
-    }
-    return true;
-}
-
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
@@ -273,12 +248,8 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
     constexpr std::string_view start = "HTTP/1.";
     const std::string_view piece(bytes, size);
     const auto before = static_cast<std::size_t>(m_now.pending.size());
-    if (before == 0) {
-        if (piece.substr(0, start.size()) != start.substr(0, size)) {
-            fail(State::Malformed, QStringLiteral("the reply is not an HTTP/1 response"));
-            return size;
-        }
-        if (const std::size_t end = headEnd(piece, 0)) {
+    if (before == 0 && piece.substr(0, start.size()) == start.substr(0, size)) {
+        if (const std::size_t end = headEnd(piece, 0)) { // as most heads come; needs no copy
             parseHead(piece.substr(0, end));
             return end;
         }
@@ -308,8 +279,7 @@ void ResponseParser::parseHead(std::string_view head)
         fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
         return;
     }
-    const QByteArray tidy =
-        isTidy(head) ? QByteArray::fromRawData(head.data(), static_cast<int>(head.size())) : tidied(head);
+    const QByteArray tidy = tidied(head);
     m_grammar = std::make_unique<Grammar>(m_handler);
     error_code error;
     m_grammar->put(boost::asio::const_buffer(tidy.constData(), static_cast<std::size_t>(tidy.size())), error);
