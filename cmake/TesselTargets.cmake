@@ -114,10 +114,10 @@ set(tessel_test_environment
   UBSAN_OPTIONS=print_stacktrace=1
   LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/lsan.supp:print_suppressions=0)
 
-# tessel_test(tst_subject SOURCES ... LIBRARIES ... [TIMEOUT seconds] [LABELS ...] [NO_PRECOMPILE])
+# tessel_test(tst_subject SOURCES ... LIBRARIES ... [TIMEOUT seconds] [LABELS ...] [NO_PRECOMPILE] [AUTOMOC])
 # One Qt Test program under CTest. The source defaults to tst_subject.cpp; a header among the sources is one with Q_OBJECT.
 function(tessel_test name)
-  cmake_parse_arguments(ARG "NO_PRECOMPILE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "NO_PRECOMPILE;AUTOMOC" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   if(NOT ARG_SOURCES)
     set(ARG_SOURCES ${name}.cpp)
   endif()
@@ -128,9 +128,12 @@ function(tessel_test name)
   # A test includes the moc output of its source, and of a header with a base class. AUTOMOC would do, but costs 70 times
   # the processor time: it starts CMake and the compiler for each program.
   set(moc_directory ${CMAKE_CURRENT_BINARY_DIR}/${name}_moc)
+  set_target_properties(${name} PROPERTIES AUTOMOC ${ARG_AUTOMOC}) # for classes among sources of a library
   foreach(source ${ARG_SOURCES})
     cmake_path(GET source FILENAME output)
-    if(output MATCHES "^tst_")
+    if(ARG_AUTOMOC)
+      break()
+    elseif(output MATCHES "^tst_")
       cmake_path(REPLACE_EXTENSION output LAST_ONLY moc)
     elseif(output MATCHES "\\.h$")
       cmake_path(REPLACE_EXTENSION output LAST_ONLY cpp)
