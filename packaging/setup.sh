@@ -10,6 +10,7 @@ qt6_packages=(qt6-base-dev)
 style_packages=(git clang-format clang-tidy codespell doxygen reuse)
 abi_packages=(git abigail-tools)
 fuzz_packages=(clang libclang-rt-dev)
+valgrind_packages=(valgrind)
 mutation_packages=(python3 python3-clang)
 
 # is_installed PACKAGE
