@@ -148,26 +148,26 @@ bool ReplyReader::responseHead(const ResponseParser::Head& head)
     return true;
 }
 
-bool ReplyReader::responseBody(const char* bytes, std::size_t count)
+bool ReplyReader::responseBody(const char* bytes, std::size_t size)
 {
-    const auto size = static_cast<qint64>(count);
-    if (m_received + size > bodyLimit()) {
+    const auto count = static_cast<qint64>(size);
+    if (m_received + count > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
-    m_received += size;
+    m_received += count;
     if (m_file && hasSuccessStatus()) {
-        return m_file->write(bytes, size) || breakOff(failFile());
+        return m_file->write(bytes, count) || breakOff(failFile());
     }
-    if (!countBody(size)) {
+    if (!countBody(count)) {
         return breakOff(
             fail(IHttpVersionTrigger::LimitExceeded,
                  QStringLiteral("the replies being received together exceed their common limit")));
     }
     if (m_body.isEmpty()) {
-        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
+        m_body.reserve(static_cast<int>(std::min(std::max(m_length, count), maxReserve) + padding));
     }
-    m_body.append(bytes, static_cast<int>(size));
-    if (hasTooManyTokens(static_cast<int>(size))) {
+    m_body.append(bytes, static_cast<int>(count));
+    if (hasTooManyTokens(static_cast<int>(count))) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
                              QStringLiteral("the reply holds more than %1 million JSON tokens")
                                  .arg(JsonText::maxTokens / 1000000)));
