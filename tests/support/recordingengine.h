@@ -11,12 +11,12 @@
 #include <mutex>
 #include <vector>
 
-/// Records requests and answers them in process.
+/// Records requests and answers them within the process.
 ///
-/// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread
-/// that created the engine, or wait for release() while hold() is on, or do as startWith() says. What is not
-/// answered when the engine goes is dropped. install() puts one behind the proxy; the proxy owns it until the
-/// next engine is set.
+/// Requests may come from any thread. Non-blocking requests are answered by the event loop of the thread that
+/// created the engine; after hold() they wait for release(), and startWith() replaces both. Requests that are
+/// unanswered when the engine is destroyed are dropped. install() sets one in the proxy, which owns it until
+/// the next engine is set.
 class RecordingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
 {
 public:
@@ -36,24 +36,25 @@ public:
     static Reply reply(const QByteArray& body);
     /// A 200 reply whose `data` is the JSON text @p data.
     static Reply data(const QByteArray& data);
-    /// A failure without reply.
+    /// A failure without a reply.
     static Reply failure(State state = State::Unreachable);
 
-    /// What every request is answered from now on; at first data("{}").
+    /// Sets the reply to every request from now on; initially data("{}").
     void answer(const Answer& answer);
     void answer(const Reply& reply);
 
-    /// What start() does from now on, apart from recording the request.
+    /// Sets what start() does from now on, apart from recording the request.
     void startWith(const Start& start);
 
-    /// Keeps non-blocking requests unanswered from now on.
+    /// Leaves non-blocking requests unanswered from now on.
     void hold();
-    /// Answers the oldest request held, later, as answer() says then. @return `false` when none is held.
+    /// Answers the oldest held request from the event loop, as answer() says then. @return whether there was
+    /// one.
     bool release();
-    /// How many are not answered yet.
+    /// The number of requests that are held.
     int held() const;
 
-    /// All requests so far, in the order in which they came.
+    /// All requests so far, in the order of their arrival.
     std::vector<Request> requests() const;
     int count() const;
     /// The latest request.
@@ -73,7 +74,7 @@ private:
     void answerOldestLater();
     void answerOldest();
 
-    mutable std::mutex m_mutex; // guards everything below but m_home
+    mutable std::mutex m_mutex; // guards all members below except m_home
     std::vector<Request> m_requests;
     std::deque<Pending> m_held;
     bool m_hold = false;
