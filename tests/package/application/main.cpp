@@ -40,6 +40,9 @@
 #include <zephserializer/serializable.h>
 
 #include <QCoreApplication>
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+#include <QPromise> // Qt's own, which differs from that of QtPromise
+#endif
 #include <QtPromise>
 
 int main(int argc, char** argv)
@@ -50,5 +53,14 @@ int main(int argc, char** argv)
     const bool known =
         AllUrlResource::getUrl(QStringLiteral("Device_Hwinfo")) == AllUrlResource::Device_Hwinfo;
     const auto promise = QtPromise::resolve(Tessel::DeviceInfo());
-    return !reached && result.isEmpty() && known && promise.isFulfilled() ? 0 : 1;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    QPromise<int> qtsOwn;
+    qtsOwn.start();
+    qtsOwn.addResult(1);
+    qtsOwn.finish();
+    const bool bothWork = QtPromise::resolve(qtsOwn.future()).wait().isFulfilled();
+#else
+    const bool bothWork = true;
+#endif
+    return !reached && result.isEmpty() && known && promise.isFulfilled() && bothWork ? 0 : 1;
 }
