@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Checks what docs/architecture.md says about files, tests and systems against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources, and the tests that
+// docs/reliability.md names.
 #include "document.h"
 
 #include <QMap>
@@ -116,9 +117,16 @@ private Q_SLOTS:
         }
     }
 
+    void everyTestThatIsNamedExists_data()
+    {
+        QTest::addColumn<QString>("page");
+        QTest::newRow("architecture") << m_page;
+        QTest::newRow("reliability") << textOf("docs/reliability.md");
+    }
     void everyTestThatIsNamedExists()
     {
-        const QStringList tests = matchesIn(m_page, "`(tst_\\w+(?:::\\w+)?)`");
+        QFETCH(QString, page);
+        const QStringList tests = matchesIn(page, "`(tst_\\w+(?:::\\w+)?)`");
         QVERIFY(tests.size() > 15);
         for (const QString& test : tests) {
             const QString program = test.section("::", 0, 0);
