@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QList>
 
+#include <algorithm>
 #include <array>
 #include <netinet/in.h>
 #include <random>
@@ -205,13 +206,20 @@ void EventStream::eventCame(SseReader::Event&& event)
 }
 
 // Devices are reported in turn, and only while their streams are open, so that caches are read from a device
-// that is there.
+// that is there. One whose ids never fit must not have all its caches read with each event.
 void EventStream::reportMissed()
 {
     if (m_reportTimer) {
         return;
     }
     const auto now = IoLoop::Clock::now();
+    if (m_reported && now < *m_reported + m_untilReport) {
+        m_reportTimer = m_loop.startTimer(*m_reported + m_untilReport, [this] {
+            m_reportTimer.reset();
+            reportMissed();
+        });
+        return;
+    }
     const auto turn = std::max(now, m_context.reportsFrom);
     m_context.reportsFrom = turn + m_context.timings.reportGap;
     m_reportTimer = m_loop.startTimer(turn, [this] {
@@ -222,6 +230,11 @@ void EventStream::reportMissed()
 
 void EventStream::tellMissed()
 {
+    const auto now = IoLoop::Clock::now();
+    const bool isCalm = !m_reported || now - *m_reported > 4 * m_untilReport;
+    m_untilReport = isCalm ? m_context.timings.reportAgain
+                           : std::min(2 * m_untilReport, m_context.timings.longestReportAgain);
+    m_reported = now;
     qCInfo(eventLog, "%s: events may have been missed; every kind of change is reported",
            qPrintable(printableKey(m_device->key)));
     m_proxyEvents.push({ProxyEvent::Kind::EventsMissed, m_device->key, {}, nullptr});

@@ -90,11 +90,13 @@ private:
     SseReader m_reader;
     ReconnectPolicy m_reconnectPolicy;
     Continuity m_continuity;
-    std::optional<IoLoop::TimerId> m_proofTimer;  ///< while a stream has to prove its continuity
-    std::optional<IoLoop::TimerId> m_reportTimer; ///< while a report waits for its turn
-    bool m_owesReport = false;                    ///< once the device is back
-    bool m_hasDroppedEvent = false;               ///< on this stream, and said so
-    QString m_reason;                             ///< why the last stream ended
+    std::optional<IoLoop::TimerId> m_proofTimer;         ///< while a stream has to prove its continuity
+    std::optional<IoLoop::TimerId> m_reportTimer;        ///< while a report waits for its turn
+    bool m_owesReport = false;                           ///< once the device is back
+    std::optional<IoLoop::Clock::time_point> m_reported; ///< last
+    std::chrono::milliseconds m_untilReport{};           ///< from then to the next one
+    bool m_hasDroppedEvent = false;                      ///< on this stream, and said so
+    QString m_reason;                                    ///< why the last stream ended
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
