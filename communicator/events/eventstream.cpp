@@ -105,7 +105,6 @@ void EventStream::openStream()
     m_retryAfter = {};
     m_overhead = 0;
     m_login.reset();
-    m_awaited.reset();
     m_open = true;
     setState(ConnectionState::Connecting, m_reason, std::nullopt);
     m_attempt =
@@ -170,7 +169,6 @@ void EventStream::live()
     const bool wasGone = m_reconnectPolicy.isGone();
     m_reconnectPolicy.connected(IoLoop::Clock::now());
     scheduleTick();
-    m_reason.clear();
     setState(ConnectionState::Live, {}, std::nullopt);
     const bool mayHaveMissed = m_continuity.opened(resumeId());
     const bool isOwed = std::exchange(m_owesReport, false);
@@ -501,8 +499,8 @@ bool EventStream::awaitLogin()
     if (m_status != 401 || !m_device->token || m_authorization.isEmpty()) {
         return false;
     }
-    m_awaited = std::make_shared<bool>();
-    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool /*renewed*/) {
+    m_login = std::make_shared<TokenLogin::Ticket>();
+    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr(m_login)](bool /*renewed*/) {
         loop.post([this, awaited] {
             if (!awaited.expired()) {
                 m_reconnectPolicy.retryNow(IoLoop::Clock::now());
@@ -510,7 +508,7 @@ bool EventStream::awaitLogin()
             }
         });
     };
-    return m_device->token->refused(m_authorization, m_login, waiter, true) == TokenLogin::Verdict::Renewed;
+    return m_device->token->refused(m_authorization, *m_login, waiter, true) == TokenLogin::Verdict::Renewed;
 }
 
 void EventStream::fail(ReconnectPolicy::Failure failure)

@@ -106,10 +106,9 @@ private:
     std::unique_ptr<Connection> m_connection;
     QByteArray m_head; ///< the unsent part of the request
     QByteArray m_authorization;
-    QString m_challenge;             ///< from a reply that requires a login
-    int m_challenges = 0;            ///< number answered in this attempt
-    TokenLogin::Ticket m_login;      ///< while a new token is awaited
-    std::shared_ptr<bool> m_awaited; ///< its last pointer goes when the wait ends
+    QString m_challenge;                         ///< from a reply that requires a login
+    int m_challenges = 0;                        ///< number answered in this attempt
+    std::shared_ptr<TokenLogin::Ticket> m_login; ///< while a new token is awaited
     std::optional<IoLoop::TimerId> m_timer;
     bool m_open = false; ///< or being opened
     bool m_isPaused = false;

@@ -68,7 +68,7 @@ void Connection::unwatch()
 
 Connection::Result Connection::failure() const
 {
-    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed};
+    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed, 0, errno};
 }
 
 Connection::Result Connection::send(Bytes first, Bytes second, bool more)
@@ -143,7 +143,13 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
         timeval value{};
         value.tv_sec = m_receiveLimit.count() / 1000;
         value.tv_usec = (m_receiveLimit.count() % 1000) * 1000;
-        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &value, sizeof value);
+        if (::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &value, sizeof value) != 0) {
+            m_receiveLimit = std::chrono::milliseconds(-1); // recv() would wait without a limit
+        }
+    }
+    if (m_receiveLimit.count() < 0) {
+        wait(false, limit);
+        return receive(buffer, size);
     }
     const ssize_t received = ::recv(m_socket, buffer, size, 0);
     if (received < 0) {

@@ -41,6 +41,7 @@ public:
     {
         Status status;
         std::size_t bytes = 0; ///< that were moved
+        int error = 0;         ///< of the system, why it failed; 0 if unknown
     };
 
     /// Takes over a connected socket.

@@ -104,9 +104,10 @@ Exchange::Step BlockingExchange::transfer(Clock::time_point deadline)
         // A device may reply, and close the connection, before it has received the whole request.
         const bool mayAnswer = m_exchange.mayReceive() || m_connection->wait(true, left);
         if (mayAnswer) {
+            const bool waits = m_exchange.isSent() && !m_exchange.hasSendFailed();
             const Connection::Result result =
-                m_exchange.mayReceive() ? m_connection->receiveWithin(left, buffer.data(), buffer.size())
-                                        : m_connection->receive(buffer.data(), buffer.size());
+                waits ? m_connection->receiveWithin(left, buffer.data(), buffer.size())
+                      : m_connection->receive(buffer.data(), buffer.size());
             step = m_exchange.received(result, buffer.data(), m_isReused);
             if (step != Exchange::Step::GoOn) {
                 return step;

@@ -150,6 +150,7 @@ Exchange::Step Exchange::send(Connection& connection)
                 return Step::AgainFresh;
             }
             m_sendFailed = true; // the device may have replied before it closed the connection
+            m_sendError = result.error;
         }
         const std::size_t ofHead = std::min(result.bytes, head.size);
         m_headSent += static_cast<int>(ofHead);
@@ -163,7 +164,15 @@ Exchange::Step Exchange::send(Connection& connection)
 Exchange::Step Exchange::received(const Connection::Result& result, const char* bytes, bool isReused)
 {
     if (result.status == Connection::Status::Waiting) {
-        return Step::GoOn;
+        if (!m_sendFailed) {
+            return Step::GoOn;
+        }
+        // The connection lives, but the device would wait for the rest of the request.
+        m_error = QStringLiteral("the request cannot be sent");
+        if (m_sendError != 0) {
+            m_error += QStringLiteral(": ") + qt_error_string(m_sendError);
+        }
+        return Step::Ended;
     }
     if (result.status == Connection::Status::Moved) {
         const ResponseParser::State state = m_reader.feed(bytes, result.bytes);

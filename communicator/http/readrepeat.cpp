@@ -6,6 +6,7 @@
 #include "communicator/requestlimits.h"
 
 #include <algorithm>
+#include <array>
 #include <random>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -14,9 +15,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds firstWait{100};
-constexpr milliseconds longestWait{5000};
-constexpr int maxDoublings = 10;
+// Before the first repetition and those that follow; the last one stays.
+constexpr std::array<milliseconds::rep, 7> waits{100, 200, 400, 800, 1600, 3200, 5000};
 // Requests that were refused together do not come back together.
 constexpr milliseconds longestSpread{250};
 
@@ -36,12 +36,12 @@ std::optional<milliseconds> repeatAfter(const HttpRequest& request, const HttpRe
     if (!isBusy || request.method != HttpMethod::Get || !requestLimits().repeatReads) {
         return std::nullopt;
     }
-    const milliseconds own =
-        std::min(firstWait * (1 << std::min(request.repeats, maxDoublings)), longestWait);
-    const milliseconds least = std::max(own, retryAfterOf(reply).value_or(milliseconds(0)));
+    const milliseconds own(request.repeats < int(waits.size()) ? waits[std::size_t(request.repeats)]
+                                                               : waits.back());
+    const milliseconds least = std::max(own, retryAfterOf(reply).value_or(own));
     const milliseconds wait = least + spread(least);
-    const auto left = started + timeLimit(request) - std::chrono::steady_clock::now();
-    return wait < left ? std::optional(wait) : std::nullopt;
+    return std::chrono::steady_clock::now() + wait < started + timeLimit(request) ? std::optional(wait)
+                                                                                  : std::nullopt;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

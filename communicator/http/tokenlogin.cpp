@@ -38,7 +38,7 @@ void TokenLogin::Ticket::reset()
 {
     if (const std::shared_ptr<TokenLogin> login = std::exchange(m_login, nullptr)) {
         const std::lock_guard<std::mutex> lock(login->m_mutex);
-        login->m_waiting.remove_if([this](const Waiting& one) { return one.number == m_number; });
+        login->m_waiting.remove_if([this](const Waiting& one) { return one.ticket == this; });
     }
 }
 
@@ -56,15 +56,14 @@ TokenLogin::Verdict TokenLogin::refused(const QByteArray& authorization, Ticket&
     if (authorization != headerOf(m_token)) {
         return Verdict::Renewed;
     }
-    if (!m_isCalled && std::exchange(m_isFresh, false)) {
+    if (!m_call && std::exchange(m_isFresh, false)) {
         error = "the device refuses the new token as well";
         fail();
     }
     const bool waits = begin(error);
     if (waits || untilRenewed) {
         ticket.m_login = shared_from_this();
-        ticket.m_number = ++m_lastNumber;
-        m_waiting.push_back({ticket.m_number, untilRenewed, std::move(waiter)});
+        m_waiting.push_back({&ticket, untilRenewed, std::move(waiter)});
     }
     lock.unlock();
     log(error);
@@ -75,21 +74,22 @@ TokenLogin::Verdict TokenLogin::refused(const QByteArray& authorization, Ticket&
 /// @return whether its result is to be awaited.
 bool TokenLogin::begin(Error& error)
 {
-    if (m_isCalled) {
-        return m_isAwaited;
+    if (m_call) {
+        return m_call->isAwaited;
     }
     if (Lifecycle::isClosed() || std::chrono::steady_clock::now() < m_heldOffUntil) {
         return false;
     }
-    m_isCalled = m_isAwaited = runInBackground([self = shared_from_this()] { self->callFunction(); });
-    if (m_isCalled) {
-        // Without a thread for this, requests wait until their own limits.
-        runInBackground([self = shared_from_this(), call = ++m_calls] { self->supervise(call); });
-    } else {
+    m_call = std::make_shared<Call>();
+    if (!runInBackground([self = shared_from_this()] { self->callFunction(); })) {
+        m_call = nullptr;
         error = "the system has no thread for the function that renews it";
         fail();
+        return false;
     }
-    return m_isCalled;
+    // Without a thread for this, requests wait until their own limits.
+    runInBackground([self = shared_from_this(), call = m_call] { self->supervise(call); });
+    return true;
 }
 
 void TokenLogin::callFunction()
@@ -113,8 +113,7 @@ void TokenLogin::callFunction()
 TokenLogin::Error TokenLogin::ended(const QString& token, Error error)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_isCalled = false;
-    m_isAwaited = false;
+    m_call = nullptr;
     m_returned.notify_all();
     if (error == nullptr) {
         error = token.isEmpty()          ? "the function that renews it gave no token"
@@ -134,13 +133,13 @@ TokenLogin::Error TokenLogin::ended(const QString& token, Error error)
 }
 
 // A function that takes too long goes on, and its token is used once it comes; but nobody waits for it.
-void TokenLogin::supervise(quint64 call)
+void TokenLogin::supervise(const std::shared_ptr<Call>& call)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     const bool hasReturned =
-        m_returned.wait_for(lock, m_timings.limit, [this, call] { return !m_isCalled || m_calls != call; });
+        m_returned.wait_for(lock, m_timings.limit, [this, &call] { return m_call != call; });
     if (!hasReturned) {
-        m_isAwaited = false;
+        call->isAwaited = false;
         fail();
         lock.unlock();
         log("the function that renews it takes too long");

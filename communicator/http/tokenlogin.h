@@ -50,7 +50,6 @@ public:
     private:
         friend class TokenLogin;
         std::shared_ptr<TokenLogin> m_login;
-        quint64 m_number = 0;
         Q_DISABLE_COPY_MOVE(Ticket)
     };
 
@@ -73,9 +72,14 @@ public:
 private:
     struct Waiting
     {
-        quint64 number;
+        const Ticket* ticket;
         bool untilRenewed;
         Waiter call;
+    };
+    /// A call of the function.
+    struct Call
+    {
+        bool isAwaited = true; ///< it has not exceeded its time
     };
 
     /// Why a renewal failed; null if it did not.
@@ -84,7 +88,7 @@ private:
     bool begin(Error& error);
     void callFunction();
     Error ended(const QString& token, Error error);
-    void supervise(quint64 call);
+    void supervise(const std::shared_ptr<Call>& call);
     void fail();
     void tellWaiting(bool renewed);
     void log(Error error) const;
@@ -95,13 +99,10 @@ private:
     mutable std::mutex m_mutex; ///< guards all below
     std::condition_variable m_returned;
     QString m_token;
-    bool m_isFresh = false; ///< it was renewed, and the device has not taken it yet
-    quint64 m_calls = 0;
-    bool m_isCalled = false;  ///< the function is running
-    bool m_isAwaited = false; ///< and has not exceeded its time
+    bool m_isFresh = false;       ///< it was renewed, and the device has not taken it yet
+    std::shared_ptr<Call> m_call; ///< null while the function is not running
     std::chrono::steady_clock::time_point m_heldOffUntil{};
     std::list<Waiting> m_waiting;
-    quint64 m_lastNumber = 0;
     Q_DISABLE_COPY_MOVE(TokenLogin)
 };
 

@@ -5,6 +5,7 @@
 #include "communicator/runtime/ioloop.h"
 #include "deaflistener.h"
 #include "misbehavingserver.h"
+#include "sleepingthread.h"
 
 #include <closedport.h>
 
@@ -180,6 +181,35 @@ private Q_SLOTS:
         const ConnectResult later = connector.connect(*device, 1h);
         QVERIFY(!later.connection);
         QCOMPARE(later.state, State::Aborted);
+    }
+
+    void abortDoesNotWaitForTheNextLook()
+    {
+        const DeafListener deaf("127.0.0.1", 0);
+        QVERIFY(deaf.listens());
+        const auto device = deviceAt(QStringLiteral("127.0.0.1:%1").arg(deaf.port()));
+        BlockingConnector patient;
+        std::atomic<bool> isOver{false};
+        std::thread other([&] {
+            patient.connect(*device, 900ms);
+            isOver = true;
+        });
+        BlockingConnector connector;
+        std::atomic<pid_t> thread{0};
+        ConnectResult result;
+        std::thread connecting([&] {
+            thread = pid_t(::syscall(SYS_gettid));
+            result = connector.connect(*device, 1h);
+        });
+        while (thread == 0 || !sleeps(thread)) {
+            std::this_thread::yield();
+        }
+        connector.abort();
+        connecting.join();
+        const bool wasFirst = !isOver;
+        other.join();
+        QCOMPARE(result.state, State::Aborted);
+        QVERIFY(wasFirst);
     }
 
     // Each limit ends the attempt at another place; the last place is where the connection is there and gets

@@ -5,20 +5,81 @@
 #include "communicator/http/curlmulti.h"
 #include "communicator/runtime/ioloop.h"
 
+#include <QDir>
 #include <QtTest>
 
+#include <array>
+#include <fcntl.h>
 #include <future>
 #include <memory>
 #include <optional>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <utility>
 
 using namespace Krelm::Communicator::HttpDevice;
 using namespace std::chrono_literals;
 
+namespace {
+
+QList<int> descriptors()
+{
+    QList<int> found;
+    for (const QString& name : QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System)) {
+        if (::fcntl(name.toInt(), F_GETFD) >= 0) { // which the one of the list no longer is
+            found << name.toInt();
+        }
+    }
+    return found;
+}
+
+bool isInherited(int descriptor)
+{
+    return ::fcntl(descriptor, F_GETFD) == 0;
+}
+
+} // namespace
+
 class TestCurlMulti : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void programsInheritNothingOfANewHandleAndAllElseAsBefore()
+    {
+        // The application's own local sockets lie between the two of the handle: some without anything in
+        // them, one with a byte whose sender has gone.
+        const int gap = ::open("/dev/null", O_RDONLY);
+        std::array<int, 2> idle{};
+        std::array<int, 2> half{};
+        QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM, 0, idle.data()), 0);
+        QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM, 0, half.data()), 0);
+        QCOMPARE(::write(half[1], "x", 1), ssize_t(1));
+        ::close(half[1]);
+        const QList<int> before = descriptors();
+        ::close(gap);
+
+        CURLM* const multi = newMulti();
+        QList<int> own;
+        for (const int descriptor : descriptors()) {
+            if (descriptor == gap || !before.contains(descriptor)) {
+                own << descriptor;
+            }
+        }
+        QVERIFY(own.size() >= 2);
+        QVERIFY(own.contains(gap));
+        for (const int descriptor : own) {
+            QVERIFY2(!isInherited(descriptor), qPrintable(QString::number(descriptor)));
+        }
+        for (const int descriptor : {idle[0], idle[1], half[0]}) {
+            QVERIFY2(isInherited(descriptor), qPrintable(QString::number(descriptor)));
+            ::close(descriptor);
+        }
+        curl_multi_cleanup(multi);
+        for (const int descriptor : own) {
+            QVERIFY(::fcntl(descriptor, F_GETFD) == -1);
+        }
+    }
+
     void anAddressThatFailsIsFollowedByTheNext_data()
     {
         QTest::addColumn<bool>("refuses");

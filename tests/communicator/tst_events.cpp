@@ -61,9 +61,8 @@ struct Listening : QObject
     }
     void open(const QString& key, const QString& address, DeviceEndpoint endpoint = {})
     {
-        QString reason;
         endpoint.address = address;
-        registry.add(key, endpoint, reason);
+        registry.add(key, endpoint);
         channels.open(registry.find(key), {});
     }
     int count(ProxyEvent::Kind kind) const
@@ -255,6 +254,27 @@ private Q_SLOTS:
         }
         QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), missed ? 1 : 0);
         QVERIFY(!server.received().at(1).headers.value("last-event-id").contains('\x01'));
+    }
+
+    void aStreamThatHasEndedOwesNoProof()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = timings.longestDelay = 1h;
+        timings.proof = 1s;
+        Listening listening(timings);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.setMode(Mode::Raw);
+        server.setRaw(head);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(told->filter(QStringLiteral("the stream ended")).size(), 1);
+        QVERIFY(waitFor(listening, timings.proof));
+        QVERIFY(waitFor(listening, timings.reportGap));
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 0);
     }
 
     void aFirstStreamThatHadToWaitReportsWhatMayHaveChanged()
@@ -916,8 +936,15 @@ private Q_SLOTS:
         listening.open(wall, server.address());
         QTRY_COMPARE(listening.events, (QList<QByteArray>{"{}", "[1]"}));
         const QStringList warnings = log.lines().filter(QStringLiteral(".warning: "));
-        QCOMPARE(warnings.size(), 1);
-        QVERIFY2(warnings.first().contains(QLatin1String("not JSON")), qPrintable(warnings.first()));
+        const QString told = QStringLiteral(
+            "tessel.events.warning: wall: an event was dropped because it is not JSON in UTF-8; further ones "
+            "on this connection are not reported");
+        QCOMPARE(warnings, QStringList{told});
+        // The next connection tells it again.
+        server.addScript({head, "data: a\n\ndata: [2]\n\n"});
+        server.dropConnections();
+        QTRY_COMPARE(listening.events.last(), QByteArray("[2]"));
+        QCOMPARE(log.lines().count(told), 2);
     }
 
     void whatIsNoStreamIsTriedAgain_data()
@@ -1042,6 +1069,21 @@ private Q_SLOTS:
         } else {
             QCOMPARE(server.deliveries(), 1);
         }
+    }
+
+    void whatWasReadOfTheLastReplyDoesNotCount()
+    {
+        const QByteArray body(40000, 'x');
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({"HTTP/1.1 500 No\r\nContent-Length: 40000\r\n\r\n" + body});
+        server.addScript({"HTTP/1.1 500 No\r\nContent-Length: 70000\r\n\r\n" + body});
+        MisbehavingServer other(Mode::Raw);
+        Listening listening;
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForAnswers(2));
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to come back
+        QCOMPARE(server.deliveries(), 2);
     }
 
     void anOpenStreamThatIsIdleCostsNothing()

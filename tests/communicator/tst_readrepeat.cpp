@@ -56,9 +56,12 @@ private Q_SLOTS:
         QTest::addColumn<int>("most");
         QTest::newRow("first") << 0 << QString() << 100 << 125;
         QTest::newRow("second") << 1 << QString() << 200 << 250;
+        QTest::newRow("third") << 2 << QString() << 400 << 500;
         QTest::newRow("fourth") << 3 << QString() << 800 << 1000;
+        QTest::newRow("fifth") << 4 << QString() << 1600 << 1850;
         QTest::newRow("sixth") << 5 << QString() << 3200 << 3450;
         QTest::newRow("seventh") << 6 << QString() << 5000 << 5250;
+        QTest::newRow("eighth") << 7 << QString() << 5000 << 5250;
         QTest::newRow("hundredth") << 99 << QString() << 5000 << 5250;
         QTest::newRow("the device asks for more") << 0 << QStringLiteral("2") << 2000 << 2250;
         QTest::newRow("the device asks for less") << 5 << QStringLiteral("2") << 3200 << 3450;

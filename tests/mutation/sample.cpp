@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // What the mutation run is checked on: a library, and the test of a part of it in the same program.
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -67,6 +70,20 @@ long next(long number)
     return number + 1L;
 }
 
+// Neither the moment nor the room is anybody's choice, `{}` is no value either, and which of both limits
+// stands first is the same.
+std::optional<int> bounded(int number, std::chrono::steady_clock::time_point until)
+{
+    std::string text;
+    if (text.capacity() > 100) {
+        return 100;
+    }
+    if (std::chrono::steady_clock::now() >= until) {
+        return std::nullopt;
+    }
+    return std::clamp(number, place(0), limit);
+}
+
 // No test calls it: all its mutants live.
 int untested(int number)
 {
@@ -78,7 +95,7 @@ bool check()
     (void)&untested;
     return joined({"a", "", "b"}) == "ab" && greeting("you") == "to you" && isSmall(0) && isSmall(2) &&
            !isSmall(3) && !isSmall(-1) && shifted(5, 3) == 2 && place(2) == 2 && place(5) == -1 &&
-           next(3) == 4;
+           next(3) == 4 && !bounded(1, {}) && bounded(1, std::chrono::steady_clock::time_point::max()) == 1;
 }
 
 } // namespace
