@@ -12,6 +12,8 @@
 
 #include <QCoreApplication>
 
+#include <mutex>
+
 namespace Krelm::Communicator::HttpDevice {
 
 class Q_DECL_HIDDEN HttpProxy::Private
@@ -176,13 +178,12 @@ HttpProxy* HttpProxy::getInstance()
         }
         return created;
     }();
-    static const bool stopsInTime = [] {
+    static std::once_flag stopsInTime;
+    std::call_once(stopsInTime, [] {
         // An application that goes empties the event queue of its thread, and a wake-up may have been among
         // the events.
         Lifecycle::onChange([] { proxy->d->stop(); }, [] { proxy->d->devices.events().repeatWakeUp(); });
-        return true;
-    }();
-    Q_UNUSED(stopsInTime)
+    });
     return proxy;
 }
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 
 namespace ondemand = simdjson::ondemand;
 
@@ -76,15 +75,15 @@ bool isTooLarge(std::string_view token)
             --place;
         }
     }
-    if (i == token.size()) {
-        return place > 0;
-    }
-    const bool hasPlus = token[i + 1] == '+';
-    const bool isNegative = token[i + 1] == '-';
     long long exponent = 0;
-    const auto result =
-        std::from_chars(token.data() + i + (hasPlus ? 2 : 1), token.data() + token.size(), exponent);
-    return result.ec == std::errc() ? exponent > -place : !isNegative;
+    if (i != token.size()) {
+        const bool hasPlus = token[i + 1] == '+';
+        const char* const digits = token.data() + i + (hasPlus ? 2 : 1);
+        if (std::from_chars(digits, token.data() + token.size(), exponent).ec != std::errc()) {
+            return *digits != '-';
+        }
+    }
+    return exponent > -place;
 }
 
 bool readReal(std::string_view token, QVariant& out)
@@ -92,11 +91,10 @@ bool readReal(std::string_view token, QVariant& out)
     double number{};
     const std::from_chars_result result = std::from_chars(token.data(), token.data() + token.size(), number);
     if (result.ec == std::errc::result_out_of_range) {
-        // Too large, or so small that it rounds to zero.
-        number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble();
-        if (!std::isfinite(number) || (number == 0 && isTooLarge(token))) {
+        if (isTooLarge(token)) {
             return false;
         }
+        number = QByteArray::fromRawData(token.data(), int(token.size())).toDouble(); // or zero
     }
     out = number;
     return true;

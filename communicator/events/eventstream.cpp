@@ -164,7 +164,6 @@ void EventStream::live()
     const bool wasGone = m_reconnectPolicy.isGone();
     m_reconnectPolicy.connected(IoLoop::Clock::now());
     scheduleTick();
-    m_reason.clear();
     setState(ConnectionState::Live, {}, std::nullopt);
     const bool mayHaveMissed = m_continuity.opened(resumeId());
     const bool isOwed = std::exchange(m_owesReport, false);

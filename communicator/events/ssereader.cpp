@@ -29,28 +29,20 @@ SseReader::SseReader(std::size_t maximumBytes, Sink sink)
 
 void SseReader::reset()
 {
-    m_atStart = true;
-    m_skipFeed = false;
-    m_partial.clear();
-    m_hasData = false;
-    m_data.clear();
-    m_hasId = false;
-    m_id = m_lastEventId;
-    m_isGap = false;
-    m_retry.reset();
+    m_begun = {};
 }
 
 std::optional<std::chrono::milliseconds> SseReader::takeRetry()
 {
-    return std::exchange(m_retry, std::nullopt);
+    return std::exchange(m_begun.retry, std::nullopt);
 }
 
 bool SseReader::feed(const char* bytes, std::size_t size)
 {
     const char* position = bytes;
     const char* const end = bytes + size;
-    if (m_skipFeed && position != end) {
-        m_skipFeed = false;
+    if (m_begun.skipFeed && position != end) {
+        m_begun.skipFeed = false;
         position += *position == '\n' ? 1 : 0;
     }
     // Each kind of line end is searched for again from where it was found, so that a text with only one kind
@@ -59,20 +51,20 @@ bool SseReader::feed(const char* bytes, std::size_t size)
     const char* returnAt = find(position, end, '\r');
     while (position != end) {
         const char* const lineEnd = std::min(feedAt, returnAt);
-        if (static_cast<std::size_t>(m_partial.size() + (lineEnd - position)) > m_maximumBytes) {
+        if (static_cast<std::size_t>(m_begun.partial.size() + (lineEnd - position)) > m_maximumBytes) {
             return tooLarge();
         }
         if (lineEnd == end) {
-            m_partial.append(position, static_cast<int>(end - position));
+            m_begun.partial.append(position, static_cast<int>(end - position));
             return true;
         }
         bool taken = false;
-        if (m_partial.isEmpty()) {
+        if (m_begun.partial.isEmpty()) {
             taken = line(position, lineEnd);
         } else {
-            m_partial.append(position, static_cast<int>(lineEnd - position));
-            taken = line(m_partial.constData(), m_partial.constData() + m_partial.size());
-            m_partial.resize(0);
+            m_begun.partial.append(position, static_cast<int>(lineEnd - position));
+            taken = line(m_begun.partial.constData(), m_begun.partial.constData() + m_begun.partial.size());
+            m_begun.partial.resize(0);
         }
         if (!taken) {
             return false;
@@ -80,7 +72,7 @@ bool SseReader::feed(const char* bytes, std::size_t size)
         position = lineEnd + 1;
         if (lineEnd == returnAt) {
             if (position == end) {
-                m_skipFeed = true;
+                m_begun.skipFeed = true;
             } else if (position == feedAt) {
                 ++position;
             }
@@ -93,8 +85,8 @@ bool SseReader::feed(const char* bytes, std::size_t size)
 
 bool SseReader::line(const char* begin, const char* end)
 {
-    if (m_atStart) {
-        m_atStart = false;
+    if (m_begun.atStart) {
+        m_begun.atStart = false;
         if (std::string_view(begin, static_cast<std::size_t>(end - begin)).substr(0, byteOrderMark.size()) ==
             byteOrderMark) {
             begin += byteOrderMark.size();
@@ -115,11 +107,10 @@ bool SseReader::line(const char* begin, const char* end)
     }
     if (field == "id") {
         if (end - value <= maxIdBytes && find(value, end, '\0') == end) {
-            m_id = QByteArray(value, static_cast<int>(end - value));
-            m_hasId = true;
+            m_begun.id = QByteArray(value, static_cast<int>(end - value));
         }
     } else if (field == "event") {
-        m_isGap = std::string_view(value, static_cast<std::size_t>(end - value)) == "gap";
+        m_begun.isGap = std::string_view(value, static_cast<std::size_t>(end - value)) == "gap";
     } else if (field == "retry") {
         retry(value, end);
     }
@@ -131,22 +122,23 @@ bool SseReader::line(const char* begin, const char* end)
 // reconnect.
 bool SseReader::tooLarge()
 {
-    m_lastEventId = m_id;
+    m_lastEventId = m_begun.id.value_or(m_lastEventId);
     return false;
 }
 
 bool SseReader::data(const char* begin, const char* end)
 {
     const auto size = static_cast<std::size_t>(end - begin);
-    if (static_cast<std::size_t>(m_data.size()) + size + 1 > m_maximumBytes) {
+    std::optional<QByteArray>& data = m_begun.data;
+    const auto before = data ? data->size() : 0;
+    if (static_cast<std::size_t>(before) + size + 1 > m_maximumBytes) {
         return tooLarge();
     }
-    if (m_hasData) {
-        m_data += '\n';
-        m_data.append(begin, static_cast<int>(size));
+    if (data) {
+        *data += '\n';
+        data->append(begin, static_cast<int>(size));
     } else {
-        m_data = QByteArray(begin, static_cast<int>(size));
-        m_hasData = true;
+        data = QByteArray(begin, static_cast<int>(size));
     }
     return true;
 }
@@ -156,21 +148,18 @@ void SseReader::retry(const char* begin, const char* end)
     const bool isNumber =
         begin != end && std::all_of(begin, end, [](char c) { return c >= '0' && c <= '9'; });
     if (isNumber && static_cast<std::size_t>(end - begin) <= maxRetryDigits) {
-        m_retry = std::chrono::milliseconds(QByteArray(begin, static_cast<int>(end - begin)).toLongLong());
+        m_begun.retry =
+            std::chrono::milliseconds(QByteArray(begin, static_cast<int>(end - begin)).toLongLong());
     }
 }
 
 void SseReader::dispatch()
 {
-    m_lastEventId = m_id;
+    m_lastEventId = m_begun.id.value_or(m_lastEventId);
     Event event;
-    event.isGap = std::exchange(m_isGap, false);
-    if (std::exchange(m_hasId, false)) {
-        event.id = m_id;
-    }
-    if (std::exchange(m_hasData, false)) {
-        event.data = std::exchange(m_data, QByteArray());
-    }
+    event.isGap = std::exchange(m_begun.isGap, false);
+    event.id = std::exchange(m_begun.id, std::nullopt);
+    event.data = std::exchange(m_begun.data, std::nullopt);
     if (event.id || event.data) {
         m_sink(std::move(event));
     }

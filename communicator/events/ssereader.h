@@ -39,7 +39,7 @@ public:
     /// The id of the last event, from which to resume; empty if there was none.
     const QByteArray& lastEventId() const { return m_lastEventId; }
     /// Sets the id of the last event that another reader received.
-    void setLastEventId(const QByteArray& id) { m_id = m_lastEventId = id; }
+    void setLastEventId(const QByteArray& id) { m_lastEventId = id; }
     /// The reconnect delay requested by the stream since the last call, if any.
     std::optional<std::chrono::milliseconds> takeRetry();
 
@@ -52,16 +52,19 @@ private:
 
     const std::size_t m_maximumBytes;
     const Sink m_sink;
-    bool m_atStart = true;   ///< a byte-order mark may follow
-    bool m_skipFeed = false; ///< a line feed now belongs to the preceding carriage return
-    QByteArray m_partial;    ///< the line that the last piece ended in
-    bool m_hasData = false;
-    QByteArray m_data;
-    bool m_hasId = false;
-    QByteArray m_id;
-    bool m_isGap = false;
     QByteArray m_lastEventId;
-    std::optional<std::chrono::milliseconds> m_retry;
+    /// What has been read of the stream and is still to come to an end.
+    struct Begun
+    {
+        bool atStart = true;   ///< a byte-order mark may follow
+        bool skipFeed = false; ///< a line feed now belongs to the preceding carriage return
+        QByteArray partial;    ///< the line that the last piece ended in
+        std::optional<QByteArray> id;
+        std::optional<QByteArray> data;
+        bool isGap = false;
+        std::optional<std::chrono::milliseconds> retry;
+    };
+    Begun m_begun;
 };
 
 } // namespace Krelm::Communicator::HttpDevice

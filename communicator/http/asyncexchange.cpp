@@ -2,6 +2,7 @@
 #include "communicator/http/asyncexchange.h"
 
 #include <array>
+#include <utility>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -100,14 +101,13 @@ void AsyncExchange::go(Exchange::Step step)
 void AsyncExchange::awaitLogin()
 {
     m_connection->unwatch();
-    m_awaited = std::make_shared<bool>();
-    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr<bool>(m_awaited)](bool renewed) {
+    auto login = std::make_shared<TokenLogin::Ticket>();
+    const auto waiter = [this, &loop = m_loop, awaited = std::weak_ptr(login)](bool renewed) {
         loop.post([this, awaited, renewed] {
             if (awaited.expired()) {
                 return;
             }
             m_login.reset();
-            m_awaited.reset();
             Exchange::Step step = renewed ? m_exchange.repeatWithNewLogin() : Exchange::Step::Ended;
             if (step == Exchange::Step::AgainHere && !m_connection->isQuiet()) {
                 step = Exchange::Step::AgainFresh;
@@ -115,9 +115,10 @@ void AsyncExchange::awaitLogin()
             go(step);
         });
     };
-    const Exchange::Step step = m_exchange.awaitLogin(m_login, waiter);
-    if (step != Exchange::Step::AwaitLogin) {
-        m_awaited.reset();
+    const Exchange::Step step = m_exchange.awaitLogin(*login, waiter);
+    if (step == Exchange::Step::AwaitLogin) {
+        m_login = std::move(login);
+    } else {
         go(step);
     }
 }
@@ -142,11 +143,9 @@ HttpReply AsyncExchange::breakOff(IHttpVersionTrigger::HttpSimpleState outcome, 
         m_connector.cancel(m_attempt);
         m_attempt = nullptr;
     }
-    m_login.reset();
-    if (m_awaited && outcome == IHttpVersionTrigger::TimedOut) {
+    if (std::exchange(m_login, nullptr) && outcome == IHttpVersionTrigger::TimedOut) {
         outcome = IHttpVersionTrigger::Success; // the refusal is a whole reply
     }
-    m_awaited.reset();
     if (outcome == IHttpVersionTrigger::Success && m_connection && m_exchange.keepsConnection()) {
         m_connection->unwatch();
     } else {

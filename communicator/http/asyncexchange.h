@@ -53,8 +53,7 @@ private:
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;
     bool m_isReused = false;
-    TokenLogin::Ticket m_login;      ///< while it waits for a new token
-    std::shared_ptr<bool> m_awaited; ///< its last pointer goes when the wait ends
+    std::shared_ptr<TokenLogin::Ticket> m_login; ///< while it waits for a new token
     Q_DISABLE_COPY_MOVE(AsyncExchange)
 };
 

@@ -18,19 +18,20 @@ constexpr int descriptorsLookedAt = 64;
 
 // When to have libcurl look again after a look that failed.
 constexpr std::chrono::milliseconds retryInterval{100};
+constexpr int maxFailedActs = 3;
 
-/// The number of bytes in a local socket that child processes inherit: bytes to read (FIONREAD) or bytes that
-/// its peer has not read (SIOCOUTQ); -1 for any other descriptor and for none.
-int pending(int descriptor, unsigned long request)
+/// Whether a local socket that child processes inherit holds bytes: bytes to read (FIONREAD) or bytes that
+/// its peer has not read (SIOCOUTQ). Nothing for any other descriptor and for none.
+std::optional<bool> holdsBytes(int descriptor, unsigned long request)
 {
     int domain = 0;
     socklen_t size = sizeof domain;
     int bytes = 0;
     if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 || domain != AF_UNIX ||
         (::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0 || ::ioctl(descriptor, request, &bytes) != 0) {
-        return -1;
+        return std::nullopt;
     }
-    return bytes;
+    return bytes > 0;
 }
 
 } // namespace
@@ -50,14 +51,14 @@ CURLM* newMulti()
     int reader = -1;
     int writer = -1;
     for (int i = lowest; i < lowest + descriptorsLookedAt && (reader == -1 || writer == -1); ++i) {
-        if (reader == -1 && pending(i, FIONREAD) == 1) {
+        if (reader == -1 && holdsBytes(i, FIONREAD) == true) {
             reader = i;
-        } else if (writer == -1 && pending(i, SIOCOUTQ) > 0) {
+        } else if (writer == -1 && holdsBytes(i, SIOCOUTQ) == true) {
             writer = i;
         }
     }
     curl_multi_poll(multi, nullptr, 0, 0, nullptr);
-    if (pending(reader, FIONREAD) == 0 && pending(writer, SIOCOUTQ) == 0) {
+    if (holdsBytes(reader, FIONREAD) == false && holdsBytes(writer, SIOCOUTQ) == false) {
         ::fcntl(reader, F_SETFD, FD_CLOEXEC);
         ::fcntl(writer, F_SETFD, FD_CLOEXEC);
     }
@@ -97,7 +98,7 @@ void CurlMulti::open()
 CurlMulti::~CurlMulti()
 {
     curl_multi_cleanup(m_multi);
-    if (m_timer) {
+    if (m_timer) { // of a look that failed; libcurl has none without a transfer
         m_loop.stopTimer(*m_timer);
     }
 }
@@ -160,7 +161,12 @@ void CurlMulti::actOnTimer()
 void CurlMulti::act(curl_socket_t socket)
 {
     int running{};
-    if (curl_multi_socket_action(m_multi, socket, 0, &running) != CURLM_OK && !m_timer) {
+    if (curl_multi_socket_action(m_multi, socket, 0, &running) == CURLM_OK) {
+        m_failedActs = 0;
+    } else if (++m_failedActs > maxFailedActs) {
+        m_failedActs = 0;
+        endAll(CURLE_OUT_OF_MEMORY);
+    } else if (!m_timer) {
         // It may have done nothing, and would then set no timer again.
         m_timer = m_loop.startTimer(IoLoop::Clock::now() + retryInterval, [this] { actOnTimer(); });
     }
@@ -177,6 +183,20 @@ void CurlMulti::tryNextAddresses()
         if (m_transfers.find(easy) != m_transfers.end()) {
             curl_easy_pause(easy, CURLPAUSE_ALL);
             curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
+}
+
+void CurlMulti::endAll(CURLcode code)
+{
+    std::vector<CURL*> all;
+    for (const auto& transfer : m_transfers) {
+        all.push_back(transfer.first);
+    }
+    for (CURL* const easy : all) { // an end may remove others
+        auto transfer = m_transfers.extract(easy);
+        if (!transfer.empty()) {
+            transfer.mapped()(code);
         }
     }
 }

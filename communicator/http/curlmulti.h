@@ -43,12 +43,14 @@ private:
     void act(curl_socket_t socket);
     void actOnTimer();
     void tryNextAddresses();
+    void endAll(CURLcode code);
 
     IoLoop& m_loop;
     const long m_keptConnections;
     CURLM* m_multi = nullptr; ///< null until libcurl has made it
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
+    int m_failedActs = 0;               ///< in a row
     std::vector<CURL*> m_withoutSocket; ///< have a socket less; some of them have ended since
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };

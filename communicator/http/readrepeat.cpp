@@ -36,8 +36,9 @@ std::optional<milliseconds> repeatAfter(const HttpRequest& request, const HttpRe
     if (!isBusy || request.method != HttpMethod::Get || !requestLimits().repeatReads) {
         return std::nullopt;
     }
-    const auto own = request.repeats < int(waits.size()) ? waits[std::size_t(request.repeats)] : waits.back();
-    const milliseconds least = std::max(milliseconds(own), retryAfterOf(reply).value_or(milliseconds(0)));
+    const milliseconds own(request.repeats < int(waits.size()) ? waits[std::size_t(request.repeats)]
+                                                               : waits.back());
+    const milliseconds least = std::max(own, retryAfterOf(reply).value_or(own));
     const milliseconds wait = least + spread(least);
     return std::chrono::steady_clock::now() + wait < started + timeLimit(request) ? std::optional(wait)
                                                                                   : std::nullopt;

@@ -64,18 +64,8 @@ void ReplyReader::reset()
 void ReplyReader::restart()
 {
     m_parser.reset();
-    m_refusal = IHttpVersionTrigger::Success;
-    m_error.clear();
-    m_status = 0;
-    m_headComplete = false;
-    m_length = -1;
-    m_headers.clear();
-    m_body.clear();
-    m_tokens = {};
-    m_searched = 0;
-    m_isPlain = false;
+    m_read = {};
     uncountBody();
-    m_received = 0;
 }
 
 bool ReplyReader::storeIn(const QString& path)
@@ -90,7 +80,8 @@ bool ReplyReader::storeIn(const QString& path)
 
 QString ReplyReader::header(const QString& name) const
 {
-    return findHeader(m_headers, name) == m_headers.cend() ? QString() : *findHeader(m_headers, name);
+    return findHeader(m_read.headers, name) == m_read.headers.cend() ? QString()
+                                                                     : *findHeader(m_read.headers, name);
 }
 
 qint64 ReplyReader::bodyLimit() const
@@ -101,7 +92,7 @@ qint64 ReplyReader::bodyLimit() const
 IHttpVersionTrigger::HttpSimpleState ReplyReader::fail(IHttpVersionTrigger::HttpSimpleState state,
                                                        const QString& error)
 {
-    m_error = error;
+    m_read.error = error;
     return state;
 }
 
@@ -113,7 +104,7 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::failFile()
 
 bool ReplyReader::breakOff(IHttpVersionTrigger::HttpSimpleState state)
 {
-    m_refusal = state;
+    m_read.refusal = state;
     return false;
 }
 
@@ -122,25 +113,22 @@ void ReplyReader::responseField(std::string_view name, std::string_view value)
     const QLatin1String spelled(name.data(), static_cast<int>(name.size()));
     const QString text = QString::fromUtf8(value.empty() ? "" : value.data(), static_cast<int>(value.size()));
     // Lines of the same name, in any case, form one list (RFC 9110, "Field Order").
-    const auto earlier = findHeader(m_headers, spelled);
-    if (earlier == m_headers.cend()) {
-        m_headers.insert(spelled, text);
+    const auto earlier = findHeader(m_read.headers, spelled);
+    if (earlier == m_read.headers.cend()) {
+        m_read.headers.insert(spelled, text);
     } else {
-        m_headers.insert(earlier.key(), *earlier + QLatin1String(", ") + text);
+        m_read.headers.insert(earlier.key(), *earlier + QLatin1String(", ") + text);
     }
 }
 
 bool ReplyReader::responseHead(const ResponseParser::Head& head)
 {
-    m_headComplete = true;
-    m_status = head.status;
-    m_length = head.length;
-    m_untilClose = head.untilClose;
-    if (m_length > bodyLimit()) {
+    m_read.head = head;
+    if (head.length > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
     // A partial reply would be mistaken for the whole.
-    if (m_status == 206) {
+    if (head.status == 206) {
         return breakOff(
             fail(IHttpVersionTrigger::Broken,
                  QStringLiteral("the device sent a partial reply (206), which was not requested")));
@@ -151,10 +139,10 @@ bool ReplyReader::responseHead(const ResponseParser::Head& head)
 bool ReplyReader::responseBody(const char* bytes, std::size_t count)
 {
     const auto size = static_cast<qint64>(count);
-    if (m_received + size > bodyLimit()) {
+    if (m_read.received + size > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
-    m_received += size;
+    m_read.received += size;
     if (m_file && hasSuccessStatus()) {
         return m_file->write(bytes, size) || breakOff(failFile());
     }
@@ -163,10 +151,11 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
             fail(IHttpVersionTrigger::LimitExceeded,
                  QStringLiteral("the replies being received together exceed their common limit")));
     }
-    if (m_body.isEmpty()) {
-        m_body.reserve(static_cast<int>(std::min(std::max(m_length, size), maxReserve) + padding));
+    if (m_read.body.isEmpty()) {
+        m_read.body.reserve(
+            static_cast<int>(std::min(std::max(m_read.head.length, size), maxReserve) + padding));
     }
-    m_body.append(bytes, static_cast<int>(size));
+    m_read.body.append(bytes, static_cast<int>(size));
     if (hasTooManyTokens(static_cast<int>(size))) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
                              QStringLiteral("the reply holds more than %1 million JSON tokens")
@@ -180,23 +169,24 @@ bool ReplyReader::responseBody(const char* bytes, std::size_t count)
 // turn is long. What is neither an object nor a list becomes nothing, however long it is.
 bool ReplyReader::hasTooManyTokens(int added)
 {
-    if (m_body.size() <= JsonText::maxTokens / 2 || m_isPlain) {
+    if (m_read.body.size() <= JsonText::maxTokens / 2 || m_read.isPlain) {
         return false;
     }
-    const int searched = std::min(int(m_body.size()), m_searched + 2 * added);
-    m_tokens.add(m_body.constData() + m_searched, static_cast<std::size_t>(searched - m_searched));
-    m_searched = searched;
-    if (m_tokens.count() <= JsonText::maxTokens) {
+    const int searched = std::min(int(m_read.body.size()), m_read.searched + 2 * added);
+    m_read.tokens.add(m_read.body.constData() + m_read.searched,
+                      static_cast<std::size_t>(searched - m_read.searched));
+    m_read.searched = searched;
+    if (m_read.tokens.count() <= JsonText::maxTokens) {
         return false;
     }
-    m_isPlain = !beginsAsContainer(m_body);
-    return !m_isPlain;
+    m_read.isPlain = !beginsAsContainer(m_read.body);
+    return !m_read.isPlain;
 }
 
 IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::HttpSimpleState exchange)
 {
-    if (m_refusal != IHttpVersionTrigger::Success) {
-        return m_refusal;
+    if (m_read.refusal != IHttpVersionTrigger::Success) {
+        return m_read.refusal;
     }
     if (exchange != IHttpVersionTrigger::Success) {
         return exchange;
@@ -211,16 +201,16 @@ IHttpVersionTrigger::HttpSimpleState ReplyReader::judge(IHttpVersionTrigger::Htt
     default:
         return fail(IHttpVersionTrigger::Broken,
                     !m_parser.hasBegun() ? QStringLiteral("the connection ended without a reply")
-                    : m_headComplete
+                    : status() != 0
                         ? QStringLiteral("the connection ended in the middle of the reply's body")
                         : QStringLiteral("the connection ended in the middle of the reply's head"));
     }
     if (!hasSuccessStatus()) {
-        return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(m_status));
+        return fail(IHttpVersionTrigger::HttpFailure, QStringLiteral("HTTP status %1").arg(status()));
     }
     // A body delimited only by the end of the connection may be truncated anywhere; a JSON text shows whether
     // it is.
-    if (m_untilClose && (m_file || !JsonText::isComplete(m_body))) {
+    if (m_read.head.untilClose && (m_file || !JsonText::isComplete(m_read.body))) {
         return fail(IHttpVersionTrigger::Broken,
                     QStringLiteral("the reply has no length and may be truncated"));
     }
@@ -235,10 +225,10 @@ HttpReply ReplyReader::finish(IHttpVersionTrigger::HttpSimpleState exchange)
     HttpReply reply;
     reply.state = judge(exchange);
     m_file.reset();
-    auto headers = std::exchange(m_headers, {});
-    auto body = std::exchange(m_body, {});
-    if (m_headComplete) {
-        reply.status = m_status;
+    auto headers = std::exchange(m_read.headers, {});
+    auto body = std::exchange(m_read.body, {});
+    reply.status = status();
+    if (reply.status != 0) {
         reply.headers = std::move(headers);
     }
     if (reply.state == IHttpVersionTrigger::Success || reply.state == IHttpVersionTrigger::HttpFailure) {

@@ -37,7 +37,7 @@ public:
     bool keepsConnection() const { return m_parser.keepsConnection(); }
 
     /// Status and headers; 0 and empty before the head was received.
-    int status() const { return m_headComplete ? m_status : 0; }
+    int status() const { return m_read.head.status; }
     QString header(const QString& name) const;
 
     /// Ends the reply. @p exchange is the outcome from the connection's point of view; the final outcome is
@@ -45,11 +45,11 @@ public:
     HttpReply finish(IHttpVersionTrigger::HttpSimpleState exchange);
 
     /// Why the reply failed; empty if the failure was passed to finish().
-    const QString& error() const { return m_error; }
+    const QString& error() const { return m_read.error; }
     /// The number of body bytes received.
-    qint64 received() const { return m_received; }
+    qint64 received() const { return m_read.received; }
     /// The announced size of the body, or -1 if it is unknown.
-    qint64 expected() const { return m_length; }
+    qint64 expected() const { return m_read.head.length; }
 
 private:
     void responseField(std::string_view name, std::string_view value) override;
@@ -61,7 +61,7 @@ private:
     IHttpVersionTrigger::HttpSimpleState fail(IHttpVersionTrigger::HttpSimpleState state,
                                               const QString& error);
     bool breakOff(IHttpVersionTrigger::HttpSimpleState state);
-    bool hasSuccessStatus() const { return m_status >= 200 && m_status < 300; }
+    bool hasSuccessStatus() const { return status() >= 200 && status() < 300; }
     qint64 bodyLimit() const;
     bool countBody(qint64 size);
     bool hasTooManyTokens(int added);
@@ -70,20 +70,22 @@ private:
     const TransferLimits m_limits;
     ResponseParser m_parser;
     std::unique_ptr<Tessel::Files::AtomicFile> m_file;
-    IHttpVersionTrigger::HttpSimpleState m_refusal =
-        IHttpVersionTrigger::Success; ///< why reading was stopped
-    QString m_error;
-    int m_status = 0;
-    bool m_headComplete = false;
-    qint64 m_length = -1;
-    bool m_untilClose = false;
-    QMap<QString, QString> m_headers;
-    QByteArray m_body;
-    JsonText::TokenCounter m_tokens;
-    int m_searched = 0;     ///< bytes of m_body whose tokens are counted
-    bool m_isPlain = false; ///< m_body is found to be no JSON object or list
-    qint64 m_received = 0;
-    qint64 m_counted = 0; ///< bytes of m_body that count towards the limit of all replies
+    /// What was read of the reply.
+    struct Read
+    {
+        IHttpVersionTrigger::HttpSimpleState refusal =
+            IHttpVersionTrigger::Success; ///< why reading was stopped
+        QString error;
+        ResponseParser::Head head; ///< its status is 0 until it is complete
+        QMap<QString, QString> headers;
+        QByteArray body;
+        JsonText::TokenCounter tokens;
+        int searched = 0;     ///< bytes of the body whose tokens are counted
+        bool isPlain = false; ///< the body is found to be no JSON object or list
+        qint64 received = 0;
+    };
+    Read m_read;
+    qint64 m_counted = 0; ///< bytes of the body that count towards the limit of all replies
 };
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -55,31 +55,6 @@ bool isBlank(char character)
     return blanks.find(character) != std::string_view::npos;
 }
 
-/// Whether tidied() would return @p head as it is: most are, and need not be copied. False where in doubt.
-bool isTidy(std::string_view head)
-{
-    for (std::size_t at = 0; at < head.size();) {
-        const std::size_t feed = head.find('\n', at);
-        if (feed == std::string_view::npos || feed == at || head[feed - 1] != '\r') {
-            return false;
-        }
-        const std::string_view line = head.substr(at, feed - 1 - at);
-        if (at == 0) {
-            if (line.size() <= 12 || line[8] != ' ' || isBlank(line[9]) || line[12] != ' ') {
-                return false;
-            }
-        } else if (!line.empty()) {
-            const std::size_t colon = line.find(':');
-            if (isBlank(line.front()) || colon == 0 || colon == std::string_view::npos ||
-                isBlank(line[colon - 1])) {
-                return false;
-            }
-        }
-        at = feed + 1;
-    }
-    return true;
-}
-
 /// @p head in the form that the grammar accepts; empty if it is not the head of a response.
 QByteArray tidied(std::string_view head)
 {
@@ -252,63 +227,52 @@ ResponseParser::~ResponseParser() = default;
 void ResponseParser::reset()
 {
     m_grammar.reset();
-    m_state = State::Reading;
-    m_begun = false;
-    m_inBody = false;
-    m_surplus = false;
-    m_headBytes = 0;
-    m_headLines = 0;
-    m_pending.clear();
-    m_error.clear();
+    m_now = {};
 }
 
 void ResponseParser::fail(State state, const QString& error)
 {
-    m_state = state;
-    m_error = error;
+    m_now.state = state;
+    m_now.error = error;
 }
 
 bool ResponseParser::keepsConnection() const
 {
-    return m_state == State::Complete && !m_surplus && m_grammar->keep_alive();
+    return m_now.state == State::Complete && !m_now.surplus && m_grammar->keep_alive();
 }
 
 ResponseParser::State ResponseParser::feed(const char* bytes, std::size_t size)
 {
-    m_begun = m_begun || size > 0;
-    while (size > 0 && m_state == State::Reading) {
-        const std::size_t taken = m_inBody ? feedBody(bytes, size) : feedHead(bytes, size);
+    m_now.hasBegun = m_now.hasBegun || size > 0;
+    while (size > 0 && m_now.state == State::Reading) {
+        const std::size_t taken = m_now.inBody ? feedBody(bytes, size) : feedHead(bytes, size);
         bytes += taken;
         size -= taken;
     }
-    m_surplus = m_surplus || size > 0;
-    return m_state;
+    m_now.surplus = m_now.surplus || size > 0;
+    return m_now.state;
 }
 
 std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
 {
     constexpr std::string_view start = "HTTP/1.";
     const std::string_view piece(bytes, size);
-    const auto before = static_cast<std::size_t>(m_pending.size());
-    if (before == 0) {
-        if (piece.substr(0, start.size()) != start.substr(0, size)) {
-            fail(State::Malformed, QStringLiteral("the reply is not an HTTP/1 response"));
-            return size;
-        }
-        if (const std::size_t end = headEnd(piece, 0)) {
+    const auto before = static_cast<std::size_t>(m_now.pending.size());
+    if (before == 0 && piece.substr(0, start.size()) == start.substr(0, size)) {
+        if (const std::size_t end = headEnd(piece, 0)) { // as most heads come; needs no copy
             parseHead(piece.substr(0, end));
             return end;
         }
     }
     const std::size_t room =
-        static_cast<std::size_t>(std::max<qint64>(0, m_limits.headerBytes - m_headBytes)) + 1;
+        static_cast<std::size_t>(std::max<qint64>(0, m_limits.headerBytes - m_now.headBytes)) + 1;
     const std::size_t taken = std::min(size, room - before);
-    m_pending.append(bytes, static_cast<int>(taken));
-    const std::string_view all(m_pending.constData(), before + taken);
+    m_now.pending.append(bytes, static_cast<int>(taken));
+    const std::string_view all(m_now.pending.constData(), before + taken);
     if (all.substr(0, start.size()) != start.substr(0, all.size())) {
         fail(State::Malformed, QStringLiteral("the reply is not an HTTP/1 response"));
     } else if (const std::size_t end = headEnd(all, before < 2 ? 0 : before - 2)) {
-        const QByteArray head = std::exchange(m_pending, {});
+        const QByteArray head = std::exchange(m_now.pending, {});
         parseHead({head.constData(), end});
         return end - before;
     } else if (all.size() >= room) {
@@ -319,57 +283,56 @@ std::size_t ResponseParser::feedHead(const char* bytes, std::size_t size)
 
 void ResponseParser::parseHead(std::string_view head)
 {
-    m_headBytes += static_cast<qint64>(head.size());
-    m_headLines += static_cast<int>(std::count(head.begin(), head.end(), '\n'));
-    if (m_headBytes > m_limits.headerBytes || m_headLines > m_limits.headerLines) {
+    m_now.headBytes += static_cast<qint64>(head.size());
+    m_now.headLines += static_cast<int>(std::count(head.begin(), head.end(), '\n'));
+    if (m_now.headBytes > m_limits.headerBytes || m_now.headLines > m_limits.headerLines) {
         fail(State::TooLarge, QStringLiteral("the reply's headers are too large"));
         return;
     }
-    const QByteArray tidy =
-        isTidy(head) ? QByteArray::fromRawData(head.data(), static_cast<int>(head.size())) : tidied(head);
+    const QByteArray tidy = tidied(head);
     m_grammar = std::make_unique<Grammar>(m_handler);
     error_code error;
     m_grammar->put(boost::asio::const_buffer(tidy.constData(), static_cast<std::size_t>(tidy.size())), error);
     if (m_grammar->isRefused()) {
-        m_state = State::Refused;
+        m_now.state = State::Refused;
     } else if (error && error != http::error::need_more) {
         fail(State::Malformed, QStringLiteral("the reply's head is not valid HTTP: ") +
                                    QString::fromStdString(error.message()));
     } else if (!m_grammar->is_header_done()) {
         fail(State::Malformed, QStringLiteral("the reply's head is not valid HTTP"));
     } else if (!m_grammar->isInterim()) {
-        m_inBody = true;
-        m_state = m_grammar->is_done() ? State::Complete : State::Reading;
+        m_now.inBody = true;
+        m_now.state = m_grammar->is_done() ? State::Complete : State::Reading;
     }
 }
 
 std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
 {
-    if (m_pending.isEmpty()) {
+    if (m_now.pending.isEmpty()) {
         const std::size_t taken = putBody(bytes, size);
-        if (m_state == State::Reading && taken < size) {
-            m_pending.append(bytes + taken, static_cast<int>(size - taken));
-            m_frame.begin(m_grammar->hasChunks());
+        if (m_now.state == State::Reading && taken < size) {
+            m_now.pending.append(bytes + taken, static_cast<int>(size - taken));
+            m_now.frame.begin(m_grammar->hasChunks());
             judgeFrame({bytes + taken, size - taken});
             return size;
         }
         return taken;
     }
     // An incomplete frame is completed a little at a time, so that the bytes after it are not copied.
-    const std::size_t before = static_cast<std::size_t>(m_pending.size());
+    const std::size_t before = static_cast<std::size_t>(m_now.pending.size());
     const std::size_t more = std::min<std::size_t>(size, 64);
-    m_pending.append(bytes, static_cast<int>(more));
+    m_now.pending.append(bytes, static_cast<int>(more));
     judgeFrame({bytes, more});
-    if (m_state != State::Reading || before + more < leastFrameBytes) {
+    if (m_now.state != State::Reading || before + more < leastFrameBytes) {
         return more;
     }
-    const QByteArray frame = std::exchange(m_pending, {});
+    const QByteArray frame = std::exchange(m_now.pending, {});
     const std::size_t taken = putBody(frame.constData(), before + more);
-    if (m_state == State::Reading && taken < before + more) {
-        m_pending = frame.mid(static_cast<int>(taken));
+    if (m_now.state == State::Reading && taken < before + more) {
+        m_now.pending = frame.mid(static_cast<int>(taken));
         if (taken > 0) {
-            m_frame.begin(m_grammar->hasChunks());
-            judgeFrame({m_pending.constData(), before + more - taken});
+            m_now.frame.begin(m_grammar->hasChunks());
+            judgeFrame({m_now.pending.constData(), before + more - taken});
         }
         return more;
     }
@@ -379,7 +342,7 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
 // The grammar judges a line when it is whole.
 void ResponseParser::judgeFrame(std::string_view bytes)
 {
-    if (!m_frame.take(bytes)) {
+    if (!m_now.frame.take(bytes)) {
         fail(State::Malformed, malformedChunk());
     }
 }
@@ -388,18 +351,18 @@ void ResponseParser::judgeFrame(std::string_view bytes)
 std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
 {
     std::size_t done = 0;
-    while (done != size && m_state == State::Reading) {
+    while (done != size && m_now.state == State::Reading) {
         error_code error;
         const std::size_t taken = m_grammar->put(boost::asio::const_buffer(bytes + done, size - done), error);
         done += taken;
         if (m_grammar->isRefused()) {
-            m_state = State::Refused;
+            m_now.state = State::Refused;
         } else if (m_grammar->hasTooManyExtensions()) {
             fail(State::TooLarge, QStringLiteral("the reply's chunk extensions are too large"));
         } else if (error && error != http::error::need_more) {
             fail(State::Malformed, malformedChunk());
         } else if (m_grammar->is_done()) {
-            m_state = State::Complete;
+            m_now.state = State::Complete;
         } else if (taken == 0) {
             if (size - done > maxFrameBytes) {
                 fail(State::TooLarge, QStringLiteral("the reply's chunk framing is too large"));
@@ -412,17 +375,17 @@ std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
 
 ResponseParser::State ResponseParser::end()
 {
-    if (m_state != State::Reading) {
-        return m_state;
+    if (m_now.state != State::Reading) {
+        return m_now.state;
     }
-    if (m_inBody && m_pending.isEmpty() && m_grammar->need_eof()) {
+    if (m_now.inBody && m_now.pending.isEmpty() && m_grammar->need_eof()) {
         error_code error;
         m_grammar->put_eof(error);
-        m_state = error ? State::Cut : State::Complete;
+        m_now.state = error ? State::Cut : State::Complete;
     } else {
-        m_state = State::Cut;
+        m_now.state = State::Cut;
     }
-    return m_state;
+    return m_now.state;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

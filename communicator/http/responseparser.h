@@ -63,14 +63,14 @@ public:
     /// Call this when the connection has ended.
     State end();
 
-    State state() const { return m_state; }
+    State state() const { return m_now.state; }
     /// Whether anything was received since reset().
-    bool hasBegun() const { return m_begun; }
+    bool hasBegun() const { return m_now.hasBegun; }
     /// Whether the connection can be reused: the response is complete, nothing was received after it, and the
     /// peer keeps the connection open.
     bool keepsConnection() const;
     /// Why the response is malformed or too large.
-    const QString& error() const { return m_error; }
+    const QString& error() const { return m_now.error; }
 
 private:
     class Grammar;
@@ -85,15 +85,20 @@ private:
     Handler& m_handler;
     const TransferLimits m_limits;
     std::unique_ptr<Grammar> m_grammar;
-    State m_state = State::Reading;
-    bool m_begun = false;
-    bool m_inBody = false;
-    bool m_surplus = false;
-    qint64 m_headBytes = 0; ///< of all heads, interim ones included
-    int m_headLines = 0;
-    QByteArray m_pending; ///< the beginning of a head or of a chunk's frame
-    ChunkFrame m_frame;   ///< what is pending of a body
-    QString m_error;
+    /// How far the response has come.
+    struct Progress
+    {
+        State state = State::Reading;
+        bool hasBegun = false;
+        bool inBody = false;
+        bool surplus = false;
+        qint64 headBytes = 0; ///< of all heads, interim ones included
+        int headLines = 0;
+        QByteArray pending; ///< the beginning of a head or of a chunk's frame
+        ChunkFrame frame;   ///< what is pending of a body
+        QString error;
+    };
+    Progress m_now;
     Q_DISABLE_COPY_MOVE(ResponseParser)
 };
 

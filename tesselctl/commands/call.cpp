@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/commands/commandrun.h"
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/referencetext.h"
 #include "tesselctl/requests/callobserver.h"
@@ -15,7 +16,6 @@
 
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::ObserverHandle;
 using Tessel::Operations::allOperations;
 using Tessel::Operations::CallResult;
 using Tessel::Operations::findOperation;
@@ -88,7 +88,6 @@ public:
         , m_call(call)
         , m_interruption(interruption)
         , m_console(console)
-        , m_trace(traceExchanges(settings.trace, console))
     {}
 
     /// Calls on the device and prints, or keeps for the JSON of several devices. @p label: the device is one
@@ -153,7 +152,6 @@ private:
     const BoundCall& m_call;
     const Interruption& m_interruption;
     Console& m_console;
-    const ObserverHandle m_trace;
     QVariantMap m_results; ///< by device, null where the call failed
     ExitCode m_exitCode = Done;
 };
@@ -171,20 +169,14 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
         console.error(call.error());
         return Usage;
     }
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
-        return Usage;
-    }
-    const Interruption interruption(forgetDevices);
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
+    CommandRun run(settings, console, forgetDevices);
+    if (!run.addDevices()) {
         return Usage;
     }
 
-    Caller caller(settings, *call, interruption, console);
-    const bool several = devices->size() > 1;
-    for (const Device& device : *devices) {
+    Caller caller(settings, *call, run.interruption(), console);
+    const bool several = run.devices().size() > 1;
+    for (const Device& device : run.devices()) {
         caller.callOn(device.name, several);
     }
     if (several) {

@@ -240,6 +240,18 @@ private Q_SLOTS:
         QVERIFY(!outcome.exchanges().first().reason.isEmpty());
     }
 
+    void aDownloadWithoutADestinationSaysSo()
+    {
+        MisbehavingServer server;
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        HttpProxy::getInstance()->getFileDownloadSync(server.address(), &package);
+        const ExchangeOutcome outcome = ExchangeOutcome::of(package);
+        QCOMPARE(outcome.state, State::FileFailure);
+        QCOMPARE(outcome.reason, QStringLiteral("the download has no destination"));
+        QCOMPARE(server.deliveries(), 0);
+    }
+
     void aCallThatSendsNothingSaysSo()
     {
         const CallOutcome outcome;

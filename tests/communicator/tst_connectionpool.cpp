@@ -4,6 +4,7 @@
 #include "communicator/requestlimits.h"
 #include "deaflistener.h"
 #include "enginebench.h"
+#include "sleepingthread.h"
 
 #include <mutex>
 #include <sys/resource.h>
@@ -58,6 +59,23 @@ private:
     });
 };
 
+/// An exchange that takes a second and a half, to see what takes less.
+class Meanwhile
+{
+public:
+    bool isOver() const { return m_isOver; }
+    ~Meanwhile() { m_thread.join(); }
+
+private:
+    const DeafListener m_deaf{"127.0.0.1", 0};
+    Pool m_pool;
+    std::atomic<bool> m_isOver{false};
+    std::thread m_thread{[this] {
+        m_pool.ask(QStringLiteral("127.0.0.1:%1").arg(m_deaf.port()), false, 1500);
+        m_isOver = true;
+    }};
+};
+
 const QString cancelled = QStringLiteral("the application cancelled the request");
 const QString stopped = QStringLiteral("the transport was stopped or the device was removed");
 
@@ -97,9 +115,8 @@ private Q_SLOTS:
         const auto key = [](int device) { return QStringLiteral("wall %1").arg(device); };
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
-        QString reason;
         for (int device = 0; device < 130; ++device) {
-            pool->registry.add(key(device), endpoint, reason);
+            pool->registry.add(key(device), endpoint);
             QCOMPARE(pool->ask(key(device)).state, State::Success);
         }
         QCOMPARE(server.connections(), 130);
@@ -126,9 +143,8 @@ private Q_SLOTS:
         Pool pool;
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
-        QString reason;
-        pool.registry.add(QStringLiteral("a"), endpoint, reason);
-        pool.registry.add(QStringLiteral("b"), endpoint, reason);
+        pool.registry.add(QStringLiteral("a"), endpoint);
+        pool.registry.add(QStringLiteral("b"), endpoint);
         QCOMPARE(pool.ask(QStringLiteral("a")).state, State::Success);
         QCOMPARE(pool.ask(QStringLiteral("a"), true).state, State::Success);
         QCOMPARE(pool.ask(QStringLiteral("b")).state, State::Success);
@@ -192,12 +208,64 @@ private Q_SLOTS:
         });
         std::vector<std::thread> threads = pool.askAtOnce(server.address(), 1);
         const bool delivered = server.waitForDeliveries(1);
+        const Meanwhile meanwhile;
         pool.pool.close();
+        const bool isLate = meanwhile.isOver();
         const bool left = told;
         threads.front().join();
         setExchangeObserver({});
         QVERIFY(delivered);
         QVERIFY(left);
+        QVERIFY(!isLate); // and no longer than that
+    }
+
+    void closingWaitsForWhoeverPauses()
+    {
+        setRequestLimits({0, 0, true});
+        MisbehavingServer server(Mode::RawKeepAlive);
+        server.setRaw("HTTP/1.1 503 No\r\nRetry-After: 600\r\nContent-Length: 0\r\n\r\n");
+        std::atomic<bool> repeats{false};
+        const ObserverHandle observer = addExchangeObserver(
+            [&repeats](const ExchangeRecord& record) { repeats = repeats || record.isRepeated; });
+        Pool pool;
+        HttpReply ended;
+        std::thread asking([&] { ended = pool.ask(server.address(), false, 3600000); });
+        const bool hasPaused = QTest::qWaitFor([&repeats] { return repeats.load(); });
+        const Meanwhile meanwhile;
+        pool.pool.close();
+        const bool isLate = meanwhile.isOver();
+        asking.join();
+        setRequestLimits({});
+        QVERIFY(hasPaused);
+        QCOMPARE(ended.state, State::Aborted);
+        QVERIFY(!isLate);
+    }
+
+    void anAttemptToConnectIsAborted_data()
+    {
+        QTest::addColumn<bool>("cancels");
+        QTest::newRow("by the application") << true;
+        QTest::newRow("with its device") << false;
+    }
+    void anAttemptToConnectIsAborted()
+    {
+        QFETCH(bool, cancels);
+        const DeafListener deaf("127.0.0.1", 0);
+        QVERIFY(deaf.listens());
+        const QString address = QStringLiteral("127.0.0.1:%1").arg(deaf.port());
+        Pool pool;
+        HttpReply ended;
+        std::atomic<pid_t> thread{0};
+        std::thread asking([&] {
+            thread = pid_t(::syscall(SYS_gettid));
+            ended = pool.ask(address, false, 3000);
+        });
+        while (thread == 0 || !sleeps(thread)) {
+            std::this_thread::yield();
+        }
+        cancels ? pool.pool.cancelAll(address) : pool.pool.abort(address);
+        asking.join();
+        QCOMPARE(ended.state, State::Aborted);
     }
 
     // Each device may have one request under way while twice as many are as the share counts.

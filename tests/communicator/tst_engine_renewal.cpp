@@ -96,6 +96,22 @@ private Q_SLOTS:
         QCOMPARE(renewal.calls->load(), 1);
     }
 
+    void theTimeLimitHoldsForTheRequestThatIsSentAgain_data() { bothWays(); }
+    void theTimeLimitHoldsForTheRequestThatIsSentAgain()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({"HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n"});
+        Renewal renewal;
+        Bench bench;
+        bench.add(wall, renewal.endpoint(server.address(), [] { return QStringLiteral("new"); }));
+        HttpRequest asked = ofWall();
+        asked.expectedTime = 1000;
+        QCOMPARE(bench.ask(asked, blocking).state, State::TimedOut);
+        QCOMPARE(renewal.calls->load(), 1);
+        QCOMPARE(server.deliveries(), 2);
+    }
+
     void manyThatAreRefusedTogetherCauseOneCall()
     {
         MisbehavingServer server(Mode::Token);

@@ -61,9 +61,8 @@ struct Listening : QObject
     }
     void open(const QString& key, const QString& address, DeviceEndpoint endpoint = {})
     {
-        QString reason;
         endpoint.address = address;
-        registry.add(key, endpoint, reason);
+        registry.add(key, endpoint);
         channels.open(registry.find(key), {});
     }
     int count(ProxyEvent::Kind kind) const

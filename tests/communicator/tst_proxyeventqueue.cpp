@@ -96,6 +96,7 @@ private Q_SLOTS:
     void aBatchNeedsOneWakeUpHoweverLong();
     void aBatchThatIsDeliveredNoLongerCountsAsBacklog();
     void deliveryInAReceiversLoopIsReported();
+    void aWakeUpForNothingIsNoDelivery();
     void pushesBeforeADeliveryNeedOneWakeUp();
     void aStreamResumesWhenAQuarterIsLeft();
 };
@@ -260,6 +261,20 @@ void TestProxyEventQueue::deliveryInAReceiversLoopIsReported()
     delivery.queue.push(batch);
     QTRY_VERIFY(reported.contains("A returns"));
     QCOMPARE(reported.mid(0, 2), (QStringList{"delivered 2", "A returns"}));
+}
+
+void TestProxyEventQueue::aWakeUpForNothingIsNoDelivery()
+{
+    int reported = 0;
+    Delivery delivery([](const QString&) {});
+    delivery.queue.onDelivered([&] { ++reported; });
+    delivery.deliver();
+    QCOMPARE(reported, 0);
+    delivery.queue.push(eventOf("A"));
+    delivery.deliver();
+    QCOMPARE(reported, 1);
+    QCoreApplication::processEvents(); // the wake-up for it comes late
+    QCOMPARE(reported, 1);
 }
 
 void TestProxyEventQueue::pushesBeforeADeliveryNeedOneWakeUp()

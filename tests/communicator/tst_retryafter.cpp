@@ -59,6 +59,9 @@ private Q_SLOTS:
     {
         const QDateTime now(QDate(2026, 11, 22), QTime(12, 0), Qt::UTC);
         QCOMPARE(retryAfter("Sunday, 22-Nov-26 12:00:05 GMT", now).value().count(), 5000);
+        // Half a century ago is still that year, a year more is the year to come.
+        QCOMPARE(retryAfter("Sunday, 22-Nov-76 12:00:05 GMT", now).value().count(), 0);
+        QCOMPARE(retryAfter("Sunday, 22-Nov-75 12:00:05 GMT", now).value(), longestRetryAfter);
     }
 };
 

@@ -188,6 +188,8 @@ private Q_SLOTS:
                                  "\"a\" 1",
                                  "1e400",
                                  "-1e400",
+                                 "1e99999999999999999999",
+                                 "1e+99999999999999999999",
                                  "NaN",
                                  "Infinity",
                                  "\"\\q\"",
@@ -220,6 +222,10 @@ private Q_SLOTS:
         QTest::newRow("objects too deep") << nestedObjects(JsonText::maxDepth + 1);
         QTest::newRow("far too deep") << nested(1000000);
         QTest::newRow("far too deep and open") << QByteArray(1000000, '[');
+        const QByteArray zeros(400, '0');
+        QTest::newRow("a number of too many digits") << "1" + zeros;
+        QTest::newRow("a fraction of too many digits") << "-1" + zeros + ".5";
+        QTest::newRow("a small fraction of something too large") << "0." + zeros + "1e+800";
         QTest::newRow("objects far too deep and open") << QByteArray("{\"k\":").repeated(200000);
     }
     void everythingElseIsNot()
@@ -466,6 +472,11 @@ private Q_SLOTS:
         row("1.5e+300", 1.5e300);
         row("5e-324", 5e-324);
         row("1e-400", 0.0);
+        row("-1e-400", 0.0);
+        row("-0.1e-400", 0.0);
+        row("1e-99999999999999999999", 0.0);
+        row(("1" + QByteArray(400, '0') + "e-800").constData(), 0.0);
+        row(("1" + QByteArray(400, '0') + ".0E-800").constData(), 0.0);
         row(("0." + QByteArray(400, '0') + "1e+5").constData(), 0.0);
         row("0.1000000000000000055511151231257827021181583404541015625", 0.1);
         row("179769313486231570000e288", std::numeric_limits<double>::max());

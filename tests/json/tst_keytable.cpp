@@ -22,6 +22,46 @@ std::string numbered(int number)
     return "key" + std::to_string(number);
 }
 
+/// Reads an object with @p keys, of which each has its place as its value. @return how many values were read
+/// where they stay.
+int readInto(KeyTable& table, QVariantMap& map, const QStringList& keys,
+             KeyTable::Id scope = KeyTable::plainRoot)
+{
+    KeyTable::Object object = table.open(scope, map);
+    KeyTable::Id previous = 0;
+    int placed = 0;
+    int value = 0;
+    for (const QString& key : keys) {
+        const std::string raw = key.toStdString() + '"';
+        const KeyTable::Id id = table.find(scope, previous, raw.data(), raw.data() + raw.size());
+        table.occurs(object, id);
+        QVariant* const place = table.placeOf(object, id);
+        (place != nullptr ? *place : table.add(id)) = ++value;
+        placed += place != nullptr ? 1 : 0;
+        previous = id;
+    }
+    table.close(object);
+    return placed;
+}
+
+QVariantMap numbered(const QStringList& keys)
+{
+    QVariantMap map;
+    for (int i = 0; i < keys.size(); ++i) {
+        map.insert(keys[i], i + 1);
+    }
+    return map;
+}
+
+QList<const void*> nodesOf(const QVariantMap& map)
+{
+    QList<const void*> nodes;
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        nodes << &it.key() << &it.value();
+    }
+    return nodes;
+}
+
 } // namespace
 
 class TestKeyTable : public QObject
@@ -86,6 +126,70 @@ private Q_SLOTS:
         QCOMPARE(out, QString(QChar(0xFEFF)) + QLatin1Char('x'));
         QVERIFY(JsonText::decodeString("x\xEF\xBB\xBF", out));
         QCOMPARE(out, QLatin1Char('x') + QString(QChar(0xFEFF)));
+    }
+
+    void theThirdObjectOfAShapeIsReadWhereItStays()
+    {
+        const QStringList keys{"c", "a", "b"};
+        KeyTable table;
+        table.begin(1000);
+        QVariantMap maps[4];
+        QCOMPARE(readInto(table, maps[0], keys), 0);
+        QCOMPARE(readInto(table, maps[1], keys), 0);
+        QCOMPARE(readInto(table, maps[2], keys), 3);
+        // The nodes of a map that is read again stay, unless somebody else has them too.
+        const QList<const void*> nodes = nodesOf(maps[2]);
+        QCOMPARE(readInto(table, maps[2], keys), 3);
+        QCOMPARE(nodesOf(maps[2]), nodes);
+        const QVariantMap shared = maps[2];
+        maps[2]["a"]; // the copy keeps them
+        QCOMPARE(nodesOf(shared), nodes);
+        maps[2] = shared;
+        QCOMPARE(readInto(table, maps[2], keys), 3);
+        QCOMPARE(nodesOf(shared), nodes);
+        QVERIFY(nodesOf(maps[2]) != nodes);
+        maps[3] = {{"x", 1}, {"y", 2}, {"z", 3}};
+        QCOMPARE(readInto(table, maps[3], keys), 3);
+        for (const QVariantMap& map : maps) {
+            QCOMPARE(map, numbered(keys));
+        }
+        // So is the first object of the next text.
+        table.end();
+        table.begin(1000);
+        QVariantMap again;
+        QCOMPARE(readInto(table, again, keys), 3);
+    }
+
+    void anObjectOfAnotherShapeIsCollected_data()
+    {
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<int>("placed");
+        QTest::newRow("begins with another key") << QStringList{"a", "c", "b"} << 0;
+        QTest::newRow("goes on with another key") << QStringList{"c", "b", "a"} << 1;
+        QTest::newRow("ends with another key") << QStringList{"c", "a", "d"} << 2;
+        QTest::newRow("has fewer keys") << QStringList{"c", "a"} << 2;
+        QTest::newRow("has one key") << QStringList{"c"} << 1;
+        QTest::newRow("has no keys") << QStringList{} << 0;
+        QTest::newRow("has more keys") << QStringList{"c", "a", "b", "d"} << 3;
+    }
+    void anObjectOfAnotherShapeIsCollected()
+    {
+        QFETCH(QStringList, keys);
+        QFETCH(int, placed);
+        const QStringList usual{"c", "a", "b"};
+        KeyTable table;
+        table.begin(1000);
+        QVariantMap map;
+        for (const int expected : {0, 0, 3}) {
+            QCOMPARE(readInto(table, map, usual), expected);
+        }
+        QCOMPARE(readInto(table, map, keys), placed);
+        QCOMPARE(map, numbered(keys));
+        // It is the shape that is expected from now on, unless there was nothing to see.
+        QCOMPARE(readInto(table, map, keys), 0);
+        QCOMPARE(map, numbered(keys));
+        QCOMPARE(readInto(table, map, keys), keys.size());
+        QCOMPARE(map, numbered(keys));
     }
 
     void namesMayGrowToTheirBound_data()

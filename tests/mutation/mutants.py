@@ -302,7 +302,7 @@ class Finder:
         if re.match(r"(?s)(template\s*<.*?>\s*)?([\w\s]*\s)?constexpr\b", self.source.masked[start:end]):
             return
         name = self.owner(cursor, prefix) + cursor.spelling
-        if cursor.spelling == "hash":
+        if name == "KeyTable::hash":
             return  # any number does
         scope = Scope(name, cursor.result_type.get_canonical().spelling)
         for child in self.children(cursor):
