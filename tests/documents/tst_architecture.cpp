@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Checks what docs/architecture.md says about files, tests and systems against the sources.
+// Checks what docs/architecture.md says about files, tests and systems against the sources, and the tests
+// that docs/reliability.md names.
 #include "document.h"
 
 #include <QMap>
