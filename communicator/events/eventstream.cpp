@@ -132,6 +132,11 @@ void EventStream::closeStream()
         m_reportTimer.reset();
         m_owesReport = true;
     }
+    if (m_repeatTimer) {
+        m_loop.stopTimer(*m_repeatTimer);
+        m_repeatTimer.reset();
+        m_owesReport = true;
+    }
     if (m_attempt != nullptr) {
         m_context.connector.cancel(m_attempt);
         m_attempt = nullptr;
@@ -203,6 +208,32 @@ void EventStream::eventCame(SseReader::Event&& event)
                   "connection are not reported",
                   qPrintable(printableKey(m_device->key)));
     }
+}
+
+// A cache whose refresh failed stays as it was, and no other event would make up for it. A device that keeps
+// failing is asked less and less often.
+void EventStream::readFailed()
+{
+    if (m_repeatTimer || m_reportTimer) {
+        return;
+    }
+    if (!m_open || !m_isStream) {
+        m_owesReport = true;
+        return;
+    }
+    const EventTimings& timings = m_context.timings;
+    const auto now = IoLoop::Clock::now();
+    if (now - m_repeatedAt > 2 * timings.longestDelay) {
+        m_repeats = 0;
+    }
+    constexpr int maxDoublings = 20; // keeps the product in range; the longest delay is reached before
+    const int doublings = std::min(m_repeats++, maxDoublings);
+    m_repeatedAt = now + std::min<std::chrono::milliseconds>(
+                             timings.firstDelay * (std::int64_t(1) << doublings), timings.longestDelay);
+    m_repeatTimer = m_loop.startTimer(m_repeatedAt, [this] {
+        m_repeatTimer.reset();
+        reportMissed();
+    });
 }
 
 // Devices are reported in turn, and only while their streams are open, so that caches are read from a device

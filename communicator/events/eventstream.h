@@ -44,6 +44,9 @@ public:
     /// Closes the stream.
     ~EventStream() override;
 
+    /// Call this when the application could not read what an event told it to read: the change events are
+    /// reported later, so that it tries again.
+    void readFailed();
     /// Resumes reading if the stream is paused and the queue has room again.
     void resume();
     const Device& device() const { return *m_device; }
@@ -95,6 +98,9 @@ private:
     bool m_owesReport = false;                           ///< once the device is back
     std::optional<IoLoop::Clock::time_point> m_reported; ///< last
     std::chrono::milliseconds m_untilReport{};           ///< from then to the next one
+    std::optional<IoLoop::TimerId> m_repeatTimer;        ///< while a report is due because a read failed
+    int m_repeats = 0;                                   ///< such reports in a row
+    IoLoop::Clock::time_point m_repeatedAt{};            ///< when the last one was due
     bool m_hasDroppedEvent = false;                      ///< on this stream, and said so
     QString m_reason;                                    ///< why the last stream ended
     ResponseParser m_parser;

@@ -688,6 +688,84 @@ private Q_SLOTS:
         QFAIL("the stream could not be closed in time");
     }
 
+    void whatCouldNotBeReadIsReportedAgainLessAndLessOften()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = 40ms;
+        timings.longestDelay = 200ms;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Live);
+        // Reads that fail together are repeated together; each report causes the next failure.
+        const auto fail = [&] {
+            listening.channels.readFailed(wall);
+            listening.channels.readFailed(wall);
+        };
+        QElapsedTimer clock;
+        QList<qint64> delays;
+        listening.receive = [&](const ProxyEvent& event) {
+            if (event.kind == ProxyEvent::Kind::Event) {
+                delays << clock.restart();
+                if (delays.size() < 5) {
+                    fail();
+                }
+            }
+        };
+        clock.start();
+        fail();
+        QTRY_COMPARE(delays.size(), 5);
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY2(delays[i] >= QList<qint64>({40, 80, 160, 200, 200})[i] - 1,
+                     qPrintable(QString::number(i)));
+        }
+        QVERIFY(waitFor(listening, timings.longestDelay));
+        QCoreApplication::processEvents();
+        QCOMPARE(delays.size(), 5);
+    }
+
+    void whatCouldNotBeReadFromADeviceThatIsAwayIsReportedWhenItIsBack_data()
+    {
+        QTest::addColumn<bool>("before");
+        QTest::newRow("it failed before the stream ended") << true;
+        QTest::newRow("it failed when the stream had ended") << false;
+    }
+    void whatCouldNotBeReadFromADeviceThatIsAwayIsReportedWhenItIsBack()
+    {
+        QFETCH(bool, before);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        server.addScript({head, "id: e:1\n\nid: e:2\ndata: 2\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = timings.longestDelay = 300ms;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, (QList<QByteArray>{"1"}));
+        if (before) {
+            listening.channels.readFailed(wall);
+        }
+        server.dropConnections();
+        QTRY_VERIFY(listening.board.connection(wall).state != ConnectionState::Live);
+        if (!before) {
+            listening.channels.readFailed(wall);
+        }
+        QTRY_VERIFY(listening.events.contains("\"x\""));
+        QTRY_VERIFY(listening.events.contains("2"));
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+    }
+
+    void whatCouldNotBeReadFromADeviceWithoutAStreamIsNotReported()
+    {
+        Listening listening;
+        listening.channels.readFailed(wall);
+        QVERIFY(waitFor(listening, 50ms));
+        QCoreApplication::processEvents();
+        QVERIFY(listening.proxyEvents.isEmpty());
+    }
+
     // A machine with much to do may be too late to close the stream before its turn, so there are several
     // attempts.
     void aReportThatIsDueWaitsForTheDevice()

@@ -264,8 +264,9 @@ private Q_SLOTS:
               "docs/events.md", "bench/README.md", "examples/README.md"}) {
             QTest::newRow(name) << name;
         }
-        for (const char* name : {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md",
-                                 "docs/performance.md", "docs/qt6.md", "docs/releasing.md"}) {
+        for (const char* name :
+             {"CHANGELOG.md", "SECURITY.md", "docs/architecture.md", "docs/glossary.md", "docs/installing.md",
+              "docs/licences.md", "docs/performance.md", "docs/qt6.md", "docs/releasing.md"}) {
             QTest::newRow(name) << name;
         }
     }
