@@ -50,6 +50,17 @@ function(tessel_precompile_test target)
   target_precompile_headers(${target} REUSE_FROM tessel_test_headers)
 endfunction()
 
+# tessel_count_lines(TARGET): with TESSEL_COVERAGE, its programs write which of its lines they have executed.
+function(tessel_count_lines target)
+  if(TESSEL_COVERAGE)
+    # Only our own code is counted. Threads that count a line at the same time may count it once.
+    target_compile_options(${target} PRIVATE -g0 --coverage -fprofile-exclude-files=/usr/.*)
+  endif()
+endfunction()
+if(TESSEL_COVERAGE)
+  add_link_options(--coverage)
+endif()
+
 # tessel_library(NAME EXPORT MACRO_PREFIX SOURCES ... PUBLIC ... PRIVATE ...)
 # A shared library with a SONAME, hidden visibility and its export macro; alias tessel::NAME.
 # tessel::NAME_private is an archive of the same objects: tests of private code link it in place of the library, and
@@ -64,6 +75,7 @@ function(tessel_library name)
   target_compile_definitions(${name}_objects PRIVATE ${ARG_EXPORT}_LIBRARY)
   target_compile_options(${name}_objects PRIVATE ${tessel_library_warnings})
   target_include_directories(${name}_objects PRIVATE ${PROJECT_SOURCE_DIR})
+  tessel_count_lines(${name}_objects)
   target_link_libraries(${name}_objects PRIVATE ${ARG_PUBLIC} ${ARG_PRIVATE} tessel_warnings)
 
   add_library(${name} SHARED $<TARGET_OBJECTS:${name}_objects>)

@@ -65,6 +65,8 @@ private Q_SLOTS:
     void aPackageThatIsGoneIsNotAnswered_data();
     void aPackageThatIsGoneIsNotAnswered();
     void aStackPackageMayGoRightAfterThePut();
+    void aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply();
+    void anEngineThatCannotCancelLetsRequestsEndByThemselves();
     void replacingTheEngineAbortsWhatIsInFlight();
     void nullRestoresTheBuiltInEngine();
 
@@ -469,6 +471,48 @@ void TestProxy::aStackPackageMayGoRightAfterThePut()
     QCOMPARE(engine->requests().at(0).body, QByteArray("{\"a\":1}"));
     m_pending.at(0)({});
     QCoreApplication::processEvents();
+}
+
+void TestProxy::aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply()
+{
+    install();
+    HttpJsonPackage package(nullptr);
+    QSignalSpy ready(&package, &HttpJsonPackage::readyRead);
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
+    m_pending.at(0)(RecordingEngine::reply("first"));
+    QCoreApplication::processEvents();
+    QCOMPARE(ready.size(), 0);
+    m_pending.at(1)(RecordingEngine::reply("second"));
+    QTRY_COMPARE(ready.size(), 1);
+    QCOMPARE(package.getReceiveData(), QByteArray("second"));
+}
+
+void TestProxy::anEngineThatCannotCancelLetsRequestsEndByThemselves()
+{
+    struct Simple final : HttpEngine
+    {
+        HttpReply exchange(const HttpRequest& /*request*/) override { return RecordingEngine::reply("{}"); }
+        bool start(const HttpRequest& /*request*/, std::function<void(const HttpReply&)> done) override
+        {
+            pending = std::move(done);
+            return true;
+        }
+        std::function<void(const HttpReply&)> pending;
+    };
+    auto owned = std::make_unique<Simple>();
+    Simple* const engine = owned.get();
+    m_proxy->setEngine(std::move(owned));
+    HttpJsonPackage package(nullptr);
+    QSignalSpy ready(&package, &HttpJsonPackage::readyRead);
+    QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
+    m_proxy->cancelAll(QStringLiteral("wall"));
+    m_proxy->cancel(1);
+    QCoreApplication::processEvents();
+    QCOMPARE(ready.size(), 0);
+    engine->pending(RecordingEngine::reply("whole"));
+    QTRY_COMPARE(ready.size(), 1);
+    QCOMPARE(package.getReceiveData(), QByteArray("whole"));
 }
 
 void TestProxy::replacingTheEngineAbortsWhatIsInFlight()
