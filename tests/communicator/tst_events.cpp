@@ -1009,6 +1009,22 @@ private Q_SLOTS:
         QCOMPARE(server.deliveries(), 2);
     }
 
+    void aDeviceThatDoesNotReadTheRequestHoldsUpNoOther()
+    {
+        const MisbehavingServer silent(Mode::Silent);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "data: 1\n\n"});
+        Listening listening;
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QString(16 << 20, QLatin1Char('x')); // more than the system takes at once
+        listening.open(QStringLiteral("silent"), silent.address(), endpoint);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, QList<QByteArray>{"1"});
+        const pid_t thread = threadOf(*listening.loop);
+        QTRY_VERIFY(sleeps(thread));
+    }
+
     void anOpenStreamThatIsIdleCostsNothing()
     {
         MisbehavingServer server(Mode::Scripted);
