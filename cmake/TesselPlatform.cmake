@@ -7,6 +7,8 @@ add_library(tessel::interfaces ALIAS tessel_interfaces)
 target_include_directories(tessel_interfaces INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/interfaces> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(tessel_interfaces INTERFACE Qt${TESSEL_QT}::Core)
+target_compile_features(tessel_interfaces INTERFACE cxx_std_17)
+set_target_properties(tessel_interfaces PROPERTIES EXPORT_NAME interfaces)
 
 # tessel_platform(communicator): TESSEL_OWN_<NAME>, and the alias tessel::<name> of a foreign implementation.
 function(tessel_platform name)
@@ -52,6 +54,7 @@ if(NOT TESSEL_QTPROMISE STREQUAL "own")
     add_library(qtpromise::qtpromise ALIAS qtpromise)
     target_include_directories(qtpromise SYSTEM INTERFACE $<BUILD_INTERFACE:${QTPROMISE_INCLUDE_DIR}>)
     target_link_libraries(qtpromise INTERFACE Qt${TESSEL_QT}::Core)
+    target_compile_features(qtpromise INTERFACE cxx_std_17)
     install(TARGETS qtpromise EXPORT TesselTargets)
     set(TESSEL_QTPROMISE_INSTALLED ON)
     set(TESSEL_QTPROMISE_ORIGIN "installed, ${QTPROMISE_INCLUDE_DIR}")

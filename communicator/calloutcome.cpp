@@ -62,7 +62,9 @@ QString stateText(IHttpVersionTrigger::HttpSimpleState state)
     return {};
 }
 
-ExchangeOutcome outcomeOf(const EndedExchange& ended)
+/// The outcome of an exchange that @p ended, an EndedExchange or an ExchangeRecord, without what names it.
+template <class Ended>
+ExchangeOutcome outcomeOf(const Ended& ended)
 {
     ExchangeOutcome outcome;
     outcome.state = ended.state;
@@ -72,6 +74,15 @@ ExchangeOutcome outcomeOf(const EndedExchange& ended)
     outcome.retryAfter = ended.retryAfter;
     readEnvelope(ended.reply, outcome);
     return outcome;
+}
+
+void setNames(ExchangeOutcome& outcome, ExchangeId id, const QString& deviceKey, const QByteArray& verb,
+              const QByteArray& path)
+{
+    outcome.id = id;
+    outcome.deviceKey = deviceKey;
+    outcome.verb = verb;
+    outcome.path = path;
 }
 
 QByteArray targetOf(const QString& path, const QMap<QString, QString>& placeHolders,
@@ -108,35 +119,22 @@ QString textOfAll(const QList<ExchangeOutcome>& all, bool anyBegun, bool allEnde
 
 ExchangeOutcome ExchangeOutcome::of(const ExchangeRecord& record)
 {
-    ExchangeOutcome outcome;
-    outcome.id = record.id;
-    outcome.deviceKey = record.deviceKey;
-    outcome.verb = record.verb;
-    outcome.path = record.path;
-    outcome.state = record.state;
-    outcome.status = record.status;
-    outcome.milliseconds = record.milliseconds;
-    outcome.reason = record.reason;
-    outcome.retryAfter = record.retryAfter;
+    ExchangeOutcome outcome = outcomeOf(record);
+    setNames(outcome, record.id, record.deviceKey, record.verb, record.path);
     outcome.isRepeated = record.isRepeated;
-    readEnvelope(record.reply, outcome);
     return outcome;
 }
 
 ExchangeOutcome ExchangeOutcome::of(const HttpJsonPackage& package)
 {
     const HttpJsonPackage::Private& known = *package.d;
-    ExchangeOutcome outcome;
-    outcome.milliseconds = known.milliseconds;
-    outcome.retryAfter = known.retryAfter;
-    outcome.reason = known.reason;
-    outcome.id = known.exchange;
-    outcome.deviceKey = printableKey(known.deviceKey);
-    outcome.verb = verbOf(known.method);
-    outcome.path = targetOf(known.path, known.placeHolderValues, known.queryParameters);
-    outcome.state = known.state;
-    outcome.status = package.replyStatus;
-    readEnvelope(known.received, outcome);
+    EndedExchange ended = known.ended;
+    ended.state = known.state;
+    ended.status = package.replyStatus;
+    ended.reply = known.received;
+    ExchangeOutcome outcome = outcomeOf(ended);
+    setNames(outcome, known.exchange, printableKey(known.deviceKey), verbOf(known.method),
+             targetOf(known.path, known.placeHolderValues, known.queryParameters));
     return outcome;
 }
 
@@ -210,10 +208,8 @@ QList<ExchangeOutcome> OperationOutcome::exchanges() const
             continue;
         }
         ExchangeOutcome outcome = outcomeOf(*ended);
-        outcome.id = exchange.id;
-        outcome.deviceKey = printableKey(exchange.deviceKey);
-        outcome.verb = verbOf(exchange.method);
-        outcome.path = targetOf(exchange.path, exchange.placeHolders, exchange.parameters);
+        setNames(outcome, exchange.id, printableKey(exchange.deviceKey), verbOf(exchange.method),
+                 targetOf(exchange.path, exchange.placeHolders, exchange.parameters));
         outcomes.append(outcome);
     }
     return outcomes;

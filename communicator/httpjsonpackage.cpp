@@ -114,9 +114,7 @@ void HttpJsonPackage::Private::putReply(HttpJsonPackage* package, const HttpRepl
     package->setReceiveData(reply.body);
     package->setResponseHeader(reply.headers);
     package->replyStatus = reply.status;
-    package->d->milliseconds = ended.milliseconds;
-    package->d->retryAfter = ended.retryAfter;
-    package->d->reason = ended.reason;
+    package->d->ended = ended;
 }
 
 std::shared_ptr<PendingReply> HttpJsonPackage::Private::newPending(HttpJsonPackage* package)

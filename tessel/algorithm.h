@@ -8,15 +8,15 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup colour
 /// Colour calculations of a device.
+///
+/// @snippet snippets.cpp Algorithm
 ///
 /// @warning These operations have no route: every request is sent with an empty path and the parameters as
 /// its query. The built-in transport ends it with `InvalidRequest`.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread once the route table exists
-/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; the reply is replaced, and is empty after a failure. After a `false` or a rejected promise,
-/// OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT

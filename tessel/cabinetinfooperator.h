@@ -13,19 +13,21 @@
 
 #include <QtPromise>
 
+/// @ingroup cabinets
 /// The cabinets of a device and their receiving cards.
 ///
-/// Caches two lists per device. The list of cabinets is filled by reads and events and dropped at a logout;
-/// the list of receiving cards is filled only by events and never dropped. A pushed "cabinetsChange" fetches
-/// both again, "allFlags" only the cabinets. While the watch is off, events are ignored and every read of the
-/// cabinets goes to the device. Nothing else is cached.
+/// @snippet snippets.cpp CabinetInfoOperator
 ///
-/// Operations block their caller unless stated otherwise, by default for at most the transport's time limit
-/// (10 s). Call those on the two lists on the thread of the first getInstance(), which needs an event loop
-/// for the events; all others may run on any thread once the route table exists (see AllUrlResource). They
-/// return whether the exchange succeeded, whatever the reply's `code`. After a `false` or a rejected promise,
-/// OperationOutcome (`communicator/calloutcome.h`) gives the reason. Unless stated otherwise outputs are
-/// replaced, and are empty after a failure.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+///
+/// Cache. Two lists per device. That of cabinets is filled by reads and events and dropped at a logout; that
+/// of receiving cards is filled only by events and never dropped. Nothing else is cached.
+///
+/// Events. While watching, a pushed "cabinetsChange" fetches both lists again, "allFlags" only the cabinets.
+/// While not watching, events are ignored and every read of the cabinets goes to the device.
+///
+/// Threads. Call the operations on the two lists on the thread of the first getInstance(), which needs an
+/// event loop for the events; all others may run on any thread.
 class TESSEL_EXPORT CabinetInfoOperator : public QObject
 {
     Q_OBJECT
@@ -49,7 +51,8 @@ public:
     /// failed; the list is empty if the reply cannot be decoded.
     QtPromise::QPromise<QList<Tessel::CabinetInfo>> getAllCabinets(const QString& deviceKey);
 
-    // Reads of one cabinet, selected by its "id".
+    /// @name Reads of one cabinet, selected by its "id"
+    /// @{
 
     /// The family name.
     bool getCabFamilyName(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
@@ -85,8 +88,10 @@ public:
     bool getCabinetXbitEnable(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// The receiving card's configuration.
     bool getConfigFile(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// @}
 
-    // Reads of a property of all cabinets.
+    /// @name Reads of a property of all cabinets
+    /// @{
 
     /// The manufacturers' names of all cabinets, as parsed.
     bool getAllCabMFRSName(const QString& deviceKey, QList<QVariant>& result);
@@ -112,11 +117,14 @@ public:
     /// 0. Uses the cache as getAllCabinetsInfo() does; call it on the same thread. Appends nothing on
     /// failure.
     void getPortCabinetsInfo(const QString& deviceKey, int portId, QList<QVariant>& result);
+    /// @}
 
-    // Writes. Those with an id apply to that cabinet; otherwise the body names the cabinets. The device API
-    // defines the bodies. A `body` that is also an output is sent as the settings and then replaced by the
-    // reply.
-    //
+    /// @name Writes
+    /// Those with an id apply to that cabinet; otherwise the body names the cabinets. The device API
+    /// defines the bodies. A `body` that is also an output is sent as the settings and then replaced by the
+    /// reply.
+    /// @{
+
     // Quirk: Settings taken by reference are not changed.
 
     /// Sets the brightness without waiting; @p reply is left unchanged.
@@ -312,9 +320,11 @@ public:
     /// @warning @p id is ignored.
     bool setSingleConfigFile(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
+    /// Meant to write the description of a cabinet.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabinetInfo(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                         QMap<QString, QVariant>& reply);
+    /// Meant to write the pixel size of a cabinet.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabinetPixelSize(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
@@ -322,9 +332,11 @@ public:
     /// event loop.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabinetBrightnessAsync(const QString& deviceKey, const QList<QVariant>& body);
+    /// @}
 
-    // Detection of communication errors and their rate, for the cabinet with the id, or else for those that
-    // the body names.
+    /// @name Detection of communication errors and their rate
+    /// For the cabinet with the id, or else for those that the body names.
+    /// @{
 
     /// Switches the detection on or off.
     bool communicationErrorDetectSwitcher(const QString& deviceKey, const QString& id,
@@ -352,8 +364,10 @@ public:
     /// The errors between two times, given in the device's format.
     bool getCommunicationErrorData(const QString& deviceKey, const QString& id, const QString& beginTime,
                                    const QString& endTime, QMap<QString, QVariant>& result);
+    /// @}
 
-    // All receiving cards together, and the coefficients stored in modules.
+    /// @name All receiving cards together, and the coefficients stored in modules
+    /// @{
 
     /// The receiving cards: from the cache if it holds them, flattened; otherwise from the device, as parsed,
     /// and without caching them. Call it on the thread of the first getInstance().
@@ -379,8 +393,10 @@ public:
     /// Saves the coefficients of modules, within @p waitTime + 300000 ms.
     bool saveModuleCoefficient(const QString& deviceKey, QMap<QString, QVariant>& body,
                                QMap<QString, QVariant>& reply, int waitTime);
+    /// @}
 
-    // Images and test patterns, of the cabinet with the id, or else of those that the body names.
+    /// @name Images and test patterns, of the cabinet with the id, or else of those that the body names
+    /// @{
 
     /// Sets how long the boot image is shown.
     bool setSingleBootImageTime(const QString& deviceKey, const QString& id,
@@ -416,12 +432,15 @@ public:
     /// Sets the regions of boot images.
     bool setBootImageRegion(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// Meant to set the boot images of cabinets to pictures of their own.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setBootCustomImage(const QString& deviceKey, const QList<QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// Meant to place the boot images of cabinets.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setBootImagePos(const QString& deviceKey, const QList<QVariant>& body,
                          QMap<QString, QVariant>& reply);
+    /// Meant to restore the boot images of cabinets.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setCabBootRestoreImage(const QString& deviceKey, const QList<QVariant>& body,
                                 QMap<QString, QVariant>& reply);
@@ -433,12 +452,14 @@ public:
     bool setMultiPrestoreImage(const QString& deviceKey, const QMap<QString, QVariant>& parts,
                                QMap<QString, QVariant>& reply);
 
+    /// Meant to show a test pattern on a cabinet; setMutiTestPattern() does.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool setTestPattern(const QString& deviceKey, const QString& id, const QString& fbColor,
                         const QString& bgColor);
     /// Shows a test pattern on several cabinets.
     bool setMutiTestPattern(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// @}
 
 Q_SIGNALS:
     /// The device's cabinets have changed and were fetched again. Emitted once per "cabinetsChange" event, on

@@ -14,23 +14,19 @@
 #include <QVariant>
 #include <QtPromise>
 
+/// @ingroup correction
 /// Correction coefficients of cabinets: uploading, storing and showing them, and their use by screens and
 /// cabinets.
 ///
-/// No cache, no events. Each call sends one request; nothing is split, retried or interpreted.
+/// @snippet snippets.cpp Correctionop
 ///
-/// Operations that return `bool` block their caller and may run on any thread once the route table exists
-/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded, whatever the reply's `code`; outputs are replaced, and are empty after a failure. Unless stated
-/// otherwise the transport's default time limit (10 s) applies.
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread. Each call
+/// sends one request; nothing is split, retried or interpreted.
 ///
-/// Operations that return a promise return at once, with a pending promise; the calling thread needs an event
-/// loop. Without an event dispatcher or an application they block and return a settled promise. Dropping the
-/// promise does not cancel the request. Each operation states how it reports a failure. After a `false` or a
-/// rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
-///
-/// Every wait ends with the application: a pending promise is rejected with QPromiseUndefinedException, and a
-/// blocking upload returns `false`.
+/// Operations that return a promise need an event loop on the calling thread. Without an event dispatcher or
+/// an application they block and return a settled promise. Each says how it reports a failure. At the end of
+/// the application a pending promise is rejected with QPromiseUndefinedException, and a blocking upload
+/// returns `false`.
 class TESSEL_EXPORT Correctionop : public QObject
 {
     Q_OBJECT
@@ -38,7 +34,9 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static Correctionop* getInstance();
 
-    // Upload of coefficient tables. A table is a list, which is sent as one JSON array in one PUT.
+    /// @name Upload of coefficient tables
+    /// A table is a list, which is sent as one JSON array in one PUT.
+    /// @{
 
     /// Uploads the plain coefficients of many cabinets. The promise is fulfilled with whether the exchange
     /// succeeded; the same holds for the four uploads below.
@@ -128,8 +126,10 @@ public:
     /// The same for saveCabinetsMultilayerCoeffcient().
     void getsaveCabinetsMultilayerCoeffcient(Krelm::Communicator::HttpDevice::HttpJsonPackage* package,
                                              const QMap<QString, QVariant>& body);
+    /// @}
 
-    // Storage and display of coefficients.
+    /// @name Storage and display of coefficients
+    /// @{
 
     // Quirk: Misspelt names are part of the interface.
     /// Saves the coefficients; may take six minutes.
@@ -217,8 +217,10 @@ public:
     /// codes.
     QtPromise::QPromise<QMap<QString, QVariant>> getFlashCheckCode(const QString& deviceKey,
                                                                    const QString& id);
+    /// @}
 
-    // Correction state.
+    /// @name Correction state
+    /// @{
 
     /// The effect mode of a cabinet, in `mode`; may take six seconds.
     bool getCabinetEffectMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
@@ -321,6 +323,7 @@ public:
     /// Does nothing; returns `false` and leaves @p reply unchanged.
     bool setScreenCorrectionMode(const QString& deviceKey, const QString& id,
                                  const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
+    /// @}
 
 private:
     explicit Correctionop(QObject* parent = nullptr);

@@ -9,12 +9,12 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup cabinets
 /// Reads, sends and clears the self-test parameters of a cabinet's receiving equipment.
 ///
-/// No cache, no events. Operations block their caller and may run on any thread once the route table exists
-/// (see AllUrlResource); the first getInstance() must not race with another. They return whether the exchange
-/// succeeded; outputs are replaced, and are empty after a failure. After a `false` or a rejected promise,
-/// OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// @snippet snippets.cpp DebugInfo
+///
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
 class TESSEL_EXPORT DebugInfo : public QObject
 {
     Q_OBJECT

@@ -9,14 +9,12 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup cabinets
 /// The structure of cabinets as described by the factory, and the steps of smart setting.
 ///
-/// No cache, no events. The device defines bodies and replies, which are passed through unchanged. Operations
-/// block their caller, by default for at most the transport's time limit (10 s), and may run on any thread
-/// once the route table exists (see AllUrlResource); the first getInstance() must not race with another. They
-/// return whether the exchange succeeded, whatever the reply's `code`: if the device refuses a request, the
-/// output says so. The output is replaced, and is empty after a failure. After a `false` or a rejected
-/// promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// @snippet snippets.cpp FactoryOp
+///
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT
@@ -24,7 +22,8 @@ public:
     /// The process-wide instance, created on first use and never deleted.
     static FactoryOp* getInstance();
 
-    // Cabinet structure.
+    /// @name Cabinet structure
+    /// @{
 
     /// Reads the structure of a cabinet.
     bool getCreateCabinetInfo(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
@@ -119,9 +118,11 @@ public:
     /// The same for the cabinets that the body names.
     bool setMutiSignalDelay(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// @}
 
-    // Smart setting is a procedure of the device, which keeps track of the current step. Its steps may be
-    // sent in any order.
+    /// @name Smart setting
+    /// A procedure of the device, which keeps track of the current step. Its steps may be sent in any order.
+    /// @{
 
     /// Smart setting of a cabinet: goes back one step.
     bool setSingleSmartBackStep(const QString& deviceKey, const QString& id,
@@ -203,6 +204,7 @@ public:
                            QMap<QString, QVariant>& reply);
     /// The maximum number of pixels that a cabinet can load.
     bool getCabinetMaxPixel(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// @}
 
 private:
     explicit FactoryOp(QObject* parent = nullptr);

@@ -24,17 +24,24 @@ enum EnumScreenVer {
 
 } // namespace Correction
 
+/// @ingroup devices
 /// The device as a whole: its description, the protocol it speaks, and its settings.
 ///
-/// Caches each device's description, flattened to key paths, from the first successful fetch until the device
-/// logs out. A pushed "hwInfo" change fetches it again. While the watch is off, events are ignored and every
-/// read goes to the device. The results of the two version checks survive a logout.
+/// @snippet snippets.cpp HWInfo
 ///
-/// Operations block their caller, by default for at most the transport's time limit (10 s). Call those on the
-/// description and the versions on the thread of the first getInstance(), which needs an event loop for the
-/// events; the settings may run on any thread once the route table exists (see AllUrlResource). Operations
-/// return whether the exchange succeeded. After a `false` or a rejected promise, OperationOutcome
-/// (`communicator/calloutcome.h`) gives the reason.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+///
+/// Cache. The description of each device, flattened to key paths, from the first successful fetch until the
+/// device logs out, and the results of the two version checks, which survive a logout.
+///
+/// Events. While watching, a pushed "hwInfo" change fetches the description again, and "customNameChange" is
+/// passed on. While not watching, events are ignored and every read goes to the device.
+///
+/// Threads. Call the operations on the description and the versions on the thread of the first getInstance(),
+/// which needs an event loop for the events; the settings may run on any thread.
+///
+/// @warning Call getHwProtoc() with `force` once for each device, before the first operation that chooses its
+/// route by the protocol: until then every device counts as single-screen.
 class TESSEL_EXPORT HWInfo : public QObject
 {
     Q_OBJECT
@@ -121,6 +128,7 @@ public:
     /// Sets what is shown without a signal.
     bool putHWInfoAbnormalNoSignalImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                         QMap<QString, QVariant>& reply);
+    /// Meant to set the picture that is shown without a signal.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAbnormalNoSignalCustomImage(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                               QMap<QString, QVariant>& reply);
@@ -151,18 +159,23 @@ public:
     bool lock(const QString& deviceKey, const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
     /// Unlocks the device.
     bool unLock(const QString& deviceKey, QMap<QString, QVariant>& reply);
+    /// Meant to switch automatic backups.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAutoBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
+    /// Meant to switch automatic restoring.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoAutoRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                               QMap<QString, QVariant>& reply);
+    /// Meant to make a backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoManualBack(const QString& deviceKey, const QMap<QString, QVariant>& body,
                              QMap<QString, QVariant>& reply);
+    /// Meant to restore a backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoManualRestore(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                 QMap<QString, QVariant>& reply);
+    /// Meant to switch ports automatically for hot backup.
     /// @warning Always fails: there is no route for it, so the request is sent with an empty path.
     bool putHWInfoHBPortAutoToggle(const QString& deviceKey, const QMap<QString, QVariant>& body,
                                    QMap<QString, QVariant>& reply);

@@ -9,14 +9,19 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup screens
 /// Draws marks on the LED screen, used to adjust edge brightness and for correction.
 ///
-/// No cache, no events. Operations block their caller; those that choose their route by the device's protocol
-/// (setCorrectSwitch(), setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread,
-/// the others may run on any thread once the route table exists (see AllUrlResource). The first getInstance()
-/// must not race with another. They return whether the exchange succeeded; the reply is replaced, and is
-/// empty after a failure. The device defines the bodies, which are passed through unchanged. After a `false`
-/// or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// @snippet snippets.cpp HwScreenInfo
+///
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events.
+///
+/// Threads. Those that choose their route by the device's protocol (setCorrectSwitch(),
+/// setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread, the others may run on
+/// any thread.
+///
+/// @warning These three need a preceding `HWInfo::getHwProtoc(deviceKey, true)`; without it every device
+/// counts as single-screen.
 class TESSEL_EXPORT HwScreenInfo : public QObject
 {
     Q_OBJECT

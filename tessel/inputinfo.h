@@ -11,21 +11,22 @@
 #include <QStringList>
 #include <QVariant>
 
+/// @ingroup video
 /// The inputs of a device: their list, picture adjustments, signal state, EDID and backup source.
 ///
-/// The list of inputs is cached per device. An event "change" of "inputsInfo" refreshes it and raises
-/// signal_sendDataChanged(); a logout drops it; a failed read or refresh leaves it unchanged. Writes do not
-/// touch it.
+/// @snippet snippets.cpp InputInfo
 ///
-/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
-/// are replaced, and emptied on failure. Call getAllInputsInfo() on the object's thread, that of the first
-/// getInstance(); the other operations may run on any thread once the route table exists (see
-/// AllUrlResource). After a `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`)
-/// gives the reason.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
 ///
-/// The operations on several inputs wait in a nested event loop, which delivers other events of the calling
-/// thread, so operators may be re-entered meanwhile. The time limit of a request keeps running after its
-/// reply; if it expires while others are still awaited, the call fails.
+/// Cache. The list of inputs per device; a logout drops it, and writes do not touch it.
+///
+/// Events. While watching, an event "change" of "inputsInfo" refreshes the list and raises
+/// signal_sendDataChanged(). While not watching, every read goes to the device.
+///
+/// Threads. Call getAllInputsInfo() on the thread of the first getInstance(); the others may run on any
+/// thread. The operations on several inputs wait in a nested event loop, which delivers other events of the
+/// calling thread, so operators may be re-entered meanwhile. The time limit of a request keeps running after
+/// its reply; if it expires while others are still awaited, the call fails.
 /// @warning With an empty list of ids nothing ends that loop: the call waits until something else quits it or
 /// the application ends.
 class TESSEL_EXPORT InputInfo : public QObject

@@ -15,17 +15,17 @@
 
 namespace UrlResource {
 
+/// @ingroup monitoring
 /// The monitoring service of a device: reads, and signals for pushed warnings.
 ///
-/// No cache. Events of the sender "monitor" cause signals, emitted on the object's thread, which is that of
-/// the first getInstance().
+/// @snippet snippets.cpp MonitorInfo
+///
+/// See the [calling conventions](docs/calling-conventions.md). No cache; the operations may run on any
+/// thread.
+///
+/// Events. Those of the sender "monitor" cause signals, emitted on the thread of the first getInstance().
 /// @warning The object is connected twice, so each signal is emitted twice per event; slots must be
 /// idempotent.
-///
-/// Unless stated otherwise operations block their caller, may run on any thread once the route table exists
-/// (see AllUrlResource), and return whether the exchange succeeded; outputs are replaced, and emptied on
-/// failure. After a `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the
-/// reason.
 class TESSEL_EXPORT MonitorInfo : public QObject
 {
     Q_OBJECT

@@ -10,16 +10,20 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup video
 /// The outputs of a device: their list, enable, resolution, offset and mapping to pipelines.
 ///
-/// The list of outputs is cached per device. An event "change" of "outputsInfo" refreshes it; a logout drops
-/// it; a failed read or refresh leaves it unchanged. Writes do not affect it.
+/// @snippet snippets.cpp OutputInfoOperator
+///
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+///
+/// Cache. The list of outputs per device; a logout drops it, and writes do not touch it.
+///
+/// Events. While watching, an event "change" of "outputsInfo" refreshes the list. While not watching, every
+/// read goes to the device.
 /// @warning A refresh emits no signal; the next read returns the new list.
 ///
-/// Operations block their caller and return whether the exchange succeeded; unless stated otherwise outputs
-/// are replaced, and emptied on failure. Call the reads on the object's thread, that of the first
-/// getInstance(); the writes may run on any thread once the route table exists (see AllUrlResource). After a
-/// `false` or a rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// Threads. Call the reads on the thread of the first getInstance(); the writes may run on any thread.
 class TESSEL_EXPORT OutputInfoOperator : public QObject
 {
     Q_OBJECT

@@ -10,20 +10,23 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup video
 /// The pipelines of a device: their list and their settings. A pipeline is a video path from an input through
 /// image processing to its position on the output.
 ///
-/// The list of pipelines is cached per device and survives a logout. An event "Change" of "PipeLineInfo"
-/// fetches it again, blocking the object's thread during the exchange; events cannot be switched off. A
-/// failed read leaves the cache unchanged. Writes do not affect it: they become visible after the device has
-/// reported the change.
+/// @snippet snippets.cpp PipeInfo
 ///
-/// Operations block their caller, by default for at most the transport's time limit (10 s), and return
-/// whether the exchange succeeded; unless stated otherwise outputs are replaced, and are empty after a
-/// failure. Writes apply to one pipeline unless stated otherwise, and may run on any thread once the route
-/// table exists (see AllUrlResource). Call the reads that copy from the cached list on the object's thread,
-/// which is that of the first getInstance(). After a `false` or a rejected promise, OperationOutcome
-/// (`communicator/calloutcome.h`) gives the reason.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations. Writes apply
+/// to one pipeline unless stated otherwise.
+///
+/// Cache. The list of pipelines per device, which survives a logout. Writes do not affect it: they become
+/// visible after the device has reported the change.
+///
+/// Events. An event "Change" of "PipeLineInfo" fetches the list again, blocking the object's thread during
+/// the exchange; events cannot be switched off.
+///
+/// Threads. Call the reads that copy from the cached list on the thread of the first getInstance(); the
+/// writes may run on any thread.
 class TESSEL_EXPORT PipeInfo : public QObject
 {
     Q_OBJECT

@@ -8,11 +8,12 @@
 #include <QObject>
 #include <QVariant>
 
+/// @ingroup cabinets
 /// The display effect data that a cabinet's receiving card reports.
 ///
-/// No cache, no events. The operation blocks its caller and may run on any thread once the route table exists
-/// (see AllUrlResource); the first getInstance() must not race with another. After a `false` or a rejected
-/// promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// @snippet snippets.cpp RvCardDisplayEffect
+///
+/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
 class TESSEL_EXPORT RvCardDisplayEffect : public QObject
 {
     Q_OBJECT

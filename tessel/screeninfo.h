@@ -24,13 +24,13 @@ namespace Tessel {
 struct ScreenProperty;
 }
 
+/// @ingroup screens
 /// The screens of a device: their list, their display properties, and the pictures shown on them.
 ///
-/// A screen is identified by its device and by the id that the device reports as `screenID`. The device
-/// defines bodies and replies, which are passed through unchanged unless an operation says otherwise. An
-/// operation returns whether the exchange succeeded; outputs are replaced, and are empty after a failure.
-/// Blocking operations take by default at most the transport's time limit (10 s). After a `false` or a
-/// rejected promise, OperationOutcome (`communicator/calloutcome.h`) gives the reason.
+/// @snippet snippets.cpp ScreenInfo
+///
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations. A screen is
+/// identified by its device and by the id that the device reports as `screenID`.
 ///
 /// Cache. The screen list and the screen tags of a device are kept until it logs out, the properties of a
 /// screen for the life of the process, even across a logout. A read with `force` always asks the device, and
@@ -43,7 +43,7 @@ struct ScreenProperty;
 /// always read from the device.
 ///
 /// Threads. Call every operation on the thread of the first getInstance(), which owns the caches and runs the
-/// event handlers. Blocking operations hold no lock while they wait.
+/// event handlers.
 ///
 /// @warning Operations that choose their route by the device's protocol need a preceding
 /// `HWInfo::getHwProtoc(deviceKey, true)`; without it every device counts as single-screen.
@@ -58,6 +58,9 @@ public:
     void startWatch();
     /// Ignores events and reads the screen list from the device every time. The caches keep their entries.
     void shutDownWatch();
+
+    /// @name List and tags
+    /// @{
 
     /// Makes sure that the device's screens are cached.
     bool getScreens(const QString& deviceKey, bool force);
@@ -77,6 +80,10 @@ public:
     /// Writes the screen tags. Does not wait: always `true`, @p reply is left unchanged.
     bool putHWInfoScreenTag(const QString& deviceKey, const QMap<QString, QVariant>& body,
                             QMap<QString, QVariant>& reply);
+    /// @}
+
+    /// @name Display properties
+    /// @{
 
     /// Reads the 18-bit switch into `enable` (`bool`).
     bool get18bit(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool force);
@@ -135,6 +142,10 @@ public:
     bool getXbitMode(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
     /// Not in use: does nothing and returns `false`.
     bool getFineGray(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result, bool);
+    /// @}
+
+    /// @name Brightness and gamma
+    /// @{
 
     /// Reads the brightness into `brightness` (`uint`), as the device reports it. Unless the value is cached,
     /// it first checks the device's cabinets, and fetches them if CabinetInfoOperator has none cached.
@@ -149,6 +160,7 @@ public:
     /// sets all screens.
     /// @warning The device's cabinets are checked first as by getBrightness(), which can block. If there are
     /// none or they cannot be read, the result is `true`, and @p body is neither changed nor sent.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setBrightness(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& body,
                        int brightness);
@@ -168,6 +180,7 @@ public:
                         bool force);
     /// Sets the gamma of channel `type` to `gamma`, with type 3 that of all three channels, and updates the
     /// cache.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     bool setOneGamma(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Reads the gamma table.
     bool getGammaAllList(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
@@ -179,24 +192,33 @@ public:
                        QList<QVariant>& result);
     /// Reads the gray scale.
     bool getGrayScale(const QString& deviceKey, const QString& id, QMap<QString, QVariant>& result);
+    /// @}
+
+    /// @name Writes that update a cached property
+    /// @{
 
     /// Sets the 18-bit switch from member `enable`. Does not wait; updates the cache once the exchange has
     /// succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool set18bit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the low-latency switch from member `enable`. Does not wait; updates the cache once the exchange
     /// has succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setLowLatency(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the uniform-display switch from member `enable`. Does not wait; updates the cache once the
     /// exchange has succeeded.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setUniformDisplay(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Sets the colour gamut from member `gamut`. Does not wait; updates the cache once the exchange has
     /// succeeded; @p reply is left unchanged.
+    /// @warning The cache is updated even if the device refuses the write by the `code` of its reply.
     /// @return whether the request was started.
     bool setGamut(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                   QMap<QString, QVariant>& reply);
+    /// @}
 
     /// @name HDR and 3D, on one screen and on several at once
     /// These writes do not update the cached properties. For several screens the requests run in parallel,
@@ -279,6 +301,9 @@ public:
                                          const QMap<QString, QVariant>& body, QList<QVariant>& result);
     /// @}
 
+    /// @name Input and cabling
+    /// @{
+
     /// Sets what the screen shows when a cable is unplugged.
     bool putDeviceScreenCabledisconnect(const QString& deviceKey, const QString& id,
                                         const QMap<QString, QVariant>& body, QMap<QString, QVariant>& reply);
@@ -288,6 +313,11 @@ public:
     /// Selects the input of the screen.
     bool putScreenSetInput(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
+    /// @}
+
+    /// @name Colour
+    /// @{
+
     /// Initialises the colour space of the LEDs.
     bool setColorSpaceInit(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
                            QMap<QString, QVariant>& reply);
@@ -335,6 +365,7 @@ public:
     /// Sets the colour temperature. Does not wait: returns `true`, because no reply has arrived yet.
     bool setColorTemperature(const QString& deviceKey, const QString& id,
                              const QMap<QString, QVariant>& body);
+    /// @}
 
     /// @name On the device as a whole
     /// Operations that do not wait return `true` and an empty reply, because no reply has arrived yet.
@@ -381,6 +412,9 @@ public:
                             QMap<QString, QVariant>& reply);
     /// @}
 
+    /// @name Gray scale and NICC
+    /// @{
+
     /// Sets the XBit mode.
     bool setXbitMode(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
     /// Not in use: does nothing and returns `false`.
@@ -391,6 +425,10 @@ public:
     /// sent.
     /// @warning The state itself is discarded, and @p body is ignored.
     bool getNiccState(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body);
+    /// @}
+
+    /// @name Images
+    /// @{
 
     /// Sets the boot image; has no route.
     bool putDeviceScreenBootImage(const QString& deviceKey, const QString& id,
@@ -413,6 +451,10 @@ public:
     /// Uploads a prestored image, as the multipart fields @p parts, and applies it to all.
     bool putPrestoreImageApplyToAll(const QString& deviceKey, const QString& id,
                                     const QMap<QString, QVariant>& parts, QMap<QString, QVariant>& reply);
+    /// @}
+
+    /// @name Test pictures
+    /// @{
 
     /// Shows a solid colour. Takes up to 10 s.
     bool putScreenSolid(const QString& deviceKey, const QString& id, const QMap<QString, QVariant>& body,
@@ -462,6 +504,7 @@ public:
     /// The same with checkerboards.
     bool setMultCheckerBoardImage(const std::vector<QMap<QString, QVariant>>& items,
                                   QMap<QString, QVariant>& reply);
+    /// @}
 
 Q_SIGNALS:
     /// An event refreshed the device's screen list. Emitted on this object's thread, after the cache was

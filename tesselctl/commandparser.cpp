@@ -91,6 +91,20 @@ QStringList optionNames(const CLI::App& command)
     return names;
 }
 
+/// The values that the command line gave to the arguments of @p command.
+QStringList positionalsOf(const CLI::App& command)
+{
+    QStringList values;
+    for (const CLI::Option* option : command.get_options()) {
+        if (option->get_positional()) {
+            for (const std::string& value : option->results()) {
+                values << takeText(value);
+            }
+        }
+    }
+    return values;
+}
+
 /// What is wrong with a command line that CLI11 did not take.
 QString mistakeIn(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -270,7 +284,12 @@ void CommandParser::setFooter(const QString& text)
 
 void CommandParser::setRun(Run run)
 {
-    m_runnables->push_back({m_app, std::move(run)});
+    m_runnables->push_back({m_app, std::move(run), {}});
+}
+
+void CommandParser::setHelp(std::function<QString(const QStringList& arguments)> help)
+{
+    m_runnables->back().help = std::move(help);
 }
 
 CommandLineParser::CommandLineParser()
@@ -298,6 +317,17 @@ std::variant<CommandParser::Run, ExitCode> CommandLineParser::parse(int argc, ch
     std::reverse(arguments.begin(), arguments.end()); // CLI11 takes them from the end
     try {
         m_app->parse(arguments);
+    } catch (const CLI::CallForHelp& error) {
+        const CLI::App& command = innermostCommand(*m_app);
+        for (const Runnable& one : *m_runnables) {
+            const QString text =
+                one.command == &command && one.help ? one.help(positionalsOf(command)) : QString();
+            if (!text.isEmpty()) {
+                console.out(text);
+                return Done;
+            }
+        }
+        return report(*m_app, error, console);
     } catch (const CLI::ParseError& error) {
         return report(*m_app, error, console);
     }

@@ -69,12 +69,16 @@ public:
     /// What follows the options in the help.
     void setFooter(const QString& text);
     void setRun(Run run);
+    /// @p help writes the help of this command for the arguments before --help; an empty text stands for the
+    /// help of the command as such. Call it after setRun().
+    void setHelp(std::function<QString(const QStringList& arguments)> help);
 
 protected:
     struct Runnable
     {
         CLI::App* command;
         Run run;
+        std::function<QString(const QStringList& arguments)> help; ///< may be empty
     };
     using Runnables = std::vector<Runnable>;
 

@@ -89,13 +89,11 @@ void complete(Device& device)
 
 } // namespace
 
-DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint,
-                                           QString& error)
+DeviceRegistry::AddResult DeviceRegistry::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
 {
     const QByteArray baseUrl = baseUrlOfAddress(endpoint.address);
-    error = errorOf(deviceKey, endpoint, baseUrl);
-    if (!error.isEmpty()) {
-        return Change::Refused;
+    if (const QString error = errorOf(deviceKey, endpoint, baseUrl); !error.isEmpty()) {
+        return {Change::Refused, error};
     }
     auto device = std::make_shared<Device>();
     device->key = deviceKey;
@@ -107,7 +105,7 @@ DeviceRegistry::Change DeviceRegistry::add(const QString& deviceKey, const Devic
     m_added.insert(deviceKey, std::move(device));
     m_everAdded.insert(deviceKey);
     m_addresses.remove(deviceKey);
-    return known ? Change::Replaced : Change::Added;
+    return {known ? Change::Replaced : Change::Added, {}};
 }
 
 bool DeviceRegistry::remove(const QString& deviceKey)

@@ -43,10 +43,15 @@ class DeviceRegistry
 {
 public:
     enum class Change { Refused, Added, Replaced };
+    /// What add() did.
+    struct AddResult
+    {
+        Change change = Change::Refused;
+        QString error; ///< why it was refused, without a secret; empty otherwise
+    };
 
-    /// Makes a device known or gives it another endpoint. Refused when the key or the endpoint is invalid; @p
-    /// error then says why, without a secret.
-    Change add(const QString& deviceKey, const DeviceEndpoint& endpoint, QString& error);
+    /// Makes a device known or gives it another endpoint. Refused when the key or the endpoint is invalid.
+    AddResult add(const QString& deviceKey, const DeviceEndpoint& endpoint);
     /// @return whether the device was known.
     bool remove(const QString& deviceKey);
     /// The keys of the added devices, sorted.

@@ -58,7 +58,7 @@ void AsyncExchange::use(std::unique_ptr<Connection> connection, bool isReused)
 {
     m_connection = std::move(connection);
     m_isReused = isReused;
-    go(m_exchange.send(*m_connection));
+    ready(IoLoop::Writable);
 }
 
 void AsyncExchange::ready(std::uint32_t events)
@@ -67,7 +67,8 @@ void AsyncExchange::ready(std::uint32_t events)
     if ((events & IoLoop::Writable) != 0) {
         step = m_exchange.send(*m_connection);
     }
-    if (step == Exchange::Step::GoOn && (events & IoLoop::Readable) != 0) {
+    const bool mayHaveReply = (events & IoLoop::Readable) != 0 || m_exchange.hasSendFailed();
+    if (step == Exchange::Step::GoOn && mayHaveReply) {
         std::array<char, bytesPerTurn> buffer;
         const Connection::Result result = m_connection->receive(buffer.data(), buffer.size());
         step = m_exchange.received(result, buffer.data(), m_isReused);

@@ -30,18 +30,20 @@ Connection::Connection(int socket)
     : m_socket(socket)
 {}
 
-Connection::Connection(CURL* easy, int socket, std::function<void()> release)
+Connection::Connection(CopyOf copied)
+    : m_socket(::fcntl(copied.socket, F_DUPFD_CLOEXEC, copied.socket))
+{}
+
+Connection::Connection(CURL* easy, int socket, std::shared_ptr<void> owner)
     : m_socket(socket)
     , m_easy(easy)
-    , m_release(std::move(release))
+    , m_owner(std::move(owner))
 {}
 
 Connection::~Connection()
 {
     unwatch();
-    if (m_easy != nullptr) {
-        m_release();
-    } else {
+    if (m_easy == nullptr && m_socket >= 0) {
         ::close(m_socket);
     }
 }
@@ -68,7 +70,7 @@ void Connection::unwatch()
 
 Connection::Result Connection::failure() const
 {
-    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed};
+    return meansWaiting(errno) ? Result{Status::Waiting} : Result{Status::Failed, 0, errno};
 }
 
 Connection::Result Connection::send(Bytes first, Bytes second, bool more)
@@ -143,7 +145,13 @@ Connection::Result Connection::receiveWithin(std::chrono::milliseconds limit, ch
         timeval value{};
         value.tv_sec = m_receiveLimit.count() / 1000;
         value.tv_usec = (m_receiveLimit.count() % 1000) * 1000;
-        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &value, sizeof value);
+        if (::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &value, sizeof value) != 0) {
+            m_receiveLimit = std::chrono::milliseconds(-1); // recv() would wait without a limit
+        }
+    }
+    if (m_receiveLimit.count() < 0) {
+        wait(false, limit);
+        return receive(buffer, size);
     }
     const ssize_t received = ::recv(m_socket, buffer, size, 0);
     if (received < 0) {

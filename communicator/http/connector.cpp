@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
+#include <optional>
 #include <sys/socket.h>
+#include <utility>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -26,41 +28,6 @@ curl_socket_t openSocket(void* /*self*/, curlsocktype /*purpose*/, curl_sockaddr
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
-/// A handle that opens a connection to @p device and sends nothing.
-CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText& error)
-{
-    CURL* const easy = curl_easy_init();
-    curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L);
-    curl_easy_setopt(easy, CURLOPT_URL, device.baseUrl.constData());
-    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_NOPROXY, "*");
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_SSL_ENABLE_ALPN, 0L);
-    curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
-    // Without this, destroying a handle waits for a name lookup that hangs.
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    // 0 would mean no limit.
-    const long milliseconds = std::max<long>(1, static_cast<long>(limit.count()));
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error.data());
-
-    const DeviceEndpoint& endpoint = device.endpoint;
-    if (!endpoint.caFile.isEmpty()) {
-        curl_easy_setopt(easy, CURLOPT_CAINFO, QFile::encodeName(endpoint.caFile).constData());
-    }
-    if (!endpoint.pinnedKey.isEmpty()) {
-        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, endpoint.pinnedKey.toLatin1().constData());
-    }
-    // A pinned key identifies the device by itself, and the certificate is then usually self-signed.
-    const bool pinOnly = !endpoint.pinnedKey.isEmpty() && endpoint.caFile.isEmpty();
-    if (!endpoint.verifyTls || pinOnly) {
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L);
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L);
-    }
-    return easy;
-}
-
 ConnectResult failure(CURLcode code, const ErrorText& error)
 {
     ConnectResult result;
@@ -70,6 +37,61 @@ ConnectResult failure(CURLcode code, const ErrorText& error)
     return result;
 }
 
+// Of handles and options, which fail only for want of memory or with a libcurl that lacks something.
+ConnectResult failedSetup(CURLcode code)
+{
+    ConnectResult result;
+    result.state = IHttpVersionTrigger::Broken;
+    result.error =
+        QStringLiteral("libcurl cannot open a connection: ") + QString::fromUtf8(curl_easy_strerror(code));
+    return result;
+}
+
+/// A handle that opens a connection to @p device and sends nothing; null, with @p code, if libcurl refuses
+/// any of it: a device must not be trusted because what to trust could not be said.
+CURL* newHandle(const Device& device, std::chrono::milliseconds limit, ErrorText& error, CURLcode& code)
+{
+    CURL* const easy = curl_easy_init();
+    code = easy != nullptr ? CURLE_OK : CURLE_OUT_OF_MEMORY;
+    const auto set = [easy, &code](CURLoption option, auto value) {
+        if (code == CURLE_OK) {
+            code = curl_easy_setopt(easy, option, value);
+        }
+    };
+    set(CURLOPT_CONNECT_ONLY, 1L);
+    set(CURLOPT_URL, device.baseUrl.constData());
+    set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_NOPROXY, "*");
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_SSL_ENABLE_ALPN, 0L);
+    set(CURLOPT_TCP_NODELAY, 1L);
+    // Without this, destroying a handle waits for a name lookup that hangs.
+    set(CURLOPT_QUICK_EXIT, 1L);
+    // 0 would mean no limit.
+    set(CURLOPT_CONNECTTIMEOUT_MS, std::max<long>(1, static_cast<long>(limit.count())));
+    set(CURLOPT_ERRORBUFFER, error.data());
+
+    const DeviceEndpoint& endpoint = device.endpoint;
+    if (!endpoint.caFile.isEmpty()) {
+        set(CURLOPT_CAINFO, QFile::encodeName(endpoint.caFile).constData());
+    }
+    if (!endpoint.pinnedKey.isEmpty()) {
+        set(CURLOPT_PINNEDPUBLICKEY, endpoint.pinnedKey.toLatin1().constData());
+    }
+    // A pinned key identifies the device by itself, and the certificate is then usually self-signed.
+    const bool pinOnly = !endpoint.pinnedKey.isEmpty() && endpoint.caFile.isEmpty();
+    if (!endpoint.verifyTls || pinOnly) {
+        set(CURLOPT_SSL_VERIFYPEER, 0L);
+        set(CURLOPT_SSL_VERIFYHOST, 0L);
+    }
+    if (code == CURLE_OK) {
+        return easy;
+    }
+    curl_easy_cleanup(easy);
+    return nullptr;
+}
+
 int socketOf(CURL* easy)
 {
     curl_socket_t socket = CURL_SOCKET_BAD;
@@ -77,21 +99,20 @@ int socketOf(CURL* easy)
     return socket;
 }
 
-/// The connection that @p easy has opened. @p release destroys the handle, immediately if there is no TLS.
-ConnectResult opened(const Device& device, CURL* easy, std::function<void()> release)
+/// The connection that @p easy has opened. @p owner keeps the handle, which goes at once if there is no TLS.
+ConnectResult opened(const Device& device, CURL* easy, std::shared_ptr<void> owner)
 {
     ConnectResult result;
     const int socket = socketOf(easy);
     if (!device.isTls) {
         // The connection needs only the socket; keeping no more than that saves the memory of the handle.
-        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, socket);
-        release();
-        if (own >= 0) {
-            result.connection = std::make_unique<Connection>(own);
+        result.connection = std::make_unique<Connection>(Connection::CopyOf{socket});
+        if (result.connection->socket() >= 0) {
             return result;
         }
-    } else {
-        result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
+        result.connection.reset();
+    } else if (socket != CURL_SOCKET_BAD) {
+        result.connection = std::make_unique<Connection>(easy, socket, std::move(owner));
         // This also makes libcurl treat the connection as being in use from now on.
         char byte{};
         if (result.connection->receive(&byte, sizeof byte).status == Connection::Status::Waiting) {
@@ -108,15 +129,26 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
-    const auto error = std::make_shared<ErrorText>();
-    CURLM* const multi = newMulti();
-    CURL* const easy = newHandle(device, limit, *error);
-    const auto release = [multi, easy, error] {
-        curl_multi_remove_handle(multi, easy);
-        curl_easy_cleanup(easy);
-        curl_multi_cleanup(multi);
+    struct Handles
+    {
+        ~Handles()
+        {
+            curl_multi_remove_handle(multi, easy);
+            curl_easy_cleanup(easy);
+            curl_multi_cleanup(multi);
+        }
+        ErrorText error{};
+        CURL* easy = nullptr;
+        CURLM* multi = nullptr;
     };
-    curl_multi_add_handle(multi, easy);
+    const auto handles = std::make_shared<Handles>();
+    CURLcode code{};
+    CURL* const easy = handles->easy = newHandle(device, limit, handles->error, code);
+    if (easy == nullptr) {
+        return failedSetup(code);
+    }
+    CURLM* const multi = handles->multi = newMulti();
+    CURLMcode failed = curl_multi_add_handle(multi, easy);
     bool aborted{};
     const auto setMulti = [&](CURLM* connecting) {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -125,30 +157,30 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
     };
     setMulti(multi);
     int running{};
-    while (!aborted) {
-        curl_multi_perform(multi, &running);
-        if (running == 0) {
+    while (!aborted && failed == CURLM_OK) {
+        failed = curl_multi_perform(multi, &running);
+        if (failed != CURLM_OK || running == 0) {
             break;
         }
-        curl_multi_poll(multi, nullptr, 0, pollMilliseconds, nullptr);
+        failed = curl_multi_poll(multi, nullptr, 0, pollMilliseconds, nullptr);
         setMulti(multi);
     }
     setMulti(nullptr);
     int queued{};
     const CURLMsg* const message = curl_multi_info_read(multi, &queued);
-    if (aborted || message == nullptr) {
-        release();
+    if (!aborted && message == nullptr) {
+        return failedSetup(CURLE_OUT_OF_MEMORY);
+    }
+    if (aborted) {
         ConnectResult result;
         result.state = IHttpVersionTrigger::Aborted;
         result.error = abortedError();
         return result;
     }
     if (message->data.result != CURLE_OK) {
-        ConnectResult result = failure(message->data.result, *error);
-        release();
-        return result;
+        return failure(message->data.result, handles->error);
     }
-    return opened(device, easy, release);
+    return opened(device, easy, handles);
 }
 
 void BlockingConnector::abort()
@@ -162,14 +194,36 @@ void BlockingConnector::abort()
 
 struct Connector::Pending
 {
+    std::shared_ptr<Transfer> transfer;
     std::shared_ptr<const Device> device;
-    std::shared_ptr<ErrorText> error = std::make_shared<ErrorText>();
     Done done;
+    std::optional<IoLoop::TimerId> failing; ///< if libcurl refused to begin
+};
+
+// What libcurl works on. A TLS connection keeps it to its end.
+struct Connector::Transfer
+{
+    explicit Transfer(CurlMulti& itsMulti)
+        : multi(itsMulti)
+    {}
+    ~Transfer()
+    {
+        if (easy != nullptr) {
+            multi.remove(easy);
+            curl_easy_cleanup(easy); // may write into the text of the error
+        }
+    }
+
+    CurlMulti& multi;
+    CURL* easy = nullptr;
+    ErrorText error{};
+    Q_DISABLE_COPY_MOVE(Transfer)
 };
 
 // libcurl must never close a connection to make room, because those that it considers idle are in use by us.
 Connector::Connector(IoLoop& loop)
-    : m_multi(loop, 1L << 20)
+    : m_loop(loop)
+    , m_multi(loop, 1L << 20)
 {}
 
 Connector::~Connector()
@@ -182,38 +236,45 @@ Connector::~Connector()
 Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& device,
                                       std::chrono::milliseconds limit, Done done)
 {
-    auto pending = std::make_unique<Pending>();
-    pending->device = device;
-    pending->done = std::move(done);
-    CURL* const easy = newHandle(*device, limit, *pending->error);
-    m_pending.emplace(easy, std::move(pending));
-    m_multi.add(easy, [this, easy](CURLcode code) { finished(easy, code); });
-    return easy;
+    auto owned = std::make_unique<Pending>();
+    const Attempt attempt = owned.get();
+    attempt->transfer = std::make_shared<Transfer>(m_multi);
+    attempt->device = device;
+    attempt->done = std::move(done);
+    Transfer& transfer = *attempt->transfer;
+    CURLcode code{};
+    transfer.easy = newHandle(*device, limit, transfer.error, code);
+    if (transfer.easy != nullptr &&
+        !m_multi.add(transfer.easy, [this, attempt](CURLcode result) { finished(attempt, result); })) {
+        code = CURLE_OUT_OF_MEMORY;
+    }
+    m_pending.emplace(attempt, std::move(owned));
+    if (code != CURLE_OK) {
+        attempt->failing = m_loop.startTimer(IoLoop::Clock::now(), [this, attempt, code] {
+            const std::unique_ptr<Pending> failed = std::move(m_pending.extract(attempt).mapped());
+            failed->done(failedSetup(code));
+        });
+    }
+    return attempt;
 }
 
 void Connector::cancel(Attempt attempt)
 {
-    // libcurl may write into the text of the error until the end.
     const auto pending = m_pending.extract(attempt);
-    m_multi.remove(attempt);
-    curl_easy_cleanup(attempt);
+    if (attempt->failing) {
+        m_loop.stopTimer(*attempt->failing);
+    }
 }
 
-void Connector::finished(CURL* easy, CURLcode code)
+void Connector::finished(Attempt attempt, CURLcode code)
 {
-    auto node = m_pending.extract(easy);
+    auto node = m_pending.extract(attempt);
     const std::unique_ptr<Pending> pending = std::move(node.mapped());
-    const auto release = [this, easy, error = pending->error] {
-        m_multi.remove(easy);
-        curl_easy_cleanup(easy);
-    };
-    if (code != CURLE_OK) {
-        ConnectResult result = failure(code, *pending->error);
-        release();
-        pending->done(std::move(result));
-        return;
-    }
-    pending->done(opened(*pending->device, easy, release));
+    CURL* const easy = pending->transfer->easy;
+    ConnectResult result = code == CURLE_OK ? opened(*pending->device, easy, std::move(pending->transfer))
+                                            : failure(code, pending->transfer->error);
+    pending->transfer.reset(); // the receiver may destroy this
+    pending->done(std::move(result));
 }
 
 } // namespace Krelm::Communicator::HttpDevice

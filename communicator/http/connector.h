@@ -49,7 +49,8 @@ class Connector
 {
 public:
     using Done = std::function<void(ConnectResult)>;
-    using Attempt = CURL*;
+    struct Pending;
+    using Attempt = Pending*;
 
     explicit Connector(IoLoop& loop);
     /// Cancels all attempts.
@@ -61,11 +62,12 @@ public:
     void cancel(Attempt attempt);
 
 private:
-    struct Pending;
-    void finished(CURL* easy, CURLcode code);
+    struct Transfer;
+    void finished(Attempt attempt, CURLcode code);
 
+    IoLoop& m_loop;
     CurlMulti m_multi;
-    std::unordered_map<CURL*, std::unique_ptr<Pending>> m_pending;
+    std::unordered_map<Attempt, std::unique_ptr<Pending>> m_pending;
     Q_DISABLE_COPY_MOVE(Connector)
 };
 

@@ -16,6 +16,10 @@ namespace {
 // How far above the lowest free descriptor to search for the two of a new handle.
 constexpr int descriptorsLookedAt = 64;
 
+// When to have libcurl look again after a look that failed.
+constexpr std::chrono::milliseconds retryInterval{100};
+constexpr int maxFailedActs = 3;
+
 /// Whether a local socket that child processes inherit holds bytes: bytes to read (FIONREAD) or bytes that
 /// its peer has not read (SIOCOUTQ). Nothing for any other descriptor and for none.
 std::optional<bool> holdsBytes(int descriptor, unsigned long request)
@@ -63,26 +67,53 @@ CURLM* newMulti()
 
 CurlMulti::CurlMulti(IoLoop& loop, long keptConnections)
     : m_loop(loop)
-    , m_multi(newMulti())
+    , m_keptConnections(keptConnections)
 {
+    open();
+}
+
+void CurlMulti::open()
+{
+    CURLM* const multi = newMulti();
+    CURLMcode code = multi != nullptr ? CURLM_OK : CURLM_OUT_OF_MEMORY;
+    const auto set = [multi, &code](CURLMoption option, auto value) {
+        if (code == CURLM_OK) {
+            code = curl_multi_setopt(multi, option, value);
+        }
+    };
     // The default is four per running transfer, which would cause a reconnect at every access when many
     // devices are accessed in turn.
-    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, keptConnections);
-    curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
-    curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
-    curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
-    curl_multi_setopt(m_multi, CURLMOPT_TIMERDATA, this);
+    set(CURLMOPT_MAXCONNECTS, m_keptConnections);
+    set(CURLMOPT_SOCKETFUNCTION, &CurlMulti::onSocket);
+    set(CURLMOPT_SOCKETDATA, this);
+    set(CURLMOPT_TIMERFUNCTION, &CurlMulti::onTimer);
+    set(CURLMOPT_TIMERDATA, this);
+    if (code == CURLM_OK) {
+        m_multi = multi;
+    } else {
+        curl_multi_cleanup(multi);
+    }
 }
 
 CurlMulti::~CurlMulti()
 {
-    curl_multi_cleanup(m_multi); // has no timer without a transfer
+    curl_multi_cleanup(m_multi);
+    if (m_timer) { // of a look that failed; libcurl has none without a transfer
+        m_loop.stopTimer(*m_timer);
+    }
 }
 
-void CurlMulti::add(CURL* easy, Finished finished)
+bool CurlMulti::add(CURL* easy, Finished finished)
 {
+    if (m_multi == nullptr) {
+        open(); // what was missing may be there now
+    }
     m_transfers[easy] = std::move(finished);
-    curl_multi_add_handle(m_multi, easy);
+    if (curl_multi_add_handle(m_multi, easy) == CURLM_OK) {
+        return true;
+    }
+    m_transfers.erase(easy);
+    return false;
 }
 
 void CurlMulti::remove(CURL* easy)
@@ -130,7 +161,15 @@ void CurlMulti::actOnTimer()
 void CurlMulti::act(curl_socket_t socket)
 {
     int running{};
-    curl_multi_socket_action(m_multi, socket, 0, &running);
+    if (curl_multi_socket_action(m_multi, socket, 0, &running) == CURLM_OK) {
+        m_failedActs = 0;
+    } else if (++m_failedActs > maxFailedActs) {
+        m_failedActs = 0;
+        endAll(CURLE_OUT_OF_MEMORY);
+    } else if (!m_timer) {
+        // It may have done nothing, and would then set no timer again.
+        m_timer = m_loop.startTimer(IoLoop::Clock::now() + retryInterval, [this] { actOnTimer(); });
+    }
     drainCompletedTransfers();
     tryNextAddresses();
 }
@@ -144,6 +183,20 @@ void CurlMulti::tryNextAddresses()
         if (m_transfers.find(easy) != m_transfers.end()) {
             curl_easy_pause(easy, CURLPAUSE_ALL);
             curl_easy_pause(easy, CURLPAUSE_CONT);
+        }
+    }
+}
+
+void CurlMulti::endAll(CURLcode code)
+{
+    std::vector<CURL*> all;
+    for (const auto& transfer : m_transfers) {
+        all.push_back(transfer.first);
+    }
+    for (CURL* const easy : all) { // an end may remove others
+        auto transfer = m_transfers.extract(easy);
+        if (!transfer.empty()) {
+            transfer.mapped()(code);
         }
     }
 }

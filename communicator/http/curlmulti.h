@@ -12,7 +12,8 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
-/// Returns a new multi handle whose descriptors are not inherited by child processes. From any thread.
+/// Returns a new multi handle whose descriptors are not inherited by child processes; null without memory for
+/// it. From any thread.
 CURLM* newMulti();
 
 /// Drives any number of libcurl transfers on an IoLoop, with a connection cache of its own. Used on the
@@ -29,22 +30,27 @@ public:
 
     /// Starts a transfer; @p finished is called once, later. The handle, and with it the connection that it
     /// opened, is kept until remove().
-    void add(CURL* easy, Finished finished);
+    /// @return false if libcurl refuses it; @p finished is then not called.
+    bool add(CURL* easy, Finished finished);
     /// Removes a handle and cancels its transfer if it is still running; `finished` is then not called.
     void remove(CURL* easy);
 
 private:
+    void open();
     void drainCompletedTransfers();
     static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* socketData);
     static int onTimer(CURLM* multi, long milliseconds, void* self);
     void act(curl_socket_t socket);
     void actOnTimer();
     void tryNextAddresses();
+    void endAll(CURLcode code);
 
     IoLoop& m_loop;
-    CURLM* m_multi;
+    const long m_keptConnections;
+    CURLM* m_multi = nullptr; ///< null until libcurl has made it
     std::optional<IoLoop::TimerId> m_timer;
     std::unordered_map<CURL*, Finished> m_transfers;
+    int m_failedActs = 0;               ///< in a row
     std::vector<CURL*> m_withoutSocket; ///< have a socket less; some of them have ended since
     Q_DISABLE_COPY_MOVE(CurlMulti)
 };

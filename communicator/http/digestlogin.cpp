@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/http/digestlogin.h"
 
+#include "communicator/http/headername.h"
+
 #include <QCryptographicHash>
 #include <QList>
 #include <QUuid>
@@ -21,11 +23,6 @@ struct Parameter
     QByteArray value;
     bool isScheme = false;
 };
-
-bool isTokenCharacter(char c)
-{
-    return c > 0x20 && c < 0x7F && !strchr("()<>@,;:\\\"/[]?={}", c);
-}
 
 // The schemes and parameters of a list of challenges, in order (RFC 9110, "WWW-Authenticate"). Lenient: the
 // list ends where it cannot be parsed.

@@ -10,6 +10,7 @@
 #include "communicator/http/retryafter.h"
 
 #include <algorithm>
+#include <new>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -150,6 +151,7 @@ Exchange::Step Exchange::send(Connection& connection)
                 return Step::AgainFresh;
             }
             m_sendFailed = true; // the device may have replied before it closed the connection
+            m_sendError = result.error;
         }
         const std::size_t ofHead = std::min(result.bytes, head.size);
         m_headSent += static_cast<int>(ofHead);
@@ -163,7 +165,15 @@ Exchange::Step Exchange::send(Connection& connection)
 Exchange::Step Exchange::received(const Connection::Result& result, const char* bytes, bool isReused)
 {
     if (result.status == Connection::Status::Waiting) {
-        return Step::GoOn;
+        if (!m_sendFailed) {
+            return Step::GoOn;
+        }
+        // The connection lives, but the device would wait for the rest of the request.
+        m_error = QStringLiteral("the request cannot be sent");
+        if (m_sendError != 0) {
+            m_error += QStringLiteral(": ") + qt_error_string(m_sendError);
+        }
+        return Step::Ended;
     }
     if (result.status == Connection::Status::Moved) {
         const ResponseParser::State state = m_reader.feed(bytes, result.bytes);
@@ -258,6 +268,25 @@ void Exchange::tellProgress()
     }
 }
 
+void Exchange::report(const HttpReply& reply)
+{
+    ExchangeSummary summary;
+    summary.started = m_started;
+    summary.target = m_target;
+    summary.status = reply.status;
+    summary.state = reply.state;
+    summary.bytesSent = m_bytesSent + m_body.sent();
+    summary.bytesReceived = m_reader.received();
+    summary.reply = reply.body;
+    summary.error = reply.reason;
+    if (const auto wait = retryAfterOf(reply)) {
+        summary.retryAfter = wait->count();
+    }
+    m_repeatAfter = HttpDevice::repeatAfter(*m_request, reply, m_started);
+    summary.isRepeated = m_repeatAfter.has_value();
+    reportExchange(*m_request, summary);
+}
+
 HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_body.hasFailed()) {
@@ -267,25 +296,14 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     if (reply.status != 0 && m_device) {
         m_device->lastAnswer = std::chrono::steady_clock::now();
     }
-    ExchangeSummary summary;
-    summary.started = m_started;
-    summary.target = m_target;
-    summary.status = reply.status;
-    summary.state = reply.state;
-    summary.bytesSent = m_bytesSent + m_body.sent();
-    summary.bytesReceived = m_reader.received();
-    summary.reply = reply.body;
-    summary.error = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
-    if (reply.state == IHttpVersionTrigger::Success) {
-        summary.error.clear();
+    if (reply.state != IHttpVersionTrigger::Success) {
+        reply.reason = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
     }
-    reply.reason = summary.error;
-    if (const auto wait = retryAfterOf(reply)) {
-        summary.retryAfter = wait->count();
+    m_repeatAfter.reset();
+    try {
+        report(reply);
+    } catch (const std::bad_alloc&) { // the reply is there, and a file may have been replaced
     }
-    m_repeatAfter = HttpDevice::repeatAfter(*m_request, reply, m_started);
-    summary.isRepeated = m_repeatAfter.has_value();
-    reportExchange(*m_request, summary);
     m_body.clear();
     m_request = nullptr;
     m_device.reset();

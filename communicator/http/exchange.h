@@ -42,6 +42,9 @@ public:
     Step send(Connection& connection);
     /// Whether all that remains is to wait for the reply.
     bool mayReceive() const { return isSent() || m_sendFailed; }
+    /// Whether the rest of the request cannot be sent. What can be received has arrived already: do not wait
+    /// for more.
+    bool hasSendFailed() const { return m_sendFailed; }
     /// Whether the whole request has been sent.
     bool isSent() const { return m_headSent == m_head.size() && m_body.isSent(); }
     /// Processes received bytes. @p isReused means that the connection has served an earlier exchange.
@@ -71,6 +74,7 @@ private:
     Step completed();
     Step again();
     void tellProgress();
+    void report(const HttpReply& reply);
 
     ReplyReader m_reader;
     OutgoingBody m_body;
@@ -90,6 +94,7 @@ private:
     PlainRead m_plainRead;
     int m_headSent = 0;
     bool m_sendFailed = false;
+    int m_sendError = 0;        ///< of the system, if it is known
     bool m_asksToClose = false; ///< the request asks to close the connection
     QByteArray m_authorization;
     int m_challenges = 0;       ///< that were answered

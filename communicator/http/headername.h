@@ -20,6 +20,12 @@ inline bool isNamed(const QString& name, const char* wanted)
     return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
 }
 
+/// Whether @p c may be part of a token, such as a name (RFC 9110, "Tokens").
+inline bool isTokenCharacter(char c)
+{
+    return c > 0x20 && c < 0x7F && std::string_view("()<>@,;:\\\"/[]?={}").find(c) == std::string_view::npos;
+}
+
 /// The first header in @p headers called @p name, a QString or QLatin1String; cend() if there is none.
 template <class Name>
 QMap<QString, QString>::const_iterator findHeader(const QMap<QString, QString>& headers, const Name& name)

@@ -99,6 +99,12 @@ QByteArray tidied(std::string_view head)
     return out;
 }
 
+// The only fault that a body can have.
+QString malformedChunk()
+{
+    return QStringLiteral("the reply's body is not valid HTTP: the frame of a chunk is malformed");
+}
+
 } // namespace
 
 ResponseParser::Handler::~Handler() = default;
@@ -117,6 +123,8 @@ public:
 
     bool isInterim() const { return m_status / 100 == 1; }
     bool isRefused() const { return m_refused; }
+    /// Whether the data of a chunk has come.
+    bool hasChunks() const { return m_hasChunks; }
     bool hasTooManyExtensions() const { return m_extensionBytes > maxExtensionBytes; }
 
 private:
@@ -175,8 +183,9 @@ private:
         return body.size();
     }
 
-    void on_chunk_header_impl(std::uint64_t /*size*/, BeastView extensions, error_code& ec) override
+    void on_chunk_header_impl(std::uint64_t size, BeastView extensions, error_code& ec) override
     {
+        m_hasChunks = m_hasChunks || size > 0;
         m_extensionBytes += extensions.size();
         if (hasTooManyExtensions()) {
             ec = http::error::bad_chunk_extension;
@@ -203,6 +212,7 @@ private:
     int m_version = 0;
     bool m_inBody = false;
     bool m_hasCoding = false;
+    bool m_hasChunks = false;
     bool m_refused = false;
     std::size_t m_extensionBytes = 0;
 };
@@ -302,6 +312,8 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
         const std::size_t taken = putBody(bytes, size);
         if (m_now.state == State::Reading && taken < size) {
             m_now.pending.append(bytes + taken, static_cast<int>(size - taken));
+            m_now.frame.begin(m_grammar->hasChunks());
+            judgeFrame({bytes + taken, size - taken});
             return size;
         }
         return taken;
@@ -310,16 +322,29 @@ std::size_t ResponseParser::feedBody(const char* bytes, std::size_t size)
     const std::size_t before = static_cast<std::size_t>(m_now.pending.size());
     const std::size_t more = std::min<std::size_t>(size, 64);
     m_now.pending.append(bytes, static_cast<int>(more));
-    if (before + more < leastFrameBytes) {
+    judgeFrame({bytes, more});
+    if (m_now.state != State::Reading || before + more < leastFrameBytes) {
         return more;
     }
     const QByteArray frame = std::exchange(m_now.pending, {});
     const std::size_t taken = putBody(frame.constData(), before + more);
     if (m_now.state == State::Reading && taken < before + more) {
         m_now.pending = frame.mid(static_cast<int>(taken));
+        if (taken > 0) {
+            m_now.frame.begin(m_grammar->hasChunks());
+            judgeFrame({m_now.pending.constData(), before + more - taken});
+        }
         return more;
     }
     return std::max(taken, before) - before;
+}
+
+// The grammar judges a line when it is whole.
+void ResponseParser::judgeFrame(std::string_view bytes)
+{
+    if (!m_now.frame.take(bytes)) {
+        fail(State::Malformed, malformedChunk());
+    }
 }
 
 /// @return how much the grammar has consumed: everything, or the bytes before an incomplete frame.
@@ -335,8 +360,7 @@ std::size_t ResponseParser::putBody(const char* bytes, std::size_t size)
         } else if (m_grammar->hasTooManyExtensions()) {
             fail(State::TooLarge, QStringLiteral("the reply's chunk extensions are too large"));
         } else if (error && error != http::error::need_more) {
-            fail(State::Malformed, QStringLiteral("the reply's body is not valid HTTP: ") +
-                                       QString::fromStdString(error.message()));
+            fail(State::Malformed, malformedChunk());
         } else if (m_grammar->is_done()) {
             m_now.state = State::Complete;
         } else if (taken == 0) {

@@ -2,6 +2,7 @@
 #ifndef COMMUNICATOR_HTTP_RESPONSEPARSER_H
 #define COMMUNICATOR_HTTP_RESPONSEPARSER_H
 
+#include "communicator/http/chunkframe.h"
 #include "communicator/http/transferlimits.h"
 
 #include <QByteArray>
@@ -78,6 +79,7 @@ private:
     std::size_t feedBody(const char* bytes, std::size_t size);
     std::size_t putBody(const char* bytes, std::size_t size);
     void parseHead(std::string_view head);
+    void judgeFrame(std::string_view bytes);
     void fail(State state, const QString& error);
 
     Handler& m_handler;
@@ -93,6 +95,7 @@ private:
         qint64 headBytes = 0; ///< of all heads, interim ones included
         int headLines = 0;
         QByteArray pending; ///< the beginning of a head or of a chunk's frame
+        ChunkFrame frame;   ///< what is pending of a body
         QString error;
     };
     Progress m_now;

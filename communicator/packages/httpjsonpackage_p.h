@@ -53,9 +53,7 @@ public:
     QString deviceKey;
     ExchangeId exchange = 0; // the latest
     HttpMethod method = HttpMethod::Get;
-    qint64 milliseconds = 0;
-    qint64 retryAfter = -1;
-    QString reason;
+    EndedExchange ended; // how the latest ended; the application may have set what follows since
 
     HttpSimpleState state = Success;
     QByteArray received;

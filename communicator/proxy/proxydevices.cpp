@@ -47,8 +47,7 @@ void ProxyDevices::setEvents(bool wanted)
 bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
 {
     const std::lock_guard<std::mutex> lock(m_changeMutex);
-    QString error;
-    const DeviceRegistry::Change change = m_registry->add(deviceKey, endpoint, error);
+    const auto [change, error] = m_registry->add(deviceKey, endpoint);
     if (change == DeviceRegistry::Change::Refused) {
         qCWarning(httpLog, "device %s refused: %s", qPrintable(printableKey(deviceKey)), qPrintable(error));
         return false;
@@ -83,6 +82,13 @@ bool ProxyDevices::remove(const QString& deviceKey)
         m_events.push(announced);
     }
     return true;
+}
+
+void ProxyDevices::readFailed(const QString& deviceKey)
+{
+    if (const std::shared_ptr<EventChannels> open = channels()) {
+        open->readFailed(deviceKey);
+    }
 }
 
 std::shared_ptr<EventChannels> ProxyDevices::channels()

@@ -16,6 +16,7 @@
 #include <boost/beast/http/parser.hpp>
 
 #include <array>
+#include <limits>
 #include <optional>
 
 namespace Tessel::Simulator {
@@ -27,8 +28,17 @@ using boost::system::error_code;
 using Parser = http::request_parser<http::buffer_body>;
 
 constexpr std::size_t readChunk = 64U << 10;
-// The shortest end of a chunked body, which the parser assumes after it has seen the first line of it.
-constexpr std::size_t leastFrameBytes = 5;
+
+/// The number of bytes of a chunk's frame that the parser can judge, given the first of them: once the line
+/// of the last chunk is whole, it assumes that the shortest end of a body is there. With the end of data
+/// before it, that line is as long.
+std::size_t judgedFrameBytes(std::string_view frame)
+{
+    constexpr std::size_t shortestEnd = 5;
+    const bool isLast =
+        frame.substr(0, 1) == "0" && frame.substr(0, shortestEnd).find('\n') != std::string_view::npos;
+    return isLast ? shortestEnd : 1;
+}
 
 std::string_view view(beast::string_view text)
 {
@@ -109,10 +119,7 @@ private:
         net::post(m_delay.get_executor(), [self = shared(), action] { action(*self); });
     }
 
-    std::size_t maxBuffer() const
-    {
-        return static_cast<std::size_t>(std::max(1024, m_context->device.options().headerLimit)) + readChunk;
-    }
+    std::size_t maxBuffer() const { return headLimit() + readChunk; }
 
     // The wire is gone when the connection has become an event stream.
     void end()
@@ -148,8 +155,9 @@ private:
             return;
         }
         m_parser.emplace();
+        m_headScan = {};
         m_hasPartOfFrame = false;
-        m_parser->header_limit(static_cast<std::uint32_t>(std::max(1024, device().options().headerLimit)));
+        m_parser->header_limit(std::numeric_limits<std::uint32_t>::max()); // it gets whole heads only
         m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
         if (m_buffer.size() > 0) {
             enter(Phase::Head);
@@ -194,21 +202,49 @@ private:
                                 });
     }
 
+    std::size_t headLimit() const
+    {
+        return static_cast<std::size_t>(std::max(1024, m_context->device.options().headerLimit));
+    }
+    std::string_view received() const
+    {
+        return {static_cast<const char*>(m_buffer.data().data()), m_buffer.size()};
+    }
+
+    // The head is judged when it is whole or too large, so that the pieces in which it comes say nothing.
     void parseHead()
     {
-        error_code error;
-        while (!error && !m_parser->is_header_done()) {
-            const auto used = m_parser->put(m_buffer.data(), error);
-            const std::string_view lines(static_cast<const char*>(m_buffer.data().data()), used);
-            if (const char* const mistake = lineMistake(lines)) {
-                refuse(400, mistake);
-                return;
+        const std::string_view text = received().substr(0, headLimit());
+        switch (m_headScan.scan(text)) {
+        case HeadScan::Found::Mistake:
+            refuseRequest();
+            return;
+        case HeadScan::Found::Nothing:
+            if (text.size() == headLimit()) {
+                refuse(431, "the head is too large");
+            } else {
+                fill([](HttpSession& self) { self.parseHead(); });
             }
-            m_buffer.consume(used);
+            return;
+        case HeadScan::Found::End:
+            takeHead(text.substr(0, m_headScan.length()));
+            break;
         }
-        if (error == http::error::need_more) {
-            fill([](HttpSession& self) { self.parseHead(); });
-        } else if (error) {
+    }
+
+    void takeHead(std::string_view head)
+    {
+        if (const char* const mistake = lineMistake(head)) {
+            refuse(400, mistake);
+            return;
+        }
+        error_code error;
+        std::size_t used = 0;
+        while (!error && !m_parser->is_header_done()) {
+            used += m_parser->put(net::buffer(head.data() + used, head.size() - used), error);
+        }
+        m_buffer.consume(used);
+        if (error) {
             refuse(error);
         } else if (const char* const mistake = framingMistake(m_parser->get())) {
             refuse(400, mistake);
@@ -260,7 +296,7 @@ private:
 
     void readBody()
     {
-        const std::size_t least = m_hasPartOfFrame ? leastFrameBytes : 1;
+        const std::size_t least = m_hasPartOfFrame ? judgedFrameBytes(received()) : 1;
         while (m_buffer.size() >= least && !m_parser->is_done()) {
             m_chunk.resize(std::max(m_chunk.size(), m_buffer.size())); // no more than has come
             auto& body = m_parser->get().body();
@@ -309,12 +345,12 @@ private:
     {
         if (error == http::error::body_limit) {
             refuse(413, "the body is too large");
-        } else if (error == http::error::header_limit || error == http::error::buffer_overflow) {
-            refuse(431, "the head is too large");
         } else {
-            refuse(400, "not a valid HTTP request");
+            refuseRequest();
         }
     }
+
+    void refuseRequest() { refuse(400, "not a valid HTTP request"); }
 
     void refuse(int status, std::string_view message)
     {
@@ -552,6 +588,7 @@ private:
     Timer m_delay;
     beast::flat_buffer m_buffer;
     std::optional<Parser> m_parser;
+    HeadScan m_headScan;
     std::optional<Device::Exchange> m_exchange;
     bool m_isControl = false; ///< the current reply is one of the control interface
     std::string m_chunk;

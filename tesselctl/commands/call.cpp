@@ -1,23 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/commands/commandrun.h"
 #include "tesselctl/operations/arguments.h"
+#include "tesselctl/operations/referencetext.h"
 #include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include <operations/operationlist.h>
+#include <operations/reference.h>
 
 #include <tessel/hwinfo.h>
 
 namespace TesselCtl {
 
-using Krelm::Communicator::HttpDevice::ObserverHandle;
 using Tessel::Operations::allOperations;
 using Tessel::Operations::CallResult;
 using Tessel::Operations::findOperation;
 using Tessel::Operations::Lookup;
+using Tessel::Operations::referenceNames;
+using Tessel::Operations::referenceOf;
 
 namespace {
 
@@ -28,6 +32,8 @@ from standard input. The device is not an argument; it comes from --device.
 
 In the object with the parts of a form, a text "@FILE" sends that file; write "@@..." for a text that begins with an @.
 Other texts are sent as they are, all other values as JSON.
+
+After an operation, --help prints what is known of it: what it sends and gets, time limits, caches and signals.
 
 The arguments select the overload; NAME#2 selects the second one that "tesselctl ops" lists. The call waits for the
 reply even where the operation itself does not. Before an operation of ScreenInfo or HwScreenInfo the device is asked
@@ -82,7 +88,6 @@ public:
         , m_call(call)
         , m_interruption(interruption)
         , m_console(console)
-        , m_trace(traceExchanges(settings.trace, console))
     {}
 
     /// Calls on the device and prints, or keeps for the JSON of several devices. @p label: the device is one
@@ -147,7 +152,6 @@ private:
     const BoundCall& m_call;
     const Interruption& m_interruption;
     Console& m_console;
-    const ObserverHandle m_trace;
     QVariantMap m_results; ///< by device, null where the call failed
     ExitCode m_exitCode = Done;
 };
@@ -165,26 +169,37 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
         console.error(call.error());
         return Usage;
     }
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
-        return Usage;
-    }
-    const Interruption interruption(forgetDevices);
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
+    CommandRun run(settings, console, forgetDevices);
+    if (!run.addDevices()) {
         return Usage;
     }
 
-    Caller caller(settings, *call, interruption, console);
-    const bool several = devices->size() > 1;
-    for (const Device& device : *devices) {
+    Caller caller(settings, *call, run.interruption(), console);
+    const bool several = run.devices().size() > 1;
+    for (const Device& device : run.devices()) {
         caller.callOn(device.name, several);
     }
     if (several) {
         caller.printAll();
     }
     return caller.exitCode();
+}
+
+/// What the reference says of the operation that comes first, all its overloads; empty if there is none.
+QString helpOf(const QStringList& arguments)
+{
+    QString text;
+    const Lookup found = findOperation(allOperations(), arguments.value(0));
+    const QStringList names = referenceNames(allOperations());
+    for (const Operation* const operation : found.operations) {
+        const QString& name = names[static_cast<int>(operation - allOperations().data())];
+        const ReferenceEntry* const entry = referenceOf(name);
+        const QString parameters = operation->usage().mid(operation->qualifiedName().size());
+        text += (text.isEmpty() ? QString() : QStringLiteral("\n")) +
+                QStringLiteral("tesselctl --device DEVICE call %1%2\n%3")
+                    .arg(name, parameters, entry ? referenceText(*entry) : QString());
+    }
+    return text;
 }
 
 } // namespace
@@ -202,6 +217,7 @@ void addCall(CommandParser& parser)
     call.setRun([options](const Settings& settings, Console& console) {
         return runCall(settings, *options, console);
     });
+    call.setHelp(helpOf);
 }
 
 } // namespace TesselCtl

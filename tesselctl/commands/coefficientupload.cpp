@@ -3,6 +3,7 @@
 #include "tesselctl/commands/coefficients.h"
 
 #include "tesselctl/commands/coefficientfiles.h"
+#include "tesselctl/commands/commandrun.h"
 #include "tesselctl/commands/resumecommand.h"
 #include "tesselctl/requests/callobserver.h"
 #include "tesselctl/terminal/interruption.h"
@@ -83,11 +84,10 @@ struct Result
 class Uploader
 {
 public:
-    Uploader(const CoefficientKind& kind, std::vector<Job> jobs, int parallel, bool trace, Console& console)
+    Uploader(const CoefficientKind& kind, std::vector<Job> jobs, int parallel, Console& console)
         : m_kind(kind)
         , m_jobs(std::move(jobs))
         , m_parallel(static_cast<std::size_t>(parallel))
-        , m_trace(traceExchanges(trace, console))
         , m_bar(QStringLiteral("upload"), console)
     {
         m_transfer.partName = QStringLiteral("cabinets");
@@ -331,30 +331,24 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         console.error(tables.error());
         return Usage;
     }
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
-        return Usage;
-    }
     Uploader* running = nullptr;
-    const Interruption interruption(Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
-        if (running) {
-            running->stop();
-        }
-    }));
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
+    CommandRun run(settings, console, Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
+                       if (running) {
+                           running->stop();
+                       }
+                   }));
+    if (!run.addDevices()) {
         return Usage;
     }
 
     // The library logs on which threads its uploads run.
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
-    Uploader uploader(kind, jobsFor(kind, *devices, *tables), options.parallel, settings.trace, console);
+    Uploader uploader(kind, jobsFor(kind, run.devices(), *tables), options.parallel, console);
     running = &uploader;
     uploader.run();
     QVariantMap results;
-    for (const Device& device : *devices) {
+    for (const Device& device : run.devices()) {
         const Result result = uploader.resultOf(device.name);
         QString resume;
         if (!result.failed.isEmpty()) {

@@ -6,63 +6,43 @@
 
 namespace TesselCtl {
 
-namespace {
-
-std::vector<Device> devicesOf(const Settings& settings, Console& console)
-{
-    Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
-        return {};
-    }
-    return *std::move(devices);
-}
-
-} // namespace
-
 DeviceRun::DeviceRun(const Settings& settings, Console& console)
-    : m_settings(settings)
-    , m_console(console)
-    , m_devices(devicesOf(settings, console))
-    , m_trace(traceExchanges(settings.trace, console))
+    : CommandRun(settings, console, forgetDevices)
 {
-    if (const Expected<void> added = addDevices(m_devices); !added) {
-        console.error(added.error());
-        m_devices.clear();
-    }
+    addDevices();
 }
 
 Outcome DeviceRun::settled(const Outcome& outcome) const
 {
-    return outcome.code != Done && m_interruption.happened() ? Outcome{Failed, QStringLiteral("interrupted")}
+    return outcome.code != Done && interruption().happened() ? Outcome{Failed, QStringLiteral("interrupted")}
                                                              : outcome;
 }
 
 ExitCode DeviceRun::forEach(const std::function<Result(const QString& device)>& work, const QVariant& failure)
 {
-    if (m_devices.empty()) {
+    if (devices().empty()) {
         return Usage;
     }
     QVariantMap values;
     ExitCode code = Done;
-    for (const Device& device : m_devices) {
+    for (const Device& device : devices()) {
         Result result{{Failed, {}}, {}, {}};
-        if (!m_interruption.happened()) {
+        if (!interruption().happened()) {
             result = work(device.name);
         }
         const Outcome outcome = settled(result.outcome);
         values.insert(device.name, outcome.code == Done ? result.value : failure);
         if (outcome.code != Done) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.error));
-        } else if (!m_settings.json) {
-            m_console.out(printable(device.name) + result.text);
+            console().error(QStringLiteral("%1: %2").arg(printable(device.name), outcome.error));
+        } else if (!settings().json) {
+            console().out(printable(device.name) + result.text);
         }
         if (code == Done) {
             code = outcome.code;
         }
     }
-    if (m_settings.json) {
-        m_console.out(QString::fromUtf8(toJson(values, true)) + QLatin1Char('\n'));
+    if (settings().json) {
+        console().out(QString::fromUtf8(toJson(values, true)) + QLatin1Char('\n'));
     }
     return code;
 }

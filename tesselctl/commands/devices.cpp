@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/requests/callobserver.h"
+#include "tesselctl/commands/liverun.h"
 #include "tesselctl/requests/connections.h"
-#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 
-#include <tessel/devicemanager.h>
-
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QLoggingCategory>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -45,32 +40,30 @@ struct Options
 class Connections : public QObject
 {
 public:
-    Connections(const Settings& settings, const Options& options, const std::vector<Device>& devices,
-                Console& console)
-        : m_json(settings.json)
-        , m_follow(options.follow)
-        , m_devices(devices)
-        , m_console(console)
+    Connections(LiveRun& run, bool follow)
+        : m_run(run)
+        , m_follow(follow)
     {
         connect(DeviceConnections::getInstance(), &DeviceConnections::connectionChanged, this,
                 &Connections::onChange);
     }
 
-    void printTable() const
+    void printTable()
     {
         QVariantList json;
         QList<QStringList> rows{connectionColumns()};
-        for (const Device& device : m_devices) {
+        for (const Device& device : m_run.devices()) {
             const DeviceConnection connection = DeviceConnections::getInstance()->connection(device.name);
             rows << connectionCells(connection);
             json << withDevice(connection);
         }
-        m_console.out(m_json ? QString::fromUtf8(toJson(json, true)) + QLatin1Char('\n') : aligned(rows));
+        m_run.print(m_run.asJson() ? QString::fromUtf8(toJson(json, true)) + QLatin1Char('\n')
+                                   : aligned(rows));
     }
 
     ExitCode exitCode() const
     {
-        for (const Device& device : m_devices) {
+        for (const Device& device : m_run.devices()) {
             const ExitCode code = exitCodeOf(DeviceConnections::getInstance()->connection(device.name));
             if (code != Done) {
                 return code;
@@ -93,60 +86,42 @@ private:
             printChange(connection);
             return;
         }
-        const bool allSettled = std::all_of(m_devices.begin(), m_devices.end(), [](const Device& device) {
+        const std::vector<Device>& devices = m_run.devices();
+        const bool allSettled = std::all_of(devices.begin(), devices.end(), [](const Device& device) {
             const DeviceConnection now = DeviceConnections::getInstance()->connection(device.name);
             return now.since.isValid() && isSettled(now);
         });
         if (allSettled) {
-            QCoreApplication::quit();
+            LiveRun::stop();
         }
     }
 
     void printChange(const DeviceConnection& connection)
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        if (m_json) {
-            QVariantMap line = withDevice(connection);
-            line.insert(QStringLiteral("time"), now.toUTC().toString(Qt::ISODateWithMs));
-            m_console.out(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
+        if (m_run.asJson()) {
+            m_run.printJson(withDevice(connection));
         } else {
-            m_console.out(now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")) + QStringLiteral("  ") +
-                          printable(connection.deviceKey) + QStringLiteral("  ") +
-                          connectionText(connection) + QLatin1Char('\n'));
-        }
-        if (m_console.dataLost()) {
-            QCoreApplication::quit();
+            m_run.print(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")) +
+                        QStringLiteral("  ") + printable(connection.deviceKey) + QStringLiteral("  ") +
+                        connectionText(connection) + QLatin1Char('\n'));
         }
     }
 
-    const bool m_json;
+    LiveRun& m_run;
     const bool m_follow;
-    const std::vector<Device>& m_devices;
-    Console& m_console;
 };
 
 ExitCode runDevices(const Settings& settings, const Options& options, Console& console)
 {
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
+    LiveRun run(settings, console);
+    if (run.devices().empty()) {
         return Usage;
     }
-    const Interruption interruption(
-        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ntessel.*=false"));
-    const auto trace = traceExchanges(settings.trace, console);
-    const Connections connections(settings, options, *devices, console);
-    DeviceManager::getInstance()->initManager();
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
+    Connections connections(run, options.follow);
+    if (!run.run(options.seconds)) {
         return Usage;
     }
-    if (options.seconds > 0) {
-        QTimer::singleShot(std::chrono::seconds(options.seconds), QCoreApplication::instance(),
-                           &QCoreApplication::quit);
-    }
-    QCoreApplication::exec();
     if (options.follow) {
         return Done;
     }

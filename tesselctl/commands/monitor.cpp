@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/commands/liverun.h"
 #include "tesselctl/commands/monitortext.h"
 #include "tesselctl/requests/callobserver.h"
-#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminal.h"
 
 #include <communicator/httpjsonpackage.h>
-#include <tessel/devicemanager.h>
 #include <tessel/monitorinfo.h>
 #include <tessel/warningtypes.h>
 
@@ -71,15 +70,12 @@ struct Warning
 class Monitor : public QObject
 {
 public:
-    Monitor(const Settings& settings, const std::vector<Device>& devices, const Options& options,
-            Console& console)
-        : m_json(settings.json)
-        , m_inPlace(!settings.json && isTerminal(stdout))
+    Monitor(LiveRun& run, const Options& options)
+        : m_run(run)
+        , m_inPlace(!run.asJson() && isTerminal(stdout))
         , m_count(options.count)
-        , m_console(console)
-        , m_trace(traceExchanges(settings.trace, console))
     {
-        for (const Device& device : devices) {
+        for (const Device& device : run.devices()) {
             m_readings.push_back({device.name, {}, {Failed, QStringLiteral("not read yet")}, 0, nullptr});
         }
         const MonitorInfo* const monitor = MonitorInfo::getInstance();
@@ -169,7 +165,7 @@ private:
                                      [this](const Reading& one) { return one.attempts == m_count; });
         if (m_count > 0 && all) {
             m_timer.stop();
-            QCoreApplication::quit();
+            LiveRun::stop();
         }
     }
 
@@ -178,12 +174,12 @@ private:
         const bool failed = reading.outcome.code != Done;
         if (m_inPlace) {
             repaint({});
-        } else if (m_json) {
+        } else if (m_run.asJson()) {
             printJson(QStringLiteral("reading"), reading.device,
                       {{QStringLiteral("data"), failed ? QVariant() : QVariant(reading.data)},
                        {QStringLiteral("error"), failed ? reading.outcome.error : QVariant()}});
         } else if (failed) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.error));
+            m_run.error(QStringLiteral("%1: %2").arg(printable(reading.device), reading.outcome.error));
         } else {
             const QStringList columns = monitorColumns();
             const QStringList cells = monitorCells(reading.data);
@@ -191,7 +187,7 @@ private:
             for (int i = 0; i < columns.size(); ++i) {
                 words << columns[i] + QLatin1Char(' ') + cells[i];
             }
-            print(words.join(QStringLiteral("  ")) + QLatin1Char('\n'));
+            m_run.print(words.join(QStringLiteral("  ")) + QLatin1Char('\n'));
         }
     }
 
@@ -211,7 +207,7 @@ private:
     {
         QStringList lines;
         for (const Warning& warning : std::exchange(m_warnings, {})) {
-            if (m_json) {
+            if (m_run.asJson()) {
                 printJson(
                     QStringLiteral("warning"), warning.device,
                     {{QStringLiteral("type"), warning.type}, {QStringLiteral("payload"), warning.payload}});
@@ -221,10 +217,10 @@ private:
                          .arg(now(), printable(warning.device), warning.type, formatInline(warning.payload));
         }
         if (m_inPlace) {
-            print(QStringLiteral("\a"));
+            m_run.print(QStringLiteral("\a"));
             repaint(lines);
         } else if (!lines.isEmpty()) {
-            print(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+            m_run.print(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
         }
     }
 
@@ -241,24 +237,15 @@ private:
         }
         QStringList lines = aligned(rows).split(QLatin1Char('\n'), Qt::SkipEmptyParts) + errors;
         lines << QStringLiteral("as of ") + now() + QStringLiteral("; press Ctrl-C to stop");
-        print(repainted(m_painted, above, lines, terminalColumns(stdout)));
+        m_run.print(repainted(m_painted, above, lines, terminalColumns(stdout)));
         m_painted = lines.size();
     }
 
     void printJson(const QString& kind, const QString& device, QVariantMap line)
     {
-        line.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
         line.insert(QStringLiteral("kind"), kind);
         line.insert(QStringLiteral("device"), device);
-        print(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
-    }
-
-    void print(const QString& text)
-    {
-        m_console.out(text);
-        if (m_console.dataLost()) {
-            QCoreApplication::quit();
-        }
+        m_run.printJson(line);
     }
 
     static QString now()
@@ -266,11 +253,9 @@ private:
         return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     }
 
-    const bool m_json;
+    LiveRun& m_run;
     const bool m_inPlace;
     const int m_count;
-    Console& m_console;
-    const Krelm::Communicator::HttpDevice::ObserverHandle m_trace;
     QTimer m_timer;
     std::vector<Reading> m_readings; // as many as there are from the start: callbacks refer to them
     QList<Warning> m_warnings;       // signalled and not yet shown
@@ -280,22 +265,16 @@ private:
 
 ExitCode runMonitor(const Settings& settings, const Options& options, Console& console)
 {
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
+    LiveRun run(settings, console);
+    if (run.devices().empty()) {
         return Usage;
     }
-    const Interruption interruption(
-        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
-    DeviceManager::getInstance()->initManager();
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
+    Monitor monitor(run, options);
+    if (!run.run()) {
         return Usage;
     }
-    Monitor monitor(settings, *devices, options, console);
-    QCoreApplication::exec();
     monitor.end();
-    return interruption.happened() ? Done : monitor.exitCode();
+    return run.interruption().happened() ? Done : monitor.exitCode();
 }
 
 } // namespace

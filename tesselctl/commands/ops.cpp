@@ -2,12 +2,13 @@
 #include "tesselctl/commands/commands.h"
 
 #include "tesselctl/operations/arguments.h"
+#include "tesselctl/operations/referencetext.h"
 #include "tesselctl/operations/requestprobe.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
 #include <operations/operationlist.h>
+#include <operations/reference.h>
 
-#include <QHash>
 #include <QLoggingCategory>
 
 namespace TesselCtl {
@@ -16,22 +17,45 @@ using Tessel::Protocol;
 using Tessel::Operations::allOperations;
 using Tessel::Operations::Parameter;
 using Tessel::Operations::placeholderOf;
+using Tessel::Operations::referenceNames;
+using Tessel::Operations::referenceOf;
 
 namespace {
 
 const char* const footer = R"(
+Operations that have no route or do nothing are listed only with --all.
+
 Examples:
   tesselctl ops brightness
+  tesselctl ops -v ScreenInfo::setBrightness
   tesselctl --json ops | jq .)";
+
+struct Options
+{
+    QString filter;
+    bool all = false;
+    bool verbose = false;
+};
 
 /// An operation as the list shows it.
 struct Entry
 {
     const Operation& operation;
-    QString name;                ///< with its number where it is one of several overloads
+    const ReferenceEntry& reference;
     ProbedRequests singleScreen; ///< what it sends to a device of this protocol
     ProbedRequests multiScreen;  ///< and of this one
 };
+
+/// The entry of an operation that was just added is its name, until the reference is written again.
+ReferenceEntry entryOf(const QString& name)
+{
+    if (const ReferenceEntry* const known = referenceOf(name)) {
+        return *known;
+    }
+    ReferenceEntry entry{};
+    entry.name = name;
+    return entry;
+}
 
 QString nameOf(Protocol protocol)
 {
@@ -52,7 +76,9 @@ QString linesOf(const ProbedRequests& requests, const QString& info)
 QString textOf(const Entry& entry)
 {
     const QString arguments = entry.operation.usage().mid(entry.operation.qualifiedName().size());
-    QString text = entry.name + arguments + QLatin1Char('\n');
+    const QString& mark = entry.reference.withoutEffect;
+    QString text = entry.reference.name + arguments +
+                   (mark.isEmpty() ? QString() : QStringLiteral("  (%1)").arg(mark)) + QLatin1Char('\n');
     if (entry.singleScreen == entry.multiScreen) {
         return text + linesOf(entry.singleScreen, {});
     }
@@ -87,47 +113,51 @@ QVariantMap objectOf(const Entry& entry)
         }
         parameters.append(object);
     }
-    return {{QStringLiteral("operation"), entry.name},
+    return {{QStringLiteral("operation"), entry.reference.name},
             {QStringLiteral("usage"), entry.operation.usage()},
             {QStringLiteral("parameters"), parameters},
             {nameOf(Protocol::SingleScreen), listOf(entry.singleScreen)},
+            {QStringLiteral("withoutEffect"),
+             entry.reference.withoutEffect.isEmpty() ? QVariant() : entry.reference.withoutEffect},
             {nameOf(Protocol::MultiScreen), listOf(entry.multiScreen)}};
 }
 
-/// Lists the operations, with what they take and what they send, whose lines hold @p filter, upper and lower
+/// Lists the operations, with what they take and what they send, whose lines hold the filter, upper and lower
 /// case being the same.
-ExitCode runOps(const Settings& settings, const QString& filter, Console& console)
+ExitCode runOps(const Settings& settings, const Options& options, Console& console)
 {
-    QHash<QString, int> overloads;
-    for (const Operation& operation : allOperations()) {
-        ++overloads[operation.qualifiedName()];
-    }
-
     QVariantList list;
     QString lines;
-    QHash<QString, int> seen;
     // What operations log about sample arguments helps nobody.
     QLoggingCategory::setFilterRules(QStringLiteral("*=false"));
     RequestProbe probe;
-    for (const Operation& operation : allOperations()) {
-        QString name = operation.qualifiedName();
-        const int number = ++seen[name];
-        if (overloads.value(name) > 1) {
-            name += QStringLiteral("#%1").arg(number);
+    const QStringList names = referenceNames(allOperations());
+    for (int i = 0; i < names.size(); ++i) {
+        const Operation& operation = allOperations()[static_cast<std::size_t>(i)];
+        const ReferenceEntry reference = entryOf(names[i]);
+        if (!options.all && !reference.withoutEffect.isEmpty()) {
+            continue;
         }
-        Entry entry{operation, name, probe.requestsOf(operation, Protocol::SingleScreen), {}};
+        Entry entry{operation, reference, probe.requestsOf(operation, Protocol::SingleScreen), {}};
         entry.multiScreen = operation.choosesByProtocol() ? probe.requestsOf(operation, Protocol::MultiScreen)
                                                           : entry.singleScreen;
         const QString text = textOf(entry);
-        if (!text.contains(filter, Qt::CaseInsensitive)) {
+        if (!text.contains(options.filter, Qt::CaseInsensitive)) {
             continue;
         }
-        lines += text;
-        list.append(objectOf(entry));
+        QVariantMap object = objectOf(entry);
+        if (options.verbose) {
+            lines += text.section(QLatin1Char('\n'), 0, 0) + QLatin1Char('\n') + referenceText(reference) +
+                     QLatin1Char('\n');
+            object.insert(QStringLiteral("reference"), referenceObject(reference));
+        } else {
+            lines += text;
+        }
+        list.append(object);
     }
     console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
     if (list.isEmpty()) {
-        console.error(QStringLiteral("no operation matches \"%1\"").arg(printable(filter)));
+        console.error(QStringLiteral("no operation matches \"%1\"").arg(printable(options.filter)));
     }
     return Done;
 }
@@ -136,13 +166,17 @@ ExitCode runOps(const Settings& settings, const QString& filter, Console& consol
 
 void addOps(CommandParser& parser)
 {
-    const auto filter = std::make_shared<QString>();
+    const auto options = std::make_shared<Options>();
     CommandParser ops =
         parser.addCommand("ops", QStringLiteral("list the operations with arguments, verb and path"));
-    ops.add("FILTER", *filter, QStringLiteral("list only what contains this text"));
+    ops.add("FILTER", options->filter, QStringLiteral("list only what contains this text"));
+    ops.addFlag("-v,--verbose", options->verbose,
+                QStringLiteral("print all that is known: bodies, time limits, caches, signals"));
+    ops.addFlag("--all", options->all, QStringLiteral("list also what has no route or does nothing"));
     ops.setFooter(QString::fromUtf8(footer));
-    ops.setRun(
-        [filter](const Settings& settings, Console& console) { return runOps(settings, *filter, console); });
+    ops.setRun([options](const Settings& settings, Console& console) {
+        return runOps(settings, *options, console);
+    });
 }
 
 } // namespace TesselCtl

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/requests/callobserver.h"
+#include "tesselctl/commands/liverun.h"
 #include "tesselctl/requests/connections.h"
-#include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
 #include <operations/operators.h>
@@ -12,10 +11,8 @@
 #include <communicator/httpproxy.h>
 #include <tessel/devicemanager.h>
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QLoggingCategory>
-#include <QTimer>
 
 namespace TesselCtl {
 
@@ -44,15 +41,14 @@ struct Options
     int seconds = 0; ///< to watch; 0 is no limit
 };
 
-/// Prints what comes, line by line, and ends the event loop when enough came or nobody reads any more.
+/// Prints what happens, line by line, and stops the command after as many events as it may print.
 class Watcher : public QObject
 {
 public:
-    Watcher(bool json, int count, Console& console)
-        : m_json(json)
+    Watcher(LiveRun& run, int count)
+        : m_run(run)
         , m_remaining(count)
         , m_limited(count > 0)
-        , m_console(console)
         , m_catcher([this](const CaughtSignal& caught) { onSignal(caught); })
     {
         HttpProxy* const proxy = HttpProxy::getInstance();
@@ -74,13 +70,13 @@ private:
             return;
         }
         QVariant payload;
-        if (m_json) {
+        if (m_run.asJson()) {
             const Expected<QVariant> json = parseJson(data);
             payload = json ? *json : QVariant(QString::fromUtf8(data));
         }
         print(QStringLiteral("event"), deviceKey, printable(QString::fromUtf8(data)), payload);
         if (m_limited && --m_remaining == 0) {
-            QCoreApplication::quit();
+            LiveRun::stop();
         }
     }
 
@@ -120,61 +116,39 @@ private:
     void print(const QString& kind, const QString& deviceKey, const QString& text, const QVariant& payload,
                const QString& signal = {})
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        const QString time = m_json ? now.toUTC().toString(Qt::ISODateWithMs)
-                                    : now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-        if (m_json) {
-            QVariantMap line{{QStringLiteral("time"), time},
-                             {QStringLiteral("kind"), kind},
+        if (m_run.asJson()) {
+            QVariantMap line{{QStringLiteral("kind"), kind},
                              {QStringLiteral("device"), deviceKey.isNull() ? QVariant() : deviceKey},
                              {QStringLiteral("payload"), payload}};
             if (!signal.isEmpty()) {
                 line.insert(QStringLiteral("signal"), signal);
             }
-            m_console.out(QString::fromUtf8(toJson(line, false)) + QLatin1Char('\n'));
+            m_run.printJson(line);
         } else {
             const QString device = deviceKey.isEmpty() ? QStringLiteral("-") : printable(deviceKey);
-            m_console.out(time + QStringLiteral("  ") + device + QStringLiteral("  ") + text +
-                          QLatin1Char('\n'));
-        }
-        if (m_console.dataLost()) {
-            QCoreApplication::quit();
+            m_run.print(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")) +
+                        QStringLiteral("  ") + device + QStringLiteral("  ") + text + QLatin1Char('\n'));
         }
     }
 
-    const bool m_json;
+    LiveRun& m_run;
     int m_remaining;
     const bool m_limited;
-    Console& m_console;
     QStringList m_devices;
     SignalCatcher m_catcher;
 };
 
 ExitCode runWatch(const Settings& settings, const Options& options, Console& console)
 {
-    const Expected<std::vector<Device>> devices = readDevices(settings.devices);
-    if (!devices) {
-        console.error(devices.error());
+    LiveRun run(settings, console);
+    if (run.devices().empty()) {
         return Usage;
     }
-    const Interruption interruption(
-        Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
     // The transport logs what its streams do in this category, to standard error.
     QLoggingCategory::setFilterRules(
         QStringLiteral("default.debug=false\ntessel.http=false\ntessel.events.info=true"));
-    const auto trace = traceExchanges(settings.trace, console);
-    const Watcher watcher(settings.json, options.count, console);
-    DeviceManager::getInstance()->initManager();
-    if (const Expected<void> added = addDevices(*devices); !added) {
-        console.error(added.error());
-        return Usage;
-    }
-    if (options.seconds > 0) {
-        QTimer::singleShot(std::chrono::seconds(options.seconds), QCoreApplication::instance(),
-                           &QCoreApplication::quit);
-    }
-    QCoreApplication::exec();
-    return Done;
+    const Watcher watcher(run, options.count);
+    return run.run(options.seconds) ? Done : Usage;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <string_view>
 
 namespace TesselCtl {
 
@@ -16,9 +17,16 @@ using nlohmann::json;
 // Limits recursion; arguments are not nested that deeply.
 constexpr int depthLimit = 500;
 
-QString textOf(const std::string& text)
+// Qt takes a byte-order mark for the beginning of a text. In JSON it is a character of the string.
+QString textOf(std::string_view text)
 {
-    return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    QString marks;
+    while (text.substr(0, mark.size()) == mark) {
+        marks += QChar(QChar::ByteOrderMark);
+        text.remove_prefix(mark.size());
+    }
+    return marks + QString::fromUtf8(text.data(), static_cast<int>(text.size()));
 }
 
 std::string bytesOf(const QString& text)

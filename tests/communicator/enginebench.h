@@ -40,9 +40,9 @@ struct Bench
 
     void add(const QString& key, const DeviceEndpoint& endpoint)
     {
-        QString reason;
-        if (registry->add(key, endpoint, reason) == DeviceRegistry::Change::Refused) {
-            qFatal("%s", qPrintable(reason));
+        const DeviceRegistry::AddResult result = registry->add(key, endpoint);
+        if (result.change == DeviceRegistry::Change::Refused) {
+            qFatal("%s", qPrintable(result.error));
         }
     }
 

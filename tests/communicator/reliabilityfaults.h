@@ -25,6 +25,7 @@ struct Fault
     bool stalls = false;    ///< only the time limit ends it, so the limit is short
     bool listens = true;    ///< false: nothing listens at the address
     bool hasDigest = false; ///< the device is registered with a digest login
+    bool hasTls = false;    ///< its connections are closed by TLS (close_notify), and stay open beneath
 };
 
 /// All of them, in the order of the document.
@@ -57,6 +58,16 @@ inline const std::vector<Fault>& allFaults()
          R"({"code":0,"data":{"b":2}})", "HTTP/1.1 204 No Content\r\n\r\n", Idle::BytesArrive},
         {"idle close", "closes an idle connection", Mode::Answer, {}, {}, Idle::Closed},
         {"idle reset", "resets an idle connection", Mode::Answer, {}, {}, Idle::Reset},
+        {"idle close_notify",
+         "ends TLS on an idle connection and leaves the connection open",
+         Mode::Answer,
+         {},
+         {},
+         Idle::Closed,
+         false,
+         true,
+         false,
+         true},
 
         {"two lengths", "sends two different lengths", Mode::Raw,
          ok + "Content-Length: 25\r\nContent-Length: 2\r\n\r\n{\"code\":0,\"data\":{\"b\":2}}"},

@@ -115,9 +115,8 @@ private Q_SLOTS:
         const auto key = [](int device) { return QStringLiteral("wall %1").arg(device); };
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
-        QString reason;
         for (int device = 0; device < 130; ++device) {
-            pool->registry.add(key(device), endpoint, reason);
+            pool->registry.add(key(device), endpoint);
             QCOMPARE(pool->ask(key(device)).state, State::Success);
         }
         QCOMPARE(server.connections(), 130);
@@ -144,9 +143,8 @@ private Q_SLOTS:
         Pool pool;
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
-        QString reason;
-        pool.registry.add(QStringLiteral("a"), endpoint, reason);
-        pool.registry.add(QStringLiteral("b"), endpoint, reason);
+        pool.registry.add(QStringLiteral("a"), endpoint);
+        pool.registry.add(QStringLiteral("b"), endpoint);
         QCOMPARE(pool.ask(QStringLiteral("a")).state, State::Success);
         QCOMPARE(pool.ask(QStringLiteral("a"), true).state, State::Success);
         QCOMPARE(pool.ask(QStringLiteral("b")).state, State::Success);

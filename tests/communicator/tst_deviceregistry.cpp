@@ -64,10 +64,9 @@ private Q_SLOTS:
     {
         const QString key = QStringLiteral("127.0.0.1:8080");
         DeviceRegistry registry;
-        QString reason;
         QVERIFY(registry.find(key));
         DeviceEndpoint other = endpoint("https://wall.lan");
-        QCOMPARE(registry.add(key, other, reason), Change::Added);
+        QCOMPARE(registry.add(key, other).change, Change::Added);
         const std::shared_ptr<const Device> added = registry.find(key);
         QCOMPARE(added->baseUrl, QByteArray("https://wall.lan"));
         QVERIFY(!added->isRemoved);
@@ -75,7 +74,7 @@ private Q_SLOTS:
         QVERIFY(added->isRemoved);
         QVERIFY(!registry.find(key));
         QVERIFY(!registry.remove(key));
-        QCOMPARE(registry.add(key, other, reason), Change::Added);
+        QCOMPARE(registry.add(key, other).change, Change::Added);
         QVERIFY(!registry.find(key)->isRemoved);
     }
 
@@ -129,9 +128,9 @@ private Q_SLOTS:
         for (DeviceEndpoint& trusting : endpoints) {
             trusting.address = address;
             DeviceRegistry registry;
-            QString reason;
-            QCOMPARE(int(registry.add(QStringLiteral("wall"), trusting, reason)), change);
-            QCOMPARE(reason.contains(QStringLiteral("https://")), change == int(Change::Refused));
+            const DeviceRegistry::AddResult result = registry.add(QStringLiteral("wall"), trusting);
+            QCOMPARE(int(result.change), change);
+            QCOMPARE(result.error.contains(QStringLiteral("https://")), change == int(Change::Refused));
             QCOMPARE(registry.find(QStringLiteral("wall")) != nullptr, change == int(Change::Added));
         }
     }
@@ -161,8 +160,7 @@ private Q_SLOTS:
             given.user = QStringLiteral("admin");
             given.secret = QStringLiteral("secret");
             DeviceRegistry registry;
-            QString reason;
-            QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Added);
+            QCOMPARE(registry.add(QStringLiteral("wall"), given).change, Change::Added);
             const std::shared_ptr<const Device> device = registry.find(QStringLiteral("wall"));
             QCOMPARE(device->hasClearLogin, clear && login != Login::None);
             QCOMPARE(device->digest != nullptr, login == Login::Digest);
@@ -202,12 +200,11 @@ private Q_SLOTS:
         given.secret = QStringLiteral("secret");
         given.renewSecret = [](const QString&) { return QString(); };
         DeviceRegistry registry;
-        QString reason;
         const LoginScheme* const scheme = loginScheme(given.login);
         const bool runsOut = scheme != nullptr && scheme->runsOut;
-        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason),
-                 runsOut ? Change::Added : Change::Refused);
-        QVERIFY2(runsOut || reason.contains(QLatin1String("renews")), qPrintable(reason));
+        const DeviceRegistry::AddResult result = registry.add(QStringLiteral("wall"), given);
+        QCOMPARE(result.change, runsOut ? Change::Added : Change::Refused);
+        QVERIFY2(runsOut || result.error.contains(QLatin1String("renews")), qPrintable(result.error));
     }
 
     void everyLoginSchemeIsTakenWithWhatItNeedsAndGoesOutUnderItsName_data()
@@ -229,8 +226,7 @@ private Q_SLOTS:
         given.user = scheme.takesUser ? QStringLiteral("admin") : QString();
         given.secret = QStringLiteral("secret");
         DeviceRegistry registry;
-        QString reason;
-        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Added);
+        QCOMPARE(registry.add(QStringLiteral("wall"), given).change, Change::Added);
         const std::shared_ptr<const Device> device = registry.find(QStringLiteral("wall"));
         QCOMPARE(device->digest != nullptr, scheme.answersAChallenge);
         if (device->digest) {
@@ -244,14 +240,14 @@ private Q_SLOTS:
         QVERIFY2(authorization.toLower().startsWith(QByteArray(scheme.name) + ' '), authorization);
 
         given.user = QStringLiteral("a:b");
-        QCOMPARE(registry.add(QStringLiteral("colon"), given, reason) == Change::Added,
-                 scheme.takesColonInUser);
-        QVERIFY(scheme.takesColonInUser || reason.contains(QLatin1String(scheme.name)));
+        DeviceRegistry::AddResult result = registry.add(QStringLiteral("colon"), given);
+        QCOMPARE(result.change == Change::Added, scheme.takesColonInUser);
+        QVERIFY(scheme.takesColonInUser || result.error.contains(QLatin1String(scheme.name)));
         given.user.clear();
         given.secret.clear();
-        QCOMPARE(registry.add(QStringLiteral("no secret"), given, reason) == Change::Added,
-                 !scheme.needsSecret);
-        QVERIFY(!scheme.needsSecret || reason.contains(QLatin1String(scheme.name)));
+        result = registry.add(QStringLiteral("no secret"), given);
+        QCOMPARE(result.change == Change::Added, !scheme.needsSecret);
+        QVERIFY(!scheme.needsSecret || result.error.contains(QLatin1String(scheme.name)));
     }
 
     void whatIsRefusedSaysWhyAndHow_data()
@@ -309,19 +305,18 @@ private Q_SLOTS:
         QFETCH(DeviceEndpoint, given);
         QFETCH(QString, wanted);
         DeviceRegistry registry;
-        QString reason = QStringLiteral("an earlier one");
-        QCOMPARE(registry.add(key, given, reason), wanted.isEmpty() ? Change::Added : Change::Refused);
-        QCOMPARE(reason, wanted);
+        const DeviceRegistry::AddResult result = registry.add(key, given);
+        QCOMPARE(result.change, wanted.isEmpty() ? Change::Added : Change::Refused);
+        QCOMPARE(result.error, wanted);
         QCOMPARE(registry.find(key) != nullptr, wanted.isEmpty());
     }
 
     void aDeviceThatIsAddedAgainIsReplaced()
     {
         DeviceRegistry registry;
-        QString reason;
-        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("a.lan"), reason), Change::Added);
-        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("b.lan"), reason), Change::Replaced);
-        QCOMPARE(registry.add(QStringLiteral("other"), endpoint("c.lan"), reason), Change::Added);
+        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("a.lan")).change, Change::Added);
+        QCOMPARE(registry.add(QStringLiteral("wall"), endpoint("b.lan")).change, Change::Replaced);
+        QCOMPARE(registry.add(QStringLiteral("other"), endpoint("c.lan")).change, Change::Added);
         QCOMPARE(registry.find(QStringLiteral("wall"))->endpoint.address, QStringLiteral("b.lan"));
         QCOMPARE(registry.keys(), (QStringList{"other", "wall"}));
         QCOMPARE(registry.devices().size(), 2);
@@ -422,9 +417,9 @@ private Q_SLOTS:
         DeviceEndpoint given = endpoint("127.0.0.1:1");
         given.login = static_cast<DeviceEndpoint::Login>(value);
         DeviceRegistry registry;
-        QString reason;
-        QCOMPARE(registry.add(QStringLiteral("wall"), given, reason), Change::Refused);
-        QCOMPARE(reason,
+        const DeviceRegistry::AddResult result = registry.add(QStringLiteral("wall"), given);
+        QCOMPARE(result.change, Change::Refused);
+        QCOMPARE(result.error,
                  QStringLiteral("unknown login %1; use an enumerator of DeviceEndpoint::Login").arg(value));
         QVERIFY(!registry.find(QStringLiteral("wall")));
     }

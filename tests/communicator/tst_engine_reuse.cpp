@@ -381,8 +381,7 @@ private Q_SLOTS:
         DeviceRegistry registry;
         DeviceEndpoint endpoint;
         endpoint.address = server.address();
-        QString reason;
-        registry.add(QStringLiteral("wall"), endpoint, reason);
+        registry.add(QStringLiteral("wall"), endpoint);
         const std::shared_ptr<const Device> device = registry.find(QStringLiteral("wall"));
         QVERIFY(registry.remove(QStringLiteral("wall")));
         ConnectionPool pool(smallLimits());

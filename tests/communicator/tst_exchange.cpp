@@ -24,8 +24,7 @@ std::shared_ptr<const Device> device(bool digest = false)
         endpoint.secret = QStringLiteral("secret");
     }
     DeviceRegistry registry;
-    QString reason;
-    registry.add(QStringLiteral("wall"), endpoint, reason);
+    registry.add(QStringLiteral("wall"), endpoint);
     return registry.find(QStringLiteral("wall"));
 }
 

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// Each call of an exchange to the system fails in turn.
-#include "enginebench.h"
+// Each call of an exchange or a stream to the system fails in turn: those for sockets and for files.
+#include "failingscenarios.h"
 
 #include <replaced.h>
-
-#include <QDir>
-#include <QTemporaryDir>
 
 #include <cerrno>
 #include <cstdarg>
@@ -17,18 +14,9 @@
 
 namespace {
 
-/// Which call of a thread fails; only those of threads that have one are looked at, so that the server is
-/// not.
-struct Plan
-{
-    int calls = 0;   ///< so far
-    int failing = 0; ///< the number of the one that fails, from 1; 0 for none
-};
-thread_local Plan* plan = nullptr;
-
 bool fails(int error)
 {
-    if (plan == nullptr || ++plan->calls != plan->failing) {
+    if (!callFails()) {
         return false;
     }
     errno = error;
@@ -38,6 +26,10 @@ bool fails(int error)
 // A connection that can no longer be written to is broken for its reader, too.
 bool breaks(int descriptor)
 {
+    if (plan != nullptr && plan->sendError != 0) {
+        errno = plan->sendError;
+        return ++plan->calls >= plan->failing;
+    }
     if (!fails(EPIPE)) {
         return false;
     }
@@ -145,132 +137,52 @@ int linkat(int fromFolder, const char* from, int toFolder, const char* to, int f
 
 } // extern "C"
 
-namespace {
-
-const QByteArray oldContent("old");
-
-int descriptors()
-{
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("cannot write %s", qPrintable(path));
-    }
-}
-
-/// Asks on the thread that does the work according to @p wanted.
-HttpReply askWith(Bench& bench, const HttpRequest& asked, bool blocking, Plan& wanted)
-{
-    if (blocking) {
-        plan = &wanted;
-    } else {
-        bench.loop->run([&] { plan = &wanted; });
-    }
-    HttpReply reply = bench.ask(asked, blocking);
-    plan = nullptr;
-    bench.loop->run([] { plan = nullptr; });
-    return reply;
-}
-
-} // namespace
-
 class TestFailingCalls : public QObject
 {
     Q_OBJECT
+
+    const std::vector<Scenario> m_scenarios = scenarios();
+
 private Q_SLOTS:
     void initTestCase() { muteLog(); }
 
-    void whicheverCallFailsAnExchangeEndsAndLeavesNothingBehind_data()
+    void whicheverCallFailsEverythingEndsAndNothingIsLeft_data() { rowsOf(m_scenarios); }
+    void whicheverCallFailsEverythingEndsAndNothingIsLeft()
     {
-        QTest::addColumn<QString>("what");
+        QFETCH(int, number);
+        QFETCH(Plan::Lasts, lasts);
+        const QString held = failInTurn(m_scenarios[std::size_t(number)], lasts, 200);
+        QVERIFY2(held.isEmpty(), qPrintable(held));
+    }
+
+    void whatTheSystemDoesNotSendIsNotAwaited_data()
+    {
         QTest::addColumn<bool>("blocking");
-        for (const char* const what : {"get", "put", "form", "download"}) {
-            for (const bool blocking : {true, false}) {
-                QTest::addRow("%s, %s", what, blocking ? "blocking" : "non-blocking") << what << blocking;
-            }
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("from");
+        for (const bool blocking : {true, false}) {
+            const char* const how = blocking ? "blocking" : "non-blocking";
+            QTest::addRow("a head, %s", how) << blocking << 0 << 1;
+            QTest::addRow("a head and a body, %s", how) << blocking << 100 << 1;
+            QTest::addRow("the rest of a body, %s", how) << blocking << 1000000 << 2;
         }
     }
-    void whicheverCallFailsAnExchangeEndsAndLeavesNothingBehind()
+    void whatTheSystemDoesNotSendIsNotAwaited()
     {
-        QFETCH(QString, what);
         QFETCH(bool, blocking);
-        QTemporaryDir directory;
-        const QString path = directory.filePath(QStringLiteral("file"));
-        MisbehavingServer server(Mode::Answer);
-        HttpRequest asked = request(server.address());
-        asked.expectedTime = 2000;
-        if (what == QLatin1String("put")) {
-            asked.method = HttpMethod::Put;
-            asked.body = QByteArray(300000, 'b');
-        } else if (what == QLatin1String("form")) {
-            asked.method = HttpMethod::Post;
-            asked.multipart = true;
-            asked.parts = {{QStringLiteral("file"), QUrl::fromLocalFile(path)},
-                           {QStringLiteral("text"), QStringLiteral("x")}};
-        } else if (what == QLatin1String("download")) {
-            asked.downloadPath = path;
-        }
-        const bool isDownload = what == QLatin1String("download");
-        const HttpRequest plain = request(server.address());
-
-        // Whatever is made once for the process is made now.
-        {
-            Bench bench;
-            QCOMPARE(bench.ask(plain, blocking).state, State::Success);
-        }
-        const int before = descriptors();
-        int failed = 0;
-        int steps = 0;
-        for (int step = 1;; ++step) {
-            QVERIFY2(step < 200, "the number of calls grows");
-            writeFile(path, oldContent);
-            asked.path = QStringLiteral("/api/v1/step%1").arg(step);
-            Plan wanted{0, step};
-            {
-                Bench bench;
-                const HttpReply reply = askWith(bench, asked, blocking, wanted);
-                const QByteArray call = "call " + QByteArray::number(step);
-                if (reply.state == State::Success) {
-                    QCOMPARE(reply.body, isDownload ? QByteArray() : goodBody);
-                    QVERIFY2(contentOf(path) == (isDownload ? goodBody : oldContent), call.constData());
-                } else {
-                    ++failed;
-                    QVERIFY2(!reply.reason.isEmpty(), call.constData());
-                    QVERIFY2(contentOf(path) == oldContent, call.constData());
-                }
-                QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden),
-                         QStringList{QStringLiteral("file")});
-                // The engine is as good as before.
-                QCOMPARE(bench.ask(plain, blocking).state, State::Success);
-            }
-            steps = step;
-            if (wanted.calls < step) {
-                break; // no call is left that has not failed
-            }
-        }
-        QVERIFY2(steps > 3, "the calls are not seen");
-        QVERIFY2(failed > 1, "no failing call was noticed");
-        // The server has closed all its connections, too, and so read all that has come.
-        QTRY_VERIFY2(descriptors() <= before, "descriptors were left open");
-        if (asked.method != HttpMethod::Get) {
-            QMap<QByteArray, int> arrivals;
-            for (const MisbehavingServer::Received& request : server.received()) {
-                const int times = ++arrivals[request.target];
-                QVERIFY2(request.target == "/api/v1/x" || times == 1, request.target.constData());
-            }
-        }
+        QFETCH(int, size);
+        QFETCH(int, from);
+        // The connection lives, and the device waits for the rest.
+        const MisbehavingServer server(Mode::Stall);
+        Bench bench;
+        HttpRequest asked =
+            request(server.address(), size > 0 ? HttpMethod::Put : HttpMethod::Get, QByteArray(size, 'b'));
+        asked.expectedTime = 5000;
+        Plan wanted(from, Plan::Lasts::No, ENOBUFS);
+        const HttpReply reply = askWith(bench, asked, blocking, wanted);
+        QCOMPARE(reply.state, State::Broken); // not TimedOut
+        QVERIFY2(reply.reason.contains(qt_error_string(ENOBUFS)), qPrintable(reply.reason));
+        QCOMPARE(server.deliveries(), 0);
     }
 };
 

@@ -9,6 +9,7 @@
 #include "enginebench.h"
 #include "reliabilityfaults.h"
 #include "tests/documents/document.h"
+#include "tlsfront.h"
 
 #include <closedport.h>
 #include <logcollector.h>
@@ -357,6 +358,11 @@ public:
         m_server.setFlood(fault.text, fault.more);
         DeviceEndpoint endpoint;
         endpoint.address = fault.listens ? m_server.address() : m_nobody.address();
+        if (fault.hasTls) {
+            m_front = std::make_unique<TlsFront>(m_server.port());
+            endpoint.address = m_front->address();
+            endpoint.verifyTls = false;
+        }
         if (fault.hasDigest) {
             endpoint.login = DeviceEndpoint::Login::Digest;
             endpoint.user = QStringLiteral("admin");
@@ -433,7 +439,7 @@ private:
             break;
         case Fault::Idle::Closed:
             m_server.dropConnections();
-            waitUntilConnectionsSpeak(m_server.port());
+            waitUntilConnectionsSpeak(m_front ? m_front->port() : m_server.port());
             break;
         case Fault::Idle::Reset:
             m_server.resetConnections();
@@ -447,6 +453,7 @@ private:
     const int m_limit;
     const ClosedPort m_nobody;
     MisbehavingServer m_server;
+    std::unique_ptr<TlsFront> m_front; ///< with TLS
     Bench m_bench;
 };
 

@@ -21,8 +21,7 @@ std::shared_ptr<const Device> deviceWith(Login login)
     endpoint.user = QStringLiteral("ad\u00e4");
     endpoint.secret = QStringLiteral("s\u00e9");
     DeviceRegistry registry;
-    QString reason;
-    registry.add(QStringLiteral("wall"), endpoint, reason);
+    registry.add(QStringLiteral("wall"), endpoint);
     return registry.find(QStringLiteral("wall"));
 }
 

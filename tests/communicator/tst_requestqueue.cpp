@@ -26,10 +26,11 @@ struct Queue
     {
         DeviceEndpoint endpoint;
         endpoint.address = address;
-        QString reason;
-        if (!registry.keys().contains(key) &&
-            registry.add(key, endpoint, reason) == DeviceRegistry::Change::Refused) {
-            qFatal("%s", qPrintable(reason));
+        if (!registry.keys().contains(key)) {
+            const DeviceRegistry::AddResult result = registry.add(key, endpoint);
+            if (result.change == DeviceRegistry::Change::Refused) {
+                qFatal("%s", qPrintable(result.error));
+            }
         }
         return registry.find(key);
     }

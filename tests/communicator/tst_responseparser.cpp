@@ -214,6 +214,73 @@ private Q_SLOTS:
         }
     }
 
+    // A device that falls silent there is not waited for.
+    void aWrongByteInTheFrameOfAChunkIsNoticedWhenItComes_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<char>("wrong");
+        const auto row = [](const char* name, const QByteArray& before, char wrong) {
+            QTest::newRow(name) << "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + before << wrong;
+        };
+        row("no size", "", 'z');
+        row("a size in words", "1", 'z');
+        row("a size of 65 bits", "1000000000000000", '0');
+        row("a blank before the size", "", ' ');
+        row("a bare line feed behind the size", "2", '\n');
+        row("a bare carriage return behind the size", "2\r", '{');
+        row("a blank behind the size", "2 ", '\r');
+        row("an extension without a name", "2;", '\r');
+        row("an extension's name", "2;a", '/');
+        row("a blank behind an extension's name", "2;a ", 'b');
+        row("an extension without a value", "2;a=", '\r');
+        row("an extension's value", "2;a=b", '(');
+        row("a quoted value without end", "2;a=\"b", '\r');
+        row("an escaped line end", "2;a=\"\\", '\r');
+        row("behind a quoted value", "2;a=\"b\"", 'c');
+        row("no line end behind the data", "2\r\n{}", '0');
+        row("half a line end behind the data", "2\r\n{}\r", '0');
+        row("a blank line behind the data", "2\r\n{}\r\n", '\r');
+        row("a trailer that begins with a colon", "0\r\n", ':');
+        row("a folded line at the beginning of the trailer", "0\r\n", ' ');
+        row("a blank in a name of the trailer", "0\r\nX", ' ');
+        row("a control character in the trailer", "0\r\nX: ", '\b');
+        row("a bare carriage return in the trailer", "0\r\nX: y\r", 'z');
+        row("a second field without a name", "0\r\nX: y\r\n z\r\n", ':');
+        row("half a line end at the end", "0\r\n\r", '\r');
+    }
+    void aWrongByteInTheFrameOfAChunkIsNoticedWhenItComes()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(char, wrong);
+        for (const int size : pieceSizes) {
+            Reading pieces;
+            QCOMPARE(pieces.feed(before, size), State::Reading);
+            QCOMPARE(pieces.feed(QByteArray(1, wrong), 1), State::Malformed);
+            Reading whole;
+            QCOMPARE(whole.feed(before + wrong, size), State::Malformed);
+            QCOMPARE(whole.parser.error(), pieces.parser.error());
+        }
+    }
+
+    void aFrameMayComeInPieces_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("by the book") << QByteArray("2\r\n{}\r\n0\r\n\r\n");
+        QTest::newRow("extensions") << QByteArray("2 ; a = b;c=\"d;\\\"e\" ;f\r\n{}\r\n0;g=h\r\n\r\n");
+        QTest::newRow("a trailer") << QByteArray("1\r\n{\r\n01\r\n}\r\n00\r\nX:\r\n y\r\nZ: \xff\r\n\r\n");
+        QTest::newRow("zeros") << QByteArray("00000000000000000000002\r\n{}\r\n0\r\n\r\n");
+    }
+    void aFrameMayComeInPieces()
+    {
+        QFETCH(QByteArray, body);
+        for (const int size : pieceSizes) {
+            Reading reading;
+            QCOMPARE(reading.feed("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + body, size),
+                     State::Complete);
+            QCOMPARE(reading.recorder.body, QByteArray("{}"));
+        }
+    }
+
     void chunksWithoutAByteAreAnEmptyBody()
     {
         const QByteArray text = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nX-Late: 1\r\n\r\n";

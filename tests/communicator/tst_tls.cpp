@@ -163,11 +163,10 @@ void TestTls::programsThatAreStartedInheritNothing()
     const auto registry = std::make_shared<DeviceRegistry>();
     const auto loop = std::make_shared<IoLoop>();
     SocketEngine engine(registry, loop);
-    QString reason;
     DeviceEndpoint endpoint;
     endpoint.address = QStringLiteral("https://") + server.address();
     endpoint.verifyTls = false;
-    QCOMPARE(registry->add(QStringLiteral("wall"), endpoint, reason), DeviceRegistry::Change::Added);
+    QCOMPARE(registry->add(QStringLiteral("wall"), endpoint).change, DeviceRegistry::Change::Added);
     HttpRequest request;
     request.deviceKey = QStringLiteral("wall");
     request.path = QStringLiteral("/reply.json");

@@ -2,7 +2,7 @@
 # Fails when the installed headers are not those that lie where public ones do. Run by CTest as
 #   cmake -DSOURCE=... -DINCLUDE=... -P installedheaders.cmake
 set(expected)
-foreach(folder tessel tessel/records communicator zephserializer operations simulator)
+foreach(folder tessel tessel/records communicator zephserializer operations simulator testing)
   file(GLOB headers RELATIVE ${SOURCE} ${SOURCE}/${folder}/*.h)
   list(APPEND expected ${headers})
 endforeach()

@@ -160,6 +160,69 @@ private Q_SLOTS:
         QCOMPARE(HttpClient(simulator.port()).get('/' + QByteArray(8192, 'x')).status, 431);
     }
 
+    // What is sent at once and what is sent in pieces is the same request.
+    void theCutsBetweenPiecesChangeNoAnswer_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<int>("status"); // 0: the request has not come whole
+        const auto row = [](const char* name, const QByteArray& request, int status) {
+            QTest::newRow(name) << request << status;
+        };
+        const QByteArray get = "GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\nX: ";
+        const auto head = [&get](int size) {
+            return get + QByteArray(size - get.size() - 4, 'x') + "\r\n\r\n";
+        };
+        row("a head at the limit", head(2048), 200);
+        row("a head beyond the limit", head(2049), 431);
+        row("a head far beyond the limit", head(4000), 431);
+        row("a head that ends at the limit", head(2049).left(2048), 431);
+        row("a head that ends before the limit", head(2048).left(2047), 0);
+        row("a head that ends after two returns", get + "y\r\n\r\r\n", 400);
+        row("a head that ends with line feeds", "GET / HTTP/1.1\nHost: t\n\n", 400);
+        row("a wrong byte in a head without end", "GET / HTTP/1.1\r\nH\1", 400);
+        row("a line feed in a head without end", "GET / HTTP/1.1\r\nHost: t\n", 400);
+        row("another version", "GET / HTTP/2", 400);
+        row("no target", "GET  ", 400);
+        row("a wrong byte in a method", "G\1", 400);
+        row("a blank for a method", " / HTTP/1.1", 400);
+        const QByteArray chunked =
+            "PUT /api/v1/device/log/level HTTP/1.1\r\nHost: t\r\nTransfer-Encoding: chunked\r\n\r\n";
+        row("a size that is none", chunked + "zz\r\n", 400);
+        row("a short size that is none", chunked + "z\r\n", 400);
+        row("a size that is none behind data", chunked + "1\r\n{\r\nz\r\n", 400);
+        row("no line end behind data", chunked + "1\r\n{xyzz", 400);
+        row("a last size that is none", chunked + "0z\r\n", 0);
+        row("the last chunk cut", chunked + "1\r\n5\r\n0\r\n", 0);
+        row("the last chunk cut later", chunked + "1\r\n5\r\n0\r\n\r", 0);
+        row("the only chunk cut", chunked + "0\r\n\r", 0);
+        row("a trailer cut", chunked + "0\r\nX", 0);
+        row("a trailer", chunked + "b\r\n{\"level\":5}\r\n0\r\nX: y\r\n\r\n", 200);
+        row("no body", chunked + "0\r\n\r\n", 200);
+    }
+
+    void theCutsBetweenPiecesChangeNoAnswer()
+    {
+        QFETCH(QByteArray, request);
+        QFETCH(int, status);
+        Options options;
+        options.headerLimit = 2048;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        const quint16 port = simulator.port();
+        // The last bytes come on their own, so many of them in each piece; at first all of them at once.
+        const int tail = std::min(60, static_cast<int>(request.size()));
+        for (const int piece : {0, 1, 2, 3, 4, 5, 7}) {
+            HttpClient client(port);
+            client.send(piece == 0 ? request : request.left(request.size() - tail));
+            for (int at = request.size() - tail; piece != 0 && at < request.size(); at += piece) {
+                QTest::qSleep(1); // so that the server reads them one by one; whether it does decides nothing
+                client.send(request.mid(at, piece));
+            }
+            client.endSending();
+            QCOMPARE(client.readReply().status, status);
+        }
+    }
+
     // 0: the connection ends without a reply, as the request did not come whole.
     void whatIsNoHttpIsRefusedAndNothingBreaks_data()
     {

@@ -2,84 +2,8 @@
 #ifndef TESTS_RECORDINGENGINE_H
 #define TESTS_RECORDINGENGINE_H
 
-#include <communicator/httpengine.h>
+#include <testing/recordingengine.h>
 
-#include <QObject>
-
-#include <deque>
-#include <functional>
-#include <mutex>
-#include <vector>
-
-/// Records requests and answers them in process.
-///
-/// Requests may come from any thread. Non-blocking requests are answered from the event loop of the thread
-/// that created the engine, or wait for release() while hold() is on, or do as startWith() says. What is not
-/// answered when the engine goes is dropped. install() puts one behind the proxy; the proxy owns it until the
-/// next engine is set.
-class RecordingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
-{
-public:
-    using Request = Krelm::Communicator::HttpDevice::HttpRequest;
-    using Reply = Krelm::Communicator::HttpDevice::HttpReply;
-    using State = Krelm::Communicator::HttpDevice::IHttpVersionTrigger::HttpSimpleState;
-    using Answer = std::function<Reply(const Request&)>;
-    using Done = std::function<void(const Reply&)>;
-    using Start = std::function<bool(const Request&, const Done&)>;
-
-    RecordingEngine();
-
-    /// Sets a new engine in the proxy.
-    static RecordingEngine* install();
-
-    /// A 200 reply with @p body.
-    static Reply reply(const QByteArray& body);
-    /// A 200 reply whose `data` is the JSON text @p data.
-    static Reply data(const QByteArray& data);
-    /// A failure without reply.
-    static Reply failure(State state = State::Unreachable);
-
-    /// What every request is answered from now on; at first data("{}").
-    void answer(const Answer& answer);
-    void answer(const Reply& reply);
-
-    /// What start() does from now on, apart from recording the request.
-    void startWith(const Start& start);
-
-    /// Keeps non-blocking requests unanswered from now on.
-    void hold();
-    /// Answers the oldest request held, later, as answer() says then. @return `false` when none is held.
-    bool release();
-    /// How many are not answered yet.
-    int held() const;
-
-    /// All requests so far, in the order in which they came.
-    std::vector<Request> requests() const;
-    int count() const;
-    /// The latest request.
-    Request last() const;
-    void forget();
-
-    Reply exchange(const Request& request) override;
-    bool start(const Request& request, Done done) override;
-
-private:
-    struct Pending
-    {
-        Request request;
-        Done done;
-    };
-    Reply answerTo(const Request& request) const;
-    void answerOldestLater();
-    void answerOldest();
-
-    mutable std::mutex m_mutex; // guards everything below but m_home
-    std::vector<Request> m_requests;
-    std::deque<Pending> m_held;
-    bool m_hold = false;
-    Start m_start; // null: answers later
-    Answer m_answer;
-    QObject m_home; // its thread's event loop answers non-blocking requests
-};
+using Tessel::Testing::RecordingEngine;
 
 #endif

@@ -41,7 +41,7 @@ bool declaredInInterfaces(const QString& header)
 const QStringList& libraries()
 {
     static const QStringList all{"tessel", "interfaces", "communicator", "zephserializer", "json",
-                                 "files",  "simulator",  "operations",   "tesselctl"};
+                                 "files",  "simulator",  "operations",   "tesselctl",      "testing"};
     return all;
 }
 
@@ -96,6 +96,7 @@ const QMap<QString, QStringList>& layers()
          {"communicator", "interfaces", "operations", "tessel", "tesselctl/terminal"}},
         {"tesselctl/requests", {"communicator", "interfaces", "tesselctl", "tesselctl/terminal"}},
         {"tesselctl/terminal", {}},
+        {"testing", {"communicator", "interfaces"}},
         {"zephserializer", {"interfaces", "json"}},
     };
     return table;

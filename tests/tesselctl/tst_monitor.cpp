@@ -136,43 +136,42 @@ private Q_SLOTS:
     void aWarningIsToldOnce_data()
     {
         QTest::addColumn<QString>("eventType");
+        QTest::addColumn<bool>("json");
         for (const auto& row : Tessel::warningRows) {
-            QTest::newRow(row.name()) << row.name();
+            QTest::addRow("%s, text", row.name()) << row.name() << false;
+            QTest::addRow("%s, JSON", row.name()) << row.name() << true;
         }
     }
     void aWarningIsToldOnce()
     {
         QFETCH(QString, eventType);
-        for (const bool json : {true, false}) {
-            QStringList arguments{"--device", "wall=" + m_simulator->address(), "monitor", "--interval",
-                                  "60"};
-            if (json) {
-                arguments << "--json";
-            }
-            Program program(arguments);
-            QVERIFY(m_simulator->waitForEventStreams(1, 30000));
-            m_simulator->pushEvent(QStringLiteral(R"({"eventSender":"monitor","eventType":"%1",)"
-                                                  R"("eventData":{"text":"\u001b\u0007"}})")
-                                       .arg(eventType)
-                                       .toUtf8());
-            m_simulator->pushEvent(
-                R"({"eventSender":"monitor","eventType":"voltage","eventData":{"last":1}})");
-            QByteArray out;
-            QTRY_VERIFY_WITH_TIMEOUT((program.process.waitForReadyRead(100),
-                                      out += program.process.readAllStandardOutput(), out.contains("last")),
-                                     30000);
-            program.process.terminate();
-            QCOMPARE(program.finish().code, 0);
-            QVERIFY2(!out.contains('\x1b') && !out.contains('\a'), out);
-            if (json) {
-                const QList<QJsonObject> warnings = linesOfKind(out, "warning");
-                QCOMPARE(warnings.size(), 2);
-                QCOMPARE(warnings[0].value("type").toString(), eventType);
-                QVERIFY(warnings[0].value("payload").isObject());
-            } else {
-                QCOMPARE(out.count("  wall  warning "), 2);
-                QVERIFY2(out.contains("warning " + eventType.toUtf8() + ": {\"text\":"), out);
-            }
+        QFETCH(bool, json);
+        QStringList arguments{"--device", "wall=" + m_simulator->address(), "monitor", "--interval", "60"};
+        if (json) {
+            arguments << "--json";
+        }
+        Program program(arguments);
+        QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+        m_simulator->pushEvent(QStringLiteral(R"({"eventSender":"monitor","eventType":"%1",)"
+                                              R"("eventData":{"text":"\u001b\u0007"}})")
+                                   .arg(eventType)
+                                   .toUtf8());
+        m_simulator->pushEvent(R"({"eventSender":"monitor","eventType":"voltage","eventData":{"last":1}})");
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((program.process.waitForReadyRead(100),
+                                  out += program.process.readAllStandardOutput(), out.contains("last")),
+                                 30000);
+        program.process.terminate();
+        QCOMPARE(program.finish().code, 0);
+        QVERIFY2(!out.contains('\x1b') && !out.contains('\a'), out);
+        if (json) {
+            const QList<QJsonObject> warnings = linesOfKind(out, "warning");
+            QCOMPARE(warnings.size(), 2);
+            QCOMPARE(warnings[0].value("type").toString(), eventType);
+            QVERIFY(warnings[0].value("payload").isObject());
+        } else {
+            QCOMPARE(out.count("  wall  warning "), 2);
+            QVERIFY2(out.contains("warning " + eventType.toUtf8() + ": {\"text\":"), out);
         }
     }
 

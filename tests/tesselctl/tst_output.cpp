@@ -19,6 +19,8 @@ private Q_SLOTS:
     void jsonIsExact_data();
     void jsonIsExact();
     void jsonComesBackAsItWas();
+    void aByteOrderMarkIsACharacterOfItsString_data();
+    void aByteOrderMarkIsACharacterOfItsString();
     void membersStandInTheOrderOfTheirNames();
     void nothingSteersTheTerminal_data();
     void nothingSteersTheTerminal();
@@ -116,6 +118,27 @@ void TestOutput::jsonComesBackAsItWas()
         QVERIFY2(back, qPrintable(back.error()));
         QCOMPARE(*back, QVariant(value));
     }
+}
+
+void TestOutput::aByteOrderMarkIsACharacterOfItsString_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::newRow("in a name") << QByteArray("{\"\xEF\xBB\xBF\":2,\"a\":1}");
+    QTest::newRow("in a value") << QByteArray("{\"a\":\"\xEF\xBB\xBF\xEF\xBB\xBF b\"}");
+    QTest::newRow("within a value") << QByteArray("{\"a\":\"b\xEF\xBB\xBF\"}");
+}
+
+void TestOutput::aByteOrderMarkIsACharacterOfItsString()
+{
+    QFETCH(QByteArray, json);
+    const Expected<QVariant> value = parseJson(json);
+    QVERIFY2(value, qPrintable(value.error()));
+    const QVariantMap map = value->toMap();
+    // As long as it was, counted in characters.
+    const QString first =
+        map.firstKey() == QLatin1String("a") && map.size() == 1 ? map.first().toString() : map.lastKey();
+    QCOMPARE(first.count(QChar(QChar::ByteOrderMark)), json.count("\xEF\xBB\xBF"));
+    QCOMPARE(map.size(), json.count(':'));
 }
 
 void TestOutput::membersStandInTheOrderOfTheirNames()

@@ -81,6 +81,10 @@ private Q_SLOTS:
     void aFullDiskIsTold();
     void routesAreListed();
     void operationsAreListedWithWhatTheySend();
+    void operationsWithoutEffectAreListedOnlyWithAll_data();
+    void operationsWithoutEffectAreListedOnlyWithAll();
+    void operationsAreListedWithTheirReference();
+    void theHelpOfACallHasAllOverloadsOrTheOneNamed();
     void operationsAreListedForBothProtocols();
     void outputsOfAnotherKindThanTheBodySaySo();
     void overloadsAreListedWithTheirNumbers();
@@ -660,6 +664,65 @@ void TestTesselctl::operationsAreListedWithWhatTheySend()
     const Run none = run({"ops", "no such thing"});
     QCOMPARE(none.out, QByteArray());
     QVERIFY2(none.err.contains("no operation matches"), none.err);
+}
+
+void TestTesselctl::operationsWithoutEffectAreListedOnlyWithAll_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("mark");
+    QTest::newRow("no route") << "HWInfo::putHWInfoAutoBack"
+                              << QByteArray("  (no route)\n    PUT (no path)\n");
+    QTest::newRow("does nothing") << "ScreenInfo::getFineGray"
+                                  << QByteArray("  (does nothing)\n    sends nothing\n");
+}
+
+void TestTesselctl::operationsWithoutEffectAreListedOnlyWithAll()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, mark);
+    QCOMPARE(run({"ops", name}).out, QByteArray());
+    QCOMPARE(run({"ops", "--json", name}).json().array().size(), 0);
+    const QByteArray all = run({"ops", "--all", name}).out;
+    QVERIFY2(all.startsWith(name.toUtf8()) && all.endsWith(mark), all);
+    const QJsonArray array = run({"ops", "--all", "--json", name}).json().array();
+    QCOMPARE(array.size(), 1);
+    const QString reason = array.first().toObject().value("withoutEffect").toString();
+    QVERIFY2(mark.contains("(" + reason.toUtf8() + ")"), qPrintable(reason));
+}
+
+void TestTesselctl::operationsAreListedWithTheirReference()
+{
+    const QByteArray reference = "    Reads the parameters that body selects. The request is a PUT.\n"
+                                 "    PUT /api/v1/device/cabinet/selftest/read\n"
+                                 "        limit   10 s\n"
+                                 "        waits   yes\n";
+    const QByteArray listed = run({"ops", "-v", "DebugInfo::getParameters"}).out;
+    QVERIFY2(listed.startsWith("DebugInfo::getParameters body={...}  ->  result\n" + reference), listed);
+    const Run help = run({"call", "getParameters", "--help"});
+    QCOMPARE(help.code, 0);
+    QVERIFY2(
+        help.out.startsWith(
+            "tesselctl --device DEVICE call DebugInfo::getParameters body={...}  ->  result\n" + reference),
+        help.out);
+
+    const QJsonArray json = run({"ops", "-v", "--json", "DebugInfo::getParameters"}).json().array();
+    QCOMPARE(json.size(), 1);
+    const QJsonObject object = json.first().toObject().value("reference").toObject();
+    const QJsonObject request = object.value("requests").toArray().first().toObject();
+    QCOMPARE(request.value("timeLimit").toInt(), 10000);
+}
+
+void TestTesselctl::theHelpOfACallHasAllOverloadsOrTheOneNamed()
+{
+    const QByteArray both = run({"call", "getHWInfo", "--help"}).out;
+    QVERIFY2(both.contains("HWInfo::getHWInfo#1 ") && both.contains("HWInfo::getHWInfo#2 "), both);
+    const QByteArray second = run({"call", "getHWInfo#2", "--help"}).out;
+    QVERIFY2(!second.contains("call HWInfo::getHWInfo#1 ") && second.contains("call HWInfo::getHWInfo#2 "),
+             second);
+    // Without an operation, and with one that does not exist, the help is that of the command.
+    const QByteArray command = run({"call", "--help"}).out;
+    QVERIFY2(command.contains("Usage: tesselctl call"), command);
+    QCOMPARE(run({"call", "getNothing", "--help"}).out, command);
 }
 
 void TestTesselctl::operationsAreListedForBothProtocols()

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "recordingengine.h"
+#include <testing/recordingengine.h>
 
 #include <communicator/httpproxy.h>
+
+namespace Tessel::Testing {
 
 using Krelm::Communicator::HttpDevice::HttpProxy;
 
@@ -38,6 +40,28 @@ RecordingEngine::Reply RecordingEngine::failure(State state)
     return reply;
 }
 
+QString RecordingEngine::pathOf(const Request& request)
+{
+    QString path;
+    decltype(path.size()) done = 0;
+    while (done < request.path.size()) {
+        const auto open = request.path.indexOf(QLatin1Char('{'), done);
+        const auto close = open == -1 ? -1 : request.path.indexOf(QLatin1Char('}'), open);
+        if (close == -1) {
+            break;
+        }
+        const auto value = request.placeHolders.constFind(request.path.mid(open + 1, close - open - 1));
+        if (value == request.placeHolders.cend()) {
+            path += request.path.mid(done, open + 1 - done);
+            done = open + 1;
+        } else {
+            path += request.path.mid(done, open - done) + *value;
+            done = close + 1;
+        }
+    }
+    return path + request.path.mid(done);
+}
+
 void RecordingEngine::answer(const Answer& answer)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -47,6 +71,24 @@ void RecordingEngine::answer(const Answer& answer)
 void RecordingEngine::answer(const Reply& reply)
 {
     answer([reply](const Request&) { return reply; });
+}
+
+void RecordingEngine::answer(Method method, const QString& path, const Reply& reply)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_byPath[{method, path}] = reply;
+}
+
+void RecordingEngine::answerNext(const Reply& reply)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_next.push_back(reply);
+}
+
+int RecordingEngine::unusedReplies() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<int>(m_next.size());
 }
 
 void RecordingEngine::startWith(const Start& start)
@@ -130,11 +172,20 @@ bool RecordingEngine::start(const Request& request, Done done)
     return true;
 }
 
-RecordingEngine::Reply RecordingEngine::answerTo(const Request& request) const
+RecordingEngine::Reply RecordingEngine::answerTo(const Request& request)
 {
     Answer answer;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_next.empty()) {
+            Reply next = std::move(m_next.front());
+            m_next.pop_front();
+            return next;
+        }
+        const auto known = m_byPath.find({request.method, pathOf(request)});
+        if (known != m_byPath.end()) {
+            return known->second;
+        }
         answer = m_answer;
     }
     return answer(request);
@@ -159,3 +210,5 @@ void RecordingEngine::answerOldest()
     }
     pending.done(answerTo(pending.request));
 }
+
+} // namespace Tessel::Testing

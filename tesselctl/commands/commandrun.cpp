@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/commands/commandrun.h"
+
+#include "tesselctl/terminal/console.h"
+
+#include <utility>
+
+namespace TesselCtl {
+
+namespace {
+
+std::vector<Device> devicesOf(const Settings& settings, Console& console)
+{
+    Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    if (!devices) {
+        console.error(devices.error());
+        return {};
+    }
+    return *std::move(devices);
+}
+
+} // namespace
+
+CommandRun::CommandRun(const Settings& settings, Console& console, Interruption::Handler onSignal)
+    : m_settings(settings)
+    , m_console(console)
+    , m_devices(devicesOf(settings, console))
+    , m_interruption(std::move(onSignal))
+    , m_trace(traceExchanges(settings.trace, console))
+{}
+
+bool CommandRun::addDevices()
+{
+    if (const Expected<void> added = TesselCtl::addDevices(m_devices); !added) {
+        m_console.error(added.error());
+        m_devices.clear();
+    }
+    return !m_devices.empty();
+}
+
+} // namespace TesselCtl

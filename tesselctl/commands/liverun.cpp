@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "tesselctl/commands/liverun.h"
+
+#include "tesselctl/terminal/console.h"
+#include "tesselctl/terminal/jsontext.h"
+
+#include <tessel/devicemanager.h>
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QTimer>
+
+#include <chrono>
+
+namespace TesselCtl {
+
+LiveRun::LiveRun(const Settings& settings, Console& console)
+    : CommandRun(settings, console,
+                 Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit))
+{}
+
+bool LiveRun::run(int seconds)
+{
+    DeviceManager::getInstance()->initManager();
+    if (!addDevices()) {
+        return false;
+    }
+    if (seconds > 0) {
+        QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
+                           &QCoreApplication::quit);
+    }
+    QCoreApplication::exec();
+    return true;
+}
+
+void LiveRun::stop()
+{
+    QCoreApplication::quit();
+}
+
+void LiveRun::print(const QString& text)
+{
+    console().out(text);
+    if (console().dataLost()) {
+        stop();
+    }
+}
+
+void LiveRun::printJson(QVariantMap object)
+{
+    object.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
+    print(QString::fromUtf8(toJson(object, false)) + QLatin1Char('\n'));
+}
+
+} // namespace TesselCtl

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef TESSELCTL_LIVERUN_H
+#define TESSELCTL_LIVERUN_H
+
+#include "tesselctl/commands/commandrun.h"
+
+#include <QString>
+#include <QVariantMap>
+
+namespace TesselCtl {
+
+/// A command that prints what devices do until it is stopped: by a signal, when its time is over, when
+/// stop() is called, or when nobody reads its output any more.
+class LiveRun : public CommandRun
+{
+public:
+    LiveRun(const Settings& settings, Console& console);
+
+    bool asJson() const { return settings().json; }
+
+    /// Makes the devices known to the transport and runs the event loop until the command is stopped, for at
+    /// most @p seconds unless they are 0. @return whether it ran; otherwise the console has shown why not.
+    bool run(int seconds = 0);
+    /// Makes run() return.
+    static void stop();
+
+    void print(const QString& text);
+    /// Prints @p object on a line of its own, together with the time.
+    void printJson(QVariantMap object);
+    void error(const QString& text) { console().error(text); }
+};
+
+} // namespace TesselCtl
+
+#endif
