@@ -181,6 +181,20 @@ private Q_SLOTS:
         QCOMPARE(other.open(), 1);
     }
 
+    void onlyAnAnswerIsASignOfLife()
+    {
+        MisbehavingServer server(Mode::Raw);
+        server.setRaw({});
+        Pool pool;
+        const std::shared_ptr<const Device> device = pool.registry.find(server.address());
+        const std::chrono::steady_clock::time_point never{};
+        QVERIFY(pool.ask(server.address()).state != State::Success);
+        QVERIFY(device->lastAnswer.load() == never);
+        server.setMode(Mode::Answer);
+        QCOMPARE(pool.ask(server.address()).state, State::Success);
+        QVERIFY(device->lastAnswer.load() > never);
+    }
+
     void aConnectionThatTimedOutIsNotUsedAgain()
     {
         MisbehavingServer server(Mode::Stall);

@@ -87,6 +87,7 @@ private Q_SLOTS:
         QCOMPARE(parameter(answer, "realm"), QByteArray("http-auth@example.org"));
         QCOMPARE(parameter(answer, "uri"), target);
         QCOMPARE(parameter(answer, "nonce"), nonce);
+        QCOMPARE(parameter(answer, "algorithm"), parameter(challenge.toLatin1(), "algorithm"));
         QCOMPARE(parameter(answer, "qop"), qop ? QByteArray("auth") : QByteArray());
         QCOMPARE(parameter(answer, "nc"), qop ? QByteArray("00000001") : QByteArray());
         QCOMPARE(client.isEmpty(), !qop && !session);

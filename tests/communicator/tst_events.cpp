@@ -1148,6 +1148,25 @@ private Q_SLOTS:
         QCOMPARE(server.deliveries(), 2);
     }
 
+    void aRequestThatIsNotReadStaysUnderWay()
+    {
+        MisbehavingServer silent(Mode::Silent);
+        MisbehavingServer other(Mode::Raw);
+        Listening listening;
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Bearer;
+        endpoint.secret = QString(16 << 20, QLatin1Char('x')); // more than the system takes at once
+        listening.open(wall, silent.address(), endpoint);
+        QTRY_COMPARE(silent.connections(), 1);
+        listening.open(QStringLiteral("other"), other.address());
+        QVERIFY(other.waitForDeliveries(5)); // time enough for the first one to come back
+        QCOMPARE(silent.connections(), 1);
+        QCOMPARE(listening.board.connection(wall).state, ConnectionState::Connecting);
+        const pid_t thread = threadOf(*listening.loop);
+        listening.channels.close(QStringLiteral("other"), {});
+        QTRY_VERIFY(sleeps(thread));
+    }
+
     void anOpenStreamThatIsIdleCostsNothing()
     {
         MisbehavingServer server(Mode::Scripted);
