@@ -45,6 +45,8 @@ struct Options
     QString bindAddress = QStringLiteral("127.0.0.1"); ///< the IP address on which to listen
     quint16 port = 0;                                  ///< TCP port; 0 picks a free one
     bool control = false;                              ///< enables the control interface under /sim/
+    bool strict = false;       ///< refuses bodies that are not as the description of the device API says
+    bool tellMistakes = false; ///< writes each kind of such a mistake to standard error, once
 
     int saveTime = 0;                              ///< milliseconds that saving coefficients takes
     int heartbeatInterval = 15000;                 ///< milliseconds between comments on idle event streams

@@ -294,6 +294,7 @@ QList<RequestRecord> Simulator::requests() const
         record.body = QByteArray::fromStdString(entry.body);
         record.bodySize = static_cast<qint64>(entry.bodySize);
         record.status = entry.status;
+        record.mistake = QString::fromStdString(entry.mistake);
         records.append(record);
     }
     return records;

@@ -27,6 +27,7 @@ struct RequestRecord
     QByteArray body;        ///< the first 64 KiB of the body
     qint64 bodySize = 0;    ///< size of the whole body in bytes
     int status = 0;         ///< HTTP status of the reply, or 0 if none was sent
+    QString mistake; ///< what in the body is not as the description of the device API says; empty if all is
 };
 
 /// A simulated controller of an LED wall: serves the device API over HTTP/1.1 (RFC 9112) and pushes events on

@@ -8,17 +8,27 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 
 namespace Tessel::Simulator {
 namespace {
 
 using nlohmann::json;
 
+/// What the body of a request may be.
+enum class Takes {
+    Nothing,  ///< it is empty, or an object without members
+    Members,  ///< an object of the members that the action lists
+    Anything, ///< the action judges it
+};
+
 struct Action
 {
     Method method;
     std::string_view path;
     Reply (*run)(Device& device, const std::string& body);
+    Takes takes = Takes::Nothing;
+    std::array<const char*, 2> members{};
 };
 
 Reply done(const json& data = json::object())
@@ -36,6 +46,7 @@ Reply describe(Device& device, const std::string& /*body*/)
                  {"inputs", wall.inputs()},
                  {"outputs", wall.outputs()},
                  {"pipelines", wall.pipelines()},
+                 {"strict", device.options().strict},
                  {"loggedOut", device.loggedOut()}});
 }
 
@@ -46,6 +57,7 @@ Reply counts(Device& device, const std::string& /*body*/)
                  {"inFlight", counted.inFlight},
                  {"peakInFlight", counted.peakInFlight},
                  {"streams", device.events().streams()},
+                 {"mistakes", device.mistakes().count()},
                  {"paths", device.requests().countsByPath()}});
 }
 
@@ -59,7 +71,8 @@ Reply requests(Device& device, const std::string& /*body*/)
                         {"contentType", entry.contentType},
                         {"body", entry.body},
                         {"bodySize", entry.bodySize},
-                        {"status", entry.status}});
+                        {"status", entry.status},
+                        {"mistake", entry.mistake}});
     }
     return done(list);
 }
@@ -206,23 +219,47 @@ constexpr Action actions[] = {
     {Method::Get, "/sim", describe},
     {Method::Get, "/sim/counts", counts},
     {Method::Get, "/sim/requests", requests},
-    {Method::Post, "/sim/events", pushEvent},
-    {Method::Post, "/sim/warnings", warn},
+    {Method::Post, "/sim/events", pushEvent, Takes::Anything},
+    {Method::Post, "/sim/warnings", warn, Takes::Members, {"eventType", "eventData"}},
     {Method::Post, "/sim/disconnect", disconnect},
     {Method::Post, "/sim/restart", restart},
     {Method::Post, "/sim/forget", forget},
-    {Method::Post, "/sim/memory", setMemory},
+    {Method::Post, "/sim/memory", setMemory, Takes::Members, {"events"}},
     {Method::Post, "/sim/logout", logout},
     {Method::Post, "/sim/login", login},
     {Method::Post, "/sim/reset", reset},
     {Method::Get, "/sim/token", tellToken},
-    {Method::Post, "/sim/token", replaceToken},
+    {Method::Post, "/sim/token", replaceToken, Takes::Members, {"token"}},
     {Method::Delete, "/sim/token", expireToken},
     {Method::Get, "/sim/faults", listFaults},
-    {Method::Post, "/sim/faults", addFaults},
+    {Method::Post, "/sim/faults", addFaults, Takes::Anything},
     {Method::Delete, "/sim/faults", clearFaults},
     {Method::Get, "/sim/coefficients", coefficients},
 };
+
+// What is wrong with the members of @p body; empty if the action may run.
+std::string memberMistake(const Action& action, const std::string& body)
+{
+    if (action.takes == Takes::Anything || body.empty() || action.method == Method::Get) {
+        return {};
+    }
+    const json given = parseJson(body);
+    if (!given.is_object()) {
+        return given.is_discarded() ? "the body is not valid JSON" : "the body must be an object";
+    }
+    std::string known;
+    for (const char* const member : action.members) {
+        known += member ? (known.empty() ? "" : ", ") + std::string(member) : "";
+    }
+    for (const auto& member : given.items()) {
+        const auto isIt = [&member](const char* name) { return name && member.key() == name; };
+        if (std::none_of(action.members.begin(), action.members.end(), isIt)) {
+            return "unknown member " + nameInAscii(member.key()) +
+                   (known.empty() ? "; there is none here" : "; there is " + known);
+        }
+    }
+    return {};
+}
 
 } // namespace
 
@@ -233,18 +270,15 @@ bool isControlPath(std::string_view path)
 
 Reply controlReply(Device& device, Method method, const Target& target, const std::string& body)
 {
-    std::string_view path = target.path;
-    if (path.size() > 1 && path.back() == '/') {
-        path.remove_suffix(1);
-    }
     bool known = false;
     for (const auto& action : actions) {
-        if (action.path != path) {
+        if (action.path != target.path) {
             continue;
         }
         known = true;
         if (action.method == method) {
-            return action.run(device, body);
+            const std::string mistake = memberMistake(action, body);
+            return mistake.empty() ? action.run(device, body) : failureReply(400, mistake);
         }
     }
     return known ? failureReply(405, "the control interface does not support this method here")

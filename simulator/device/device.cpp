@@ -4,6 +4,9 @@
 #include <simulator/device/control.h>
 #include <simulator/device/openapi.h>
 #include <simulator/device/requestbody.h>
+#include <simulator/device/requestschemas.h>
+#include <simulator/resources/addressing.h>
+#include <simulator/text/jsontools.h>
 
 #include <nlohmann/json.hpp>
 
@@ -29,6 +32,7 @@ Device::Device(const Options& options)
     , m_state(options, m_events)
     , m_loginGate(options)
     , m_log(std::make_shared<RequestLog>(static_cast<std::size_t>(std::max(0, options.requestLog))))
+    , m_mistakes(options.tellMistakes ? stderr : nullptr)
 {
     for (const auto& fault : options.faults) {
         m_faults.add(fault);
@@ -36,12 +40,13 @@ Device::Device(const Options& options)
 }
 
 Device::Exchange Device::open(Method method, std::string_view methodName, std::string_view target,
-                              std::string_view contentType, std::string_view authorization)
+                              std::string_view contentType, std::string_view authorization, bool isPreflight)
 {
     Exchange exchange;
     exchange.method = method;
     exchange.methodName = methodName;
     exchange.contentType = contentType;
+    exchange.isPreflight = isPreflight;
     if (method == Method::Options && target == "*") {
         exchange.target.emplace();
     } else {
@@ -59,7 +64,7 @@ Device::Exchange Device::open(Method method, std::string_view methodName, std::s
         exchange.kind = Exchange::Kind::Refused;
         return exchange;
     }
-    if (!m_loginGate.isOpen()) {
+    if (!m_loginGate.isOpen() && !isPreflight) {
         exchange.verdict = m_loginGate.judge(methodName, target, authorization);
         if (!exchange.verdict.mayPass) {
             exchange.kind = Exchange::Kind::LoggedOff;
@@ -97,6 +102,7 @@ Reply Device::respond(Exchange& exchange, std::string body, std::uint64_t bodySi
     if (exchange.fault) {
         reply.retryAfter = exchange.fault->retryAfter.toStdString();
     }
+    reply.mistake = exchange.mistake;
     return reply;
 }
 
@@ -121,7 +127,9 @@ Reply Device::ownReply(Exchange& exchange, std::string body, std::uint64_t bodyS
                         : events || description ? Verbs(Get)
                                                 : route->verbs;
     if (exchange.method == Method::Options) {
-        return optionsReply(verbs);
+        Reply reply = optionsReply(verbs);
+        reply.isPreflight = exchange.isPreflight;
+        return reply;
     }
     if (!(verbOf(exchange.method) & verbs)) {
         return notAllowedReply(exchange.methodName, verbs);
@@ -140,7 +148,41 @@ Reply Device::ownReply(Exchange& exchange, std::string body, std::uint64_t bodyS
         m_state.advanceProgress(*route);
         return reply;
     }
+    exchange.mistake = mistakeIn(exchange, body, bodySize);
+    if (!exchange.mistake.empty() && m_options.strict) {
+        return failureReply(400, exchange.mistake);
+    }
     return write(exchange, std::move(body), bodySize);
+}
+
+std::string Device::mistakeIn(const Exchange& exchange, std::string_view body, std::uint64_t bodySize)
+{
+    // Parsed, a body needs many times its size. Larger ones are tables, of which nothing is described.
+    constexpr std::size_t maxBytes = 1U << 20;
+    constexpr std::size_t maxText = 500;
+    const Route& route = *exchange.match.route;
+    if (body.empty() || body.size() > maxBytes || body.size() != bodySize ||
+        isFile(exchange.contentType, &route)) {
+        return {};
+    }
+    const auto parsed = parseJson(body);
+    if (parsed.is_discarded()) {
+        return {}; // which is refused in any case
+    }
+    auto mistakes = RequestSchemas::instance().mistakesIn(route.pattern, exchange.methodName, parsed);
+    if (addressesInBody(route)) {
+        const std::string missing = missingInstance(route.family, wall().count(route.family), parsed);
+        if (!missing.empty()) {
+            mistakes.push_back({"instance", missing});
+        }
+    }
+    std::string text;
+    for (const auto& mistake : mistakes) {
+        const std::string request = exchange.methodName + ' ' + route.pattern;
+        m_mistakes.note(request + mistake.kind, request + ": " + mistake.text.substr(0, maxText));
+        text += (text.empty() ? "" : "; ") + mistake.text;
+    }
+    return text.substr(0, maxText);
 }
 
 Reply Device::write(const Exchange& exchange, std::string body, std::uint64_t bodySize)
@@ -177,6 +219,7 @@ void Device::log(const Exchange& exchange, std::string body, std::uint64_t bodyS
     entry.body = std::move(body);
     entry.bodySize = bodySize;
     entry.status = status;
+    entry.mistake = exchange.mistake;
     m_log->add(std::move(entry));
 }
 
@@ -231,6 +274,7 @@ void Device::reset()
     m_state.reset();
     m_faults.clear();
     m_log->reset();
+    m_mistakes.reset();
     login();
 }
 

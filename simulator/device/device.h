@@ -5,6 +5,7 @@
 #include <simulator/device/devicestate.h>
 #include <simulator/device/faultscripts.h>
 #include <simulator/device/logingate.h>
+#include <simulator/device/mistakelog.h>
 #include <simulator/device/requestlog.h>
 #include <simulator/routes/target.h>
 
@@ -51,7 +52,9 @@ public:
         RouteTable::Match match;
         std::optional<Fault> fault;
         LoginGate::Verdict verdict;
+        std::string mistake; ///< what in the body is not as described, once it is served; empty: nothing
         std::chrono::milliseconds delay{0}; ///< before the reply
+        bool isPreflight = false;           ///< asked by a browser, not by a page
         bool keepsBody = false;             ///< the whole body is needed, not only its beginning and size
 
         /// Counts the request as in flight while the exchange exists.
@@ -65,9 +68,10 @@ public:
 
     explicit Device(const Options& options);
 
-    /// Receives the head of a request: counts it and selects its fault.
+    /// Receives the head of a request: counts it and selects its fault. @p isPreflight: a browser asks which
+    /// requests a page may send, for which it has no login.
     Exchange open(Method method, std::string_view methodName, std::string_view target,
-                  std::string_view contentType, std::string_view authorization);
+                  std::string_view contentType, std::string_view authorization, bool isPreflight = false);
     /// Serves it. @p body is the whole body or its beginning, depending on `keepsBody`; @p bodySize is the
     /// size of the whole.
     Reply respond(Exchange& exchange, std::string body, std::uint64_t bodySize);
@@ -92,6 +96,7 @@ public:
     FaultScripts& faults() { return m_faults; }
     LoginGate& loginGate() { return m_loginGate; }
     RequestLog& requests() { return *m_log; }
+    MistakeLog& mistakes() { return m_mistakes; }
     DeviceState& state() { return m_state; }
     const Wall& wall() const { return m_state.wall(); }
     const Options& options() const { return m_options; }
@@ -102,6 +107,7 @@ public:
 private:
     Reply ownReply(Exchange& exchange, std::string body, std::uint64_t bodySize);
     Reply write(const Exchange& exchange, std::string body, std::uint64_t bodySize);
+    std::string mistakeIn(const Exchange& exchange, std::string_view body, std::uint64_t bodySize);
 
     const Options m_options;
     EventHub m_events;
@@ -109,6 +115,7 @@ private:
     FaultScripts m_faults;
     LoginGate m_loginGate;
     std::shared_ptr<RequestLog> m_log;
+    MistakeLog m_mistakes;
     std::atomic<bool> m_loggedOut{false};
     std::mutex m_connectionsMutex; ///< guards m_connections, and is held while it is used
     Connections* m_connections = nullptr;

@@ -24,8 +24,11 @@ struct Reply
     SharedText body; ///< null if there is none
     std::string_view contentType = "application/json";
     std::string allow;                   ///< the Allow header; empty if there is none
+    std::string mistake;                 ///< the Tessel-Sim-Mistake header; empty if there is none
     std::string retryAfter;              ///< the Retry-After header; empty if there is none
     std::vector<std::string> challenges; ///< the WWW-Authenticate headers
+    bool isForPages = false;             ///< pages of other origins may read it
+    bool isPreflight = false;            ///< it tells a browser which requests a page may send
 };
 
 /// 200 with @p body.

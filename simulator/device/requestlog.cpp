@@ -14,7 +14,7 @@ constexpr std::size_t maxEntryBytes = 32U << 20;
 std::size_t bytesOf(const RequestLog::Entry& entry)
 {
     return sizeof(entry) + entry.path.size() + entry.query.size() + entry.body.size() +
-           entry.contentType.size();
+           entry.contentType.size() + entry.mistake.size();
 }
 
 } // namespace

@@ -26,6 +26,7 @@ public:
         std::string body;
         std::uint64_t bodySize = 0;
         int status = 0;
+        std::string mistake; ///< empty: none
     };
     struct Counts
     {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/http/eventstream.h>
 
+#include <simulator/http/replyhead.h>
+
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 
@@ -37,13 +39,14 @@ public:
 
     ~EventStream() override { m_context->device.events().unsubscribe(*this); }
 
-    void start(std::string_view lastId)
+    void start(std::string_view lastId, bool isForPages)
     {
-        static const auto head = std::make_shared<const std::string>("HTTP/1.1 200 OK\r\n"
-                                                                     "Content-Type: text/event-stream\r\n"
-                                                                     "Cache-Control: no-store\r\n"
-                                                                     "Connection: close\r\n\r\n"
-                                                                     ":\n\n");
+        const auto head =
+            std::make_shared<const std::string>("HTTP/1.1 200 OK\r\n" + commonHeaders(isForPages) +
+                                                "Content-Type: text/event-stream\r\n"
+                                                "Cache-Control: no-store\r\n"
+                                                "Connection: close\r\n\r\n"
+                                                ":\n\n");
         if (m_cut == Fault::Cut::HalfHead) {
             enqueue(std::make_shared<const std::string>(head->substr(0, head->size() / 2)));
             m_isLast = true;
@@ -200,13 +203,14 @@ private:
 } // namespace
 
 void startEventStream(std::unique_ptr<Wire> wire, std::shared_ptr<ServerContext> context,
-                      std::shared_ptr<Peer> peer, std::string_view lastId, const std::optional<Fault>& fault)
+                      std::shared_ptr<Peer> peer, std::string_view lastId, const std::optional<Fault>& fault,
+                      bool isForPages)
 {
     const auto registry = context->registry;
     const auto stream =
         std::make_shared<EventStream>(std::move(wire), std::move(context), std::move(peer), fault);
     if (registry->add(stream)) {
-        stream->start(lastId);
+        stream->start(lastId, isForPages);
     }
 }
 

@@ -156,6 +156,7 @@ private:
         }
         m_parser.emplace();
         m_headScan = {};
+        m_isForPages = false;
         m_hasPartOfFrame = false;
         m_parser->header_limit(std::numeric_limits<std::uint32_t>::max()); // it gets whole heads only
         m_parser->body_limit(static_cast<std::uint64_t>(std::max<qint64>(0, device().options().bodyLimit)));
@@ -256,9 +257,14 @@ private:
     void onHead()
     {
         const auto& request = m_parser->get();
+        const bool isForPages = request.count(http::field::origin) > 0;
+        const bool isPreflight = isForPages && request.method() == http::verb::options &&
+                                 request.count(http::field::access_control_request_method) > 0;
         m_exchange.emplace(device().open(methodOf(request.method()), view(request.method_string()),
                                          view(request.target()), view(request[http::field::content_type]),
-                                         view(request[http::field::authorization])));
+                                         view(request[http::field::authorization]), isPreflight));
+        // A page must not steer what the test that it belongs to relies on.
+        m_isForPages = isForPages && m_exchange->kind != Device::Exchange::Kind::Control;
         if (m_exchange->kind == Device::Exchange::Kind::Refused) {
             cut();
             return;
@@ -402,7 +408,7 @@ private:
             const std::string lastId(view(m_parser->get()["Last-Event-ID"]));
             const std::optional<Fault> streamFault = fault;
             finishRequest(200);
-            startEventStream(std::move(m_wire), m_context, peer(), lastId, streamFault);
+            startEventStream(std::move(m_wire), m_context, peer(), lastId, streamFault, m_isForPages);
             return;
         }
         std::string logged =
@@ -410,6 +416,7 @@ private:
         releaseBody();
         Reply reply = device().respond(*m_exchange, std::move(m_body), m_bodySize);
         m_body = std::move(logged);
+        reply.isForPages = m_isForPages;
         if (fault && needsScript(fault->cut)) {
             sendScripted(*fault, reply);
         } else {
@@ -426,6 +433,7 @@ private:
     void send(Reply reply)
     {
         m_reply = std::move(reply);
+        m_reply.isForPages = m_isForPages;
         const std::size_t size = m_reply.body ? m_reply.body->size() : 0;
         const bool bodiless = m_reply.status == 204 || m_reply.status == 304 || answersHead();
         m_head = headOf(m_reply, size, keepAlive());
@@ -590,7 +598,8 @@ private:
     std::optional<Parser> m_parser;
     HeadScan m_headScan;
     std::optional<Device::Exchange> m_exchange;
-    bool m_isControl = false; ///< the current reply is one of the control interface
+    bool m_isForPages = false; ///< a page of another origin may read the reply
+    bool m_isControl = false;  ///< the current reply is one of the control interface
     std::string m_chunk;
     std::string m_body;
     std::uint64_t m_bodySize = 0;

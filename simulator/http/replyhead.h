@@ -17,6 +17,11 @@ enum class KeepAlive {
     No       ///< closes
 };
 
+/// The header lines that every reply has now: `Date`, and what lets a page of another origin read the reply
+/// if
+/// @p isForPages.
+std::string commonHeaders(bool isForPages);
+
 /// The head of @p reply up to the empty line, announcing @p length bytes unless its status allows no body.
 std::string headOf(const Reply& reply, std::size_t length, KeepAlive keepAlive);
 

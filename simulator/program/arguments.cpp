@@ -126,6 +126,10 @@ void declare(CLI::App& app, Arguments& arguments, Texts& texts)
     app.add_option("--event-memory", options.eventHistory, "Number of events kept for streams that resume")
         ->check(CLI::Range(0, 1000000));
     app.add_flag("--control", options.control, "Enable the control interface under /sim/");
+    app.add_flag(
+        "--strict", options.strict,
+        "Refuse bodies that are not as the description of the device API says (/openapi.json), which "
+        "are otherwise accepted and told");
     app.add_option("--fault", texts.faults, "A fault as JSON, pending from the start; may be repeated")
         ->type_name("JSON")
         ->expected(1)

@@ -22,6 +22,7 @@ bool startAll(const Arguments& arguments, std::vector<std::unique_ptr<Simulator>
     const auto threads = std::make_shared<IoThreads>(arguments.threads);
     for (int i = 0; i < arguments.devices; ++i) {
         Options options = arguments.options;
+        options.tellMistakes = true;
         options.seed += static_cast<quint32>(i);
         if (options.port != 0) {
             options.port = static_cast<quint16>(options.port + i);

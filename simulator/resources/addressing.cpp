@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <simulator/resources/addressing.h>
 
+#include <simulator/text/jsontools.h>
+
 #include <nlohmann/json.hpp>
 
 #include <charconv>
@@ -26,6 +28,11 @@ bool isAddress(Family family, std::string_view member)
            (!screen || family == Family::Screen);
 }
 
+const char* listMember(Family family)
+{
+    return family == Family::Screen ? "screens" : "cabinets";
+}
+
 } // namespace
 
 const char* addressMember(Family family, const json& body)
@@ -36,6 +43,46 @@ const char* addressMember(Family family, const json& body)
         }
     }
     return nullptr;
+}
+
+bool addressesInBody(const Route& route)
+{
+    return route.family != Family::Device &&
+           (route.scope == Scope::Plural || route.scope == Scope::Collection);
+}
+
+std::string missingInstance(Family family, std::size_t count, const json& body)
+{
+    const auto missing = [&](const char* member, const json& id) {
+        const std::string last = count == 0 ? "there is none" : "the last is " + std::to_string(count);
+        return indexOfId(idText(id), count)
+                   ? std::string()
+                   : std::string(member) + " names " +
+                         nameInAscii(id.is_string() ? id.get<std::string>() : id.dump()) + ", but " + last;
+    };
+    if (body.is_array()) {
+        for (const auto& element : body) {
+            std::string found = element.is_object() ? missingInstance(family, count, element) : std::string();
+            if (!found.empty()) {
+                return found;
+            }
+        }
+        return {};
+    }
+    if (const char* const member = addressMember(family, body)) {
+        const json& ids = body.at(member);
+        for (const auto& id : ids.is_array() ? ids : json::array({ids})) {
+            std::string found = missing(member, id);
+            if (!found.empty()) {
+                return found;
+            }
+        }
+        return {};
+    }
+    const char* const list = listMember(family);
+    return body.is_object() && body.contains(list) && body[list].is_array()
+               ? missingInstance(family, count, body[list])
+               : std::string();
 }
 
 std::string idText(const json& id)
@@ -83,11 +130,10 @@ std::optional<Addressed> addressed(Family family, std::size_t count, const json&
         }
     };
     if (body.is_object()) {
-        const char* const listMember = family == Family::Screen ? "screens" : "cabinets";
         if (const char* member = addressMember(family, body)) {
             address(body, member);
-        } else if (body.contains(listMember) && body[listMember].is_array()) {
-            return addressed(family, count, body[listMember]);
+        } else if (body.contains(listMember(family)) && body[listMember(family)].is_array()) {
+            return addressed(family, count, body[listMember(family)]);
         } else {
             result.all = true;
         }

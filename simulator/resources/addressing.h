@@ -31,6 +31,13 @@ struct Addressed
 /// addresses no instance, or if it names more than a controller accepts.
 std::optional<Addressed> addressed(Family family, std::size_t count, const nlohmann::json& body);
 
+/// Whether the body of a write to @p route names the instances that it is for.
+bool addressesInBody(const Route& route);
+
+/// An instance that @p body names although there are only @p count of @p family, for a message in ASCII;
+/// empty if there is none.
+std::string missingInstance(Family family, std::size_t count, const nlohmann::json& body);
+
 /// The text of an id, which may be given as text or as a number; empty for anything else.
 std::string idText(const nlohmann::json& id);
 

@@ -52,20 +52,11 @@ ResourceStore::ResourceStore(Wall wall)
 
 std::vector<Collection> ResourceStore::makeRecords(const Wall& wall)
 {
-    const std::pair<Family, std::size_t> counts[] = {
-        {Family::Device, 1},
-        {Family::Screen, wall.screens()},
-        {Family::Cabinet, wall.cabinets()},
-        {Family::Input, wall.inputs()},
-        {Family::Output, wall.outputs()},
-        {Family::Pipeline, wall.pipelines()},
-        {Family::Channel, wall.pipelines()},
-    };
     std::vector<Collection> records;
-    for (const auto& entry : counts) {
-        const Family family = entry.first;
+    for (std::size_t number = 0; number < familyCount; ++number) {
+        const auto family = static_cast<Family>(number);
         records.emplace_back(
-            entry.second, family == Family::Screen ? "screenID" : "id",
+            wall.count(family), family == Family::Screen ? "screenID" : "id",
             [&wall, family](std::size_t index) { return Fixtures::record(family, wall, index); });
     }
     return records;

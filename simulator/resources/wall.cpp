@@ -32,6 +32,26 @@ Wall::Wall(const Options& options)
     , m_ip(options.bindAddress.toStdString())
 {}
 
+std::size_t Wall::count(Family family) const
+{
+    switch (family) {
+    case Family::Screen:
+        return screens();
+    case Family::Cabinet:
+        return cabinets();
+    case Family::Input:
+        return inputs();
+    case Family::Output:
+        return outputs();
+    case Family::Pipeline:
+    case Family::Channel:
+        return pipelines();
+    case Family::Device:
+        break;
+    }
+    return 1;
+}
+
 std::size_t Wall::screenOf(std::size_t cabinet) const
 {
     // The inverse of cabinetsOf(): the last screen that starts at or before the cabinet.

@@ -3,6 +3,7 @@
 #define SIMULATOR_RESOURCES_WALL_H
 
 #include <simulator/options.h>
+#include <simulator/routes/route.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +30,9 @@ public:
     std::size_t inputs() const { return m_inputs; }
     std::size_t outputs() const { return m_outputs; }
     std::size_t pipelines() const { return m_multiScreen ? 4 : 1; }
+
+    /// The number of instances of a family.
+    std::size_t count(Family family) const;
 
     std::size_t screenOf(std::size_t cabinet) const;
     std::size_t outputOf(std::size_t cabinet) const;

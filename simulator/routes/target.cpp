@@ -63,6 +63,9 @@ std::optional<Target> parseTarget(std::string_view target)
         target = target.substr(0, mark);
     }
     result.segments = splitPath(target);
+    if (result.segments.size() > 1 && result.segments.back().empty()) {
+        result.segments.pop_back(); // with and without a slash at the end it is the same resource
+    }
     for (auto& segment : result.segments) {
         if (!decode(segment, false)) {
             return std::nullopt;

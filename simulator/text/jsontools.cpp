@@ -3,6 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace Tessel::Simulator {
 namespace {
 
@@ -99,6 +101,18 @@ void mergeInto(json& target, const json& patch)
     } else {
         target = patch;
     }
+}
+
+std::string nameInAscii(const std::string& name)
+{
+    constexpr std::size_t longest = 64;
+    const bool isWord = std::all_of(name.begin(), name.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
+               c == '-';
+    });
+    return isWord && !name.empty() && name.size() <= longest
+               ? name
+               : json(name.substr(0, longest)).dump(-1, ' ', true, json::error_handler_t::replace);
 }
 
 std::size_t footprint(const json& value)

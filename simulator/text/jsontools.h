@@ -5,6 +5,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace Tessel::Simulator {
@@ -22,6 +23,10 @@ void mergeInto(nlohmann::json& target, const nlohmann::json& patch);
 
 /// The approximate memory that @p value uses, in bytes.
 std::size_t footprint(const nlohmann::json& value);
+
+/// @p name as a message shows it: as it is if it is a plain word, otherwise in quotes, in ASCII and not too
+/// long.
+std::string nameInAscii(const std::string& name);
 
 } // namespace Tessel::Simulator
 

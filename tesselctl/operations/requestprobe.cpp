@@ -25,21 +25,6 @@ using Krelm::Communicator::HttpDevice::HttpRequest;
 
 namespace {
 
-QString verbOf(HttpMethod method)
-{
-    switch (method) {
-    case HttpMethod::Put:
-        return QStringLiteral("PUT");
-    case HttpMethod::Post:
-        return QStringLiteral("POST");
-    case HttpMethod::Delete:
-        return QStringLiteral("DELETE");
-    case HttpMethod::Get:
-        break;
-    }
-    return QStringLiteral("GET");
-}
-
 // Nothing empty: operations on several ids wait for ever without one, and others send nothing.
 QVariant sampleOf(ValueType type, const QString& device)
 {
@@ -82,6 +67,21 @@ HttpReply okReply()
 }
 
 } // namespace
+
+QString verbOf(HttpMethod method)
+{
+    switch (method) {
+    case HttpMethod::Put:
+        return QStringLiteral("PUT");
+    case HttpMethod::Post:
+        return QStringLiteral("POST");
+    case HttpMethod::Delete:
+        return QStringLiteral("DELETE");
+    case HttpMethod::Get:
+        break;
+    }
+    return QStringLiteral("GET");
+}
 
 QVariantList sampleArguments(const Operation& operation, const QString& device)
 {

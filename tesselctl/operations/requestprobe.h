@@ -2,6 +2,7 @@
 #ifndef TESSELCTL_OPERATIONS_REQUESTPROBE_H
 #define TESSELCTL_OPERATIONS_REQUESTPROBE_H
 
+#include <communicator/httpengine.h>
 #include <operations/operation.h>
 #include <tessel/protocols.h>
 
@@ -28,6 +29,9 @@ inline bool operator==(const ProbedRequest& left, const ProbedRequest& right)
 }
 
 using ProbedRequests = std::vector<ProbedRequest>;
+
+/// The name of @p method in a request.
+QString verbOf(Krelm::Communicator::HttpDevice::HttpMethod method);
 
 /// Arguments with which @p operation can be called on @p device: nothing is empty, and ids are "1".
 QVariantList sampleArguments(const Operation& operation, const QString& device);

@@ -122,21 +122,6 @@ private:
     int m_call = 0;
 };
 
-QString verbOf(HttpMethod method)
-{
-    switch (method) {
-    case HttpMethod::Put:
-        return QStringLiteral("PUT");
-    case HttpMethod::Post:
-        return QStringLiteral("POST");
-    case HttpMethod::Delete:
-        return QStringLiteral("DELETE");
-    case HttpMethod::Get:
-        break;
-    }
-    return QStringLiteral("GET");
-}
-
 QString bodyOf(const HttpRequest& request)
 {
     if (request.multipart) {
@@ -166,10 +151,14 @@ QJsonObject requestObject(const Operation& operation, const Recorded& recorded)
     const HttpRequest& request = recorded.request;
     QStringList names = request.parameters.keys();
     const bool callersNames = has(operation, ValueType::TextMap) && names.removeOne(QStringLiteral("id"));
-    return {{"verb", verbOf(request.method)}, {"path", request.path},
-            {"body", bodyOf(request)},        {"query", QJsonArray::fromStringList(names)},
-            {"callersQuery", callersNames},   {"timeLimit", request.expectedTime},
-            {"daemon", request.daemon},       {"wait", QLatin1String(waitName(recorded.wait))}};
+    return {{"verb", TesselCtl::verbOf(request.method)},
+            {"path", request.path},
+            {"body", bodyOf(request)},
+            {"query", QJsonArray::fromStringList(names)},
+            {"callersQuery", callersNames},
+            {"timeLimit", request.expectedTime},
+            {"daemon", request.daemon},
+            {"wait", QLatin1String(waitName(recorded.wait))}};
 }
 
 /// Calls operations and tells what they did.

@@ -124,6 +124,16 @@ private:
     std::shared_ptr<ServerContext> m_context;
 };
 
+// A second may pass between two answers.
+std::string withoutDates(std::string text)
+{
+    constexpr std::string_view date = "\r\nDate: ";
+    for (auto at = text.find(date); at != std::string::npos; at = text.find(date, at)) {
+        text.erase(at, text.find("\r\n", at + date.size()) - at);
+    }
+    return text;
+}
+
 // Whole replies, each as its head says, to the end.
 void expectReplies(std::string_view text)
 {
@@ -169,6 +179,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
         expectReplies(whole);
     }
     const bool mayDiffer = whole.find("text/event-stream") != std::string::npos;
-    FUZZ_EXPECT(mayDiffer || whole == controller.answer(text, seed));
+    FUZZ_EXPECT(mayDiffer || withoutDates(whole) == withoutDates(controller.answer(text, seed)));
     return 0;
 }

@@ -206,6 +206,7 @@ private Q_SLOTS:
         QFETCH(int, status);
         Options options;
         options.headerLimit = 2048;
+        options.headTimeout = 60000; // the machine may be busy
         Simulator simulator(options);
         QVERIFY(simulator.start());
         const quint16 port = simulator.port();
@@ -221,6 +222,99 @@ private Q_SLOTS:
             client.endSending();
             QCOMPARE(client.readReply().status, status);
         }
+    }
+
+    void aSlashAtTheEndOfAPathChangesNothing()
+    {
+        HttpClient client(m_simulator->port());
+        QCOMPARE(client.put("/api/v1/device/log/level/", R"({"level":7})").status, 200);
+        QCOMPARE(client.get("/api/v1/device/log/level").object().value(QStringLiteral("level")).toInt(), 7);
+        QCOMPARE(client.get("/api/v1/device/log/level/?a=b").body,
+                 client.get("/api/v1/device/log/level").body);
+        QCOMPARE(m_simulator->requests().last().path, QStringLiteral("/api/v1/device/log/level"));
+    }
+
+    void everyReplyHasItsDate_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::newRow("success") << QByteArray("GET /api/v1/device/hw HTTP/1.1\r\nHost: t\r\n\r\n");
+        QTest::newRow("failure") << QByteArray("GET /nothing HTTP/1.1\r\nHost: t\r\n\r\n");
+        QTest::newRow("refusal") << QByteArray("hello\r\n\r\n");
+        QTest::newRow("no body") << QByteArray("OPTIONS * HTTP/1.1\r\nHost: t\r\n\r\n");
+        QTest::newRow("events") << QByteArray("GET /api/v1/events HTTP/1.1\r\nHost: t\r\n\r\n");
+    }
+
+    void everyReplyHasItsDate()
+    {
+        QFETCH(QByteArray, request);
+        HttpClient client(m_simulator->port());
+        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+        client.send(request);
+        const QByteArray date = client.readReply(true).headers.value("date");
+        QVERIFY2(date.endsWith(" GMT"), date.constData());
+        const QDateTime told = QLocale::c().toDateTime(QString::fromLatin1(date.chopped(4)),
+                                                       QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
+        const QDateTime utc(told.date(), told.time(), Qt::UTC);
+        QVERIFY2(utc >= before && utc <= QDateTime::currentDateTimeUtc(), date.constData());
+    }
+
+    void aPageOfAnotherOriginMayUseTheDevice_data()
+    {
+        QTest::addColumn<QByteArray>("target");
+        QTest::addColumn<QByteArray>("method");
+        QTest::newRow("a value") << QByteArray("/api/v1/device/hw") << QByteArray("PUT");
+        QTest::newRow("the description") << QByteArray("/openapi.json") << QByteArray("GET");
+        QTest::newRow("events") << QByteArray("/api/v1/events") << QByteArray("GET");
+    }
+
+    void aPageOfAnotherOriginMayUseTheDevice()
+    {
+        QFETCH(QByteArray, target);
+        QFETCH(QByteArray, method);
+        Options options;
+        options.login = Login::Basic;
+        options.user = QStringLiteral("u");
+        options.secret = QStringLiteral("s");
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        HttpClient client(simulator.port());
+        const QByteArray origin = "Origin: http://page.example\r\n";
+        // The browser asks without a login.
+        const HttpReply preflight =
+            client.request("OPTIONS", target, {},
+                           origin + "Access-Control-Request-Method: " + method +
+                               "\r\nAccess-Control-Request-Headers: authorization\r\n");
+        QCOMPARE(preflight.status, 204);
+        QCOMPARE(preflight.headers.value("access-control-allow-origin"), QByteArray("*"));
+        QVERIFY(preflight.headers.value("access-control-allow-methods").split(',').join().contains(method));
+        QVERIFY(preflight.headers.value("access-control-allow-headers").contains("Authorization"));
+        const HttpReply refused = client.request("GET", target, {}, origin);
+        QCOMPARE(refused.status, 401);
+        QCOMPARE(refused.headers.value("access-control-allow-origin"), QByteArray("*"));
+        client.send("GET " + target + " HTTP/1.1\r\nHost: t\r\nAuthorization: Basic dTpz\r\n" + origin +
+                    "\r\n");
+        const HttpReply read = client.readReply(true);
+        QCOMPARE(read.status, 200);
+        QCOMPARE(read.headers.value("access-control-allow-origin"), QByteArray("*"));
+        QVERIFY(read.headers.value("access-control-expose-headers").contains("Tessel-Sim-Mistake"));
+    }
+
+    void onlyPagesOfOtherOriginsGetHeadersForThem()
+    {
+        Options options;
+        options.control = true;
+        Simulator simulator(options);
+        QVERIFY(simulator.start());
+        HttpClient client(simulator.port());
+        QVERIFY(!client.get("/api/v1/device/hw").headers.contains("access-control-allow-origin"));
+        // No page steers a test.
+        const QByteArray origin = "Origin: http://page.example\r\n";
+        QVERIFY(!client.request("GET", "/sim", {}, origin).headers.contains("access-control-allow-origin"));
+        QVERIFY(
+            !client.request("OPTIONS", "/sim/reset", {}, origin + "Access-Control-Request-Method: POST\r\n")
+                 .headers.contains("access-control-allow-origin"));
+        QVERIFY(
+            !client.request("OPTIONS", "/api/v1/device/hw").headers.contains("access-control-allow-methods"));
     }
 
     // 0: the connection ends without a reply, as the request did not come whole.

@@ -137,7 +137,7 @@ private Q_SLOTS:
                                    "/api/v1",
                                    "/api/v1/",
                                    "/api/v1/nothing",
-                                   "/api/v1/device/hw/",
+                                   "/api/v1/device/hw//",
                                    "/api/v1//device/hw",
                                    "/api/v1/device/cabinet/0/brightness",
                                    "/api/v1/device/cabinet/01/brightness",

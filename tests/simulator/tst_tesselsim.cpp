@@ -41,6 +41,36 @@ private:
     }
 
 private Q_SLOTS:
+    void aMistakeIsWrittenToStandardErrorOnce()
+    {
+        QProcess process;
+        run(process, {QStringLiteral("--cabinets"), QStringLiteral("2")});
+        const quint16 port = portOf(nextLine(process));
+        HttpClient client(port);
+        for (int i = 0; i < 3; ++i) {
+            const HttpReply reply = client.put("/api/v1/device/log/age", R"({"days":"few"})");
+            QCOMPARE(reply.status, 200);
+            QCOMPARE(reply.headers.value("tessel-sim-mistake"),
+                     QByteArray("days must be a whole number, not text"));
+        }
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(
+            process.readAllStandardError(),
+            QByteArray("tessel-sim: PUT /api/v1/device/log/age: days must be a whole number, not text\n"));
+    }
+
+    void aStrictOneRefusesMistakes()
+    {
+        QProcess process;
+        run(process, {QStringLiteral("--strict")});
+        HttpClient client(portOf(nextLine(process)));
+        QCOMPARE(client.put("/api/v1/device/log/age", R"({"days":"few"})").status, 400);
+        QCOMPARE(client.put("/api/v1/device/log/age", R"({"days":2})").status, 200);
+        process.terminate();
+        QVERIFY(process.waitForFinished(10000));
+    }
+
     void itServesUntilASignalComes_data()
     {
         QTest::addColumn<int>("signal");
