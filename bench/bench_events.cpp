@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: MIT
 //
 // Pushed events from the socket to an operator's handler: in bulk from a server that writes as fast as the
-// socket takes it, one by one with one stream and with 200 streams open, and with the refresh of the caches
-// that each event triggers. Only CabinetInfoOperator listens, since every operator reads every event. Its
-// debug lines are dropped. All servers are processes of their own. And the memory of 1,000 streams that are
-// open and silent. Usage: bench_events [--ratios] [bulk events]
+// socket takes it, on one stream and on 1,000; one by one with one stream and with 1,000 streams open; and
+// with the refresh of the caches that each event triggers. And how 1,000 streams come back after an outage.
+// Only CabinetInfoOperator listens, since every operator reads every event. Its debug lines are dropped. All
+// servers are processes of their own. And the memory of 1,000 streams that are open and silent. Usage:
+// bench_events [--ratios] [bulk events]
 #include "fixedserver.h"
 #include "interleaved.h"
 #include "peakmemory.h"
 #include "ratios.h"
 #include "serverprocess.h"
+#include "streamserver.h"
 
+#include <communicator/deviceconnections.h>
 #include <communicator/deviceendpoint.h>
 #include <communicator/httpproxy.h>
 #include <simulator/iothreads.h>
@@ -20,20 +23,22 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QMap>
+#include <QSet>
 #include <QTimer>
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <malloc.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
+using Krelm::Communicator::HttpDevice::ConnectionState;
+using Krelm::Communicator::HttpDevice::DeviceConnection;
+using Krelm::Communicator::HttpDevice::DeviceConnections;
 using Krelm::Communicator::HttpDevice::DeviceEndpoint;
 using Krelm::Communicator::HttpDevice::HttpProxy;
 using Tessel::Simulator::IoThreads;
@@ -48,50 +53,57 @@ constexpr int deviceCount = 200;
 constexpr int eventsPerDevice = 10;
 constexpr int burstEvents = 10000;
 constexpr int rounds = 5;
-constexpr int idleStreams = 1000;
+constexpr int streamCount = 1000;
+constexpr int singleEvents = 4000;
+constexpr int outageMilliseconds = 5000;
 constexpr int watchdogMilliseconds = 60000;
 
 const char unrelatedEvent[] =
     R"({"eventSender":"screen","eventType":"brightnessChange","eventData":{"screenID":1,"brightness":0.8}})";
 const char refreshEvent[] = R"({"eventSender":"cabinet","eventType":"cabinetsChange","eventData":{}})";
 
-/// Serves event streams one after another; each receives @p count events and then stays open.
-void serveBulk(int count, const Ready& ready)
+/// @p count events, as they are on a stream.
+std::string chunkOf(int count)
 {
-    constexpr int chunkBytes = 1000;
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener, 16) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        return;
-    }
-
     std::string chunk;
-    for (int i = 0; i < chunkBytes; ++i) {
+    for (int i = 0; i < count; ++i) {
         chunk += "data: " + std::string(unrelatedEvent) + "\n\n";
     }
-    std::thread([listener, chunk, count] {
-        while (const int peer = accept(listener, nullptr, nullptr)) {
-            char request[65536];
-            bool open = recv(peer, request, sizeof request, 0) > 0 &&
-                        sendAll(peer, "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n");
-            for (int sent = 0; open && sent < count; sent += chunkBytes) {
-                open = sendAll(peer, chunk);
-            }
-            while (open && recv(peer, request, sizeof request, 0) > 0) {
-            }
-            close(peer);
-        }
-    }).detach();
-    ready("127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+    return chunk;
 }
 
-/// Serves simulated devices. Whenever all have an event stream, each pushes @p perDevice events in turn, with
-/// a pause of @p microseconds after each, or none if that is 0.
-void serveFleet(int devices, int perDevice, const char* event, int microseconds, const Ready& ready)
+/// Sends @p events events on @p streams streams, in chunks, as fast as the sockets take them.
+StreamScript inBulk(int streams, int events)
+{
+    constexpr int chunkEvents = 100;
+    StreamScript script;
+    script.streams = streams;
+    script.event = chunkOf(chunkEvents);
+    script.times = events / chunkEvents;
+    return script;
+}
+
+/// Sends single events, on one stream after the other.
+StreamScript oneByOne(int streams)
+{
+    StreamScript script;
+    script.streams = streams;
+    script.event = chunkOf(1);
+    script.times = singleEvents;
+    script.pauseMicroseconds = 300;
+    return script;
+}
+
+StreamScript outage()
+{
+    StreamScript script;
+    script.streams = streamCount;
+    script.outageMilliseconds = outageMilliseconds;
+    return script;
+}
+
+/// Serves simulated devices. Whenever all have an event stream, each pushes @p perDevice events in turn.
+void serveFleet(int devices, int perDevice, const char* event, const Ready& ready)
 {
     const auto threads = std::make_shared<IoThreads>(1);
     std::vector<std::unique_ptr<Simulator>> fleet;
@@ -122,9 +134,6 @@ void serveFleet(int devices, int perDevice, const char* event, int microseconds,
             for (int i = 0; i < perDevice && !stopping; ++i) {
                 for (const auto& device : fleet) {
                     device->pushEvent(event);
-                    if (microseconds > 0) {
-                        usleep(static_cast<useconds_t>(microseconds));
-                    }
                 }
             }
             waitForStreams(false);
@@ -219,7 +228,7 @@ Run receive(const QStringList& keys, int events, int refreshes)
     return run;
 }
 
-void measureBulk(const QStringList& keys, int events, const char* title)
+double measureBulk(const QStringList& keys, int events, const char* title)
 {
     std::vector<double> rates;
     std::vector<double> cpu;
@@ -230,21 +239,67 @@ void measureBulk(const QStringList& keys, int events, const char* title)
     }
     std::printf("%s: %.0f events/s (wanted: at least 500000 in bulk), %.2f us CPU each, both threads\n",
                 title, median(rates), median(cpu));
+    return median(rates);
 }
 
 void measureStreams(const QStringList& one, const QStringList& many)
 {
-    constexpr int eventCount = deviceCount * eventsPerDevice;
     std::vector<double> oneCpu;
     std::vector<double> manyCpu;
     for (int i = 0; i < rounds; ++i) {
-        oneCpu.push_back(receive(one, eventCount, 0).cpu * 1e6 / eventCount);
-        manyCpu.push_back(receive(many, eventCount, 0).cpu * 1e6 / eventCount);
+        oneCpu.push_back(receive(one, singleEvents, 0).cpu * 1e6 / singleEvents);
+        manyCpu.push_back(receive(many, singleEvents, 0).cpu * 1e6 / singleEvents);
     }
     std::printf("single events: %.1f us CPU each with one stream, %.1f with %d: ratio %.2f (wanted: at most "
                 "1.5)\n",
-                median(oneCpu), median(manyCpu), deviceCount, median(manyCpu) / median(oneCpu));
+                median(oneCpu), median(manyCpu), streamCount, median(manyCpu) / median(oneCpu));
     printRatio("events/streams", median(manyCpu) / median(oneCpu));
+}
+
+/// Prints how many streams came back in each tenth of a second after an outage of all of them.
+void measureReconnects(const QStringList& keys)
+{
+    constexpr int binMilliseconds = 100;
+    QEventLoop loop;
+    QElapsedTimer clock;
+    QMap<qint64, int> bins;
+    QSet<QString> back;
+    const auto onChange = [&](const DeviceConnection& connection) {
+        if (connection.state == ConnectionState::Waiting && !clock.isValid()) {
+            clock.start();
+        }
+        if (connection.state == ConnectionState::Live && clock.isValid()) {
+            ++bins[clock.elapsed() / binMilliseconds];
+            back.insert(connection.deviceKey);
+            if (back.size() == keys.size()) {
+                loop.quit();
+            }
+        }
+    };
+    QObject::connect(DeviceConnections::getInstance(), &DeviceConnections::connectionChanged, &loop,
+                     onChange);
+    QTimer::singleShot(watchdogMilliseconds, &loop, [&] {
+        std::fprintf(stderr, "bench_events: only %d streams came back\n", int(back.size()));
+        std::exit(1);
+    });
+    for (const QString& key : keys) {
+        DeviceEndpoint endpoint;
+        endpoint.address = key;
+        HttpProxy::getInstance()->addDevice(key, endpoint);
+    }
+    loop.exec();
+    for (const QString& key : keys) {
+        HttpProxy::getInstance()->removeDevice(key);
+    }
+    std::printf("%d streams after an outage of %d ms, how many came back in each tenth of a second:\n",
+                int(keys.size()), outageMilliseconds);
+    int most = 0;
+    for (auto bin = bins.cbegin(); bin != bins.cend(); ++bin) {
+        std::printf("  %5.1f s %4d %s\n", double(bin.key()) * binMilliseconds / 1000, bin.value(),
+                    std::string(static_cast<std::size_t>(bin.value() / 4), '*').c_str());
+        most = std::max(most, bin.value());
+    }
+    printRatio("events/reconnect-peak", double(most) / double(keys.size()));
 }
 
 /// Bytes that this process has allocated.
@@ -292,7 +347,7 @@ void measureIdleStreams(int& argc, char** argv, const ServerProcess& server)
         open(keys.mid(1));
         return (allocated() - before) / 1024 / static_cast<double>(keys.size() - 1);
     });
-    std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", idleStreams, kibibytes);
+    std::printf("an idle stream of %d: %.1f KiB (wanted: at most 8)\n", streamCount, kibibytes);
     printRatio("events/idle-stream", kibibytes);
 }
 
@@ -309,20 +364,18 @@ int main(int argc, char** argv)
 {
     takeRatiosOption(argc, argv);
     const int bulkEvents = argc > 1 ? std::atoi(argv[1]) : 500000;
-    constexpr int pauseTime = 300;
-    const ServerProcess bulk([&](const Ready& ready) { serveBulk(bulkEvents, ready); });
-    const ServerProcess tenThousand([](const Ready& ready) { serveBulk(burstEvents, ready); });
-    const ServerProcess single([](const Ready& ready) {
-        serveFleet(1, deviceCount * eventsPerDevice, unrelatedEvent, pauseTime, ready);
-    });
-    const ServerProcess fleet([](const Ready& ready) {
-        serveFleet(deviceCount, eventsPerDevice, unrelatedEvent, pauseTime, ready);
-    });
-    const ServerProcess burst([](const Ready& ready) { serveFleet(1, burstEvents, refreshEvent, 0, ready); });
+    const ServerProcess bulk([&](const Ready& ready) { serveStreams(inBulk(1, bulkEvents), ready); });
+    const ServerProcess manyBulk(
+        [&](const Ready& ready) { serveStreams(inBulk(streamCount, bulkEvents), ready); });
+    const ServerProcess tenThousand([](const Ready& ready) { serveStreams(inBulk(1, burstEvents), ready); });
+    const ServerProcess single([](const Ready& ready) { serveStreams(oneByOne(1), ready); });
+    const ServerProcess many([](const Ready& ready) { serveStreams(oneByOne(streamCount), ready); });
+    const ServerProcess failing([](const Ready& ready) { serveStreams(outage(), ready); });
+    const ServerProcess burst([](const Ready& ready) { serveFleet(1, burstEvents, refreshEvent, ready); });
     const ServerProcess burstFleet(
-        [](const Ready& ready) { serveFleet(deviceCount, eventsPerDevice, refreshEvent, 0, ready); });
+        [](const Ready& ready) { serveFleet(deviceCount, eventsPerDevice, refreshEvent, ready); });
 
-    const ServerProcess idle([](const Ready& ready) { serveBy(idleStreams, beginStream, ready); });
+    const ServerProcess idle([](const Ready& ready) { serveBy(streamCount, beginStream, ready); });
     measureIdleStreams(argc, argv, idle);
 
     const QCoreApplication app(argc, argv);
@@ -331,8 +384,11 @@ int main(int argc, char** argv)
     HttpProxy::getInstance()->initialize(true);
 
     measureBulk(keysOf(tenThousand), burstEvents, "10,000 events on one device");
-    measureBulk(keysOf(bulk), bulkEvents, "bulk on one device");
-    measureStreams(keysOf(single), keysOf(fleet));
+    const double oneRate = measureBulk(keysOf(bulk), bulkEvents, "bulk on one device");
+    const double manyRate = measureBulk(keysOf(manyBulk), bulkEvents, "bulk on 1,000 devices");
+    printRatio("events/bulk-streams", manyRate / oneRate);
+    measureStreams(keysOf(single), keysOf(many));
+    measureReconnects(keysOf(failing));
     measureRefresh(keysOf(burst), burstEvents, "10,000 events on one device, each refreshes two caches");
     measureRefresh(keysOf(burstFleet), deviceCount * eventsPerDevice,
                    "10 on each of 200 devices, each refreshes two caches");

@@ -12,33 +12,6 @@ namespace {
 
 constexpr int addressesPerNet = 250;
 
-/// A listening socket on a free port; -1 if that failed.
-int listenAnywhere(int& port)
-{
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
-    socklen_t length = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        listen(listener, SOMAXCONN) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        return -1;
-    }
-    port = ntohs(address.sin_port);
-    return listener;
-}
-
-std::string addressesOf(int devices, int port)
-{
-    std::string addresses;
-    for (int i = 0; i < devices; ++i) {
-        addresses += "127.0." + std::to_string(i / addressesPerNet) + '.' +
-                     std::to_string(i % addressesPerNet + 1) + ':' + std::to_string(port) + ' ';
-    }
-    return addresses;
-}
-
 int accepted(int listener)
 {
     const int connection = accept(listener, nullptr, nullptr);
@@ -94,6 +67,32 @@ void serveConnection(int connection, const std::function<bool(int)>& answer)
 }
 
 } // namespace
+
+int listenAnywhere(int& port)
+{
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    socklen_t length = sizeof address;
+    if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(listener, SOMAXCONN) != 0 ||
+        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        return -1;
+    }
+    port = ntohs(address.sin_port);
+    return listener;
+}
+
+std::string addressesOf(int devices, int port)
+{
+    std::string addresses;
+    for (int i = 0; i < devices; ++i) {
+        addresses += "127.0." + std::to_string(i / addressesPerNet) + '.' +
+                     std::to_string(i % addressesPerNet + 1) + ':' + std::to_string(port) + ' ';
+    }
+    return addresses;
+}
 
 bool sendAll(int connection, const std::string& text)
 {

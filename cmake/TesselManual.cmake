@@ -14,7 +14,8 @@ function(tessel_manual program)
   endif()
   set(made ${folder}/${program}.1.gz ${folder}/${program}.bash ${folder}/_${program} ${folder}/${program}.fish)
   add_custom_command(OUTPUT ${made}
-    COMMAND ${PROJECT_SOURCE_DIR}/packaging/help-pages $<TARGET_FILE:${program}> ${folder} ${ARGN}
+    COMMAND ${CMAKE_COMMAND} -E env ${tessel_test_environment}
+      ${PROJECT_SOURCE_DIR}/packaging/help-pages $<TARGET_FILE:${program}> ${folder} ${ARGN}
     DEPENDS ${program} ${PROJECT_SOURCE_DIR}/packaging/help-pages VERBATIM)
   add_custom_target(${program}_manual ALL DEPENDS ${made})
   install(FILES ${folder}/${program}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)

@@ -108,7 +108,7 @@ function(tessel_install_program target)
   install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endfunction()
 
-# The sanitizer options of every test.
+# The sanitizer options of every test, and of what the build runs itself.
 set(tessel_test_environment
   TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp
   UBSAN_OPTIONS=print_stacktrace=1

@@ -301,6 +301,11 @@ void HttpProxy::addChangeEvents(const QByteArrayList& events)
     connections->setChangeEvents(connections->changeEvents() + events);
 }
 
+void HttpProxy::readAfterEventFailed(const QString& deviceKey)
+{
+    d->devices.readFailed(deviceKey);
+}
+
 void HttpProxy::cancel(quint64 exchange)
 {
     if (const std::shared_ptr<HttpEngine> current = d->engines.engine()) {

@@ -16,6 +16,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const Devices devices(8);
 
+    //! [threads]
     // Make the first getInstance() call before starting threads, since it must not race.
     Capability* const capability = Capability::getInstance();
     std::vector<std::future<std::pair<bool, int>>> answers;
@@ -26,6 +27,7 @@ int main(int argc, char** argv)
             return std::make_pair(answered, int(chips.size()));
         }));
     }
+    //! [threads]
 
     QTextStream out(stdout);
     bool allAnswered = true;

@@ -19,11 +19,13 @@ int main(int argc, char** argv)
     const Devices devices;
     HttpProxy* const proxy = HttpProxy::getInstance();
 
+    //! [receive]
     QObject::connect(proxy, &HttpProxy::deviceAutoReportData, &application,
                      [](const QByteArray& data, const QString& deviceKey) {
                          QTextStream(stdout) << deviceKey << "  " << data << '\n';
                          QCoreApplication::quit();
                      });
+    //! [receive]
 
     // This opens the event streams, of the devices that are registered with addDevice().
     DeviceManager::getInstance()->initManager();

@@ -103,7 +103,7 @@ private:
     bool list(const List& list, int depth);
     bool map(const QVariantMap& map, int depth);
     bool hash(const QVariantHash& hash, int depth);
-    bool member(bool first, const QString& key, const QVariant& value, int depth);
+    bool member(bool first, const QString& key, const QVariant& member, int depth);
 
     const int m_limit;
     QByteArray m_out;

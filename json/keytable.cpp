@@ -248,10 +248,7 @@ KeyTable::Id KeyTable::search(Id scope, const char* raw)
 void KeyTable::grow()
 {
     std::vector<Id> slots(m_slots.size() * 2);
-    for (const Id id : m_slots) {
-        if (id == 0) {
-            continue;
-        }
+    for (Id id = plainRoot + 1; id < m_nodes.size(); ++id) {
         std::size_t slot = m_nodes[id].hash & (slots.size() - 1);
         while (slots[slot] != 0) {
             slot = (slot + 1) & (slots.size() - 1);

@@ -78,9 +78,9 @@ inline constexpr std::array faultMembers{
 /// What @p member may be, for a person to read.
 QString valuesOf(const FaultMember& member);
 
-/// Reads @p json, a fault or a list of them.
+/// Reads @p text, a fault or a list of them.
 /// @return the faults; none if it is not valid, and then @p error names the member and what it may be.
-QList<Fault> faultsFromJson(const QByteArray& json, QString* error);
+QList<Fault> faultsFromJson(const QByteArray& text, QString* error);
 
 /// @p fault as a script, with all members.
 QByteArray faultToJson(const Fault& fault);

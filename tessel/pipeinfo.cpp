@@ -35,7 +35,9 @@ void PipeInfo::onEvent(const QByteArray& data, const QString& deviceKey)
 {
     const QMap<QString, QVariant> event = Tessel::changeEvent(data);
     if (Tessel::isEvent(event, Tessel::PushEvent::Pipelines)) {
-        getDevicePipes(deviceKey, true);
+        Request("Device_Pipes").refresh(deviceKey, m_pipesInfo, &m_mutex, [this] {
+            Q_EMIT signal_sendDataChanged();
+        });
     }
 }
 

@@ -79,6 +79,15 @@ void EventChannels::close(const QString& deviceKey, std::vector<ProxyEvent> anno
     });
 }
 
+void EventChannels::readFailed(const QString& deviceKey)
+{
+    m_loop->post([streams = m_streams, deviceKey] {
+        if (const auto stream = streams->byDevice.find(deviceKey); stream != streams->byDevice.end()) {
+            stream->second.readFailed();
+        }
+    });
+}
+
 void EventChannels::resume()
 {
     if (m_streams->context.paused > 0) {

@@ -27,6 +27,9 @@ public:
     void open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced);
     /// Closes the stream of @p deviceKey; @p announced is queued after its last event.
     void close(const QString& deviceKey, std::vector<ProxyEvent> announced);
+    /// Has the change events of @p deviceKey reported later, because the application could not read what an
+    /// event told it to read. Does nothing for a device without a stream.
+    void readFailed(const QString& deviceKey);
     /// Call this after the queue has delivered a batch, so that paused streams resume.
     void resume();
 

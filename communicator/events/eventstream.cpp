@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QList>
 
+#include <algorithm>
 #include <array>
 #include <netinet/in.h>
 #include <random>
@@ -131,6 +132,11 @@ void EventStream::closeStream()
         m_reportTimer.reset();
         m_owesReport = true;
     }
+    if (m_repeatTimer) {
+        m_loop.stopTimer(*m_repeatTimer);
+        m_repeatTimer.reset();
+        m_owesReport = true;
+    }
     if (m_attempt != nullptr) {
         m_context.connector.cancel(m_attempt);
         m_attempt = nullptr;
@@ -204,14 +210,47 @@ void EventStream::eventCame(SseReader::Event&& event)
     }
 }
 
+// A cache whose refresh failed stays as it was, and no other event would make up for it. A device that keeps
+// failing is asked less and less often.
+void EventStream::readFailed()
+{
+    if (m_repeatTimer || m_reportTimer) {
+        return;
+    }
+    if (!m_open || !m_isStream) {
+        m_owesReport = true;
+        return;
+    }
+    const EventTimings& timings = m_context.timings;
+    const auto now = IoLoop::Clock::now();
+    if (now - m_repeatedAt > 2 * timings.longestDelay) {
+        m_repeats = 0;
+    }
+    constexpr int maxDoublings = 20; // keeps the product in range; the longest delay is reached before
+    const int doublings = std::min(m_repeats++, maxDoublings);
+    m_repeatedAt = now + std::min<std::chrono::milliseconds>(
+                             timings.firstDelay * (std::int64_t(1) << doublings), timings.longestDelay);
+    m_repeatTimer = m_loop.startTimer(m_repeatedAt, [this] {
+        m_repeatTimer.reset();
+        reportMissed();
+    });
+}
+
 // Devices are reported in turn, and only while their streams are open, so that caches are read from a device
-// that is there.
+// that is there. One whose ids never fit must not have all its caches read with each event.
 void EventStream::reportMissed()
 {
     if (m_reportTimer) {
         return;
     }
     const auto now = IoLoop::Clock::now();
+    if (m_reported && now < *m_reported + m_untilReport) {
+        m_reportTimer = m_loop.startTimer(*m_reported + m_untilReport, [this] {
+            m_reportTimer.reset();
+            reportMissed();
+        });
+        return;
+    }
     const auto turn = std::max(now, m_context.reportsFrom);
     m_context.reportsFrom = turn + m_context.timings.reportGap;
     m_reportTimer = m_loop.startTimer(turn, [this] {
@@ -222,6 +261,11 @@ void EventStream::reportMissed()
 
 void EventStream::tellMissed()
 {
+    const auto now = IoLoop::Clock::now();
+    const bool isCalm = !m_reported || now - *m_reported > 4 * m_untilReport;
+    m_untilReport = isCalm ? m_context.timings.reportAgain
+                           : std::min(2 * m_untilReport, m_context.timings.longestReportAgain);
+    m_reported = now;
     qCInfo(eventLog, "%s: events may have been missed; every kind of change is reported",
            qPrintable(printableKey(m_device->key)));
     m_proxyEvents.push({ProxyEvent::Kind::EventsMissed, m_device->key, {}, nullptr});

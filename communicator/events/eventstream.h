@@ -44,6 +44,9 @@ public:
     /// Closes the stream.
     ~EventStream() override;
 
+    /// Call this when the application could not read what an event told it to read: the change events are
+    /// reported later, so that it tries again.
+    void readFailed();
     /// Resumes reading if the stream is paused and the queue has room again.
     void resume();
     const Device& device() const { return *m_device; }
@@ -90,11 +93,16 @@ private:
     SseReader m_reader;
     ReconnectPolicy m_reconnectPolicy;
     Continuity m_continuity;
-    std::optional<IoLoop::TimerId> m_proofTimer;  ///< while a stream has to prove its continuity
-    std::optional<IoLoop::TimerId> m_reportTimer; ///< while a report waits for its turn
-    bool m_owesReport = false;                    ///< once the device is back
-    bool m_hasDroppedEvent = false;               ///< on this stream, and said so
-    QString m_reason;                             ///< why the last stream ended
+    std::optional<IoLoop::TimerId> m_proofTimer;         ///< while a stream has to prove its continuity
+    std::optional<IoLoop::TimerId> m_reportTimer;        ///< while a report waits for its turn
+    bool m_owesReport = false;                           ///< once the device is back
+    std::optional<IoLoop::Clock::time_point> m_reported; ///< last
+    std::chrono::milliseconds m_untilReport{};           ///< from then to the next one
+    std::optional<IoLoop::TimerId> m_repeatTimer;        ///< while a report is due because a read failed
+    int m_repeats = 0;                                   ///< such reports in a row
+    IoLoop::Clock::time_point m_repeatedAt{};            ///< when the last one was due
+    bool m_hasDroppedEvent = false;                      ///< on this stream, and said so
+    QString m_reason;                                    ///< why the last stream ended
     ResponseParser m_parser;
     Connector::Attempt m_attempt = nullptr; ///< while connecting
     std::unique_ptr<Connection> m_connection;

@@ -29,6 +29,11 @@ struct EventTimings
     std::chrono::milliseconds proof{5000};
     /// Between the reports of two devices whose events may have been missed.
     std::chrono::milliseconds reportGap{20};
+    /// Between two such reports of one device. Doubles with each report, and starts over after a pause of
+    /// four times as long.
+    std::chrono::milliseconds reportAgain{100};
+    /// The upper limit of the doubling.
+    std::chrono::milliseconds longestReportAgain{10000};
     /// The fraction by which a delay may be shorter, so that a fleet does not reconnect all at once.
     double jitter = 0.3;
 };

@@ -30,18 +30,20 @@ Connection::Connection(int socket)
     : m_socket(socket)
 {}
 
-Connection::Connection(CURL* easy, int socket, std::function<void()> release)
+Connection::Connection(CopyOf copied)
+    : m_socket(::fcntl(copied.socket, F_DUPFD_CLOEXEC, copied.socket))
+{}
+
+Connection::Connection(CURL* easy, int socket, std::shared_ptr<void> owner)
     : m_socket(socket)
     , m_easy(easy)
-    , m_release(std::move(release))
+    , m_owner(std::move(owner))
 {}
 
 Connection::~Connection()
 {
     unwatch();
-    if (m_easy != nullptr) {
-        m_release();
-    } else {
+    if (m_easy == nullptr && m_socket >= 0) {
         ::close(m_socket);
     }
 }

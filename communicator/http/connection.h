@@ -46,9 +46,15 @@ public:
 
     /// Takes over a connected socket.
     explicit Connection(int socket);
-    /// Takes over the TLS connection that libcurl opened for @p easy (CURLOPT_CONNECT_ONLY). @p release frees
+    /// Takes over a copy of @p socket, which socket() returns, or -1 if there can be none.
+    struct CopyOf
+    {
+        int socket;
+    };
+    explicit Connection(CopyOf copied);
+    /// Takes over the TLS connection that libcurl opened for @p easy (CURLOPT_CONNECT_ONLY). @p owner keeps
     /// the handle.
-    Connection(CURL* easy, int socket, std::function<void()> release);
+    Connection(CURL* easy, int socket, std::shared_ptr<void> owner);
     /// Ends watch().
     ~Connection();
 
@@ -86,7 +92,7 @@ private:
 
     const int m_socket;
     CURL* const m_easy = nullptr; ///< with TLS
-    const std::function<void()> m_release;
+    const std::shared_ptr<void> m_owner;
     IoLoop* m_loop = nullptr; ///< while it watches
     std::uint32_t m_watched = 0;
     bool m_isBlocking = false;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -42,6 +43,18 @@ void BlockingExchange::setConnection(std::unique_ptr<Connection> connection)
 
 HttpReply BlockingExchange::perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                                     Clock::time_point started)
+{
+    try {
+        return performUnlessShort(request, device, started);
+    } catch (const std::bad_alloc&) {
+        setConnection(nullptr);
+        return m_exchange.finish(IHttpVersionTrigger::LimitExceeded, outOfMemoryError());
+    }
+}
+
+HttpReply BlockingExchange::performUnlessShort(const HttpRequest& request,
+                                               const std::shared_ptr<const Device>& device,
+                                               Clock::time_point started)
 {
     const auto prepared = m_exchange.prepare(request, device, started);
     if (prepared != IHttpVersionTrigger::Success) {
@@ -160,28 +173,71 @@ ConnectionPool::ConnectionPool(const TransferLimits& limits)
     , m_maximumIdle(descriptorBudget(2))
 {}
 
+/// What one exchange has of the pool; ends with it, whichever way it ends.
+struct ConnectionPool::Visit
+{
+    explicit Visit(ConnectionPool& itsPool)
+        : pool(itsPool)
+    {}
+    ~Visit()
+    {
+        if (entry || pause) {
+            pool.leave(entry, pause);
+        }
+    }
+    /// @return how long to wait before the request is sent again; none if it is not.
+    std::optional<std::chrono::milliseconds> perform(const HttpRequest& request,
+                                                     const std::shared_ptr<const Device>& device,
+                                                     Clock::time_point started, HttpReply& reply)
+    {
+        entry = pool.acquire(device, request, pause);
+        pause.reset();
+        reply = (*entry)->session.perform(request, device, started);
+        const auto wait = (*entry)->session.repeatAfter();
+        try {
+            pause = pool.release(*std::exchange(entry, std::nullopt), wait.has_value());
+        } catch (const std::bad_alloc&) { // the session is gone, but the reply is there
+        }
+        return pause ? wait : std::nullopt;
+    }
+
+    ConnectionPool& pool;
+    std::optional<Sessions::iterator> entry;
+    OfPauses pause;
+    Q_DISABLE_COPY_MOVE(Visit)
+};
+
 HttpReply ConnectionPool::exchange(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                                    Clock::time_point started)
 {
-    Sessions::iterator entry = acquire(device, request, std::nullopt);
-    HttpReply reply = entry->session.perform(request, device, started);
-    auto wait = entry->session.repeatAfter();
-    OfPauses pause = release(entry, wait.has_value());
+    Visit visit(*this);
+    HttpReply reply;
+    auto wait = visit.perform(request, device, started, reply);
     if (!wait) {
         return reply;
     }
     HttpRequest again = request;
     while (wait) {
         ++again.repeats;
-        if (!waitUntil(Clock::now() + *wait, *pause)) {
-            return endPause(*pause, request, started);
+        if (!waitUntil(Clock::now() + *wait, *visit.pause)) {
+            return endPause(*visit.pause, request, started);
         }
-        entry = acquire(device, again, pause);
-        reply = entry->session.perform(again, device, started);
-        wait = entry->session.repeatAfter();
-        pause = release(entry, wait.has_value());
+        wait = visit.perform(again, device, started, reply);
     }
     return reply;
+}
+
+void ConnectionPool::leave(const std::optional<Sessions::iterator>& entry, const OfPauses& pause)
+{
+    Sessions dropped; // destroyed after the lock is released
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (entry) {
+        dropped.splice(dropped.end(), m_active, *entry);
+    }
+    if (pause) {
+        m_pauses.erase(*pause);
+    }
+    m_left.notify_all();
 }
 
 ConnectionPool::Sessions::iterator ConnectionPool::acquire(const std::shared_ptr<const Device>& device,
@@ -251,12 +307,8 @@ bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
 HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
                                    Clock::time_point started)
 {
-    HttpReply reply = failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                                         pause->isCancelled ? cancelledError() : abortedError(), started);
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_pauses.erase(pause);
-    m_left.notify_all();
-    return reply;
+    return failWithoutSending(request, IHttpVersionTrigger::Aborted,
+                              pause->isCancelled ? cancelledError() : abortedError(), started);
 }
 
 template <class Concerns>

@@ -23,7 +23,8 @@ class BlockingExchange
 public:
     explicit BlockingExchange(const TransferLimits& limits);
 
-    /// Performs the exchange and returns when it has finished.
+    /// Performs the exchange and returns when it has finished. Without memory it ends with `LimitExceeded`,
+    /// or throws std::bad_alloc if there is not even memory to say so.
     HttpReply perform(const HttpRequest& request, const std::shared_ptr<const Device>& device,
                       std::chrono::steady_clock::time_point started);
     /// Ends the running exchange and makes the session unusable. From any thread.
@@ -37,6 +38,8 @@ public:
     std::optional<std::chrono::milliseconds> repeatAfter() const { return m_exchange.repeatAfter(); }
 
 private:
+    HttpReply performUnlessShort(const HttpRequest& request, const std::shared_ptr<const Device>& device,
+                                 std::chrono::steady_clock::time_point started);
     Exchange::Step transfer(std::chrono::steady_clock::time_point deadline);
     Exchange::Step awaitLogin(std::chrono::steady_clock::time_point deadline);
     void setConnection(std::unique_ptr<Connection> connection);
@@ -123,7 +126,9 @@ private:
                                const OfPauses& pause);
     /// Begins a pause at the same moment, if @p pauses.
     OfPauses release(Sessions::iterator entry, bool pauses);
+    struct Visit;
     bool waitUntil(std::chrono::steady_clock::time_point when, Pauses::iterator pause);
+    void leave(const std::optional<Sessions::iterator>& entry, const OfPauses& pause);
     HttpReply endPause(Pauses::iterator pause, const HttpRequest& request,
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges and pauses that @p concerns, with m_mutex held.

@@ -99,23 +99,20 @@ int socketOf(CURL* easy)
     return socket;
 }
 
-/// The connection that @p easy has opened. @p release destroys the handle, immediately if there is no TLS.
-ConnectResult opened(const Device& device, CURL* easy, std::function<void()> release)
+/// The connection that @p easy has opened. @p owner keeps the handle, which goes at once if there is no TLS.
+ConnectResult opened(const Device& device, CURL* easy, std::shared_ptr<void> owner)
 {
     ConnectResult result;
     const int socket = socketOf(easy);
     if (!device.isTls) {
         // The connection needs only the socket; keeping no more than that saves the memory of the handle.
-        const int own = ::fcntl(socket, F_DUPFD_CLOEXEC, socket);
-        release();
-        if (own >= 0) {
-            result.connection = std::make_unique<Connection>(own);
+        result.connection = std::make_unique<Connection>(Connection::CopyOf{socket});
+        if (result.connection->socket() >= 0) {
             return result;
         }
-    } else if (socket == CURL_SOCKET_BAD) {
-        release();
-    } else {
-        result.connection = std::make_unique<Connection>(easy, socket, std::move(release));
+        result.connection.reset();
+    } else if (socket != CURL_SOCKET_BAD) {
+        result.connection = std::make_unique<Connection>(easy, socket, std::move(owner));
         // This also makes libcurl treat the connection as being in use from now on.
         char byte{};
         if (result.connection->receive(&byte, sizeof byte).status == Connection::Status::Waiting) {
@@ -132,18 +129,25 @@ ConnectResult opened(const Device& device, CURL* easy, std::function<void()> rel
 
 ConnectResult BlockingConnector::connect(const Device& device, std::chrono::milliseconds limit)
 {
-    const auto error = std::make_shared<ErrorText>();
+    struct Handles
+    {
+        ~Handles()
+        {
+            curl_multi_remove_handle(multi, easy);
+            curl_easy_cleanup(easy);
+            curl_multi_cleanup(multi);
+        }
+        ErrorText error{};
+        CURL* easy = nullptr;
+        CURLM* multi = nullptr;
+    };
+    const auto handles = std::make_shared<Handles>();
     CURLcode code{};
-    CURL* const easy = newHandle(device, limit, *error, code);
+    CURL* const easy = handles->easy = newHandle(device, limit, handles->error, code);
     if (easy == nullptr) {
         return failedSetup(code);
     }
-    CURLM* const multi = newMulti();
-    const auto release = [multi, easy, error] {
-        curl_multi_remove_handle(multi, easy);
-        curl_easy_cleanup(easy);
-        curl_multi_cleanup(multi);
-    };
+    CURLM* const multi = handles->multi = newMulti();
     CURLMcode failed = curl_multi_add_handle(multi, easy);
     bool aborted{};
     const auto setMulti = [&](CURLM* connecting) {
@@ -165,22 +169,18 @@ ConnectResult BlockingConnector::connect(const Device& device, std::chrono::mill
     int queued{};
     const CURLMsg* const message = curl_multi_info_read(multi, &queued);
     if (!aborted && message == nullptr) {
-        release();
         return failedSetup(CURLE_OUT_OF_MEMORY);
     }
     if (aborted) {
-        release();
         ConnectResult result;
         result.state = IHttpVersionTrigger::Aborted;
         result.error = abortedError();
         return result;
     }
     if (message->data.result != CURLE_OK) {
-        ConnectResult result = failure(message->data.result, *error);
-        release();
-        return result;
+        return failure(message->data.result, handles->error);
     }
-    return opened(device, easy, release);
+    return opened(device, easy, handles);
 }
 
 void BlockingConnector::abort()
@@ -194,11 +194,30 @@ void BlockingConnector::abort()
 
 struct Connector::Pending
 {
-    CURL* easy = nullptr;
+    std::shared_ptr<Transfer> transfer;
     std::shared_ptr<const Device> device;
-    std::shared_ptr<ErrorText> error = std::make_shared<ErrorText>();
     Done done;
     std::optional<IoLoop::TimerId> failing; ///< if libcurl refused to begin
+};
+
+// What libcurl works on. A TLS connection keeps it to its end.
+struct Connector::Transfer
+{
+    explicit Transfer(CurlMulti& itsMulti)
+        : multi(itsMulti)
+    {}
+    ~Transfer()
+    {
+        if (easy != nullptr) {
+            multi.remove(easy);
+            curl_easy_cleanup(easy); // may write into the text of the error
+        }
+    }
+
+    CurlMulti& multi;
+    CURL* easy = nullptr;
+    ErrorText error{};
+    Q_DISABLE_COPY_MOVE(Transfer)
 };
 
 // libcurl must never close a connection to make room, because those that it considers idle are in use by us.
@@ -219,17 +238,18 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
 {
     auto owned = std::make_unique<Pending>();
     const Attempt attempt = owned.get();
+    attempt->transfer = std::make_shared<Transfer>(m_multi);
     attempt->device = device;
     attempt->done = std::move(done);
+    Transfer& transfer = *attempt->transfer;
     CURLcode code{};
-    attempt->easy = newHandle(*device, limit, *attempt->error, code);
-    m_pending.emplace(attempt, std::move(owned));
-    if (attempt->easy != nullptr &&
-        !m_multi.add(attempt->easy, [this, attempt](CURLcode result) { finished(attempt, result); })) {
-        curl_easy_cleanup(std::exchange(attempt->easy, nullptr));
+    transfer.easy = newHandle(*device, limit, transfer.error, code);
+    if (transfer.easy != nullptr &&
+        !m_multi.add(transfer.easy, [this, attempt](CURLcode result) { finished(attempt, result); })) {
         code = CURLE_OUT_OF_MEMORY;
     }
-    if (attempt->easy == nullptr) {
+    m_pending.emplace(attempt, std::move(owned));
+    if (code != CURLE_OK) {
         attempt->failing = m_loop.startTimer(IoLoop::Clock::now(), [this, attempt, code] {
             const std::unique_ptr<Pending> failed = std::move(m_pending.extract(attempt).mapped());
             failed->done(failedSetup(code));
@@ -240,32 +260,21 @@ Connector::Attempt Connector::connect(const std::shared_ptr<const Device>& devic
 
 void Connector::cancel(Attempt attempt)
 {
-    // libcurl may write into the text of the error until the end.
     const auto pending = m_pending.extract(attempt);
     if (attempt->failing) {
         m_loop.stopTimer(*attempt->failing);
-        return;
     }
-    m_multi.remove(attempt->easy);
-    curl_easy_cleanup(attempt->easy);
 }
 
 void Connector::finished(Attempt attempt, CURLcode code)
 {
     auto node = m_pending.extract(attempt);
     const std::unique_ptr<Pending> pending = std::move(node.mapped());
-    CURL* const easy = pending->easy;
-    const auto release = [this, easy, error = pending->error] {
-        m_multi.remove(easy);
-        curl_easy_cleanup(easy);
-    };
-    if (code != CURLE_OK) {
-        ConnectResult result = failure(code, *pending->error);
-        release();
-        pending->done(std::move(result));
-        return;
-    }
-    pending->done(opened(*pending->device, easy, release));
+    CURL* const easy = pending->transfer->easy;
+    ConnectResult result = code == CURLE_OK ? opened(*pending->device, easy, std::move(pending->transfer))
+                                            : failure(code, pending->transfer->error);
+    pending->transfer.reset(); // the receiver may destroy this
+    pending->done(std::move(result));
 }
 
 } // namespace Krelm::Communicator::HttpDevice

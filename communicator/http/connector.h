@@ -62,6 +62,7 @@ public:
     void cancel(Attempt attempt);
 
 private:
+    struct Transfer;
     void finished(Attempt attempt, CURLcode code);
 
     IoLoop& m_loop;

@@ -45,6 +45,9 @@ Function* loaded(const char* name)
 
 } // namespace
 
+// The parameters are named as in libcurl's headers.
+// NOLINTBEGIN(readability-identifier-naming)
+
 CURLcode curl_global_init(long flags)
 {
     static const auto call = loaded<decltype(curl_global_init)>("curl_global_init");
@@ -57,14 +60,14 @@ CURL* curl_easy_init()
     return call();
 }
 
-void curl_easy_cleanup(CURL* easy)
+void curl_easy_cleanup(CURL* curl)
 {
     static const auto call = loaded<decltype(curl_easy_cleanup)>("curl_easy_cleanup");
-    call(easy);
+    call(curl);
 }
 
 // The analyser does not know GCC's va_start, hence the NOLINT.
-CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
+CURLcode curl_easy_setopt(CURL* curl, CURLoption option, ...)
 {
     static const auto call = loaded<decltype(curl_easy_setopt)>("curl_easy_setopt");
     va_list arguments;
@@ -72,42 +75,42 @@ CURLcode curl_easy_setopt(CURL* easy, CURLoption option, ...)
     CURLcode code{};
     if (option < CURLOPTTYPE_OBJECTPOINT) {
         const long value = va_arg(arguments, long); // NOLINT(clang-analyzer-valist.Uninitialized)
-        code = call(easy, option, value);
+        code = call(curl, option, value);
     } else {
         void* const value = va_arg(arguments, void*); // NOLINT(clang-analyzer-valist.Uninitialized)
-        code = call(easy, option, value);
+        code = call(curl, option, value);
     }
     va_end(arguments);
     return code;
 }
 
-CURLcode curl_easy_getinfo(CURL* easy, CURLINFO info, ...)
+CURLcode curl_easy_getinfo(CURL* curl, CURLINFO info, ...)
 {
     static const auto call = loaded<decltype(curl_easy_getinfo)>("curl_easy_getinfo");
     va_list arguments;
     va_start(arguments, info);
     const CURLcode code =
-        call(easy, info, va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
+        call(curl, info, va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(arguments);
     return code;
 }
 
-CURLcode curl_easy_send(CURL* easy, const void* bytes, size_t size, size_t* sent)
+CURLcode curl_easy_send(CURL* curl, const void* buffer, size_t buflen, size_t* n)
 {
     static const auto call = loaded<decltype(curl_easy_send)>("curl_easy_send");
-    return call(easy, bytes, size, sent);
+    return call(curl, buffer, buflen, n);
 }
 
-CURLcode curl_easy_recv(CURL* easy, void* bytes, size_t size, size_t* received)
+CURLcode curl_easy_recv(CURL* curl, void* buffer, size_t buflen, size_t* n)
 {
     static const auto call = loaded<decltype(curl_easy_recv)>("curl_easy_recv");
-    return call(easy, bytes, size, received);
+    return call(curl, buffer, buflen, n);
 }
 
-CURLcode curl_easy_pause(CURL* easy, int what)
+CURLcode curl_easy_pause(CURL* handle, int bitmask)
 {
     static const auto call = loaded<decltype(curl_easy_pause)>("curl_easy_pause");
-    return call(easy, what);
+    return call(handle, bitmask);
 }
 
 const char* curl_easy_strerror(CURLcode code)
@@ -122,13 +125,13 @@ CURLM* curl_multi_init()
     return call();
 }
 
-CURLMcode curl_multi_cleanup(CURLM* multi)
+CURLMcode curl_multi_cleanup(CURLM* multi_handle)
 {
     static const auto call = loaded<decltype(curl_multi_cleanup)>("curl_multi_cleanup");
-    return call(multi);
+    return call(multi_handle);
 }
 
-CURLMcode curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
+CURLMcode curl_multi_setopt(CURLM* multi_handle, CURLMoption option, ...)
 {
     static const auto call = loaded<decltype(curl_multi_setopt)>("curl_multi_setopt");
     va_list arguments;
@@ -136,53 +139,56 @@ CURLMcode curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
     CURLMcode code{};
     if (option < CURLOPTTYPE_OBJECTPOINT) {
         const long value = va_arg(arguments, long); // NOLINT(clang-analyzer-valist.Uninitialized)
-        code = call(multi, option, value);
+        code = call(multi_handle, option, value);
     } else {
         void* const value = va_arg(arguments, void*); // NOLINT(clang-analyzer-valist.Uninitialized)
-        code = call(multi, option, value);
+        code = call(multi_handle, option, value);
     }
     va_end(arguments);
     return code;
 }
 
-CURLMcode curl_multi_add_handle(CURLM* multi, CURL* easy)
+CURLMcode curl_multi_add_handle(CURLM* multi_handle, CURL* curl_handle)
 {
     static const auto call = loaded<decltype(curl_multi_add_handle)>("curl_multi_add_handle");
-    return call(multi, easy);
+    return call(multi_handle, curl_handle);
 }
 
-CURLMcode curl_multi_remove_handle(CURLM* multi, CURL* easy)
+CURLMcode curl_multi_remove_handle(CURLM* multi_handle, CURL* curl_handle)
 {
     static const auto call = loaded<decltype(curl_multi_remove_handle)>("curl_multi_remove_handle");
-    return call(multi, easy);
+    return call(multi_handle, curl_handle);
 }
 
-CURLMsg* curl_multi_info_read(CURLM* multi, int* queued)
+CURLMsg* curl_multi_info_read(CURLM* multi_handle, int* msgs_in_queue)
 {
     static const auto call = loaded<decltype(curl_multi_info_read)>("curl_multi_info_read");
-    return call(multi, queued);
+    return call(multi_handle, msgs_in_queue);
 }
 
-CURLMcode curl_multi_perform(CURLM* multi, int* running)
+CURLMcode curl_multi_perform(CURLM* multi_handle, int* running_handles)
 {
     static const auto call = loaded<decltype(curl_multi_perform)>("curl_multi_perform");
-    return call(multi, running);
+    return call(multi_handle, running_handles);
 }
 
-CURLMcode curl_multi_poll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds, int* ready)
+CURLMcode curl_multi_poll(CURLM* multi_handle, curl_waitfd* extra_fds, unsigned extra_nfds, int timeout_ms,
+                          int* ret)
 {
     static const auto call = loaded<decltype(curl_multi_poll)>("curl_multi_poll");
-    return call(multi, more, count, milliseconds, ready);
+    return call(multi_handle, extra_fds, extra_nfds, timeout_ms, ret);
 }
 
-CURLMcode curl_multi_wakeup(CURLM* multi)
+CURLMcode curl_multi_wakeup(CURLM* multi_handle)
 {
     static const auto call = loaded<decltype(curl_multi_wakeup)>("curl_multi_wakeup");
-    return call(multi);
+    return call(multi_handle);
 }
 
-CURLMcode curl_multi_socket_action(CURLM* multi, curl_socket_t socket, int events, int* running)
+CURLMcode curl_multi_socket_action(CURLM* multi_handle, curl_socket_t s, int ev_bitmask, int* running_handles)
 {
     static const auto call = loaded<decltype(curl_multi_socket_action)>("curl_multi_socket_action");
-    return call(multi, socket, events, running);
+    return call(multi_handle, s, ev_bitmask, running_handles);
 }
+
+// NOLINTEND(readability-identifier-naming)

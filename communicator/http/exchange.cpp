@@ -10,6 +10,7 @@
 #include "communicator/http/retryafter.h"
 
 #include <algorithm>
+#include <new>
 
 namespace Krelm::Communicator::HttpDevice {
 
@@ -267,6 +268,25 @@ void Exchange::tellProgress()
     }
 }
 
+void Exchange::report(const HttpReply& reply)
+{
+    ExchangeSummary summary;
+    summary.started = m_started;
+    summary.target = m_target;
+    summary.status = reply.status;
+    summary.state = reply.state;
+    summary.bytesSent = m_bytesSent + m_body.sent();
+    summary.bytesReceived = m_reader.received();
+    summary.reply = reply.body;
+    summary.error = reply.reason;
+    if (const auto wait = retryAfterOf(reply)) {
+        summary.retryAfter = wait->count();
+    }
+    m_repeatAfter = HttpDevice::repeatAfter(*m_request, reply, m_started);
+    summary.isRepeated = m_repeatAfter.has_value();
+    reportExchange(*m_request, summary);
+}
+
 HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const QString& error)
 {
     if (m_body.hasFailed()) {
@@ -276,25 +296,14 @@ HttpReply Exchange::finish(IHttpVersionTrigger::HttpSimpleState outcome, const Q
     if (reply.status != 0 && m_device) {
         m_device->lastAnswer = std::chrono::steady_clock::now();
     }
-    ExchangeSummary summary;
-    summary.started = m_started;
-    summary.target = m_target;
-    summary.status = reply.status;
-    summary.state = reply.state;
-    summary.bytesSent = m_bytesSent + m_body.sent();
-    summary.bytesReceived = m_reader.received();
-    summary.reply = reply.body;
-    summary.error = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
-    if (reply.state == IHttpVersionTrigger::Success) {
-        summary.error.clear();
+    if (reply.state != IHttpVersionTrigger::Success) {
+        reply.reason = !m_error.isEmpty() ? m_error : m_reader.error().isEmpty() ? error : m_reader.error();
     }
-    reply.reason = summary.error;
-    if (const auto wait = retryAfterOf(reply)) {
-        summary.retryAfter = wait->count();
+    m_repeatAfter.reset();
+    try {
+        report(reply);
+    } catch (const std::bad_alloc&) { // the reply is there, and a file may have been replaced
     }
-    m_repeatAfter = HttpDevice::repeatAfter(*m_request, reply, m_started);
-    summary.isRepeated = m_repeatAfter.has_value();
-    reportExchange(*m_request, summary);
     m_body.clear();
     m_request = nullptr;
     m_device.reset();

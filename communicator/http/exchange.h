@@ -74,6 +74,7 @@ private:
     Step completed();
     Step again();
     void tellProgress();
+    void report(const HttpReply& reply);
 
     ReplyReader m_reader;
     OutgoingBody m_body;

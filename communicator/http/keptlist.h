@@ -26,8 +26,18 @@ public:
 
     void add(const Key& key, Value value)
     {
-        m_entries.push_back({key, std::move(value)});
-        m_byKey[key].push_back(std::prev(m_entries.end()));
+        std::list<Entry> added;
+        added.push_back({key, std::move(value)});
+        const auto ofKey = m_byKey.try_emplace(key).first;
+        try {
+            ofKey->second.push_back(added.begin());
+        } catch (...) {
+            if (ofKey->second.empty()) {
+                m_byKey.erase(ofKey);
+            }
+            throw;
+        }
+        m_entries.splice(m_entries.end(), added);
     }
 
     /// Removes and returns the newest value of @p key, which is the least likely to be stale; an empty value

@@ -19,6 +19,11 @@ HttpReply failWithoutSending(const HttpRequest& request, IHttpVersionTrigger::Ht
     return reply;
 }
 
+QString outOfMemoryError()
+{
+    return QStringLiteral("the process has no memory left");
+}
+
 QString abortedError()
 {
     return QStringLiteral("the transport was stopped or the device was removed");

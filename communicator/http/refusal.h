@@ -17,6 +17,9 @@ QString abortedError();
 /// The same when the application ended it.
 QString cancelledError();
 
+/// The reason text of exchanges that end with `LimitExceeded` because the process has no memory left.
+QString outOfMemoryError();
+
 } // namespace Krelm::Communicator::HttpDevice
 
 #endif

@@ -136,27 +136,27 @@ bool ReplyReader::responseHead(const ResponseParser::Head& head)
     return true;
 }
 
-bool ReplyReader::responseBody(const char* bytes, std::size_t count)
+bool ReplyReader::responseBody(const char* bytes, std::size_t size)
 {
-    const auto size = static_cast<qint64>(count);
-    if (m_read.received + size > bodyLimit()) {
+    const auto count = static_cast<qint64>(size);
+    if (m_read.received + count > bodyLimit()) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded, QStringLiteral("the reply is too large")));
     }
-    m_read.received += size;
+    m_read.received += count;
     if (m_file && hasSuccessStatus()) {
-        return m_file->write(bytes, size) || breakOff(failFile());
+        return m_file->write(bytes, count) || breakOff(failFile());
     }
-    if (!countBody(size)) {
+    if (!countBody(count)) {
         return breakOff(
             fail(IHttpVersionTrigger::LimitExceeded,
                  QStringLiteral("the replies being received together exceed their common limit")));
     }
     if (m_read.body.isEmpty()) {
         m_read.body.reserve(
-            static_cast<int>(std::min(std::max(m_read.head.length, size), maxReserve) + padding));
+            static_cast<int>(std::min(std::max(m_read.head.length, count), maxReserve) + padding));
     }
-    m_read.body.append(bytes, static_cast<int>(size));
-    if (hasTooManyTokens(static_cast<int>(size))) {
+    m_read.body.append(bytes, static_cast<int>(count));
+    if (hasTooManyTokens(static_cast<int>(count))) {
         return breakOff(fail(IHttpVersionTrigger::LimitExceeded,
                              QStringLiteral("the reply holds more than %1 million JSON tokens")
                                  .arg(JsonText::maxTokens / 1000000)));

@@ -16,7 +16,7 @@ class PendingReply;
 struct EndedExchange
 {
     EndedExchange() = default;
-    EndedExchange(const HttpReply& reply, std::chrono::steady_clock::time_point started);
+    EndedExchange(const HttpReply& ended, std::chrono::steady_clock::time_point started);
 
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success;
     int status = 0;

@@ -84,6 +84,13 @@ bool ProxyDevices::remove(const QString& deviceKey)
     return true;
 }
 
+void ProxyDevices::readFailed(const QString& deviceKey)
+{
+    if (const std::shared_ptr<EventChannels> open = channels()) {
+        open->readFailed(deviceKey);
+    }
+}
+
 std::shared_ptr<EventChannels> ProxyDevices::channels()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -28,6 +28,8 @@ public:
     bool add(const QString& deviceKey, const DeviceEndpoint& endpoint);
     /// @return whether the device was known.
     bool remove(const QString& deviceKey);
+    /// Has everything that is cached of a device read again, since a read that an event asked for failed.
+    void readFailed(const QString& deviceKey);
     /// Hands over the streams, which close when the last pointer is released. The transport must be closed.
     std::shared_ptr<EventChannels> takeChannels();
 

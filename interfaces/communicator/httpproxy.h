@@ -106,6 +106,8 @@ Q_SIGNALS:
 private Q_SLOTS:
     /// Adds to what is reported of a device whose events may have been missed.
     void addChangeEvents(const QByteArrayList& events);
+    /// What an event of @p deviceKey told to read could not be read: the change events are reported later.
+    void readAfterEventFailed(const QString& deviceKey);
     /// A function that takes whether an operation of the calling thread begins (true) or ends (false).
     quintptr operationBoundary() const;
     /// A function `void(const HttpJsonPackage&, Data& out)` that reads what the member function @p decoder of

@@ -81,7 +81,7 @@ public:
     /// Serves a GET without the network.
     SharedText read(const std::string& path);
     /// Serves a PUT without the network.
-    bool write(const std::string& path, std::string_view json);
+    bool write(const std::string& path, std::string_view text);
 
     /// Closes all connections and refuses new ones until login().
     void logout();

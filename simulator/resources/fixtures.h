@@ -17,7 +17,7 @@ namespace Tessel::Simulator::Fixtures {
 nlohmann::json record(Family family, const Wall& wall, std::size_t index);
 
 /// The receiving cards of one cabinet.
-nlohmann::json receivingCards(const Wall& wall, std::size_t cabinet);
+nlohmann::json receivingCards(const Wall& wall, std::size_t cabinetIndex);
 
 /// The initial value of @p route. @p index counts the instances of its family, and is 0 for a value of the
 /// device. A value that is in no table is an empty object. Measured values depend on @p step.

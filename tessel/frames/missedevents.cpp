@@ -9,6 +9,9 @@
 
 namespace Tessel {
 
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Krelm::Communicator::HttpDevice::HttpProxy;
+
 namespace {
 
 QByteArray eventText(const EventRow& row)
@@ -41,7 +44,6 @@ QByteArrayList refreshingEvents()
 // Called by name, so that a transport without such a report can be used too.
 void reportMissedEvents()
 {
-    using Krelm::Communicator::HttpDevice::HttpProxy;
     static const bool isDone = [] {
         HttpProxy* const proxy = HttpProxy::getInstance();
         if (proxy != nullptr && proxy->metaObject()->indexOfMethod("addChangeEvents(QByteArrayList)") >= 0) {
@@ -50,6 +52,31 @@ void reportMissedEvents()
         return true;
     }();
     Q_UNUSED(isDone)
+}
+
+bool mayBeReadLater(const HttpJsonPackage& reply)
+{
+    switch (reply.getSimpleState()) {
+    case HttpJsonPackage::Success:
+        return !QJsonDocument::fromJson(reply.getReceiveData()).isObject();
+    case HttpJsonPackage::InvalidRequest:
+        return false;
+    case HttpJsonPackage::HttpFailure:
+        return reply.replyStatus == 401 || reply.replyStatus == 408 || reply.replyStatus == 429 ||
+               reply.replyStatus >= 500;
+    default:
+        return true;
+    }
+}
+
+void refreshed(const QString& deviceKey, const HttpJsonPackage& reply, bool hasData)
+{
+    HttpProxy* const proxy = HttpProxy::getInstance();
+    if (!hasData && proxy != nullptr && mayBeReadLater(reply) &&
+        proxy->metaObject()->indexOfMethod("readAfterEventFailed(QString)") >= 0) {
+        QMetaObject::invokeMethod(proxy, "readAfterEventFailed", Qt::DirectConnection,
+                                  Q_ARG(QString, deviceKey));
+    }
 }
 
 } // namespace Tessel

@@ -5,6 +5,7 @@
 #define TESSEL_FRAMES_PENDINGREQUEST_H
 
 #include <tessel/frames/decoding.h>
+#include <tessel/frames/missedevents.h>
 #include <tessel/frames/packagefiller.h>
 
 #include <communicator/httpproxy.h>
@@ -30,7 +31,8 @@ public:
     }
 
     /// Sends a GET and stores the reply in @p cache: on success the device's entry is replaced, on failure
-    /// the cache is unchanged. Then calls @p handled with whether it was replaced.
+    /// the cache is unchanged. Then calls @p handled with whether it was replaced. If nothing could be read,
+    /// the device's events are reported again later (refreshed()).
     template <class Entry, class Handled>
     void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, Handled handled)
     {
@@ -41,6 +43,7 @@ public:
             if (stored) {
                 decodeEntry(reply, cache[deviceKey]);
             }
+            refreshed(deviceKey, reply, stored && !cache.value(deviceKey).isEmpty());
             handled(stored);
         });
     }

@@ -6,6 +6,7 @@
 #define TESSEL_FRAMES_REQUEST_H
 
 #include <tessel/frames/decoding.h>
+#include <tessel/frames/missedevents.h>
 #include <tessel/frames/packagefiller.h>
 
 #include <communicator/httpproxy.h>
@@ -111,6 +112,18 @@ public:
         decodeEntry(m_package, cache[deviceKey]);
         stored();
         return true;
+    }
+
+    /// The same, because of an event: if nothing could be read, the device's events are reported again later.
+    template <class Entry, class Stored>
+    void refresh(const QString& deviceKey, QMap<QString, Entry>& cache, QMutex* mutex, Stored stored)
+    {
+        bool hasData = false;
+        fetch(deviceKey, cache, mutex, [&] {
+            hasData = !cache.value(deviceKey).isEmpty();
+            stored();
+        });
+        refreshed(deviceKey, m_package, hasData);
     }
 
     /// Fire and forget: passes the request to the transport and returns at once, without a reply, so the

@@ -192,7 +192,7 @@ QString helpOf(const QStringList& arguments)
     const Lookup found = findOperation(allOperations(), arguments.value(0));
     const QStringList names = referenceNames(allOperations());
     for (const Operation* const operation : found.operations) {
-        const QString name = names[static_cast<int>(operation - allOperations().data())];
+        const QString& name = names[static_cast<int>(operation - allOperations().data())];
         const ReferenceEntry* const entry = referenceOf(name);
         const QString parameters = operation->usage().mid(operation->qualifiedName().size());
         text += (text.isEmpty() ? QString() : QStringLiteral("\n")) +

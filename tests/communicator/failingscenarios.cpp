@@ -381,6 +381,16 @@ std::vector<Scenario> scenarios(bool tls)
             shutdownScenario("shutdown")};
 }
 
+std::vector<Scenario> blockingScenarios()
+{
+    return {exchangeScenario("get", "get", true, false),
+            exchangeScenario("get over TLS", "get", true, true),
+            exchangeScenario("put", "put", true, false),
+            exchangeScenario("form", "form", true, false),
+            exchangeScenario("download", "download", true, false),
+            uploadScenario("upload")};
+}
+
 QString failInTurn(const Scenario& scenario, Plan::Lasts lasts, int mostCalls)
 {
     // Whatever is made once for the process is made now.

@@ -70,6 +70,8 @@ struct Scenario
 /// get, put, form, download, upload, stream and shutdown, and blocking and non-blocking where there are both;
 /// with @p tls, a get over TLS instead.
 std::vector<Scenario> scenarios(bool tls = false);
+/// Those of them that do their work on the caller's thread, over TLS, too.
+std::vector<Scenario> blockingScenarios();
 
 /// Runs @p scenario with each call failing in turn, until none is left that has not failed, and then looks
 /// for descriptors that were left open. @return what did not hold, empty if all did.

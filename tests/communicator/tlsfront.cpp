@@ -20,7 +20,7 @@ SSL_CTX* newContext()
     EVP_PKEY* const key = EVP_EC_gen("P-256");
     X509* const certificate = X509_new();
     X509_gmtime_adj(X509_getm_notBefore(certificate), -60);
-    X509_gmtime_adj(X509_getm_notAfter(certificate), 24 * 60 * 60);
+    X509_gmtime_adj(X509_getm_notAfter(certificate), 86400);
     X509_set_pubkey(certificate, key);
     const bool isMade = X509_sign(certificate, key, EVP_sha256()) > 0 &&
                         SSL_CTX_use_certificate(context, certificate) == 1 &&

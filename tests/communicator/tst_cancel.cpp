@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "misbehavingserver.h"
 
+#include <communicator/deviceendpoint.h>
 #include <communicator/exchangeid.h>
 #include <communicator/exchangeobserver.h>
 #include <communicator/httpproxy.h>
@@ -202,6 +203,56 @@ private Q_SLOTS:
         package.setUrl(QStringLiteral("/api/v1/x"));
         HttpProxy::getInstance()->getSync(server.address(), &package);
         QCOMPARE(package.getSimpleState(), State::Success);
+    }
+
+    void anObserverMayCancelWhatItIsToldOf_data()
+    {
+        QTest::addColumn<Form>("form");
+        QTest::addColumn<int>("how");
+        const std::pair<const char*, Form> asked[] = {{"blocking", Form::Blocking},
+                                                      {"non-blocking", Form::NonBlocking},
+                                                      {"download", Form::Download},
+                                                      {"multipart", Form::MultiPart}};
+        const char* const hows[] = {"the exchange", "all of the device", "the device itself"};
+        for (const auto& form : asked) {
+            for (int how = 0; how < 3; ++how) {
+                QTest::addRow("%s, %s", form.first, hows[how]) << form.second << how;
+            }
+        }
+    }
+    void anObserverMayCancelWhatItIsToldOf()
+    {
+        QFETCH(Form, form);
+        QFETCH(int, how);
+        const QString wall = QStringLiteral("wall");
+        MisbehavingServer server(Mode::RawKeepAlive);
+        server.setRaw("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{");
+        DeviceEndpoint endpoint;
+        endpoint.address = server.address();
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        QVERIFY(proxy->addDevice(wall, endpoint));
+        std::atomic<int> told{0};
+        const ObserverHandle ended = addExchangeObserver([&](const ExchangeRecord& record) {
+            ++told;
+            proxy->cancel(record.id); // of no effect by now
+            proxy->cancelAll(wall);
+        });
+        const ObserverHandle observer = addProgressObserver([&](const ExchangeProgress& progress) {
+            if (how == 0) {
+                proxy->cancel(progress.id);
+            } else if (how == 1) {
+                proxy->cancelAll(progress.deviceKey);
+            } else {
+                proxy->removeDevice(progress.deviceKey);
+            }
+        });
+        Call call(form, wall, m_folder.path());
+        QVERIFY(call.ended());
+        QCOMPARE(call.state.load(), int(State::Aborted));
+        QCOMPARE(told.load(), 1);
+        QVERIFY(server.deliveries() <= 1);
+        QVERIFY(!QFile::exists(m_folder.filePath(QStringLiteral("file"))));
+        proxy->removeDevice(wall);
     }
 
     void whatHasEndedIsNotCancelled()

@@ -170,6 +170,8 @@ private Q_SLOTS:
         QCOMPARE(timings.goneAfter.count(), 60000);
         QCOMPARE(timings.proof.count(), 5000);
         QCOMPARE(timings.reportGap.count(), 20);
+        QCOMPARE(timings.reportAgain.count(), 100);
+        QCOMPARE(timings.longestReportAgain.count(), 10000);
         QCOMPARE(timings.jitter, 0.3);
     }
 
@@ -226,6 +228,10 @@ private Q_SLOTS:
             << QByteArray("id: e:\x01\ndata: 1\n\n") << QByteArray("id: e:\x01\ndata: 2\n\n") << true;
         QTest::newRow("an id that is not UTF-8")
             << QByteArray("id: e\xff:1\ndata: 1\n\n") << QByteArray("id: e\xff:1\ndata: 2\n\n") << true;
+        const QByteArray longId = "id: " + QByteArray(5000, 'e') + ":1\n";
+        QTest::newRow("an id that is too long for a header") << longId + "data: 1\n\n"
+                                                             << longId + "data: 2\n\n"
+                                                             << true;
     }
     void whatADeviceOwesProofForIsReportedWhenItIsMissing()
     {
@@ -253,7 +259,9 @@ private Q_SLOTS:
             QTRY_COMPARE(listening.events.count("3"), 1);
         }
         QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), missed ? 1 : 0);
-        QVERIFY(!server.received().at(1).headers.value("last-event-id").contains('\x01'));
+        const QByteArray resumed = server.received().at(1).headers.value("last-event-id");
+        QVERIFY(!resumed.contains('\x01'));
+        QVERIFY2(resumed.size() <= 4096, "a device would refuse the head, again and again");
     }
 
     void aStreamThatHasEndedOwesNoProof()
@@ -594,6 +602,60 @@ private Q_SLOTS:
         QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 2);
     }
 
+    void aDeviceWhoseIdsNeverFitIsNotReportedWithEachEvent_data()
+    {
+        QTest::addColumn<QByteArray>("id"); // %1 is the number of the event
+        QTest::newRow("another epoch each time") << QByteArray("e%1:1");
+        QTest::newRow("numbers that jump") << QByteArray("e:%10");
+        QTest::newRow("numbers that go backwards") << QByteArray("e:-%1");
+    }
+    void aDeviceWhoseIdsNeverFitIsNotReportedWithEachEvent()
+    {
+        QFETCH(QByteArray, id);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: begin:1\ndata: 0\n\n"});
+        EventTimings timings = quickTimings();
+        timings.reportGap = 1ms;
+        timings.reportAgain = timings.longestReportAgain = 1h;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        for (int i = 1; i <= 20; ++i) {
+            const QByteArray number = QByteArray::number(id.contains('-') ? 100 - i : i);
+            server.broadcast("id: " + QByteArray(id).replace("-", "").replace("%1", number) +
+                             "\ndata: " + QByteArray::number(i) + "\n\n");
+            QTRY_VERIFY(listening.events.contains(QByteArray::number(i)));
+            QVERIFY(waitFor(listening, 2 * timings.reportGap));
+        }
+        QTRY_COMPARE(listening.events.count("\"x\""), 1);
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+    }
+
+    void whatIsMissedAgainAndAgainIsReportedLaterAndLater()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 0\n\n"});
+        EventTimings timings = quickTimings();
+        timings.reportAgain = 100ms;
+        timings.longestReportAgain = 200ms;
+        Listening listening(timings);
+        QList<std::chrono::steady_clock::time_point> reports;
+        listening.receive = [&reports](const ProxyEvent& event) {
+            if (event.kind == ProxyEvent::Kind::EventsMissed) {
+                reports.append(std::chrono::steady_clock::now());
+            }
+        };
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        for (int i = 1; i <= 4; ++i) { // each is reported in the end
+            server.broadcast("id: e:" + QByteArray::number(10 * i) + "\n\n");
+            QTRY_COMPARE(reports.size(), i);
+        }
+        // This thread may take up a report late, but the next one is not sent before its time.
+        QVERIFY(reports[3] - reports[0] >= 400ms);
+    }
+
     // A machine with much to do may be too late to close the stream in time, so there are several attempts.
     void aStreamThatIsClosedOwesItsProofNoLonger()
     {
@@ -624,6 +686,84 @@ private Q_SLOTS:
             return;
         }
         QFAIL("the stream could not be closed in time");
+    }
+
+    void whatCouldNotBeReadIsReportedAgainLessAndLessOften()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = 40ms;
+        timings.longestDelay = 200ms;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.board.connection(wall).state, ConnectionState::Live);
+        // Reads that fail together are repeated together; each report causes the next failure.
+        const auto fail = [&] {
+            listening.channels.readFailed(wall);
+            listening.channels.readFailed(wall);
+        };
+        QElapsedTimer clock;
+        QList<qint64> delays;
+        listening.receive = [&](const ProxyEvent& event) {
+            if (event.kind == ProxyEvent::Kind::Event) {
+                delays << clock.restart();
+                if (delays.size() < 5) {
+                    fail();
+                }
+            }
+        };
+        clock.start();
+        fail();
+        QTRY_COMPARE(delays.size(), 5);
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY2(delays[i] >= QList<qint64>({40, 80, 160, 200, 200})[i] - 1,
+                     qPrintable(QString::number(i)));
+        }
+        QVERIFY(waitFor(listening, timings.longestDelay));
+        QCoreApplication::processEvents();
+        QCOMPARE(delays.size(), 5);
+    }
+
+    void whatCouldNotBeReadFromADeviceThatIsAwayIsReportedWhenItIsBack_data()
+    {
+        QTest::addColumn<bool>("before");
+        QTest::newRow("it failed before the stream ended") << true;
+        QTest::newRow("it failed when the stream had ended") << false;
+    }
+    void whatCouldNotBeReadFromADeviceThatIsAwayIsReportedWhenItIsBack()
+    {
+        QFETCH(bool, before);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        server.addScript({head, "id: e:1\n\nid: e:2\ndata: 2\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = timings.longestDelay = 300ms;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, (QList<QByteArray>{"1"}));
+        if (before) {
+            listening.channels.readFailed(wall);
+        }
+        server.dropConnections();
+        QTRY_VERIFY(listening.board.connection(wall).state != ConnectionState::Live);
+        if (!before) {
+            listening.channels.readFailed(wall);
+        }
+        QTRY_VERIFY(listening.events.contains("\"x\""));
+        QTRY_VERIFY(listening.events.contains("2"));
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+    }
+
+    void whatCouldNotBeReadFromADeviceWithoutAStreamIsNotReported()
+    {
+        Listening listening;
+        listening.channels.readFailed(wall);
+        QVERIFY(waitFor(listening, 50ms));
+        QCoreApplication::processEvents();
+        QVERIFY(listening.proxyEvents.isEmpty());
     }
 
     // A machine with much to do may be too late to close the stream before its turn, so there are several

@@ -12,118 +12,135 @@
 #undef curl_easy_setopt
 #undef curl_multi_setopt
 
-// The linker has the transport call the first of each pair, and names libcurl's own function as the second.
+// The linker has the transport call what is failing here, and names libcurl's own function as the real one.
+// Numbers are passed on in the same way as pointers.
 extern "C" {
 
-CURL* __real_curl_easy_init();
-CURL* __wrap_curl_easy_init()
+CURL* realEasyInit() asm("__real_curl_easy_init");
+CURL* failingEasyInit() asm("__wrap_curl_easy_init");
+CURL* failingEasyInit()
 {
-    return callFails() ? nullptr : __real_curl_easy_init();
+    return callFails() ? nullptr : realEasyInit();
 }
 
-CURLcode __real_curl_easy_setopt(CURL* easy, CURLoption option, ...);
-CURLcode __wrap_curl_easy_setopt(CURL* easy, CURLoption option, ...)
+CURLcode realEasySetopt(CURL* easy, unsigned option, ...) asm("__real_curl_easy_setopt");
+CURLcode failingEasySetopt(CURL* easy, unsigned option, ...) asm("__wrap_curl_easy_setopt");
+CURLcode failingEasySetopt(CURL* easy, unsigned option, ...)
 {
     va_list arguments;
     va_start(arguments, option);
     CURLcode code = CURLE_OUT_OF_MEMORY;
     if (!callFails()) {
-        code = option < CURLOPTTYPE_OBJECTPOINT
-                   ? __real_curl_easy_setopt(easy, option, va_arg(arguments, long))
-                   : __real_curl_easy_setopt(easy, option, va_arg(arguments, void*));
+        code = realEasySetopt(easy, option,
+                              va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
     }
     va_end(arguments);
     return code;
 }
 
-CURLcode __real_curl_easy_getinfo(CURL* easy, CURLINFO info, ...);
-CURLcode __wrap_curl_easy_getinfo(CURL* easy, CURLINFO info, ...)
+CURLcode realEasyGetinfo(CURL* easy, unsigned info, ...) asm("__real_curl_easy_getinfo");
+CURLcode failingEasyGetinfo(CURL* easy, unsigned info, ...) asm("__wrap_curl_easy_getinfo");
+CURLcode failingEasyGetinfo(CURL* easy, unsigned info, ...)
 {
     va_list arguments;
     va_start(arguments, info);
-    const CURLcode code = callFails() ? CURLE_BAD_FUNCTION_ARGUMENT
-                                      : __real_curl_easy_getinfo(easy, info, va_arg(arguments, void*));
+    const CURLcode code =
+        callFails()
+            ? CURLE_BAD_FUNCTION_ARGUMENT
+            : realEasyGetinfo(easy, info,
+                              va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(arguments);
     return code;
 }
 
-CURLcode __real_curl_easy_send(CURL* easy, const void* bytes, size_t size, size_t* sent);
-CURLcode __wrap_curl_easy_send(CURL* easy, const void* bytes, size_t size, size_t* sent)
+CURLcode realEasySend(CURL* easy, const void* bytes, size_t size, size_t* sent) asm("__real_curl_easy_send");
+CURLcode failingEasySend(CURL* easy, const void* bytes, size_t size,
+                         size_t* sent) asm("__wrap_curl_easy_send");
+CURLcode failingEasySend(CURL* easy, const void* bytes, size_t size, size_t* sent)
 {
-    return callFails() ? CURLE_SEND_ERROR : __real_curl_easy_send(easy, bytes, size, sent);
+    return callFails() ? CURLE_SEND_ERROR : realEasySend(easy, bytes, size, sent);
 }
 
-CURLcode __real_curl_easy_recv(CURL* easy, void* bytes, size_t size, size_t* received);
-CURLcode __wrap_curl_easy_recv(CURL* easy, void* bytes, size_t size, size_t* received)
+CURLcode realEasyRecv(CURL* easy, void* bytes, size_t size, size_t* received) asm("__real_curl_easy_recv");
+CURLcode failingEasyRecv(CURL* easy, void* bytes, size_t size, size_t* received) asm("__wrap_curl_easy_recv");
+CURLcode failingEasyRecv(CURL* easy, void* bytes, size_t size, size_t* received)
 {
-    return callFails() ? CURLE_RECV_ERROR : __real_curl_easy_recv(easy, bytes, size, received);
+    return callFails() ? CURLE_RECV_ERROR : realEasyRecv(easy, bytes, size, received);
 }
 
-CURLcode __real_curl_easy_pause(CURL* easy, int what);
-CURLcode __wrap_curl_easy_pause(CURL* easy, int what)
+CURLcode realEasyPause(CURL* easy, int what) asm("__real_curl_easy_pause");
+CURLcode failingEasyPause(CURL* easy, int what) asm("__wrap_curl_easy_pause");
+CURLcode failingEasyPause(CURL* easy, int what)
 {
-    return callFails() ? CURLE_OUT_OF_MEMORY : __real_curl_easy_pause(easy, what);
+    return callFails() ? CURLE_OUT_OF_MEMORY : realEasyPause(easy, what);
 }
 
-CURLM* __real_curl_multi_init();
-CURLM* __wrap_curl_multi_init()
+CURLM* realMultiInit() asm("__real_curl_multi_init");
+CURLM* failingMultiInit() asm("__wrap_curl_multi_init");
+CURLM* failingMultiInit()
 {
-    return callFails() ? nullptr : __real_curl_multi_init();
+    return callFails() ? nullptr : realMultiInit();
 }
 
-CURLMcode __real_curl_multi_setopt(CURLM* multi, CURLMoption option, ...);
-CURLMcode __wrap_curl_multi_setopt(CURLM* multi, CURLMoption option, ...)
+CURLMcode realMultiSetopt(CURLM* multi, unsigned option, ...) asm("__real_curl_multi_setopt");
+CURLMcode failingMultiSetopt(CURLM* multi, unsigned option, ...) asm("__wrap_curl_multi_setopt");
+CURLMcode failingMultiSetopt(CURLM* multi, unsigned option, ...)
 {
     va_list arguments;
     va_start(arguments, option);
     CURLMcode code = CURLM_UNKNOWN_OPTION;
     if (!callFails()) {
-        code = option < CURLOPTTYPE_OBJECTPOINT
-                   ? __real_curl_multi_setopt(multi, option, va_arg(arguments, long))
-                   : __real_curl_multi_setopt(multi, option, va_arg(arguments, void*));
+        code = realMultiSetopt(multi, option,
+                               va_arg(arguments, void*)); // NOLINT(clang-analyzer-valist.Uninitialized)
     }
     va_end(arguments);
     return code;
 }
 
-CURLMcode __real_curl_multi_add_handle(CURLM* multi, CURL* easy);
-CURLMcode __wrap_curl_multi_add_handle(CURLM* multi, CURL* easy)
+CURLMcode realMultiAddHandle(CURLM* multi, CURL* easy) asm("__real_curl_multi_add_handle");
+CURLMcode failingMultiAddHandle(CURLM* multi, CURL* easy) asm("__wrap_curl_multi_add_handle");
+CURLMcode failingMultiAddHandle(CURLM* multi, CURL* easy)
 {
-    return callFails() ? CURLM_OUT_OF_MEMORY : __real_curl_multi_add_handle(multi, easy);
+    return callFails() ? CURLM_OUT_OF_MEMORY : realMultiAddHandle(multi, easy);
 }
 
-CURLMcode __real_curl_multi_remove_handle(CURLM* multi, CURL* easy);
-CURLMcode __wrap_curl_multi_remove_handle(CURLM* multi, CURL* easy)
+CURLMcode realMultiRemoveHandle(CURLM* multi, CURL* easy) asm("__real_curl_multi_remove_handle");
+CURLMcode failingMultiRemoveHandle(CURLM* multi, CURL* easy) asm("__wrap_curl_multi_remove_handle");
+CURLMcode failingMultiRemoveHandle(CURLM* multi, CURL* easy)
 {
-    return callFails() ? CURLM_RECURSIVE_API_CALL : __real_curl_multi_remove_handle(multi, easy);
+    return callFails() ? CURLM_RECURSIVE_API_CALL : realMultiRemoveHandle(multi, easy);
 }
 
-CURLMcode __real_curl_multi_perform(CURLM* multi, int* running);
-CURLMcode __wrap_curl_multi_perform(CURLM* multi, int* running)
+CURLMcode realMultiPerform(CURLM* multi, int* running) asm("__real_curl_multi_perform");
+CURLMcode failingMultiPerform(CURLM* multi, int* running) asm("__wrap_curl_multi_perform");
+CURLMcode failingMultiPerform(CURLM* multi, int* running)
 {
-    return callFails() ? CURLM_INTERNAL_ERROR : __real_curl_multi_perform(multi, running);
+    return callFails() ? CURLM_INTERNAL_ERROR : realMultiPerform(multi, running);
 }
 
-CURLMcode __real_curl_multi_poll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds,
-                                 int* ready);
-CURLMcode __wrap_curl_multi_poll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds,
-                                 int* ready)
+CURLMcode realMultiPoll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds,
+                        int* ready) asm("__real_curl_multi_poll");
+CURLMcode failingMultiPoll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds,
+                           int* ready) asm("__wrap_curl_multi_poll");
+CURLMcode failingMultiPoll(CURLM* multi, curl_waitfd* more, unsigned count, int milliseconds, int* ready)
 {
-    return callFails() ? CURLM_OUT_OF_MEMORY
-                       : __real_curl_multi_poll(multi, more, count, milliseconds, ready);
+    return callFails() ? CURLM_OUT_OF_MEMORY : realMultiPoll(multi, more, count, milliseconds, ready);
 }
 
-CURLMcode __real_curl_multi_wakeup(CURLM* multi);
-CURLMcode __wrap_curl_multi_wakeup(CURLM* multi)
+CURLMcode realMultiWakeup(CURLM* multi) asm("__real_curl_multi_wakeup");
+CURLMcode failingMultiWakeup(CURLM* multi) asm("__wrap_curl_multi_wakeup");
+CURLMcode failingMultiWakeup(CURLM* multi)
 {
-    return callFails() ? CURLM_WAKEUP_FAILURE : __real_curl_multi_wakeup(multi);
+    return callFails() ? CURLM_WAKEUP_FAILURE : realMultiWakeup(multi);
 }
 
-CURLMcode __real_curl_multi_socket_action(CURLM* multi, curl_socket_t socket, int events, int* running);
-CURLMcode __wrap_curl_multi_socket_action(CURLM* multi, curl_socket_t socket, int events, int* running)
+CURLMcode realMultiSocketAction(CURLM* multi, curl_socket_t socket, int events,
+                                int* running) asm("__real_curl_multi_socket_action");
+CURLMcode failingMultiSocketAction(CURLM* multi, curl_socket_t socket, int events,
+                                   int* running) asm("__wrap_curl_multi_socket_action");
+CURLMcode failingMultiSocketAction(CURLM* multi, curl_socket_t socket, int events, int* running)
 {
-    return callFails() ? CURLM_INTERNAL_ERROR
-                       : __real_curl_multi_socket_action(multi, socket, events, running);
+    return callFails() ? CURLM_INTERNAL_ERROR : realMultiSocketAction(multi, socket, events, running);
 }
 
 } // extern "C"

@@ -199,6 +199,7 @@ QByteArray padded(QByteArray event)
 } // namespace
 
 Q_DECLARE_METATYPE(Change)
+Q_DECLARE_METATYPE(Fault)
 
 class TestEventsIntegration : public QObject
 {
@@ -570,6 +571,61 @@ private Q_SLOTS:
         QVERIFY(device.simulator.setValue("/api/v1/device/hw/displaymode", R"({"displayMode":2})"));
         QTRY_COMPARE(changed.size(), 1);
         QCOMPARE(hwInfo(device.key).value("displayMode").toInt(), 2);
+    }
+
+    void aRefreshThatCouldNotBeReadIsRepeatedUntilTheCacheIsRight_data()
+    {
+        QTest::addColumn<Fault>("fault");
+        const auto row = [](const char* name, auto set) {
+            Fault fault;
+            fault.times = 2;
+            set(fault);
+            QTest::newRow(name) << fault;
+        };
+        row("a failure", [](Fault& fault) { fault.status = 500; });
+        row("a cut connection", [](Fault& fault) { fault.cut = Fault::Cut::Truncate; });
+        row("a reply that is cut short and does not say so",
+            [](Fault& fault) { fault.cut = Fault::Cut::ShortLength; });
+    }
+    void aRefreshThatCouldNotBeReadIsRepeatedUntilTheCacheIsRight()
+    {
+        QFETCH(Fault, fault);
+        const struct
+        {
+            const char* path;
+            const char* write;
+            const char* body;
+            Read read;
+        } values[] = {
+            {"/api/v1/device/hw", "/api/v1/device/hw/displaymode", R"({"displayMode":7})",
+             member(hwInfo, "displayMode")},
+            {"/api/v1/device/pipeline", "/api/v1/device/pipeline/2/mirrormode", R"({"mirrorMode":7})",
+             member(pipeline, "mirrorMode")},
+        };
+        for (const auto& value : values) {
+            SimulatedDevice device;
+            QVERIFY(device.startWithEvents());
+            fillCaches(device.key);
+            fault.path = QLatin1String(value.path);
+            device.simulator.addFault(fault);
+            QVERIFY(device.simulator.setValue(QLatin1String(value.write), value.body));
+            QTRY_COMPARE_WITH_TIMEOUT(value.read(device.key), QVariant(7), 20000);
+        }
+    }
+
+    void aRefreshThatTheApplicationCancelledIsRepeated()
+    {
+        SimulatedDevice device;
+        QVERIFY(device.startWithEvents());
+        fillCaches(device.key);
+        Fault slow;
+        slow.path = QStringLiteral("/api/v1/device/hw");
+        slow.delay = 60000;
+        device.simulator.addFault(slow);
+        QVERIFY(device.simulator.setValue("/api/v1/device/hw/displaymode", R"({"displayMode":7})"));
+        QTRY_COMPARE(device.simulator.requestsInFlight(), 1);
+        HttpProxy::getInstance()->cancelAll(device.key);
+        QTRY_COMPARE_WITH_TIMEOUT(hwInfo(device.key).value("displayMode").toInt(), 7, 20000);
     }
 
     void aLogoutDropsTheCachesAndAReturnFillsThemAgain()

@@ -10,17 +10,17 @@
 
 #include <functional>
 
-/// Base of the tests of an operator that caches a list per device.
+/// Base class for tests of an operator that caches a list per device.
 class CachedListTest : public QObject
 {
 protected:
-    /// @p read asks the operator for the list, from the cache if it holds one.
+    /// @p read calls the operator for the list; a cached one may be returned.
     using Read = std::function<bool(const QString& deviceKey, QList<QVariant>& list)>;
     explicit CachedListTest(Read read)
         : m_read(std::move(read))
     {}
 
-    /// A new engine, and a device of which nothing is cached.
+    /// Sets a new engine and a device for which nothing is cached.
     void beginWithAFreshDevice()
     {
         m_engine = RecordingEngine::install();

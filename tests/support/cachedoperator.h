@@ -14,43 +14,43 @@
 #include <utility>
 #include <vector>
 
-/// An operator that keeps an entry for each device, which a read fills and an event of the device renews.
+/// An operator that caches an entry per device. A read fills it, and an event from the device refreshes it.
 struct CachedOperator
 {
     enum class Entry { Map, List };
 
     QObject* (*instance)();
-    const char* routeKey; ///< of a read on a device that told no protocol, and of a refresh
+    const char* routeKey; ///< of a read from a device of unknown protocol, and of a refresh
     Entry entry;
     std::function<bool(const QString& deviceKey, bool force)> load;
-    /// The form that hands the entry out; @p out comes as a map or list, as the entry is.
+    /// The form that returns the entry in @p out, which is a map or a list like the entry.
     std::function<bool(const QString& deviceKey, QVariant& out, bool force)> read;
-    std::function<void(bool on)> watch; ///< null: the operator cannot be kept from watching
-    QByteArray event;                   ///< asks for a refresh
-    QStringList members;                ///< what the operator looks at in it
-    /// The signals of a refresh that stored, as SignalRecorder writes them.
+    std::function<void(bool on)> watch; ///< null if the operator always watches
+    QByteArray event;                   ///< triggers a refresh
+    QStringList members;                ///< the members of it that the operator examines
+    /// The signals of a refresh that stored an entry, as SignalRecorder formats them.
     std::function<QStringList(const QString& deviceKey)> told = [](const QString&) { return QStringList(); };
-    QStringList toldByRead = {};            ///< the signals of a read that stored
+    QStringList toldByRead = {};            ///< the signals of a read that stored an entry
     QMap<QString, QString> parameters = {}; ///< of a read; a refresh has none
-    int expectedTime = 10000;               ///< of a read; a refresh has the transport's default
-    bool refreshBlocks = false;             ///< a refresh is a read in the middle of the event
+    int expectedTime = 10000;               ///< of a read; a refresh uses the transport's default
+    bool refreshBlocks = false;             ///< whether a refresh is a blocking read in the event handler
     bool forgetsOnLogout = true;
-    /// What an event writes to the log while the operator watches.
+    /// The log lines of an event while the operator watches.
     std::function<QStringList(const QByteArray& event)> traceOfEvent = [](const QByteArray&) {
         return QStringList();
     };
     QStringList traceOfLogout = {}; ///< a regular expression for each line
-    /// Further events that mean nothing to the cache and raise nothing, each behind its name.
+    /// Further events that leave the cache alone and cause no signal, each with a name.
     std::vector<std::pair<const char*, QByteArray>> otherEvents = {};
 };
 
 class CachedOperatorBench;
-/// One thing that holds for a cached operator.
+/// One property of a cached operator.
 using CachedOperatorCheck = std::function<void(CachedOperatorBench& bench)>;
 
 Q_DECLARE_METATYPE(CachedOperatorCheck)
 
-/// CachedOperator::read of an operator that hands out by this member.
+/// A CachedOperator::read that calls the member function @p read.
 template <class Operator, class Entry>
 std::function<bool(const QString&, QVariant&, bool)>
 handingOut(bool (Operator::*read)(const QString& deviceKey, Entry& out, bool force))
@@ -63,11 +63,11 @@ handingOut(bool (Operator::*read)(const QString& deviceKey, Entry& out, bool for
     };
 }
 
-/// Adds the column "check" and a row for each thing that has to hold for @p subject.
+/// Adds the column "check" and a row for each property that @p subject must have.
 void addCachedOperatorChecks(const CachedOperator& subject);
 
-/// Runs a check on a device of which nothing is cached, behind a new recording engine and while the operator
-/// watches. Whatever the check does, reads write nothing to the log, events and logouts what @p subject says.
+/// Runs a check with a device for which nothing is cached and a new recording engine, while the operator
+/// watches. Also checks the log: reads write nothing, events and logouts only what @p subject says.
 void checkCachedOperator(const CachedOperator& subject, const CachedOperatorCheck& check);
 
 #endif

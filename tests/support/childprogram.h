@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QtTest>
 
-/// Starts @p program, whose output and errors are read as one. The test fails when it does not start.
+/// Starts @p program with its output and errors merged. The test fails if it does not start.
 inline void startProgram(QProcess& process, const QString& program, const QStringList& arguments)
 {
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -15,9 +15,9 @@ inline void startProgram(QProcess& process, const QString& program, const QStrin
     QVERIFY(process.waitForStarted());
 }
 
-/// Waits for the end of a program. The test fails unless it ends by itself, with success, and has written
-/// nothing but
-/// @p output.
+/// Waits for a program to end.
+/// The test fails unless it ends on its own, successfully, and has
+/// written exactly @p output.
 inline void expectEnd(QProcess& process, const QByteArray& output)
 {
     if (!process.waitForFinished(30000)) {

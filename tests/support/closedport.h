@@ -8,8 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-/// A port of the loopback interface that refuses connections for as long as this exists. It is held without
-/// listening: a port that was only let go may be another program's at any moment.
+/// A loopback port that refuses connections while this object exists. It stays bound without listening,
+/// because another program could take over a port that was merely closed.
 class ClosedPort
 {
 public:

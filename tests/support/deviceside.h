@@ -5,18 +5,18 @@
 #include <QByteArray>
 #include <QString>
 
-/// What devices do of their own accord, as operators hear it through the proxy.
+/// Actions of devices, as the proxy reports them to operators.
 namespace DeviceSide {
 
-/// The key of a device that is unknown to everything in this process: operators and their caches outlive a
-/// test function.
+/// A device key that was never used in this process. Tests need one because operators and their caches
+/// outlive a test function.
 QString fresh();
 
 /// The device pushes the event @p json.
 void push(const QString& deviceKey, const QByteArray& json);
-/// The same on a thread of the transport; returns when that thread ended.
+/// The same from a thread of the transport. Returns once that thread has ended.
 void pushFromForeignThread(const QString& deviceKey, const QByteArray& json);
-/// The device goes.
+/// The device disconnects.
 void logOut(const QString& deviceKey);
 
 } // namespace DeviceSide

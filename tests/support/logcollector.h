@@ -4,12 +4,12 @@
 
 #include <QStringList>
 
-/// Takes the log while it lives, so that a test can say exactly what was written: QTest::ignoreMessage()
-/// wants a line at least once and lets every other pass.
+/// Captures the log while it exists, so that a test can compare everything that was written;
+/// QTest::ignoreMessage() only requires a line and lets all others pass.
 ///
-/// Lines may come from any thread. Neither QT_LOGGING_RULES nor filter rules hide one; those of Qt's own
-/// categories go on to where they went before. Collectors nest: a line is the innermost one's. Make and
-/// destroy them on one thread, the innermost first.
+/// Lines may come from any thread. Neither QT_LOGGING_RULES nor filter rules hide them. Lines in Qt's own
+/// categories are passed on instead. Collectors can be nested; a line goes to the innermost. Create and
+/// destroy them on one thread, in reverse order.
 class LogCollector
 {
 public:
@@ -18,8 +18,8 @@ public:
     LogCollector(const LogCollector&) = delete;
     LogCollector& operator=(const LogCollector&) = delete;
 
-    /// All lines so far, each behind its type: "debug: text". That of a category is spelt as in filter rules:
-    /// "tessel.http.warning: text".
+    /// All lines so far, each with its type as prefix: "debug: text", or with its category as in filter
+    /// rules: "tessel.http.warning: text".
     QStringList lines() const;
     void forget();
 
@@ -27,7 +27,7 @@ private:
     static void collect(QtMsgType type, const QMessageLogContext& context, const QString& text);
 
     LogCollector* m_outer;
-    QStringList m_lines; // guarded by the mutex of all collectors
+    QStringList m_lines; // guarded by a mutex that all collectors share
 };
 
 #endif

@@ -4,8 +4,8 @@
 
 #include <QtTest>
 
-/// Checks that @p Operator has exactly one instance. A test that calls its operations does not show this:
-/// those that look at no member run on a null pointer as well.
+/// Checks that @p Operator has exactly one instance. Calling its operations does not prove that: those that
+/// access no member also work with a null pointer.
 template <class Operator>
 void checkOneInstance()
 {

@@ -4,11 +4,11 @@
 
 #include "operationrow.h"
 
-/// The id that the rows' calls name.
+/// The id that the calls in the rows use.
 inline const QString sampleId = QStringLiteral("7");
 
-/// Rows for the operations of one class that share a signature: name, route key and member are all that
-/// differs. The calls send the id sampleId, and the body {"x":1} or [{"x":1}].
+/// Rows for operations of one class that share a signature and differ only in name, route key and member
+/// function. The calls send the id sampleId, and the body {"x":1} or [{"x":1}].
 template <class Operator>
 struct OperationForms
 {

@@ -13,56 +13,56 @@
 #include <functional>
 #include <optional>
 
-/// The device that the rows' calls name.
+/// The device that the calls in the rows use.
 inline const QString sampleDevice = QStringLiteral("wall");
 
-/// What a row's call may hand to its operation as outputs. Filled before the call, so that a row sees what
-/// happened to earlier content.
+/// Outputs that the call of a row can pass to its operation. They are filled before the call, to check what
+/// happens to previous content.
 struct Outputs
 {
     QMap<QString, QVariant> map;
     QList<QVariant> list;
 };
 
-/// Which decoder fills the output. None: the operation has no output, or leaves it as it was.
+/// Which decoder fills the output. None: the operation has no output, or leaves it unchanged.
 enum class Decoder { None, Map, FlatList, ParsedList };
 
-/// What becomes of a failed exchange.
+/// The effect of a failed exchange.
 enum class OnFailure {
-    EmptyOutput, ///< `false`, output emptied
-    KeepOutput,  ///< `false`, output as it was
-    Unnoticed    ///< `true`, output as it was: the operation does not look
+    EmptyOutput, ///< returns `false` and empties the output
+    KeepOutput,  ///< returns `false` and leaves the output unchanged
+    Unnoticed    ///< returns `true` and leaves the output unchanged: the outcome is ignored
 };
 
-/// What one operation sends and what it makes of the reply.
+/// What an operation sends, and how it handles the reply.
 struct OperationRow
 {
-    const char* name;     ///< class and operation, with the overload behind a blank where there are several
-    const char* routeKey; ///< looked up in the table; may be absent there
+    const char* name;     ///< class and operation, then a space and the overload if there are several
+    const char* routeKey; ///< looked up in the route table; may be absent there
     Krelm::Communicator::HttpDevice::HttpMethod method;
     Decoder decoder;
     std::function<bool(Outputs&)> call; ///< calls the operation on sampleDevice
-    QByteArray body = {};               ///< as it is sent
+    QByteArray body = {};               ///< as sent
     QMap<QString, QString> placeHolders = {};
     QMap<QString, QString> parameters = {};
-    std::optional<int> expectedTime = {}; ///< none when the operation sets none
+    std::optional<int> expectedTime = {}; ///< empty if the operation sets none
     QMap<QString, QString> headers = {};
     bool daemon = false;
-    QMap<QString, QVariant> parts = {}; ///< of a multipart body; without any the body is not multipart
+    QMap<QString, QVariant> parts = {}; ///< of a multipart body; empty if the body is not multipart
     QString downloadPath = {};
     OnFailure onFailure = OnFailure::EmptyOutput;
-    bool codeFails = false;   ///< a device's non-zero `code` is a failure too
-    bool startCounts = false; ///< of an operation that does not wait: `false` when nothing was started
+    bool codeFails = false;   ///< whether a non-zero `code` from the device also counts as failure
+    bool startCounts = false; ///< of an operation that does not wait: returns `false` if nothing was started
 };
 
-/// The row of an operation that takes a device's non-zero `code` for a failure.
+/// The row of an operation for which a non-zero `code` from the device is a failure.
 inline OperationRow failingOnCode(OperationRow row)
 {
     row.codeFails = true;
     return row;
 }
 
-/// The row of an operation that does not wait and whose result is whether its request was started.
+/// The row of an operation that does not wait and returns whether its request was started.
 inline OperationRow startCounting(OperationRow row)
 {
     row.startCounts = true;
@@ -71,18 +71,18 @@ inline OperationRow startCounting(OperationRow row)
 
 Q_DECLARE_METATYPE(OperationRow)
 
-/// Calls an operation against a recording engine and checks, with Qt Test's comparisons, that it
-/// - sends exactly one request, as the row says;
-/// - on success returns `true` and replaces its output by what its decoder gives;
-/// - counts a device's non-zero `code` as success, unless the row says otherwise;
+/// Calls an operation with a recording engine and checks, with Qt Test's comparisons, that it
+/// - sends exactly one request, the one described by the row;
+/// - on success returns `true` and replaces its output with the decoded reply;
+/// - treats a non-zero `code` from the device as success, unless the row says otherwise;
 /// - on failure returns `false` and empties its output, unless the row says otherwise.
 void checkBlockingOperation(const OperationRow& row);
 
 /// Calls an operation that does not wait and checks that it
-/// - sends exactly one request, as the row says;
+/// - sends exactly one request, the one described by the row;
 /// - returns `true` while the request is unanswered;
-/// - has emptied its output by then, if it has one, and leaves it so whatever the answer is;
-/// - says the same of a request whose start was refused, unless the row says that the start counts.
+/// - has emptied its output by then, if it has one, and leaves it empty whatever the reply is;
+/// - does the same if the engine refuses to start the request, unless the row says that the start counts.
 void checkUnansweredOperation(const OperationRow& row);
 
 #endif

@@ -7,14 +7,14 @@
 #include <functional>
 #include <memory>
 
-/// Tells whether a call gets through while this thread is in the middle of something.
+/// Checks whether a call on another thread is blocked while this thread is busy with something.
 class OtherThread
 {
 public:
     OtherThread() = default;
     OtherThread(const OtherThread&) = delete;
     OtherThread& operator=(const OtherThread&) = delete;
-    /// A call that did not get through has to by now.
+    /// Waits for a call that was blocked; nothing may block it any longer.
     ~OtherThread()
     {
         if (m_thread) {
@@ -22,7 +22,7 @@ public:
         }
     }
 
-    /// Runs @p call on a thread of its own. @return whether it returned; `false` after five seconds.
+    /// Runs @p call on a thread of its own. @return whether it returned within five seconds.
     bool getsThrough(std::function<void()> call)
     {
         m_thread.reset(QThread::create(std::move(call)));

@@ -12,7 +12,7 @@
 
 #include <stdexcept>
 
-/// An engine that throws from start(), so that sending does.
+/// An engine whose start() throws, so that sending throws.
 class ThrowingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
 {
 public:
@@ -26,8 +26,8 @@ public:
     }
 };
 
-/// What a promise came to, as a text: the JSON of its value or of its list's size, or why it was rejected.
-/// Waits for it.
+/// The outcome of a promise as text: its value as JSON, the size of its list, or the reason of its rejection.
+/// Waits for the promise.
 struct PromiseOutcome
 {
     static QString of(const QtPromise::QPromise<void>& promise)

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-/// An operation that chooses its route by the device's protocol.
+/// An operation whose route depends on the device's protocol.
 struct ProtocolRow
 {
     const char* name;   ///< class and operation
@@ -18,9 +18,9 @@ struct ProtocolRow
 
 Q_DECLARE_METATYPE(ProtocolRow)
 
-/// Calls the operation on a device before and after it told the multi-screen protocol and compares, with Qt
-/// Test's comparisons, the path of the request that it sends last. Every request is answered with one
-/// cabinet.
+/// Calls the operation before and after the device reported the multi-screen protocol and compares, with Qt
+/// Test's comparisons, the path of the last request. Every request is answered
+/// with one cabinet.
 void checkRouteByProtocol(const ProtocolRow& row);
 
 #endif

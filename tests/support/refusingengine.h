@@ -8,7 +8,7 @@
 
 #include <QTimer>
 
-/// An engine that starts nothing.
+/// An engine that refuses to start requests.
 class RefusingEngine : public Krelm::Communicator::HttpDevice::HttpEngine
 {
 public:

@@ -4,9 +4,9 @@
 
 #include <dlfcn.h>
 
-/// A program's own definition of a function that a shared library exports takes the place of the library's,
-/// for the libraries' calls as well. This is the library's, to be called from there; @p symbol is its mangled
-/// name, and a member function takes its object as the first parameter.
+/// A program that defines a function which a shared library exports replaces it, for calls within libraries
+/// as well. This returns the library's function, so that the replacement can call it. @p symbol is the
+/// mangled name; a member function takes its object as the first parameter.
 template <class Function>
 Function* replaced(const char* symbol)
 {

@@ -6,16 +6,16 @@
 #include <QStringList>
 #include <QThread>
 
-/// Records every signal that an object's own class declares, so that a test sees those nobody expects as
-/// well. Signals may come from any thread, one at a time.
+/// Records all signals that an object's own class declares, so that a test also notices unexpected ones.
+/// Signals may come from any thread, one at a time.
 class SignalRecorder : public QObject
 {
 public:
     explicit SignalRecorder(const QObject* sender);
 
-    /// The signals since the last call, in their order: "name(first, second)".
+    /// The signals since the last call, in order, as "name(first, second)".
     QStringList take();
-    /// The threads that raised signals so far.
+    /// The threads that have emitted signals so far.
     const QList<QThread*>& threads() const { return m_threads; }
 
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;

@@ -2,12 +2,12 @@
 #ifndef TESTS_SINGLESHOTS_H
 #define TESTS_SINGLESHOTS_H
 
-/// Lets time pass without waiting: fires the calling thread's pending QTimer::singleShot() timers of @p
-/// interval milliseconds, in the order in which they were started, @p count at most. @return how many it
-/// fired.
+/// Skips a wait: fires up to @p count pending QTimer::singleShot() timers of the calling thread that have an
+/// interval of @p interval milliseconds, in the order in which they were started. @return the number of fired
+/// timers.
 int fireSingleShots(int interval, int count);
 
-/// Fires them all. A shot whose context is gone stays pending without effect, so a test begins with this.
+/// Fires all of them. One whose context was destroyed stays pending without effect, so tests begin with this.
 void fireAllSingleShots(int interval);
 
 #endif

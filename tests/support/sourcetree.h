@@ -23,7 +23,7 @@ inline QStringList sourcesBelow(const QString& directory)
     return files;
 }
 
-/// The text of a file of the tree; empty when it cannot be read.
+/// The text of a file of the tree; empty if it cannot be read.
 inline QString textOf(const QString& file)
 {
     QFile source(QStringLiteral(TESSEL_SOURCE_DIR "/") + file);

@@ -2,10 +2,10 @@
 #ifndef TESTS_TIMELIMITS_H
 #define TESTS_TIMELIMITS_H
 
-/// How often a package of this process was given a time limit so far. What goes out does not tell a limit
-/// that equals the transport's default from none.
+/// How often a time limit has been set for a package in this process. A request does not show the difference
+/// between a limit that equals the transport's default and no limit.
 ///
-/// A program that asks puts a counting HttpJsonPackage::setExpectedTime() in place of the library's.
+/// Programs that call this replace the library's HttpJsonPackage::setExpectedTime() with one that counts.
 int timeLimitsGiven();
 
 #endif

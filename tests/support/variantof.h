@@ -5,7 +5,7 @@
 #include <QMetaType>
 #include <QVariant>
 
-/// A variant of the meta-type @p type: a copy of @p value, or its default when that is null.
+/// A variant of the meta-type @p type: a copy of @p value, or the type's default if @p value is null.
 inline QVariant variantOf(int type, const void* value = nullptr)
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)

@@ -71,6 +71,7 @@ private Q_SLOTS:
             QTest::newRow(qPrintable(file)) << file;
         }
     }
+    // By way of the page that it leads to.
     void everyOperatorClassSaysWhereTheReasonIs()
     {
         QFETCH(QString, file);
@@ -78,9 +79,11 @@ private Q_SLOTS:
         static const QRegularExpression classComment("((?:\n///[^\n]*)+)\nclass TESSEL_EXPORT");
         QString comment = classComment.match(textOf(file)).captured(1);
         comment = comment.replace(QLatin1String("\n///"), QLatin1String(" ")).simplified();
-        QVERIFY2(comment.contains(QLatin1String("After a `false` or a rejected promise, OperationOutcome "
-                                                "(`communicator/calloutcome.h`) gives the reason.")),
+        QVERIFY2(comment.contains(QLatin1String("[calling conventions](docs/calling-conventions.md)")),
                  qPrintable(comment));
+        const QString page = textOf(QStringLiteral("docs/calling-conventions.md")).simplified();
+        QVERIFY(page.contains(QLatin1String("A `false` or a rejected promise has its reason in "
+                                            "`OperationOutcome::last()` (`communicator/calloutcome.h`)")));
     }
 
     void aFailureLeavesItsReason()

@@ -38,6 +38,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(RecordingEngine::State)
+
 class TestPendingRequest : public QObject
 {
     Q_OBJECT
@@ -85,6 +87,50 @@ private Q_SLOTS:
         QCOMPARE(cache.value(device), (Map{{"old", 1}}));
         QVERIFY(m_engine->release());
         QTRY_VERIFY(handled);
+    }
+
+    void whatMayBeReadLaterIsWhatMayPass_data()
+    {
+        using State = RecordingEngine::State;
+        QTest::addColumn<State>("state");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("later");
+        const QByteArray whole = R"({"code":0,"data":{}})";
+        QTest::newRow("nothing there") << State::Success << 200 << whole << false;
+        QTest::newRow("cut short") << State::Success << 200 << whole.chopped(1) << true;
+        QTest::newRow("no body") << State::Success << 200 << QByteArray() << true;
+        QTest::newRow("a list") << State::Success << 200 << QByteArray("[]") << true;
+        QTest::newRow("no path") << State::InvalidRequest << 0 << QByteArray() << false;
+        for (const State state : {State::HostNotFound, State::Unreachable, State::TimedOut, State::Broken,
+                                  State::LimitExceeded, State::TlsFailure, State::Aborted}) {
+            QTest::newRow(qPrintable(QStringLiteral("state %1").arg(state)))
+                << state << 0 << QByteArray() << true;
+        }
+        QTest::newRow("broken in the body") << State::Broken << 404 << QByteArray() << true;
+        for (const int status : {400, 403, 404, 405, 407, 409, 428, 430, 499}) {
+            QTest::newRow(qPrintable(QString::number(status)))
+                << State::HttpFailure << status << whole << false;
+        }
+        for (const int status : {401, 408, 429, 500, 503, 599}) {
+            QTest::newRow(qPrintable(QString::number(status)))
+                << State::HttpFailure << status << whole << true;
+        }
+    }
+    void whatMayBeReadLaterIsWhatMayPass()
+    {
+        QFETCH(RecordingEngine::State, state);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(bool, later);
+        RecordingEngine::Reply reply = RecordingEngine::reply(body);
+        reply.state = state;
+        reply.status = status;
+        m_engine->answer(reply);
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/device/hw"));
+        Tessel::HttpProxy::getInstance()->getSync(device, &package);
+        QCOMPARE(Tessel::mayBeReadLater(package), later);
     }
 
     void aWriteThroughStoresOnlyWhatTheDeviceAccepted_data()
