@@ -215,12 +215,15 @@ Reply clearFaults(Device& device, const std::string& /*body*/)
     return done();
 }
 
+// All warnings have the same members.
+constexpr const EventText& warningText = eventRow(PushEvent::FanSpeed).text;
+
 constexpr Action actions[] = {
     {Method::Get, "/sim", describe},
     {Method::Get, "/sim/counts", counts},
     {Method::Get, "/sim/requests", requests},
     {Method::Post, "/sim/events", pushEvent, Takes::Anything},
-    {Method::Post, "/sim/warnings", warn, Takes::Members, {"eventType", "eventData"}},
+    {Method::Post, "/sim/warnings", warn, Takes::Members, {warningText.kind.key, warningText.payload}},
     {Method::Post, "/sim/disconnect", disconnect},
     {Method::Post, "/sim/restart", restart},
     {Method::Post, "/sim/forget", forget},
@@ -243,13 +246,15 @@ std::string memberMistake(const Action& action, const std::string& body)
     if (action.takes == Takes::Anything || body.empty() || action.method == Method::Get) {
         return {};
     }
-    const json given = parseJson(body);
-    if (!given.is_object()) {
-        return given.is_discarded() ? "the body is not valid JSON" : "the body must be an object";
-    }
     std::string known;
     for (const char* const member : action.members) {
         known += member ? (known.empty() ? "" : ", ") + std::string(member) : "";
+    }
+    const json given = parseJson(body);
+    if (!given.is_object()) {
+        return std::string(given.is_discarded() ? "the body is not valid JSON"
+                                                : "the body must be an object") +
+               (known.empty() ? "" : "; its members are " + known);
     }
     for (const auto& member : given.items()) {
         const auto isIt = [&member](const char* name) { return name && member.key() == name; };
