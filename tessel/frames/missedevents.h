@@ -16,8 +16,8 @@ QByteArrayList refreshingEvents();
 /// thread; only the first call has an effect.
 void reportMissedEvents();
 
-/// Whether @p reply, from which nothing was read, may be better some time later: a failure that may pass, or a
-/// body that is not a JSON object. A device that does not know a path never will.
+/// Whether @p reply, from which nothing was read, may be better some time later: a failure that may pass, or
+/// a body that is not a JSON object. A device that does not know a path never will.
 bool mayBeReadLater(const Krelm::Communicator::HttpDevice::HttpJsonPackage& reply);
 
 /// Call this when an event of @p deviceKey made an operator fetch a list, @p reply is what came of it, and it
