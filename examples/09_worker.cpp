@@ -50,8 +50,8 @@ public:
     }
 
 Q_SIGNALS:
-    void nameRead(const QString& wall, const QString& name);
-    void failed(const QString& wall, const QString& reason);
+    void nameRead(const QString& /*wall*/, const QString& /*name*/);
+    void failed(const QString& /*wall*/, const QString& /*reason*/);
 
 private:
     ExchangeIds m_calls;

@@ -146,18 +146,18 @@ bool DigestLogin::parse(const QString& challenges, Challenge& best)
 
 bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& authorization, bool again)
 {
-    Challenge challenge;
-    if (!parse(challenges, challenge)) {
+    const auto challenge = std::make_shared<Challenge>();
+    if (!parse(challenges, *challenge)) {
         return false;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
     // Another request may have received a newer nonce meanwhile, so this is not the device's verdict on the
     // latest answer.
-    const bool answeredThis = m_isKnown && authorization.contains("nonce=" + quoted(m_challenge.nonce));
-    const bool refused = answeredThis && !challenge.stale && (again || challenge.nonce == m_challenge.nonce);
-    if (!m_isKnown || challenge.nonce != m_challenge.nonce) {
+    const bool isNew = !m_challenge || challenge->nonce != m_challenge->nonce;
+    const bool answeredThis = m_challenge && authorization.contains("nonce=" + quoted(m_challenge->nonce));
+    const bool refused = answeredThis && !challenge->stale && (again || !isNew);
+    if (isNew) {
         m_challenge = challenge;
-        m_isKnown = true;
         m_count = 0;
     }
     return !refused;
@@ -165,16 +165,17 @@ bool DigestLogin::takeChallenge(const QString& challenges, const QByteArray& aut
 
 QByteArray DigestLogin::authorization(const QByteArray& method, const QByteArray& target)
 {
-    Challenge challenge;
+    std::shared_ptr<const Challenge> shared;
     QByteArray count;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_isKnown) {
+        if (!m_challenge) {
             return {};
         }
-        challenge = m_challenge;
+        shared = m_challenge;
         count = QByteArray::number(++m_count, 16).rightJustified(8, '0');
     }
+    const Challenge& challenge = *shared;
     const QCryptographicHash::Algorithm algorithm = *hashOf(challenge.algorithm);
     const auto hash = [algorithm](const QByteArray& text) {
         return QCryptographicHash::hash(text, algorithm).toHex();

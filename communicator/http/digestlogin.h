@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <memory>
 #include <mutex>
 
 namespace Krelm::Communicator::HttpDevice {
@@ -42,10 +43,9 @@ private:
 
     const QByteArray m_user;
     const QByteArray m_password;
-    std::mutex m_mutex; ///< guards all below
-    Challenge m_challenge;
-    bool m_isKnown = false;
-    unsigned m_count = 0; ///< number of answers with this nonce
+    std::mutex m_mutex;                           ///< guards all below
+    std::shared_ptr<const Challenge> m_challenge; ///< null before the first one
+    unsigned m_count = 0;                         ///< number of answers with this nonce
 };
 
 } // namespace Krelm::Communicator::HttpDevice
