@@ -134,7 +134,9 @@ private:
         for (const auto& [name, member] : value.items()) {
             const std::string shown = nameInAscii(name);
             if (properties.contains(name)) {
-                look(properties[name], member, before + shown, kind + "." + name);
+                std::string within = kind;
+                within.append(".").append(name);
+                look(properties[name], member, before + shown, within);
             } else if (schema.value("additionalProperties", json(true)) == false) {
                 add(before + shown, kind + " unknown", "is no member that is known here");
             }

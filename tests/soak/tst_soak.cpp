@@ -39,7 +39,12 @@ private Q_SLOTS:
         for (const QByteArray& text : told) {
             QVERIFY2(output.contains(text), text + " is not said in:\n" + output);
         }
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        // A sanitizer that sees what is broken ends the program with a code of its own.
+        QCOMPARE(process.exitCode() != 0, code != 0);
+#else
         QCOMPARE(process.exitCode(), code);
+#endif
     }
 
     void anArgumentThatIsNotValidIsRefused_data()
