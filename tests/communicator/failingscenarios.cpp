@@ -409,7 +409,7 @@ QString failInTurn(const Scenario& scenario, Plan::Lasts lasts, int mostCalls)
         }
         hurt += isHurt ? 1 : 0;
         if (wanted.calls < number) { // no call is left that has not failed
-            if (number < 5 || (hurt == 0 && scenario.canBeHurt)) {
+            if (number < 3 || (hurt == 0 && scenario.canBeHurt)) {
                 return wrong("the calls are not seen, or their failures not noticed");
             }
             return QTest::qWaitFor([before] { return descriptors() <= before; }, limit)
