@@ -48,9 +48,12 @@ void addGlobalOptions(CommandParser& parser, Settings& settings)
 {
     DeviceSettings& devices = settings.devices;
     parser
-        .add("-d,--device", devices.devices, QStringLiteral("a device: ADDRESS or NAME=ADDRESS; repeatable"))
+        .add("-d,--device", devices.devices,
+             QStringLiteral("a device: ADDRESS, NAME=ADDRESS, or of the devices file NAME, PATTERN or "
+                            "@GROUP; repeatable"))
         .placeholder("DEVICE")
         .repeatable();
+    parser.add("--devices", devices.file, QStringLiteral("the devices file")).placeholder("FILE");
     parser.addFlag("-j,--json", settings.json, QStringLiteral("print JSON"));
     parser.addFlag("-t,--trace", settings.trace, QStringLiteral("print every exchange on standard error"));
 

@@ -56,7 +56,7 @@ public:
     /// Runs a command. @return the exit code of the process.
     using Run = std::function<ExitCode(const Settings& settings, Console& console)>;
 
-    /// Adds a command within this one.
+    /// Adds a command within this one, which then needs one of them unless it is runnable by itself.
     CommandParser addCommand(const char* name, const QString& description);
 
     /// Adds an option, whose @p name begins with a dash, or an argument.
@@ -83,6 +83,7 @@ protected:
     using Runnables = std::vector<Runnable>;
 
     CommandParser(CLI::App* app, std::shared_ptr<Runnables> runnables);
+    bool isRunnable() const;
 
     CLI::App* m_app; // that of the CommandLineParser, or within it
     std::shared_ptr<Runnables> m_runnables;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commandrun.h"
 
+#include "tesselctl/requests/devicesfile.h"
 #include "tesselctl/terminal/console.h"
 
 #include <utility>
@@ -11,7 +12,7 @@ namespace {
 
 std::vector<Device> devicesOf(const Settings& settings, Console& console)
 {
-    Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    Expected<std::vector<Device>> devices = readDevices(settings.devices, knownDevices(settings.devices));
     if (!devices) {
         console.error(devices.error());
         return {};

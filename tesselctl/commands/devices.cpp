@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/commands/deviceentries.h"
 #include "tesselctl/commands/liverun.h"
 #include "tesselctl/requests/connections.h"
 #include "tesselctl/terminal/jsontext.h"
@@ -111,8 +112,11 @@ private:
     const bool m_follow;
 };
 
-ExitCode runDevices(const Settings& settings, const Options& options, Console& console)
+ExitCode runDevices(Settings settings, const Options& options, Console& console)
 {
+    if (settings.devices.devices.isEmpty()) {
+        settings.devices.devices << QStringLiteral("*");
+    }
     LiveRun run(settings, console);
     if (run.devices().empty()) {
         return Usage;
@@ -144,6 +148,9 @@ void addDevices(CommandParser& parser)
     devices.setRun([options](const Settings& settings, Console& console) {
         return runDevices(settings, *options, console);
     });
+    addDeviceAdd(devices);
+    addDeviceRemove(devices);
+    addDeviceCheck(devices);
 }
 
 } // namespace TesselCtl

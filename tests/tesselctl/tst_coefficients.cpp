@@ -404,9 +404,10 @@ private Q_SLOTS:
         for (const QString& destination : {QStringLiteral("f.json"), QStringLiteral("t/")}) {
             const QString name = destination.endsWith('/') ? destination + "1.json" : destination;
             write(name, "old");
-            const Run run = runOnFullDisk(
-                {"coefficients", "download", path(destination), "--kind", "multilayer", "--cabinets", "1"},
-                kibibytes);
+            const Run run =
+                runOnFullDisk(device() + QStringList{"coefficients", "download", path(destination), "--kind",
+                                                     "multilayer", "--cabinets", "1"},
+                              kibibytes);
             QCOMPARE(run.code, 1);
             QVERIFY2(run.err.contains(path(name).toUtf8() + ": File too large\n"), run.err);
             QCOMPARE(read(name), QByteArray("old"));

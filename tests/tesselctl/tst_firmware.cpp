@@ -434,7 +434,8 @@ private Q_SLOTS:
     {
         QFETCH(int, kibibytes);
         write("card.bin", "old");
-        const QStringList arguments{"firmware", "download", path("card.bin"), "--id", "3", "--type", "1"};
+        const QStringList arguments =
+            device() + QStringList{"firmware", "download", path("card.bin"), "--id", "3", "--type", "1"};
         const Run run = runOnFullDisk(arguments, kibibytes);
         QCOMPARE(run.code, 1);
         QCOMPARE(run.out, QByteArray());
