@@ -189,6 +189,12 @@ CommandOption& CommandOption::repeatable()
     return *this;
 }
 
+CommandOption& CommandOption::listed()
+{
+    m_option->delimiter(',')->allow_extra_args(false);
+    return *this;
+}
+
 CommandOption& CommandOption::oneOf(const QStringList& values)
 {
     const auto mistake = [values](const std::string& argument) {

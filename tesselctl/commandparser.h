@@ -37,6 +37,8 @@ public:
     CommandOption& required();
     /// One value each time that it is given; it may be given several times.
     CommandOption& repeatable();
+    /// Its value is a list, separated by commas.
+    CommandOption& listed();
     CommandOption& oneOf(const QStringList& values);
     CommandOption& between(int least, int most);
     CommandOption& between(double least, double most);

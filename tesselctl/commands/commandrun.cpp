@@ -22,13 +22,17 @@ std::vector<Device> devicesOf(const Settings& settings, Console& console)
 
 } // namespace
 
-CommandRun::CommandRun(const Settings& settings, Console& console, Interruption::Handler onSignal)
+CommandRun::CommandRun(const Settings& settings, Console& console)
     : m_settings(settings)
     , m_console(console)
     , m_devices(devicesOf(settings, console))
-    , m_interruption(std::move(onSignal))
-    , m_trace(traceExchanges(settings.trace, console))
 {}
+
+void CommandRun::begin(Interruption::Handler onSignal)
+{
+    m_interruption.emplace(std::move(onSignal));
+    m_trace = traceExchanges(m_settings.trace, m_console);
+}
 
 bool CommandRun::addDevices()
 {

@@ -3,7 +3,6 @@
 
 #include "tesselctl/requests/devicesfile.h"
 #include "tesselctl/requests/secret.h"
-#include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 
@@ -133,7 +132,7 @@ ExitCode runCheck(const Settings& settings, Console& console)
         json << QVariantMap{{QStringLiteral("device"), entry.name},
                             {QStringLiteral("mistake"), mistake.isEmpty() ? QVariant() : mistake}};
     }
-    console.out(settings.json ? QString::fromUtf8(toJson(json, true)) + QLatin1Char('\n') : aligned(rows));
+    console.out(settings.format() == Format::Table ? aligned(rows) : formatted(json, settings.format()));
     return code;
 }
 

@@ -4,9 +4,9 @@
 #include "tesselctl/commands/deviceentries.h"
 #include "tesselctl/commands/liverun.h"
 #include "tesselctl/requests/connections.h"
-#include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminal.h"
 
 #include <QDateTime>
 #include <QLoggingCategory>
@@ -58,8 +58,11 @@ public:
             rows << connectionCells(connection);
             json << withDevice(connection);
         }
-        m_run.print(m_run.asJson() ? QString::fromUtf8(toJson(json, true)) + QLatin1Char('\n')
-                                   : aligned(rows));
+        if (m_run.asJson()) {
+            m_run.printList(json);
+        } else {
+            m_run.print(aligned(rows, tableWidth()));
+        }
     }
 
     ExitCode exitCode() const
