@@ -256,6 +256,11 @@ void RequestQueue::abort(const QString& deviceKey)
     endAllOf(deviceKey, abortedError());
 }
 
+void RequestQueue::dropReplaced(const QString& deviceKey)
+{
+    m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey && kept.device->isReplaced; });
+}
+
 void RequestQueue::cancel(ExchangeId id)
 {
     m_cancelled.add(id);
@@ -326,7 +331,7 @@ void RequestQueue::endAll(DeviceQueue& queue, const QString& error)
 void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange)
 {
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
-        connection && !device->isRemoved) {
+        connection && !device->isRemoved && !device->isReplaced) {
         if (m_kept.count(device.get()) == maxKeptPerDevice) {
             m_kept.takeOldest(device.get());
         } else if (m_kept.size() >= m_maxConnections()) {

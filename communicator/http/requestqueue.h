@@ -47,6 +47,8 @@ public:
              std::chrono::steady_clock::time_point started);
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
+    /// Drops the idle connections with @p deviceKey from before its endpoint was replaced.
+    void dropReplaced(const QString& deviceKey);
     /// Ends the exchange @p id with `Aborted`, if it is here or comes later.
     void cancel(ExchangeId id);
     /// Ends the exchanges with @p deviceKey with `Aborted`.
