@@ -105,7 +105,9 @@ private:
 
 void TestTesselctl::init()
 {
-    m_simulator = std::make_unique<Simulator>();
+    Tessel::Simulator::Options options;
+    options.strict = true;
+    m_simulator = std::make_unique<Simulator>(options);
     QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
 }
 

@@ -35,7 +35,9 @@ protected:
     void startWall()
     {
         m_directory = std::make_unique<QTemporaryDir>();
-        m_simulator = std::make_unique<Tessel::Simulator::Simulator>();
+        Tessel::Simulator::Options options;
+        options.strict = true;
+        m_simulator = std::make_unique<Tessel::Simulator::Simulator>(options);
         QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
     }
 
