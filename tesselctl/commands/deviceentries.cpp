@@ -11,6 +11,8 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 
+#include <utility>
+
 namespace TesselCtl {
 
 namespace {
@@ -35,6 +37,13 @@ something is wrong.
 
 Examples:
   tesselctl devices check)";
+
+const char* const namesFooter = R"(
+Prints what --device takes of the devices file, each on a line: the names, and the groups with their @. Completions of
+shells use it.
+
+Examples:
+  tesselctl devices names)";
 
 Expected<DevicesFile> open(const Settings& settings, bool mustExist)
 {
@@ -136,6 +145,33 @@ ExitCode runCheck(const Settings& settings, Console& console)
     return code;
 }
 
+ExitCode runNames(const Settings& settings, Console& console)
+{
+    const Expected<DevicesFile> file = open(settings, false);
+    if (!file) {
+        console.error(file.error());
+        return Usage;
+    }
+    QStringList names;
+    QStringList groups;
+    for (const DeviceEntry& entry : file->devices()) {
+        names << entry.name;
+        for (const QString& group : entry.groups) {
+            groups << QLatin1Char('@') + group;
+        }
+    }
+    groups.removeDuplicates();
+    names += groups;
+    QString lines;
+    for (const QString& name : std::as_const(names)) {
+        lines += printable(name) + QLatin1Char('\n');
+    }
+    console.out(settings.format() == Format::Table
+                    ? lines
+                    : formatted(QVariantList(names.begin(), names.end()), settings.format()));
+    return Done;
+}
+
 } // namespace
 
 void addDeviceAdd(CommandParser& devices)
@@ -165,6 +201,14 @@ void addDeviceRemove(CommandParser& devices)
     remove.setFooter(QString::fromUtf8(removeFooter));
     remove.setRun(
         [names](const Settings& settings, Console& console) { return runRemove(settings, *names, console); });
+}
+
+void addDeviceNames(CommandParser& devices)
+{
+    CommandParser names =
+        devices.addCommand("names", QStringLiteral("print the names and groups of the devices file"));
+    names.setFooter(QString::fromUtf8(namesFooter));
+    names.setRun([](const Settings& settings, Console& console) { return runNames(settings, console); });
 }
 
 void addDeviceCheck(CommandParser& devices)

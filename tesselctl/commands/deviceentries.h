@@ -10,6 +10,7 @@ namespace TesselCtl {
 void addDeviceAdd(CommandParser& devices);
 void addDeviceRemove(CommandParser& devices);
 void addDeviceCheck(CommandParser& devices);
+void addDeviceNames(CommandParser& devices);
 
 } // namespace TesselCtl
 

@@ -154,6 +154,7 @@ void addDevices(CommandParser& parser)
     addDeviceAdd(devices);
     addDeviceRemove(devices);
     addDeviceCheck(devices);
+    addDeviceNames(devices);
 }
 
 } // namespace TesselCtl

@@ -305,6 +305,17 @@ private Q_SLOTS:
         QCOMPARE(read("devices.toml"), before);
     }
 
+    void namesAndGroupsArePrintedForCompletions()
+    {
+        write("devices.toml", "[devices.b]\naddress = \"x.y\"\ngroups = [\"stage\", \"led\"]\n"
+                              "[devices.a]\naddress = \"x.y\"\ngroups = [\"stage\"]\n");
+        QCOMPARE(run({"--devices", path("devices.toml"), "devices", "names"}).out,
+                 QByteArray("b\na\n@stage\n@led\n"));
+        const Run none = run({"devices", "names"});
+        QCOMPARE(none.code, 0);
+        QCOMPARE(none.out, QByteArray());
+    }
+
     void theLoginOfADeviceIsAddedWithoutItsSecret()
     {
         write("pw", "hunter2\n");

@@ -119,6 +119,9 @@ void TestTesselctl::helpAndVersionGoToStandardOutput_data()
     QTest::newRow("help of call") << QStringList{"call", "--help"} << QByteArray("name=value");
     QTest::newRow("help of watch") << QStringList{"watch", "--help"} << QByteArray("SIGINT");
     QTest::newRow("version") << QStringList{"--version"} << QByteArray("tesselctl ");
+    QTest::newRow("versions") << QStringList{"version"} << "Qt         " + QByteArray(qVersion());
+    QTest::newRow("versions for programs")
+        << QStringList{"version", "-o", "json"} << QByteArray("\"simdjson\": \"3.");
 }
 
 void TestTesselctl::helpAndVersionGoToStandardOutput()
