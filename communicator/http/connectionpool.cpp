@@ -286,7 +286,8 @@ ConnectionPool::OfPauses ConnectionPool::release(Sessions::iterator entry, bool 
         return pause;
     }
     const TrafficClass trafficClass = entry->trafficClass();
-    if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
+    if (!entry->session.isConnected() || entry->device->isReplaced ||
+        m_idle.count(trafficClass) >= maxIdlePerClass) {
         return pause;
     }
     m_idle.add(trafficClass, std::exchange(dropped, {}));
@@ -334,6 +335,16 @@ void ConnectionPool::abort(const QString& deviceKey)
     const std::lock_guard<std::mutex> lock(m_mutex);
     abortActive([&](const auto& one) { return one.device->key == deviceKey; }, false);
     dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
+}
+
+void ConnectionPool::dropReplaced(const QString& deviceKey)
+{
+    std::vector<Sessions> dropped; // destroyed after the lock is released
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    dropped = m_idle.takeIf([&](const Sessions& idle) {
+        const Device& device = *idle.front().device;
+        return device.key == deviceKey && device.isReplaced;
+    });
 }
 
 void ConnectionPool::cancel(ExchangeId id)

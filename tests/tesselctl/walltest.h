@@ -79,7 +79,7 @@ protected:
         return QDir(m_directory->path()).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
     }
 
-    /// Runs the program on the wall where no file may grow beyond @p kibibytes, as on a disk that fills up.
+    /// Runs the program where no file may grow beyond @p kibibytes, as on a disk that fills up.
     Run runOnFullDisk(const QStringList& arguments, int kibibytes) const
     {
         QProcess shell;
@@ -87,7 +87,7 @@ protected:
             "bash",
             QStringList{"-c", QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"").arg(kibibytes),
                         TESSELCTL_PROGRAM} +
-                device() + arguments);
+                arguments);
         shell.waitForFinished(60000);
         return {shell.exitStatus() == QProcess::NormalExit ? shell.exitCode() : -1,
                 shell.readAllStandardOutput(), shell.readAllStandardError()};
