@@ -5,16 +5,18 @@
 
 namespace Krelm::Communicator::HttpDevice {
 
+// Both expressions are never destroyed, because threads may still be calling while the process ends.
 QByteArray baseUrlOfAddress(const QString& address)
 {
     // Host names as in RFC 1123, plus the underscore that local networks use; IPv6 with an optional zone (RFC
     // 6874).
-    static const QRegularExpression form(QStringLiteral("\\A(?:(https?)://)?"
-                                                        "([A-Za-z0-9](?:[A-Za-z0-9._-]{0,252}[A-Za-z0-9])?|"
-                                                        "\\[[0-9A-Fa-f:.]{2,45}(?:%25[A-Za-z0-9]{1,16})?\\])"
-                                                        "(?::([0-9]{1,5}))?\\z"),
-                                         QRegularExpression::CaseInsensitiveOption);
-    const QRegularExpressionMatch match = form.match(address);
+    static const auto* const form =
+        new QRegularExpression(QStringLiteral("\\A(?:(https?)://)?"
+                                              "([A-Za-z0-9](?:[A-Za-z0-9._-]{0,252}[A-Za-z0-9])?|"
+                                              "\\[[0-9A-Fa-f:.]{2,45}(?:%25[A-Za-z0-9]{1,16})?\\])"
+                                              "(?::([0-9]{1,5}))?\\z"),
+                               QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = form->match(address);
     if (!match.hasMatch()) {
         return {};
     }
@@ -40,10 +42,10 @@ QByteArray baseUrlOfKey(const QString& deviceKey)
 
 bool isLoopback(const QByteArray& baseUrl)
 {
-    static const QRegularExpression form(
+    static const auto* const form = new QRegularExpression(
         QStringLiteral("\\Ahttps?://(localhost|127(\\.[0-9]{1,3}){3}|\\[::1\\])(:[0-9]+)?\\z"),
         QRegularExpression::CaseInsensitiveOption);
-    return form.match(QString::fromLatin1(baseUrl)).hasMatch();
+    return form->match(QString::fromLatin1(baseUrl)).hasMatch();
 }
 
 } // namespace Krelm::Communicator::HttpDevice
