@@ -332,11 +332,15 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         return Usage;
     }
     Uploader* running = nullptr;
-    CommandRun run(settings, console, Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
-                       if (running) {
-                           running->stop();
-                       }
-                   }));
+    CommandRun run(settings, console);
+    if (run.devices().empty()) {
+        return Usage;
+    }
+    run.begin(Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
+        if (running) {
+            running->stop();
+        }
+    }));
     if (!run.addDevices()) {
         return Usage;
     }
@@ -372,7 +376,8 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
     if (settings.json) {
         console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
     }
-    return uploader.exitCode();
+    return run.interruption().happened() ? static_cast<ExitCode>(128 + run.interruption().signal())
+                                         : uploader.exitCode();
 }
 
 } // namespace

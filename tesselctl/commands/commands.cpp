@@ -6,7 +6,7 @@ namespace TesselCtl {
 void addCommands(CommandParser& parser)
 {
     for (void (*const add)(CommandParser&) : {addCall, addOps, addRoutes, addDevices, addWatch, addMonitor,
-                                              addCoefficients, addFirmware, addDemo}) {
+                                              addCoefficients, addFirmware, addDemo, addVersion}) {
         add(parser);
     }
 }

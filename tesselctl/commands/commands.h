@@ -15,6 +15,7 @@ void addFirmware(CommandParser& parser);
 void addMonitor(CommandParser& parser);
 void addOps(CommandParser& parser);
 void addRoutes(CommandParser& parser);
+void addVersion(CommandParser& parser);
 void addWatch(CommandParser& parser);
 
 /// Adds them all, in the order in which the help lists them.

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
+#include "tesselctl/commands/deviceentries.h"
 #include "tesselctl/commands/liverun.h"
 #include "tesselctl/requests/connections.h"
-#include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminal.h"
 
 #include <QDateTime>
 #include <QLoggingCategory>
@@ -57,8 +58,11 @@ public:
             rows << connectionCells(connection);
             json << withDevice(connection);
         }
-        m_run.print(m_run.asJson() ? QString::fromUtf8(toJson(json, true)) + QLatin1Char('\n')
-                                   : aligned(rows));
+        if (m_run.asJson()) {
+            m_run.printList(json);
+        } else {
+            m_run.print(aligned(rows, tableWidth()));
+        }
     }
 
     ExitCode exitCode() const
@@ -111,8 +115,11 @@ private:
     const bool m_follow;
 };
 
-ExitCode runDevices(const Settings& settings, const Options& options, Console& console)
+ExitCode runDevices(Settings settings, const Options& options, Console& console)
 {
+    if (settings.devices.devices.isEmpty()) {
+        settings.devices.devices << QStringLiteral("*");
+    }
     LiveRun run(settings, console);
     if (run.devices().empty()) {
         return Usage;
@@ -144,6 +151,10 @@ void addDevices(CommandParser& parser)
     devices.setRun([options](const Settings& settings, Console& console) {
         return runDevices(settings, *options, console);
     });
+    addDeviceAdd(devices);
+    addDeviceRemove(devices);
+    addDeviceCheck(devices);
+    addDeviceNames(devices);
 }
 
 } // namespace TesselCtl

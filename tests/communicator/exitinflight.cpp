@@ -261,10 +261,15 @@ int main(int argc, char** argv)
         {
             QCoreApplication application(argc, argv);
             requests.start(stalled);
+            DeviceEndpoint endpoint;
+            endpoint.address = stalled;
+            HttpProxy::getInstance()->addDevice(QStringLiteral("hall"), endpoint); // nobody hears of it
         }
         std::printf("between %d\n", blockingState(well));
         std::puts(loopEnds() ? "no thread" : "a thread that is left");
         QCoreApplication application(argc, argv);
+        QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceChanged, &application,
+                         [] { std::puts("told of what was before the end"); });
         std::printf("state %d\n", blockingState(well));
         Requests again;
         again.start(well);

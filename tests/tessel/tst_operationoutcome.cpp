@@ -197,11 +197,19 @@ private Q_SLOTS:
         QVERIFY(OperationOutcome::last().text().startsWith(nothingSent));
     }
 
+    void whatIsMissingForAnOperationIsNotBlamedOnTheOneBefore_data()
+    {
+        QTest::addColumn<bool>("hasTable");
+        QTest::newRow("the table") << false;
+        QTest::newRow("the transport") << true;
+    }
     void whatIsMissingForAnOperationIsNotBlamedOnTheOneBefore()
     {
+        QFETCH(bool, hasTable);
         m_engine->answer(RecordingEngine::failure());
         QVERIFY(!HWInfo::getInstance()->getHWInfo(device, true));
-        QVERIFY(!Tessel::instancesReady({"f", "g"}, "no table", nullptr, this));
+        QVERIFY(!Tessel::instancesReady({"f", "g"}, "no table", hasTable ? this : nullptr,
+                                        hasTable ? nullptr : this));
         QVERIFY(OperationOutcome::last().ids().empty());
     }
 
