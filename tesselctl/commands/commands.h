@@ -4,7 +4,14 @@
 
 #include "tesselctl/commandparser.h"
 
+#include <QVariant>
+
 namespace TesselCtl {
+
+class Wall;
+
+/// What a device is: a map with name, model, version, sn, protocol, screens and cabinets.
+QVariantMap deviceInfo(Wall& wall);
 
 /// One function for each command, in commands/<command>.cpp: adds its options, its help and what runs it.
 void addBrightness(CommandParser& parser);

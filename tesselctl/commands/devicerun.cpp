@@ -141,7 +141,7 @@ void DeviceRun::collect(const Work& work, const Kind& kind,
 {
     const int count = static_cast<int>(devices().size());
     const auto nameOf = [this](int index) { return devices()[static_cast<std::size_t>(index)].name; };
-    if (count == 1) {
+    if (count == 1 && !kind.isApart) {
         take(nameOf(0), doFor(nameOf(0), work, kind));
         return;
     }

@@ -30,6 +30,7 @@ public:
     /// What results are, and how they are shown.
     struct Kind
     {
+        bool isApart = false;     ///< a single device has a process of its own, too
         bool isRead = false;      ///< so that it may be done again
         bool isBareAlone = false; ///< a single device is not named
         bool isTable = false;     ///< the values are lists of maps, which together are one table
