@@ -308,8 +308,11 @@ bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
 HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
                                    Clock::time_point started)
 {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const bool isCancelled = pause->isCancelled;
+    lock.unlock(); // observers are told
     return failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                              pause->isCancelled ? cancelledError() : abortedError(), started);
+                              isCancelled ? cancelledError() : abortedError(), started);
 }
 
 template <class Concerns>
