@@ -90,6 +90,9 @@ void addGlobalOptions(CommandParser& parser, Settings& settings)
         .group("Several devices");
     parser.addFlag("--fail-fast", settings.failFast, QStringLiteral("end after the first device that failed"))
         .group("Several devices");
+    parser.addFlag("--dry-run", settings.dryRun,
+                   QStringLiteral("show what a write would send, and do not send it"));
+    parser.addFlag("-y,--yes", settings.yes, QStringLiteral("do not ask before what cannot be undone"));
     parser.addFlag("-t,--trace", settings.trace, QStringLiteral("print every exchange on standard error"));
 
     parser

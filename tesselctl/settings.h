@@ -21,6 +21,8 @@ struct Settings
     int parallel = 16;     ///< devices at once
     double timeout = 0;    ///< seconds for each device; 0: the limits of what is done
     int retry = 0;         ///< how often a read that found no device is done again
+    bool dryRun = false;   ///< writes are shown, not sent
+    bool yes = false;      ///< what cannot be undone is done without a question
     bool failFast = false; ///< after the first failure, nothing more is done
 
     /// How lists and lines are written; --json is JSON for them.

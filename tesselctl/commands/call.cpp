@@ -5,6 +5,7 @@
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/referencetext.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/requests/dryrun.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminal.h"
@@ -12,6 +13,8 @@
 #include <operations/reference.h>
 
 #include <tessel/hwinfo.h>
+
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -83,9 +86,6 @@ QString textOf(const QVariant& result)
 /// Calls on a device and waits for all that belongs to it.
 Outcome callOn(const QString& device, const BoundCall& call, CallResult& called)
 {
-    if (call.operation->choosesByProtocol()) {
-        HWInfo::getInstance()->getHwProtoc(device, true);
-    }
     QVariantList values = call.values;
     if (call.operation->takesDevice()) {
         values[0] = device;
@@ -111,6 +111,19 @@ bool isRead(const Operation& operation)
                                 [](const auto& request) { return request.verb == QLatin1String("GET"); });
 }
 
+/// Whether what @p operation does to a device cannot be undone by writing again what was there.
+bool cannotBeUndone(const Operation& operation)
+{
+    static const QRegularExpression lasting(
+        QStringLiteral("^(?!.*/hwscreen/).*/(?:(?:clear|save|reset)\\w*|rvupdateload|hw/update)$"));
+    const QStringList names = referenceNames(allOperations());
+    const ReferenceEntry* const entry =
+        referenceOf(names[static_cast<int>(&operation - allOperations().data())]);
+    return entry && std::any_of(entry->requests.begin(), entry->requests.end(), [](const auto& request) {
+               return request.verb != QLatin1String("GET") && lasting.match(request.path).hasMatch();
+           });
+}
+
 ExitCode runCall(const Settings& settings, const Options& options, Console& console)
 {
     const Lookup found = findOperation(allOperations(), options.operation);
@@ -126,12 +139,25 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
     }
     DeviceRun run(settings, console);
     const bool several = run.devices().size() > 1;
+    if (!run.devices().empty() && cannotBeUndone(*call->operation) &&
+        !run.mayDo(QStringLiteral("Call ") + call->operation->name)) {
+        return Failed;
+    }
     DeviceRun::Kind kind;
     kind.isRead = isRead(*call->operation);
     kind.isBareAlone = true;
     return run.forEach(
         [&](const QString& device) -> DeviceRun::Result {
             CallResult called;
+            if (call->operation->choosesByProtocol()) {
+                HWInfo::getInstance()->getHwProtoc(device, true);
+            }
+            if (settings.dryRun && !kind.isRead) {
+                const DryRun dryRun;
+                const Outcome outcome = callOn(device, *call, called);
+                const QString text = unsentText(dryRun.writes());
+                return {outcome, dryRun.writes(), several ? text : text.mid(2)};
+            }
             const Outcome outcome = callOn(device, *call, called);
             // An operation that does not wait succeeds even when no reply comes.
             if (!called.succeeded || (outcome.code != Done && outcome.code != Refused)) {

@@ -6,6 +6,7 @@
 #include "tesselctl/commands/commandrun.h"
 #include "tesselctl/commands/resumecommand.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/requests/dryrun.h"
 #include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
@@ -350,7 +351,17 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
     Uploader uploader(kind, jobsFor(kind, run.devices(), *tables), options.parallel, console);
     running = &uploader;
+    std::optional<DryRun> dryRun;
+    if (settings.dryRun) {
+        dryRun.emplace();
+    }
     uploader.run();
+    if (dryRun) {
+        console.out(settings.format() == Format::Table
+                        ? QStringLiteral("upload") + unsentText(dryRun->writes())
+                        : formatted(dryRun->writes(), settings.format()));
+        return uploader.exitCode();
+    }
     QVariantMap results;
     for (const Device& device : run.devices()) {
         const Result result = uploader.resultOf(device.name);

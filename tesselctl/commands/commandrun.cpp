@@ -28,6 +28,12 @@ CommandRun::CommandRun(const Settings& settings, Console& console)
     , m_devices(devicesOf(settings, console))
 {}
 
+CommandRun::CommandRun(const Settings& settings, Console& console, std::vector<Device> devices)
+    : m_settings(settings)
+    , m_console(console)
+    , m_devices(std::move(devices))
+{}
+
 void CommandRun::begin(Interruption::Handler onSignal)
 {
     m_interruption.emplace(std::move(onSignal));

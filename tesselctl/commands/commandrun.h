@@ -18,6 +18,8 @@ class CommandRun
 public:
     /// Reads the devices, asking for secrets where necessary.
     CommandRun(const Settings& settings, Console& console);
+    /// For devices that another run has read.
+    CommandRun(const Settings& settings, Console& console, std::vector<Device> devices);
 
     /// The devices; none if the settings are wrong, which the console has shown.
     const std::vector<Device>& devices() const { return m_devices; }

@@ -4,7 +4,10 @@
 #include "tesselctl/commands/deviceresults.h"
 #include "tesselctl/requests/deadline.h"
 #include "tesselctl/requests/deviceprocesses.h"
+#include "tesselctl/requests/dryrun.h"
 #include "tesselctl/terminal/console.h"
+#include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/question.h"
 
 #include <QDataStream>
 
@@ -127,12 +130,20 @@ ExitCode DeviceRun::forEach(const Work& work, const Kind& kind)
     if (devices().empty()) {
         return Usage;
     }
+    DeviceResults results(settings(), kind, devices().size() > 1, console());
+    collect(work, kind,
+            [&results](const QString& device, const Result& result) { results.take(device, result); });
+    return results.finish();
+}
+
+void DeviceRun::collect(const Work& work, const Kind& kind,
+                        const std::function<void(const QString& device, const Result& result)>& take)
+{
     const int count = static_cast<int>(devices().size());
     const auto nameOf = [this](int index) { return devices()[static_cast<std::size_t>(index)].name; };
-    DeviceResults results(settings(), kind, count > 1, console());
-    if (count == 1) {
-        results.take(nameOf(0), doFor(nameOf(0), work, kind));
-        return results.finish();
+    if (count == 1 && !kind.isApart) {
+        take(nameOf(0), doFor(nameOf(0), work, kind));
+        return;
     }
     bool failed = false;
     DeviceProcesses processes;
@@ -160,21 +171,36 @@ ExitCode DeviceRun::forEach(const Work& work, const Kind& kind)
         if (failed && result.outcome.code == Terminated) {
             result = {{Failed, QStringLiteral("given up")}, {}, {}, true};
         }
-        results.take(nameOf(index), result);
+        take(nameOf(index), result);
     };
     processes.run(count, settings().parallel);
-    return results.finish();
 }
 
-ExitCode DeviceRun::forEach(const std::function<Outcome(const QString& device)>& work)
+ExitCode DeviceRun::forEach(const std::function<Outcome(const QString& device)>& work, bool isRead)
 {
     Kind kind;
+    kind.isRead = isRead;
     kind.failure = false;
-    return forEach(
-        [&work](const QString& device) -> Result {
+    const auto doIt = [&](const QString& device) -> Result {
+        if (isRead || !settings().dryRun) {
             return {work(device), true, QStringLiteral(": ok\n")};
-        },
-        kind);
+        }
+        const DryRun dryRun;
+        const Outcome outcome = work(device);
+        return {outcome, dryRun.writes(), unsentText(dryRun.writes())};
+    };
+    return forEach(doIt, kind);
+}
+
+bool DeviceRun::mayDo(const QString& what) const
+{
+    if (settings().yes || settings().dryRun || !canAsk()) {
+        return true;
+    }
+    const int count = static_cast<int>(devices().size());
+    return isAnsweredYes(QStringLiteral("This cannot be undone. %1 of %2?")
+                             .arg(what, count == 1 ? printable(devices().front().name)
+                                                   : QStringLiteral("%1 devices").arg(count)));
 }
 
 } // namespace TesselCtl

@@ -30,6 +30,7 @@ public:
     /// What results are, and how they are shown.
     struct Kind
     {
+        bool isApart = false;     ///< a single device has a process of its own, too
         bool isRead = false;      ///< so that it may be done again
         bool isBareAlone = false; ///< a single device is not named
         bool isTable = false;     ///< the values are lists of maps, which together are one table
@@ -45,8 +46,17 @@ public:
 
     /// Does @p work for each device and prints each outcome. @return the code of the first failure.
     ExitCode forEach(const Work& work, const Kind& kind);
-    /// The same for work that has no value.
-    ExitCode forEach(const std::function<Outcome(const QString& device)>& work);
+    /// Does @p work for each device and hands each result to @p take, in the order of the devices; without
+    /// any, which the console has shown, it does nothing.
+    void collect(const Work& work, const Kind& kind,
+                 const std::function<void(const QString& device, const Result& result)>& take);
+    /// The same as the first for work that has no value. With --dry-run, what it would send is shown instead,
+    /// unless it is a read.
+    ExitCode forEach(const std::function<Outcome(const QString& device)>& work, bool isRead = false);
+
+    /// Asks on a terminal whether to do what cannot be undone, such as "clear the tables"; without a
+    /// terminal, or with --yes or --dry-run, nobody is asked. @return whether to do it.
+    bool mayDo(const QString& what) const;
 
     /// Signals and traces of a command that does its work itself, for one device. @return whether there is
     /// one; otherwise the console has shown why not, with @p what: what can be done with one device only.

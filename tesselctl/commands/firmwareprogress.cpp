@@ -44,11 +44,13 @@ ExitCode runProgress(const Settings& settings, bool controller, Console& console
 ExitCode runFollow(const Settings& settings, bool controller, Console& console)
 {
     DeviceRun run(settings, console);
-    return run.forEach([&](const QString& device) {
-        ProgressBar bar(device, console);
-        return UpdateWatch(device, controller, run, bar)
-            .waitUntilDone({Failed, QStringLiteral("the device reports no progress")});
-    });
+    return run.forEach(
+        [&](const QString& device) {
+            ProgressBar bar(device, console);
+            return UpdateWatch(device, controller, run, bar)
+                .waitUntilDone({Failed, QStringLiteral("the device reports no progress")});
+        },
+        true);
 }
 
 } // namespace

@@ -194,6 +194,9 @@ ExitCode runUpdate(const Settings& settings, const Options& update, Console& con
         return Usage;
     }
     DeviceRun run(settings, console);
+    if (!run.devices().empty() && !run.mayDo(QStringLiteral("Update the firmware"))) {
+        return Failed;
+    }
     return run.forEach(
         [&](const QString& device) { return Updater(device, update, *form, run, console).update(); });
 }

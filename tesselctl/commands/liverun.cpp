@@ -11,11 +11,23 @@
 #include <QTimer>
 
 #include <chrono>
+#include <utility>
 
 namespace TesselCtl {
 
 LiveRun::LiveRun(const Settings& settings, Console& console)
     : CommandRun(settings, console)
+{
+    beginLive();
+}
+
+LiveRun::LiveRun(const Settings& settings, Console& console, std::vector<Device> devices)
+    : CommandRun(settings, console, std::move(devices))
+{
+    beginLive();
+}
+
+void LiveRun::beginLive()
 {
     if (!devices().empty()) {
         begin(Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));

@@ -15,6 +15,8 @@ class LiveRun : public CommandRun
 {
 public:
     LiveRun(const Settings& settings, Console& console);
+    /// For devices that another run has read.
+    LiveRun(const Settings& settings, Console& console, std::vector<Device> devices);
 
     bool asJson() const { return settings().format() != Format::Table; }
     /// Prints @p list as a whole, in the format that was asked for.
@@ -30,6 +32,9 @@ public:
     /// Prints @p object, together with the time: as JSON on a line of its own, or as a document of YAML.
     void printJson(QVariantMap object);
     void error(const QString& text) { console().error(text); }
+
+private:
+    void beginLive();
 };
 
 } // namespace TesselCtl

@@ -43,7 +43,7 @@ QStringList listedIn(const QString& help, const QString& title)
 {
     const int begin = help.indexOf('\n' + title + ":\n");
     const QString list = begin < 0 ? QString() : help.mid(begin, help.indexOf("\n\n", begin + 1) - begin);
-    return matchesIn(list, QStringLiteral("\\n  ([a-z]+) "));
+    return matchesIn(list, QStringLiteral("\\n  ([a-z-]+) "));
 }
 
 QStringList optionsIn(const QString& help)
