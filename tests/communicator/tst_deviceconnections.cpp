@@ -196,6 +196,26 @@ private Q_SLOTS:
         QVERIFY(HttpProxy::getInstance()->devices().isEmpty());
     }
 
+    void aHandlerOfLogMessagesMayEndTheEvents()
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ntessel.events.warning=true"));
+        static std::atomic<int> told{0};
+        told = 0;
+        const QtMessageHandler before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+                HttpProxy::getInstance()->initialize(false);
+                ++told;
+            });
+        MisbehavingServer server(Mode::Raw);
+        HttpProxy::getInstance()->initialize(true);
+        const bool isAdded = add(wall, server);
+        QTRY_COMPARE(told.load(), 1);
+        qInstallMessageHandler(before);
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+        QVERIFY(isAdded);
+        QTRY_VERIFY(m_connections->connections().isEmpty());
+    }
+
     void aDeviceThatIsMadeKnownAgainKeepsNoConnectionsOfBefore()
     {
         MisbehavingServer server;
