@@ -73,7 +73,7 @@ QVector<Parameter> parametersOf(const QByteArray& text)
                     }
                     parameter.value += text[at];
                 }
-                ++at;
+                at += at < text.size() ? 1 : 0; // it may be cut
             } else {
                 parameter.value = token();
             }

@@ -160,7 +160,7 @@ private Q_SLOTS:
         for (const char* text :
              {"", "Basic realm=x", "Digest", "Digest realm=r", "Digest realm=r, nonce=\"\"",
               "Digest realm=r, nonce=n, algorithm=SHA-512-256", "Digest realm=r, nonce=n, qop=auth-int",
-              "\"\"\"", "=,=,=", "Digest =", "nonce=n"}) {
+              "\"\"\"", "=,=,=", "Digest =", "nonce=n", "Digest nonce=n, qop=\"auth-int"}) {
             QTest::newRow(text) << QString::fromLatin1(text);
         }
     }
