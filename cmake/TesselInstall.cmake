@@ -87,7 +87,7 @@ if(PROJECT_IS_TOP_LEVEL)
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION ${TESSEL_DOCUMENT_DIR}
     COMPONENT documentation)
   install(DIRECTORY docs DESTINATION ${TESSEL_DOCUMENT_DIR} COMPONENT documentation
-    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "introduction.md" EXCLUDE)
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.schema.json" PATTERN "*.svg" PATTERN "introduction.md" EXCLUDE)
   install(FILES api/openapi.json DESTINATION ${TESSEL_DOCUMENT_DIR}/api COMPONENT documentation)
   install(DIRECTORY examples DESTINATION ${TESSEL_DOCUMENT_DIR} COMPONENT documentation)
   include(TesselManual)

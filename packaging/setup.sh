@@ -2,7 +2,7 @@
 # Sourced by ./demo, ./test and .ci/run: installs missing Debian packages and runs the build.
 
 build_packages=(build-essential cmake ninja-build qtbase5-dev libcurl4-openssl-dev libssl-dev libsimdjson-dev
-  libuv1-dev libboost-dev nlohmann-json3-dev libcli11-dev libvalijson-dev python3 python3-yaml openssl)
+  libuv1-dev libboost-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev libvalijson-dev python3 python3-yaml openssl)
 test_packages=(python3 pkg-config)
 peer_packages=(nginx haproxy nodejs) # what tests/peers tries the transport against; left out where it is missing
 package_packages=(mmdebstrap file dpkg-dev) # what packaging/check-debs packs and tries packages with

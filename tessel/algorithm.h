@@ -16,7 +16,10 @@
 /// @warning These operations have no route: every request is sent with an empty path and the parameters as
 /// its query. The built-in transport ends it with `InvalidRequest`.
 ///
-/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
+///
+/// No cache, no events, any thread.
 class TESSEL_EXPORT Algorithm : public QObject
 {
     Q_OBJECT

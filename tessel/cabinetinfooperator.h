@@ -19,6 +19,8 @@
 /// @snippet snippets.cpp CabinetInfoOperator
 ///
 /// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false` or
+/// its promise was rejected.
 ///
 /// Cache. Two lists per device. That of cabinets is filled by reads and events and dropped at a logout; that
 /// of receiving cards is filled only by events and never dropped. Nothing else is cached.

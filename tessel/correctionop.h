@@ -20,8 +20,11 @@
 ///
 /// @snippet snippets.cpp Correctionop
 ///
-/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread. Each call
-/// sends one request; nothing is split, retried or interpreted.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false` or
+/// its promise was rejected.
+///
+/// No cache, no events, any thread. Each call sends one request; nothing is split, retried or interpreted.
 ///
 /// Operations that return a promise need an event loop on the calling thread. Without an event dispatcher or
 /// an application they block and return a settled promise. Each says how it reports a failure. At the end of

@@ -14,7 +14,10 @@
 ///
 /// @snippet snippets.cpp FactoryOp
 ///
-/// See the [calling conventions](docs/calling-conventions.md). No cache, no events, any thread.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
+///
+/// No cache, no events, any thread.
 class TESSEL_EXPORT FactoryOp : public QObject
 {
     Q_OBJECT

@@ -30,6 +30,8 @@ enum EnumScreenVer {
 /// @snippet snippets.cpp HWInfo
 ///
 /// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false` or
+/// its promise was rejected.
 ///
 /// Cache. The description of each device, flattened to key paths, from the first successful fetch until the
 /// device logs out, and the results of the two version checks, which survive a logout.

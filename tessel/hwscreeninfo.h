@@ -14,7 +14,10 @@
 ///
 /// @snippet snippets.cpp HwScreenInfo
 ///
-/// See the [calling conventions](docs/calling-conventions.md). No cache, no events.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
+///
+/// No cache, no events.
 ///
 /// Threads. Those that choose their route by the device's protocol (setCorrectSwitch(),
 /// setCorrectDrawRegion(), setCorrectClearImage()) must be called on HWInfo's thread, the others may run on

@@ -17,6 +17,7 @@
 /// @snippet snippets.cpp InputInfo
 ///
 /// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
 ///
 /// Cache. The list of inputs per device; a logout drops it, and writes do not touch it.
 ///

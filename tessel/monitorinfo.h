@@ -20,8 +20,10 @@ namespace UrlResource {
 ///
 /// @snippet snippets.cpp MonitorInfo
 ///
-/// See the [calling conventions](docs/calling-conventions.md). No cache; the operations may run on any
-/// thread.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
+///
+/// No cache; the operations may run on any thread.
 ///
 /// Events. Those of the sender "monitor" cause signals, emitted on the thread of the first getInstance().
 /// @warning The object is connected twice, so each signal is emitted twice per event; slots must be

@@ -16,6 +16,7 @@
 /// @snippet snippets.cpp OutputInfoOperator
 ///
 /// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
 ///
 /// Cache. The list of outputs per device; a logout drops it, and writes do not touch it.
 ///

@@ -16,8 +16,10 @@
 ///
 /// @snippet snippets.cpp PipeInfo
 ///
-/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations. Writes apply
-/// to one pipeline unless stated otherwise.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false`.
+///
+/// Writes apply to one pipeline unless stated otherwise.
 ///
 /// Cache. The list of pipelines per device, which survives a logout. Writes do not affect it: they become
 /// visible after the device has reported the change.

@@ -29,8 +29,11 @@ struct ScreenProperty;
 ///
 /// @snippet snippets.cpp ScreenInfo
 ///
-/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations. A screen is
-/// identified by its device and by the id that the device reports as `screenID`.
+/// See the [calling conventions](docs/calling-conventions.md) for what holds for all operations.
+/// `OperationOutcome::last()` (communicator/calloutcome.h) says why an operation returned `false` or
+/// its promise was rejected.
+///
+/// A screen is identified by its device and by the id that the device reports as `screenID`.
 ///
 /// Cache. The screen list and the screen tags of a device are kept until it logs out, the properties of a
 /// screen for the life of the process, even across a logout. A read with `force` always asks the device, and

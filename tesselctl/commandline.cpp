@@ -48,10 +48,51 @@ void addGlobalOptions(CommandParser& parser, Settings& settings)
 {
     DeviceSettings& devices = settings.devices;
     parser
-        .add("-d,--device", devices.devices, QStringLiteral("a device: ADDRESS or NAME=ADDRESS; repeatable"))
+        .add("-d,--device", devices.devices,
+             QStringLiteral("a device: ADDRESS, NAME=ADDRESS, or of the devices file NAME, PATTERN or "
+                            "@GROUP; repeatable"))
         .placeholder("DEVICE")
         .repeatable();
-    parser.addFlag("-j,--json", settings.json, QStringLiteral("print JSON"));
+    parser.add("--devices", devices.file, QStringLiteral("the devices file")).placeholder("FILE");
+    const CommandOption json = parser.addFlag("-j,--json", settings.json,
+                                              QStringLiteral("print JSON: the result of one device as such"));
+    parser
+        .add("-o,--output", settings.output,
+             QStringLiteral("how results are printed: ") + alternatives(formatNames(), " or "))
+        .oneOf(formatNames())
+        .excludes(json)
+        .placeholder("FORMAT")
+        .showDefault();
+    parser
+        .add("--columns", settings.table.columns,
+             QStringLiteral("only these columns of a table, separated by commas"))
+        .listed()
+        .placeholder("NAMES");
+    parser
+        .add("--sort", settings.table.sort,
+             QStringLiteral("sort a table by this column; NAME:desc: backwards"))
+        .placeholder("NAME");
+    parser.addFlag("-q,--quiet", settings.quiet, QStringLiteral("print errors only"));
+    parser.add("--parallel", settings.parallel, QStringLiteral("devices at once"))
+        .between(1, 256)
+        .placeholder("N")
+        .showDefault()
+        .group("Several devices");
+    parser.add("--timeout", settings.timeout, QStringLiteral("give a device up after so many seconds"))
+        .between(0.001, 86400.0)
+        .placeholder("SECONDS")
+        .group("Several devices");
+    parser
+        .add("--retry", settings.retry,
+             QStringLiteral("repeat a read that found no device up to N times; writes are never repeated"))
+        .between(0, 100)
+        .placeholder("N")
+        .group("Several devices");
+    parser.addFlag("--fail-fast", settings.failFast, QStringLiteral("end after the first device that failed"))
+        .group("Several devices");
+    parser.addFlag("--dry-run", settings.dryRun,
+                   QStringLiteral("show what a write would send, and do not send it"));
+    parser.addFlag("-y,--yes", settings.yes, QStringLiteral("do not ask before what cannot be undone"));
     parser.addFlag("-t,--trace", settings.trace, QStringLiteral("print every exchange on standard error"));
 
     parser
@@ -102,6 +143,9 @@ ExitCode run(const CommandParser::Run& command, const Settings& settings, char**
     QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ndefault.debug=false"));
     if (settings.trace) {
         console.expectTrace();
+    }
+    if (settings.quiet) {
+        console.beQuiet();
     }
     return command(settings, console);
 }

@@ -189,6 +189,12 @@ CommandOption& CommandOption::repeatable()
     return *this;
 }
 
+CommandOption& CommandOption::listed()
+{
+    m_option->delimiter(',')->allow_extra_args(false);
+    return *this;
+}
+
 CommandOption& CommandOption::oneOf(const QStringList& values)
 {
     const auto mistake = [values](const std::string& argument) {
@@ -238,7 +244,7 @@ CommandParser::CommandParser(CLI::App* app, std::shared_ptr<Runnables> runnables
 
 CommandParser CommandParser::addCommand(const char* name, const QString& description)
 {
-    m_app->require_subcommand(1);
+    m_app->require_subcommand(isRunnable() ? 0 : 1, 1);
     return {m_app->add_subcommand(name, description.toStdString()), m_runnables};
 }
 
@@ -280,6 +286,12 @@ CommandOption CommandParser::addFlag(const char* name, bool& value, const QStrin
 void CommandParser::setFooter(const QString& text)
 {
     m_app->footer(text.toStdString());
+}
+
+bool CommandParser::isRunnable() const
+{
+    return std::any_of(m_runnables->begin(), m_runnables->end(),
+                       [this](const Runnable& one) { return one.command == m_app; });
 }
 
 void CommandParser::setRun(Run run)
@@ -331,8 +343,9 @@ std::variant<CommandParser::Run, ExitCode> CommandLineParser::parse(int argc, ch
     } catch (const CLI::ParseError& error) {
         return report(*m_app, error, console);
     }
+    const CLI::App& innermost = innermostCommand(*m_app);
     const auto named = std::find_if(m_runnables->begin(), m_runnables->end(),
-                                    [](const Runnable& one) { return one.command->parsed(); });
+                                    [&innermost](const Runnable& one) { return one.command == &innermost; });
     if (named == m_runnables->end()) {
         qFatal("a command of the parser has no setRun()");
     }

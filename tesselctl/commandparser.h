@@ -37,6 +37,8 @@ public:
     CommandOption& required();
     /// One value each time that it is given; it may be given several times.
     CommandOption& repeatable();
+    /// Its value is a list, separated by commas.
+    CommandOption& listed();
     CommandOption& oneOf(const QStringList& values);
     CommandOption& between(int least, int most);
     CommandOption& between(double least, double most);
@@ -56,7 +58,7 @@ public:
     /// Runs a command. @return the exit code of the process.
     using Run = std::function<ExitCode(const Settings& settings, Console& console)>;
 
-    /// Adds a command within this one.
+    /// Adds a command within this one, which then needs one of them unless it is runnable by itself.
     CommandParser addCommand(const char* name, const QString& description);
 
     /// Adds an option, whose @p name begins with a dash, or an argument.
@@ -83,6 +85,7 @@ protected:
     using Runnables = std::vector<Runnable>;
 
     CommandParser(CLI::App* app, std::shared_ptr<Runnables> runnables);
+    bool isRunnable() const;
 
     CLI::App* m_app; // that of the CommandLineParser, or within it
     std::shared_ptr<Runnables> m_runnables;

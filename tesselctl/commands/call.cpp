@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/commands/commandrun.h"
+#include "tesselctl/commands/devicerun.h"
 #include "tesselctl/operations/arguments.h"
 #include "tesselctl/operations/referencetext.h"
 #include "tesselctl/requests/callobserver.h"
-#include "tesselctl/terminal/interruption.h"
-#include "tesselctl/terminal/jsontext.h"
+#include "tesselctl/requests/dryrun.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminal.h"
 #include <operations/operationlist.h>
 #include <operations/reference.h>
 
 #include <tessel/hwinfo.h>
+
+#include <QRegularExpression>
+
+#include <algorithm>
 
 namespace TesselCtl {
 
@@ -40,8 +44,8 @@ reply even where the operation itself does not. Before an operation of ScreenInf
 which protocol it speaks, because their paths depend on it.
 
 An operation without a result prints ok, or true with --json. With several devices, --json prints one object with the
-result of each device, or null where the call failed. SIGINT and SIGTERM interrupt the call; the exit code is then 130
-or 143.
+result of each device, or null where the call failed; --output json prints the same for one and for many. SIGINT and
+SIGTERM interrupt the call; the exit code is then 130 or 143.
 
 Examples:
   tesselctl --device 192.168.0.10 call Capability::getAllChipType
@@ -76,85 +80,49 @@ QVariant resultOf(const Operation& operation, const QVariantList& outputs)
 QString textOf(const QVariant& result)
 {
     return result.userType() == QMetaType::Bool && result.toBool() ? QStringLiteral("ok\n")
-                                                                   : humanText(result);
+                                                                   : humanText(result, tableWidth());
 }
 
-class Caller
+/// Calls on a device and waits for all that belongs to it.
+Outcome callOn(const QString& device, const BoundCall& call, CallResult& called)
 {
-public:
-    Caller(const Settings& settings, const BoundCall& call, const Interruption& interruption,
-           Console& console)
-        : m_settings(settings)
-        , m_call(call)
-        , m_interruption(interruption)
-        , m_console(console)
-    {}
-
-    /// Calls on the device and prints, or keeps for the JSON of several devices. @p label: the device is one
-    /// of several, and its name precedes its output.
-    void callOn(const QString& device, bool label)
-    {
-        if (m_call.operation->choosesByProtocol()) {
-            HWInfo::getInstance()->getHwProtoc(device, true);
-        }
-        CallResult called;
-        Outcome outcome = m_interruption.happened() ? Outcome{Failed, {}} : call(device, called);
-        if (outcome.code != Done && m_interruption.happened()) {
-            m_exitCode = static_cast<ExitCode>(128 + m_interruption.signal());
-            outcome = {m_exitCode, QStringLiteral("interrupted")};
-        }
-        // An operation that does not wait succeeds even when no reply comes.
-        const bool answered = called.succeeded && (outcome.code == Done || outcome.code == Refused);
-        const QVariant result = answered ? resultOf(*m_call.operation, called.outputs) : QVariant();
-        m_results.insert(device, result);
-
-        if (answered && !m_settings.json) {
-            m_console.out((label ? printable(device) + QStringLiteral(":\n") : QString()) + textOf(result));
-        } else if (answered && !label) {
-            m_console.out(QString::fromUtf8(toJson(result, true)) + QLatin1Char('\n'));
-        }
-        if (outcome.code != Done) {
-            m_console.error(QStringLiteral("%1: %2").arg(printable(device), outcome.error));
-        }
-        if (m_exitCode == Done) {
-            m_exitCode = outcome.code;
-        }
+    QVariantList values = call.values;
+    if (call.operation->takesDevice()) {
+        values[0] = device;
     }
-
-    void printAll()
-    {
-        if (m_settings.json) {
-            m_console.out(QString::fromUtf8(toJson(m_results, true)) + QLatin1Char('\n'));
-        }
+    CallObserver exchanges;
+    const CallObserver::Scope scope = exchanges.collect();
+    called = call.operation->invoke(values);
+    exchanges.waitForAll();
+    Outcome outcome = exchanges.outcome(called.succeeded);
+    if (outcome.code == Failed && !called.error.isEmpty()) {
+        outcome.error = printable(called.error);
     }
+    return outcome;
+}
 
-    ExitCode exitCode() const { return m_exitCode; }
+/// Whether @p operation changes nothing on a device, so that it may be called again.
+bool isRead(const Operation& operation)
+{
+    const QStringList names = referenceNames(allOperations());
+    const ReferenceEntry* const entry =
+        referenceOf(names[static_cast<int>(&operation - allOperations().data())]);
+    return entry && std::all_of(entry->requests.begin(), entry->requests.end(),
+                                [](const auto& request) { return request.verb == QLatin1String("GET"); });
+}
 
-private:
-    Outcome call(const QString& device, CallResult& called)
-    {
-        QVariantList values = m_call.values;
-        if (m_call.operation->takesDevice()) {
-            values[0] = device;
-        }
-        CallObserver exchanges;
-        const CallObserver::Scope scope = exchanges.collect();
-        called = m_call.operation->invoke(values);
-        exchanges.waitForAll();
-        Outcome outcome = exchanges.outcome(called.succeeded);
-        if (outcome.code == Failed && !called.error.isEmpty()) {
-            outcome.error = printable(called.error);
-        }
-        return outcome;
-    }
-
-    const Settings& m_settings;
-    const BoundCall& m_call;
-    const Interruption& m_interruption;
-    Console& m_console;
-    QVariantMap m_results; ///< by device, null where the call failed
-    ExitCode m_exitCode = Done;
-};
+/// Whether what @p operation does to a device cannot be undone by writing again what was there.
+bool cannotBeUndone(const Operation& operation)
+{
+    static const QRegularExpression lasting(
+        QStringLiteral("^(?!.*/hwscreen/).*/(?:(?:clear|save|reset)\\w*|rvupdateload|hw/update)$"));
+    const QStringList names = referenceNames(allOperations());
+    const ReferenceEntry* const entry =
+        referenceOf(names[static_cast<int>(&operation - allOperations().data())]);
+    return entry && std::any_of(entry->requests.begin(), entry->requests.end(), [](const auto& request) {
+               return request.verb != QLatin1String("GET") && lasting.match(request.path).hasMatch();
+           });
+}
 
 ExitCode runCall(const Settings& settings, const Options& options, Console& console)
 {
@@ -169,20 +137,36 @@ ExitCode runCall(const Settings& settings, const Options& options, Console& cons
         console.error(call.error());
         return Usage;
     }
-    CommandRun run(settings, console, forgetDevices);
-    if (!run.addDevices()) {
-        return Usage;
-    }
-
-    Caller caller(settings, *call, run.interruption(), console);
+    DeviceRun run(settings, console);
     const bool several = run.devices().size() > 1;
-    for (const Device& device : run.devices()) {
-        caller.callOn(device.name, several);
+    if (!run.devices().empty() && cannotBeUndone(*call->operation) &&
+        !run.mayDo(QStringLiteral("Call ") + call->operation->name)) {
+        return Failed;
     }
-    if (several) {
-        caller.printAll();
-    }
-    return caller.exitCode();
+    DeviceRun::Kind kind;
+    kind.isRead = isRead(*call->operation);
+    kind.isBareAlone = true;
+    return run.forEach(
+        [&](const QString& device) -> DeviceRun::Result {
+            CallResult called;
+            if (call->operation->choosesByProtocol()) {
+                HWInfo::getInstance()->getHwProtoc(device, true);
+            }
+            if (settings.dryRun && !kind.isRead) {
+                const DryRun dryRun;
+                const Outcome outcome = callOn(device, *call, called);
+                const QString text = unsentText(dryRun.writes());
+                return {outcome, dryRun.writes(), several ? text : text.mid(2)};
+            }
+            const Outcome outcome = callOn(device, *call, called);
+            // An operation that does not wait succeeds even when no reply comes.
+            if (!called.succeeded || (outcome.code != Done && outcome.code != Refused)) {
+                return {outcome, {}, {}};
+            }
+            const QVariant result = resultOf(*call->operation, called.outputs);
+            return {outcome, result, (several ? QStringLiteral(":\n") : QString()) + textOf(result)};
+        },
+        kind);
 }
 
 /// What the reference says of the operation that comes first, all its overloads; empty if there is none.

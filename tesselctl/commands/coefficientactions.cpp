@@ -25,6 +25,12 @@ ExitCode act(const Settings& settings, const char* verb, const CoefficientSelect
         return Usage;
     }
     DeviceRun run(settings, console);
+    if (!run.devices().empty() &&
+        !run.mayDo(QString(QLatin1String(verb) == QLatin1String("save") ? QStringLiteral("Save")
+                                                                        : QStringLiteral("Clear")) +
+                   QStringLiteral(" the %1 coefficients").arg(selection.kind))) {
+        return Failed;
+    }
     return run.forEach([&](const QString& device) {
         CoefficientKind::Map result;
         CallObserver exchanges;

@@ -22,7 +22,7 @@ namespace {
 const char* const footer = R"(
 PATH is a directory, which ends in a slash or exists, and gets one file per cabinet, CABINET.json; or a file, which gets
 a JSON object of cabinets and tables, and only if all of them could be read. "upload" reads what "download" writes.
-SIGINT and SIGTERM end it with exit code 1. A file is replaced as a whole or left unchanged.
+SIGINT and SIGTERM end it with exit code 130 or 143. A file is replaced as a whole or left unchanged.
 
 Plain tables are returned as one list for the whole device, into a file. Multilayer and adaptive tables are returned by
 cabinet and need --cabinets. Devices do not return the other kinds.
@@ -154,18 +154,13 @@ Expected<void> checkDestination(const QString& path, bool directory, const QStri
 }
 
 /// Whether devices return what is asked for, in that form.
-Expected<void> checkSelection(const Settings& settings, const CoefficientKind& kind, const Options& options,
-                              bool directory)
+Expected<void> checkSelection(const CoefficientKind& kind, const Options& options, bool directory)
 {
     const QString& name = options.selection.kind;
     const bool hasCabinets = !options.selection.cabinetNames().isEmpty();
     if (!kind.load) {
         return Error{
             QStringLiteral("devices cannot return %1 coefficients; choose another --kind").arg(name)};
-    }
-    if (settings.devices.devices.size() > 1) {
-        return Error{
-            QStringLiteral("coefficients can be downloaded from one device only; give one --device")};
     }
     if (kind.loadsByCabinet && !hasCabinets) {
         return Error{QStringLiteral("%1 coefficients are read by cabinet; use --cabinets").arg(name)};
@@ -186,12 +181,12 @@ ExitCode runDownload(const Settings& settings, const Options& options, Console& 
     const QStringList cabinets = options.selection.cabinetNames();
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
     const bool directory = path.endsWith(QLatin1Char('/')) || QFileInfo(path).isDir();
-    if (const Expected<void> possible = checkSelection(settings, kind, options, directory); !possible) {
+    if (const Expected<void> possible = checkSelection(kind, options, directory); !possible) {
         console.error(possible.error());
         return Usage;
     }
     DeviceRun run(settings, console);
-    if (run.devices().empty()) {
+    if (!run.beginAlone(QStringLiteral("coefficients can be downloaded"))) {
         return Usage;
     }
     if (const Expected<void> writable = checkDestination(path, directory, cabinets); !writable) {

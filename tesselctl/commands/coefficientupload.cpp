@@ -6,6 +6,7 @@
 #include "tesselctl/commands/commandrun.h"
 #include "tesselctl/commands/resumecommand.h"
 #include "tesselctl/requests/callobserver.h"
+#include "tesselctl/requests/dryrun.h"
 #include "tesselctl/terminal/interruption.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
@@ -332,11 +333,15 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
         return Usage;
     }
     Uploader* running = nullptr;
-    CommandRun run(settings, console, Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
-                       if (running) {
-                           running->stop();
-                       }
-                   }));
+    CommandRun run(settings, console);
+    if (run.devices().empty()) {
+        return Usage;
+    }
+    run.begin(Interruption::inEventLoopOf(QCoreApplication::instance(), [&running] {
+        if (running) {
+            running->stop();
+        }
+    }));
     if (!run.addDevices()) {
         return Usage;
     }
@@ -346,7 +351,17 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
     const CoefficientKind& kind = coefficientKind(options.selection.kind);
     Uploader uploader(kind, jobsFor(kind, run.devices(), *tables), options.parallel, console);
     running = &uploader;
+    std::optional<DryRun> dryRun;
+    if (settings.dryRun) {
+        dryRun.emplace();
+    }
     uploader.run();
+    if (dryRun) {
+        console.out(settings.format() == Format::Table
+                        ? QStringLiteral("upload") + unsentText(dryRun->writes())
+                        : formatted(dryRun->writes(), settings.format()));
+        return uploader.exitCode();
+    }
     QVariantMap results;
     for (const Device& device : run.devices()) {
         const Result result = uploader.resultOf(device.name);
@@ -372,7 +387,8 @@ ExitCode runUpload(const Settings& settings, const Options& options, Console& co
     if (settings.json) {
         console.out(QString::fromUtf8(toJson(results, true)) + QLatin1Char('\n'));
     }
-    return uploader.exitCode();
+    return run.interruption().happened() ? static_cast<ExitCode>(128 + run.interruption().signal())
+                                         : uploader.exitCode();
 }
 
 } // namespace

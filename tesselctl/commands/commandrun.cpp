@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commandrun.h"
 
+#include "tesselctl/requests/devicesfile.h"
 #include "tesselctl/terminal/console.h"
 
 #include <utility>
@@ -11,7 +12,7 @@ namespace {
 
 std::vector<Device> devicesOf(const Settings& settings, Console& console)
 {
-    Expected<std::vector<Device>> devices = readDevices(settings.devices);
+    Expected<std::vector<Device>> devices = readDevices(settings.devices, knownDevices(settings.devices));
     if (!devices) {
         console.error(devices.error());
         return {};
@@ -21,13 +22,23 @@ std::vector<Device> devicesOf(const Settings& settings, Console& console)
 
 } // namespace
 
-CommandRun::CommandRun(const Settings& settings, Console& console, Interruption::Handler onSignal)
+CommandRun::CommandRun(const Settings& settings, Console& console)
     : m_settings(settings)
     , m_console(console)
     , m_devices(devicesOf(settings, console))
-    , m_interruption(std::move(onSignal))
-    , m_trace(traceExchanges(settings.trace, console))
 {}
+
+CommandRun::CommandRun(const Settings& settings, Console& console, std::vector<Device> devices)
+    : m_settings(settings)
+    , m_console(console)
+    , m_devices(std::move(devices))
+{}
+
+void CommandRun::begin(Interruption::Handler onSignal)
+{
+    m_interruption.emplace(std::move(onSignal));
+    m_trace = traceExchanges(m_settings.trace, m_console);
+}
 
 bool CommandRun::addDevices()
 {

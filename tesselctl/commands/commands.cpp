@@ -5,8 +5,10 @@ namespace TesselCtl {
 
 void addCommands(CommandParser& parser)
 {
-    for (void (*const add)(CommandParser&) : {addCall, addOps, addRoutes, addDevices, addWatch, addMonitor,
-                                              addCoefficients, addFirmware, addDemo}) {
+    for (void (*const add)(CommandParser&) :
+         {addInfo,   addScreens,  addCabinets,     addInputs,   addOutputs, addBrightness, addTestPattern,
+          addRename, addIdentify, addHealth,       addCall,     addOps,     addRoutes,     addDevices,
+          addWatch,  addMonitor,  addCoefficients, addFirmware, addDemo,    addVersion}) {
         add(parser);
     }
 }

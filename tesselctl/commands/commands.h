@@ -4,17 +4,35 @@
 
 #include "tesselctl/commandparser.h"
 
+#include <QVariant>
+
 namespace TesselCtl {
 
+class Wall;
+
+/// What a device is: a map with name, model, version, sn, protocol, screens and cabinets.
+QVariantMap deviceInfo(Wall& wall);
+
 /// One function for each command, in commands/<command>.cpp: adds its options, its help and what runs it.
+void addBrightness(CommandParser& parser);
+void addCabinets(CommandParser& parser);
 void addCall(CommandParser& parser);
 void addCoefficients(CommandParser& parser);
 void addDemo(CommandParser& parser);
 void addDevices(CommandParser& parser);
 void addFirmware(CommandParser& parser);
+void addHealth(CommandParser& parser);
+void addIdentify(CommandParser& parser);
+void addInfo(CommandParser& parser);
+void addInputs(CommandParser& parser);
 void addMonitor(CommandParser& parser);
 void addOps(CommandParser& parser);
+void addOutputs(CommandParser& parser);
+void addRename(CommandParser& parser);
 void addRoutes(CommandParser& parser);
+void addScreens(CommandParser& parser);
+void addTestPattern(CommandParser& parser);
+void addVersion(CommandParser& parser);
 void addWatch(CommandParser& parser);
 
 /// Adds them all, in the order in which the help lists them.

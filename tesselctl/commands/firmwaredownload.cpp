@@ -67,12 +67,8 @@ Outcome download(const QString& device, const Options& options, DeviceRun& run, 
 ExitCode runDownload(const Settings& settings, const Options& options, Console& console)
 {
     const QString& path = options.path;
-    if (settings.devices.devices.size() > 1) {
-        console.error(QStringLiteral("firmware can be downloaded from one device only; give one --device"));
-        return Usage;
-    }
     DeviceRun run(settings, console);
-    if (run.devices().empty()) {
+    if (!run.beginAlone(QStringLiteral("firmware can be downloaded"))) {
         return Usage;
     }
     const QString device = run.devices().front().name;

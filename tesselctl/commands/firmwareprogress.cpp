@@ -11,7 +11,7 @@ namespace {
 
 const char* const footer = R"(
 Without --follow, prints the device's reply. With --follow, shows the progress until the update ends; the exit code is
-0 when it is done, 1 when it failed, when the device reports no progress or after a signal, and 4 when there was no
+0 when it is done, 1 when it failed or when the device reports no progress, and 4 when there was no
 progress for two minutes.
 
 Examples:
@@ -28,13 +28,15 @@ struct Options
 ExitCode runProgress(const Settings& settings, bool controller, Console& console)
 {
     DeviceRun run(settings, console);
+    DeviceRun::Kind kind;
+    kind.isRead = true;
     return run.forEach(
         [&](const QString& device) -> DeviceRun::Result {
             QMap<QString, QVariant> reply;
             const Outcome outcome = readUpdateProgress(device, controller, reply);
             return {outcome, reply, QStringLiteral(":\n") + humanText(reply)};
         },
-        QVariant());
+        kind);
 }
 
 /// Shows how far the update of every device is until it ended, one device after the other. @return how the
@@ -42,11 +44,13 @@ ExitCode runProgress(const Settings& settings, bool controller, Console& console
 ExitCode runFollow(const Settings& settings, bool controller, Console& console)
 {
     DeviceRun run(settings, console);
-    return run.forEach([&](const QString& device) {
-        ProgressBar bar(device, console);
-        return UpdateWatch(device, controller, run, bar)
-            .waitUntilDone({Failed, QStringLiteral("the device reports no progress")});
-    });
+    return run.forEach(
+        [&](const QString& device) {
+            ProgressBar bar(device, console);
+            return UpdateWatch(device, controller, run, bar)
+                .waitUntilDone({Failed, QStringLiteral("the device reports no progress")});
+        },
+        true);
 }
 
 } // namespace

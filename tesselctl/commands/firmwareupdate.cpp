@@ -24,9 +24,9 @@ namespace {
 
 const char* const footer = R"(
 Sends the firmware to the receiving cards, has the cards load it and waits until the device reports that the update is
-done. Several devices are updated one after the other. The names of the form's parts depend on the device: --part names
+done. Several devices are updated at once. The names of the form's parts depend on the device: --part names
 the one with the file, --field adds others; the request to load has the file's name under --part and the same fields.
-SIGINT and SIGTERM end it with exit code 1; the device keeps what it has received.
+SIGINT and SIGTERM end it with exit code 130 or 143; the device keeps what it has received.
 
 Examples:
   tesselctl --device 192.168.0.10 firmware update card.bin
@@ -194,6 +194,9 @@ ExitCode runUpdate(const Settings& settings, const Options& update, Console& con
         return Usage;
     }
     DeviceRun run(settings, console);
+    if (!run.devices().empty() && !run.mayDo(QStringLiteral("Update the firmware"))) {
+        return Failed;
+    }
     return run.forEach(
         [&](const QString& device) { return Updater(device, update, *form, run, console).update(); });
 }

@@ -11,13 +11,28 @@
 #include <QTimer>
 
 #include <chrono>
+#include <utility>
 
 namespace TesselCtl {
 
 LiveRun::LiveRun(const Settings& settings, Console& console)
-    : CommandRun(settings, console,
-                 Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit))
-{}
+    : CommandRun(settings, console)
+{
+    beginLive();
+}
+
+LiveRun::LiveRun(const Settings& settings, Console& console, std::vector<Device> devices)
+    : CommandRun(settings, console, std::move(devices))
+{
+    beginLive();
+}
+
+void LiveRun::beginLive()
+{
+    if (!devices().empty()) {
+        begin(Interruption::inEventLoopOf(QCoreApplication::instance(), &QCoreApplication::quit));
+    }
+}
 
 bool LiveRun::run(int seconds)
 {
@@ -49,7 +64,9 @@ void LiveRun::print(const QString& text)
 void LiveRun::printJson(QVariantMap object)
 {
     object.insert(QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
-    print(QString::fromUtf8(toJson(object, false)) + QLatin1Char('\n'));
+    // One document of YAML each, so that a reader need not wait for the end.
+    print(settings().format() == Format::Yaml ? QStringLiteral("---\n") + formatted(object, Format::Yaml)
+                                              : QString::fromUtf8(toJson(object, false)) + QLatin1Char('\n'));
 }
 
 } // namespace TesselCtl

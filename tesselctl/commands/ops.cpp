@@ -155,7 +155,7 @@ ExitCode runOps(const Settings& settings, const Options& options, Console& conso
         }
         list.append(object);
     }
-    console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : lines);
+    console.out(settings.format() == Format::Table ? lines : formatted(list, settings.format()));
     if (list.isEmpty()) {
         console.error(QStringLiteral("no operation matches \"%1\"").arg(printable(options.filter)));
     }

@@ -31,11 +31,15 @@ QString resumeCommand(const Settings& settings, const QString& device, const QSt
             words << name << shellWord(value);
         }
     };
+    // One of a group of the devices file is given by its name.
+    QString given = device;
     for (const QString& text : settings.devices.devices) {
-        if (text == device || text.startsWith(device + QLatin1Char('='))) {
-            option(QStringLiteral("--device"), text);
+        if (text.startsWith(device + QLatin1Char('='))) {
+            given = text;
         }
     }
+    option(QStringLiteral("--devices"), settings.devices.file);
+    option(QStringLiteral("--device"), given);
     option(QStringLiteral("--login"), settings.devices.login);
     option(QStringLiteral("--user"), settings.devices.user);
     option(QStringLiteral("--secret-env"), settings.devices.secretVariable);

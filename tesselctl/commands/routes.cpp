@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tesselctl/commands/commands.h"
 
-#include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/output.h"
 #include "tesselctl/terminal/printable.h"
 
@@ -31,7 +30,7 @@ ExitCode runRoutes(const Settings& settings, const QString& filter, Console& con
         list.append(
             QVariantMap{{QStringLiteral("key"), route.key()}, {QStringLiteral("path"), route.value()}});
     }
-    console.out(settings.json ? QString::fromUtf8(toJson(list, true)) + QLatin1Char('\n') : aligned(rows));
+    console.out(settings.format() == Format::Table ? aligned(rows) : formatted(list, settings.format()));
     if (list.isEmpty()) {
         console.error(QStringLiteral("no route matches \"%1\"").arg(printable(filter)));
     }

@@ -4,9 +4,11 @@
 #include "tesselctl/operations/sourcefile.h"
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
+#include <operations/suggestion.h>
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QUrl>
 #include <QVariant>
 
@@ -15,6 +17,7 @@
 
 namespace TesselCtl {
 
+using Tessel::Operations::didYouMean;
 using Tessel::Operations::Parameter;
 
 namespace {
@@ -184,6 +187,43 @@ QVariant words(const QString& text)
     return list;
 }
 
+/// The name that @p text gives itself: what precedes its first equals sign, if that is a word. Empty for
+/// others, such as JSON.
+QString nameIn(const QString& text)
+{
+    static const QRegularExpression named(QStringLiteral("^([A-Za-z_][A-Za-z0-9_]*)="));
+    return named.match(text).captured(1);
+}
+
+/// The names of all arguments that @p overloads take.
+QStringList namesOf(const std::vector<const Operation*>& overloads)
+{
+    QStringList names;
+    for (const Operation* const operation : overloads) {
+        for (const std::size_t index : operation->userParameters()) {
+            names << operation->parameters[index].name;
+        }
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+/// What is wrong with the names that @p texts give themselves. A misspelt name is never somebody's value.
+QString misspeltIn(const QStringList& texts, const QStringList& names)
+{
+    for (const QString& text : texts) {
+        const QString name = nameIn(text);
+        if (name.isEmpty() || names.contains(name)) {
+            continue;
+        }
+        const QString error = QStringLiteral("unknown argument \"%1\"").arg(name) + didYouMean(name, names);
+        return names.isEmpty() ? error
+                               : error + QStringLiteral("; a value that has an equals sign is written %1=%2")
+                                             .arg(names.first(), abridged(text));
+    }
+    return {};
+}
+
 // Puts every text to its parameter: by name, or to the next one that has no value yet.
 Expected<std::map<std::size_t, QString>> assign(const Operation& operation, const QStringList& texts)
 {
@@ -194,6 +234,10 @@ Expected<std::map<std::size_t, QString>> assign(const Operation& operation, cons
         const auto named = std::find_if(written.begin(), written.end(), [&](std::size_t index) {
             return text.startsWith(operation.parameters[index].name + QLatin1Char('='));
         });
+        if (named == written.end() && !nameIn(text).isEmpty()) {
+            // That of another overload.
+            return Error{QStringLiteral("unexpected argument \"%1\"").arg(abridged(text))};
+        }
         if (named == written.end()) {
             positional << text;
         } else if (!assigned.emplace(*named, text.mid(operation.parameters[*named].name.size() + 1)).second) {
@@ -304,6 +348,13 @@ Expected<QVariant> valueFromText(ValueType type, const QString& text, ArgumentFi
 Expected<BoundCall> bindArguments(const std::vector<const Operation*>& overloads, const QStringList& texts,
                                   ArgumentFiles& files)
 {
+    if (const QString misspelt = misspeltIn(texts, namesOf(overloads)); !misspelt.isEmpty()) {
+        QString error = misspelt;
+        for (const Operation* operation : overloads) {
+            error += QStringLiteral("\n  ") + operation->usage();
+        }
+        return Error{error};
+    }
     std::vector<Fit> fits;
     fits.reserve(overloads.size());
     for (const Operation* operation : overloads) {

@@ -37,9 +37,15 @@ ExitCode exitCodeOf(IHttpVersionTrigger::HttpSimpleState state)
     }
 }
 
-// What the reply's envelope says of a refusal, such as `code 7, "no such screen"`; empty when it says
-// nothing.
-QString refusalIn(const QByteArray& reply)
+// What the reply's envelope says of a refusal: its code, and as text such as `code 7, "no such screen"`; none
+// when it says nothing.
+struct Refusal
+{
+    std::optional<qlonglong> code;
+    QString text;
+};
+
+Refusal refusalIn(const QByteArray& reply)
 {
     QMap<QString, QVariant> envelope;
     if (!JsonUtil::fromJsonToMapWithoutData(QString::fromUtf8(reply), envelope)) {
@@ -50,8 +56,8 @@ QString refusalIn(const QByteArray& reply)
     if (code == 0) {
         return {};
     }
-    return QStringLiteral("code %1").arg(code) +
-           (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)));
+    return {code, QStringLiteral("code %1").arg(code) +
+                      (message.isEmpty() ? QString() : QStringLiteral(", \"%1\"").arg(printable(message)))};
 }
 
 // What stands in the place of JSON in a reply with a good status; empty when JSON or nothing came.
@@ -149,7 +155,7 @@ ObserverHandle traceExchanges(bool wanted, Console& console)
         return {};
     }
     return addExchangeObserver(
-        [&console](const CallObserver::Record& record) { console.info(traceLine(record)); });
+        [&console](const CallObserver::Record& record) { console.trace(traceLine(record)); });
 }
 
 QString traceLine(const CallObserver::Record& record)
@@ -165,19 +171,18 @@ QString traceLine(const CallObserver::Record& record)
 
 Outcome outcomeOf(const CallObserver::Record& record)
 {
-    const QString refusal = refusalIn(record.reply);
+    const Refusal refusal = refusalIn(record.reply);
+    Outcome outcome{exitCodeOf(record.state), printable(record.reason), record.status, refusal.code,
+                    record.retryAfter};
     if (record.state == IHttpVersionTrigger::Success) {
-        if (!refusal.isEmpty()) {
-            return {Refused, QStringLiteral("the device refused: ") + refusal};
-        }
         const QString other = otherThanJson(record.reply);
-        return other.isEmpty() ? Outcome() : Outcome{Refused, other};
-    }
-    if (record.state == IHttpVersionTrigger::HttpFailure) {
+        outcome.code = refusal.code || !other.isEmpty() ? Refused : Done;
+        outcome.error = refusal.code ? QStringLiteral("the device refused: ") + refusal.text : other;
+    } else if (record.state == IHttpVersionTrigger::HttpFailure) {
         const QString status = QStringLiteral("the device refused: HTTP status %1").arg(record.status);
-        return {Refused, refusal.isEmpty() ? status : status + QStringLiteral(", ") + refusal};
+        outcome.error = refusal.code ? status + QStringLiteral(", ") + refusal.text : status;
     }
-    return {exitCodeOf(record.state), printable(record.reason)};
+    return outcome;
 }
 
 } // namespace TesselCtl

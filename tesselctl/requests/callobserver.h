@@ -21,6 +21,9 @@ struct Outcome
 {
     ExitCode code = Done;
     QString error;
+    int status = 0;                           ///< of HTTP; 0 where none came
+    std::optional<qlonglong> deviceCode = {}; ///< what the device's reply has as `code`, if that refuses
+    qint64 retryAfter = -1; ///< milliseconds for which a busy device asked to be left alone; -1: it did not
 };
 
 /// Watches the exchanges that are begun on behalf of a call: an operation returns whether it succeeded, its

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <poll.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -25,14 +26,34 @@ QString firstLine(const QByteArray& text)
     return QString::fromUtf8(line);
 }
 
-Expected<QString> fromFile(const QString& name)
+Expected<QString> contentOf(QFile& file)
 {
-    QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        return Error{QStringLiteral("%1 cannot be read: %2").arg(printable(name), file.errorString())};
+        return Error{
+            QStringLiteral("%1 cannot be read: %2").arg(printable(file.fileName()), file.errorString())};
     }
     const int limit = 64 * 1024;
     return firstLine(file.read(limit));
+}
+
+Expected<QString> fromFile(const QString& name)
+{
+    QFile file(name);
+    return contentOf(file);
+}
+
+Expected<QString> fromPrivateFile(const QString& name)
+{
+    QFile file(name);
+    Expected<QString> content = contentOf(file);
+    // Of the file that is open, not of one that took its name meanwhile.
+    struct stat status
+    {};
+    if (content && (::fstat(file.handle(), &status) != 0 || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0)) {
+        return Error{QStringLiteral("%1 is open to other users; allow only yourself: chmod 600 %1")
+                         .arg(printable(name))};
+    }
+    return content;
 }
 
 /// Waits until @p terminal can be read. @return 0, or the signal that came instead.
@@ -45,14 +66,14 @@ int signalWhileWaiting(const QFile& terminal, const Interruption& interruption)
 }
 
 // readpassphrase() does not end when the signal comes between its question and its read.
-Expected<QString> fromTerminal()
+// @p remedy: what else there is.
+Expected<QString> fromTerminal(const QString& question, const QString& remedy)
 {
     QFile terminal(QStringLiteral("/dev/tty"));
     termios shown{};
     if (!terminal.open(QIODevice::ReadWrite | QIODevice::Unbuffered) ||
         tcgetattr(terminal.handle(), &shown) != 0) {
-        return Error{QStringLiteral(
-            "no terminal to ask for the password or token; use --secret-env or --secret-file")};
+        return Error{QStringLiteral("no terminal to ask for the password or token; ") + remedy};
     }
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -62,7 +83,7 @@ Expected<QString> fromTerminal()
         // A signal that ended the process here would leave a terminal that shows nothing of what is typed.
         const Interruption interruption;
         tcsetattr(terminal.handle(), TCSAFLUSH, &hidden);
-        terminal.write("Password or token: ");
+        terminal.write(question.toLocal8Bit());
         signal = signalWhileWaiting(terminal, interruption);
         if (signal == 0) {
             line = terminal.readLine();
@@ -89,11 +110,39 @@ Expected<QString> readSecret(const QString& variable, const QString& file)
         }
         return secret;
     }
-    Expected<QString> secret = file.isEmpty() ? fromTerminal() : fromFile(file);
+    Expected<QString> secret = file.isEmpty()
+                                   ? fromTerminal(QStringLiteral("Password or token: "),
+                                                  QStringLiteral("use --secret-env or --secret-file"))
+                                   : fromFile(file);
     if (secret && secret->isEmpty()) {
         return Error{QStringLiteral("the password or token is empty")};
     }
     return secret;
+}
+
+Expected<QString> readPrivateSecret(const QString& device, const QString& file)
+{
+    Expected<QString> secret =
+        file.isEmpty()
+            ? fromTerminal(
+                  QStringLiteral("Password or token of %1: ").arg(printable(device)),
+                  QStringLiteral("name a \"secret-file\" of %1 in the devices file").arg(printable(device)))
+            : fromPrivateFile(file);
+    if (secret && secret->isEmpty()) {
+        return Error{QStringLiteral("the password or token of %1 is empty").arg(printable(device))};
+    }
+    return secret;
+}
+
+Expected<void> checkPrivateSecret(const QString& file)
+{
+    const Expected<QString> secret = fromPrivateFile(file);
+    if (!secret) {
+        return Error{secret.error()};
+    }
+    return secret->isEmpty()
+               ? Error{QStringLiteral("%1 has no password or token in its first line").arg(printable(file))}
+               : Expected<void>();
 }
 
 } // namespace TesselCtl

@@ -9,7 +9,7 @@ namespace TesselCtl {
 
 void Console::out(const QString& text)
 {
-    if (m_lost) {
+    if (m_lost || m_quiet) {
         return;
     }
     const QByteArray bytes = text.toUtf8();
@@ -26,10 +26,17 @@ void Console::out(const QString& text)
 
 void Console::error(const QString& message)
 {
-    info(QStringLiteral("tesselctl: ") + message);
+    trace(QStringLiteral("tesselctl: ") + message);
 }
 
 void Console::info(const QString& line)
+{
+    if (!m_quiet) {
+        trace(line);
+    }
+}
+
+void Console::trace(const QString& line)
 {
     const QByteArray bytes = line.toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);

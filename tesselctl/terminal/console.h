@@ -19,8 +19,13 @@ public:
     void out(const QString& text);
     /// Writes "tesselctl: ", @p message and a line end on standard error.
     void error(const QString& message);
-    /// Writes @p line and a line end on standard error.
+    /// Writes @p line and a line end on standard error, unless this is quiet.
     void info(const QString& line);
+    /// The same, also when this is quiet.
+    void trace(const QString& line);
+    /// From now on only errors, and the lines of a trace, are written.
+    void beQuiet() { m_quiet = true; }
+    bool isQuiet() const { return m_quiet; }
     /// Says that lines may come at any time, from a trace: nothing can stay in its place among them.
     void expectTrace() { m_traced = true; }
     bool isTraced() const { return m_traced; }
@@ -34,6 +39,7 @@ public:
 private:
     std::atomic<bool> m_lost{false};
     std::atomic<bool> m_traced{false};
+    std::atomic<bool> m_quiet{false};
 };
 
 } // namespace TesselCtl

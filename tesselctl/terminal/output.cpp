@@ -3,10 +3,12 @@
 
 #include "tesselctl/terminal/jsontext.h"
 #include "tesselctl/terminal/printable.h"
+#include "tesselctl/terminal/terminal.h"
 
 #include <QVector>
 
 #include <algorithm>
+#include <numeric>
 
 namespace TesselCtl {
 
@@ -40,7 +42,7 @@ bool isTable(const QVariantList& list)
     });
 }
 
-QString table(const QVariantList& list)
+QString table(const QVariantList& list, int width)
 {
     const QStringList keys = list.first().toMap().keys();
     QStringList head;
@@ -56,7 +58,30 @@ QString table(const QVariantList& list)
         }
         rows << row;
     }
-    return aligned(rows);
+    return aligned(rows, width);
+}
+
+// Narrower columns tell nothing any more; lines that are still too long stay so.
+constexpr int leastWidth = 4;
+
+/// Narrows the widest columns until a line takes no more than @p width.
+void fit(QVector<int>& widths, int width)
+{
+    const auto lineWidth = [&widths] {
+        return std::accumulate(widths.begin(), widths.end(), 2 * (int(widths.size()) - 1));
+    };
+    while (!widths.isEmpty() && lineWidth() > width) {
+        int& widest = *std::max_element(widths.begin(), widths.end());
+        if (widest <= leastWidth) {
+            return;
+        }
+        --widest;
+    }
+}
+
+QString abridged(const QString& cell, int width)
+{
+    return displayWidth(cell) <= width ? cell : cutToColumns(cell, width - 1) + QChar(0x2026);
 }
 
 QString keysAndValues(const QVariantMap& map)
@@ -79,7 +104,7 @@ QString lines(const QVariantList& list)
 
 } // namespace
 
-QString aligned(const QList<QStringList>& rows)
+QString aligned(const QList<QStringList>& rows, int width)
 {
     QVector<int> widths;
     for (const QStringList& row : rows) {
@@ -88,19 +113,23 @@ QString aligned(const QList<QStringList>& rows)
             widths[i] = std::max(widths[i], displayWidth(row[i]));
         }
     }
+    if (width > 0) {
+        fit(widths, width);
+    }
     QString text;
     for (const QStringList& row : rows) {
         QString line;
         for (int i = 0; i < row.size(); ++i) {
             const bool last = i + 1 == row.size();
-            line += row[i] + QString(last ? 0 : widths[i] - displayWidth(row[i]) + 2, QLatin1Char(' '));
+            const QString cell = abridged(row[i], widths[i]);
+            line += cell + QString(last ? 0 : widths[i] - displayWidth(cell) + 2, QLatin1Char(' '));
         }
         text += line + QLatin1Char('\n');
     }
     return text;
 }
 
-QString humanText(const QVariant& value)
+QString humanText(const QVariant& value, int width)
 {
     const QVariantMap map = value.toMap();
     const QVariantList list = isText(value) ? QVariantList() : value.toList(); // of characters, with Qt 6
@@ -111,7 +140,7 @@ QString humanText(const QVariant& value)
         return lines(list);
     }
     if (!list.isEmpty() && !list.first().toMap().isEmpty() && isTable(list)) {
-        return table(list);
+        return table(list, width);
     }
     if (isNested(value)) {
         return QString::fromUtf8(toJson(value, true)) + QLatin1Char('\n');

@@ -82,7 +82,7 @@ QString progressLine(const QString& label, double share, const QString& details,
 
 ProgressBar::ProgressBar(const QString& label, Console& console)
     : m_label(label)
-    , m_inPlace(isTerminal(stderr) && !console.isTraced())
+    , m_inPlace(isTerminal(stderr) && !console.isTraced() && !console.isQuiet())
     , m_console(console)
 {}
 

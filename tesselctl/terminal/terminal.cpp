@@ -20,6 +20,11 @@ int terminalColumns(std::FILE* stream)
     return known ? size.ws_col : 80;
 }
 
+int tableWidth()
+{
+    return isatty(fileno(stdout)) == 1 ? terminalColumns(stdout) : 0;
+}
+
 QString cutToColumns(const QString& line, int columns)
 {
     if (displayWidth(line) <= columns) {

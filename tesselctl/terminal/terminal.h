@@ -15,6 +15,9 @@ bool isTerminal(std::FILE* stream);
 /// How many columns the terminal of @p stream has; 80 when it does not say.
 int terminalColumns(std::FILE* stream);
 
+/// How wide tables may be on standard output: its columns if it is a terminal, else 0, which is no limit.
+int tableWidth();
+
 /// @p line, cut so that it takes no more than @p columns.
 QString cutToColumns(const QString& line, int columns);
 

@@ -9,6 +9,8 @@
 
 #include <future>
 #include <mutex>
+#include <new>
+#include <stdexcept>
 
 class TestEngineObservers : public QObject
 {
@@ -25,6 +27,7 @@ private Q_SLOTS:
     void anUnknownSizeIsToldAsSuch();
     void progressIsToldOnlyWhileAnObserverIsSet_data() { bothWays(); }
     void progressIsToldOnlyWhileAnObserverIsSet();
+    void anObserverThatThrowsTakesNothingFromTheEngine();
 };
 
 void TestEngineObservers::eachFailureIsOneLineWithoutSecrets()
@@ -247,6 +250,26 @@ void TestEngineObservers::progressIsToldOnlyWhileAnObserverIsSet()
     QCOMPARE(bench.ask(asked, blocking).state, State::Success);
     QVERIFY(!again.told().empty());
     QCOMPARE(server.connections(), 1);
+}
+
+void TestEngineObservers::anObserverThatThrowsTakesNothingFromTheEngine()
+{
+    MisbehavingServer server;
+    Bench bench;
+    const HttpRequest asked = request(server.address());
+    {
+        const ObserverHandle outOfMemory =
+            addExchangeObserver([](const ExchangeRecord&) { throw std::bad_alloc(); });
+        QCOMPARE(int(bench.ask(asked, true).state), int(IHttpVersionTrigger::Success));
+    }
+    {
+        const ObserverHandle faulty =
+            addExchangeObserver([](const ExchangeRecord&) { throw std::runtime_error("faulty"); });
+        QVERIFY_EXCEPTION_THROWN(bench.ask(asked, true), std::runtime_error);
+    }
+    // What the engine still counted as under way would keep its connection for ever.
+    QTRY_COMPARE(server.open(), 0);
+    QCOMPARE(int(bench.ask(asked, true).state), int(IHttpVersionTrigger::Success));
 }
 
 QTEST_GUILESS_MAIN(TestEngineObservers)

@@ -156,6 +156,20 @@ private Q_SLOTS:
         }
     }
 
+    void aChunkHasAsManyBytesAsItsHexadecimalSizeSays()
+    {
+        const QByteArray head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+        for (const QByteArray digits : {"9", "10", "1a", "aF", "bcd", "0E", "Fe"}) {
+            const QByteArray data(digits.toInt(nullptr, 16), 'x');
+            for (const int size : pieceSizes) {
+                Reading reading;
+                QCOMPARE(reading.feed(head + digits + "\r\n" + data + "\r\n0\r\n\r\n", size),
+                         State::Complete);
+                QCOMPARE(reading.recorder.body, data);
+            }
+        }
+    }
+
     void whatCouldMisleadIsMalformed_data()
     {
         QTest::addColumn<QByteArray>("text");

@@ -33,7 +33,7 @@ QStringList buildFiles()
 QMap<QString, QString> wanted()
 {
     static const QRegularExpression call(
-        R"(^ *(?:find_package\((\w+)|find_path\(\w+ ([\w.]+))(?:/\S+)? ?([\d.]+)?)",
+        R"(^ *(?:find_package\((\w+)|find_path\(\w+ ([\w.+]+))(?:/\S+)? ?([\d.]+)?)",
         QRegularExpression::MultilineOption);
     QMap<QString, QString> found;
     for (const QString& file : buildFiles()) {

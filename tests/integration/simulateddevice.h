@@ -16,8 +16,11 @@ class SimulatedDevice
 public:
     using Endpoint = Krelm::Communicator::HttpDevice::DeviceEndpoint;
 
-    explicit SimulatedDevice(const Tessel::Simulator::Options& options = {})
-        : simulator(options)
+    /// Bodies that the description of the device API calls wrong are refused, or else only noted.
+    enum class Bodies { Checked, Noted };
+
+    explicit SimulatedDevice(const Tessel::Simulator::Options& options = {}, Bodies bodies = Bodies::Checked)
+        : simulator(with(options, bodies))
         , key(freshKey())
     {}
     ~SimulatedDevice() { HttpProxy::getInstance()->removeDevice(key); }
@@ -85,6 +88,13 @@ public:
 
     Tessel::Simulator::Simulator simulator;
     const QString key;
+
+private:
+    static Tessel::Simulator::Options with(Tessel::Simulator::Options options, Bodies bodies)
+    {
+        options.strict = bodies == Bodies::Checked;
+        return options;
+    }
 };
 
 #endif

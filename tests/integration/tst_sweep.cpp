@@ -157,6 +157,31 @@ private Q_SLOTS:
         }
     }
 
+    void aStrictDeviceRefusesAMemberOnlyWhereAllMembersAreKnown()
+    {
+        SimulatedDevice strict;
+        QVERIFY(strict.start());
+        int refused = 0;
+        int taken = 0;
+        for (const Sim::Route& route : Sim::RouteTable::instance().routes()) {
+            if (!(route.verbs & Sim::Put)) {
+                continue;
+            }
+            HttpJsonPackage noted(nullptr);
+            send(verbCalls[1], m_device.key, QString::fromStdString(route.pattern), noted);
+            HttpJsonPackage package(nullptr);
+            send(verbCalls[1], strict.key, QString::fromStdString(route.pattern), package);
+            const bool isKnown = !noted.responseHeader(QStringLiteral("Tessel-Sim-Mistake")).isEmpty();
+            const QByteArray reply = package.getReceiveData();
+            QVERIFY2(package.replyStatus == (isKnown ? 400 : 200), (route.pattern + ": ").c_str() + reply);
+            QVERIFY2(!isKnown || reply.contains("probe") || reply.contains("must be a list"),
+                     reply.constData());
+            ++(isKnown ? refused : taken);
+        }
+        QVERIFY2(refused > 200, qPrintable(QString::number(refused)));
+        QVERIFY2(taken > 100, qPrintable(QString::number(taken)));
+    }
+
 private:
     static void checkShape(const QString& key, const QJsonValue& data, const HttpJsonPackage& package)
     {
@@ -175,7 +200,8 @@ private:
         }
     }
 
-    SimulatedDevice m_device;
+    // The probe is no member of anything: what counts is the route.
+    SimulatedDevice m_device{{}, SimulatedDevice::Bodies::Noted};
 };
 
 QTEST_GUILESS_MAIN(TestSweepIntegration)

@@ -26,6 +26,8 @@ public:
     {
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         variables.remove("NO_COLOR");
+        variables.insert("XDG_CONFIG_HOME", "/dev/null");
+        variables.remove("TESSELCTL_DEVICES");
         variables.insert("TERM", "xterm");
         for (const QString& entry : environment) {
             variables.insert(entry.section('=', 0, 0), entry.section('=', 1));

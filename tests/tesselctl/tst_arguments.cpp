@@ -22,7 +22,10 @@ private Q_SLOTS:
     void everyTypeHasAPlaceholder();
     void argumentsStandInOrder();
     void argumentsMayCarryTheirNames();
-    void aTextWithAnEqualsSignIsNoName();
+    void aMisspeltNameIsNobodysValue_data();
+    void aMisspeltNameIsNobodysValue();
+    void aTextThatOnlyHoldsAnEqualsSignIsAValue();
+    void theNameOfAnotherOverloadIsNobodysValue();
     void aWrongArgumentIsNamedWithWhatWasExpectedAndWhatCame();
     void missingAndExtraArgumentsAreNamed();
     void anArgumentGivenTwiceIsRefused();
@@ -188,11 +191,50 @@ void TestArguments::argumentsMayCarryTheirNames()
     QCOMPARE(bindArguments({&one}, {"count=3", "7"}, m_files)->values, (QVariantList{QVariant(), "7", 3}));
 }
 
-void TestArguments::aTextWithAnEqualsSignIsNoName()
+void TestArguments::aMisspeltNameIsNobodysValue_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("beginning of the name")
+        << "screen=1"
+        << "unknown argument \"screen\"; did you mean screenId?; a value that has an equals sign is "
+           "written screenId=screen=1";
+    QTest::newRow("letters swapped") << "screnIed=1"
+                                     << "unknown argument \"screnIed\"; did you mean screenId?";
+    QTest::newRow("other case") << "screenID=1"
+                                << "unknown argument \"screenID\"; did you mean screenId?";
+    QTest::newRow("nothing like it") << "colour=1"
+                                     << "unknown argument \"colour\"; a value";
+}
+
+void TestArguments::aMisspeltNameIsNobodysValue()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, error);
+    const Operation one = operation({in("screenId", ValueType::Text)});
+    const Expected<BoundCall> bound = bindArguments({&one}, {text}, m_files);
+    QVERIFY(!bound);
+    QVERIFY2(bound.error().startsWith(error), qPrintable(bound.error()));
+    QVERIFY2(bound.error().contains(one.usage()), qPrintable(bound.error()));
+    QCOMPARE(bindArguments({&one}, {"screenId=" + text}, m_files)->values, (QVariantList{QVariant(), text}));
+}
+
+void TestArguments::aTextThatOnlyHoldsAnEqualsSignIsAValue()
 {
     const Operation one = operation({in("name", ValueType::Text)});
-    QCOMPARE(bindArguments({&one}, {"a=b"}, m_files)->values, (QVariantList{QVariant(), "a=b"}));
-    QCOMPARE(bindArguments({&one}, {"name=a=b"}, m_files)->values, (QVariantList{QVariant(), "a=b"}));
+    for (const char* text : {"=a", "1=2", "a b=c", "YWJj=", "{\"a\":\"b=c\"}"}) {
+        const bool isNamed = QByteArray(text).startsWith("YWJj");
+        QCOMPARE(bool(bindArguments({&one}, {text}, m_files)), !isNamed);
+    }
+}
+
+void TestArguments::theNameOfAnotherOverloadIsNobodysValue()
+{
+    const Operation one = operation({in("name", ValueType::Text)});
+    const Operation two = operation({in("id", ValueType::Text), in("count", ValueType::Integer)});
+    const Expected<BoundCall> bound = bindArguments({&one, &two}, {"id=1"}, m_files);
+    QVERIFY(!bound);
+    QCOMPARE(bindArguments({&one, &two}, {"id=1", "count=2"}, m_files)->operation, &two);
 }
 
 void TestArguments::aWrongArgumentIsNamedWithWhatWasExpectedAndWhatCame()
@@ -225,7 +267,9 @@ void TestArguments::theDeviceIsNoArgument()
     const Expected<BoundCall> call = bindArguments({&one}, {}, m_files);
     QCOMPARE(call->operation, &one);
     QCOMPARE(call->values.size(), 2);
-    QVERIFY(bindArguments({&one}, {"deviceKey=wall"}, m_files).error().contains("unexpected argument"));
+    QVERIFY(bindArguments({&one}, {"deviceKey=wall"}, m_files)
+                .error()
+                .contains("unknown argument \"deviceKey\""));
 }
 
 void TestArguments::overloadsAreToldApartByTheirCount()

@@ -65,11 +65,17 @@ private Q_SLOTS:
         const auto matches = [&lines](int line, const char* pattern) {
             return QRegularExpression(QLatin1String(pattern)).match(lines[line]).hasMatch();
         };
-        QVERIFY2(matches(0, "^device +state +since +next attempt +reason$"), run.out);
-        QVERIFY2(matches(1, "^wall +live +\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d +- +-$"), run.out);
-        QVERIFY2(matches(2,
-                         "^away +waiting +\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d +\\d\\d:\\d\\d:\\d\\d +"
-                         "the device does not answer$"),
+        QVERIFY2(
+            matches(
+                0,
+                "^device +state +model +version +protocol +screens +cabinets +since +next attempt +reason$"),
+            run.out);
+        QVERIFY2(matches(1, "^wall +live +Wall Controller 16P +\\d+\\.\\d+\\.\\d+ +multi-screen +2 +240 "
+                            "+\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d +- +-$"),
+                 run.out);
+        QVERIFY2(matches(2, "^away +waiting +- +- +- +- +- +\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d "
+                            "+\\d\\d:\\d\\d:\\d\\d +"
+                            "the device does not answer$"),
                  run.out);
     }
 
@@ -101,7 +107,8 @@ private Q_SLOTS:
         const QJsonArray all = run.json().array();
         QCOMPARE(all.size(), 1);
         const QJsonObject one = all.first().toObject();
-        QCOMPARE(one.keys(), QStringList({"device", "nextAttempt", "reason", "since", "state"}));
+        QCOMPARE(one.keys(), QStringList({"cabinets", "device", "model", "nextAttempt", "protocol", "reason",
+                                          "screens", "since", "state", "version"}));
         QCOMPARE(one.value("device").toString(), QString("wall"));
         QCOMPARE(one.value("state").toString(), state);
         QCOMPARE(one.value("reason").isNull(), status == 0);

@@ -43,7 +43,7 @@ QStringList listedIn(const QString& help, const QString& title)
 {
     const int begin = help.indexOf('\n' + title + ":\n");
     const QString list = begin < 0 ? QString() : help.mid(begin, help.indexOf("\n\n", begin + 1) - begin);
-    return matchesIn(list, QStringLiteral("\\n  ([a-z]+) "));
+    return matchesIn(list, QStringLiteral("\\n  ([a-z-]+) "));
 }
 
 QStringList optionsIn(const QString& help)
@@ -77,10 +77,13 @@ class FilesOfTheExamples
 public:
     FilesOfTheExamples()
     {
-        for (const char* name :
-             {"tables/1.json", "wall.json", "card.bin", "controller.bin", "parameters.json"}) {
+        for (const char* name : {"tables/1.json", "wall.json", "card.bin", "controller.bin",
+                                 "parameters.json", "devices.toml"}) {
             QFile file(m_folder.filePath(name));
-            const QByteArray text = name == QByteArray("parameters.json") ? "{}" : "[1]";
+            const bool isDevices = name == QByteArray("devices.toml");
+            const QByteArray text = isDevices                               ? devicesFile()
+                                    : name == QByteArray("parameters.json") ? QByteArray("{}")
+                                                                            : QByteArray("[1]");
             m_made = m_made && QDir(m_folder.path()).mkpath(QFileInfo(name).path()) &&
                      file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
         }
@@ -88,8 +91,20 @@ public:
     }
     ~FilesOfTheExamples() { QDir::setCurrent(m_before); }
     bool wereMade() const { return m_made; }
+    /// Has the examples use the devices file among them.
+    static QStringList environment() { return {"TESSELCTL_DEVICES=devices.toml"}; }
 
 private:
+    static QByteArray devicesFile()
+    {
+        QByteArray text;
+        for (const char* name : {"left", "right"}) {
+            text += "[devices." + QByteArray(name) + "]\naddress = \"" + closedAddress().toUtf8() +
+                    "\"\ngroups = [\"stage\"]\n";
+        }
+        return text;
+    }
+
     const QString m_before = QDir::currentPath();
     const QTemporaryDir m_folder;
     bool m_made = true;
@@ -314,7 +329,7 @@ private Q_SLOTS:
             if (name == "monitor") {
                 line += " --count 1";
             }
-            const Run ran = ::run(line.split(' ').mid(1));
+            const Run ran = ::run(line.split(' ').mid(1), {}, FilesOfTheExamples::environment());
             QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
             QVERIFY2(!ran.out.isEmpty() || !ran.err.isEmpty(), qPrintable(line));
             ++run;
@@ -336,7 +351,7 @@ private Q_SLOTS:
                 if (line.contains(" watch") || line.contains(" monitor")) {
                     continue;
                 }
-                const Run ran = run(line.split(' ').mid(1));
+                const Run ran = run(line.split(' ').mid(1), {}, FilesOfTheExamples::environment());
                 QVERIFY2(ran.code == 0 || ran.code == 3, qPrintable(line + ": " + ran.err));
                 ++commands;
             }

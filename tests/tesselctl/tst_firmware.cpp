@@ -155,7 +155,7 @@ private Q_SLOTS:
             tells(program, R"(wall: [1-9]0 %, sending, [\d.]+ .?B of 16\.8 MB, [\d.]+ .?B/s, \d+ s left)"));
         program.send(SIGINT);
         const Run run = program.finish();
-        QCOMPARE(run.code, 1);
+        QCOMPARE(run.code, 130);
         QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
     }
 
@@ -174,11 +174,11 @@ private Q_SLOTS:
         Simulator other;
         QVERIFY(other.start());
         Program program(device() + QStringList{"--device", "other=" + other.address(), "firmware", "update",
-                                               path("card.bin"), "--json"});
+                                               path("card.bin"), "--json", "--parallel", "1"});
         QTRY_VERIFY_WITH_TIMEOUT(m_simulator->requestCount(slow) == 1, 30000);
         program.send(SIGTERM);
         const Run run = program.finish();
-        QCOMPARE(run.code, 1);
+        QCOMPARE(run.code, 143);
         QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
         QVERIFY2(run.err.contains("tesselctl: other: interrupted\n"), run.err);
         QCOMPARE(run.json().object(), (QJsonObject{{"wall", false}, {"other", false}}));
@@ -322,7 +322,7 @@ private Q_SLOTS:
         QVERIFY(tells(program, "wall: 40 %, writing"));
         program.send(SIGINT);
         const Run run = program.finish();
-        QCOMPARE(run.code, 1);
+        QCOMPARE(run.code, 130);
         QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
     }
 
@@ -416,7 +416,7 @@ private Q_SLOTS:
         QVERIFY(tells(program, "download: 50 %"));
         program.send(signal);
         const Run run = program.finish();
-        QCOMPARE(run.code, 1);
+        QCOMPARE(run.code, 128 + signal);
         QVERIFY2(run.err.contains("tesselctl: wall: interrupted\n"), run.err);
         QVERIFY2(run.err.contains("card.bin is unchanged"), run.err);
         QCOMPARE(read("card.bin"), QByteArray("old"));
@@ -434,7 +434,8 @@ private Q_SLOTS:
     {
         QFETCH(int, kibibytes);
         write("card.bin", "old");
-        const QStringList arguments{"firmware", "download", path("card.bin"), "--id", "3", "--type", "1"};
+        const QStringList arguments =
+            device() + QStringList{"firmware", "download", path("card.bin"), "--id", "3", "--type", "1"};
         const Run run = runOnFullDisk(arguments, kibibytes);
         QCOMPARE(run.code, 1);
         QCOMPARE(run.out, QByteArray());

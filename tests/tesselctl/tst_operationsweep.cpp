@@ -3,11 +3,16 @@
 // Every operation of the library over the real transport against a controller in software.
 #include "tesselctl/operations/requestprobe.h"
 #include <operations/operationlist.h>
+#include <operations/reference.h>
 
 #include <communicator/exchangeobserver.h>
 #include <simulator/simulator.h>
 #include <tessel/hwinfo.h>
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
@@ -55,6 +60,45 @@ private:
     QStringList m_failures;
 };
 
+/// The bodies that the description of the device API exemplifies, by the operation that sends them to a
+/// multi-screen controller.
+QMap<QString, QVariant> describedBodies()
+{
+    QFile file(QStringLiteral(TESSEL_SOURCE_DIR "/api/openapi.json"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QMap<QString, QVariant> bodies;
+    for (const QJsonValue path : QJsonDocument::fromJson(file.readAll())["paths"].toObject()) {
+        for (const char* verb : {"put", "post"}) {
+            const QJsonValue described = path[QLatin1String(verb)];
+            const QJsonValue body = described["requestBody"]["content"]["application/json"]["example"];
+            for (const QJsonValue use : described["x-tessel-operations"].toArray()) {
+                if (!body.isUndefined() && use["protocol"].toString() != "single-screen") {
+                    bodies.insert(use["operation"].toString(), body.toVariant());
+                }
+            }
+        }
+    }
+    return bodies;
+}
+
+/// Sample arguments, with @p body for the first that takes it.
+QVariantList argumentsWith(const QVariant& body, const Operation& operation, const QString& device)
+{
+    QVariantList arguments = sampleArguments(operation, device);
+    for (std::size_t i = 0; i < operation.parameters.size(); ++i) {
+        const Parameter& parameter = operation.parameters[i];
+        QVariant& argument = arguments[static_cast<int>(i)];
+        if (parameter.direction != Parameter::Out && parameter.type != ValueType::TextMap &&
+            argument.userType() == body.userType()) {
+            argument = body;
+            break;
+        }
+    }
+    return arguments;
+}
+
 } // namespace
 
 class TestOperationSweep : public QObject
@@ -63,6 +107,7 @@ class TestOperationSweep : public QObject
 private Q_SLOTS:
     void cleanup() { setExchangeObserver({}); }
     void everyOperationIsAnswered();
+    void aStrictDeviceTakesTheBodiesOfTheDescription();
     void whatIsReadAsAListComesAsOne();
 };
 
@@ -89,6 +134,36 @@ void TestOperationSweep::everyOperationIsAnswered()
     qInfo("%d operations called, %d exchanges ended", called, int(ended.count()));
     QVERIFY2(ended.failures().isEmpty(), qPrintable(ended.failures().join('\n')));
     QVERIFY(called > 500);
+}
+
+// Operations have bodies that the description knows, and send them as it says.
+void TestOperationSweep::aStrictDeviceTakesTheBodiesOfTheDescription()
+{
+    const QTemporaryDir scratch;
+    QVERIFY(QDir::setCurrent(scratch.path()));
+    Tessel::Simulator::Options options;
+    options.strict = true;
+    Tessel::Simulator::Simulator simulator(options);
+    QVERIFY2(simulator.start(), qPrintable(simulator.errorString()));
+    const QString device = simulator.address();
+    QVERIFY(HWInfo::getInstance()->getHwProtoc(device, true));
+
+    const QMap<QString, QVariant> bodies = describedBodies();
+    const QStringList names = referenceNames(allOperations());
+    Ended ended;
+    const quint64 before = exchangesBegun();
+    setExchangeObserver([&ended](const ExchangeRecord& record) { ended.add(record); });
+    int described = 0;
+    for (int i = 0; i < names.size(); ++i) {
+        const Operation& operation = allOperations()[static_cast<std::size_t>(i)];
+        described += bodies.contains(names[i]) ? 1 : 0;
+        operation.invoke(argumentsWith(bodies.value(names[i]), operation, device));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(ended.count(), exchangesBegun() - before, 60000);
+    setExchangeObserver({});
+    qInfo("%d of %d operations called with the body of their description", described, int(names.size()));
+    QVERIFY2(ended.failures().isEmpty(), qPrintable(ended.failures().join('\n')));
+    QVERIFY(described > 150);
 }
 
 // A device that answered with an object where the library reads a list would leave the list empty.

@@ -105,7 +105,9 @@ private:
 
 void TestTesselctl::init()
 {
-    m_simulator = std::make_unique<Simulator>();
+    Tessel::Simulator::Options options;
+    options.strict = true;
+    m_simulator = std::make_unique<Simulator>(options);
     QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
 }
 
@@ -117,6 +119,9 @@ void TestTesselctl::helpAndVersionGoToStandardOutput_data()
     QTest::newRow("help of call") << QStringList{"call", "--help"} << QByteArray("name=value");
     QTest::newRow("help of watch") << QStringList{"watch", "--help"} << QByteArray("SIGINT");
     QTest::newRow("version") << QStringList{"--version"} << QByteArray("tesselctl ");
+    QTest::newRow("versions") << QStringList{"version"} << "Qt         " + QByteArray(qVersion());
+    QTest::newRow("versions for programs")
+        << QStringList{"version", "-o", "json"} << QByteArray("\"simdjson\": \"3.");
 }
 
 void TestTesselctl::helpAndVersionGoToStandardOutput()
@@ -137,7 +142,7 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         QTest::newRow(name) << arguments << QByteArray(told);
     };
     const QStringList call{"--device", "wall=127.0.0.1:1", "call"};
-    row("nothing", {}, "no command given; use call, ops,");
+    row("nothing", {}, "no command given; use info, screens,");
     row("no command within another", {"firmware"}, "no command given; use update, progress, download");
     row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
     row("unknown command within another", {"firmware", "xupdate"},
@@ -436,14 +441,15 @@ void TestTesselctl::aSignalEndsACall()
     m_simulator->addFault(stall);
     Simulator other;
     QVERIFY(other.start());
-    Program program(QStringList{"--json", "--device", "wall=" + address(), "--device",
+    Program program(QStringList{"--json", "--parallel", "1", "--device", "wall=" + address(), "--device",
                                 "other=" + other.address(), "call"} +
                     operation.split(' '));
     QTRY_COMPARE_WITH_TIMEOUT(m_simulator->requestsInFlight(), 1, 30000);
     program.send(signal);
     const Run run = program.finish();
     QCOMPARE(run.code, code);
-    QCOMPARE(run.err, QByteArray("tesselctl: wall: interrupted\ntesselctl: other: interrupted\n"));
+    QCOMPARE(run.err, QByteArray("tesselctl: wall: interrupted\ntesselctl: other: interrupted\n"
+                                 "interrupted: 0 of 2 devices done\n"));
     QCOMPARE(run.json().object(), (QJsonObject{{"wall", QJsonValue()}, {"other", QJsonValue()}}));
     QCOMPARE(other.requestCount(), quint64(0));
 }

@@ -35,7 +35,9 @@ protected:
     void startWall()
     {
         m_directory = std::make_unique<QTemporaryDir>();
-        m_simulator = std::make_unique<Tessel::Simulator::Simulator>();
+        Tessel::Simulator::Options options;
+        options.strict = true;
+        m_simulator = std::make_unique<Tessel::Simulator::Simulator>(options);
         QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
     }
 
@@ -77,7 +79,7 @@ protected:
         return QDir(m_directory->path()).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
     }
 
-    /// Runs the program on the wall where no file may grow beyond @p kibibytes, as on a disk that fills up.
+    /// Runs the program where no file may grow beyond @p kibibytes, as on a disk that fills up.
     Run runOnFullDisk(const QStringList& arguments, int kibibytes) const
     {
         QProcess shell;
@@ -85,7 +87,7 @@ protected:
             "bash",
             QStringList{"-c", QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$0\" \"$@\"").arg(kibibytes),
                         TESSELCTL_PROGRAM} +
-                device() + arguments);
+                arguments);
         shell.waitForFinished(60000);
         return {shell.exitStatus() == QProcess::NormalExit ? shell.exitCode() : -1,
                 shell.readAllStandardOutput(), shell.readAllStandardError()};
