@@ -20,6 +20,7 @@ void addCall(CommandParser& parser);
 void addCoefficients(CommandParser& parser);
 void addDemo(CommandParser& parser);
 void addDevices(CommandParser& parser);
+void addDiscover(CommandParser& parser);
 void addFirmware(CommandParser& parser);
 void addHealth(CommandParser& parser);
 void addIdentify(CommandParser& parser);

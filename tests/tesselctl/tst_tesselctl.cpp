@@ -142,7 +142,7 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         QTest::newRow(name) << arguments << QByteArray(told);
     };
     const QStringList call{"--device", "wall=127.0.0.1:1", "call"};
-    row("nothing", {}, "no command given; use info, screens,");
+    row("nothing", {}, "no command given; use discover, info,");
     row("no command within another", {"firmware"}, "no command given; use update, progress, download");
     row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
     row("unknown command within another", {"firmware", "xupdate"},
