@@ -10,7 +10,6 @@
 #include "tesselctl/terminal/printable.h"
 #include "tesselctl/terminal/terminal.h"
 
-#include <communicator/exchangeid.h>
 #include <communicator/httpproxy.h>
 #include <tessel/allurlresource.h>
 #include <tessel/protocols.h>
