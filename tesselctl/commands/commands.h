@@ -15,6 +15,7 @@ QVariantMap deviceInfo(Wall& wall);
 
 /// One function for each command, in commands/<command>.cpp: adds its options, its help and what runs it.
 void addApply(CommandParser& parser);
+void addBench(CommandParser& parser);
 void addBrightness(CommandParser& parser);
 void addCabinets(CommandParser& parser);
 void addCall(CommandParser& parser);
