@@ -23,13 +23,24 @@ constexpr int maxOutcomes = 1000;
 // An envelope that explains a failure is short, so longer replies are not searched for it.
 constexpr int maxEnvelopeBytes = 64 << 10;
 
+// As in the promises of operations: a code that is not an integer is none that accepts.
+int codeOf(const QJsonValue& code)
+{
+    constexpr int notAnInteger = -1;
+    return code.isUndefined() ? 0 : code.toInt(notAnInteger);
+}
+
 void readEnvelope(const QByteArray& reply, ExchangeOutcome& outcome)
 {
-    if (reply.size() > maxEnvelopeBytes) {
+    if (reply.size() > maxEnvelopeBytes || reply.isEmpty()) {
         return;
     }
-    const QJsonObject envelope = QJsonDocument::fromJson(reply).object();
-    outcome.code = envelope.value(QLatin1String("code")).toInt();
+    const QJsonDocument document = QJsonDocument::fromJson(reply);
+    const QJsonObject envelope = document.object();
+    const QJsonValue code = envelope.value(QLatin1String("code"));
+    const bool isSuccess = outcome.state == IHttpVersionTrigger::Success;
+    outcome.code = isSuccess ? codeOf(code) : code.toInt(); // a failure has another reason
+    outcome.isUnreadable = isSuccess && !document.isObject();
     outcome.message = envelope.value(QLatin1String("message")).toString();
 }
 
@@ -110,6 +121,11 @@ QString textOfAll(const QList<ExchangeOutcome>& all, bool anyBegun, bool allEnde
     if (!allEnded) {
         return QStringLiteral("an exchange is still under way");
     }
+    const auto unreadable =
+        std::find_if(all.crbegin(), all.crend(), [](const ExchangeOutcome& one) { return one.isUnreadable; });
+    if (unreadable != all.crend()) {
+        return unreadable->text();
+    }
     return anyBegun
                ? QStringLiteral("all exchanges succeeded")
                : QStringLiteral("nothing was sent: a cache answered, or the operation refused its arguments");
@@ -153,6 +169,8 @@ QString ExchangeOutcome::text() const
         why = reason + said;
     } else if (state != IHttpVersionTrigger::Success && status != 0) {
         why = QStringLiteral("HTTP status %1%2").arg(status).arg(said);
+    } else if (isUnreadable) {
+        why = QStringLiteral("succeeded, but the reply is not a JSON object");
     }
     const QString what = verb.isEmpty()
                              ? QString::fromUtf8(path)

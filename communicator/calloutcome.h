@@ -39,8 +39,9 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
     QByteArray verb;   ///< `GET`, `PUT`, `POST` or `DELETE`
     QByteArray path;   ///< the path as sent, expanded and encoded, including the query
     IHttpVersionTrigger::HttpSimpleState state = IHttpVersionTrigger::Success; ///< how it ended
-    int status = 0;          ///< HTTP status, or 0 if there was no reply
-    int code = 0;            ///< `code` of the reply's envelope, or 0 if it has none
+    int status = 0; ///< HTTP status, or 0 if there was no reply
+    /// `code` of the reply's envelope, 0 if it has none, or -1 if it is not an integer.
+    int code = 0;
     QString message;         ///< `message` of the reply's envelope
     qint64 milliseconds = 0; ///< time from the call to the outcome
     QString reason;          ///< why the transport failed; empty after a success
@@ -49,6 +50,9 @@ struct COMMUNICATOR_EXPORT ExchangeOutcome
     /// Whether the request was sent again because the device was busy, so that another outcome with the same
     /// id follows.
     bool isRepeated = false;
+    /// Whether the exchange succeeded with a reply that is not a JSON object, of 16 KiB at most for an
+    /// operation: outputs are empty, and promises are rejected.
+    bool isUnreadable = false;
 };
 
 /// The outcome of an operation, obtained after it: why it returned `false`, or why its promise is rejected.
@@ -98,7 +102,7 @@ public:
     /// Whether an exchange has failed or was refused by the device.
     bool hasFailed() const;
     /// The latest failure, as text for people. If there is none, it says that nothing was sent, that an
-    /// exchange is still running, or that all succeeded.
+    /// exchange is still running, that a reply cannot be read, or that all succeeded.
     QString text() const;
 
 private:
@@ -130,8 +134,8 @@ public:
     /// Whether an exchange has failed or was refused by the device.
     bool hasFailed() const;
     /// The latest failure, as text for people. If there is none, it says that nothing was sent (because a
-    /// cache answered, or the arguments were refused), that an exchange is still running, or that all
-    /// succeeded.
+    /// cache answered, or the arguments were refused), that an exchange is still running, that a reply cannot
+    /// be read, or that all succeeded.
     QString text() const;
     /// The exchanges that have begun; ExchangeIds::cancel() ends them from another thread.
     ExchangeIds& ids();

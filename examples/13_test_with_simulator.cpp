@@ -11,6 +11,7 @@
 
 using Krelm::Communicator::HttpDevice::OperationOutcome;
 using Tessel::Simulator::Fault;
+using Tessel::Simulator::Options;
 using Tessel::Simulator::Simulator;
 
 namespace {
@@ -41,7 +42,9 @@ int main(int argc, char** argv)
     QLoggingCategory::setFilterRules("tessel.http=false");
 
     //! [simulator]
-    Simulator wall; // a free port; every test can have its own
+    Options options;
+    options.strict = true;   // a misspelt member of a body is refused
+    Simulator wall(options); // a free port; every test can have its own
     if (!wall.start()) {
         qFatal("%s", qPrintable(wall.errorString()));
     }

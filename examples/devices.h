@@ -20,8 +20,10 @@ public:
         : addresses(QCoreApplication::arguments().mid(1))
     {
         const int missing = addresses.isEmpty() ? simulated : 0;
+        Tessel::Simulator::Options options;
+        options.strict = true; // refuses bodies that are not as the description of the device API says
         for (int i = 0; i < missing; ++i) {
-            simulators.push_back(std::make_unique<Tessel::Simulator::Simulator>());
+            simulators.push_back(std::make_unique<Tessel::Simulator::Simulator>(options));
             if (!simulators.back()->start()) {
                 qFatal("%s", qPrintable(simulators.back()->errorString()));
             }

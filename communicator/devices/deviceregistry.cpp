@@ -101,7 +101,10 @@ DeviceRegistry::AddResult DeviceRegistry::add(const QString& deviceKey, const De
     device->baseUrl = baseUrl;
     complete(*device);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const bool known = m_added.contains(deviceKey);
+    const std::shared_ptr<const Device> known = m_added.value(deviceKey);
+    if (known) {
+        known->isReplaced = true;
+    }
     m_added.insert(deviceKey, std::move(device));
     m_everAdded.insert(deviceKey);
     m_addresses.remove(deviceKey);

@@ -33,6 +33,8 @@ struct Device
     std::shared_ptr<TokenLogin> token;   ///< null unless the application renews the secret
     /// Set when the device is removed, so that an exchange that has just begun ends like one in flight.
     mutable std::atomic<bool> isRemoved{false};
+    /// Set when the key got another endpoint: requests in flight end as usual, but connections are not kept.
+    mutable std::atomic<bool> isReplaced{false};
     /// When the device last answered an exchange.
     mutable std::atomic<std::chrono::steady_clock::time_point> lastAnswer{};
 };

@@ -23,6 +23,14 @@ struct EventChannels::Streams
         }
     }
 
+    void closeAll()
+    {
+        while (!byDevice.empty()) {
+            close(byDevice.begin(), QStringLiteral("the push channel was turned off"));
+        }
+        connector.reset();
+    }
+
     std::optional<Connector> connector; ///< none once the channels are closed
     StreamContext context;
     std::map<QString, EventStream> byDevice;
@@ -37,33 +45,37 @@ EventChannels::EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& prox
 
 EventChannels::~EventChannels()
 {
-    m_loop->run([this] {
-        while (!m_streams->byDevice.empty()) {
-            m_streams->close(m_streams->byDevice.begin(), QStringLiteral("the push channel was turned off"));
-        }
-        m_streams->connector.reset();
-    });
+    m_loop->run([this] { m_streams->closeAll(); });
 }
 
-void EventChannels::open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced)
+void EventChannels::closeAll()
 {
-    m_loop->post(
-        [this, streams = m_streams, device = std::move(device), announced = std::move(announced)]() mutable {
-            if (!streams->connector) {
-                return;
+    m_loop->post([streams = m_streams] { streams->closeAll(); });
+}
+
+void EventChannels::open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced,
+                         bool owesReport)
+{
+    m_loop->post([this, streams = m_streams, device = std::move(device), announced = std::move(announced),
+                  owesReport]() mutable {
+        if (!streams->connector) {
+            return;
+        }
+        m_proxyEvents.push(announced);
+        EventStream::Past past;
+        past.owesReport = owesReport;
+        const auto old = streams->byDevice.find(device->key);
+        if (old != streams->byDevice.end()) {
+            past = old->second.past();
+            // With another login it is still the same device; with another address it may not be.
+            if (old->second.device().baseUrl != device->baseUrl) {
+                past.lastEventId.clear();
+                past.owesReport = true;
             }
-            m_proxyEvents.push(announced);
-            QByteArray lastEventId;
-            const auto old = streams->byDevice.find(device->key);
-            if (old != streams->byDevice.end()) {
-                // With another login it is still the same device; with another address it may not be.
-                if (old->second.device().baseUrl == device->baseUrl) {
-                    lastEventId = old->second.lastEventId();
-                }
-                streams->byDevice.erase(old);
-            }
-            streams->byDevice.try_emplace(device->key, streams->context, device, lastEventId);
-        });
+            streams->byDevice.erase(old);
+        }
+        streams->byDevice.try_emplace(device->key, streams->context, device, past);
+    });
 }
 
 void EventChannels::close(const QString& deviceKey, std::vector<ProxyEvent> announced)

@@ -23,10 +23,14 @@ public:
     ~EventChannels();
 
     /// Opens the stream of @p device, or reopens it if its endpoint has changed. @p announced is queued after
-    /// the events that the streams have delivered so far.
-    void open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced);
+    /// the events that the streams have delivered so far. With @p owesReport the change events are reported
+    /// once the stream is open, because it follows one that is forgotten.
+    void open(std::shared_ptr<const Device> device, std::vector<ProxyEvent> announced,
+              bool owesReport = false);
     /// Closes the stream of @p deviceKey; @p announced is queued after its last event.
     void close(const QString& deviceKey, std::vector<ProxyEvent> announced);
+    /// Closes all streams, without waiting for that; later calls do nothing.
+    void closeAll();
     /// Has the change events of @p deviceKey reported later, because the application could not read what an
     /// event told it to read. Does nothing for a device without a stream.
     void readFailed(const QString& deviceKey);

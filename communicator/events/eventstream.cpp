@@ -71,17 +71,18 @@ bool isJson(const QByteArray& text)
 
 } // namespace
 
-EventStream::EventStream(StreamContext& context, std::shared_ptr<const Device> device,
-                         const QByteArray& lastEventId)
+EventStream::EventStream(StreamContext& context, std::shared_ptr<const Device> device, const Past& past)
     : m_context(context)
     , m_loop(context.loop)
     , m_device(std::move(device))
     , m_proxyEvents(context.proxyEvents)
     , m_reader(maxEventBytes, [this](SseReader::Event&& event) { eventCame(std::move(event)); })
     , m_reconnectPolicy(*this, context.timings, randomNumbers())
+    , m_continuity(past.continuity)
+    , m_owesReport(past.owesReport)
     , m_parser(*this, {})
 {
-    m_reader.setLastEventId(lastEventId);
+    m_reader.setLastEventId(past.lastEventId);
     m_reconnectPolicy.start(IoLoop::Clock::now());
     scheduleTick();
 }
@@ -92,6 +93,12 @@ EventStream::~EventStream()
     if (m_timer) {
         m_loop.stopTimer(*m_timer);
     }
+}
+
+EventStream::Past EventStream::past() const
+{
+    const bool awaitsReport = m_owesReport || m_reportTimer || m_repeatTimer;
+    return {m_reader.lastEventId(), m_continuity, awaitsReport || m_reconnectPolicy.isGone()};
 }
 
 void EventStream::openStream()
@@ -386,6 +393,8 @@ void EventStream::failureSeen(ReconnectPolicy::Failure failure, bool first, std:
     }
     qCDebug(eventLog, "%s: %s, next attempt in %lld ms", qPrintable(printableKey(m_device->key)),
             textOf(failure), static_cast<long long>(delay.count()));
+    m_challenge.clear(); // the next attempt is another request
+    m_challenges = 0;
     m_reason = QString::fromLatin1(textOf(failure));
     if (m_status != 0 && !m_isStream) {
         m_reason += QStringLiteral(" (HTTP status %1)").arg(m_status);
@@ -498,11 +507,7 @@ void EventStream::finished()
 bool EventStream::answerChallenge()
 {
     const QString challenge = std::exchange(m_challenge, {});
-    if (takeChallenge(*m_device, m_status, challenge, m_authorization, m_challenges)) {
-        return true;
-    }
-    m_challenges = 0; // the next attempt is another request
-    return false;
+    return takeChallenge(*m_device, m_status, challenge, m_authorization, m_challenges);
 }
 
 // A stream whose token was refused is opened again as soon as there is another one, whoever asks for it.

@@ -39,8 +39,15 @@ struct StreamContext
 class EventStream final : private ReconnectPolicy::Listener, private ResponseParser::Handler
 {
 public:
-    /// Unless @p lastEventId is empty, the device is asked to continue after that event.
-    EventStream(StreamContext& context, std::shared_ptr<const Device> device, const QByteArray& lastEventId);
+    /// What the next stream of a device must know of its last one.
+    struct Past
+    {
+        QByteArray lastEventId; ///< the device is asked to continue after it; empty if none is known
+        Continuity continuity;
+        bool owesReport = false; ///< events may have been missed, and this was not reported yet
+    };
+
+    EventStream(StreamContext& context, std::shared_ptr<const Device> device, const Past& past);
     /// Closes the stream.
     ~EventStream() override;
 
@@ -50,7 +57,8 @@ public:
     /// Resumes reading if the stream is paused and the queue has room again.
     void resume();
     const Device& device() const { return *m_device; }
-    const QByteArray& lastEventId() const { return m_reader.lastEventId(); }
+    /// For the stream that takes the place of this one.
+    Past past() const;
 
 private:
     void openStream() override;

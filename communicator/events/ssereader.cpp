@@ -160,7 +160,7 @@ void SseReader::dispatch()
     event.isGap = std::exchange(m_begun.isGap, false);
     event.id = std::exchange(m_begun.id, std::nullopt);
     event.data = std::exchange(m_begun.data, std::nullopt);
-    if (event.id || event.data) {
+    if (event.id || event.data || event.isGap) {
         m_sink(std::move(event));
     }
 }

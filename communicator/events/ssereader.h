@@ -24,7 +24,7 @@ public:
         std::optional<QByteArray> data; ///< lines joined by line feeds; none if the block is not an event
         bool isGap = false;             ///< its type is `gap`: the device has lost events before this one
     };
-    /// Called for each block that has an id or data.
+    /// Called for each block that has an id or data, or says that events were lost.
     using Sink = std::function<void(Event&& event)>;
 
     /// @p maximumBytes limits one line and the data of one event.

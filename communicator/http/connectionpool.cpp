@@ -286,7 +286,8 @@ ConnectionPool::OfPauses ConnectionPool::release(Sessions::iterator entry, bool 
         return pause;
     }
     const TrafficClass trafficClass = entry->trafficClass();
-    if (!entry->session.isConnected() || m_idle.count(trafficClass) >= maxIdlePerClass) {
+    if (!entry->session.isConnected() || entry->device->isReplaced ||
+        m_idle.count(trafficClass) >= maxIdlePerClass) {
         return pause;
     }
     m_idle.add(trafficClass, std::exchange(dropped, {}));
@@ -307,8 +308,11 @@ bool ConnectionPool::waitUntil(Clock::time_point when, Pauses::iterator pause)
 HttpReply ConnectionPool::endPause(Pauses::iterator pause, const HttpRequest& request,
                                    Clock::time_point started)
 {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const bool isCancelled = pause->isCancelled;
+    lock.unlock(); // observers are told
     return failWithoutSending(request, IHttpVersionTrigger::Aborted,
-                              pause->isCancelled ? cancelledError() : abortedError(), started);
+                              isCancelled ? cancelledError() : abortedError(), started);
 }
 
 template <class Concerns>
@@ -334,6 +338,16 @@ void ConnectionPool::abort(const QString& deviceKey)
     const std::lock_guard<std::mutex> lock(m_mutex);
     abortActive([&](const auto& one) { return one.device->key == deviceKey; }, false);
     dropped = m_idle.takeIf([&](const Sessions& idle) { return idle.front().device->key == deviceKey; });
+}
+
+void ConnectionPool::dropReplaced(const QString& deviceKey)
+{
+    std::vector<Sessions> dropped; // destroyed after the lock is released
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    dropped = m_idle.takeIf([&](const Sessions& idle) {
+        const Device& device = *idle.front().device;
+        return device.key == deviceKey && device.isReplaced;
+    });
 }
 
 void ConnectionPool::cancel(ExchangeId id)

@@ -67,6 +67,8 @@ public:
                        std::chrono::steady_clock::time_point started);
     /// Aborts the exchanges with @p deviceKey and drops its connections.
     void abort(const QString& deviceKey);
+    /// Drops the idle connections with @p deviceKey from before its endpoint was replaced.
+    void dropReplaced(const QString& deviceKey);
     /// Ends the exchange @p id, if it is under way or about to begin.
     void cancel(ExchangeId id);
     /// Ends the exchanges with @p deviceKey.

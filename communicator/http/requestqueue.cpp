@@ -50,7 +50,9 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
         queue = std::make_shared<DeviceQueue>();
     }
     const auto deadline = started + timeLimit(request);
-    const QByteArray path = request.method == HttpMethod::Get
+    // What a renewal of the token waits for must not wait for the requests that wait for the token.
+    const bool isUrgent = request.renewsLogin;
+    const QByteArray path = request.method == HttpMethod::Get || isUrgent
                                 ? QByteArray()
                                 : requestTarget(request.path, request.placeHolders, {});
     const auto earlier = path.isEmpty() ? queue->heldBack.end() : queue->heldBack.find(path);
@@ -59,21 +61,25 @@ void RequestQueue::add(HttpRequest request, std::shared_ptr<const Device> device
         queue->heldBack.try_emplace(path);
     }
     Jobs& jobs = isHeldBack ? earlier->second : queue->waiting;
-    jobs.push_back({std::move(request),
-                    std::move(device),
-                    std::move(done),
-                    started,
-                    deadline,
-                    {},
-                    path,
-                    isHeldBack,
-                    false,
-                    {},
-                    nullptr});
-    const auto job = std::prev(jobs.end());
+    const auto job = jobs.insert(isUrgent ? jobs.begin() : jobs.end(), {std::move(request),
+                                                                        std::move(device),
+                                                                        std::move(done),
+                                                                        ++m_added,
+                                                                        started,
+                                                                        deadline,
+                                                                        {},
+                                                                        path,
+                                                                        isHeldBack,
+                                                                        false,
+                                                                        {},
+                                                                        nullptr});
     job->timer = m_loop.startTimer(deadline, [this, key, job] {
         endEarly(key, job, IHttpVersionTrigger::TimedOut, timeOutError(job->request));
     });
+    if (isUrgent) {
+        begin(key, *std::shared_ptr(queue)); // which may be gone after it
+        return;
+    }
     markRunnable(key, *queue);
     startRunnable();
 }
@@ -225,7 +231,8 @@ void RequestQueue::endEarly(const QString& deviceKey, Jobs::iterator job,
     startRunnable();
 }
 
-// The next write to the path, if one is held back, waits for its turn from now on.
+// The next write to the path, if one is held back, waits for its turn from now on, before all that came after
+// it.
 void RequestQueue::writeEnded(DeviceQueue& queue, const QByteArray& path)
 {
     if (path.isEmpty()) {
@@ -238,7 +245,10 @@ void RequestQueue::writeEnded(DeviceQueue& queue, const QByteArray& path)
         return;
     }
     heldBack.front().isHeldBack = false;
-    queue.waiting.splice(queue.waiting.end(), heldBack, heldBack.begin());
+    const auto later = std::find_if(queue.waiting.begin(), queue.waiting.end(), [&heldBack](const Job& one) {
+        return one.number > heldBack.front().number;
+    });
+    queue.waiting.splice(later, heldBack, heldBack.begin());
 }
 
 void RequestQueue::forgetIfIdle(const QString& deviceKey)
@@ -254,6 +264,11 @@ void RequestQueue::abort(const QString& deviceKey)
 {
     m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey; });
     endAllOf(deviceKey, abortedError());
+}
+
+void RequestQueue::dropReplaced(const QString& deviceKey)
+{
+    m_kept.takeIf([&](const Kept& kept) { return kept.device->key == deviceKey && kept.device->isReplaced; });
 }
 
 void RequestQueue::cancel(ExchangeId id)
@@ -326,7 +341,7 @@ void RequestQueue::endAll(DeviceQueue& queue, const QString& error)
 void RequestQueue::keep(const std::shared_ptr<const Device>& device, std::unique_ptr<AsyncExchange> exchange)
 {
     if (std::unique_ptr<Connection> connection = exchange->takeConnection();
-        connection && !device->isRemoved) {
+        connection && !device->isRemoved && !device->isReplaced) {
         if (m_kept.count(device.get()) == maxKeptPerDevice) {
             m_kept.takeOldest(device.get());
         } else if (m_kept.size() >= m_maxConnections()) {

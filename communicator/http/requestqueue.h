@@ -28,6 +28,8 @@ namespace Krelm::Communicator::HttpDevice {
 ///
 /// Writes to one expanded path of a device keep their order and run one at a time, so that a later value is
 /// not overtaken by an earlier one on another connection. Reads, and writes to other paths, run beside them.
+/// What the function sends that renews a token begins at once, without regard to limits and order: all others
+/// may be waiting for it.
 ///
 /// A read that is repeated because its device was busy waits as a plain value, too, and takes no part in the
 /// limits meanwhile.
@@ -47,6 +49,8 @@ public:
              std::chrono::steady_clock::time_point started);
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
+    /// Drops the idle connections with @p deviceKey from before its endpoint was replaced.
+    void dropReplaced(const QString& deviceKey);
     /// Ends the exchange @p id with `Aborted`, if it is here or comes later.
     void cancel(ExchangeId id);
     /// Ends the exchanges with @p deviceKey with `Aborted`.
@@ -58,6 +62,7 @@ private:
         HttpRequest request;
         std::shared_ptr<const Device> device;
         Done done;
+        quint64 number = 0; ///< in the order in which they came
         std::chrono::steady_clock::time_point started;
         std::chrono::steady_clock::time_point deadline;
         IoLoop::TimerId timer;
@@ -108,6 +113,7 @@ private:
     CancelledIds m_cancelled;
     QHash<QString, std::shared_ptr<DeviceQueue>> m_devices; ///< those with exchanges
     std::deque<QString> m_runnable;                         ///< devices with waiting exchanges, in turn
+    quint64 m_added = 0;
     bool m_isStarting = false;
     size_t m_underWay = 0;
     std::optional<std::chrono::steady_clock::time_point> m_limitTold;

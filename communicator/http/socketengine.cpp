@@ -111,6 +111,17 @@ void SocketEngine::abort(const QString& deviceKey)
     });
 }
 
+void SocketEngine::dropReplaced(const QString& deviceKey)
+{
+    m_pool.dropReplaced(deviceKey);
+    m_loop->post([queues = m_queues, deviceKey] {
+        if (queues->normal) {
+            queues->normal->dropReplaced(deviceKey);
+            queues->daemon->dropReplaced(deviceKey);
+        }
+    });
+}
+
 void SocketEngine::stop()
 {
     if (m_stopped.exchange(true)) {

@@ -30,6 +30,8 @@ public:
 
     /// Ends the exchanges with @p deviceKey with `Aborted` and drops its connections.
     void abort(const QString& deviceKey);
+    /// Drops the idle connections with @p deviceKey from before its endpoint was replaced.
+    void dropReplaced(const QString& deviceKey);
     /// Ends all exchanges with `Aborted`; later ones are aborted at once. An observer may call it; the
     /// exchange reported to it, and on the loop's thread all non-blocking ones, then end after it has
     /// returned.

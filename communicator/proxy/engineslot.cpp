@@ -55,12 +55,22 @@ void EngineSlot::setEngine(std::shared_ptr<HttpEngine> next)
 
 void EngineSlot::abort(const QString& deviceKey)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    const std::shared_ptr<SocketEngine> builtIn = m_builtIn;
-    lock.unlock();
-    if (builtIn) {
+    if (const std::shared_ptr<SocketEngine> builtIn = builtInEngine()) {
         builtIn->abort(deviceKey);
     }
+}
+
+void EngineSlot::dropReplaced(const QString& deviceKey)
+{
+    if (const std::shared_ptr<SocketEngine> builtIn = builtInEngine()) {
+        builtIn->dropReplaced(deviceKey);
+    }
+}
+
+std::shared_ptr<SocketEngine> EngineSlot::builtInEngine()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_builtIn;
 }
 
 void EngineSlot::stopEngine()

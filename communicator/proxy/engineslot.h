@@ -28,6 +28,9 @@ public:
 
     /// Aborts all exchanges of the built-in engine with @p deviceKey.
     void abort(const QString& deviceKey);
+    /// Drops the idle connections of the built-in engine with @p deviceKey from before its endpoint was
+    /// replaced.
+    void dropReplaced(const QString& deviceKey);
     /// Stops the built-in engine, but not one that was set. The transport must be closed.
     void stopEngine();
     /// Stops the loop; everything that uses it must have stopped before. The transport must be closed.
@@ -35,6 +38,7 @@ public:
 
 private:
     std::shared_ptr<IoLoop> loopLocked();
+    std::shared_ptr<SocketEngine> builtInEngine();
 
     const std::shared_ptr<DeviceRegistry> m_registry;
     std::mutex m_mutex; ///< guards the members below

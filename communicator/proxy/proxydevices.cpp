@@ -24,10 +24,10 @@ ProxyDevices::ProxyDevices(std::shared_ptr<DeviceRegistry> registry, EngineSlot&
 
 void ProxyDevices::setEvents(bool wanted)
 {
-    const std::lock_guard<std::mutex> devicesLock(m_changeMutex);
+    // Destroyed without a lock, since this waits for the loop, where an observer may be changing the devices.
+    std::shared_ptr<EventChannels> closed;
     std::shared_ptr<EventChannels> open;
-    std::shared_ptr<EventChannels>
-        closed; // destroyed without m_mutex, since it waits for the loop, which may need it
+    const std::lock_guard<std::mutex> devicesLock(m_changeMutex);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (wanted && !m_channels && !Lifecycle::isClosed()) {
@@ -37,15 +37,20 @@ void ProxyDevices::setEvents(bool wanted)
             closed.swap(m_channels);
         }
     }
+    if (closed) {
+        closed->closeAll(); // before whatever is opened next
+    }
     if (open) {
+        const bool isReopened = std::exchange(m_hadEvents, true); // and nobody knows what happened meanwhile
         for (const std::shared_ptr<const Device>& device : m_registry->devices()) {
-            open->open(device, {});
+            open->open(device, {}, isReopened);
         }
     }
 }
 
 bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
 {
+    std::shared_ptr<EventChannels> open; // destroyed without the lock, as in setEvents()
     const std::lock_guard<std::mutex> lock(m_changeMutex);
     const auto [change, error] = m_registry->add(deviceKey, endpoint);
     if (change == DeviceRegistry::Change::Refused) {
@@ -60,7 +65,11 @@ bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
     if (change == DeviceRegistry::Change::Added) {
         announced.emplace_back();
     }
-    if (const std::shared_ptr<EventChannels> open = channels()) {
+    if (change == DeviceRegistry::Change::Replaced) {
+        m_engines.dropReplaced(deviceKey);
+    }
+    open = channels();
+    if (open) {
         open->open(m_registry->find(deviceKey), std::move(announced));
     } else {
         m_events.push(announced);
@@ -70,13 +79,15 @@ bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
 
 bool ProxyDevices::remove(const QString& deviceKey)
 {
+    std::shared_ptr<EventChannels> open; // destroyed without the lock, as in setEvents()
     const std::lock_guard<std::mutex> lock(m_changeMutex);
     if (!m_registry->remove(deviceKey)) {
         return false;
     }
     m_engines.abort(deviceKey);
     std::vector<ProxyEvent> announced{{ProxyEvent::Kind::Logout, deviceKey, {}, nullptr}, {}};
-    if (const std::shared_ptr<EventChannels> open = channels()) {
+    open = channels();
+    if (open) {
         open->close(deviceKey, std::move(announced));
     } else {
         m_events.push(announced);

@@ -43,6 +43,7 @@ private:
     ProxyEventQueue m_events;
     /// Held while a device is added or removed, so that streams and events see the changes in the same order.
     std::mutex m_changeMutex;
+    bool m_hadEvents = false;                  ///< events were enabled at some time; guarded by m_changeMutex
     std::mutex m_mutex;                        ///< guards m_channels
     std::shared_ptr<EventChannels> m_channels; ///< null unless events are enabled
 };

@@ -102,6 +102,26 @@ void streamEvents(const QString& address)
     HttpProxy::getInstance()->initialize(true);
 }
 
+/// Calls the library when its own static objects have been destroyed, as a thread may that does not end.
+struct LateCalls
+{
+    QString deviceKey;
+    QString address;
+
+    ~LateCalls()
+    {
+        if (address.isEmpty()) {
+            return;
+        }
+        DeviceEndpoint endpoint;
+        endpoint.address = QStringLiteral("http://device.invalid:8080");
+        endpoint.login = DeviceEndpoint::Login::Basic;
+        endpoint.user = QStringLiteral("user");
+        const bool isAdded = HttpProxy::getInstance()->addDevice(deviceKey, endpoint);
+        std::printf("late %d, state %d\n", isAdded ? 1 : 0, blockingState(address));
+    }
+};
+
 /// Ends while requests wait, for a login that the application never renews or for a device that is busy.
 void endWithWaitingRequests(int argc, char** argv, const QString& address)
 {
@@ -230,14 +250,26 @@ int main(int argc, char** argv)
         endWithWaitingRequests(argc, argv, well);
         return 0;
     }
+    if (way == "late calls") {
+        static LateCalls late;
+        std::printf("state %d\n", blockingState(well));
+        late.deviceKey = QStringLiteral("wall");
+        late.address = QStringLiteral("device.invalid:8081");
+        return 0;
+    }
     if (way == "a second application") {
         {
             QCoreApplication application(argc, argv);
             requests.start(stalled);
+            DeviceEndpoint endpoint;
+            endpoint.address = stalled;
+            HttpProxy::getInstance()->addDevice(QStringLiteral("hall"), endpoint); // nobody hears of it
         }
         std::printf("between %d\n", blockingState(well));
         std::puts(loopEnds() ? "no thread" : "a thread that is left");
         QCoreApplication application(argc, argv);
+        QObject::connect(HttpProxy::getInstance(), &HttpProxy::deviceChanged, &application,
+                         [] { std::puts("told of what was before the end"); });
         std::printf("state %d\n", blockingState(well));
         Requests again;
         again.start(well);

@@ -410,7 +410,7 @@ QString failInTurn(const Scenario& scenario, Plan::Lasts lasts, int mostCalls)
         hurt += isHurt ? 1 : 0;
         if (wanted.calls < number) { // no call is left that has not failed
             if (number < 3 || (hurt == 0 && scenario.canBeHurt)) {
-                return wrong("the calls are not seen, or their failures not noticed");
+                return QStringLiteral("%1 calls are seen, and %2 failures noticed").arg(number - 1).arg(hurt);
             }
             return QTest::qWaitFor([before] { return descriptors() <= before; }, limit)
                        ? QString()

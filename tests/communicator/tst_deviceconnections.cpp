@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "misbehavingserver.h"
+#include "sleepingthread.h"
 
 #include <communicator/deviceconnections.h>
 #include <communicator/deviceendpoint.h>
+#include <communicator/exchangeobserver.h>
 #include <communicator/httpproxy.h>
 
+#include <QEventLoop>
 #include <QLoggingCategory>
 #include <QSignalSpy>
 #include <QtTest>
+
+#include <future>
+#include <thread>
 
 using namespace Krelm::Communicator::HttpDevice;
 using Mode = MisbehavingServer::Mode;
@@ -95,6 +101,114 @@ private Q_SLOTS:
         QVERIFY(HttpProxy::getInstance()->removeDevice(wall));
         QTRY_COMPARE(reasons.size(), 2);
         QCOMPARE(reasons[1], QStringLiteral("the device was removed"));
+    }
+
+    void whatHappenedWhileNobodyWantedEventsIsReported()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        server.addScript({head, "id: e:1\n\n"});
+        m_connections->setChangeEvents({"\"a\""});
+        QSignalSpy events(HttpProxy::getInstance(), &HttpProxy::deviceAutoReportData);
+        QSignalSpy missed(m_connections, &DeviceConnections::eventsMissed);
+        HttpProxy::getInstance()->initialize(true);
+        QVERIFY(add(wall, server));
+        QTRY_COMPARE(events.size(), 1);
+        QCOMPARE(missed.size(), 0);
+        HttpProxy::getInstance()->initialize(false);
+        HttpProxy::getInstance()->initialize(true);
+        QTRY_COMPARE(missed.size(), 1);
+        QTRY_COMPARE(events.size(), 2);
+        QCOMPARE(events[1][0].toByteArray(), QByteArray("\"a\""));
+    }
+
+    void eventsMayEndWhileAnObserverChangesTheDevices()
+    {
+        MisbehavingServer server;
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        proxy->initialize(true);
+        QVERIFY(add(wall, server));
+        std::promise<void> told;
+        std::promise<pid_t> ending;
+        std::future<pid_t> endingThread = ending.get_future();
+        const ObserverHandle observer = addExchangeObserver([&](const ExchangeRecord&) {
+            told.set_value();
+            const pid_t thread = endingThread.get();
+            while (!sleeps(thread)) {
+                std::this_thread::yield();
+            }
+            proxy->removeDevice(wall);
+        });
+        HttpJsonPackage package(nullptr);
+        package.setUrl(QStringLiteral("/api/v1/x"));
+        QVERIFY(proxy->get(wall, &package));
+        told.get_future().wait();
+        std::promise<void> ended;
+        std::thread thread([&] {
+            ending.set_value(pid_t(::syscall(SYS_gettid)));
+            proxy->initialize(false);
+            ended.set_value();
+        });
+        if (ended.get_future().wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+            qFatal("the observer and the end of the events wait for each other");
+        }
+        thread.join();
+        QVERIFY(proxy->devices().isEmpty());
+    }
+
+    void aDeviceThatIsMadeKnownAgainKeepsNoConnectionsOfBefore()
+    {
+        MisbehavingServer server;
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY(add(wall, server));
+            HttpJsonPackage package(nullptr);
+            package.setUrl(QStringLiteral("/api/v1/x"));
+            QSignalSpy done(&package, &HttpJsonPackage::readyRead);
+            QVERIFY(proxy->get(wall, &package));
+            QTRY_COMPARE(done.size(), 1);
+            proxy->getSync(wall, &package);
+            QCOMPARE(package.getSimpleState(), IHttpVersionTrigger::Success);
+        }
+        QCOMPARE(server.connections(), 10);
+        QTRY_COMPARE(server.open(), 2);
+    }
+
+    void aConnectionInUseIsNotKeptForADeviceThatIsMadeKnownAgain_data()
+    {
+        QTest::addColumn<bool>("blocking");
+        QTest::newRow("blocking") << true;
+        QTest::newRow("non-blocking") << false;
+    }
+    void aConnectionInUseIsNotKeptForADeviceThatIsMadeKnownAgain()
+    {
+        QFETCH(bool, blocking);
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({});
+        HttpProxy* const proxy = HttpProxy::getInstance();
+        QVERIFY(add(wall, server));
+        std::promise<void> ended;
+        std::thread caller([&] {
+            HttpJsonPackage package(nullptr);
+            package.setUrl(QStringLiteral("/api/v1/x"));
+            if (blocking) {
+                proxy->getSync(wall, &package);
+            } else {
+                QEventLoop loop;
+                QObject::connect(&package, &HttpJsonPackage::readyRead, &loop, &QEventLoop::quit);
+                proxy->get(wall, &package);
+                loop.exec();
+            }
+            ended.set_value();
+        });
+        const bool hasCome = server.waitForDeliveries(1);
+        const bool isKnown = add(wall, server);
+        server.broadcast("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}");
+        ended.get_future().wait();
+        caller.join();
+        QVERIFY(hasCome);
+        QVERIFY(isKnown);
+        QTRY_COMPARE(server.open(), 0);
     }
 
     void whatMayHaveBeenMissedIsToldBeforeItIsReported()

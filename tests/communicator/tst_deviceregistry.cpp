@@ -395,6 +395,7 @@ private Q_SLOTS:
         row("http://[::11]", false);
         row("ftp://localhost", false);
         row("xhttp://localhost", false);
+        row("localhost", false);
     }
     void thisMachineIsKnownByItsAddress()
     {

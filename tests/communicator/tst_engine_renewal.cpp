@@ -254,6 +254,43 @@ private Q_SLOTS:
         QCOMPARE(renewal.calls->load(), 1);
     }
 
+    void whatTheFunctionAsksDoesNotWaitForTheRefused_data()
+    {
+        QTest::addColumn<HttpMethod>("method");
+        QTest::addColumn<int>("count");
+        QTest::newRow("a write to the path that waits") << HttpMethod::Put << 1;
+        QTest::newRow("a read of a device that has all places taken") << HttpMethod::Get << 100;
+    }
+    void whatTheFunctionAsksDoesNotWaitForTheRefused()
+    {
+        QFETCH(HttpMethod, method);
+        QFETCH(int, count);
+        MisbehavingServer server(Mode::Token);
+        server.setToken("new");
+        Renewal renewal;
+        Bench bench;
+        const auto gate = std::make_shared<Gate>();
+        std::atomic<int> status{0};
+        bench.add(wall, renewal.endpoint(server.address(), [&, gate] {
+            gate->pass();
+            HttpRequest own = ofWall(method, "{}");
+            own.expectedTime = 5000;
+            status = bench.ask(own, false).status;
+            return QStringLiteral("new");
+        }));
+        std::atomic<int> succeeded{0};
+        for (int i = 0; i < count; ++i) {
+            bench.engine.start(ofWall(method, "{}"), [&](const HttpReply& reply) {
+                succeeded += reply.state == State::Success ? 1 : 0;
+            });
+        }
+        QTRY_COMPARE(server.deliveries(), std::min(count, 64));
+        gate->open();
+        QTRY_COMPARE_WITH_TIMEOUT(succeeded.load(), count, 20000);
+        QCOMPARE(status.load(), 401);
+        QCOMPARE(renewal.calls->load(), 1);
+    }
+
     void aWaitEndsAtOnce_data()
     {
         QTest::addColumn<bool>("blocking");

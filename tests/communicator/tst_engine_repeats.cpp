@@ -273,6 +273,43 @@ private Q_SLOTS:
         QCOMPARE(server.deliveries(), 1);
     }
 
+    // Of use under the thread sanitizer, so the threads meet without anything that orders their accesses.
+    void aWaitMayBeEndedTwice()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({busy("503", "Retry-After: 600\r\n")});
+        Bench bench;
+        HttpRequest read = request(server.address());
+        read.id = beginExchange();
+        read.expectedTime = 3600000;
+        constexpr auto unordered = std::memory_order_relaxed;
+        std::atomic<int> told{0};
+        std::atomic<bool> isEndedTwice{false};
+        const ObserverHandle observer = addExchangeObserver([&](const ExchangeRecord&) {
+            told.fetch_add(1, unordered);
+            while (told.load(unordered) == 2 && !isEndedTwice.load(unordered)) {
+                std::this_thread::yield();
+            }
+        });
+        std::thread second([&] {
+            while (told.load(unordered) < 2) {
+                std::this_thread::yield();
+            }
+            bench.engine.cancelAll(server.address());
+            isEndedTwice.store(true, unordered);
+        });
+        HttpReply reply;
+        std::thread caller([&] { reply = bench.engine.exchange(read); });
+        while (told.load(unordered) < 1) {
+            std::this_thread::yield();
+        }
+        bench.engine.cancel(read.id);
+        caller.join();
+        second.join();
+        QCOMPARE(reply.state, State::Aborted);
+        QCOMPARE(server.deliveries(), 1);
+    }
+
     void aReadThatWaitsHoldsUpNobody()
     {
         MisbehavingServer server(Mode::Scripted);

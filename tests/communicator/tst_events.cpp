@@ -207,6 +207,79 @@ private Q_SLOTS:
         QVERIFY(!other.received().at(0).headers.contains("last-event-id"));
     }
 
+    void whatADeviceMadeKnownAgainMayHaveMissedIsReported_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<bool>("elsewhere");
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<bool>("missed");
+        const QByteArray known = "id: e:7\n\nid: e:8\ndata: 1\n\n";
+        const QByteArray goesOn = "id: e:8\n\nid: e:9\ndata: 2\n\n";
+        QTest::newRow("its stream goes on") << known << false << goesOn << false;
+        QTest::newRow("it has no ids")
+            << QByteArray("data: 1\n\n") << false << QByteArray("data: 2\n\n") << true;
+        QTest::newRow("it is elsewhere") << known << true << QByteArray("id: f:3\n\ndata: 2\n\n") << true;
+        QTest::newRow("it is elsewhere, with an id of the same look") << known << true << goesOn << true;
+    }
+    void whatADeviceMadeKnownAgainMayHaveMissedIsReported()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(bool, elsewhere);
+        QFETCH(QByteArray, second);
+        QFETCH(bool, missed);
+        MisbehavingServer server(Mode::Scripted);
+        MisbehavingServer other(Mode::Scripted);
+        server.addScript({head, first});
+        (elsewhere ? other : server).addScript({head, second});
+        Listening listening;
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events, QList<QByteArray>{"1"});
+        listening.open(wall, (elsewhere ? other : server).address());
+        QTRY_COMPARE(listening.events.count("2"), 1);
+        if (missed) {
+            QTRY_COMPARE(listening.events.count("\"x\""), 1);
+        }
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), missed ? 1 : 0);
+    }
+
+    void aReportThatIsOwedIsNotForgottenWhenTheDeviceIsMadeKnownAgain()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\n\nid: e:5\ndata: 1\n\n"});
+        server.addScript({head, "id: e:5\n\nid: e:6\ndata: 2\n\n"});
+        EventTimings timings = quickTimings();
+        timings.firstDelay = 1h; // of a report after a read that failed
+        timings.longestDelay = 1h;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.count("\"x\""), 1);
+        listening.channels.readFailed(wall);
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.count("2"), 1);
+        QTRY_COMPARE(listening.events.count("\"x\""), 2);
+    }
+
+    void aDeviceThatWasGoneIsReportedWhenItIsMadeKnownAgain()
+    {
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, "id: e:1\ndata: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.goneAfter = 60ms;
+        timings.firstDelay = timings.longestDelay = 1h;
+        Listening listening(timings);
+        listening.board.setChangeEvents({"\"x\""});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.size(), 1);
+        server.dropConnections();
+        QTRY_COMPARE(listening.count(ProxyEvent::Kind::Logout), 1);
+        server.addScript({head, "id: e:1\n\nid: e:2\ndata: 2\n\n"});
+        listening.open(wall, server.address());
+        QTRY_COMPARE(listening.events.count("2"), 1);
+        QTRY_COMPARE(listening.events.count("\"x\""), 1);
+    }
+
     void whatADeviceOwesProofForIsReportedWhenItIsMissing_data()
     {
         QTest::addColumn<QByteArray>("first");
@@ -220,6 +293,8 @@ private Q_SLOTS:
         QTest::newRow("restarted") << begin + event << QByteArray("id: f:0\n\nid: f:1\ndata: 2\n\n") << true;
         QTest::newRow("says that it lost some")
             << begin + event << QByteArray("event: gap\nid: e:20\ndata: {}\n\nid: e:21\ndata: 2\n\n") << true;
+        QTest::newRow("says so and nothing else")
+            << begin + event << QByteArray("id: e:8\n\nevent: gap\n\nid: e:9\ndata: 2\n\n") << true;
         QTest::newRow("leaves some out") << begin + event << QByteArray("id: e:10\ndata: 2\n\n") << true;
         QTest::newRow("knows no ids") << QByteArray("data: 1\n\n") << QByteArray("data: 2\n\n") << true;
         QTest::newRow("knows ids no more") << begin + event << QByteArray("data: 2\n\n") << true;
@@ -933,6 +1008,51 @@ private Q_SLOTS:
         QTRY_COMPARE(listening.events.size(), 1);
         QVERIFY(server.deliveries() >= 4);
         QVERIFY(server.received().at(3).headers.value("authorization").contains("nonce=\"b\""));
+    }
+
+    void aChallengeOfAnAttemptThatStalledIsForgotten()
+    {
+        const auto challenge = [](const char* nonce, int length) {
+            return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, qop=auth, nonce=") +
+                   nonce + "\r\nContent-Length: " + QByteArray::number(length) + "\r\n\r\n";
+        };
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({challenge("a", 9)}); // whose body never comes
+        server.addScript({challenge("b", 0)});
+        server.addScript({head, "data: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.connect = 500ms;
+        Listening listening(timings);
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Digest;
+        endpoint.user = QStringLiteral("admin");
+        endpoint.secret = QStringLiteral("secret");
+        listening.open(wall, server.address(), endpoint);
+        QTRY_COMPARE(listening.events.size(), 1);
+        const QByteArray login = server.received().at(2).headers.value("authorization");
+        QVERIFY2(login.contains("nonce=\"b\""), login.constData());
+    }
+
+    void aLoginIsAnsweredAnewAfterAnAttemptThatStalled()
+    {
+        const auto challenge = [](const char* nonce) {
+            return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, qop=auth, nonce=") +
+                   nonce + "\r\nContent-Length: 0\r\n\r\n";
+        };
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({challenge("a")});
+        server.addScript({}); // the answer to it is never answered
+        server.addScript({challenge("b")});
+        server.addScript({head, "data: 1\n\n"});
+        EventTimings timings = quickTimings();
+        timings.connect = 500ms;
+        Listening listening(timings);
+        DeviceEndpoint endpoint;
+        endpoint.login = DeviceEndpoint::Login::Digest;
+        endpoint.user = QStringLiteral("admin");
+        endpoint.secret = QStringLiteral("secret");
+        listening.open(wall, server.address(), endpoint);
+        QTRY_COMPARE(listening.events.size(), 1);
     }
 
     void aStreamWhoseTokenHasRunOutComesBackWithANewOne()

@@ -33,6 +33,8 @@ void TestExit::aProcessEndsCleanlyWithRequestsInFlight_data()
     QTest::newRow("an observer of another request calls exit") << QStringLiteral("observer") << QByteArray();
     QTest::newRow("there never was an application")
         << QStringLiteral("without an application") << QByteArray("state 0\n");
+    QTest::newRow("calls come late") << QStringLiteral("late calls")
+                                     << QByteArray("state 0\nlate 1, state 10\n");
     QTest::newRow("threads are blocked") << QStringLiteral("blocked threads") << QByteArray("aborted 8\n");
     QByteArray called;
     for (int i = 0; i < 100; ++i) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "communicator/packages/operationlog.h"
 
+#include <communicator/httpproxy.h>
+
 #include <QtTest>
 
 #include <thread>
@@ -87,6 +89,25 @@ private Q_SLOTS:
         OperationLog* there = here;
         std::thread([&there] { there = OperationLog::ofThread(); }).join();
         QVERIFY(there != here);
+    }
+
+    void theProxyOffersToMarkWhatBelongsTogether()
+    {
+        quintptr offered = 0;
+        QMetaObject::invokeMethod(HttpProxy::getInstance(), "operationBoundary", Qt::DirectConnection,
+                                  Q_RETURN_ARG(quintptr, offered));
+        QVERIFY(offered != 0);
+        auto* const mark = reinterpret_cast<void (*)(bool begins)>(offered);
+        OperationLog* const log = OperationLog::ofThread();
+        mark(true);
+        log->begin();
+        log->add(numbered(1));
+        log->begin();
+        log->add(numbered(2));
+        mark(false);
+        QCOMPARE(idsOf(*log), (Ids{1, 2}));
+        log->begin();
+        QCOMPARE(idsOf(*log), Ids());
     }
 
     void anExchangeIsNamedAsItWasAsked()

@@ -65,6 +65,7 @@ private Q_SLOTS:
     void aPackageThatIsGoneIsNotAnswered_data();
     void aPackageThatIsGoneIsNotAnswered();
     void aStackPackageMayGoRightAfterThePut();
+    void aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply_data();
     void aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply();
     void anEngineThatCannotCancelLetsRequestsEndByThemselves();
     void replacingTheEngineAbortsWhatIsInFlight();
@@ -473,14 +474,27 @@ void TestProxy::aStackPackageMayGoRightAfterThePut()
     QCoreApplication::processEvents();
 }
 
+void TestProxy::aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply_data()
+{
+    QTest::addColumn<bool>("answeredInTime");
+    QTest::newRow("before the first answer") << false;
+    QTest::newRow("between the first answer and its delivery") << true;
+}
+
 void TestProxy::aPackageThatIsSentAgainIsAnsweredOnceByTheLaterReply()
 {
+    QFETCH(bool, answeredInTime);
     install();
     HttpJsonPackage package(nullptr);
     QSignalSpy ready(&package, &HttpJsonPackage::readyRead);
     QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
+    if (answeredInTime) {
+        m_pending.at(0)(RecordingEngine::reply("first"));
+    }
     QVERIFY(m_proxy->get(QStringLiteral("wall"), &package));
-    m_pending.at(0)(RecordingEngine::reply("first"));
+    if (!answeredInTime) {
+        m_pending.at(0)(RecordingEngine::reply("first"));
+    }
     QCoreApplication::processEvents();
     QCOMPARE(ready.size(), 0);
     m_pending.at(1)(RecordingEngine::reply("second"));

@@ -198,6 +198,24 @@ private Q_SLOTS:
         QCOMPARE(bodiesOf(server), QByteArray("3"));
     }
 
+    void aWriteThatWasHeldBackKeepsItsPlaceAmongTheOthers()
+    {
+        MisbehavingServer silent(Mode::Stall);
+        MisbehavingServer server;
+        Queue queue(1);
+        fill(queue, silent);
+        for (int i = 1; i <= 3; ++i) {
+            queue.write(a, server.address(), ExchangeId(i));
+        }
+        for (int i = 4; i <= 9; ++i) {
+            queue.write(a, server.address(), ExchangeId(i), qPrintable(QStringLiteral("/%1").arg(i)));
+        }
+        queue.write(a, server.address(), 10);
+        queue.cancelAll(QStringLiteral("x"));
+        QTRY_COMPARE(queue.settled.load(), 11);
+        QCOMPARE(bodiesOf(server), QByteArray("1 2 3 4 5 6 7 8 9 10"));
+    }
+
     void whatIsCancelledWhileItWaitsLeavesItsPlaceToTheNext_data()
     {
         QTest::addColumn<int>("cancelled");

@@ -404,6 +404,15 @@ private Q_SLOTS:
         QCOMPARE(JsonText::dataFlattened(text), (QVariantMap{{"a.b", 1}}));
     }
 
+    void aKeyThatIsPassedOverEndsWithItsEscape()
+    {
+        const QByteArray text = R"({"data":{"a":1},"b\n":2})";
+        // Whoever reads on behind the key comes to this.
+        QByteArray dirty = text + " \\qq\"" + QByteArray(200, ' ');
+        dirty.resize(text.size());
+        QCOMPARE(JsonText::dataFlattened(dirty), (QVariantMap{{"a", 1}}));
+    }
+
     void dataOfAnotherKindGivesNothing_data()
     {
         QTest::addColumn<QByteArray>("data");
@@ -563,6 +572,8 @@ private Q_SLOTS:
         QCOMPARE(object("{\"a\":1,\"b\":2}"), (QVariantMap{{"a", 1}, {"b", 2}}));
         QCOMPARE(object("{\"a\\\\n\":2}"), (QVariantMap{{"a\\n", 2}}));
         QCOMPARE(object("{\"a\\n\":2}"), (QVariantMap{{"a\n", 2}}));
+        QCOMPARE(object(R"({"\u005c\u005c":1})"), (QVariantMap{{"\\\\", 1}}));
+        QCOMPARE(object(R"({"\\":2})"), (QVariantMap{{"\\", 2}}));
     }
 
     void aByteOrderMarkInFrontIsSkipped()

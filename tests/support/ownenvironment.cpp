@@ -23,6 +23,7 @@ bool isKept(const std::string& name)
                                                   "LSAN_OPTIONS",
                                                   "TSAN_OPTIONS",
                                                   "UBSAN_OPTIONS",
+                                                  "QTEST_DISABLE_STACK_DUMP",
                                                   "QTEST_ENVIRONMENT",
                                                   "QTEST_FUNCTION_TIMEOUT",
                                                   "TESSEL_REQUIRE_PEERS",

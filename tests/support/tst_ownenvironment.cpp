@@ -16,8 +16,8 @@ private Q_SLOTS:
     {
         QStringList names = QProcessEnvironment::systemEnvironment().keys();
         for (const char* kept : {"PATH", "TMPDIR", "LD_LIBRARY_PATH", "LD_PRELOAD", "ASAN_OPTIONS",
-                                 "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "QTEST_ENVIRONMENT",
-                                 "QTEST_FUNCTION_TIMEOUT", "TESSEL_REQUIRE_PEERS"}) {
+                                 "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "QTEST_DISABLE_STACK_DUMP",
+                                 "QTEST_ENVIRONMENT", "QTEST_FUNCTION_TIMEOUT", "TESSEL_REQUIRE_PEERS"}) {
             names.removeAll(QString::fromLatin1(kept));
         }
         // Qt Test's own.

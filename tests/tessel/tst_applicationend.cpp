@@ -12,10 +12,16 @@
 #include <tessel/frames/grouprequest.h>
 #include <tessel/frames/promiserequest.h>
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
 #include <QtTest>
 
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -145,6 +151,36 @@ private Q_SLOTS:
         });
         QVERIFY(!ok);
         QCOMPARE(left, 0);
+    }
+
+    void aLoopThatSleepsEndsWithTheApplication()
+    {
+        auto app = application();
+        std::atomic<QEventLoop*> sleeping{nullptr};
+        std::packaged_task<bool()> wait([&sleeping] {
+            QEventLoop loop;
+            QTimer::singleShot(0, &loop, [&] {
+                // Behind what the loop itself asks before it sleeps, which is connected by now.
+                QObject::connect(QAbstractEventDispatcher::instance(),
+                                 &QAbstractEventDispatcher::aboutToBlock, &loop, [&] { sleeping = &loop; });
+            });
+            return Tessel::execUntilApplicationEnds(loop, QEventLoop::AllEvents);
+        });
+        std::future<bool> isGoingOn = wait.get_future();
+        std::thread caller(std::move(wait));
+        const QDeadlineTimer limit(10000);
+        while (!sleeping && !limit.hasExpired()) {
+            std::this_thread::yield();
+        }
+        app.reset();
+        const bool hasEnded = isGoingOn.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+        if (!hasEnded && sleeping) {
+            sleeping.load()->quit();
+        }
+        caller.join();
+        QVERIFY(sleeping);
+        QVERIFY(hasEnded);
+        QVERIFY(!isGoingOn.get());
     }
 
     void aPromiseThatIsPendingAtTheEndIsRejected()

@@ -197,11 +197,19 @@ private Q_SLOTS:
         QVERIFY(OperationOutcome::last().text().startsWith(nothingSent));
     }
 
+    void whatIsMissingForAnOperationIsNotBlamedOnTheOneBefore_data()
+    {
+        QTest::addColumn<bool>("hasTable");
+        QTest::newRow("the table") << false;
+        QTest::newRow("the transport") << true;
+    }
     void whatIsMissingForAnOperationIsNotBlamedOnTheOneBefore()
     {
+        QFETCH(bool, hasTable);
         m_engine->answer(RecordingEngine::failure());
         QVERIFY(!HWInfo::getInstance()->getHWInfo(device, true));
-        QVERIFY(!Tessel::instancesReady({"f", "g"}, "no table", nullptr, this));
+        QVERIFY(!Tessel::instancesReady({"f", "g"}, "no table", hasTable ? this : nullptr,
+                                        hasTable ? nullptr : this));
         QVERIFY(OperationOutcome::last().ids().empty());
     }
 
@@ -226,6 +234,49 @@ private Q_SLOTS:
         QCOMPARE(told,
                  QStringLiteral("GET /api/v1/device/hw on wall: the device refused it: overheated (code 7)"));
         QVERIFY(outcome.isFinished());
+    }
+
+    void aPromiseIsNotRejectedWithoutAReason_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("isRejected");
+        QTest::addColumn<QString>("reason");
+        const QString all = QStringLiteral("all exchanges succeeded");
+        const QString of = QStringLiteral("GET /api/v1/device/hw on wall: ");
+        const QString refused = of + QStringLiteral("the device refused it: no (code %1)");
+        const QString unreadable = of + QStringLiteral("succeeded, but the reply is not a JSON object");
+        QTest::newRow("no code") << QByteArray(R"({"data":{}})") << false << all;
+        QTest::newRow("code 0") << QByteArray(R"({"code":0,"data":{}})") << false << all;
+        QTest::newRow("code 0.0") << QByteArray(R"({"code":0.0,"data":{}})") << false << all;
+        QTest::newRow("code 3") << QByteArray(R"({"code":3,"message":"no"})") << true << refused.arg(3);
+        for (const char* const code :
+             {"\"3\"", "\"0\"", "1.5", "1e12", "true", "false", "{}", "[]", "null"}) {
+            QTest::addRow("code %s", code)
+                << R"({"message":"no","code":)" + QByteArray(code) + '}' << true << refused.arg(-1);
+        }
+        QTest::newRow("a page") << QByteArray("<html>") << true << unreadable;
+        QTest::newRow("a list") << QByteArray("[1]") << true << unreadable;
+        QTest::newRow("cut") << QByteArray(R"({"code":0,"data":)") << true << unreadable;
+    }
+    void aPromiseIsNotRejectedWithoutAReason()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, isRejected);
+        QFETCH(QString, reason);
+        m_engine->answer(RecordingEngine::reply(reply));
+        QString told;
+        bool isFulfilled = false;
+        auto promise = HWInfo::getInstance()->getHWInfo2(device);
+        const OperationOutcome outcome = OperationOutcome::last();
+        promise
+            .then([&](const Tessel::DeviceInfo&) {
+                isFulfilled = true;
+                told = outcome.text();
+            })
+            .fail([&] { told = outcome.text(); });
+        QTRY_VERIFY(!told.isEmpty());
+        QCOMPARE(!isFulfilled, isRejected);
+        QCOMPARE(told, reason);
     }
 
     void aPromiseThatRefusesItsArgumentsHasSentNothing()

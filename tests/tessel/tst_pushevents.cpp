@@ -108,6 +108,21 @@ private Q_SLOTS:
         }
     }
 
+    void aReportedEventNamesNoElement()
+    {
+        QCOMPARE(Tessel::refreshingEvents(),
+                 (QByteArrayList{
+                     R"({"changeTag":"hwInfo","dataType":"change"})",
+                     R"({"changeTag":"screensInfo","dataType":"change"})",
+                     R"({"changeTag":"screensTagInfo","dataType":"change"})",
+                     R"({"changeInputId":0,"changeTag":"inputsInfo","dataType":"change"})",
+                     R"({"changeTag":"outputsInfo","dataType":"change"})",
+                     R"({"ChangeTag":"PipeLineInfo","DataType":"Change"})",
+                     R"({"eventData":{},"eventSender":"cabinet","eventType":"cabinetsChange"})",
+                     R"({"eventData":{},"eventSender":"cabinet","eventType":"allFlags"})",
+                 }));
+    }
+
     void aReportedEventReadsAnewWhatItsRowSays_data()
     {
         QTest::addColumn<QByteArray>("event");

@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <functional>
 #include <limits>
 
 using Krelm::Communicator::HttpDevice::HttpMethod;
@@ -51,6 +52,8 @@ void decode(const Krelm::Communicator::HttpDevice::HttpJsonPackage&, LockWitness
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(std::function<const void*()>)
 
 class TestRequest : public QObject
 {
@@ -112,6 +115,38 @@ private Q_SLOTS:
         QCOMPARE(sent.expectedTime, 20000);
         QVERIFY(sent.daemon);
         QVERIFY(!sent.multipart);
+    }
+
+    void whatAnOutputHoldsIsUsedAgain_data()
+    {
+        using Read = std::function<const void*()>; // where the first element is then
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<Read>("read");
+        static Map map;
+        static List flattened;
+        static List parsed;
+        QTest::newRow("a map") << QByteArray(R"({"a":1})") << Read([] {
+            Request("Device_lock").get(device, map);
+            return &map.constBegin().value();
+        });
+        QTest::newRow("a list") << QByteArray(R"([{"a":1}])") << Read([] {
+            Request("Device_lock").get(device, flattened);
+            return &flattened.constFirst();
+        });
+        QTest::newRow("a list as parsed") << QByteArray(R"([{"a":1}])") << Read([] {
+            Request("Device_lock").get(device, asParsed(parsed));
+            return &parsed.constFirst();
+        });
+    }
+    void whatAnOutputHoldsIsUsedAgain()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(std::function<const void*()>, read);
+        m_engine->answer(RecordingEngine::data(data));
+        read();
+        read();
+        const void* const before = read(); // objects of this shape are known by now
+        QCOMPARE(read(), before);
     }
 
     void parametersReplaceWhatStoodBefore()
