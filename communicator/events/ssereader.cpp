@@ -130,7 +130,7 @@ bool SseReader::data(const char* begin, const char* end)
 {
     const auto size = static_cast<std::size_t>(end - begin);
     std::optional<QByteArray>& data = m_begun.data;
-    const auto before = data ? data->size() : 0;
+    const auto before = data ? data->size() + 1 : 0; // with the line feed between the two
     if (static_cast<std::size_t>(before) + size + 1 > m_maximumBytes) {
         return tooLarge();
     }
