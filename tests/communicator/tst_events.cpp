@@ -770,6 +770,7 @@ private Q_SLOTS:
         EventTimings timings = quickTimings();
         timings.firstDelay = 40ms;
         timings.longestDelay = 200ms;
+        timings.reportAgain = timings.longestReportAgain = 1ms; // whose delays would hide those
         Listening listening(timings);
         listening.board.setChangeEvents({"\"x\""});
         listening.open(wall, server.address());

@@ -112,7 +112,7 @@ private:
 void TestTesselctl::init()
 {
     Tessel::Simulator::Options options;
-    options.strict = true;
+    options.strict = true; // bodies of the command line are as the description of the device API says
     m_simulator = std::make_unique<Simulator>(options);
     QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
 }
