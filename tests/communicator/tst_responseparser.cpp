@@ -281,6 +281,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("by the book") << QByteArray("2\r\n{}\r\n0\r\n\r\n");
         QTest::newRow("extensions") << QByteArray("2 ; a = b;c=\"d;\\\"e\" ;f\r\n{}\r\n0;g=h\r\n\r\n");
+        QTest::newRow("a tab in the trailer") << QByteArray("1\r\n{\r\n1\r\n}\r\n0\r\nX: a\tb\r\n\r\n");
         QTest::newRow("a trailer") << QByteArray("1\r\n{\r\n01\r\n}\r\n00\r\nX:\r\n y\r\nZ: \xff\r\n\r\n");
         QTest::newRow("zeros") << QByteArray("00000000000000000000002\r\n{}\r\n0\r\n\r\n");
     }
