@@ -250,13 +250,14 @@ QString OperationOutcome::text() const
     return textOfAll(ended, begun > 0, begun == std::size_t(ended.size()));
 }
 
-class Q_DECL_HIDDEN CallOutcome::Private
+namespace {
+
+/// What a CallOutcome has collected. An observer keeps it: one that another thread is in may outlast its
+/// handle.
+class CollectedOutcomes
 {
 public:
-    Private()
-        : scope(ids)
-        , observer(addExchangeObserver([this](const ExchangeRecord& record) { ended(record); }))
-    {}
+    ExchangeIds ids;
 
     QList<ExchangeOutcome> outcomes() const
     {
@@ -268,8 +269,6 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_ended;
     }
-
-private:
     void ended(const ExchangeRecord& record)
     {
         if (!ids.contains(record.id)) {
@@ -284,12 +283,24 @@ private:
         }
     }
 
+private:
     mutable std::mutex m_mutex; ///< guards the two below
     QList<ExchangeOutcome> m_outcomes;
     quint64 m_ended = 0;
+};
 
+} // namespace
+
+class Q_DECL_HIDDEN CallOutcome::Private
+{
 public:
-    ExchangeIds ids;
+    Private()
+        : scope(collected->ids)
+        , observer(
+              addExchangeObserver([all = collected](const ExchangeRecord& record) { all->ended(record); }))
+    {}
+
+    const std::shared_ptr<CollectedOutcomes> collected = std::make_shared<CollectedOutcomes>();
     ExchangeScope scope;
     ObserverHandle observer; ///< last, so that it is destroyed first
 };
@@ -302,24 +313,24 @@ CallOutcome::~CallOutcome() = default;
 
 QList<ExchangeOutcome> CallOutcome::exchanges() const
 {
-    return d->outcomes();
+    return d->collected->outcomes();
 }
 
 bool CallOutcome::hasFailed() const
 {
-    return anyFailed(d->outcomes());
+    return anyFailed(d->collected->outcomes());
 }
 
 QString CallOutcome::text() const
 {
-    const QList<ExchangeOutcome> all = d->outcomes();
-    const std::size_t begun = d->ids.all().size();
-    return textOfAll(all, begun > 0, begun <= d->endedCount());
+    const QList<ExchangeOutcome> all = d->collected->outcomes();
+    const std::size_t begun = d->collected->ids.all().size();
+    return textOfAll(all, begun > 0, begun <= d->collected->endedCount());
 }
 
 ExchangeIds& CallOutcome::ids()
 {
-    return d->ids;
+    return d->collected->ids;
 }
 
 } // namespace Krelm::Communicator::HttpDevice

@@ -53,11 +53,10 @@ private:
     {
         QMap<QString, QVariant> brightness;
         // With force: events do not refresh what is cached of a screen.
-        if (ScreenInfo::getInstance()->getBrightness(wall, "1", brightness, true)) {
-            m_show(wall, QString("%1 %").arg(brightness["brightness"].toInt()));
-        } else {
-            m_show(wall, OperationOutcome::last().text());
-        }
+        const bool answered = ScreenInfo::getInstance()->getBrightness(wall, "1", brightness, true);
+        const OperationOutcome outcome = OperationOutcome::last();
+        m_show(wall, answered && !outcome.hasFailed() ? QString("%1 %").arg(brightness["brightness"].toInt())
+                                                      : outcome.text());
     }
 
     Show m_show;
@@ -70,6 +69,14 @@ int main(int argc, char** argv)
     const Devices devices(2);
     QTextStream out(stdout);
     QEventLoop shown;
+
+    // The last of the simulated walls cannot be read at first.
+    Tessel::Simulator::Fault fault;
+    fault.path = "/api/v1/device/cabinet";
+    fault.status = 500;
+    if (!devices.simulators.empty()) {
+        devices.simulators.back()->addFault(fault);
+    }
 
     //! [use]
     LiveBrightness live([&](const QString& wall, const QString& text) {

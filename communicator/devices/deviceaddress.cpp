@@ -109,7 +109,7 @@ QByteArray baseUrlOfAddress(const QString& address)
         return {};
     }
     rest.remove_prefix(host.size());
-    const QByteArray url = scheme + QByteArray(host.data(), static_cast<int>(host.size()));
+    QByteArray url = scheme + QByteArray(host.data(), static_cast<int>(host.size()));
     if (rest.empty()) {
         return url;
     }

@@ -45,7 +45,13 @@ EventChannels::EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& prox
 
 EventChannels::~EventChannels()
 {
-    m_loop->run([this] { m_streams->closeAll(); });
+    // On the loop's thread a stream may be the caller, in a message of the log, so they close after it has
+    // returned.
+    if (m_loop->isHere()) {
+        closeAll();
+    } else {
+        m_loop->run([this] { m_streams->closeAll(); });
+    }
 }
 
 void EventChannels::closeAll()

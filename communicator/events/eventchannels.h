@@ -19,7 +19,7 @@ public:
     /// @p board stores the state of each stream, and lists what to report when events may have been missed.
     EventChannels(std::shared_ptr<IoLoop> loop, ProxyEventQueue& proxyEvents, ConnectionBoard& board,
                   const EventTimings& timings = {});
-    /// Closes all streams.
+    /// Closes all streams; on the loop's thread after the caller has returned.
     ~EventChannels();
 
     /// Opens the stream of @p device, or reopens it if its endpoint has changed. @p announced is queued after

@@ -42,6 +42,19 @@ QVector<Parameter> parametersOf(const QByteArray& text)
         }
         return text.mid(start, at - start);
     };
+    // Other schemes may be followed by a text in base64 instead of parameters (RFC 9110, "token68").
+    const auto skipText = [&] {
+        int end = at;
+        while (end < text.size() && (isTokenCharacter(text[end]) || text[end] == '/')) {
+            ++end;
+        }
+        while (end < text.size() && text[end] == '=') {
+            ++end;
+        }
+        if (end == text.size() || text[end] == ',') {
+            at = end;
+        }
+    };
     while (true) {
         skip(" \t,");
         Parameter parameter;
@@ -60,12 +73,13 @@ QVector<Parameter> parametersOf(const QByteArray& text)
                     }
                     parameter.value += text[at];
                 }
-                ++at;
+                at += at < text.size() ? 1 : 0; // it may be cut
             } else {
                 parameter.value = token();
             }
         } else {
             parameter.isScheme = true;
+            skipText();
         }
         list.append(parameter);
     }

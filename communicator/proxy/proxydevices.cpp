@@ -51,16 +51,14 @@ void ProxyDevices::setEvents(bool wanted)
 bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
 {
     std::shared_ptr<EventChannels> open; // destroyed without the lock, as in setEvents()
-    const std::lock_guard<std::mutex> lock(m_changeMutex);
+    std::unique_lock<std::mutex> lock(m_changeMutex);
     const auto [change, error] = m_registry->add(deviceKey, endpoint);
     if (change == DeviceRegistry::Change::Refused) {
+        lock.unlock(); // the application's handler of log messages may change devices, too
         qCWarning(httpLog, "device %s refused: %s", qPrintable(printableKey(deviceKey)), qPrintable(error));
         return false;
     }
-    if (const auto device = m_registry->find(deviceKey); device && device->hasClearLogin) {
-        qCWarning(httpLog, "device %s: the login travels in clear; use an https address",
-                  qPrintable(printableKey(deviceKey)));
-    }
+    const std::shared_ptr<const Device> device = m_registry->find(deviceKey);
     std::vector<ProxyEvent> announced;
     if (change == DeviceRegistry::Change::Added) {
         announced.emplace_back();
@@ -70,9 +68,14 @@ bool ProxyDevices::add(const QString& deviceKey, const DeviceEndpoint& endpoint)
     }
     open = channels();
     if (open) {
-        open->open(m_registry->find(deviceKey), std::move(announced));
+        open->open(device, std::move(announced));
     } else {
         m_events.push(announced);
+    }
+    lock.unlock();
+    if (device->hasClearLogin) {
+        qCWarning(httpLog, "device %s: the login travels in clear; use an https address",
+                  qPrintable(printableKey(deviceKey)));
     }
     return true;
 }

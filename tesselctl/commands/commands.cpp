@@ -6,9 +6,10 @@ namespace TesselCtl {
 void addCommands(CommandParser& parser)
 {
     for (void (*const add)(CommandParser&) :
-         {addInfo,   addScreens,  addCabinets,     addInputs,   addOutputs, addBrightness, addTestPattern,
-          addRename, addIdentify, addHealth,       addCall,     addOps,     addRoutes,     addDevices,
-          addWatch,  addMonitor,  addCoefficients, addFirmware, addDemo,    addVersion}) {
+         {addDiscover,     addInfo,     addScreens,  addCabinets, addInputs,  addOutputs, addBrightness,
+          addTestPattern,  addRename,   addIdentify, addHealth,   addExport,  addDiff,    addApply,
+          addBench,        addCall,     addOps,      addRoutes,   addDevices, addWatch,   addMonitor,
+          addCoefficients, addFirmware, addDemo,     addVersion}) {
         add(parser);
     }
 }

@@ -14,12 +14,17 @@ class Wall;
 QVariantMap deviceInfo(Wall& wall);
 
 /// One function for each command, in commands/<command>.cpp: adds its options, its help and what runs it.
+void addApply(CommandParser& parser);
+void addBench(CommandParser& parser);
 void addBrightness(CommandParser& parser);
 void addCabinets(CommandParser& parser);
 void addCall(CommandParser& parser);
 void addCoefficients(CommandParser& parser);
 void addDemo(CommandParser& parser);
 void addDevices(CommandParser& parser);
+void addDiff(CommandParser& parser);
+void addDiscover(CommandParser& parser);
+void addExport(CommandParser& parser);
 void addFirmware(CommandParser& parser);
 void addHealth(CommandParser& parser);
 void addIdentify(CommandParser& parser);

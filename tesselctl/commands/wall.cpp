@@ -2,7 +2,10 @@
 #include "tesselctl/commands/wall.h"
 
 #include "tesselctl/requests/dryrun.h"
+#include "tesselctl/terminal/jsontext.h"
 
+#include <communicator/httpjsonpackage.h>
+#include <communicator/httpproxy.h>
 #include <tessel/cabinetinfooperator.h>
 #include <tessel/hwinfo.h>
 #include <tessel/inputinfo.h>
@@ -15,6 +18,8 @@
 
 namespace TesselCtl {
 
+using Krelm::Communicator::HttpDevice::HttpJsonPackage;
+using Krelm::Communicator::HttpDevice::HttpProxy;
 using Tessel::Protocol;
 
 namespace {
@@ -172,6 +177,37 @@ QVariantMap Wall::monitorState()
     QMap<QString, QVariant> state;
     perform([&] { return UrlResource::MonitorInfo::getInstance()->getMonitorState(m_device, state); });
     return state;
+}
+
+Expected<QVariant> Wall::read(const QString& path)
+{
+    if (m_outcome.code != Done) {
+        return Error{m_outcome.error};
+    }
+    HttpJsonPackage package(nullptr);
+    package.setUrl(path);
+    CallObserver exchanges;
+    {
+        const CallObserver::Scope scope = exchanges.collect();
+        HttpProxy::getInstance()->getSync(m_device, &package);
+        exchanges.waitForAll();
+    }
+    const Outcome outcome = exchanges.outcome();
+    if (outcome.code != Done) {
+        m_outcome = outcome.code == Refused ? m_outcome : outcome;
+        return Error{outcome.error};
+    }
+    const Expected<QVariant> reply = parseJson(package.getReceiveData());
+    return reply ? Expected<QVariant>(reply->toMap().value(QStringLiteral("data"))) : Error{reply.error()};
+}
+
+bool Wall::put(const QString& path, const QVariantMap& body) const
+{
+    HttpJsonPackage package(nullptr);
+    package.setUrl(path);
+    package.setRequestWithJsonObj(body);
+    HttpProxy::getInstance()->putSync(m_device, &package);
+    return package.getSimpleState() == HttpJsonPackage::Success;
 }
 
 bool Wall::write(const std::function<bool()>& operation)

@@ -36,6 +36,12 @@ public:
     QVariantList outputs();
     QVariantMap monitorState();
 
+    /// The `data` at @p path as the device sends it, or why there is none; a path that the device refuses is
+    /// no failure of the wall.
+    Expected<QVariant> read(const QString& path);
+    /// Writes @p body to @p path; for write().
+    bool put(const QString& path, const QVariantMap& body) const;
+
     /// Has the device do something. With --dry-run it only notes what would be sent. @return whether it was
     /// done.
     bool write(const std::function<bool()>& operation);

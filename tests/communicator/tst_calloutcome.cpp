@@ -2,10 +2,12 @@
 #include "misbehavingserver.h"
 
 #include <communicator/calloutcome.h>
+#include <communicator/exchangeobserver.h>
 #include <communicator/httpproxy.h>
 
 #include <closedport.h>
 
+#include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QtTest>
 
@@ -233,6 +235,40 @@ private Q_SLOTS:
         ExchangeRecord record;
         record.reply = QByteArray(R"({"code":3})").leftJustified(size, ' ');
         QCOMPARE(ExchangeOutcome::of(record).code, code);
+    }
+
+    // An observer does not wait for the calls of others, so one that collects outcomes itself may be done
+    // while another thread is still telling them. Of use under the sanitizers.
+    void anObserverMayCollectOutcomes()
+    {
+        ExchangeRecord other;
+        other.reply = "{\"code\":3,\"data\":\"" + QByteArray(60000, 'x') + "\"}";
+        std::atomic<int> begun{0};
+        int refused = 0;
+        const ObserverHandle observer = addExchangeObserver([&](const ExchangeRecord& record) {
+            if (record.id != 0) {
+                ++begun; // and the collector is told next
+                return;
+            }
+            std::thread thread;
+            {
+                CallOutcome outcome;
+                other.id = beginExchange();
+                const int before = begun;
+                thread = std::thread([&] { tellObservers(other); });
+                const QDeadlineTimer deadline(30000);
+                while (!deadline.hasExpired() &&
+                       (begun == before || (refused == 0 && !outcome.hasFailed()))) {
+                    std::this_thread::yield();
+                }
+                refused += outcome.hasFailed() ? 1 : 0;
+            }
+            thread.join();
+        });
+        for (int round = 0; round < 200; ++round) {
+            tellObservers(ExchangeRecord());
+        }
+        QVERIFY(refused >= 1);
     }
 
     void aDeviceThatIsNotThereHasAReason()

@@ -169,6 +169,66 @@ private Q_SLOTS:
         QVERIFY(proxy->devices().isEmpty());
     }
 
+    void aHandlerOfLogMessagesMayChangeTheDevices_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<bool>("isAccepted");
+        QTest::newRow("of an endpoint that is refused") << QStringLiteral("http://") << false;
+        QTest::newRow("of a login in clear") << QStringLiteral("192.0.2.1:80") << true;
+    }
+    void aHandlerOfLogMessagesMayChangeTheDevices()
+    {
+        QFETCH(QString, address);
+        QFETCH(bool, isAccepted);
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ntessel.http.warning=true"));
+        static std::atomic<int> told{0};
+        told = 0;
+        const QtMessageHandler before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+                ++told;
+                HttpProxy::getInstance()->removeDevice(wall);
+            });
+        std::promise<bool> added;
+        std::future<bool> isAdded = added.get_future();
+        std::thread thread([&] {
+            DeviceEndpoint endpoint;
+            endpoint.address = address;
+            endpoint.login = DeviceEndpoint::Login::Basic;
+            endpoint.user = QStringLiteral("admin");
+            added.set_value(HttpProxy::getInstance()->addDevice(wall, endpoint));
+        });
+        const bool hasReturned = isAdded.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+        qInstallMessageHandler(before);
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+        if (!hasReturned) {
+            qFatal("the handler waits for the call that tells it");
+        }
+        thread.join();
+        QCOMPARE(isAdded.get(), isAccepted);
+        QCOMPARE(told.load(), 1);
+        QVERIFY(HttpProxy::getInstance()->devices().isEmpty());
+    }
+
+    void aHandlerOfLogMessagesMayEndTheEvents()
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false\ntessel.events.warning=true"));
+        static std::atomic<int> told{0};
+        told = 0;
+        const QtMessageHandler before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {
+                HttpProxy::getInstance()->initialize(false);
+                ++told;
+            });
+        MisbehavingServer server(Mode::Raw);
+        HttpProxy::getInstance()->initialize(true);
+        const bool isAdded = add(wall, server);
+        QTRY_COMPARE(told.load(), 1);
+        qInstallMessageHandler(before);
+        QLoggingCategory::setFilterRules(QStringLiteral("tessel.*=false"));
+        QVERIFY(isAdded);
+        QTRY_VERIFY(m_connections->connections().isEmpty());
+    }
+
     void aDeviceThatIsMadeKnownAgainKeepsNoConnectionsOfBefore()
     {
         MisbehavingServer server;

@@ -368,6 +368,7 @@ private Q_SLOTS:
             "http://[::1%25" + QByteArray(16, 'z') + ']');
         row("a longer zone", "[::1%25" + QString(17, 'z') + ']', "");
         row("a line end", QStringLiteral("a\n"), "");
+        row("a letter beyond ASCII that looks like one", QString(QChar(0x017F)), "");
         row("something before", QStringLiteral(" a"), "");
     }
     void anAddressHasAHostAndAPort()

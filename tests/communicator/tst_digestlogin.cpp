@@ -134,6 +134,8 @@ private Q_SLOTS:
         row("another scheme first", "Basic realm=\"x, y\", Digest realm=r, nonce=a", "a");
         row("another scheme last", "Digest realm=r, nonce=a, Basic realm=\"nonce=z\"", "a");
         row("a scheme with a token", "Negotiate, digest realm=r, nonce=a", "a");
+        row("a scheme with a text", "Negotiate oYG/+w==, Digest realm=r, nonce=a", "a");
+        row("a scheme with a text behind it", "Digest realm=r, nonce=a, Negotiate oYG/+w==", "a");
         row("one that wants the body hashed",
             "Digest realm=r, nonce=a, qop=\"auth-int\", Digest realm=r, nonce=b", "b");
         row("the first of two", "Digest realm=r, nonce=a, Digest realm=r, nonce=b", "a");
@@ -158,7 +160,7 @@ private Q_SLOTS:
         for (const char* text :
              {"", "Basic realm=x", "Digest", "Digest realm=r", "Digest realm=r, nonce=\"\"",
               "Digest realm=r, nonce=n, algorithm=SHA-512-256", "Digest realm=r, nonce=n, qop=auth-int",
-              "\"\"\"", "=,=,=", "Digest =", "nonce=n"}) {
+              "\"\"\"", "=,=,=", "Digest =", "nonce=n", "Digest nonce=n, qop=\"auth-int"}) {
             QTest::newRow(text) << QString::fromLatin1(text);
         }
     }

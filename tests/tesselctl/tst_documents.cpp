@@ -78,12 +78,13 @@ public:
     FilesOfTheExamples()
     {
         for (const char* name : {"tables/1.json", "wall.json", "card.bin", "controller.bin",
-                                 "parameters.json", "devices.toml"}) {
+                                 "parameters.json", "devices.toml", "export.json"}) {
             QFile file(m_folder.filePath(name));
-            const bool isDevices = name == QByteArray("devices.toml");
-            const QByteArray text = isDevices                               ? devicesFile()
-                                    : name == QByteArray("parameters.json") ? QByteArray("{}")
-                                                                            : QByteArray("[1]");
+            const QMap<QByteArray, QByteArray> texts{
+                {"devices.toml", devicesFile()},
+                {"parameters.json", "{}"},
+                {"export.json", R"({"format":"tesselctl wall","formatVersion":1,"values":{}})"}};
+            const QByteArray text = texts.value(name, "[1]");
             m_made = m_made && QDir(m_folder.path()).mkpath(QFileInfo(name).path()) &&
                      file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
         }

@@ -116,6 +116,7 @@ void TestOperationSweep::everyOperationIsAnswered()
     // Operations that download take a sample argument for a file name.
     const QTemporaryDir scratch;
     QVERIFY(QDir::setCurrent(scratch.path()));
+    // Not strict: a body of sample arguments has an id where the description knows of none.
     Tessel::Simulator::Simulator simulator;
     QVERIFY2(simulator.start(), qPrintable(simulator.errorString()));
     const QString device = simulator.address();

@@ -96,6 +96,12 @@ private Q_SLOTS:
     void watchEndsOnASignal_data();
     void watchEndsOnASignal();
     void watchEndsAfterItsTime();
+    void watchPrintsOnlyWhatIsAskedFor_data();
+    void watchPrintsOnlyWhatIsAskedFor();
+    void aMisspeltFilterIsAnError();
+    void watchRunsACommandForEachChange();
+    void aCommandOfWatchDoesNotGetTheSecret();
+    void aCommandOfWatchThatFailsIsTold();
     void theDemoSucceedsWithoutColour();
 
 private:
@@ -106,7 +112,7 @@ private:
 void TestTesselctl::init()
 {
     Tessel::Simulator::Options options;
-    options.strict = true;
+    options.strict = true; // bodies of the command line are as the description of the device API says
     m_simulator = std::make_unique<Simulator>(options);
     QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
 }
@@ -142,7 +148,7 @@ void TestTesselctl::aWrongCommandLineEndsWithTwo_data()
         QTest::newRow(name) << arguments << QByteArray(told);
     };
     const QStringList call{"--device", "wall=127.0.0.1:1", "call"};
-    row("nothing", {}, "no command given; use info, screens,");
+    row("nothing", {}, "no command given; use discover, info,");
     row("no command within another", {"firmware"}, "no command given; use update, progress, download");
     row("unknown command", {"cal"}, "unknown command \"cal\"; did you mean call?");
     row("unknown command within another", {"firmware", "xupdate"},
@@ -880,6 +886,104 @@ void TestTesselctl::watchEndsOnASignal()
 void TestTesselctl::watchEndsAfterItsTime()
 {
     QCOMPARE(run({"--device", closedAddress(), "watch", "--seconds", "1"}).code, 0);
+}
+
+void TestTesselctl::watchPrintsOnlyWhatIsAskedFor_data()
+{
+    QTest::addColumn<QStringList>("filter");
+    QTest::addColumn<QStringList>("printed");
+    QTest::newRow("nothing") << QStringList() << QStringList{"connection", "devices", "event", "signal"};
+    QTest::newRow("events") << QStringList{"--kind", "event"} << QStringList{"event"};
+    QTest::newRow("two kinds") << QStringList{"--kind", "event,connection"}
+                               << QStringList{"connection", "event"};
+    QTest::newRow("operator") << QStringList{"--operator", "HWInfo"} << QStringList{"signal"};
+    QTest::newRow("other operator") << QStringList{"--operator", "InputInfo"} << QStringList();
+    QTest::newRow("signal") << QStringList{"--signal", "signal_sendDataChanged"} << QStringList{"signal"};
+    QTest::newRow("operator and kind")
+        << QStringList{"--operator", "HWInfo", "--kind", "event,signal"} << QStringList{"event", "signal"};
+}
+
+void TestTesselctl::watchPrintsOnlyWhatIsAskedFor()
+{
+    QFETCH(QStringList, filter);
+    QFETCH(QStringList, printed);
+    Program program(QStringList{"--device", "wall=" + address(), "--json", "watch", "--count", "2"} + filter);
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    const quint64 before = m_simulator->requestCount("/api/v1/device/hw");
+    m_simulator->pushEvent(R"({"dataType":"change","changeTag":"hwInfo"})");
+    // The signal comes with what is read because of the event.
+    QTRY_VERIFY_WITH_TIMEOUT(m_simulator->requestCount("/api/v1/device/hw") > before, 30000);
+    if (printed.contains("signal")) {
+        QTRY_VERIFY_WITH_TIMEOUT(program.printed("HWInfo::signal_sendDataChanged"), 30000);
+    }
+    m_simulator->pushEvent(R"({"a":1})");
+    const Run ran = program.finish();
+    QCOMPARE(ran.code, 0);
+    QStringList kinds;
+    const QByteArray lines = (program.out() + ran.out).trimmed();
+    for (const QByteArray& line : lines.split('\n')) {
+        const QString kind = QJsonDocument::fromJson(line).object().value("kind").toString();
+        if (!kind.isEmpty()) {
+            kinds << kind;
+        }
+    }
+    kinds.removeDuplicates();
+    kinds.sort();
+    QCOMPARE(kinds, printed);
+}
+
+void TestTesselctl::aMisspeltFilterIsAnError()
+{
+    const QStringList watch{"--device", "wall=" + address(), "watch"};
+    const Run kind = run(watch + QStringList{"--kind", "evnt"});
+    QCOMPARE(kind.code, 2);
+    QVERIFY2(kind.err.contains("unknown kind \"evnt\"; did you mean event?"), kind.err);
+    QVERIFY(run(watch + QStringList{"--operator", "HwInof"}).err.contains("did you mean HWInfo"));
+    QVERIFY(
+        run(watch + QStringList{"--signal", "signal_sendDatChanged"}).err.contains("signal_sendDataChanged"));
+    QCOMPARE(m_simulator->requestCount(), quint64(0));
+}
+
+void TestTesselctl::watchRunsACommandForEachChange()
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("changes");
+    Program program({"--device", "wall=" + address(), "watch", "--kind", "event", "--count", "3", "--exec",
+                     "(printf '%s %s ' \"$TESSEL_KIND\" \"$TESSEL_DEVICE\"; cat) >> " + file});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    for (const char* event : {R"({"a":1})", R"({"a":[2]})", R"("three")"}) {
+        m_simulator->pushEvent(event);
+    }
+    const Run ran = program.finish();
+    QVERIFY2(ran.code == 0, ran.err);
+    QFile changes(file);
+    QVERIFY(changes.open(QIODevice::ReadOnly));
+    QCOMPARE(changes.readAll(),
+             QByteArray("event wall {\"a\":1}\nevent wall {\"a\":[2]}\nevent wall \"three\"\n"));
+}
+
+void TestTesselctl::aCommandOfWatchDoesNotGetTheSecret()
+{
+    Program program({"--device", "wall=" + address(), "--login", "bearer", "--secret-env", "WALL_TOKEN",
+                     "watch", "--kind", "event", "--count", "1", "--exec", "env"},
+                    {"WALL_TOKEN=hunter2"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent("{}");
+    const Run ran = program.finish();
+    QVERIFY2(ran.code == 0, ran.err);
+    QVERIFY2(ran.out.contains("TESSEL_DEVICE=wall\n"), ran.out);
+    QVERIFY(!ran.out.contains("hunter2") && !ran.err.contains("hunter2"));
+}
+
+void TestTesselctl::aCommandOfWatchThatFailsIsTold()
+{
+    Program program(
+        {"--device", "wall=" + address(), "watch", "--kind", "event", "--count", "1", "--exec", "exit 7"});
+    QVERIFY(m_simulator->waitForEventStreams(1, 30000));
+    m_simulator->pushEvent("{}");
+    const Run ran = program.finish();
+    QCOMPARE(ran.code, 0);
+    QVERIFY2(ran.err.contains("--exec: the command failed with exit code 7"), ran.err);
 }
 
 void TestTesselctl::theDemoSucceedsWithoutColour()

@@ -36,7 +36,7 @@ protected:
     {
         m_directory = std::make_unique<QTemporaryDir>();
         Tessel::Simulator::Options options;
-        options.strict = true;
+        options.strict = true; // the commands send what the description of the device API says
         m_simulator = std::make_unique<Tessel::Simulator::Simulator>(options);
         QVERIFY2(m_simulator->start(), qPrintable(m_simulator->errorString()));
     }
