@@ -90,6 +90,18 @@ private Q_SLOTS:
         }
     }
 
+    void aHeadThatIsTooLargeIsSoThoughItsEndComesAtOnce()
+    {
+        TransferLimits limits;
+        limits.headerBytes = 100;
+        const QByteArray lines = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n";
+        for (const int length : {100, 105}) {
+            const QByteArray head = lines + "X:" + QByteArray(length - lines.size() - 6, 'x') + "\r\n\r\n";
+            Reading reading(limits);
+            QCOMPARE(reading.feed(head, 60), length == 100 ? State::Complete : State::TooLarge);
+        }
+    }
+
     void aSloppyButHarmlessResponseIsUnderstood_data()
     {
         QTest::addColumn<QByteArray>("text");
