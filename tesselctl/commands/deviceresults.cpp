@@ -55,9 +55,9 @@ DeviceResults::DeviceResults(const Settings& settings, const DeviceRun::Kind& ki
     , m_console(console)
 {}
 
-void DeviceResults::take(const QString& device, const DeviceRun::Result& given)
+void DeviceResults::take(const QString& device, const DeviceRun::Result& unarranged)
 {
-    const DeviceRun::Result result = arrangedResult(given);
+    const DeviceRun::Result result = arrangedResult(unarranged);
     const Outcome& outcome = result.outcome;
     ++m_taken;
     if (m_settings.json) {

@@ -13,8 +13,9 @@ public:
     /// @p several: whether there is more than one device.
     DeviceResults(const Settings& settings, const DeviceRun::Kind& kind, bool several, Console& console);
 
-    /// Prints the result of @p device, or keeps it for the end; a failure is shown at once.
-    void take(const QString& device, const DeviceRun::Result& result);
+    /// Prints the result of @p device, as the columns were chosen, or keeps it for the end; a failure is
+    /// shown at once.
+    void take(const QString& device, const DeviceRun::Result& unarranged);
     /// Prints what was kept, and how many failed. @return the code of the first failure.
     ExitCode finish();
 

@@ -177,7 +177,7 @@ Expected<void> addTo(DevicesFile& file, QVariantList& found, const Options& opti
         entry.address = device.value(QStringLiteral("address")).toString();
         entry.groups = options.groups;
         entry.site = options.site;
-        if (const Expected<void> added = file.add(entry); !added) {
+        if (Expected<void> added = file.add(entry); !added) {
             return added;
         }
         device.insert(QStringLiteral("device"), entry.name);

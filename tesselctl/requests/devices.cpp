@@ -218,7 +218,7 @@ private:
                 return Error{entries.error()};
             }
             for (const DeviceEntry* const entry : *entries) {
-                if (const Expected<void> taken = takeEntry(*entry); !taken) {
+                if (Expected<void> taken = takeEntry(*entry); !taken) {
                     return taken;
                 }
             }

@@ -24,7 +24,7 @@ using Tessel::Operations::didYouMean;
 
 namespace {
 
-constexpr qint64 sizeLimit = 1024 * 1024;
+constexpr qint64 sizeLimit = 1 << 20;
 
 QString textOf(std::string_view text)
 {
@@ -305,13 +305,13 @@ Expected<DevicesFile> DevicesFile::read(const QString& path, bool mustExist)
     if (!parsed) {
         return Error{parsed.error()};
     }
-    read.m_devices = std::move(parsed->devices);
+    read.m_devices = std::move((*parsed).devices);
     return read;
 }
 
 Expected<void> DevicesFile::add(const DeviceEntry& device)
 {
-    if (const Expected<void> usable = checkDeviceName(device.name); !usable) {
+    if (Expected<void> usable = checkDeviceName(device.name); !usable) {
         return usable;
     }
     if (namesOf(m_devices).contains(device.name)) {
@@ -375,7 +375,7 @@ Expected<void> DevicesFile::replaceBy(const QByteArray& text, const QStringList&
         return Error{QStringLiteral("%1: %2; the file is unchanged").arg(printable(m_path), file.error())};
     }
     m_text = text;
-    m_devices = std::move(parsed->devices);
+    m_devices = std::move((*parsed).devices);
     return {};
 }
 

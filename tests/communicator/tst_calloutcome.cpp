@@ -63,6 +63,10 @@ private Q_SLOTS:
             3, "out of range", false, "the device refused it: out of range (code 3)");
         row("refused without a message", reply("200 OK", R"({"code":-1})"), State::Success, 200, -1, "",
             false, "the device refused it (code -1)");
+        row("refused by a code that is no number", reply("200 OK", R"({"code":"x"})"), State::Success, 200,
+            -1, "", false, "the device refused it (code -1)");
+        row("an error with a code that is no number", reply("502 Bad", R"({"code":"x"})"), State::HttpFailure,
+            502, 0, "", false, "502");
         row("refused by status and code", reply("400 Bad", R"({"code":5,"message":"no"})"),
             State::HttpFailure, 400, 5, "no", false, "the device refused it: no (code 5)");
         row("an error page", reply("502 Bad", "<html>"), State::HttpFailure, 502, 0, "", false, "502");

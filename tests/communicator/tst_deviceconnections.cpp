@@ -30,6 +30,14 @@ bool add(const QString& deviceKey, const MisbehavingServer& server)
     return HttpProxy::getInstance()->addDevice(deviceKey, endpoint);
 }
 
+/// The first one to ask for it is another thread.
+DeviceConnections* askedForElsewhere()
+{
+    DeviceConnections* connections = nullptr;
+    std::thread([&connections] { connections = DeviceConnections::getInstance(); }).join();
+    return connections;
+}
+
 } // namespace
 
 /// What the proxy tells about the channels of its devices.
@@ -57,6 +65,11 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         m_connections->setChangeEvents({});
         m_told.clear();
+    }
+
+    void theConnectionsLiveOnTheProxysThreadWhoeverAsksFirst()
+    {
+        QCOMPARE(m_connections->thread(), HttpProxy::getInstance()->thread());
     }
 
     void theStatesOfAChannelAreToldInOrder()
@@ -315,7 +328,7 @@ private Q_SLOTS:
     }
 
 private:
-    DeviceConnections* const m_connections = DeviceConnections::getInstance();
+    DeviceConnections* const m_connections = askedForElsewhere();
     QStringList m_told;
 };
 

@@ -15,6 +15,7 @@
 #include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <thread>
 
 using namespace Krelm::Communicator::HttpDevice;
 using namespace std::chrono_literals;
@@ -831,6 +832,9 @@ private Q_SLOTS:
         QTRY_VERIFY(listening.events.contains("\"x\""));
         QTRY_VERIFY(listening.events.contains("2"));
         QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
+        QVERIFY(waitFor(listening, 2 * timings.firstDelay));
+        QCoreApplication::processEvents();
+        QCOMPARE(listening.count(ProxyEvent::Kind::EventsMissed), 1);
     }
 
     void whatCouldNotBeReadFromADeviceWithoutAStreamIsNotReported()
@@ -1420,6 +1424,24 @@ private Q_SLOTS:
             QCOMPARE(listening.events[i].toInt(), i);
         }
         QVERIFY2(listening.wakeUps < count / 10, qPrintable(QString::number(listening.wakeUps)));
+    }
+
+    void aStreamThatFallsSilentAfterAPauseIsOpenedAnew()
+    {
+        constexpr int count = 20000;
+        MisbehavingServer server(Mode::Scripted);
+        server.addScript({head, QByteArray("data: 1\n\n").repeated(count)});
+        server.addScript({head});
+        EventTimings timings = quickTimings();
+        timings.silence = 300ms;
+        Listening listening(timings);
+        const auto told = statesTold(listening, wall);
+        listening.open(wall, server.address());
+        QVERIFY(server.waitForDeliveries(1));
+        // Without the event loop, which would deliver: the pause lasts longer than a stream may be silent.
+        std::this_thread::sleep_for(2 * timings.silence);
+        QTRY_COMPARE(listening.events.size(), count);
+        QTRY_VERIFY(told->count(QStringLiteral("live")) >= 2);
     }
 
     void orderHoldsWhenAReceiverRunsAnEventLoop()

@@ -90,6 +90,18 @@ private Q_SLOTS:
         }
     }
 
+    void aHeadThatIsTooLargeIsSoThoughItsEndComesAtOnce()
+    {
+        TransferLimits limits;
+        limits.headerBytes = 100;
+        const QByteArray lines = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n";
+        for (const int length : {100, 105}) {
+            const QByteArray head = lines + "X:" + QByteArray(length - lines.size() - 6, 'x') + "\r\n\r\n";
+            Reading reading(limits);
+            QCOMPARE(reading.feed(head, 60), length == 100 ? State::Complete : State::TooLarge);
+        }
+    }
+
     void aSloppyButHarmlessResponseIsUnderstood_data()
     {
         QTest::addColumn<QByteArray>("text");
@@ -281,6 +293,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("by the book") << QByteArray("2\r\n{}\r\n0\r\n\r\n");
         QTest::newRow("extensions") << QByteArray("2 ; a = b;c=\"d;\\\"e\" ;f\r\n{}\r\n0;g=h\r\n\r\n");
+        QTest::newRow("a tab in the trailer") << QByteArray("1\r\n{\r\n1\r\n}\r\n0\r\nX: a\tb\r\n\r\n");
         QTest::newRow("a trailer") << QByteArray("1\r\n{\r\n01\r\n}\r\n00\r\nX:\r\n y\r\nZ: \xff\r\n\r\n");
         QTest::newRow("zeros") << QByteArray("00000000000000000000002\r\n{}\r\n0\r\n\r\n");
     }

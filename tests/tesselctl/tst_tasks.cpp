@@ -8,7 +8,6 @@
 #include <QJsonObject>
 
 using Tessel::Protocol;
-using Tessel::Simulator::Fault;
 using Tessel::Simulator::Options;
 using Tessel::Simulator::RequestRecord;
 using Tessel::Simulator::Simulator;
