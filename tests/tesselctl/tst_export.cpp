@@ -8,23 +8,7 @@
 
 using Tessel::Protocol;
 using Tessel::Simulator::Options;
-using Tessel::Simulator::RequestRecord;
 using Tessel::Simulator::Simulator;
-
-namespace {
-
-QStringList writesOf(const Simulator& simulator)
-{
-    QStringList writes;
-    for (const RequestRecord& record : simulator.requests()) {
-        if (record.method != "GET") {
-            writes << QString("%1 %2 %3").arg(record.method, record.path, record.body);
-        }
-    }
-    return writes;
-}
-
-} // namespace
 
 class TestExport : public WallTest
 {

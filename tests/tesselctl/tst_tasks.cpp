@@ -9,24 +9,7 @@
 
 using Tessel::Protocol;
 using Tessel::Simulator::Options;
-using Tessel::Simulator::RequestRecord;
 using Tessel::Simulator::Simulator;
-
-namespace {
-
-/// The writes that @p simulator has received: verb, path and body.
-QStringList writesOf(const Simulator& simulator)
-{
-    QStringList writes;
-    for (const RequestRecord& record : simulator.requests()) {
-        if (record.method != "GET") {
-            writes << QString("%1 %2 %3").arg(record.method, record.path, record.body);
-        }
-    }
-    return writes;
-}
-
-} // namespace
 
 /// Two walls: "multi" with 12 cabinets on two screens, and "single".
 class TestTasks : public WallTest

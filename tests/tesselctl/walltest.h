@@ -27,6 +27,18 @@ inline Tessel::Simulator::Fault answer(const QString& path, int status, const QB
     return fault;
 }
 
+/// The writes that @p simulator has received: verb, path and body.
+inline QStringList writesOf(const Tessel::Simulator::Simulator& simulator)
+{
+    QStringList writes;
+    for (const Tessel::Simulator::RequestRecord& record : simulator.requests()) {
+        if (record.method != "GET") {
+            writes << QString("%1 %2 %3").arg(record.method, record.path, record.body);
+        }
+    }
+    return writes;
+}
+
 /// A test of commands that move files from and to a wall: a controller in software and a directory, both
 /// new for each test function that calls startWall().
 class WallTest : public QObject
