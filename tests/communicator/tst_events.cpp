@@ -109,6 +109,21 @@ std::shared_ptr<QStringList> statesTold(Listening& listening, const QString& dev
     return told;
 }
 
+QByteArray digestChallenge(const char* nonce, int length = 0)
+{
+    return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, qop=auth, nonce=") + nonce +
+           "\r\nContent-Length: " + QByteArray::number(length) + "\r\n\r\n";
+}
+
+DeviceEndpoint digestLogin()
+{
+    DeviceEndpoint endpoint;
+    endpoint.login = DeviceEndpoint::Login::Digest;
+    endpoint.user = QStringLiteral("admin");
+    endpoint.secret = QStringLiteral("secret");
+    return endpoint;
+}
+
 } // namespace
 
 class TestEvents : public QObject
@@ -1005,11 +1020,7 @@ private Q_SLOTS:
         EventTimings timings = quickTimings();
         timings.silence = 200ms;
         Listening listening(timings);
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Digest;
-        endpoint.user = QStringLiteral("admin");
-        endpoint.secret = QStringLiteral("secret");
-        listening.open(wall, server.address(), endpoint);
+        listening.open(wall, server.address(), digestLogin());
         QTRY_COMPARE(listening.events.size(), 1);
         QVERIFY(server.deliveries() >= 4);
         QVERIFY(server.received().at(3).headers.value("authorization").contains("nonce=\"b\""));
@@ -1017,22 +1028,14 @@ private Q_SLOTS:
 
     void aChallengeOfAnAttemptThatStalledIsForgotten()
     {
-        const auto challenge = [](const char* nonce, int length) {
-            return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, qop=auth, nonce=") +
-                   nonce + "\r\nContent-Length: " + QByteArray::number(length) + "\r\n\r\n";
-        };
         MisbehavingServer server(Mode::Scripted);
-        server.addScript({challenge("a", 9)}); // whose body never comes
-        server.addScript({challenge("b", 0)});
+        server.addScript({digestChallenge("a", 9)}); // whose body never comes
+        server.addScript({digestChallenge("b")});
         server.addScript({head, "data: 1\n\n"});
         EventTimings timings = quickTimings();
         timings.connect = 500ms;
         Listening listening(timings);
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Digest;
-        endpoint.user = QStringLiteral("admin");
-        endpoint.secret = QStringLiteral("secret");
-        listening.open(wall, server.address(), endpoint);
+        listening.open(wall, server.address(), digestLogin());
         QTRY_COMPARE(listening.events.size(), 1);
         const QByteArray login = server.received().at(2).headers.value("authorization");
         QVERIFY2(login.contains("nonce=\"b\""), login.constData());
@@ -1040,23 +1043,15 @@ private Q_SLOTS:
 
     void aLoginIsAnsweredAnewAfterAnAttemptThatStalled()
     {
-        const auto challenge = [](const char* nonce) {
-            return QByteArray("HTTP/1.1 401 Who\r\nWWW-Authenticate: Digest realm=r, qop=auth, nonce=") +
-                   nonce + "\r\nContent-Length: 0\r\n\r\n";
-        };
         MisbehavingServer server(Mode::Scripted);
-        server.addScript({challenge("a")});
+        server.addScript({digestChallenge("a")});
         server.addScript({}); // the answer to it is never answered
-        server.addScript({challenge("b")});
+        server.addScript({digestChallenge("b")});
         server.addScript({head, "data: 1\n\n"});
         EventTimings timings = quickTimings();
         timings.connect = 500ms;
         Listening listening(timings);
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Digest;
-        endpoint.user = QStringLiteral("admin");
-        endpoint.secret = QStringLiteral("secret");
-        listening.open(wall, server.address(), endpoint);
+        listening.open(wall, server.address(), digestLogin());
         QTRY_COMPARE(listening.events.size(), 1);
     }
 
@@ -1346,11 +1341,7 @@ private Q_SLOTS:
     {
         MisbehavingServer server(Mode::Digest, "{}");
         Listening listening;
-        DeviceEndpoint endpoint;
-        endpoint.login = DeviceEndpoint::Login::Digest;
-        endpoint.user = QStringLiteral("admin");
-        endpoint.secret = QStringLiteral("secret");
-        listening.open(wall, server.address(), endpoint);
+        listening.open(wall, server.address(), digestLogin());
         QVERIFY(server.waitForDeliveries(2));
         QVERIFY(server.received().at(1).headers.value("authorization").startsWith("Digest "));
     }
