@@ -10,6 +10,7 @@
 #include "tesselctl/terminal/question.h"
 
 #include <QDataStream>
+#include <QIODevice>
 
 #include <algorithm>
 #include <chrono>
