@@ -172,6 +172,17 @@ bool Traffic::isQuiet() const
 BlockingCallers::BlockingCallers(const Fleet& fleet, quint32 seed, const QString& folder)
     : m_fleet(fleet)
 {
+    // An operator lives on the thread that asks for it first, and gets events there: not on one of the
+    // callers.
+    Capability::getInstance();
+    CabinetInfoOperator::getInstance();
+    Correctionop::getInstance();
+    HWInfo::getInstance();
+    InputInfo::getInstance();
+    OutputInfoOperator::getInstance();
+    PipeInfo::getInstance();
+    ScreenInfo::getInstance();
+    UrlResource::MonitorInfo::getInstance();
     for (int i = 0; i < callerThreads; ++i) {
         const QString file = QStringLiteral("%1/firmware %2").arg(folder).arg(i);
         m_threads.emplace_back(
