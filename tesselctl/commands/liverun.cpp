@@ -36,10 +36,12 @@ void LiveRun::beginLive()
 
 bool LiveRun::run(int seconds)
 {
-    DeviceManager::getInstance()->initManager();
+    // In this order: a device that was read before is known already, and adding it again would open its
+    // stream twice.
     if (!addDevices()) {
         return false;
     }
+    DeviceManager::getInstance()->initManager();
     if (seconds > 0) {
         QTimer::singleShot(std::chrono::seconds(seconds), QCoreApplication::instance(),
                            &QCoreApplication::quit);
